@@ -1,0 +1,47 @@
+# How every target of the project is built, and the two ways to make a library.
+
+set(CMAKE_CXX_STANDARD 17)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+# Programs and libraries find each other in the build tree and below any installation prefix.
+file(RELATIVE_PATH kx_bin_to_lib
+    "${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}" "${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}")
+set(CMAKE_INSTALL_RPATH "\$ORIGIN" "\$ORIGIN/${kx_bin_to_lib}")
+
+add_library(KXAPI_build_flags INTERFACE)
+target_compile_options(KXAPI_build_flags INTERFACE
+    -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Werror)
+if(KXAPI_SANITIZE)
+    target_compile_options(KXAPI_build_flags INTERFACE
+        -fsanitize=${KXAPI_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(KXAPI_build_flags INTERFACE -fsanitize=${KXAPI_SANITIZE})
+endif()
+
+set(KXAPI_INCLUDE_DIR "${CMAKE_INSTALL_INCLUDEDIR}/KXAPI")
+
+# kx_export_target(NAME EXPORTED): gives a target the name that users link by, in the build tree and installed.
+function(kx_export_target name exported)
+    add_library(KXAPI::${exported} ALIAS ${name})
+    set_target_properties(${name} PROPERTIES EXPORT_NAME ${exported})
+    target_include_directories(${name} PUBLIC
+        "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>" "$<INSTALL_INTERFACE:${KXAPI_INCLUDE_DIR}>")
+    target_compile_features(${name} PUBLIC cxx_std_17)
+    target_link_libraries(${name} PRIVATE $<BUILD_INTERFACE:KXAPI_build_flags>)
+    set_property(GLOBAL APPEND PROPERTY KXAPI_INSTALLED_TARGETS ${name})
+endfunction()
+
+# kx_add_shared_library(NAME EXPORTED SOURCES...): a shared library that shows KX names only and carries the
+# major version in its SONAME.
+function(kx_add_shared_library name exported)
+    add_library(${name} SHARED ${ARGN})
+    kx_export_target(${name} ${exported})
+    set(exports "${PROJECT_SOURCE_DIR}/cmake/exports.map")
+    target_link_options(${name} PRIVATE "LINKER:--version-script=${exports}" LINKER:--no-undefined)
+    set_target_properties(${name} PROPERTIES
+        VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} LINK_DEPENDS "${exports}")
+endfunction()

@@ -1,0 +1,110 @@
+#pragma once
+
+#include "platform/KXExport.h"
+
+#include <cstdint>
+
+namespace KX {
+
+// The family of events. Inheritance is virtual throughout, so that an event object has exactly one part of each
+// kind however it was built, the holder of KXSomeEvent.h included, which derives from every leaf:
+//
+//                     KXEvent
+//                    /       \.
+//           KXIncident        KXTrigger
+//            /      \             \.
+//    KXInputEvent  KXNavigationEvent  KXSignal
+//          |              |              |
+//   KXToolkitEvent        |              |
+//           \_____________|_____________/
+//                    KXSomeEvent
+//
+// Events are plain values: producers build them on the stack, queues keep copies, nothing here allocates.
+// Copying copies every field of every part.
+
+/// What every event has.
+class KX_EVENTS_API KXEvent {
+public:
+    KXEvent();
+    KXEvent(const KXEvent& other);
+    KXEvent& operator=(const KXEvent& other);
+    virtual ~KXEvent();
+
+    int eventClass = 0;         ///< number of the most derived class, 0 to 7; a queue converts the event by it
+    int eventType = 0;          ///< what happened, a \ref KXEventType or a number of the application
+    unsigned int timeStamp = 0; ///< tick at which it happened, in ms
+    unsigned int eventData[4] = {}; ///< carried unchanged; for mouse events, word 1 is the button
+    int value = 0;  ///< for encoder moves the accelerated increment
+    int count = -1; ///< for encoder moves the number of raw steps; -1: not set
+};
+
+/// Something that happened to a part of the screen or the machine. Class number 1.
+class KX_EVENTS_API KXIncident : public virtual KXEvent {
+public:
+    KXIncident();
+    KXIncident(const KXIncident& other);
+    KXIncident& operator=(const KXIncident& other);
+    ~KXIncident() override;
+
+    bool incidentFlag = false; ///< for producers outside the library; queues do not carry it
+};
+
+/// Something that the operator did. Class number 3.
+class KX_EVENTS_API KXInputEvent : public virtual KXIncident {
+public:
+    KXInputEvent();
+    KXInputEvent(const KXInputEvent& other);
+    KXInputEvent& operator=(const KXInputEvent& other);
+    ~KXInputEvent() override;
+
+    int keyCode = -1;               ///< in the library's numbering; -1: no key, 65535: a key that is not mapped
+    int osKeyCode = -1;             ///< in the toolkit's numbering; -1: none
+    int inputValue = 0;             ///< carried unchanged
+    unsigned int inputData[4] = {}; ///< carried unchanged
+};
+
+/// Something that the graphical toolkit saw the operator do, before it is classified. Class number 2.
+class KX_EVENTS_API KXToolkitEvent : public virtual KXInputEvent {
+public:
+    KXToolkitEvent();
+    KXToolkitEvent(const KXToolkitEvent& other);
+    KXToolkitEvent& operator=(const KXToolkitEvent& other);
+    ~KXToolkitEvent() override;
+
+    bool toolkitFlag = false; ///< for producers outside the library; queues do not carry it
+};
+
+/// A move between screens or fields. Class number 4.
+class KX_EVENTS_API KXNavigationEvent : public virtual KXIncident {
+public:
+    KXNavigationEvent();
+    KXNavigationEvent(const KXNavigationEvent& other);
+    KXNavigationEvent& operator=(const KXNavigationEvent& other);
+    ~KXNavigationEvent() override;
+
+    bool navigationFlag = false; ///< for producers outside the library; queues do not carry it
+};
+
+/// Something that sets other things going. Class number 5.
+class KX_EVENTS_API KXTrigger : public virtual KXEvent {
+public:
+    KXTrigger();
+    KXTrigger(const KXTrigger& other);
+    KXTrigger& operator=(const KXTrigger& other);
+    ~KXTrigger() override;
+
+    bool triggerFlag = false; ///< for producers outside the library; queues do not carry it
+};
+
+/// A trigger with a payload. Class number 6.
+class KX_EVENTS_API KXSignal : public virtual KXTrigger {
+public:
+    KXSignal();
+    KXSignal(const KXSignal& other);
+    KXSignal& operator=(const KXSignal& other);
+    ~KXSignal() override;
+
+    alignas(8) std::uint64_t signalData[2] = {}; ///< carried unchanged
+};
+
+} // namespace KX

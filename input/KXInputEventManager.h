@@ -1,0 +1,189 @@
+#pragma once
+
+#include "events/KXEvent.h"
+#include "platform/KXExport.h"
+
+#include <atomic>
+#include <cstdint>
+#include <map>
+
+namespace KX {
+
+class KXEncoderDynamic;
+class KXEndPointManager;
+class KXEventQueue;
+class KXMutex;
+class KXThread;
+
+/// Turns raw operator input into classified events: presses, double presses, long presses, releases and
+/// accelerated encoder moves.
+///
+/// The toolkit's thread hands input in with \ref toolkitEventOccurred; the application's main loop waits on the
+/// read end point of \ref getInputEventsQueue and takes classified events with \ref getNextEvent. A worker
+/// thread, "inputEventMgr", passes at least every 100 ms and posts what becomes due by time: long presses and
+/// bundles of encoder steps.
+///
+/// One manager serves the process. Creating and deleting it belongs to start-up and shut-down, on one thread.
+class KX_EVENTS_API KXInputEventManager {
+public:
+    /// Makes the manager and starts its worker thread. If there is one already, says so on standard error and
+    /// returns that.
+    static KXInputEventManager* createInstance();
+
+    /// The manager. Without one, says so on standard error and aborts the process.
+    static KXInputEventManager* getInstance();
+
+    /// Stops the worker thread, which takes up to 100 ms, and destroys the manager with its queue and the
+    /// encoder dynamics; events not taken are lost. Harmless without a manager.
+    static void deleteInstance();
+
+    virtual ~KXInputEventManager();
+
+    KXInputEventManager(const KXInputEventManager&) = delete;
+    KXInputEventManager& operator=(const KXInputEventManager&) = delete;
+
+    /// The entry of all input: classifies an event and posts it, unless it is taken over by a classifier. The
+    /// event may be changed on the way. Holds the manager's mutex meanwhile.
+    /// \return 0 posted, or ignored because input is not accepted (which is said on standard output); 11 the
+    ///         event was taken over: it is part of an encoder bundle now, or the release of a step key
+    /// \throws std::bad_cast  the event claims a class that it is not
+    virtual int inputEventOccurred(KXInputEvent& event);
+
+    /// Takes an event of the graphical toolkit: gives it the library's own type and key code, in place, and
+    /// hands it to \ref inputEventOccurred. For the toolkit's thread; \ref setKeyMapping must not run meanwhile.
+    /// \return what inputEventOccurred returns; 20 for a type that is dropped (auto-repeat, enter, exit, the
+    ///         toolkit's own double press) or not known, which is said on standard error
+    virtual int toolkitEventOccurred(KXToolkitEvent& event);
+
+    // ---- lifecycle: called by the constructor and the destructor
+
+    /// Sets the defaults and makes the queue, the mutex and the worker thread. Does nothing when that has been
+    /// done and not undone. Without a thread (the platform refused one) long presses and bundles are never sent.
+    /// \return 0
+    int initialize();
+
+    /// Stops the worker thread and destroys what \ref initialize made. A second call does nothing.
+    void deinitialize();
+
+    /// What the worker thread runs; \p manager is a KXInputEventManager*.
+    static void* inputEventManagerThreadFunc(void* manager);
+
+    // ---- classified events, for the application's main loop; none of these waits or locks
+
+    /// The queue of classified events, owned by the manager; null when not initialised. Its read end point
+    /// becomes readable when an event waits.
+    KXEventQueue* getInputEventsQueue();
+
+    /// Takes the oldest classified event; a default one (\c eventType 0) when none waits.
+    KXInputEvent getNextEvent();
+
+    /// Whether a classified event waits.
+    bool hasEvents();
+
+    /// Posts an event past all classification. Any thread.
+    /// \return 0, also without a queue, when the event is dropped
+    /// \throws std::bad_cast  the event claims a class that it is not
+    int postToEventQueue(KXEvent& event);
+
+    /// Posts a press or a release of Escape past all classification, also while input is not accepted; its
+    /// \c timeStamp is 0. Any thread.
+    /// \return 0
+    int postESCtoEventQueue(bool pressed);
+
+    // ---- settings; the first three may be changed from any thread while input arrives
+
+    /// Whether input is taken; if not, it is lost. True by default.
+    /// \return 0
+    int acceptInput(bool accept);
+
+    /// The longest time between two presses of a key that makes the second a double press, in ms; 300 by
+    /// default, inclusive.
+    /// \return 0; 20 when \p ms is not below the long-press duration, and then nothing changes
+    int setDoubleKeyPressDuration(unsigned int ms);
+
+    /// How long a key must be held for a long press, in ms; 2000 by default, inclusive.
+    /// \return 0; 20 when \p ms is not above the double-press duration, and then nothing changes
+    int setLongKeyPressDuration(unsigned int ms);
+
+    /// Adds to the key tables, or overwrites what is there: from the toolkit's key code to the library's, and
+    /// in the same step the way back. Of two toolkit keys with the same key code, the greater is the way back.
+    /// Not locked: not while input is being delivered.
+    /// \return 0
+    int setKeyMapping(std::map<int, int> mapping);
+
+    /// Puts the default keys (Escape, Home, Tab, Return, Up, Down, End) back into the key tables; others stay.
+    void initializeOSCodeToKXCodeMap();
+
+    /// The table from the library's key codes to the toolkit's. It belongs to the library, outlives every
+    /// manager, and may be read while \ref setKeyMapping does not run.
+    static std::map<int, int>* getKXtoOSCodeMap();
+
+    /// Keeps a number for the layout of the keyboard. No translation depends on it.
+    void setKeyboardLayout(int layout);
+
+    // ---- to the toolkit
+
+    /// Posts a Qt key event for the key of \p event to the active window: a press for KEY_PRESS_EVENT and
+    /// ENCODER_MOVE_EVENT, a release for any other type. Any thread.
+    ///
+    /// Two things to know. A key code that is not in \ref getKXtoOSCodeMap makes Qt be given a null event,
+    /// which crashes it: check a key layout before it is used. Without an active window, which is reported on
+    /// standard error, the Qt event is not freed.
+    static void generateKeyEvent(KXInputEvent event);
+
+    // ---- the steps of classification, in the order in which they run
+    // Public for those who drive them with a clock of their own. They take no lock: not while a worker thread
+    // or a toolkit thread uses the same manager. 0: go on; 11: the event is taken over and is not posted.
+
+    int convertToEncoderEvents(KXInputEvent& event);
+    int bundleKeyEncoderEvents(KXInputEvent& event);
+    int convertToDoublePressEvent(KXInputEvent& event);
+    int markPossibleLongPress(KXInputEvent& event);
+
+    // The two steps that time sets off; \p now is the present tick. Both return 0.
+
+    int sendLongPressEvent(unsigned int now);
+    int sendEncoderMoveEvent(unsigned int now);
+
+protected:
+    /// The singleton makes the manager; a test may derive from it.
+    KXInputEventManager();
+
+private:
+    // Kept together because double < long must hold whichever thread sets one of them.
+    struct PressDurations {
+        std::uint32_t doublePressMs;
+        std::uint32_t longPressMs;
+    };
+
+    KX_LOCAL void runWorker();
+    KX_LOCAL int classifyAndPost(KXInputEvent& event);
+    KX_LOCAL int keyCodeOf(int osKeyCode) const;
+    KX_LOCAL void flushEncoderBundle();
+    KX_LOCAL void addToEncoderBundle(KXInputEvent& step);
+    KX_LOCAL void reverseEncoderBundle(KXInputEvent& step);
+
+    static KXInputEventManager* theInstance;
+    static std::map<int, int> kxCodeToOSCodeMap; // written by setKeyMapping only, see there
+
+    // Set from any thread.
+    std::atomic<bool> acceptingInput{true};
+    std::atomic<PressDurations> pressDurations{PressDurations{300, 2000}};
+    std::atomic<bool> stopThread{false};
+
+    // Change only while the worker thread does not run and no input is delivered.
+    std::map<int, int> osCodeToKXCodeMap;
+    KXEventQueue* inputEventsQueue = nullptr;     // owned
+    KXEndPointManager* endPointManager = nullptr; // owned
+    KXThread* thread = nullptr;                   // owned
+    KXMutex* mutex = nullptr;                     // owned
+    KXEncoderDynamic* encoderDynamic = nullptr;   // the process-wide one, destroyed with the manager
+    int keyboardLayout = 0;
+
+    // Guarded by mutex.
+    KXInputEvent lastPressEvent;     // previous press, as it was before it was reclassified
+    KXInputEvent longPressCandidate; // its eventType is the state: press-like, long press sent, or 0
+    KXInputEvent encoderBundle;      // open while its eventType is ENCODER_MOVE_EVENT
+};
+
+} // namespace KX
