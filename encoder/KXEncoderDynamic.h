@@ -79,8 +79,9 @@ public:
     static const unsigned int debugSection;
 
 private:
-    KX_LOCAL unsigned int smoothTimeGap(unsigned int gap);
+    KX_LOCAL void smoothTimeGap(unsigned int gap);
     KX_LOCAL unsigned int targetIncrement() const;
+    KX_LOCAL unsigned int smoothIncrement(unsigned int stepCount) const;
 
     static KXEncoderDynamic* theInstance;
 

@@ -30,12 +30,12 @@ public:
     KXEvent& operator=(const KXEvent& other);
     virtual ~KXEvent();
 
-    int eventClass = 0;         ///< number of the most derived class, 0 to 7; a queue converts the event by it
-    int eventType = 0;          ///< what happened, a \ref KXEventType or a number of the application
-    unsigned int timeStamp = 0; ///< tick at which it happened, in ms
+    int eventClass = 0;             ///< number of the most derived class, 0 to 7; a queue converts the event by it
+    int eventType = 0;              ///< what happened, a \ref KXEventType or a number of the application
+    unsigned int timeStamp = 0;     ///< tick at which it happened, in ms
     unsigned int eventData[4] = {}; ///< carried unchanged; for mouse events, word 1 is the button
-    int value = 0;  ///< for encoder moves the accelerated increment
-    int count = -1; ///< for encoder moves the number of raw steps; -1: not set
+    int value = 0;                  ///< for encoder moves the accelerated increment
+    int count = -1;                 ///< for encoder moves the number of raw steps; -1: not set
 };
 
 /// Something that happened to a part of the screen or the machine. Class number 1.

@@ -26,7 +26,11 @@ public:
     KXSomeEvent& operator=(const KXSomeEvent& other);
     ~KXSomeEvent() override;
 
-    int sourceClass = 0; ///< class number of the first event that this holder, or the holder it was made from, took in
+    int sourceClass = 0; ///< class number of the event that was first put into a holder
+
+private:
+    KX_LOCAL void takeInputEvent(const KXInputEvent& source);
+    KX_LOCAL void takeSignal(const KXSignal& source);
 };
 
 } // namespace KX

@@ -157,11 +157,15 @@ private:
     };
 
     KX_LOCAL void runWorker();
-    KX_LOCAL int classifyAndPost(KXInputEvent& event);
     KX_LOCAL int keyCodeOf(int osKeyCode) const;
-    KX_LOCAL void flushEncoderBundle();
-    KX_LOCAL void addToEncoderBundle(KXInputEvent& step);
-    KX_LOCAL void reverseEncoderBundle(KXInputEvent& step);
+    KX_LOCAL int forwardAs(int eventType, KXToolkitEvent& event);
+    KX_LOCAL int forwardKeyAs(int eventType, KXToolkitEvent& event);
+    KX_LOCAL void endLongPress(int releaseType);
+    KX_LOCAL int convertStepKey(KXInputEvent& event);
+    KX_LOCAL void openEncoderBundle(KXInputEvent& step);
+    KX_LOCAL void endEncoderBundle();
+    KX_LOCAL void turnEncoderBundleBack(KXInputEvent& step);
+    KX_LOCAL void accelerate(KXInputEvent& step, KXInputEvent& sum);
 
     static KXInputEventManager* theInstance;
     static std::map<int, int> kxCodeToOSCodeMap; // written by setKeyMapping only, see there

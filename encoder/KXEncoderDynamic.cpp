@@ -1,0 +1,173 @@
+#include "encoder/KXEncoderDynamic.h"
+
+#include "events/KXEvent.h"
+#include "events/KXEventType.h"
+#include "platform/KXDebug.h"
+
+#include <iterator>
+
+namespace KX {
+
+const int DEFAULT_TIME_GAPS[7] = {2, 8, 12, 20, 35, 55, 100};
+const int DEFAULT_INCREMENTS[7] = {4096, 1024, 256, 64, 16, 4, 1};
+
+namespace {
+
+constexpr int success = 0;
+constexpr int timeGapNotPositive = 1;
+constexpr int tableNotRising = 3;
+constexpr int outOfRange = 24;
+constexpr int notAnEncoderEvent = 29;
+
+constexpr unsigned int restartedIncrement = 1;
+constexpr unsigned int thousandths = 1000;
+
+void reportError(const char* text) {
+    constexpr int errorLevel = 1;
+    KXDebug::debugPrintError(errorLevel, KXEncoderDynamic::debugSection, "%s", text);
+}
+
+bool timeGapsRise(const std::vector<KXEncoderDynamicPair>& pairs) {
+    for (std::size_t i = 1; i < pairs.size(); ++i)
+        if (pairs[i].timeGap <= pairs[i - 1].timeGap)
+            return false;
+    return true;
+}
+
+// The mean of two step times. Both summands may be the whole range, and the sum wraps as it always has.
+unsigned int meanTimeGap(unsigned int first, unsigned int second) {
+    return 500U * (first + second) / thousandths;
+}
+
+} // namespace
+
+const unsigned int KXEncoderDynamic::debugSection = KXDebug::insertNewDebugSection("kx_encoder_dynamic");
+KXEncoderDynamic* KXEncoderDynamic::theInstance = nullptr;
+
+KXEncoderDynamic* KXEncoderDynamic::instance() {
+    if (theInstance)
+        return theInstance;
+    theInstance = new KXEncoderDynamic;
+    if (theInstance->initialize() != success) {
+        reportError("Initializing encoder dynamics failed.");
+        delete theInstance; // which resets theInstance
+    }
+    return theInstance;
+}
+
+KXEncoderDynamic::KXEncoderDynamic()
+    : userFactor(1000), dynamicParameters(10, KXEncoderDynamicPair{0, 0}), lowPassFactor(500), timeGap(100),
+      increment(restartedIncrement), maxTimeGap(10), lastTimeStamp(0) {}
+
+KXEncoderDynamic::~KXEncoderDynamic() {
+    theInstance = nullptr;
+}
+
+int KXEncoderDynamic::initialize() {
+    lastTimeStamp = 0;
+    lowPassFactor = 900;
+    userFactor = 1000;
+    dynamicParameters.resize(std::size(DEFAULT_TIME_GAPS));
+    for (std::size_t i = 0; i < dynamicParameters.size(); ++i) {
+        dynamicParameters[i].timeGap = static_cast<unsigned int>(DEFAULT_TIME_GAPS[i]);
+        dynamicParameters[i].increment = static_cast<unsigned int>(DEFAULT_INCREMENTS[i]);
+    }
+    increment = restartedIncrement;
+    maxTimeGap = 200;
+    timeGap = 200;
+    return success;
+}
+
+int KXEncoderDynamic::setDynamicParameters(const std::vector<KXEncoderDynamicPair>& pairs) {
+    // Set before the check on purpose: terminals in the field rely on a refused table having this effect.
+    maxTimeGap = 500;
+    if (!timeGapsRise(pairs))
+        return tableNotRising;
+    if (pairs.size() >= 2)
+        maxTimeGap = 2 * pairs.back().timeGap;
+    dynamicParameters = pairs;
+    return success;
+}
+
+std::vector<KXEncoderDynamicPair> KXEncoderDynamic::getDynamicParameters() const {
+    return dynamicParameters;
+}
+
+int KXEncoderDynamic::setLowPassFactor(int factor) {
+    if (factor < 1 || factor > 1000)
+        return outOfRange;
+    lowPassFactor = factor;
+    return success;
+}
+
+int KXEncoderDynamic::getLowPassFactor() const {
+    return lowPassFactor;
+}
+
+int KXEncoderDynamic::setUserFactor(int factor) {
+    if (factor <= 0)
+        return outOfRange;
+    userFactor = factor;
+    return success;
+}
+
+int KXEncoderDynamic::getUserFactor() const {
+    return userFactor;
+}
+
+int KXEncoderDynamic::getTimeGap() const {
+    return timeGap;
+}
+
+std::uint64_t KXEncoderDynamic::getLastTimeStamp() const {
+    return lastTimeStamp;
+}
+
+int KXEncoderDynamic::calculateIncrement(KXInputEvent& step, KXInputEvent& bundle) {
+    if (step.eventType != ENCODER_MOVE_EVENT)
+        return notAnEncoderEvent;
+    if (lastTimeStamp >= step.timeStamp) {
+        reportError("Can not calculate encoder dynamics for negative time gap.");
+        lastTimeStamp = step.timeStamp;
+        return timeGapNotPositive;
+    }
+    if (step.count == 0)
+        step.count = 1;
+
+    const auto stepCount = static_cast<unsigned int>(step.count);
+    const unsigned int elapsed = step.timeStamp - static_cast<unsigned int>(lastTimeStamp);
+    smoothTimeGap(elapsed / stepCount);
+    increment = static_cast<int>(smoothIncrement(stepCount));
+    bundle.value =
+        static_cast<int>(static_cast<unsigned int>(bundle.value) + static_cast<unsigned int>(increment));
+    lastTimeStamp = step.timeStamp;
+    return success;
+}
+
+void KXEncoderDynamic::smoothTimeGap(unsigned int gap) {
+    if (gap <= maxTimeGap) {
+        timeGap = static_cast<int>(meanTimeGap(gap, static_cast<unsigned int>(timeGap)));
+        return;
+    }
+    // The encoder was at rest: nothing of the last turn counts any more.
+    timeGap = static_cast<int>(meanTimeGap(maxTimeGap, maxTimeGap));
+    increment = restartedIncrement;
+}
+
+unsigned int KXEncoderDynamic::targetIncrement() const {
+    for (const KXEncoderDynamicPair& pair : dynamicParameters)
+        if (pair.timeGap > static_cast<unsigned int>(timeGap))
+            return pair.increment;
+    return restartedIncrement;
+}
+
+unsigned int KXEncoderDynamic::smoothIncrement(unsigned int stepCount) const {
+    const auto newWeight = static_cast<unsigned int>(lowPassFactor);
+    const unsigned int previous = static_cast<unsigned int>(increment) * (thousandths - newWeight);
+    const unsigned int target = targetIncrement() * stepCount * newWeight;
+    const unsigned int smoothed = (previous + target) / thousandths;
+    const unsigned int result = static_cast<unsigned int>(userFactor) * smoothed / thousandths;
+    return result == 0 ? 1 : result;
+}
+
+} // namespace KX

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <string_view>
+
+namespace KX {
+
+/// The name of an event type; empty for a number without one. No allocation.
+std::string_view findEventTypeName(int type);
+
+/// The printable name of any event type, for a trace: held here instead of on the heap.
+class EventTypeName {
+public:
+    explicit EventTypeName(int type);
+
+    const char* text() const {
+        return name;
+    }
+
+    EventTypeName(const EventTypeName&) = delete;
+    EventTypeName& operator=(const EventTypeName&) = delete;
+
+private:
+    const char* name;
+    char unnamed[32]; // "UnknownEventType(-2147483648)" has 29 characters
+};
+
+} // namespace KX

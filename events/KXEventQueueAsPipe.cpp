@@ -1,0 +1,57 @@
+#include "events/KXEventQueueAsPipe.h"
+
+#include "events/EventRecord.h"
+#include "events/PostTrace.h"
+#include "platform/KXDebug.h"
+
+namespace KX {
+
+namespace {
+
+constexpr int recordSize = sizeof(EventRecord);
+
+void reportError(const char* text) {
+    constexpr int errorLevel = 1;
+    KXDebug::debugPrintError(errorLevel, KXEventQueue::eventQueueDebugKey, "%s", text);
+}
+
+} // namespace
+
+KXEventQueueAsPipe::KXEventQueueAsPipe() {
+    // A pipe that could not be opened shows in the first post, and isConnected() tells whoever asks.
+    static_cast<void>(init());
+}
+
+KXEventQueueAsPipe::~KXEventQueueAsPipe() = default;
+
+void KXEventQueueAsPipe::postEvent(KXEvent& event) {
+    tracePost(event);
+    // A record is smaller than what a pipe takes whole or not at all: posting threads need no lock, and a full
+    // pipe never leaves half a record behind.
+    EventRecord record = encodeEvent(KXSomeEvent(event));
+    if (writeIntoPipe(record.data(), recordSize) != 0)
+        reportError("Class KXPipe has failed to write the data into the pipe ");
+    callAfterPostFunction();
+}
+
+KXSomeEvent KXEventQueueAsPipe::getNextEvent() {
+    KXSomeEvent event;
+    if (!isReadable())
+        return event;
+    EventRecord record;
+    if (readFromPipe(record.data(), recordSize) == 0)
+        decodeEvent(record, event);
+    else
+        reportError("class KXPipe has failed to give data to event pointer");
+    return event;
+}
+
+unsigned int KXEventQueueAsPipe::getSize() {
+    return static_cast<unsigned int>(getNoOfBytesAvailable() / recordSize);
+}
+
+bool KXEventQueueAsPipe::isEmpty() {
+    return !isReadable();
+}
+
+} // namespace KX

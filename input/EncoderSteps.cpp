@@ -1,0 +1,143 @@
+// How steps of the rotary encoder become encoder moves. A knob that is wired as a keyboard reports each step as
+// a press of key 4 or 5; t in ms after the first step:
+//
+//   the operator                             posted (at t)
+//   ---------------------------------------  ---------------------------------------------------------------
+//   turns one step                           move with value 1 (0)
+//   turns three steps within 50              move with value 1 (0); a bundle of count 2 with the increment
+//                                            accumulated so far (first pass of the worker from 50 on)
+//   goes on turning                          a bundle at most every 50, each with the increment accumulated
+//                                            since the first step
+//   rests for 50                             nothing; the bundle is closed and the next step opens a new one
+//   turns one step and one back at once      move with value 1 (0); the bundle closes, the step back is lost
+//   turns two further steps and one back     one of the two is cancelled; the increment is not taken back
+//   presses key 3                            the steps gathered so far, then key 3; the bundle is closed
+//
+// Moves that arrive as such (from a mouse wheel, say) are accelerated each by itself and never bundled.
+
+#include "input/KXInputEventManager.h"
+
+#include "encoder/KXEncoderDynamic.h"
+#include "events/EventClass.h"
+#include "events/KXEventType.h"
+#include "input/Status.h"
+
+namespace KX {
+
+namespace {
+
+constexpr int bundleEndKey = 3;
+constexpr int stepKeyUp = 4;
+constexpr int stepKeyDown = 5;
+
+constexpr unsigned int bundleIntervalMs = 50;
+constexpr int bundleClosed = 0;
+
+bool isStepKey(int keyCode) {
+    return keyCode == stepKeyUp || keyCode == stepKeyDown;
+}
+
+bool isOpen(const KXInputEvent& bundle) {
+    return bundle.eventType == ENCODER_MOVE_EVENT;
+}
+
+} // namespace
+
+int KXInputEventManager::convertToEncoderEvents(KXInputEvent& event) {
+    switch (event.eventType) {
+    case KEY_PRESS_EVENT:
+    case KEY_RELEASE_EVENT:
+        if (isStepKey(event.keyCode))
+            return convertStepKey(event);
+        if (event.keyCode == bundleEndKey)
+            endEncoderBundle();
+        return STATUS_OK;
+    case ENCODER_MOVE_EVENT:
+        if (encoderDynamic) {
+            event.value = 0;
+            encoderDynamic->calculateIncrement(event, event);
+        }
+        return STATUS_OK;
+    default:
+        return STATUS_OK;
+    }
+}
+
+int KXInputEventManager::convertStepKey(KXInputEvent& event) {
+    if (event.eventType == KEY_RELEASE_EVENT)
+        return STATUS_CONSUMED;
+    event.eventType = ENCODER_MOVE_EVENT;
+    event.count = 1;
+    event.value = 1;
+    return bundleKeyEncoderEvents(event);
+}
+
+int KXInputEventManager::bundleKeyEncoderEvents(KXInputEvent& event) {
+    if (event.eventType != ENCODER_MOVE_EVENT)
+        return STATUS_OK;
+    if (!isOpen(encoderBundle)) {
+        openEncoderBundle(event);
+        return STATUS_OK;
+    }
+    if (event.keyCode == encoderBundle.keyCode) {
+        ++encoderBundle.count;
+        accelerate(event, encoderBundle);
+    } else {
+        turnEncoderBundleBack(event);
+    }
+    return STATUS_CONSUMED;
+}
+
+// The opening step is posted by itself, so that the operator sees the screen react at once; the bundle starts
+// with a count of 0 behind it.
+void KXInputEventManager::openEncoderBundle(KXInputEvent& step) {
+    encoderBundle = step;
+    encoderBundle.eventClass = INPUT_EVENT_CLASS;
+    encoderBundle.count = 0;
+    accelerate(step, encoderBundle);
+}
+
+// One step back cancels one step forward. The value is left alone: it tells how far the knob was turned, not
+// where it ended.
+void KXInputEventManager::turnEncoderBundleBack(KXInputEvent& step) {
+    if (encoderBundle.count < 0) {
+        encoderBundle.count = 0;
+        encoderBundle.keyCode = encoderBundle.keyCode == stepKeyUp ? stepKeyDown : stepKeyUp;
+        accelerate(step, encoderBundle);
+        return;
+    }
+    if (encoderBundle.count > 0)
+        --encoderBundle.count;
+    if (encoderBundle.count == 0)
+        encoderBundle.eventType = bundleClosed;
+}
+
+void KXInputEventManager::endEncoderBundle() {
+    if (!isOpen(encoderBundle))
+        return;
+    if (encoderBundle.count != 0)
+        postToEventQueue(encoderBundle);
+    encoderBundle.count = 0;
+    encoderBundle.eventType = bundleClosed;
+}
+
+int KXInputEventManager::sendEncoderMoveEvent(unsigned int now) {
+    if (now - encoderBundle.timeStamp < bundleIntervalMs)
+        return STATUS_OK;
+    // A bundle that was posted stays open with its value, so that the next one carries on from it; one that
+    // gathered nothing since is over.
+    if (isOpen(encoderBundle) && encoderBundle.count != 0)
+        postToEventQueue(encoderBundle);
+    else
+        encoderBundle.eventType = bundleClosed;
+    encoderBundle.timeStamp = now;
+    encoderBundle.count = 0;
+    return STATUS_OK;
+}
+
+void KXInputEventManager::accelerate(KXInputEvent& step, KXInputEvent& sum) {
+    if (encoderDynamic)
+        encoderDynamic->calculateIncrement(step, sum);
+}
+
+} // namespace KX

@@ -1,0 +1,124 @@
+#include "input/KXInputEventManager.h"
+
+#include "events/EventClass.h"
+#include "events/KXEventType.h"
+#include "input/Status.h"
+#include "platform/KXMutex.h"
+
+#include <QApplication>
+#include <QKeyEvent>
+#include <QString>
+#include <QWidget>
+
+#include <iostream>
+
+namespace KX {
+
+namespace {
+
+// A click has no name among the event types; applications know it by this number.
+constexpr int clickEventType = 1010;
+
+constexpr int escapeKey = 0;
+constexpr int unmappedKey = 65535;
+
+QEvent::Type qtTypeOf(int eventType) {
+    const bool isPress = eventType == KEY_PRESS_EVENT || eventType == ENCODER_MOVE_EVENT;
+    return isPress ? QEvent::KeyPress : QEvent::KeyRelease;
+}
+
+} // namespace
+
+int KXInputEventManager::inputEventOccurred(KXInputEvent& event) {
+    if (!acceptingInput) {
+        std::cout << "KXInputEventManager::inputEventOccurred: Input IGNORED." << std::endl;
+        return STATUS_OK;
+    }
+
+    const KXAutoLock lock(mutex);
+    int status = convertToEncoderEvents(event);
+    if (status == STATUS_OK)
+        status = convertToDoublePressEvent(event);
+    if (status == STATUS_OK)
+        status = markPossibleLongPress(event);
+    if (status == STATUS_OK)
+        status = postToEventQueue(event);
+    return status;
+}
+
+int KXInputEventManager::toolkitEventOccurred(KXToolkitEvent& event) {
+    switch (event.eventType) {
+    case TOOLKIT_KEY_PRESS_EVENT:
+        return forwardKeyAs(KEY_PRESS_EVENT, event);
+    case TOOLKIT_KEY_RELEASE_EVENT:
+        return forwardKeyAs(KEY_RELEASE_EVENT, event);
+    case TOOLKIT_MOUSE_PRESS_EVENT:
+        return forwardAs(MOUSE_PRESS_EVENT, event);
+    case TOOLKIT_MOUSE_RELEASE_EVENT:
+        return forwardAs(MOUSE_RELEASE_EVENT, event);
+    case TOOLKIT_MOUSE_MOVE_EVENT:
+        return forwardAs(MOUSE_MOVE_EVENT, event);
+    case TOOLKIT_MOUSE_ESCAPE_EVENT:
+        return forwardAs(MOUSE_ESCAPE_EVENT, event);
+    case TOOLKIT_WHEEL_EVENT:
+        return forwardAs(ENCODER_MOVE_EVENT, event);
+    case TOOLKIT_CLICK_EVENT:
+        return forwardAs(clickEventType, event);
+    case REMOVE_POOL_WIDGETS_CONFIRM_EVENT:
+        return forwardAs(REMOVE_POOL_WIDGETS_CONFIRM_EVENT, event);
+
+    // The manager finds double and long presses by itself, so the toolkit's own versions would count twice.
+    case TOOLKIT_MOUSE_DOUBLE_PRESS_EVENT:
+    case TOOLKIT_KEY_AUTO_REPEAT_PRESS_EVENT:
+    case TOOLKIT_KEY_AUTO_REPEAT_RELEASE_EVENT:
+    case TOOLKIT_MOUSE_ENTER_EVENT:
+    case TOOLKIT_MOUSE_EXIT_EVENT:
+        return STATUS_REFUSED;
+
+    default:
+        std::cerr << "KXInputEventManager::toolkitEventOccurred(): got unknown input event: " << event.eventType
+                  << std::endl;
+        return STATUS_REFUSED;
+    }
+}
+
+int KXInputEventManager::forwardKeyAs(int eventType, KXToolkitEvent& event) {
+    event.keyCode = keyCodeOf(event.osKeyCode);
+    return forwardAs(eventType, event);
+}
+
+int KXInputEventManager::forwardAs(int eventType, KXToolkitEvent& event) {
+    event.eventType = eventType;
+    event.eventClass = INPUT_EVENT_CLASS;
+    return inputEventOccurred(event);
+}
+
+void KXInputEventManager::generateKeyEvent(KXInputEvent event) {
+    // An unknown key posts a null event, which takes Qt down. Applications have always had to check a key
+    // layout before they use it, and a key that silently did nothing would hide that they did not.
+    QKeyEvent* keyEvent = nullptr;
+    const auto key = kxCodeToOSCodeMap.find(event.keyCode);
+    if (key != kxCodeToOSCodeMap.end())
+        keyEvent = new QKeyEvent(qtTypeOf(event.eventType), key->second, Qt::NoModifier, QString(), false, 1);
+
+    QWidget* const window = QApplication::activeWindow();
+    if (!window) {
+        // The Qt event stays behind unfreed. Keep a window active while a keypad is in use and it never happens.
+        std::cerr
+            << "KXInputEventManager::generateKeyEvent(): Failed to find the active window to send the event to."
+            << std::endl;
+        return;
+    }
+    QCoreApplication::postEvent(window, keyEvent, Qt::NormalEventPriority);
+}
+
+int KXInputEventManager::postESCtoEventQueue(bool pressed) {
+    KXInputEvent escape;
+    escape.eventType = pressed ? KEY_PRESS_EVENT : KEY_RELEASE_EVENT;
+    escape.value = -1;
+    escape.keyCode = escapeKey;
+    escape.osKeyCode = unmappedKey;
+    return postToEventQueue(escape);
+}
+
+} // namespace KX
