@@ -1,0 +1,60 @@
+# What is installed: libraries, programs, public headers, the CMake package and the pkg-config file.
+
+# The public headers, and the only place where they are listed. Others are the library's own.
+set(kx_public_headers
+    events/KXCANMessage.h
+    events/KXEvent.h
+    events/KXEventQueue.h
+    events/KXEventQueueAsPipe.h
+    events/KXEventQueueAsQueue.h
+    events/KXEventType.h
+    events/KXSomeEvent.h
+    encoder/KXEncoderDynamic.h
+    input/KXInputEventManager.h
+    platform/KXAction.h
+    platform/KXCANRaw.h
+    platform/KXDebug.h
+    platform/KXEndPoint.h
+    platform/KXEndPointHandler.h
+    platform/KXEndPointManager.h
+    platform/KXExport.h
+    platform/KXMutex.h
+    platform/KXPipe.h
+    platform/KXString.h
+    platform/KXThread.h
+    platform/KXTick.h
+    platform/simulated/KXSimulation.h)
+foreach(header IN LISTS kx_public_headers)
+    get_filename_component(folder "${header}" DIRECTORY)
+    install(FILES "${header}" DESTINATION "${KXAPI_INCLUDE_DIR}/${folder}")
+endforeach()
+
+# Users link the archive by way of KXAPI::Simulated, which takes all of it; see KXAPI_EventsConfig.cmake.in.
+set_target_properties(KXAPI_Simulated PROPERTIES EXPORT_NAME SimulatedArchive)
+get_property(kx_libraries GLOBAL PROPERTY KXAPI_INSTALLED_TARGETS)
+list(APPEND kx_libraries KXAPI_Simulated)
+list(REMOVE_DUPLICATES kx_libraries)
+install(TARGETS ${kx_libraries} EXPORT KXAPI_Events
+    LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+    ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+
+foreach(program kxterminal kxreplay)
+    if(TARGET ${program})
+        install(TARGETS ${program} RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
+    endif()
+endforeach()
+
+include(CMakePackageConfigHelpers)
+set(kx_package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/KXAPI_Events")
+configure_package_config_file(cmake/KXAPI_EventsConfig.cmake.in
+    "${PROJECT_BINARY_DIR}/KXAPI_EventsConfig.cmake" INSTALL_DESTINATION "${kx_package_dir}")
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/KXAPI_EventsConfigVersion.cmake"
+    COMPATIBILITY SameMajorVersion)
+install(FILES "${PROJECT_BINARY_DIR}/KXAPI_EventsConfig.cmake"
+    "${PROJECT_BINARY_DIR}/KXAPI_EventsConfigVersion.cmake" DESTINATION "${kx_package_dir}")
+install(EXPORT KXAPI_Events FILE KXAPI_EventsTargets.cmake NAMESPACE KXAPI:: DESTINATION "${kx_package_dir}")
+
+# The way up from the folder of the .pc file, so that the prefix may be moved.
+file(RELATIVE_PATH kx_pkgconfig_to_prefix "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
+configure_file(cmake/kxapi-events.pc.in "${PROJECT_BINARY_DIR}/kxapi-events.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/kxapi-events.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")

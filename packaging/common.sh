@@ -1,0 +1,114 @@
+# shellcheck shell=bash
+# What ./run and ./test have in common. To be sourced with $root, the top of the project, set.
+
+packaging="$root/packaging"
+
+# All messages go to standard error: standard output belongs to the program that is run.
+say() {
+    printf '%s\n' "$*" >&2
+}
+
+die() {
+    say "error: $*"
+    exit 1
+}
+
+# read_packages LIST...: the package names of packaging/packages-LIST.txt.
+read_packages() {
+    local list
+    for list in "$@"; do
+        sed -e 's/#.*//' -e 's/[[:space:]]//g' -e '/^$/d' "$packaging/packages-$list.txt"
+    done
+}
+
+# missing_packages NAME...: those that are not installed.
+missing_packages() {
+    local installed
+    installed=$(dpkg-query -W -f '${db:Status-Status} ${Package}\n' "$@" 2>/dev/null | sed -n 's/^installed //p' | sort -u)
+    comm -23 <(printf '%s\n' "$@" | sort -u) <(printf '%s\n' "$installed")
+}
+
+# install_packages LIST...: installs what is missing; needs neither network nor root when nothing is.
+install_packages() {
+    local wanted missing
+    mapfile -t wanted < <(read_packages "$@")
+    command -v dpkg-query apt-get >/dev/null ||
+        die "this is no Debian system; install what these Debian packages hold, then build with CMake: ${wanted[*]}"
+    mapfile -t missing < <(missing_packages "${wanted[@]}")
+    if [ "${#missing[@]}" -gt 0 ]; then
+        apt_install "${missing[@]}"
+    fi
+}
+
+apt_install() {
+    local become_root=()
+    if [ "$(id -u)" -ne 0 ]; then
+        command -v sudo >/dev/null ||
+            die "neither root nor sudo is here to install packages; ask an administrator for: apt-get install $*"
+        become_root=(sudo)
+    fi
+    say "Installing Debian packages: $*"
+    apt_log=$(mktemp)
+    # A package that apt does not know, or no longer finds where its old lists say, asks for new lists.
+    if apt_run install --dry-run "$@" && apt_run install "$@"; then
+        :
+    elif say "Fetching the package lists" && apt_run update && apt_run install "$@"; then
+        :
+    else
+        die "apt-get failed, its log is $apt_log: $(grep '^E:' "$apt_log" | tail -n 1)"
+    fi
+    rm -f "$apt_log"
+}
+
+# apt_run COMMAND ARGUMENTS...: apt-get without questions, its words in $apt_log. Waits while another one runs.
+apt_run() {
+    "${become_root[@]}" env DEBIAN_FRONTEND=noninteractive LC_ALL=C \
+        apt-get -y --no-install-recommends -o DPkg::Lock::Timeout=300 -o APT::Update::Error-Mode=any "$@" \
+        >"$apt_log" 2>&1 </dev/null
+}
+
+# configure PRESET: once; from then on the build notices changes of the CMake files by itself, but not of presets.
+configure() {
+    local folder="$root/build/$1"
+    if [ "$folder/build.ninja" -nt "$root/CMakePresets.json" ]; then
+        return 0
+    fi
+    say "Configuring $1"
+    mkdir -p "$folder"
+    if ! (cd "$root" && cmake --preset "$1") >"$folder/configure.log" 2>&1; then
+        cat "$folder/configure.log" >&2
+        say "error: could not configure $1"
+        return 1
+    fi
+}
+
+# build PRESET [TARGET...]: what has changed since the last time.
+build() {
+    local preset=$1
+    shift
+    configure "$preset" || return 1
+    say "Building $preset"
+    if ! run_ninja "$root/build/$preset" "$@"; then
+        say "error: could not build $preset"
+        return 1
+    fi
+}
+
+# run_ninja FOLDER [TARGET...]: one line that moves on a terminal, a line for each tenth elsewhere.
+run_ninja() {
+    if [ -t 2 ]; then
+        ninja -C "$@" >&2
+        return
+    fi
+    # Words that are no progress, such as a compiler's, pass.
+    ninja -C "$@" 2>&1 | awk '
+        /^ninja: (Entering directory|no work to do)/ { next }
+        match($0, /^\[[0-9]+\/[0-9]+\]/) {
+            split(substr($0, 2, RLENGTH - 2), step, "/")
+            tenth = int(10 * step[1] / step[2])
+            if (step[2] > 1 && tenth > shown) { shown = tenth; print "  " step[1] " of " step[2]; fflush() }
+            next
+        }
+        { print; fflush() }' >&2
+    return "${PIPESTATUS[0]}"
+}

@@ -1,0 +1,50 @@
+// A program that brings one class of the platform itself: the library must go by this clock, not by the one of the
+// shared library that it was linked with.
+
+#include "events/KXEventType.h"
+#include "input/KXInputEventManager.h"
+#include "platform/KXEndPoint.h"
+#include "platform/KXTick.h"
+
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <poll.h>
+
+static std::atomic<unsigned int> aheadMs{0};
+
+unsigned int KX::KXTick::getTickCount() {
+    using namespace std::chrono;
+    const auto sinceStart = duration_cast<milliseconds>(steady_clock::now().time_since_epoch());
+    return static_cast<unsigned int>(sinceStart.count()) + aheadMs;
+}
+
+static void printNextEvent() {
+    auto* manager = KX::KXInputEventManager::getInstance();
+    const auto& inbox = dynamic_cast<KX::KXEndPoint&>(*manager->getInputEventsQueue());
+    pollfd wakeUp = {inbox.getReadEndPointID(), POLLIN, 0};
+    // Far longer than the worker's pass of 100 ms, far shorter than the hour that a long press takes here.
+    if (poll(&wakeUp, 1, 30000) != 1) {
+        std::puts("nothing came: the library does not go by the program's clock");
+        return;
+    }
+    std::puts(KX::translateEventTypeToString(manager->getNextEvent().eventType).c_str());
+}
+
+int main() {
+    constexpr unsigned int hourMs = 3600000;
+    auto* manager = KX::KXInputEventManager::createInstance();
+    manager->setLongKeyPressDuration(hourMs);
+
+    KX::KXToolkitEvent press;
+    press.eventClass = 2;
+    press.eventType = KX::TOOLKIT_KEY_PRESS_EVENT;
+    press.timeStamp = KX::KXTick::getTickCount();
+    press.osKeyCode = 0x01000000; // Qt::Key_Escape
+    manager->toolkitEventOccurred(press);
+    printNextEvent();
+
+    aheadMs = hourMs;
+    printNextEvent();
+    KX::KXInputEventManager::deleteInstance();
+}

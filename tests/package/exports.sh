@@ -1,0 +1,12 @@
+#!/usr/bin/env bash
+# exports.sh PREFIX LIBRARY: the library shows its users what exports/LIBRARY.txt lists, no more and no less.
+. "$(dirname "$0")/common.sh"
+make_scratch
+library="libKXAPI_$2.so"
+listed="$KX_SOURCE/tests/package/exports/libKXAPI_$2.txt"
+
+nm -D --defined-only --format=posix "$1/$KX_LIBDIR/$library" | cut -d ' ' -f 1 | c++filt | sort -u >"$scratch/exported"
+[ -s "$scratch/exported" ] || fail "$library exports nothing"
+if ! diff -U 0 --label listed --label exported "$listed" "$scratch/exported"; then
+    fail "the symbols of $library have changed: + is not listed, - is gone. A change that is meant goes into $listed"
+fi

@@ -1,0 +1,13 @@
+#!/usr/bin/env bash
+# Every source file is laid out as .clang-format has it.
+. "$(dirname "$0")/common.sh"
+cd "$KX_SOURCE"
+
+if ! command -v clang-format; then
+    echo "skipped: clang-format is not installed"
+    exit 77
+fi
+# A clone may belong to another user than the one who tests it, in a container for instance.
+mapfile -d '' -t files < <(git -c safe.directory='*' ls-files -z -- '*.cpp' '*.h')
+[ "${#files[@]}" -gt 0 ] || fail "git lists no source file"
+clang-format --dry-run -Werror "${files[@]}"

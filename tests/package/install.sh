@@ -1,0 +1,14 @@
+#!/usr/bin/env bash
+# install.sh PREFIX: everything that is promised lands there, and what runs finds what it needs.
+. "$(dirname "$0")/common.sh"
+prefix=$1
+
+install_into "$prefix"
+for file in bin/kxterminal "$KX_INCLUDEDIR/input/KXInputEventManager.h" \
+    "$KX_INCLUDEDIR/platform/simulated/KXSimulation.h" "$KX_LIBDIR/pkgconfig/kxapi-events.pc" \
+    "$KX_LIBDIR/cmake/KXAPI_Events/KXAPI_EventsConfigVersion.cmake"; do
+    [ -f "$prefix/$file" ] || fail "$file is not installed"
+done
+for file in "$prefix"/bin/* "$prefix/$KX_LIBDIR"/lib*.so; do
+    expect_loads_from "$prefix" "$file"
+done

@@ -1,0 +1,8 @@
+#!/usr/bin/env bash
+# soname.sh PREFIX LIBRARY: programs linked today keep to the libraries of today's major version.
+. "$(dirname "$0")/common.sh"
+library="libKXAPI_$2.so"
+
+soname=$(readelf -d "$1/$KX_LIBDIR/$library" | sed -n 's/.*(SONAME).*\[\(.*\)\]/\1/p')
+[ "$soname" = "$library.$KX_MAJOR" ] || fail "the SONAME of $library is '$soname', not $library.$KX_MAJOR"
+[ -f "$1/$KX_LIBDIR/$soname" ] || fail "there is no $soname"
