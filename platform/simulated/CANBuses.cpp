@@ -1,0 +1,169 @@
+#include "platform/simulated/CANBuses.h"
+
+#include "platform/simulated/Accounts.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace KX::simulated {
+
+using Lock = std::lock_guard<std::mutex>;
+
+SimulatedCAN::SimulatedCAN(int bus) : busNumber(bus) {
+    CANBuses& buses = CANBuses::instance();
+    const Lock lock(buses.mutex);
+    buses.buses[busNumber].endPoints.push_back(this);
+    buses.connect(*this);
+    ++living.canEndPoints;
+}
+
+SimulatedCAN::~SimulatedCAN() {
+    CANBuses& buses = CANBuses::instance();
+    const Lock lock(buses.mutex);
+    auto& endPoints = buses.buses[busNumber].endPoints;
+    endPoints.erase(std::remove(endPoints.begin(), endPoints.end(), this), endPoints.end());
+    --living.canEndPoints;
+}
+
+int SimulatedCAN::configure(unsigned char setting) {
+    CANBuses& buses = CANBuses::instance();
+    const Lock lock(buses.mutex);
+    buses.buses[busNumber].setting = setting;
+    return 0;
+}
+
+int SimulatedCAN::readFrame(KXCANMessage& message) {
+    const Lock lock(CANBuses::instance().mutex);
+    if (received.empty()) {
+        return 20;
+    }
+    message = received.front();
+    received.pop_front();
+    return 0;
+}
+
+int SimulatedCAN::getReadEndPointID() const {
+    const Lock lock(CANBuses::instance().mutex);
+    return readId;
+}
+
+int SimulatedCAN::getWriteEndPointID() const {
+    return -1;
+}
+
+bool SimulatedCAN::isConnected() const {
+    return getReadEndPointID() != -1;
+}
+
+int SimulatedCAN::reconnect() {
+    CANBuses& buses = CANBuses::instance();
+    const Lock lock(buses.mutex);
+    buses.disconnect(*this);
+    return buses.connect(*this);
+}
+
+bool SimulatedCAN::hasFrames() const {
+    const Lock lock(CANBuses::instance().mutex);
+    return !received.empty();
+}
+
+CANBuses& CANBuses::instance() {
+    static CANBuses& buses = *new CANBuses;
+    return buses;
+}
+
+void CANBuses::schedule(int bus, Time time, const KXCANMessage& frame) {
+    const Lock lock(mutex);
+    script.emplace(time, Scheduled{bus, frame});
+}
+
+void CANBuses::deliverUntil(Time time) {
+    const Lock lock(mutex);
+    while (!script.empty() && script.begin()->first <= time) {
+        const Scheduled& due = script.begin()->second;
+        const auto bus = buses.find(due.bus);
+        if (bus != buses.end()) {
+            for (SimulatedCAN* endPoint : bus->second.endPoints) {
+                if (endPoint->readId != -1) {
+                    endPoint->received.push_back(due.frame);
+                }
+            }
+        }
+        script.erase(script.begin());
+    }
+}
+
+Time CANBuses::getNextFrameTime() const {
+    const Lock lock(mutex);
+    return script.empty() ? std::numeric_limits<Time>::max() : script.begin()->first;
+}
+
+void CANBuses::setDown(int bus, bool down) {
+    const Lock lock(mutex);
+    buses[bus].isDown = down;
+    if (down) {
+        for (SimulatedCAN* endPoint : buses[bus].endPoints) {
+            disconnect(*endPoint);
+        }
+    }
+}
+
+unsigned int CANBuses::countPending() const {
+    const Lock lock(mutex);
+    std::size_t pending = script.size();
+    for (const auto& [number, bus] : buses) {
+        for (const SimulatedCAN* endPoint : bus.endPoints) {
+            pending += endPoint->received.size();
+        }
+    }
+    return static_cast<unsigned int>(pending);
+}
+
+int CANBuses::getSetting(int bus) const {
+    const Lock lock(mutex);
+    const auto found = buses.find(bus);
+    return found == buses.end() ? -1 : found->second.setting;
+}
+
+void CANBuses::reset() {
+    const Lock lock(mutex);
+    buses.clear();
+    script.clear();
+}
+
+bool CANBuses::isDown(int bus) const {
+    const Lock lock(mutex);
+    const auto found = buses.find(bus);
+    return found != buses.end() && found->second.isDown;
+}
+
+// What had come before is lost, as with a socket that is closed.
+void CANBuses::disconnect(SimulatedCAN& endPoint) {
+    endPoint.readId = -1;
+    endPoint.received.clear();
+}
+
+int CANBuses::connect(SimulatedCAN& endPoint) {
+    if (buses[endPoint.busNumber].isDown) {
+        return 20;
+    }
+    endPoint.readId = newEndPointId();
+    return 0;
+}
+
+} // namespace KX::simulated
+
+namespace KX {
+
+KXCANRaw::KXCANRaw() = default;
+KXCANRaw::~KXCANRaw() = default;
+
+KXCANRaw* KXCANRaw::create(int bus, int /*bitRate*/, int /*receiveBuffer*/) {
+    using namespace simulated;
+    if (bus < 0 || faults.canBuses.take() || CANBuses::instance().isDown(bus)) {
+        return nullptr;
+    }
+    return new SimulatedCAN(bus);
+}
+
+} // namespace KX

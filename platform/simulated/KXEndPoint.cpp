@@ -1,0 +1,58 @@
+#include "platform/KXEndPoint.h"
+
+#include "platform/KXEndPointHandler.h"
+#include "platform/simulated/ReadableMarks.h"
+
+#include <mutex>
+#include <set>
+
+namespace KX {
+
+namespace simulated {
+
+namespace {
+
+struct Marks {
+    std::mutex mutex;
+    std::set<const KXEndPoint*> readable; // guarded by mutex
+};
+
+// Never destroyed: static objects of the program may be end points.
+Marks& marks() {
+    static Marks& theMarks = *new Marks;
+    return theMarks;
+}
+
+} // namespace
+
+void markReadable(const KXEndPoint* endPoint, bool readable) {
+    const std::lock_guard<std::mutex> lock(marks().mutex);
+    if (readable) {
+        marks().readable.insert(endPoint);
+    } else {
+        marks().readable.erase(endPoint);
+    }
+}
+
+bool isMarkedReadable(const KXEndPoint* endPoint) {
+    const std::lock_guard<std::mutex> lock(marks().mutex);
+    return marks().readable.count(endPoint) != 0;
+}
+
+void forgetMarks() {
+    const std::lock_guard<std::mutex> lock(marks().mutex);
+    marks().readable.clear();
+}
+
+} // namespace simulated
+
+KXEndPoint::KXEndPoint() = default;
+
+KXEndPoint::~KXEndPoint() {
+    // The next end point may stand at the same address.
+    simulated::markReadable(this, false);
+}
+
+KXEndPointHandler::~KXEndPointHandler() = default;
+
+} // namespace KX

@@ -1,0 +1,195 @@
+#include "platform/KXPipe.h"
+
+#include "platform/simulated/Accounts.h"
+
+#include <algorithm>
+#include <cstring>
+#include <mutex>
+#include <vector>
+
+namespace KX {
+
+namespace {
+
+/// Bytes in the order in which they came; grows by doubling and never shrinks, so that a pipe in steady use
+/// allocates nothing.
+class ByteRing {
+public:
+    std::size_t size() const {
+        return used;
+    }
+
+    void clear() {
+        first = 0;
+        used = 0;
+    }
+
+    void append(const char* data, std::size_t count) {
+        if (used + count > bytes.size()) {
+            grow(used + count);
+        }
+        const std::size_t begin = (first + used) % bytes.size();
+        const std::size_t upToEnd = std::min(count, bytes.size() - begin);
+        std::memcpy(bytes.data() + begin, data, upToEnd);
+        std::memcpy(bytes.data(), data + upToEnd, count - upToEnd);
+        used += count;
+    }
+
+    void take(char* data, std::size_t count) {
+        const std::size_t upToEnd = std::min(count, bytes.size() - first);
+        std::memcpy(data, bytes.data() + first, upToEnd);
+        std::memcpy(data + upToEnd, bytes.data(), count - upToEnd);
+        first = (first + count) % bytes.size();
+        used -= count;
+    }
+
+private:
+    void grow(std::size_t atLeast) {
+        std::vector<char> larger(std::max(atLeast, 2 * bytes.size()));
+        const std::size_t held = used;
+        take(larger.data(), held);
+        bytes.swap(larger);
+        first = 0;
+        used = held;
+    }
+
+    std::vector<char> bytes = std::vector<char>(4096);
+    std::size_t first = 0;
+    std::size_t used = 0;
+};
+
+} // namespace
+
+class KX_LOCAL KXPipe::Implementation {
+public:
+    ~Implementation() {
+        close();
+    }
+
+    int open() {
+        const std::lock_guard<std::mutex> lock(mutex);
+        return isOpen() ? 0 : openLocked();
+    }
+
+    int reopen() {
+        close();
+        const std::lock_guard<std::mutex> lock(mutex);
+        return openLocked();
+    }
+
+    int write(const void* data, int size) {
+        const std::lock_guard<std::mutex> lock(mutex);
+        const auto count = static_cast<std::size_t>(size);
+        if (!isOpen() || simulated::faults.pipeWrites.take() ||
+            ring.size() + count > static_cast<std::size_t>(simulated::pipeCapacity.load())) {
+            return 20;
+        }
+        ring.append(static_cast<const char*>(data), count);
+        return 0;
+    }
+
+    int read(void* data, int size) {
+        const std::lock_guard<std::mutex> lock(mutex);
+        const auto count = static_cast<std::size_t>(size);
+        if (!isOpen() || simulated::faults.pipeReads.take()) {
+            return 20;
+        }
+        if (ring.size() < count) {
+            ring.clear();
+            return 20;
+        }
+        ring.take(static_cast<char*>(data), count);
+        return 0;
+    }
+
+    int available() const {
+        const std::lock_guard<std::mutex> lock(mutex);
+        return static_cast<int>(ring.size());
+    }
+
+    int getReadId() const {
+        const std::lock_guard<std::mutex> lock(mutex);
+        return readId;
+    }
+
+    int getWriteId() const {
+        const std::lock_guard<std::mutex> lock(mutex);
+        return writeId;
+    }
+
+private:
+    bool isOpen() const {
+        return readId != -1;
+    }
+
+    int openLocked() {
+        if (simulated::faults.pipeInits.take()) {
+            return 20;
+        }
+        readId = simulated::newEndPointId();
+        writeId = simulated::newEndPointId();
+        ++simulated::living.openPipes;
+        return 0;
+    }
+
+    void close() {
+        const std::lock_guard<std::mutex> lock(mutex);
+        if (isOpen()) {
+            --simulated::living.openPipes;
+        }
+        readId = -1;
+        writeId = -1;
+        ring.clear();
+    }
+
+    mutable std::mutex mutex;
+
+    // guarded by mutex
+    ByteRing ring;
+    int readId = -1;
+    int writeId = -1;
+};
+
+KXPipe::KXPipe() : implementation(new Implementation) {}
+
+KXPipe::~KXPipe() {
+    delete implementation;
+}
+
+int KXPipe::init() {
+    return implementation->open();
+}
+
+int KXPipe::writeIntoPipe(void* data, int size) const {
+    return data == nullptr || size <= 0 ? 24 : implementation->write(data, size);
+}
+
+int KXPipe::readFromPipe(void* data, int size) {
+    return data == nullptr || size <= 0 ? 24 : implementation->read(data, size);
+}
+
+bool KXPipe::isReadable() const {
+    return implementation->available() > 0;
+}
+
+int KXPipe::getNoOfBytesAvailable() const {
+    return implementation->available();
+}
+
+int KXPipe::getReadEndPointID() const {
+    return implementation->getReadId();
+}
+
+int KXPipe::getWriteEndPointID() const {
+    return implementation->getWriteId();
+}
+
+bool KXPipe::isConnected() const {
+    return implementation->getReadId() != -1;
+}
+
+int KXPipe::reconnect() {
+    return implementation->reopen();
+}
+
+} // namespace KX

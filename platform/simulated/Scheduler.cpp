@@ -1,0 +1,256 @@
+#include "platform/simulated/Scheduler.h"
+
+#include "platform/simulated/CANBuses.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+
+namespace KX::simulated {
+
+namespace {
+
+thread_local Participant* currentParticipant = nullptr;
+
+constexpr unsigned int halfRange = 1u << 31;
+
+// Far more than a thread needs that drains a full pipe byte by byte.
+constexpr unsigned int mostWaitsAtOneTick = 10'000'000;
+
+} // namespace
+
+Scheduler& Scheduler::instance() {
+    static Scheduler& scheduler = *new Scheduler;
+    return scheduler;
+}
+
+unsigned int Scheduler::getTick() const {
+    return tick.load(std::memory_order_relaxed);
+}
+
+Time Scheduler::now() const {
+    const std::lock_guard<std::mutex> lock(mutex);
+    return time;
+}
+
+Time Scheduler::timeOf(unsigned int wantedTick) const {
+    const std::lock_guard<std::mutex> lock(mutex);
+    const auto presentTick = static_cast<unsigned int>(time);
+    const unsigned int behind = presentTick - wantedTick;
+    return behind < halfRange ? time - behind : time + (wantedTick - presentTick);
+}
+
+void Scheduler::setTick(unsigned int wantedTick) {
+    moveTo(timeOf(wantedTick));
+    CANBuses::instance().deliverUntil(now());
+}
+
+void Scheduler::advance(unsigned int ms) {
+    stepThrough(now() + ms, nullptr);
+}
+
+void Scheduler::endWaits() {
+    std::uint64_t end;
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        end = nextWaitNumber;
+        waitsSinceMove = 0;
+    }
+    // Only the waits that go on now: a thread that waits again has had its pass.
+    while (Participant* participant = takeFirstBefore(end)) {
+        release(*participant);
+    }
+}
+
+void Scheduler::reset() {
+    moveTo(0);
+}
+
+Participant* Scheduler::current() {
+    return currentParticipant;
+}
+
+void Scheduler::become(Participant& self) {
+    currentParticipant = &self;
+}
+
+void Scheduler::runLaunched(Participant& self) {
+    self.hasStopped.take();
+}
+
+void Scheduler::end(Participant& self) {
+    setState(self, Participant::State::ended);
+    self.hasStopped.give();
+}
+
+bool Scheduler::stop(Participant& self) {
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        if (self.state == Participant::State::running && currentParticipant != nullptr) {
+            return false;
+        }
+        self.stopping = true;
+        waitsSinceMove = 0;
+        const auto wait = std::find_if(waits.begin(), waits.end(),
+                                       [&self](const Waits::value_type& entry) { return entry.second == &self; });
+        if (wait == waits.end()) {
+            return true;
+        }
+        takeOut(wait);
+    }
+    release(self);
+    return true;
+}
+
+bool Scheduler::isRunningOrWaiting(const Participant& self) const {
+    const std::lock_guard<std::mutex> lock(mutex);
+    return self.state == Participant::State::running || self.state == Participant::State::waiting;
+}
+
+void Scheduler::setState(Participant& self, Participant::State state) {
+    const std::lock_guard<std::mutex> lock(mutex);
+    self.state = state;
+}
+
+bool Scheduler::wait(Time wakeTime, Watched& watched) {
+    if (currentParticipant != nullptr) {
+        return handOver(*currentParticipant, wakeTime, watched);
+    }
+    stepThrough(wakeTime, &watched);
+    return false;
+}
+
+bool Scheduler::isStopping() const {
+    const std::lock_guard<std::mutex> lock(mutex);
+    return currentParticipant != nullptr && currentParticipant->stopping;
+}
+
+void Scheduler::countWait() {
+    if (currentParticipant == nullptr) {
+        return;
+    }
+    const std::lock_guard<std::mutex> lock(mutex);
+    if (++waitsSinceMove <= mostWaitsAtOneTick) {
+        return;
+    }
+    std::fprintf(stderr,
+                 "KXSimulation: thread \"%s\" waits again and again at tick %u and time cannot go on: a handler "
+                 "does not read, or a loop does not see that it is to stop\n",
+                 currentParticipant->name.c_str(), static_cast<unsigned int>(time));
+    std::abort();
+}
+
+bool Scheduler::handOver(Participant& self, Time wakeTime, Watched& watched) {
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        if (self.stopping) {
+            return true;
+        }
+        self.state = Participant::State::waiting;
+        self.waitEnded = false;
+        self.wakeTime = wakeTime;
+        self.watched = &watched;
+        waits.emplace(nextWaitNumber++, &self);
+    }
+    self.hasStopped.give();
+    self.mayRun.take();
+    const std::lock_guard<std::mutex> lock(mutex);
+    return self.waitEnded || self.stopping;
+}
+
+void Scheduler::stepThrough(Time target, Watched* until) {
+    for (;;) {
+        runWhatIsDue();
+        if (until != nullptr && until->isReady()) {
+            return;
+        }
+        const Time next = nextEvent();
+        if (next > target) {
+            break;
+        }
+        moveTo(next);
+    }
+    moveTo(target);
+}
+
+void Scheduler::runWhatIsDue() {
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        waitsSinceMove = 0;
+    }
+    CANBuses::instance().deliverUntil(now());
+    while (Participant* participant = takeFirstDue()) {
+        release(*participant);
+    }
+}
+
+Participant* Scheduler::takeFirstDue() {
+    std::unique_lock<std::mutex> lock(mutex);
+    auto wait = waits.begin();
+    while (wait != waits.end()) {
+        const auto [number, participant] = *wait;
+        bool isDue = participant->wakeTime <= time;
+        if (!isDue) {
+            Watched& watched = *participant->watched;
+            lock.unlock();
+            isDue = watched.isReady();
+            lock.lock();
+            wait = waits.lower_bound(number);
+        }
+        if (isDue) {
+            takeOut(wait);
+            return participant;
+        }
+        ++wait;
+    }
+    return nullptr;
+}
+
+Participant* Scheduler::takeFirstBefore(std::uint64_t waitNumber) {
+    const std::lock_guard<std::mutex> lock(mutex);
+    const auto wait = waits.begin();
+    if (wait == waits.end() || wait->first >= waitNumber) {
+        return nullptr;
+    }
+    Participant* participant = wait->second;
+    participant->waitEnded = true;
+    takeOut(wait);
+    return participant;
+}
+
+void Scheduler::takeOut(Waits::iterator wait) {
+    wait->second->state = Participant::State::running;
+    waits.erase(wait);
+}
+
+Time Scheduler::nextEvent() const {
+    Time next = CANBuses::instance().getNextFrameTime();
+    const std::lock_guard<std::mutex> lock(mutex);
+    for (const auto& [number, participant] : waits) {
+        next = std::min(next, participant->wakeTime);
+    }
+    return next;
+}
+
+void Scheduler::moveTo(Time target) {
+    const std::lock_guard<std::mutex> lock(mutex);
+    time = target;
+    tick.store(static_cast<unsigned int>(target), std::memory_order_relaxed);
+    waitsSinceMove = 0;
+}
+
+void Scheduler::release(Participant& participant) {
+    participant.mayRun.give();
+    participant.hasStopped.take();
+}
+
+void requireDriver(const char* function) {
+    if (currentParticipant == nullptr) {
+        return;
+    }
+    std::fprintf(stderr, "%s: called on the simulated thread \"%s\"; only the driver may\n", function,
+                 currentParticipant->name.c_str());
+    std::abort();
+}
+
+} // namespace KX::simulated

@@ -1,0 +1,127 @@
+#pragma once
+
+#include "platform/simulated/Baton.h"
+
+#include <atomic>
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <string>
+
+namespace KX::simulated {
+
+/// Milliseconds of virtual time that do not wrap: the tick is their low 32 bits. Negative when the clock was
+/// set back beyond where the program started.
+using Time = std::int64_t;
+
+/// What a wait watches besides the clock.
+class Watched {
+public:
+    /// Whether the wait has something to do now. Called without the scheduler's lock.
+    virtual bool isReady() = 0;
+
+protected:
+    ~Watched() = default;
+};
+
+/// A thread made through KXThread, as the scheduler sees it.
+struct Participant {
+    enum class State { idle, running, waiting, ended };
+
+    std::string name;
+    unsigned int id = 0;
+
+    // guarded by the scheduler's mutex
+    State state = State::idle;
+    bool stopping = false;  ///< its waits return at once from now on
+    bool waitEnded = false; ///< its present wait is over, whatever the clock says
+    Time wakeTime = 0;
+    Watched* watched = nullptr;
+
+    Baton mayRun;     ///< given to the thread
+    Baton hasStopped; ///< given back when it waits again or has ended
+};
+
+/// The clock, and who may run.
+///
+/// Of the driver and the simulated threads exactly one runs at a time; the others stand in \ref Baton::take.
+/// Never destroyed, because threads and static objects may outlive main().
+class Scheduler {
+public:
+    static Scheduler& instance();
+
+    unsigned int getTick() const;
+    Time now() const;
+
+    /// The time that a tick means: less than half the range back, otherwise ahead.
+    Time timeOf(unsigned int tick) const;
+
+    void setTick(unsigned int tick);
+    void advance(unsigned int ms);
+    void endWaits();
+    void reset();
+
+    /// The simulated thread that calls; null on any other thread.
+    static Participant* current();
+
+    /// Makes the calling thread the simulated thread \p self.
+    static void become(Participant& self);
+
+    /// Lets \p self, which has just been launched, run until it waits or ends.
+    void runLaunched(Participant& self);
+
+    /// Told by \p self as the last thing it does.
+    void end(Participant& self);
+
+    /// Makes the waits of \p self return at once and lets it run until it ends.
+    /// \return false when the caller would wait for itself, directly or by way of who waits for it
+    bool stop(Participant& self);
+
+    bool isRunningOrWaiting(const Participant& self) const;
+    void setState(Participant& self, Participant::State state);
+
+    /// Waits until \p wakeTime, or until \p watched is ready: a simulated thread by handing over, the driver by
+    /// moving the clock.
+    /// \return true when the wait is to return although neither has come
+    bool wait(Time wakeTime, Watched& watched);
+
+    /// Whether the calling thread's waits return at once because it is being stopped.
+    bool isStopping() const;
+
+    /// Counts a call of a wait by a simulated thread; aborts when the clock cannot go on because of them.
+    void countWait();
+
+private:
+    bool handOver(Participant& self, Time wakeTime, Watched& watched);
+    void stepThrough(Time target, Watched* until);
+    void runWhatIsDue();
+    Participant* takeFirstDue();
+    Participant* takeFirstBefore(std::uint64_t waitNumber);
+    Time nextEvent() const;
+    void moveTo(Time target);
+    void release(Participant& participant);
+
+    using Waits = std::map<std::uint64_t, Participant*>;
+    void takeOut(Waits::iterator wait);
+
+    mutable std::mutex mutex;
+    std::atomic<unsigned int> tick{0}; // low bits of time, for readers without the lock
+
+    // guarded by mutex
+    Time time = 0;
+    Waits waits; // by number, so in the order in which they began
+    std::uint64_t nextWaitNumber = 0;
+    unsigned int waitsSinceMove = 0;
+};
+
+/// Ends the program with "<function>: <reason>" when a simulated thread calls what only the driver may.
+void requireDriver(const char* function);
+
+/// The id of the calling thread, given out at the first call; the one that starts the first thread gets 1.
+unsigned int currentThreadId();
+unsigned int newThreadId();
+
+/// Begins anew: the caller gets 1.
+void resetThreadIds();
+
+} // namespace KX::simulated
