@@ -1,0 +1,202 @@
+#include "platform/KXEndPointManager.h"
+
+#include "platform/KXEndPoint.h"
+#include "platform/KXEndPointHandler.h"
+#include "platform/KXTick.h"
+#include "platform/linux/os_abs/KXEndPointTable.h"
+
+#include <algorithm>
+#include <poll.h>
+#include <sys/epoll.h>
+#include <sys/ioctl.h>
+#include <vector>
+
+namespace KX {
+
+namespace {
+
+const int statusRefused = 20;
+const int statusOutOfRange = 24;
+
+const int retryIntervalMs = 1000;
+
+/// A descriptor that its owner closes vanishes from the epoll set without an event, so a long wait looks again
+/// that often.
+const int checkIntervalMs = 1000;
+
+/// How far \p tick lies ahead of \p now; not positive when it has come. Right across the wrap of the clock.
+int getTimeUntil(unsigned int tick, unsigned int now) {
+    return static_cast<int>(tick - now);
+}
+
+unsigned int getRetryTick() {
+    return KXTick::getTickCount() + static_cast<unsigned int>(retryIntervalMs);
+}
+
+bool hasBytes(int descriptor) {
+    int bytes = 0;
+    return ioctl(descriptor, FIONREAD, &bytes) == 0 && bytes > 0;
+}
+
+/// Whether what epoll or poll tells of a descriptor means that nothing will come from it any more. A peer that
+/// has gone may have left bytes behind: those are to be read first. End of file is "readable" for ever, so
+/// without this a handler would be called in a busy loop.
+bool isGone(unsigned int found, int descriptor) {
+    const unsigned int broken = EPOLLERR | static_cast<unsigned int>(POLLNVAL);
+    const unsigned int hungUp = EPOLLHUP | EPOLLRDHUP;
+    return (found & broken) != 0 || ((found & hungUp) != 0 && !hasBytes(descriptor));
+}
+
+/// What a descriptor has to tell at this moment.
+unsigned int lookAgain(int descriptor) {
+    pollfd query{};
+    query.fd = descriptor;
+    query.events = POLLIN | POLLRDHUP;
+    // It does not wait, so no signal interrupts it; on failure nothing is told, and the next wait looks again.
+    return poll(&query, 1, 0) > 0 ? static_cast<unsigned short>(query.revents) : 0U;
+}
+
+} // namespace
+
+class KXEndPointManager::Implementation {
+public:
+    explicit Implementation(KXEndPointManager* managerOfHandlers) : manager(managerOfHandlers) {}
+
+    KXEndPointTable table;
+
+    int wait(unsigned int untilTick);
+
+private:
+    using Number = KXEndPointTable::Number;
+    using Use = KXEndPointTable::Use;
+
+    int checkConnections();
+    int checkConnection(Number number);
+    int retry(Number number, const Use& use);
+    int reportLost(Number number, const Use& use);
+    int dispatch(const std::vector<epoll_event>& events);
+    int dispatchEvent(const epoll_event& event, bool firstOfRound);
+
+    KXEndPointManager* const manager;
+};
+
+/// One pass of the loop is one round: it ends the wait when it has called anybody.
+int KXEndPointManager::Implementation::wait(unsigned int untilTick) {
+    std::vector<epoll_event> events;
+    for (;;) {
+        int calls = checkConnections();
+        const unsigned int now = KXTick::getTickCount();
+        const int remainingMs = std::min(getTimeUntil(untilTick, now), checkIntervalMs);
+        // Somebody was told already: look who else can be told, but do not sleep on it.
+        table.sleep(events, calls > 0 ? 0 : table.getTimeToNextRetry(now, remainingMs));
+        calls += dispatch(events);
+        if (calls > 0 || getTimeUntil(untilTick, KXTick::getTickCount()) <= 0) {
+            return calls;
+        }
+    }
+}
+
+int KXEndPointManager::Implementation::checkConnections() {
+    std::vector<Number> numbers;
+    table.getNumbers(numbers);
+    int calls = 0;
+    for (const Number number : numbers) {
+        calls += checkConnection(number);
+    }
+    return calls;
+}
+
+/// Notices what epoll does not tell: an end point that its owner closed or opened anew, and a retry that is due.
+int KXEndPointManager::Implementation::checkConnection(Number number) {
+    const Use use(table, number);
+    if (!use.isValid()) {
+        return 0;
+    }
+    if (use->lost) {
+        return retry(number, use);
+    }
+    if (use->endPoint->isConnected()) {
+        const int descriptor = use->endPoint->getReadEndPointID();
+        if (table.isWatched(number, descriptor) || (descriptor >= 0 && table.watch(number, descriptor))) {
+            return 0;
+        }
+    }
+    return reportLost(number, use);
+}
+
+int KXEndPointManager::Implementation::retry(Number number, const Use& use) {
+    const int remainingMs = getTimeUntil(use->retryTick, KXTick::getTickCount());
+    // Further ahead than a retry is ever set: nobody has waited here for half the range of the clock.
+    if (remainingMs > 0 && remainingMs <= retryIntervalMs) {
+        return 0;
+    }
+    if (use->endPoint->reconnect() == 0) {
+        const int descriptor = use->endPoint->getReadEndPointID();
+        if (descriptor >= 0 && table.watch(number, descriptor)) {
+            use->handler->onEndPointReconnected(use->endPoint);
+            return 1;
+        }
+    }
+    table.setRetryTick(number, getRetryTick());
+    return 0;
+}
+
+int KXEndPointManager::Implementation::reportLost(Number number, const Use& use) {
+    // Not retried at once: a peer that accepts and hangs up again would keep us busy.
+    if (!table.setLost(number, getRetryTick())) {
+        return 0;
+    }
+    use->handler->onEndPointDisconnected(use->endPoint);
+    return 1;
+}
+
+int KXEndPointManager::Implementation::dispatch(const std::vector<epoll_event>& events) {
+    int calls = 0;
+    for (const epoll_event& event : events) {
+        calls += dispatchEvent(event, calls == 0);
+    }
+    return calls;
+}
+
+int KXEndPointManager::Implementation::dispatchEvent(const epoll_event& event, bool firstOfRound) {
+    const Number number = KXEndPointTable::getNumber(event);
+    const Use use(table, number);
+    // Removed, lost or opened anew since: by a handler of this round, or by another thread.
+    if (!use.isValid() || use->descriptor < 0 || use->generation != KXEndPointTable::getGeneration(event)) {
+        return 0;
+    }
+    // A handler of this round may have read this end point empty.
+    const unsigned int found = firstOfRound ? event.events : lookAgain(use->descriptor);
+    if (isGone(found, use->descriptor)) {
+        return reportLost(number, use);
+    }
+    if ((found & EPOLLIN) == 0) {
+        return 0;
+    }
+    use->handler->onEndPointReadable(use->endPoint, manager);
+    return 1;
+}
+
+KXEndPointManager::KXEndPointManager() : implementation(new Implementation(this)) {}
+
+KXEndPointManager::~KXEndPointManager() {
+    delete implementation;
+}
+
+int KXEndPointManager::addEndPoint(KXEndPoint* endPoint, KXEndPointHandler* handler) {
+    if (endPoint == nullptr || handler == nullptr) {
+        return statusOutOfRange;
+    }
+    const int descriptor = endPoint->isConnected() ? endPoint->getReadEndPointID() : -1;
+    return implementation->table.add(endPoint, handler, descriptor) ? 0 : statusRefused;
+}
+
+int KXEndPointManager::removeEndPoint(KXEndPoint* endPoint) {
+    return implementation->table.remove(endPoint) ? 0 : statusRefused;
+}
+
+int KXEndPointManager::waitForEndPoints(unsigned int untilTick, unsigned int /*reserved*/) {
+    return implementation->wait(untilTick);
+}
+
+} // namespace KX

@@ -1,0 +1,258 @@
+#include "platform/linux/os_abs/KXEndPointTable.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+namespace KX {
+
+namespace {
+
+/// The eventfd that ends a sleep; numbers of registrations begin at 1.
+const std::uint64_t wakeUpToken = 0;
+
+epoll_event makeRequest(KXEndPointTable::Number number, std::uint32_t generation) {
+    epoll_event request{};
+    request.events = EPOLLIN | EPOLLRDHUP;
+    request.data.u64 = static_cast<std::uint64_t>(number) << 32 | generation;
+    return request;
+}
+
+} // namespace
+
+KXEndPointTable::KXEndPointTable()
+    : epollDescriptor(epoll_create1(EPOLL_CLOEXEC)), wakeUpDescriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+    epoll_event request{};
+    request.events = EPOLLIN;
+    request.data.u64 = wakeUpToken;
+    // Fails when one of the two could not be had (EMFILE, ENFILE, ENOMEM) and is -1, or for want of memory.
+    if (epoll_ctl(epollDescriptor, EPOLL_CTL_ADD, wakeUpDescriptor, &request) != 0) {
+        for (int* descriptor : {&epollDescriptor, &wakeUpDescriptor}) {
+            if (*descriptor >= 0) {
+                close(*descriptor);
+            }
+            *descriptor = -1;
+        }
+    }
+}
+
+KXEndPointTable::~KXEndPointTable() {
+    if (isOpen()) {
+        close(wakeUpDescriptor);
+        close(epollDescriptor);
+    }
+}
+
+bool KXEndPointTable::isOpen() const {
+    return epollDescriptor >= 0;
+}
+
+void KXEndPointTable::wakeSleeper() const {
+    const std::uint64_t one = 1;
+    // EAGAIN: woken 2^64 - 2 times and not slept since; it is awake then, so nothing is lost by ignoring it.
+    const ssize_t written = write(wakeUpDescriptor, &one, sizeof(one));
+    static_cast<void>(written);
+}
+
+bool KXEndPointTable::add(KXEndPoint* endPoint, KXEndPointHandler* handler, int descriptor) {
+    const std::lock_guard<std::mutex> guard(lock);
+    const bool known = std::any_of(registrations.begin(), registrations.end(),
+                                   [&](const auto& entry) { return entry.second.endPoint == endPoint; });
+    if (known || !isOpen()) {
+        return false;
+    }
+    const Number number = ++lastNumber;
+    Registration& registration = registrations[number];
+    registration.endPoint = endPoint;
+    registration.handler = handler;
+    if (descriptor < 0) {
+        // The sleeper has to find it closed and to keep the time of its retry.
+        wakeSleeper();
+        return true;
+    }
+    if (!startWatching(number, registration, descriptor)) {
+        registrations.erase(number);
+        return false;
+    }
+    return true;
+}
+
+bool KXEndPointTable::remove(const KXEndPoint* endPoint) {
+    std::unique_lock<std::mutex> guard(lock);
+    const auto found = std::find_if(registrations.begin(), registrations.end(),
+                                    [&](const auto& entry) { return entry.second.endPoint == endPoint; });
+    if (found == registrations.end()) {
+        return false;
+    }
+    const Number number = found->first;
+    stopWatching(found->second);
+    registrations.erase(found);
+    useEnded.wait(guard, [&] { return !isUsedElsewhere(number); });
+    return true;
+}
+
+bool KXEndPointTable::watch(Number number, int descriptor) {
+    const std::lock_guard<std::mutex> guard(lock);
+    const auto found = registrations.find(number);
+    if (found == registrations.end()) {
+        return false;
+    }
+    stopWatching(found->second);
+    if (!startWatching(number, found->second, descriptor)) {
+        return false;
+    }
+    found->second.lost = false;
+    return true;
+}
+
+bool KXEndPointTable::isWatched(Number number, int descriptor) {
+    const std::lock_guard<std::mutex> guard(lock);
+    const auto found = registrations.find(number);
+    if (found == registrations.end() || descriptor < 0 || found->second.descriptor != descriptor) {
+        return false;
+    }
+    // Changes nothing, but fails with ENOENT or EBADF when the file that is watched is no longer this one.
+    epoll_event request = makeRequest(number, found->second.generation);
+    return epoll_ctl(epollDescriptor, EPOLL_CTL_MOD, descriptor, &request) == 0;
+}
+
+bool KXEndPointTable::setLost(Number number, unsigned int retryTick) {
+    const std::lock_guard<std::mutex> guard(lock);
+    const auto found = registrations.find(number);
+    if (found == registrations.end() || found->second.lost) {
+        return false;
+    }
+    stopWatching(found->second);
+    found->second.lost = true;
+    found->second.retryTick = retryTick;
+    return true;
+}
+
+void KXEndPointTable::setRetryTick(Number number, unsigned int retryTick) {
+    const std::lock_guard<std::mutex> guard(lock);
+    const auto found = registrations.find(number);
+    if (found != registrations.end()) {
+        found->second.retryTick = retryTick;
+    }
+}
+
+void KXEndPointTable::getNumbers(std::vector<Number>& numbers) const {
+    const std::lock_guard<std::mutex> guard(lock);
+    numbers.clear();
+    numbers.reserve(registrations.size());
+    for (const auto& entry : registrations) {
+        numbers.push_back(entry.first);
+    }
+}
+
+int KXEndPointTable::getTimeToNextRetry(unsigned int now, int limit) const {
+    const std::lock_guard<std::mutex> guard(lock);
+    for (const auto& entry : registrations) {
+        if (entry.second.lost) {
+            limit = std::min(limit, static_cast<int>(entry.second.retryTick - now));
+        }
+    }
+    return std::max(limit, 0);
+}
+
+void KXEndPointTable::sleep(std::vector<epoll_event>& events, int timeoutMs) {
+    if (!isOpen()) {
+        // Nothing can be watched, but the caller's loop must not spin because of it.
+        poll(nullptr, 0, timeoutMs);
+        events.clear();
+        return;
+    }
+    {
+        const std::lock_guard<std::mutex> guard(lock);
+        events.resize(registrations.size() + 1);
+    }
+    const int found = epoll_wait(epollDescriptor, events.data(), static_cast<int>(events.size()), timeoutMs);
+    // EINTR: a signal; the caller looks at the clock and sleeps again.
+    events.resize(found > 0 ? static_cast<std::size_t>(found) : 0);
+    dropWakeUps(events);
+}
+
+void KXEndPointTable::dropWakeUps(std::vector<epoll_event>& events) const {
+    const auto isWakeUp = [](const epoll_event& event) { return event.data.u64 == wakeUpToken; };
+    const auto rest = std::remove_if(events.begin(), events.end(), isWakeUp);
+    if (rest == events.end()) {
+        return;
+    }
+    events.erase(rest, events.end());
+    std::uint64_t wakeUps = 0;
+    // EAGAIN: another waiting thread was faster.
+    const ssize_t taken = read(wakeUpDescriptor, &wakeUps, sizeof(wakeUps));
+    static_cast<void>(taken);
+}
+
+/// A descriptor that is new to the epoll set while a registration still claims its number: the file behind that
+/// one was closed unseen, and the number must not lead us to the new file.
+void KXEndPointTable::forgetDescriptor(int descriptor) {
+    for (auto& entry : registrations) {
+        if (entry.second.descriptor == descriptor) {
+            entry.second.descriptor = -1;
+        }
+    }
+}
+
+bool KXEndPointTable::startWatching(Number number, Registration& registration, int descriptor) {
+    ++registration.generation;
+    epoll_event request = makeRequest(number, registration.generation);
+    // EPERM: a file that is always readable, which cannot be waited for. EEXIST: it is another registered end
+    // point's. EBADF: not open. ENOMEM, ENOSPC: the system is at its limits.
+    if (epoll_ctl(epollDescriptor, EPOLL_CTL_ADD, descriptor, &request) != 0) {
+        return false;
+    }
+    forgetDescriptor(descriptor);
+    registration.descriptor = descriptor;
+    return true;
+}
+
+void KXEndPointTable::stopWatching(Registration& registration) {
+    if (registration.descriptor >= 0) {
+        // EBADF, ENOENT: closed already, which took it out of the set.
+        epoll_ctl(epollDescriptor, EPOLL_CTL_DEL, registration.descriptor, nullptr);
+        registration.descriptor = -1;
+    }
+}
+
+/// A thread that removes an end point from inside a handler would wait for itself, so its own uses do not count.
+bool KXEndPointTable::isUsedElsewhere(Number number) const {
+    const std::thread::id self = std::this_thread::get_id();
+    return std::any_of(users.begin(), users.end(),
+                       [&](const User& user) { return user.number == number && user.thread != self; });
+}
+
+KXEndPointTable::Number KXEndPointTable::getNumber(const epoll_event& event) {
+    return static_cast<Number>(event.data.u64 >> 32);
+}
+
+std::uint32_t KXEndPointTable::getGeneration(const epoll_event& event) {
+    return static_cast<std::uint32_t>(event.data.u64);
+}
+
+KXEndPointTable::Use::Use(KXEndPointTable& usedTable, Number usedNumber) : table(usedTable), number(usedNumber) {
+    const std::lock_guard<std::mutex> guard(table.lock);
+    const auto found = table.registrations.find(number);
+    valid = found != table.registrations.end();
+    if (valid) {
+        registration = found->second;
+        table.users.push_back({number, std::this_thread::get_id()});
+    }
+}
+
+KXEndPointTable::Use::~Use() {
+    if (!valid) {
+        return;
+    }
+    const std::lock_guard<std::mutex> guard(table.lock);
+    const std::thread::id self = std::this_thread::get_id();
+    const auto mine = std::find_if(table.users.begin(), table.users.end(),
+                                   [&](const User& user) { return user.number == number && user.thread == self; });
+    table.users.erase(mine);
+    table.useEnded.notify_all();
+}
+
+} // namespace KX

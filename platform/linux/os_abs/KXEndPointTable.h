@@ -1,0 +1,126 @@
+#pragma once
+
+#include <condition_variable>
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <sys/epoll.h>
+#include <thread>
+#include <vector>
+
+namespace KX {
+
+class KXEndPoint;
+class KXEndPointHandler;
+
+/// The end points of one manager, the epoll set that watches them, and who is busy with which of them.
+///
+/// Any thread may call anything. No function of an end point or of a handler is called from here, so nothing of
+/// the application's runs while the lock is held.
+class KXEndPointTable {
+public:
+    /// Names one registration of an end point. Never given twice, so what is left of an earlier registration
+    /// cannot be taken for a later one, even when the object or its descriptor is the same.
+    using Number = std::uint32_t;
+
+    struct Registration {
+        KXEndPoint* endPoint = nullptr;
+        KXEndPointHandler* handler = nullptr;
+        int descriptor = -1;          ///< what the epoll set watches; -1: nothing
+        std::uint32_t generation = 0; ///< counts the descriptors, so that an event of an earlier one is known
+        bool lost = false;            ///< reported as disconnected; waits for its retry
+        unsigned int retryTick = 0;
+    };
+
+    KXEndPointTable();
+    ~KXEndPointTable();
+
+    KXEndPointTable(const KXEndPointTable&) = delete;
+    KXEndPointTable& operator=(const KXEndPointTable&) = delete;
+
+    /// \param descriptor  -1 for an end point that is closed
+    /// \return whether it is registered now; false when it was before or the system refuses the descriptor
+    bool add(KXEndPoint* endPoint, KXEndPointHandler* handler, int descriptor);
+
+    /// Unregisters an end point and waits until no other thread is busy with it.
+    /// \return whether it was registered
+    bool remove(const KXEndPoint* endPoint);
+
+    /// Watches \p descriptor for a registration from now on, and nothing else. Ends its being lost.
+    bool watch(Number number, int descriptor);
+
+    /// Whether \p descriptor is what is watched. A descriptor that was closed has left the epoll set without a
+    /// word, and its number may belong to another file by now.
+    bool isWatched(Number number, int descriptor);
+
+    /// Stops watching until \ref watch, with a first retry at \p retryTick.
+    /// \return false when the registration is gone or was lost before: then there is nothing to report
+    bool setLost(Number number, unsigned int retryTick);
+
+    void setRetryTick(Number number, unsigned int retryTick);
+
+    /// All registrations, in the order in which they were made.
+    void getNumbers(std::vector<Number>& numbers) const;
+
+    /// Milliseconds from \p now to the next retry of a lost end point, at most \p limit; never negative.
+    int getTimeToNextRetry(unsigned int now, int limit) const;
+
+    /// Sleeps until something can be read or \p timeoutMs is over.
+    /// \param events  resized to what was found; may be empty before the time is over
+    void sleep(std::vector<epoll_event>& events, int timeoutMs);
+
+    /// Marks an end point as in use by this thread, so that nobody else sees it removed meanwhile.
+    class Use {
+    public:
+        Use(KXEndPointTable& usedTable, Number usedNumber);
+        ~Use();
+
+        Use(const Use&) = delete;
+        Use& operator=(const Use&) = delete;
+
+        /// False when the registration is gone.
+        bool isValid() const {
+            return valid;
+        }
+
+        /// As it was when the use began.
+        const Registration* operator->() const {
+            return &registration;
+        }
+
+    private:
+        KXEndPointTable& table;
+        const Number number;
+        Registration registration;
+        bool valid;
+    };
+
+    static Number getNumber(const epoll_event& event);
+    static std::uint32_t getGeneration(const epoll_event& event);
+
+private:
+    struct User {
+        Number number;
+        std::thread::id thread;
+    };
+
+    bool isOpen() const;
+    void wakeSleeper() const;
+    void forgetDescriptor(int descriptor);
+    bool startWatching(Number number, Registration& registration, int descriptor);
+    void stopWatching(Registration& registration);
+    bool isUsedElsewhere(Number number) const;
+    void dropWakeUps(std::vector<epoll_event>& events) const;
+
+    // Set by the constructor and never changed, so read without the lock. Both -1 where the system refused them.
+    int epollDescriptor;
+    int wakeUpDescriptor;
+
+    mutable std::mutex lock;
+    std::map<Number, Registration> registrations; // guarded by lock
+    Number lastNumber = 0;                        // guarded by lock
+    std::vector<User> users;                      // guarded by lock
+    std::condition_variable useEnded;
+};
+
+} // namespace KX

@@ -1,0 +1,82 @@
+#include "platform/KXMutex.h"
+
+#include <cerrno>
+#include <memory>
+#include <new>
+#include <pthread.h>
+
+namespace KX {
+
+namespace {
+
+/// Initialises a mutex that knows its owner, so that locking it twice fails instead of hanging for ever.
+int initializeMutex(pthread_mutex_t* mutex, int protocol) {
+    pthread_mutexattr_t attributes;
+    int error = pthread_mutexattr_init(&attributes);
+    if (error != 0) {
+        return error;
+    }
+    error = pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_ERRORCHECK);
+    if (error == 0) {
+        error = pthread_mutexattr_setprotocol(&attributes, protocol);
+    }
+    if (error == 0) {
+        error = pthread_mutex_init(mutex, &attributes);
+    }
+    pthread_mutexattr_destroy(&attributes);
+    return error;
+}
+
+class PosixMutex final : public KXMutex {
+public:
+    ~PosixMutex() override {
+        if (initialized) {
+            pthread_mutex_destroy(&mutex);
+        }
+    }
+
+    bool initialize() {
+        int error = initializeMutex(&mutex, PTHREAD_PRIO_INHERIT);
+        if (error == ENOTSUP || error == ENOSYS) {
+            // A kernel built without such locks, or an emulator: excluding each other still works.
+            error = initializeMutex(&mutex, PTHREAD_PRIO_NONE);
+        }
+        initialized = error == 0;
+        return initialized;
+    }
+
+    bool lock() override {
+        return pthread_mutex_lock(&mutex) == 0;
+    }
+
+    void unlock() override {
+        pthread_mutex_unlock(&mutex);
+    }
+
+private:
+    pthread_mutex_t mutex;
+    bool initialized = false;
+};
+
+} // namespace
+
+KXMutex* KXMutex::create() {
+    std::unique_ptr<PosixMutex> mutex(new (std::nothrow) PosixMutex);
+    if (mutex == nullptr || !mutex->initialize()) {
+        return nullptr;
+    }
+    return mutex.release();
+}
+
+KXMutex::KXMutex() = default;
+KXMutex::~KXMutex() = default;
+
+KXAutoLock::KXAutoLock(KXMutex* mutex) : heldMutex(mutex != nullptr && mutex->lock() ? mutex : nullptr) {}
+
+KXAutoLock::~KXAutoLock() {
+    if (heldMutex != nullptr) {
+        heldMutex->unlock();
+    }
+}
+
+} // namespace KX
