@@ -1,4 +1,5 @@
 # shellcheck shell=bash
+# shellcheck disable=SC2086,SC2154 # lists of packages are split on purpose; $root is the caller's
 # What ./run and ./test have in common. To be sourced with $root, the top of the project, set.
 
 packaging="$root/packaging"
@@ -23,20 +24,23 @@ read_packages() {
 
 # missing_packages NAME...: those that are not installed.
 missing_packages() {
-    local installed
-    installed=$(dpkg-query -W -f '${db:Status-Status} ${Package}\n' "$@" 2>/dev/null | sed -n 's/^installed //p' | sort -u)
-    comm -23 <(printf '%s\n' "$@" | sort -u) <(printf '%s\n' "$installed")
+    local states name
+    # It also fails, with the list of the others complete, when it does not know one of the names.
+    states=$(dpkg-query -W -f '${db:Status-Status} ${Package}\n' "$@" 2>/dev/null) || true
+    for name in "$@"; do
+        grep -qxF "installed $name" <<<"$states" || echo "$name"
+    done
 }
 
 # install_packages LIST...: installs what is missing; needs neither network nor root when nothing is.
 install_packages() {
     local wanted missing
-    mapfile -t wanted < <(read_packages "$@")
+    wanted=$(read_packages "$@")
     command -v dpkg-query apt-get >/dev/null ||
-        die "this is no Debian system; install what these Debian packages hold, then build with CMake: ${wanted[*]}"
-    mapfile -t missing < <(missing_packages "${wanted[@]}")
-    if [ "${#missing[@]}" -gt 0 ]; then
-        apt_install "${missing[@]}"
+        die "this is no Debian system; needed is what these Debian packages hold:" $wanted
+    missing=$(missing_packages $wanted)
+    if [ -n "$missing" ]; then
+        apt_install $missing
     fi
 }
 
@@ -55,7 +59,7 @@ apt_install() {
     elif say "Fetching the package lists" && apt_run update && apt_run install "$@"; then
         :
     else
-        die "apt-get failed, its log is $apt_log: $(grep '^E:' "$apt_log" | tail -n 1)"
+        die "apt-get failed, its log is $apt_log: $(grep -m 1 '^E:' "$apt_log")"
     fi
     rm -f "$apt_log"
 }
