@@ -1,4 +1,5 @@
-# What is installed: libraries, programs, public headers, the CMake package and the pkg-config file.
+# What is installed beside the programs, which say so themselves: libraries, public headers, the CMake package and the
+# pkg-config file.
 
 # The public headers, and the only place where they are listed. Others are the library's own.
 set(kx_public_headers
@@ -29,20 +30,10 @@ foreach(header IN LISTS kx_public_headers)
     install(FILES "${header}" DESTINATION "${KXAPI_INCLUDE_DIR}/${folder}")
 endforeach()
 
-# Users link the archive by way of KXAPI::Simulated, which takes all of it; see KXAPI_EventsConfig.cmake.in.
-set_target_properties(KXAPI_Simulated PROPERTIES EXPORT_NAME SimulatedArchive)
 get_property(kx_libraries GLOBAL PROPERTY KXAPI_INSTALLED_TARGETS)
-list(APPEND kx_libraries KXAPI_Simulated)
-list(REMOVE_DUPLICATES kx_libraries)
 install(TARGETS ${kx_libraries} EXPORT KXAPI_Events
     LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
     ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}")
-
-foreach(program kxterminal kxreplay)
-    if(TARGET ${program})
-        install(TARGETS ${program} RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
-    endif()
-endforeach()
 
 include(CMakePackageConfigHelpers)
 set(kx_package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/KXAPI_Events")
