@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+
+/// What the operator of the shell asked kxterminal to do.
+struct CommandLine {
+    enum class Outcome {
+        Run,    ///< start the terminal with the settings below
+        Inform, ///< print \ref text on standard output and end with status 0
+        Refuse, ///< print \ref text, one line, on standard error and end with status 2
+    };
+
+    Outcome outcome = Outcome::Run;
+    QString text;
+
+    bool print = false;
+    bool demo = false;
+    std::optional<int> exitAfterMs;
+    QString screenshotFile; ///< empty: none
+
+    /// Needs a QCoreApplication, but no window system. \p arguments begin with the name of the program.
+    static CommandLine parse(const QStringList& arguments);
+};

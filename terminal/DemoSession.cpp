@@ -1,0 +1,102 @@
+#include "terminal/DemoSession.h"
+
+#include "terminal/MainWindow.h"
+
+#include <QCoreApplication>
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QWheelEvent>
+#include <QWindow>
+
+#include <utility>
+
+namespace {
+
+constexpr int tapMs = 70;
+constexpr int doubleTapGapMs = 90;
+constexpr int holdMs = 2300; // beyond the 2 s of a long press
+constexpr int pauseMs = 600; // beyond the 300 ms of a double press
+
+} // namespace
+
+DemoSession::DemoSession(MainWindow& mainWindow) : window(mainWindow) {
+    timer.setSingleShot(true);
+    timer.setTimerType(Qt::PreciseTimer);
+    connect(&timer, &QTimer::timeout, this, &DemoSession::doNextStep);
+    writeScript();
+}
+
+void DemoSession::start() {
+    timer.start(script.front().delayMs);
+}
+
+void DemoSession::writeScript() {
+    tapKey(pauseMs, Qt::Key_Home, tapMs);
+
+    tapKey(pauseMs, Qt::Key_Escape, tapMs);
+    tapKey(doubleTapGapMs, Qt::Key_Escape, tapMs);
+
+    tapKey(pauseMs, Qt::Key_End, holdMs);
+
+    for (int step = 0; step < 12; ++step)
+        tapKey(step == 0 ? pauseMs : 12, Qt::Key_Up, 6);
+
+    for (const int gapMs : {pauseMs, 90, 60, 40, 30, 25, 20})
+        turnWheel(gapMs, 1);
+    turnWheel(pauseMs, -2);
+
+    touchSoftKey(pauseMs, 5, tapMs);
+
+    touchSoftKey(pauseMs, 2, tapMs);
+    touchSoftKey(doubleTapGapMs, 2, tapMs);
+
+    touchSoftKey(pauseMs, 3, holdMs);
+
+    // The last events are still on their way when the last input has been posted.
+    then(pauseMs, [this] { emit finished(); });
+}
+
+void DemoSession::doNextStep() {
+    const Step& step = script[nextStep++];
+    step.action();
+    if (nextStep < script.size())
+        timer.start(script[nextStep].delayMs);
+}
+
+void DemoSession::then(int delayMs, std::function<void()> action) {
+    script.push_back({delayMs, std::move(action)});
+}
+
+void DemoSession::tapKey(int delayMs, int key, int heldMs) {
+    then(delayMs, [this, key] { postKey(true, key); });
+    then(heldMs, [this, key] { postKey(false, key); });
+}
+
+void DemoSession::touchSoftKey(int delayMs, int number, int heldMs) {
+    then(delayMs, [this, number] { postMouse(true, window.softKeyPosition(number)); });
+    then(heldMs, [this, number] { postMouse(false, window.softKeyPosition(number)); });
+}
+
+void DemoSession::turnWheel(int delayMs, int detents) {
+    then(delayMs, [this, detents] { postWheel(detents); });
+}
+
+void DemoSession::postKey(bool press, int key) {
+    const QEvent::Type type = press ? QEvent::KeyPress : QEvent::KeyRelease;
+    QCoreApplication::postEvent(window.windowHandle(), new QKeyEvent(type, key, Qt::NoModifier));
+}
+
+void DemoSession::postMouse(bool press, const QPoint& position) {
+    const QEvent::Type type = press ? QEvent::MouseButtonPress : QEvent::MouseButtonRelease;
+    QCoreApplication::postEvent(window.windowHandle(),
+                                new QMouseEvent(type, position, window.mapToGlobal(position), Qt::LeftButton,
+                                                press ? Qt::LeftButton : Qt::NoButton, Qt::NoModifier));
+}
+
+void DemoSession::postWheel(int detents) {
+    const QPoint position = window.rect().center();
+    QCoreApplication::postEvent(window.windowHandle(),
+                                new QWheelEvent(position, window.mapToGlobal(position), QPoint(),
+                                                QPoint(0, detents * 120), Qt::NoButton, Qt::NoModifier,
+                                                Qt::NoScrollPhase, false));
+}

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <QObject>
+#include <QPoint>
+#include <QTimer>
+
+#include <cstddef>
+#include <functional>
+#include <vector>
+
+class MainWindow;
+
+/// Plays a short sequence of operator input: Qt events posted to the native window, which travel the whole road
+/// from there on. It runs in real time, because the durations of presses are what it shows.
+class DemoSession : public QObject {
+    Q_OBJECT
+
+public:
+    /// \p window must outlive the session and be shown before \ref start.
+    explicit DemoSession(MainWindow& window);
+
+    void start();
+
+signals:
+    /// The last input was posted a moment ago.
+    void finished();
+
+private:
+    struct Step {
+        int delayMs; // after the step before
+        std::function<void()> action;
+    };
+
+    void writeScript();
+    void doNextStep();
+
+    void then(int delayMs, std::function<void()> action);
+    void tapKey(int delayMs, int key, int holdMs);
+    void touchSoftKey(int delayMs, int number, int holdMs);
+    void turnWheel(int delayMs, int detents);
+
+    void postKey(bool press, int key);
+    void postMouse(bool press, const QPoint& position);
+    void postWheel(int detents);
+
+    MainWindow& window;
+    std::vector<Step> script;
+    std::size_t nextStep = 0;
+    QTimer timer;
+};

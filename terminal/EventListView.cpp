@@ -1,0 +1,74 @@
+#include "terminal/EventListView.h"
+
+#include "terminal/EventModel.h"
+#include "terminal/Theme.h"
+
+#include <QHeaderView>
+#include <QScrollBar>
+
+namespace {
+
+constexpr int linePitch = 26;
+
+// As wide as the widest text that is likely in the column, so that columns stand still while events arrive.
+const char* widestText(int column) {
+    switch (column) {
+    case EventModel::Time:
+        return "4294967295";
+    case EventModel::Class:
+        return "4 navigation";
+    case EventModel::Key:
+        return "Middle button";
+    case EventModel::ToolkitKey:
+        return "Toolkit key";
+    case EventModel::Value:
+        return "-1234567";
+    default:
+        return "Count 00";
+    }
+}
+
+} // namespace
+
+EventListView::EventListView(EventModel& events, QWidget* parent) : QTableView(parent) {
+    setModel(&events);
+    setFont(Theme::tableFont());
+    setFocusPolicy(Qt::NoFocus);
+    setSelectionMode(QAbstractItemView::NoSelection);
+    setShowGrid(false);
+    setAlternatingRowColors(true);
+    setWordWrap(false);
+    setIconSize(QSize(6, 14));
+    setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setVerticalScrollMode(QAbstractItemView::ScrollPerItem);
+    verticalHeader()->hide();
+    verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+    verticalHeader()->setDefaultSectionSize(linePitch);
+    arrangeColumns();
+    connect(&events, &QAbstractItemModel::rowsInserted, this, &EventListView::keepPlace);
+}
+
+void EventListView::arrangeColumns() {
+    constexpr int padding = 22;
+    QHeaderView* header = horizontalHeader();
+    header->setHighlightSections(false);
+    header->setSectionsClickable(false);
+    header->setSectionResizeMode(QHeaderView::Fixed);
+    header->setSectionResizeMode(EventModel::Name, QHeaderView::Stretch);
+    for (int column = 0; column < EventModel::ColumnCount; ++column) {
+        if (column != EventModel::Name)
+            setColumnWidth(column,
+                           fontMetrics().horizontalAdvance(QString::fromLatin1(widestText(column))) + padding);
+    }
+}
+
+void EventListView::keepPlace(const QModelIndex& /*parent*/, int first, int last) {
+    QScrollBar* bar = verticalScrollBar();
+    if (bar->value() == 0)
+        return;
+    const int inserted = last - first + 1;
+    // The view makes its bar longer only when it is drawn next.
+    bar->setMaximum(bar->maximum() + inserted);
+    bar->setValue(bar->value() + inserted);
+}

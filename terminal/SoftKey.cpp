@@ -1,0 +1,87 @@
+#include "terminal/SoftKey.h"
+
+#include "terminal/Theme.h"
+
+#include <QPainter>
+
+namespace {
+
+QString wordFor(EventKind kind) {
+    switch (kind) {
+    case EventKind::DoublePress:
+        return QStringLiteral("DOUBLE");
+    case EventKind::LongPress:
+        return QStringLiteral("LONG");
+    case EventKind::Escape:
+        return QStringLiteral("ESCAPED");
+    default:
+        return QStringLiteral("PRESS");
+    }
+}
+
+} // namespace
+
+SoftKey::SoftKey(int keyNumber, const QString& label, QWidget* parent)
+    : QAbstractButton(parent), number(keyNumber) {
+    setText(label);
+    setFocusPolicy(Qt::NoFocus);
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+}
+
+void SoftKey::showRecognised(std::optional<EventKind> kind) {
+    if (recognisedKind == kind)
+        return;
+    recognisedKind = kind;
+    update();
+}
+
+std::optional<EventKind> SoftKey::recognised() const {
+    return recognisedKind;
+}
+
+QSize SoftKey::sizeHint() const {
+    return {112, 78};
+}
+
+QSize SoftKey::minimumSizeHint() const {
+    return {80, 78}; // a finger in a glove
+}
+
+void SoftKey::paintEvent(QPaintEvent* /*event*/) {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    paintFace(painter);
+    paintTexts(painter);
+}
+
+void SoftKey::paintFace(QPainter& painter) const {
+    const QColor edge = recognisedKind ? Theme::colourOf(*recognisedKind) : Theme::outline();
+    QLinearGradient face(0, 0, 0, height());
+    if (isDown()) {
+        face.setColorAt(0, edge.darker(190));
+        face.setColorAt(1, edge.darker(150));
+    } else {
+        face.setColorAt(0, Theme::panel().lighter(165));
+        face.setColorAt(1, Theme::panel().lighter(115));
+    }
+    painter.setPen(QPen(isDown() ? Theme::text() : edge, 2));
+    painter.setBrush(face);
+    painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), 7, 7);
+}
+
+void SoftKey::paintTexts(QPainter& painter) const {
+    const QRect inside = rect().adjusted(9, 7, -9, -7);
+    painter.setPen(Theme::quietText());
+    painter.setFont(Theme::font(11, true));
+    painter.drawText(inside, Qt::AlignTop | Qt::AlignLeft, QString::number(number));
+
+    painter.setPen(Theme::text());
+    painter.setFont(Theme::font(16, true));
+    painter.drawText(rect().adjusted(4, 0, -4, 0), Qt::AlignCenter, text());
+
+    if (!recognisedKind)
+        return;
+    painter.setPen(isDown() ? Theme::text() : Theme::colourOf(*recognisedKind));
+    painter.setFont(Theme::font(11, true));
+    painter.drawText(inside, Qt::AlignBottom | Qt::AlignHCenter, wordFor(*recognisedKind));
+}

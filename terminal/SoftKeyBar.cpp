@@ -1,0 +1,58 @@
+#include "terminal/SoftKeyBar.h"
+
+#include "events/KXEventType.h"
+#include "terminal/SoftKey.h"
+#include "terminal/Theme.h"
+
+#include <QHBoxLayout>
+
+namespace {
+
+const char* const labels[] = {"Start", "Stop", "Lift", "Lower", "Fold", "Rate", "Lights", "Menu"};
+
+} // namespace
+
+SoftKeyBar::SoftKeyBar(QWidget* parent) : QWidget(parent) {
+    auto* row = new QHBoxLayout(this);
+    row->setContentsMargins(0, 0, 0, 0);
+    row->setSpacing(Theme::spacing - 2);
+    for (const char* label : labels) {
+        auto* key = new SoftKey(softKeys.size() + 1, QString::fromLatin1(label), this);
+        connect(key, &QAbstractButton::pressed, this, [this, key] { pressedKey = key; });
+        softKeys.append(key);
+        row->addWidget(key);
+    }
+}
+
+const QVector<SoftKey*>& SoftKeyBar::keys() const {
+    return softKeys;
+}
+
+void SoftKeyBar::showEvents(const ClassifiedEvents& events) {
+    for (const KX::KXInputEvent& event : events)
+        showInput(event);
+}
+
+void SoftKeyBar::showInput(const KX::KXInputEvent& event) {
+    switch (event.eventType) {
+    case KX::MOUSE_PRESS_EVENT:
+    case KX::MOUSE_DOUBLE_PRESS_EVENT:
+        beginTouch();
+        break;
+    case KX::MOUSE_LONG_PRESS_EVENT:
+    case KX::MOUSE_ESCAPE_EVENT:
+        break;
+    default:
+        return;
+    }
+    if (touchedKey != nullptr)
+        touchedKey->showRecognised(kindOfEvent(event.eventType));
+}
+
+// The press of a soft key is known here before it comes back classified; a press beside the keys is not.
+void SoftKeyBar::beginTouch() {
+    if (touchedKey != nullptr)
+        touchedKey->showRecognised(std::nullopt);
+    touchedKey = pressedKey;
+    pressedKey = nullptr;
+}

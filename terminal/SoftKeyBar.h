@@ -1,0 +1,28 @@
+#pragma once
+
+#include "terminal/EventPump.h"
+
+#include <QVector>
+#include <QWidget>
+
+class SoftKey;
+
+/// The row of soft keys. The key that was touched last shows as what the library recognised the touch.
+class SoftKeyBar : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit SoftKeyBar(QWidget* parent = nullptr);
+
+    void showEvents(const ClassifiedEvents& events);
+
+    const QVector<SoftKey*>& keys() const;
+
+private:
+    void showInput(const KX::KXInputEvent& event);
+    void beginTouch();
+
+    QVector<SoftKey*> softKeys;
+    SoftKey* pressedKey = nullptr; // went down in the window, its press has not come back classified yet
+    SoftKey* touchedKey = nullptr; // the one that classified mouse events belong to now
+};

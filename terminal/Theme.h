@@ -1,0 +1,31 @@
+#pragma once
+
+#include "terminal/EventKind.h"
+
+#include <QColor>
+#include <QFont>
+
+class QApplication;
+
+/// The look of the terminal: dark, with few strong colours, readable at arm's length in a cab.
+namespace Theme {
+
+/// Sets fonts, palette and style sheet of the application. Once, before the first window.
+void apply(QApplication& application);
+
+QColor colourOf(EventKind kind);
+
+QColor screen();    ///< behind everything
+QColor panel();     ///< of areas that stand out from the screen
+QColor outline();   ///< between areas
+QColor text();      ///< what matters
+QColor quietText(); ///< labels and units
+QColor accent();    ///< the terminal's own colour
+
+QFont font(int pixelSize, bool bold = false);
+QFont tableFont();
+
+/// Distance between areas and from the border of the window, in pixels.
+constexpr int spacing = 10;
+
+} // namespace Theme

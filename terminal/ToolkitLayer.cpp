@@ -1,0 +1,211 @@
+#include "terminal/ToolkitLayer.h"
+
+#include "events/KXEventType.h"
+#include "platform/KXTick.h"
+
+#include <QApplication>
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QWheelEvent>
+#include <QWidget>
+#include <QWindow>
+
+#include <cstdlib>
+#include <utility>
+
+namespace {
+
+// The encoder's directions are told by the keys that turn it step by step.
+constexpr int stepKeyUp = 4;
+constexpr int stepKeyDown = 5;
+
+bool isKeyEvent(const QEvent* event) {
+    return event->type() == QEvent::KeyPress || event->type() == QEvent::KeyRelease;
+}
+
+bool textIsBeingEntered() {
+    const QWidget* focus = QApplication::focusWidget();
+    return focus != nullptr && focus->testAttribute(Qt::WA_InputMethodEnabled);
+}
+
+// The library posts its key events to the active window, whichever that is. What the operator typed arrives at
+// widgets as spontaneous, and has been dealt with by then.
+bool isKeyOfLibrary(const QObject* receiver, const QEvent* event) {
+    return isKeyEvent(event) && !event->spontaneous() && receiver->isWidgetType() &&
+           static_cast<const QWidget*>(receiver)->isWindow();
+}
+
+} // namespace
+
+ToolkitLayer::ToolkitLayer(QWidget& watchedWindow, Report reportFunction)
+    : window(watchedWindow), report(std::move(reportFunction)) {
+    QCoreApplication::instance()->installEventFilter(this);
+}
+
+bool ToolkitLayer::eventFilter(QObject* receiver, QEvent* event) {
+    if (receiver == window.windowHandle())
+        return nativeWindowGets(event);
+    if (isKeyOfLibrary(receiver, event)) {
+        reportKey(*static_cast<QKeyEvent*>(event));
+        return true;
+    }
+    return receiver == &window && windowWidgetGets(event);
+}
+
+bool ToolkitLayer::nativeWindowGets(QEvent* event) {
+    switch (event->type()) {
+    case QEvent::KeyPress:
+    case QEvent::KeyRelease:
+        return takeKey(*static_cast<QKeyEvent*>(event));
+    case QEvent::MouseButtonPress:
+        pressMouse(*static_cast<QMouseEvent*>(event));
+        return false;
+    case QEvent::MouseButtonDblClick:
+        doublePressMouse(*static_cast<QMouseEvent*>(event));
+        return false;
+    case QEvent::MouseButtonRelease:
+        releaseMouse(*static_cast<QMouseEvent*>(event));
+        return false;
+    case QEvent::MouseMove:
+        moveMouse(*static_cast<QMouseEvent*>(event));
+        return false;
+    case QEvent::Wheel:
+        turnWheel(*static_cast<QWheelEvent*>(event));
+        return true;
+    case QEvent::Enter:
+        sendMouse(KX::TOOLKIT_MOUSE_ENTER_EVENT, Qt::NoButton);
+        return false;
+    case QEvent::Leave:
+        sendMouse(KX::TOOLKIT_MOUSE_EXIT_EVENT, Qt::NoButton);
+        return false;
+    case QEvent::TouchCancel:
+        // Qt goes on to release the left button, which stands for the touch; that is not reported any more.
+        escapeButtons(heldButtons);
+        return false;
+    default:
+        return false;
+    }
+}
+
+bool ToolkitLayer::windowWidgetGets(QEvent* event) {
+    switch (event->type()) {
+    case QEvent::WindowDeactivate:
+    case QEvent::WindowBlocked:
+    case QEvent::Hide:
+        escapeButtons(heldButtons);
+        releaseHeldKeys();
+        break;
+    default:
+        break;
+    }
+    return false;
+}
+
+bool ToolkitLayer::takeKey(const QKeyEvent& event) {
+    const bool endsReportedPress = event.type() == QEvent::KeyRelease && heldKeys.contains(event.key());
+    if (textIsBeingEntered() && !endsReportedPress)
+        return false;
+    reportKey(event);
+    return true;
+}
+
+void ToolkitLayer::reportKey(const QKeyEvent& event) {
+    const bool press = event.type() == QEvent::KeyPress;
+    if (event.isAutoRepeat()) {
+        sendKey(press ? KX::TOOLKIT_KEY_AUTO_REPEAT_PRESS_EVENT : KX::TOOLKIT_KEY_AUTO_REPEAT_RELEASE_EVENT,
+                event.key());
+        return;
+    }
+    if (press)
+        heldKeys.insert(event.key());
+    else
+        heldKeys.remove(event.key());
+    sendKey(press ? KX::TOOLKIT_KEY_PRESS_EVENT : KX::TOOLKIT_KEY_RELEASE_EVENT, event.key());
+}
+
+void ToolkitLayer::pressMouse(const QMouseEvent& event) {
+    // While one button is held outside the window, Qt delivers presses of the others out there too.
+    if (!window.rect().contains(event.pos()))
+        return;
+    heldButtons |= event.button();
+    lastMovePosition = event.pos();
+    sendMouse(KX::TOOLKIT_MOUSE_PRESS_EVENT, event.button());
+}
+
+// The manager finds double presses by itself, in presses, and takes no notice of the toolkit's opinion. To a
+// native window Qt sends the second press and then its double click, to a widget the double click instead of the
+// press; whoever made this one, the second press must be reported once.
+void ToolkitLayer::doublePressMouse(const QMouseEvent& event) {
+    if (heldButtons.testFlag(event.button()))
+        sendMouse(KX::TOOLKIT_MOUSE_DOUBLE_PRESS_EVENT, event.button());
+    else
+        pressMouse(event);
+}
+
+void ToolkitLayer::releaseMouse(const QMouseEvent& event) {
+    if (!heldButtons.testFlag(event.button()))
+        return; // pressed elsewhere, or escaped already
+    if (!window.rect().contains(event.pos())) {
+        escapeButtons(event.button());
+        return;
+    }
+    heldButtons &= ~Qt::MouseButtons(event.button());
+    sendMouse(KX::TOOLKIT_MOUSE_RELEASE_EVENT, event.button());
+}
+
+void ToolkitLayer::moveMouse(const QMouseEvent& event) {
+    // A release can get lost, when another program grabs the pointer for instance. The next move tells.
+    escapeButtons(heldButtons & ~event.buttons());
+    const bool movedEnough = (event.pos() - lastMovePosition).manhattanLength() >= moveDistance;
+    if (heldButtons == Qt::NoButton || !movedEnough)
+        return;
+    lastMovePosition = event.pos();
+    const auto lowestHeld = static_cast<unsigned int>(heldButtons) & -static_cast<unsigned int>(heldButtons);
+    sendMouse(KX::TOOLKIT_MOUSE_MOVE_EVENT, static_cast<Qt::MouseButton>(lowestHeld));
+}
+
+void ToolkitLayer::turnWheel(const QWheelEvent& event) {
+    const int detents = wheelDetents.turn(event.angleDelta().y());
+    if (detents == 0)
+        return;
+    KX::KXToolkitEvent turn;
+    turn.eventType = KX::TOOLKIT_WHEEL_EVENT;
+    turn.count = std::abs(detents);
+    turn.keyCode = detents > 0 ? stepKeyUp : stepKeyDown;
+    send(turn);
+}
+
+void ToolkitLayer::escapeButtons(Qt::MouseButtons buttons) {
+    for (unsigned int bit = Qt::LeftButton; bit <= Qt::MaxMouseButton; bit <<= 1U) {
+        const auto button = static_cast<Qt::MouseButton>(bit);
+        if (!buttons.testFlag(button))
+            continue;
+        heldButtons &= ~Qt::MouseButtons(button);
+        sendMouse(KX::TOOLKIT_MOUSE_ESCAPE_EVENT, button);
+    }
+}
+
+void ToolkitLayer::releaseHeldKeys() {
+    const QSet<int> released = std::exchange(heldKeys, {});
+    for (const int osKeyCode : released)
+        sendKey(KX::TOOLKIT_KEY_RELEASE_EVENT, osKeyCode);
+}
+
+void ToolkitLayer::send(KX::KXToolkitEvent& event) {
+    event.timeStamp = KX::KXTick::getTickCount();
+    report(event);
+}
+
+void ToolkitLayer::sendKey(int type, int osKeyCode) {
+    KX::KXToolkitEvent event;
+    event.eventType = type;
+    event.osKeyCode = osKeyCode;
+    send(event);
+}
+
+void ToolkitLayer::sendMouse(int type, Qt::MouseButton button) {
+    KX::KXToolkitEvent event;
+    event.eventType = type;
+    event.eventData[1] = static_cast<unsigned int>(button);
+    send(event);
+}

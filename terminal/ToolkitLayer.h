@@ -1,0 +1,69 @@
+#pragma once
+
+#include "events/KXEvent.h"
+#include "terminal/WheelDetents.h"
+
+#include <QObject>
+#include <QPoint>
+#include <QSet>
+
+#include <functional>
+
+class QKeyEvent;
+class QMouseEvent;
+class QWheelEvent;
+class QWidget;
+
+/// The toolkit layer of the terminal: watches what Qt delivers to the window and reports the operator's input.
+///
+/// Everything is taken where Qt hands it to the native window, before any widget, so that each input is seen
+/// once however many widgets it passes afterwards.
+///
+/// - Keys are reported and go no further: the application learns of them from the classified events, and an
+///   arrow key does not scroll a list besides. Only while a widget that takes text has the focus, the keys are
+///   its own; the release of a key that was reported is reported even then. Key events that the library posts
+///   to a window of the application (KXInputEventManager::generateKeyEvent) are reported like typed ones.
+/// - Mouse buttons are reported and passed on, so that widgets can react. Touches come as the left button. Moves
+///   are reported while a button is down, every \ref moveDistance pixels, so that a finger at rest is silent.
+/// - The wheel is the encoder wherever the pointer is, and goes no further: one report for each turn by whole
+///   detents.
+/// - A press that ends without a release inside the window ends as TOOLKIT_MOUSE_ESCAPE_EVENT: released outside,
+///   touch cancelled, window hidden, blocked by a dialog or no longer active, or a release that got lost. Keys
+///   that are down when the window stops being active are reported as released: their release goes elsewhere.
+class ToolkitLayer : public QObject {
+public:
+    using Report = std::function<void(KX::KXToolkitEvent&)>;
+
+    static constexpr int moveDistance = 10;
+
+    /// Starts to watch. \p window must outlive the layer; \p report is called on the toolkit's thread.
+    ToolkitLayer(QWidget& window, Report report);
+
+    bool eventFilter(QObject* receiver, QEvent* event) override;
+
+private:
+    bool nativeWindowGets(QEvent* event);
+    bool windowWidgetGets(QEvent* event);
+
+    bool takeKey(const QKeyEvent& event);
+    void reportKey(const QKeyEvent& event);
+    void pressMouse(const QMouseEvent& event);
+    void doublePressMouse(const QMouseEvent& event);
+    void releaseMouse(const QMouseEvent& event);
+    void moveMouse(const QMouseEvent& event);
+    void turnWheel(const QWheelEvent& event);
+
+    void escapeButtons(Qt::MouseButtons buttons);
+    void releaseHeldKeys();
+
+    void send(KX::KXToolkitEvent& event);
+    void sendKey(int type, int osKeyCode);
+    void sendMouse(int type, Qt::MouseButton button);
+
+    QWidget& window;
+    Report report;
+    QSet<int> heldKeys;
+    Qt::MouseButtons heldButtons = Qt::NoButton;
+    QPoint lastMovePosition;
+    WheelDetents wheelDetents;
+};

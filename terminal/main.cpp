@@ -1,0 +1,47 @@
+#include "terminal/CommandLine.h"
+#include "terminal/Terminal.h"
+#include "terminal/TerminationSignals.h"
+#include "terminal/WindowSystemStart.h"
+
+#include <QApplication>
+
+#include <csignal>
+#include <cstdio>
+#include <memory>
+
+namespace {
+
+CommandLine parseCommandLine(int argc, char** argv) {
+    // Help and errors need no window system, so they work where there is none.
+    const QCoreApplication application(argc, argv);
+    return CommandLine::parse(QCoreApplication::arguments());
+}
+
+std::unique_ptr<QApplication> startWindowSystem(int& argc, char** argv) {
+    const WindowSystemStart start;
+    return std::make_unique<QApplication>(argc, argv);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    // A reader of our output that goes away must not take the terminal with it.
+    std::signal(SIGPIPE, SIG_IGN);
+
+    const CommandLine commandLine = parseCommandLine(argc, argv);
+    const QByteArray text = commandLine.text.toLocal8Bit();
+    switch (commandLine.outcome) {
+    case CommandLine::Outcome::Inform:
+        std::fputs(text.constData(), stdout);
+        return 0;
+    case CommandLine::Outcome::Refuse:
+        std::fprintf(stderr, "%s\n", text.constData());
+        return 2;
+    case CommandLine::Outcome::Run:
+        break;
+    }
+
+    TerminationSignals::hold();
+    const std::unique_ptr<QApplication> application = startWindowSystem(argc, argv);
+    return runTerminal(*application, commandLine);
+}
