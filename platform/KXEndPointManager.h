@@ -41,7 +41,7 @@ public:
     int waitForEndPoints(unsigned int untilTick, unsigned int reserved);
 
 private:
-    class Implementation;
+    class KX_LOCAL Implementation;
     Implementation* implementation;
 };
 

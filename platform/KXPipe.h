@@ -45,7 +45,7 @@ public:
     int reconnect() override;
 
 private:
-    class Implementation;
+    class KX_LOCAL Implementation;
     Implementation* implementation;
 };
 
