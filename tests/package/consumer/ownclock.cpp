@@ -1,6 +1,7 @@
 // A program that brings one class of the platform itself: the library must go by this clock, not by the one of the
 // shared library that it was linked with.
 
+#include "events/KXEventQueue.h"
 #include "events/KXEventType.h"
 #include "input/KXInputEventManager.h"
 #include "platform/KXEndPoint.h"
