@@ -1,0 +1,69 @@
+#include "events/EventRecord.h"
+#include "events/KXSomeEvent.h"
+#include "tests/support/EventSamples.h"
+
+#include <gtest/gtest.h>
+
+namespace KX {
+namespace {
+
+using test::fieldsOf;
+using test::fillEveryField;
+
+TEST(EventRecord, has_the_same_bytes_on_every_machine) {
+    KXSomeEvent event;
+    fillEveryField(event);
+    event.eventType = 700;
+    // clang-format off
+    const EventRecord expected = {
+        0, 0, 0, 0,   0,  0, 0, 0,                          //   0 toolkit: slot, flag, padding
+        0, 0, 0, 0,   0,  0, 0, 0,                          //   8 navigation: slot, flag, padding
+        0, 0, 0, 0,   0, 0, 0, 0,                           //  16 signal: slot, padding
+        0xEF, 0xCD, 0xAB, 0x89, 0x67, 0x45, 0x23, 0x81,     //  24 signalData
+        0xFE, 0xFF, 0xFF, 0xFF, 0x01, 0x00, 0x00, 0x00,
+        3, 0, 0, 0,                                         //  40 sourceClass
+        0, 0, 0, 0,                                         //  44 input: slot
+        0xEB, 0xFF, 0xFF, 0xFF,                             //  48 keyCode -21
+        0x13, 0x00, 0x00, 0x01,                             //  52 osKeyCode
+        0xE9, 0xFF, 0xFF, 0xFF,                             //  56 inputValue -23
+        24, 0, 0, 0,  25, 0, 0, 0,  0x1A, 0, 0, 0x80,  27, 0, 0, 0, // 60 inputData
+        0, 0, 0, 0,   0,  0, 0, 0,                          //  76 incident: slot, flag, padding
+        0, 0, 0, 0,                                         //  84 event: slot
+        7, 0, 0, 0,                                         //  88 eventClass
+        0xBC, 0x02, 0, 0,                                   //  92 eventType 700
+        0xF0, 0xFF, 0xFF, 0xFF,                             //  96 timeStamp
+        11, 0, 0, 0,  0x12, 0, 0, 0x80,  13, 0, 0, 0,  0xFF, 0xFF, 0xFF, 0xFF, // 100 eventData
+        0xF1, 0xFF, 0xFF, 0xFF,                             // 116 value -15
+        16, 0, 0, 0,                                        // 120 count
+        0, 0, 0, 0,   0,  0, 0, 0,  0, 0, 0, 0,             // 124 trigger: slot, flag, padding
+    };
+    // clang-format on
+    EXPECT_EQ(encodeEvent(event), expected);
+}
+
+TEST(EventRecord, comes_back_with_every_field) {
+    KXSomeEvent event;
+    fillEveryField(event);
+    KXSomeEvent back;
+    decodeEvent(encodeEvent(event), back);
+    EXPECT_EQ(fieldsOf(back), fieldsOf(event));
+}
+
+TEST(EventRecord, rubbish_in_slots_flags_and_padding_changes_nothing) {
+    KXSomeEvent event;
+    fillEveryField(event);
+    EventRecord record = encodeEvent(event);
+    const struct { std::size_t from, to; } unused[] = {{0, 24}, {44, 48}, {76, 88}, {124, 136}};
+    for (const auto& range : unused)
+        std::fill(record.begin() + static_cast<std::ptrdiff_t>(range.from),
+                  record.begin() + static_cast<std::ptrdiff_t>(range.to), std::uint8_t{0xA5});
+
+    KXSomeEvent back;
+    decodeEvent(record, back);
+    EXPECT_EQ(fieldsOf(back), fieldsOf(event));
+    EXPECT_FALSE(back.incidentFlag || back.toolkitFlag || back.navigationFlag || back.triggerFlag);
+    EXPECT_NE(dynamic_cast<KXSignal*>(static_cast<KXEvent*>(&back)), nullptr) << "still a holder of this process";
+}
+
+} // namespace
+} // namespace KX

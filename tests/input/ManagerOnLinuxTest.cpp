@@ -1,0 +1,199 @@
+#include "events/KXEventQueueAsPipe.h"
+#include "events/KXEventType.h"
+#include "input/KXInputEventManager.h"
+#include "platform/KXTick.h"
+
+#include <Qt>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <malloc.h>
+#include <poll.h>
+#include <sys/resource.h>
+#include <thread>
+#include <vector>
+
+namespace KX {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+std::ptrdiff_t entriesOf(const char* folder) {
+    return std::distance(std::filesystem::directory_iterator(folder), std::filesystem::directory_iterator());
+}
+
+std::ptrdiff_t openDescriptors() {
+    return entriesOf("/proc/self/fd");
+}
+
+std::ptrdiff_t runningThreads() {
+    return entriesOf("/proc/self/task");
+}
+
+bool hasThreadNamed(const std::string& name) {
+    for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+        std::ifstream comm(task.path() / "comm");
+        std::string found;
+        std::getline(comm, found);
+        if (found == name)
+            return true;
+    }
+    return false;
+}
+
+int report(KXInputEventManager& manager, int type, int qtKey) {
+    KXToolkitEvent event;
+    event.eventType = type;
+    event.osKeyCode = qtKey;
+    event.timeStamp = KXTick::getTickCount();
+    return manager.toolkitEventOccurred(event);
+}
+
+// Waits as a main loop does; the event, or a default one when none came in time.
+KXInputEvent nextEventWithin(KXInputEventManager& manager, int timeoutMs) {
+    auto* const queue = dynamic_cast<KXEventQueueAsPipe*>(manager.getInputEventsQueue());
+    pollfd readEnd = {queue->getReadEndPointID(), POLLIN, 0};
+    poll(&readEnd, 1, timeoutMs);
+    return manager.getNextEvent();
+}
+
+class ManagerOnLinux : public testing::Test {
+protected:
+    void SetUp() override {
+        manager = KXInputEventManager::createInstance();
+    }
+
+    void TearDown() override {
+        KXInputEventManager::deleteInstance();
+    }
+
+    KXInputEventManager* manager = nullptr;
+};
+
+TEST_F(ManagerOnLinux, has_a_worker_thread_with_its_name) {
+    // The thread names itself, as soon as it runs.
+    const auto limit = Clock::now() + std::chrono::seconds(30);
+    while (!hasThreadNamed("inputEventMgr") && Clock::now() < limit)
+        std::this_thread::yield();
+    EXPECT_TRUE(hasThreadNamed("inputEventMgr"));
+    manager->deinitialize();
+    EXPECT_FALSE(hasThreadNamed("inputEventMgr"));
+}
+
+TEST_F(ManagerOnLinux, wakes_a_main_loop_with_a_press_and_later_with_its_long_press) {
+    manager->setDoubleKeyPressDuration(10);
+    manager->setLongKeyPressDuration(200);
+    report(*manager, TOOLKIT_KEY_PRESS_EVENT, Qt::Key_Home);
+    const KXInputEvent press = nextEventWithin(*manager, 10000);
+    EXPECT_EQ(press.eventType, KEY_PRESS_EVENT);
+    const KXInputEvent longPress = nextEventWithin(*manager, 10000);
+    EXPECT_EQ(longPress.eventType, KEY_LONG_PRESS_EVENT);
+    EXPECT_GE(longPress.timeStamp - press.timeStamp, 200U);
+}
+
+TEST_F(ManagerOnLinux, is_deleted_within_200_ms_while_its_worker_waits) {
+    for (int i = 0; i < 3; ++i) {
+        KXInputEventManager::createInstance();
+        std::this_thread::sleep_for(milliseconds(5 + 40 * i)); // somewhere inside a wait of 100 ms
+        const auto before = Clock::now();
+        KXInputEventManager::deleteInstance();
+        EXPECT_LT(Clock::now() - before, milliseconds(200));
+    }
+}
+
+TEST(ManagerLivesOnLinux, fifty_leave_no_thread_descriptor_or_memory_behind) {
+    // Some are so short that the worker sees its end before its first wait; in others it is waiting.
+    const auto live = [](int number) {
+        KXInputEventManager* const manager = KXInputEventManager::createInstance();
+        report(*manager, TOOLKIT_KEY_PRESS_EVENT, Qt::Key_Home);
+        if (number % 5 == 0)
+            std::this_thread::sleep_for(milliseconds(10));
+        KXInputEventManager::deleteInstance();
+    };
+    live(0); // what is made once and kept
+    const auto threads = runningThreads();
+    const auto descriptors = openDescriptors();
+    const auto heap = mallinfo2().uordblks;
+    for (int life = 0; life < 50; ++life)
+        live(life);
+    EXPECT_EQ(runningThreads(), threads);
+    EXPECT_EQ(openDescriptors(), descriptors);
+    EXPECT_LE(mallinfo2().uordblks, heap + 1024) << "less than 21 bytes a life is noise of the C library";
+}
+
+TEST_F(ManagerOnLinux, takes_settings_from_any_thread_while_input_arrives) {
+    std::atomic<bool> stop{false};
+    std::vector<std::thread> setters;
+    setters.emplace_back([&] {
+        for (unsigned int ms = 1; !stop; ms = ms % 500 + 1)
+            manager->setDoubleKeyPressDuration(ms);
+    });
+    setters.emplace_back([&] {
+        for (unsigned int ms = 1; !stop; ms = ms % 500 + 1)
+            manager->setLongKeyPressDuration(ms);
+    });
+    setters.emplace_back([&] {
+        while (!stop)
+            manager->acceptInput(true);
+    });
+    std::thread toolkit([&] {
+        for (int i = 0; i < 2000; ++i) {
+            report(*manager, TOOLKIT_KEY_PRESS_EVENT, Qt::Key_Home);
+            report(*manager, TOOLKIT_KEY_RELEASE_EVENT, Qt::Key_Home);
+        }
+        stop = true;
+    });
+
+    int releases = 0;
+    while (!stop || manager->hasEvents())
+        releases += nextEventWithin(*manager, 10).eventType == KEY_RELEASE_EVENT ? 1 : 0;
+    toolkit.join();
+    for (auto& setter : setters)
+        setter.join();
+    while (manager->hasEvents())
+        releases += manager->getNextEvent().eventType == KEY_RELEASE_EVENT ? 1 : 0;
+    EXPECT_EQ(releases, 2000);
+}
+
+TEST_F(ManagerOnLinux, concurrent_setters_never_bring_the_durations_out_of_order) {
+    std::vector<std::thread> setters;
+    setters.emplace_back([&] {
+        for (unsigned int i = 0; i < 200000; ++i)
+            manager->setDoubleKeyPressDuration(i % 7);
+    });
+    setters.emplace_back([&] {
+        for (unsigned int i = 0; i < 200000; ++i)
+            manager->setLongKeyPressDuration(i % 7);
+    });
+    for (auto& setter : setters)
+        setter.join();
+    // Whatever double is now, long is above it: a press right at the pass is no long press unless long is 0,
+    // which it can never be, because no double is below 0.
+    EXPECT_EQ(manager->setLongKeyPressDuration(0), 20);
+    unsigned int doubleMs = 0;
+    while (manager->setLongKeyPressDuration(doubleMs) == 20)
+        ++doubleMs; // the first long duration that is accepted is one above the double one
+    EXPECT_GE(doubleMs, 1U);
+    EXPECT_LE(doubleMs, 7U);
+}
+
+TEST_F(ManagerOnLinux, costs_next_to_nothing_while_idle) {
+    rusage before{}, after{};
+    getrusage(RUSAGE_SELF, &before);
+    std::this_thread::sleep_for(std::chrono::seconds(10));
+    getrusage(RUSAGE_SELF, &after);
+
+    // A wake-up is a voluntary switch. The sleep of this thread and the edges of the interval add a few.
+    EXPECT_LE(after.ru_nvcsw - before.ru_nvcsw, 100 + 5);
+    const auto microseconds = [](const rusage& usage) {
+        return 1000000L * (usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) + usage.ru_utime.tv_usec +
+               usage.ru_stime.tv_usec;
+    };
+    EXPECT_LE(microseconds(after) - microseconds(before), 50000) << "half a percent of one core";
+}
+
+} // namespace
+} // namespace KX
