@@ -31,7 +31,7 @@ private:
     // The other thread mostly needs only a few microseconds until it waits again, less than blocking and being
     // woken would cost. With one core it cannot run meanwhile, so nothing is gained there.
     bool takeSpinning() {
-        static const int rounds = std::thread::hardware_concurrency() > 1 ? 2000 : 0;
+        static const int rounds = std::thread::hardware_concurrency() > 1 ? 5000 : 0;
         for (int i = 0; i < rounds; ++i) {
             if (given.load(std::memory_order_acquire)) {
                 given.store(false, std::memory_order_relaxed);

@@ -42,7 +42,7 @@ bool isReadable(const KXEndPoint* endPoint) {
 
 } // namespace
 
-class KX_LOCAL KXEndPointManager::Implementation final : public simulated::Watched {
+class KXEndPointManager::Implementation final : public simulated::Watched {
 public:
     explicit Implementation(KXEndPointManager& manager) : owner(manager) {
         ++simulated::living.endPointManagers;
@@ -61,43 +61,36 @@ public:
     bool isReady() override;
 
 private:
-    struct Call {
-        KXEndPoint* endPoint;
+    struct Use {
+        const KXEndPoint* endPoint;
         std::thread::id thread;
     };
 
     int dispatch();
     bool serve(const Registration& registration);
+    bool serveInUse(const Registration& registration);
     bool reportLost(const Registration& registration);
     bool reportBack(const Registration& registration);
     bool retry(const Registration& registration);
-    Time nextWake(Time until);
-    bool beginCall(const Registration& registration);
-    void endCall();
-    void markLost(const Registration& registration, bool isLost);
-    std::vector<Registration>::iterator find(const KXEndPoint* endPoint);
-    std::vector<Registration>::iterator findSame(const Registration& registration);
-    bool isCalledElsewhere(const KXEndPoint* endPoint) const;
 
-    template<typename Function>
-    bool call(const Registration& registration, Function function) {
-        if (!beginCall(registration)) {
-            return false;
-        }
-        function(*registration.handler);
-        endCall();
-        return true;
-    }
+    /// \return false when it has been taken out meanwhile
+    bool setLost(const Registration& registration, bool isLost);
+    bool beginUse(const Registration& registration);
+    void endUse();
+    bool isUsedElsewhere(const KXEndPoint* endPoint) const;
+    Time nextWake(Time until);
+    std::vector<Registration>::iterator find(const KXEndPoint* endPoint);
+    std::vector<Registration>::iterator find(const Registration& copy);
 
     KXEndPointManager& owner;
     Scheduler& scheduler = Scheduler::instance();
 
     std::mutex mutex;
-    std::condition_variable callEnded;
+    std::condition_variable useEnded;
 
     // guarded by mutex
     std::vector<Registration> registrations;
-    std::vector<Call> calls; // handler calls under way; more than one when a handler waits itself
+    std::vector<Use> uses; // end points being served; more than one when a handler waits itself
     unsigned int nextNumber = 0;
 };
 
@@ -117,10 +110,10 @@ bool KXEndPointManager::Implementation::remove(KXEndPoint* endPoint) {
         return false;
     }
     registrations.erase(registration);
-    // While a simulated thread runs, the thread with the call under way cannot go on: waiting for it would be
+    // While a simulated thread runs, the thread that serves the end point cannot go on: waiting for it would be
     // waiting for ever.
     if (Scheduler::current() == nullptr) {
-        callEnded.wait(lock, [this, endPoint] { return !isCalledElsewhere(endPoint); });
+        useEnded.wait(lock, [this, endPoint] { return !isUsedElsewhere(endPoint); });
     }
     return true;
 }
@@ -158,38 +151,44 @@ int KXEndPointManager::Implementation::dispatch() {
 }
 
 bool KXEndPointManager::Implementation::serve(const Registration& registration) {
-    {
-        // A handler called before in this round may have removed and destroyed the end point.
-        const std::lock_guard<std::mutex> lock(mutex);
-        if (findSame(registration) == registrations.end()) {
-            return false;
-        }
+    // Taken out meanwhile by a handler of this round or by another thread: it may be destroyed already.
+    if (!beginUse(registration)) {
+        return false;
     }
-    KXEndPoint* endPoint = registration.endPoint;
-    const bool isConnected = endPoint->isConnected();
+    const bool isCalled = serveInUse(registration);
+    endUse();
+    return isCalled;
+}
+
+bool KXEndPointManager::Implementation::serveInUse(const Registration& registration) {
+    const bool isConnected = registration.endPoint->isConnected();
     if (registration.isLost) {
         return isConnected ? reportBack(registration) : retry(registration);
     }
     if (!isConnected) {
         return reportLost(registration);
     }
-    return isReadable(endPoint) && call(registration, [this, endPoint](KXEndPointHandler& handler) {
-               handler.onEndPointReadable(endPoint, &owner);
-           });
+    if (!isReadable(registration.endPoint)) {
+        return false;
+    }
+    registration.handler->onEndPointReadable(registration.endPoint, &owner);
+    return true;
 }
 
 bool KXEndPointManager::Implementation::reportLost(const Registration& registration) {
-    markLost(registration, true);
-    return call(registration, [&registration](KXEndPointHandler& handler) {
-        handler.onEndPointDisconnected(registration.endPoint);
-    });
+    if (!setLost(registration, true)) {
+        return false;
+    }
+    registration.handler->onEndPointDisconnected(registration.endPoint);
+    return true;
 }
 
 bool KXEndPointManager::Implementation::reportBack(const Registration& registration) {
-    markLost(registration, false);
-    return call(registration, [&registration](KXEndPointHandler& handler) {
-        handler.onEndPointReconnected(registration.endPoint);
-    });
+    if (!setLost(registration, false)) {
+        return false;
+    }
+    registration.handler->onEndPointReconnected(registration.endPoint);
+    return true;
 }
 
 bool KXEndPointManager::Implementation::retry(const Registration& registration) {
@@ -199,18 +198,20 @@ bool KXEndPointManager::Implementation::retry(const Registration& registration) 
     if (registration.endPoint->reconnect() == 0) {
         return reportBack(registration);
     }
-    markLost(registration, true);
+    setLost(registration, true);
     return false;
 }
 
-void KXEndPointManager::Implementation::markLost(const Registration& registration, bool isLost) {
+bool KXEndPointManager::Implementation::setLost(const Registration& registration, bool isLost) {
     const Time retryTime = scheduler.now() + retryIntervalMs;
     const std::lock_guard<std::mutex> lock(mutex);
-    const auto present = findSame(registration);
-    if (present != registrations.end()) {
-        present->isLost = isLost;
-        present->retryTime = retryTime;
+    const auto present = find(registration);
+    if (present == registrations.end()) {
+        return false;
     }
+    present->isLost = isLost;
+    present->retryTime = retryTime;
+    return true;
 }
 
 Time KXEndPointManager::Implementation::nextWake(Time until) {
@@ -223,19 +224,25 @@ Time KXEndPointManager::Implementation::nextWake(Time until) {
     return until;
 }
 
-bool KXEndPointManager::Implementation::beginCall(const Registration& registration) {
+bool KXEndPointManager::Implementation::beginUse(const Registration& registration) {
     const std::lock_guard<std::mutex> lock(mutex);
-    if (findSame(registration) == registrations.end()) {
+    if (find(registration) == registrations.end()) {
         return false;
     }
-    calls.push_back({registration.endPoint, std::this_thread::get_id()});
+    uses.push_back({registration.endPoint, std::this_thread::get_id()});
     return true;
 }
 
-void KXEndPointManager::Implementation::endCall() {
+void KXEndPointManager::Implementation::endUse() {
     const std::lock_guard<std::mutex> lock(mutex);
-    calls.pop_back();
-    callEnded.notify_all();
+    uses.pop_back();
+    useEnded.notify_all();
+}
+
+bool KXEndPointManager::Implementation::isUsedElsewhere(const KXEndPoint* endPoint) const {
+    return std::any_of(uses.begin(), uses.end(), [endPoint](const Use& use) {
+        return use.endPoint == endPoint && use.thread != std::this_thread::get_id();
+    });
 }
 
 std::vector<Registration>::iterator KXEndPointManager::Implementation::find(const KXEndPoint* endPoint) {
@@ -244,17 +251,9 @@ std::vector<Registration>::iterator KXEndPointManager::Implementation::find(cons
     });
 }
 
-// The end point may have been removed, and even added again, since the registration was looked at.
-std::vector<Registration>::iterator KXEndPointManager::Implementation::findSame(const Registration& registration) {
-    const auto present = find(registration.endPoint);
-    return present != registrations.end() && present->number == registration.number ? present
-                                                                                    : registrations.end();
-}
-
-bool KXEndPointManager::Implementation::isCalledElsewhere(const KXEndPoint* endPoint) const {
-    return std::any_of(calls.begin(), calls.end(), [endPoint](const Call& call) {
-        return call.endPoint == endPoint && call.thread != std::this_thread::get_id();
-    });
+std::vector<Registration>::iterator KXEndPointManager::Implementation::find(const Registration& copy) {
+    return std::find_if(registrations.begin(), registrations.end(),
+                        [&copy](const Registration& registration) { return registration.number == copy.number; });
 }
 
 KXEndPointManager::KXEndPointManager() : implementation(new Implementation(*this)) {}

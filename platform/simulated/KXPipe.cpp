@@ -60,7 +60,7 @@ private:
 
 } // namespace
 
-class KX_LOCAL KXPipe::Implementation {
+class KXPipe::Implementation {
 public:
     ~Implementation() {
         close();

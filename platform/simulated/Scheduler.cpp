@@ -14,8 +14,8 @@ thread_local Participant* currentParticipant = nullptr;
 
 constexpr unsigned int halfRange = 1u << 31;
 
-// Far more than a thread needs that drains a full pipe byte by byte.
-constexpr unsigned int mostWaitsAtOneTick = 10'000'000;
+// Twice what a thread needs that drains a full pipe byte by byte.
+constexpr unsigned int mostWaitsAtOneTick = 2u << 20;
 
 } // namespace
 
