@@ -58,7 +58,7 @@ unsigned int lookAgain(int descriptor) {
 
 } // namespace
 
-class KXEndPointManager::Implementation {
+class KX_LOCAL KXEndPointManager::Implementation {
 public:
     explicit Implementation(KXEndPointManager* managerOfHandlers) : manager(managerOfHandlers) {}
 

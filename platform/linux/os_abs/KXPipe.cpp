@@ -36,7 +36,7 @@ void enlarge(int writeEnd) {
 ///
 /// Atomic because the thread that waits on the pipe asks whether it is open while others write into it. That a
 /// descriptor is not closed under a writer is the caller's promise.
-class KXPipe::Implementation {
+class KX_LOCAL KXPipe::Implementation {
 public:
     std::atomic<int> readEnd{-1};
     std::atomic<int> writeEnd{-1};

@@ -1,0 +1,194 @@
+#include "platform/KXDebug.h"
+
+#include "support/ChildProcess.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <map>
+#include <sstream>
+#include <thread>
+
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+ChildResult run(const char* setting, std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), KX_DEBUG_SPEAKER);
+    ChildResult result = runWithDebugSetting(setting, arguments);
+    EXPECT_EQ(result.status, 0) << result.errorOutput;
+    return result;
+}
+
+std::vector<std::string> say(const char* setting, const std::string& section, int level,
+                             const std::string& text = "text") {
+    return run(setting, {"say", section, std::to_string(level), text}).lines;
+}
+
+/// The highest level of a section that is shown; -1 when that is no clean cut.
+int getShownLevel(const char* setting, const std::string& section) {
+    int shown = 0;
+    for (int level = 1; level <= 4; ++level) {
+        const bool isShown = !say(setting, section, level).empty();
+        if (isShown && shown != level - 1) {
+            return -1;
+        }
+        shown += isShown;
+    }
+    return shown;
+}
+
+TEST(KXDebugSections, theSameNameHasTheSameKey) {
+    const unsigned int key = KX::KXDebug::insertNewDebugSection("one");
+    EXPECT_EQ(KX::KXDebug::insertNewDebugSection("one"), key);
+    EXPECT_NE(KX::KXDebug::insertNewDebugSection("two"), key);
+    EXPECT_EQ(KX::KXDebug::insertNewDebugSection("one"), key);
+}
+
+TEST(KXDebugSections, manySectionsHaveKeysOfTheirOwn) {
+    std::map<unsigned int, int> keys;
+    for (int i = 0; i < 1000; ++i) {
+        keys[KX::KXDebug::insertNewDebugSection("section " + std::to_string(i))] = i;
+    }
+    EXPECT_EQ(keys.size(), 1000u);
+}
+
+TEST(KXDebugSections, threadsMayRegisterAndPrintAtTheSameTime) {
+    std::vector<std::thread> threads;
+    std::vector<std::vector<unsigned int>> keys(4);
+    for (auto& keysOfThread : keys) {
+        threads.emplace_back([&keysOfThread] {
+            for (int i = 0; i < 300; ++i) {
+                const unsigned int key = KX::KXDebug::insertNewDebugSection("shared " + std::to_string(i));
+                keysOfThread.push_back(key);
+                KX::KXDebug::debugPrintError(4, key, "not shown");
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    for (const auto& keysOfThread : keys) {
+        EXPECT_EQ(keysOfThread, keys[0]);
+    }
+}
+
+TEST(KXDebugLevels, onlyErrorsAreShownByDefault) {
+    EXPECT_EQ(getShownLevel(nullptr, "kx_event_queue"), 1);
+    EXPECT_EQ(getShownLevel("", "kx_event_queue"), 1);
+}
+
+TEST(KXDebugLevels, aSectionHasTheLevelThatIsSet) {
+    for (int level = 0; level <= 4; ++level) {
+        EXPECT_EQ(getShownLevel(("kx_event_queue=" + std::to_string(level)).c_str(), "kx_event_queue"), level);
+    }
+    EXPECT_EQ(getShownLevel("kx_event_queue=4", "kx_encoder_dynamic"), 1);
+}
+
+TEST(KXDebugLevels, theStarIsForAllOthers) {
+    EXPECT_EQ(getShownLevel("*=3", "kx_event_queue"), 3);
+    EXPECT_EQ(getShownLevel("*=0", "kx_event_queue"), 0);
+}
+
+TEST(KXDebugLevels, aNameBeatsTheStarInAnyOrder) {
+    EXPECT_EQ(getShownLevel("kx_event_queue=4,*=2", "kx_event_queue"), 4);
+    EXPECT_EQ(getShownLevel("*=2,kx_event_queue=4", "kx_event_queue"), 4);
+    EXPECT_EQ(getShownLevel("*=4,kx_event_queue=1", "kx_event_queue"), 1);
+    EXPECT_EQ(getShownLevel("kx_event_queue=1,*=4", "kx_event_queue"), 1);
+    EXPECT_EQ(getShownLevel("kx_event_queue=4,*=2", "kx_encoder_dynamic"), 2);
+}
+
+TEST(KXDebugLevels, blanksAndEmptyEntriesMeanNothing) {
+    EXPECT_THAT(say(" kx_event_queue = 2 , ,*=0,", "kx_event_queue", 2), ElementsAre("[kx_event_queue:2] text"));
+}
+
+TEST(KXDebugLevels, ofTwoEntriesForOneNameTheLaterCounts) {
+    EXPECT_EQ(getShownLevel("a=4,a=2", "a"), 2);
+}
+
+TEST(KXDebugLevels, whatMeansNothingIsSaidInOneLineAndTheRestApplies) {
+    const struct {
+        const char* entry;
+        const char* reason;
+    } cases[] = {
+        {"nonsense", "expected section=level"},
+        {"=3", "the name of the section is missing"},
+        {"b=", "the level must be a number from 0 (nothing) to 4 (everything)"},
+        {"b=5", "the level must be a number from 0 (nothing) to 4 (everything)"},
+        {"b=-1", "the level must be a number from 0 (nothing) to 4 (everything)"},
+        {"b=2x", "the level must be a number from 0 (nothing) to 4 (everything)"},
+        {"b=high", "the level must be a number from 0 (nothing) to 4 (everything)"},
+        {"b=2=3", "the level must be a number from 0 (nothing) to 4 (everything)"},
+    };
+    for (const auto& mistake : cases) {
+        const std::string setting = "a=4," + std::string(mistake.entry) + ",*=2";
+        EXPECT_THAT(say(setting.c_str(), "a", 4),
+                    ElementsAre("KX_DEBUG: \"" + std::string(mistake.entry) + "\" is ignored: " + mistake.reason,
+                                "[a:4] text"));
+        EXPECT_EQ(say(setting.c_str(), "b", 2).size(), 2u) << "the star after the mistake in " << setting;
+    }
+}
+
+TEST(KXDebugLevels, aMistakeWithALineEndInItIsStillOneLine) {
+    EXPECT_THAT(say("two\nlines", "a", 4), ElementsAre(HasSubstr("\"two?lines\" is ignored")));
+}
+
+TEST(KXDebugLines, tellSectionLevelAndText) {
+    EXPECT_THAT(say(nullptr, "kx_event_queue", 1, "Class KXPipe has failed "),
+                ElementsAre("[kx_event_queue:1] Class KXPipe has failed "));
+}
+
+TEST(KXDebugLines, aMessageIsOneLineWhateverItHolds) {
+    EXPECT_EQ(run(nullptr, {"say", "a", "1", "one\ntwo\n"}).errorOutput, "[a:1] one two\n");
+    EXPECT_EQ(run(nullptr, {"say", "a", "1", ""}).errorOutput, "[a:1] \n");
+}
+
+TEST(KXDebugLines, aMessageOfAnyLengthIsPrintedWhole) {
+    for (const std::size_t length : {505u, 506u, 507u, 511u, 512u, 513u, 5000u, 200000u}) {
+        EXPECT_EQ(run(nullptr, {"length", "a", "1", std::to_string(length)}).errorOutput,
+                  "[a:1] " + std::string(length, 'x') + "\n");
+    }
+}
+
+TEST(KXDebugLines, aSectionNameOfAnyLengthIsPrintedWhole) {
+    const std::string name(600, 'n');
+    EXPECT_EQ(run(nullptr, {"say", name, "1", "text"}).errorOutput, "[" + name + ":1] text\n");
+}
+
+TEST(KXDebugLines, anUnknownKeyIsTolerated) {
+    EXPECT_EQ(run(nullptr, {"unknown", "1", "lost"}).errorOutput, "[?:1] lost\n");
+    EXPECT_THAT(run(nullptr, {"unknown", "2", "lost"}).lines, IsEmpty());
+    EXPECT_EQ(run("*=2", {"unknown", "2", "lost"}).errorOutput, "[?:2] lost\n");
+}
+
+TEST(KXDebugLines, errnoIsLeftAloneEvenWhenNothingCanBeWritten) {
+    run(nullptr, {"errno"});
+}
+
+TEST(KXDebugLines, aStaticDestructorMayStillPrint) {
+    EXPECT_EQ(run(nullptr, {"late", "a", "goodbye"}).errorOutput, "[a:1] goodbye\n");
+}
+
+TEST(KXDebugLines, linesOfEightThreadsStayWholeAndInOrder) {
+    const int threads = 8;
+    const int messages = 200;
+    const ChildResult result = run(nullptr, {"threads", "a", std::to_string(threads), std::to_string(messages)});
+    EXPECT_EQ(result.lines.size(), static_cast<std::size_t>(threads * messages));
+    std::map<char, int> next;
+    int torn = 0;
+    for (const std::string& line : result.lines) {
+        std::istringstream stream(line);
+        std::string prefix;
+        int number = -1;
+        std::string letters;
+        stream >> prefix >> number >> letters;
+        const char first = letters.empty() ? '?' : letters[0];
+        const std::size_t length = (first - 'a') % 2 == 0 ? 20 : 9000;
+        torn += prefix != "[a:1]" || letters != std::string(length, first) || number != next[first]++;
+    }
+    EXPECT_EQ(torn, 0) << "lines torn or out of order";
+}
+
+} // namespace

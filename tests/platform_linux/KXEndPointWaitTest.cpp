@@ -1,0 +1,117 @@
+#include "platform/KXEndPointManager.h"
+
+#include "platform/KXTick.h"
+#include "support/SocketEndPoint.h"
+#include "support/Waiting.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/epoll.h>
+
+namespace {
+
+/// The clock of this program stands that far from the real one.
+std::atomic<unsigned int> clockOffset{0};
+std::atomic<int> sleeps{0};
+
+} // namespace
+
+// The library calls these instead of its own clock and of the system.
+
+unsigned int KX::KXTick::getTickCount() {
+    return static_cast<unsigned int>(getSteadyMs()) + clockOffset;
+}
+
+extern "C" int epoll_wait(int descriptor, epoll_event* events, int most, int timeoutMs) {
+    ++sleeps;
+    return epoll_pwait(descriptor, events, most, timeoutMs, nullptr);
+}
+
+namespace {
+
+using KX::KXEndPointManager;
+using KX::KXTick;
+
+class KXEndPointWaitTest : public testing::Test {
+protected:
+    void SetUp() override {
+        clockOffset = 0;
+        ASSERT_EQ(manager.addEndPoint(&endPoint, &handler), 0);
+    }
+
+    void TearDown() override {
+        manager.removeEndPoint(&endPoint);
+    }
+
+    static void setTick(unsigned int tick) {
+        clockOffset = 0;
+        clockOffset = tick - KXTick::getTickCount();
+    }
+
+    KXEndPointManager manager;
+    SocketEndPoint endPoint;
+    RecordingHandler handler;
+};
+
+TEST_F(KXEndPointWaitTest, anIdleWaitOfTheWorkerIsOneSleepingSystemCall) {
+    for (int pass = 0; pass < 10; ++pass) {
+        sleeps = 0;
+        EXPECT_EQ(manager.waitForEndPoints(KXTick::getTickCount() + 100, 0), 0);
+        EXPECT_EQ(sleeps, 1) << "in pass " << pass;
+    }
+}
+
+TEST_F(KXEndPointWaitTest, aLostEndPointCostsNoSleepMoreThanItsRetry) {
+    endPoint.peerAccepts = false;
+    endPoint.peerHangsUp();
+    EXPECT_EQ(manager.waitForEndPoints(KXTick::getTickCount() + 100, 0), 1);
+    sleeps = 0;
+    EXPECT_EQ(manager.waitForEndPoints(KXTick::getTickCount() + 2500, 0), 0);
+    EXPECT_EQ(endPoint.reconnects, 2);
+    EXPECT_LE(sleeps, 5);
+}
+
+TEST_F(KXEndPointWaitTest, waitsOnAcrossTheWrapOfTheClock) {
+    setTick(0xffffffffu - 40);
+    const long long begin = getSteadyMs();
+    const unsigned int until = KXTick::getTickCount() + 100;
+    ASSERT_LT(until, 100u) << "the clock does not wrap in this wait";
+    EXPECT_EQ(manager.waitForEndPoints(until, 0), 0);
+    EXPECT_GE(getSteadyMs() - begin, 99);
+    EXPECT_LT(getSteadyMs() - begin, 5000);
+}
+
+TEST_F(KXEndPointWaitTest, aTickThatPassedBeforeTheWrapHasPassed) {
+    setTick(10);
+    const long long begin = getSteadyMs();
+    EXPECT_EQ(manager.waitForEndPoints(0xfffffff0u, 0), 0);
+    EXPECT_LT(getSteadyMs() - begin, 1000);
+}
+
+TEST_F(KXEndPointWaitTest, tickZeroIsATickLikeAnyOther) {
+    setTick(0xffffffffu - 60);
+    const long long begin = getSteadyMs();
+    EXPECT_EQ(manager.waitForEndPoints(0, 0), 0);
+    EXPECT_GE(getSteadyMs() - begin, 55);
+    EXPECT_LT(getSteadyMs() - begin, 5000);
+}
+
+TEST_F(KXEndPointWaitTest, aRetryIsDueAcrossTheWrapOfTheClock) {
+    setTick(0xffffffffu - 500);
+    endPoint.peerHangsUp();
+    ASSERT_EQ(manager.waitForEndPoints(KXTick::getTickCount(), 0), 1);
+    EXPECT_EQ(manager.waitForEndPoints(KXTick::getTickCount() + 900, 0), 0);
+    EXPECT_EQ(endPoint.reconnects, 0);
+    EXPECT_EQ(manager.waitForEndPoints(KXTick::getTickCount() + 5000, 0), 1);
+    EXPECT_EQ(handler.reconnected, 1);
+}
+
+TEST_F(KXEndPointWaitTest, aRetryIsDueAfterNobodyWaitedForHalfTheRangeOfTheClock) {
+    endPoint.peerHangsUp();
+    ASSERT_EQ(manager.waitForEndPoints(KXTick::getTickCount(), 0), 1);
+    setTick(KXTick::getTickCount() + 0x90000000u);
+    EXPECT_EQ(manager.waitForEndPoints(KXTick::getTickCount(), 0), 1);
+    EXPECT_EQ(handler.reconnected, 1);
+}
+
+} // namespace

@@ -1,0 +1,220 @@
+#include "platform/KXThread.h"
+
+#include "support/Waiting.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <climits>
+#include <fstream>
+#include <memory>
+#include <pthread.h>
+#include <sched.h>
+#include <string>
+#include <unistd.h>
+
+namespace {
+
+std::string readThreadName(unsigned int id) {
+    std::ifstream file("/proc/self/task/" + std::to_string(id) + "/comm");
+    std::string name;
+    std::getline(file, name);
+    return name;
+}
+
+/// What a thread tells of itself, and what lets it go on.
+struct Report {
+    std::atomic<bool> entered{false};
+    std::atomic<bool> mayEnd{false};
+    std::atomic<bool> ended{false};
+    std::atomic<int> runs{0};
+    unsigned int id = 0;
+    std::string name;
+    std::size_t stackSize = 0;
+    int policy = -1;
+    int priority = -1;
+};
+
+void describeThisThread(Report& report) {
+    report.id = KX::KXThread::getCurrentThreadID();
+    report.name = readThreadName(report.id);
+    pthread_attr_t attributes;
+    pthread_getattr_np(pthread_self(), &attributes);
+    pthread_attr_getstacksize(&attributes, &report.stackSize);
+    pthread_attr_destroy(&attributes);
+    sched_param parameter{};
+    pthread_getschedparam(pthread_self(), &report.policy, &parameter);
+    report.priority = parameter.sched_priority;
+}
+
+void* reportAndEnd(void* argument) {
+    auto& report = *static_cast<Report*>(argument);
+    describeThisThread(report);
+    ++report.runs;
+    report.entered = true;
+    report.ended = true;
+    return nullptr;
+}
+
+void* reportAndWait(void* argument) {
+    auto& report = *static_cast<Report*>(argument);
+    report.entered = true;
+    waitUntil([&] { return report.mayEnd.load(); });
+    report.ended = true;
+    return nullptr;
+}
+
+class KXThreadTest : public testing::Test {
+protected:
+    std::unique_ptr<KX::KXThread> makeThread(void* (*function)(void*), const std::string& name = "inputEventMgr") {
+        std::unique_ptr<KX::KXThread> thread(KX::KXThread::create(name));
+        thread->setEntryFunction(function, &report);
+        return thread;
+    }
+
+    Report report;
+};
+
+TEST_F(KXThreadTest, runsTheEntryFunctionInAThreadOfTheGivenName) {
+    const auto thread = makeThread(reportAndEnd);
+    ASSERT_EQ(thread->start(0, 0), 0);
+    ASSERT_EQ(thread->stopAndWait(), 0);
+    EXPECT_EQ(report.runs, 1);
+    EXPECT_EQ(report.name, "inputEventMgr");
+    EXPECT_NE(report.id, KX::KXThread::getCurrentThreadID());
+}
+
+TEST_F(KXThreadTest, keepsFifteenCharactersOfALongerName) {
+    const auto thread = makeThread(reportAndEnd, "0123456789abcdefgh");
+    ASSERT_EQ(thread->start(0, 0), 0);
+    ASSERT_EQ(thread->stopAndWait(), 0);
+    EXPECT_EQ(report.name, "0123456789abcde");
+}
+
+TEST_F(KXThreadTest, keepsANameOfFifteenCharactersWhole) {
+    const auto thread = makeThread(reportAndEnd, "0123456789abcde");
+    ASSERT_EQ(thread->start(0, 0), 0);
+    ASSERT_EQ(thread->stopAndWait(), 0);
+    EXPECT_EQ(report.name, "0123456789abcde");
+}
+
+TEST_F(KXThreadTest, theMainThreadHasTheNumberOfTheProcess) {
+    EXPECT_EQ(KX::KXThread::getCurrentThreadID(), static_cast<unsigned int>(getpid()));
+}
+
+TEST_F(KXThreadTest, isRefusedWithoutAnEntryFunction) {
+    const std::unique_ptr<KX::KXThread> thread(KX::KXThread::create("idle"));
+    EXPECT_EQ(thread->start(0, 0), 20);
+    EXPECT_EQ(thread->stopAndWait(), 0);
+}
+
+TEST_F(KXThreadTest, isRefusedASecondStartWhileItRuns) {
+    const auto thread = makeThread(reportAndWait);
+    ASSERT_EQ(thread->start(0, 0), 0);
+    EXPECT_EQ(thread->start(0, 0), 20);
+    report.mayEnd = true;
+    EXPECT_EQ(thread->stopAndWait(), 0);
+}
+
+TEST_F(KXThreadTest, startsAgainAfterItHasEnded) {
+    const auto thread = makeThread(reportAndEnd);
+    ASSERT_EQ(thread->start(0, 0), 0);
+    ASSERT_EQ(thread->stopAndWait(), 0);
+    ASSERT_EQ(thread->start(0, 0), 0);
+    ASSERT_EQ(thread->stopAndWait(), 0);
+    EXPECT_EQ(report.runs, 2);
+}
+
+TEST_F(KXThreadTest, startsAgainAfterItHasEndedByItself) {
+    const auto thread = makeThread(reportAndEnd);
+    ASSERT_EQ(thread->start(0, 0), 0);
+    ASSERT_TRUE(waitUntil([&] { return report.ended.load(); }));
+    ASSERT_TRUE(waitUntil([&] { return thread->start(0, 0) == 0; }));
+    ASSERT_EQ(thread->stopAndWait(), 0);
+    EXPECT_EQ(report.runs, 2);
+}
+
+TEST_F(KXThreadTest, stopAndWaitReturnsOnlyWhenTheEntryFunctionHas) {
+    const auto thread = makeThread(reportAndWait);
+    ASSERT_EQ(thread->start(0, 0), 0);
+    ASSERT_TRUE(waitUntil([&] { return report.entered.load(); }));
+    EXPECT_FALSE(report.ended);
+    report.mayEnd = true;
+    EXPECT_EQ(thread->stopAndWait(), 0);
+    EXPECT_TRUE(report.ended);
+    EXPECT_EQ(thread->stopAndWait(), 0) << "nothing is left to wait for";
+}
+
+TEST_F(KXThreadTest, theDestructorWaitsForTheEntryFunction) {
+    auto thread = makeThread(reportAndWait);
+    ASSERT_EQ(thread->start(0, 0), 0);
+    report.mayEnd = true;
+    thread.reset();
+    EXPECT_TRUE(report.ended);
+}
+
+TEST_F(KXThreadTest, isRefusedToWaitForItself) {
+    struct Self {
+        KX::KXThread* thread;
+        std::atomic<int> status{-1};
+    };
+    const std::unique_ptr<KX::KXThread> thread(KX::KXThread::create("self"));
+    Self self{thread.get()};
+    thread->setEntryFunction(
+        [](void* argument) -> void* {
+            auto& me = *static_cast<Self*>(argument);
+            me.status = me.thread->stopAndWait();
+            return nullptr;
+        },
+        &self);
+    ASSERT_EQ(thread->start(0, 0), 0);
+    ASSERT_TRUE(waitUntil([&] { return self.status != -1; }));
+    EXPECT_EQ(self.status, 20);
+    EXPECT_EQ(thread->stopAndWait(), 0);
+}
+
+TEST_F(KXThreadTest, anEntryFunctionSetLaterDoesNotReachTheRunningThread) {
+    const auto thread = makeThread(reportAndWait);
+    ASSERT_EQ(thread->start(0, 0), 0);
+    thread->setEntryFunction(reportAndEnd, &report);
+    report.mayEnd = true;
+    ASSERT_EQ(thread->stopAndWait(), 0);
+    EXPECT_EQ(report.runs, 0);
+}
+
+TEST_F(KXThreadTest, hasTheStackThatWasAskedFor) {
+    const unsigned int stackSize = 3 * 1024 * 1024;
+    const auto thread = makeThread(reportAndEnd);
+    ASSERT_EQ(thread->start(0, stackSize), 0);
+    ASSERT_EQ(thread->stopAndWait(), 0);
+    // The system may round to whole pages and take its guard page away.
+    EXPECT_NEAR(static_cast<double>(report.stackSize), static_cast<double>(stackSize), 65536.0);
+}
+
+TEST_F(KXThreadTest, aStackBelowTheSystemsLeastIsOutOfRange) {
+    const auto thread = makeThread(reportAndEnd);
+    EXPECT_EQ(thread->start(0, static_cast<unsigned int>(PTHREAD_STACK_MIN) - 1), 24);
+    EXPECT_EQ(thread->start(0, 1), 24);
+    EXPECT_EQ(report.runs, 0);
+}
+
+TEST_F(KXThreadTest, aPriorityOutsideTheSystemsRangeIsRefused) {
+    const auto thread = makeThread(reportAndEnd);
+    EXPECT_EQ(thread->start(sched_get_priority_max(SCHED_FIFO) + 1, 0), 24);
+    EXPECT_EQ(thread->start(sched_get_priority_min(SCHED_FIFO) - 2, 0), 24);
+    EXPECT_EQ(report.runs, 0);
+}
+
+TEST_F(KXThreadTest, runsWithTheRealTimePriorityThatWasAskedFor) {
+    const auto thread = makeThread(reportAndEnd);
+    const int status = thread->start(7, 0);
+    if (status == 20) {
+        GTEST_SKIP() << "this user may not start threads of real-time priority";
+    }
+    ASSERT_EQ(status, 0);
+    ASSERT_EQ(thread->stopAndWait(), 0);
+    EXPECT_EQ(report.policy, SCHED_FIFO);
+    EXPECT_EQ(report.priority, 7);
+}
+
+} // namespace

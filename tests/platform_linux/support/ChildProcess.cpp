@@ -1,0 +1,63 @@
+#include "support/ChildProcess.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <sstream>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+[[noreturn]] void becomeProgram(int errorOutput, const char* debugSetting, std::vector<std::string>& command) {
+    dup2(errorOutput, STDERR_FILENO);
+    if (debugSetting != nullptr) {
+        setenv("KX_DEBUG", debugSetting, 1);
+    } else {
+        unsetenv("KX_DEBUG");
+    }
+    std::vector<char*> arguments;
+    for (std::string& argument : command) {
+        arguments.push_back(argument.data());
+    }
+    arguments.push_back(nullptr);
+    execv(arguments[0], arguments.data());
+    _exit(127);
+}
+
+std::string readToEnd(int descriptor) {
+    std::string text;
+    char buffer[4096];
+    ssize_t taken;
+    while ((taken = read(descriptor, buffer, sizeof(buffer))) > 0) {
+        text.append(buffer, static_cast<std::size_t>(taken));
+    }
+    return text;
+}
+
+} // namespace
+
+ChildResult runWithDebugSetting(const char* debugSetting, std::vector<std::string> command) {
+    ChildResult result;
+    int ends[2];
+    if (pipe(ends) != 0) {
+        ADD_FAILURE() << "no pipe";
+        return result;
+    }
+    const pid_t child = fork();
+    if (child == 0) {
+        close(ends[0]);
+        becomeProgram(ends[1], debugSetting, command);
+    }
+    close(ends[1]);
+    result.errorOutput = readToEnd(ends[0]);
+    close(ends[0]);
+    int status = 0;
+    waitpid(child, &status, 0);
+    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    std::istringstream stream(result.errorOutput);
+    for (std::string line; std::getline(stream, line);) {
+        result.lines.push_back(line);
+    }
+    return result;
+}
