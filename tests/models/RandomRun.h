@@ -1,0 +1,94 @@
+#pragma once
+
+#include <cstdint>
+#include <cstdlib>
+#include <initializer_list>
+#include <limits>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace KX::test {
+
+/// Numbers that are the same on every machine for the same seed; the standard's distributions are not.
+class Random {
+public:
+    explicit Random(std::uint32_t seed) : generator(seed) {}
+
+    std::uint32_t word() {
+        return static_cast<std::uint32_t>(generator());
+    }
+
+    /// 0 to \p limit - 1.
+    std::uint32_t below(std::uint32_t limit) {
+        return word() % limit;
+    }
+
+    int between(int low, int high) {
+        return low + static_cast<int>(below(static_cast<std::uint32_t>(high - low) + 1));
+    }
+
+    bool oneIn(std::uint32_t times) {
+        return below(times) == 0;
+    }
+
+    template<class Value>
+    Value oneOf(std::initializer_list<Value> values) {
+        return values.begin()[below(static_cast<std::uint32_t>(values.size()))];
+    }
+
+    template<class Value>
+    Value oneOf(const std::vector<Value>& values) {
+        return values[below(static_cast<std::uint32_t>(values.size()))];
+    }
+
+    int anyInt() {
+        return static_cast<int>(word());
+    }
+
+    /// Mostly small numbers, now and then one at an end of the range, or any.
+    int oddInt() {
+        if (oneIn(4))
+            return oneOf({std::numeric_limits<int>::min(), std::numeric_limits<int>::max(), -1, anyInt()});
+        return between(-3, 12);
+    }
+
+private:
+    std::mt19937 generator; // the standard fixes its numbers, unlike those of the distributions
+};
+
+inline std::uint32_t numberFromEnvironment(const char* name, std::uint32_t otherwise) {
+    const char* text = std::getenv(name);
+    return text != nullptr && *text != '\0' ? static_cast<std::uint32_t>(std::strtoul(text, nullptr, 0))
+                                            : otherwise;
+}
+
+/// The seeds of a run: KX_TEST_SEED alone when it is set, so that a failure can be played again.
+inline std::vector<std::uint32_t> seedsOfRun() {
+    if (std::getenv("KX_TEST_SEED") != nullptr)
+        return {numberFromEnvironment("KX_TEST_SEED", 0)};
+    return {1, 20260, 0xC0FFEE};
+}
+
+/// Steps of all seeds together; KX_TEST_STEPS makes them fewer for machines that are emulated.
+constexpr std::uint32_t fullSteps = 120000;
+
+inline std::uint32_t stepsOfRun() {
+    return numberFromEnvironment("KX_TEST_STEPS", fullSteps);
+}
+
+inline std::uint32_t stepsOfSeed() {
+    return stepsOfRun() / static_cast<std::uint32_t>(seedsOfRun().size()) + 1;
+}
+
+/// Whether the run is long enough to expect that rare things have happened in it.
+inline bool isFullRun() {
+    return stepsOfRun() >= fullSteps;
+}
+
+/// Where a run stands; goes in front of every complaint.
+inline std::string whereabouts(std::uint32_t seed, std::uint32_t step, const std::string& operation) {
+    return "KX_TEST_SEED=" + std::to_string(seed) + ", step " + std::to_string(step) + ", " + operation + ": ";
+}
+
+} // namespace KX::test
