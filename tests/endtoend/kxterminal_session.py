@@ -1,0 +1,167 @@
+"""kxterminal on a display of its own, an operator who uses it, and the events that it prints."""
+
+import os
+import queue
+import re
+import signal
+import subprocess
+import tempfile
+import threading
+import time
+import unittest
+from typing import NamedTuple
+
+KXTERMINAL = os.environ["KXTERMINAL"]
+
+# For what should take a moment, on a machine that is busy or slowed down by a sanitizer.
+GENEROUS_SECONDS = 60
+
+# Long enough for anything that the worker thread posts by time (it passes every 100 ms) to be printed.
+QUIET_SECONDS = 0.7
+
+
+class Event(NamedTuple):
+    time: int
+    name: str
+    event_class: int
+    key: int
+    os_key: int
+    value: int
+    count: int
+    data: tuple
+
+    PATTERN = re.compile(r"(\d+) (\S+) class=(-?\d+) key=(-?\d+) os=(-1|0x[0-9a-f]+) value=(-?\d+) count=(-?\d+) "
+                         r"data=(\d+),(\d+),(\d+),(\d+)")
+
+    @classmethod
+    def parse(cls, line):
+        match = cls.PATTERN.fullmatch(line)
+        if match is None:
+            raise AssertionError(f"not the line of an event: {line!r}")
+        time_stamp, name, event_class, key, os_key, value, count, *data = match.groups()
+        return cls(int(time_stamp), name, int(event_class), int(key), int(os_key, 0), int(value), int(count),
+                   tuple(map(int, data)))
+
+
+class Display:
+    """An X server without a screen, and the tool that presses its keys."""
+
+    SIZE = (1280, 1024)
+
+    def __init__(self):
+        read_end, write_end = os.pipe()
+        self.server = subprocess.Popen(
+            ["Xvfb", "-displayfd", str(write_end), "-screen", "0", "%dx%dx24" % self.SIZE, "-nolisten", "tcp"],
+            pass_fds=[write_end], stderr=subprocess.DEVNULL)
+        os.close(write_end)
+        with os.fdopen(read_end) as number:
+            self.name = ":" + number.readline().strip()
+        if self.name == ":":
+            raise AssertionError("Xvfb has not started")
+
+    def xdotool(self, *arguments):
+        done = subprocess.run(["xdotool", *map(str, arguments)], env=dict(os.environ, DISPLAY=self.name),
+                              stdout=subprocess.PIPE, text=True, timeout=GENEROUS_SECONDS, check=True)
+        return done.stdout.strip()
+
+    def close(self):
+        self.server.terminate()
+        self.server.wait()
+
+
+class Terminal:
+    """A running kxterminal. What it prints is read while it runs."""
+
+    def __init__(self, *arguments, platform="xcb", display=None):
+        self.runtime_folder = tempfile.TemporaryDirectory()  # Qt wants one and says so where there is none
+        environment = dict(os.environ, QT_QPA_PLATFORM=platform, XDG_RUNTIME_DIR=self.runtime_folder.name)
+        if display is not None:
+            environment["DISPLAY"] = display.name
+        self.process = subprocess.Popen([KXTERMINAL, "--print", *arguments], env=environment,
+                                        stdout=subprocess.PIPE, text=True)
+        self.lines = queue.Queue()
+        threading.Thread(target=self._read_lines, daemon=True).start()
+
+    def _read_lines(self):
+        with self.process.stdout:
+            for line in self.process.stdout:
+                self.lines.put(line.rstrip("\n"))
+
+    def next_event(self, seconds=GENEROUS_SECONDS):
+        """The next event, or None when none is printed for so long."""
+        try:
+            return Event.parse(self.lines.get(timeout=seconds))
+        except queue.Empty:
+            return None
+
+    def events_until_quiet(self, at_least):
+        """All events of a gesture that makes at least so many: waits for those, then until nothing follows."""
+        events = []
+        while True:
+            event = self.next_event(GENEROUS_SECONDS if len(events) < at_least else QUIET_SECONDS)
+            if event is None:
+                return events
+            events.append(event)
+
+    def signal(self, number):
+        self.process.send_signal(number)
+
+    def wait(self):
+        """The exit status; negative for a signal that killed it."""
+        try:
+            return self.process.wait(timeout=GENEROUS_SECONDS)
+        finally:
+            self.process.kill()
+            self.runtime_folder.cleanup()
+
+
+class OperatorTestCase(unittest.TestCase):
+    """A test with an operator in front of a terminal, whose window is there and has the focus."""
+
+    def setUp(self):
+        self.display = Display()
+        self.addCleanup(self.display.close)
+        self.terminal = Terminal(display=self.display)
+        self.addCleanup(self._end_terminal)
+        self.window = self._wait_for_window()
+        self._focus_window()
+        self.width, self.height = self._window_size()
+
+    def operator(self, *arguments):
+        """One call of xdotool: what depends on time stands in one call, as nothing comes between then."""
+        self.display.xdotool(*arguments)
+
+    def point_at(self, x, y):
+        self.operator("mousemove", "--window", self.window, x, y)
+
+    def check(self, events, *expected):
+        """Names and keys (for mouse events, buttons), in order, and that nothing else was printed."""
+        printed = [(event.name, event.data[1] if event.name.startswith("MOUSE") else event.key)
+                   for event in events]
+        self.assertEqual(list(expected), printed)
+
+    def _end_terminal(self):
+        self.terminal.signal(signal.SIGTERM)
+        self.assertEqual(0, self.terminal.wait(), "kxterminal did not end cleanly")
+
+    def _wait_for_window(self):
+        deadline = time.monotonic() + GENEROUS_SECONDS
+        while time.monotonic() < deadline:
+            found = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", "^kxterminal$"],
+                                   env=dict(os.environ, DISPLAY=self.display.name), text=True,
+                                   stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, check=False).stdout.split()
+            if found:
+                return found[0]
+            self.assertIsNone(self.terminal.process.poll(), "kxterminal has ended before it showed its window")
+            time.sleep(0.05)
+        self.fail("the window has not appeared")
+
+    def _focus_window(self):
+        # There is no window manager that would give it.
+        self.operator("windowfocus", "--sync", self.window)
+        self.assertEqual(self.window, self.display.xdotool("getwindowfocus", "-f"))
+
+    def _window_size(self):
+        geometry = self.display.xdotool("getwindowgeometry", "--shell", self.window)
+        values = dict(line.split("=") for line in geometry.splitlines())
+        return int(values["WIDTH"]), int(values["HEIGHT"])

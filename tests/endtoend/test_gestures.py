@@ -1,0 +1,176 @@
+"""What an operator does at the window, and the classified events that come out."""
+
+import unittest
+
+from kxterminal_session import OperatorTestCase
+
+ESCAPE, RETURN, UP, DOWN, END = 0, 3, 4, 5, 6
+NOT_MAPPED = 65535
+LEFT, RIGHT = 1, 2
+
+DOUBLE_PRESS_MS = 300
+LONG_PRESS_MS = 2000
+
+# The worker thread recognises a long press in a pass; it makes one every 100 ms, a busy machine some later.
+LONG_PRESS_RECOGNISED_MS = LONG_PRESS_MS + 1000
+
+# How often a gesture is repeated that this machine was too slow to make as fast as it has to be.
+ATTEMPTS = 8
+
+
+class Keys(OperatorTestCase):
+    def test_a_tap_is_a_press_and_a_release(self):
+        self.operator("key", "End")
+        events = self.terminal.events_until_quiet(2)
+        self.check(events, ("KEY_PRESS_EVENT", END), ("KEY_RELEASE_EVENT", END))
+        for event in events:
+            self.assertEqual(3, event.event_class)
+            self.assertEqual(0x1000011, event.os_key)
+            self.assertEqual((0, -1, (0, 0, 0, 0)), (event.value, event.count, event.data))
+        self.assertLessEqual(events[0].time, events[1].time)
+
+    def test_a_key_without_mapping_says_so_and_keeps_its_toolkit_key(self):
+        self.operator("key", "F7")
+        events = self.terminal.events_until_quiet(2)
+        self.check(events, ("KEY_PRESS_EVENT", NOT_MAPPED), ("KEY_RELEASE_EVENT", NOT_MAPPED))
+        self.assertEqual([0x1000036] * 2, [event.os_key for event in events])
+
+    def test_every_key_that_could_move_the_focus_is_reported_once(self):
+        self.operator("key", "--delay", 40, "Tab", "Return", "Home", "space")
+        events = self.terminal.events_until_quiet(8)
+        keys = [2, RETURN, 1, NOT_MAPPED]
+        self.check(events, *[(name, key) for key in keys for name in ("KEY_PRESS_EVENT", "KEY_RELEASE_EVENT")])
+
+    def test_two_quick_taps_are_a_press_and_a_double_press(self):
+        for _ in range(ATTEMPTS):
+            self.operator("key", "--delay", 60, "Escape", "Escape")
+            events = self.terminal.events_until_quiet(4)
+            quick = events[2].time - events[0].time <= DOUBLE_PRESS_MS
+            self.check(events, ("KEY_PRESS_EVENT", ESCAPE), ("KEY_RELEASE_EVENT", ESCAPE),
+                       ("KEY_DOUBLE_PRESS_EVENT" if quick else "KEY_PRESS_EVENT", ESCAPE),
+                       ("KEY_RELEASE_EVENT", ESCAPE))
+            if quick:
+                return
+        self.fail("this machine never made two taps within 300 ms")
+
+    def test_two_slow_taps_are_two_presses(self):
+        self.operator("key", "Escape", "sleep", 1, "key", "Escape")
+        events = self.terminal.events_until_quiet(4)
+        self.check(events, *[("KEY_PRESS_EVENT", ESCAPE), ("KEY_RELEASE_EVENT", ESCAPE)] * 2)
+
+    def test_a_held_key_is_a_long_press_without_auto_repeat(self):
+        self.operator("keydown", "End", "sleep", 2.3, "keyup", "End")
+        events = self.terminal.events_until_quiet(4)
+        self.check(events, ("KEY_PRESS_EVENT", END), ("KEY_LONG_PRESS_EVENT", END), ("KEY_LONG_RELEASE_EVENT", END),
+                   ("KEY_RELEASE_EVENT", END))
+        press, long_press, long_release, release = (event.time for event in events)
+        self.assertTrue(LONG_PRESS_MS <= long_press - press <= LONG_PRESS_RECOGNISED_MS, (press, long_press))
+        self.assertEqual(long_press, long_release, "the long release tells when the long press was recognised")
+        self.assertGreaterEqual(release, long_press)
+
+    def test_five_quick_up_keys_are_one_step_and_a_bundle_of_four(self):
+        for _ in range(ATTEMPTS):
+            self.operator("key", "--delay", 6, "Up", "Up", "Up", "Up", "Up")
+            events = self.terminal.events_until_quiet(2)
+            self.check(events, *[("ENCODER_MOVE_EVENT", UP)] * len(events))
+            counts = [event.count for event in events]
+            # However slow the machine, the first step comes by itself, and none is lost or counted twice.
+            self.assertEqual((1, 1), (events[0].count, events[0].value))
+            self.assertEqual(5, sum(counts), counts)
+            self.assertEqual([0x1000013] * len(events), [event.os_key for event in events])
+            if counts == [1, 4]:
+                self.assertGreaterEqual(events[1].value, 1 + 4, "each step of the bundle counts at least one")
+                return
+        self.fail("this machine never made five key strokes before the bundle was due")
+
+    def test_return_sends_the_steps_that_wait_before_itself(self):
+        self.operator("key", "--delay", 6, "Down", "Down", "Down", "Return")
+        events = self.terminal.events_until_quiet(4)
+        self.check(events, *[("ENCODER_MOVE_EVENT", DOWN)] * (len(events) - 2),
+                   ("KEY_PRESS_EVENT", RETURN), ("KEY_RELEASE_EVENT", RETURN))
+        self.assertEqual(3, sum(event.count for event in events[:-2]))
+
+
+class Mouse(OperatorTestCase):
+    def setUp(self):
+        super().setUp()
+        # Below the soft keys, on the list: input counts wherever in the window it is made.
+        self.point_at(self.width // 2, self.height * 3 // 4)
+
+    def test_moving_the_pointer_about_is_no_input(self):
+        self.point_at(100, 100)
+        self.point_at(200, 300)
+        self.operator("key", "End")
+        self.check(self.terminal.events_until_quiet(2), ("KEY_PRESS_EVENT", END), ("KEY_RELEASE_EVENT", END))
+
+    def test_a_click_is_a_press_and_a_release_of_its_button(self):
+        self.operator("click", 3)
+        events = self.terminal.events_until_quiet(2)
+        self.check(events, ("MOUSE_PRESS_EVENT", RIGHT), ("MOUSE_RELEASE_EVENT", RIGHT))
+        for event in events:
+            self.assertEqual((3, -1, -1, (0, RIGHT, 0, 0)),
+                             (event.event_class, event.key, event.os_key, event.data))
+
+    def test_three_quick_clicks_are_a_press_and_two_double_presses(self):
+        for _ in range(ATTEMPTS):
+            self.operator("click", "--repeat", 3, "--delay", 80, 1)
+            events = self.terminal.events_until_quiet(6)
+            presses = [event.time for event in events if event.name != "MOUSE_RELEASE_EVENT"]
+            self.assertEqual(3, len(presses), events)
+            quick = [later - earlier <= DOUBLE_PRESS_MS for earlier, later in zip(presses, presses[1:])]
+            names = ["MOUSE_PRESS_EVENT"] + ["MOUSE_DOUBLE_PRESS_EVENT" if q else "MOUSE_PRESS_EVENT" for q in quick]
+            self.check(events, *[(name, LEFT) for press in names for name in (press, "MOUSE_RELEASE_EVENT")])
+            if all(quick):
+                return
+        self.fail("this machine never made three clicks within 300 ms of each other")
+
+    def test_a_held_button_is_a_long_press(self):
+        self.operator("mousedown", 1, "sleep", 2.3, "mouseup", 1)
+        events = self.terminal.events_until_quiet(4)
+        self.check(events, ("MOUSE_PRESS_EVENT", LEFT), ("MOUSE_LONG_PRESS_EVENT", LEFT),
+                   ("MOUSE_LONG_RELEASE_EVENT", LEFT), ("MOUSE_RELEASE_EVENT", LEFT))
+        recognised = events[1].time - events[0].time
+        self.assertTrue(LONG_PRESS_MS <= recognised <= LONG_PRESS_RECOGNISED_MS, events)
+
+    def test_a_button_released_outside_the_window_escapes(self):
+        self.operator("mousedown", 1, "mousemove", self.display.SIZE[0] - 1, self.display.SIZE[1] - 1, "mouseup", 1)
+        events = self.terminal.events_until_quiet(2)
+        self.check([event for event in events if event.name != "MOUSE_MOVE_EVENT"], ("MOUSE_PRESS_EVENT", LEFT),
+                   ("MOUSE_ESCAPE_EVENT", LEFT))
+
+    def test_a_drag_reports_moves_between_press_and_release(self):
+        self.operator("mousedown", 1, "sleep", 0.1, "mousemove_relative", 40, 0, "sleep", 0.1, "mouseup", 1)
+        self.check(self.terminal.events_until_quiet(3), ("MOUSE_PRESS_EVENT", LEFT), ("MOUSE_MOVE_EVENT", LEFT),
+                   ("MOUSE_RELEASE_EVENT", LEFT))
+
+    def test_a_turn_of_the_wheel_is_a_move_of_the_encoder(self):
+        self.operator("click", 4)
+        self.operator("click", 5)
+        events = self.terminal.events_until_quiet(2)
+        self.check(events, ("ENCODER_MOVE_EVENT", UP), ("ENCODER_MOVE_EVENT", DOWN))
+        for event in events:
+            self.assertEqual((3, -1, 1, (0, 0, 0, 0)), (event.event_class, event.os_key, event.count, event.data))
+        self.assertEqual(1, events[0].value, "the first step after a rest counts one")
+
+    def test_a_fast_turn_of_the_wheel_is_accelerated(self):
+        detents = 12
+        for _ in range(ATTEMPTS):
+            self.operator("click", "--repeat", detents, "--delay", 15, 4)
+            events = self.terminal.events_until_quiet(1)
+            self.check(events, *[("ENCODER_MOVE_EVENT", UP)] * len(events))
+            self.assertEqual(detents, sum(event.count for event in events))
+            self.assertEqual(1, events[0].value, "the first step after a rest counts one")
+            if max(event.value for event in events) > 1:
+                return
+        self.fail("however fast the wheel was turned, every step counted one")
+
+    def test_a_soft_key_tells_of_its_mouse_press_and_of_no_key(self):
+        for x in (self.width // 16, self.width * 15 // 16):  # the middle of the first and of the last of eight
+            self.point_at(x, 215)
+            self.operator("click", 1)
+            self.check(self.terminal.events_until_quiet(2), ("MOUSE_PRESS_EVENT", LEFT),
+                       ("MOUSE_RELEASE_EVENT", LEFT))
+
+
+if __name__ == "__main__":
+    unittest.main()

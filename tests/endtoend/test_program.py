@@ -1,0 +1,130 @@
+"""kxterminal as a program: its command line, how it ends, and what it does without a reader or a display."""
+
+import os
+import signal
+import subprocess
+import tempfile
+import unittest
+
+from kxterminal_session import GENEROUS_SECONDS, KXTERMINAL, Terminal
+from picture import size_and_lines
+
+
+class ProgramTestCase(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = folder.name
+
+    def run_kxterminal(self, *arguments, platform="offscreen"):
+        environment = dict(os.environ, QT_QPA_PLATFORM=platform, XDG_RUNTIME_DIR=self.folder)
+        environment.pop("DISPLAY", None)
+        return subprocess.run([KXTERMINAL, *arguments], env=environment, stdout=subprocess.PIPE,
+                              stderr=subprocess.PIPE, text=True, timeout=GENEROUS_SECONDS, check=False)
+
+
+class CommandLine(ProgramTestCase):
+    def test_help_tells_every_option(self):
+        done = self.run_kxterminal("--help", platform="xcb")  # also where there is no display
+        self.assertEqual((0, ""), (done.returncode, done.stderr))
+        for option in ("--print", "--exit-after", "--screenshot", "--demo", "--help", "--version"):
+            self.assertIn(option, done.stdout)
+
+    def test_version_is_one_line(self):
+        done = self.run_kxterminal("--version", platform="xcb")
+        self.assertEqual((0, ""), (done.returncode, done.stderr))
+        self.assertRegex(done.stdout, r"\Akxterminal \d+\.\d+\.\d+\n\Z")
+
+    def test_bad_arguments_are_told_in_one_line_with_status_2(self):
+        cases = {("--bogus",): "--bogus", ("-x",): "-x", ("session.txt",): "session.txt",
+                 ("--print=yes",): "--print", ("--exit-after",): "--exit-after",
+                 ("--exit-after", "soon"): "--exit-after: 'soon'", ("--exit-after", "-1"): "--exit-after: '-1'",
+                 ("--exit-after", "2147483648"): "--exit-after: '2147483648'",
+                 ("--exit-after", ""): "--exit-after: ''", ("--screenshot", ""): "--screenshot",
+                 ("two\nlines",): "two"}
+        for arguments, told in cases.items():
+            with self.subTest(arguments=arguments):
+                done = self.run_kxterminal(*arguments)
+                self.assertEqual((2, ""), (done.returncode, done.stdout))
+                self.assertRegex(done.stderr, r"\Akxterminal: [^\n]+\n\Z")
+                self.assertIn(told, done.stderr)
+
+    def test_without_a_display_it_says_so_in_one_line(self):
+        done = self.run_kxterminal(platform="xcb")
+        self.assertEqual(1, done.returncode)
+        self.assertRegex(done.stderr, r"\Akxterminal: [^\n]*display[^\n]*\n\Z")
+
+
+class Ending(ProgramTestCase):
+    def test_it_ends_when_its_time_is_over(self):
+        done = self.run_kxterminal("--exit-after", "300")
+        self.assertEqual((0, ""), (done.returncode, done.stdout))
+
+    def end_by_signal(self, number):
+        terminal = Terminal("--demo", platform="offscreen")
+        self.assertIsNotNone(terminal.next_event(), "nothing was printed")
+        terminal.signal(number)
+        self.assertEqual(0, terminal.wait())
+
+    def test_sigterm_ends_it_cleanly(self):
+        self.end_by_signal(signal.SIGTERM)
+
+    def test_sigint_ends_it_cleanly(self):
+        self.end_by_signal(signal.SIGINT)
+
+    def start_demo(self, output):
+        environment = dict(os.environ, QT_QPA_PLATFORM="offscreen", XDG_RUNTIME_DIR=self.folder)
+        return subprocess.Popen([KXTERMINAL, "--print", "--demo", "--exit-after", "3000"], env=environment,
+                                stdout=output)
+
+    def test_a_reader_that_goes_away_does_not_end_it(self):
+        process = self.start_demo(subprocess.PIPE)
+        self.assertIn(b"KEY_PRESS_EVENT", process.stdout.readline())
+        process.stdout.close()  # from here on, every line that it prints meets a broken pipe
+        self.assertEqual(0, process.wait(GENEROUS_SECONDS))
+
+    def test_a_reader_that_was_never_there_does_not_end_it(self):
+        read_end, write_end = os.pipe()
+        os.close(read_end)
+        process = self.start_demo(write_end)
+        os.close(write_end)
+        self.assertEqual(0, process.wait(GENEROUS_SECONDS))
+
+
+class Picture(ProgramTestCase):
+    def test_screenshot_writes_a_picture_with_something_on_it(self):
+        path = os.path.join(self.folder, "picture.png")
+        done = self.run_kxterminal("--screenshot", path, "--exit-after", "500")
+        self.assertEqual((0, ""), (done.returncode, done.stderr))
+        width, height, different_lines = size_and_lines(path)
+        self.assertGreaterEqual((width, height), (800, 480))
+        self.assertGreater(different_lines, 50)
+
+    def test_a_picture_that_cannot_be_written_is_an_error(self):
+        path = os.path.join(self.folder, "missing", "picture.png")
+        done = self.run_kxterminal("--screenshot", path, "--exit-after", "100")
+        self.assertEqual(2, done.returncode)
+        self.assertRegex(done.stderr, r"\Akxterminal: --screenshot: [^\n]+\n\Z")
+        self.assertIn(path, done.stderr)
+
+
+class Demo(ProgramTestCase):
+    def test_the_demo_shows_every_kind_of_event_and_ends_by_itself(self):
+        terminal = Terminal("--demo", platform="offscreen")
+        self.assertEqual(0, terminal.wait())
+        events = terminal.events_until_quiet(0)
+        names = [event.name for event in events]
+        for name in ("KEY_PRESS_EVENT", "KEY_DOUBLE_PRESS_EVENT", "KEY_LONG_PRESS_EVENT", "KEY_LONG_RELEASE_EVENT",
+                     "KEY_RELEASE_EVENT", "MOUSE_PRESS_EVENT", "MOUSE_DOUBLE_PRESS_EVENT", "MOUSE_LONG_PRESS_EVENT",
+                     "MOUSE_LONG_RELEASE_EVENT", "MOUSE_RELEASE_EVENT", "ENCODER_MOVE_EVENT"):
+            self.assertIn(name, names)
+        self.assertEqual("MOUSE_RELEASE_EVENT", names[-1])
+        steps_by_key = sum(event.count for event in events
+                           if event.name == "ENCODER_MOVE_EVENT" and event.os_key != -1)
+        steps_by_wheel = sum(event.count for event in events
+                             if event.name == "ENCODER_MOVE_EVENT" and event.os_key == -1)
+        self.assertEqual((12, 9), (steps_by_key, steps_by_wheel))
+
+
+if __name__ == "__main__":
+    unittest.main()
