@@ -72,10 +72,11 @@ Participant* Scheduler::current() {
 
 void Scheduler::become(Participant& self) {
     currentParticipant = &self;
+    self.mayRun.take();
 }
 
 void Scheduler::runLaunched(Participant& self) {
-    self.hasStopped.take();
+    release(self);
 }
 
 void Scheduler::end(Participant& self) {

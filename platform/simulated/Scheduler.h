@@ -64,7 +64,7 @@ public:
     /// The simulated thread that calls; null on any other thread.
     static Participant* current();
 
-    /// Makes the calling thread the simulated thread \p self.
+    /// Makes the calling thread the simulated thread \p self, and waits until whoever launched it is ready too.
     static void become(Participant& self);
 
     /// Lets \p self, which has just been launched, run until it waits or ends.
