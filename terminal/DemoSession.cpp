@@ -1,5 +1,6 @@
 #include "terminal/DemoSession.h"
 
+#include "platform/KXTick.h"
 #include "terminal/MainWindow.h"
 
 #include <QCoreApplication>
@@ -83,7 +84,9 @@ void DemoSession::turnWheel(int delayMs, int detents) {
 
 void DemoSession::postKey(bool press, int key) {
     const QEvent::Type type = press ? QEvent::KeyPress : QEvent::KeyRelease;
-    QCoreApplication::postEvent(window.windowHandle(), new QKeyEvent(type, key, Qt::NoModifier));
+    auto* event = new QKeyEvent(type, key, Qt::NoModifier);
+    event->setTimestamp(KX::KXTick::getTickCount()); // as the window system does
+    QCoreApplication::postEvent(window.windowHandle(), event);
 }
 
 void DemoSession::postMouse(bool press, const QPoint& position) {

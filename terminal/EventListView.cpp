@@ -16,15 +16,15 @@ const char* widestText(int column) {
     case EventModel::Time:
         return "4294967295";
     case EventModel::Class:
-        return "4 navigation";
+        return "3 input ";
     case EventModel::Key:
-        return "Middle button";
+        return "Right button";
     case EventModel::ToolkitKey:
         return "Toolkit key";
     case EventModel::Value:
-        return "-1234567";
+        return "1234567";
     default:
-        return "Count 00";
+        return "Count";
     }
 }
 
@@ -50,7 +50,7 @@ EventListView::EventListView(EventModel& events, QWidget* parent) : QTableView(p
 }
 
 void EventListView::arrangeColumns() {
-    constexpr int padding = 22;
+    constexpr int padding = 18;
     QHeaderView* header = horizontalHeader();
     header->setHighlightSections(false);
     header->setSectionsClickable(false);

@@ -1,5 +1,6 @@
 #include "terminal/OperatorScreen.h"
 
+#include "events/KXEventType.h"
 #include "terminal/EventText.h"
 #include "terminal/Theme.h"
 
@@ -45,7 +46,8 @@ QSize OperatorScreen::sizeHint() const {
 
 void OperatorScreen::showInput(const KX::KXInputEvent& event) {
     lastEvent = event;
-    hasEvent = true;
+    if (event.eventType == KX::ENCODER_MOVE_EVENT)
+        lastEncoderMove = event;
     update();
 }
 
@@ -65,26 +67,28 @@ void OperatorScreen::paintEvent(QPaintEvent* /*event*/) {
 void OperatorScreen::paintName(QPainter& painter, const QRect& area) const {
     const QRect stripe(area.left(), area.top(), 6, area.height());
     painter.setPen(Qt::NoPen);
-    painter.setBrush(hasEvent ? Theme::colourOf(kindOfEvent(lastEvent.eventType)) : Theme::accent());
+    painter.setBrush(lastEvent ? Theme::colourOf(kindOfEvent(lastEvent->eventType)) : Theme::accent());
     painter.drawRoundedRect(stripe, 3, 3);
 
     const QRect text = area.adjusted(stripe.width() + 14, 0, 0, 0);
     const QRect upper = text.adjusted(0, 0, 0, -text.height() * 2 / 5);
     const QRect lower = text.adjusted(0, text.height() * 3 / 5, 0, 0);
     painter.setPen(Theme::text());
-    drawFitted(painter, upper, 30, hasEvent ? EventText::name(lastEvent) : QStringLiteral("Ready for input"));
+    drawFitted(painter, upper, 30, lastEvent ? EventText::name(*lastEvent) : QStringLiteral("Ready for input"));
     painter.setPen(Theme::quietText());
     drawFitted(painter, lower, 18,
-               hasEvent ? EventText::key(lastEvent)
-                        : QStringLiteral("Press a key, turn the wheel or touch a soft key"));
+               lastEvent ? EventText::key(*lastEvent)
+                         : QStringLiteral("Press a key, turn the wheel or touch a soft key"));
 }
 
 void OperatorScreen::paintTiles(QPainter& painter, QRect area) const {
     area.setWidth(tileWidth);
-    const QColor colour =
-        hasEvent ? Theme::colourOf(kindOfEvent(lastEvent.eventType)).lighter(115) : Theme::quietText();
+    const bool isNews = lastEvent && lastEvent->eventType == KX::ENCODER_MOVE_EVENT;
+    const QColor colour = isNews ? Theme::colourOf(EventKind::Encoder) : Theme::quietText();
     const QString none = QStringLiteral("\u2013");
-    drawTile(painter, area, QStringLiteral("VALUE"), hasEvent ? EventText::value(lastEvent) : none, colour);
+    drawTile(painter, area, QStringLiteral("ENCODER VALUE"),
+             lastEncoderMove ? EventText::value(*lastEncoderMove) : none, colour);
     area.translate(tileWidth + gap, 0);
-    drawTile(painter, area, QStringLiteral("COUNT"), hasEvent ? EventText::count(lastEvent) : none, colour);
+    drawTile(painter, area, QStringLiteral("ENCODER STEPS"),
+             lastEncoderMove ? EventText::count(*lastEncoderMove) : none, colour);
 }

@@ -4,7 +4,11 @@
 
 #include <QWidget>
 
+#include <optional>
+
 /// The screen of the terminal: says what the last classified event was, large.
+///
+/// The numbers of the encoder stay when something else happens, but lose their colour.
 class OperatorScreen : public QWidget {
     Q_OBJECT
 
@@ -22,6 +26,6 @@ private:
     void paintName(QPainter& painter, const QRect& area) const;
     void paintTiles(QPainter& painter, QRect area) const;
 
-    bool hasEvent = false;
-    KX::KXInputEvent lastEvent;
+    std::optional<KX::KXInputEvent> lastEvent;
+    std::optional<KX::KXInputEvent> lastEncoderMove;
 };

@@ -23,16 +23,19 @@ bool isKeyEvent(const QEvent* event) {
     return event->type() == QEvent::KeyPress || event->type() == QEvent::KeyRelease;
 }
 
-bool textIsBeingEntered() {
-    const QWidget* focus = QApplication::focusWidget();
-    return focus != nullptr && focus->testAttribute(Qt::WA_InputMethodEnabled);
+// The library posts its key events to the active window, whichever that is, and nobody has given them a time.
+// What was typed bears the time of the window system, also where a widget had no use for it and Qt offers it to
+// the window in the end; that has been dealt with by then.
+bool isKeyOfLibrary(const QObject* receiver, const QEvent* event) {
+    return isKeyEvent(event) && receiver->isWidgetType() && static_cast<const QWidget*>(receiver)->isWindow() &&
+           static_cast<const QKeyEvent*>(event)->timestamp() == 0;
 }
 
-// The library posts its key events to the active window, whichever that is. What the operator typed arrives at
-// widgets as spontaneous, and has been dealt with by then.
-bool isKeyOfLibrary(const QObject* receiver, const QEvent* event) {
-    return isKeyEvent(event) && !event->spontaneous() && receiver->isWidgetType() &&
-           static_cast<const QWidget*>(receiver)->isWindow();
+bool keysBelongToWidget() {
+    if (QApplication::activePopupWidget() != nullptr)
+        return true;
+    const QWidget* focus = QApplication::focusWidget();
+    return focus != nullptr && focus->testAttribute(Qt::WA_InputMethodEnabled);
 }
 
 } // namespace
@@ -103,7 +106,7 @@ bool ToolkitLayer::windowWidgetGets(QEvent* event) {
 
 bool ToolkitLayer::takeKey(const QKeyEvent& event) {
     const bool endsReportedPress = event.type() == QEvent::KeyRelease && heldKeys.contains(event.key());
-    if (textIsBeingEntered() && !endsReportedPress)
+    if (keysBelongToWidget() && !endsReportedPress)
         return false;
     reportKey(event);
     return true;

@@ -20,8 +20,8 @@ class QWidget;
 /// once however many widgets it passes afterwards.
 ///
 /// - Keys are reported and go no further: the application learns of them from the classified events, and an
-///   arrow key does not scroll a list besides. Only while a widget that takes text has the focus, the keys are
-///   its own; the release of a key that was reported is reported even then. Key events that the library posts
+///   arrow key does not scroll a list besides. Only while a widget that takes text has the focus, or a popup is
+///   open, the keys are its own; the release of a key that was reported is reported even then. Key events that the library posts
 ///   to a window of the application (KXInputEventManager::generateKeyEvent) are reported like typed ones.
 /// - Mouse buttons are reported and passed on, so that widgets can react. Touches come as the left button. Moves
 ///   are reported while a button is down, every \ref moveDistance pixels, so that a finger at rest is silent.

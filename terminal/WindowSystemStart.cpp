@@ -1,7 +1,7 @@
 #include "terminal/WindowSystemStart.h"
 
-#include <QByteArray>
 #include <QString>
+#include <QStringList>
 #include <QtGlobal>
 
 #include <cstdio>
@@ -9,22 +9,23 @@
 
 namespace {
 
-// What Qt says right before it gives up tells more than its last words, which list every plugin there is.
-QString lastWarning;
+// Kept back until it is clear whether they are all or lead up to giving up.
+QStringList warnings;
 
-void handleMessage(QtMsgType type, const QMessageLogContext& context, const QString& message) {
-    const QByteArray category = context.category == nullptr ? "" : context.category;
-    if (type == QtFatalMsg) {
-        const QByteArray reason = lastWarning.isEmpty() ? message.toLocal8Bit() : lastWarning.toLocal8Bit();
-        std::fprintf(stderr,
-                     "kxterminal: cannot start the window system: %s (QT_QPA_PLATFORM=offscreen needs none)\n",
-                     reason.simplified().constData());
-        _exit(1);
+void print(const QString& line) {
+    std::fprintf(stderr, "%s\n", line.toLocal8Bit().constData());
+}
+
+void handleMessage(QtMsgType type, const QMessageLogContext& /*context*/, const QString& message) {
+    if (type != QtFatalMsg) {
+        warnings.append(message);
+        return;
     }
-    if (type == QtWarningMsg && category.startsWith("qt.qpa") && lastWarning.isEmpty())
-        lastWarning = message;
-    else
-        std::fprintf(stderr, "%s\n", message.toLocal8Bit().constData());
+    // The first thing that went wrong tells more than Qt's last words, which list every plugin there is.
+    const QStringList reasons = warnings.filter(QStringLiteral("display")) + warnings + QStringList(message);
+    print(QStringLiteral("kxterminal: cannot start the window system: %1 (QT_QPA_PLATFORM=offscreen needs none)")
+              .arg(reasons.first().simplified()));
+    _exit(1);
 }
 
 } // namespace
@@ -35,4 +36,7 @@ WindowSystemStart::WindowSystemStart() {
 
 WindowSystemStart::~WindowSystemStart() {
     qInstallMessageHandler(nullptr);
+    for (const QString& warning : qAsConst(warnings))
+        print(warning);
+    warnings.clear();
 }

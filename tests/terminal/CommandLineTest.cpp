@@ -1,0 +1,50 @@
+#include "terminal/CommandLine.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+CommandLine parse(const QStringList& arguments) {
+    return CommandLine::parse(QStringList{QStringLiteral("kxterminal")} + arguments);
+}
+
+} // namespace
+
+TEST(CommandLineTest, WithoutArgumentsItJustRuns) {
+    const CommandLine settings = parse({});
+    EXPECT_EQ(CommandLine::Outcome::Run, settings.outcome);
+    EXPECT_FALSE(settings.print);
+    EXPECT_FALSE(settings.demo);
+    EXPECT_FALSE(settings.exitAfterMs.has_value());
+    EXPECT_TRUE(settings.screenshotFile.isEmpty());
+}
+
+TEST(CommandLineTest, TakesAllOptionsTogether) {
+    const CommandLine settings = parse({"--print", "--demo", "--exit-after", "250", "--screenshot=a.png"});
+    EXPECT_EQ(CommandLine::Outcome::Run, settings.outcome) << settings.text.toStdString();
+    EXPECT_TRUE(settings.print);
+    EXPECT_TRUE(settings.demo);
+    EXPECT_EQ(250, settings.exitAfterMs);
+    EXPECT_EQ(QStringLiteral("a.png"), settings.screenshotFile);
+}
+
+TEST(CommandLineTest, MillisecondsGoFromZeroToTheGreatestInt) {
+    EXPECT_EQ(0, parse({"--exit-after", "0"}).exitAfterMs);
+    EXPECT_EQ(2147483647, parse({"--exit-after", "2147483647"}).exitAfterMs);
+    for (const char* bad : {"-1", "2147483648", "", " 5", "+5", "5ms", "0x10", "99999999999999999999"}) {
+        const CommandLine refused = parse({"--exit-after", bad});
+        EXPECT_EQ(CommandLine::Outcome::Refuse, refused.outcome) << bad;
+        EXPECT_TRUE(refused.text.contains(QStringLiteral("'%1'").arg(bad))) << refused.text.toStdString();
+    }
+}
+
+TEST(CommandLineTest, ARefusalIsOneLineWhateverWasTyped) {
+    const CommandLine refused = parse({QStringLiteral("one\ntwo\rthree\033four")});
+    EXPECT_EQ(CommandLine::Outcome::Refuse, refused.outcome);
+    EXPECT_EQ("kxterminal: unexpected argument 'one?two?three?four'", refused.text.toStdString());
+}
+
+TEST(CommandLineTest, HelpAndVersionComeBeforeOtherSettings) {
+    EXPECT_EQ(CommandLine::Outcome::Inform, parse({"--help", "--exit-after", "x"}).outcome);
+    EXPECT_EQ(CommandLine::Outcome::Inform, parse({"-v"}).outcome);
+}
