@@ -1,33 +1,8 @@
 #include "platform/KXDebug.h"
 
+#include "support/CountingAllocator.h"
+
 #include <gtest/gtest.h>
-
-#include <atomic>
-#include <cstdlib>
-#include <new>
-
-namespace {
-
-std::atomic<long> allocations{0};
-
-} // namespace
-
-void* operator new(std::size_t size) {
-    ++allocations;
-    void* const memory = std::malloc(size);
-    if (memory == nullptr) {
-        throw std::bad_alloc();
-    }
-    return memory;
-}
-
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
 
 namespace {
 
@@ -44,19 +19,19 @@ protected:
 const unsigned int KXDebugCost::key = KX::KXDebug::insertNewDebugSection("cost");
 
 TEST_F(KXDebugCost, aMessageThatIsOffAllocatesNothing) {
-    const long before = allocations;
+    const long before = countAllocations();
     for (int i = 0; i < 1000; ++i) {
         print(4);
         print(2);
     }
-    EXPECT_EQ(allocations, before);
+    EXPECT_EQ(countAllocations(), before);
 }
 
 TEST_F(KXDebugCost, aLongMessageThatIsOnIsCountedByTheSameMeans) {
     testing::internal::CaptureStderr();
-    const long before = allocations;
+    const long before = countAllocations();
     print(1);
-    const long after = allocations;
+    const long after = countAllocations();
     EXPECT_GT(testing::internal::GetCapturedStderr().size(), 2000u);
     EXPECT_GT(after, before) << "the replaced allocator does not see the library's allocations";
 }

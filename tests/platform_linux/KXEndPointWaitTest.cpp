@@ -22,7 +22,7 @@ unsigned int KX::KXTick::getTickCount() {
     return static_cast<unsigned int>(getSteadyMs()) + clockOffset;
 }
 
-extern "C" int epoll_wait(int descriptor, epoll_event* events, int most, int timeoutMs) {
+extern "C" KX_EXPORT int epoll_wait(int descriptor, epoll_event* events, int most, int timeoutMs) {
     ++sleeps;
     return epoll_pwait(descriptor, events, most, timeoutMs, nullptr);
 }

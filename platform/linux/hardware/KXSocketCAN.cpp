@@ -1,0 +1,73 @@
+#include "platform/linux/hardware/KXSocketCAN.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstring>
+#include <linux/can.h>
+#include <linux/can/raw.h>
+#include <net/if.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+
+namespace KX {
+
+namespace {
+
+/// What one waiting frame costs of a socket's buffer. The kernel doubles what it is asked for, for its own
+/// book-keeping, and a frame with it takes less than twice this.
+const int bufferBytesOfFrame = 512;
+
+} // namespace
+
+KXSocketCAN::KXSocketCAN(int busNumber, const std::string& nameOfInterface, int framesToHold)
+    : KXCANSocket(busNumber), interfaceName(nameOfInterface), receiveBuffer(framesToHold) {}
+
+KXSocketCAN::~KXSocketCAN() {
+    closeSocket();
+}
+
+KXCANSocket::Opening KXSocketCAN::openSocket(int& newDescriptor, std::string& reason) {
+    ifreq request{};
+    if (interfaceName.empty() || interfaceName.size() >= sizeof(request.ifr_name)) {
+        reason = "\"" + interfaceName + "\" cannot be the name of an interface";
+        return Opening::refused;
+    }
+    interfaceName.copy(request.ifr_name, sizeof(request.ifr_name) - 1);
+
+    newDescriptor = socket(PF_CAN, SOCK_RAW | SOCK_NONBLOCK | SOCK_CLOEXEC, CAN_RAW);
+    // EAFNOSUPPORT, EPROTONOSUPPORT: a kernel without CAN. ENODEV: no interface of that name.
+    if (newDescriptor < 0 || ioctl(newDescriptor, SIOCGIFINDEX, &request) != 0) {
+        reason = interfaceName + ": " + std::strerror(errno);
+        return Opening::refused;
+    }
+    sockaddr_can address{};
+    address.can_family = AF_CAN;
+    address.can_ifindex = request.ifr_ifindex;
+    // Bound while it is down, the socket would be readable once, to say so, and then silent for ever.
+    if (ioctl(newDescriptor, SIOCGIFFLAGS, &request) != 0 || (request.ifr_flags & IFF_UP) == 0) {
+        reason = interfaceName + " is down";
+        return Opening::later;
+    }
+    setOptions(newDescriptor);
+    // ENODEV: an interface of that name that is no CAN interface.
+    if (bind(newDescriptor, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
+        reason = interfaceName + ": " + std::strerror(errno);
+        return Opening::refused;
+    }
+    return Opening::done;
+}
+
+/// Failures are not checked: what the system refuses here costs speed or room, not frames that it delivers.
+void KXSocketCAN::setOptions(int socketDescriptor) const {
+    // Remote frames would only wake us.
+    can_filter noRemoteFrames{};
+    noRemoteFrames.can_mask = CAN_RTR_FLAG;
+    setsockopt(socketDescriptor, SOL_CAN_RAW, CAN_RAW_FILTER, &noRemoteFrames, sizeof(noRemoteFrames));
+    if (receiveBuffer > 0) {
+        const int bytes = std::min(receiveBuffer, INT_MAX / (2 * bufferBytesOfFrame)) * bufferBytesOfFrame;
+        setsockopt(socketDescriptor, SOL_SOCKET, SO_RCVBUF, &bytes, sizeof(bytes));
+    }
+}
+
+} // namespace KX

@@ -1,0 +1,124 @@
+#include "platform/linux/hardware/KXVirtualCAN.h"
+
+#include <cerrno>
+#include <cstring>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace KX {
+
+namespace {
+
+sockaddr_un makeAddress(const std::string& path) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof(address.sun_path) - 1);
+    return address;
+}
+
+int makeSocket() {
+    return socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+}
+
+template<typename Function>
+int callWithAddress(Function function, int descriptor, const std::string& path) {
+    const sockaddr_un address = makeAddress(path);
+    return function(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof(address));
+}
+
+bool getIdentity(const std::string& path, KXFileIdentity& identity) {
+    struct stat status {};
+    if (lstat(path.c_str(), &status) != 0) {
+        return false;
+    }
+    identity = KXFileIdentity(status.st_dev, status.st_ino);
+    return true;
+}
+
+std::string describeError(const std::string& path) {
+    return path + ": " + std::strerror(errno);
+}
+
+} // namespace
+
+KXVirtualCAN::KXVirtualCAN(int busNumber, const std::string& pathOfSocket)
+    : KXCANSocket(busNumber), path(pathOfSocket) {}
+
+KXVirtualCAN::~KXVirtualCAN() {
+    closeSocket();
+}
+
+KXCANSocket::Opening KXVirtualCAN::openSocket(int& newDescriptor, std::string& reason) {
+    if (path.empty() || path.size() >= sizeof(sockaddr_un::sun_path)) {
+        reason = "the path of the virtual bus must have 1 to " +
+                 std::to_string(sizeof(sockaddr_un::sun_path) - 1) + " bytes";
+        return Opening::refused;
+    }
+    if (!makeRoom(reason)) {
+        return Opening::refused;
+    }
+    newDescriptor = makeSocket();
+    // The file that bind makes takes over the mode of the socket, so it is never open to others, not even for a
+    // moment. EADDRINUSE: somebody was faster.
+    if (newDescriptor < 0 || fchmod(newDescriptor, S_IRUSR | S_IWUSR) != 0 ||
+        callWithAddress(bind, newDescriptor, path) != 0 || !getIdentity(path, boundFile)) {
+        reason = describeError(path);
+        return Opening::refused;
+    }
+    KXOwnSockets::insert(boundFile);
+    return Opening::done;
+}
+
+/// Takes a socket file away that stands in the way and that nobody but us may miss.
+bool KXVirtualCAN::makeRoom(std::string& reason) const {
+    struct stat status {};
+    if (lstat(path.c_str(), &status) != 0) {
+        // ENOENT: nothing is there. All else will be told by bind.
+        return true;
+    }
+    if (!S_ISSOCK(status.st_mode)) {
+        reason = path + " exists and is no socket";
+        return false;
+    }
+    const bool isOurs = KXOwnSockets::contains(KXFileIdentity(status.st_dev, status.st_ino));
+    if (!isOurs && isHeldByAnotherProcess(reason)) {
+        return false;
+    }
+    // ENOENT: whoever held it has taken it away meanwhile.
+    if (unlink(path.c_str()) != 0 && errno != ENOENT) {
+        reason = describeError(path);
+        return false;
+    }
+    return true;
+}
+
+bool KXVirtualCAN::isHeldByAnotherProcess(std::string& reason) const {
+    const int probe = makeSocket();
+    if (probe < 0) {
+        reason = describeError(path);
+        return true;
+    }
+    const int error = callWithAddress(connect, probe, path) == 0 ? 0 : errno;
+    close(probe);
+    if (error == ECONNREFUSED || error == ENOENT) {
+        // Left behind by a process that has ended, or taken away by now.
+        return false;
+    }
+    // 0: somebody listens. EPROTOTYPE: somebody listens to another kind of socket. EACCES: it is another user's,
+    // so we cannot know.
+    reason = path + " is held by another process";
+    return true;
+}
+
+void KXVirtualCAN::socketCloses() {
+    KXFileIdentity present;
+    // The path may be a later end point's by now.
+    if (getIdentity(path, present) && present == boundFile) {
+        unlink(path.c_str());
+    }
+    KXOwnSockets::remove(boundFile);
+}
+
+} // namespace KX

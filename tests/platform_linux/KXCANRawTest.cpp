@@ -1,0 +1,459 @@
+#include "platform/KXCANRaw.h"
+
+#include "events/KXCANMessage.h"
+#include "platform/KXEndPointManager.h"
+#include "platform/KXTick.h"
+#include "support/SocketEndPoint.h"
+#include "support/Waiting.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <functional>
+#include <linux/can.h>
+#include <memory>
+#include <net/if.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+using KX::KXCANMessage;
+using KX::KXCANRaw;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+sockaddr_un makeAddress(const std::string& path) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof(address.sun_path) - 1);
+    return address;
+}
+
+/// Sends to a virtual bus as another program does.
+class Sender {
+public:
+    explicit Sender(std::string pathOfBus) : path(std::move(pathOfBus)) {}
+    ~Sender() {
+        close(descriptor);
+    }
+    Sender(const Sender&) = delete;
+    Sender& operator=(const Sender&) = delete;
+
+    bool send(const void* data, std::size_t size) {
+        const sockaddr_un address = makeAddress(path);
+        return sendto(descriptor, data, size, MSG_DONTWAIT, reinterpret_cast<const sockaddr*>(&address),
+                      sizeof(address)) == static_cast<ssize_t>(size);
+    }
+
+    bool sendFrame(canid_t id, unsigned char length = 8, unsigned char firstByte = 1) {
+        can_frame frame{};
+        frame.can_id = id;
+        frame.can_dlc = length;
+        for (unsigned char i = 0; i < 8; ++i) {
+            frame.data[i] = static_cast<unsigned char>(firstByte + i);
+        }
+        return send(&frame, sizeof(frame));
+    }
+
+private:
+    const std::string path;
+    const int descriptor = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+};
+
+/// Binds a socket at a path, as another program does; bound sockets leave their file behind.
+int bindSocket(const std::string& path, int type = SOCK_DGRAM) {
+    const int descriptor = socket(AF_UNIX, type | SOCK_CLOEXEC, 0);
+    const sockaddr_un address = makeAddress(path);
+    EXPECT_EQ(bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
+    return descriptor;
+}
+
+/// Runs something in another process. \return what it returned
+int runInChild(const std::function<int()>& function) {
+    const pid_t child = fork();
+    if (child == 0) {
+        _exit(function());
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+class KXVirtualCANTest : public testing::Test {
+protected:
+    void SetUp() override {
+        char name[] = "/tmp/kx_can_XXXXXX";
+        ASSERT_NE(mkdtemp(name), nullptr);
+        folder = name;
+        path = folder + "/bus";
+        setBus("unix:" + path);
+    }
+
+    void TearDown() override {
+        unsetenv("KX_CAN_BUS_0");
+        std::filesystem::remove_all(folder);
+    }
+
+    static void setBus(const std::string& value) {
+        setenv("KX_CAN_BUS_0", value.c_str(), 1);
+    }
+
+    static std::unique_ptr<KXCANRaw> create(int bus = 0) {
+        return std::unique_ptr<KXCANRaw>(KXCANRaw::create(bus, 0, 0));
+    }
+
+    std::string folder;
+    std::string path;
+};
+
+TEST_F(KXVirtualCANTest, givesAFrameAsItWasSent) {
+    const auto bus = create();
+    ASSERT_NE(bus, nullptr);
+    EXPECT_TRUE(bus->isConnected());
+    EXPECT_GE(bus->getReadEndPointID(), 0);
+    EXPECT_EQ(bus->getWriteEndPointID(), -1);
+    ASSERT_TRUE(Sender(path).sendFrame(0x18FF0001u | CAN_EFF_FLAG));
+    KXCANMessage message;
+    ASSERT_EQ(bus->readFrame(message), 0);
+    EXPECT_EQ(message.canId, 0x98FF0001u) << "the flag of the long identifier is kept";
+    EXPECT_EQ(message.canLength, 8u);
+    EXPECT_THAT(message.canData, ElementsAre(1, 2, 3, 4, 5, 6, 7, 8));
+    EXPECT_NE(bus->readFrame(message), 0);
+}
+
+TEST_F(KXVirtualCANTest, bytesBeyondTheLengthAreZero) {
+    const auto bus = create();
+    ASSERT_NE(bus, nullptr);
+    ASSERT_TRUE(Sender(path).sendFrame(0x123, 3));
+    KXCANMessage message;
+    std::memset(message.canData, 0xff, sizeof(message.canData));
+    ASSERT_EQ(bus->readFrame(message), 0);
+    EXPECT_EQ(message.canId, 0x123u);
+    EXPECT_EQ(message.canLength, 3u);
+    EXPECT_THAT(message.canData, ElementsAre(1, 2, 3, 0, 0, 0, 0, 0));
+}
+
+TEST_F(KXVirtualCANTest, framesComeInTheOrderOfTheBus) {
+    const auto bus = create();
+    ASSERT_NE(bus, nullptr);
+    Sender sender(path);
+    for (unsigned char i = 0; i < 5; ++i) {
+        ASSERT_TRUE(sender.sendFrame(i, 8, i));
+    }
+    for (unsigned int i = 0; i < 5; ++i) {
+        KXCANMessage message;
+        ASSERT_EQ(bus->readFrame(message), 0);
+        EXPECT_EQ(message.canId, i);
+        EXPECT_EQ(message.canData[0], i);
+    }
+}
+
+TEST_F(KXVirtualCANTest, anEmptyBusLeavesTheMessageUntouched) {
+    const auto bus = create();
+    ASSERT_NE(bus, nullptr);
+    KXCANMessage message;
+    message.canId = 5;
+    message.canLength = 6;
+    message.canData[7] = 7;
+    message.canAux = 8;
+    EXPECT_NE(bus->readFrame(message), 0);
+    EXPECT_EQ(message.canId, 5u);
+    EXPECT_EQ(message.canLength, 6u);
+    EXPECT_EQ(message.canData[7], 7);
+    EXPECT_EQ(message.canAux, 8u);
+}
+
+TEST_F(KXVirtualCANTest, errorAndRemoteFramesArePassedOver) {
+    const auto bus = create();
+    ASSERT_NE(bus, nullptr);
+    Sender sender(path);
+    ASSERT_TRUE(sender.sendFrame(0x10 | CAN_ERR_FLAG));
+    ASSERT_TRUE(sender.sendFrame(0x11 | CAN_RTR_FLAG));
+    ASSERT_TRUE(sender.sendFrame(0x12 | CAN_RTR_FLAG | CAN_EFF_FLAG));
+    ASSERT_TRUE(sender.sendFrame(0x13));
+    KXCANMessage message;
+    ASSERT_EQ(bus->readFrame(message), 0);
+    EXPECT_EQ(message.canId, 0x13u);
+    EXPECT_NE(bus->readFrame(message), 0);
+}
+
+TEST_F(KXVirtualCANTest, otherDatagramsAreDroppedAndReportedOnce) {
+    const auto bus = create();
+    ASSERT_NE(bus, nullptr);
+    Sender sender(path);
+    const char bytes[200] = {};
+    testing::internal::CaptureStderr();
+    KXCANMessage message;
+    for (const std::size_t size : {15u, 17u, 0u, 200u}) {
+        ASSERT_TRUE(sender.send(bytes, size));
+        ASSERT_TRUE(sender.sendFrame(static_cast<canid_t>(0x700 + size)));
+        EXPECT_EQ(bus->readFrame(message), 0);
+        EXPECT_EQ(message.canId, 0x700 + size) << "after a datagram of " << size << " bytes";
+    }
+    ASSERT_TRUE(sender.sendFrame(0x1, 9));
+    EXPECT_NE(bus->readFrame(message), 0) << "a frame cannot have nine bytes";
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "[kx_can_raw:1] bus 0: dropped a datagram of 15 bytes that is no CAN frame; more of them are only "
+              "counted\n");
+}
+
+TEST_F(KXVirtualCANTest, hasOneSettingOnly) {
+    const auto bus = create();
+    ASSERT_NE(bus, nullptr);
+    EXPECT_EQ(bus->configure(0), 0);
+    EXPECT_EQ(bus->configure(1), 24);
+    EXPECT_EQ(bus->configure(255), 24);
+}
+
+TEST_F(KXVirtualCANTest, itsSocketIsForTheOwnerOnlyWhateverTheMask) {
+    const mode_t before = umask(0);
+    const auto bus = create();
+    umask(before);
+    ASSERT_NE(bus, nullptr);
+    struct stat status {};
+    ASSERT_EQ(lstat(path.c_str(), &status), 0);
+    EXPECT_TRUE(S_ISSOCK(status.st_mode));
+    EXPECT_EQ(status.st_mode & 07777, 0600u);
+}
+
+TEST_F(KXVirtualCANTest, aSocketThatIsLeftOverIsReplaced) {
+    for (const int type : {SOCK_DGRAM, SOCK_STREAM}) {
+        close(bindSocket(path, type));
+        const auto bus = create();
+        ASSERT_NE(bus, nullptr);
+        EXPECT_TRUE(Sender(path).sendFrame(1));
+        KXCANMessage message;
+        EXPECT_EQ(bus->readFrame(message), 0);
+    }
+}
+
+TEST_F(KXVirtualCANTest, aSocketOfTheSameProcessIsReplacedAndOutlivesTheFormer) {
+    auto first = create();
+    const auto second = create();
+    ASSERT_NE(first, nullptr);
+    ASSERT_NE(second, nullptr);
+    first.reset();
+    EXPECT_TRUE(Sender(path).sendFrame(1)) << "the first took the socket of the second away";
+    KXCANMessage message;
+    EXPECT_EQ(second->readFrame(message), 0);
+}
+
+TEST_F(KXVirtualCANTest, aSocketOfAnotherProcessIsRefusedAndLeftAlone) {
+    const auto bus = create();
+    ASSERT_NE(bus, nullptr);
+    EXPECT_EQ(runInChild([] { return KXCANRaw::create(0, 0, 0) == nullptr ? 0 : 1; }), 0);
+    EXPECT_TRUE(Sender(path).sendFrame(1));
+    KXCANMessage message;
+    EXPECT_EQ(bus->readFrame(message), 0);
+}
+
+TEST_F(KXVirtualCANTest, aPathThatIsNoSocketIsRefusedAndLeftAlone) {
+    close(open(path.c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600));
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(create(), nullptr);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "[kx_can_raw:1] bus 0: " + path + " exists and is no socket\n");
+    EXPECT_TRUE(std::filesystem::is_regular_file(path));
+}
+
+TEST_F(KXVirtualCANTest, aPathThatCannotBeIsRefused) {
+    const std::string tooLong = folder + "/" + std::string(sizeof(sockaddr_un::sun_path) - folder.size() - 1, 'x');
+    for (const std::string& impossible : {std::string(), tooLong, folder + "/missing/bus"}) {
+        setBus("unix:" + impossible);
+        EXPECT_EQ(create(), nullptr) << impossible;
+    }
+    const std::string justRight = tooLong.substr(0, tooLong.size() - 1);
+    setBus("unix:" + justRight);
+    EXPECT_NE(create(), nullptr) << justRight;
+}
+
+TEST_F(KXVirtualCANTest, takesItsSocketAndItsDescriptorAway) {
+    const int before = countOpenDescriptors();
+    create().reset();
+    EXPECT_FALSE(std::filesystem::exists(path));
+    close(bindSocket(path, SOCK_STREAM));
+    std::filesystem::remove(path);
+    setBus("unix:" + folder);
+    EXPECT_EQ(create(), nullptr);
+    EXPECT_EQ(countOpenDescriptors(), before);
+}
+
+TEST_F(KXVirtualCANTest, reconnectBindsAnew) {
+    const auto bus = create();
+    ASSERT_NE(bus, nullptr);
+    std::filesystem::remove(path);
+    EXPECT_EQ(bus->reconnect(), 0);
+    EXPECT_TRUE(Sender(path).sendFrame(1));
+    KXCANMessage message;
+    EXPECT_EQ(bus->readFrame(message), 0);
+}
+
+TEST_F(KXVirtualCANTest, reconnectFailsWhileThePathIsTakenAndWorksLater) {
+    const auto bus = create();
+    ASSERT_NE(bus, nullptr);
+    std::filesystem::remove(path);
+    std::filesystem::create_directory(path);
+    EXPECT_EQ(bus->reconnect(), 20);
+    EXPECT_FALSE(bus->isConnected());
+    EXPECT_EQ(bus->getReadEndPointID(), -1);
+    KXCANMessage message;
+    EXPECT_NE(bus->readFrame(message), 0);
+    std::filesystem::remove(path);
+    EXPECT_EQ(bus->reconnect(), 0);
+    EXPECT_TRUE(bus->isConnected());
+}
+
+TEST_F(KXVirtualCANTest, isReadThroughAnEndPointManager) {
+    class Reader : public RecordingHandler {
+        void onEndPointReadable(KX::KXEndPoint* endPoint, KX::KXEndPointManager*) override {
+            EXPECT_EQ(static_cast<KXCANRaw*>(endPoint)->readFrame(message), 0);
+        }
+
+    public:
+        KXCANMessage message;
+    } reader;
+    const auto bus = create();
+    ASSERT_NE(bus, nullptr);
+    KX::KXEndPointManager manager;
+    ASSERT_EQ(manager.addEndPoint(bus.get(), &reader), 0);
+    ASSERT_TRUE(Sender(path).sendFrame(0x77));
+    EXPECT_EQ(manager.waitForEndPoints(KX::KXTick::getTickCount() + 20000, 0), 1);
+    EXPECT_EQ(reader.message.canId, 0x77u);
+    EXPECT_EQ(manager.waitForEndPoints(KX::KXTick::getTickCount(), 0), 0);
+    EXPECT_EQ(manager.removeEndPoint(bus.get()), 0);
+}
+
+TEST_F(KXVirtualCANTest, everyBusHasAVariableOfItsOwn) {
+    setenv("KX_CAN_BUS_3", ("unix:" + folder + "/three").c_str(), 1);
+    const auto bus = create(3);
+    unsetenv("KX_CAN_BUS_3");
+    ASSERT_NE(bus, nullptr);
+    EXPECT_TRUE(Sender(folder + "/three").sendFrame(1));
+}
+
+TEST(KXCANRawCreate, refusesNegativeNumbers) {
+    EXPECT_EQ(KXCANRaw::create(-1, 0, 0), nullptr);
+    EXPECT_EQ(KXCANRaw::create(0, -1, 0), nullptr);
+    EXPECT_EQ(KXCANRaw::create(0, 0, -1), nullptr);
+}
+
+TEST(KXCANRawCreate, saysWhichInterfaceCannotBeOpened) {
+    setenv("KX_CAN_BUS_0", "kx-no-such", 1);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(KXCANRaw::create(0, 0, 0), nullptr);
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("[kx_can_raw:1] bus 0: kx-no-such: "));
+    unsetenv("KX_CAN_BUS_0");
+}
+
+TEST(KXCANRawCreate, isTheInterfaceOfItsNumberByDefault) {
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(KXCANRaw::create(97, 0, 0), nullptr);
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("bus 97: can97: "));
+}
+
+TEST(KXCANRawCreate, refusesANameThatNoInterfaceCanHave) {
+    setenv("KX_CAN_BUS_0", "sixteencharacter", 1);
+    EXPECT_EQ(KXCANRaw::create(0, 0, 0), nullptr);
+    unsetenv("KX_CAN_BUS_0");
+}
+
+/// Needs a kernel with CAN, an interface vcan0 and the right to take it down and up.
+class KXSocketCANTest : public testing::Test {
+protected:
+    void SetUp() override {
+        sender = socket(PF_CAN, SOCK_RAW | SOCK_CLOEXEC, CAN_RAW);
+        if (sender < 0 || if_nametoindex("vcan0") == 0) {
+            GTEST_SKIP() << "this system has no virtual CAN interface vcan0";
+        }
+        if (!setUp(true)) {
+            GTEST_SKIP() << "this user may not take vcan0 up and down";
+        }
+        setenv("KX_CAN_BUS_0", "vcan0", 1);
+        sockaddr_can address{};
+        address.can_family = AF_CAN;
+        address.can_ifindex = static_cast<int>(if_nametoindex("vcan0"));
+        ASSERT_EQ(bind(sender, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
+    }
+
+    void TearDown() override {
+        unsetenv("KX_CAN_BUS_0");
+        if (sender >= 0) {
+            setUp(true);
+            close(sender);
+        }
+    }
+
+    bool setUp(bool up) const {
+        ifreq request{};
+        std::strcpy(request.ifr_name, "vcan0");
+        if (ioctl(sender, SIOCGIFFLAGS, &request) != 0) {
+            return false;
+        }
+        request.ifr_flags = static_cast<short>(up ? request.ifr_flags | IFF_UP : request.ifr_flags & ~IFF_UP);
+        return ioctl(sender, SIOCSIFFLAGS, &request) == 0;
+    }
+
+    void sendFrame(canid_t id) const {
+        can_frame frame{};
+        frame.can_id = id;
+        frame.can_dlc = 2;
+        frame.data[0] = 0xab;
+        ASSERT_EQ(write(sender, &frame, sizeof(frame)), static_cast<ssize_t>(sizeof(frame)));
+    }
+
+    int sender = -1;
+};
+
+TEST_F(KXSocketCANTest, givesFramesButNoRemoteFrames) {
+    const std::unique_ptr<KXCANRaw> bus(KXCANRaw::create(0, 0, 500));
+    ASSERT_NE(bus, nullptr);
+    sendFrame(0x5 | CAN_RTR_FLAG);
+    sendFrame(0x18FF0001u | CAN_EFF_FLAG);
+    KXCANMessage message;
+    ASSERT_TRUE(waitUntil([&] { return bus->readFrame(message) == 0; }));
+    EXPECT_EQ(message.canId, 0x98FF0001u);
+    EXPECT_EQ(message.canLength, 2u);
+    EXPECT_EQ(message.canData[0], 0xab);
+}
+
+TEST_F(KXSocketCANTest, survivesAnInterfaceThatGoesDownAndComesBack) {
+    const std::unique_ptr<KXCANRaw> bus(KXCANRaw::create(0, 0, 0));
+    ASSERT_NE(bus, nullptr);
+    RecordingHandler handler;
+    KX::KXEndPointManager manager;
+    ASSERT_EQ(manager.addEndPoint(bus.get(), &handler), 0);
+    ASSERT_TRUE(setUp(false));
+    EXPECT_EQ(manager.waitForEndPoints(KX::KXTick::getTickCount() + 5000, 0), 1);
+    EXPECT_EQ(handler.disconnected, 1);
+    EXPECT_EQ(manager.waitForEndPoints(KX::KXTick::getTickCount() + 1500, 0), 0);
+    ASSERT_TRUE(setUp(true));
+    EXPECT_EQ(manager.waitForEndPoints(KX::KXTick::getTickCount() + 5000, 0), 1);
+    EXPECT_EQ(handler.reconnected, 1);
+    sendFrame(0x9);
+    KXCANMessage message;
+    EXPECT_TRUE(waitUntil([&] { return bus->readFrame(message) == 0; }));
+    EXPECT_EQ(message.canId, 0x9u);
+    manager.removeEndPoint(bus.get());
+}
+
+TEST_F(KXSocketCANTest, oneThatIsDownIsGivenClosed) {
+    ASSERT_TRUE(setUp(false));
+    const std::unique_ptr<KXCANRaw> bus(KXCANRaw::create(0, 0, 0));
+    ASSERT_NE(bus, nullptr);
+    EXPECT_FALSE(bus->isConnected());
+    EXPECT_EQ(bus->reconnect(), 20);
+    ASSERT_TRUE(setUp(true));
+    EXPECT_EQ(bus->reconnect(), 0);
+    EXPECT_TRUE(bus->isConnected());
+}
+
+} // namespace

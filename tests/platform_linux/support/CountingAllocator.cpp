@@ -1,0 +1,34 @@
+#include "support/CountingAllocator.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+// In a source of its own, so that the compiler does not see through it where it is used.
+
+namespace {
+
+std::atomic<long> allocations{0};
+
+} // namespace
+
+long countAllocations() {
+    return allocations;
+}
+
+void* operator new(std::size_t size) {
+    ++allocations;
+    void* const memory = std::malloc(size);
+    if (memory == nullptr) {
+        throw std::bad_alloc();
+    }
+    return memory;
+}
+
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}

@@ -1,0 +1,4 @@
+#pragma once
+
+/// Allocations of the whole program so far, its libraries included.
+long countAllocations();
