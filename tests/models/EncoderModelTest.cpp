@@ -61,7 +61,8 @@ private:
     /// From the singleton, or bare as before its initialisation.
     void makeEncoder() {
         encoder.reset();
-        if (random.oneIn(4)) {
+        isSingleton = !random.oneIn(4);
+        if (!isSingleton) {
             encoder = std::make_unique<KXEncoderDynamic>();
             model = EncoderModel();
         } else {
@@ -174,12 +175,14 @@ private:
                compared("last time stamp", encoder->getLastTimeStamp(), model.lastTimeStamp) +
                compared("low-pass factor", encoder->getLowPassFactor(), static_cast<int>(model.lowPassFactor)) +
                compared("user factor", encoder->getUserFactor(), static_cast<int>(model.userFactor)) +
-               (isSameTable ? "" : "\n  the table is not the one expected");
+               (isSameTable ? "" : "\n  the table is not the one expected") +
+               (isSingleton && KXEncoderDynamic::instance() != encoder.get() ? "\n  there are two encoders" : "");
     }
 
     Random random;
     EncoderModel model;
     std::unique_ptr<KXEncoderDynamic> encoder;
+    bool isSingleton = false;
 };
 
 TEST(EncoderModel, agreesWithWideArithmeticAfterEachOfManyRandomSteps) {

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <gtest/gtest.h>
 #include <thread>
 
@@ -41,6 +42,10 @@ std::string wrongWith(const KXSomeEvent& taken, std::uint32_t seed) {
     return differs(taken, *expected);
 }
 
+bool isEmptyHolder(const KXSomeEvent& event) {
+    return event.eventClass == 7 && event.sourceClass == 0;
+}
+
 /// What one taking thread saw.
 struct Taken {
     std::array<std::vector<unsigned int>, posters> numbers; // by poster, in the order in which they came
@@ -48,20 +53,14 @@ struct Taken {
 
     void add(const KXSomeEvent& event, std::uint32_t seed) {
         const unsigned int poster = event.eventData[0];
-        if (event.eventClass < 0 || event.eventClass > 7 || poster >= posters) {
-            complaint += complaint.empty() ? "\n  an event that nobody posted" : "";
-            return;
-        }
-        if (complaint.empty())
+        if (isEmptyHolder(event))
+            complaint = "\n  no event came for 30 s";
+        else if (event.eventClass < 0 || event.eventClass > 7 || poster >= posters)
+            complaint = "\n  an event that nobody posted";
+        else
             complaint = wrongWith(event, seed);
-        numbers[poster].push_back(event.timeStamp);
-    }
-
-    std::size_t size() const {
-        std::size_t sum = 0;
-        for (const auto& list : numbers)
-            sum += list.size();
-        return sum;
+        if (complaint.empty())
+            numbers[poster].push_back(event.timeStamp);
     }
 };
 
@@ -70,9 +69,9 @@ public:
     /// \p limit: a poster waits while the queue holds that many, for a pipe takes only so much.
     Posters(KXEventQueue& queue, std::uint32_t seed, unsigned int each, unsigned int limit) {
         for (unsigned int poster = 0; poster < posters; ++poster)
-            threads.emplace_back([&queue, seed, each, limit, poster] {
-                for (unsigned int number = 0; number < each; ++number) {
-                    while (queue.getSize() >= limit)
+            threads.emplace_back([this, &queue, seed, each, limit, poster] {
+                for (unsigned int number = 0; number < each && !isAbandoned; ++number) {
+                    while (queue.getSize() >= limit && !isAbandoned)
                         std::this_thread::yield();
                     const auto event = objectOf(numberedEvent(seed, poster, number), true);
                     queue.postEvent(*event);
@@ -80,12 +79,15 @@ public:
             });
     }
 
-    void join() {
+    /// \p isInVain: nobody takes any more, so whoever waits for room need not go on.
+    void join(bool isInVain) {
+        isAbandoned = isInVain;
         for (auto& thread : threads)
             thread.join();
     }
 
 private:
+    std::atomic<bool> isAbandoned{false};
     std::vector<std::thread> threads;
 };
 
@@ -93,29 +95,35 @@ unsigned int eventsOfEachPoster() {
     return stepsOfRun() / posters / static_cast<unsigned int>(seedsOfRun().size()) + 1;
 }
 
+/// The next event, whoever posts it; an empty holder when none comes for so long that none will.
+KXSomeEvent nextEvent(KXEventQueue& queue) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    KXSomeEvent event;
+    while (isEmptyHolder(event) && std::chrono::steady_clock::now() < deadline) {
+        while (queue.isEmpty() && std::chrono::steady_clock::now() < deadline)
+            std::this_thread::yield();
+        event = queue.getNextEvent(); // empty when another taker was faster
+    }
+    return event;
+}
+
 /// Takes until \p left events have been taken by all takers together.
 void takeUntilNoneIsLeft(KXEventQueue& queue, std::atomic<int>& left, std::uint32_t seed, Taken& taken) {
-    while (left.load() > 0) {
-        // Whoever gets a ticket takes an event that is surely coming: a consumer of the in-process queue may
-        // wait for one, and without tickets the last wait would never end.
-        if (left.fetch_sub(1) <= 0)
+    // Whoever gets a ticket takes an event that is surely coming: a consumer of the in-process queue may wait for
+    // one, and without tickets the last wait would never end.
+    while (left.fetch_sub(1) > 0) {
+        taken.add(nextEvent(queue), seed);
+        if (!taken.complaint.empty()) // no use in going on, and waiting for what was lost takes long
             return;
-        while (queue.isEmpty())
-            std::this_thread::yield();
-        KXSomeEvent event = queue.getNextEvent();
-        while (event.eventClass == 7 && event.sourceClass == 0) { // another taker was faster
-            std::this_thread::yield();
-            event = queue.getNextEvent();
-        }
-        taken.add(event, seed);
     }
 }
 
-std::vector<unsigned int> allNumbers(unsigned int count) {
-    std::vector<unsigned int> numbers(count);
-    for (unsigned int i = 0; i < count; ++i)
-        numbers[i] = i;
-    return numbers;
+/// Complaint about the numbers of one poster's events; empty when all came, each once, in their order.
+std::string wrongOrder(const std::vector<unsigned int>& numbers, unsigned int count) {
+    for (unsigned int i = 0; i < numbers.size(); ++i)
+        if (numbers[i] != i)
+            return "event " + std::to_string(numbers[i]) + " came where " + std::to_string(i) + " was due";
+    return numbers.size() == count ? "" : std::to_string(numbers.size()) + " came of " + std::to_string(count);
 }
 
 void expectAllInOrder(KXEventQueue& queue, std::uint32_t seed, unsigned int limit) {
@@ -126,11 +134,11 @@ void expectAllInOrder(KXEventQueue& queue, std::uint32_t seed, unsigned int limi
     Taken taken;
     Posters posting(queue, seed, each, limit);
     takeUntilNoneIsLeft(queue, left, seed, taken);
-    posting.join();
+    posting.join(!taken.complaint.empty());
 
-    EXPECT_EQ(taken.complaint, "") << "KX_TEST_SEED=" << seed;
+    ASSERT_EQ(taken.complaint, "") << "KX_TEST_SEED=" << seed;
     for (unsigned int poster = 0; poster < posters; ++poster)
-        EXPECT_EQ(taken.numbers[poster], allNumbers(each)) << "KX_TEST_SEED=" << seed << ", poster " << poster;
+        EXPECT_EQ(wrongOrder(taken.numbers[poster], each), "") << "KX_TEST_SEED=" << seed << ", poster " << poster;
     EXPECT_EQ(hookCalls.load(), each * posters);
     EXPECT_TRUE(queue.isEmpty());
     EXPECT_EQ(queue.getSize(), 0U);
@@ -163,7 +171,7 @@ TEST(QueueThreads, inProcessQueueGivesThreeTakersEachEventOfFourPostersOnce) {
         std::vector<std::thread> threads;
         for (auto& own : taken)
             threads.emplace_back([&queue, &left, seed, &own] { takeUntilNoneIsLeft(queue, left, seed, own); });
-        posting.join();
+        posting.join(false);
         for (auto& thread : threads)
             thread.join();
 
@@ -176,7 +184,7 @@ TEST(QueueThreads, inProcessQueueGivesThreeTakersEachEventOfFourPostersOnce) {
                 numbers.insert(numbers.end(), own.numbers[poster].begin(), own.numbers[poster].end());
             }
             std::sort(numbers.begin(), numbers.end());
-            EXPECT_EQ(numbers, allNumbers(each)) << "KX_TEST_SEED=" << seed << ", poster " << poster;
+            EXPECT_EQ(wrongOrder(numbers, each), "") << "KX_TEST_SEED=" << seed << ", poster " << poster;
         }
         EXPECT_EQ(queue.getSize(), 0U);
     }
