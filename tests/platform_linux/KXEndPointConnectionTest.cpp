@@ -120,13 +120,14 @@ TEST_F(KXEndPointConnectionTest, anEndPointThatItsOwnerClosesIsReported) {
     EXPECT_EQ(handler.disconnected, 1);
 }
 
-TEST_F(KXEndPointConnectionTest, oneClosedDuringALongWaitIsNoticedInIt) {
-    std::thread owner([this] {
+TEST_F(KXEndPointConnectionTest, oneThatIsConnectedNoMoreIsNoticedInALongWait)
+{
+    std::thread device([this] {
         std::this_thread::sleep_for(std::chrono::milliseconds(30));
-        endPoint.ownerCloses();
+        endPoint.alive = false;
     });
     EXPECT_EQ(manager.waitForEndPoints(KXTick::getTickCount() + 20000, 0), 1);
-    owner.join();
+    device.join();
     EXPECT_EQ(handler.disconnected, 1);
 }
 

@@ -68,6 +68,9 @@ private:
     bool initialized;
 };
 
+/// The object of the calling thread; null for one that was not made here. Only ever compared.
+thread_local const void* ownThread = nullptr;
+
 /// Used by one owner; only \ref running is shared with the thread itself.
 class PosixThread final : public KXThread {
 public:
@@ -149,6 +152,7 @@ void* PosixThread::run(void* self) {
             thread->running = false;
         }
     } ending{static_cast<PosixThread*>(self)};
+    ownThread = self;
 
     // Fails only for a name that is too long; a thread without its name would still do its work.
     pthread_setname_np(pthread_self(), ending.thread->name.c_str());
@@ -160,7 +164,7 @@ int PosixThread::stopAndWait() {
         return 0;
     }
     if (pthread_join(thread, nullptr) != 0) {
-        // EDEADLK: called from the thread itself, which cannot wait for its own end.
+        // EDEADLK: that thread waits for this one.
         return statusRefused;
     }
     joinable = false;

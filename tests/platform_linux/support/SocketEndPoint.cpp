@@ -41,7 +41,7 @@ int SocketEndPoint::getWriteEndPointID() const {
 }
 
 bool SocketEndPoint::isConnected() const {
-    return descriptor >= 0;
+    return alive && descriptor >= 0;
 }
 
 int SocketEndPoint::reconnect() {

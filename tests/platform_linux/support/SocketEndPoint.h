@@ -30,6 +30,8 @@ public:
     std::string read(std::size_t most = 4096);
 
     std::atomic<bool> peerAccepts{true};
+    /// False: the end point knows better than its descriptor, as a driver that misses the device's sign of life.
+    std::atomic<bool> alive{true};
     std::atomic<int> reconnects{0};
     /// Runs inside reconnect, before it does anything.
     std::function<void()> onReconnect;
