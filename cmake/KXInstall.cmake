@@ -1,5 +1,5 @@
-# What is installed beside the programs, which say so themselves: libraries, public headers, the CMake package and the
-# pkg-config file.
+# What is installed beside the programs, which say so themselves: libraries, public headers, the CMake package
+# and the pkg-config file.
 
 # The public headers, and the only place where they are listed. Others are the library's own.
 set(kx_public_headers

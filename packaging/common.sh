@@ -105,6 +105,7 @@ run_ninja() {
     # Words that are no progress, such as a compiler's, pass.
     ninja -C "$1" 2>&1 | awk '
         /^ninja: (Entering directory|no work to do)/ { next }
+        /^-- (Configuring done|Generating done|Build files)/ { next }
         match($0, /^\[[0-9]+\/[0-9]+\]/) {
             split(substr($0, 2, RLENGTH - 2), step, "/")
             tenth = int(10 * step[1] / step[2])

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# consumer-pkgconfig.sh PREFIX: a program is built with what is installed there by pkg-config and the compiler alone.
+# consumer-pkgconfig.sh PREFIX: pkg-config and the compiler alone build a program with what is installed there.
 . "$(dirname "$0")/common.sh"
 prefix=$1
 make_scratch

@@ -5,8 +5,9 @@ make_scratch
 library="libKXAPI_$2.so"
 listed="$KX_SOURCE/tests/package/exports/libKXAPI_$2.txt"
 
-nm -D --defined-only --format=posix "$1/$KX_LIBDIR/$library" | cut -d ' ' -f 1 | c++filt | sort -u >"$scratch/exported"
+nm -D --defined-only --format=posix "$1/$KX_LIBDIR/$library" |
+    cut -d ' ' -f 1 | c++filt | sort -u >"$scratch/exported"
 [ -s "$scratch/exported" ] || fail "$library exports nothing"
 if ! diff -U 0 --label listed --label exported "$listed" "$scratch/exported"; then
-    fail "the symbols of $library have changed: + is not listed, - is gone. A change that is meant goes into $listed"
+    fail "the symbols of $library have changed: + is not listed, - is gone; what is meant goes into $listed"
 fi
