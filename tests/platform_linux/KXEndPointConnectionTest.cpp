@@ -120,8 +120,7 @@ TEST_F(KXEndPointConnectionTest, anEndPointThatItsOwnerClosesIsReported) {
     EXPECT_EQ(handler.disconnected, 1);
 }
 
-TEST_F(KXEndPointConnectionTest, oneThatIsConnectedNoMoreIsNoticedInALongWait)
-{
+TEST_F(KXEndPointConnectionTest, oneThatIsConnectedNoMoreIsNoticedInALongWait) {
     std::thread device([this] {
         std::this_thread::sleep_for(std::chrono::milliseconds(30));
         endPoint.alive = false;

@@ -160,6 +160,10 @@ void* PosixThread::run(void* self) {
 }
 
 int PosixThread::stopAndWait() {
+    if (ownThread == this) {
+        // It would wait for its own end. Asked first: what follows belongs to the owner, who may be writing it.
+        return statusRefused;
+    }
     if (!joinable) {
         return 0;
     }
