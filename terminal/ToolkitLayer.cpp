@@ -42,6 +42,9 @@ bool keysBelongToWidget() {
 
 ToolkitLayer::ToolkitLayer(QWidget& watchedWindow, Report reportFunction)
     : window(watchedWindow), report(std::move(reportFunction)) {
+    suspicionTimer.setSingleShot(true);
+    suspicionTimer.setInterval(suspicionMs);
+    connect(&suspicionTimer, &QTimer::timeout, this, &ToolkitLayer::reportSuspectedRelease);
     QCoreApplication::instance()->installEventFilter(this);
 }
 
@@ -114,16 +117,56 @@ bool ToolkitLayer::takeKey(const QKeyEvent& event) {
 
 void ToolkitLayer::reportKey(const QKeyEvent& event) {
     const bool press = event.type() == QEvent::KeyPress;
-    if (event.isAutoRepeat()) {
-        sendKey(press ? KX::TOOLKIT_KEY_AUTO_REPEAT_PRESS_EVENT : KX::TOOLKIT_KEY_AUTO_REPEAT_RELEASE_EVENT,
-                event.key());
-        return;
-    }
-    if (press)
-        heldKeys.insert(event.key());
-    else
+    if (event.isAutoRepeat() || (press && provesAutoRepeat(event))) {
+        reportAutoRepeat(event);
+    } else if (press) {
+        sendKey(KX::TOOLKIT_KEY_PRESS_EVENT, event.key());
+        heldKeys.insert(event.key(), event.timestamp());
+    } else if (mayBeAutoRepeat(event)) {
+        suspectRelease(event);
+    } else {
+        sendKey(KX::TOOLKIT_KEY_RELEASE_EVENT, event.key());
         heldKeys.remove(event.key());
-    sendKey(press ? KX::TOOLKIT_KEY_PRESS_EVENT : KX::TOOLKIT_KEY_RELEASE_EVENT, event.key());
+    }
+}
+
+void ToolkitLayer::reportAutoRepeat(const QKeyEvent& event) {
+    const bool press = event.type() == QEvent::KeyPress;
+    if (press && provesAutoRepeat(event)) {
+        const unsigned int tick = suspectedRelease->tick;
+        suspectedRelease.reset();
+        suspicionTimer.stop();
+        sendKeyAt(tick, KX::TOOLKIT_KEY_AUTO_REPEAT_RELEASE_EVENT, event.key());
+    }
+    sendKey(press ? KX::TOOLKIT_KEY_AUTO_REPEAT_PRESS_EVENT : KX::TOOLKIT_KEY_AUTO_REPEAT_RELEASE_EVENT,
+            event.key());
+}
+
+bool ToolkitLayer::mayBeAutoRepeat(const QKeyEvent& release) const {
+    const auto held = heldKeys.constFind(release.key());
+    // What the library posts has no time and is never repeated.
+    return held != heldKeys.constEnd() && release.timestamp() != 0 &&
+           release.timestamp() - held.value() >= shortestRepeatDelayMs;
+}
+
+bool ToolkitLayer::provesAutoRepeat(const QKeyEvent& press) const {
+    return suspectedRelease && suspectedRelease->osKeyCode == press.key() &&
+           suspectedRelease->windowSystemTime == press.timestamp();
+}
+
+void ToolkitLayer::suspectRelease(const QKeyEvent& release) {
+    reportSuspectedRelease();
+    suspectedRelease = SuspectedRelease{release.key(), release.timestamp(), KX::KXTick::getTickCount()};
+    suspicionTimer.start();
+}
+
+void ToolkitLayer::reportSuspectedRelease() {
+    suspicionTimer.stop();
+    const std::optional<SuspectedRelease> release = std::exchange(suspectedRelease, std::nullopt);
+    if (!release)
+        return;
+    heldKeys.remove(release->osKeyCode);
+    sendKeyAt(release->tick, KX::TOOLKIT_KEY_RELEASE_EVENT, release->osKeyCode);
 }
 
 void ToolkitLayer::pressMouse(const QMouseEvent& event) {
@@ -189,21 +232,30 @@ void ToolkitLayer::escapeButtons(Qt::MouseButtons buttons) {
 }
 
 void ToolkitLayer::releaseHeldKeys() {
-    const QSet<int> released = std::exchange(heldKeys, {});
+    reportSuspectedRelease();
+    const QList<int> released = heldKeys.keys();
+    heldKeys.clear();
     for (const int osKeyCode : released)
         sendKey(KX::TOOLKIT_KEY_RELEASE_EVENT, osKeyCode);
 }
 
 void ToolkitLayer::send(KX::KXToolkitEvent& event) {
+    reportSuspectedRelease();
     event.timeStamp = KX::KXTick::getTickCount();
     report(event);
 }
 
 void ToolkitLayer::sendKey(int type, int osKeyCode) {
+    reportSuspectedRelease();
+    sendKeyAt(KX::KXTick::getTickCount(), type, osKeyCode);
+}
+
+void ToolkitLayer::sendKeyAt(unsigned int tick, int type, int osKeyCode) {
     KX::KXToolkitEvent event;
     event.eventType = type;
     event.osKeyCode = osKeyCode;
-    send(event);
+    event.timeStamp = tick;
+    report(event);
 }
 
 void ToolkitLayer::sendMouse(int type, Qt::MouseButton button) {

@@ -3,11 +3,13 @@
 #include "events/KXEvent.h"
 #include "terminal/WheelDetents.h"
 
+#include <QHash>
 #include <QObject>
 #include <QPoint>
-#include <QSet>
+#include <QTimer>
 
 #include <functional>
+#include <optional>
 
 class QKeyEvent;
 class QMouseEvent;
@@ -23,6 +25,10 @@ class QWidget;
 ///   arrow key does not scroll a list besides. Only while a widget that takes text has the focus, or a popup is
 ///   open, the keys are its own; the release of a key that was reported is reported even then. Key events that the library posts
 ///   to a window of the application (KXInputEventManager::generateKeyEvent) are reported like typed ones.
+/// - Auto-repeat is reported as such, also where Qt takes it for releases and presses: X11 repeats a held key by
+///   a release and a press of the same time, and Qt sees that they belong together only when it has got both by
+///   then. So the release of a key held long enough to be repeated is reported \ref suspicionMs later, with its
+///   own time stamp, or before whatever is reported next.
 /// - Mouse buttons are reported and passed on, so that widgets can react. Touches come as the left button. Moves
 ///   are reported while a button is down, every \ref moveDistance pixels, so that a finger at rest is silent.
 /// - The wheel is the encoder wherever the pointer is, and goes no further: one report for each turn by whole
@@ -35,6 +41,8 @@ public:
     using Report = std::function<void(KX::KXToolkitEvent&)>;
 
     static constexpr int moveDistance = 10;
+    static constexpr int shortestRepeatDelayMs = 100; ///< no keyboard is set to repeat a key sooner
+    static constexpr int suspicionMs = 50;
 
     /// Starts to watch. \p window must outlive the layer; \p report is called on the toolkit's thread.
     ToolkitLayer(QWidget& window, Report report);
@@ -47,6 +55,11 @@ private:
 
     bool takeKey(const QKeyEvent& event);
     void reportKey(const QKeyEvent& event);
+    void reportAutoRepeat(const QKeyEvent& event);
+    bool mayBeAutoRepeat(const QKeyEvent& release) const;
+    bool provesAutoRepeat(const QKeyEvent& press) const;
+    void suspectRelease(const QKeyEvent& release);
+    void reportSuspectedRelease();
     void pressMouse(const QMouseEvent& event);
     void doublePressMouse(const QMouseEvent& event);
     void releaseMouse(const QMouseEvent& event);
@@ -58,11 +71,21 @@ private:
 
     void send(KX::KXToolkitEvent& event);
     void sendKey(int type, int osKeyCode);
+    void sendKeyAt(unsigned int tick, int type, int osKeyCode);
     void sendMouse(int type, Qt::MouseButton button);
 
     QWidget& window;
     Report report;
-    QSet<int> heldKeys;
+    // A release that may turn out to be half of an auto-repeat.
+    struct SuspectedRelease {
+        int osKeyCode;
+        unsigned long windowSystemTime;
+        unsigned int tick;
+    };
+
+    QHash<int, unsigned long> heldKeys; // with the window system's time of the press
+    std::optional<SuspectedRelease> suspectedRelease;
+    QTimer suspicionTimer;
     Qt::MouseButtons heldButtons = Qt::NoButton;
     QPoint lastMovePosition;
     WheelDetents wheelDetents;

@@ -51,7 +51,8 @@ class Display:
     def __init__(self):
         read_end, write_end = os.pipe()
         self.server = subprocess.Popen(
-            ["Xvfb", "-displayfd", str(write_end), "-screen", "0", "%dx%dx24" % self.SIZE, "-nolisten", "tcp"],
+            ["Xvfb", "-displayfd", str(write_end), "-screen", "0", "%dx%dx24" % self.SIZE, "-nolisten", "tcp",
+             "-noreset"],
             pass_fds=[write_end], stderr=subprocess.DEVNULL)
         os.close(write_end)
         with os.fdopen(read_end) as number:
@@ -74,7 +75,9 @@ class Terminal:
 
     def __init__(self, *arguments, platform="xcb", display=None):
         self.runtime_folder = tempfile.TemporaryDirectory()  # Qt wants one and says so where there is none
-        environment = dict(os.environ, QT_QPA_PLATFORM=platform, XDG_RUNTIME_DIR=self.runtime_folder.name)
+        # Without OpenGL, which the terminal does not use: its drivers take long to load and leave memory behind.
+        environment = dict(os.environ, QT_QPA_PLATFORM=platform, QT_XCB_GL_INTEGRATION="none",
+                           XDG_RUNTIME_DIR=self.runtime_folder.name)
         if display is not None:
             environment["DISPLAY"] = display.name
         self.process = subprocess.Popen([KXTERMINAL, "--print", *arguments], env=environment,

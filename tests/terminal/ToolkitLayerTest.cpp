@@ -81,6 +81,12 @@ protected:
         QCoreApplication::sendEvent(native(), &turn);
     }
 
+    void sendKey(QEvent::Type type, unsigned long windowSystemTime, Qt::Key key = Qt::Key_End) {
+        QKeyEvent event(type, key, Qt::NoModifier);
+        event.setTimestamp(windowSystemTime);
+        QCoreApplication::sendEvent(native(), &event);
+    }
+
     // Past the window system, which would make double clicks and moves of its own of it.
     void sendMouse(QEvent::Type type, const QPoint& position, Qt::MouseButton mouseButton = Qt::LeftButton) {
         QMouseEvent event(type, position, mouseButton, Qt::NoButton, Qt::NoModifier);
@@ -125,6 +131,55 @@ TEST_F(ToolkitLayerTest, ReportsAutoRepeatAsSuch) {
     }
     EXPECT_THAT(reports, ElementsAre(Reported{KX::TOOLKIT_KEY_AUTO_REPEAT_RELEASE_EVENT, Qt::Key_End},
                                      Reported{KX::TOOLKIT_KEY_AUTO_REPEAT_PRESS_EVENT, Qt::Key_End}));
+}
+
+TEST_F(ToolkitLayerTest, AReleaseAndAPressOfTheSameTimeAreAutoRepeat) {
+    sendKey(QEvent::KeyPress, 1000);
+    for (const unsigned long repeated : {1500UL, 1540UL}) {
+        sendKey(QEvent::KeyRelease, repeated);
+        sendKey(QEvent::KeyPress, repeated);
+    }
+    const Reported repeatRelease{KX::TOOLKIT_KEY_AUTO_REPEAT_RELEASE_EVENT, Qt::Key_End};
+    const Reported repeatPress{KX::TOOLKIT_KEY_AUTO_REPEAT_PRESS_EVENT, Qt::Key_End};
+    EXPECT_THAT(reports, ElementsAre(Reported{KX::TOOLKIT_KEY_PRESS_EVENT, Qt::Key_End}, repeatRelease,
+                                     repeatPress, repeatRelease, repeatPress));
+}
+
+TEST_F(ToolkitLayerTest, AReleaseThatNoPressFollowsIsReportedWithItsOwnTime) {
+    sendKey(QEvent::KeyPress, 1000);
+    KXSimulation::setTick(77);
+    sendKey(QEvent::KeyRelease, 3300);
+    KXSimulation::setTick(99);
+    EXPECT_EQ(1U, reports.size());
+    EXPECT_TRUE(QTest::qWaitFor([this] { return reports.size() == 2; }));
+    EXPECT_EQ(KX::TOOLKIT_KEY_RELEASE_EVENT, lastReport.eventType);
+    EXPECT_EQ(77U, lastReport.timeStamp);
+}
+
+TEST_F(ToolkitLayerTest, AReleaseThatAPressOfAnotherTimeFollowsIsReportedBeforeIt) {
+    sendKey(QEvent::KeyPress, 1000);
+    sendKey(QEvent::KeyRelease, 3300);
+    sendKey(QEvent::KeyPress, 3301);
+    const Reported press{KX::TOOLKIT_KEY_PRESS_EVENT, Qt::Key_End};
+    EXPECT_THAT(reports, ElementsAre(press, Reported{KX::TOOLKIT_KEY_RELEASE_EVENT, Qt::Key_End}, press));
+}
+
+TEST_F(ToolkitLayerTest, AReleaseIsReportedBeforeWhateverComesNext) {
+    sendKey(QEvent::KeyPress, 1000);
+    sendKey(QEvent::KeyRelease, 3300);
+    turnWheel(120);
+    ASSERT_EQ(3U, reports.size());
+    EXPECT_EQ(KX::TOOLKIT_KEY_RELEASE_EVENT, reports[1].type);
+    EXPECT_EQ(KX::TOOLKIT_WHEEL_EVENT, reports[2].type);
+}
+
+TEST_F(ToolkitLayerTest, TheReleaseOfATapIsReportedAtOnce) {
+    for (const int heldMs : {ToolkitLayer::shortestRepeatDelayMs - 1, ToolkitLayer::shortestRepeatDelayMs}) {
+        reports.clear();
+        sendKey(QEvent::KeyPress, 5000);
+        sendKey(QEvent::KeyRelease, 5000UL + static_cast<unsigned long>(heldMs));
+        EXPECT_EQ(heldMs < ToolkitLayer::shortestRepeatDelayMs ? 2U : 1U, reports.size()) << "held for " << heldMs;
+    }
 }
 
 TEST_F(ToolkitLayerTest, ReportsAKeyThatTheLibraryPostsToTheWindow) {
