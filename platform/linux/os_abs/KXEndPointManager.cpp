@@ -6,6 +6,9 @@
 #include "platform/linux/os_abs/KXEndPointTable.h"
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
+#include <memory_resource>
 #include <poll.h>
 #include <sys/epoll.h>
 #include <sys/ioctl.h>
@@ -56,6 +59,20 @@ unsigned int lookAgain(int descriptor) {
     return poll(&query, 1, 0) > 0 ? static_cast<unsigned short>(query.revents) : 0U;
 }
 
+/// Memory for a vector of a wait. A manager waits on a handful of end points, so that a wait, which comes ten
+/// times a second and with every frame of a busy bus, does not touch the heap.
+template<class Element>
+class WaitMemory {
+public:
+    std::pmr::memory_resource* get() {
+        return &resource;
+    }
+
+private:
+    alignas(Element) std::array<std::byte, 32 * sizeof(Element)> space;
+    std::pmr::monotonic_buffer_resource resource{space.data(), space.size()};
+};
+
 } // namespace
 
 class KX_LOCAL KXEndPointManager::Implementation {
@@ -74,7 +91,7 @@ private:
     int checkConnection(Number number);
     int retry(Number number, const Use& use);
     int reportLost(Number number, const Use& use);
-    int dispatch(const std::vector<epoll_event>& events);
+    int dispatch(const std::pmr::vector<epoll_event>& events);
     int dispatchEvent(const epoll_event& event, bool firstOfRound);
 
     KXEndPointManager* const manager;
@@ -82,7 +99,8 @@ private:
 
 /// One pass of the loop is one round: it ends the wait when it has called anybody.
 int KXEndPointManager::Implementation::wait(unsigned int untilTick) {
-    std::vector<epoll_event> events;
+    WaitMemory<epoll_event> memory;
+    std::pmr::vector<epoll_event> events(memory.get());
     for (;;) {
         int calls = checkConnections();
         const unsigned int now = KXTick::getTickCount();
@@ -97,7 +115,8 @@ int KXEndPointManager::Implementation::wait(unsigned int untilTick) {
 }
 
 int KXEndPointManager::Implementation::checkConnections() {
-    std::vector<Number> numbers;
+    WaitMemory<Number> memory;
+    std::pmr::vector<Number> numbers(memory.get());
     table.getNumbers(numbers);
     int calls = 0;
     for (const Number number : numbers) {
@@ -150,7 +169,7 @@ int KXEndPointManager::Implementation::reportLost(Number number, const Use& use)
     return 1;
 }
 
-int KXEndPointManager::Implementation::dispatch(const std::vector<epoll_event>& events) {
+int KXEndPointManager::Implementation::dispatch(const std::pmr::vector<epoll_event>& events) {
     int calls = 0;
     for (const epoll_event& event : events) {
         calls += dispatchEvent(event, calls == 0);

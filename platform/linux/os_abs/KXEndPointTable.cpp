@@ -138,7 +138,7 @@ void KXEndPointTable::setRetryTick(Number number, unsigned int retryTick) {
     }
 }
 
-void KXEndPointTable::getNumbers(std::vector<Number>& numbers) const {
+void KXEndPointTable::getNumbers(std::pmr::vector<Number>& numbers) const {
     const std::lock_guard<std::mutex> guard(lock);
     numbers.clear();
     numbers.reserve(registrations.size());
@@ -157,7 +157,7 @@ int KXEndPointTable::getTimeToNextRetry(unsigned int now, int limit) const {
     return std::max(limit, 0);
 }
 
-void KXEndPointTable::sleep(std::vector<epoll_event>& events, int timeoutMs) {
+void KXEndPointTable::sleep(std::pmr::vector<epoll_event>& events, int timeoutMs) {
     if (!isOpen()) {
         // Nothing can be watched, but the caller's loop must not spin because of it.
         poll(nullptr, 0, timeoutMs);
@@ -174,7 +174,7 @@ void KXEndPointTable::sleep(std::vector<epoll_event>& events, int timeoutMs) {
     dropWakeUps(events);
 }
 
-void KXEndPointTable::dropWakeUps(std::vector<epoll_event>& events) const {
+void KXEndPointTable::dropWakeUps(std::pmr::vector<epoll_event>& events) const {
     const auto isWakeUp = [](const epoll_event& event) { return event.data.u64 == wakeUpToken; };
     const auto rest = std::remove_if(events.begin(), events.end(), isWakeUp);
     if (rest == events.end()) {

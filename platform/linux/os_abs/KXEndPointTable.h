@@ -3,6 +3,7 @@
 #include <condition_variable>
 #include <cstdint>
 #include <map>
+#include <memory_resource>
 #include <mutex>
 #include <sys/epoll.h>
 #include <thread>
@@ -60,14 +61,14 @@ public:
     void setRetryTick(Number number, unsigned int retryTick);
 
     /// All registrations, in the order in which they were made.
-    void getNumbers(std::vector<Number>& numbers) const;
+    void getNumbers(std::pmr::vector<Number>& numbers) const;
 
     /// Milliseconds from \p now to the next retry of a lost end point, at most \p limit; never negative.
     int getTimeToNextRetry(unsigned int now, int limit) const;
 
     /// Sleeps until something can be read or \p timeoutMs is over.
     /// \param events  resized to what was found; may be empty before the time is over
-    void sleep(std::vector<epoll_event>& events, int timeoutMs);
+    void sleep(std::pmr::vector<epoll_event>& events, int timeoutMs);
 
     /// Marks an end point as in use by this thread, so that nobody else sees it removed meanwhile.
     class Use {
@@ -110,7 +111,7 @@ private:
     bool startWatching(Number number, Registration& registration, int descriptor);
     void stopWatching(Registration& registration);
     bool isUsedElsewhere(Number number) const;
-    void dropWakeUps(std::vector<epoll_event>& events) const;
+    void dropWakeUps(std::pmr::vector<epoll_event>& events) const;
 
     // Set by the constructor and never changed, so read without the lock. Both -1 where the system refused them.
     int epollDescriptor;
