@@ -41,7 +41,6 @@ int main() {
     manager->setLongKeyPressDuration(hourMs);
 
     KX::KXToolkitEvent press;
-    press.eventClass = 2;
     press.eventType = KX::TOOLKIT_KEY_PRESS_EVENT;
     press.timeStamp = KX::KXTick::getTickCount();
     press.osKeyCode = 0x01000000; // Qt::Key_Escape
