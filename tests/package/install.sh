@@ -12,3 +12,12 @@ done
 for file in "$prefix"/bin/* "$prefix/$KX_LIBDIR"/lib*.so; do
     expect_loads_from "$prefix" "$file"
 done
+
+# A header that shows something to users is theirs.
+cd "$KX_SOURCE"
+shown=0
+while read -r header; do
+    shown=$((shown + 1))
+    [ -f "$prefix/$KX_INCLUDEDIR/$header" ] || fail "$header is not installed; cmake/KXInstall.cmake lists what is"
+done < <(grep -rlEs --include='*.h' '\bKX_(EXPORT|[A-Z_]+_API) ' events encoder actions input platform)
+[ "$shown" -gt 0 ] || fail "no header shows anything"
