@@ -2,6 +2,7 @@
 
 #include "input/KXInputEventManager.h"
 #include "terminal/DemoSession.h"
+#include "terminal/DisplayPace.h"
 #include "terminal/EventModel.h"
 #include "terminal/EventPrinter.h"
 #include "terminal/EventPump.h"
@@ -47,6 +48,7 @@ private:
     EventPrinter printer;
     EventModel model;
     MainWindow window;
+    DisplayPace pace;
     EventPump pump;
     ToolkitLayer toolkitLayer;
     std::unique_ptr<DemoSession> demo;
@@ -60,7 +62,8 @@ Terminal::Terminal(const CommandLine& commandLine)
 }
 
 void Terminal::connectParts() {
-    QObject::connect(&pump, &EventPump::eventsTaken, &model, &EventModel::append);
+    QObject::connect(&pump, &EventPump::eventsTaken, &pace, &DisplayPace::take);
+    QObject::connect(&pace, &DisplayPace::due, &model, &EventModel::append);
     if (settings.print)
         QObject::connect(&pump, &EventPump::eventsTaken, &pump,
                          [this](const ClassifiedEvents& events) { printer.print(events); });
@@ -83,6 +86,7 @@ int Terminal::run() {
     scheduleEnd();
     QCoreApplication::exec();
     pump.takeWaitingEvents();
+    pace.flush();
     return settings.screenshotFile.isEmpty() ? 0 : writePicture();
 }
 
