@@ -11,6 +11,9 @@ set(kx_public_headers
     events/KXEventType.h
     events/KXSomeEvent.h
     encoder/KXEncoderDynamic.h
+    actions/KXActionQueue.h
+    input/CANRemoteHandler.h
+    input/CANRemoteOptions.h
     input/KXInputEventManager.h
     platform/KXAction.h
     platform/KXCANRaw.h

@@ -1,4 +1,4 @@
-# libKXAPI_Events: the objects of events/, encoder/ and input/, compiled once.
+# libKXAPI_Events: the objects of events/, encoder/, actions/ and input/, compiled once.
 #
 # Linked with the real platform they are the shared library; tests and replays link the same objects with the
 # simulated platform instead.

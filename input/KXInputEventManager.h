@@ -1,6 +1,7 @@
 #pragma once
 
 #include "events/KXEvent.h"
+#include "input/CANRemoteOptions.h"
 #include "platform/KXExport.h"
 
 #include <atomic>
@@ -9,6 +10,8 @@
 
 namespace KX {
 
+class CANRemoteHandler;
+class KXCANRaw;
 class KXEncoderDynamic;
 class KXEndPointManager;
 class KXEventQueue;
@@ -118,6 +121,17 @@ public:
     /// manager, and may be read while \ref setKeyMapping does not run.
     static std::map<int, int>* getKXtoOSCodeMap();
 
+    /// Takes the layout of a keypad on the CAN bus and, when it is enabled, opens bus 0 and listens to it from
+    /// then on: each change of a key's bit and each move of the encoder becomes a key event by
+    /// \ref generateKeyEvent, and one line on standard output.
+    ///
+    /// Nothing is checked, see \ref CANRemoteOptions. Takes no lock: once, before the keypad's frames can
+    /// arrive. It cannot be switched off; the bus and its handler are kept for the life of the process, and
+    /// another call opens another one.
+    /// \return 0; also when the keypad is not enabled, the bus cannot be opened or the manager is not
+    ///         initialised; else what KXEndPointManager::addEndPoint returns
+    int setCANRemoteOptions(CANRemoteOptions options);
+
     /// Keeps a number for the layout of the keyboard. No translation depends on it.
     void setKeyboardLayout(int layout);
 
@@ -156,7 +170,10 @@ private:
         std::uint32_t longPressMs;
     };
 
+    friend class CANRemoteHandler; // decodes frames by the layout
+
     KX_LOCAL void runWorker();
+    KX_LOCAL int openCANRemote();
     KX_LOCAL int keyCodeOf(int osKeyCode) const;
     KX_LOCAL int forwardAs(int eventType, KXToolkitEvent& event);
     KX_LOCAL int forwardKeyAs(int eventType, KXToolkitEvent& event);
@@ -183,6 +200,11 @@ private:
     KXMutex* mutex = nullptr;                     // owned
     KXEncoderDynamic* encoderDynamic = nullptr;   // the process-wide one, destroyed with the manager
     int keyboardLayout = 0;
+
+    // Set once, before frames arrive; from then on the keys' states belong to the thread that decodes frames.
+    CANRemoteHandler* canRemoteHandler = nullptr; // never released
+    KXCANRaw* canRemoteEndPoint = nullptr;        // never released
+    CANRemoteOptions canRemoteOptions;
 
     // Guarded by mutex.
     KXInputEvent lastPressEvent;     // previous press, as it was before it was reclassified

@@ -22,7 +22,9 @@ SimulatedCAN::~SimulatedCAN() {
     const Lock lock(buses.mutex);
     auto& endPoints = buses.buses[busNumber].endPoints;
     endPoints.erase(std::remove(endPoints.begin(), endPoints.end(), this), endPoints.end());
-    --living.canEndPoints;
+    if (!forgotten) {
+        --living.canEndPoints;
+    }
 }
 
 int SimulatedCAN::configure(unsigned char setting) {
@@ -127,6 +129,13 @@ int CANBuses::getSetting(int bus) const {
 
 void CANBuses::reset() {
     const Lock lock(mutex);
+    for (auto& [number, bus] : buses) {
+        for (SimulatedCAN* endPoint : bus.endPoints) {
+            disconnect(*endPoint);
+            endPoint->forgotten = true;
+            --living.canEndPoints;
+        }
+    }
     buses.clear();
     script.clear();
 }
@@ -144,7 +153,7 @@ void CANBuses::disconnect(SimulatedCAN& endPoint) {
 }
 
 int CANBuses::connect(SimulatedCAN& endPoint) {
-    if (buses[endPoint.busNumber].isDown) {
+    if (endPoint.forgotten || buses[endPoint.busNumber].isDown) {
         return 20;
     }
     endPoint.readId = newEndPointId();

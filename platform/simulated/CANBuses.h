@@ -30,7 +30,8 @@ private:
     friend class CANBuses;
 
     const int busNumber;
-    int readId = -1; // -1: disconnected
+    int readId = -1;        // -1: disconnected
+    bool forgotten = false; // of a time before a reset: on no bus any more, and not counted
     std::deque<KXCANMessage> received;
 };
 

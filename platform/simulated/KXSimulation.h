@@ -30,7 +30,9 @@ public:
     KXSimulation() = delete;
 
     /// Everything as at the start of the program: tick 0, no frames, no faults, no recorded messages. Threads,
-    /// mutexes, pipes and end points must have been destroyed before; if not, says so and aborts.
+    /// mutexes, pipes and end-point managers must have been destroyed before; if not, says so and aborts. CAN
+    /// end points may be left, because a keypad that was switched on keeps its own for the life of the process:
+    /// they are cut off from their bus for good and counted no more.
     static void reset();
 
     // ---- time

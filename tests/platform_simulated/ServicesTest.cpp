@@ -276,11 +276,25 @@ TEST_F(ServicesDeath, ResetSaysWhatIsStillThereAndAborts) {
         KXPipe pipe;
         pipe.init();
         const KXEndPointManager manager;
-        const std::unique_ptr<KXCANRaw> bus(KXCANRaw::create(0, 0, 0));
         KXSimulation::reset();
     };
     EXPECT_DEATH(resetAmong(), "KXSimulation::reset: still there: 1 threads, 2 mutexes, 1 open pipes, "
-                               "1 end-point managers, 1 CAN end points");
+                               "1 end-point managers");
+}
+
+TEST_F(Services, ResetCutsOffACANEndPointThatIsLeftAndCountsItNoMore) {
+    const std::unique_ptr<KXCANRaw> left(KXCANRaw::create(0, 0, 0));
+    KXSimulation::reset();
+    EXPECT_EQ(KXSimulation::getLivingObjects(), 0u);
+    EXPECT_FALSE(left->isConnected());
+    EXPECT_NE(left->reconnect(), 0);
+
+    const std::unique_ptr<KXCANRaw> next(KXCANRaw::create(0, 0, 0));
+    KXSimulation::scheduleCANFrame(0, 0, KXCANMessage());
+    KXCANMessage frame;
+    EXPECT_NE(left->readFrame(frame), 0);
+    EXPECT_EQ(next->readFrame(frame), 0);
+    EXPECT_EQ(KXSimulation::getLivingObjects(), 1u);
 }
 
 } // namespace KX::test

@@ -1,0 +1,187 @@
+#include "actions/KXActionQueue.h"
+
+#include "events/KXEvent.h"
+#include "events/KXEventType.h"
+#include "platform/KXAction.h"
+#include "platform/KXThread.h"
+#include "platform/KXTick.h"
+
+#include <boost/thread/locks.hpp>
+
+#include <cstdint>
+#include <cstdlib>
+#include <iostream>
+#include <tuple>
+
+namespace KX {
+
+namespace {
+
+constexpr int emptied = 0;
+constexpr int emptyOnEntry = 23;
+constexpr int deadlinePassed = 46;
+
+using Lock = boost::unique_lock<boost::mutex>;
+
+// Several threads may post one action at once; each store is whole, and the last one stays.
+void tellTriggeringEventType(KXAction& action, int eventType) {
+    __atomic_store_n(&action.triggeringEventType, eventType, __ATOMIC_RELAXED);
+}
+
+void reportLoop(const KXActionQueue::actionItem& item) {
+    std::cout << "KXActionQueue::executeActions: Found loop for " << static_cast<const void*>(item.action)
+              << ", triggered by object " << static_cast<const void*>(item.userData) << ", on event '"
+              << translateEventTypeToString(item.eventType) << " [" << item.eventType << "] via action "
+              << static_cast<const void*>(item.triggeringAction) << " (" << item.executedCount
+              << "). Terminating execution." << std::endl;
+}
+
+// Says which action runs for as long as it runs, also when it ends by an exception.
+class CurrentAction {
+public:
+    CurrentAction(std::atomic<KXAction*>& current, KXAction* action) : currentAction(current) {
+        currentAction.store(action, std::memory_order_relaxed);
+    }
+
+    ~CurrentAction() {
+        currentAction.store(nullptr, std::memory_order_relaxed);
+    }
+
+    CurrentAction(const CurrentAction&) = delete;
+    CurrentAction& operator=(const CurrentAction&) = delete;
+
+private:
+    std::atomic<KXAction*>& currentAction;
+};
+
+} // namespace
+
+bool KXActionQueue::actionItem::operator<(const actionItem& other) const {
+    const auto key = [](const actionItem& item) {
+        return std::make_tuple(
+            reinterpret_cast<std::uintptr_t>(item.action), reinterpret_cast<std::uintptr_t>(item.triggeringAction),
+            static_cast<unsigned int>(item.eventType), reinterpret_cast<std::uintptr_t>(item.userData));
+    };
+    return key(*this) < key(other);
+}
+
+KXActionQueue* KXActionQueue::theInstance = nullptr;
+
+KXActionQueue* KXActionQueue::create() {
+    if (theInstance)
+        std::cerr << "Creating new KXActionQueue instance, but there was already an existing one!" << std::endl;
+    else
+        theInstance = new KXActionQueue;
+    return theInstance;
+}
+
+KXActionQueue* KXActionQueue::instance() {
+    if (!theInstance) {
+        std::cerr << "KXActionQueue::instance() called without creating an KXActionQueue instance before."
+                  << std::endl
+                  << "Use KXActionQueue::create() in advance to create one!" << std::endl
+                  << "Aborting..." << std::endl;
+        std::abort();
+    }
+    return theInstance;
+}
+
+void KXActionQueue::release() {
+    delete theInstance;
+    theInstance = nullptr;
+}
+
+KXActionQueue::KXActionQueue() = default;
+
+KXActionQueue::~KXActionQueue() = default;
+
+void KXActionQueue::postAction(KXAction* action, KXEvent* event, void* userData) {
+    if (!action) {
+        std::cout << "KXActionQueue::postAction(nullptr): Ignored." << std::endl;
+        return;
+    }
+    const int eventType = event ? event->eventType : 0;
+    tellTriggeringEventType(*action, eventType);
+
+    const actionItem item = {
+        action,   currentAction.load(std::memory_order_relaxed), eventType,
+        userData, executedCount.load(std::memory_order_relaxed), KXThread::getCurrentThreadID()};
+    const Lock lock(mutex);
+    pendingItems.push_back(item);
+    pendingCount.store(pendingItems.size(), std::memory_order_release);
+    itemPosted.notify_one();
+}
+
+int KXActionQueue::executeActions(unsigned int deadline, bool detectLoops) {
+    // Latched for good by the first drain of the process: loops are told only from posts of that thread.
+    static const unsigned int executingThreadID = KXThread::getCurrentThreadID();
+
+    int status = emptyOnEntry;
+    while (pendingCount.load(std::memory_order_acquire) != 0) {
+        const actionItem item = takeOldest();
+        status = emptied;
+        handle(item, detectLoops, executingThreadID);
+        if (KXTick::getTickCount() > deadline)
+            return deadlinePassed;
+    }
+    forgetDrain();
+    return status;
+}
+
+KXActionQueue::actionItem KXActionQueue::takeOldest() {
+    Lock lock(mutex);
+    // Another thread may have drained the queue since the look without the lock.
+    while (pendingItems.empty())
+        itemPosted.wait(lock);
+    const actionItem item = pendingItems.front();
+    pendingItems.pop_front();
+    pendingCount.store(pendingItems.size(), std::memory_order_release);
+    return item;
+}
+
+void KXActionQueue::handle(const actionItem& item, bool detectLoops, unsigned int executingThreadID) {
+    if (!item.action->isReady())
+        return;
+    if (!detectLoops) {
+        item.action->execute(nullptr);
+        return;
+    }
+    if (item.executedCount != executedCount.load(std::memory_order_relaxed))
+        openGeneration(item);
+    if (isLoop(item, executingThreadID))
+        reportLoop(item);
+    else
+        executeRecorded(item);
+}
+
+// Something ran between the posting of this item and now, so what ran may be what led to it.
+void KXActionQueue::openGeneration(const actionItem& item) {
+    executedBefore.merge(executedNow);
+    executedNow.clear();
+    generationTrigger = item.triggeringAction;
+}
+
+bool KXActionQueue::isLoop(const actionItem& item, unsigned int executingThreadID) const {
+    const auto earlier = executedBefore.find(item);
+    return earlier != executedBefore.end() && earlier->eventType != 0 && earlier->userData != nullptr &&
+           earlier->executedCount < item.executedCount && earlier->threadID == executingThreadID;
+}
+
+void KXActionQueue::executeRecorded(const actionItem& item) {
+    {
+        const CurrentAction running(currentAction, item.action);
+        item.action->execute(nullptr);
+        executedCount.fetch_add(1, std::memory_order_relaxed);
+    }
+    executedNow.insert(item);
+}
+
+void KXActionQueue::forgetDrain() {
+    executedBefore.clear();
+    executedNow.clear();
+    currentAction.store(nullptr, std::memory_order_relaxed);
+    generationTrigger = nullptr;
+    executedCount.store(0, std::memory_order_relaxed);
+}
+
+} // namespace KX

@@ -1,0 +1,111 @@
+#pragma once
+
+#include "platform/KXExport.h"
+
+#include <atomic>
+#include <boost/thread/condition_variable.hpp>
+#include <boost/thread/mutex.hpp>
+#include <deque>
+#include <set>
+
+namespace KX {
+
+class KXAction;
+class KXEvent;
+
+/// Runs actions that objects post on events: later, in order, on one thread, within a time budget.
+///
+/// Any thread posts; one thread drains. Since actions post further actions, a drain can be told to look for
+/// loops: an action that the same chain has run before, triggered by the same action, on the same event and for
+/// the same object, is reported and dropped.
+///
+/// One queue serves the process. Creating and releasing it belongs to start-up and shut-down, on one thread.
+/// Actions and objects are never owned and must outlive the items that point to them.
+class KX_EVENTS_API KXActionQueue {
+public:
+    /// One request to run an action.
+    struct actionItem {
+        KXAction* action; ///< never null in the queue
+        KXAction*
+            triggeringAction; ///< the action that was running with loop detection when this was posted, or null
+        int eventType;        ///< of the event on which it was posted; 0 for none
+        void* userData;       ///< the object for which it was posted; passed through
+        unsigned int executedCount; ///< the queue's \ref KXActionQueue::executedCount at that time
+        unsigned int threadID;      ///< who posted
+
+        /// By the first four fields, each as an unsigned number; the last two take no part, so two items that
+        /// differ in them alone are one to a set.
+        KX_EVENTS_API bool operator<(const actionItem& other) const;
+    };
+
+    /// Makes the queue. If there is one already, says so on standard error and returns that.
+    static KXActionQueue* create();
+
+    /// The queue. Without one, says so on standard error and aborts the process.
+    static KXActionQueue* instance();
+
+    /// Destroys the queue; what it holds is not run. Harmless without one.
+    static void release();
+
+    /// \throws boost::thread_resource_error  the system has no mutex or condition variable left
+    KXActionQueue();
+
+    /// Drops what is queued without running it.
+    virtual ~KXActionQueue();
+
+    KXActionQueue(const KXActionQueue&) = delete;
+    KXActionQueue& operator=(const KXActionQueue&) = delete;
+
+    /// Queues \p action. Any thread, also from inside an action that runs. Blocks for the time in which another
+    /// thread appends an item.
+    ///
+    /// The action learns the type of the event here and now, not when it runs: after two posts it knows the
+    /// second. A null action is ignored, which is said on standard output.
+    /// \param event     may be null: then the type is 0, and the item never counts as a loop
+    /// \param userData  may be null: then the item never counts as a loop
+    /// \throws boost::lock_error  the lock failed; nothing is queued
+    void postAction(KXAction* action, KXEvent* event, void* userData);
+
+    /// Runs queued actions, those that they post included, until none is left or the time is up. No lock is
+    /// held while an action runs. At least one item is handled, however late it is. An action that is not ready
+    /// is dropped; a loop is reported on standard output and dropped.
+    ///
+    /// To be called on one thread, always the same: only what is posted on the thread that first called this
+    /// function can be a loop. Never waits for an item unless another thread took the last one meanwhile; that
+    /// wait is a Boost interruption point.
+    /// \param deadline     tick (see KXTick) after which no further item is begun
+    /// \param detectLoops  whether to keep the history by which loops are found
+    /// \return 0 the queue was emptied; 23 it was empty on entry; 46 the deadline passed after an item, and the
+    ///         history is kept for the next call
+    /// \throws boost::thread_interrupted  interrupted in the wait; nothing is taken
+    int executeActions(unsigned int deadline, bool detectLoops);
+
+    // Public for those who look into a queue from a debugger or a test; the queue itself changes them.
+
+    std::deque<actionItem> pendingItems; ///< in posting order; guarded by mutex
+    boost::mutex mutex;
+    boost::condition_variable itemPosted; ///< goes with mutex; signalled once a post
+
+    // Written by the executing thread only. The atomics are read by postAction on any thread without the lock.
+
+    std::set<actionItem> executedBefore;           ///< executed in earlier generations of this drain
+    std::atomic<KXAction*> currentAction{nullptr}; ///< running now with loop detection, or null
+    KXAction* generationTrigger = nullptr;         ///< triggering action of the item that opened the generation
+    std::set<actionItem> executedNow;              ///< executed in the current generation
+    std::atomic<unsigned int> executedCount{0};    ///< executed with loop detection since the queue ran empty
+
+private:
+    KX_LOCAL actionItem takeOldest();
+    KX_LOCAL void forgetDrain();
+    KX_LOCAL void handle(const actionItem& item, bool detectLoops, unsigned int executingThreadID);
+    KX_LOCAL void openGeneration(const actionItem& item);
+    KX_LOCAL bool isLoop(const actionItem& item, unsigned int executingThreadID) const;
+    KX_LOCAL void executeRecorded(const actionItem& item);
+
+    static KXActionQueue* theInstance;
+
+    // Size of pendingItems, for looking without the lock; written under mutex.
+    std::atomic<std::size_t> pendingCount{0};
+};
+
+} // namespace KX

@@ -1,0 +1,155 @@
+// The keypad on the CAN bus. Its keys go the long way round: each becomes a Qt key event for the active window,
+// so that it means there what the same key of a keyboard means, and comes back through the toolkit layer.
+
+#include "input/CANRemoteHandler.h"
+#include "input/CANRemoteOptions.h"
+#include "input/KXInputEventManager.h"
+
+#include "events/EventClass.h"
+#include "events/KXCANMessage.h"
+#include "events/KXEventType.h"
+#include "input/Status.h"
+#include "platform/KXCANRaw.h"
+#include "platform/KXEndPointManager.h"
+#include "platform/KXTick.h"
+
+#include <iostream>
+#include <iterator>
+
+namespace KX {
+
+namespace {
+
+constexpr std::uint32_t extendedIdentifierBits = 0x1FFFFFFF;
+
+// How many steps of the encoder may lie between two frames for a wrap to be recognised as one.
+constexpr std::uint32_t stepsAcrossWrap = 9;
+
+// The position outlives managers: the knob does not turn back when an application starts its manager anew.
+// Touched by the one thread that decodes frames.
+std::uint16_t lastEncoderPosition = 0;
+
+// A byte outside the frame reads as 0.
+unsigned int byteAt(const KXCANMessage& message, int index) {
+    return index >= 0 && index < static_cast<int>(std::size(message.canData)) ? message.canData[index] : 0;
+}
+
+int bitAt(const KXCANMessage& message, int byteIndex, int bitIndex) {
+    const bool isInByte = bitIndex >= 0 && bitIndex < 8;
+    return isInByte ? static_cast<int>(byteAt(message, byteIndex) >> bitIndex & 1U) : 0;
+}
+
+void generateKey(int eventType, int keyCode, unsigned int now) {
+    KXInputEvent event;
+    event.eventType = eventType;
+    event.timeStamp = now;
+    event.value = 65535;
+    event.keyCode = keyCode;
+    KXInputEventManager::generateKeyEvent(event);
+}
+
+int encoderPosition(const KXCANMessage& message, const CANRemoteOptions& options) {
+    const int lowIndex = options.encoderByteIndex;
+    const int highIndex = options.encoderLittleEndian ? lowIndex + 1 : lowIndex - 1;
+    const unsigned int position = byteAt(message, lowIndex) | byteAt(message, highIndex) << 8;
+    return static_cast<int>(position & options.encoderMask);
+}
+
+struct EncoderMove {
+    const char* text;
+    int keyCode;
+};
+
+// The counter wraps at its mask, so a leap over nearly all of its range is a small move the other way.
+EncoderMove encoderMove(int position, int last, const CANRemoteOptions& options) {
+    const int smallestLeap = static_cast<int>(options.encoderMask - stepsAcrossWrap);
+    if (position > last) {
+        if (smallestLeap > position - last)
+            return {"ENCODER UP: ", options.encoderUpKeyCode};
+        return {"ENCODER DOWN underflow: ", options.encoderDownKeyCode};
+    }
+    if (smallestLeap > last - position)
+        return {"ENCODER DOWN: ", options.encoderDownKeyCode};
+    return {"ENCODER UP overflow: ", options.encoderUpKeyCode};
+}
+
+void decodeEncoder(const KXCANMessage& message, const CANRemoteOptions& options, unsigned int now) {
+    const int last = lastEncoderPosition;
+    const int position = encoderPosition(message, options);
+    if (position == last)
+        return;
+    const EncoderMove move = encoderMove(position, last, options);
+    std::cout << move.text << position << " (" << last << ")" << std::endl;
+    generateKey(ENCODER_MOVE_EVENT, move.keyCode, now);
+    lastEncoderPosition = static_cast<std::uint16_t>(position);
+}
+
+void decodeKey(const KXCANMessage& message, KeyOptionsCANRemote& key, unsigned int now) {
+    const int bit = bitAt(message, key.byteIndex, key.bitIndex);
+    if (bit == key.pressed)
+        return;
+    std::cout << "Key " << key.keyNumber << ", KeyCode: " << key.keyCode << ", " << (bit ? "pressed" : "released")
+              << std::endl;
+    generateKey(bit ? KEY_PRESS_EVENT : KEY_RELEASE_EVENT, key.keyCode, now);
+    key.pressed = bit;
+}
+
+void decodeFrame(const KXCANMessage& message, CANRemoteOptions& options, unsigned int now) {
+    const std::uint32_t frameId = message.canId & extendedIdentifierBits;
+    if (message.canId != 0 && frameId == options.encoderCANId)
+        decodeEncoder(message, options, now);
+    const auto keys = options.keyIndex.equal_range(static_cast<int>(frameId));
+    for (auto key = keys.first; key != keys.second; ++key)
+        decodeKey(message, *key->second, now);
+}
+
+} // namespace
+
+int KXInputEventManager::setCANRemoteOptions(CANRemoteOptions options) {
+    for (std::size_t i = 0; i < std::size(options.keys); ++i) {
+        KeyOptionsCANRemote& key = canRemoteOptions.keys[i];
+        key = options.keys[i];
+        key.pressed = 0;
+        canRemoteOptions.keyIndex.emplace(key.canId, &key);
+    }
+    canRemoteOptions.encoderUpKeyCode = options.encoderUpKeyCode;
+    canRemoteOptions.encoderDownKeyCode = options.encoderDownKeyCode;
+    canRemoteOptions.encoderCANId = options.encoderCANId;
+    canRemoteOptions.encoderByteIndex = options.encoderByteIndex;
+    canRemoteOptions.endPointSetting = options.endPointSetting;
+    canRemoteOptions.encoderMask = options.encoderMask;
+    canRemoteOptions.encoderLittleEndian = options.encoderLittleEndian;
+    return options.enabled ? openCANRemote() : STATUS_OK;
+}
+
+int KXInputEventManager::openCANRemote() {
+    if (!endPointManager)
+        return STATUS_OK;
+    std::cout << "KXInputEventManager::setRask44options: 44 enabled" << std::endl;
+    canRemoteEndPoint = KXCANRaw::create(0, 0, 0);
+    if (!canRemoteEndPoint)
+        return STATUS_OK;
+    canRemoteEndPoint->configure(canRemoteOptions.endPointSetting);
+    // Neither the bus nor the handler is ever released: a keypad that was switched on stays on for the life of
+    // the process.
+    canRemoteHandler = new CANRemoteHandler(this);
+    return endPointManager->addEndPoint(canRemoteEndPoint, canRemoteHandler);
+}
+
+CANRemoteHandler::CANRemoteHandler(KXInputEventManager* servedManager) : inputEventManager(servedManager) {}
+
+CANRemoteHandler::~CANRemoteHandler() = default;
+
+void CANRemoteHandler::onEndPointReadable(KXEndPoint* endPoint, KXEndPointManager*) {
+    const unsigned int now = KXTick::getTickCount();
+    auto* const bus = dynamic_cast<KXCANRaw*>(endPoint);
+    KXCANMessage message;
+    if (bus && bus->readFrame(message) == 0)
+        decodeFrame(message, inputEventManager->canRemoteOptions, now);
+}
+
+void CANRemoteHandler::onEndPointReconnected(KXEndPoint*) {}
+
+void CANRemoteHandler::onEndPointDisconnected(KXEndPoint*) {}
+
+} // namespace KX

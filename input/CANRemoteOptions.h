@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+
+namespace KX {
+
+/// One key of a keypad on the CAN bus: which bit of which frame it is, and what it means.
+struct KeyOptionsCANRemote {
+    int keyNumber = 0; ///< the number on the keypad, for the line that tells of a press
+    int keyCode = 0;   ///< the key code that the key produces; the toolkit must know a key for it
+    int byteIndex = 0; ///< data byte that holds the bit, 0 to 7
+    int bitIndex = 0;  ///< bit in that byte, 0 the least significant, to 7
+    int canId = 0;     ///< 29-bit identifier of the frame
+    int pressed = 0;   ///< last state seen, 1 or 0; begins with 0
+};
+
+/// The layout of a keypad with up to 16 keys and a rotary encoder on the CAN bus.
+///
+/// Nothing is checked when it is handed over: a bit outside the frame is never pressed, and a key code that the
+/// toolkit has no key for takes the program down when it is pressed.
+struct CANRemoteOptions {
+    bool enabled = false; ///< whether to open the bus
+    int encoderUpKeyCode = 4;
+    int encoderDownKeyCode = 5;
+    std::multimap<int, KeyOptionsCANRemote*> keyIndex; ///< from identifier to keys; the manager fills its own
+    KeyOptionsCANRemote keys[16];
+    std::uint32_t encoderCANId = 0;     ///< 29-bit identifier; a frame with identifier 0 is never the encoder's
+    std::uint8_t encoderByteIndex = 0;  ///< data byte with the low half of the position
+    std::uint8_t endPointSetting = 0;   ///< handed to the bus driver
+    std::uint32_t encoderMask = 0xFFFF; ///< bits of the position that count; they also tell where it wraps
+    bool encoderLittleEndian = true;    ///< whether the high half follows the low one; else it stands before it
+};
+
+} // namespace KX

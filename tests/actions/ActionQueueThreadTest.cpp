@@ -1,0 +1,131 @@
+#include "actions/KXActionQueue.h"
+#include "events/KXEvent.h"
+#include "tests/support/TestAction.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <boost/thread/thread.hpp>
+#include <memory>
+#include <thread>
+#include <vector>
+
+namespace KX {
+namespace {
+
+using test::TestAction;
+
+constexpr unsigned int farAhead = 0xFFFFFFFFU;
+
+struct Note {
+    int thread, number;
+};
+
+// Four threads post while the executing one drains: every item runs once, in each thread's order.
+TEST(ActionQueueThreads, run_every_item_once_in_the_order_of_each_poster) {
+    constexpr int posters = 4;
+    constexpr int posts = 2000;
+    KXActionQueue queue;
+    std::vector<std::vector<int>> seen(posters);
+    std::vector<std::unique_ptr<TestAction>> actions[posters];
+    for (int poster = 0; poster < posters; ++poster)
+        for (int i = 0; i < posts; ++i)
+            actions[poster].push_back(std::make_unique<TestAction>(
+                [&seen, poster, i] { seen[static_cast<std::size_t>(poster)].push_back(i); }));
+
+    std::atomic<int> running{posters};
+    std::vector<std::thread> threads;
+    for (auto& own : actions)
+        threads.emplace_back([&queue, &own, &running] {
+            KXEvent event;
+            event.eventType = 24;
+            for (auto& action : own)
+                queue.postAction(action.get(), &event, action.get());
+            --running;
+        });
+    while (running > 0)
+        queue.executeActions(farAhead, true);
+    queue.executeActions(farAhead, true);
+    for (auto& thread : threads)
+        thread.join();
+
+    for (const auto& order : seen) {
+        ASSERT_EQ(order.size(), static_cast<std::size_t>(posts));
+        EXPECT_TRUE(std::is_sorted(order.begin(), order.end()));
+    }
+}
+
+TEST(ActionQueueThreads, may_post_one_action_at_once) {
+    KXActionQueue queue;
+    TestAction action;
+    std::vector<std::thread> threads;
+    for (int type = 1; type <= 4; ++type)
+        threads.emplace_back([&queue, &action, type] {
+            KXEvent event;
+            event.eventType = type;
+            for (int i = 0; i < 1000; ++i)
+                queue.postAction(&action, &event, nullptr);
+        });
+    for (auto& thread : threads)
+        thread.join();
+    EXPECT_EQ(queue.executeActions(farAhead, true), 0);
+    EXPECT_EQ(action.executions, 4000);
+    EXPECT_GE(action.triggeringEventType, 1);
+    EXPECT_LE(action.triggeringEventType, 4);
+}
+
+// The queue says that an item waits, and another thread takes it before the lock: played by hand on the public
+// members.
+class OutrunDrain : public testing::Test {
+protected:
+    void SetUp() override {
+        queue.postAction(&action, nullptr, nullptr);
+        queue.mutex.lock();
+    }
+
+    // Lets the draining thread run into the lock and takes its item away.
+    void takeTheItemAway() {
+        while (!draining)
+            std::this_thread::yield();
+        queue.pendingItems.clear();
+        queue.mutex.unlock();
+    }
+
+    KXActionQueue queue;
+    TestAction action;
+    std::atomic<bool> draining{false};
+};
+
+TEST_F(OutrunDrain, waits_for_the_next_item) {
+    int status = -1;
+    std::thread drain([&] {
+        draining = true;
+        status = queue.executeActions(farAhead, true);
+    });
+    takeTheItemAway();
+    TestAction next;
+    queue.postAction(&next, nullptr, nullptr);
+    drain.join();
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(next.executions, 1);
+    EXPECT_EQ(action.executions, 0);
+}
+
+TEST_F(OutrunDrain, leaves_the_wait_when_it_is_interrupted) {
+    std::atomic<bool> interrupted{false};
+    boost::thread drain([&] {
+        draining = true;
+        try {
+            queue.executeActions(farAhead, true);
+        } catch (const boost::thread_interrupted&) {
+            interrupted = true;
+        }
+    });
+    takeTheItemAway();
+    drain.interrupt();
+    drain.join();
+    EXPECT_TRUE(interrupted);
+}
+
+} // namespace
+} // namespace KX

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "platform/KXAction.h"
+
+#include <functional>
+
+namespace KX::test {
+
+/// An action that does what a test tells it, and counts.
+class TestAction : public KXAction {
+public:
+    TestAction() = default;
+
+    explicit TestAction(std::function<void()> whatToDo) : onExecute(std::move(whatToDo)) {}
+
+    bool isReady() override {
+        ++asked;
+        return ready;
+    }
+
+    void execute(void* argument) override {
+        ++executions;
+        argumentsWereNull = argumentsWereNull && argument == nullptr;
+        if (onExecute)
+            onExecute();
+    }
+
+    std::function<void()> onExecute;
+    bool ready = true;
+    bool argumentsWereNull = true;
+    int asked = 0;
+    int executions = 0;
+};
+
+} // namespace KX::test
