@@ -1,0 +1,35 @@
+#pragma once
+
+#include <ostream>
+#include <sstream>
+#include <string>
+
+namespace KX::test {
+
+/// Takes what is written to a stream of this process while it lives. Cheap enough for a hundred thousand steps.
+class ScopedStream {
+public:
+    explicit ScopedStream(std::ostream& takenStream) : stream(takenStream), original(stream.rdbuf(&buffer)) {}
+
+    ~ScopedStream() {
+        stream.rdbuf(original);
+    }
+
+    ScopedStream(const ScopedStream&) = delete;
+    ScopedStream& operator=(const ScopedStream&) = delete;
+
+    /// What was written since the last call.
+    std::string take() {
+        std::string text = buffer.str();
+        if (!text.empty())
+            buffer.str("");
+        return text;
+    }
+
+private:
+    std::ostream& stream;
+    std::stringbuf buffer;
+    std::streambuf* original;
+};
+
+} // namespace KX::test
