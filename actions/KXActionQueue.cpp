@@ -1,8 +1,6 @@
 #include "actions/KXActionQueue.h"
 
-#include "events/KXEvent.h"
 #include "events/KXEventType.h"
-#include "platform/KXAction.h"
 #include "platform/KXThread.h"
 #include "platform/KXTick.h"
 
@@ -108,7 +106,6 @@ void KXActionQueue::postAction(KXAction* action, KXEvent* event, void* userData)
         userData, executedCount.load(std::memory_order_relaxed), KXThread::getCurrentThreadID()};
     const Lock lock(mutex);
     pendingItems.push_back(item);
-    pendingCount.store(pendingItems.size(), std::memory_order_release);
     itemPosted.notify_one();
 }
 
@@ -117,7 +114,7 @@ int KXActionQueue::executeActions(unsigned int deadline, bool detectLoops) {
     static const unsigned int executingThreadID = KXThread::getCurrentThreadID();
 
     int status = emptyOnEntry;
-    while (pendingCount.load(std::memory_order_acquire) != 0) {
+    while (!pendingItems.empty()) {
         const actionItem item = takeOldest();
         status = emptied;
         handle(item, detectLoops, executingThreadID);
@@ -135,7 +132,6 @@ KXActionQueue::actionItem KXActionQueue::takeOldest() {
         itemPosted.wait(lock);
     const actionItem item = pendingItems.front();
     pendingItems.pop_front();
-    pendingCount.store(pendingItems.size(), std::memory_order_release);
     return item;
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "events/KXEvent.h"
+#include "platform/KXAction.h"
 #include "platform/KXExport.h"
 
 #include <atomic>
@@ -9,9 +11,6 @@
 #include <set>
 
 namespace KX {
-
-class KXAction;
-class KXEvent;
 
 /// Runs actions that objects post on events: later, in order, on one thread, within a time budget.
 ///
@@ -36,6 +35,47 @@ public:
         /// By the first four fields, each as an unsigned number; the last two take no part, so two items that
         /// differ in them alone are one to a set.
         KX_EVENTS_API bool operator<(const actionItem& other) const;
+    };
+
+    /// Items in posting order. All but \ref empty and \ref size is for those who hold the queue's mutex; these
+    /// two may be asked without it.
+    class itemDeque : private std::deque<actionItem> {
+    public:
+        using std::deque<actionItem>::back;
+        using std::deque<actionItem>::begin;
+        using std::deque<actionItem>::end;
+        using std::deque<actionItem>::front;
+        using std::deque<actionItem>::operator[];
+
+        bool empty() const {
+            return size() == 0;
+        }
+
+        std::size_t size() const {
+            return count.load(std::memory_order_acquire);
+        }
+
+        void push_back(const actionItem& item) {
+            deque::push_back(item);
+            publishSize();
+        }
+
+        void pop_front() {
+            deque::pop_front();
+            publishSize();
+        }
+
+        void clear() {
+            deque::clear();
+            publishSize();
+        }
+
+    private:
+        void publishSize() {
+            count.store(deque::size(), std::memory_order_release);
+        }
+
+        std::atomic<std::size_t> count{0};
     };
 
     /// Makes the queue. If there is one already, says so on standard error and returns that.
@@ -82,7 +122,7 @@ public:
 
     // Public for those who look into a queue from a debugger or a test; the queue itself changes them.
 
-    std::deque<actionItem> pendingItems; ///< in posting order; guarded by mutex
+    itemDeque pendingItems; ///< in posting order; guarded by mutex, but for a look whether it is empty
     boost::mutex mutex;
     boost::condition_variable itemPosted; ///< goes with mutex; signalled once a post
 
@@ -94,6 +134,8 @@ public:
     std::set<actionItem> executedNow;              ///< executed in the current generation
     std::atomic<unsigned int> executedCount{0};    ///< executed with loop detection since the queue ran empty
 
+    static KXActionQueue* theInstance; ///< null unless \ref create has made one
+
 private:
     KX_LOCAL actionItem takeOldest();
     KX_LOCAL void forgetDrain();
@@ -101,11 +143,6 @@ private:
     KX_LOCAL void openGeneration(const actionItem& item);
     KX_LOCAL bool isLoop(const actionItem& item, unsigned int executingThreadID) const;
     KX_LOCAL void executeRecorded(const actionItem& item);
-
-    static KXActionQueue* theInstance;
-
-    // Size of pendingItems, for looking without the lock; written under mutex.
-    std::atomic<std::size_t> pendingCount{0};
 };
 
 } // namespace KX

@@ -1,6 +1,5 @@
 #include "encoder/KXEncoderDynamic.h"
 
-#include "events/KXEvent.h"
 #include "events/KXEventType.h"
 #include "platform/KXDebug.h"
 

@@ -1,13 +1,12 @@
 #pragma once
 
+#include "events/KXEvent.h"
 #include "platform/KXExport.h"
 
 #include <cstdint>
 #include <vector>
 
 namespace KX {
-
-class KXInputEvent;
 
 /// One row of the encoder's speed table.
 struct KXEncoderDynamicPair {

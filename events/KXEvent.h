@@ -1,5 +1,6 @@
 #pragma once
 
+#include "events/KXEventType.h"
 #include "platform/KXExport.h"
 
 #include <cstdint>

@@ -39,7 +39,7 @@ unsigned int KXEventQueueAsQueue::getSize() {
 }
 
 bool KXEventQueueAsQueue::isEmpty() {
-    return getSize() == 0;
+    return eventCount.load(std::memory_order_acquire) == 0;
 }
 
 } // namespace KX

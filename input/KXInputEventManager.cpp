@@ -2,7 +2,6 @@
 
 #include "encoder/KXEncoderDynamic.h"
 #include "events/EventFields.h"
-#include "events/KXEventQueue.h"
 #include "input/Status.h"
 #include "platform/KXEndPointManager.h"
 #include "platform/KXMutex.h"
@@ -64,24 +63,30 @@ KXInputEventManager::~KXInputEventManager() {
 }
 
 int KXInputEventManager::initialize() {
-    if (endPointManager)
-        return STATUS_OK;
-
     acceptingInput = true;
     setDoubleKeyPressDuration(300);
     setLongKeyPressDuration(2000);
     encoderDynamic = KXEncoderDynamic::instance();
     stopThread = false;
-    endPointManager = new KXEndPointManager;
-    inputEventsQueue = KXEventQueue::create(KXEventQueue::EVENT_QUEUE_AS_PIPE);
+    // What an earlier call made is in use: the worker waits on it, an application holds its end point.
+    if (!endPointManager)
+        endPointManager = new KXEndPointManager;
+    if (!inputEventsQueue)
+        inputEventsQueue = KXEventQueue::create(KXEventQueue::EVENT_QUEUE_AS_PIPE);
     initializeOSCodeToKXCodeMap();
-    mutex = KXMutex::create();
+    if (!thread)
+        startWorker();
+    return STATUS_OK;
+}
+
+void KXInputEventManager::startWorker() {
+    if (!mutex)
+        mutex = KXMutex::create();
     thread = KXThread::create("inputEventMgr");
     if (!thread)
-        return STATUS_OK;
+        return;
     thread->setEntryFunction(&inputEventManagerThreadFunc, this);
     thread->start(0, 0);
-    return STATUS_OK;
 }
 
 void KXInputEventManager::deinitialize() {

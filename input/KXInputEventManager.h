@@ -1,6 +1,7 @@
 #pragma once
 
 #include "events/KXEvent.h"
+#include "events/KXEventQueue.h"
 #include "input/CANRemoteOptions.h"
 #include "platform/KXExport.h"
 
@@ -14,7 +15,6 @@ class CANRemoteHandler;
 class KXCANRaw;
 class KXEncoderDynamic;
 class KXEndPointManager;
-class KXEventQueue;
 class KXMutex;
 class KXThread;
 
@@ -60,8 +60,8 @@ public:
 
     // ---- lifecycle: called by the constructor and the destructor
 
-    /// Sets the defaults and makes the queue, the mutex and the worker thread. Does nothing when that has been
-    /// done and not undone. Without a thread (the platform refused one) long presses and bundles are never sent.
+    /// Sets the defaults and makes the queue, the mutex and the worker thread; those that exist stay as they are.
+    /// Without a thread (the platform refused one) long presses and bundles are never sent.
     /// \return 0
     int initialize();
 
@@ -172,6 +172,7 @@ private:
 
     friend class CANRemoteHandler; // decodes frames by the layout
 
+    KX_LOCAL void startWorker();
     KX_LOCAL void runWorker();
     KX_LOCAL int openCANRemote();
     KX_LOCAL int keyCodeOf(int osKeyCode) const;

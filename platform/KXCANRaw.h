@@ -16,7 +16,8 @@ public:
     /// \param bus            number of the bus, from 0
     /// \param bitRate        in bit/s; 0: as the system has it
     /// \param receiveBuffer  frames that the system holds for us; 0: as the system has it
-    /// \return owned by the caller; null when the bus cannot be opened
+    /// \return owned by the caller; null when the bus cannot be opened. One that exists but is down at the moment
+    ///         may come closed (see \ref isConnected) instead, so that a keypad survives the order of start-up
     static KXCANRaw* create(int bus, int bitRate, int receiveBuffer);
 
     ~KXCANRaw() override;

@@ -219,6 +219,16 @@ TEST_F(ActionQueue, runs_what_an_action_posts_in_the_same_drain) {
     EXPECT_EQ(action.executions, 1000);
 }
 
+TEST_F(ActionQueue, runs_what_was_put_into_it_by_hand_and_forgets_what_was_taken_out) {
+    TestAction action;
+    queue->pendingItems.push_back({&action, nullptr, KEY_PRESS_EVENT, &object, 0, 0});
+    EXPECT_EQ(queue->executeActions(farAhead, true), 0);
+    EXPECT_EQ(action.executions, 1);
+    post(action);
+    queue->pendingItems.clear();
+    EXPECT_EQ(queue->executeActions(farAhead, true), 23);
+}
+
 TEST_F(ActionQueue, discards_what_is_queued_when_it_is_released) {
     TestAction action;
     post(action);
@@ -226,8 +236,10 @@ TEST_F(ActionQueue, discards_what_is_queued_when_it_is_released) {
     KXActionQueue::release();
     EXPECT_EQ(action.asked, 0);
     EXPECT_EQ(action.executions, 0);
+    EXPECT_EQ(KXActionQueue::theInstance, nullptr);
     KXActionQueue::release();
     queue = KXActionQueue::create();
+    EXPECT_EQ(KXActionQueue::theInstance, queue);
     EXPECT_EQ(queue->executeActions(farAhead, true), 23);
 }
 

@@ -109,6 +109,30 @@ TEST_F(Manager, initialized_twice_is_initialized_once) {
     EXPECT_EQ(KXSimulation::getLivingObjects(), objects);
 }
 
+TEST_F(Manager, initialized_twice_has_its_defaults_back) {
+    manager->acceptInput(false);
+    manager->setLongKeyPressDuration(500);
+    manager->setKeyMapping({{Qt::Key_Home, 12}});
+    EXPECT_EQ(manager->initialize(), 0);
+    operatorPresses(Qt::Key_Home);
+    EXPECT_EQ(expectPosted(KEY_PRESS_EVENT).keyCode, 1);
+    timePasses(1999);
+    expectNothingMore();
+    timePasses(100);
+    expectPosted(KEY_LONG_PRESS_EVENT);
+}
+
+TEST_F(Manager, initialized_again_after_a_refused_thread_has_one) {
+    KXInputEventManager::deleteInstance();
+    KXSimulation::refuseThreads(1);
+    manager = KXInputEventManager::createInstance();
+    EXPECT_EQ(manager->initialize(), 0);
+    operatorPresses(Qt::Key_Home);
+    timePasses(2000);
+    expectPosted(KEY_PRESS_EVENT);
+    expectPosted(KEY_LONG_PRESS_EVENT);
+}
+
 TEST_F(Manager, destroys_the_encoder_dynamics_with_itself) {
     KXEncoderDynamic::instance()->setUserFactor(7);
     KXInputEventManager::deleteInstance();

@@ -36,7 +36,8 @@ struct ClassificationModel {
         acceptsInput = true;
         setDoublePress(300);
         setLongPress(2000);
-        encoder = EncoderModel::initialized();
+        if (!encoder)
+            encoder = EncoderModel::initialized();
         hasQueue = true;
         setDefaultKeys();
     }

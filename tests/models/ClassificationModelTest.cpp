@@ -308,10 +308,9 @@ std::string ClassificationRun::managerRestarts(std::string& operation) {
     isInitialized = true;
     return both(
         [&] {
-            if (isNeeded) {
-                model.initialize();
+            model.initialize();
+            if (isNeeded)
                 startWorker();
-            }
             return 0;
         },
         [&] { return manager->initialize(); });

@@ -7,11 +7,13 @@
 #include <gtest/gtest.h>
 
 #include <sys/epoll.h>
+#include <thread>
 
 namespace {
 
 /// The clock of this program stands that far from the real one.
 std::atomic<unsigned int> clockOffset{0};
+std::atomic<bool> clockStands{false};
 std::atomic<int> sleeps{0};
 
 } // namespace
@@ -19,7 +21,7 @@ std::atomic<int> sleeps{0};
 // The library calls these instead of its own clock and of the system.
 
 unsigned int KX::KXTick::getTickCount() {
-    return static_cast<unsigned int>(getSteadyMs()) + clockOffset;
+    return clockStands ? clockOffset.load() : static_cast<unsigned int>(getSteadyMs()) + clockOffset;
 }
 
 extern "C" KX_EXPORT int epoll_wait(int descriptor, epoll_event* events, int most, int timeoutMs) {
@@ -36,6 +38,7 @@ class KXEndPointWaitTest : public testing::Test {
 protected:
     void SetUp() override {
         clockOffset = 0;
+        clockStands = false;
         ASSERT_EQ(manager.addEndPoint(&endPoint, &handler), 0);
     }
 
@@ -52,6 +55,22 @@ protected:
     SocketEndPoint endPoint;
     RecordingHandler handler;
 };
+
+TEST_F(KXEndPointWaitTest, endsAfterItsTimeWhenTheClockOfTheProgramStandsStill) {
+    clockStands = true;
+    clockOffset = 1000;
+    const auto begin = getSteadyMs();
+    EXPECT_EQ(manager.waitForEndPoints(KXTick::getTickCount() + 100, 0), 0);
+    EXPECT_GE(getSteadyMs() - begin, 99);
+    EXPECT_EQ(KXTick::getTickCount(), 1000u);
+}
+
+TEST_F(KXEndPointWaitTest, endsAfterItsTimeWhenTheClockOfTheProgramIsSetBack) {
+    const unsigned int until = KXTick::getTickCount() + 100;
+    std::thread setter([] { clockOffset = 0u - 1000000u; });
+    EXPECT_EQ(manager.waitForEndPoints(until, 0), 0);
+    setter.join();
+}
 
 TEST_F(KXEndPointWaitTest, anIdleWaitOfTheWorkerIsOneSleepingSystemCall) {
     for (int pass = 0; pass < 10; ++pass) {

@@ -7,7 +7,9 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <memory_resource>
 #include <poll.h>
 #include <sys/epoll.h>
@@ -31,6 +33,29 @@ const int checkIntervalMs = 1000;
 int getTimeUntil(unsigned int tick, unsigned int now) {
     return static_cast<int>(tick - now);
 }
+
+/// When a wait is to end: when its tick has come, or when the time until then has really passed. A program may
+/// bring a tick of its own, which stands still while its tests look; a thread that waits must end all the same.
+class TimeLimit {
+public:
+    explicit TimeLimit(unsigned int limitingTick)
+        : tick(limitingTick),
+          time(Clock::now() + std::chrono::milliseconds(getTimeUntil(tick, KXTick::getTickCount()))) {}
+
+    int getRemainingMs() const {
+        using std::chrono::ceil;
+        using std::chrono::milliseconds;
+        const auto untilTime = ceil<milliseconds>(time - Clock::now()).count();
+        const auto untilTick = getTimeUntil(tick, KXTick::getTickCount());
+        return static_cast<int>(std::min<std::int64_t>(untilTime, untilTick));
+    }
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    const unsigned int tick;
+    const Clock::time_point time;
+};
 
 unsigned int getRetryTick() {
     return KXTick::getTickCount() + static_cast<unsigned int>(retryIntervalMs);
@@ -99,16 +124,16 @@ private:
 
 /// One pass of the loop is one round: it ends the wait when it has called anybody.
 int KXEndPointManager::Implementation::wait(unsigned int untilTick) {
+    const TimeLimit limit(untilTick);
     WaitMemory<epoll_event> memory;
     std::pmr::vector<epoll_event> events(memory.get());
     for (;;) {
         int calls = checkConnections();
-        const unsigned int now = KXTick::getTickCount();
-        const int remainingMs = std::min(getTimeUntil(untilTick, now), checkIntervalMs);
+        const int remainingMs = std::min(limit.getRemainingMs(), checkIntervalMs);
         // Somebody was told already: look who else can be told, but do not sleep on it.
-        table.sleep(events, calls > 0 ? 0 : table.getTimeToNextRetry(now, remainingMs));
+        table.sleep(events, calls > 0 ? 0 : table.getTimeToNextRetry(KXTick::getTickCount(), remainingMs));
         calls += dispatch(events);
-        if (calls > 0 || getTimeUntil(untilTick, KXTick::getTickCount()) <= 0) {
+        if (calls > 0 || limit.getRemainingMs() <= 0) {
             return calls;
         }
     }
