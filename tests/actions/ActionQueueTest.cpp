@@ -1,3 +1,4 @@
+#include "tests/support/ActionQueueTest.h"
 #include "actions/KXActionQueue.h"
 #include "events/KXEvent.h"
 #include "events/KXEventType.h"
@@ -13,24 +14,13 @@
 namespace KX {
 namespace {
 
+using test::farAhead;
 using test::TestAction;
 
-constexpr unsigned int farAhead = 0xFFFFFFFFU;
-
-class ActionQueue : public testing::Test {
+class ActionQueue : public test::ActionQueueTest {
 protected:
-    void SetUp() override {
-        KXSimulation::reset();
-        queue = KXActionQueue::create();
-        event.eventType = KEY_PRESS_EVENT;
-    }
-
-    void TearDown() override {
-        KXActionQueue::release();
-    }
-
     void post(KXAction& action) {
-        queue->postAction(&action, &event, &object);
+        ActionQueueTest::post(action, &object);
     }
 
     void expectNothingRemembered() {
@@ -41,10 +31,6 @@ protected:
         EXPECT_EQ(queue->generationTrigger, nullptr);
         EXPECT_EQ(queue->executedCount, 0U);
     }
-
-    KXActionQueue* queue = nullptr;
-    KXEvent event;
-    int object = 0;
 };
 
 TEST_F(ActionQueue, starts_empty_and_says_so_by_its_status) {

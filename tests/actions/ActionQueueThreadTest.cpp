@@ -17,10 +17,6 @@ using test::TestAction;
 
 constexpr unsigned int farAhead = 0xFFFFFFFFU;
 
-struct Note {
-    int thread, number;
-};
-
 // Four threads post while the executing one drains: every item runs once, in each thread's order.
 TEST(ActionQueueThreads, run_every_item_once_in_the_order_of_each_poster) {
     constexpr int posters = 4;

@@ -3,6 +3,7 @@
 #include "events/KXEventType.h"
 #include "platform/KXTick.h"
 #include "platform/simulated/KXSimulation.h"
+#include "tests/support/ActionQueueTest.h"
 #include "tests/support/TestAction.h"
 
 #include <gtest/gtest.h>
@@ -13,26 +14,11 @@
 namespace KX {
 namespace {
 
+using test::farAhead;
 using test::TestAction;
 
-constexpr unsigned int farAhead = 0xFFFFFFFFU;
-
-class LoopDetection : public testing::Test {
+class LoopDetection : public test::ActionQueueTest {
 protected:
-    void SetUp() override {
-        KXSimulation::reset();
-        queue = KXActionQueue::create();
-        event.eventType = KEY_PRESS_EVENT;
-    }
-
-    void TearDown() override {
-        KXActionQueue::release();
-    }
-
-    void post(KXAction& posted, void* userData) {
-        queue->postAction(&posted, &event, userData);
-    }
-
     // Drains and returns what the queue wrote meanwhile.
     std::string drain(int expectedStatus = 0, unsigned int deadline = farAhead) {
         testing::internal::CaptureStdout();
@@ -58,10 +44,7 @@ protected:
         return action;
     }
 
-    KXActionQueue* queue = nullptr;
-    KXEvent event;
     TestAction action;
-    int object = 0;
 };
 
 TEST_F(LoopDetection, refuses_the_third_run_of_an_action_that_posts_itself) {

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "actions/KXActionQueue.h"
+#include "events/KXEventType.h"
+#include "platform/simulated/KXSimulation.h"
+
+#include <gtest/gtest.h>
+
+namespace KX::test {
+
+constexpr unsigned int farAhead = 0xFFFFFFFFU;
+
+/// An action queue in virtual time, on whose thread everything happens, and an event and an object to post with.
+class ActionQueueTest : public testing::Test {
+protected:
+    void SetUp() override {
+        KXSimulation::reset();
+        queue = KXActionQueue::create();
+        event.eventType = KEY_PRESS_EVENT;
+    }
+
+    void TearDown() override {
+        KXActionQueue::release();
+    }
+
+    void post(KXAction& action, void* userData) {
+        queue->postAction(&action, &event, userData);
+    }
+
+    KXActionQueue* queue = nullptr;
+    KXEvent event;
+    int object = 0;
+};
+
+} // namespace KX::test
