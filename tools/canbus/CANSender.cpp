@@ -8,6 +8,7 @@
 #include <net/if.h>
 #include <poll.h>
 #include <stdexcept>
+#include <string_view>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -17,7 +18,7 @@
 
 namespace {
 
-const std::string virtualBusPrefix = "unix:";
+constexpr std::string_view virtualBusPrefix = "unix:";
 const unsigned int longestData = 8;
 
 bool isVirtualBus(const std::string& bus) {
