@@ -1,0 +1,142 @@
+#include "tools/kxcan/Arguments.h"
+
+#include "tools/canbus/CANLog.h"
+
+#include <algorithm>
+#include <charconv>
+#include <optional>
+
+namespace {
+
+constexpr double slowestSpeed = 0.001;
+constexpr double greatestSpeed = 1000;
+constexpr std::uint32_t errorFlag = 0x20000000;
+
+/// Goes through the arguments and tells of a bad one by its number.
+class Reader {
+public:
+    explicit Reader(const std::vector<std::string>& allArguments) : arguments(allArguments) {}
+
+    bool isAtEnd() const {
+        return next == arguments.size();
+    }
+
+    const std::string& take(const std::string& what) {
+        if (isAtEnd()) {
+            throw BadInput("kxcan: " + what + " is missing; kxcan --help shows how to call it");
+        }
+        return arguments[next++];
+    }
+
+    /// Refuses the argument that was taken last.
+    [[noreturn]] void refuse(const std::string& reason) const {
+        throw BadInput("kxcan: argument " + std::to_string(next) + ": " + reason);
+    }
+
+    [[noreturn]] void refuseUnknown(const std::string& what) const {
+        std::string text = "'" + arguments[next - 1] + "'";
+        std::replace_if(
+            text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c == 127; }, '?');
+        refuse(what + " " + text);
+    }
+
+private:
+    const std::vector<std::string>& arguments;
+    std::size_t next = 0;
+};
+
+bool isOption(const std::string& text) {
+    return text.size() > 1 && text.front() == '-';
+}
+
+double takeSpeed(Reader& reader) {
+    const std::string& text = reader.take("the number of --speed");
+    double speed = 0;
+    const auto result = std::from_chars(text.data(), text.data() + text.size(), speed, std::chars_format::fixed);
+    // Also false for a number that is none.
+    const bool isInRange = speed >= slowestSpeed && speed <= greatestSpeed;
+    if (result.ec != std::errc() || result.ptr != text.data() + text.size() || !isInRange) {
+        reader.refuse("the speed is not a number from 0.001 to 1000");
+    }
+    return speed;
+}
+
+std::optional<Arguments> parseInformation(const std::string& text) {
+    Arguments result;
+    if (text == "--help" || text == "-h") {
+        result.action = Arguments::Action::ShowHelp;
+    } else if (text == "--version" || text == "-v") {
+        result.action = Arguments::Action::ShowVersion;
+    } else {
+        return std::nullopt;
+    }
+    return result;
+}
+
+Arguments parseSend(Reader& reader, Arguments result) {
+    result.action = Arguments::Action::Send;
+    result.bus = reader.take("the bus");
+    if (isOption(result.bus)) {
+        reader.refuseUnknown("unknown option");
+    }
+    do {
+        const std::string& text = reader.take("the frame");
+        try {
+            result.frames.push_back(checkThatItCanBeSent(parseCANFrame(text)));
+        } catch (const std::runtime_error& error) {
+            reader.refuse(error.what());
+        }
+    } while (!reader.isAtEnd());
+    return result;
+}
+
+Arguments parsePlay(Reader& reader, Arguments result) {
+    result.action = Arguments::Action::Play;
+    std::vector<std::string> names;
+    std::optional<double> speed;
+    while (!reader.isAtEnd() || names.size() < 2) {
+        const std::string& text = reader.take(names.empty() ? "the bus" : "the file");
+        if (text == "--fast" || text == "--speed") {
+            if (speed) {
+                reader.refuse("the speed is given twice");
+            }
+            speed = text == "--fast" ? 0 : takeSpeed(reader);
+        } else if (isOption(text)) {
+            reader.refuseUnknown("unknown option");
+        } else if (names.size() == 2) {
+            reader.refuseUnknown("unexpected");
+        } else {
+            names.push_back(text);
+        }
+    }
+    result.bus = names[0];
+    result.file = names[1];
+    result.speed = speed.value_or(1);
+    return result;
+}
+
+} // namespace
+
+Arguments parseArguments(const std::vector<std::string>& arguments) {
+    Reader reader(arguments);
+    const std::string& command = reader.take("a command, send or play,");
+    for (const std::string& text : arguments) {
+        if (const auto information = parseInformation(text)) {
+            return *information;
+        }
+    }
+    if (command == "send") {
+        return parseSend(reader, {});
+    }
+    if (command == "play") {
+        return parsePlay(reader, {});
+    }
+    reader.refuseUnknown("unknown command");
+}
+
+const KX::KXCANMessage& checkThatItCanBeSent(const KX::KXCANMessage& frame) {
+    if ((frame.canId & errorFlag) != 0) {
+        throw BadInput("an error frame cannot be sent; only the driver of a bus makes them");
+    }
+    return frame;
+}

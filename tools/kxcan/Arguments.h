@@ -1,0 +1,31 @@
+#pragma once
+
+#include "events/KXCANMessage.h"
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+/// What is wrong with the input, on one line: the program ends with status 2.
+class BadInput : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// The command line of kxcan, checked.
+struct Arguments {
+    enum class Action { ShowHelp, ShowVersion, Send, Play };
+
+    Action action = Action::ShowHelp;
+    std::string bus;
+    std::vector<KX::KXCANMessage> frames; ///< to send
+    std::string file;                     ///< to play; "-" is standard input
+    double speed = 1;                     ///< how many times faster than it was recorded; 0: without any wait
+};
+
+/// \throws BadInput  it names the argument by its number: 1 is the first behind the program's name
+Arguments parseArguments(const std::vector<std::string>& arguments);
+
+/// \return \p frame
+/// \throws BadInput  an error frame, which only a bus driver makes
+const KX::KXCANMessage& checkThatItCanBeSent(const KX::KXCANMessage& frame);

@@ -1,0 +1,163 @@
+#include "tools/kxcan/Playback.h"
+
+#include "tools/canbus/CANLog.h"
+#include "tools/canbus/CANSender.h"
+#include "tools/kxcan/Arguments.h"
+#include "tools/kxcan/Progress.h"
+
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <optional>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+struct Entry {
+    std::chrono::microseconds time{0};
+    KX::KXCANMessage frame;
+};
+
+/// Takes the frames out of a log line by line.
+class LogReader {
+public:
+    explicit LogReader(std::string fileName) : name(std::move(fileName)) {
+        if (name != "-") {
+            file = std::fopen(name.c_str(), "re");
+        }
+        if (file == nullptr) {
+            fail(std::strerror(errno));
+        }
+    }
+
+    ~LogReader() {
+        if (file != nullptr && file != stdin) {
+            std::fclose(file);
+        }
+        std::free(buffer);
+    }
+
+    LogReader(const LogReader&) = delete;
+    LogReader& operator=(const LogReader&) = delete;
+
+    /// \return false behind the last one
+    bool read(Entry& entry) {
+        while (readLine()) {
+            if (isCANLogComment(line)) {
+                continue;
+            }
+            try {
+                const CANLogLine parsed = parseCANLogLine(line);
+                entry = Entry{parsed.time, checkThatItCanBeSent(parsed.frame)};
+                return true;
+            } catch (const std::runtime_error& error) {
+                fail(std::to_string(lineNumber) + ": " + error.what());
+            }
+        }
+        return false;
+    }
+
+private:
+    bool readLine() {
+        errno = 0;
+        const ssize_t size = getline(&buffer, &capacity, file);
+        if (size < 0) {
+            // EISDIR: a folder, which opens like a file. EIO: a medium that went away.
+            if (std::feof(file) == 0) {
+                fail(std::strerror(errno));
+            }
+            return false;
+        }
+        ++lineNumber;
+        line = std::string_view(buffer, static_cast<std::size_t>(size));
+        if (!line.empty() && line.back() == '\n') {
+            line.remove_suffix(1);
+        }
+        return true;
+    }
+
+    [[noreturn]] void fail(const std::string& reason) const {
+        throw BadInput(name + ":" + (lineNumber == 0 ? " " : "") + reason);
+    }
+
+    const std::string name;
+    std::FILE* file = stdin;
+    char* buffer = nullptr; // grown by getline
+    std::size_t capacity = 0;
+    std::string_view line;
+    unsigned long lineNumber = 0;
+};
+
+/// Says when a frame is due, as far from the first as in the log.
+class Schedule {
+public:
+    explicit Schedule(double speedFactor) : speed(speedFactor) {}
+
+    /// A frame that is late, or whose time lies before that of a former one, is due at once.
+    void waitFor(std::chrono::microseconds time) {
+        if (speed == 0) {
+            return;
+        }
+        if (!firstTime) {
+            firstTime = time;
+            start = Clock::now();
+        }
+        const std::chrono::duration<double, std::micro> distance = (time - *firstTime) / speed;
+        std::this_thread::sleep_until(start + std::chrono::duration_cast<Clock::duration>(distance));
+    }
+
+private:
+    const double speed;
+    std::optional<std::chrono::microseconds> firstTime;
+    Clock::time_point start;
+};
+
+std::vector<Entry> readAll(const std::string& name) {
+    LogReader reader(name);
+    std::vector<Entry> entries;
+    Entry entry;
+    while (reader.read(entry)) {
+        entries.push_back(entry);
+    }
+    return entries;
+}
+
+} // namespace
+
+Playback::Playback(std::string fileName, double speed) : name(std::move(fileName)), speedFactor(speed) {}
+
+void Playback::run(const std::string& bus) {
+    if (name == "-") {
+        CANSender sender(bus);
+        playStandardInput(sender);
+        return;
+    }
+    const std::vector<Entry> entries = readAll(name);
+    CANSender sender(bus);
+    Schedule schedule(speedFactor);
+    Progress progress(entries.size());
+    for (const Entry& entry : entries) {
+        schedule.waitFor(entry.time);
+        sender.send(entry.frame);
+        progress.countFrame();
+    }
+}
+
+void Playback::playStandardInput(CANSender& sender) const {
+    LogReader reader(name);
+    Schedule schedule(speedFactor);
+    Progress progress(0);
+    Entry entry;
+    while (reader.read(entry)) {
+        schedule.waitFor(entry.time);
+        sender.send(entry.frame);
+        progress.countFrame();
+    }
+}

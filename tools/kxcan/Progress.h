@@ -1,0 +1,32 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+
+/// Tells on standard error how far a play has come: on a terminal on one line that is written over, else, where
+/// it may be a file, on a line of its own now and then in a play that is long.
+class Progress {
+public:
+    /// \param numberOfFrames  0: not known
+    explicit Progress(std::size_t numberOfFrames);
+
+    /// Ends the line on a terminal, so that what is said next does not stand in it.
+    ~Progress();
+
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+
+    void countFrame();
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    void show() const;
+
+    const std::size_t total;
+    const bool isTerminal;
+    const Clock::duration interval;
+    Clock::time_point lastShown = Clock::now();
+    std::size_t sent = 0;
+    bool hasShown = false;
+};
