@@ -1,0 +1,82 @@
+#pragma once
+
+#include <QApplication>
+#include <QKeyEvent>
+#include <QWidget>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <ostream>
+#include <utility>
+#include <vector>
+
+namespace KX::test {
+
+/// One application without a display for all tests of a program: Qt allows no second one. To be registered with
+/// testing::AddGlobalTestEnvironment.
+class OffscreenApplication : public testing::Environment {
+public:
+    void SetUp() override {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+        application = std::make_unique<QApplication>(argumentCount, arguments);
+    }
+
+    void TearDown() override {
+        application.reset();
+    }
+
+private:
+    int argumentCount = 1;
+    char name[5] = "test";
+    char* arguments[2] = {name, nullptr};
+    std::unique_ptr<QApplication> application;
+};
+
+/// A key event as the toolkit delivers it.
+struct ToolkitKey {
+    bool isPress;
+    int key;
+
+    bool operator==(const ToolkitKey& other) const {
+        return isPress == other.isPress && key == other.key;
+    }
+
+    friend std::ostream& operator<<(std::ostream& out, const ToolkitKey& key) {
+        return out << (key.isPress ? "press of 0x" : "release of 0x") << std::hex << key.key << std::dec;
+    }
+};
+
+/// The active window; it notes the key events posted to it.
+class KeyRecorder : public QWidget {
+public:
+    KeyRecorder() {
+        show();
+        QApplication::setActiveWindow(this);
+        QApplication::processEvents();
+        EXPECT_EQ(QApplication::activeWindow(), this);
+    }
+
+    /// What was posted since the last call.
+    std::vector<ToolkitKey> take() {
+        QCoreApplication::sendPostedEvents(this);
+        return std::exchange(keys, {});
+    }
+
+protected:
+    bool event(QEvent* event) override {
+        if (event->type() != QEvent::KeyPress && event->type() != QEvent::KeyRelease)
+            return QWidget::event(event);
+        const auto* const key = static_cast<QKeyEvent*>(event);
+        EXPECT_EQ(key->modifiers(), Qt::NoModifier);
+        EXPECT_EQ(key->count(), 1);
+        EXPECT_FALSE(key->isAutoRepeat());
+        EXPECT_TRUE(key->text().isEmpty());
+        keys.push_back({key->type() == QEvent::KeyPress, key->key()});
+        return true;
+    }
+
+private:
+    std::vector<ToolkitKey> keys;
+};
+
+} // namespace KX::test
