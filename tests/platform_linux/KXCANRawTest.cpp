@@ -9,6 +9,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
@@ -20,6 +21,7 @@
 #include <sys/stat.h>
 #include <sys/un.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -28,6 +30,7 @@ using KX::KXCANMessage;
 using KX::KXCANRaw;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::Not;
 
 sockaddr_un makeAddress(const std::string& path) {
     sockaddr_un address{};
@@ -46,9 +49,10 @@ public:
     Sender(const Sender&) = delete;
     Sender& operator=(const Sender&) = delete;
 
-    bool send(const void* data, std::size_t size) {
+    /// \param flags  0: waits while the bus is full
+    bool send(const void* data, std::size_t size, int flags = MSG_DONTWAIT) {
         const sockaddr_un address = makeAddress(path);
-        return sendto(descriptor, data, size, MSG_DONTWAIT, reinterpret_cast<const sockaddr*>(&address),
+        return sendto(descriptor, data, size, flags, reinterpret_cast<const sockaddr*>(&address),
                       sizeof(address)) == static_cast<ssize_t>(size);
     }
 
@@ -155,6 +159,37 @@ TEST_F(KXVirtualCANTest, framesComeInTheOrderOfTheBus) {
     }
 }
 
+TEST_F(KXVirtualCANTest, aFloodComesWholeAndInOrder) {
+    auto bus = create();
+    ASSERT_NE(bus, nullptr);
+    const unsigned int count = 10000;
+    std::thread flood([this] {
+        Sender sender(path);
+        bool goesOn = true;
+        for (unsigned int i = 0; goesOn && i < count; ++i) {
+            can_frame frame{};
+            frame.can_id = i | CAN_EFF_FLAG;
+            frame.can_dlc = 8;
+            goesOn = sender.send(&frame, sizeof(frame), 0);
+            EXPECT_TRUE(goesOn) << "frame " << i;
+        }
+    });
+    KXCANMessage message;
+    unsigned int read = 0;
+    for (bool goesOn = true; goesOn && read < count; read += goesOn ? 1 : 0) {
+        goesOn = waitUntil([&] { return bus->readFrame(message) == 0; });
+        if (goesOn && message.canId != (read | CAN_EFF_FLAG)) {
+            ADD_FAILURE() << "frame " << read << " has the identifier " << message.canId;
+            goesOn = false;
+        }
+    }
+    EXPECT_EQ(read, count);
+    EXPECT_NE(bus->readFrame(message), 0) << "more came than was sent";
+    // Lets a sender go that waits for room after a failure.
+    bus.reset();
+    flood.join();
+}
+
 TEST_F(KXVirtualCANTest, anEmptyBusLeavesTheMessageUntouched) {
     const auto bus = create();
     ASSERT_NE(bus, nullptr);
@@ -202,6 +237,26 @@ TEST_F(KXVirtualCANTest, otherDatagramsAreDroppedAndReportedOnce) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "[kx_can_raw:1] bus 0: dropped a datagram of 15 bytes that is no CAN frame; more of them are only "
               "counted\n");
+}
+
+/// Runs this program with one test of it. \return what it wrote
+std::string runTestWith(const std::string& environment, const std::string& test) {
+    const std::string program = std::filesystem::read_symlink("/proc/self/exe");
+    const std::string command = environment + " '" + program + "' --gtest_filter='" + test + "' 2>&1";
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> pipe(popen(command.c_str(), "r"), pclose);
+    std::string output;
+    for (int character = std::fgetc(pipe.get()); character != EOF; character = std::fgetc(pipe.get())) {
+        output += static_cast<char>(character);
+    }
+    return output;
+}
+
+TEST_F(KXVirtualCANTest, theNumberOfOtherDatagramsIsToldAtTheEnd) {
+    // The level counts from the start of a program.
+    const std::string test = "KXVirtualCANTest.otherDatagramsAreDroppedAndReportedOnce";
+    EXPECT_THAT(runTestWith("KX_DEBUG=kx_can_raw=2", test),
+                HasSubstr("[kx_can_raw:2] bus 0: 5 datagrams were no CAN frames\n"));
+    EXPECT_THAT(runTestWith("KX_DEBUG=kx_can_raw=1", test), Not(HasSubstr("datagrams")));
 }
 
 TEST_F(KXVirtualCANTest, hasOneSettingOnly) {
