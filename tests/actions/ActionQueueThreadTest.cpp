@@ -6,8 +6,11 @@
 
 #include <atomic>
 #include <boost/thread/thread.hpp>
+#include <fstream>
 #include <memory>
+#include <string>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 namespace KX {
@@ -79,29 +82,38 @@ protected:
         queue.mutex.lock();
     }
 
-    // Lets the draining thread run into the lock and takes its item away.
+    int drain() {
+        drainingThread = gettid();
+        return queue.executeActions(farAhead, true);
+    }
+
+    // Lets the draining thread run into the lock, where it sleeps, and takes its item away.
     void takeTheItemAway() {
-        while (!draining)
+        while (drainingThread == 0 || !sleeps(drainingThread))
             std::this_thread::yield();
         queue.pendingItems.clear();
         queue.mutex.unlock();
     }
 
+    static bool sleeps(pid_t thread) {
+        std::ifstream stat("/proc/self/task/" + std::to_string(thread) + "/stat");
+        std::string id, name, state;
+        stat >> id >> name >> state;
+        return state == "S";
+    }
+
     KXActionQueue queue;
     TestAction action;
-    std::atomic<bool> draining{false};
+    std::atomic<pid_t> drainingThread{0};
 };
 
 TEST_F(OutrunDrain, waits_for_the_next_item) {
     int status = -1;
-    std::thread drain([&] {
-        draining = true;
-        status = queue.executeActions(farAhead, true);
-    });
+    std::thread thread([&] { status = drain(); });
     takeTheItemAway();
     TestAction next;
     queue.postAction(&next, nullptr, nullptr);
-    drain.join();
+    thread.join();
     EXPECT_EQ(status, 0);
     EXPECT_EQ(next.executions, 1);
     EXPECT_EQ(action.executions, 0);
@@ -109,17 +121,16 @@ TEST_F(OutrunDrain, waits_for_the_next_item) {
 
 TEST_F(OutrunDrain, leaves_the_wait_when_it_is_interrupted) {
     std::atomic<bool> interrupted{false};
-    boost::thread drain([&] {
-        draining = true;
+    boost::thread thread([&] {
         try {
-            queue.executeActions(farAhead, true);
+            drain();
         } catch (const boost::thread_interrupted&) {
             interrupted = true;
         }
     });
     takeTheItemAway();
-    drain.interrupt();
-    drain.join();
+    thread.interrupt();
+    thread.join();
     EXPECT_TRUE(interrupted);
 }
 

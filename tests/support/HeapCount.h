@@ -13,11 +13,25 @@ inline std::atomic<unsigned long> heapAllocations{0};
 
 } // namespace KX::test
 
-void* operator new(std::size_t size) {
+// All forms are replaced: AddressSanitizer brings its own of each, and they would not fit together with ours.
+
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
     ++KX::test::heapAllocations;
-    if (void* memory = std::malloc(size))
+    return std::malloc(size);
+}
+
+void* operator new(std::size_t size) {
+    if (void* memory = operator new(size, std::nothrow))
         return memory;
     throw std::bad_alloc();
+}
+
+void* operator new[](std::size_t size) {
+    return operator new(size);
+}
+
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+    return operator new(size, std::nothrow);
 }
 
 void operator delete(void* memory) noexcept {
@@ -25,5 +39,13 @@ void operator delete(void* memory) noexcept {
 }
 
 void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+
+void operator delete[](void* memory) noexcept {
+    std::free(memory);
+}
+
+void operator delete[](void* memory, std::size_t) noexcept {
     std::free(memory);
 }
