@@ -11,7 +11,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <optional>
 #include <string_view>
 #include <thread>
 #include <vector>
@@ -105,17 +104,19 @@ public:
         if (speed == 0) {
             return;
         }
-        if (!firstTime) {
+        if (!hasStarted) {
+            hasStarted = true;
             firstTime = time;
             start = Clock::now();
         }
-        const std::chrono::duration<double, std::micro> distance = (time - *firstTime) / speed;
+        const std::chrono::duration<double, std::micro> distance = (time - firstTime) / speed;
         std::this_thread::sleep_until(start + std::chrono::duration_cast<Clock::duration>(distance));
     }
 
 private:
     const double speed;
-    std::optional<std::chrono::microseconds> firstTime;
+    bool hasStarted = false;
+    std::chrono::microseconds firstTime{0};
     Clock::time_point start;
 };
 
