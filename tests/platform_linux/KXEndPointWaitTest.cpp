@@ -67,7 +67,12 @@ TEST_F(KXEndPointWaitTest, endsAfterItsTimeWhenTheClockOfTheProgramStandsStill) 
 
 TEST_F(KXEndPointWaitTest, endsAfterItsTimeWhenTheClockOfTheProgramIsSetBack) {
     const unsigned int until = KXTick::getTickCount() + 100;
-    std::thread setter([] { clockOffset = 0u - 1000000u; });
+    sleeps = 0;
+    std::thread setter([] {
+        while (sleeps == 0)
+            std::this_thread::yield();
+        clockOffset = 0u - 1000000u;
+    });
     EXPECT_EQ(manager.waitForEndPoints(until, 0), 0);
     setter.join();
 }
