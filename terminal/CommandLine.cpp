@@ -19,12 +19,22 @@ struct Options {
                                   QStringLiteral("FILE")};
     QCommandLineOption demo{QStringLiteral("demo"),
                             QStringLiteral("Play a short sequence of operator input on the window, then end.")};
+    QCommandLineOption canBus{
+        QStringLiteral("can-bus"),
+        QStringLiteral("Bus of the keypad: an interface (can0) or a virtual bus (unix:PATH). "
+                       "Else KX_CAN_BUS_0, else a virtual bus of its own."),
+        QStringLiteral("BUS")};
+    QCommandLineOption keypad{QStringLiteral("keypad"),
+                              QStringLiteral("Read the layout of the keypad from FILE: lines such as "
+                                             "'key 1 code 0 byte 0 bit 0 id 18FF0001' and "
+                                             "'encoder id 18FF0002 byte 0 little mask FFFF up 4 down 5'."),
+                              QStringLiteral("FILE")};
     QCommandLineOption help{{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Show this help.")};
     QCommandLineOption version{{QStringLiteral("v"), QStringLiteral("version")},
                                QStringLiteral("Show the version.")};
 
     void addTo(QCommandLineParser& parser) const {
-        parser.addOptions({print, exitAfter, screenshot, demo, help, version});
+        parser.addOptions({print, canBus, keypad, exitAfter, screenshot, demo, help, version});
     }
 };
 
@@ -89,6 +99,16 @@ CommandLine readSettings(const QCommandLineParser& parser, const Options& option
         settings.screenshotFile = parser.value(options.screenshot);
         if (settings.screenshotFile.isEmpty())
             return refuse(QStringLiteral("--screenshot: the file name is empty"));
+    }
+    if (parser.isSet(options.canBus)) {
+        settings.canBus = parser.value(options.canBus);
+        if (settings.canBus->isEmpty())
+            return refuse(QStringLiteral("--can-bus: the name of the bus is empty"));
+    }
+    if (parser.isSet(options.keypad)) {
+        settings.keypadFile = parser.value(options.keypad);
+        if (settings.keypadFile.isEmpty())
+            return refuse(QStringLiteral("--keypad: the file name is empty"));
     }
     return settings;
 }

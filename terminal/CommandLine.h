@@ -20,6 +20,8 @@ struct CommandLine {
     bool demo = false;
     std::optional<int> exitAfterMs;
     QString screenshotFile; ///< empty: none
+    std::optional<QString> canBus;
+    QString keypadFile; ///< empty: the built-in layout
 
     /// Needs a QCoreApplication, but no window system. \p arguments begin with the name of the program.
     static CommandLine parse(const QStringList& arguments);

@@ -1,7 +1,12 @@
 #include "terminal/DemoSession.h"
 
 #include "platform/KXTick.h"
+#include "terminal/ActionPanel.h"
+#include "terminal/KeypadKey.h"
+#include "terminal/KeypadKnob.h"
+#include "terminal/KeypadPanel.h"
 #include "terminal/MainWindow.h"
+#include "terminal/ScreenButton.h"
 
 #include <QCoreApplication>
 #include <QKeyEvent>
@@ -17,6 +22,10 @@ constexpr int tapMs = 70;
 constexpr int doubleTapGapMs = 90;
 constexpr int holdMs = 2300; // beyond the 2 s of a long press
 constexpr int pauseMs = 600; // beyond the 300 ms of a double press
+
+// Keys of the built-in keypad. First the implement is folded, and cannot be lowered.
+constexpr int lowerKey = 12;
+constexpr int foldKey = 13;
 
 } // namespace
 
@@ -53,6 +62,16 @@ void DemoSession::writeScript() {
 
     touchSoftKey(pauseMs, 3, holdMs);
 
+    then(pauseMs, [this] { window.showPage(MainWindow::KeypadPage); });
+    tapKeypad(pauseMs, foldKey, tapMs);
+    tapKeypad(pauseMs, lowerKey, holdMs);
+    for (const int gapMs : {pauseMs, 90, 60, 40, 30, 25, 20})
+        turnKnob(gapMs, 1);
+
+    then(pauseMs, [this] { window.showPage(MainWindow::ActionsPage); });
+    touch(
+        pauseMs, [this]() -> const QWidget& { return window.actions().loopButton(); }, tapMs);
+
     // The last events are still on their way when the last input has been posted.
     then(pauseMs, [this] { emit finished(); });
 }
@@ -78,8 +97,27 @@ void DemoSession::touchSoftKey(int delayMs, int number, int heldMs) {
     then(heldMs, [this, number] { postMouse(false, window.softKeyPosition(number)); });
 }
 
+void DemoSession::touch(int delayMs, std::function<const QWidget&()> target, int heldMs) {
+    then(delayMs, [this, target] { postMouse(true, window.positionOf(target())); });
+    then(heldMs, [this, target] { postMouse(false, window.positionOf(target())); });
+}
+
+// A layout from a file may have no such key; then there is nothing to see.
+void DemoSession::tapKeypad(int delayMs, int number, int heldMs) {
+    for (const bool press : {true, false}) {
+        then(press ? delayMs : heldMs, [this, number, press] {
+            if (const KeypadKey* const key = window.keypad().key(number))
+                postMouse(press, window.positionOf(*key));
+        });
+    }
+}
+
+void DemoSession::turnKnob(int delayMs, int detents) {
+    then(delayMs, [this, detents] { postWheel(detents, window.positionOf(window.keypad().knob())); });
+}
+
 void DemoSession::turnWheel(int delayMs, int detents) {
-    then(delayMs, [this, detents] { postWheel(detents); });
+    then(delayMs, [this, detents] { postWheel(detents, window.softKeyPosition(0)); });
 }
 
 void DemoSession::postKey(bool press, int key) {
@@ -96,8 +134,7 @@ void DemoSession::postMouse(bool press, const QPoint& position) {
                                                 press ? Qt::LeftButton : Qt::NoButton, Qt::NoModifier));
 }
 
-void DemoSession::postWheel(int detents) {
-    const QPoint position = window.rect().center();
+void DemoSession::postWheel(int detents, const QPoint& position) {
     QCoreApplication::postEvent(window.windowHandle(),
                                 new QWheelEvent(position, window.mapToGlobal(position), QPoint(),
                                                 QPoint(0, detents * 120), Qt::NoButton, Qt::NoModifier,

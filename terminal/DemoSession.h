@@ -9,6 +9,7 @@
 #include <vector>
 
 class MainWindow;
+class QWidget;
 
 /// Plays a short sequence of operator input: Qt events posted to the native window, which travel the whole road
 /// from there on. It runs in real time, because the durations of presses are what it shows.
@@ -37,11 +38,14 @@ private:
     void then(int delayMs, std::function<void()> action);
     void tapKey(int delayMs, int key, int holdMs);
     void touchSoftKey(int delayMs, int number, int holdMs);
+    void touch(int delayMs, std::function<const QWidget&()> target, int holdMs);
+    void tapKeypad(int delayMs, int number, int holdMs);
+    void turnKnob(int delayMs, int detents);
     void turnWheel(int delayMs, int detents);
 
     void postKey(bool press, int key);
     void postMouse(bool press, const QPoint& position);
-    void postWheel(int detents);
+    void postWheel(int detents, const QPoint& position);
 
     MainWindow& window;
     std::vector<Step> script;

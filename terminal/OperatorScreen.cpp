@@ -41,7 +41,13 @@ OperatorScreen::OperatorScreen(QWidget* parent) : QWidget(parent) {
 }
 
 QSize OperatorScreen::sizeHint() const {
-    return {760, 124};
+    return {760, isCompact ? 88 : 124};
+}
+
+void OperatorScreen::setCompact(bool compact) {
+    isCompact = compact;
+    updateGeometry();
+    update();
 }
 
 void OperatorScreen::showInput(const KX::KXInputEvent& event) {
@@ -58,8 +64,9 @@ void OperatorScreen::paintEvent(QPaintEvent* /*event*/) {
     painter.setBrush(Theme::panel());
     painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), 8, 8);
 
+    const int verticalInset = isCompact ? inset / 2 : inset;
     const int tilesWidth = 2 * tileWidth + gap;
-    const QRect inside = rect().adjusted(inset, inset, -inset, -inset);
+    const QRect inside = rect().adjusted(inset, verticalInset, -inset, -verticalInset);
     paintName(painter, inside.adjusted(0, 0, -tilesWidth - inset, 0));
     paintTiles(painter, inside.adjusted(inside.width() - tilesWidth, 0, 0, 0));
 }

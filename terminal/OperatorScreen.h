@@ -17,6 +17,9 @@ public:
 
     void showInput(const KX::KXInputEvent& event);
 
+    /// Takes less height, on a small screen.
+    void setCompact(bool compact);
+
     QSize sizeHint() const override;
 
 protected:
@@ -26,6 +29,7 @@ private:
     void paintName(QPainter& painter, const QRect& area) const;
     void paintTiles(QPainter& painter, QRect area) const;
 
+    bool isCompact = false;
     std::optional<KX::KXInputEvent> lastEvent;
     std::optional<KX::KXInputEvent> lastEncoderMove;
 };

@@ -18,7 +18,11 @@ SoftKeyBar::SoftKeyBar(QWidget* parent) : QWidget(parent) {
     row->setSpacing(Theme::spacing - 2);
     for (const char* label : labels) {
         auto* key = new SoftKey(softKeys.size() + 1, QString::fromLatin1(label), this);
-        connect(key, &QAbstractButton::pressed, this, [this, key] { pressedKey = key; });
+        const int number = softKeys.size();
+        connect(key, &QAbstractButton::pressed, this, [this, key, number] {
+            pressedKey = key;
+            emit keyWentDown(number);
+        });
         softKeys.append(key);
         row->addWidget(key);
     }

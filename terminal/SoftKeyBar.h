@@ -18,6 +18,10 @@ public:
 
     const QVector<SoftKey*>& keys() const;
 
+signals:
+    /// A key went down in the window; \p number counts from 0.
+    void keyWentDown(int number);
+
 private:
     void showInput(const KX::KXInputEvent& event);
     void beginTouch();

@@ -1,15 +1,23 @@
 #include "terminal/Terminal.h"
 
+#include "actions/KXActionQueue.h"
 #include "input/KXInputEventManager.h"
+#include "terminal/ActionDesk.h"
+#include "terminal/ActionPanel.h"
 #include "terminal/DemoSession.h"
 #include "terminal/DisplayPace.h"
 #include "terminal/EventModel.h"
 #include "terminal/EventPrinter.h"
 #include "terminal/EventPump.h"
+#include "terminal/KeyCodes.h"
+#include "terminal/KeypadBus.h"
+#include "terminal/KeypadPanel.h"
 #include "terminal/MainWindow.h"
+#include "terminal/SoftKeyBar.h"
 #include "terminal/TerminationSignals.h"
 #include "terminal/Theme.h"
 #include "terminal/ToolkitLayer.h"
+#include "tools/keylayout/KeyLayout.h"
 
 #include <QApplication>
 #include <QImage>
@@ -30,7 +38,15 @@ struct DeleteManager {
 };
 using Manager = std::unique_ptr<KX::KXInputEventManager, DeleteManager>;
 
-// Members are destroyed from the last to the first: input ends before the pump, and the manager goes last.
+struct ReleaseActions {
+    void operator()(KX::KXActionQueue* /*queue*/) const {
+        KX::KXActionQueue::release();
+    }
+};
+using ActionQueue = std::unique_ptr<KX::KXActionQueue, ReleaseActions>;
+
+// Members are destroyed from the last to the first: input ends before the pump, then the manager's thread, which
+// posts the keypad's keys to the window. The queue of actions goes after all that posts to it, and before them.
 class Terminal {
 public:
     explicit Terminal(const CommandLine& settings);
@@ -38,16 +54,21 @@ public:
     int run();
 
 private:
+    void openKeypad();
     void connectParts();
+    void connectActions();
     void scheduleEnd();
     int writePicture();
 
     const CommandLine& settings;
     TerminationSignals terminationSignals;
-    Manager manager;
+    KeypadBus bus;
     EventPrinter printer;
     EventModel model;
     MainWindow window;
+    ActionDesk desk;
+    ActionQueue actionQueue;
+    Manager manager;
     DisplayPace pace;
     EventPump pump;
     ToolkitLayer toolkitLayer;
@@ -55,10 +76,45 @@ private:
 };
 
 Terminal::Terminal(const CommandLine& commandLine)
-    : settings(commandLine), manager(KX::KXInputEventManager::createInstance()), printer(stdout), window(model),
-      pump(*manager),
+    : settings(commandLine), bus(settings.canBus), printer(stdout), window(model),
+      actionQueue(KX::KXActionQueue::create()), manager(KX::KXInputEventManager::createInstance()), pump(*manager),
       toolkitLayer(window, [this](KX::KXToolkitEvent& event) { manager->toolkitEventOccurred(event); }) {
+    manager->setKeyMapping(KeyCodes::functionKeys());
+    openKeypad();
     connectParts();
+    connectActions();
+}
+
+KX::CANRemoteOptions readLayout(const QString& file) {
+    const KeyLayout::ToolkitKeys& toolkitKeys = *KX::KXInputEventManager::getKXtoOSCodeMap();
+    if (file.isEmpty())
+        return KeyLayout::builtIn();
+    try {
+        return KeyLayout::readFile(file.toLocal8Bit().toStdString(), toolkitKeys);
+    } catch (const std::runtime_error& error) {
+        throw SettingsError(error.what());
+    }
+}
+
+void Terminal::openKeypad() {
+    const KX::CANRemoteOptions layout = readLayout(settings.keypadFile);
+    if (const auto problem = KeyLayout::check(layout, *KX::KXInputEventManager::getKXtoOSCodeMap()))
+        throw SettingsError("the layout of the keypad: " + problem->text);
+    KeypadPanel& keypad = window.keypad();
+    keypad.setLayoutOfKeys(layout);
+    manager->setCANRemoteOptions(layout);
+    bus.connectToListener();
+    QObject::connect(&keypad, &KeypadPanel::frameChanged, &keypad, [this, &keypad](const KX::KXCANMessage& frame) {
+        keypad.showFault(bus.send(frame).value_or(QString()));
+    });
+}
+
+void Terminal::connectActions() {
+    ActionPanel& panel = window.actions();
+    QObject::connect(&pump, &EventPump::eventsTaken, &desk, &ActionDesk::takeEvents);
+    QObject::connect(&window.softKeyBar(), &SoftKeyBar::keyWentDown, &desk, &ActionDesk::softKeyWentDown);
+    QObject::connect(&panel, &ActionPanel::loopRequested, &desk, &ActionDesk::startLoop);
+    panel.watch(desk);
 }
 
 void Terminal::connectParts() {
@@ -83,10 +139,13 @@ void Terminal::scheduleEnd() {
 
 int Terminal::run() {
     window.show();
+    // The keypad's keys go to the active window, also where no window manager makes one active.
+    window.activateWindow();
     scheduleEnd();
     QCoreApplication::exec();
     pump.takeWaitingEvents();
     pace.flush();
+    window.actions().showState(desk);
     return settings.screenshotFile.isEmpty() ? 0 : writePicture();
 }
 
@@ -107,6 +166,9 @@ int runTerminal(QApplication& application, const CommandLine& settings) {
         Theme::apply(application);
         Terminal terminal(settings);
         return terminal.run();
+    } catch (const SettingsError& error) {
+        std::fprintf(stderr, "kxterminal: %s\n", error.what());
+        return 2;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "kxterminal: %s\n", error.what());
         return 1;

@@ -2,6 +2,7 @@
 
 #include "events/KXEventType.h"
 #include "platform/KXTick.h"
+#include "terminal/SeparateDevice.h"
 
 #include <QApplication>
 #include <QKeyEvent>
@@ -76,8 +77,7 @@ bool ToolkitLayer::nativeWindowGets(QEvent* event) {
         moveMouse(*static_cast<QMouseEvent*>(event));
         return false;
     case QEvent::Wheel:
-        turnWheel(*static_cast<QWheelEvent*>(event));
-        return true;
+        return takeWheel(*static_cast<QWheelEvent*>(event));
     case QEvent::Enter:
         sendMouse(KX::TOOLKIT_MOUSE_ENTER_EVENT, Qt::NoButton);
         return false;
@@ -173,6 +173,9 @@ void ToolkitLayer::pressMouse(const QMouseEvent& event) {
     // While one button is held outside the window, Qt delivers presses of the others out there too.
     if (!window.rect().contains(event.pos()))
         return;
+    // What belongs to the press, release and moves, is left out with it.
+    if (SeparateDevice::ownsPress(window, event.pos()))
+        return;
     heldButtons |= event.button();
     lastMovePosition = event.pos();
     sendMouse(KX::TOOLKIT_MOUSE_PRESS_EVENT, event.button());
@@ -208,6 +211,13 @@ void ToolkitLayer::moveMouse(const QMouseEvent& event) {
     lastMovePosition = event.pos();
     const auto lowestHeld = static_cast<unsigned int>(heldButtons) & -static_cast<unsigned int>(heldButtons);
     sendMouse(KX::TOOLKIT_MOUSE_MOVE_EVENT, static_cast<Qt::MouseButton>(lowestHeld));
+}
+
+bool ToolkitLayer::takeWheel(const QWheelEvent& event) {
+    if (SeparateDevice::ownsWheel(window, event.position().toPoint()))
+        return false;
+    turnWheel(event);
+    return true;
 }
 
 void ToolkitLayer::turnWheel(const QWheelEvent& event) {

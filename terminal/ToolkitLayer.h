@@ -33,6 +33,8 @@ class QWidget;
 ///   are reported while a button is down, every \ref moveDistance pixels, so that a finger at rest is silent.
 /// - The wheel is the encoder wherever the pointer is, and goes no further: one report for each turn by whole
 ///   detents.
+/// - What the mouse does to a SeparateDevice, a press from its beginning there to its end, is passed on and not
+///   reported: the device reports it itself, and one press must not be two.
 /// - A press that ends without a release inside the window ends as TOOLKIT_MOUSE_ESCAPE_EVENT: released outside,
 ///   touch cancelled, window hidden, blocked by a dialog or no longer active, or a release that got lost. Keys
 ///   that are down when the window stops being active are reported as released: their release goes elsewhere.
@@ -64,6 +66,7 @@ private:
     void doublePressMouse(const QMouseEvent& event);
     void releaseMouse(const QMouseEvent& event);
     void moveMouse(const QMouseEvent& event);
+    bool takeWheel(const QWheelEvent& event);
     void turnWheel(const QWheelEvent& event);
 
     void escapeButtons(Qt::MouseButtons buttons);

@@ -1,6 +1,7 @@
 #include "terminal/CommandLine.h"
 #include "terminal/Terminal.h"
 #include "terminal/TerminationSignals.h"
+#include "terminal/WholeLines.h"
 #include "terminal/WindowSystemStart.h"
 
 #include <QApplication>
@@ -43,5 +44,6 @@ int main(int argc, char** argv) {
 
     TerminationSignals::hold();
     const std::unique_ptr<QApplication> application = startWindowSystem(argc, argv);
+    const WholeLines wholeLines;
     return runTerminal(*application, commandLine);
 }

@@ -43,15 +43,19 @@ class Event(NamedTuple):
                    tuple(map(int, data)))
 
 
+# What the library itself says on standard output, between the events.
+LIBRARY_LINE = re.compile(r"KXInputEventManager::|KXActionQueue::|Key \d+, KeyCode: |ENCODER (UP|DOWN)")
+
+
 class Display:
     """An X server without a screen, and the tool that presses its keys."""
 
     SIZE = (1280, 1024)
 
-    def __init__(self):
+    def __init__(self, size=SIZE):
         read_end, write_end = os.pipe()
         self.server = subprocess.Popen(
-            ["Xvfb", "-displayfd", str(write_end), "-screen", "0", "%dx%dx24" % self.SIZE, "-nolisten", "tcp",
+            ["Xvfb", "-displayfd", str(write_end), "-screen", "0", "%dx%dx24" % size, "-nolisten", "tcp",
              "-noreset"],
             pass_fds=[write_end], stderr=subprocess.DEVNULL)
         os.close(write_end)
@@ -83,12 +87,14 @@ class Terminal:
         self.process = subprocess.Popen([KXTERMINAL, "--print", *arguments], env=environment,
                                         stdout=subprocess.PIPE, text=True)
         self.lines = queue.Queue()
+        self.library_lines = queue.Queue()
         threading.Thread(target=self._read_lines, daemon=True).start()
 
     def _read_lines(self):
         with self.process.stdout:
             for line in self.process.stdout:
-                self.lines.put(line.rstrip("\n"))
+                of_library = LIBRARY_LINE.match(line) is not None
+                (self.library_lines if of_library else self.lines).put(line.rstrip("\n"))
 
     def next_event(self, seconds=GENEROUS_SECONDS):
         """The next event, or None when none is printed for so long."""
@@ -106,6 +112,13 @@ class Terminal:
                 return events
             events.append(event)
 
+    def next_library_line(self, beginning):
+        """The next line of the library that begins so; those before it are skipped."""
+        while True:
+            line = self.library_lines.get(timeout=GENEROUS_SECONDS)
+            if line.startswith(beginning):
+                return line
+
     def signal(self, number):
         self.process.send_signal(number)
 
@@ -121,10 +134,13 @@ class Terminal:
 class OperatorTestCase(unittest.TestCase):
     """A test with an operator in front of a terminal, whose window is there and has the focus."""
 
+    SCREEN = Display.SIZE
+    ARGUMENTS = ()
+
     def setUp(self):
-        self.display = Display()
+        self.display = Display(self.SCREEN)
         self.addCleanup(self.display.close)
-        self.terminal = Terminal(display=self.display)
+        self.terminal = Terminal(*self.ARGUMENTS, display=self.display)
         self.addCleanup(self._end_terminal)
         self.window = self._wait_for_window()
         self._focus_window()

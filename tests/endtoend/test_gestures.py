@@ -52,10 +52,10 @@ class Keys(OperatorTestCase):
         self.assertLessEqual(events[0].time, events[1].time)
 
     def test_a_key_without_mapping_says_so_and_keeps_its_toolkit_key(self):
-        self.operator("key", "F7")
+        self.operator("key", "Insert")
         events = self.terminal.events_until_quiet(2)
         self.check(events, ("KEY_PRESS_EVENT", NOT_MAPPED), ("KEY_RELEASE_EVENT", NOT_MAPPED))
-        self.assertEqual([0x1000036] * 2, [event.os_key for event in events])
+        self.assertEqual([0x1000006] * 2, [event.os_key for event in events])
 
     def test_every_key_that_could_move_the_focus_is_reported_once(self):
         self.operator("key", "--delay", 40, "Tab", "Return", "Home", "space")

@@ -10,6 +10,10 @@ from kxterminal_session import GENEROUS_SECONDS, KXTERMINAL, Terminal
 from picture import size_and_lines
 
 
+# What the library says when it begins to listen to the keypad.
+KEYPAD_IS_ON = "KXInputEventManager::setRask44options: 44 enabled\n"
+
+
 class ProgramTestCase(unittest.TestCase):
     def setUp(self):
         folder = tempfile.TemporaryDirectory()
@@ -27,7 +31,8 @@ class CommandLine(ProgramTestCase):
     def test_help_tells_every_option(self):
         done = self.run_kxterminal("--help", platform="xcb")  # also where there is no display
         self.assertEqual((0, ""), (done.returncode, done.stderr))
-        for option in ("--print", "--exit-after", "--screenshot", "--demo", "--help", "--version"):
+        for option in ("--print", "--exit-after", "--screenshot", "--demo", "--can-bus", "--keypad", "--help",
+                       "--version"):
             self.assertIn(option, done.stdout)
 
     def test_version_is_one_line(self):
@@ -58,7 +63,7 @@ class CommandLine(ProgramTestCase):
 class Ending(ProgramTestCase):
     def test_it_ends_when_its_time_is_over(self):
         done = self.run_kxterminal("--exit-after", "300")
-        self.assertEqual((0, ""), (done.returncode, done.stdout))
+        self.assertEqual((0, KEYPAD_IS_ON), (done.returncode, done.stdout))
 
     def end_by_signal(self, number):
         terminal = Terminal("--demo", platform="offscreen")
@@ -79,6 +84,7 @@ class Ending(ProgramTestCase):
 
     def test_a_reader_that_goes_away_does_not_end_it(self):
         process = self.start_demo(subprocess.PIPE)
+        self.assertEqual(KEYPAD_IS_ON.encode(), process.stdout.readline())
         self.assertIn(b"KEY_PRESS_EVENT", process.stdout.readline())
         process.stdout.close()  # from here on, every line that it prints meets a broken pipe
         self.assertEqual(0, process.wait(GENEROUS_SECONDS))
@@ -120,10 +126,12 @@ class Demo(ProgramTestCase):
             self.assertIn(name, names)
         self.assertEqual("MOUSE_RELEASE_EVENT", names[-1])
         steps_by_key = sum(event.count for event in events
-                           if event.name == "ENCODER_MOVE_EVENT" and event.os_key != -1)
+                           if event.name == "ENCODER_MOVE_EVENT" and event.os_key != -1)  # the knob's included
         steps_by_wheel = sum(event.count for event in events
                              if event.name == "ENCODER_MOVE_EVENT" and event.os_key == -1)
-        self.assertEqual((12, 9), (steps_by_key, steps_by_wheel))
+        self.assertEqual((12 + 7, 9), (steps_by_key, steps_by_wheel))
+        self.assertIn(("KEY_LONG_PRESS_EVENT", 10), [(event.name, event.key) for event in events])
+        self.assertIn("Found loop", terminal.next_library_line("KXActionQueue::executeActions: "))
 
 
 if __name__ == "__main__":

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <QTimer>
+#include <QWidget>
+
+class ActionDesk;
+class ScreenButton;
+
+/// What the action queue has done, and a button that starts a chain of actions in a loop.
+class ActionPanel : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit ActionPanel(QWidget* parent = nullptr);
+
+    /// Shows the numbers of \p desk from now on, at a pace that can be read. \p desk lives as long as
+    /// events are delivered.
+    void watch(const ActionDesk& desk);
+
+    /// Shows the numbers of \p desk as they are now.
+    void showState(const ActionDesk& desk);
+
+    ScreenButton& loopButton() const;
+
+    QString numberText(int tile) const; ///< posted, executed, not ready, loops
+    QString droppedText() const;
+    QString stateText() const;
+
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+
+signals:
+    void loopRequested();
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    static constexpr int tileCount = 4;
+
+    void paintTile(QPainter& painter, const QRect& area, int tile) const;
+    void paintBudget(QPainter& painter, const QRect& area) const;
+
+    quint64 numbers[tileCount] = {};
+    int usedMicroseconds = 0;
+    int budgetMicroseconds = 1;
+    QString state;
+    QString dropped;
+    ScreenButton* button;
+    QTimer pace;
+};

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QAbstractButton>
+
+/// A key of the keypad. Takes no keyboard focus.
+class KeypadKey : public QAbstractButton {
+    Q_OBJECT
+
+public:
+    KeypadKey(int number, const QString& label, QWidget* parent = nullptr);
+
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    int number;
+};
