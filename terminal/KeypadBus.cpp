@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <sys/stat.h>
+#include <sys/un.h>
 
 namespace {
 
@@ -33,8 +34,10 @@ void checkPath(const std::string& name) {
     const QFileInfo folder(QFileInfo(path).path());
     struct stat status {};
     const bool exists = lstat(name.c_str() + virtualBus.size(), &status) == 0;
-    if (path.isEmpty())
-        throw SettingsError(name + ": the path of the virtual bus is missing");
+    const std::size_t length = name.size() - virtualBus.size();
+    if (length == 0 || length >= sizeof(sockaddr_un::sun_path))
+        throw SettingsError(name + ": the path of a virtual bus must have 1 to " +
+                            std::to_string(sizeof(sockaddr_un::sun_path) - 1) + " bytes");
     if (exists && !S_ISSOCK(status.st_mode))
         throw SettingsError(name + ": there is a file that is no socket");
     if (exists && isHeldByAnother(name))

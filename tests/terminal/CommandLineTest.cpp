@@ -17,6 +17,8 @@ TEST(CommandLineTest, WithoutArgumentsItJustRuns) {
     EXPECT_FALSE(settings.demo);
     EXPECT_FALSE(settings.exitAfterMs.has_value());
     EXPECT_TRUE(settings.screenshotFile.isEmpty());
+    EXPECT_FALSE(settings.canBus.has_value());
+    EXPECT_TRUE(settings.keypadFile.isEmpty());
 }
 
 TEST(CommandLineTest, TakesAllOptionsTogether) {
@@ -26,6 +28,17 @@ TEST(CommandLineTest, TakesAllOptionsTogether) {
     EXPECT_TRUE(settings.demo);
     EXPECT_EQ(250, settings.exitAfterMs);
     EXPECT_EQ(QStringLiteral("a.png"), settings.screenshotFile);
+}
+
+TEST(CommandLineTest, TakesBusAndLayoutOfTheKeypadButNoEmptyOnes) {
+    const CommandLine settings = parse({"--can-bus", "can0", "--keypad", "keys.txt"});
+    EXPECT_EQ(QStringLiteral("can0"), settings.canBus);
+    EXPECT_EQ(QStringLiteral("keys.txt"), settings.keypadFile);
+    for (const char* option : {"--can-bus", "--keypad"}) {
+        const CommandLine refused = parse({option, ""});
+        EXPECT_EQ(CommandLine::Outcome::Refuse, refused.outcome) << option;
+        EXPECT_TRUE(refused.text.contains(option)) << refused.text.toStdString();
+    }
 }
 
 TEST(CommandLineTest, MillisecondsGoFromZeroToTheGreatestInt) {

@@ -3,7 +3,11 @@
 #include "events/KXEventType.h"
 #include "input/KXInputEventManager.h"
 #include "platform/simulated/KXSimulation.h"
+#include "terminal/ActionPanel.h"
+#include "terminal/EventListView.h"
 #include "terminal/EventModel.h"
+#include "terminal/KeyCodes.h"
+#include "terminal/KeypadPanel.h"
 #include "terminal/OperatorScreen.h"
 #include "terminal/SoftKey.h"
 #include "terminal/SoftKeyBar.h"
@@ -53,6 +57,31 @@ TEST_F(MainWindowTest, FitsTheSmallestScreenOfATerminal) {
     EXPECT_EQ(QSize(800, 480), window.size());
     EXPECT_GE(softKey(7).width(), 80);
     EXPECT_GE(softKey(7).height(), 60);
+}
+
+TEST_F(MainWindowTest, ShowsEverythingAtOnceWhereThereIsRoom) {
+    window.resize(1024, 768);
+    EXPECT_FALSE(window.hasPages());
+    EXPECT_TRUE(window.findChild<EventListView*>()->isVisible());
+    EXPECT_TRUE(window.keypad().isVisible());
+    EXPECT_TRUE(window.actions().isVisible());
+}
+
+TEST_F(MainWindowTest, OnASmallScreenKeysTurnThePages) {
+    window.resize(800, 480);
+    const QWidget* const pages[] = {window.findChild<EventListView*>(), &window.keypad(), &window.actions()};
+    for (const int shown : {1, 2, 0}) {
+        KX::KXInputEvent event;
+        event.eventType = KX::KEY_PRESS_EVENT;
+        event.keyCode = KeyCodes::firstPage + shown;
+        model.append({event});
+        QCoreApplication::processEvents();
+        for (int page = 0; page < MainWindow::PageCount; ++page)
+            EXPECT_EQ(page == shown, pages[page]->isVisible()) << page << " of " << shown;
+        EXPECT_GE(pages[shown]->width(), 700) << shown;
+        EXPECT_GE(pages[shown]->height(), 180) << shown;
+        EXPECT_EQ(QSize(800, 480), window.size());
+    }
 }
 
 TEST_F(MainWindowTest, ASoftKeyLooksDifferentWhileItIsPressed) {

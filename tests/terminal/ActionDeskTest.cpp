@@ -1,0 +1,146 @@
+#include "terminal/ActionDesk.h"
+
+#include "actions/KXActionQueue.h"
+#include "events/KXEventType.h"
+#include "platform/KXTick.h"
+#include "platform/simulated/KXSimulation.h"
+#include "terminal/ActionPanel.h"
+#include "terminal/KeyCodes.h"
+#include "terminal/ScreenButton.h"
+
+#include <QCoreApplication>
+#include <QtTest>
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+using KX::KXActionQueue;
+using KX::KXSimulation;
+
+namespace {
+
+KX::KXInputEvent press(int keyCode) {
+    KX::KXInputEvent event;
+    event.eventType = KX::KEY_PRESS_EVENT;
+    event.keyCode = keyCode;
+    return event;
+}
+
+KX::KXInputEvent softKey(ActionDesk::SoftKeyNumber number) {
+    return press(KeyCodes::firstSoftKey + number);
+}
+
+class ActionDeskTest : public testing::Test {
+protected:
+    ActionDeskTest() {
+        KXSimulation::reset();
+        KXActionQueue::create();
+    }
+
+    ~ActionDeskTest() override {
+        KXActionQueue::release();
+    }
+
+    // Posted, executed, not ready, loops: as the panel shows them.
+    std::string shown() {
+        panel.showState(desk);
+        QString text;
+        for (int tile = 0; tile < 4; ++tile)
+            text += panel.numberText(tile) + QLatin1Char(' ');
+        return text.trimmed().toStdString();
+    }
+
+    std::string dropped() {
+        panel.showState(desk);
+        return panel.droppedText().toStdString();
+    }
+
+    ActionDesk desk;
+    ActionPanel panel;
+};
+
+// Takes its time, and more than there is.
+class SlowAction : public KX::KXAction {
+public:
+    bool isReady() override {
+        return true;
+    }
+
+    void execute(void* /*argument*/) override {
+        ++executed;
+        KXSimulation::setTick(KX::KXTick::getTickCount() + ActionDesk::budgetMs + 1);
+    }
+
+    int executed = 0;
+};
+
+} // namespace
+
+TEST_F(ActionDeskTest, BeginsWithNothingCounted) {
+    EXPECT_EQ("0 0 0 0", shown());
+    EXPECT_EQ("", dropped());
+}
+
+TEST_F(ActionDeskTest, EachEventPostsAnActionAndASoftKeyOneMore) {
+    desk.takeEvents({press(0), press(6)});
+    EXPECT_EQ("2 2 0 0", shown());
+    desk.takeEvents({softKey(ActionDesk::Fold)});
+    EXPECT_EQ("4 4 0 0", shown());
+    EXPECT_EQ("unfolded, lifted, at rest", desk.implementState().toStdString());
+}
+
+TEST_F(ActionDeskTest, AFoldedImplementIsNotReadyToBeLowered) {
+    desk.takeEvents({softKey(ActionDesk::Lower)});
+    EXPECT_EQ("2 1 1 0", shown());
+    EXPECT_EQ("\u201cLower\u201d not ready: it is folded", dropped());
+    EXPECT_EQ("folded", desk.implementState().toStdString());
+
+    desk.takeEvents({softKey(ActionDesk::Fold), softKey(ActionDesk::Lower)});
+    EXPECT_EQ("6 5 1 0", shown());
+    EXPECT_EQ("unfolded, lowered, at rest", desk.implementState().toStdString());
+
+    desk.takeEvents({softKey(ActionDesk::Fold)});
+    EXPECT_EQ("8 6 2 0", shown());
+    EXPECT_EQ("\u201cFold\u201d not ready: it is in use", dropped());
+}
+
+TEST_F(ActionDeskTest, ASoftKeyOnTheScreenActsWithTheNextPressOfTheMouseOnly) {
+    KX::KXInputEvent mouse;
+    mouse.eventType = KX::MOUSE_PRESS_EVENT;
+    desk.softKeyWentDown(ActionDesk::Fold);
+    EXPECT_EQ("folded", desk.implementState().toStdString());
+    desk.takeEvents({mouse});
+    EXPECT_EQ("unfolded, lifted, at rest", desk.implementState().toStdString());
+    desk.takeEvents({mouse});
+    EXPECT_EQ("3 3 0 0", shown());
+}
+
+TEST_F(ActionDeskTest, ALoopIsStoppedAndSaidOnceForEachChain) {
+    desk.startLoop();
+    // Two actions run by turns; the second is refused when it is to run again.
+    EXPECT_EQ("4 3 0 1", shown());
+    EXPECT_EQ("Loop stopped at \u201cAdjust valve\u201d", dropped());
+    desk.takeEvents({press(KeyCodes::startLoop)});
+    EXPECT_EQ("9 7 0 2", shown());
+    EXPECT_EQ(0U, KXActionQueue::instance()->pendingItems.size());
+}
+
+TEST_F(ActionDeskTest, TheButtonOfThePanelStartsTheLoop) {
+    QObject::connect(&panel, &ActionPanel::loopRequested, &desk, &ActionDesk::startLoop);
+    panel.watch(desk);
+    panel.loopButton().click();
+    EXPECT_TRUE(QTest::qWaitFor([this] { return panel.numberText(3) == QLatin1String("1"); }));
+}
+
+TEST_F(ActionDeskTest, WhatDoesNotFitIntoTheBudgetRunsWhenTheMainLoopHadItsTurn) {
+    SlowAction slow;
+    KX::KXEvent event;
+    for (int i = 0; i < 3; ++i)
+        KXActionQueue::instance()->postAction(&slow, &event, nullptr);
+    desk.takeEvents({press(0)});
+    EXPECT_EQ(1, slow.executed);
+    EXPECT_EQ("1 0 0 0", shown());
+    EXPECT_TRUE(QTest::qWaitFor([this] { return shown() == "1 1 0 0"; })) << shown();
+    EXPECT_EQ(3, slow.executed);
+}
