@@ -16,9 +16,22 @@ namespace {
 constexpr int inset = 12;
 constexpr int titleTop = 7;
 constexpr int titleHeight = 16;
-constexpr int tileHeight = 42;
-constexpr int lineHeight = 18;
 constexpr int gap = 5;
+constexpr int roomyHeight = 200;
+
+// What a page of its own has room for, and what the panel beside the keypad has.
+struct Sizes {
+    int tileHeight;
+    int number;
+    int lineHeight;
+    int line;
+};
+constexpr Sizes roomySizes = {54, 30, 26, 18};
+constexpr Sizes narrowSizes = {42, 22, 20, 13};
+
+const Sizes& sizesFor(const QWidget& panel) {
+    return panel.height() >= roomyHeight ? roomySizes : narrowSizes;
+}
 
 const char* const titles[] = {"POSTED", "EXECUTED", "NOT READY", "LOOPS"};
 
@@ -113,18 +126,19 @@ void ActionPanel::paintEvent(QPaintEvent* /*event*/) {
     painter.setPen(Theme::quietText());
     painter.drawText(inside, Qt::AlignLeft | Qt::AlignVCenter, QStringLiteral("ACTION QUEUE"));
 
+    const Sizes& sizes = sizesFor(*this);
     const int tileWidth = inside.width() / tileCount;
-    QRect tile(inset, inside.bottom() + gap, tileWidth, tileHeight);
+    QRect tile(inset, inside.bottom() + gap, tileWidth, sizes.tileHeight);
     for (int i = 0; i < tileCount; ++i, tile.translate(tileWidth, 0))
         paintTile(painter, tile, i);
 
-    QRect line(inset, tile.bottom() + gap, inside.width(), lineHeight);
-    painter.setFont(Theme::font(13));
+    QRect line(inset, tile.bottom() + gap, inside.width(), sizes.lineHeight);
+    painter.setFont(Theme::font(sizes.line));
     painter.setPen(
         Theme::colourOf(dropped.startsWith(QLatin1String("Loop")) ? EventKind::Escape : EventKind::LongPress));
     drawElided(painter, line, dropped);
     painter.setPen(Theme::text());
-    drawElided(painter, line.translated(0, lineHeight + 2), state.isEmpty() ? QString() : stateText());
+    drawElided(painter, line.translated(0, sizes.lineHeight), state.isEmpty() ? QString() : stateText());
     paintBudget(painter, QRect(inset, button->y(), button->x() - inset - Theme::spacing, button->height()));
 }
 
@@ -133,7 +147,7 @@ void ActionPanel::paintTile(QPainter& painter, const QRect& area, int tile) cons
     painter.setFont(Theme::font(10, true));
     painter.drawText(area, Qt::AlignTop | Qt::AlignLeft, QString::fromLatin1(titles[tile]));
     painter.setPen(colourOfTile(tile, numbers[tile]));
-    painter.setFont(Theme::font(22, true));
+    painter.setFont(Theme::font(sizesFor(*this).number, true));
     painter.drawText(area, Qt::AlignBottom | Qt::AlignLeft, numberText(tile));
 }
 

@@ -107,6 +107,7 @@ void MainWindow::arrange() {
     list->setVisible(!paged || shownPage == EventsPage);
     keypadPanel->setVisible(!paged || shownPage == KeypadPage);
     actionPanel->setVisible(!paged || shownPage == ActionsPage);
+    pages->setHorizontalSpacing(paged ? 0 : Theme::spacing); // the grid keeps it beside a hidden page, too
     // Without the list, what else is shown gets its room.
     pages->setRowStretch(0, list->isHidden() ? 1 : 0);
     pages->setRowStretch(1, list->isHidden() ? 0 : 1);
