@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr int linesOfEach = 2000;
+constexpr int linesOfEach = 30000; // so many that they do mix if nothing keeps them apart
 
 void writeInPieces(const std::string& word) {
     for (int i = 0; i < linesOfEach; ++i)
