@@ -69,10 +69,17 @@ class Keypad(OperatorTestCase):
 
     def test_the_wheel_over_the_knob_turns_the_knob_faster_and_faster(self):
         self.point_at(*self.KNOB)
-        self.operator("click", "--repeat", 12, "--delay", 15, 4)
-        events = self.check_moves(12, UP)
-        self.assertGreater(sum(event.value for event in events), 12, events)
-        self.assertEqual("ENCODER UP: 1 (0)", self.terminal.next_library_line("ENCODER"))
+        for attempt in range(ATTEMPTS):
+            self.operator("click", "--repeat", 12, "--delay", 15, 4)
+            events = self.check_moves(12, UP)
+            self.assertEqual(f"ENCODER UP: {12 * attempt + 1} ({12 * attempt})",
+                             self.terminal.next_library_line("ENCODER"))
+            for _ in range(11):
+                self.terminal.next_library_line("ENCODER UP")
+            # Steps that a busy machine delivers within one millisecond have no speed and add nothing.
+            if sum(event.value for event in events) > 12:
+                return
+        self.fail("this machine never turned the knob step by step")
 
     def test_the_knob_turned_down_from_its_beginning_wraps(self):
         self.point_at(*self.KNOB)
@@ -152,6 +159,9 @@ class OtherEndOfTheBus(OperatorTestCase):
         self.path = os.path.join(folder.name, "bus")
         self.ARGUMENTS = ("--can-bus", "unix:" + self.path)
         super().setUp()
+        # Unlike the mouse, frames do not wait until the window knows that it has the focus. A key tells when it does.
+        self.operator("key", "Insert")
+        self.terminal.events_until_quiet(2)
         self.bus = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
         self.addCleanup(self.bus.close)
         self.bus.connect(self.path)
