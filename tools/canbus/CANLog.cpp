@@ -1,8 +1,9 @@
 #include "tools/canbus/CANLog.h"
 
+#include "tools/text/Text.h"
+
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cstdio>
 #include <iterator>
 #include <stdexcept>
@@ -18,56 +19,23 @@ constexpr std::size_t longestData = 8;
 constexpr long long microsecondsPerSecond = 1000000;
 constexpr std::size_t mostSecondsDigits = 12; // so that the microseconds fit into 64 bits with room to spare
 
-constexpr std::string_view blanks = " \t\r\v\f";
-
 [[noreturn]] void fail(const std::string& reason) {
     throw std::runtime_error(reason);
 }
 
-/// Text of the input for a message, which stays one readable line whatever that is.
-std::string quoted(std::string_view text) {
-    const std::size_t longest = 40;
-    std::string result(text.substr(0, longest));
-    std::replace_if(
-        result.begin(), result.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
-    return "'" + result + (text.size() > longest ? "...'" : "'");
-}
-
-std::string_view trimmed(std::string_view text) {
-    const std::size_t first = text.find_first_not_of(blanks);
-    return first == std::string_view::npos ? std::string_view()
-                                           : text.substr(first, text.find_last_not_of(blanks) - first + 1);
-}
-
-/// Takes the word before the next blank off \p text.
-std::string_view takeWord(std::string_view& text) {
-    const std::size_t end = std::min(text.find_first_of(blanks), text.size());
-    const std::string_view word = text.substr(0, end);
-    text = trimmed(text.substr(end));
-    return word;
-}
-
-/// Digits only: no sign, no blank, no prefix.
-template<typename Number>
-bool parseNumber(std::string_view text, int base, Number& number) {
-    const auto result = std::from_chars(text.data(), text.data() + text.size(), number, base);
-    return !text.empty() && text.front() != '-' && result.ec == std::errc() &&
-           result.ptr == text.data() + text.size();
-}
-
 std::uint32_t parseIdentifier(std::string_view text) {
     std::uint32_t identifier = 0;
-    if ((text.size() != 3 && text.size() != 8) || !parseNumber(text, 16, identifier)) {
-        fail("the identifier " + quoted(text) + " has not 3 or 8 hexadecimal digits");
+    if ((text.size() != 3 && text.size() != 8) || !Text::parseNumber(text, 16, identifier)) {
+        fail("the identifier " + Text::quoted(text) + " has not 3 or 8 hexadecimal digits");
     }
     if (text.size() == 3) {
         if (identifier > greatestStandard) {
-            fail("the identifier " + quoted(text) + " is above 7FF; one of 29 bits has 8 digits");
+            fail("the identifier " + Text::quoted(text) + " is above 7FF; one of 29 bits has 8 digits");
         }
         return identifier;
     }
     if (identifier > (greatestExtended | errorFlag)) {
-        fail("the identifier " + quoted(text) + " is above 1FFFFFFF");
+        fail("the identifier " + Text::quoted(text) + " is above 1FFFFFFF");
     }
     return (identifier & errorFlag) != 0 ? identifier : identifier | extendedFlag;
 }
@@ -76,8 +44,8 @@ void parseRemote(std::string_view text, KX::KXCANMessage& frame) {
     frame.canId |= remoteFlag;
     frame.canLength = 0;
     if (!text.empty() &&
-        (text.size() != 1 || !parseNumber(text, 10, frame.canLength) || frame.canLength > longestData)) {
-        fail("the length " + quoted(text) + " of a remote frame is not 0 to 8");
+        (text.size() != 1 || !Text::parseNumber(text, 10, frame.canLength) || frame.canLength > longestData)) {
+        fail("the length " + Text::quoted(text) + " of a remote frame is not 0 to 8");
     }
 }
 
@@ -89,11 +57,11 @@ void parseData(std::string_view text, KX::KXCANMessage& frame) {
             text.remove_prefix(1);
         }
         unsigned char byte = 0;
-        if (text.size() < 2 || !parseNumber(text.substr(0, 2), 16, byte)) {
-            fail("the data " + quoted(whole) + " are not bytes of two hexadecimal digits each");
+        if (text.size() < 2 || !Text::parseNumber(text.substr(0, 2), 16, byte)) {
+            fail("the data " + Text::quoted(whole) + " are not bytes of two hexadecimal digits each");
         }
         if (frame.canLength == longestData) {
-            fail("the data " + quoted(whole) + " are more than 8 bytes");
+            fail("the data " + Text::quoted(whole) + " are more than 8 bytes");
         }
         frame.canData[frame.canLength++] = byte;
         text.remove_prefix(2);
@@ -105,13 +73,15 @@ std::chrono::microseconds parseTime(std::string_view word) {
     const std::string_view text = isBracketed ? word.substr(1, word.size() - 2) : std::string_view();
     const std::size_t point = std::min(text.find('.'), text.size());
     const std::string_view fraction = text.substr(std::min(point + 1, text.size()));
-    long long seconds = 0;
-    long long microseconds = 0;
-    if (point > mostSecondsDigits || fraction.size() != 6 || !parseNumber(text.substr(0, point), 10, seconds) ||
-        !parseNumber(fraction, 10, microseconds)) {
-        fail("the time " + quoted(word) + " is not (seconds.microseconds) with 6 digits behind the point");
+    // Unsigned: no sign belongs in a time.
+    std::uint64_t seconds = 0;
+    std::uint64_t microseconds = 0;
+    if (point > mostSecondsDigits || fraction.size() != 6 ||
+        !Text::parseNumber(text.substr(0, point), 10, seconds) || !Text::parseNumber(fraction, 10, microseconds)) {
+        fail("the time " + Text::quoted(word) + " is not (seconds.microseconds) with 6 digits behind the point");
     }
-    return std::chrono::microseconds(seconds * microsecondsPerSecond + microseconds);
+    return std::chrono::microseconds(static_cast<long long>(seconds) * microsecondsPerSecond +
+                                     static_cast<long long>(microseconds));
 }
 
 template<typename... Values>
@@ -126,11 +96,11 @@ std::string format(const char* pattern, Values... values) {
 KX::KXCANMessage parseCANFrame(std::string_view text) {
     const std::size_t sign = text.find('#');
     if (sign == std::string_view::npos) {
-        fail(quoted(text) + " is no frame: there is no # between identifier and data");
+        fail(Text::quoted(text) + " is no frame: there is no # between identifier and data");
     }
     const std::string_view content = text.substr(sign + 1);
     if (!content.empty() && content.front() == '#') {
-        fail(quoted(text) + " is a CAN FD frame; only frames of classic CAN are supported");
+        fail(Text::quoted(text) + " is a CAN FD frame; only frames of classic CAN are supported");
     }
     KX::KXCANMessage frame;
     frame.canId = parseIdentifier(text.substr(0, sign));
@@ -156,23 +126,23 @@ std::string formatCANFrame(const KX::KXCANMessage& frame) {
 }
 
 CANLogLine parseCANLogLine(std::string_view text) {
-    std::string_view rest = trimmed(text);
+    std::string_view rest = Text::trimmed(text);
     CANLogLine line;
-    line.time = parseTime(takeWord(rest));
-    line.bus = takeWord(rest);
-    const std::string_view frame = takeWord(rest);
+    line.time = parseTime(Text::takeWord(rest));
+    line.bus = Text::takeWord(rest);
+    const std::string_view frame = Text::takeWord(rest);
     if (frame.empty()) {
         fail("the line ends early; it is to be (seconds.microseconds) interface frame");
     }
     line.frame = parseCANFrame(frame);
-    const std::string_view direction = takeWord(rest);
+    const std::string_view direction = Text::takeWord(rest);
     if (direction == "R" || direction == "T") {
         line.direction = direction.front();
     } else if (!direction.empty()) {
-        fail("unexpected " + quoted(direction) + " behind the frame");
+        fail("unexpected " + Text::quoted(direction) + " behind the frame");
     }
     if (!rest.empty()) {
-        fail("unexpected " + quoted(rest) + " behind the frame");
+        fail("unexpected " + Text::quoted(rest) + " behind the frame");
     }
     return line;
 }
@@ -185,6 +155,6 @@ std::string formatCANLogLine(const CANLogLine& line) {
 }
 
 bool isCANLogComment(std::string_view text) {
-    const std::string_view content = trimmed(text);
+    const std::string_view content = Text::trimmed(text);
     return content.empty() || content.front() == '#';
 }

@@ -1,0 +1,50 @@
+#include "tools/recording/RecordedCalls.h"
+
+#include "input/KXInputEventManager.h"
+
+namespace Recording {
+
+namespace {
+
+constexpr int notInitialised = 20;
+
+} // namespace
+
+int repeatCall(const NumberSetting& setting, KX::KXInputEventManager& manager) {
+    KX::KXEncoderDynamic* const encoder = KX::KXEncoderDynamic::instance();
+    if (!encoder)
+        return notInitialised;
+    switch (setting.name) {
+    case NumberName::DoublePress:
+        return manager.setDoubleKeyPressDuration(static_cast<unsigned int>(setting.value));
+    case NumberName::LongPress:
+        return manager.setLongKeyPressDuration(static_cast<unsigned int>(setting.value));
+    case NumberName::UserFactor:
+        return encoder->setUserFactor(static_cast<int>(setting.value));
+    case NumberName::LowPass:
+        return encoder->setLowPassFactor(static_cast<int>(setting.value));
+    case NumberName::AcceptInput:
+        return manager.acceptInput(setting.value != 0);
+    }
+    return notInitialised;
+}
+
+int repeatCall(const SpeedTable& table, KX::KXInputEventManager& /*manager*/) {
+    KX::KXEncoderDynamic* const encoder = KX::KXEncoderDynamic::instance();
+    return encoder ? encoder->setDynamicParameters(table.rows) : notInitialised;
+}
+
+int repeatCall(const KeyMapping& mapping, KX::KXInputEventManager& manager) {
+    return manager.setKeyMapping(mapping.keyCodeOfToolkitKey);
+}
+
+int repeatCall(const Keypad& keypad, KX::KXInputEventManager& manager) {
+    return manager.setCANRemoteOptions(*keypad.layout);
+}
+
+int repeatCall(const KX::KXToolkitEvent& event, KX::KXInputEventManager& manager) {
+    KX::KXToolkitEvent delivered(event);
+    return manager.toolkitEventOccurred(delivered);
+}
+
+} // namespace Recording
