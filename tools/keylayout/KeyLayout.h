@@ -58,4 +58,7 @@ KX::CANRemoteOptions read(std::istream& input, const std::string& name, const To
 /// \throws std::runtime_error  also "path: why" for a file that cannot be read
 KX::CANRemoteOptions readFile(const std::string& path, const ToolkitKeys& toolkitKeys);
 
+/// A layout as text, one entry a line, each with all its numbers; \ref read makes the same layout of it.
+std::string write(const KX::CANRemoteOptions& layout);
+
 } // namespace KeyLayout

@@ -208,3 +208,18 @@ KX::CANRemoteOptions KeyLayout::readFile(const std::string& path, const ToolkitK
         throw std::runtime_error(path + ": " + std::strerror(errno));
     return read(file, path, toolkitKeys);
 }
+
+std::string KeyLayout::write(const KX::CANRemoteOptions& layout) {
+    std::ostringstream text;
+    for (const KX::KeyOptionsCANRemote& key : layout.keys) {
+        if (isUsed(key))
+            text << "key " << key.keyNumber << " code " << key.keyCode << " byte " << key.byteIndex << " bit "
+                 << key.bitIndex << " id " << std::hex << std::uppercase << key.canId << std::dec << '\n';
+    }
+    if (hasEncoder(layout))
+        text << "encoder id " << std::hex << std::uppercase << layout.encoderCANId << std::dec << " byte "
+             << static_cast<int>(layout.encoderByteIndex) << (layout.encoderLittleEndian ? " little" : " big")
+             << " mask " << std::hex << layout.encoderMask << std::dec << " up " << layout.encoderUpKeyCode
+             << " down " << layout.encoderDownKeyCode << '\n';
+    return text.str();
+}

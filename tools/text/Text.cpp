@@ -1,6 +1,7 @@
 #include "tools/text/Text.h"
 
 #include <algorithm>
+#include <array>
 
 namespace Text {
 
@@ -31,6 +32,12 @@ std::string_view takeUntil(std::string_view& text, char separator) {
     const std::string_view part = text.substr(0, end);
     text.remove_prefix(std::min(end + 1, text.size()));
     return part;
+}
+
+std::string hexadecimal(unsigned int number) {
+    std::array<char, 8> digits;
+    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number, 16).ptr;
+    return {digits.data(), end};
 }
 
 } // namespace Text

@@ -30,4 +30,7 @@ bool parseNumber(std::string_view text, int base, Number& number) {
     return result.ec == std::errc() && result.ptr == text.data() + text.size();
 }
 
+/// In lower case, without leading zeros.
+std::string hexadecimal(unsigned int number);
+
 } // namespace Text
