@@ -27,6 +27,8 @@ set(kx_public_headers
     platform/KXString.h
     platform/KXThread.h
     platform/KXTick.h
+    platform/linux/hardware/KXFrameObserver.h
+    platform/linux/os_abs/KXWaitObserver.h
     platform/simulated/KXSimulation.h)
 foreach(header IN LISTS kx_public_headers)
     get_filename_component(folder "${header}" DIRECTORY)

@@ -99,6 +99,7 @@ int KXCANSocket::readFrame(KXCANMessage& message) {
         if (size >= 0) {
             if (isFrame(frame, size)) {
                 copyFrame(frame, message);
+                tellFrameRead(bus, message);
                 return 0;
             }
         } else if (errno == EAGAIN || errno == EBADF) {

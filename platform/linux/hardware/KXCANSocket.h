@@ -13,6 +13,9 @@ namespace KX {
 /// Key of the debug section of the CAN buses, "kx_can_raw".
 unsigned int getCANDebugKey();
 
+/// Tells the observer of frames, if there is one, of a frame that was read.
+void tellFrameRead(int bus, const KXCANMessage& message);
+
 /// A bus that is a socket of datagrams, one frame each.
 class KXCANSocket : public KXCANRaw {
 public:

@@ -4,6 +4,7 @@
 #include "platform/KXEndPointHandler.h"
 #include "platform/KXTick.h"
 #include "platform/linux/os_abs/KXEndPointTable.h"
+#include "platform/linux/os_abs/KXWaitTicks.h"
 
 #include <algorithm>
 #include <array>
@@ -240,6 +241,7 @@ int KXEndPointManager::removeEndPoint(KXEndPoint* endPoint) {
 }
 
 int KXEndPointManager::waitForEndPoints(unsigned int untilTick, unsigned int /*reserved*/) {
+    const KXWatchedWait watched;
     return implementation->wait(untilTick);
 }
 

@@ -1,5 +1,7 @@
 #include "platform/KXTick.h"
 
+#include "platform/linux/os_abs/KXWaitTicks.h"
+
 #include <ctime>
 
 namespace KX {
@@ -10,8 +12,10 @@ unsigned int KXTick::getTickCount() {
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
     const unsigned int nanosecondsPerMs = 1000000;
-    return static_cast<unsigned int>(now.tv_sec) * 1000 +
-           static_cast<unsigned int>(now.tv_nsec) / nanosecondsPerMs;
+    const unsigned int tick =
+        static_cast<unsigned int>(now.tv_sec) * 1000 + static_cast<unsigned int>(now.tv_nsec) / nanosecondsPerMs;
+    tellTickAsked(tick);
+    return tick;
 }
 
 } // namespace KX
