@@ -1,0 +1,35 @@
+#pragma once
+
+#include <condition_variable>
+#include <mutex>
+
+/// Lets either the worker of the input event manager make a pass or the toolkit's thread deliver input, never both
+/// at once, so that what each of them notes stands in the order in which the library got it.
+///
+/// The worker enters before it takes any lock of the library, so holding the gate while the library is called
+/// blocks nobody for ever.
+class InputGate {
+public:
+    /// The worker's: waits while the gate is held.
+    void beginPass();
+    void endPass();
+
+    /// Keeps the gate from the moment when no pass goes on, for as long as it lives. The toolkit's thread; not nested.
+    class Hold {
+    public:
+        explicit Hold(InputGate& heldGate);
+        ~Hold();
+
+        Hold(const Hold&) = delete;
+        Hold& operator=(const Hold&) = delete;
+
+    private:
+        InputGate& gate;
+    };
+
+private:
+    std::mutex lock;
+    bool isHeld = false;     // guarded by lock
+    bool passGoesOn = false; // guarded by lock
+    std::condition_variable changed;
+};

@@ -1,0 +1,71 @@
+#pragma once
+
+#include "terminal/InputGate.h"
+#include "tools/recording/RecordingReader.h"
+
+#include <QElapsedTimer>
+#include <QObject>
+#include <QTimer>
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+
+namespace KX {
+class KXInputEventManager;
+}
+
+/// Plays a recorded session through the library, at its own pace or faster.
+///
+/// The library gets every input with its recorded time, and the passes of its worker are made here at the recorded
+/// ticks, so what it posts is what it posted then, at any speed. For that the worker is held at the gate from the
+/// first moment to the last of this object; nobody else may deliver input meanwhile. Frames are left out: the keys
+/// that came of them are recorded as events of the toolkit.
+class SessionPlayer : public QObject {
+    Q_OBJECT
+
+public:
+    /// What is to be done with a setting of the recording.
+    using Set = std::function<void(const Recording::NumberSetting&)>;
+
+    /// \param session  a recording, no plain log
+    /// \param speed    how many times faster than it was recorded, above 0
+    SessionPlayer(Recording::Session session, double speed, KX::KXInputEventManager& manager, InputGate& gate,
+                  Set set);
+
+    void start();
+
+    /// The tick of the session at this moment.
+    unsigned int tick() const;
+
+    std::size_t playedInputs() const {
+        return next;
+    }
+    std::size_t inputCount() const {
+        return session.entries.size();
+    }
+
+signals:
+    void progressed();
+    void finished();
+
+private:
+    void playWhatIsDue();
+    void play(const Recording::Entry& entry);
+    void makePassesUntil(std::uint64_t timeMs);
+    void pass(unsigned int tick);
+    std::uint64_t sessionTime() const;
+    std::uint64_t endTime() const;
+    void waitFor(std::uint64_t timeMs);
+
+    const Recording::Session session;
+    const double speedFactor;
+    KX::KXInputEventManager& manager;
+    const Set applySetting;
+    const InputGate::Hold hold;
+    QElapsedTimer sinceStart;
+    QTimer timer;
+    std::size_t next = 0;
+    std::uint64_t lastPassMs = 0; // of a session without recorded passes
+    bool hasFinished = false;
+};
