@@ -62,13 +62,13 @@ void DemoSession::writeScript() {
 
     touchSoftKey(pauseMs, 3, holdMs);
 
-    then(pauseMs, [this] { window.showPage(MainWindow::KeypadPage); });
+    then(pauseMs, [this] { window.showPage(Page::Keypad); });
     tapKeypad(pauseMs, foldKey, tapMs);
     tapKeypad(pauseMs, lowerKey, holdMs);
     for (const int gapMs : {pauseMs, 90, 60, 40, 30, 25, 20})
         turnKnob(gapMs, 1);
 
-    then(pauseMs, [this] { window.showPage(MainWindow::ActionsPage); });
+    then(pauseMs, [this] { window.showPage(Page::Actions); });
     touch(
         pauseMs, [this]() -> const QWidget& { return window.actions().loopButton(); }, tapMs);
 

@@ -16,13 +16,13 @@ const char* widestText(int column) {
     case EventModel::Time:
         return "4294967295";
     case EventModel::Class:
-        return "3 input ";
+        return "3 input";
     case EventModel::Key:
         return "Right button";
     case EventModel::ToolkitKey:
-        return "Toolkit key";
+        return "0x1000000";
     case EventModel::Value:
-        return "1234567";
+        return "123456";
     default:
         return "Count";
     }
@@ -50,7 +50,7 @@ EventListView::EventListView(EventModel& events, QWidget* parent) : QTableView(p
 }
 
 void EventListView::arrangeColumns() {
-    constexpr int padding = 18;
+    constexpr int padding = 14;
     QHeaderView* header = horizontalHeader();
     header->setHighlightSections(false);
     header->setSectionsClickable(false);

@@ -1,18 +1,17 @@
 #include "terminal/MainWindow.h"
 
 #include "events/KXEventType.h"
-#include "terminal/ActionPanel.h"
-#include "terminal/EventListView.h"
 #include "terminal/EventModel.h"
+#include "terminal/InputOffBanner.h"
+#include "terminal/InputSettings.h"
 #include "terminal/KeyCodes.h"
-#include "terminal/KeypadPanel.h"
 #include "terminal/OperatorScreen.h"
-#include "terminal/ScreenButton.h"
+#include "terminal/PageArea.h"
+#include "terminal/PageBar.h"
 #include "terminal/SoftKey.h"
 #include "terminal/SoftKeyBar.h"
 #include "terminal/Theme.h"
 
-#include <QGridLayout>
 #include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -24,6 +23,7 @@ namespace {
 constexpr QSize desktopSize(1024, 768);
 constexpr QSize smallestSize(800, 480);
 constexpr QSize sizeForEverything(1000, 640);
+constexpr int heightForTallScreen = 720;
 
 QLabel* makeLabel(const QString& text, const QFont& font, const QColor& colour) {
     auto* label = new QLabel(text);
@@ -34,13 +34,10 @@ QLabel* makeLabel(const QString& text, const QFont& font, const QColor& colour) 
     return label;
 }
 
-QString countText(quint64 count) {
-    return count == 1 ? QStringLiteral("1 event") : QStringLiteral("%1 events").arg(count);
-}
-
 } // namespace
 
-MainWindow::MainWindow(EventModel& eventModel) : model(eventModel) {
+MainWindow::MainWindow(EventModel& eventModel, InputSettings& inputSettings)
+    : model(eventModel), settings(inputSettings) {
     setWindowTitle(QStringLiteral("kxterminal"));
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(Theme::spacing, Theme::spacing, Theme::spacing, Theme::spacing);
@@ -48,13 +45,8 @@ MainWindow::MainWindow(EventModel& eventModel) : model(eventModel) {
     column->addWidget(makeHeader());
     column->addWidget(screen = new OperatorScreen);
     column->addWidget(softKeys = new SoftKeyBar);
-    pages = new QGridLayout;
-    pages->setSpacing(Theme::spacing);
-    pages->addWidget(keypadPanel = new KeypadPanel, 0, 0);
-    pages->addWidget(actionPanel = new ActionPanel, 0, 1);
-    pages->addWidget(list = new EventListView(model), 1, 0, 1, 2);
-    pages->setColumnStretch(0, 1);
-    column->addLayout(pages, 1);
+    column->addWidget(area = new PageArea(model, settings), 1);
+    makeBanner();
 
     setMinimumSize(smallestSize);
     resize(desktopSize.boundedTo(QGuiApplication::primaryScreen()->availableSize()));
@@ -63,23 +55,27 @@ MainWindow::MainWindow(EventModel& eventModel) : model(eventModel) {
 }
 
 QWidget* MainWindow::makeHeader() {
-    static const char* const labels[PageCount] = {"Events\tF10", "Keypad\tF11", "Actions\tF12"};
     auto* header = new QWidget;
-    auto* row = new QHBoxLayout(header);
-    row->setContentsMargins(4, 0, 4, 0);
-    row->addWidget(makeLabel(QStringLiteral("KX"), Theme::font(18, true), Theme::accent()));
-    row->addWidget(title = makeLabel(QStringLiteral("OPERATOR TERMINAL"), Theme::font(14, true), Theme::text()));
-    row->addStretch(1);
-    for (int page = 0; page < PageCount; ++page) {
-        auto* button = pageButtons[page] = new ScreenButton(QString::fromLatin1(labels[page]));
-        button->setCheckable(true);
-        row->addWidget(button);
-        connect(button, &QAbstractButton::clicked, this, [this, page] { showPage(static_cast<Page>(page)); });
-    }
-    row->addStretch(1);
-    eventCount = makeLabel(countText(0), Theme::font(14), Theme::quietText());
-    row->addWidget(eventCount);
+    headerRow = new QHBoxLayout(header);
+    headerRow->setContentsMargins(4, 0, 4, 0);
+    headerRow->addWidget(makeLabel(QStringLiteral("KX"), Theme::font(18, true), Theme::accent()));
+    headerRow->addWidget(title =
+                             makeLabel(QStringLiteral("OPERATOR TERMINAL"), Theme::font(14, true), Theme::text()));
+    headerRow->addStretch(1);
+    eventCount = makeLabel(QString(), Theme::font(14), Theme::quietText());
+    eventCount->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    headerRow->addWidget(eventCount);
     return header;
+}
+
+void MainWindow::makeBanner() {
+    auto* cover = new QVBoxLayout(screen);
+    cover->setContentsMargins(0, 0, 0, 0);
+    cover->addWidget(banner = new InputOffBanner);
+    const auto show = [this] { banner->setVisible(settings.value(InputSettings::AcceptInput) == 0); };
+    connect(&settings, &InputSettings::changed, this, show);
+    connect(banner, &QAbstractButton::clicked, this, [this] { settings.set(InputSettings::AcceptInput, 1); });
+    show();
 }
 
 bool MainWindow::hasPages() const {
@@ -87,8 +83,7 @@ bool MainWindow::hasPages() const {
 }
 
 void MainWindow::showPage(Page page) {
-    shownPage = page;
-    arrange();
+    area->showPage(page);
 }
 
 void MainWindow::resizeEvent(QResizeEvent* event) {
@@ -98,32 +93,52 @@ void MainWindow::resizeEvent(QResizeEvent* event) {
 
 void MainWindow::arrange() {
     const bool paged = hasPages();
-    screen->setCompact(paged);
+    screen->setCompact(height() < heightForTallScreen);
     title->setVisible(!paged);
-    for (int page = 0; page < PageCount; ++page) {
-        pageButtons[page]->setVisible(paged);
-        pageButtons[page]->setChecked(page == shownPage);
-    }
-    list->setVisible(!paged || shownPage == EventsPage);
-    keypadPanel->setVisible(!paged || shownPage == KeypadPage);
-    actionPanel->setVisible(!paged || shownPage == ActionsPage);
-    pages->setHorizontalSpacing(paged ? 0 : Theme::spacing); // the grid keeps it beside a hidden page, too
-    // Without the list, what else is shown gets its room.
-    pages->setRowStretch(0, list->isHidden() ? 1 : 0);
-    pages->setRowStretch(1, list->isHidden() ? 0 : 1);
-    pages->setColumnStretch(0, keypadPanel->isHidden() && list->isHidden() ? 0 : 1);
-    pages->setColumnStretch(1, keypadPanel->isHidden() && list->isHidden() ? 1 : 0);
+    area->setPaged(paged);
+    if (paged && headerRow->indexOf(&area->bar()) < 0)
+        headerRow->insertWidget(2, &area->bar());
+    eventCount->setFont(Theme::font(paged ? 12 : 14));
+    showCount();
+}
+
+void MainWindow::showCount() {
+    // Beside the pages there is no room for a line.
+    eventCount->setText(QStringLiteral("%1%2%3")
+                            .arg(model.appendedCount())
+                            .arg(hasPages() ? QLatin1Char('\n') : QLatin1Char(' '))
+                            .arg(model.appendedCount() == 1 ? QStringLiteral("event") : QStringLiteral("events")));
 }
 
 void MainWindow::showEvents(const ClassifiedEvents& events) {
-    eventCount->setText(countText(model.appendedCount()));
+    showCount();
     screen->showInput(events.back());
     softKeys->showEvents(events);
-    for (const KX::KXInputEvent& event : events) {
-        const int page = event.keyCode - KeyCodes::firstPage;
-        if (event.eventType == KX::KEY_PRESS_EVENT && page >= 0 && page < PageCount)
-            showPage(static_cast<Page>(page));
+    for (const KX::KXInputEvent& event : events)
+        takeInput(event);
+}
+
+void MainWindow::takeInput(const KX::KXInputEvent& event) {
+    const int key = KeyCodes::isPress(event) ? event.keyCode : -1;
+    switch (key) {
+    case KeyCodes::previousPage:
+        area->turnPage(-1);
+        break;
+    case KeyCodes::nextPage:
+        area->turnPage(1);
+        break;
+    case KeyCodes::settingsPage:
+        area->toggleSettings();
+        break;
+    default:
+        area->takeInput(event);
     }
+}
+
+void MainWindow::takeReport(const KX::KXToolkitEvent& event) {
+    if (event.eventType == KX::TOOLKIT_KEY_PRESS_EVENT && event.osKeyCode == KeyCodes::toolkitF12 &&
+        settings.value(InputSettings::AcceptInput) == 0)
+        settings.set(InputSettings::AcceptInput, 1);
 }
 
 QPoint MainWindow::softKeyPosition(int number) const {
@@ -135,13 +150,21 @@ QPoint MainWindow::positionOf(const QWidget& widget) const {
 }
 
 KeypadPanel& MainWindow::keypad() const {
-    return *keypadPanel;
+    return area->keypad();
 }
 
 ActionPanel& MainWindow::actions() const {
-    return *actionPanel;
+    return area->actions();
 }
 
 SoftKeyBar& MainWindow::softKeyBar() const {
     return *softKeys;
+}
+
+PageArea& MainWindow::pages() const {
+    return *area;
+}
+
+InputOffBanner& MainWindow::inputOffBanner() const {
+    return *banner;
 }

@@ -1,30 +1,31 @@
 #pragma once
 
 #include "terminal/EventPump.h"
+#include "terminal/Page.h"
 
 #include <QWidget>
 
 class ActionPanel;
-class EventListView;
 class EventModel;
+class InputOffBanner;
+class InputSettings;
 class KeypadPanel;
 class OperatorScreen;
-class QGridLayout;
+class PageArea;
+class QHBoxLayout;
 class QLabel;
-class ScreenButton;
 class SoftKeyBar;
 
 /// The window of the terminal. It shows what \p model holds and knows nothing of where events come from.
 ///
-/// Where there is room it shows everything at once. On a small screen the list of events, the keypad and the
-/// actions are pages, which are turned by the buttons at the top or the keys F10 to F12.
+/// On a small screen the keypad and the actions are pages like the views; where there is room they are always
+/// shown. Pages are turned by buttons or by the keys F10 and F11; F12 goes to the settings and back.
 class MainWindow : public QWidget {
     Q_OBJECT
 
 public:
-    enum Page { EventsPage, KeypadPage, ActionsPage, PageCount };
-
-    explicit MainWindow(EventModel& model);
+    /// \p model and \p settings must outlive the window.
+    MainWindow(EventModel& model, InputSettings& settings);
 
     /// Where the middle of a soft key is, in this window; \p number counts from 0.
     QPoint softKeyPosition(int number) const;
@@ -35,28 +36,37 @@ public:
     KeypadPanel& keypad() const;
     ActionPanel& actions() const;
     SoftKeyBar& softKeyBar() const;
+    PageArea& pages() const;
+    InputOffBanner& inputOffBanner() const;
 
-    /// Shows a page, if the window has pages now; else it will be shown when it becomes that small.
+    /// Shows a page; in a large window there is no need to for the keypad and the actions.
     void showPage(Page page);
+
+    /// Whether the window is that small that everything is a page.
     bool hasPages() const;
+
+    /// Takes a report of the toolkit layer, as it was before the library got it: while input is off no classified
+    /// event tells of the key that switches it on again.
+    void takeReport(const KX::KXToolkitEvent& event);
 
 protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
     QWidget* makeHeader();
+    void makeBanner();
     void arrange();
     void showEvents(const ClassifiedEvents& events);
+    void takeInput(const KX::KXInputEvent& event);
+    void showCount();
 
     EventModel& model;
+    InputSettings& settings;
+    QHBoxLayout* headerRow = nullptr;
     QLabel* eventCount = nullptr;
     QLabel* title = nullptr;
-    ScreenButton* pageButtons[PageCount] = {};
     OperatorScreen* screen = nullptr;
+    InputOffBanner* banner = nullptr;
     SoftKeyBar* softKeys = nullptr;
-    QGridLayout* pages = nullptr;
-    EventListView* list = nullptr;
-    KeypadPanel* keypadPanel = nullptr;
-    ActionPanel* actionPanel = nullptr;
-    Page shownPage = EventsPage;
+    PageArea* area = nullptr;
 };

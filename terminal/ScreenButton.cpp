@@ -4,14 +4,45 @@
 
 #include <QPainter>
 
+#include <algorithm>
+
+namespace {
+
+constexpr int inset = 11;
+constexpr int gap = 10;
+constexpr int keySize = 12;
+
+} // namespace
+
 ScreenButton::ScreenButton(const QString& label, QWidget* parent) : QAbstractButton(parent) {
     setText(label);
     setFocusPolicy(Qt::NoFocus);
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
 }
 
+void ScreenButton::setTextSize(int pixelSize) {
+    textSize = pixelSize;
+    updateGeometry();
+}
+
+void ScreenButton::setKeyBelow(bool below) {
+    keyBelow = below;
+    updateGeometry();
+}
+
+QString ScreenButton::words() const {
+    return text().section(QLatin1Char('\t'), 0, 0);
+}
+
+QString ScreenButton::keyName() const {
+    return text().section(QLatin1Char('\t'), 1);
+}
+
 QSize ScreenButton::sizeHint() const {
-    return {146, 44};
+    const int textWidth = QFontMetrics(Theme::font(textSize, true)).horizontalAdvance(words());
+    const int keyWidth = keyName().isEmpty() ? 0 : QFontMetrics(Theme::font(keySize)).horizontalAdvance(keyName());
+    const int both = keyBelow || keyWidth == 0 ? std::max(textWidth, keyWidth) : textWidth + gap + keyWidth;
+    return {std::max(both + 2 * inset, touchSize), touchSize};
 }
 
 void ScreenButton::paintEvent(QPaintEvent* /*event*/) {
@@ -21,13 +52,15 @@ void ScreenButton::paintEvent(QPaintEvent* /*event*/) {
     painter.setPen(QPen(lit ? Theme::accent() : Theme::outline(), 2));
     painter.setBrush(isDown() ? Theme::accent().darker(220) : Theme::panel().lighter(isChecked() ? 160 : 130));
     painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), 7, 7);
-    const QStringList words = text().split(QLatin1Char('\t'));
-    const QRect inside = rect().adjusted(10, 0, -10, 0);
+
+    const QRect inside = keyBelow ? rect().adjusted(2, 4, -2, -5) : rect().adjusted(inset, 0, -inset, 0);
+    const bool alone = keyName().isEmpty();
     painter.setPen(Theme::text());
-    painter.setFont(Theme::font(14, true));
-    painter.drawText(inside, Qt::AlignVCenter | (words.size() > 1 ? Qt::AlignLeft : Qt::AlignHCenter), words[0]);
+    painter.setFont(Theme::font(textSize, true));
+    const int middle = alone || keyBelow ? Qt::AlignHCenter : Qt::AlignLeft;
+    painter.drawText(inside, middle | (keyBelow && !alone ? Qt::AlignTop : Qt::AlignVCenter), words());
     painter.setPen(Theme::quietText());
-    painter.setFont(Theme::font(11));
-    if (words.size() > 1)
-        painter.drawText(inside, Qt::AlignVCenter | Qt::AlignRight, words[1]);
+    painter.setFont(Theme::font(keySize));
+    painter.drawText(inside, keyBelow ? Qt::AlignHCenter | Qt::AlignBottom : Qt::AlignRight | Qt::AlignVCenter,
+                     keyName());
 }

@@ -73,7 +73,7 @@ void SoftKey::paintTexts(QPainter& painter) const {
     const QRect inside = rect().adjusted(9, 7, -9, -7);
     painter.setPen(Theme::quietText());
     painter.setFont(Theme::font(11, true));
-    painter.drawText(inside, Qt::AlignTop | Qt::AlignLeft, QString::number(number));
+    painter.drawText(inside, Qt::AlignTop | Qt::AlignLeft, QStringLiteral("F%1").arg(number));
 
     painter.setPen(Theme::text());
     painter.setFont(Theme::font(16, true));

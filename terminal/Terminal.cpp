@@ -9,9 +9,11 @@
 #include "terminal/EventModel.h"
 #include "terminal/EventPrinter.h"
 #include "terminal/EventPump.h"
+#include "terminal/InputSettings.h"
 #include "terminal/KeyCodes.h"
 #include "terminal/KeypadBus.h"
 #include "terminal/KeypadPanel.h"
+#include "terminal/LibrarySettings.h"
 #include "terminal/MainWindow.h"
 #include "terminal/SoftKeyBar.h"
 #include "terminal/TerminationSignals.h"
@@ -56,6 +58,7 @@ public:
 private:
     void openKeypad();
     void connectParts();
+    void takeReport(KX::KXToolkitEvent& event);
     void connectActions();
     void scheduleEnd();
     int writePicture();
@@ -65,6 +68,7 @@ private:
     KeypadBus bus;
     EventPrinter printer;
     EventModel model;
+    InputSettings inputSettings;
     MainWindow window;
     ActionDesk desk;
     ActionQueue actionQueue;
@@ -76,13 +80,20 @@ private:
 };
 
 Terminal::Terminal(const CommandLine& commandLine)
-    : settings(commandLine), bus(settings.canBus), printer(stdout), window(model),
-      actionQueue(KX::KXActionQueue::create()), manager(KX::KXInputEventManager::createInstance()), pump(*manager),
-      toolkitLayer(window, [this](KX::KXToolkitEvent& event) { manager->toolkitEventOccurred(event); }) {
+    : settings(commandLine), bus(settings.canBus), printer(stdout), inputSettings(applyToLibrary),
+      window(model, inputSettings), actionQueue(KX::KXActionQueue::create()),
+      manager(KX::KXInputEventManager::createInstance()), pump(*manager),
+      toolkitLayer(window, [this](KX::KXToolkitEvent& event) { takeReport(event); }) {
     manager->setKeyMapping(KeyCodes::functionKeys());
     openKeypad();
     connectParts();
     connectActions();
+}
+
+void Terminal::takeReport(KX::KXToolkitEvent& event) {
+    const KX::KXToolkitEvent asReported = event;
+    manager->toolkitEventOccurred(event);
+    window.takeReport(asReported);
 }
 
 KX::CANRemoteOptions readLayout(const QString& file) {

@@ -6,9 +6,13 @@
 #include "terminal/ActionPanel.h"
 #include "terminal/EventListView.h"
 #include "terminal/EventModel.h"
+#include "terminal/InputSettings.h"
 #include "terminal/KeyCodes.h"
 #include "terminal/KeypadPanel.h"
 #include "terminal/OperatorScreen.h"
+#include "terminal/PageArea.h"
+#include "terminal/PageBar.h"
+#include "terminal/ScreenButton.h"
 #include "terminal/SoftKey.h"
 #include "terminal/SoftKeyBar.h"
 
@@ -22,7 +26,7 @@ namespace {
 
 class MainWindowTest : public testing::Test {
 protected:
-    MainWindowTest() : window(model) {
+    MainWindowTest() : settings([](InputSettings::Setting, int) { return 0; }), window(model, settings) {
         window.show();
         QCoreApplication::processEvents();
     }
@@ -46,7 +50,29 @@ protected:
         QTest::mouseRelease(window.windowHandle(), Qt::LeftButton, Qt::NoModifier, window.softKeyPosition(number));
     }
 
+    void keyPressed(int keyCode, int type = KX::KEY_PRESS_EVENT) {
+        KX::KXInputEvent event;
+        event.eventType = type;
+        event.keyCode = keyCode;
+        model.append({event});
+        QCoreApplication::processEvents();
+    }
+
+    void expectOnlyPage(Page shown) const {
+        EXPECT_EQ(shown, window.pages().shownPage());
+        for (const Page page : window.pages().bar().pages()) {
+            const QWidget& widget = window.pages().pageWidget(page);
+            EXPECT_EQ(page == shown, widget.isVisible()) << static_cast<int>(page);
+            EXPECT_EQ(page == shown, window.pages().bar().button(page).isChecked()) << static_cast<int>(page);
+        }
+        const QWidget& widget = window.pages().pageWidget(shown);
+        EXPECT_GE(widget.width(), 700) << static_cast<int>(shown);
+        EXPECT_GE(widget.height(), 180) << static_cast<int>(shown);
+        EXPECT_EQ(QSize(800, 480), window.size()) << static_cast<int>(shown);
+    }
+
     EventModel model;
+    InputSettings settings;
     MainWindow window;
 };
 
@@ -67,21 +93,22 @@ TEST_F(MainWindowTest, ShowsEverythingAtOnceWhereThereIsRoom) {
     EXPECT_TRUE(window.actions().isVisible());
 }
 
-TEST_F(MainWindowTest, OnASmallScreenKeysTurnThePages) {
+TEST_F(MainWindowTest, OnASmallScreenF11TurnsThroughAllPagesAndRoundTheEnd) {
     window.resize(800, 480);
-    const QWidget* const pages[] = {window.findChild<EventListView*>(), &window.keypad(), &window.actions()};
-    for (const int shown : {1, 2, 0}) {
-        KX::KXInputEvent event;
-        event.eventType = KX::KEY_PRESS_EVENT;
-        event.keyCode = KeyCodes::firstPage + shown;
-        model.append({event});
-        QCoreApplication::processEvents();
-        for (int page = 0; page < MainWindow::PageCount; ++page)
-            EXPECT_EQ(page == shown, pages[page]->isVisible()) << page << " of " << shown;
-        EXPECT_GE(pages[shown]->width(), 700) << shown;
-        EXPECT_GE(pages[shown]->height(), 180) << shown;
-        EXPECT_EQ(QSize(800, 480), window.size());
+    const QVector<Page> pages = window.pages().bar().pages();
+    expectOnlyPage(pages[0]);
+    for (int turn = 1; turn <= pages.size(); ++turn) {
+        keyPressed(KeyCodes::nextPage);
+        expectOnlyPage(pages[turn % pages.size()]);
     }
+}
+
+TEST_F(MainWindowTest, F10TurnsThePagesTheOtherWay) {
+    window.resize(800, 480);
+    keyPressed(KeyCodes::previousPage);
+    expectOnlyPage(Page::Settings);
+    keyPressed(KeyCodes::previousPage);
+    expectOnlyPage(Page::Actions);
 }
 
 TEST_F(MainWindowTest, ASoftKeyLooksDifferentWhileItIsPressed) {

@@ -1,0 +1,63 @@
+#include "terminal/EventPage.h"
+
+#include "terminal/EventListView.h"
+#include "terminal/KeyCodes.h"
+#include "terminal/PageButtons.h"
+#include "terminal/ScreenButton.h"
+#include "terminal/Theme.h"
+
+#include <QHBoxLayout>
+#include <QScrollBar>
+
+EventPage::EventPage(EventModel& model, QWidget* parent)
+    : QWidget(parent), events(new EventListView(model)), newest(new ScreenButton(QStringLiteral("Newest\tHome"))),
+      newer(new ScreenButton(QStringLiteral("\u25b2\tPgUp"))),
+      older(new ScreenButton(QStringLiteral("\u25bc\tPgDn"))) {
+    auto* row = new QHBoxLayout(this);
+    row->setContentsMargins(0, 0, 0, 0);
+    row->setSpacing(Theme::spacing - 4);
+    row->addWidget(events, 1);
+    row->addLayout(makeButtonColumn({newest, newer, older}));
+    for (ScreenButton* button : {newer, older})
+        button->setAutoRepeat(true);
+    connect(newest, &QAbstractButton::clicked, this, &EventPage::showNewest);
+    connect(newer, &QAbstractButton::clicked, this, [this] { scrollByPages(-1); });
+    connect(older, &QAbstractButton::clicked, this, [this] { scrollByPages(1); });
+}
+
+// Up and Down do not scroll: who turns the encoder wants to see what comes of it, which is at the top.
+void EventPage::takeInput(const KX::KXInputEvent& event) {
+    if (!KeyCodes::isPress(event))
+        return;
+    if (event.keyCode == KeyCodes::home)
+        showNewest();
+    else if (event.osKeyCode == KeyCodes::toolkitPageUp)
+        scrollByPages(-1);
+    else if (event.osKeyCode == KeyCodes::toolkitPageDown)
+        scrollByPages(1);
+}
+
+void EventPage::showNewest() {
+    events->verticalScrollBar()->setValue(0);
+}
+
+void EventPage::scrollByPages(int pages) {
+    QScrollBar* bar = events->verticalScrollBar();
+    bar->setValue(bar->value() + pages * bar->pageStep());
+}
+
+EventListView& EventPage::list() const {
+    return *events;
+}
+
+ScreenButton& EventPage::newestButton() const {
+    return *newest;
+}
+
+ScreenButton& EventPage::newerButton() const {
+    return *newer;
+}
+
+ScreenButton& EventPage::olderButton() const {
+    return *older;
+}

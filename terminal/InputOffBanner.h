@@ -1,0 +1,14 @@
+#pragma once
+
+#include <QAbstractButton>
+
+/// Says, large, that no input is taken. A touch is the way out, or the key that it names.
+class InputOffBanner : public QAbstractButton {
+    Q_OBJECT
+
+public:
+    explicit InputOffBanner(QWidget* parent = nullptr);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+};

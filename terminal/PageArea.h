@@ -1,0 +1,69 @@
+#pragma once
+
+#include "events/KXEvent.h"
+#include "terminal/Page.h"
+
+#include <QVector>
+#include <QWidget>
+
+class ActionPanel;
+class EventModel;
+class EventPage;
+class InputSettings;
+class KeypadPanel;
+class PageBar;
+class QHBoxLayout;
+class QVBoxLayout;
+class SettingsPanel;
+
+/// What stands below the soft keys: pages, one of which is shown, and in a large window the keypad and the actions
+/// above them.
+class PageArea : public QWidget {
+    Q_OBJECT
+
+public:
+    /// \p model and \p settings must outlive the area.
+    PageArea(EventModel& model, InputSettings& settings, QWidget* parent = nullptr);
+
+    /// On a small screen the keypad and the actions are pages, and the bar of the pages stands elsewhere.
+    void setPaged(bool paged);
+
+    /// Shows a page. In a large window the keypad and the actions are shown anyway, and it only remembers.
+    void showPage(Page page);
+
+    /// The page that is shown now.
+    Page shownPage() const;
+
+    /// Turns to the page \p steps further on in the bar, round its end.
+    void turnPage(int steps);
+
+    /// To the settings, and from there back to where the operator came from.
+    void toggleSettings();
+
+    /// Takes what the operator did, for the page that is shown.
+    void takeInput(const KX::KXInputEvent& event);
+
+    PageBar& bar() const;
+    QWidget& pageWidget(Page page) const;
+    KeypadPanel& keypad() const;
+    ActionPanel& actions() const;
+    EventPage& events() const;
+    SettingsPanel& settings() const;
+
+private:
+    QVector<Page> pagesNow() const;
+    bool isDevice(Page page) const;
+    void arrange();
+
+    PageBar* pageBar;
+    KeypadPanel* keypadPanel;
+    ActionPanel* actionPanel;
+    EventPage* eventPage;
+    SettingsPanel* settingsPanel;
+    QVector<QWidget*> widgets; // by page
+    QVBoxLayout* column;
+    QHBoxLayout* devices;
+    bool isPaged = false;
+    Page wantedPage = Page::Events;
+    Page pageBeforeSettings = Page::Events;
+};

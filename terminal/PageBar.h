@@ -1,0 +1,32 @@
+#pragma once
+
+#include "terminal/Page.h"
+
+#include <QVector>
+#include <QWidget>
+
+class QLabel;
+class ScreenButton;
+
+/// A button for each page, between the names of the keys that turn them.
+class PageBar : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit PageBar(QWidget* parent = nullptr);
+
+    /// Which pages there are at the moment.
+    void setPages(const QVector<Page>& pages);
+    const QVector<Page>& pages() const;
+
+    void setShownPage(Page page);
+
+    ScreenButton& button(Page page) const;
+
+signals:
+    void chosen(Page page);
+
+private:
+    ScreenButton* buttons[pageCount] = {};
+    QVector<Page> currentPages;
+};

@@ -1,0 +1,28 @@
+#include "terminal/PageButtons.h"
+
+#include "terminal/ScreenButton.h"
+
+#include <QVBoxLayout>
+
+namespace {
+
+constexpr int columnWidth = 62;
+constexpr int greatestHeight = 76;
+constexpr int gap = 6;
+
+} // namespace
+
+QVBoxLayout* makeButtonColumn(const QVector<ScreenButton*>& buttons) {
+    auto* column = new QVBoxLayout;
+    column->setSpacing(gap);
+    for (ScreenButton* button : buttons) {
+        button->setKeyBelow(true);
+        button->setTextSize(13);
+        button->setFixedWidth(columnWidth);
+        button->setMaximumHeight(greatestHeight);
+        button->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Expanding);
+        column->addWidget(button, 10);
+    }
+    column->addStretch(1);
+    return column;
+}

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "events/KXEvent.h"
+#include "terminal/InputSettings.h"
+
+#include <QVector>
+#include <QWidget>
+
+class ButtonRow;
+class NumberRow;
+class SettingRow;
+class SwitchRow;
+
+/// The settings, changed by finger or by keys and applied at once.
+///
+/// One row is chosen: Tab goes to the next one, turning the encoder changes its value, Return presses its button.
+class SettingsPanel : public QWidget {
+    Q_OBJECT
+
+public:
+    /// \p settings must outlive the panel.
+    explicit SettingsPanel(InputSettings& settings, QWidget* parent = nullptr);
+
+    /// Takes what the operator did; to be called while the panel is shown.
+    void takeInput(const KX::KXInputEvent& event);
+
+    /// In the order in which Tab goes through them.
+    const QVector<SettingRow*>& rows() const;
+    int chosenRow() const;
+
+    NumberRow& numberRow(InputSettings::Setting setting) const;
+    SwitchRow& acceptRow() const;
+    ButtonRow& defaultsRow() const;
+
+protected:
+    void hideEvent(QHideEvent* event) override;
+
+private:
+    void addRow(SettingRow* row);
+    void choose(int row);
+
+    QVector<NumberRow*> numbers; // by setting
+    SwitchRow* accept;
+    ButtonRow* defaults;
+    QVector<SettingRow*> allRows;
+    int chosen = 0;
+    bool returnIsDown = false;
+};

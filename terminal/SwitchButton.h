@@ -1,0 +1,16 @@
+#pragma once
+
+#include <QAbstractButton>
+
+/// A switch that shows whether it is on. Takes no keyboard focus; its text names the key that does the same.
+class SwitchButton : public QAbstractButton {
+    Q_OBJECT
+
+public:
+    explicit SwitchButton(QWidget* parent = nullptr);
+
+    QSize sizeHint() const override;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+};
