@@ -1,13 +1,27 @@
 #include "terminal/CommandLine.h"
 
 #include <QCommandLineParser>
-#include <QFileInfo>
+#include <QRegularExpression>
 
 namespace {
 
 const auto description = QStringLiteral(
     "An operator terminal in a window: feeds keys, mouse, touch and wheel to the event layer and shows the\n"
     "classified events. QT_QPA_PLATFORM chooses where it draws: xcb, offscreen, linuxfb, ...");
+
+const auto examples =
+    QStringLiteral("Examples:\n"
+                   "  kxterminal --print\n"
+                   "  kxterminal --record complaint.kxr\n"
+                   "  kxterminal --replay complaint.kxr --speed 4\n"
+                   "  kxterminal --can-bus can0 --keypad keypad.txt\n"
+                   "  QT_QPA_PLATFORM=offscreen kxterminal --replay complaint.kxr --speed 100 "
+                   "--exit-at-end \\\n"
+                   "      --print --screenshot complaint.png\n"
+                   "\n"
+                   "Exit status: 0 the terminal was closed; 1 it failed underway, or a recording "
+                   "could not be\n"
+                   "written to its end; 2 the arguments, the bus or a file are bad.\n");
 
 struct Options {
     QCommandLineOption print{QStringLiteral("print"),
@@ -29,12 +43,24 @@ struct Options {
                                              "'key 1 code 0 byte 0 bit 0 id 18FF0001' and "
                                              "'encoder id 18FF0002 byte 0 little mask FFFF up 4 down 5'."),
                               QStringLiteral("FILE")};
+    QCommandLineOption record{QStringLiteral("record"),
+                              QStringLiteral("Write every input with its tick into FILE, which must not be there "
+                                             "yet. kxreplay plays it."),
+                              QStringLiteral("FILE")};
+    QCommandLineOption replay{QStringLiteral("replay"),
+                              QStringLiteral("Play the recording in FILE instead of taking the operator's input."),
+                              QStringLiteral("FILE")};
+    QCommandLineOption speed{QStringLiteral("speed"),
+                             QStringLiteral("Replay N times as fast as it was recorded (0.01 to 1000)."),
+                             QStringLiteral("N")};
+    QCommandLineOption exitAtEnd{QStringLiteral("exit-at-end"), QStringLiteral("End when the replay has ended.")};
     QCommandLineOption help{{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Show this help.")};
     QCommandLineOption version{{QStringLiteral("v"), QStringLiteral("version")},
                                QStringLiteral("Show the version.")};
 
     void addTo(QCommandLineParser& parser) const {
-        parser.addOptions({print, canBus, keypad, exitAfter, screenshot, demo, help, version});
+        parser.addOptions(
+            {record, replay, speed, exitAtEnd, print, canBus, keypad, exitAfter, screenshot, demo, help, version});
     }
 };
 
@@ -84,31 +110,78 @@ std::optional<int> parseMilliseconds(const QString& text) {
     return isNumber ? std::optional<int>(number) : std::nullopt;
 }
 
-CommandLine readSettings(const QCommandLineParser& parser, const Options& options) {
-    CommandLine settings;
-    settings.print = parser.isSet(options.print);
-    settings.demo = parser.isSet(options.demo);
-    if (parser.isSet(options.exitAfter)) {
-        const QString value = parser.value(options.exitAfter);
-        settings.exitAfterMs = parseMilliseconds(value);
-        if (!settings.exitAfterMs)
-            return refuse(QStringLiteral("--exit-after: %1 is not a number of milliseconds (0 to 2147483647)")
-                              .arg(quoted(value)));
-    }
-    if (parser.isSet(options.screenshot)) {
-        settings.screenshotFile = parser.value(options.screenshot);
-        if (settings.screenshotFile.isEmpty())
-            return refuse(QStringLiteral("--screenshot: the file name is empty"));
+std::optional<double> parseSpeed(const QString& text) {
+    constexpr double slowest = 0.01;
+    constexpr double fastest = 1000;
+    static const QRegularExpression plainNumber(QStringLiteral("^[0-9]+(\\.[0-9]+)?$"));
+    const double speed = plainNumber.match(text).hasMatch() ? text.toDouble() : 0;
+    return speed >= slowest && speed <= fastest ? std::optional<double>(speed) : std::nullopt;
+}
+
+// What is wrong, in words; empty when nothing is.
+QString readTexts(const QCommandLineParser& parser, const Options& options, CommandLine& settings) {
+    const struct {
+        const QCommandLineOption& option;
+        QString& value;
+    } fileOptions[] = {{options.screenshot, settings.screenshotFile},
+                       {options.keypad, settings.keypadFile},
+                       {options.record, settings.recordFile},
+                       {options.replay, settings.replayFile}};
+    for (const auto& [option, value] : fileOptions) {
+        value = parser.value(option);
+        if (parser.isSet(option) && value.isEmpty())
+            return QStringLiteral("--%1: the file name is empty").arg(option.names().constFirst());
     }
     if (parser.isSet(options.canBus)) {
         settings.canBus = parser.value(options.canBus);
         if (settings.canBus->isEmpty())
-            return refuse(QStringLiteral("--can-bus: the name of the bus is empty"));
+            return QStringLiteral("--can-bus: the name of the bus is empty");
     }
-    if (parser.isSet(options.keypad)) {
-        settings.keypadFile = parser.value(options.keypad);
-        if (settings.keypadFile.isEmpty())
-            return refuse(QStringLiteral("--keypad: the file name is empty"));
+    return QString();
+}
+
+QString readNumbers(const QCommandLineParser& parser, const Options& options, CommandLine& settings) {
+    if (parser.isSet(options.exitAfter)) {
+        const QString value = parser.value(options.exitAfter);
+        settings.exitAfterMs = parseMilliseconds(value);
+        if (!settings.exitAfterMs)
+            return QStringLiteral("--exit-after: %1 is not a number of milliseconds (0 to 2147483647)")
+                .arg(quoted(value));
+    }
+    if (parser.isSet(options.speed)) {
+        const QString value = parser.value(options.speed);
+        const std::optional<double> speed = parseSpeed(value);
+        if (!speed)
+            return QStringLiteral("--speed: %1 is not a number from 0.01 to 1000").arg(quoted(value));
+        settings.speed = *speed;
+    }
+    return QString();
+}
+
+// Which options do not go together.
+QString findContradiction(const QCommandLineParser& parser, const Options& options) {
+    const bool replays = parser.isSet(options.replay);
+    for (const QCommandLineOption* const input : {&options.record, &options.demo, &options.keypad}) {
+        if (replays && parser.isSet(*input))
+            return QStringLiteral("--replay takes the place of the operator: it does not go together with --%1")
+                .arg(input->names().constFirst());
+    }
+    for (const QCommandLineOption* const ofReplay : {&options.speed, &options.exitAtEnd}) {
+        if (!replays && parser.isSet(*ofReplay))
+            return QStringLiteral("--%1 is for --replay only").arg(ofReplay->names().constFirst());
+    }
+    return QString();
+}
+
+CommandLine readSettings(const QCommandLineParser& parser, const Options& options) {
+    CommandLine settings;
+    settings.print = parser.isSet(options.print);
+    settings.demo = parser.isSet(options.demo);
+    settings.exitAtEnd = parser.isSet(options.exitAtEnd);
+    for (const QString& problem : {readTexts(parser, options, settings), readNumbers(parser, options, settings),
+                                   findContradiction(parser, options)}) {
+        if (!problem.isEmpty())
+            return refuse(problem);
     }
     return settings;
 }
@@ -124,7 +197,7 @@ CommandLine CommandLine::parse(const QStringList& arguments) {
     if (!parser.parse(arguments))
         return refuse(whatIsWrong(parser));
     if (parser.isSet(options.help))
-        return inform(parser.helpText());
+        return inform(parser.helpText() + QLatin1Char('\n') + examples);
     if (parser.isSet(options.version))
         return inform(QStringLiteral("kxterminal " KXTERMINAL_VERSION "\n"));
     if (!parser.positionalArguments().isEmpty())

@@ -22,6 +22,10 @@ struct CommandLine {
     QString screenshotFile; ///< empty: none
     std::optional<QString> canBus;
     QString keypadFile; ///< empty: the built-in layout
+    QString recordFile; ///< empty: nothing is recorded
+    QString replayFile; ///< empty: the input is the operator's
+    double speed = 1;   ///< of the replay
+    bool exitAtEnd = false;
 
     /// Needs a QCoreApplication, but no window system. \p arguments begin with the name of the program.
     static CommandLine parse(const QStringList& arguments);

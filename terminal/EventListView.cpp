@@ -24,7 +24,7 @@ const char* widestText(int column) {
     case EventModel::Value:
         return "123456";
     default:
-        return "Count";
+        return "1234";
     }
 }
 
@@ -50,7 +50,7 @@ EventListView::EventListView(EventModel& events, QWidget* parent) : QTableView(p
 }
 
 void EventListView::arrangeColumns() {
-    constexpr int padding = 14;
+    constexpr int padding = 16;
     QHeaderView* header = horizontalHeader();
     header->setHighlightSections(false);
     header->setSectionsClickable(false);

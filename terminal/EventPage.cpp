@@ -10,7 +10,7 @@
 #include <QScrollBar>
 
 EventPage::EventPage(EventModel& model, QWidget* parent)
-    : QWidget(parent), events(new EventListView(model)), newest(new ScreenButton(QStringLiteral("Newest\tHome"))),
+    : QWidget(parent), events(new EventListView(model)), newest(new ScreenButton(QStringLiteral("Top\tHome"))),
       newer(new ScreenButton(QStringLiteral("\u25b2\tPgUp"))),
       older(new ScreenButton(QStringLiteral("\u25bc\tPgDn"))) {
     auto* row = new QHBoxLayout(this);

@@ -2,7 +2,7 @@
 
 void InputGate::beginPass() {
     std::unique_lock<std::mutex> guard(lock);
-    changed.wait(guard, [this] { return !isHeld; });
+    changed.wait(guard, [this] { return holds == 0; });
     passGoesOn = true;
 }
 
@@ -15,11 +15,11 @@ void InputGate::endPass() {
 InputGate::Hold::Hold(InputGate& heldGate) : gate(heldGate) {
     std::unique_lock<std::mutex> guard(gate.lock);
     gate.changed.wait(guard, [this] { return !gate.passGoesOn; });
-    gate.isHeld = true;
+    ++gate.holds;
 }
 
 InputGate::Hold::~Hold() {
     const std::lock_guard<std::mutex> guard(gate.lock);
-    gate.isHeld = false;
+    --gate.holds;
     gate.changed.notify_all();
 }

@@ -14,7 +14,8 @@ public:
     void beginPass();
     void endPass();
 
-    /// Keeps the gate from the moment when no pass goes on, for as long as it lives. The toolkit's thread; not nested.
+    /// Keeps the gate from the moment when no pass goes on, for as long as it lives. The toolkit's thread, which may
+    /// hold it several times.
     class Hold {
     public:
         explicit Hold(InputGate& heldGate);
@@ -29,7 +30,7 @@ public:
 
 private:
     std::mutex lock;
-    bool isHeld = false;     // guarded by lock
+    int holds = 0;           // guarded by lock
     bool passGoesOn = false; // guarded by lock
     std::condition_variable changed;
 };

@@ -15,6 +15,12 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/// Something is wrong with a file, and the text begins with its name.
+class FileError : public SettingsError {
+public:
+    using SettingsError::SettingsError;
+};
+
 /// The bus between the keypad on the screen and the library: bus 0 of the platform.
 class KeypadBus {
 public:

@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr int columnWidth = 62;
+constexpr int columnWidth = 60;
 constexpr int greatestHeight = 76;
 constexpr int gap = 6;
 
@@ -17,7 +17,7 @@ QVBoxLayout* makeButtonColumn(const QVector<ScreenButton*>& buttons) {
     column->setSpacing(gap);
     for (ScreenButton* button : buttons) {
         button->setKeyBelow(true);
-        button->setTextSize(13);
+        button->setTextSize(16);
         button->setFixedWidth(columnWidth);
         button->setMaximumHeight(greatestHeight);
         button->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Expanding);

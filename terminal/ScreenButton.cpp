@@ -53,14 +53,21 @@ void ScreenButton::paintEvent(QPaintEvent* /*event*/) {
     painter.setBrush(isDown() ? Theme::accent().darker(220) : Theme::panel().lighter(isChecked() ? 160 : 130));
     painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), 7, 7);
 
-    const QRect inside = keyBelow ? rect().adjusted(2, 4, -2, -5) : rect().adjusted(inset, 0, -inset, 0);
+    const QFont textFont = Theme::font(textSize, true);
+    const QFont keyFont = Theme::font(keySize);
+    QRect textArea = rect().adjusted(inset, 0, -inset, 0);
+    QRect keyArea = textArea;
     const bool alone = keyName().isEmpty();
+    if (keyBelow && !alone) {
+        const int textHeight = QFontMetrics(textFont).height();
+        const int keyHeight = QFontMetrics(keyFont).height();
+        textArea = QRect(0, (height() - textHeight - keyHeight) / 2, width(), textHeight);
+        keyArea = QRect(0, textArea.bottom() + 1, width(), keyHeight);
+    }
     painter.setPen(Theme::text());
-    painter.setFont(Theme::font(textSize, true));
-    const int middle = alone || keyBelow ? Qt::AlignHCenter : Qt::AlignLeft;
-    painter.drawText(inside, middle | (keyBelow && !alone ? Qt::AlignTop : Qt::AlignVCenter), words());
+    painter.setFont(textFont);
+    painter.drawText(textArea, Qt::AlignVCenter | (alone || keyBelow ? Qt::AlignHCenter : Qt::AlignLeft), words());
     painter.setPen(Theme::quietText());
-    painter.setFont(Theme::font(keySize));
-    painter.drawText(inside, keyBelow ? Qt::AlignHCenter | Qt::AlignBottom : Qt::AlignRight | Qt::AlignVCenter,
-                     keyName());
+    painter.setFont(keyFont);
+    painter.drawText(keyArea, Qt::AlignVCenter | (keyBelow ? Qt::AlignHCenter : Qt::AlignRight), keyName());
 }

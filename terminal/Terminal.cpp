@@ -1,6 +1,7 @@
 #include "terminal/Terminal.h"
 
 #include "actions/KXActionQueue.h"
+#include "encoder/KXEncoderDynamic.h"
 #include "input/KXInputEventManager.h"
 #include "terminal/ActionDesk.h"
 #include "terminal/ActionPanel.h"
@@ -9,17 +10,22 @@
 #include "terminal/EventModel.h"
 #include "terminal/EventPrinter.h"
 #include "terminal/EventPump.h"
+#include "terminal/InputGate.h"
 #include "terminal/InputSettings.h"
 #include "terminal/KeyCodes.h"
 #include "terminal/KeypadBus.h"
 #include "terminal/KeypadPanel.h"
-#include "terminal/LibrarySettings.h"
 #include "terminal/MainWindow.h"
+#include "terminal/OperatorInput.h"
+#include "terminal/SessionPlayer.h"
+#include "terminal/SessionRecorder.h"
 #include "terminal/SoftKeyBar.h"
 #include "terminal/TerminationSignals.h"
 #include "terminal/Theme.h"
 #include "terminal/ToolkitLayer.h"
+#include "terminal/WorkerWatch.h"
 #include "tools/keylayout/KeyLayout.h"
+#include "tools/recording/RecordingReader.h"
 
 #include <QApplication>
 #include <QImage>
@@ -47,8 +53,29 @@ struct ReleaseActions {
 };
 using ActionQueue = std::unique_ptr<KX::KXActionQueue, ReleaseActions>;
 
+// Settings of the window and of recordings are the same five, in the same order.
+Recording::NumberSetting recordedSetting(InputSettings::Setting setting, int value) {
+    static_assert(static_cast<int>(Recording::NumberName::AcceptInput) == InputSettings::AcceptInput);
+    return {static_cast<Recording::NumberName>(setting), value};
+}
+
+InputSettings::Setting settingOf(const Recording::NumberSetting& setting) {
+    return static_cast<InputSettings::Setting>(setting.name);
+}
+
+std::unique_ptr<SessionRecorder> startRecording(const CommandLine& settings) {
+    if (settings.recordFile.isEmpty())
+        return nullptr;
+    try {
+        return std::make_unique<SessionRecorder>(settings.recordFile.toLocal8Bit().toStdString());
+    } catch (const std::runtime_error& error) {
+        throw FileError(error.what());
+    }
+}
+
 // Members are destroyed from the last to the first: input ends before the pump, then the manager's thread, which
-// posts the keypad's keys to the window. The queue of actions goes after all that posts to it, and before them.
+// posts the keypad's keys to the window and passes the gate. The queue of actions goes after all that posts to it,
+// and before them.
 class Terminal {
 public:
     explicit Terminal(const CommandLine& settings);
@@ -56,11 +83,14 @@ public:
     int run();
 
 private:
+    void handOverSettings();
     void openKeypad();
+    void openReplay();
     void connectParts();
     void takeReport(KX::KXToolkitEvent& event);
     void connectActions();
     void scheduleEnd();
+    bool endSession();
     int writePicture();
 
     const CommandLine& settings;
@@ -72,28 +102,72 @@ private:
     MainWindow window;
     ActionDesk desk;
     ActionQueue actionQueue;
+    InputGate gate;
+    std::unique_ptr<SessionRecorder> recorder;
+    WorkerWatch workerWatch;
     Manager manager;
+    OperatorInput input;
     DisplayPace pace;
     EventPump pump;
     ToolkitLayer toolkitLayer;
     std::unique_ptr<DemoSession> demo;
+    std::unique_ptr<SessionPlayer> player;
 };
 
 Terminal::Terminal(const CommandLine& commandLine)
-    : settings(commandLine), bus(settings.canBus), printer(stdout), inputSettings(applyToLibrary),
-      window(model, inputSettings), actionQueue(KX::KXActionQueue::create()),
-      manager(KX::KXInputEventManager::createInstance()), pump(*manager),
+    : settings(commandLine), bus(settings.canBus), printer(stdout),
+      inputSettings([this](InputSettings::Setting setting, int value) {
+          return input.deliver(recordedSetting(setting, value));
+      }),
+      window(model, inputSettings), actionQueue(KX::KXActionQueue::create()), recorder(startRecording(settings)),
+      workerWatch(gate, recorder.get()), manager(KX::KXInputEventManager::createInstance()),
+      input(*manager, gate, recorder.get()), pump(*manager),
       toolkitLayer(window, [this](KX::KXToolkitEvent& event) { takeReport(event); }) {
-    manager->setKeyMapping(KeyCodes::functionKeys());
-    openKeypad();
+    handOverSettings();
+    if (settings.replayFile.isEmpty())
+        openKeypad();
+    else
+        openReplay();
     connectParts();
     connectActions();
 }
 
+// All of them, also those that the library has by itself: so they stand in a recording, which then says the same to
+// a later library.
+void Terminal::handOverSettings() {
+    input.deliver(Recording::KeyMapping{KeyCodes::functionKeys()});
+    for (int setting = 0; setting < InputSettings::SettingCount; ++setting) {
+        const auto name = static_cast<InputSettings::Setting>(setting);
+        input.deliver(recordedSetting(name, inputSettings.value(name)));
+    }
+    if (const KX::KXEncoderDynamic* const encoder = KX::KXEncoderDynamic::instance())
+        input.deliver(Recording::SpeedTable{encoder->getDynamicParameters()});
+}
+
 void Terminal::takeReport(KX::KXToolkitEvent& event) {
-    const KX::KXToolkitEvent asReported = event;
-    manager->toolkitEventOccurred(event);
-    window.takeReport(asReported);
+    // A replay takes the place of the operator, who may still look around in the window.
+    if (!player)
+        input.deliver(event);
+    window.takeReport(event);
+}
+
+void Terminal::openReplay() {
+    Recording::Session session;
+    try {
+        session =
+            Recording::readFile(settings.replayFile.toLocal8Bit().toStdString(),
+                                [](const std::string& warning) { std::fprintf(stderr, "%s\n", warning.c_str()); });
+    } catch (const Recording::BadFile& error) {
+        throw FileError(error.what());
+    }
+    if (session.isPlainLog)
+        throw FileError(
+            settings.replayFile.toLocal8Bit().toStdString() +
+            ": a log of a CAN bus; play it onto the bus of a terminal with kxcan play, or with kxreplay");
+    player = std::make_unique<SessionPlayer>(
+        std::move(session), settings.speed, *manager, gate, [this](const Recording::NumberSetting& setting) {
+            inputSettings.set(settingOf(setting), static_cast<int>(setting.value));
+        });
 }
 
 KX::CANRemoteOptions readLayout(const QString& file) {
@@ -103,7 +177,7 @@ KX::CANRemoteOptions readLayout(const QString& file) {
     try {
         return KeyLayout::readFile(file.toLocal8Bit().toStdString(), toolkitKeys);
     } catch (const std::runtime_error& error) {
-        throw SettingsError(error.what());
+        throw FileError(error.what());
     }
 }
 
@@ -113,7 +187,7 @@ void Terminal::openKeypad() {
         throw SettingsError("the layout of the keypad: " + problem->text);
     KeypadPanel& keypad = window.keypad();
     keypad.setLayoutOfKeys(layout);
-    manager->setCANRemoteOptions(layout);
+    input.deliver(Recording::Keypad{std::make_shared<const KX::CANRemoteOptions>(layout)});
     bus.connectToListener();
     QObject::connect(&keypad, &KeypadPanel::frameChanged, &keypad, [this, &keypad](const KX::KXCANMessage& frame) {
         keypad.showFault(bus.send(frame).value_or(QString()));
@@ -141,6 +215,11 @@ void Terminal::connectParts() {
 void Terminal::scheduleEnd() {
     if (settings.exitAfterMs)
         QTimer::singleShot(*settings.exitAfterMs, Qt::PreciseTimer, qApp, &QCoreApplication::quit);
+    if (player) {
+        if (settings.exitAtEnd)
+            QObject::connect(player.get(), &SessionPlayer::finished, qApp, &QCoreApplication::quit);
+        player->start();
+    }
     if (!settings.demo)
         return;
     demo = std::make_unique<DemoSession>(window);
@@ -154,10 +233,19 @@ int Terminal::run() {
     window.activateWindow();
     scheduleEnd();
     QCoreApplication::exec();
-    pump.takeWaitingEvents();
+    const bool isRecorded = endSession();
     pace.flush();
     window.actions().showState(desk);
-    return settings.screenshotFile.isEmpty() ? 0 : writePicture();
+    const int pictureStatus = settings.screenshotFile.isEmpty() ? 0 : writePicture();
+    return isRecorded ? pictureStatus : 1;
+}
+
+// Takes the last events, and ends the recording before another pass of the worker can make more of them.
+// Returns whether what was to be recorded is.
+bool Terminal::endSession() {
+    const InputGate::Hold hold(gate);
+    pump.takeWaitingEvents();
+    return !recorder || recorder->end();
 }
 
 int Terminal::writePicture() {
@@ -177,6 +265,9 @@ int runTerminal(QApplication& application, const CommandLine& settings) {
         Theme::apply(application);
         Terminal terminal(settings);
         return terminal.run();
+    } catch (const FileError& error) {
+        std::fprintf(stderr, "%s\n", error.what());
+        return 2;
     } catch (const SettingsError& error) {
         std::fprintf(stderr, "kxterminal: %s\n", error.what());
         return 2;

@@ -25,10 +25,10 @@ QPalette darkPalette() {
 
 QString styleSheet() {
     return QStringLiteral("QTableView { border: 1px solid %1; border-radius: 6px; padding: 1px; }"
-                          "QTableView::item { border: 0; padding-left: 6px; padding-right: 8px; }"
+                          "QTableView::item { border: 0; padding-left: 4px; padding-right: 5px; }"
                           "QHeaderView { background: %2; }"
                           "QHeaderView::section { background: %2; color: %3; border: 0;"
-                          "  border-bottom: 1px solid %1; padding: 6px 8px 6px 8px; font-size: 12px; }"
+                          "  border-bottom: 1px solid %1; padding: 6px 7px 6px 7px; font-size: 12px; }"
                           "QScrollBar:vertical { background: %2; width: 12px; margin: 0; border: 0; }"
                           "QScrollBar::handle:vertical { background: %1; border-radius: 3px; min-height: 36px;"
                           "  margin: 3px; }"

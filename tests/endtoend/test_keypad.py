@@ -201,7 +201,7 @@ class Settings(unittest.TestCase):
 
     def check_refused(self, done, message):
         self.assertEqual((2, ""), (done.returncode, done.stdout))
-        self.assertEqual("kxterminal: " + message + "\n", done.stderr)
+        self.assertEqual(message + "\n", done.stderr)
 
     def test_a_bad_layout_is_told_with_file_and_line(self):
         path = self.layout("# keys\nkey 1 code 0 byte 8 bit 0 id 18FF0001\n")

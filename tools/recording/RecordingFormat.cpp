@@ -5,7 +5,6 @@
 #include "tools/recording/RecordingWords.h"
 #include "tools/text/Text.h"
 
-#include <algorithm>
 
 namespace Recording {
 
@@ -48,9 +47,11 @@ struct Formatter {
     std::string operator()(const Keypad& keypad) const {
         // One call is one line, so that no crash can leave half a keypad behind.
         std::string text = KeyLayout::write(*keypad.layout);
-        while (!text.empty() && text.back() == '\n')
-            text.pop_back();
-        std::replace(text.begin(), text.end(), '\n', ';');
+        if (text.empty())
+            return "set keypad";
+        text.pop_back(); // the end of the last line
+        for (std::size_t end = text.find('\n'); end != std::string::npos; end = text.find('\n', end))
+            text.replace(end, 1, "; ");
         return "set keypad " + text;
     }
     std::string operator()(const Pass& /*pass*/) const {

@@ -76,12 +76,20 @@ private:
     void takeLine() {
         if (isCANLogComment(line))
             return;
-        if (std::exchange(isFirst, false) && takeVersion())
+        if (std::exchange(isFirst, false) && (isCutFirstLine() || takeVersion()))
             return;
         if (session.isPlainLog)
             takeLogLine();
         else
             takeRecordingLine();
+    }
+
+    // Whether a crash left nothing but a part of the first line, which says nothing else than a whole one.
+    bool isCutFirstLine() const {
+        const bool isCut = !hasLineEnd && firstLine().substr(0, line.size()) == line;
+        if (isCut)
+            tellOfCut();
+        return isCut;
     }
 
     // Returns whether the line is the first one of a recording.
@@ -122,7 +130,7 @@ private:
     void takeRecordingLine() {
         // A crash, or a disk that is full, cut it: what is left may look whole and say something else.
         if (!hasLineEnd) {
-            warn(name + ":" + std::to_string(lineNumber) + ": the last line is cut off; it is left out");
+            tellOfCut();
             return;
         }
         if (hasEnded)
@@ -131,6 +139,10 @@ private:
             takeFrame();
         else
             takeOwnLine();
+    }
+
+    void tellOfCut() const {
+        warn(name + ":" + std::to_string(lineNumber) + ": the last line is cut off; it is left out");
     }
 
     void takeFrame() {
