@@ -1,0 +1,86 @@
+#pragma once
+
+#include "encoder/KXEncoderDynamic.h"
+#include "terminal/EncoderTrace.h"
+#include "terminal/EventPump.h"
+
+#include <QElapsedTimer>
+#include <QTimer>
+#include <QWidget>
+
+#include <functional>
+#include <vector>
+
+class EncoderTrailItem;
+class QwtPlot;
+class QwtPlotCurve;
+
+/// How the encoder accelerates: its speed table as a curve with the present step on it, and beside it the value
+/// that a turn of the knob comes to.
+///
+/// Nothing is repainted but for new moves and a new table.
+class EncoderView : public QWidget {
+    Q_OBJECT
+
+public:
+    static constexpr int trailLength = 8;
+    static constexpr int historyMs = 8000;
+
+    explicit EncoderView(QWidget* parent = nullptr);
+
+    /// \p userFactor in thousandths scales the increments, as the encoder does it.
+    void setSpeedTable(const std::vector<KX::KXEncoderDynamicPair>& table, int userFactor);
+
+    /// \p read yields the present smoothed step time in ms; it is called on this thread for the last move of
+    /// each batch. Without it the time is reckoned from the moves.
+    void setStepTimeSource(std::function<int()> read);
+
+    /// Shows the encoder moves among \p events, oldest first.
+    void append(const ClassifiedEvents& events);
+
+    /// \p move is an ENCODER_MOVE_EVENT.
+    void showMove(const KX::KXInputEvent& move, int stepTimeMs);
+
+    const EncoderTrace& trace() const;
+
+    /// The corners of the curve that the table makes: step time and increment.
+    std::vector<QPointF> curveCorners() const;
+
+    /// The points shown on the curve, the present one last.
+    const std::vector<QPointF>& trail() const;
+
+    /// The large numbers.
+    QString stepTimeText() const;
+    QString incrementText() const;
+    QString valueText() const;
+
+    QSize sizeHint() const override;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
+
+private:
+    void makeCurvePlot();
+    void makeValuePlot();
+    void setCurveScales();
+    void scheduleRefresh();
+    void refresh();
+    void showTrail();
+    void showValues();
+    QRect numbersArea() const;
+    void drawHeading(QPainter& painter, const QwtPlot& below, const QString& text) const;
+
+    EncoderTrace encoderTrace;
+    std::vector<KX::KXEncoderDynamicPair> speedTable;
+    int userFactor = 1000;
+    std::function<int()> readStepTime;
+    QwtPlot* curvePlot = nullptr;
+    QwtPlot* valuePlot = nullptr;
+    QwtPlotCurve* curve = nullptr;
+    QwtPlotCurve* values = nullptr;
+    EncoderTrailItem* trailItem = nullptr;
+    QTimer pace;
+    QElapsedTimer sinceRefresh;
+};

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "terminal/KeyTimeLine.h"
+
+#include <qwt_plot_item.h>
+
+#include <optional>
+#include <vector>
+
+/// Draws rows of a time line into a plot: x is ms after a reference time, y counts the rows downwards from 0.
+///
+/// What is outside the visible time is not looked at, and of what falls on one pixel one is drawn, so the cost is
+/// bounded by the width of the plot.
+class KeyLanesItem : public QwtPlotItem {
+public:
+    static constexpr int rowHeightLeast = 27;
+
+    /// A row without a lane shows the encoder.
+    using Row = std::optional<KeyTimeLine::LaneKey>;
+
+    /// \p timeLine must outlive the item.
+    explicit KeyLanesItem(const KeyTimeLine& timeLine);
+
+    void setRows(const std::vector<Row>& shown);
+    const std::vector<Row>& rows() const;
+
+    /// \p now is where the spans of keys that are down end.
+    void setTime(KeyTimeLine::Time reference, KeyTimeLine::Time now);
+
+    /// Spans and moves that the last drawing drew.
+    int drawnCount() const;
+
+    void draw(QPainter* painter, const QwtScaleMap& xMap, const QwtScaleMap& yMap,
+              const QRectF& canvas) const override;
+
+private:
+    struct Frame;
+
+    void drawRow(const Frame& frame, const Row& row) const;
+    void drawLane(const Frame& frame, const KeyTimeLine::Lane& lane) const;
+    void drawMoves(const Frame& frame) const;
+
+    const KeyTimeLine& timeLine;
+    std::vector<Row> shownRows;
+    KeyTimeLine::Time referenceTime = 0;
+    KeyTimeLine::Time nowTime = 0;
+    mutable int drawn = 0; // drawing is const in Qwt; one thread draws
+};

@@ -1,0 +1,221 @@
+#include "terminal/KeyTimeLine.h"
+
+#include "events/KXEventType.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace {
+
+constexpr int stepKeyDownwards = 5;
+
+// Events of two threads are posted in an order that their ticks need not have; more than this is no such case.
+constexpr KeyTimeLine::Time latestBy = 60000;
+
+bool isOfMouse(const KX::KXInputEvent& event) {
+    return event.eventType >= KX::MOUSE_PRESS_EVENT && event.eventType <= KX::MOUSE_ESCAPE_EVENT;
+}
+
+KeyTimeLine::LaneKey laneKeyOf(const KX::KXInputEvent& event) {
+    if (isOfMouse(event))
+        return {KeyTimeLine::LaneKind::MouseButton, event.eventData[1]};
+    return {KeyTimeLine::LaneKind::Key, static_cast<unsigned int>(event.keyCode)};
+}
+
+bool isDown(const KeyTimeLine::Lane& lane) {
+    return !lane.spans.empty() && lane.spans.back().ending == KeyTimeLine::Span::Ending::Down;
+}
+
+} // namespace
+
+void KeyTimeLine::setDoublePressWindow(unsigned int ms) {
+    doublePressWindowMs = ms;
+}
+
+void KeyTimeLine::append(const KX::KXInputEvent& event) {
+    const EventKind kind = kindOfEvent(event.eventType);
+    if (kind == EventKind::Move || kind == EventKind::Other)
+        return;
+    const Time time = advanceTo(event);
+    if (kind == EventKind::Encoder)
+        move(event, time);
+    else if (kind == EventKind::Press || kind == EventKind::DoublePress)
+        press(event, time, kind);
+    else if (kind == EventKind::LongPress || kind == EventKind::LongRelease)
+        signOfLife(event, time, kind);
+    else
+        release(event, time, kind);
+    while (keptEvents > capacity)
+        dropOldest();
+}
+
+KeyTimeLine::Time KeyTimeLine::advanceTo(const KX::KXInputEvent& event) {
+    if (!hasTime) {
+        hasTime = true;
+        newestTick = event.timeStamp;
+        newestTime = event.timeStamp;
+        return newestTime;
+    }
+    // The tick is in the 2^31 ms before the newest event or in those after it, also across the wrap.
+    const Time distance = static_cast<std::int32_t>(event.timeStamp - newestTick);
+    // An Escape that the application posts by itself bears no tick. It belongs to now.
+    if (event.timeStamp == 0 && std::abs(distance) > latestBy)
+        return newestTime;
+    if (distance < 0 && distance >= -latestBy)
+        return newestTime + distance;
+    // Whoever goes back farther has a new clock, as a recording that is played has: it goes on from here.
+    newestTick = event.timeStamp;
+    newestTime += std::max<Time>(distance, 0);
+    return newestTime;
+}
+
+KeyTimeLine::Lane& KeyTimeLine::laneOf(const KX::KXInputEvent& event) {
+    const auto [found, isNew] = keyLanes.try_emplace(laneKeyOf(event));
+    if (isNew) {
+        found->second.namesake = event;
+        found->second.number = openedLanes++;
+    }
+    return found->second;
+}
+
+KeyTimeLine::Span& KeyTimeLine::openSpan(Lane& lane, Time time) {
+    Span span;
+    // Spans are looked up by time, so none may begin before the one before it has ended.
+    span.start = lane.spans.empty() ? time : std::max(time, lane.spans.back().end);
+    span.end = span.start;
+    lane.spans.push_back(span);
+    oldestFirst.emplace_back(Place::Span, laneKeyOf(lane.namesake));
+    ++keptEvents;
+    ++keysDown;
+    return lane.spans.back();
+}
+
+void KeyTimeLine::press(const KX::KXInputEvent& event, Time time, EventKind kind) {
+    Lane& lane = laneOf(event);
+    if (isDown(lane)) {
+        lane.spans.back().ending = Span::Ending::Lost;
+        --keysDown;
+    }
+    const bool follows = !lane.spans.empty() && lane.spans.back().isPressSeen;
+    const Time previousStart = follows ? lane.spans.back().start : 0;
+    Span& span = openSpan(lane, time);
+    span.followsPress = follows;
+    span.isInterrupted = laneKeyOf(event) != lastPressed;
+    lastPressed = laneKeyOf(event);
+    span.sincePreviousPress = follows ? static_cast<unsigned int>(span.start - previousStart) : 0;
+    span.doublePressWindow = doublePressWindowMs;
+    span.isDoublePress = kind == EventKind::DoublePress;
+}
+
+void KeyTimeLine::count(Span& span) {
+    ++span.eventCount;
+    ++keptEvents;
+}
+
+// A long press, or the long release that is posted just before the release and bears the tick of the long press.
+void KeyTimeLine::signOfLife(const KX::KXInputEvent& event, Time time, EventKind kind) {
+    Lane& lane = laneOf(event);
+    const bool wasDown = isDown(lane);
+    Span& span = wasDown ? lane.spans.back() : openSpan(lane, time);
+    if (wasDown)
+        count(span);
+    else
+        span.isPressSeen = false;
+    span.end = std::max(span.end, time);
+    if (kind == EventKind::LongRelease) {
+        span.isLongRelease = true;
+        return;
+    }
+    span.isLongPress = true;
+    span.longPressAt = std::max(span.start, time);
+}
+
+void KeyTimeLine::release(const KX::KXInputEvent& event, Time time, EventKind kind) {
+    Lane& lane = laneOf(event);
+    const bool wasDown = isDown(lane);
+    Span& span = wasDown ? lane.spans.back() : openSpan(lane, time);
+    if (wasDown)
+        count(span);
+    else
+        span.isPressSeen = false;
+    // The release may have happened a moment before the long press that was posted before it.
+    span.end = std::max(span.start, time);
+    span.longPressAt = std::min(span.longPressAt, span.end);
+    span.ending = kind == EventKind::Escape ? Span::Ending::Escaped : Span::Ending::Released;
+    --keysDown;
+}
+
+void KeyTimeLine::move(const KX::KXInputEvent& event, Time time) {
+    Move step;
+    step.time = encoderMoves.empty() ? time : std::max(time, encoderMoves.back().time);
+    step.value = event.value;
+    step.count = event.count;
+    step.isDownwards = event.keyCode == stepKeyDownwards;
+    encoderMoves.push_back(step);
+    oldestFirst.emplace_back(Place::Move, LaneKey());
+    ++keptEvents;
+}
+
+void KeyTimeLine::dropOldest() {
+    const auto [place, laneKey] = oldestFirst.front();
+    oldestFirst.pop_front();
+    if (place == Place::Move) {
+        encoderMoves.pop_front();
+        --keptEvents;
+        return;
+    }
+    const auto lane = keyLanes.find(laneKey);
+    const Span& span = lane->second.spans.front();
+    keptEvents -= span.eventCount;
+    keysDown -= span.ending == Span::Ending::Down ? 1 : 0;
+    lane->second.spans.pop_front();
+    if (lane->second.spans.empty())
+        keyLanes.erase(lane);
+}
+
+const KeyTimeLine::Lanes& KeyTimeLine::lanes() const {
+    return keyLanes;
+}
+
+const std::deque<KeyTimeLine::Move>& KeyTimeLine::moves() const {
+    return encoderMoves;
+}
+
+KeyTimeLine::Time KeyTimeLine::newest() const {
+    return newestTime;
+}
+
+KeyTimeLine::Time KeyTimeLine::oldest() const {
+    if (oldestFirst.empty())
+        return newestTime;
+    const auto& [place, laneKey] = oldestFirst.front();
+    return place == Place::Move ? encoderMoves.front().time : keyLanes.at(laneKey).spans.front().start;
+}
+
+unsigned int KeyTimeLine::tickAt(Time time) const {
+    return newestTick + static_cast<unsigned int>(time - newestTime);
+}
+
+bool KeyTimeLine::isEmpty() const {
+    return keptEvents == 0;
+}
+
+bool KeyTimeLine::isAnyKeyDown() const {
+    return keysDown > 0;
+}
+
+int KeyTimeLine::eventCount() const {
+    return keptEvents;
+}
+
+std::deque<KeyTimeLine::Span>::const_iterator KeyTimeLine::firstSpanEndingAt(const Lane& lane, Time time) {
+    const auto endsBefore = [](const Span& span, Time limit) {
+        return span.ending != Span::Ending::Down && span.end < limit;
+    };
+    return std::lower_bound(lane.spans.begin(), lane.spans.end(), time, endsBefore);
+}
+
+std::deque<KeyTimeLine::Move>::const_iterator KeyTimeLine::firstMoveAt(Time time) const {
+    const auto isBefore = [](const Move& step, Time limit) { return step.time < limit; };
+    return std::lower_bound(encoderMoves.begin(), encoderMoves.end(), time, isBefore);
+}

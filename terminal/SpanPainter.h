@@ -1,0 +1,47 @@
+#pragma once
+
+#include "terminal/KeyTimeLine.h"
+#include "terminal/TimeLineMarks.h"
+
+#include <QRectF>
+
+#include <limits>
+
+class QPainter;
+
+/// Draws the spans of one lane from left to right: bars, marks, and where there is room, how long they lasted and
+/// how far apart quick presses were.
+class SpanPainter {
+public:
+    /// Where a span is in the picture, in pixels.
+    struct Extent {
+        qreal left;
+        qreal right;
+        qreal longPress;      ///< where the long press was recognised
+        qreal previousPress;  ///< where the press before it was
+        qreal doublePressEnd; ///< where a next press would no longer be a double press
+        qreal next;           ///< where the next span begins, or the end of the picture
+    };
+
+    /// \p row is where the lane may draw.
+    SpanPainter(QPainter& target, const QRectF& row);
+
+    void draw(const KeyTimeLine::Span& span, const Extent& extent, KeyTimeLine::Time lengthMs);
+
+    /// The part of a row that bars fill.
+    static QRectF barArea(const QRectF& row);
+
+private:
+    void drawWindow(const Extent& extent);
+    void drawBar(const KeyTimeLine::Span& span, const Extent& extent);
+    void drawUnknownEnds(const KeyTimeLine::Span& span, const Extent& extent);
+    void drawMarks(const KeyTimeLine::Span& span, const Extent& extent);
+    void drawMark(TimeLineMark mark, qreal x);
+    void drawLength(const KeyTimeLine::Span& span, const Extent& extent, KeyTimeLine::Time lengthMs);
+    void drawGap(const KeyTimeLine::Span& span, const Extent& extent);
+
+    QPainter& painter;
+    const QRectF rowArea;
+    const QRectF bars;
+    qreal lastMark = -std::numeric_limits<qreal>::infinity();
+};

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QWidget>
+
+/// Explains the marks of the time line, in two lines.
+class TimeLineLegend : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit TimeLineLegend(QWidget* parent = nullptr);
+
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+};
