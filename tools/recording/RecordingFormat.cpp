@@ -5,7 +5,6 @@
 #include "tools/recording/RecordingWords.h"
 #include "tools/text/Text.h"
 
-
 namespace Recording {
 
 namespace {
