@@ -161,6 +161,10 @@ SoftKeyBar& MainWindow::softKeyBar() const {
     return *softKeys;
 }
 
+EncoderView& MainWindow::encoder() const {
+    return area->encoder();
+}
+
 PageArea& MainWindow::pages() const {
     return *area;
 }

@@ -6,6 +6,7 @@
 #include <QWidget>
 
 class ActionPanel;
+class EncoderView;
 class EventModel;
 class InputOffBanner;
 class InputSettings;
@@ -36,6 +37,7 @@ public:
     KeypadPanel& keypad() const;
     ActionPanel& actions() const;
     SoftKeyBar& softKeyBar() const;
+    EncoderView& encoder() const;
     PageArea& pages() const;
     InputOffBanner& inputOffBanner() const;
 

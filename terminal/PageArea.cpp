@@ -1,18 +1,26 @@
 #include "terminal/PageArea.h"
 
+#include "events/KXEventType.h"
 #include "terminal/ActionPanel.h"
+#include "terminal/EncoderView.h"
+#include "terminal/EventModel.h"
 #include "terminal/EventPage.h"
+#include "terminal/InputSettings.h"
+#include "terminal/KeyCodes.h"
 #include "terminal/KeypadPanel.h"
 #include "terminal/PageBar.h"
 #include "terminal/SettingsPanel.h"
 #include "terminal/Theme.h"
+#include "terminal/TimeLineView.h"
 
 #include <QHBoxLayout>
 #include <QVBoxLayout>
 
 PageArea::PageArea(EventModel& model, InputSettings& settings, QWidget* parent)
     : QWidget(parent), pageBar(new PageBar), keypadPanel(new KeypadPanel), actionPanel(new ActionPanel),
-      eventPage(new EventPage(model)), settingsPanel(new SettingsPanel(settings)), widgets(pageCount, nullptr),
+      eventPage(new EventPage(model)), timeLineView(new TimeLineView), encoderView(new EncoderView),
+      settingsPanel(new SettingsPanel(settings)),
+      widgets({eventPage, timeLineView, encoderView, keypadPanel, actionPanel, settingsPanel}),
       column(new QVBoxLayout(this)), devices(new QHBoxLayout) {
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(Theme::spacing);
@@ -21,16 +29,22 @@ PageArea::PageArea(EventModel& model, InputSettings& settings, QWidget* parent)
     devices->addWidget(actionPanel);
     column->addLayout(devices);
     column->addWidget(pageBar, 0, Qt::AlignLeft);
-    widgets[static_cast<int>(Page::Events)] = eventPage;
-    widgets[static_cast<int>(Page::Keypad)] = keypadPanel;
-    widgets[static_cast<int>(Page::Actions)] = actionPanel;
-    widgets[static_cast<int>(Page::Settings)] = settingsPanel;
-    for (QWidget* page : qAsConst(widgets)) {
-        if (page != nullptr && page != keypadPanel && page != actionPanel)
-            column->addWidget(page, 1);
-    }
+    for (QWidget* page : {widgets[0], widgets[1], widgets[2], widgets[5]})
+        column->addWidget(page, 1);
+    feedViews(model, settings);
     connect(pageBar, &PageBar::chosen, this, &PageArea::showPage);
     arrange();
+}
+
+void PageArea::feedViews(EventModel& model, InputSettings& settings) {
+    connect(&model, &EventModel::appended, timeLineView, &TimeLineView::append);
+    connect(&model, &EventModel::appended, encoderView, &EncoderView::append);
+    const auto showDoublePress = [this, &settings] {
+        timeLineView->setDoublePressWindow(
+            static_cast<unsigned int>(settings.value(InputSettings::DoublePressMs)));
+    };
+    connect(&settings, &InputSettings::changed, timeLineView, showDoublePress);
+    showDoublePress();
 }
 
 void PageArea::setPaged(bool paged) {
@@ -49,7 +63,7 @@ bool PageArea::isDevice(Page page) const {
 QVector<Page> PageArea::pagesNow() const {
     QVector<Page> pages;
     for (int page = 0; page < pageCount; ++page) {
-        if (widgets[page] != nullptr && (isPaged || !isDevice(static_cast<Page>(page))))
+        if ((isPaged || !isDevice(static_cast<Page>(page))))
             pages.append(static_cast<Page>(page));
     }
     return pages;
@@ -85,7 +99,7 @@ void PageArea::arrange() {
         for (int page = 0; page < pageCount; ++page) {
             const bool isShown =
                 static_cast<Page>(page) == shown || (!isPaged && isDevice(static_cast<Page>(page)));
-            if (widgets[page] != nullptr && isShown == show)
+            if (isShown == show)
                 widgets[page]->setVisible(show);
         }
     }
@@ -97,11 +111,29 @@ void PageArea::takeInput(const KX::KXInputEvent& event) {
     case Page::Events:
         eventPage->takeInput(event);
         break;
+    case Page::TimeLine:
+        takeTimeLineInput(event);
+        break;
     case Page::Settings:
         settingsPanel->takeInput(event);
         break;
     default:
         break;
+    }
+}
+
+void PageArea::takeTimeLineInput(const KX::KXInputEvent& event) {
+    if (event.eventType == KX::ENCODER_MOVE_EVENT) {
+        for (int step = 0; step < event.count; ++step)
+            event.keyCode == KeyCodes::up ? timeLineView->zoomIn() : timeLineView->zoomOut();
+    } else if (KeyCodes::isPress(event)) {
+        // Home does the same as PgUp: a keypad has no more than Home and End.
+        if (event.keyCode == KeyCodes::home || event.osKeyCode == KeyCodes::toolkitPageUp)
+            timeLineView->scrollBack();
+        else if (event.osKeyCode == KeyCodes::toolkitPageDown)
+            timeLineView->scrollForward();
+        else if (event.keyCode == KeyCodes::end)
+            timeLineView->follow();
     }
 }
 
@@ -123,6 +155,14 @@ ActionPanel& PageArea::actions() const {
 
 EventPage& PageArea::events() const {
     return *eventPage;
+}
+
+TimeLineView& PageArea::timeLine() const {
+    return *timeLineView;
+}
+
+EncoderView& PageArea::encoder() const {
+    return *encoderView;
 }
 
 SettingsPanel& PageArea::settings() const {

@@ -7,6 +7,7 @@
 #include <QWidget>
 
 class ActionPanel;
+class EncoderView;
 class EventModel;
 class EventPage;
 class InputSettings;
@@ -15,6 +16,7 @@ class PageBar;
 class QHBoxLayout;
 class QVBoxLayout;
 class SettingsPanel;
+class TimeLineView;
 
 /// What stands below the soft keys: pages, one of which is shown, and in a large window the keypad and the actions
 /// above them.
@@ -48,17 +50,23 @@ public:
     KeypadPanel& keypad() const;
     ActionPanel& actions() const;
     EventPage& events() const;
+    TimeLineView& timeLine() const;
+    EncoderView& encoder() const;
     SettingsPanel& settings() const;
 
 private:
     QVector<Page> pagesNow() const;
     bool isDevice(Page page) const;
+    void feedViews(EventModel& model, InputSettings& settings);
+    void takeTimeLineInput(const KX::KXInputEvent& event);
     void arrange();
 
     PageBar* pageBar;
     KeypadPanel* keypadPanel;
     ActionPanel* actionPanel;
     EventPage* eventPage;
+    TimeLineView* timeLineView;
+    EncoderView* encoderView;
     SettingsPanel* settingsPanel;
     QVector<QWidget*> widgets; // by page
     QVBoxLayout* column;

@@ -7,6 +7,7 @@
 #include "terminal/ActionPanel.h"
 #include "terminal/DemoSession.h"
 #include "terminal/DisplayPace.h"
+#include "terminal/EncoderWatch.h"
 #include "terminal/EventModel.h"
 #include "terminal/EventPrinter.h"
 #include "terminal/EventPump.h"
@@ -73,6 +74,12 @@ std::unique_ptr<SessionRecorder> startRecording(const CommandLine& settings) {
     }
 }
 
+std::unique_ptr<WorkerWatch> watchWorker(const CommandLine& settings, InputGate& gate, SessionRecorder* recorder) {
+    if (!recorder && settings.replayFile.isEmpty())
+        return nullptr;
+    return std::make_unique<WorkerWatch>(gate, recorder);
+}
+
 // Members are destroyed from the last to the first: input ends before the pump, then the manager's thread, which
 // posts the keypad's keys to the window and passes the gate. The queue of actions goes after all that posts to it,
 // and before them.
@@ -104,7 +111,7 @@ private:
     ActionQueue actionQueue;
     InputGate gate;
     std::unique_ptr<SessionRecorder> recorder;
-    WorkerWatch workerWatch;
+    std::unique_ptr<WorkerWatch> workerWatch; // only where the order of passes and inputs matters
     Manager manager;
     OperatorInput input;
     DisplayPace pace;
@@ -120,7 +127,7 @@ Terminal::Terminal(const CommandLine& commandLine)
           return input.deliver(recordedSetting(setting, value));
       }),
       window(model, inputSettings), actionQueue(KX::KXActionQueue::create()), recorder(startRecording(settings)),
-      workerWatch(gate, recorder.get()), manager(KX::KXInputEventManager::createInstance()),
+      workerWatch(watchWorker(settings, gate, recorder.get())), manager(KX::KXInputEventManager::createInstance()),
       input(*manager, gate, recorder.get()), pump(*manager),
       toolkitLayer(window, [this](KX::KXToolkitEvent& event) { takeReport(event); }) {
     handOverSettings();
@@ -203,6 +210,7 @@ void Terminal::connectActions() {
 }
 
 void Terminal::connectParts() {
+    watchEncoder(window.encoder(), inputSettings);
     QObject::connect(&pump, &EventPump::eventsTaken, &pace, &DisplayPace::take);
     QObject::connect(&pace, &DisplayPace::due, &model, &EventModel::append);
     if (settings.print)

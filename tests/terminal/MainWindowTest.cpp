@@ -97,6 +97,7 @@ TEST_F(MainWindowTest, OnASmallScreenF11TurnsThroughAllPagesAndRoundTheEnd) {
     window.resize(800, 480);
     const QVector<Page> pages = window.pages().bar().pages();
     expectOnlyPage(pages[0]);
+    ASSERT_EQ(pageCount, pages.size());
     for (int turn = 1; turn <= pages.size(); ++turn) {
         keyPressed(KeyCodes::nextPage);
         expectOnlyPage(pages[turn % pages.size()]);

@@ -1,0 +1,145 @@
+// What the window costs the thread that draws it and takes the operator's input: with as many events as the list
+// keeps, and more coming in than hands can make.
+
+#include "events/KXEventType.h"
+#include "terminal/DisplayPace.h"
+#include "terminal/EventListView.h"
+#include "terminal/EventModel.h"
+#include "terminal/EventPage.h"
+#include "terminal/InputSettings.h"
+#include "terminal/KeyCodes.h"
+#include "terminal/MainWindow.h"
+#include "terminal/PageArea.h"
+#include "terminal/PageBar.h"
+#include "terminal/ScreenButton.h"
+
+#include <QElapsedTimer>
+#include <QScrollBar>
+#include <QtTest>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <ctime>
+#include <iostream>
+#include <vector>
+
+namespace {
+
+constexpr int eventsPerSecond = 200;
+constexpr int updatesPerPage = 25;
+constexpr int eventsPerUpdate = eventsPerSecond * DisplayPace::shortestIntervalMs / 1000;
+
+// Instrumented code is several times as slow.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr double slowness = 8;
+#else
+constexpr double slowness = 1;
+#endif
+constexpr double medianLimitMs = 20 * slowness;
+constexpr double worstLimitMs = 100 * slowness;
+
+// Other programs do not count in it, so it tells the same on a busy machine.
+double usedProcessorMs() {
+    timespec used = {};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
+    return static_cast<double>(used.tv_sec) * 1e3 + static_cast<double>(used.tv_nsec) / 1e6;
+}
+
+// An operator who does everything at once: soft keys that go down and up, and the knob in between.
+KX::KXInputEvent eventNumber(unsigned int number) {
+    static const int types[] = {KX::KEY_PRESS_EVENT,   KX::ENCODER_MOVE_EVENT,       KX::KEY_RELEASE_EVENT,
+                                KX::MOUSE_PRESS_EVENT, KX::MOUSE_DOUBLE_PRESS_EVENT, KX::MOUSE_RELEASE_EVENT};
+    KX::KXInputEvent event;
+    event.eventType = types[number % 6];
+    event.keyCode = event.eventType == KX::ENCODER_MOVE_EVENT ? KeyCodes::up : KeyCodes::firstSoftKey + static_cast<int>(number / 6 % 8);
+    event.osKeyCode = 0x1000000 + event.keyCode;
+    event.timeStamp = number * 1000 / eventsPerSecond;
+    event.value = event.eventType == KX::ENCODER_MOVE_EVENT ? static_cast<int>(number % 300) : 0;
+    event.count = event.eventType == KX::ENCODER_MOVE_EVENT ? 3 : -1;
+    event.eventData[1] = Qt::LeftButton;
+    return event;
+}
+
+class FluidityTest : public testing::TestWithParam<QSize> {
+protected:
+    FluidityTest() : settings([](InputSettings::Setting, int) { return 0; }), window(model, settings) {
+        model.append(nextEvents(EventModel::capacity));
+        window.resize(GetParam());
+        window.show();
+        QTest::qWait(200);
+    }
+
+    ClassifiedEvents nextEvents(int count) {
+        ClassifiedEvents events;
+        for (int i = 0; i < count; ++i)
+            events.push_back(eventNumber(nextNumber++));
+        return events;
+    }
+
+    // One update of the display and the rest of its interval, in which timers of the views may run.
+    double update() {
+        QElapsedTimer interval;
+        interval.start();
+        const double before = usedProcessorMs();
+        model.append(nextEvents(eventsPerUpdate));
+        QCoreApplication::processEvents();
+        QTest::qWait(std::max(1, DisplayPace::shortestIntervalMs - static_cast<int>(interval.elapsed())));
+        return usedProcessorMs() - before;
+    }
+
+    EventModel model;
+    InputSettings settings;
+    MainWindow window;
+    unsigned int nextNumber = 1;
+};
+
+} // namespace
+
+TEST_P(FluidityTest, NoPageCostsMoreThanPartOfItsInterval) {
+    const QVector<Page> pages = window.pages().bar().pages();
+    for (const Page page : pages) {
+        window.showPage(page);
+        update(); // the change of the page itself
+        std::vector<double> used;
+        for (int i = 0; i < updatesPerPage; ++i)
+            used.push_back(update());
+        std::sort(used.begin(), used.end());
+        const double median = used[used.size() / 2];
+        std::cout << window.pages().bar().button(page).text().toStdString() << ": median " << median
+                  << " ms, worst " << used.back() << " ms of processor time in " << DisplayPace::shortestIntervalMs
+                  << " ms\n";
+        EXPECT_LE(median, medianLimitMs);
+        EXPECT_LE(used.back(), worstLimitMs);
+    }
+    EXPECT_EQ(EventModel::capacity, model.rowCount());
+}
+
+TEST_P(FluidityTest, TheListIsScrolledAndKeepsItsPlaceMeanwhile) {
+    window.showPage(Page::Events);
+    update();
+    EventPage& page = window.pages().events();
+    const QScrollBar& bar = *page.list().verticalScrollBar();
+    const auto tickAtTop = [&] { return model.eventAt(page.list().rowAt(0)).timeStamp; };
+    EXPECT_EQ(model.eventAt(0).timeStamp, tickAtTop());
+
+    for (int turn = 0; turn < 10; ++turn) {
+        const unsigned int before = tickAtTop();
+        const double start = usedProcessorMs();
+        QTest::mouseClick(&page.olderButton(), Qt::LeftButton);
+        QCoreApplication::processEvents();
+        EXPECT_LE(usedProcessorMs() - start, worstLimitMs);
+        const unsigned int after = tickAtTop();
+        EXPECT_EQ(before - static_cast<unsigned int>(bar.pageStep()) * 1000 / eventsPerSecond, after) << turn;
+        EXPECT_LE(update(), worstLimitMs);
+        EXPECT_EQ(after, tickAtTop()) << "the list has moved under the reader's eyes, " << turn;
+    }
+    QTest::mouseClick(&page.newestButton(), Qt::LeftButton);
+    update();
+    EXPECT_EQ(model.eventAt(0).timeStamp, tickAtTop());
+}
+
+INSTANTIATE_TEST_SUITE_P(Sizes, FluidityTest, testing::Values(QSize(800, 480), QSize(1920, 1080)),
+                         [](const testing::TestParamInfo<QSize>& size) {
+                             return std::to_string(size.param.width()) + "x" + std::to_string(size.param.height());
+                         });

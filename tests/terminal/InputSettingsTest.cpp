@@ -1,0 +1,181 @@
+#include "terminal/InputSettings.h"
+
+#include "encoder/KXEncoderDynamic.h"
+#include "events/KXEventType.h"
+#include "input/KXInputEventManager.h"
+#include "platform/simulated/KXSimulation.h"
+#include "terminal/SettingText.h"
+
+#include <QSignalSpy>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <vector>
+
+using testing::ElementsAre;
+
+namespace {
+
+int applyToLibrary(InputSettings::Setting setting, int value) {
+    KX::KXInputEventManager& manager = *KX::KXInputEventManager::getInstance();
+    switch (setting) {
+    case InputSettings::DoublePressMs:
+        return manager.setDoubleKeyPressDuration(static_cast<unsigned int>(value));
+    case InputSettings::LongPressMs:
+        return manager.setLongKeyPressDuration(static_cast<unsigned int>(value));
+    case InputSettings::UserFactor:
+        return KX::KXEncoderDynamic::instance()->setUserFactor(value);
+    case InputSettings::LowPassFactor:
+        return KX::KXEncoderDynamic::instance()->setLowPassFactor(value);
+    default:
+        return manager.acceptInput(value != 0);
+    }
+}
+
+// The settings with the library behind them.
+class InputSettingsTest : public testing::Test {
+protected:
+    InputSettingsTest() : settings(applyToLibrary) {
+        qRegisterMetaType<InputSettings::Setting>();
+        KX::KXSimulation::reset();
+        manager = KX::KXInputEventManager::createInstance();
+    }
+
+    ~InputSettingsTest() override {
+        KX::KXInputEventManager::deleteInstance();
+    }
+
+    std::vector<int> values() const {
+        std::vector<int> all;
+        for (int setting = 0; setting < InputSettings::SettingCount; ++setting)
+            all.push_back(settings.value(static_cast<InputSettings::Setting>(setting)));
+        return all;
+    }
+
+    // What a press makes of one that came \p gapMs before it.
+    int secondPressAfter(unsigned int gapMs) {
+        static unsigned int now = 100000;
+        now += 50000;
+        press(now);
+        return press(now + gapMs);
+    }
+
+    int press(unsigned int tick) {
+        KX::KXInputEvent event;
+        event.eventType = KX::KEY_PRESS_EVENT;
+        event.keyCode = 1;
+        event.timeStamp = tick;
+        manager->inputEventOccurred(event);
+        return event.eventType;
+    }
+
+    InputSettings settings;
+    KX::KXInputEventManager* manager;
+};
+
+void expectRefused(InputSettings& settings, InputSettings::Setting setting, int value, int status) {
+    const int before = settings.value(setting);
+    QSignalSpy changed(&settings, &InputSettings::changed);
+    QSignalSpy refused(&settings, &InputSettings::refused);
+    EXPECT_EQ(status, settings.set(setting, value)) << value;
+    EXPECT_EQ(before, settings.value(setting)) << value;
+    EXPECT_EQ(0, changed.size()) << value;
+    ASSERT_EQ(1, refused.size()) << value;
+    EXPECT_EQ(value, refused[0][1].toInt());
+    EXPECT_EQ(status, refused[0][2].toInt());
+}
+
+} // namespace
+
+TEST_F(InputSettingsTest, TheyBeginAsTheLibraryDoes) {
+    EXPECT_THAT(values(), ElementsAre(300, 2000, 1000, 900, 1));
+    EXPECT_EQ(KX::KXEncoderDynamic::instance()->getUserFactor(), settings.value(InputSettings::UserFactor));
+    EXPECT_EQ(KX::KXEncoderDynamic::instance()->getLowPassFactor(), settings.value(InputSettings::LowPassFactor));
+    EXPECT_EQ(KX::KEY_DOUBLE_PRESS_EVENT, secondPressAfter(300));
+    EXPECT_EQ(KX::KEY_PRESS_EVENT, secondPressAfter(301));
+}
+
+TEST_F(InputSettingsTest, AChangeTakesEffectAtOnceAndIsTold) {
+    QSignalSpy changed(&settings, &InputSettings::changed);
+    EXPECT_EQ(0, settings.set(InputSettings::DoublePressMs, 100));
+    EXPECT_EQ(KX::KEY_DOUBLE_PRESS_EVENT, secondPressAfter(100));
+    EXPECT_EQ(KX::KEY_PRESS_EVENT, secondPressAfter(101));
+    EXPECT_EQ(0, settings.set(InputSettings::UserFactor, 2500));
+    EXPECT_EQ(2500, KX::KXEncoderDynamic::instance()->getUserFactor());
+    EXPECT_EQ(0, settings.set(InputSettings::LowPassFactor, 1));
+    EXPECT_EQ(1, KX::KXEncoderDynamic::instance()->getLowPassFactor());
+    ASSERT_EQ(3, changed.size());
+    EXPECT_EQ(100, changed[0][1].toInt());
+    EXPECT_EQ(2500, changed[1][1].toInt());
+    EXPECT_EQ(1, changed[2][1].toInt());
+}
+
+TEST_F(InputSettingsTest, TheSameValueAgainIsNoChange) {
+    QSignalSpy changed(&settings, &InputSettings::changed);
+    EXPECT_EQ(0, settings.set(InputSettings::LongPressMs, 2000));
+    EXPECT_EQ(0, changed.size());
+}
+
+TEST_F(InputSettingsTest, TheDoublePressStaysBelowTheLongPress) {
+    EXPECT_EQ(0, settings.set(InputSettings::DoublePressMs, 1999));
+    expectRefused(settings, InputSettings::DoublePressMs, 2000, 20);
+    expectRefused(settings, InputSettings::DoublePressMs, 2001, 20);
+    EXPECT_EQ(0, settings.set(InputSettings::LongPressMs, 2001));
+    EXPECT_EQ(0, settings.set(InputSettings::LongPressMs, 2000));
+    expectRefused(settings, InputSettings::LongPressMs, 1999, 20);
+    EXPECT_EQ(0, settings.set(InputSettings::DoublePressMs, 0));
+    expectRefused(settings, InputSettings::DoublePressMs, -1, 20);
+    expectRefused(settings, InputSettings::LongPressMs, -1, 20);
+}
+
+TEST_F(InputSettingsTest, FactorsOutOfRangeAreRefused) {
+    expectRefused(settings, InputSettings::UserFactor, 0, 24);
+    EXPECT_EQ(0, settings.set(InputSettings::UserFactor, 1));
+    expectRefused(settings, InputSettings::LowPassFactor, 0, 24);
+    expectRefused(settings, InputSettings::LowPassFactor, 1001, 24);
+    EXPECT_EQ(0, settings.set(InputSettings::LowPassFactor, 1000));
+}
+
+TEST_F(InputSettingsTest, InputIsLostWhileItIsNotAccepted) {
+    settings.set(InputSettings::AcceptInput, 0);
+    press(1000);
+    EXPECT_FALSE(manager->hasEvents());
+    settings.set(InputSettings::AcceptInput, 1);
+    press(3000);
+    EXPECT_TRUE(manager->hasEvents());
+}
+
+TEST_F(InputSettingsTest, DefaultsComeBackFromAnywhere) {
+    struct Durations {
+        int doublePressMs;
+        int longPressMs;
+    };
+    for (const Durations from :
+         {Durations{0, 1}, {299, 300}, {300, 301}, {1999, 2000}, {2000, 2001}, {5000, 9000}}) {
+        settings.set(InputSettings::LongPressMs, 10000);
+        settings.set(InputSettings::DoublePressMs, from.doublePressMs);
+        settings.set(InputSettings::LongPressMs, from.longPressMs);
+        ASSERT_EQ(from.doublePressMs, settings.value(InputSettings::DoublePressMs));
+        ASSERT_EQ(from.longPressMs, settings.value(InputSettings::LongPressMs));
+        settings.set(InputSettings::UserFactor, 5);
+        settings.set(InputSettings::LowPassFactor, 5);
+        settings.set(InputSettings::AcceptInput, 0);
+        settings.restoreDefaults();
+        EXPECT_THAT(values(), ElementsAre(300, 2000, 1000, 900, 0))
+            << from.doublePressMs << ' ' << from.longPressMs;
+    }
+}
+
+TEST_F(InputSettingsTest, ARefusalIsPutIntoWords) {
+    const auto words = [this](InputSettings::Setting setting, int value, int status) {
+        return SettingText::refusal(setting, value, status, settings).toStdString();
+    };
+    EXPECT_EQ("Not below the long press of 2000 ms", words(InputSettings::DoublePressMs, 2000, 20));
+    EXPECT_EQ("Not below 0 ms", words(InputSettings::DoublePressMs, -10, 20));
+    EXPECT_EQ("Not above the double press of 300 ms", words(InputSettings::LongPressMs, 300, 20));
+    EXPECT_EQ("Not below 1 \u2030", words(InputSettings::UserFactor, 0, 24));
+    EXPECT_EQ("Not below 1 \u2030", words(InputSettings::LowPassFactor, 0, 24));
+    EXPECT_EQ("Not above 1000 \u2030", words(InputSettings::LowPassFactor, 1050, 24));
+    EXPECT_EQ("Refused with status 99", words(InputSettings::LowPassFactor, 1, 99));
+}
