@@ -2,7 +2,6 @@
 
 #include "tools/canbus/CANLog.h"
 
-#include <algorithm>
 #include <charconv>
 #include <optional>
 
@@ -12,44 +11,7 @@ constexpr double slowestSpeed = 0.001;
 constexpr double greatestSpeed = 1000;
 constexpr std::uint32_t errorFlag = 0x20000000;
 
-/// Goes through the arguments and tells of a bad one by its number.
-class Reader {
-public:
-    explicit Reader(const std::vector<std::string>& allArguments) : arguments(allArguments) {}
-
-    bool isAtEnd() const {
-        return next == arguments.size();
-    }
-
-    const std::string& take(const std::string& what) {
-        if (isAtEnd()) {
-            throw BadInput("kxcan: " + what + " is missing; kxcan --help shows how to call it");
-        }
-        return arguments[next++];
-    }
-
-    /// Refuses the argument that was taken last.
-    [[noreturn]] void refuse(const std::string& reason) const {
-        throw BadInput("kxcan: argument " + std::to_string(next) + ": " + reason);
-    }
-
-    [[noreturn]] void refuseUnknown(const std::string& what) const {
-        std::string text = "'" + arguments[next - 1] + "'";
-        std::replace_if(
-            text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c == 127; }, '?');
-        refuse(what + " " + text);
-    }
-
-private:
-    const std::vector<std::string>& arguments;
-    std::size_t next = 0;
-};
-
-bool isOption(const std::string& text) {
-    return text.size() > 1 && text.front() == '-';
-}
-
-double takeSpeed(Reader& reader) {
+double takeSpeed(ArgumentReader& reader) {
     const std::string& text = reader.take("the number of --speed");
     double speed = 0;
     const auto result = std::from_chars(text.data(), text.data() + text.size(), speed, std::chars_format::fixed);
@@ -73,10 +35,10 @@ std::optional<Arguments> parseInformation(const std::string& text) {
     return result;
 }
 
-Arguments parseSend(Reader& reader, Arguments result) {
+Arguments parseSend(ArgumentReader& reader, Arguments result) {
     result.action = Arguments::Action::Send;
     result.bus = reader.take("the bus");
-    if (isOption(result.bus)) {
+    if (ArgumentReader::isOption(result.bus)) {
         reader.refuseUnknown("unknown option");
     }
     do {
@@ -90,7 +52,7 @@ Arguments parseSend(Reader& reader, Arguments result) {
     return result;
 }
 
-Arguments parsePlay(Reader& reader, Arguments result) {
+Arguments parsePlay(ArgumentReader& reader, Arguments result) {
     result.action = Arguments::Action::Play;
     std::vector<std::string> names;
     std::optional<double> speed;
@@ -101,7 +63,7 @@ Arguments parsePlay(Reader& reader, Arguments result) {
                 reader.refuse("the speed is given twice");
             }
             speed = text == "--fast" ? 0 : takeSpeed(reader);
-        } else if (isOption(text)) {
+        } else if (ArgumentReader::isOption(text)) {
             reader.refuseUnknown("unknown option");
         } else if (names.size() == 2) {
             reader.refuseUnknown("unexpected");
@@ -118,7 +80,7 @@ Arguments parsePlay(Reader& reader, Arguments result) {
 } // namespace
 
 Arguments parseArguments(const std::vector<std::string>& arguments) {
-    Reader reader(arguments);
+    ArgumentReader reader("kxcan", arguments);
     const std::string& command = reader.take("a command, send or play,");
     for (const std::string& text : arguments) {
         if (const auto information = parseInformation(text)) {

@@ -1,16 +1,10 @@
 #pragma once
 
 #include "events/KXCANMessage.h"
+#include "tools/arguments/ArgumentReader.h"
 
-#include <stdexcept>
 #include <string>
 #include <vector>
-
-/// What is wrong with the input, on one line: the program ends with status 2.
-class BadInput : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
 
 /// The command line of kxcan, checked.
 struct Arguments {

@@ -3,7 +3,7 @@
 #include "tools/canbus/CANLog.h"
 #include "tools/canbus/CANSender.h"
 #include "tools/kxcan/Arguments.h"
-#include "tools/kxcan/Progress.h"
+#include "tools/progress/Progress.h"
 
 #include <cerrno>
 #include <chrono>
@@ -143,22 +143,22 @@ void Playback::run(const std::string& bus) {
     const std::vector<Entry> entries = readAll(name);
     CANSender sender(bus);
     Schedule schedule(speedFactor);
-    Progress progress(entries.size());
+    Progress progress("kxcan", "frames sent", entries.size());
     for (const Entry& entry : entries) {
         schedule.waitFor(entry.time);
         sender.send(entry.frame);
-        progress.countFrame();
+        progress.countOne();
     }
 }
 
 void Playback::playStandardInput(CANSender& sender) const {
     LogReader reader(name);
     Schedule schedule(speedFactor);
-    Progress progress(0);
+    Progress progress("kxcan", "frames sent", 0);
     Entry entry;
     while (reader.read(entry)) {
         schedule.waitFor(entry.time);
         sender.send(entry.frame);
-        progress.countFrame();
+        progress.countOne();
     }
 }

@@ -1,8 +1,8 @@
-#include "tools/kxcan/Progress.h"
+#include "tools/progress/Progress.h"
 
 #include <cstdio>
-#include <string>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -11,8 +11,9 @@ constexpr std::chrono::seconds intervalElsewhere(10);
 
 } // namespace
 
-Progress::Progress(std::size_t numberOfFrames)
-    : total(numberOfFrames), isTerminal(isatty(STDERR_FILENO) == 1),
+Progress::Progress(std::string programName, std::string doneText, std::size_t totalNumber)
+    : program(std::move(programName)), done(std::move(doneText)), total(totalNumber),
+      isTerminal(isatty(STDERR_FILENO) == 1),
       interval(isTerminal ? Clock::duration(intervalOnTerminal) : Clock::duration(intervalElsewhere)) {}
 
 Progress::~Progress() {
@@ -22,8 +23,8 @@ Progress::~Progress() {
     }
 }
 
-void Progress::countFrame() {
-    ++sent;
+void Progress::countOne() {
+    ++count;
     const Clock::time_point now = Clock::now();
     if (now - lastShown < interval) {
         return;
@@ -34,10 +35,10 @@ void Progress::countFrame() {
 }
 
 void Progress::show() const {
-    std::string text = "kxcan: " + std::to_string(sent);
+    std::string text = program + ": " + std::to_string(count);
     if (total != 0) {
         text += " of " + std::to_string(total);
     }
-    text += " frames sent";
+    text += " " + done;
     std::fputs((isTerminal ? "\r" + text : text + "\n").c_str(), stderr);
 }

@@ -2,13 +2,16 @@
 
 #include <chrono>
 #include <cstddef>
+#include <string>
 
 /// Tells on standard error how far a play has come: on a terminal on one line that is written over, else, where
 /// it may be a file, on a line of its own now and then in a play that is long.
 class Progress {
 public:
-    /// \param numberOfFrames  0: not known
-    explicit Progress(std::size_t numberOfFrames);
+    /// \param programName  stands before what is told
+    /// \param doneText     what has been done with what is counted: "frames sent"
+    /// \param total        0: not known
+    Progress(std::string programName, std::string doneText, std::size_t total);
 
     /// Ends the line on a terminal, so that what is said next does not stand in it.
     ~Progress();
@@ -16,17 +19,19 @@ public:
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    void countFrame();
+    void countOne();
 
 private:
     using Clock = std::chrono::steady_clock;
 
     void show() const;
 
+    const std::string program;
+    const std::string done;
     const std::size_t total;
     const bool isTerminal;
     const Clock::duration interval;
     Clock::time_point lastShown = Clock::now();
-    std::size_t sent = 0;
+    std::size_t count = 0;
     bool hasShown = false;
 };

@@ -1,0 +1,16 @@
+#include "tools/keylayout/FunctionKeys.h"
+
+namespace {
+
+// The toolkit's, without its headers: a layout is read where there is no toolkit.
+constexpr int toolkitF1 = 0x1000030;
+constexpr int functionKeyCount = 12;
+
+} // namespace
+
+std::map<int, int> KeyLayout::functionKeys() {
+    std::map<int, int> keys;
+    for (int i = 0; i < functionKeyCount; ++i)
+        keys[toolkitF1 + i] = functionKeyCode + i;
+    return keys;
+}

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "tools/kxreplay/EventOutput.h"
+#include "tools/kxreplay/Settings.h"
+
+#include <string>
+#include <vector>
+
+namespace KXReplay {
+
+/// The command line of kxreplay, checked.
+struct Arguments {
+    enum class Action { ShowHelp, ShowVersion, Play };
+    enum class Output { Events, Comparison, Summary };
+
+    Action action = Action::Play;
+    Output output = Output::Events;
+    Format format = Format::Text;
+    std::string file;            ///< to play; "-" is standard input
+    std::string expectationFile; ///< empty: none
+    std::string keypadFile;      ///< empty: the built-in layout
+    OtherSettings other;
+    std::string otherText; ///< the same as on the command line: "--double-press 250"
+    bool showLibraryOutput = false;
+};
+
+/// \throws BadInput  one line that names the argument by its number: 1 is the first behind the program's name
+Arguments parseArguments(const std::vector<std::string>& words);
+
+} // namespace KXReplay

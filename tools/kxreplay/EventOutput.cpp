@@ -1,0 +1,74 @@
+#include "tools/kxreplay/EventOutput.h"
+
+#include "tools/eventline/EventLine.h"
+
+#include <QKeySequence>
+
+#include <algorithm>
+
+namespace KXReplay {
+
+namespace {
+
+constexpr int unmappedKey = 65535;
+
+std::string field(const char* name, long long number) {
+    return std::string(",\"") + name + "\":" + std::to_string(number);
+}
+
+// The toolkit's name of a key; nothing for a number that is none of its keys.
+std::string toolkitName(int osKeyCode) {
+    if (osKeyCode <= 0)
+        return {};
+    const std::string name = QKeySequence(osKeyCode).toString(QKeySequence::PortableText).toStdString();
+    const bool isPlain = std::all_of(name.begin(), name.end(), [](char c) { return c > ' ' && c <= '~'; });
+    return isPlain ? name : std::string();
+}
+
+} // namespace
+
+std::string formatEvent(const KX::KXInputEvent& event, Format format) {
+    if (format == Format::JSON)
+        return toJSON(event) + "\n";
+    return std::string(KX::EventLine(event).textWithLineEnd());
+}
+
+// Names of events are letters, digits and underscores: nothing in them needs quoting.
+std::string toJSON(const KX::KXInputEvent& event) {
+    std::string text = "{\"time\":" + std::to_string(event.timeStamp);
+    text += field("type", event.eventType);
+    text += ",\"name\":\"" + KX::translateEventTypeToString(event.eventType) + "\"";
+    text += field("class", event.eventClass) + field("key", event.keyCode);
+    text += field("os", event.osKeyCode == -1 ? -1LL : static_cast<unsigned int>(event.osKeyCode));
+    text += field("value", event.value) + field("count", event.count);
+    text += ",\"data\":[";
+    for (std::size_t word = 0; word < 4; ++word)
+        text += (word == 0 ? "" : ",") + std::to_string(event.eventData[word]);
+    return text + "]}";
+}
+
+std::string nameKey(const KX::KXInputEvent& event) {
+    if (isMouseEvent(event))
+        return "mouse button " + std::to_string(event.eventData[1]);
+    const std::string name = toolkitName(event.osKeyCode);
+    const std::string behind = name.empty() ? "" : " (" + name + ")";
+    if (event.keyCode == unmappedKey)
+        return "a key without code" + behind;
+    return "key " + std::to_string(event.keyCode) + behind;
+}
+
+bool isMouseEvent(const KX::KXInputEvent& event) {
+    return event.eventType >= KX::MOUSE_PRESS_EVENT && event.eventType <= KX::MOUSE_ESCAPE_EVENT;
+}
+
+bool isEncoderMove(const KX::KXInputEvent& event) {
+    return event.eventType == KX::ENCODER_MOVE_EVENT;
+}
+
+bool isSameKey(const KX::KXInputEvent& one, const KX::KXInputEvent& other) {
+    if (isMouseEvent(one) != isMouseEvent(other) || isEncoderMove(one) != isEncoderMove(other))
+        return false;
+    return isMouseEvent(one) ? one.eventData[1] == other.eventData[1] : one.keyCode == other.keyCode;
+}
+
+} // namespace KXReplay

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "events/KXEvent.h"
+
+#include <string>
+
+namespace KXReplay {
+
+/// How output is written: for people, or one JSON object a line.
+enum class Format { Text, JSON };
+
+/// An event as one line, with its line end.
+std::string formatEvent(const KX::KXInputEvent& event, Format format);
+
+/// An event as a JSON object: time, type, name, class, key, os, value, count, data.
+std::string toJSON(const KX::KXInputEvent& event);
+
+/// The key or the mouse button of an event, as people call it: "key 0 (Esc)", "mouse button 1".
+std::string nameKey(const KX::KXInputEvent& event);
+
+bool isMouseEvent(const KX::KXInputEvent& event);
+bool isEncoderMove(const KX::KXInputEvent& event);
+
+/// Whether both come of the same key, the same mouse button or the same direction of the knob.
+bool isSameKey(const KX::KXInputEvent& one, const KX::KXInputEvent& other);
+
+} // namespace KXReplay

@@ -1,0 +1,7 @@
+#pragma once
+
+namespace KXReplay {
+
+extern const char* const helpText;
+
+} // namespace KXReplay

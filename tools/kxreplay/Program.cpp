@@ -1,0 +1,173 @@
+#include "tools/kxreplay/Program.h"
+
+#include "tools/arguments/ArgumentReader.h"
+#include "tools/keylayout/FunctionKeys.h"
+#include "tools/keylayout/KeyLayout.h"
+#include "tools/kxreplay/Comparison.h"
+#include "tools/kxreplay/Expectation.h"
+#include "tools/kxreplay/KeyWindow.h"
+#include "tools/kxreplay/LibraryOutput.h"
+#include "tools/kxreplay/Player.h"
+#include "tools/kxreplay/Summary.h"
+#include "tools/progress/Progress.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <functional>
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace KXReplay {
+
+namespace {
+
+using Write = std::function<void(const std::string&)>;
+
+void tell(const std::string& line) {
+    std::fprintf(stderr, "%s\n", line.c_str());
+}
+
+KX::CANRemoteOptions readKeypad(const std::string& file) {
+    // Which keys the toolkit has for the codes does not matter here, only that it has some.
+    KeyLayout::ToolkitKeys keys;
+    for (int keyCode = 0; keyCode < KeyLayout::functionKeyCode; ++keyCode)
+        keys[keyCode] = keyCode;
+    for (const auto& [toolkitKey, keyCode] : KeyLayout::functionKeys())
+        keys[keyCode] = toolkitKey;
+    try {
+        return KeyLayout::readFile(file, keys);
+    } catch (const std::runtime_error& error) {
+        throw BadInput(error.what());
+    }
+}
+
+Player::Options recordedOptions(const Arguments& arguments, const Recording::Session& session) {
+    Player::Options options;
+    if (arguments.keypadFile.empty())
+        return options;
+    if (!session.isPlainLog)
+        throw BadInput("kxreplay: --keypad is for the log of a CAN bus; a recording has its own layout");
+    options.keypad = readKeypad(arguments.keypadFile);
+    return options;
+}
+
+/// One run of the program: a session, what is to be done with it, and where the output goes.
+class Run {
+public:
+    Run(const Arguments& givenArguments, const Recording::Session& givenSession, Write writeFunction)
+        : arguments(givenArguments), session(givenSession), write(std::move(writeFunction)),
+          recorded(recordedOptions(arguments, session)), changed(recorded) {
+        changed.other = arguments.other;
+    }
+
+    void print() const {
+        switch (arguments.output) {
+        case Arguments::Output::Events:
+            printEvents();
+            break;
+        case Arguments::Output::Comparison:
+            printComparison();
+            break;
+        case Arguments::Output::Summary:
+            printSummary();
+            break;
+        }
+    }
+
+private:
+    void play(const Player::Options& options, const Player::Take& take) const {
+        Progress progress("kxreplay", "lines played", session.entries.size());
+        Player(session, options).play(take, [&progress] { progress.countOne(); });
+    }
+
+    void printEvents() const {
+        play(changed, [this](const PlayedEvent& played) { write(formatEvent(played.event, arguments.format)); });
+    }
+
+    void printComparison() const {
+        const Comparison comparison(collect(recorded), collect(changed));
+        write(isText() ? comparison.toText(arguments.otherText) : comparison.toJSON());
+    }
+
+    std::vector<PlayedEvent> collect(const Player::Options& options) const {
+        std::vector<PlayedEvent> events;
+        play(options, [&events](const PlayedEvent& event) { events.push_back(event); });
+        return events;
+    }
+
+    void printSummary() const {
+        Summary summary(session);
+        play(changed, [&summary](const PlayedEvent& played) { summary.take(played); });
+        write(isText() ? summary.toText() : summary.toJSON());
+    }
+
+    bool isText() const {
+        return arguments.format == Format::Text;
+    }
+
+    const Arguments& arguments;
+    const Recording::Session& session;
+    const Write write;
+    const Player::Options recorded;
+    Player::Options changed;
+};
+
+void writeToStandardOutput(const std::string& text) {
+    std::fwrite(text.data(), 1, text.size(), stdout);
+}
+
+// What stands in the buffer may find the disk full.
+int flushStandardOutput() {
+    const bool hadFailed = std::ferror(stdout) != 0;
+    if (std::fflush(stdout) == 0 && !hadFailed)
+        return played;
+    tell(std::string("kxreplay: standard output: ") + std::strerror(errno));
+    return failed;
+}
+
+std::string countLines(const std::string& text) {
+    const auto lines = std::count(text.begin(), text.end(), '\n');
+    return std::to_string(lines) + (lines == 1 ? " line" : " lines");
+}
+
+int compareWith(const Expectation& expectation, const std::string& printed) {
+    if (expectation.isMetBy(printed)) {
+        tell("kxreplay: " + countLines(printed) + " as expected");
+        return played;
+    }
+    writeToStandardOutput(expectation.differenceFrom(printed));
+    flushStandardOutput();
+    return failed;
+}
+
+int print(const Arguments& arguments, const Recording::Session& session) {
+    if (arguments.expectationFile.empty()) {
+        Run(arguments, session, &writeToStandardOutput).print();
+        return flushStandardOutput();
+    }
+    const Expectation expectation(arguments.expectationFile);
+    std::string printed;
+    Run(arguments, session, [&printed](const std::string& text) { printed += text; }).print();
+    return compareWith(expectation, printed);
+}
+
+} // namespace
+
+int run(const Arguments& arguments) {
+    const Recording::Session session = Recording::readFile(arguments.file, &tell);
+    const std::string name = arguments.file == "-" ? "standard input" : arguments.file;
+    checkDurations(arguments.other, session, name);
+    const LibraryOutput library(arguments.showLibraryOutput ? LibraryOutput::Goes::ToStandardError
+                                                            : LibraryOutput::Goes::Nowhere);
+    std::optional<OffscreenToolkit> toolkit;
+    if (needsToolkit(session))
+        toolkit.emplace();
+    if (session.entries.empty())
+        tell(name + ": there is nothing to play in it");
+    return print(arguments, session);
+}
+
+} // namespace KXReplay

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "tools/kxreplay/Arguments.h"
+#include "tools/recording/RecordingReader.h"
+
+#include <string>
+#include <string_view>
+
+namespace KXReplay {
+
+constexpr int played = 0;
+constexpr int failed = 1; ///< not as expected, or the output could not be written
+constexpr int badInput = 2;
+
+/// Does what the command line asks for, with standard output and standard error.
+/// \return the exit status
+/// \throws BadInput, Recording::BadFile
+int run(const Arguments& arguments);
+
+} // namespace KXReplay

@@ -1,0 +1,100 @@
+#include "tools/kxreplay/Settings.h"
+
+#include "tools/arguments/ArgumentReader.h"
+
+#include <algorithm>
+
+namespace KXReplay {
+
+namespace {
+
+using Recording::Entry;
+using Recording::NumberName;
+using Recording::NumberSetting;
+
+bool isOperatorsOrPass(const Entry& entry) {
+    return std::holds_alternative<KX::KXToolkitEvent>(entry.input) ||
+           std::holds_alternative<Recording::Frame>(entry.input) ||
+           std::holds_alternative<Recording::Pass>(entry.input);
+}
+
+std::vector<Entry>::const_iterator firstInput(const Recording::Session& session) {
+    return std::find_if(session.entries.begin(), session.entries.end(), isOperatorsOrPass);
+}
+
+void check(const Durations& durations, const std::string& where) {
+    if (durations.areAllowed())
+        return;
+    throw BadInput(where + ": a double press of " + std::to_string(durations.doublePressMs) +
+                   " ms is not shorter than a long press of " + std::to_string(durations.longPressMs) + " ms");
+}
+
+} // namespace
+
+void Durations::take(const NumberSetting& setting) {
+    const auto ms = static_cast<unsigned int>(setting.value);
+    if (setting.name == NumberName::DoublePress && ms < longPressMs)
+        doublePressMs = ms;
+    else if (setting.name == NumberName::LongPress && ms > doublePressMs)
+        longPressMs = ms;
+}
+
+bool Durations::areAllowed() const {
+    return doublePressMs < longPressMs;
+}
+
+bool OtherSettings::isEmpty() const {
+    return !haveDurations() && !userFactor && !lowPass;
+}
+
+bool OtherSettings::haveDurations() const {
+    return doublePressMs || longPressMs;
+}
+
+bool OtherSettings::replace(NumberName name) const {
+    switch (name) {
+    case NumberName::DoublePress:
+        return doublePressMs.has_value();
+    case NumberName::LongPress:
+        return longPressMs.has_value();
+    case NumberName::UserFactor:
+        return userFactor.has_value();
+    case NumberName::LowPass:
+        return lowPass.has_value();
+    case NumberName::AcceptInput:
+        return false;
+    }
+    return false;
+}
+
+Durations OtherSettings::applyTo(Durations recorded) const {
+    return {doublePressMs.value_or(recorded.doublePressMs), longPressMs.value_or(recorded.longPressMs)};
+}
+
+Durations durationsAtFirstInput(const Recording::Session& session) {
+    Durations durations;
+    const auto end = firstInput(session);
+    for (auto entry = session.entries.begin(); entry != end; ++entry) {
+        if (const auto* const setting = std::get_if<NumberSetting>(&entry->input))
+            durations.take(*setting);
+    }
+    return durations;
+}
+
+// What a recording sets before its first input is set in some order, and only what comes of it matters.
+void checkDurations(const OtherSettings& settings, const Recording::Session& session,
+                    const std::string& fileName) {
+    if (!settings.haveDurations())
+        return;
+    Durations recorded = durationsAtFirstInput(session);
+    check(settings.applyTo(recorded), "kxreplay");
+    for (auto entry = firstInput(session); entry != session.entries.end(); ++entry) {
+        const auto* const setting = std::get_if<NumberSetting>(&entry->input);
+        if (setting == nullptr)
+            continue;
+        recorded.take(*setting);
+        check(settings.applyTo(recorded), fileName + ":" + std::to_string(entry->line));
+    }
+}
+
+} // namespace KXReplay

@@ -1,0 +1,133 @@
+#include "tools/kxreplay/Summary.h"
+
+#include "tools/kxreplay/EventOutput.h"
+
+#include <algorithm>
+#include <vector>
+
+namespace KXReplay {
+
+namespace {
+
+using Call = ClosestCalls::Call;
+
+std::string count(std::size_t number, const std::string& what) {
+    return std::to_string(number) + " " + what + (number == 1 ? "" : "s");
+}
+
+std::string ms(unsigned int number) {
+    return std::to_string(number) + " ms";
+}
+
+std::string whereOf(const Call& call) {
+    return "  line " + std::to_string(call.line) + ", tick " + std::to_string(call.event.timeStamp) + ": ";
+}
+
+std::string distanceText(const Call& call) {
+    const std::string limit = "the limit of " + ms(call.limitMs);
+    if (call.distanceMs() == 0)
+        return "just at " + limit;
+    return ms(call.distanceMs()) + (call.tookMs < call.limitMs ? " below " : " above ") + limit;
+}
+
+std::string describeDoublePress(const Call& call) {
+    return whereOf(call) + "second press of " + nameKey(call.event) + " " + ms(call.tookMs) +
+           " after the first, " + distanceText(call) + ": " +
+           (call.reached ? "taken for a double press" : "taken for a single press");
+}
+
+std::string describeLongPress(const Call& call) {
+    std::string text = whereOf(call) + nameKey(call.event) + " released " + ms(call.tookMs) +
+                       " after its press, " + distanceText(call) + ": ";
+    if (call.reached)
+        text += "taken for a long press by the worker's pass after " + ms(call.longAfterMs);
+    else if (call.tookMs >= call.limitMs)
+        text += "not taken for a long press because the worker made no pass in between";
+    else
+        text += "not taken for a long press";
+    return text;
+}
+
+std::string describeLate(const Call& call) {
+    return whereOf(call) + nameKey(call.event) + " taken for a long press only " + ms(call.tookMs) +
+           " after its press, " + distanceText(call) + ", because the worker made no pass before";
+}
+
+using Describe = std::string (*)(const Call&);
+
+std::string listCalls(const std::string& title, const std::vector<Call>& calls, Describe describe) {
+    std::string text = "\n" + title + "\n";
+    for (const Call& call : calls)
+        text += describe(call) + "\n";
+    return text + (calls.empty() ? "  none\n" : "");
+}
+
+std::string field(const char* name, unsigned long long number) {
+    return std::string(",\"") + name + "\":" + std::to_string(number);
+}
+
+std::string listAsJSON(const char* what, const std::vector<Call>& calls) {
+    std::string text;
+    for (const Call& call : calls) {
+        text += std::string("{\"is\":\"") + what + "\"" + field("line", call.line) + field("ms", call.tookMs) +
+                field("limit", call.limitMs) + ",\"reached\":" + (call.reached ? "true" : "false") +
+                ",\"event\":" + toJSON(call.event) + "}\n";
+    }
+    return text;
+}
+
+std::string withSeconds(std::uint64_t durationMs) {
+    const std::string thousandths = std::to_string(durationMs % 1000 + 1000).substr(1);
+    return std::to_string(durationMs / 1000) + "." + thousandths + " s";
+}
+
+} // namespace
+
+Summary::Summary(const Recording::Session& session) {
+    for (const Recording::Entry& entry : session.entries) {
+        inputs.toolkitEvents += std::holds_alternative<KX::KXToolkitEvent>(entry.input) ? 1 : 0;
+        inputs.frames += std::holds_alternative<Recording::Frame>(entry.input) ? 1 : 0;
+        inputs.passes += std::holds_alternative<Recording::Pass>(entry.input) ? 1 : 0;
+    }
+    if (!session.entries.empty()) {
+        firstMs = session.entries.front().timeMs;
+        lastMs = session.entries.back().timeMs;
+    }
+}
+
+void Summary::take(const PlayedEvent& played) {
+    ++eventCount;
+    ++countOfType[played.event.eventType];
+    closest.take(played);
+}
+
+std::string Summary::toText() const {
+    std::string text = count(inputs.toolkitEvents, "toolkit event") + ", " + count(inputs.frames, "frame") +
+                       " and " + std::to_string(inputs.passes) + (inputs.passes == 1 ? " pass" : " passes") +
+                       " in " + withSeconds(lastMs - firstMs) + " gave " + count(eventCount, "classified event") +
+                       (eventCount == 0 ? "\n" : ":\n");
+    for (const auto& [type, number] : countOfType) {
+        const std::string digits = std::to_string(number);
+        text += std::string(8 - std::min<std::size_t>(digits.size(), 8), ' ') + digits + "  " +
+                KX::translateEventTypeToString(type) + "\n";
+    }
+    text += listCalls("Near the limit of a double press:", closest.doublePresses(), &describeDoublePress);
+    text += listCalls("Near the limit of a long press:", closest.longPresses(), &describeLongPress);
+    const std::vector<Call> lates = closest.lateLongPresses();
+    return lates.empty() ? text : text + listCalls("Late long presses:", lates, &describeLate);
+}
+
+std::string Summary::toJSON() const {
+    std::string text = "{\"is\":\"session\"" + field("toolkitEvents", inputs.toolkitEvents) +
+                       field("frames", inputs.frames) + field("passes", inputs.passes) +
+                       field("ms", lastMs - firstMs) + field("events", eventCount) + "}\n";
+    for (const auto& [type, number] : countOfType) {
+        text += "{\"is\":\"count\",\"type\":" + std::to_string(type) + ",\"name\":\"" +
+                KX::translateEventTypeToString(type) + "\"" + field("count", number) + "}\n";
+    }
+    return text + listAsJSON("double press", closest.doublePresses()) +
+           listAsJSON("long press", closest.longPresses()) +
+           listAsJSON("late long press", closest.lateLongPresses());
+}
+
+} // namespace KXReplay

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "tools/kxreplay/ClosestCalls.h"
+#include "tools/kxreplay/Player.h"
+
+#include <cstddef>
+#include <map>
+#include <string>
+
+namespace KXReplay {
+
+/// A session at a glance: how much of what came out, and what was nearly something else.
+class Summary {
+public:
+    explicit Summary(const Recording::Session& session);
+
+    void take(const PlayedEvent& played);
+
+    std::string toText() const;
+
+    /// An object a line; its first field, "is", tells what it is: the session, a count of one type, or a close
+    /// call.
+    std::string toJSON() const;
+
+private:
+    struct Inputs {
+        std::size_t toolkitEvents = 0;
+        std::size_t frames = 0;
+        std::size_t passes = 0;
+    };
+
+    Inputs inputs;
+    std::uint64_t firstMs = 0;
+    std::uint64_t lastMs = 0;
+    std::size_t eventCount = 0;
+    std::map<int, std::size_t> countOfType;
+    ClosestCalls closest;
+};
+
+} // namespace KXReplay
