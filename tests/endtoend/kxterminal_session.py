@@ -77,18 +77,19 @@ class Display:
 class Terminal:
     """A running kxterminal. What it prints is read while it runs."""
 
-    def __init__(self, *arguments, platform="xcb", display=None):
+    def __init__(self, *arguments, platform="xcb", display=None, launcher=()):
         self.runtime_folder = tempfile.TemporaryDirectory()  # Qt wants one and says so where there is none
         # Without OpenGL, which the terminal does not use: its drivers take long to load and leave memory behind.
         environment = dict(os.environ, QT_QPA_PLATFORM=platform, QT_XCB_GL_INTEGRATION="none",
                            XDG_RUNTIME_DIR=self.runtime_folder.name)
         if display is not None:
             environment["DISPLAY"] = display.name
-        self.process = subprocess.Popen([KXTERMINAL, "--print", *arguments], env=environment,
+        self.process = subprocess.Popen([*launcher, KXTERMINAL, "--print", *arguments], env=environment,
                                         stdout=subprocess.PIPE, text=True)
         self.lines = queue.Queue()
         self.library_lines = queue.Queue()
-        threading.Thread(target=self._read_lines, daemon=True).start()
+        self.reader = threading.Thread(target=self._read_lines, daemon=True)
+        self.reader.start()
 
     def _read_lines(self):
         with self.process.stdout:
@@ -112,6 +113,14 @@ class Terminal:
                 return events
             events.append(event)
 
+    def lines_until_end(self):
+        """The lines of all events that were printed and not taken yet, of a terminal that has ended."""
+        self.reader.join(GENEROUS_SECONDS)
+        lines = []
+        while not self.lines.empty():
+            lines.append(self.lines.get())
+        return lines
+
     def next_library_line(self, beginning):
         """The next line of the library that begins so; those before it are skipped."""
         while True:
@@ -131,6 +140,48 @@ class Terminal:
             self.runtime_folder.cleanup()
 
 
+class Operator:
+    """Somebody at a terminal whose window is there and has the focus."""
+
+    def __init__(self, display, terminal):
+        self.display = display
+        self.terminal = terminal
+        self.window = self._wait_for_window()
+        self._focus_window()
+        self.width, self.height = self._window_size()
+
+    def do(self, *arguments):
+        """One call of xdotool: what depends on time stands in one call, as nothing comes between then."""
+        self.display.xdotool(*arguments)
+
+    def point_at(self, x, y):
+        self.do("mousemove", "--window", self.window, x, y)
+
+    def _wait_for_window(self):
+        deadline = time.monotonic() + GENEROUS_SECONDS
+        while time.monotonic() < deadline:
+            found = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", "^kxterminal$"],
+                                   env=dict(os.environ, DISPLAY=self.display.name), text=True,
+                                   stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, check=False).stdout.split()
+            if found:
+                return found[0]
+            if self.terminal.process.poll() is not None:
+                raise AssertionError("kxterminal has ended before it showed its window")
+            time.sleep(0.05)
+        raise AssertionError("the window has not appeared")
+
+    def _focus_window(self):
+        # There is no window manager that would give it.
+        self.do("windowfocus", "--sync", self.window)
+        if self.display.xdotool("getwindowfocus", "-f") != self.window:
+            raise AssertionError("the window has not got the focus")
+
+    def _window_size(self):
+        geometry = self.display.xdotool("getwindowgeometry", "--shell", self.window)
+        values = dict(line.split("=") for line in geometry.splitlines())
+        return int(values["WIDTH"]), int(values["HEIGHT"])
+
+
 class OperatorTestCase(unittest.TestCase):
     """A test with an operator in front of a terminal, whose window is there and has the focus."""
 
@@ -142,16 +193,9 @@ class OperatorTestCase(unittest.TestCase):
         self.addCleanup(self.display.close)
         self.terminal = Terminal(*self.ARGUMENTS, display=self.display)
         self.addCleanup(self._end_terminal)
-        self.window = self._wait_for_window()
-        self._focus_window()
-        self.width, self.height = self._window_size()
-
-    def operator(self, *arguments):
-        """One call of xdotool: what depends on time stands in one call, as nothing comes between then."""
-        self.display.xdotool(*arguments)
-
-    def point_at(self, x, y):
-        self.operator("mousemove", "--window", self.window, x, y)
+        operator = Operator(self.display, self.terminal)
+        self.operator, self.point_at, self.window = operator.do, operator.point_at, operator.window
+        self.width, self.height = operator.width, operator.height
 
     def check(self, events, *expected):
         """Names and keys (for mouse events, buttons), in order, and that nothing else was printed."""
@@ -162,25 +206,3 @@ class OperatorTestCase(unittest.TestCase):
     def _end_terminal(self):
         self.terminal.signal(signal.SIGTERM)
         self.assertEqual(0, self.terminal.wait(), "kxterminal did not end cleanly")
-
-    def _wait_for_window(self):
-        deadline = time.monotonic() + GENEROUS_SECONDS
-        while time.monotonic() < deadline:
-            found = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", "^kxterminal$"],
-                                   env=dict(os.environ, DISPLAY=self.display.name), text=True,
-                                   stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, check=False).stdout.split()
-            if found:
-                return found[0]
-            self.assertIsNone(self.terminal.process.poll(), "kxterminal has ended before it showed its window")
-            time.sleep(0.05)
-        self.fail("the window has not appeared")
-
-    def _focus_window(self):
-        # There is no window manager that would give it.
-        self.operator("windowfocus", "--sync", self.window)
-        self.assertEqual(self.window, self.display.xdotool("getwindowfocus", "-f"))
-
-    def _window_size(self):
-        geometry = self.display.xdotool("getwindowgeometry", "--shell", self.window)
-        values = dict(line.split("=") for line in geometry.splitlines())
-        return int(values["WIDTH"]), int(values["HEIGHT"])
