@@ -1,5 +1,7 @@
 #include "tools/keylayout/KeyLayout.h"
 
+#include "tools/text/Text.h"
+
 #include <array>
 #include <cerrno>
 #include <charconv>
@@ -26,23 +28,14 @@ Words wordsOf(const std::string& line) {
     return words;
 }
 
-// What stands in the file goes into messages of one line.
-std::string quoted(std::string word) {
-    for (char& character : word) {
-        if (static_cast<unsigned char>(character) < ' ' || character == '\x7f')
-            character = '?';
-    }
-    return "'" + word + "'";
-}
-
 template<typename Number>
 Number numberOf(const std::string& word, int base) {
     Number number{};
     const char* const end = word.data() + word.size();
     const auto [stopped, error] = std::from_chars(word.data(), end, number, base);
     if (error != std::errc() || stopped != end)
-        throw std::runtime_error(quoted(word) + " is not a " + (base == decimal ? "decimal" : "hexadecimal") +
-                                 " number that fits");
+        throw std::runtime_error(Text::quoted(word) + " is not a " +
+                                 (base == decimal ? "decimal" : "hexadecimal") + " number that fits");
     return number;
 }
 
@@ -57,21 +50,21 @@ public:
             return nullptr;
         const std::string& name = words[next++];
         if (!names.insert(name).second)
-            throw std::runtime_error(quoted(name) + " is there twice");
+            throw std::runtime_error(Text::quoted(name) + " is there twice");
         return &name;
     }
 
     template<typename Number>
     Number takeNumber(int base) {
         if (next == words.size())
-            throw std::runtime_error("a number is missing after " + quoted(words.back()));
+            throw std::runtime_error("a number is missing after " + Text::quoted(words.back()));
         return numberOf<Number>(words[next++], base);
     }
 
     void mustHave(std::initializer_list<const char*> needed) const {
         for (const char* const name : needed) {
             if (names.count(name) == 0)
-                throw std::runtime_error(quoted(name) + " is missing");
+                throw std::runtime_error(Text::quoted(name) + " is missing");
         }
     }
 
@@ -114,7 +107,7 @@ private:
         else if (words[0] == "encoder")
             readEncoder(words);
         else
-            throw std::runtime_error(quoted(words[0]) + " is neither 'key' nor 'encoder'");
+            throw std::runtime_error(Text::quoted(words[0]) + " is neither 'key' nor 'encoder'");
     }
 
     void readKey(const Words& words) {
@@ -123,11 +116,12 @@ private:
         KX::KeyOptionsCANRemote key;
         key.keyNumber = numberOf<int>(words[1], decimal);
         if (key.keyNumber < 1 || key.keyNumber > KeyLayout::keyCount)
-            throw std::runtime_error("key " + words[1] + ": its number is not in the range 1 to 16");
+            throw std::runtime_error("key " + std::to_string(key.keyNumber) +
+                                     ": its number is not in the range 1 to 16");
         // Entries stand by their numbers, so that the same file in another order is the same layout.
         const int entry = key.keyNumber - 1;
         if (KeyLayout::isUsed(layout.keys[entry]))
-            throw std::runtime_error("key " + words[1] + ": it is there twice");
+            throw std::runtime_error("key " + std::to_string(key.keyNumber) + ": it is there twice");
         Pairs pairs(words, 2);
         while (const std::string* const what = pairs.takeName())
             setField(key, *what, pairs);
@@ -146,7 +140,7 @@ private:
         else if (what == "id")
             key.canId = static_cast<int>(pairs.takeNumber<std::uint32_t>(hexadecimal));
         else
-            throw std::runtime_error(quoted(what) + " is nothing that a key has");
+            throw std::runtime_error(Text::quoted(what) + " is nothing that a key has");
     }
 
     void readEncoder(const Words& words) {
@@ -179,7 +173,7 @@ private:
         else if (what == "down")
             layout.encoderDownKeyCode = pairs.takeNumber<int>(decimal);
         else
-            throw std::runtime_error(quoted(what) + " is nothing that an encoder has");
+            throw std::runtime_error(Text::quoted(what) + " is nothing that an encoder has");
     }
 
     void setEncoderIdentifier(std::uint32_t identifier) {

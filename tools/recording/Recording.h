@@ -74,7 +74,8 @@ struct Entry {
 /// The first line of a recording, without a line end.
 std::string_view firstLine();
 
-/// An entry as one line, without a line end; \c line does not matter. What is read from it is the same again.
+/// An entry as one line, without a line end; \c line does not matter. What is read from it is the same again, for
+/// times below 10^15 ms.
 std::string format(const Entry& entry);
 
 /// A line of our own (not a comment and not one of a CAN log) as an entry.

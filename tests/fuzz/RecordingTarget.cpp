@@ -1,0 +1,83 @@
+#include "RecordingTarget.h"
+
+#include "support/RecordingComparison.h"
+#include "tools/recording/RecordingReader.h"
+
+#include <algorithm>
+#include <optional>
+#include <sstream>
+
+namespace Recording::test {
+
+namespace {
+
+// A log whose frames lie 31,000 years apart begins a second later than it is written, and so has no room for the last.
+constexpr std::uint64_t firstTimeWithoutNotationMs = 1000000000000000;
+
+struct Outcome {
+    std::optional<Session> session;
+    std::string words; ///< warnings and the error, a line each
+};
+
+Outcome readText(const std::string& text) {
+    Outcome outcome;
+    std::istringstream input(text);
+    try {
+        outcome.session =
+            read(input, "file", [&outcome](const std::string& warning) { outcome.words += warning + "\n"; });
+    } catch (const BadFile& error) {
+        outcome.words += std::string(error.what()) + "\n";
+    }
+    return outcome;
+}
+
+std::string written(const Session& session) {
+    std::string text;
+    if (!session.isPlainLog)
+        text = std::string(firstLine()) + "\n";
+    for (const Entry& entry : session.entries)
+        text += format(entry) + "\n";
+    return text;
+}
+
+bool areInOrder(const std::vector<Entry>& entries) {
+    return std::is_sorted(entries.begin(), entries.end(), [](const Entry& one, const Entry& other) {
+        return one.timeMs < other.timeMs || one.line < other.line;
+    });
+}
+
+// A message is for a terminal, which the bytes of a stranger's file must not reach.
+bool isPrintable(const std::string& words) {
+    return std::all_of(words.begin(), words.end(),
+                       [](unsigned char c) { return c == '\n' || (c >= ' ' && c <= '~'); });
+}
+
+std::string problemBetween(const Session& first, const Session& second) {
+    const std::size_t different = firstDifference(first.entries, second.entries);
+    if (different != first.entries.size())
+        return "entry " + std::to_string(different) + " of " + std::to_string(first.entries.size()) +
+               " has changed, of " + std::to_string(second.entries.size()) + " read again";
+    if (first.hasPasses != second.hasPasses || first.isPlainLog != second.isPlainLog)
+        return "it is another kind of session";
+    return written(first) == written(second) ? "" : "written twice, it is not the same";
+}
+
+} // namespace
+
+std::string problemWith(const std::string& bytes) {
+    const Outcome first = readText(bytes);
+    if (!first.session)
+        return isPrintable(first.words) ? "" : "what is said of it cannot be printed";
+    if (!isPrintable(first.words))
+        return "what is warned of cannot be printed";
+    if (!areInOrder(first.session->entries))
+        return "the entries are not in time order";
+    if (first.session->entries.empty() || first.session->entries.back().timeMs >= firstTimeWithoutNotationMs)
+        return {};
+    const Outcome second = readText(written(*first.session));
+    if (!second.words.empty())
+        return "written down again: " + second.words;
+    return problemBetween(*first.session, *second.session);
+}
+
+} // namespace Recording::test
