@@ -11,6 +11,7 @@
 #include "terminal/SoftKey.h"
 #include "terminal/SoftKeyBar.h"
 #include "terminal/Theme.h"
+#include "terminal/ViewerKeys.h"
 
 #include <QGuiApplication>
 #include <QHBoxLayout>
@@ -103,8 +104,11 @@ void MainWindow::arrange() {
 }
 
 void MainWindow::showCount() {
-    // Beside the pages there is no room for a line.
-    eventCount->setText(QStringLiteral("%1%2%3")
+    // Beside the pages there is no room for a line, nor for the title.
+    const QString replay =
+        hasPages() && !replayName.isNull() ? QStringLiteral("%1 %, ").arg(replayPercent) : QString();
+    eventCount->setText(replay +
+                        QStringLiteral("%1%2%3")
                             .arg(model.appendedCount())
                             .arg(hasPages() ? QLatin1Char('\n') : QLatin1Char(' '))
                             .arg(model.appendedCount() == 1 ? QStringLiteral("event") : QStringLiteral("events")));
@@ -114,8 +118,21 @@ void MainWindow::showEvents(const ClassifiedEvents& events) {
     showCount();
     screen->showInput(events.back());
     softKeys->showEvents(events);
+    if (!replayName.isNull())
+        return;
     for (const KX::KXInputEvent& event : events)
         takeInput(event);
+}
+
+void MainWindow::beginReplay(const QString& name) {
+    replayName = name;
+    showReplayProgress(0);
+}
+
+void MainWindow::showReplayProgress(int percent) {
+    replayPercent = percent;
+    title->setText(QStringLiteral("REPLAY  %1  %2 %").arg(replayName).arg(replayPercent));
+    showCount();
 }
 
 void MainWindow::takeInput(const KX::KXInputEvent& event) {
@@ -139,6 +156,10 @@ void MainWindow::takeReport(const KX::KXToolkitEvent& event) {
     if (event.eventType == KX::TOOLKIT_KEY_PRESS_EVENT && event.osKeyCode == KeyCodes::toolkitF12 &&
         settings.value(InputSettings::AcceptInput) == 0)
         settings.set(InputSettings::AcceptInput, 1);
+    else if (!replayName.isNull()) {
+        if (const auto input = viewerEvent(event))
+            takeInput(*input);
+    }
 }
 
 QPoint MainWindow::softKeyPosition(int number) const {

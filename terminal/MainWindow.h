@@ -47,8 +47,15 @@ public:
     /// Whether the window is that small that everything is a page.
     bool hasPages() const;
 
+    /// From now on the events are those of a recording, which change nothing in the window: who looks at them turns the
+    /// pages, see \ref takeReport.
+    void beginReplay(const QString& name);
+
+    /// How far the replay has come, 0 to 100.
+    void showReplayProgress(int percent);
+
     /// Takes a report of the toolkit layer, as it was before the library got it: while input is off no classified
-    /// event tells of the key that switches it on again.
+    /// event tells of the key that switches it on again, and in a replay none tells of any key.
     void takeReport(const KX::KXToolkitEvent& event);
 
 protected:
@@ -71,4 +78,6 @@ private:
     InputOffBanner* banner = nullptr;
     SoftKeyBar* softKeys = nullptr;
     PageArea* area = nullptr;
+    QString replayName; // null: the operator's input is live
+    int replayPercent = 0;
 };

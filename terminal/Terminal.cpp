@@ -26,9 +26,11 @@
 #include "terminal/ToolkitLayer.h"
 #include "terminal/WorkerWatch.h"
 #include "tools/keylayout/KeyLayout.h"
+#include "tools/progress/Progress.h"
 #include "tools/recording/RecordingReader.h"
 
 #include <QApplication>
+#include <QFileInfo>
 #include <QImage>
 #include <QImageWriter>
 #include <QPixmap>
@@ -97,6 +99,7 @@ private:
     void takeReport(KX::KXToolkitEvent& event);
     void connectActions();
     void scheduleEnd();
+    void showReplayProgress();
     bool endSession();
     int writePicture();
 
@@ -119,6 +122,8 @@ private:
     ToolkitLayer toolkitLayer;
     std::unique_ptr<DemoSession> demo;
     std::unique_ptr<SessionPlayer> player;
+    std::unique_ptr<Progress> replayProgress;
+    std::size_t replayedInputs = 0;
 };
 
 Terminal::Terminal(const CommandLine& commandLine)
@@ -171,6 +176,8 @@ void Terminal::openReplay() {
         throw FileError(
             settings.replayFile.toLocal8Bit().toStdString() +
             ": a log of a CAN bus; play it onto the bus of a terminal with kxcan play, or with kxreplay");
+    replayProgress = std::make_unique<Progress>("kxterminal", "inputs replayed", session.entries.size());
+    window.beginReplay(QFileInfo(settings.replayFile).fileName());
     player = std::make_unique<SessionPlayer>(
         std::move(session), settings.speed, *manager, gate, [this](const Recording::NumberSetting& setting) {
             inputSettings.set(settingOf(setting), static_cast<int>(setting.value));
@@ -224,6 +231,7 @@ void Terminal::scheduleEnd() {
     if (settings.exitAfterMs)
         QTimer::singleShot(*settings.exitAfterMs, Qt::PreciseTimer, qApp, &QCoreApplication::quit);
     if (player) {
+        QObject::connect(player.get(), &SessionPlayer::progressed, player.get(), [this] { showReplayProgress(); });
         if (settings.exitAtEnd)
             QObject::connect(player.get(), &SessionPlayer::finished, qApp, &QCoreApplication::quit);
         player->start();
@@ -233,6 +241,13 @@ void Terminal::scheduleEnd() {
     demo = std::make_unique<DemoSession>(window);
     QObject::connect(demo.get(), &DemoSession::finished, qApp, &QCoreApplication::quit);
     demo->start();
+}
+
+void Terminal::showReplayProgress() {
+    const std::size_t total = player->inputCount();
+    window.showReplayProgress(total == 0 ? 100 : static_cast<int>(100 * player->playedInputs() / total));
+    for (; replayedInputs < player->playedInputs(); ++replayedInputs)
+        replayProgress->countOne();
 }
 
 int Terminal::run() {

@@ -7,14 +7,20 @@
 namespace {
 
 constexpr std::chrono::milliseconds intervalOnTerminal(200);
+constexpr std::chrono::milliseconds intervalOfTenths(500);
 constexpr std::chrono::seconds intervalElsewhere(10);
+
+std::chrono::milliseconds intervalFor(bool isTerminal, bool hasTotal) {
+    if (isTerminal)
+        return intervalOnTerminal;
+    return hasTotal ? intervalOfTenths : intervalElsewhere;
+}
 
 } // namespace
 
 Progress::Progress(std::string programName, std::string doneText, std::size_t totalNumber)
     : program(std::move(programName)), done(std::move(doneText)), total(totalNumber),
-      isTerminal(isatty(STDERR_FILENO) == 1),
-      interval(isTerminal ? Clock::duration(intervalOnTerminal) : Clock::duration(intervalElsewhere)) {}
+      isTerminal(isatty(STDERR_FILENO) == 1), interval(intervalFor(isTerminal, total != 0)) {}
 
 Progress::~Progress() {
     if (isTerminal && hasShown) {
@@ -26,7 +32,7 @@ Progress::~Progress() {
 void Progress::countOne() {
     ++count;
     const Clock::time_point now = Clock::now();
-    if (now - lastShown < interval) {
+    if (now - lastShown < interval || !isNextTenth()) {
         return;
     }
     lastShown = now;
@@ -34,7 +40,13 @@ void Progress::countOne() {
     show();
 }
 
-void Progress::show() const {
+// In a file a line for each tenth is enough.
+bool Progress::isNextTenth() const {
+    return isTerminal || total == 0 || count * 10 / total > shownCount * 10 / total;
+}
+
+void Progress::show() {
+    shownCount = count;
     std::string text = program + ": " + std::to_string(count);
     if (total != 0) {
         text += " of " + std::to_string(total);

@@ -5,7 +5,8 @@
 #include <string>
 
 /// Tells on standard error how far a play has come: on a terminal on one line that is written over, else, where
-/// it may be a file, on a line of its own now and then in a play that is long.
+/// it may be a file, on a line of its own for each tenth, now and then where the end is not known; nothing in half a
+/// second.
 class Progress {
 public:
     /// \param programName  stands before what is told
@@ -24,7 +25,8 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
-    void show() const;
+    bool isNextTenth() const;
+    void show();
 
     const std::string program;
     const std::string done;
@@ -33,5 +35,6 @@ private:
     const Clock::duration interval;
     Clock::time_point lastShown = Clock::now();
     std::size_t count = 0;
+    std::size_t shownCount = 0;
     bool hasShown = false;
 };

@@ -1,0 +1,41 @@
+#include "terminal/ViewerKeys.h"
+
+#include "events/KXEventType.h"
+#include "input/KXInputEventManager.h"
+#include "terminal/KeyCodes.h"
+
+#include <algorithm>
+
+namespace {
+
+// From the toolkit's key to the key code: the library shows its table the other way round only.
+int keyCodeOf(int toolkitKey) {
+    const auto& toolkitKeys = *KX::KXInputEventManager::getKXtoOSCodeMap();
+    const auto found = std::find_if(toolkitKeys.begin(), toolkitKeys.end(),
+                                    [toolkitKey](const auto& entry) { return entry.second == toolkitKey; });
+    return found == toolkitKeys.end() ? -1 : found->first;
+}
+
+} // namespace
+
+std::optional<KX::KXInputEvent> viewerEvent(const KX::KXToolkitEvent& report) {
+    KX::KXInputEvent event;
+    event.timeStamp = report.timeStamp;
+    event.osKeyCode = report.osKeyCode;
+    switch (report.eventType) {
+    case KX::TOOLKIT_WHEEL_EVENT:
+        event.eventType = KX::ENCODER_MOVE_EVENT;
+        event.keyCode = report.keyCode;
+        event.count = report.count;
+        return event;
+    case KX::TOOLKIT_KEY_PRESS_EVENT:
+    case KX::TOOLKIT_KEY_AUTO_REPEAT_PRESS_EVENT: // who holds a key wants to scroll on
+        event.keyCode = keyCodeOf(report.osKeyCode);
+        event.count = 1;
+        event.eventType = event.keyCode == KeyCodes::up || event.keyCode == KeyCodes::down ? KX::ENCODER_MOVE_EVENT
+                                                                                           : KX::KEY_PRESS_EVENT;
+        return event;
+    default:
+        return std::nullopt;
+    }
+}
