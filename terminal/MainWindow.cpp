@@ -23,7 +23,7 @@ namespace {
 
 constexpr QSize desktopSize(1024, 768);
 constexpr QSize smallestSize(800, 480);
-constexpr QSize sizeForEverything(1000, 640);
+constexpr QSize sizeForEverything(1000, 700);
 constexpr int heightForTallScreen = 720;
 
 QLabel* makeLabel(const QString& text, const QFont& font, const QColor& colour) {
@@ -104,14 +104,15 @@ void MainWindow::arrange() {
 }
 
 void MainWindow::showCount() {
-    // Beside the pages there is no room for a line, nor for the title.
-    const QString replay =
-        hasPages() && !replayName.isNull() ? QStringLiteral("%1 %, ").arg(replayPercent) : QString();
-    eventCount->setText(replay +
-                        QStringLiteral("%1%2%3")
-                            .arg(model.appendedCount())
-                            .arg(hasPages() ? QLatin1Char('\n') : QLatin1Char(' '))
-                            .arg(model.appendedCount() == 1 ? QStringLiteral("event") : QStringLiteral("events")));
+    const quint64 count = model.appendedCount();
+    const QString unit = count == 1 ? QStringLiteral("event") : QStringLiteral("events");
+    // Beside the pages there is no room for a line, nor for the title that tells of a replay.
+    if (!hasPages())
+        eventCount->setText(QStringLiteral("%1 %2").arg(count).arg(unit));
+    else if (replayName.isNull())
+        eventCount->setText(QStringLiteral("%1\n%2").arg(count).arg(unit));
+    else
+        eventCount->setText(QStringLiteral("%1 %\n%2").arg(replayPercent).arg(count));
 }
 
 void MainWindow::showEvents(const ClassifiedEvents& events) {
