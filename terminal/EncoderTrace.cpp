@@ -15,15 +15,19 @@ int rawStepsOf(const KX::KXInputEvent& move) {
 } // namespace
 
 void EncoderTrace::setSpeedTable(const std::vector<KX::KXEncoderDynamicPair>& table) {
-    longestStepTimeMs = table.size() < 2 ? longestWithoutTable : static_cast<int>(2 * table.back().timeGap);
+    restartStepTimeMs = table.size() < 2 ? longestWithoutTable : static_cast<int>(2 * table.back().timeGap);
+}
+
+int EncoderTrace::longestStepTimeMs() const {
+    return restartStepTimeMs;
 }
 
 int EncoderTrace::expectedStepTimeMs(const KX::KXInputEvent& move) const {
     if (kept.empty())
-        return longestStepTimeMs;
+        return restartStepTimeMs;
     const unsigned int gap = (move.timeStamp - lastTick) / static_cast<unsigned int>(rawStepsOf(move));
-    if (gap > static_cast<unsigned int>(longestStepTimeMs))
-        return longestStepTimeMs;
+    if (gap > static_cast<unsigned int>(restartStepTimeMs))
+        return restartStepTimeMs;
     return (static_cast<int>(gap) + lastStepTimeMs) / 2;
 }
 

@@ -26,6 +26,9 @@ public:
     /// Above which time of a step the encoder counts as restarted follows from it.
     void setSpeedTable(const std::vector<KX::KXEncoderDynamicPair>& table);
 
+    /// A step that takes longer restarts the encoder.
+    int longestStepTimeMs() const;
+
     /// What the library will have made of the time since the last move: the smoothed step time in ms.
     int expectedStepTimeMs(const KX::KXInputEvent& move) const;
 
@@ -41,6 +44,6 @@ private:
     std::deque<Step> kept;
     unsigned int lastTick = 0;
     int lastStepTimeMs = 200;
-    int longestStepTimeMs = 200;
+    int restartStepTimeMs = 200;
     int bundleValue = 0; ///< that the last key-made move bore
 };

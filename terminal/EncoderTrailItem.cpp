@@ -1,5 +1,6 @@
 #include "terminal/EncoderTrailItem.h"
 
+#include "terminal/PlotLook.h"
 #include "terminal/Theme.h"
 
 #include <QPainter>
@@ -7,6 +8,15 @@
 #include <qwt_scale_map.h>
 
 #include <utility>
+
+namespace {
+
+// A speed table falls from the upper left, so there is room at the upper right.
+QRectF aboveCurve(const QRectF& canvas) {
+    return {canvas.center().x(), canvas.top(), canvas.width() / 2, canvas.height() / 2};
+}
+
+} // namespace
 
 EncoderTrailItem::EncoderTrailItem() {
     setRenderHint(QwtPlotItem::RenderAntialiased);
@@ -24,7 +34,7 @@ const std::vector<QPointF>& EncoderTrailItem::points() const {
 void EncoderTrailItem::draw(QPainter* painter, const QwtScaleMap& xMap, const QwtScaleMap& yMap,
                             const QRectF& canvas) const {
     if (trailPoints.empty())
-        return;
+        return PlotLook::drawHint(*painter, aboveCurve(canvas), QStringLiteral("Not turned yet"));
     const auto place = [&](const QPointF& point) { return QwtScaleMap::transform(xMap, yMap, point); };
     QColor colour = Theme::accent();
     for (std::size_t number = 1; number < trailPoints.size(); ++number) {

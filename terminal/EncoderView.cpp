@@ -24,7 +24,8 @@
 namespace {
 
 constexpr int headingHeight = 22;
-constexpr int numbersWidth = 158;
+constexpr int numbersWidth = 164;
+constexpr int smallestNumber = 12;
 constexpr double shortestStep = 1; // a logarithmic axis has no 0
 constexpr double smallestIncrement = 1;
 constexpr int thousandths = 1000;
@@ -79,7 +80,9 @@ QString grouped(qint64 number) {
 
 void drawNumber(QPainter& painter, const QRect& area, const QString& label, const QString& number,
                 const QColor& colour) {
-    const int size = std::clamp(area.height() * 45 / 100, 20, 34);
+    int size = std::clamp(area.height() * 45 / 100, 20, 34);
+    while (size > smallestNumber && QFontMetrics(Theme::font(size, true)).horizontalAdvance(number) > area.width())
+        --size;
     painter.setPen(Theme::quietText());
     painter.setFont(Theme::font(11, true));
     painter.drawText(area, Qt::AlignLeft | Qt::AlignTop, label);
@@ -168,7 +171,7 @@ std::vector<QPointF> EncoderView::curveCorners() const {
     }
     const double slow = std::max(smallestIncrement, double(userFactor) / thousandths);
     corners.emplace_back(from, slow);
-    corners.emplace_back(std::max(2 * from, 10.0), slow);
+    corners.emplace_back(std::max<double>(2 * from, encoderTrace.longestStepTimeMs()), slow);
     return corners;
 }
 
@@ -177,7 +180,7 @@ void EncoderView::setCurveScales() {
     const std::vector<QPointF> corners = curveCorners();
     const double slowest = corners.back().x();
     double largest = 10;
-    std::vector<double> increments;
+    std::vector<double> increments = {smallestIncrement};
     std::vector<double> times;
     for (const QPointF& corner : corners) {
         largest = std::max(largest, corner.y());
@@ -253,6 +256,8 @@ void EncoderView::showValues() {
         const auto value = static_cast<double>(step.value);
         if (x < -historyMs)
             continue;
+        if (step.beginsTurn && !samples.isEmpty())
+            samples.append(QPointF(x, samples.back().y())); // that of the turn before stayed until now
         if (step.beginsTurn)
             samples.append(QPointF(x, 0));
         samples.append(QPointF(x, value));
@@ -303,17 +308,17 @@ void EncoderView::drawHeading(QPainter& painter, const QwtPlot& below, const QSt
 void EncoderView::paintEvent(QPaintEvent* /*event*/) {
     QPainter painter(this);
     PlotLook::drawPanel(painter, rect());
-    drawHeading(painter, *curvePlot, QStringLiteral("Increment for each step, by the time of a step in ms"));
+    drawHeading(painter, *curvePlot, QStringLiteral("Increment by the time of a step [ms]"));
     drawHeading(painter, *valuePlot, QStringLiteral("Value of this turn"));
     const QRect numbers = numbersArea();
     const QSize tile(numbers.width(), numbers.height() / 3);
     const QPoint down(0, tile.height());
     drawNumber(painter, QRect(numbers.topLeft(), tile), QStringLiteral("STEP TIME"), stepTimeText(),
                Theme::text());
-    drawNumber(painter, QRect(numbers.topLeft() + down, tile), QStringLiteral("INCREMENT"), incrementText(),
-               Theme::colourOf(EventKind::Encoder));
-    drawNumber(painter, QRect(numbers.topLeft() + 2 * down, tile), QStringLiteral("VALUE"), valueText(),
-               Theme::accent());
+    drawNumber(painter, QRect(numbers.topLeft() + down, tile), QStringLiteral("INCREMENT PER STEP"),
+               incrementText(), Theme::colourOf(EventKind::Encoder));
+    drawNumber(painter, QRect(numbers.topLeft() + 2 * down, tile), QStringLiteral("VALUE OF THIS TURN"),
+               valueText(), Theme::accent());
 }
 
 void EncoderView::showEvent(QShowEvent* event) {

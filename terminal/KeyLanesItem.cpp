@@ -1,5 +1,6 @@
 #include "terminal/KeyLanesItem.h"
 
+#include "terminal/PlotLook.h"
 #include "terminal/SpanPainter.h"
 #include "terminal/Theme.h"
 
@@ -68,6 +69,8 @@ int KeyLanesItem::drawnCount() const {
 void KeyLanesItem::draw(QPainter* painter, const QwtScaleMap& xMap, const QwtScaleMap& yMap,
                         const QRectF& canvas) const {
     drawn = 0;
+    if (timeLine.isEmpty())
+        PlotLook::drawHint(*painter, canvas, QStringLiteral("No key pressed yet"));
     for (std::size_t number = 0; number < shownRows.size(); ++number) {
         const auto top = static_cast<double>(number);
         const QRectF row(QPointF(canvas.left(), yMap.transform(top)),

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "terminal/KeyTimeLine.h"
+#include "terminal/LaneChoice.h"
 
 #include <qwt_plot_item.h>
 
-#include <optional>
 #include <vector>
 
 /// Draws rows of a time line into a plot: x is ms after a reference time, y counts the rows downwards from 0.
@@ -13,10 +13,9 @@
 /// bounded by the width of the plot.
 class KeyLanesItem : public QwtPlotItem {
 public:
-    static constexpr int rowHeightLeast = 27;
+    static constexpr int rowHeightLeast = 24;
 
-    /// A row without a lane shows the encoder.
-    using Row = std::optional<KeyTimeLine::LaneKey>;
+    using Row = LaneChoice::Row;
 
     /// \p timeLine must outlive the item.
     explicit KeyLanesItem(const KeyTimeLine& timeLine);

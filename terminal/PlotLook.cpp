@@ -46,6 +46,8 @@ void dressAxis(QwtPlot& plot, int axis) {
 void PlotLook::dress(QwtPlot& plot) {
     plot.setAutoReplot(false);
     plot.setFocusPolicy(Qt::NoFocus);
+    plot.setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Ignored); // the view knows what it needs
+    plot.setMinimumSize(80, 60);
     plot.setAutoFillBackground(false);
     plot.setAttribute(Qt::WA_TransparentForMouseEvents);
     plot.setCanvasBackground(Theme::screen());
@@ -73,6 +75,12 @@ void PlotLook::drawPanel(QPainter& painter, const QRect& area) {
     painter.setPen(Theme::outline());
     painter.setBrush(Theme::panel());
     painter.drawRoundedRect(QRectF(area).adjusted(0.5, 0.5, -0.5, -0.5), 6, 6);
+}
+
+void PlotLook::drawHint(QPainter& painter, const QRectF& canvas, const QString& text) {
+    painter.setPen(Theme::quietText());
+    painter.setFont(Theme::font(14));
+    painter.drawText(canvas, Qt::AlignCenter, text);
 }
 
 QString PlotLook::secondsText(double ms) {

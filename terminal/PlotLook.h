@@ -4,6 +4,7 @@
 
 class QPainter;
 class QRect;
+class QRectF;
 class QString;
 class QwtPlot;
 class QwtScaleDraw;
@@ -20,6 +21,9 @@ void addGrid(QwtPlot& plot, bool vertical, bool horizontal);
 
 /// The rounded area that a view stands on.
 void drawPanel(QPainter& painter, const QRect& area);
+
+/// What an empty plot says.
+void drawHint(QPainter& painter, const QRectF& canvas, const QString& text);
 
 /// Labels of an axis of time in ms: "\u22122 s" for -2000, "\u2212250 ms" for -250.
 QString secondsText(double ms);

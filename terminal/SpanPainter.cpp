@@ -12,8 +12,8 @@ namespace {
 
 using Span = KeyTimeLine::Span;
 
-constexpr qreal bandHeight = 12; // above the bars, for what is between presses
-constexpr qreal barInset = 3;
+constexpr qreal bandHeight = 10; // above the bars, for what is between presses
+constexpr qreal barInset = 2;
 constexpr qreal barLeastWidth = 2;
 constexpr qreal barTallest = 22;
 constexpr qreal fadeWidth = 18;
@@ -142,7 +142,7 @@ void SpanPainter::drawLength(const Span& span, const Extent& extent, KeyTimeLine
     QRectF room = bars;
     room.setLeft(start);
     room.setRight(stop);
-    if (span.isLongPress && extent.longPress > rowArea.left()) {
+    if (span.isLongPress && extent.longPress > start && extent.longPress < stop) {
         const bool isBeforeWider = extent.longPress - start > stop - extent.longPress;
         if (isBeforeWider)
             room.setRight(extent.longPress - reach);

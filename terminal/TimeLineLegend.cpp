@@ -51,9 +51,9 @@ void drawSign(QPainter& painter, int entry, const QPointF& centre) {
     }
 }
 
-const char* const texts[columns * lines] = {"Down",    "Double press",   "Long press",    "Long release",
-                                            "Encoder", "Double if here", "Held for long", "Escaped"};
-constexpr int widths[columns] = {78, 118, 114, 110};
+const char* const texts[columns * lines] = {"Down",    "Double press",      "Long press",    "Long release",
+                                            "Encoder", "Double-press time", "Held for long", "Escaped"};
+constexpr int widths[columns] = {76, 134, 106, 102};
 
 } // namespace
 
@@ -68,7 +68,7 @@ QSize TimeLineLegend::sizeHint() const {
 }
 
 QSize TimeLineLegend::minimumSizeHint() const {
-    return sizeHint();
+    return {widths[0] + widths[1], sizeHint().height()};
 }
 
 void TimeLineLegend::paintEvent(QPaintEvent* /*event*/) {

@@ -3,6 +3,7 @@
 #include "platform/KXTick.h"
 #include "terminal/DisplayPace.h"
 #include "terminal/EventText.h"
+#include "terminal/KeyLanesItem.h"
 #include "terminal/PlotLook.h"
 #include "terminal/ScreenButton.h"
 #include "terminal/SeparateDevice.h"
@@ -34,7 +35,8 @@ constexpr int firstLevel = 3;
 constexpr int namesWidth = 104;
 constexpr int rowHeightMost = 44;
 constexpr int labelDistance = 76;
-constexpr int buttonHeight = 42;
+constexpr int buttonHeight = 44;
+constexpr int buttonRepeatMs = 150;
 constexpr int dragDistance = 8;       // a finger is never quite still
 constexpr Time jammedAfterMs = 60000; // nobody holds a key that long, and nobody watches each pixel of it
 constexpr int jammedIntervalMs = 1000;
@@ -52,16 +54,20 @@ public:
     }
 
     QwtText label(double middle) const override {
-        QwtText text(names.value(static_cast<int>(middle)));
-        text.setColor(Theme::text());
+        const int row = static_cast<int>(middle);
+        QwtText text(row < names.size() ? names[row] : others);
+        text.setColor(row < names.size() ? Theme::text() : Theme::accent());
         return text;
     }
 
-    void setNames(const QStringList& shown) {
+    /// \p more stands below the names, unless it is empty.
+    void setNames(const QStringList& shown, const QString& more) {
         names = shown;
+        others = more;
         invalidateCache();
     }
 
+    QString others;
     QStringList names;
 };
 
@@ -87,19 +93,23 @@ QWidget* TimeLineView::makeHeader() {
     row->setSpacing(6);
     row->addWidget(new TimeLineLegend);
     row->addStretch(1);
-    row->addWidget(makeButton(QStringLiteral("\u2212"), &TimeLineView::zoomOut));
-    row->addWidget(makeButton(QStringLiteral("+"), &TimeLineView::zoomIn));
+    row->addWidget(makeButton(QStringLiteral("\u2212\tDown"), &TimeLineView::zoomOut));
+    row->addWidget(makeButton(QStringLiteral("+\tUp"), &TimeLineView::zoomIn));
     row->addSpacing(8);
-    row->addWidget(makeButton(QStringLiteral("\u25c0"), &TimeLineView::scrollBack));
-    row->addWidget(makeButton(QStringLiteral("\u25b6"), &TimeLineView::scrollForward));
-    row->addWidget(nowButton = makeButton(QStringLiteral("Now"), &TimeLineView::follow));
+    row->addWidget(makeButton(QStringLiteral("\u25c0\tPgUp"), &TimeLineView::scrollBack));
+    row->addWidget(makeButton(QStringLiteral("\u25b6\tPgDn"), &TimeLineView::scrollForward));
+    row->addWidget(nowButton = makeButton(QStringLiteral("Now\tEnd"), &TimeLineView::follow));
     nowButton->setCheckable(true);
     return header;
 }
 
 ScreenButton* TimeLineView::makeButton(const QString& label, void (TimeLineView::*action)()) {
     auto* button = new ScreenButton(label);
-    button->setFixedSize(label.size() > 1 ? 64 : 52, buttonHeight);
+    button->setFixedSize(60, buttonHeight);
+    button->setKeyBelow(true);
+    button->setTextSize(16);
+    button->setAutoRepeat(true);
+    button->setAutoRepeatInterval(buttonRepeatMs);
     connect(button, &QAbstractButton::clicked, this, action);
     return button;
 }
@@ -113,6 +123,7 @@ void TimeLineView::makePlot() {
     plot->setAxisFont(QwtPlot::yLeft, Theme::font(12));
     lanes = new KeyLanesItem(line);
     lanes->attach(plot); // which owns it now
+    plot->canvas()->installEventFilter(this);
 }
 
 QSize TimeLineView::sizeHint() const {
@@ -187,8 +198,14 @@ void TimeLineView::scrollForward() {
     scrollTo(rightmostTime() + visibleMs() / 2);
 }
 
+void TimeLineView::showOtherLanes() {
+    lanePage = (lanePage + 1) % choice.pageCount();
+    refresh();
+}
+
 void TimeLineView::follow() {
     heldRightmost.reset();
+    lanePage = 0;
     refresh();
 }
 
@@ -197,10 +214,12 @@ bool TimeLineView::isFollowing() const {
 }
 
 void TimeLineView::scrollTo(Time rightmost) {
-    if (rightmost >= now() + marginMs())
-        return follow();
-    heldReference = referenceTime();
-    heldRightmost = std::max(rightmost, line.oldest() + visibleMs() / 10);
+    if (rightmost >= now() + marginMs()) {
+        heldRightmost.reset();
+    } else {
+        heldReference = referenceTime();
+        heldRightmost = std::max(rightmost, line.oldest() + visibleMs() / 10);
+    }
     refresh();
 }
 
@@ -210,6 +229,12 @@ const KeyTimeLine& TimeLineView::timeLine() const {
 
 QStringList TimeLineView::laneNames() const {
     return names->names;
+}
+
+QString TimeLineView::otherLanesText() const {
+    const std::size_t others = choice.laneCount() - choice.rows().size();
+    return others == 0 ? QString()
+                       : QStringLiteral("+%1 %2 \u25b8").arg(others).arg(others == 1 ? "lane" : "lanes");
 }
 
 int TimeLineView::drawnCount() const {
@@ -232,10 +257,10 @@ void TimeLineView::scheduleRefresh() {
 
 void TimeLineView::refresh() {
     sinceRefresh.start();
-    chooseRows(rowRoom());
+    chooseRows();
     nameRows();
     setTimeScale();
-    lanes->setRows(rows);
+    lanes->setRows(choice.rows());
     lanes->setTime(referenceTime(), now());
     nowButton->setChecked(isFollowing());
     plot->replot();
@@ -251,51 +276,30 @@ int TimeLineView::refreshIntervalMs() const {
     return std::clamp(static_cast<int>(msPerPixel()), DisplayPace::shortestIntervalMs, jammedIntervalMs);
 }
 
-int TimeLineView::rowRoom() const {
-    return std::max(1, timeArea().height() / KeyLanesItem::rowHeightLeast);
-}
-
-// The lanes in use: those with something in the picture first, then those used last. They stand in the order in
-// which they were first used, so that none moves as long as there is room for all.
-void TimeLineView::chooseRows(int room) {
+void TimeLineView::chooseRows() {
     const Time last = rightmostTime();
-    const Time first = last - visibleMs();
-    candidates.clear();
-    for (const auto& [key, lane] : line.lanes()) {
-        const auto span = KeyTimeLine::firstSpanEndingAt(lane, first);
-        const bool isVisibleNow = span != lane.spans.end() && span->start <= last;
-        candidates.push_back({key, isVisibleNow, lane.spans.back().end, lane.number + 1});
-    }
-    if (!line.moves().empty())
-        candidates.push_back({std::nullopt, true, line.moves().back().time, 0});
-    hiddenLanes = std::max(0, static_cast<int>(candidates.size()) - room);
-    const auto end = candidates.end() - hiddenLanes;
-    std::nth_element(candidates.begin(), end, candidates.end(), [](const Candidate& one, const Candidate& other) {
-        if (one.isVisible != other.isVisible)
-            return one.isVisible;
-        return one.lastActivity > other.lastActivity;
-    });
-    std::sort(candidates.begin(), end,
-              [](const Candidate& one, const Candidate& other) { return one.number < other.number; });
-    rows.clear();
-    std::transform(candidates.begin(), end, std::back_inserter(rows),
-                   [](const Candidate& lane) { return lane.row; });
+    const int room = std::max(1, timeArea().height() / KeyLanesItem::rowHeightLeast);
+    choice.choose(line, {last - visibleMs(), last, static_cast<std::size_t>(room)}, lanePage);
 }
 
 void TimeLineView::nameRows() {
-    if (rows == lanes->rows() && names->names.size() == static_cast<int>(rows.size()) &&
-        plot->axisScaleDiv(QwtPlot::yLeft).ticks(QwtScaleDiv::MajorTick).size() == names->names.size())
+    const int height = timeArea().height();
+    const QString others = otherLanesText();
+    if (choice.rows() == lanes->rows() && height == namedHeight && others == names->others)
         return;
+    namedHeight = height;
     QStringList shown;
     std::vector<double> middles;
-    for (const KeyLanesItem::Row& row : rows) {
+    for (const LaneChoice::Row& row : choice.rows()) {
         middles.push_back(static_cast<double>(middles.size()) + 0.5);
-        const auto lane = row ? line.lanes().find(*row) : line.lanes().end();
-        shown << (row ? EventText::key(lane->second.namesake) : QStringLiteral("Encoder"));
+        shown << (row ? EventText::key(line.lanes().at(*row).namesake) : QStringLiteral("Encoder"));
     }
-    names->setNames(shown);
-    const int rowsShown = std::max(static_cast<int>(rows.size()), timeArea().height() / rowHeightMost);
-    plot->setAxisScaleDiv(QwtPlot::yLeft, PlotLook::ticksAt(std::max(1, rowsShown), 0, middles));
+    if (!others.isEmpty())
+        middles.push_back(shown.size() + 0.5);
+    names->setNames(shown, others);
+    const int rowsLeast = std::max(1, height / rowHeightMost);
+    const int rowsShown = std::max(rowsLeast, static_cast<int>(middles.size()));
+    plot->setAxisScaleDiv(QwtPlot::yLeft, PlotLook::ticksAt(rowsShown, 0, middles));
 }
 
 void TimeLineView::setTimeScale() {
@@ -308,16 +312,22 @@ void TimeLineView::setTimeScale() {
     plot->setAxisScaleDiv(QwtPlot::xBottom, PlotLook::ticksAt(left, right, ticks));
 }
 
+QRect TimeLineView::namesArea() const {
+    const QRect area = timeArea();
+    return {0, area.top(), area.left(), height() - area.top()};
+}
+
 void TimeLineView::paintEvent(QPaintEvent* /*event*/) {
     QPainter painter(this);
     PlotLook::drawPanel(painter, rect());
+    if (line.isEmpty())
+        return;
+    const QRect area = timeArea();
+    const QRect corner(6, area.bottom() + 1, area.left() - 12, height() - area.bottom() - 4);
     painter.setFont(Theme::font(10));
     painter.setPen(Theme::quietText());
-    const QRect area = timeArea();
-    const QRect corner(10, area.bottom() + 1, area.left() - 16, height() - area.bottom() - 4);
-    if (!line.isEmpty())
-        painter.drawText(corner, Qt::AlignRight | Qt::AlignVCenter,
-                         QStringLiteral("0 s = %1 ms").arg(line.tickAt(referenceTime())));
+    painter.drawText(corner, Qt::AlignRight | Qt::AlignVCenter,
+                     QStringLiteral("0 s = %1 ms").arg(line.tickAt(referenceTime())));
 }
 
 void TimeLineView::showEvent(QShowEvent* event) {
@@ -330,14 +340,18 @@ void TimeLineView::hideEvent(QHideEvent* event) {
     pace.stop();
 }
 
-void TimeLineView::resizeEvent(QResizeEvent* event) {
-    QWidget::resizeEvent(event);
-    refresh();
+// The canvas gets its size last, when the axes have theirs.
+bool TimeLineView::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == plot->canvas() && event->type() == QEvent::Resize)
+        refresh();
+    return QWidget::eventFilter(watched, event);
 }
 
 void TimeLineView::mousePressEvent(QMouseEvent* event) {
     if (event->button() == Qt::LeftButton && timeArea().contains(event->pos()))
         drag = Drag{event->x(), rightmostTime()};
+    else if (event->button() == Qt::LeftButton && namesArea().contains(event->pos()))
+        showOtherLanes();
 }
 
 void TimeLineView::mouseMoveEvent(QMouseEvent* event) {

@@ -1,16 +1,17 @@
 #pragma once
 
 #include "terminal/EventPump.h"
-#include "terminal/KeyLanesItem.h"
 #include "terminal/KeyTimeLine.h"
+#include "terminal/LaneChoice.h"
 
 #include <QElapsedTimer>
 #include <QTimer>
 #include <QWidget>
 
+#include <cstddef>
 #include <optional>
-#include <vector>
 
+class KeyLanesItem;
 class LaneNamesScale;
 class QwtPlot;
 class ScreenButton;
@@ -37,7 +38,10 @@ public:
     void scrollBack();
     void scrollForward();
 
-    /// Back to the newest time.
+    /// Where there is no room for all lanes: shows others.
+    void showOtherLanes();
+
+    /// Back to the newest time and the lanes used last.
     void follow();
 
     bool isFollowing() const;
@@ -52,6 +56,9 @@ public:
 
     /// Names of the lanes shown, the uppermost first.
     QStringList laneNames() const;
+
+    /// "+3 lanes" and an arrow when there are more lanes than are shown; else empty.
+    QString otherLanesText() const;
 
     /// How many spans and moves the last painting drew.
     int drawnCount() const;
@@ -68,7 +75,7 @@ protected:
     void paintEvent(QPaintEvent* event) override;
     void showEvent(QShowEvent* event) override;
     void hideEvent(QHideEvent* event) override;
-    void resizeEvent(QResizeEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
@@ -78,13 +85,8 @@ private:
         int startX;
         KeyTimeLine::Time startRightmost;
     };
-    struct Candidate {
-        KeyLanesItem::Row row;
-        bool isVisible;
-        KeyTimeLine::Time lastActivity;
-        std::uint64_t number;
-    };
 
+    QRect namesArea() const;
     QWidget* makeHeader();
     ScreenButton* makeButton(const QString& label, void (TimeLineView::*action)());
     void makePlot();
@@ -97,8 +99,7 @@ private:
     void scheduleRefresh();
     void refresh();
     int refreshIntervalMs() const;
-    void chooseRows(int room);
-    int rowRoom() const;
+    void chooseRows();
     void nameRows();
     void setTimeScale();
 
@@ -109,12 +110,12 @@ private:
     ScreenButton* nowButton = nullptr;
     QTimer pace;
     QElapsedTimer sinceRefresh;
-    std::vector<Candidate> candidates; // kept for its room
-    std::vector<KeyLanesItem::Row> rows;
+    LaneChoice choice;
+    std::size_t lanePage = 0;
+    int namedHeight = -1;                           ///< of the plot for which the rows were named
     std::optional<KeyTimeLine::Time> heldRightmost; ///< unless it follows
     KeyTimeLine::Time heldReference = 0;
     std::optional<Drag> drag;
     unsigned int tickOfAppend = 0;
     int zoomLevel;
-    int hiddenLanes = 0;
 };
