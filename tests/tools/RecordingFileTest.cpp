@@ -1,0 +1,239 @@
+// What was written is in the file, whatever becomes of the one who wrote it.
+
+#include "tools/recording/RecordingFile.h"
+
+#include "RecordingText.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+using namespace Recording;
+using Recording::test::Outcome;
+using Recording::test::outcomeOf;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+using testing::StartsWith;
+
+const std::string head = "kxrecording 1\n# written by recorder 7\n";
+
+class RecordingFileTest : public testing::Test {
+protected:
+    RecordingFileTest() {
+        std::string pattern = testing::TempDir() + "kx-recording-XXXXXX";
+        folder = mkdtemp(pattern.data());
+        path = folder / "day.kxr";
+    }
+
+    ~RecordingFileTest() override {
+        std::filesystem::remove_all(folder);
+    }
+
+    std::string content() const {
+        std::ifstream file(path, std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    }
+
+    static std::string refusalOf(const std::string& name) {
+        try {
+            const File file(name, "recorder 7");
+        } catch (const std::runtime_error& error) {
+            return error.what();
+        }
+        return "it was made";
+    }
+
+    std::filesystem::path folder;
+    std::filesystem::path path;
+};
+
+// A disk that is full once a file has so many bytes; else a write beyond would be the end of the program.
+class Disk {
+public:
+    explicit Disk(rlim_t size) {
+        getrlimit(RLIMIT_FSIZE, &before);
+        rlimit limit = before;
+        limit.rlim_cur = size;
+        setrlimit(RLIMIT_FSIZE, &limit);
+    }
+
+    ~Disk() {
+        setrlimit(RLIMIT_FSIZE, &before);
+        signal(SIGXFSZ, handler);
+    }
+
+    Disk(const Disk&) = delete;
+    Disk& operator=(const Disk&) = delete;
+
+private:
+    rlimit before{};
+    void (*const handler)(int) = signal(SIGXFSZ, SIG_IGN);
+};
+
+// Runs \p work in a process of its own until \p isEnough, and then kills that.
+void killInTheMiddle(const std::function<void()>& work, const std::function<bool()>& isEnough) {
+    const pid_t child = fork();
+    if (child == 0) {
+        work();
+        _exit(1); // it was to be killed
+    }
+    ASSERT_GT(child, 0);
+    int status = 0;
+    while (!isEnough() && waitpid(child, &status, WNOHANG) == 0)
+        std::this_thread::yield();
+    kill(child, SIGKILL);
+    waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL) << status;
+}
+
+// How often the process has asked the system to write; nothing where the system does not count that.
+std::optional<long> countOfWrites() {
+    std::ifstream accounts("/proc/self/io");
+    for (std::string name; accounts >> name;) {
+        long count = 0;
+        accounts >> count;
+        if (name == "syscw:")
+            return count;
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+TEST_F(RecordingFileTest, BeginsWithTheVersionAndTheWriter) {
+    const File file(path, "recorder 7");
+    EXPECT_EQ(head, content());
+    EXPECT_EQ(std::nullopt, file.problem());
+}
+
+TEST_F(RecordingFileTest, EachEntryIsThereAsSoonAsItIsWritten) {
+    File file(path, "recorder 7");
+    EXPECT_TRUE(file.write(5, Pass()));
+    EXPECT_EQ(head + "5 pass\n", content());
+    EXPECT_TRUE(file.write(5, NumberSetting{NumberName::LowPass, 3}));
+    EXPECT_EQ(head + "5 pass\n5 set low-pass 3\n", content());
+    EXPECT_TRUE(file.write(6, End()));
+    EXPECT_EQ(head + "5 pass\n5 set low-pass 3\n6 end\n", content());
+}
+
+TEST_F(RecordingFileTest, EachLineIsOneWrite) {
+    File file(path, "recorder 7");
+    const std::optional<long> before = countOfWrites();
+    if (!before)
+        GTEST_SKIP() << "this system does not count writes";
+    for (unsigned int tick = 0; tick < 100; ++tick)
+        file.write(tick, SpeedTable{std::vector<KX::KXEncoderDynamicPair>(500, {1, 1})});
+    EXPECT_EQ(100, *countOfWrites() - *before);
+}
+
+TEST_F(RecordingFileTest, TheTimeOfFramesGoesOnWhereTheTickWraps) {
+    File file(path, "recorder 7");
+    EXPECT_TRUE(file.write(4294967295, Frame{"can0", {}}));
+    EXPECT_TRUE(file.write(1, Frame{"can0", {}}));
+    EXPECT_TRUE(file.write(2, Pass()));
+    EXPECT_EQ(head + "(0004294967.295000) can0 000#0000000000000000\n"
+                     "(0004294967.297000) can0 000#0000000000000000\n2 pass\n",
+              content());
+}
+
+TEST_F(RecordingFileTest, WhatIsThereIsNotOverwritten) {
+    std::ofstream(path) << "x";
+    EXPECT_EQ(path.string() + ": it is there already and is not overwritten", refusalOf(path));
+    EXPECT_EQ("x", content());
+}
+
+TEST_F(RecordingFileTest, AnEmptyFileIsTaken) {
+    std::ofstream(path).close();
+    EXPECT_EQ("it was made", refusalOf(path));
+    EXPECT_EQ(head, content());
+}
+
+TEST_F(RecordingFileTest, TellsWhyItCannotBeMade) {
+    EXPECT_EQ((folder / "none" / "day.kxr").string() + ": No such file or directory",
+              refusalOf(folder / "none" / "day.kxr"));
+    EXPECT_EQ(folder.string() + ": Is a directory", refusalOf(folder));
+    EXPECT_EQ("/dev/full: No space left on device", refusalOf("/dev/full"));
+}
+
+TEST_F(RecordingFileTest, ADeviceTakesIt) {
+    EXPECT_EQ("it was made", refusalOf("/dev/null"));
+}
+
+TEST_F(RecordingFileTest, IsReadableForWhomTheProcessLets) {
+    const mode_t before = umask(027);
+    refusalOf(path);
+    umask(before);
+    EXPECT_EQ(std::filesystem::perms(0640), std::filesystem::status(path).permissions());
+}
+
+TEST_F(RecordingFileTest, AFullDiskEndsIt) {
+    const Disk disk(head.size() + 10);
+    File file(path, "recorder 7");
+    EXPECT_TRUE(file.write(5, Pass()));
+    EXPECT_FALSE(file.write(6, Pass()));
+    EXPECT_EQ(path.string() + ": File too large", file.problem());
+    EXPECT_EQ(head + "5 pass\n6 p", content());
+    const Outcome outcome = outcomeOf(content());
+    EXPECT_EQ("", outcome.error);
+    EXPECT_THAT(outcome.session.entries, SizeIs(1));
+    EXPECT_THAT(outcome.warnings, ElementsAre("day.kxr:4: the last line is cut off; it is left out"));
+}
+
+TEST_F(RecordingFileTest, AfterAFailureNothingIsWrittenAnyMore) {
+    File file(path, "recorder 7");
+    {
+        const Disk disk(head.size());
+        EXPECT_FALSE(file.write(5, Pass()));
+    }
+    EXPECT_FALSE(file.write(6, Pass()));
+    EXPECT_EQ(path.string() + ": File too large", file.problem());
+    EXPECT_EQ(head, content());
+}
+
+TEST_F(RecordingFileTest, ATickThatGoesBackEndsIt) {
+    File file(path, "recorder 7");
+    EXPECT_TRUE(file.write(5, Pass()));
+    EXPECT_FALSE(file.write(4, Pass()));
+    EXPECT_EQ(path.string() + ": the tick 4 lies before that of the line above, 5", file.problem());
+    EXPECT_FALSE(file.write(6, Pass()));
+    EXPECT_EQ(head + "5 pass\n", content());
+}
+
+TEST_F(RecordingFileTest, AKilledProcessLeavesWholeLines) {
+    for (int round = 0; round < 20; ++round) {
+        std::filesystem::remove(path);
+        const auto write = [this] {
+            File file(path, "recorder 7");
+            for (int i = 0; i < 10000000; ++i)
+                file.write(static_cast<unsigned int>(i), NumberSetting{NumberName::LowPass, i});
+        };
+        const std::uintmax_t enough = 100 + static_cast<std::uintmax_t>(round) * 5000;
+        std::error_code notThereYet;
+        killInTheMiddle(write, [&] {
+            const std::uintmax_t size = std::filesystem::file_size(path, notThereYet);
+            return !notThereYet && size >= enough;
+        });
+        const std::string left = content();
+        const Outcome outcome = outcomeOf(left);
+        ASSERT_EQ("", outcome.error);
+        ASSERT_THAT(outcome.warnings, SizeIs(left.back() == '\n' ? 0 : 1));
+        ASSERT_THAT(outcome.session.entries, SizeIs(std::count(left.begin(), left.end(), '\n') - 2));
+        int expected = 0;
+        for (const Entry& entry : outcome.session.entries)
+            ASSERT_EQ(expected++, std::get<NumberSetting>(entry.input).value);
+        ASSERT_GT(expected, 0);
+    }
+}
