@@ -24,7 +24,7 @@ const char* widestText(int column) {
     case EventModel::Value:
         return "123456";
     default:
-        return "1234";
+        return "Count";
     }
 }
 

@@ -15,7 +15,7 @@ EventPage::EventPage(EventModel& model, QWidget* parent)
       older(new ScreenButton(QStringLiteral("\u25bc\tPgDn"))) {
     auto* row = new QHBoxLayout(this);
     row->setContentsMargins(0, 0, 0, 0);
-    row->setSpacing(Theme::spacing - 4);
+    row->setSpacing(Theme::spacing - 6);
     row->addWidget(events, 1);
     row->addLayout(makeButtonColumn({newest, newer, older}));
     for (ScreenButton* button : {newer, older})

@@ -7,6 +7,7 @@
 InputOffBanner::InputOffBanner(QWidget* parent) : QAbstractButton(parent) {
     setText(QStringLiteral("INPUT OFF\ttouch here or press F12 to switch it on"));
     setFocusPolicy(Qt::NoFocus);
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
 }
 
 void InputOffBanner::paintEvent(QPaintEvent* /*event*/) {

@@ -81,7 +81,7 @@ Page PageArea::shownPage() const {
 }
 
 void PageArea::turnPage(int steps) {
-    const QVector<Page>& pages = pageBar->pages();
+    const QVector<Page> pages = pageBar->pages();
     const int next = (pages.indexOf(shownPage()) + steps) % pages.size();
     showPage(pages[(next + pages.size()) % pages.size()]);
 }

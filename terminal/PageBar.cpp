@@ -42,7 +42,7 @@ void PageBar::setPages(const QVector<Page>& pages) {
         buttons[page]->setVisible(pages.contains(static_cast<Page>(page)));
 }
 
-const QVector<Page>& PageBar::pages() const {
+QVector<Page> PageBar::pages() const {
     return currentPages;
 }
 

@@ -17,7 +17,7 @@ public:
 
     /// Which pages there are at the moment.
     void setPages(const QVector<Page>& pages);
-    const QVector<Page>& pages() const;
+    QVector<Page> pages() const;
 
     void setShownPage(Page page);
 

@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr int columnWidth = 60;
+constexpr int columnWidth = 56;
 constexpr int greatestHeight = 76;
 constexpr int gap = 6;
 

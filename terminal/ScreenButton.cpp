@@ -9,6 +9,7 @@
 namespace {
 
 constexpr int inset = 11;
+constexpr int narrowInset = 6;
 constexpr int gap = 10;
 constexpr int keySize = 12;
 
@@ -41,7 +42,9 @@ QString ScreenButton::keyName() const {
 QSize ScreenButton::sizeHint() const {
     const int textWidth = QFontMetrics(Theme::font(textSize, true)).horizontalAdvance(words());
     const int keyWidth = keyName().isEmpty() ? 0 : QFontMetrics(Theme::font(keySize)).horizontalAdvance(keyName());
-    const int both = keyBelow || keyWidth == 0 ? std::max(textWidth, keyWidth) : textWidth + gap + keyWidth;
+    if (keyBelow)
+        return {std::max(std::max(textWidth, keyWidth) + 2 * narrowInset, touchSize), touchSize};
+    const int both = keyWidth == 0 ? textWidth : textWidth + gap + keyWidth;
     return {std::max(both + 2 * inset, touchSize), touchSize};
 }
 

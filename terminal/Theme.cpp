@@ -29,9 +29,9 @@ QString styleSheet() {
                           "QHeaderView { background: %2; }"
                           "QHeaderView::section { background: %2; color: %3; border: 0;"
                           "  border-bottom: 1px solid %1; padding: 6px 7px 6px 7px; font-size: 12px; }"
-                          "QScrollBar:vertical { background: %2; width: 12px; margin: 0; border: 0; }"
+                          "QScrollBar:vertical { background: %2; width: 10px; margin: 0; border: 0; }"
                           "QScrollBar::handle:vertical { background: %1; border-radius: 3px; min-height: 36px;"
-                          "  margin: 3px; }"
+                          "  margin: 2px; }"
                           "QScrollBar::add-line, QScrollBar::sub-line { height: 0; width: 0; }"
                           "QScrollBar::add-page, QScrollBar::sub-page { background: none; }")
         .arg(Theme::outline().name(), Theme::panel().name(), Theme::quietText().name());

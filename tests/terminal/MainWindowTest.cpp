@@ -6,6 +6,8 @@
 #include "terminal/ActionPanel.h"
 #include "terminal/EventListView.h"
 #include "terminal/EventModel.h"
+#include "terminal/EventPage.h"
+#include "terminal/InputOffBanner.h"
 #include "terminal/InputSettings.h"
 #include "terminal/KeyCodes.h"
 #include "terminal/KeypadPanel.h"
@@ -15,9 +17,11 @@
 #include "terminal/ScreenButton.h"
 #include "terminal/SoftKey.h"
 #include "terminal/SoftKeyBar.h"
+#include "terminal/TimeLineView.h"
 
 #include <QImage>
 #include <QPixmap>
+#include <QScrollBar>
 #include <QtTest>
 
 #include <gtest/gtest.h>
@@ -54,6 +58,24 @@ protected:
         KX::KXInputEvent event;
         event.eventType = type;
         event.keyCode = keyCode;
+        model.append({event});
+        QCoreApplication::processEvents();
+    }
+
+    void toolkitKeyPressed(int toolkitKey) {
+        KX::KXInputEvent event;
+        event.eventType = KX::KEY_PRESS_EVENT;
+        event.keyCode = 65535;
+        event.osKeyCode = toolkitKey;
+        model.append({event});
+        QCoreApplication::processEvents();
+    }
+
+    void turn(int keyCode) {
+        KX::KXInputEvent event;
+        event.eventType = KX::ENCODER_MOVE_EVENT;
+        event.keyCode = keyCode;
+        event.count = 1;
         model.append({event});
         QCoreApplication::processEvents();
     }
@@ -158,4 +180,125 @@ TEST_F(MainWindowTest, TheScreenChangesWithEveryKindOfEvent) {
         EXPECT_NE(last, now) << KX::translateEventTypeToString(type);
         last = now;
     }
+}
+
+TEST_F(MainWindowTest, PagesTurnAlsoWhenTheKeyIsPressedQuickly) {
+    window.resize(800, 480);
+    keyPressed(KeyCodes::nextPage);
+    keyPressed(KeyCodes::nextPage, KX::KEY_DOUBLE_PRESS_EVENT);
+    expectOnlyPage(Page::Encoder);
+}
+
+TEST_F(MainWindowTest, ATouchOnItsButtonShowsEveryPage) {
+    window.resize(800, 480);
+    for (const Page page :
+         {Page::Settings, Page::Keypad, Page::TimeLine, Page::Actions, Page::Encoder, Page::Events}) {
+        QTest::mouseClick(&window.pages().bar().button(page), Qt::LeftButton);
+        QCoreApplication::processEvents();
+        expectOnlyPage(page);
+    }
+}
+
+TEST_F(MainWindowTest, F12GoesToTheSettingsAndBack) {
+    window.resize(800, 480);
+    window.showPage(Page::Keypad);
+    keyPressed(KeyCodes::settingsPage);
+    expectOnlyPage(Page::Settings);
+    keyPressed(KeyCodes::settingsPage);
+    expectOnlyPage(Page::Keypad);
+}
+
+TEST_F(MainWindowTest, InALargeWindowTheKeypadAndTheActionsAreNoPages) {
+    window.resize(1024, 768);
+    QCoreApplication::processEvents();
+    for (const Page page : {Page::TimeLine, Page::Encoder, Page::Settings, Page::Events}) {
+        keyPressed(KeyCodes::nextPage);
+        EXPECT_EQ(page, window.pages().shownPage());
+        EXPECT_TRUE(window.pages().pageWidget(page).isVisible()) << static_cast<int>(page);
+        EXPECT_TRUE(window.keypad().isVisible()) << static_cast<int>(page);
+        EXPECT_TRUE(window.actions().isVisible()) << static_cast<int>(page);
+    }
+    window.showPage(Page::Keypad);
+    EXPECT_EQ(Page::Events, window.pages().shownPage());
+}
+
+TEST_F(MainWindowTest, KeysGoToTheShownPageOnly) {
+    keyPressed(KeyCodes::settingsPage);
+    turn(KeyCodes::down);
+    EXPECT_EQ(290, settings.value(InputSettings::DoublePressMs));
+    keyPressed(KeyCodes::settingsPage);
+    turn(KeyCodes::down);
+    EXPECT_EQ(290, settings.value(InputSettings::DoublePressMs));
+}
+
+TEST_F(MainWindowTest, KeysZoomAndScrollTheTimeLine) {
+    window.showPage(Page::TimeLine);
+    keyPressed(KeyCodes::firstSoftKey);
+    const TimeLineView& timeLine = window.pages().timeLine();
+    const auto before = timeLine.visibleMs();
+    turn(KeyCodes::up);
+    EXPECT_LT(timeLine.visibleMs(), before);
+    turn(KeyCodes::down);
+    EXPECT_EQ(before, timeLine.visibleMs());
+    EXPECT_TRUE(timeLine.isFollowing());
+    keyPressed(KeyCodes::home);
+    EXPECT_FALSE(timeLine.isFollowing());
+    keyPressed(KeyCodes::end);
+    EXPECT_TRUE(timeLine.isFollowing());
+    toolkitKeyPressed(KeyCodes::toolkitPageUp);
+    EXPECT_FALSE(timeLine.isFollowing());
+    for (int i = 0; i < 20 && !timeLine.isFollowing(); ++i)
+        toolkitKeyPressed(KeyCodes::toolkitPageDown);
+    EXPECT_TRUE(timeLine.isFollowing());
+}
+
+TEST_F(MainWindowTest, KeysScrollTheListOfEvents) {
+    for (int i = 0; i < 200; ++i)
+        classified(KX::KEY_RELEASE_EVENT);
+    QCoreApplication::processEvents();
+    const QScrollBar& bar = *window.pages().events().list().verticalScrollBar();
+    EXPECT_EQ(0, bar.value());
+    toolkitKeyPressed(KeyCodes::toolkitPageDown);
+    toolkitKeyPressed(KeyCodes::toolkitPageDown);
+    EXPECT_GE(bar.value(), 2 * bar.pageStep());
+    const int scrolled = bar.value();
+    toolkitKeyPressed(KeyCodes::toolkitPageUp);
+    EXPECT_LT(bar.value(), scrolled);
+    EXPECT_GT(bar.value(), 0);
+    keyPressed(KeyCodes::home);
+    EXPECT_EQ(0, bar.value());
+}
+
+TEST_F(MainWindowTest, ABannerSaysThatInputIsOffAndATouchSwitchesItOn) {
+    EXPECT_FALSE(window.inputOffBanner().isVisible());
+    settings.set(InputSettings::AcceptInput, 0);
+    QCoreApplication::processEvents();
+    for (const QSize size : {QSize(800, 480), QSize(1024, 768)}) {
+        window.resize(size);
+        QCoreApplication::processEvents();
+        EXPECT_TRUE(window.inputOffBanner().isVisible());
+        EXPECT_EQ(window.findChild<OperatorScreen*>()->size(), window.inputOffBanner().size());
+    }
+    QTest::mouseClick(&window.inputOffBanner(), Qt::LeftButton);
+    EXPECT_EQ(1, settings.value(InputSettings::AcceptInput));
+    EXPECT_FALSE(window.inputOffBanner().isVisible());
+}
+
+TEST_F(MainWindowTest, OnlyThePressOfF12SwitchesInputOn) {
+    settings.set(InputSettings::AcceptInput, 0);
+    const auto report = [this](int type, int toolkitKey) {
+        KX::KXToolkitEvent event;
+        event.eventType = type;
+        event.osKeyCode = toolkitKey;
+        window.takeReport(event);
+        return settings.value(InputSettings::AcceptInput);
+    };
+    EXPECT_EQ(0, report(KX::TOOLKIT_KEY_PRESS_EVENT, Qt::Key_F11));
+    EXPECT_EQ(0, report(KX::TOOLKIT_KEY_RELEASE_EVENT, Qt::Key_F12));
+    EXPECT_EQ(0, report(KX::TOOLKIT_KEY_AUTO_REPEAT_PRESS_EVENT, Qt::Key_F12));
+    EXPECT_EQ(0, report(KX::TOOLKIT_MOUSE_PRESS_EVENT, -1));
+    EXPECT_EQ(1, report(KX::TOOLKIT_KEY_PRESS_EVENT, Qt::Key_F12));
+    const Page page = window.pages().shownPage();
+    EXPECT_EQ(1, report(KX::TOOLKIT_KEY_PRESS_EVENT, Qt::Key_F12));
+    EXPECT_EQ(page, window.pages().shownPage()) << "the classified event turns the page, not the report";
 }
