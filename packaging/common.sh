@@ -86,24 +86,24 @@ configure() {
     fi
 }
 
-# build PRESET: what has changed since the last time.
+# build PRESET [TARGET...]: what has changed since the last time.
 build() {
     configure "$1" || return 1
     say "Building $1"
-    if ! run_ninja "$root/build/$1"; then
+    if ! run_ninja "$root/build/$1" "${@:2}"; then
         say "error: could not build $1"
         return 1
     fi
 }
 
-# run_ninja FOLDER: one line that moves on a terminal, a line for each tenth elsewhere.
+# run_ninja FOLDER [TARGET...]: one line that moves on a terminal, a line for each tenth elsewhere.
 run_ninja() {
     if [ -t 2 ]; then
-        ninja -C "$1" >&2
+        ninja -C "$@" >&2
         return
     fi
     # Words that are no progress, such as a compiler's, pass.
-    ninja -C "$1" 2>&1 | awk '
+    ninja -C "$@" 2>&1 | awk '
         /^ninja: (Entering directory|no work to do)/ { next }
         /^-- (Configuring done|Generating done|Build files)/ { next }
         match($0, /^\[[0-9]+\/[0-9]+\]/) {
