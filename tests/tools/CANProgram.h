@@ -1,30 +1,12 @@
 #pragma once
 
-#include "events/KXCANMessage.h"
+#include "ToolProgram.h"
 
-#include <chrono>
-#include <cstdint>
-#include <memory>
 #include <string>
 #include <sys/types.h>
 #include <vector>
 
 struct can_frame;
-
-/// A folder for one test, gone with it.
-class TestFolder {
-public:
-    TestFolder();
-    ~TestFolder();
-    TestFolder(const TestFolder&) = delete;
-    TestFolder& operator=(const TestFolder&) = delete;
-
-    std::string operator/(const std::string& name) const;
-    std::string write(const std::string& name, const std::string& text) const;
-
-private:
-    std::string folder;
-};
 
 /// A datagram socket at a path, as a virtual bus has.
 class BusSocket {
@@ -44,22 +26,9 @@ private:
 };
 
 /// A run of kxcan.
-class CANProgram {
+class CANProgram : public ToolProgram {
 public:
     /// \param input  what its standard input holds
     CANProgram(const TestFolder& testFolder, const std::vector<std::string>& arguments,
                const std::string& input = std::string());
-    ~CANProgram();
-    CANProgram(const CANProgram&) = delete;
-    CANProgram& operator=(const CANProgram&) = delete;
-
-    /// \return its exit status; -1 when a signal ended it
-    int wait();
-
-    std::string output() const;
-    std::string errors() const;
-
-private:
-    const TestFolder& folder;
-    pid_t process = -1;
 };

@@ -7,10 +7,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
 #include <linux/can.h>
+#include <memory>
 #include <poll.h>
 
 namespace {

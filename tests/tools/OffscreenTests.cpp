@@ -1,0 +1,9 @@
+// One application without a display for all tests of the program: Qt allows no second one.
+
+#include "tests/support/OffscreenKeys.h"
+
+namespace {
+
+const auto* const environment = testing::AddGlobalTestEnvironment(new KX::test::OffscreenApplication);
+
+} // namespace

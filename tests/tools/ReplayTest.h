@@ -1,0 +1,69 @@
+#pragma once
+
+#include "tools/kxreplay/EventOutput.h"
+#include "tools/kxreplay/Player.h"
+#include "tools/recording/RecordingReader.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <iostream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace KXReplay::test {
+
+/// Reads a text as a file; what is told about it fails the test.
+inline Recording::Session readText(const std::string& text) {
+    std::istringstream input(text);
+    return Recording::read(input, "day.kxr", [](const std::string& warning) { ADD_FAILURE() << warning; });
+}
+
+/// Of these lines behind the first one of a recording.
+inline Recording::Session recording(const std::string& lines) {
+    return readText(std::string(Recording::firstLine()) + "\n" + lines);
+}
+
+/// What matters of an event most of the time: "1000 KEY_PRESS_EVENT 0", for a move "1000 ENCODER_MOVE_EVENT 4 1/3"
+/// with value and count, for the mouse with the button.
+inline std::string brief(const KX::KXInputEvent& event) {
+    std::string text =
+        std::to_string(event.timeStamp) + " " + KX::translateEventTypeToString(event.eventType) + " ";
+    if (isMouseEvent(event))
+        return text + std::to_string(event.eventData[1]);
+    text += std::to_string(event.keyCode);
+    if (isEncoderMove(event))
+        text += " " + std::to_string(event.value) + "/" + std::to_string(event.count);
+    return text;
+}
+
+/// A play in this process, and the lines that the library wrote meanwhile.
+class ReplayTest : public testing::Test {
+protected:
+    std::vector<PlayedEvent> playEvents(const Recording::Session& session, const Player::Options& options = {}) {
+        std::ostringstream written;
+        std::streambuf* const standardOutput = std::cout.rdbuf(written.rdbuf());
+        std::streambuf* const standardError = std::cerr.rdbuf(written.rdbuf());
+        std::vector<PlayedEvent> events;
+        std::size_t steps = 0;
+        Player(session, options)
+            .play([&events](const PlayedEvent& event) { events.push_back(event); }, [&steps] { ++steps; });
+        std::cout.rdbuf(standardOutput);
+        std::cerr.rdbuf(standardError);
+        library = written.str();
+        EXPECT_EQ(steps, session.entries.size());
+        return events;
+    }
+
+    std::vector<std::string> play(const Recording::Session& session, const Player::Options& options = {}) {
+        std::vector<std::string> lines;
+        for (const PlayedEvent& played : playEvents(session, options))
+            lines.push_back(brief(played.event));
+        return lines;
+    }
+
+    std::string library;
+};
+
+} // namespace KXReplay::test
