@@ -115,17 +115,13 @@ private:
     Player::Options changed;
 };
 
-void writeToStandardOutput(const std::string& text) {
-    std::fwrite(text.data(), 1, text.size(), stdout);
+[[noreturn]] void failToWrite() {
+    throw std::runtime_error(std::string("standard output: ") + std::strerror(errno));
 }
 
-// What stands in the buffer may find the disk full.
-int flushStandardOutput() {
-    const bool hadFailed = std::ferror(stdout) != 0;
-    if (std::fflush(stdout) == 0 && !hadFailed)
-        return played;
-    tell(std::string("kxreplay: standard output: ") + std::strerror(errno));
-    return failed;
+void writeToStandardOutput(const std::string& text) {
+    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size())
+        failToWrite();
 }
 
 std::string countLines(const std::string& text) {
@@ -139,14 +135,13 @@ int compareWith(const Expectation& expectation, const std::string& printed) {
         return played;
     }
     writeToStandardOutput(expectation.differenceFrom(printed));
-    flushStandardOutput();
     return failed;
 }
 
 int print(const Arguments& arguments, const Recording::Session& session) {
     if (arguments.expectationFile.empty()) {
         Run(arguments, session, &writeToStandardOutput).print();
-        return flushStandardOutput();
+        return played;
     }
     const Expectation expectation(arguments.expectationFile);
     std::string printed;
@@ -155,6 +150,11 @@ int print(const Arguments& arguments, const Recording::Session& session) {
 }
 
 } // namespace
+
+void flushStandardOutput() {
+    if (std::fflush(stdout) != 0)
+        failToWrite();
+}
 
 int run(const Arguments& arguments) {
     const Recording::Session session = Recording::readFile(arguments.file, &tell);

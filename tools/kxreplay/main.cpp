@@ -8,7 +8,7 @@
 
 namespace {
 
-int runWith(const std::vector<std::string>& words) {
+int runUnflushed(const std::vector<std::string>& words) {
     const KXReplay::Arguments arguments = KXReplay::parseArguments(words);
     switch (arguments.action) {
     case KXReplay::Arguments::Action::ShowHelp:
@@ -21,6 +21,13 @@ int runWith(const std::vector<std::string>& words) {
         return KXReplay::run(arguments);
     }
     return KXReplay::played;
+}
+
+// Only then it is known that all has been written.
+int runWith(const std::vector<std::string>& words) {
+    const int status = runUnflushed(words);
+    KXReplay::flushStandardOutput();
+    return status;
 }
 
 int fail(int status, const char* line) {
