@@ -4,6 +4,7 @@ import os
 import queue
 import re
 import signal
+import struct
 import subprocess
 import tempfile
 import threading
@@ -54,9 +55,10 @@ class Display:
 
     def __init__(self, size=SIZE):
         read_end, write_end = os.pipe()
+        self.memory = tempfile.TemporaryDirectory()  # where what the screen shows can be read
         self.server = subprocess.Popen(
             ["Xvfb", "-displayfd", str(write_end), "-screen", "0", "%dx%dx24" % size, "-nolisten", "tcp",
-             "-noreset"],
+             "-noreset", "-fbdir", self.memory.name],
             pass_fds=[write_end], stderr=subprocess.DEVNULL)
         os.close(write_end)
         with os.fdopen(read_end) as number:
@@ -69,9 +71,25 @@ class Display:
                               stdout=subprocess.PIPE, text=True, timeout=GENEROUS_SECONDS, check=True)
         return done.stdout.strip()
 
+    def pixels(self, left, top, width, height):
+        """What the screen shows there now: rows of colours, each (red, green, blue)."""
+        with open(os.path.join(self.memory.name, "Xvfb_screen0"), "rb") as file:
+            data = file.read()
+        # An X window dump: a header of 32-bit numbers, a table of colours, and 4 bytes for each pixel.
+        header = struct.unpack_from(">25I", data)
+        start, bytes_per_line, bits_per_pixel = header[0] + 12 * header[19], header[12], header[11]
+        assert bits_per_pixel == 32, header
+        rows = []
+        for y in range(top, top + height):
+            line = start + y * bytes_per_line
+            rows.append([tuple(data[line + 4 * x + channel] for channel in (2, 1, 0))
+                         for x in range(left, left + width)])
+        return rows
+
     def close(self):
         self.server.terminate()
         self.server.wait()
+        self.memory.cleanup()
 
 
 class Terminal:
@@ -196,6 +214,12 @@ class OperatorTestCase(unittest.TestCase):
         operator = Operator(self.display, self.terminal)
         self.operator, self.point_at, self.window = operator.do, operator.point_at, operator.window
         self.width, self.height = operator.width, operator.height
+
+    def wait_until(self, condition, message):
+        deadline = time.monotonic() + GENEROUS_SECONDS
+        while not condition():
+            self.assertLess(time.monotonic(), deadline, message)
+            time.sleep(0.05)
 
     def check(self, events, *expected):
         """Names and keys (for mouse events, buttons), in order, and that nothing else was printed."""

@@ -102,8 +102,8 @@ TEST_P(WindowLayoutTest, EveryPageHasTheRoomThatItNeeds) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Screens, WindowLayoutTest,
-                         testing::Values(QSize(800, 480), QSize(1024, 600), QSize(1000, 699), QSize(1000, 700), QSize(1024, 768),
-                                         QSize(1280, 800), QSize(1920, 1080)),
+                         testing::Values(QSize(800, 480), QSize(1024, 600), QSize(1000, 699), QSize(1000, 700),
+                                         QSize(1024, 768), QSize(1280, 800), QSize(1920, 1080)),
                          [](const testing::TestParamInfo<QSize>& size) {
                              return std::to_string(size.param.width()) + "x" + std::to_string(size.param.height());
                          });

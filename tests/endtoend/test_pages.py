@@ -1,0 +1,176 @@
+"""The pages and the settings on a small screen: by keys alone, and by touch alone."""
+
+import unittest
+
+from kxterminal_session import OperatorTestCase, QUIET_SECONDS
+
+ESCAPE, HOME, DOWN = 0, 1, 5
+F12 = 18
+ATTEMPTS = 8
+LONG_PRESS_SECONDS = 2
+
+ACCENT = (0xf2, 0xb7, 0x05)
+
+EVENTS, TIME_LINE, ENCODER, KEYPAD, ACTIONS, SETTINGS = range(6)
+
+
+def is_reddish(colour):
+    red, green, blue = colour
+    return red > 2 * green and red > 2 * blue
+
+
+class SmallScreen(OperatorTestCase):
+    SCREEN = (800, 480)
+    PAGE_BUTTONS = [(123, 32), (214, 32), (310, 32), (400, 32), (487, 32), (593, 32)]
+    BUTTON_EDGE = 11
+    PAGE = (10, 252, 780, 216)
+    BANNER = (400, 108)
+    BANNER_CORNER = (20, 80)
+    FIRST_KEY = (50, 330)
+    LOOP_BUTTON = (720, 438)
+    MINUS_OF_DOUBLE_PRESS = (202, 281)
+    SWITCH = (341, 415)
+
+    def setUp(self):
+        super().setUp()
+        self.wait_for_page(EVENTS)
+
+    def shown_pages(self):
+        """The pages whose button is lit."""
+        return [page for page, (x, _) in enumerate(self.PAGE_BUTTONS)
+                if self.display.pixels(x, self.BUTTON_EDGE, 1, 1) == [[ACCENT]]]
+
+    def wait_for_page(self, page):
+        self.wait_until(lambda: self.shown_pages() == [page], f"page {page} has not appeared")
+
+    def key(self, *names):
+        self.operator("key", *names)
+
+    def touch(self, point):
+        self.point_at(*point)
+        self.operator("click", 1)
+
+    def banner_is_shown(self):
+        return is_reddish(self.display.pixels(*self.BANNER_CORNER, 1, 1)[0][0])
+
+    def check_that_pages_differ(self, show):
+        pictures = set()
+        for page in (*range(1, 6), EVENTS):
+            show(page)
+            self.wait_for_page(page)
+            self.terminal.events_until_quiet(2)
+            # With what has come meanwhile, the list is not what makes the difference: it is shown once.
+            pictures.add(str(self.display.pixels(*self.PAGE)))
+        self.assertEqual(6, len(pictures), "two pages look the same")
+
+    # How fast taps come is up to the machine; what they have to be recognised as, given that, is not.
+    def check_that_two_taps_are(self, double_press_ms, wanted_gap):
+        for _ in range(ATTEMPTS):
+            self.operator("key", "Escape", "sleep", 0.2, "key", "Escape")
+            events = self.terminal.events_until_quiet(4)
+            gap = events[2].time - events[0].time
+            second = "KEY_DOUBLE_PRESS_EVENT" if gap <= double_press_ms else "KEY_PRESS_EVENT"
+            self.check(events, ("KEY_PRESS_EVENT", ESCAPE), ("KEY_RELEASE_EVENT", ESCAPE), (second, ESCAPE),
+                       ("KEY_RELEASE_EVENT", ESCAPE))
+            if gap in wanted_gap:
+                return
+        self.fail("this machine never made two taps 200 ms apart")
+
+    def check_that_input_is_lost(self):
+        self.wait_until(self.banner_is_shown, "nothing says that input is off")
+        self.key("Home")
+        self.touch((400, 200))
+        # Nor is what switched it off a long press by now.
+        event = self.terminal.next_event(LONG_PRESS_SECONDS + QUIET_SECONDS)
+        self.assertIsNone(event)
+
+    def check_that_input_is_taken(self):
+        self.wait_until(lambda: not self.banner_is_shown(), "input is still said to be off")
+        self.key("Home")
+        self.check(self.terminal.events_until_quiet(2), ("KEY_PRESS_EVENT", HOME), ("KEY_RELEASE_EVENT", HOME))
+
+
+class ByKeys(SmallScreen):
+    def test_every_page_is_reached_and_looks_its_own(self):
+        self.check_that_pages_differ(lambda page: self.key("F11"))
+
+    def test_pages_turn_back_and_the_settings_have_a_key(self):
+        self.key("F10")
+        self.wait_for_page(SETTINGS)
+        self.key("F10")
+        self.wait_for_page(ACTIONS)
+        self.key("F12")
+        self.wait_for_page(SETTINGS)
+        self.key("F12")
+        self.wait_for_page(ACTIONS)
+
+    def test_a_shorter_double_press_takes_effect(self):
+        self.check_that_two_taps_are(300, range(101, 301))
+        self.key("F12")
+        self.wait_for_page(SETTINGS)
+        self.terminal.events_until_quiet(2)
+        for _ in range(20):  # steps of 10 ms
+            self.key("Down")
+        events = self.terminal.events_until_quiet(1)
+        self.assertEqual(20, sum(event.count for event in events if event.key == DOWN))
+        self.check_that_two_taps_are(100, range(101, 301))
+
+    def test_input_is_switched_off_and_on_again(self):
+        self.key("F12")
+        self.wait_for_page(SETTINGS)
+        self.operator("key", "--delay", 40, "Tab", "Tab", "Tab", "Tab")
+        self.terminal.events_until_quiet(2 + 8)
+        self.key("Return")
+        self.terminal.events_until_quiet(2)
+        self.check_that_input_is_lost()
+        self.key("F12")
+        # Its press has switched input on and was lost itself.
+        self.check(self.terminal.events_until_quiet(1), ("KEY_RELEASE_EVENT", F12))
+        self.check_that_input_is_taken()
+        self.assertEqual([SETTINGS], self.shown_pages())
+
+    def test_the_defaults_come_back(self):
+        self.key("F12")
+        self.wait_for_page(SETTINGS)
+        self.operator("key", "--delay", 40, *["Down"] * 20)
+        self.terminal.events_until_quiet(3)
+        self.operator("key", "--delay", 40, "Tab", "Tab", "Tab", "Tab", "Tab", "Return")
+        self.terminal.events_until_quiet(12)
+        self.check_that_two_taps_are(300, range(101, 301))
+
+
+class ByTouch(SmallScreen):
+    def test_every_page_is_reached_and_looks_its_own(self):
+        self.check_that_pages_differ(lambda page: self.touch(self.PAGE_BUTTONS[page]))
+
+    def test_a_shorter_double_press_takes_effect(self):
+        self.touch(self.PAGE_BUTTONS[SETTINGS])
+        self.wait_for_page(SETTINGS)
+        self.point_at(*self.MINUS_OF_DOUBLE_PRESS)
+        self.operator("click", "--repeat", 20, "--delay", 60, 1)
+        self.terminal.events_until_quiet(2 + 40)
+        self.check_that_two_taps_are(100, range(101, 301))
+
+    def test_input_is_switched_off_and_on_again(self):
+        self.touch(self.PAGE_BUTTONS[SETTINGS])
+        self.wait_for_page(SETTINGS)
+        self.touch(self.SWITCH)
+        self.terminal.events_until_quiet(4)
+        self.check_that_input_is_lost()
+        self.touch(self.BANNER)
+        self.check_that_input_is_taken()
+
+    def test_the_keypad_and_the_loop_button_work_on_their_pages(self):
+        self.touch(self.PAGE_BUTTONS[KEYPAD])
+        self.wait_for_page(KEYPAD)
+        self.terminal.events_until_quiet(2)
+        self.touch(self.FIRST_KEY)
+        self.check(self.terminal.events_until_quiet(2), ("KEY_PRESS_EVENT", ESCAPE), ("KEY_RELEASE_EVENT", ESCAPE))
+        self.touch(self.PAGE_BUTTONS[ACTIONS])
+        self.wait_for_page(ACTIONS)
+        self.touch(self.LOOP_BUTTON)
+        self.terminal.next_library_line("KXActionQueue::executeActions: Found loop")
+
+
+if __name__ == "__main__":
+    unittest.main()
