@@ -71,9 +71,12 @@ std::vector<double> readableTicks(std::vector<double> all, double first, double 
     return ticks;
 }
 
+// In thousands, with thin spaces.
 QString grouped(qint64 number) {
-    return QLocale::c()
-        .toString(number)
+    QLocale locale(QLocale::English);
+    locale.setNumberOptions(
+        QLocale::DefaultNumberOptions); // else those of the system's locale, which may not group
+    return locale.toString(number)
         .replace(QLatin1Char(','), QChar(0x2009))
         .replace(QLatin1Char('-'), QChar(0x2212));
 }

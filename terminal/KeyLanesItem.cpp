@@ -118,14 +118,15 @@ void KeyLanesItem::drawLane(const Frame& frame, const KeyTimeLine::Lane& lane) c
 
 void KeyLanesItem::drawMoves(const Frame& frame) const {
     const QRectF bars = SpanPainter::barArea(frame.row).adjusted(0, -8, 0, 0);
-    const qreal middle = bars.center().y();
+    const qreal middle = std::round(bars.center().y());
     const QColor colour = Theme::colourOf(EventKind::Encoder);
-    frame.painter.fillRect(QRectF(bars.left(), middle - 0.5, bars.width(), 1), colour.darker(250));
+    frame.painter.fillRect(QRectF(bars.left(), middle, bars.width(), 1), colour.darker(250));
     auto move = timeLine.firstMoveAt(frame.first);
     while (move != timeLine.moves().end() && move->time <= frame.last) {
         const qreal x = frame.x(move->time);
         const qreal height = shareOfHeight(move->value) * bars.height() / 2;
-        frame.painter.fillRect(QRectF(x - 1, move->isDownwards ? middle : middle - height, 2, height), colour);
+        frame.painter.fillRect(QRectF(std::round(x) - 1, move->isDownwards ? middle : middle - height, 2, height),
+                               colour);
         ++drawn;
         const auto next = std::next(move);
         const Time nextPixel = frame.timeAt(x + 1);

@@ -13,7 +13,7 @@
 /// bounded by the width of the plot.
 class KeyLanesItem : public QwtPlotItem {
 public:
-    static constexpr int rowHeightLeast = 24;
+    static constexpr int rowHeightLeast = 23;
 
     using Row = LaneChoice::Row;
 

@@ -7,6 +7,7 @@
 #include <QPainter>
 
 #include <algorithm>
+#include <cmath>
 
 namespace {
 
@@ -19,11 +20,17 @@ constexpr qreal barTallest = 22;
 constexpr qreal fadeWidth = 18;
 constexpr qreal markDistanceLeast = 9; // nearer ones could not be told apart
 constexpr qreal windowLeastWidth = 10;
+constexpr qreal gapLeastWidth = 6;
 constexpr int labelSize = 10;
 constexpr unsigned int windowsToMiss = 3; // a gap of more windows than this is no attempt at a double press
 
 QColor colourOfBar(const Span& span) {
     return Theme::colourOf(span.isDoublePress ? EventKind::DoublePress : EventKind::Press);
+}
+
+// A thin line through it is sharp.
+qreal middleOfPixel(qreal position) {
+    return std::floor(position) + 0.5;
 }
 
 QString lengthText(KeyTimeLine::Time ms) {
@@ -159,11 +166,11 @@ void SpanPainter::drawLength(const Span& span, const Extent& extent, KeyTimeLine
 
 // A dimension line from press to press. Its text stands on it, or behind it where it is too short.
 void SpanPainter::drawGap(const Span& span, const Extent& extent) {
-    const qreal from = extent.previousPress;
-    const qreal to = extent.left;
-    if (to - from < 6)
+    const qreal from = middleOfPixel(extent.previousPress);
+    const qreal to = middleOfPixel(extent.left);
+    if (to - from < gapLeastWidth)
         return;
-    const qreal y = rowArea.top() + bandHeight / 2 + 1;
+    const qreal y = middleOfPixel(rowArea.top() + bandHeight / 2);
     painter.setPen(QPen(span.isDoublePress ? Theme::colourOf(EventKind::DoublePress) : Theme::quietText(), 1));
     painter.setFont(labelFont());
     painter.drawLine(QPointF(from, y - 4), QPointF(from, y + 4));

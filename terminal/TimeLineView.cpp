@@ -76,8 +76,8 @@ TimeLineView::TimeLineView(QWidget* parent) : QWidget(parent), zoomLevel(firstLe
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
     SeparateDevice::takesPresses(*this); // looking at what happened must not add to it
     auto* column = new QVBoxLayout(this);
-    column->setContentsMargins(10, 6, 10, 4);
-    column->setSpacing(4);
+    column->setContentsMargins(10, 6, 10, 3);
+    column->setSpacing(3);
     column->addWidget(makeHeader());
     makePlot();
     column->addWidget(plot, 1);
