@@ -209,7 +209,7 @@ TEST_F(KXReplayClosestCalls, are_told_with_what_they_were_taken_for) {
                   release + "4000" + press + "5900 pass\n6010 pass\n6040" + release + "7000" + press + "9040" +
                   release)
             .toText(),
-        "10 toolkit events, 0 frames and 2 passes in 8.040 s gave 12 classified events:\n"
+        "10 toolkit events and 2 passes of the worker in 8.040 s gave 12 classified events:\n"
         "       4  KEY_PRESS_EVENT\n"
         "       5  KEY_RELEASE_EVENT\n"
         "       1  KEY_LONG_PRESS_EVENT\n"
@@ -232,15 +232,17 @@ TEST_F(KXReplayClosestCalls, are_told_with_what_they_were_taken_for) {
 }
 
 TEST_F(KXReplayClosestCalls, of_a_session_without_any_say_so) {
-    EXPECT_EQ(summaryOf("1000 pass\n").toText(),
-              "0 toolkit events, 0 frames and 1 pass in 0.000 s gave 0 classified "
-              "events\n"
-              "\n"
-              "Near the limit of a double press:\n"
-              "  none\n"
-              "\n"
-              "Near the limit of a long press:\n"
-              "  none\n");
+    EXPECT_EQ(summaryOf("1000 pass\n").toText(), "1 pass of the worker in 0.000 s gave no classified events\n"
+                                                 "\n"
+                                                 "Near the limit of a double press:\n"
+                                                 "  none\n"
+                                                 "\n"
+                                                 "Near the limit of a long press:\n"
+                                                 "  none\n");
+    EXPECT_THAT(summaryOf("").toText(), testing::StartsWith("no input in 0.000 s gave no classified events\n"));
+    EXPECT_THAT(summaryOf("(0.000000) can0 123#\n7" + press + "1007 pass\n").toText(),
+                testing::StartsWith("1 toolkit event, 1 CAN frame and 1 pass of the worker in 1.007 s gave 1 "
+                                    "classified event:\n"));
 }
 
 TEST_F(KXReplayClosestCalls, lie_within_a_quarter_of_the_limit) {

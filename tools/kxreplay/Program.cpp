@@ -17,6 +17,7 @@
 #include <cstring>
 #include <functional>
 #include <optional>
+#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -79,8 +80,19 @@ public:
 
 private:
     void play(const Player::Options& options, const Player::Take& take) const {
-        Progress progress("kxreplay", "lines played", session.entries.size());
-        Player(session, options).play(take, [&progress] { progress.countOne(); });
+        std::optional<Progress> progress;
+        if (!showsByItself())
+            progress.emplace("kxreplay", "lines played", session.entries.size());
+        Player(session, options).play(take, [&progress] {
+            if (progress)
+                progress->countOne();
+        });
+    }
+
+    // Events that appear on a terminal tell how far the play is, and what counts lines would stand among them.
+    bool showsByItself() const {
+        return arguments.output == Arguments::Output::Events && arguments.expectationFile.empty() &&
+               isatty(STDOUT_FILENO) == 1;
     }
 
     void printEvents() const {

@@ -11,10 +11,6 @@ namespace {
 
 using Call = ClosestCalls::Call;
 
-std::string count(std::size_t number, const std::string& what) {
-    return std::to_string(number) + " " + what + (number == 1 ? "" : "s");
-}
-
 std::string ms(unsigned int number) {
     return std::to_string(number) + " ms";
 }
@@ -101,11 +97,27 @@ void Summary::take(const PlayedEvent& played) {
     closest.take(played);
 }
 
+std::string Summary::describeInputs() const {
+    std::vector<std::string> parts;
+    const auto add = [&parts](std::size_t number, const char* one, const char* more) {
+        if (number != 0)
+            parts.push_back(std::to_string(number) + " " + (number == 1 ? one : more));
+    };
+    add(inputs.toolkitEvents, "toolkit event", "toolkit events");
+    add(inputs.frames, "CAN frame", "CAN frames");
+    add(inputs.passes, "pass of the worker", "passes of the worker");
+    std::string text = parts.empty() ? "no input" : parts.front();
+    for (std::size_t i = 1; i < parts.size(); ++i)
+        text += (i + 1 == parts.size() ? " and " : ", ") + parts[i];
+    return text;
+}
+
 std::string Summary::toText() const {
-    std::string text = count(inputs.toolkitEvents, "toolkit event") + ", " + count(inputs.frames, "frame") +
-                       " and " + std::to_string(inputs.passes) + (inputs.passes == 1 ? " pass" : " passes") +
-                       " in " + withSeconds(lastMs - firstMs) + " gave " + count(eventCount, "classified event") +
-                       (eventCount == 0 ? "\n" : ":\n");
+    std::string text = describeInputs() + " in " + withSeconds(lastMs - firstMs) + " gave ";
+    if (eventCount == 0)
+        text += "no classified events\n";
+    else
+        text += std::to_string(eventCount) + (eventCount == 1 ? " classified event:\n" : " classified events:\n");
     for (const auto& [type, number] : countOfType) {
         const std::string digits = std::to_string(number);
         text += std::string(8 - std::min<std::size_t>(digits.size(), 8), ' ') + digits + "  " +

@@ -29,6 +29,8 @@ private:
         std::size_t passes = 0;
     };
 
+    std::string describeInputs() const;
+
     Inputs inputs;
     std::uint64_t firstMs = 0;
     std::uint64_t lastMs = 0;
