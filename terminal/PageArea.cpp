@@ -124,8 +124,8 @@ void PageArea::takeInput(const KX::KXInputEvent& event) {
 
 void PageArea::takeTimeLineInput(const KX::KXInputEvent& event) {
     if (event.eventType == KX::ENCODER_MOVE_EVENT) {
-        for (int step = 0; step < event.count; ++step)
-            event.keyCode == KeyCodes::up ? timeLineView->zoomIn() : timeLineView->zoomOut();
+        // Once, however fast it was turned: there are few levels.
+        event.keyCode == KeyCodes::up ? timeLineView->zoomIn() : timeLineView->zoomOut();
     } else if (KeyCodes::isPress(event)) {
         // Home does the same as PgUp: a keypad has no more than Home and End.
         if (event.keyCode == KeyCodes::home || event.osKeyCode == KeyCodes::toolkitPageUp)
