@@ -34,9 +34,11 @@ void KeyTimeLine::setDoublePressWindow(unsigned int ms) {
 
 void KeyTimeLine::append(const KX::KXInputEvent& event) {
     const EventKind kind = kindOfEvent(event.eventType);
-    if (kind == EventKind::Move || kind == EventKind::Other)
+    if (kind == EventKind::Other)
         return;
     const Time time = advanceTo(event);
+    if (kind == EventKind::Move)
+        return; // it tells the time and no more
     if (kind == EventKind::Encoder)
         move(event, time);
     else if (kind == EventKind::Press || kind == EventKind::DoublePress)

@@ -131,9 +131,12 @@ QSize TimeLineView::sizeHint() const {
 }
 
 void TimeLineView::append(const ClassifiedEvents& events) {
+    const bool timeGoesOn = line.isAnyKeyDown();
+    const Time newestBefore = line.newest();
     for (const KX::KXInputEvent& event : events)
         line.append(event);
-    tickOfAppend = KX::KXTick::getTickCount();
+    if (!timeGoesOn || line.newest() != newestBefore)
+        tickOfNewest = KX::KXTick::getTickCount();
     scheduleRefresh();
 }
 
@@ -144,7 +147,7 @@ void TimeLineView::setDoublePressWindow(unsigned int ms) {
 // Time goes on only while a key is down. It is counted from the newest event, which need not bear this
 // machine's tick when it comes from a recording.
 Time TimeLineView::now() const {
-    return line.newest() + (line.isAnyKeyDown() ? Time(KX::KXTick::getTickCount() - tickOfAppend) : 0);
+    return line.newest() + (line.isAnyKeyDown() ? Time(KX::KXTick::getTickCount() - tickOfNewest) : 0);
 }
 
 Time TimeLineView::referenceTime() const {
@@ -214,11 +217,13 @@ bool TimeLineView::isFollowing() const {
 }
 
 void TimeLineView::scrollTo(Time rightmost) {
-    if (rightmost >= now() + marginMs()) {
+    const Time earliest = line.oldest() + visibleMs() / 10; // before it there is nothing to see
+    const Time latest = now() + marginMs();
+    if (std::max(rightmost, earliest) >= latest) {
         heldRightmost.reset();
     } else {
         heldReference = referenceTime();
-        heldRightmost = std::max(rightmost, line.oldest() + visibleMs() / 10);
+        heldRightmost = std::max(rightmost, earliest);
     }
     refresh();
 }
@@ -234,7 +239,7 @@ QStringList TimeLineView::laneNames() const {
 QString TimeLineView::otherLanesText() const {
     const std::size_t others = choice.laneCount() - choice.rows().size();
     return others == 0 ? QString()
-                       : QStringLiteral("+%1 %2 \u25b8").arg(others).arg(others == 1 ? "lane" : "lanes");
+                       : QStringLiteral("+%1 %2 \u25b8 Tab").arg(others).arg(others == 1 ? "lane" : "lanes");
 }
 
 int TimeLineView::drawnCount() const {

@@ -116,6 +116,6 @@ private:
     std::optional<KeyTimeLine::Time> heldRightmost; ///< unless it follows
     KeyTimeLine::Time heldReference = 0;
     std::optional<Drag> drag;
-    unsigned int tickOfAppend = 0;
+    unsigned int tickOfNewest = 0; ///< this machine's, when the newest event came
     int zoomLevel;
 };

@@ -43,6 +43,7 @@ protected:
 
     static void waitForPace() {
         QTest::qWait(2 * DisplayPace::shortestIntervalMs);
+        QCoreApplication::processEvents(); // what became due while a busy machine kept the wait from running
     }
 
     int pixelsOf(const QColor& colour, const QRect& area) {

@@ -181,6 +181,8 @@ TEST_F(KeyTimeLineTest, AnEscapeEndsAMouseButtonInItsOwnWay) {
     EXPECT_EQ(1100, buttonSpans(1)[0].end);
     EXPECT_FALSE(line.isAnyKeyDown());
     EXPECT_EQ(2, line.eventCount()) << "moves of the mouse are not kept";
+    mouse(KX::MOUSE_MOVE_EVENT, 1200, 1);
+    EXPECT_EQ(1200, line.newest()) << "but they tell the time";
 }
 
 TEST_F(KeyTimeLineTest, ButtonsAndKeysOfTheSameNumberHaveLanesOfTheirOwn) {

@@ -1,0 +1,138 @@
+#pragma once
+
+#include "events/KXEventType.h"
+#include "platform/simulated/KXSimulation.h"
+#include "terminal/DisplayPace.h"
+#include "terminal/Theme.h"
+#include "terminal/TimeLineView.h"
+
+#include <QImage>
+#include <QtTest>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+
+namespace TimeLineViewTesting {
+
+constexpr int keyA = 7;
+constexpr int keyB = 8;
+
+inline KX::KXInputEvent keyEvent(int eventType, unsigned int tick, int keyCode = keyA) {
+    KX::KXInputEvent event;
+    event.eventType = eventType;
+    event.timeStamp = tick;
+    event.keyCode = keyCode;
+    return event;
+}
+
+// Taps of 50 ms, 100 ms apart, of two keys in turn.
+inline ClassifiedEvents taps(unsigned int firstTick, unsigned int count) {
+    ClassifiedEvents events;
+    for (unsigned int number = 0; number < count; ++number) {
+        const int key = number % 2 == 0 ? keyA : keyB;
+        events.push_back(keyEvent(KX::KEY_PRESS_EVENT, firstTick + number * 100, key));
+        events.push_back(keyEvent(KX::KEY_RELEASE_EVENT, firstTick + number * 100 + 50, key));
+    }
+    return events;
+}
+
+// Colours of shapes with soft edges are hit in their middle only, so near is good enough.
+inline bool isNear(const QColor& one, const QColor& other) {
+    constexpr int tolerance = 12;
+    return std::abs(one.red() - other.red()) <= tolerance && std::abs(one.green() - other.green()) <= tolerance &&
+           std::abs(one.blue() - other.blue()) <= tolerance;
+}
+
+/// A view on a small screen, and this machine's tick at 1000000.
+class TimeLineViewFixture : public testing::Test {
+protected:
+    using Time = KeyTimeLine::Time;
+
+    TimeLineViewFixture() {
+        KX::KXSimulation::reset();
+        KX::KXSimulation::setTick(1000000);
+        showAt(QSize(780, 240));
+    }
+
+    ~TimeLineViewFixture() override {
+        KX::KXSimulation::reset();
+    }
+
+    void showAt(const QSize& size) {
+        view.resize(size);
+        view.show();
+        QCoreApplication::processEvents();
+    }
+
+    void append(const ClassifiedEvents& events) {
+        view.append(events);
+        waitForPace();
+    }
+
+    static void waitForPace() {
+        QTest::qWait(2 * DisplayPace::shortestIntervalMs);
+        QCoreApplication::processEvents(); // what became due while a busy machine kept the wait from running
+    }
+
+    bool comesToRest() const {
+        return QTest::qWaitFor([this] { return !view.isTicking(); });
+    }
+
+    QImage picture() {
+        return view.grab().toImage();
+    }
+
+    int xAt(Time time) const {
+        const QRect area = view.timeArea();
+        const double share = static_cast<double>(time - view.rightmostTime() + view.visibleMs()) /
+                             static_cast<double>(view.visibleMs());
+        return area.left() + static_cast<int>(share * area.width());
+    }
+
+    // How many pixels of the column at that time are of that colour.
+    int pixelsAt(const QImage& image, Time time, const QColor& colour) const {
+        const QRect area = view.timeArea();
+        int found = 0;
+        for (int y = area.top(); y <= area.bottom(); ++y)
+            found += isNear(image.pixelColor(xAt(time), y), colour) ? 1 : 0;
+        return found;
+    }
+
+    int pixelsIn(const QImage& image, const QColor& colour) const {
+        const QRect area = view.timeArea();
+        int found = 0;
+        for (int y = area.top(); y <= area.bottom(); ++y)
+            for (int x = area.left(); x <= area.right(); ++x)
+                found += isNear(image.pixelColor(x, y), colour) ? 1 : 0;
+        return found;
+    }
+
+    std::chrono::nanoseconds timeToPaint() {
+        QImage image(view.size(), QImage::Format_ARGB32_Premultiplied);
+        auto best = std::chrono::nanoseconds::max();
+        for (int attempt = 0; attempt < 15; ++attempt) {
+            const auto begin = std::chrono::steady_clock::now();
+            view.render(&image);
+            best = std::min<std::chrono::nanoseconds>(best, std::chrono::steady_clock::now() - begin);
+        }
+        return best;
+    }
+
+    void drag(int fromX, int toX) {
+        const int y = view.timeArea().center().y();
+        QTest::mousePress(&view, Qt::LeftButton, Qt::NoModifier, QPoint(fromX, y));
+        QMouseEvent move(QEvent::MouseMove, QPoint(toX, y), Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(&view, &move);
+        QTest::mouseRelease(&view, Qt::LeftButton, Qt::NoModifier, QPoint(toX, y));
+    }
+
+    const QColor press = Theme::colourOf(EventKind::Press);
+    const QColor doublePress = Theme::colourOf(EventKind::DoublePress);
+    const QColor longPress = Theme::colourOf(EventKind::LongPress);
+    TimeLineView view;
+};
+
+} // namespace TimeLineViewTesting
