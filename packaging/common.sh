@@ -46,11 +46,7 @@ install_packages() {
 
 apt_install() {
     local become_root=()
-    if [ "$(id -u)" -ne 0 ]; then
-        command -v sudo >/dev/null ||
-            die "neither root nor sudo is here to install packages; ask an administrator for: apt-get install $*"
-        become_root=(sudo)
-    fi
+    find_root "install packages; ask an administrator for: apt-get install $*"
     say "Installing Debian packages: $*"
     apt_log=$(mktemp)
     # A package that apt does not know, or no longer finds where its old lists say, asks for new lists.
@@ -62,6 +58,23 @@ apt_install() {
         die "apt-get failed, its log is $apt_log: $(grep -m 1 '^E:' "$apt_log")"
     fi
     rm -f "$apt_log"
+}
+
+update_package_lists() {
+    local become_root=()
+    find_root "fetch package lists; ask an administrator for: apt-get update"
+    say "Fetching the package lists"
+    apt_log=$(mktemp)
+    apt_run update || die "apt-get failed, its log is $apt_log: $(grep -m 1 '^E:' "$apt_log")"
+    rm -f "$apt_log"
+}
+
+# find_root PURPOSE: sets $become_root, the words that make a command root's.
+find_root() {
+    if [ "$(id -u)" -ne 0 ]; then
+        command -v sudo >/dev/null || die "neither root nor sudo is here to $1"
+        become_root=(sudo)
+    fi
 }
 
 # apt_run COMMAND ARGUMENTS...: apt-get without questions, its words in $apt_log. Waits while another one runs.

@@ -1,0 +1,33 @@
+# Toolchain file for the target: ARM, 32 bit, hard float, little endian, Linux.
+#
+# KXAPI_SYSROOT is the folder that stands for the root of the target's file system; packaging/sysroot makes it.
+
+set(CMAKE_SYSTEM_NAME Linux)
+set(CMAKE_SYSTEM_PROCESSOR arm)
+set(CMAKE_C_COMPILER arm-linux-gnueabihf-gcc)
+set(CMAKE_CXX_COMPILER arm-linux-gnueabihf-g++)
+set(CMAKE_LIBRARY_ARCHITECTURE arm-linux-gnueabihf)
+
+set(KXAPI_SYSROOT "${CMAKE_CURRENT_LIST_DIR}/../build/sysroot-armhf" CACHE PATH "Root of the target's file system")
+get_filename_component(KXAPI_SYSROOT "${KXAPI_SYSROOT}" ABSOLUTE)
+set(CMAKE_TRY_COMPILE_PLATFORM_VARIABLES KXAPI_SYSROOT)
+if(NOT EXISTS "${KXAPI_SYSROOT}/usr/include")
+    message(FATAL_ERROR "There is no ${KXAPI_SYSROOT}; packaging/sysroot makes it")
+endif()
+set(CMAKE_SYSROOT "${KXAPI_SYSROOT}")
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+
+# GCC 7 changed how it passes some arguments and tells so where templates do that; nothing here is older.
+set(CMAKE_CXX_FLAGS_INIT -Wno-psabi)
+
+# Libraries on which ours depend are found by the linker in the same places as by the target's loader.
+set(CMAKE_EXE_LINKER_FLAGS_INIT "-Wl,-rpath-link,${KXAPI_SYSROOT}/usr/lib/arm-linux-gnueabihf")
+
+find_program(KXAPI_EMULATOR NAMES qemu-arm-static qemu-arm DOC "Runs the target's programs on this machine")
+mark_as_advanced(KXAPI_EMULATOR)
+if(KXAPI_EMULATOR)
+    set(CMAKE_CROSSCOMPILING_EMULATOR "${KXAPI_EMULATOR};-L;${KXAPI_SYSROOT}")
+endif()
