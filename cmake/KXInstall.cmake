@@ -1,5 +1,7 @@
 # What is installed beside the programs, which say so themselves: libraries, public headers, the CMake package
-# and the pkg-config file.
+# and the pkg-config file. Programs need the runtime component only.
+
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME development)
 
 # The public headers, and the only place where they are listed. Others are the library's own.
 set(kx_public_headers
@@ -37,7 +39,7 @@ endforeach()
 
 get_property(kx_libraries GLOBAL PROPERTY KXAPI_INSTALLED_TARGETS)
 install(TARGETS ${kx_libraries} EXPORT KXAPI_Events
-    LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+    LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT runtime NAMELINK_COMPONENT development
     ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}")
 
 include(CMakePackageConfigHelpers)

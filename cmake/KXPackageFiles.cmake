@@ -1,0 +1,39 @@
+# Run by CPack when the components lie ready: what Debian wants in a package beside the installed files.
+
+find_program(gzip gzip REQUIRED)
+
+# Without the file's name and time, so that packages of the same contents are the same.
+function(compress file)
+    execute_process(COMMAND "${gzip}" -9nf "${file}" COMMAND_ERROR_IS_FATAL ANY)
+endfunction()
+
+# write(TEXT_FILE FOLDER NAME): a copy that everybody may read.
+function(write text_file folder name)
+    file(MAKE_DIRECTORY "${folder}")
+    configure_file("${text_file}" "${folder}/${name}" COPYONLY NO_SOURCE_PERMISSIONS)
+endfunction()
+
+set(debian "${CPACK_KXAPI_SOURCE_DIR}/packaging/debian")
+foreach(component IN LISTS CPACK_COMPONENTS_ALL)
+    string(TOUPPER "${component}" upper)
+    set(package "${CPACK_DEBIAN_${upper}_PACKAGE_NAME}")
+    set(share "${CPACK_TEMPORARY_DIRECTORY}/${component}/usr/share")
+
+    write("${debian}/copyright" "${share}/doc/${package}" copyright)
+    write("${debian}/changelog" "${share}/doc/${package}" changelog.Debian)
+    write("${CPACK_KXAPI_SOURCE_DIR}/CHANGELOG.md" "${share}/doc/${package}" changelog)
+    compress("${share}/doc/${package}/changelog.Debian")
+    compress("${share}/doc/${package}/changelog")
+    if(EXISTS "${debian}/${package}.lintian-overrides")
+        write("${debian}/${package}.lintian-overrides" "${share}/lintian/overrides" "${package}")
+    endif()
+
+    file(GLOB_RECURSE manual_pages "${share}/man/*.[1-9]")
+    foreach(page IN LISTS manual_pages)
+        compress("${page}")
+    endforeach()
+
+    # CPack makes folders by the caller's umask.
+    file(CHMOD_RECURSE "${share}" DIRECTORY_PERMISSIONS
+        OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+endforeach()

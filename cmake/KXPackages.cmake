@@ -1,0 +1,86 @@
+# Debian packages, made by CPack from the components that the install rules name: see docs/packages.md.
+
+find_program(KXAPI_DPKG_ARCHITECTURE dpkg-architecture REQUIRED)
+mark_as_advanced(KXAPI_DPKG_ARCHITECTURE)
+execute_process(
+    COMMAND "${KXAPI_DPKG_ARCHITECTURE}" "-t${CMAKE_LIBRARY_ARCHITECTURE}" -qDEB_HOST_ARCH
+    OUTPUT_VARIABLE kx_architecture OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET COMMAND_ERROR_IS_FATAL ANY)
+
+# The changelog counts how often one version was packaged.
+set(kx_changelog "${PROJECT_SOURCE_DIR}/packaging/debian/changelog")
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${kx_changelog}")
+file(STRINGS "${kx_changelog}" kx_newest LIMIT_COUNT 1)
+if(NOT kx_newest MATCHES "\\(${PROJECT_VERSION}-([0-9]+)\\)")
+    message(FATAL_ERROR "${kx_changelog} does not begin with a package of version ${PROJECT_VERSION}")
+endif()
+set(kx_revision "${CMAKE_MATCH_1}")
+set(kx_package_version "${PROJECT_VERSION}-${kx_revision}")
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_VERSION "${PROJECT_VERSION}")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+set(CPACK_PRE_BUILD_SCRIPTS "${PROJECT_SOURCE_DIR}/cmake/KXPackageFiles.cmake")
+set(CPACK_PROJECT_CONFIG_FILE "${PROJECT_SOURCE_DIR}/cmake/KXPackageTools.cmake")
+set(CPACK_KXAPI_SOURCE_DIR "${PROJECT_SOURCE_DIR}")
+set(CPACK_KXAPI_SYSROOT "${CMAKE_SYSROOT}")
+
+set(CPACK_COMPONENTS_ALL runtime development tools)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_PACKAGE_SOURCE kxapi-events)
+set(CPACK_DEBIAN_PACKAGE_RELEASE "${kx_revision}")
+set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE "${kx_architecture}")
+set(CPACK_DEBIAN_PACKAGE_MAINTAINER "KXAPI_Events maintainers <maintainers@kxapi-events.example>")
+set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+
+# What the libraries and programs need is asked of dpkg-shlibdeps, except for the libraries that are packaged here.
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+foreach(library KXAPI_Events KXAPI_OS_ABS KXAPI_Hardware KXAPI_Utility)
+    get_target_property(folder ${library} BINARY_DIR)
+    list(APPEND CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${folder}")
+endforeach()
+
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME "libkxapi-events${PROJECT_VERSION_MAJOR}")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_MULTIARCH same)
+set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "event layer of an embedded operator terminal
+The libraries number and name events, carry them between threads, and turn
+keys, mouse, wheel and rotary encoder, of a keypad on the CAN bus too, into
+presses, double and long presses, releases and accelerated moves.
+.
+This package holds the libraries that programs need to run.")
+
+set(kx_runtime_dependency "${CPACK_DEBIAN_RUNTIME_PACKAGE_NAME} (= ${kx_package_version})")
+
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libkxapi-events-dev)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_MULTIARCH same)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${kx_runtime_dependency}, libboost-thread-dev (>= 1.74)")
+set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "event layer of an embedded operator terminal, for development
+The libraries number and name events, carry them between threads, and turn
+keys, mouse, wheel and rotary encoder, of a keypad on the CAN bus too, into
+presses, double and long presses, releases and accelerated moves.
+.
+This package holds what programs are built with: the headers, the CMake
+package KXAPI_Events, kxapi-events for pkg-config, and the simulated platform,
+on which programs run in virtual time.")
+
+set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME kxapi-tools)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${kx_runtime_dependency}")
+set(CPACK_COMPONENT_TOOLS_DESCRIPTION "operator terminal that shows its events, and tools for the CAN bus
+kxterminal is an operator terminal in a window. It shows and prints the events
+that come of keys, mouse, wheel, rotary encoder and a keypad on the CAN bus,
+and records and replays sessions.
+.
+kxreplay plays recorded sessions in virtual time and compares what comes of
+them. kxcan puts frames and logs onto a CAN bus.")
+
+include(CPack)
