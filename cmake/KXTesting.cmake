@@ -5,8 +5,32 @@
 # PLATFORM linux: the library's objects on the real platform.
 # PROPERTIES are properties of each test, as for set_tests_properties.
 
+# kx_get_time_limit(VARIABLE SECONDS): how long a test may take, given what it may on a machine that is no emulated one.
+# kx_get_startable(VARIABLE TARGET): the path by which a test starts another program of the build.
+
 find_package(GTest REQUIRED)
 include(GoogleTest)
+
+set(KXAPI_TIME_SCALE 1 CACHE STRING "Factor by which tests may take longer than on a real machine")
+mark_as_advanced(KXAPI_TIME_SCALE)
+
+function(kx_get_time_limit variable seconds)
+    math(EXPR limit "${seconds} * ${KXAPI_TIME_SCALE}")
+    set(${variable} ${limit} PARENT_SCOPE)
+endfunction()
+
+# The kernel cannot start a program for another machine, and the emulator emulates one program only.
+function(kx_get_startable variable target)
+    if(NOT CMAKE_CROSSCOMPILING_EMULATOR)
+        set(${variable} "$<TARGET_FILE:${target}>" PARENT_SCOPE)
+        return()
+    endif()
+    set(script "${CMAKE_CURRENT_BINARY_DIR}/start_${target}")
+    file(GENERATE OUTPUT "${script}"
+        CONTENT "#!/bin/sh\nexec '$<JOIN:${CMAKE_CROSSCOMPILING_EMULATOR},' '>' '$<TARGET_FILE:${target}>' \"$@\"\n"
+        FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
+    set(${variable} "${script}" PARENT_SCOPE)
+endfunction()
 
 function(kx_add_test name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "PLATFORM" "SOURCES;LIBRARIES;PROPERTIES")
@@ -21,5 +45,6 @@ function(kx_add_test name)
     else()
         message(FATAL_ERROR "kx_add_test(${name}): PLATFORM is simulated or linux")
     endif()
-    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 120 ${arg_PROPERTIES})
+    kx_get_time_limit(limit 120)
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT ${limit} ${arg_PROPERTIES})
 endfunction()

@@ -7,6 +7,9 @@
 
 namespace KX {
 
+// The record is what the target keeps in memory, so one made by copying a holder's bytes would be the same.
+static_assert(sizeof(void*) != 4 || sizeof(KXSomeEvent) == sizeof(EventRecord));
+
 namespace {
 
 // Visits every field that travels, with its offset in the record, so that writing and reading cannot differ.

@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstring>
+
 namespace KX {
 namespace {
 
@@ -63,6 +66,30 @@ TEST(EventRecord, rubbish_in_slots_flags_and_padding_changes_nothing) {
     EXPECT_EQ(fieldsOf(back), fieldsOf(event));
     EXPECT_FALSE(back.incidentFlag || back.toolkitFlag || back.navigationFlag || back.triggerFlag);
     EXPECT_NE(dynamic_cast<KXSignal*>(static_cast<KXEvent*>(&back)), nullptr) << "still a holder of this process";
+}
+
+// The offsets of fields in virtual bases are no constants of the language, so an object tells.
+TEST(EventRecord, is_the_image_of_a_holder_where_pointers_have_32_bits) {
+    if (sizeof(void*) != 4)
+        GTEST_SKIP() << "pointers have " << 8 * sizeof(void*) << " bits here";
+    KXSomeEvent event;
+    fillEveryField(event);
+    EventRecord image;
+    ASSERT_EQ(sizeof(event), image.size());
+    std::memcpy(image.data(), static_cast<const void*>(&event), image.size());
+
+    for (const std::size_t slot : {0, 8, 16, 44, 76, 84, 124}) {
+        EXPECT_NE(std::count(&image[slot], &image[slot] + 4, 0), 4) << "no type table at " << slot;
+        std::fill_n(&image[slot], 4, std::uint8_t{0});
+    }
+    for (const std::size_t flag : {4, 12, 80, 128}) {
+        EXPECT_EQ(image[flag], 1) << "no flag at " << flag;
+        image[flag] = 0; // a holder in a queue has none
+    }
+    const struct { std::size_t from, to; } padding[] = {{5, 8}, {13, 16}, {20, 24}, {81, 84}, {129, 136}};
+    for (const auto& gap : padding)
+        std::fill(&image[gap.from], image.data() + gap.to, std::uint8_t{0});
+    EXPECT_EQ(image, encodeEvent(event));
 }
 
 } // namespace

@@ -270,8 +270,7 @@ TEST_F(KXVirtualCANTest, otherDatagramsAreDroppedAndReportedOnce) {
 
 /// Runs this program with one test of it. \return what it wrote
 std::string runTestWith(const std::string& environment, const std::string& test) {
-    const std::string program = std::filesystem::read_symlink("/proc/self/exe");
-    const std::string command = environment + " '" + program + "' --gtest_filter='" + test + "' 2>&1";
+    const std::string command = environment + " '" KX_THIS_PROGRAM "' --gtest_filter='" + test + "' 2>&1";
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> pipe(popen(command.c_str(), "r"), pclose);
     std::string output;
     for (int character = std::fgetc(pipe.get()); character != EOF; character = std::fgetc(pipe.get())) {

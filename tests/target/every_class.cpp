@@ -1,0 +1,92 @@
+// Every class with virtual operations, for the compiler to tell how it lays them out.
+//
+// Pure operations have no name in the compiler's tables, so each abstract class NAME has an ImplementedNAME here.
+// Those declare the operations from last to first: the order in the tables comes from the library's classes alone.
+
+#include "actions/KXActionQueue.h"
+#include "encoder/KXEncoderDynamic.h"
+#include "events/KXCANMessage.h"
+#include "events/KXEventQueueAsPipe.h"
+#include "events/KXEventQueueAsQueue.h"
+#include "events/KXSomeEvent.h"
+#include "input/CANRemoteHandler.h"
+#include "input/KXInputEventManager.h"
+#include "platform/KXAction.h"
+#include "platform/KXCANRaw.h"
+#include "platform/KXDebug.h"
+#include "platform/KXEndPointHandler.h"
+#include "platform/KXEndPointManager.h"
+#include "platform/KXMutex.h"
+#include "platform/KXPipe.h"
+#include "platform/KXThread.h"
+#include "platform/KXTick.h"
+#include "platform/linux/hardware/KXFrameObserver.h"
+#include "platform/linux/os_abs/KXWaitObserver.h"
+
+namespace KX {
+
+class ImplementedKXAction : public KXAction {
+    ~ImplementedKXAction() override;
+    void execute(void* argument) override;
+    bool isReady() override;
+};
+
+class ImplementedKXCANRaw : public KXCANRaw {
+    int readFrame(KXCANMessage& message) override;
+    int configure(unsigned char setting) override;
+    int reconnect() override;
+    bool isConnected() const override;
+    int getWriteEndPointID() const override;
+    int getReadEndPointID() const override;
+    ~ImplementedKXCANRaw() override;
+};
+
+class ImplementedKXEndPoint : public KXEndPoint {
+    int reconnect() override;
+    bool isConnected() const override;
+    int getWriteEndPointID() const override;
+    int getReadEndPointID() const override;
+    ~ImplementedKXEndPoint() override;
+};
+
+class ImplementedKXEndPointHandler : public KXEndPointHandler {
+    ~ImplementedKXEndPointHandler() override;
+    void onEndPointDisconnected(KXEndPoint* endPoint) override;
+    void onEndPointReconnected(KXEndPoint* endPoint) override;
+    void onEndPointReadable(KXEndPoint* endPoint, KXEndPointManager* manager) override;
+};
+
+class ImplementedKXEventQueue : public KXEventQueue {
+    bool isEmpty() override;
+    unsigned int getSize() override;
+    KXSomeEvent getNextEvent() override;
+    void postEvent(KXEvent& event) override;
+    ~ImplementedKXEventQueue() override;
+};
+
+class ImplementedKXFrameObserver : public KXFrameObserver {
+    void onFrameRead(int bus, const KXCANMessage& message) override;
+    ~ImplementedKXFrameObserver() override;
+};
+
+class ImplementedKXMutex : public KXMutex {
+    void unlock() override;
+    bool lock() override;
+    ~ImplementedKXMutex() override;
+};
+
+class ImplementedKXThread : public KXThread {
+    int stopAndWait() override;
+    int start(int priority, unsigned int stackSize) override;
+    void setEntryFunction(void* (*function)(void*), void* argument) override;
+    ~ImplementedKXThread() override;
+};
+
+class ImplementedKXWaitObserver : public KXWaitObserver {
+    void onPassTick(unsigned int tick) override;
+    void onWaitEnds() override;
+    void onWaitBegins() override;
+    ~ImplementedKXWaitObserver() override;
+};
+
+} // namespace KX
