@@ -12,8 +12,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdlib>
+#include <ctime>
+#include <limits>
 
 namespace TimeLineViewTesting {
 
@@ -44,6 +45,13 @@ inline bool isNear(const QColor& one, const QColor& other) {
     constexpr int tolerance = 12;
     return std::abs(one.red() - other.red()) <= tolerance && std::abs(one.green() - other.green()) <= tolerance &&
            std::abs(one.blue() - other.blue()) <= tolerance;
+}
+
+// Other programs do not count in it, so it tells the same on a busy machine.
+inline double usedProcessorMs() {
+    timespec used = {};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
+    return static_cast<double>(used.tv_sec) * 1e3 + static_cast<double>(used.tv_nsec) / 1e6;
 }
 
 /// A view on a small screen, and this machine's tick at 1000000.
@@ -110,15 +118,15 @@ protected:
         return found;
     }
 
-    std::chrono::nanoseconds timeToPaint() {
+    double usedMsToPaint() {
         QImage image(view.size(), QImage::Format_ARGB32_Premultiplied);
-        auto best = std::chrono::nanoseconds::max();
+        double least = std::numeric_limits<double>::infinity();
         for (int attempt = 0; attempt < 15; ++attempt) {
-            const auto begin = std::chrono::steady_clock::now();
+            const double begin = usedProcessorMs();
             view.render(&image);
-            best = std::min<std::chrono::nanoseconds>(best, std::chrono::steady_clock::now() - begin);
+            least = std::min(least, usedProcessorMs() - begin);
         }
-        return best;
+        return least;
     }
 
     void drag(int fromX, int toX) {
