@@ -1,0 +1,137 @@
+#include "terminal/SessionRecorder.h"
+
+#include "platform/simulated/KXSimulation.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+namespace {
+
+using KX::KXSimulation;
+using testing::ElementsAre;
+
+class SessionRecorderTest : public testing::Test {
+protected:
+    SessionRecorderTest() {
+        std::string pattern = testing::TempDir() + "kx-recorder-XXXXXX";
+        folder = mkdtemp(pattern.data());
+        path = (folder / "day.kxr").string();
+        KXSimulation::reset();
+    }
+
+    ~SessionRecorderTest() override {
+        std::filesystem::remove_all(folder);
+    }
+
+    std::vector<std::string> lines() const {
+        std::vector<std::string> found;
+        std::ifstream file(path);
+        for (std::string line; std::getline(file, line);)
+            found.push_back(line);
+        return found;
+    }
+
+    // Behind the two lines with which every recording begins.
+    std::vector<std::string> entries() const {
+        const std::vector<std::string> found = lines();
+        return {found.begin() + std::min<std::ptrdiff_t>(2, found.end() - found.begin()), found.end()};
+    }
+
+    std::filesystem::path folder;
+    std::string path;
+};
+
+const Recording::NumberSetting lowPass{Recording::NumberName::LowPass, 5};
+
+} // namespace
+
+TEST_F(SessionRecorderTest, SaysWhatItIsAndWhoWroteIt) {
+    const SessionRecorder recorder(path);
+    EXPECT_THAT(lines(), ElementsAre("kxrecording 1", testing::MatchesRegex("# written by kxterminal [0-9.]+")));
+}
+
+TEST_F(SessionRecorderTest, NotesWhatHappensWithTheTickAtWhichItDoes) {
+    SessionRecorder recorder(path);
+    KXSimulation::setTick(5);
+    recorder.note(lowPass);
+    KXSimulation::setTick(4000);
+    recorder.note(Recording::Frame{"can0", {}});
+    EXPECT_THAT(entries(), ElementsAre("5 set low-pass 5", "(0000000004.000000) can0 000#0000000000000000"));
+}
+
+TEST_F(SessionRecorderTest, NotesAPassWithItsOwnTick) {
+    SessionRecorder recorder(path);
+    KXSimulation::setTick(102);
+    recorder.notePass(100);
+    recorder.note(lowPass);
+    EXPECT_THAT(entries(), ElementsAre("100 pass", "102 set low-pass 5"));
+}
+
+TEST_F(SessionRecorderTest, GoesOnWhereTheTickWraps) {
+    SessionRecorder recorder(path);
+    KXSimulation::setTick(4294967295);
+    recorder.note(lowPass);
+    KXSimulation::setTick(0);
+    recorder.note(lowPass);
+    recorder.notePass(3);
+    EXPECT_THAT(entries(), ElementsAre("4294967295 set low-pass 5", "0 set low-pass 5", "3 pass"));
+}
+
+TEST_F(SessionRecorderTest, WhatComesBehindTheEndIsLeftOut) {
+    SessionRecorder recorder(path);
+    KXSimulation::setTick(7);
+    EXPECT_TRUE(recorder.end());
+    recorder.note(lowPass);
+    recorder.notePass(8);
+    EXPECT_TRUE(recorder.end());
+    EXPECT_THAT(entries(), ElementsAre("7 end"));
+}
+
+TEST_F(SessionRecorderTest, WithoutItsEndAllElseIsThere) {
+    {
+        SessionRecorder recorder(path);
+        recorder.note(lowPass);
+    }
+    EXPECT_THAT(entries(), ElementsAre("0 set low-pass 5"));
+}
+
+TEST_F(SessionRecorderTest, CannotBeginWithoutItsFile) {
+    EXPECT_THROW(SessionRecorder((folder / "none" / "day.kxr").string()), std::runtime_error);
+}
+
+TEST_F(SessionRecorderTest, TellsOnceThatItHasFailedAndLetsTheRestGoOn) {
+    SessionRecorder recorder(path);
+    recorder.notePass(100);
+    testing::internal::CaptureStderr();
+    recorder.notePass(99);
+    recorder.notePass(101);
+    recorder.note(lowPass);
+    EXPECT_FALSE(recorder.end());
+    EXPECT_EQ("kxterminal: --record: " + path +
+                  ": the tick 99 lies before that of the line above, 100; the recording ends here\n",
+              testing::internal::GetCapturedStderr());
+    EXPECT_THAT(entries(), ElementsAre("100 pass"));
+}
+
+TEST_F(SessionRecorderTest, LinesOfTwoThreadsStayWhole) {
+    constexpr int count = 2000;
+    {
+        SessionRecorder recorder(path);
+        std::thread worker([&recorder] {
+            for (int i = 0; i < count; ++i)
+                recorder.notePass(0);
+        });
+        for (int i = 0; i < count; ++i)
+            recorder.note(lowPass);
+        worker.join();
+    }
+    const std::vector<std::string> found = entries();
+    EXPECT_EQ(count, std::count(found.begin(), found.end(), "0 pass"));
+    EXPECT_EQ(count, std::count(found.begin(), found.end(), "0 set low-pass 5"));
+}
