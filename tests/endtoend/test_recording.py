@@ -1,0 +1,272 @@
+"""A recorded session played again, and what becomes of recordings when something goes wrong."""
+
+import os
+import resource
+import signal
+import subprocess
+import tempfile
+import time
+import unittest
+
+from kxterminal_session import (GENEROUS_SECONDS, KXTERMINAL, LIBRARY_LINE, QUIET_SECONDS, Display, Operator,
+                                Terminal)
+
+KXREPLAY, KXCAN = os.environ["KXREPLAY"], os.environ["KXCAN"]
+
+# In a window of 1024x768.
+FIRST_KEY = (48, 323)
+KNOB = (595, 360)
+BESIDE_EVERYTHING = (840, 350)
+DOUBLE_PRESS_MINUS = (314, 541)
+ACCEPT_INPUT_SWITCH = (453, 698)
+INPUT_OFF_BANNER = (400, 100)
+
+HOME_DOWN, HOME_UP = "18FF0001#8000000000000000", "18FF0001#0000000000000000"
+
+
+class RecordingTestCase(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = folder.name
+        self.file = os.path.join(self.folder, "session.kxr")
+        self.bus = "unix:" + os.path.join(self.folder, "bus")
+
+    def replay(self, *arguments):
+        return subprocess.run([KXREPLAY, *arguments], capture_output=True, text=True, timeout=GENEROUS_SECONDS,
+                              check=False)
+
+    def read_recording(self):
+        with open(self.file, encoding="ascii") as file:
+            return file.read()
+
+    def replayed_events(self, *warnings):
+        done = self.replay(self.file)
+        self.assertEqual(0, done.returncode, done.stderr)
+        self.assertEqual(list(warnings), done.stderr.splitlines())
+        return done.stdout.splitlines()
+
+    def run_kxterminal(self, *arguments, **options):
+        environment = dict(os.environ, QT_QPA_PLATFORM="offscreen", XDG_RUNTIME_DIR=self.folder)
+        return subprocess.run([KXTERMINAL, *arguments], env=environment, capture_output=True, text=True,
+                              timeout=GENEROUS_SECONDS, check=False, **options)
+
+    def printed_events(self, done):
+        return [line for line in done.stdout.splitlines() if not LIBRARY_LINE.match(line)]
+
+
+class Session(RecordingTestCase):
+    """An operator at a terminal that records."""
+
+    def setUp(self):
+        super().setUp()
+        self.display = Display()
+        self.addCleanup(self.display.close)
+        self.terminal = Terminal("--record", self.file, "--can-bus", self.bus, display=self.display)
+        self.addCleanup(self.end_by, signal.SIGKILL)
+        hand = Operator(self.display, self.terminal)
+        self.operator, self.point_at = hand.do, hand.point_at
+        # Frames do not wait until the window knows that it has the focus. A key tells when it does.
+        self.operator("key", "Insert")
+        self.first_lines = [self.terminal.lines.get(timeout=GENEROUS_SECONDS) for _ in range(2)]
+
+    def end_by(self, number):
+        self.terminal.signal(number)
+        return self.terminal.wait()
+
+    def send(self, *frames):
+        subprocess.run([KXCAN, "send", self.bus, *frames], timeout=GENEROUS_SECONDS, check=True)
+
+    def click_at(self, point, *arguments):
+        self.point_at(*point)
+        self.operator("click", *arguments, 1)
+
+    def use_keys(self):
+        self.operator("key", "--delay", 70, "Escape", "Escape", "Home", "Insert", "Return")
+        self.operator("key", "--delay", 6, "Up", "Up", "Up", "Up", "Down", "Return", "Down", "Down")
+        self.operator("keydown", "End", "sleep", 2.3, "keyup", "End")
+
+    def use_mouse(self):
+        self.click_at(BESIDE_EVERYTHING, "--repeat", 3, "--delay", 90)
+        self.operator("click", 3, "mousedown", 1, "mousemove_relative", 30, 0, "sleep", 2.3, "mouseup", 1)
+        self.operator("click", "--repeat", 20, "--delay", 8, 4, "click", "--repeat", 3, "--delay", 120, 5)
+        self.operator("mousedown", 1, "mousemove", Display.SIZE[0] - 1, Display.SIZE[1] - 1, "mouseup", 1)
+
+    def use_keypad(self):
+        self.send(HOME_DOWN, HOME_UP, HOME_DOWN)
+        self.send(*(f"18FF0003#0000{position:02X}0000000000" for position in range(1, 30)))
+        time.sleep(2.3)
+        self.send(HOME_UP, "18FF0003#0000FFFF00000000")
+        self.click_at(FIRST_KEY)
+        self.point_at(*KNOB)
+        self.operator("click", "--repeat", 8, "--delay", 20, 5)
+
+    def use_settings(self):
+        self.operator("key", "F12", "sleep", 0.2)
+        self.click_at(DOUBLE_PRESS_MINUS, "--repeat", 10, "--delay", 40)
+        self.operator("key", "--delay", 250, "End", "End")
+        self.click_at(ACCEPT_INPUT_SWITCH)
+        self.operator("key", "--delay", 60, "Home", "Home")
+        self.send("18FF0003#0000000000000000", HOME_DOWN, HOME_UP)
+        self.click_at(INPUT_OFF_BANNER)
+        self.operator("sleep", 0.1, "key", "Home", "key", "F12")
+
+    def test_a_replay_prints_what_the_terminal_printed(self):
+        for use in (self.use_keys, self.use_mouse, self.use_keypad, self.use_settings):
+            use()
+        time.sleep(QUIET_SECONDS)
+        self.assertEqual(0, self.end_by(signal.SIGTERM))
+        printed = self.first_lines + self.terminal.lines_until_end()
+        recording = self.read_recording()
+        for what in ("KEY_DOUBLE_PRESS", "KEY_LONG_RELEASE", "MOUSE_LONG_PRESS", "MOUSE_ESCAPE", "ENCODER_MOVE"):
+            self.assertTrue(any(what in line for line in printed), what)
+        for what in ("TOOLKIT_WHEEL_EVENT", "can0 18FF0001#80", "set double-press 200", "set accept-input off"):
+            self.assertIn(what, recording)
+        self.assertEqual(2, recording.count("set accept-input on"))
+        self.assertRegex(recording, r"\n\d+ end\n\Z")
+        self.assertEqual(printed, self.replayed_events())
+
+    def test_a_terminal_that_ends_in_the_middle_has_recorded_what_it_printed(self):
+        self.operator("keydown", "End", "sleep", 2.2)  # long, and not released
+        spin = subprocess.Popen(["xdotool", "key", "--delay", "6", *["Up"] * 150],
+                                env=dict(os.environ, DISPLAY=self.display.name))
+        self.addCleanup(spin.wait)
+        time.sleep(0.4)
+        self.assertEqual(0, self.end_by(signal.SIGTERM))
+        printed = self.first_lines + self.terminal.lines_until_end()
+        self.assertTrue(any("ENCODER_MOVE" in line for line in printed), printed)
+        self.assertEqual(printed, self.replayed_events())
+
+    def test_a_killed_terminal_has_recorded_at_least_what_it_printed(self):
+        """What was printed is the beginning of what a replay prints; the rest was on its way when it was killed."""
+        self.operator("key", "--delay", 70, "Escape", "Escape")
+        spin = subprocess.Popen(["xdotool", "key", "--delay", "6", *["Up"] * 150],
+                                env=dict(os.environ, DISPLAY=self.display.name))
+        self.addCleanup(spin.wait)
+        time.sleep(0.4)
+        self.assertEqual(-signal.SIGKILL, self.end_by(signal.SIGKILL))
+        printed = self.first_lines + self.terminal.lines_until_end()
+        self.assertTrue(any("ENCODER_MOVE" in line for line in printed), printed)
+        done = self.replay(self.file)
+        self.assertEqual(0, done.returncode, done.stderr)
+        self.assertEqual(printed, done.stdout.splitlines()[:len(printed)])
+        recording = self.read_recording()
+        self.assertNotRegex(recording, r"\d end\n")
+        # Each entry is written as a whole; only a machine that stops leaves half a line.
+        self.assertTrue(recording.endswith("\n"))
+        self.assertLessEqual(len(done.stdout.splitlines()) - len(printed), 20, "so much cannot have been on its way")
+
+
+class Demo(RecordingTestCase):
+    def test_the_demo_is_replayed_as_it_was_printed(self):
+        done = self.run_kxterminal("--demo", "--print", "--record", self.file)
+        self.assertEqual((0, ""), (done.returncode, done.stderr))
+        self.assertEqual(self.printed_events(done), self.replayed_events())
+
+    def test_a_recording_that_cannot_be_gone_on_with_is_told_and_the_terminal_goes_on(self):
+        size = 4000
+
+        def limit_files():
+            # Python ignores SIGXFSZ, and so does the program when it is not restored: writing fails then.
+            resource.setrlimit(resource.RLIMIT_FSIZE, (size, size))
+
+        done = self.run_kxterminal("--demo", "--print", "--record", self.file, preexec_fn=limit_files,
+                                   restore_signals=False)
+        self.assertEqual(1, done.returncode)
+        self.assertEqual(f"kxterminal: --record: {self.file}: File too large; the recording ends here\n", done.stderr)
+        self.assertEqual(size, len(self.read_recording()))
+        replay = self.replay(self.file)
+        self.assertEqual(0, replay.returncode, replay.stderr)
+        replayed = replay.stdout.splitlines()
+        printed = self.printed_events(done)
+        self.assertTrue(0 < len(replayed) < len(printed), (len(replayed), len(printed)))
+        self.assertEqual(printed[:len(replayed)], replayed)
+
+
+class Files(RecordingTestCase):
+    def check_refused(self, done, message):
+        self.assertEqual((2, ""), (done.returncode, done.stdout))
+        self.assertEqual(message + "\n", done.stderr)
+
+    def write(self, text):
+        with open(self.file, "w", encoding="ascii") as file:
+            file.write(text)
+
+    def record(self, path):
+        return self.run_kxterminal("--record", path, "--exit-after", "200")
+
+    def test_a_recording_is_not_overwritten(self):
+        self.write("kxrecording 1\n1000 pass\n1000 end\n")
+        self.check_refused(self.record(self.file), self.file + ": it is there already and is not overwritten")
+        self.assertEqual("kxrecording 1\n1000 pass\n1000 end\n", self.read_recording())
+
+    def test_an_empty_file_is_written(self):
+        self.write("")
+        self.assertEqual((0, ""), ((done := self.record(self.file)).returncode, done.stderr))
+        self.assertRegex(self.read_recording(), r"\Akxrecording 1\n(.*\n)*\d+ end\n\Z")
+
+    def test_a_device_that_is_full_is_told(self):
+        self.check_refused(self.record("/dev/full"), "/dev/full: No space left on device")
+
+    def test_a_file_that_cannot_be_made_is_told(self):
+        missing = os.path.join(self.folder, "missing", "session.kxr")
+        self.check_refused(self.record(missing), missing + ": No such file or directory")
+        self.check_refused(self.record(self.folder), self.folder + ": Is a directory")
+        self.write("")
+        self.check_refused(self.record(self.file + "/session.kxr"), self.file + "/session.kxr: Not a directory")
+        # Where nobody may make a file, not even root.
+        self.check_refused(self.record("/sys/session.kxr"), "/sys/session.kxr: Permission denied")
+
+    def play(self, path, *arguments):
+        return self.run_kxterminal("--replay", path, "--exit-at-end", *arguments)
+
+    def test_a_recording_that_is_not_there_is_told(self):
+        self.check_refused(self.play(self.file), self.file + ": No such file or directory")
+        done = self.play(self.folder)
+        self.assertEqual((2, ""), (done.returncode, done.stdout))
+        self.assertRegex(done.stderr, rf"\A{self.folder}: [^\n]+\n\Z")
+
+    def test_a_bad_recording_is_told_with_its_line(self):
+        lines = {"soon pass": 2, "1000 set double-press many": 2, "1000 pass\n900 pass": 3,
+                 "1000 toolkit TOOLKIT_KEY_PRESS_EVENT os=key": 2, "(1.000000) can0 18FF0001#0": 2}
+        for text, line in lines.items():
+            with self.subTest(text=text):
+                self.write("kxrecording 1\n" + text + "\n")
+                done = self.play(self.file)
+                self.assertEqual((2, ""), (done.returncode, done.stdout))
+                self.assertRegex(done.stderr, rf"\A{self.file}:{line}: [^\n]+\n\Z")
+
+    def test_what_is_no_recording_is_told(self):
+        for text in ("a letter\n", "kxrecording 2\n"):
+            with self.subTest(text=text):
+                self.write(text)
+                done = self.play(self.file)
+                self.assertEqual((2, ""), (done.returncode, done.stdout))
+                self.assertRegex(done.stderr, rf"\A{self.file}[^\n]+\n\Z")
+
+    def test_the_log_of_a_bus_is_for_other_programs(self):
+        self.write("(1436509052.249713) can0 18FF0001#0100000000000000\n")
+        self.check_refused(self.play(self.file), self.file + ": a log of a CAN bus; play it onto the bus of a "
+                           "terminal with kxcan play, or with kxreplay")
+
+    def test_a_replay_takes_no_other_input(self):
+        self.write("kxrecording 1\n1000 end\n")
+        other = os.path.join(self.folder, "other.kxr")
+        for arguments in (("--record", other), ("--demo",), ("--keypad", other)):
+            with self.subTest(arguments=arguments):
+                self.check_refused(self.play(self.file, *arguments),
+                                   "kxterminal: --replay takes the place of the operator: it does not go together "
+                                   f"with {arguments[0]}")
+        self.assertFalse(os.path.exists(other))
+
+    def test_a_recording_without_input_is_played(self):
+        for text in ("", "kxrecording 1\n"):
+            with self.subTest(text=text):
+                self.write(text)
+                done = self.play(self.file, "--print")
+                self.assertEqual((0, ""), (done.returncode, done.stderr))
+                self.assertEqual([], self.printed_events(done))
+
+
+if __name__ == "__main__":
+    unittest.main()
