@@ -1,4 +1,5 @@
 #include "ReplayTest.h"
+#include "input/KXInputEventManager.h"
 
 namespace KXReplay::test {
 namespace {
@@ -185,6 +186,17 @@ TEST_F(KXReplayWithoutPasses, a_gap_of_many_days_is_played_at_once) {
                             "4294967000 KEY_PRESS_EVENT 0"));
 }
 
+TEST_F(KXReplayWithoutPasses, a_frame_starts_the_beat_anew_which_a_gap_does_not_disturb) {
+    const std::string start = "1000 set keypad key 1 code 0 byte 0 bit 0 id 18FF0001\n";
+    const std::string frame = "(0000000001.030000) can0 18FF0001#01\n";
+    const std::string hold = "60000" + press + escapeKey + "62050" + release + escapeKey;
+    EXPECT_THAT(play(recording(start + frame + hold)), testing::Contains("62030 KEY_LONG_PRESS_EVENT 0"));
+    EXPECT_THAT(play(recording(start + hold)), testing::Contains("62000 KEY_LONG_PRESS_EVENT 0"));
+    EXPECT_THAT(play(recording("1000 set accept-input on\n" + frame + hold)),
+                testing::Contains("62000 KEY_LONG_PRESS_EVENT 0"))
+        << "nobody reads the bus";
+}
+
 class KXReplayOtherSettings : public ReplayTest {
 protected:
     static Player::Options with(const std::string& name, unsigned int number) {
@@ -230,6 +242,14 @@ TEST_F(KXReplayOtherSettings, leave_the_other_duration_as_recorded_and_refused_s
                      "11600 KEY_LONG_PRESS_EVENT 0"}));
     EXPECT_EQ(play(session, with("long-press", 6000)),
               Lines({"1000 KEY_PRESS_EVENT 0", "3500 KEY_PRESS_EVENT 0", "6600 KEY_PRESS_EVENT 0"}));
+}
+
+TEST_F(KXReplayOtherSettings, may_both_lie_beyond_what_the_manager_begins_with) {
+    Player::Options options = with("double-press", 5000);
+    options.other.longPressMs = 6000;
+    EXPECT_EQ(play(recording("1000" + press + escapeKey + "6000" + press + escapeKey + "11999 pass\n12000 pass\n"),
+                   options),
+              Lines({"1000 KEY_PRESS_EVENT 0", "6000 KEY_DOUBLE_PRESS_EVENT 0", "12000 KEY_LONG_PRESS_EVENT 0"}));
 }
 
 const std::string log = "(1436509052.249713) can0 ";
@@ -327,6 +347,10 @@ TEST_F(KXReplayLog, each_play_of_a_process_gives_the_same) {
     play(mapping);
     EXPECT_EQ(play(turn), first);
     EXPECT_EQ(library, firstLibrary);
+    play(recording("0 set key-mapping 0x1000000=99\n"));
+    EXPECT_EQ(KX::KXInputEventManager::getKXtoOSCodeMap()->count(99), 1U);
+    play(mapping);
+    EXPECT_EQ(KX::KXInputEventManager::getKXtoOSCodeMap()->count(99), 0U) << "of an earlier play";
 }
 
 TEST_F(KXReplayLog, events_tell_which_line_they_came_of) {

@@ -82,8 +82,7 @@ void Player::start() {
 
 void Player::applyOtherSettings() {
     const OtherSettings& other = options.other;
-    if (other.haveDurations())
-        setDurations(other.applyTo(durationsAtFirstInput(session)));
+    setDurations(other.applyTo(recordedDurations));
     KX::KXEncoderDynamic* const encoder = KX::KXEncoderDynamic::instance();
     if (other.userFactor)
         encoder->setUserFactor(*other.userFactor);
@@ -209,8 +208,8 @@ void Player::apply(const Recording::Pass& /*pass*/) {
 
 void Player::apply(const Recording::End& /*end*/) {}
 
-// In the order in which the manager takes them: a double press is always shorter than a long press. Pairs that
-// a recording passes through before its first input need not be allowed together with other settings.
+// In the order in which the manager takes them: a double press is always shorter than a long press. Pairs that a
+// session passes through before its first input need not be allowed together with other settings.
 void Player::setDurations(const Durations& wanted) {
     if (!wanted.areAllowed())
         return;

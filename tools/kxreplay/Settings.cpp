@@ -22,6 +22,16 @@ std::vector<Entry>::const_iterator firstInput(const Recording::Session& session)
     return std::find_if(session.entries.begin(), session.entries.end(), isOperatorsOrPass);
 }
 
+Durations durationsAtFirstInput(const Recording::Session& session) {
+    Durations durations;
+    const auto end = firstInput(session);
+    for (auto entry = session.entries.begin(); entry != end; ++entry) {
+        if (const auto* const setting = std::get_if<NumberSetting>(&entry->input))
+            durations.take(*setting);
+    }
+    return durations;
+}
+
 void check(const Durations& durations, const std::string& where) {
     if (durations.areAllowed())
         return;
@@ -69,16 +79,6 @@ bool OtherSettings::replace(NumberName name) const {
 
 Durations OtherSettings::applyTo(Durations recorded) const {
     return {doublePressMs.value_or(recorded.doublePressMs), longPressMs.value_or(recorded.longPressMs)};
-}
-
-Durations durationsAtFirstInput(const Recording::Session& session) {
-    Durations durations;
-    const auto end = firstInput(session);
-    for (auto entry = session.entries.begin(); entry != end; ++entry) {
-        if (const auto* const setting = std::get_if<NumberSetting>(&entry->input))
-            durations.take(*setting);
-    }
-    return durations;
 }
 
 // What a recording sets before its first input is set in some order, and only what comes of it matters.

@@ -35,9 +35,6 @@ struct OtherSettings {
     Durations applyTo(Durations recorded) const;
 };
 
-/// The durations that a recording has set before its first input.
-Durations durationsAtFirstInput(const Recording::Session& session);
-
 /// Checks that the manager will take the settings all the way.
 /// \param fileName  of the recording, for messages
 /// \throws BadInput
