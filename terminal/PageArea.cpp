@@ -134,6 +134,8 @@ void PageArea::takeTimeLineInput(const KX::KXInputEvent& event) {
             timeLineView->scrollForward();
         else if (event.keyCode == KeyCodes::end)
             timeLineView->follow();
+        else if (event.keyCode == KeyCodes::tab)
+            timeLineView->showOtherLanes();
     }
 }
 

@@ -58,6 +58,7 @@ protected:
         KX::KXInputEvent event;
         event.eventType = type;
         event.keyCode = keyCode;
+        event.timeStamp = ++tick;
         model.append({event});
         QCoreApplication::processEvents();
     }
@@ -67,6 +68,7 @@ protected:
         event.eventType = KX::KEY_PRESS_EVENT;
         event.keyCode = 65535;
         event.osKeyCode = toolkitKey;
+        event.timeStamp = ++tick;
         model.append({event});
         QCoreApplication::processEvents();
     }
@@ -76,6 +78,7 @@ protected:
         event.eventType = KX::ENCODER_MOVE_EVENT;
         event.keyCode = keyCode;
         event.count = 1;
+        event.timeStamp = ++tick;
         model.append({event});
         QCoreApplication::processEvents();
     }
@@ -93,6 +96,7 @@ protected:
         EXPECT_EQ(QSize(800, 480), window.size()) << static_cast<int>(shown);
     }
 
+    unsigned int tick = 1000;
     EventModel model;
     InputSettings settings;
     MainWindow window;
@@ -234,6 +238,8 @@ TEST_F(MainWindowTest, KeysGoToTheShownPageOnly) {
 TEST_F(MainWindowTest, KeysZoomAndScrollTheTimeLine) {
     window.showPage(Page::TimeLine);
     keyPressed(KeyCodes::firstSoftKey);
+    tick += 60000; // there is something to scroll back to
+    keyPressed(KeyCodes::firstSoftKey);
     const TimeLineView& timeLine = window.pages().timeLine();
     const auto before = timeLine.visibleMs();
     turn(KeyCodes::up);
@@ -250,6 +256,18 @@ TEST_F(MainWindowTest, KeysZoomAndScrollTheTimeLine) {
     for (int i = 0; i < 20 && !timeLine.isFollowing(); ++i)
         toolkitKeyPressed(KeyCodes::toolkitPageDown);
     EXPECT_TRUE(timeLine.isFollowing());
+}
+
+TEST_F(MainWindowTest, TabShowsTheKeysThatTheTimeLineHasNoRoomFor) {
+    window.resize(800, 480);
+    window.showPage(Page::TimeLine);
+    for (int key = 0; key < 30; ++key)
+        keyPressed(100 + key);
+    const TimeLineView& timeLine = window.pages().timeLine();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !timeLine.otherLanesText().isEmpty(); }));
+    const QStringList before = timeLine.laneNames();
+    keyPressed(KeyCodes::tab);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return timeLine.laneNames() != before; }));
 }
 
 TEST_F(MainWindowTest, KeysScrollTheListOfEvents) {
