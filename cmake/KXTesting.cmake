@@ -4,7 +4,7 @@
 # PLATFORM simulated: the library's objects on the simulated platform, hidden functions included.
 # PLATFORM linux: the library's objects on the real platform.
 # PROPERTIES are properties of each test, as for set_tests_properties.
-
+#
 # kx_get_time_limit(VARIABLE SECONDS): how long a test may take, given what it may on a machine that is no emulated one.
 # kx_get_startable(VARIABLE TARGET): the path by which a test starts another program of the build.
 
@@ -19,16 +19,31 @@ function(kx_get_time_limit variable seconds)
     set(${variable} ${limit} PARENT_SCOPE)
 endfunction()
 
-# The kernel cannot start a program for another machine, and the emulator emulates one program only.
-function(kx_get_startable variable target)
+# kx_emulate(TARGET): where programs are emulated, makes a script that starts this one, and lets it have the script's
+# name, so that a program that starts itself again, as tests of its death do, gets there, too: the kernel cannot start
+# a program for another machine.
+function(kx_emulate target)
     if(NOT CMAKE_CROSSCOMPILING_EMULATOR)
-        set(${variable} "$<TARGET_FILE:${target}>" PARENT_SCOPE)
         return()
     endif()
     set(script "${CMAKE_CURRENT_BINARY_DIR}/start_${target}")
+    set(emulator ${CMAKE_CROSSCOMPILING_EMULATOR} -0 "${script}")
+    set_target_properties(${target} PROPERTIES CROSSCOMPILING_EMULATOR "${emulator}" KX_STARTABLE "${script}")
+    list(JOIN emulator "' '" words)
     file(GENERATE OUTPUT "${script}"
-        CONTENT "#!/bin/sh\nexec '$<JOIN:${CMAKE_CROSSCOMPILING_EMULATOR},' '>' '$<TARGET_FILE:${target}>' \"$@\"\n"
+        CONTENT "#!/bin/sh\nexec '${words}' '$<TARGET_FILE:${target}>' \"$@\"\n"
         FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
+endfunction()
+
+function(kx_get_startable variable target)
+    get_target_property(script ${target} KX_STARTABLE)
+    if(CMAKE_CROSSCOMPILING_EMULATOR AND NOT script)
+        kx_emulate(${target})
+        get_target_property(script ${target} KX_STARTABLE)
+    endif()
+    if(NOT script)
+        set(script "$<TARGET_FILE:${target}>")
+    endif()
     set(${variable} "${script}" PARENT_SCOPE)
 endfunction()
 
@@ -45,6 +60,7 @@ function(kx_add_test name)
     else()
         message(FATAL_ERROR "kx_add_test(${name}): PLATFORM is simulated or linux")
     endif()
+    kx_emulate(${name})
     kx_get_time_limit(limit 120)
     gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT ${limit} ${arg_PROPERTIES})
 endfunction()
