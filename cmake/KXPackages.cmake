@@ -18,14 +18,20 @@ set(kx_package_version "${PROJECT_VERSION}-${kx_revision}")
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_VERSION "${PROJECT_VERSION}")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # each package has one of its own
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 set(CPACK_PRE_BUILD_SCRIPTS "${PROJECT_SOURCE_DIR}/cmake/KXPackageFiles.cmake")
+set(CPACK_POST_BUILD_SCRIPTS "${PROJECT_SOURCE_DIR}/cmake/KXPackageRevise.cmake")
 set(CPACK_PROJECT_CONFIG_FILE "${PROJECT_SOURCE_DIR}/cmake/KXPackageTools.cmake")
-set(CPACK_KXAPI_SOURCE_DIR "${PROJECT_SOURCE_DIR}")
+set(CPACK_KXAPI_DEBIAN_DIR "${PROJECT_SOURCE_DIR}/packaging/debian")
+set(CPACK_KXAPI_CHANGES "${PROJECT_SOURCE_DIR}/CHANGELOG.md")
 set(CPACK_KXAPI_SYSROOT "${CMAKE_SYSROOT}")
+
+# Of these one may be installed for each architecture, side by side.
+set(CPACK_KXAPI_MULTIARCH_SAME runtime development)
 
 set(CPACK_COMPONENTS_ALL runtime development tools)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
@@ -39,6 +45,8 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 
 # What the libraries and programs need is asked of dpkg-shlibdeps, except for the libraries that are packaged here.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 foreach(library KXAPI_Events KXAPI_OS_ABS KXAPI_Hardware KXAPI_Utility)
     get_target_property(folder ${library} BINARY_DIR)
     list(APPEND CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${folder}")
@@ -46,9 +54,7 @@ endforeach()
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME "libkxapi-events${PROJECT_VERSION_MAJOR}")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_GENERATE_SHLIBS ON)
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_MULTIARCH same)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${PROJECT_SOURCE_DIR}/packaging/debian/triggers")
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "event layer of an embedded operator terminal
 The libraries number and name events, carry them between threads, and turn
 keys, mouse, wheel and rotary encoder, of a keypad on the CAN bus too, into
@@ -61,7 +67,6 @@ set(kx_runtime_dependency "${CPACK_DEBIAN_RUNTIME_PACKAGE_NAME} (= ${kx_package_
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libkxapi-events-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_MULTIARCH same)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${kx_runtime_dependency}, libboost-thread-dev (>= 1.74)")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "event layer of an embedded operator terminal, for development
 The libraries number and name events, carry them between threads, and turn

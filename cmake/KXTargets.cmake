@@ -21,6 +21,12 @@ if(KXAPI_SANITIZE)
         -fsanitize=${KXAPI_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(KXAPI_build_flags INTERFACE -fsanitize=${KXAPI_SANITIZE})
 endif()
+if(KXAPI_PACKAGES)
+    # As Debian builds its own packages; and they do not tell where they were built.
+    target_compile_options(KXAPI_build_flags INTERFACE
+        -fstack-protector-strong -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 "-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.")
+    target_link_options(KXAPI_build_flags INTERFACE LINKER:-z,relro,-z,now)
+endif()
 
 set(KXAPI_INCLUDE_DIR "${CMAKE_INSTALL_INCLUDEDIR}/KXAPI")
 
