@@ -144,7 +144,7 @@ void ActionPanel::paintEvent(QPaintEvent* /*event*/) {
 
 void ActionPanel::paintTile(QPainter& painter, const QRect& area, int tile) const {
     painter.setPen(Theme::quietText());
-    painter.setFont(Theme::font(10, true));
+    painter.setFont(Theme::font(11, true));
     painter.drawText(area, Qt::AlignTop | Qt::AlignLeft, QString::fromLatin1(titles[tile]));
     painter.setPen(colourOfTile(tile, numbers[tile]));
     painter.setFont(Theme::font(sizesFor(*this).number, true));
@@ -153,7 +153,7 @@ void ActionPanel::paintTile(QPainter& painter, const QRect& area, int tile) cons
 
 void ActionPanel::paintBudget(QPainter& painter, const QRect& area) const {
     painter.setPen(Theme::quietText());
-    painter.setFont(Theme::font(11));
+    painter.setFont(Theme::font(12));
     const QString text =
         QStringLiteral("%1 \u00b5s of %2 ms").arg(usedMicroseconds).arg(budgetMicroseconds / 1000);
     painter.drawText(area.adjusted(0, 0, 0, -area.height() / 2), Qt::AlignLeft | Qt::AlignBottom, text);

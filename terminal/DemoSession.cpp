@@ -43,11 +43,13 @@ void DemoSession::start() {
 void DemoSession::writeScript() {
     tapKey(pauseMs, Qt::Key_Home, tapMs);
 
+    then(pauseMs, [this] { window.showPage(Page::TimeLine); });
     tapKey(pauseMs, Qt::Key_Escape, tapMs);
     tapKey(doubleTapGapMs, Qt::Key_Escape, tapMs);
 
     tapKey(pauseMs, Qt::Key_End, holdMs);
 
+    then(pauseMs, [this] { window.showPage(Page::Encoder); });
     for (int step = 0; step < 12; ++step)
         tapKey(step == 0 ? pauseMs : 12, Qt::Key_Up, 6);
 
@@ -55,6 +57,7 @@ void DemoSession::writeScript() {
         turnWheel(gapMs, 1);
     turnWheel(pauseMs, -2);
 
+    then(pauseMs, [this] { window.showPage(Page::Events); });
     touchSoftKey(pauseMs, 5, tapMs);
 
     touchSoftKey(pauseMs, 2, tapMs);
