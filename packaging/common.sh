@@ -84,6 +84,30 @@ apt_run() {
         >"$apt_log" 2>&1 </dev/null
 }
 
+# find_release: sets $release to the name of this machine's release of Debian.
+find_release() {
+    release=$(. /etc/os-release && echo "${VERSION_CODENAME:-}")
+    [ -n "$release" ] || die "/etc/os-release does not tell which release of Debian this is"
+}
+
+# archive_address: where this machine has its own packages from.
+# shellcheck disable=SC2016 # apt fills these in
+archive_address() {
+    apt-get indextargets --format '$(REPO_URI)' \
+        'Created-By: Packages' 'Origin: Debian' 'Component: main' "Codename: $release" | head -n 1
+}
+
+# find_archive: sets $archive to the address from which packages of $release come.
+find_archive() {
+    archive=$(archive_address)
+    if [ -z "$archive" ]; then
+        # The address is known with the package lists only, which small systems throw away.
+        update_package_lists
+        archive=$(archive_address)
+    fi
+    [ -n "$archive" ] || die "apt's sources on this machine do not name the archive of Debian $release"
+}
+
 # configure PRESET: once; from then on the build notices changes of the CMake files by itself, but not of presets.
 configure() {
     local folder="$root/build/$1"
