@@ -305,3 +305,23 @@ TEST(RecordingReaderTest, TellsWhyAFileCannotBeRead) {
     EXPECT_EQ("/nowhere/day.kxr: No such file or directory", errorOfFile("/nowhere/day.kxr"));
     EXPECT_EQ("/: cannot be read to its end", errorOfFile("/"));
 }
+
+TEST(RecordingReaderTest, TheExampleOfTheManualIsARecording) {
+    std::ifstream manual(KX_RECORDING_MANUAL);
+    std::string example;
+    for (std::string line; std::getline(manual, line);) {
+        const bool isExample = line == "    kxrecording 1" || (!example.empty() && line.substr(0, 4) == "    ");
+        if (isExample)
+            example += line.substr(4) + "\n";
+        else if (!example.empty())
+            break;
+    }
+    const Outcome outcome = outcomeOf(example);
+    EXPECT_EQ("", outcome.error);
+    EXPECT_THAT(outcome.warnings, IsEmpty());
+    EXPECT_EQ(15U, outcome.session.entries.size());
+    std::string again;
+    for (const Entry& entry : outcome.session.entries)
+        again += format(entry) + "\n";
+    EXPECT_EQ(example.substr(std::min(example.find("15721300"), example.size())), again);
+}
