@@ -88,7 +88,7 @@ TEST_F(KXReplayProgram, prints_the_events_of_a_recording_and_nothing_else) {
 TEST_F(KXReplayProgram, prints_the_events_of_a_log_whatever_desktop_there_is) {
     const std::string file = folder.write("a.log", keypadLog);
     for (const char* const desktop : {"", "QT_QPA_PLATFORM=xcb DISPLAY=:99 ", "QT_QPA_PLATFORM=nothing ",
-                                      "env -i PATH=/usr/bin:/bin LD_LIBRARY_PATH=\"$LD_LIBRARY_PATH\" "}) {
+                                      "env -u HOME -u DISPLAY -u XDG_RUNTIME_DIR "}) {
         EXPECT_EQ(runShell(std::string(desktop) + "\"$KXREPLAY\" a.log"), 0) << desktop;
         EXPECT_EQ(output, keypadEvents);
         EXPECT_EQ(errors, "") << desktop;

@@ -27,6 +27,9 @@ namespace {
 
 using Write = std::function<void(const std::string&)>;
 
+// So many are played in a moment on any machine.
+constexpr std::size_t fewLines = 1000;
+
 void tell(const std::string& line) {
     std::fprintf(stderr, "%s\n", line.c_str());
 }
@@ -81,7 +84,7 @@ public:
 private:
     void play(const Player::Options& options, const Player::Take& take) const {
         std::optional<Progress> progress;
-        if (!showsByItself())
+        if (session.entries.size() > fewLines && !showsByItself())
             progress.emplace("kxreplay", "lines played", session.entries.size());
         Player(session, options).play(take, [&progress] {
             if (progress)
