@@ -65,6 +65,10 @@ def moves(take):
     return None if set(posted[1:-1]) == {"MOUSE_MOVE 1"} else f"it made {', '.join(posted)}"
 
 
+def has_turn_of_two(take):
+    return None if any("count=2" in turn.rest for turn in take.toolkit("WHEEL")) else "each turn was of one detent"
+
+
 A_LITTLE_LONGER = ("mousedown", 1, "sleep", 2.05, "mouseup", 1)
 
 POINTER = [
@@ -105,4 +109,6 @@ POINTER = [
     Gesture("wheel-back-and-forth", "Quick detents of the wheel in both directions: none cancels another.",
             operator(*["click", "--repeat", 4, "--delay", 20, 4, "click", "--repeat", 4, "--delay", 20, 5] * 2),
             turns(*[*[UP] * 4, *[DOWN] * 4] * 2)),
+    Gesture("wheel-two-at-once", "The demo of the terminal, which turns the wheel by two detents at once.",
+            lambda stage: stage.terminal.wait(), has_turn_of_two, arguments=("--demo",)),
 ]
