@@ -31,11 +31,11 @@ constexpr int eventsPerSecond = 200;
 constexpr int updatesPerPage = 25;
 constexpr int eventsPerUpdate = eventsPerSecond * DisplayPace::shortestIntervalMs / 1000;
 
-// Instrumented code is several times as slow.
+// Instrumented or emulated code is several times as slow.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr double slowness = 8;
 #else
-constexpr double slowness = 1;
+constexpr double slowness = KX_TIME_SCALE;
 #endif
 constexpr double medianLimitMs = 20 * slowness;
 constexpr double worstLimitMs = 100 * slowness;
