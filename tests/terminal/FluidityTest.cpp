@@ -33,7 +33,7 @@ constexpr int eventsPerUpdate = eventsPerSecond * DisplayPace::shortestIntervalM
 
 // Instrumented or emulated code is several times as slow.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr double slowness = 8;
+constexpr double slowness = 16; // was seen to be 40 times as slow where whole stacks are noted
 #else
 constexpr double slowness = KX_TIME_SCALE;
 #endif
