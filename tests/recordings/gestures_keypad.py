@@ -2,7 +2,7 @@
 
 import os
 
-from gestures_keys import DOWN, END, ESCAPE, HOME, UP, holds, posts, taps
+from gestures_keys import DOWN, END, ESCAPE, HOME, UP, holds, posts, posts_and, taps, wraps_within
 from stage import FIRST_KEYS, KEY_BITS, KEYPAD_KEYS, KNOB, SECOND_KEYS, Gesture, key_frame, knob_frame
 
 SMALL_KEYPAD = os.path.join(os.path.dirname(os.path.abspath(__file__)), "small.keypad")
@@ -53,6 +53,21 @@ def touch_keypad(stage):
     stage.operator("click", "--repeat", 3, "--delay", 400, 5)
 
 
+def keys_without_focus(stage):
+    no_window = 0
+    stage.operator("windowfocus", no_window, "sleep", 0.2)
+    stage.play((0, key_frame(FIRST_KEYS, END)), (0.1, key_frame(FIRST_KEYS)), (0.2, knob_frame(1)),
+               (0.4, knob_frame(2)))
+    stage.operator("windowfocus", stage.window, "sleep", 0.3)
+    stage.play((0, key_frame(FIRST_KEYS, HOME)), (0.1, key_frame(FIRST_KEYS)), (0.2, knob_frame(1)))
+
+
+def holds_across_wrap(stage):
+    stage.wait_until_wrap(1.2)
+    stage.play((0, key_frame(FIRST_KEYS, END)), (0.9, knob_frame(1)), (1.5, knob_frame(2)),
+               (2.5, key_frame(FIRST_KEYS)))
+
+
 def small_frame(position):
     return f"1CFE0A01#00{position:02X}0000"
 
@@ -96,6 +111,14 @@ KEYPAD = [
             frames((0, "18FF0004#FFFFFFFFFFFFFFFF"), (0.1, key_frame(FIRST_KEYS, END)), (0.15, "123#FF"),
                    (0.2, key_frame(FIRST_KEYS)), (0.3, "18FF0001#00")),
             posts(*taps(END))),
+    Gesture("keypad-without-focus",
+            "A key and the knob while the window is not active, which are lost; then a key and the knob turned back.",
+            keys_without_focus, posts(*taps(HOME), step(DOWN))),
+    Gesture("wrap-in-keypad-hold",
+            "The 32-bit tick begins again while a key of the keypad is held and the knob turned.",
+            holds_across_wrap,
+            posts_and(wraps_within("KEY_PRESS", "KEY_RELEASE"), "KEY_PRESS 6", step(UP), step(UP), *holds(END)[1:]),
+            wraps_after=5),
     Gesture("keypad-touched", "The keypad of the window, touched: a long press, a tap and the knob.", touch_keypad,
             posts(*holds(ESCAPE), *taps(F1), *[step(DOWN)] * 3)),
 ]

@@ -69,6 +69,13 @@ def has_turn_of_two(take):
     return None if any("count=2" in turn.rest for turn in take.toolkit("WHEEL")) else "each turn was of one detent"
 
 
+def loses_focus(stage):
+    """Another program takes the keyboard away while a key and a button are down."""
+    no_window = 0
+    stage.operator("keydown", "Home", "sleep", 0.3, "mousedown", 1, "sleep", 0.3, "windowfocus", no_window, "sleep",
+                   0.3, "keyup", "Home", "mouseup", 1)
+
+
 A_LITTLE_LONGER = ("mousedown", 1, "sleep", 2.05, "mouseup", 1)
 
 POINTER = [
@@ -100,6 +107,8 @@ POINTER = [
     Gesture("mouse-drag", "Moves while a button is down.",
             operator("mousedown", 1, *["sleep", 0.08, "mousemove_relative", "--", -15, 4] * 6, "mouseup", 1,
                      "mousemove", *MIDDLE), moves),
+    Gesture("focus-lost", "A key and a button are down when the window stops being active: release and escape.",
+            loses_focus, posts("KEY_PRESS 1", "MOUSE_PRESS 1", "MOUSE_ESCAPE 1", "KEY_RELEASE 1")),
     Gesture("wheel-slow", "Detents of the wheel with rests between them.",
             operator("click", "--repeat", 3, "--delay", 400, 4, "click", "--repeat", 2, "--delay", 400, 5),
             turns(UP, UP, UP, DOWN, DOWN)),

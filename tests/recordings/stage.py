@@ -71,7 +71,7 @@ class Stage:
         except Exception:
             self.kill()
             raise
-        self.operator, self.point_at = operator.do, operator.point_at
+        self.operator, self.point_at, self.window = operator.do, operator.point_at, operator.window
         time.sleep(SETTLED_SECONDS)
 
     def touch(self, point):
