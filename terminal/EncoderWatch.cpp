@@ -5,11 +5,12 @@
 #include "terminal/InputSettings.h"
 
 void watchEncoder(EncoderView& view, InputSettings& settings) {
-    const auto showTable = [&view] {
-        const KX::KXEncoderDynamic& encoder = *KX::KXEncoderDynamic::instance();
-        view.setSpeedTable(encoder.getDynamicParameters(), encoder.getUserFactor());
-    };
-    QObject::connect(&settings, &InputSettings::changed, &view, showTable);
-    showTable();
+    QObject::connect(&settings, &InputSettings::changed, &view, [&view] { showSpeedTable(view); });
+    showSpeedTable(view);
     view.setStepTimeSource([] { return KX::KXEncoderDynamic::instance()->getTimeGap(); });
+}
+
+void showSpeedTable(EncoderView& view) {
+    const KX::KXEncoderDynamic& encoder = *KX::KXEncoderDynamic::instance();
+    view.setSpeedTable(encoder.getDynamicParameters(), encoder.getUserFactor());
 }

@@ -7,3 +7,6 @@ class InputSettings;
 /// time of the present step. On the thread that reports input, as the encoder's dynamics lock nothing. Both
 /// must outlive what is shown.
 void watchEncoder(EncoderView& view, InputSettings& settings);
+
+/// Shows the library's speed table as it is now.
+void showSpeedTable(EncoderView& view);

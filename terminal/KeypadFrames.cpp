@@ -6,6 +6,7 @@ namespace {
 
 // The frame has an identifier of 29 bits.
 constexpr std::uint32_t extendedFrame = 0x80000000U;
+constexpr std::uint32_t identifierBits = 0x1FFFFFFFU;
 
 } // namespace
 
@@ -23,6 +24,23 @@ bool KeypadFrames::isPressed(int entry) const {
 KX::KXCANMessage KeypadFrames::turn(bool up) {
     counter = static_cast<std::uint16_t>(up ? counter + 1 : counter - 1);
     return frame(layout.encoderCANId);
+}
+
+std::optional<bool> KeypadFrames::keyIn(const KX::KXCANMessage& message, int entry) const {
+    const KX::KeyOptionsCANRemote& key = layout.keys[entry];
+    if (!KeyLayout::isUsed(key) || static_cast<std::uint32_t>(key.canId) != (message.canId & identifierBits))
+        return std::nullopt;
+    return (message.canData[key.byteIndex] >> key.bitIndex & 1U) != 0;
+}
+
+std::optional<int> KeypadFrames::detentsIn(const KX::KXCANMessage& message) const {
+    if (!KeyLayout::hasEncoder(layout) || layout.encoderCANId != (message.canId & identifierBits))
+        return std::nullopt;
+    const int low = layout.encoderByteIndex;
+    const int high = layout.encoderLittleEndian ? low + 1 : low - 1;
+    const unsigned int position = message.canData[low] | static_cast<unsigned int>(message.canData[high]) << 8U;
+    const std::uint32_t detent = layout.encoderMask & (~layout.encoderMask + 1);
+    return static_cast<int>((position & layout.encoderMask) / detent);
 }
 
 KX::KXCANMessage KeypadFrames::frame(std::uint32_t identifier) const {

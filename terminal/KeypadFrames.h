@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 
 /// The electronics of a keypad on the CAN bus: knows which keys are down and where the knob stands, and makes the
 /// frames that tell of it.
@@ -21,6 +22,10 @@ public:
 
     /// Turns the knob by one detent. Its counter has 16 bits and wraps.
     KX::KXCANMessage turn(bool up);
+
+    /// What a frame of such a keypad tells of a key, or of the knob's counter in detents; nothing when it is not theirs.
+    std::optional<bool> keyIn(const KX::KXCANMessage& message, int entry) const;
+    std::optional<int> detentsIn(const KX::KXCANMessage& message) const;
 
 private:
     KX::KXCANMessage frame(std::uint32_t identifier) const;

@@ -40,6 +40,11 @@ QSize KeypadKnob::minimumSizeHint() const {
     return {124, 110};
 }
 
+void KeypadKnob::showPosition(int detents) {
+    position = detents % detentsPerTurn;
+    update();
+}
+
 void KeypadKnob::turnBy(int detents) {
     for (int step = 0; step < std::abs(detents); ++step)
         emit turned(detents > 0);

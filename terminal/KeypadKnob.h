@@ -14,6 +14,9 @@ public:
 
     explicit KeypadKnob(QWidget* parent = nullptr);
 
+    /// Draws it as it stands after so many detents; nothing is told of a turn.
+    void showPosition(int detents);
+
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
 

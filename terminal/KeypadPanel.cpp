@@ -13,6 +13,7 @@
 #include <QPainter>
 
 #include <algorithm>
+#include <optional>
 
 namespace {
 
@@ -79,6 +80,16 @@ void KeypadPanel::hideEvent(QHideEvent* event) {
         setKey(entry, false);
     }
     QWidget::hideEvent(event);
+}
+
+void KeypadPanel::showFrame(const KX::KXCANMessage& frame) {
+    for (int entry = 0; entry < keys.size(); ++entry) {
+        const std::optional<bool> isDown = frames.keyIn(frame, entry);
+        if (isDown && keys[entry] != nullptr)
+            keys[entry]->setDown(*isDown);
+    }
+    if (const std::optional<int> detents = frames.detentsIn(frame))
+        turningKnob->showPosition(*detents);
 }
 
 void KeypadPanel::showFault(const QString& text) {

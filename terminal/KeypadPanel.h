@@ -28,6 +28,9 @@ public:
 
     KeypadKnob& knob() const;
 
+    /// Shows what another keypad of this layout sent: which keys are down, and where the knob stands. Sends nothing.
+    void showFrame(const KX::KXCANMessage& frame);
+
     /// Says why frames do not get onto the bus any more.
     void showFault(const QString& text);
     QString fault() const;

@@ -1,6 +1,7 @@
 #include "terminal/SessionPlayer.h"
 
 #include "input/KXInputEventManager.h"
+#include "tools/keylayout/KeyLayout.h"
 #include "tools/recording/RecordedCalls.h"
 
 #include <algorithm>
@@ -37,6 +38,14 @@ void SessionPlayer::start() {
 
 unsigned int SessionPlayer::tick() const {
     return static_cast<unsigned int>(std::min(sessionTime(), endTime()));
+}
+
+KX::CANRemoteOptions SessionPlayer::keypadLayout() const {
+    for (const Recording::Entry& entry : session.entries) {
+        if (const auto* const keypad = std::get_if<Recording::Keypad>(&entry.input))
+            return *keypad->layout;
+    }
+    return KeyLayout::empty();
 }
 
 std::uint64_t SessionPlayer::sessionTime() const {
@@ -80,19 +89,38 @@ void SessionPlayer::waitFor(std::uint64_t timeMs) {
     timer.start(static_cast<int>(std::clamp(std::ceil(restOfWait), 0.0, 1e9)));
 }
 
+// One overload for each kind of input, so that a new one is not forgotten.
+struct SessionPlayer::Play {
+    SessionPlayer& player;
+    unsigned int tick;
+
+    void operator()(const KX::KXToolkitEvent& event) const {
+        Recording::repeatCall(event, player.manager);
+    }
+    void operator()(const Recording::NumberSetting& setting) const {
+        player.applySetting(setting);
+    }
+    void operator()(const Recording::SpeedTable& table) const {
+        Recording::repeatCall(table, player.manager);
+        emit player.speedTableChanged();
+    }
+    void operator()(const Recording::KeyMapping& mapping) const {
+        Recording::repeatCall(mapping, player.manager);
+    }
+    void operator()(const Recording::Frame& frame) const {
+        emit player.framePassed(frame.message);
+    }
+    void operator()(const Recording::Pass& /*pass*/) const {
+        player.pass(tick);
+    }
+    // The library listens to no keypad in a replay, see above.
+    void operator()(const Recording::Keypad& /*keypad*/) const {}
+    void operator()(const Recording::End& /*end*/) const {}
+};
+
 void SessionPlayer::play(const Recording::Entry& entry) {
     makePassesUntil(entry.timeMs);
-    const Recording::Input& input = entry.input;
-    if (const auto* const event = std::get_if<KX::KXToolkitEvent>(&input))
-        Recording::repeatCall(*event, manager);
-    else if (const auto* const setting = std::get_if<Recording::NumberSetting>(&input))
-        applySetting(*setting);
-    else if (const auto* const table = std::get_if<Recording::SpeedTable>(&input))
-        Recording::repeatCall(*table, manager);
-    else if (const auto* const mapping = std::get_if<Recording::KeyMapping>(&input))
-        Recording::repeatCall(*mapping, manager);
-    else if (std::holds_alternative<Recording::Pass>(input))
-        pass(entry.tick());
+    std::visit(Play{*this, entry.tick()}, entry.input);
 }
 
 void SessionPlayer::makePassesUntil(std::uint64_t timeMs) {

@@ -45,11 +45,20 @@ public:
         return session.entries.size();
     }
 
+    /// The first layout of a keypad in the session; one without keys and knob when there is none.
+    KX::CANRemoteOptions keypadLayout() const;
+
 signals:
+    /// A frame was left out, see above.
+    void framePassed(const KX::KXCANMessage& frame);
+
+    void speedTableChanged();
     void progressed();
     void finished();
 
 private:
+    struct Play;
+
     void playWhatIsDue();
     void play(const Recording::Entry& entry);
     void makePassesUntil(std::uint64_t timeMs);

@@ -7,6 +7,7 @@
 #include "terminal/ActionPanel.h"
 #include "terminal/DemoSession.h"
 #include "terminal/DisplayPace.h"
+#include "terminal/EncoderView.h"
 #include "terminal/EncoderWatch.h"
 #include "terminal/EventModel.h"
 #include "terminal/EventPrinter.h"
@@ -182,6 +183,11 @@ void Terminal::openReplay() {
         std::move(session), settings.speed, *manager, gate, [this](const Recording::NumberSetting& setting) {
             inputSettings.set(settingOf(setting), static_cast<int>(setting.value));
         });
+    QObject::connect(player.get(), &SessionPlayer::speedTableChanged, &window.encoder(),
+                     [this] { showSpeedTable(window.encoder()); });
+    KeypadPanel& keypad = window.keypad();
+    keypad.setLayoutOfKeys(player->keypadLayout());
+    QObject::connect(player.get(), &SessionPlayer::framePassed, &keypad, &KeypadPanel::showFrame);
 }
 
 KX::CANRemoteOptions readLayout(const QString& file) {

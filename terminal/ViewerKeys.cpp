@@ -35,6 +35,10 @@ std::optional<KX::KXInputEvent> viewerEvent(const KX::KXToolkitEvent& report) {
         event.eventType = event.keyCode == KeyCodes::up || event.keyCode == KeyCodes::down ? KX::ENCODER_MOVE_EVENT
                                                                                            : KX::KEY_PRESS_EVENT;
         return event;
+    case KX::TOOLKIT_KEY_RELEASE_EVENT:
+        event.keyCode = keyCodeOf(report.osKeyCode);
+        event.eventType = KX::KEY_RELEASE_EVENT;
+        return event;
     default:
         return std::nullopt;
     }

@@ -221,11 +221,14 @@ class Settings(unittest.TestCase):
         done = self.run_kxterminal("--keypad", path)
         self.assertEqual((0, ""), (done.returncode, done.stderr))
 
+    def check_bus_refused(self, done, message):
+        self.check_refused(done, "kxterminal: " + message)
+
     def test_a_bus_that_cannot_be_opened_is_told_in_one_line(self):
         missing = "unix:" + os.path.join(self.folder, "missing", "bus")
-        self.check_refused(self.run_kxterminal("--can-bus", missing), missing + ": there is no such folder")
+        self.check_bus_refused(self.run_kxterminal("--can-bus", missing), missing + ": there is no such folder")
         file = "unix:" + self.layout("")
-        self.check_refused(self.run_kxterminal("--can-bus", file), file + ": there is a file that is no socket")
+        self.check_bus_refused(self.run_kxterminal("--can-bus", file), file + ": there is a file that is no socket")
         for bus in ("unix:", "unix:/" + "x" * 108, "nonesuch0", "x" * 20):
             with self.subTest(bus=bus):
                 done = self.run_kxterminal("--can-bus", bus)
@@ -235,7 +238,7 @@ class Settings(unittest.TestCase):
 
     def test_the_environment_names_the_bus_and_the_option_is_stronger(self):
         named = "unix:" + os.path.join(self.folder, "named", "bus")
-        self.check_refused(self.run_kxterminal(KX_CAN_BUS_0=named), named + ": there is no such folder")
+        self.check_bus_refused(self.run_kxterminal(KX_CAN_BUS_0=named), named + ": there is no such folder")
         chosen = "unix:" + os.path.join(self.folder, "chosen")
         self.assertEqual(0, self.run_kxterminal("--can-bus", chosen, KX_CAN_BUS_0=named).returncode)
 
