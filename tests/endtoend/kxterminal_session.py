@@ -2,7 +2,6 @@
 
 import os
 import queue
-import re
 import signal
 import struct
 import subprocess
@@ -10,7 +9,8 @@ import tempfile
 import threading
 import time
 import unittest
-from typing import NamedTuple
+
+from printed_event import LIBRARY_LINE, Event
 
 KXTERMINAL = os.environ["KXTERMINAL"]
 
@@ -19,33 +19,6 @@ GENEROUS_SECONDS = 60
 
 # Long enough for anything that the worker thread posts by time (it passes every 100 ms) to be printed.
 QUIET_SECONDS = 0.7
-
-
-class Event(NamedTuple):
-    time: int
-    name: str
-    event_class: int
-    key: int
-    os_key: int
-    value: int
-    count: int
-    data: tuple
-
-    PATTERN = re.compile(r"(\d+) (\S+) class=(-?\d+) key=(-?\d+) os=(-1|0x[0-9a-f]+) value=(-?\d+) count=(-?\d+) "
-                         r"data=(\d+),(\d+),(\d+),(\d+)")
-
-    @classmethod
-    def parse(cls, line):
-        match = cls.PATTERN.fullmatch(line)
-        if match is None:
-            raise AssertionError(f"not the line of an event: {line!r}")
-        time_stamp, name, event_class, key, os_key, value, count, *data = match.groups()
-        return cls(int(time_stamp), name, int(event_class), int(key), int(os_key, 0), int(value), int(count),
-                   tuple(map(int, data)))
-
-
-# What the library itself says on standard output, between the events.
-LIBRARY_LINE = re.compile(r"KXInputEventManager::|KXActionQueue::|Key \d+, KeyCode: |ENCODER (UP|DOWN)")
 
 
 class Display:
