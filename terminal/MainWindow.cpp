@@ -117,7 +117,9 @@ void MainWindow::showCount() {
 
 void MainWindow::showEvents(const ClassifiedEvents& events) {
     showCount();
-    screen->showInput(events.back());
+    // All of them: the encoder's numbers stay when something else comes behind in the same batch.
+    for (const KX::KXInputEvent& event : events)
+        screen->showInput(event);
     softKeys->showEvents(events);
     if (!replayName.isNull())
         return;

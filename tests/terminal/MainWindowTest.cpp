@@ -104,6 +104,25 @@ protected:
 
 } // namespace
 
+TEST_F(MainWindowTest, AMoveOfTheEncoderIsShownThoughSomethingElseComesWithIt) {
+    KX::KXInputEvent move;
+    move.eventType = KX::ENCODER_MOVE_EVENT;
+    move.value = 236;
+    KX::KXInputEvent release;
+    release.eventType = KX::MOUSE_RELEASE_EVENT;
+    model.append({move});
+    model.append({release});
+    const QImage oneByOne = window.findChild<OperatorScreen*>()->grab().toImage();
+
+    EventModel otherModel;
+    MainWindow other(otherModel, settings);
+    other.resize(window.size());
+    other.show();
+    QCoreApplication::processEvents();
+    otherModel.append({move, release});
+    EXPECT_EQ(oneByOne, other.findChild<OperatorScreen*>()->grab().toImage());
+}
+
 TEST_F(MainWindowTest, FitsTheSmallestScreenOfATerminal) {
     window.resize(800, 480);
     EXPECT_EQ(QSize(800, 480), window.size());
