@@ -44,10 +44,13 @@ install_all() {
     [ -z "$(dpkg --audit)" ] || fail "dpkg finds something wrong"
 }
 
-loader_knows_libraries() {
-    local name
+# Asked is the loader of the architecture, for which an ldconfig of another one does nothing.
+loader_finds_libraries() {
+    local loader name
+    loader=$(readelf -l /usr/bin/kxterminal | sed -n 's/.*interpreter: \(.*\)\]/\1/p')
+    "${emulator[@]}" "$loader" --list /usr/bin/kxterminal | tee /kx/found
     for name in Events OS_ABS Hardware Utility; do
-        ldconfig -p | grep "libKXAPI_$name\.so\.1 .*/$triplet/" || fail "the loader does not find libKXAPI_$name.so.1"
+        grep "libKXAPI_$name\.so\.1 => .*/$triplet/" /kx/found || fail "the loader does not find libKXAPI_$name.so.1"
     done
 }
 
@@ -124,7 +127,7 @@ leave_nothing() {
 
 check "$architecture: Debian has all that the packages need" suffice_with_debian
 check "$architecture: the packages can be installed" install_all
-check "$architecture: the loader finds the libraries" loader_knows_libraries
+check "$architecture: the loader finds the libraries" loader_finds_libraries
 for program in kxcan kxreplay kxterminal; do
     check "$architecture: $program runs" says_version "$program"
 done
