@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace {
 
@@ -62,7 +63,7 @@ qreal widthOf(const QString& text) {
 } // namespace
 
 SpanPainter::SpanPainter(QPainter& target, const QRectF& row)
-    : painter(target), rowArea(row), bars(barArea(row)) {}
+    : painter(target), rowArea(row), bars(barArea(row)), bandUsed(row.left()) {}
 
 QRectF SpanPainter::barArea(const QRectF& row) {
     const qreal height = std::min(row.height() - bandHeight - barInset, barTallest);
@@ -164,7 +165,7 @@ void SpanPainter::drawLength(const Span& span, const Extent& extent, KeyTimeLine
     painter.drawText(room, Qt::AlignCenter, text);
 }
 
-// A dimension line from press to press. Its text stands on it, or behind it where it is too short.
+// A dimension line from press to press. Its text stands on it, or where it is too short behind it, or before it.
 void SpanPainter::drawGap(const Span& span, const Extent& extent) {
     const qreal from = middleOfPixel(extent.previousPress);
     const qreal to = middleOfPixel(extent.left);
@@ -175,17 +176,21 @@ void SpanPainter::drawGap(const Span& span, const Extent& extent) {
     painter.setFont(labelFont());
     painter.drawLine(QPointF(from, y - 4), QPointF(from, y + 4));
     painter.drawLine(QPointF(to, y - 4), QPointF(to, y + 4));
+    const qreal bandUsedBefore = std::exchange(bandUsed, to);
     for (const QString& text : gapTexts(span)) {
         const qreal width = widthOf(text);
         const bool fitsOn = to - from >= width + 14;
-        if (!fitsOn && extent.next - to < width + 10)
+        const bool fitsBehind = extent.next - to >= width + 10;
+        if (!fitsOn && !fitsBehind && from - bandUsedBefore < width + 10)
             continue;
-        const qreal textLeft = fitsOn ? (from + to - width) / 2 : to + 5;
-        const QRectF place(textLeft, y - bandHeight / 2, width + 2, bandHeight);
-        painter.drawText(place, Qt::AlignLeft | Qt::AlignVCenter, text);
+        const qreal beside = fitsBehind ? to + 5 : from - 5 - width;
+        const qreal textLeft = fitsOn ? (from + to - width) / 2 : beside;
+        painter.drawText(QRectF(textLeft, y - bandHeight / 2, width + 2, bandHeight),
+                         Qt::AlignLeft | Qt::AlignVCenter, text);
         painter.drawLine(QPointF(from, y), QPointF(fitsOn ? textLeft - 3 : to, y));
         if (fitsOn)
             painter.drawLine(QPointF(textLeft + width + 3, y), QPointF(to, y));
+        bandUsed = std::max(to, textLeft + width);
         return;
     }
     painter.drawLine(QPointF(from, y), QPointF(to, y));

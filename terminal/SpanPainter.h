@@ -44,4 +44,5 @@ private:
     const QRectF rowArea;
     const QRectF bars;
     qreal lastMark = -std::numeric_limits<qreal>::infinity();
+    qreal bandUsed; // how far the room above the bars is taken
 };

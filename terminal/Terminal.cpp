@@ -279,6 +279,8 @@ bool Terminal::endSession() {
 
 int Terminal::writePicture() {
     QImageWriter writer(settings.screenshotFile, "PNG");
+    // A text that has just changed may have asked for another place.
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
     if (writer.write(window.grab().toImage()))
         return 0;
     std::fprintf(stderr, "kxterminal: --screenshot: cannot write %s: %s\n",

@@ -174,6 +174,27 @@ TEST_F(SessionPlayerTest, WithoutRecordedPassesTheLastStepsComeOutToo) {
     EXPECT_THAT(posted[0], testing::HasSubstr("ENCODER_MOVE_EVENT"));
 }
 
+TEST_F(SessionPlayerTest, WithoutRecordedPassesAFrameOfTheKeypadBringsOne) {
+    const std::string keypad = "1000 set keypad key 1 code 0 byte 0 bit 0 id 18FF0001\n";
+    const std::string held = "1000 toolkit TOOLKIT_KEY_PRESS_EVENT os=0x1000000\n(0000000001.055000) can0 123#00\n"
+                             "4000 toolkit TOOLKIT_KEY_RELEASE_EVENT os=0x1000000\n";
+    const Lines listening = play(sessionOf(keypad + held));
+    ASSERT_EQ(4U, listening.size());
+    EXPECT_THAT(listening[1], testing::HasSubstr("3055 KEY_LONG_PRESS_EVENT")) << "the beat begins anew";
+    const Lines deaf = play(sessionOf(held));
+    ASSERT_EQ(4U, deaf.size());
+    EXPECT_THAT(deaf[1], testing::HasSubstr("3000 KEY_LONG_PRESS_EVENT"));
+}
+
+TEST_F(SessionPlayerTest, WithoutRecordedPassesItGoesOnFor200MsOrToTheEndIfThatIsLater) {
+    const std::string held = "1000 toolkit TOOLKIT_KEY_PRESS_EVENT os=0x1000000\n";
+    const std::string wheel = " toolkit TOOLKIT_WHEEL_EVENT key=4 count=1\n";
+    EXPECT_THAT(play(sessionOf(held + "2800" + wheel)).back(), testing::HasSubstr("3000 KEY_LONG_PRESS_EVENT"));
+    EXPECT_THAT(play(sessionOf(held + "2799" + wheel)).back(), testing::HasSubstr("2799 ENCODER_MOVE_EVENT"));
+    EXPECT_EQ(1U, play(sessionOf(held + "2999 end\n")).size());
+    EXPECT_EQ(2U, play(sessionOf(held + "3000 end\n")).size());
+}
+
 TEST_F(SessionPlayerTest, WithRecordedPassesNoneIsAdded) {
     const Lines posted =
         play(sessionOf("1000 toolkit TOOLKIT_KEY_PRESS_EVENT os=0x1000000\n2999 pass\n9000 end\n"));
