@@ -3,7 +3,6 @@
 import json
 import os
 import queue
-import re
 import socket
 import subprocess
 import threading
@@ -60,19 +59,22 @@ class Machine:
     def __init__(self, folder, sysroot, build, recordings, display=("-display", "none"), serial=None):
         """folder: where packaging/vm-system has put the kernel; serial: how the emulator names the serial line's
         other end, a log below folder if not told."""
-        self.log = os.path.join(folder, "serial.log")
         self.events, self.control, self.monitor = (Line.make(name) for name in ("events", "control", "monitor"))
+        self.commands = 0
+        self.emulator = self._start(folder, [
+            *self._guarded(), "qemu-system-arm", "-name", "terminal", "-nodefaults", "-no-reboot", *display,
+            *self._hardware(), *self._kernel(folder, build), *self._shares(sysroot, build, recordings),
+            "-serial", serial or f"file:{os.path.join(folder, 'serial.log')}", *self._ports()], serial is not None)
+        self._greet_monitor()
+
+    def _start(self, folder, command, uses_console):
         lines = (self.events, self.control, self.monitor)
-        self.emulator = subprocess.Popen(
-            [*self._guarded(), "qemu-system-arm", "-name", "terminal", "-nodefaults", "-no-reboot", *display,
-             *self._hardware(), *self._kernel(folder, build), *self._shares(sysroot, build, recordings),
-             "-serial", serial or f"file:{self.log}", *self._ports()],
-            pass_fds=[line.there.fileno() for line in lines],
-            stdin=None if serial else subprocess.DEVNULL)
+        with open(os.path.join(folder, "emulator.log"), "wb") as log:
+            emulator = subprocess.Popen(command, pass_fds=[line.there.fileno() for line in lines], stderr=log,
+                                        stdin=None if uses_console else subprocess.DEVNULL)
         for line in lines:
             line.there.close()
-        self.commands = 0
-        self._greet_monitor()
+        return emulator
 
     @staticmethod
     def _guarded():
@@ -133,7 +135,7 @@ class Machine:
         """What a shell command on the machine prints. It has to end, with status 0 and in time."""
         self.commands += 1
         mark = f"done-{self.commands}"
-        self.control.send(f"( {command}\n) </dev/null; echo; echo {mark} $?")
+        self.control.send(f"( {command}\n) </dev/null; status=$?; echo; echo {mark} $status")
         lines = []
         deadline = time.monotonic() + seconds
         while True:
@@ -152,10 +154,9 @@ class Machine:
         self.tell_emulator("input-send-event", events=[
             {"type": "key", "data": {"down": down, "key": {"type": "qcode", "data": name}}}])
 
-    def hold_key(self, name, seconds):
-        self.key(name, True)
-        time.sleep(seconds)
-        self.key(name, False)
+    def tap_key(self, name, half_ms):
+        """The emulator keeps the time: what follows waits its turn there, however busy we are."""
+        self.tell_emulator("send-key", keys=[{"type": "qcode", "data": name}], **{"hold-time": half_ms})
 
     def take_picture(self, path):
         """What is on the screen, as PNG."""

@@ -1,0 +1,90 @@
+"""kxterminal on the virtual terminal, and what it prints."""
+
+import os
+import sys
+import time
+
+from machine import GENEROUS_SECONDS, SCREEN
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+sys.path.insert(0, os.path.join(HERE, "..", "endtoend"))
+
+from picture import size_and_lines  # pylint: disable=wrong-import-position
+from printed_event import LIBRARY_LINE, Event  # pylint: disable=wrong-import-position
+
+# It may be the emulation's first use of all of Qt.
+START_SECONDS = 180
+
+# Long enough for anything that the worker thread posts by time (it passes every 100 ms) to be printed.
+QUIET_SECONDS = 1.5
+
+# The library opens a bus that has come back within about a second.
+RECONNECT_SECONDS = 20
+
+# A blank screen with a cursor has but a few lines that differ.
+VARIED_LINES = 200
+
+
+class Terminal:
+    """A kxterminal on the machine's screen, which records what it does."""
+
+    RECORDING = "/tmp/session.kxr"
+
+    def __init__(self, machine, picture):
+        self.machine = machine
+        self.picture = picture
+        self.event_lines = []  # all that were printed
+        self.shown = (0, 0, 0)
+        machine.run(f"rm -f {self.RECORDING}; (terminal --print --record {self.RECORDING} >/dev/events 2>/dev/ttyAMA0; "
+                    "echo $? >/tmp/terminal.status) &")
+
+    def wait_until_shown(self):
+        deadline = time.monotonic() + START_SECONDS
+        while not self._is_shown():
+            if time.monotonic() > deadline:
+                raise AssertionError(f"there is no window on the screen, whose picture is {self.shown}")
+            time.sleep(0.5)
+        self.wait_for_receivers(1)
+
+    def _is_shown(self):
+        self.machine.take_picture(self.picture)
+        self.shown = size_and_lines(self.picture)
+        return self.shown[:2] == SCREEN and self.shown[2] >= VARIED_LINES
+
+    def wait_for_receivers(self, number):
+        """Waits until so many programs receive frames from the bus."""
+        deadline = time.monotonic() + RECONNECT_SECONDS
+        while (listening := self._receivers()) != number:
+            if time.monotonic() > deadline:
+                raise AssertionError(f"not {number} programs listen to vcan0, but {listening}")
+            time.sleep(0.2)
+
+    def _receivers(self):
+        return int(self.machine.run("cat /proc/net/can/rcvlist_* | grep -c '^ *vcan0 .* raw$' || true"))
+
+    def next_event(self, seconds):
+        deadline = time.monotonic() + seconds
+        while (line := self.machine.events.next(deadline - time.monotonic())) is not None:
+            if not LIBRARY_LINE.match(line):
+                self.event_lines.append(line)
+                return Event.parse(line)
+        return None
+
+    def events_until_quiet(self, at_least):
+        """All events of a gesture that makes at least so many: waits for those, then until nothing follows."""
+        events = []
+        while True:
+            event = self.next_event(GENEROUS_SECONDS if len(events) < at_least else QUIET_SECONDS)
+            if event is None:
+                return events
+            events.append(event)
+
+    def drop_waiting_events(self):
+        while self.next_event(0) is not None:
+            pass
+
+    def end(self):
+        """Its exit status."""
+        self.machine.run("kill $(pidof kxterminal)")
+        return int(self.machine.run("for i in $(seq 300); do cat /tmp/terminal.status 2>/dev/null && break; sleep 0.2; "
+                                    "done"))

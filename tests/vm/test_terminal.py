@@ -1,0 +1,231 @@
+"""What only a whole machine can show: the terminal on a frame buffer, a keyboard of the kernel's and a CAN bus of the
+kernel's, all of it built for the target."""
+
+import time
+import unittest
+
+ESCAPE, HOME, UP, DOWN, END = 0, 1, 4, 5, 6
+ESCAPE_ON_TOOLKIT, HOME_ON_TOOLKIT, END_ON_TOOLKIT, UP_ON_TOOLKIT, DOWN_ON_TOOLKIT = (
+    0x1000000, 0x1000010, 0x1000011, 0x1000013, 0x1000015)
+
+DOUBLE_PRESS_MS = 300
+LONG_PRESS_MS = 2000
+HOLD_SECONDS = 2.3
+
+# How often a gesture is repeated that this machine was too slow to make as fast as it has to be.
+ATTEMPTS = 8
+
+# Frames of the keypad that the terminal has if nobody gives it another one.
+NOTHING_DOWN = "18FF0001#0000000000000000"
+ESCAPE_DOWN = "18FF0001#0100000000000000"
+HOME_DOWN = "18FF0001#8000000000000000"
+FOREIGN_IDENTIFIER = "18FF0004"
+
+
+def knob_at(position):
+    return "18FF0003#0000" + position.to_bytes(2, "little").hex() + "00000000"
+
+
+def presses_of(key, times=1):
+    return [("KEY_PRESS_EVENT", key), ("KEY_RELEASE_EVENT", key)] * times
+
+
+def long_press_of(key):
+    return [(name, key) for name in ("KEY_PRESS_EVENT", "KEY_LONG_PRESS_EVENT", "KEY_LONG_RELEASE_EVENT",
+                                     "KEY_RELEASE_EVENT")]
+
+
+class TerminalTestCase(unittest.TestCase):
+    machine = None   # set by those who start the tests
+    terminal = None
+
+    def setUp(self):
+        # What a test that failed has left.
+        self.terminal.drop_waiting_events()
+
+    def check(self, events, expected, os_key=None):
+        """Names and keys, in order, and that nothing else was printed."""
+        self.assertEqual(list(expected), [(event.name, event.key) for event in events])
+        if os_key is not None:
+            self.assertEqual({os_key}, {event.os_key for event in events})
+
+    def check_printed(self, expected, os_key=None):
+        events = self.terminal.events_until_quiet(len(expected))
+        self.check(events, expected, os_key)
+        return events
+
+    def check_two_quick_presses(self, make_them, key):
+        for _ in range(ATTEMPTS):
+            make_them()
+            events = self.terminal.events_until_quiet(4)
+            self.assertEqual(4, len(events), events)
+            quick = events[2].time - events[0].time <= DOUBLE_PRESS_MS
+            second = "KEY_DOUBLE_PRESS_EVENT" if quick else "KEY_PRESS_EVENT"
+            self.check(events, presses_of(key) + [(second, key), ("KEY_RELEASE_EVENT", key)])
+            if quick:
+                return
+        self.fail("this machine never made two presses within 300 ms")
+
+    def check_long_press(self, put_down, let_go, key, os_key):
+        """Held for 2.3 s, or until a machine that is very busy has noticed."""
+        put_down()
+        held_since = time.monotonic()
+        events = [self.terminal.next_event(20), self.terminal.next_event(20)]
+        self.assertNotIn(None, events, events)
+        time.sleep(max(0, held_since + HOLD_SECONDS - time.monotonic()))
+        let_go()
+        events += self.terminal.events_until_quiet(2)
+        self.check(events, long_press_of(key), os_key)
+        self.assertGreaterEqual(events[1].time - events[0].time, LONG_PRESS_MS)
+        self.assertGreaterEqual(events[3].time - events[0].time, HOLD_SECONDS * 1000 - 100)
+
+    def check_steps(self, steps, key, os_key):
+        events = self.terminal.events_until_quiet(1)
+        self.check(events, [("ENCODER_MOVE_EVENT", key)] * len(events), os_key)
+        while sum(event.count for event in events) < steps:
+            more = self.terminal.events_until_quiet(0)
+            self.assertNotEqual([], more, f"only {events}")
+            events += more
+        self.assertEqual(steps, sum(event.count for event in events), events)
+        return events
+
+    def send(self, *frames):
+        self.machine.run("; ".join(f"cansend vcan0 {frame}" for frame in frames))
+
+    def play(self, gap_seconds, frames):
+        """Puts frames onto the bus in even time."""
+        log = "\\n".join(f"({1 + index * gap_seconds:.6f}) vcan0 {frame}" for index, frame in enumerate(frames))
+        self.machine.run(f"printf '{log}\\n' | canplayer -g 1")
+
+
+class Keyboard(TerminalTestCase):
+    def tap(self, *names, half_ms=40):
+        """So long the key is down, and so long it is up afterwards."""
+        for name in names:
+            self.machine.tap_key(name, half_ms)
+
+    def test_a_tap_is_a_press_and_a_release(self):
+        self.tap("home")
+        events = self.check_printed(presses_of(HOME), HOME_ON_TOOLKIT)
+        self.assertEqual([(3, 0, -1)] * 2, [(event.event_class, event.value, event.count) for event in events])
+
+    def test_two_quick_taps_are_a_press_and_a_double_press(self):
+        self.check_two_quick_presses(lambda: self.tap("esc", "esc"), ESCAPE)
+
+    def test_two_slow_taps_are_two_presses(self):
+        self.tap("esc")
+        time.sleep(1)
+        self.tap("esc")
+        self.check_printed(presses_of(ESCAPE, 2), ESCAPE_ON_TOOLKIT)
+
+    def test_a_held_key_which_repeats_itself_is_a_long_press(self):
+        self.check_long_press(lambda: self.machine.key("end", True), lambda: self.machine.key("end", False), END,
+                              END_ON_TOOLKIT)
+
+    def test_up_and_down_are_steps_of_the_encoder(self):
+        for name, key, os_key in (("up", UP, UP_ON_TOOLKIT), ("down", DOWN, DOWN_ON_TOOLKIT)):
+            with self.subTest(name):
+                self.tap(*[name] * 5, half_ms=20)
+                self.check_steps(5, key, os_key)
+
+
+class Keypad(TerminalTestCase):
+    def test_a_frame_with_a_key_is_a_press_and_one_without_a_release(self):
+        self.send(HOME_DOWN)
+        self.check_printed(presses_of(HOME)[:1], HOME_ON_TOOLKIT)
+        self.send(NOTHING_DOWN)
+        self.check_printed(presses_of(HOME)[1:], HOME_ON_TOOLKIT)
+
+    def test_two_keys_in_one_frame_are_two_presses(self):
+        self.send("18FF0001#8100000000000000", NOTHING_DOWN)
+        events = self.terminal.events_until_quiet(4)
+        self.check(events, [(name, key) for name in ("KEY_PRESS_EVENT", "KEY_RELEASE_EVENT") for key in (ESCAPE, HOME)])
+
+    def test_two_quick_presses_are_a_press_and_a_double_press(self):
+        self.check_two_quick_presses(lambda: self.play(0.05, [HOME_DOWN, NOTHING_DOWN] * 2), HOME)
+
+    def test_a_held_key_is_a_long_press(self):
+        self.check_long_press(lambda: self.send(ESCAPE_DOWN), lambda: self.send(NOTHING_DOWN), ESCAPE,
+                              ESCAPE_ON_TOOLKIT)
+
+    def test_the_knob_counts_every_detent_and_speeds_up(self):
+        detents = 20
+        self.play(0.01, [knob_at(position + 1) for position in range(detents)])
+        events = self.check_steps(detents, UP, UP_ON_TOOLKIT)
+        self.assertGreater(sum(event.value for event in events), detents)
+        self.play(0.3, [knob_at(detents - position - 1) for position in range(3)])
+        self.check_steps(3, DOWN, DOWN_ON_TOOLKIT)
+        self.play(0.01, [knob_at(position) for position in range(detents - 4, -1, -1)])
+        self.check_steps(detents - 3, DOWN, DOWN_ON_TOOLKIT)
+
+
+class Bus(TerminalTestCase):
+    FLOOD = 2000
+
+    def test_a_bus_that_goes_down_and_comes_back_loses_no_key(self):
+        self.send(HOME_DOWN)
+        self.check_printed(presses_of(HOME)[:1])
+        self.addCleanup(self.machine.run, "ip link set vcan0 up")
+        self.machine.run("ip link set vcan0 down")
+        self.terminal.wait_for_receivers(0)
+        # The key is still down, as far as anybody knows, so it has become a long press meanwhile or does now.
+        self.check_printed([("KEY_LONG_PRESS_EVENT", HOME)])
+        self.machine.tap_key("end", 40)
+        self.check_printed(presses_of(END))
+        self.machine.run("ip link set vcan0 up")
+        self.terminal.wait_for_receivers(1)
+        self.send(NOTHING_DOWN)
+        self.check_printed([("KEY_LONG_RELEASE_EVENT", HOME), ("KEY_RELEASE_EVENT", HOME)], HOME_ON_TOOLKIT)
+        self.send(ESCAPE_DOWN, NOTHING_DOWN)
+        self.check_printed(presses_of(ESCAPE), ESCAPE_ON_TOOLKIT)
+
+    def test_a_flood_of_other_frames_hides_and_makes_no_key(self):
+        self.machine.run(f"(cangen vcan0 -g 1 -n {self.FLOOD} -e -I {FOREIGN_IDENTIFIER} -L 8 -D r; "
+                         "echo ended >/tmp/flood) &")
+        taps = 6
+        self.play(0.4, [HOME_DOWN, NOTHING_DOWN] * taps)
+        self.machine.run("for i in $(seq 250); do [ -e /tmp/flood ] && break; sleep 0.2; done; cat /tmp/flood")
+        self.check_printed(presses_of(HOME, taps), HOME_ON_TOOLKIT)
+        self.send(ESCAPE_DOWN, NOTHING_DOWN)
+        self.check_printed(presses_of(ESCAPE), ESCAPE_ON_TOOLKIT)
+
+
+class Afterwards(TerminalTestCase):
+    """The session has ended."""
+
+    def test_1_the_terminal_ends_cleanly_when_it_is_told_to(self):
+        self.assertEqual([], self.terminal.events_until_quiet(0))
+        self.assertEqual(0, self.terminal.end())
+
+    def test_2_the_kernel_repeated_the_held_key(self):
+        repeats = self.machine.run(f"grep -c AUTO_REPEAT_PRESS_EVENT.*os={END_ON_TOOLKIT:#x} {self.terminal.RECORDING}")
+        self.assertGreater(int(repeats), 5)
+
+    def test_3_every_frame_of_the_flood_reached_the_terminal(self):
+        frames = self.machine.run(f"grep -c ' {FOREIGN_IDENTIFIER}#' {self.terminal.RECORDING}")
+        self.assertEqual(Bus.FLOOD, int(frames))
+
+    def test_4_the_recorded_session_replays_as_it_was_printed(self):
+        replayed = self.machine.run(f"$KX_BUILD/tools/kxreplay/kxreplay {self.terminal.RECORDING}").splitlines()
+        self.maxDiff = None
+        self.assertEqual(self.terminal.event_lines, replayed)
+
+
+class Programs(TerminalTestCase):
+    """Without the terminal."""
+
+    def test_recordings_of_other_machines_replay_to_the_byte(self):
+        for name in ("minute", "wrap-in-hold", "keypad-knob-wraps"):
+            with self.subTest(name):
+                self.machine.run(f"$KX_BUILD/tools/kxreplay/kxreplay /recordings/{name}.kxr >/tmp/out && "
+                                 f"cmp /tmp/out /recordings/{name}.expected")
+
+    def test_the_tests_of_a_real_can_bus_pass(self):
+        output = self.machine.run("$KX_BUILD/tests/platform_linux/platform_linux_hardware_test "
+                                  "--gtest_filter=KXSocketCANTest.* 2>&1")
+        self.assertNotIn("SKIPPED", output)
+        self.assertRegex(output, r"\[  PASSED  \] [1-9]")
+
+
+# In this order.
+CASES = (Keyboard, Keypad, Bus, Afterwards, Programs)
