@@ -294,6 +294,17 @@ TEST_F(KXReplayClosestCalls, are_measured_by_the_limits_that_held_then) {
     EXPECT_EQ(calls.longPresses()[0].limitMs, 3000U);
 }
 
+TEST_F(KXReplayClosestCalls, of_long_presses_are_measured_by_the_limit_by_which_they_were_recognised) {
+    const std::string lines = "1000 set long-press 500\n1000" + press + "1650 set long-press 3000\n";
+    EXPECT_TRUE(callsOf(lines + "1660" + release).lateLongPresses().empty()) << "its pass came at 1500";
+    EXPECT_TRUE(callsOf(lines + "4000" + release).longPresses().empty());
+    const auto near =
+        callsOf("1000 set long-press 500\n1000" + press + "1610 set long-press 3000\n1620" + release);
+    ASSERT_EQ(near.longPresses().size(), 1U);
+    EXPECT_EQ(near.longPresses()[0].limitMs, 500U);
+    EXPECT_EQ(near.longPresses()[0].longAfterMs, 500U);
+}
+
 TEST_F(KXReplayClosestCalls, are_the_five_nearest_the_nearest_first) {
     std::string lines = "0 pass\n";
     unsigned int tick = 1000;

@@ -71,7 +71,7 @@ void ClosestCalls::takePress(const PlayedEvent& played) {
             presses.push_back(call);
     }
     lastPress = event;
-    hold = Hold{event, std::nullopt};
+    hold = Hold{event, std::nullopt, 0};
 }
 
 void ClosestCalls::takeLongPress(const PlayedEvent& played) {
@@ -80,6 +80,7 @@ void ClosestCalls::takeLongPress(const PlayedEvent& played) {
     const unsigned int afterMs = played.event.timeStamp - hold->press.timeStamp;
     const unsigned int limitMs = played.durations.longPressMs;
     hold->longAfterMs = afterMs;
+    hold->longLimitMs = limitMs;
     if (afterMs - limitMs > lateMs)
         lates.push_back({played.event, played.line, afterMs, limitMs, true, afterMs});
 }
@@ -90,7 +91,7 @@ void ClosestCalls::takeRelease(const PlayedEvent& played) {
     const Call call{played.event,
                     played.line,
                     played.event.timeStamp - hold->press.timeStamp,
-                    played.durations.longPressMs,
+                    hold->longAfterMs ? hold->longLimitMs : played.durations.longPressMs,
                     hold->longAfterMs.has_value(),
                     hold->longAfterMs.value_or(0)};
     if (isClose(call))

@@ -47,6 +47,7 @@ private:
     struct Hold {
         KX::KXInputEvent press;
         std::optional<unsigned int> longAfterMs;
+        unsigned int longLimitMs = 0; // that held when it was taken for a long one
     };
 
     void takePress(const PlayedEvent& played);

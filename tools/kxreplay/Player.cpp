@@ -49,6 +49,7 @@ void Player::play(const Take& take, const StepDone& stepDone) {
     for (std::size_t i = 0; i < session.entries.size(); ++i) {
         const Entry& entry = session.entries[i];
         comeTo(entry.timeMs);
+        handOut(i, take); // before a setting can change the durations by which they came out
         std::visit([this](const auto& input) { apply(input); }, entry.input);
         handOut(i, take);
         stepDone();
