@@ -7,13 +7,17 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <csignal>
 #include <cstdlib>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <iterator>
+#include <memory>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -170,6 +174,33 @@ TEST_F(RecordingFileTest, TellsWhyItCannotBeMade) {
 
 TEST_F(RecordingFileTest, ADeviceTakesIt) {
     EXPECT_EQ("it was made", refusalOf("/dev/null"));
+}
+
+TEST_F(RecordingFileTest, APipeThatNobodyReadsIsRefused) {
+    ASSERT_EQ(0, mkfifo(path.c_str(), 0600));
+    EXPECT_EQ(path.string() + ": nobody reads this pipe", refusalOf(path));
+}
+
+TEST_F(RecordingFileTest, APipeTakesItAndWaitsForItsReader) {
+    ASSERT_EQ(0, mkfifo(path.c_str(), 0600));
+    const int reader = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    ASSERT_GE(reader, 0);
+    fcntl(reader, F_SETFL, 0);
+    auto file = std::make_unique<File>(path, "recorder 7");
+    std::thread writer([&file] {
+        // More than a pipe holds.
+        for (unsigned int tick = 10000; tick < 30000; ++tick)
+            EXPECT_TRUE(file->write(tick, Pass()));
+        file.reset(); // the end for the reader
+    });
+    std::size_t count = 0;
+    std::array<char, 4096> buffer{};
+    for (ssize_t size = read(reader, buffer.data(), buffer.size()); size > 0;
+         size = read(reader, buffer.data(), buffer.size()))
+        count += static_cast<std::size_t>(size);
+    writer.join();
+    close(reader);
+    EXPECT_EQ(head.size() + 20000 * std::string("10000 pass\n").size(), count);
 }
 
 TEST_F(RecordingFileTest, IsReadableForWhomTheProcessLets) {

@@ -14,6 +14,21 @@ namespace {
 
 constexpr mode_t accessForAll = 0666; // less what the process' umask takes away
 
+// A pipe that nobody reads would keep the caller until somebody does, deaf to a signal that asks it to end: without
+// waiting, it is refused. What is written later waits for the reader as usual.
+int openToAppend(const std::string& name) {
+    const int descriptor =
+        open(name.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK, accessForAll);
+    if (descriptor >= 0)
+        fcntl(descriptor, F_SETFL, O_APPEND); // the only flag besides that can be set anew; it does not fail
+    return descriptor;
+}
+
+// ENXIO says "No such device or address", which helps nobody.
+std::string whyNotOpened(int error) {
+    return error == ENXIO ? "nobody reads this pipe" : std::strerror(error);
+}
+
 // Whether there is something that must not be lost. A pipe or a device has no size.
 bool holdsSomething(int descriptor) {
     struct stat state {};
@@ -23,9 +38,9 @@ bool holdsSomething(int descriptor) {
 } // namespace
 
 File::File(std::string path, const std::string& program) : name(std::move(path)) {
-    descriptor = open(name.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, accessForAll);
+    descriptor = openToAppend(name);
     if (descriptor < 0)
-        throw std::runtime_error(name + ": " + std::strerror(errno));
+        throw std::runtime_error(name + ": " + whyNotOpened(errno));
     const bool isTaken = holdsSomething(descriptor);
     if (isTaken || !append(std::string(firstLine()) + "\n# written by " + program + "\n")) {
         close(descriptor);
