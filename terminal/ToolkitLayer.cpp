@@ -41,12 +41,16 @@ bool keysBelongToWidget() {
 
 } // namespace
 
-ToolkitLayer::ToolkitLayer(QWidget& watchedWindow, Report reportFunction)
-    : window(watchedWindow), report(std::move(reportFunction)) {
+ToolkitLayer::ToolkitLayer(QWidget& watchedWindow, Report reportFunction, Repeats repeatsOfKeys)
+    : window(watchedWindow), report(std::move(reportFunction)), repeats(repeatsOfKeys) {
     suspicionTimer.setSingleShot(true);
     suspicionTimer.setInterval(suspicionMs);
     connect(&suspicionTimer, &QTimer::timeout, this, &ToolkitLayer::reportSuspectedRelease);
     QCoreApplication::instance()->installEventFilter(this);
+}
+
+ToolkitLayer::Repeats ToolkitLayer::repeatsOfPlatform() {
+    return QGuiApplication::platformName() == QLatin1String("xcb") ? Repeats::MayLookTyped : Repeats::AreMarked;
 }
 
 bool ToolkitLayer::eventFilter(QObject* receiver, QEvent* event) {
@@ -143,6 +147,8 @@ void ToolkitLayer::reportAutoRepeat(const QKeyEvent& event) {
 }
 
 bool ToolkitLayer::mayBeAutoRepeat(const QKeyEvent& release) const {
+    if (repeats == Repeats::AreMarked)
+        return false;
     const auto held = heldKeys.constFind(release.key());
     // What the library posts has no time and is never repeated.
     return held != heldKeys.constEnd() && release.timestamp() != 0 &&

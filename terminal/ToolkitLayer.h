@@ -28,7 +28,8 @@ class QWidget;
 /// - Auto-repeat is reported as such, also where Qt takes it for releases and presses: X11 repeats a held key by
 ///   a release and a press of the same time, and Qt sees that they belong together only when it has got both by
 ///   then. So the release of a key held long enough to be repeated is reported \ref suspicionMs later, with its
-///   own time stamp, or before whatever is reported next.
+///   own time stamp, or before whatever is reported next. On other systems two quick taps that a busy terminal
+///   comes to see late look just like that, and stay taps.
 /// - Mouse buttons are reported and passed on, so that widgets can react. Touches come as the left button. Moves
 ///   are reported while a button is down, every \ref moveDistance pixels, so that a finger at rest is silent.
 /// - The wheel is the encoder wherever the pointer is, and goes no further: one report for each turn by whole
@@ -42,16 +43,23 @@ class ToolkitLayer : public QObject {
 public:
     using Report = std::function<void(KX::KXToolkitEvent&)>;
 
+    enum class Repeats {
+        AreMarked,    ///< by the window system
+        MayLookTyped, ///< as on X11
+    };
+
     static constexpr int moveDistance = 10;
     static constexpr int shortestRepeatDelayMs = 100; ///< no keyboard is set to repeat a key sooner
     static constexpr int suspicionMs = 50;
 
     /// Starts to watch. \p window must outlive the layer; \p report is called on the toolkit's thread.
-    ToolkitLayer(QWidget& window, Report report);
+    ToolkitLayer(QWidget& window, Report report, Repeats repeats = repeatsOfPlatform());
 
     bool eventFilter(QObject* receiver, QEvent* event) override;
 
 private:
+    static Repeats repeatsOfPlatform();
+
     bool nativeWindowGets(QEvent* event);
     bool windowWidgetGets(QEvent* event);
 
@@ -79,6 +87,7 @@ private:
 
     QWidget& window;
     Report report;
+    const Repeats repeats;
     // A release that may turn out to be half of an auto-repeat.
     struct SuspectedRelease {
         int osKeyCode;

@@ -47,7 +47,9 @@ const QPoint outside(width + 5, 200);
 // native window, as the window system would deliver it.
 class ToolkitLayerTest : public testing::Test {
 protected:
-    ToolkitLayerTest() : layer(window, [this](KX::KXToolkitEvent& event) { take(event); }) {
+    explicit ToolkitLayerTest(ToolkitLayer::Repeats repeats = ToolkitLayer::Repeats::MayLookTyped)
+        : layer(
+              window, [this](KX::KXToolkitEvent& event) { take(event); }, repeats) {
         KXSimulation::reset();
         window.resize(width, height);
         button.setGeometry(10, 10, 100, 50);
@@ -111,6 +113,11 @@ protected:
     ToolkitLayer layer;
 };
 
+class MarkedRepeatsTest : public ToolkitLayerTest {
+protected:
+    MarkedRepeatsTest() : ToolkitLayerTest(ToolkitLayer::Repeats::AreMarked) {}
+};
+
 } // namespace
 
 TEST_F(ToolkitLayerTest, ReportsAKeyWithTheToolkitsCodeAndTheTick) {
@@ -143,6 +150,16 @@ TEST_F(ToolkitLayerTest, AReleaseAndAPressOfTheSameTimeAreAutoRepeat) {
     const Reported repeatPress{KX::TOOLKIT_KEY_AUTO_REPEAT_PRESS_EVENT, Qt::Key_End};
     EXPECT_THAT(reports, ElementsAre(Reported{KX::TOOLKIT_KEY_PRESS_EVENT, Qt::Key_End}, repeatRelease,
                                      repeatPress, repeatRelease, repeatPress));
+}
+
+TEST_F(MarkedRepeatsTest, TwoTapsThatWereReadLateStayTaps) {
+    for (const unsigned long time : {1000UL, 1100UL}) {
+        sendKey(QEvent::KeyPress, time);
+        sendKey(QEvent::KeyRelease, 1100);
+    }
+    const Reported press{KX::TOOLKIT_KEY_PRESS_EVENT, Qt::Key_End};
+    const Reported release{KX::TOOLKIT_KEY_RELEASE_EVENT, Qt::Key_End};
+    EXPECT_THAT(reports, ElementsAre(press, release, press, release));
 }
 
 TEST_F(ToolkitLayerTest, AReleaseThatNoPressFollowsIsReportedWithItsOwnTime) {
