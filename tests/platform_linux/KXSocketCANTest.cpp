@@ -56,7 +56,12 @@ protected:
             return false;
         }
         request.ifr_flags = static_cast<short>(up ? request.ifr_flags | IFF_UP : request.ifr_flags & ~IFF_UP);
-        return ioctl(sender, SIOCSIFFLAGS, &request) == 0;
+        const bool done = ioctl(sender, SIOCSIFFLAGS, &request) == 0;
+        // A socket of an interface that went down says so once: not the next write, please.
+        int error = 0;
+        socklen_t size = sizeof(error);
+        getsockopt(sender, SOL_SOCKET, SO_ERROR, &error, &size);
+        return done;
     }
 
     void sendFrame(canid_t id) const {
