@@ -1,4 +1,4 @@
-"""The virtual terminal: a machine of the target's kind that is emulated here, with a screen, a keyboard and CAN."""
+"""The virtual terminal: a machine of the target's kind, emulated here, with a screen, a keyboard and CAN."""
 
 import json
 import os
@@ -97,7 +97,8 @@ class Machine:
     def _shares(sysroot, build, recordings):
         arguments = []
         for name, path in (("sysroot", sysroot), ("build", build), ("recordings", recordings)):
-            arguments += ["-fsdev", f"local,id={name},path={path.replace(',', ',,')},security_model=none,readonly=on",
+            path = path.replace(",", ",,")
+            arguments += ["-fsdev", f"local,id={name},path={path},security_model=none,readonly=on",
                           "-device", f"virtio-9p-pci,fsdev={name},mount_tag={name}"]
         return arguments
 

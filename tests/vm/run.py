@@ -16,6 +16,7 @@ from test_terminal import CASES, TerminalTestCase
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 TOP = os.path.dirname(os.path.dirname(HERE))
+RECORDINGS = os.path.join(TOP, "tests", "recordings")
 LOG_LINES = 40
 
 
@@ -23,7 +24,8 @@ class Result(unittest.TextTestResult):
     """Also writes what CTest would, so that the results are counted in the same way."""
 
     def __init__(self):
-        super().__init__(unittest.runner._WritelnDecorator(sys.stderr), True, 2)  # pylint: disable=protected-access
+        # pylint: disable-next=protected-access # there is no other one
+        super().__init__(unittest.runner._WritelnDecorator(sys.stderr), True, 2)
         self.cases = []
         self.started = 0.0
 
@@ -97,7 +99,7 @@ def show_logs(folder):
 
 
 def test(arguments):
-    machine = Machine(arguments.folder, arguments.sysroot, arguments.build, os.path.join(TOP, "tests", "recordings"))
+    machine = Machine(arguments.folder, arguments.sysroot, arguments.build, RECORDINGS)
     try:
         good = run_tests(machine, arguments.folder)
     finally:
@@ -109,10 +111,10 @@ def test(arguments):
 
 def keep(arguments):
     print("The screen: a VNC viewer on localhost, display :7. This line is a shell; 'terminal' starts kxterminal\n"
-          "anew, 'cansend vcan0 18FF0001#01' presses a key of the keypad. 'poweroff -f' or Ctrl-A X ends it all.",
-          flush=True)
+          "anew, 'cansend vcan0 18FF0001#8000000000000000' puts a key of the keypad down. 'poweroff -f' or\n"
+          "Ctrl-A X ends it all.", flush=True)
     Machine.LONGEST_SECONDS = 0  # for as long as one likes
-    machine = Machine(arguments.folder, arguments.sysroot, arguments.build, os.path.join(TOP, "tests", "recordings"),
+    machine = Machine(arguments.folder, arguments.sysroot, arguments.build, RECORDINGS,
                       display=("-vnc", "127.0.0.1:7"), serial="mon:stdio")
     try:
         machine.wait_until_up()

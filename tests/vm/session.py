@@ -25,6 +25,11 @@ RECONNECT_SECONDS = 20
 VARIED_LINES = 200
 
 
+def wait_for_file(path):
+    """The shell command that waits until there is something in a file, and prints that."""
+    return f"for i in $(seq 250); do [ -s {path} ] && break; sleep 0.2; done; cat {path}"
+
+
 class Terminal:
     """A kxterminal on the machine's screen, which records what it does."""
 
@@ -35,7 +40,7 @@ class Terminal:
         self.picture = picture
         self.event_lines = []  # all that were printed
         self.shown = (0, 0, 0)
-        machine.run(f"rm -f {self.RECORDING}; (terminal --print --record {self.RECORDING} >/dev/events 2>/dev/ttyAMA0; "
+        machine.run(f"(terminal --print --record {self.RECORDING} >/dev/events 2>/dev/ttyAMA0; "
                     "echo $? >/tmp/terminal.status) &")
 
     def wait_until_shown(self):
@@ -86,5 +91,4 @@ class Terminal:
     def end(self):
         """Its exit status."""
         self.machine.run("kill $(pidof kxterminal)")
-        return int(self.machine.run("for i in $(seq 300); do cat /tmp/terminal.status 2>/dev/null && break; sleep 0.2; "
-                                    "done"))
+        return int(self.machine.run(wait_for_file("/tmp/terminal.status")))
