@@ -146,12 +146,23 @@ void CANSender::send(const KX::KXCANMessage& message) {
     if (message.canLength > longestData) {
         fail("a frame has 0 to 8 bytes of data, not " + std::to_string(message.canLength));
     }
+    if (!isVirtualBus(name)) {
+        forgetOutage();
+    }
     const can_frame frame = toDriversFrame(message);
     const Clock::time_point limit = Clock::now() + patience;
     // A datagram goes as a whole or not at all.
     while (::send(descriptor, &frame, sizeof(frame), MSG_DONTWAIT | MSG_NOSIGNAL) < 0) {
         waitForRoom(errno, limit);
     }
+}
+
+/// The kernel lets the next call fail to tell that the interface went down, be it up again meanwhile. Of one that is
+/// down now the attempt to send tells.
+void CANSender::forgetOutage() const {
+    int error = 0;
+    socklen_t size = sizeof(error);
+    getsockopt(descriptor, SOL_SOCKET, SO_ERROR, &error, &size);
 }
 
 /// Waits until it may be worth trying again after \p error.

@@ -30,7 +30,7 @@ public:
     /// buffer, or that of the interface, is full, but no longer than the longest wait.
     /// \throws std::runtime_error  the wait was in vain, the receiver or the interface is gone, or the frame has
     ///                             more than 8 bytes; it was not sent. A receiver that comes back is found by a
-    ///                             new sender only
+    ///                             new sender only; an interface that comes up again is used again
     void send(const KX::KXCANMessage& frame);
 
 private:
@@ -39,6 +39,7 @@ private:
     [[noreturn]] void fail(const std::string& reason) const;
     void openVirtualBus(const std::string& path);
     void openInterface();
+    void forgetOutage() const;
     void waitForRoom(int error, Clock::time_point limit) const;
 
     const std::string name;
