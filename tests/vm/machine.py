@@ -151,13 +151,27 @@ class Machine:
             raise AssertionError(f"{command}: status {line.split()[1]}\n{output}")
         return output
 
+    def _send_input(self, *events):
+        self.tell_emulator("input-send-event", events=[{"type": kind, "data": data} for kind, data in events])
+
     def key(self, name, down):
-        self.tell_emulator("input-send-event", events=[
-            {"type": "key", "data": {"down": down, "key": {"type": "qcode", "data": name}}}])
+        self._send_input(("key", {"down": down, "key": {"type": "qcode", "data": name}}))
 
     def tap_key(self, name, half_ms):
         """The emulator keeps the time: what follows waits its turn there, however busy we are."""
         self.tell_emulator("send-key", keys=[{"type": "qcode", "data": name}], **{"hold-time": half_ms})
+
+    def touch(self, x, y, seconds=0.1):
+        """The left button at a point of the screen."""
+        self._send_input(("abs", {"axis": "x", "value": self._on_tablet(x, SCREEN[0])}),
+                         ("abs", {"axis": "y", "value": self._on_tablet(y, SCREEN[1])}))
+        self._send_input(("btn", {"button": "left", "down": True}))
+        time.sleep(seconds)
+        self._send_input(("btn", {"button": "left", "down": False}))
+
+    @staticmethod
+    def _on_tablet(position, length):
+        return position * 0x7fff // length
 
     def take_picture(self, path):
         """What is on the screen, as PNG."""

@@ -21,6 +21,7 @@ ATTEMPTS = 8
 KXREPLAY = "$KX_BUILD/tools/kxreplay/kxreplay"
 
 # Frames of the keypad that the terminal has if nobody gives it another one.
+DRAWN_ESCAPE = (48, 323)  # where it is on the screen
 NOTHING_DOWN = "18FF0001#0000000000000000"
 ESCAPE_DOWN = "18FF0001#0100000000000000"
 HOME_DOWN = "18FF0001#8000000000000000"
@@ -64,17 +65,18 @@ class TerminalTestCase(unittest.TestCase):
         """Without waiting for more, which a key that is down would make by and by."""
         self.check([self.terminal.next_event(GENEROUS_SECONDS)], [expected], os_key)
 
-    def check_two_quick_presses(self, make_them, key):
+    def check_two_presses(self, make_them, key, quick):
+        """A machine that is very busy may see quick ones too late, and slow ones together."""
         for _ in range(ATTEMPTS):
             make_them()
             events = self.terminal.events_until_quiet(4)
             self.assertEqual(4, len(events), events)
-            quick = events[2].time - events[0].time <= DOUBLE_PRESS_MS
-            second = "KEY_DOUBLE_PRESS_EVENT" if quick else "KEY_PRESS_EVENT"
+            were_quick = events[2].time - events[0].time <= DOUBLE_PRESS_MS
+            second = "KEY_DOUBLE_PRESS_EVENT" if were_quick else "KEY_PRESS_EVENT"
             self.check(events, presses_of(key) + [(second, key), ("KEY_RELEASE_EVENT", key)])
-            if quick:
+            if were_quick == quick:
                 return
-        self.fail("this machine never made two presses within 300 ms")
+        self.fail("this machine was never fast enough")
 
     def check_long_press(self, put_down, let_go, key, os_key):
         """Held for 2.3 s, or until a machine that is very busy has noticed."""
@@ -120,13 +122,14 @@ class Keyboard(TerminalTestCase):
         self.assertEqual([(3, 0, -1)] * 2, [(event.event_class, event.value, event.count) for event in events])
 
     def test_two_quick_taps_are_a_press_and_a_double_press(self):
-        self.check_two_quick_presses(lambda: self.tap("esc", "esc"), ESCAPE)
+        self.check_two_presses(lambda: self.tap("esc", "esc"), ESCAPE, quick=True)
 
     def test_two_slow_taps_are_two_presses(self):
-        self.tap("esc")
-        time.sleep(1)
-        self.tap("esc")
-        self.check_printed(presses_of(ESCAPE, 2), ESCAPE_ON_TOOLKIT)
+        def tap_slowly():
+            self.tap("esc")
+            time.sleep(1)
+            self.tap("esc")
+        self.check_two_presses(tap_slowly, ESCAPE, quick=False)
 
     def test_a_held_key_which_repeats_itself_is_a_long_press(self):
         self.check_long_press(lambda: self.machine.key("end", True), lambda: self.machine.key("end", False), END,
@@ -153,11 +156,15 @@ class Keypad(TerminalTestCase):
         self.check(events, [(name, key) for name in names for key in (ESCAPE, HOME)])
 
     def test_two_quick_presses_are_a_press_and_a_double_press(self):
-        self.check_two_quick_presses(lambda: self.play(0.05, [HOME_DOWN, NOTHING_DOWN] * 2), HOME)
+        self.check_two_presses(lambda: self.play(0.05, [HOME_DOWN, NOTHING_DOWN] * 2), HOME, quick=True)
 
     def test_a_held_key_is_a_long_press(self):
         self.check_long_press(lambda: self.send(ESCAPE_DOWN), lambda: self.send(NOTHING_DOWN), ESCAPE,
                               ESCAPE_ON_TOOLKIT)
+
+    def test_a_touch_of_a_drawn_key_is_a_key_and_no_mouse_input(self):
+        self.machine.touch(*DRAWN_ESCAPE)
+        self.check_printed(presses_of(ESCAPE), ESCAPE_ON_TOOLKIT)
 
     def test_the_knob_counts_every_detent_and_speeds_up(self):
         detents = 20
@@ -192,6 +199,12 @@ class Bus(TerminalTestCase):
         self.send(NOTHING_DOWN)
         self.check_printed(presses_of(HOME)[1:], HOME_ON_TOOLKIT)
 
+    def test_the_drawn_keypad_sends_on_when_the_bus_is_back(self):
+        self.take_down()
+        self.bring_up()
+        self.machine.touch(*DRAWN_ESCAPE)
+        self.check_printed(presses_of(ESCAPE), ESCAPE_ON_TOOLKIT)
+
     def test_a_key_that_is_held_while_the_bus_is_down_is_released_when_it_is_back(self):
         self.send(ESCAPE_DOWN)
         self.check_next(("KEY_PRESS_EVENT", ESCAPE), ESCAPE_ON_TOOLKIT)
@@ -205,12 +218,13 @@ class Bus(TerminalTestCase):
     def test_a_flood_of_other_frames_hides_and_makes_no_key(self):
         self.machine.run(f"(cangen vcan0 -g 1 -n {self.FLOOD} -e -I {FOREIGN_IDENTIFIER} -L 8 -D r; "
                          "echo ended >/tmp/flood) &")
-        taps = 6
-        self.play(0.4, [HOME_DOWN, NOTHING_DOWN] * taps)
+        taps = 4
+        # In turns: two taps of one key may be quick ones to a machine that is busy.
+        self.play(0.3, [HOME_DOWN, NOTHING_DOWN, ESCAPE_DOWN, NOTHING_DOWN] * taps)
         self.machine.run(wait_for_file("/tmp/flood"))
-        self.check_printed(presses_of(HOME, taps), HOME_ON_TOOLKIT)
-        self.send(ESCAPE_DOWN, NOTHING_DOWN)
-        self.check_printed(presses_of(ESCAPE), ESCAPE_ON_TOOLKIT)
+        self.check_printed((presses_of(HOME) + presses_of(ESCAPE)) * taps)
+        self.send(HOME_DOWN, NOTHING_DOWN)
+        self.check_printed(presses_of(HOME), HOME_ON_TOOLKIT)
 
 
 class Afterwards(TerminalTestCase):
