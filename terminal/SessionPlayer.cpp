@@ -13,17 +13,34 @@ namespace {
 // The worker's own beat, for sessions that do not tell when it passed.
 constexpr std::uint64_t passIntervalMs = 100;
 
-// So long the worker goes on behind the last input of such a session: the last bundle of steps comes out.
+// So long the worker goes on behind the last input of such a session, unless that ends later: the last bundle of
+// steps comes out.
 constexpr std::uint64_t restMs = 200;
 
 // What is due at one moment is played at once, but the window gets its turn in between.
 constexpr std::size_t mostAtOnce = 2000;
 
+bool isInput(const Recording::Entry& entry) {
+    return std::holds_alternative<KX::KXToolkitEvent>(entry.input) ||
+           std::holds_alternative<Recording::Frame>(entry.input);
+}
+
+std::uint64_t endOf(const Recording::Session& session) {
+    if (session.entries.empty())
+        return 0;
+    const std::uint64_t lastLineMs = session.entries.back().timeMs;
+    if (session.hasPasses)
+        return lastLineMs;
+    const auto lastInput = std::find_if(session.entries.rbegin(), session.entries.rend(), isInput);
+    const Recording::Entry& last = lastInput == session.entries.rend() ? session.entries.front() : *lastInput;
+    return std::max(lastLineMs, last.timeMs + restMs);
+}
+
 } // namespace
 
 SessionPlayer::SessionPlayer(Recording::Session recordedSession, double speed,
                              KX::KXInputEventManager& inputEventManager, InputGate& gate, Set set)
-    : session(std::move(recordedSession)), speedFactor(speed), manager(inputEventManager),
+    : session(std::move(recordedSession)), endMs(endOf(session)), speedFactor(speed), manager(inputEventManager),
       applySetting(std::move(set)), hold(gate) {
     timer.setSingleShot(true);
     timer.setTimerType(Qt::PreciseTimer);
@@ -37,7 +54,7 @@ void SessionPlayer::start() {
 }
 
 unsigned int SessionPlayer::tick() const {
-    return static_cast<unsigned int>(std::min(sessionTime(), endTime()));
+    return static_cast<unsigned int>(std::min(sessionTime(), endMs));
 }
 
 KX::CANRemoteOptions SessionPlayer::keypadLayout() const {
@@ -55,12 +72,6 @@ std::uint64_t SessionPlayer::sessionTime() const {
     return session.entries.front().timeMs + static_cast<std::uint64_t>(elapsedMs);
 }
 
-std::uint64_t SessionPlayer::endTime() const {
-    if (session.entries.empty())
-        return 0;
-    return session.entries.back().timeMs + (session.hasPasses ? 0 : restMs);
-}
-
 void SessionPlayer::playWhatIsDue() {
     const std::uint64_t now = sessionTime();
     for (std::size_t count = 0; next < session.entries.size() && session.entries[next].timeMs <= now; ++next) {
@@ -71,10 +82,10 @@ void SessionPlayer::playWhatIsDue() {
         }
         play(session.entries[next]);
     }
-    makePassesUntil(std::min(now, endTime()));
+    makePassesUntil(std::min(now, endMs));
     emit progressed();
-    if (now < endTime()) {
-        waitFor(next < session.entries.size() ? session.entries[next].timeMs : endTime());
+    if (now < endMs) {
+        waitFor(next < session.entries.size() ? session.entries[next].timeMs : endMs);
     } else if (!std::exchange(hasFinished, true)) {
         emit finished();
     }
@@ -92,7 +103,7 @@ void SessionPlayer::waitFor(std::uint64_t timeMs) {
 // One overload for each kind of input, so that a new one is not forgotten.
 struct SessionPlayer::Play {
     SessionPlayer& player;
-    unsigned int tick;
+    std::uint64_t timeMs;
 
     void operator()(const KX::KXToolkitEvent& event) const {
         Recording::repeatCall(event, player.manager);
@@ -109,18 +120,21 @@ struct SessionPlayer::Play {
     }
     void operator()(const Recording::Frame& frame) const {
         emit player.framePassed(frame.message);
+        player.makePassOfFrame(timeMs);
     }
     void operator()(const Recording::Pass& /*pass*/) const {
-        player.pass(tick);
+        player.pass(static_cast<unsigned int>(timeMs));
     }
-    // The library listens to no keypad in a replay, see above.
-    void operator()(const Recording::Keypad& /*keypad*/) const {}
+    // The library listens to no keypad in a replay, see above; its worker passes as if it did.
+    void operator()(const Recording::Keypad& /*keypad*/) const {
+        player.listensToBus = true;
+    }
     void operator()(const Recording::End& /*end*/) const {}
 };
 
 void SessionPlayer::play(const Recording::Entry& entry) {
     makePassesUntil(entry.timeMs);
-    std::visit(Play{*this, entry.tick()}, entry.input);
+    std::visit(Play{*this, entry.timeMs}, entry.input);
 }
 
 void SessionPlayer::makePassesUntil(std::uint64_t timeMs) {
@@ -130,6 +144,14 @@ void SessionPlayer::makePassesUntil(std::uint64_t timeMs) {
         lastPassMs += passIntervalMs;
         pass(static_cast<unsigned int>(lastPassMs));
     }
+}
+
+// A frame ends the wait of a worker that listens, and the next wait begins with its pass.
+void SessionPlayer::makePassOfFrame(std::uint64_t timeMs) {
+    if (session.hasPasses || !listensToBus)
+        return;
+    lastPassMs = timeMs;
+    pass(static_cast<unsigned int>(timeMs));
 }
 
 void SessionPlayer::pass(unsigned int tick) {

@@ -62,12 +62,13 @@ private:
     void playWhatIsDue();
     void play(const Recording::Entry& entry);
     void makePassesUntil(std::uint64_t timeMs);
+    void makePassOfFrame(std::uint64_t timeMs);
     void pass(unsigned int tick);
     std::uint64_t sessionTime() const;
-    std::uint64_t endTime() const;
     void waitFor(std::uint64_t timeMs);
 
     const Recording::Session session;
+    const std::uint64_t endMs;
     const double speedFactor;
     KX::KXInputEventManager& manager;
     const Set applySetting;
@@ -76,5 +77,6 @@ private:
     QTimer timer;
     std::size_t next = 0;
     std::uint64_t lastPassMs = 0; // of a session without recorded passes
+    bool listensToBus = false;    // as the recorded library did
     bool hasFinished = false;
 };
