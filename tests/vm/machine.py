@@ -51,7 +51,7 @@ class Line:
 
 
 class Machine:
-    """Runs until close() is called, or this process ends."""
+    """To be used with 'with': it runs until the end of that, or of this process."""
 
     # Nobody waits longer than this, whatever happens.
     LONGEST_SECONDS = 900
@@ -65,7 +65,17 @@ class Machine:
             *self._guarded(), "qemu-system-arm", "-name", "terminal", "-nodefaults", "-no-reboot", *display,
             *self._hardware(), *self._kernel(folder, build), *self._shares(sysroot, build, recordings),
             "-serial", serial or f"file:{os.path.join(folder, 'serial.log')}", *self._ports()], serial is not None)
-        self._greet_monitor()
+        try:
+            self._greet_monitor()
+        except BaseException:
+            self.close()
+            raise
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.close()
 
     def _start(self, folder, command, uses_console):
         lines = (self.events, self.control, self.monitor)

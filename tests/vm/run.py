@@ -99,13 +99,13 @@ def show_logs(folder):
 
 
 def test(arguments):
-    machine = Machine(arguments.folder, arguments.sysroot, arguments.build, RECORDINGS)
+    good = False
     try:
-        good = run_tests(machine, arguments.folder)
+        with Machine(arguments.folder, arguments.sysroot, arguments.build, RECORDINGS) as machine:
+            good = run_tests(machine, arguments.folder)
     finally:
-        machine.close()
-    if not good:
-        show_logs(arguments.folder)
+        if not good:
+            show_logs(arguments.folder)
     return 0 if good else 1
 
 
@@ -114,14 +114,11 @@ def keep(arguments):
           "anew, 'cansend vcan0 18FF0001#8000000000000000' puts a key of the keypad down. 'poweroff -f' or\n"
           "Ctrl-A X ends it all.", flush=True)
     Machine.LONGEST_SECONDS = 0  # for as long as one likes
-    machine = Machine(arguments.folder, arguments.sysroot, arguments.build, RECORDINGS,
-                      display=("-vnc", "127.0.0.1:7"), serial="mon:stdio")
-    try:
+    with Machine(arguments.folder, arguments.sysroot, arguments.build, RECORDINGS,
+                 display=("-vnc", "127.0.0.1:7"), serial="mon:stdio") as machine:
         machine.wait_until_up()
         machine.run("terminal >/dev/null 2>&1 &")
         return machine.emulator.wait()
-    finally:
-        machine.close()
 
 
 def parse_arguments():
