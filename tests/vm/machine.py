@@ -171,12 +171,14 @@ class Machine:
         """The emulator keeps the time: what follows waits its turn there, however busy we are."""
         self.tell_emulator("send-key", keys=[{"type": "qcode", "data": name}], **{"hold-time": half_ms})
 
-    def touch(self, x, y, seconds=0.1):
+    def touch(self, x, y):
         """The left button at a point of the screen."""
         self._send_input(("abs", {"axis": "x", "value": self._on_tablet(x, SCREEN[0])}),
                          ("abs", {"axis": "y", "value": self._on_tablet(y, SCREEN[1])}))
+        # Qt takes a move and a press that it reads together for a press where the pointer was before.
+        time.sleep(1)
         self._send_input(("btn", {"button": "left", "down": True}))
-        time.sleep(seconds)
+        time.sleep(0.1)
         self._send_input(("btn", {"button": "left", "down": False}))
 
     @staticmethod

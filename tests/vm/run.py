@@ -50,6 +50,7 @@ class Result(unittest.TextTestResult):
                                           status="fail" if problems else "run")
             if problems:
                 ElementTree.SubElement(case, "failure", message="").text = "\n".join(problems)
+        ElementTree.indent(suite)  # they are counted by lines
         ElementTree.ElementTree(suite).write(path, encoding="utf-8", xml_declaration=True)
 
 
