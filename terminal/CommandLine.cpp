@@ -44,8 +44,8 @@ struct Options {
                                              "'encoder id 18FF0002 byte 0 little mask FFFF up 4 down 5'."),
                               QStringLiteral("FILE")};
     QCommandLineOption record{QStringLiteral("record"),
-                              QStringLiteral("Write every input with its tick into FILE, which must not be there "
-                                             "yet. kxreplay plays it."),
+                              QStringLiteral("Write every input with its tick into FILE, which must not hold "
+                                             "anything yet. kxreplay plays it."),
                               QStringLiteral("FILE")};
     QCommandLineOption replay{QStringLiteral("replay"),
                               QStringLiteral("Play the recording in FILE instead of taking the operator's input."),

@@ -29,8 +29,14 @@ public:
     };
 
 private:
+    void enter(std::unique_lock<std::mutex>& guard);
+    void leave();
+
     std::mutex lock;
-    int holds = 0;           // guarded by lock
-    bool passGoesOn = false; // guarded by lock
+    // All guarded by lock. Who comes first enters first, so that neither side can keep the other out for ever.
+    unsigned int nextNumber = 0;
+    unsigned int servedNumber = 0;
+    int holds = 0;
+    bool passGoesOn = false;
     std::condition_variable changed;
 };

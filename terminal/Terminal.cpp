@@ -26,6 +26,7 @@
 #include "terminal/Theme.h"
 #include "terminal/ToolkitLayer.h"
 #include "terminal/WorkerWatch.h"
+#include "tools/keylayout/FunctionKeys.h"
 #include "tools/keylayout/KeyLayout.h"
 #include "tools/progress/Progress.h"
 #include "tools/recording/RecordingReader.h"
@@ -39,6 +40,7 @@
 
 #include <cstdio>
 #include <exception>
+#include <limits>
 #include <memory>
 
 namespace {
@@ -65,6 +67,17 @@ Recording::NumberSetting recordedSetting(InputSettings::Setting setting, int val
 
 InputSettings::Setting settingOf(const Recording::NumberSetting& setting) {
     return static_cast<InputSettings::Setting>(setting.name);
+}
+
+KX::CANRemoteOptions readLayout(const QString& file) {
+    const KeyLayout::ToolkitKeys keyCodes = KeyLayout::keyCodesOfTerminal();
+    if (file.isEmpty())
+        return KeyLayout::builtIn();
+    try {
+        return KeyLayout::readFile(file.toLocal8Bit().toStdString(), keyCodes);
+    } catch (const std::runtime_error& error) {
+        throw FileError(error.what());
+    }
 }
 
 std::unique_ptr<SessionRecorder> startRecording(const CommandLine& settings) {
@@ -96,6 +109,7 @@ private:
     void handOverSettings();
     void openKeypad();
     void openReplay();
+    void repeatSetting(const Recording::NumberSetting& setting);
     void connectParts();
     void takeReport(KX::KXToolkitEvent& event);
     void connectActions();
@@ -106,6 +120,7 @@ private:
 
     const CommandLine& settings;
     TerminationSignals terminationSignals;
+    const KX::CANRemoteOptions layout; // of the keypad; read before a recording is begun in vain
     KeypadBus bus;
     EventPrinter printer;
     EventModel model;
@@ -128,7 +143,7 @@ private:
 };
 
 Terminal::Terminal(const CommandLine& commandLine)
-    : settings(commandLine), bus(settings.canBus), printer(stdout),
+    : settings(commandLine), layout(readLayout(settings.keypadFile)), bus(settings.canBus), printer(stdout),
       inputSettings([this](InputSettings::Setting setting, int value) {
           return input.deliver(recordedSetting(setting, value));
       }),
@@ -164,6 +179,14 @@ void Terminal::takeReport(KX::KXToolkitEvent& event) {
     window.takeReport(event);
 }
 
+// A duration may be longer than the window can set it.
+void Terminal::repeatSetting(const Recording::NumberSetting& setting) {
+    if (setting.value <= std::numeric_limits<int>::max())
+        inputSettings.set(settingOf(setting), static_cast<int>(setting.value));
+    else
+        Recording::repeatCall(setting, *manager);
+}
+
 void Terminal::openReplay() {
     Recording::Session session;
     try {
@@ -180,9 +203,8 @@ void Terminal::openReplay() {
     replayProgress = std::make_unique<Progress>("kxterminal", "inputs replayed", session.entries.size());
     window.beginReplay(QFileInfo(settings.replayFile).fileName());
     player = std::make_unique<SessionPlayer>(
-        std::move(session), settings.speed, *manager, gate, [this](const Recording::NumberSetting& setting) {
-            inputSettings.set(settingOf(setting), static_cast<int>(setting.value));
-        });
+        std::move(session), settings.speed, *manager, gate,
+        [this](const Recording::NumberSetting& setting) { repeatSetting(setting); });
     QObject::connect(player.get(), &SessionPlayer::speedTableChanged, &window.encoder(),
                      [this] { showSpeedTable(window.encoder()); });
     KeypadPanel& keypad = window.keypad();
@@ -190,19 +212,7 @@ void Terminal::openReplay() {
     QObject::connect(player.get(), &SessionPlayer::framePassed, &keypad, &KeypadPanel::showFrame);
 }
 
-KX::CANRemoteOptions readLayout(const QString& file) {
-    const KeyLayout::ToolkitKeys& toolkitKeys = *KX::KXInputEventManager::getKXtoOSCodeMap();
-    if (file.isEmpty())
-        return KeyLayout::builtIn();
-    try {
-        return KeyLayout::readFile(file.toLocal8Bit().toStdString(), toolkitKeys);
-    } catch (const std::runtime_error& error) {
-        throw FileError(error.what());
-    }
-}
-
 void Terminal::openKeypad() {
-    const KX::CANRemoteOptions layout = readLayout(settings.keypadFile);
     if (const auto problem = KeyLayout::check(layout, *KX::KXInputEventManager::getKXtoOSCodeMap()))
         throw SettingsError("the layout of the keypad: " + problem->text);
     KeypadPanel& keypad = window.keypad();
@@ -273,7 +283,8 @@ int Terminal::run() {
 // Returns whether what was to be recorded is.
 bool Terminal::endSession() {
     const InputGate::Hold hold(gate);
-    pump.takeWaitingEvents();
+    while (manager->hasEvents())
+        pump.takeWaitingEvents();
     return !recorder || recorder->end();
 }
 

@@ -200,6 +200,14 @@ class Files(RecordingTestCase):
         self.check_refused(self.record(self.file), self.file + ": it is there already and is not overwritten")
         self.assertEqual("kxrecording 1\n1000 pass\n1000 end\n", self.read_recording())
 
+    def test_a_start_that_fails_leaves_no_recording_behind(self):
+        layout = os.path.join(self.folder, "bad.keypad")
+        with open(layout, "w", encoding="ascii") as file:
+            file.write("key 1\n")
+        done = self.run_kxterminal("--record", self.file, "--keypad", layout)
+        self.check_refused(done, layout + ":1: 'code' is missing")
+        self.assertFalse(os.path.exists(self.file))
+
     def test_an_empty_file_is_written(self):
         self.write("")
         self.assertEqual((0, ""), ((done := self.record(self.file)).returncode, done.stderr))

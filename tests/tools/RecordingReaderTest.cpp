@@ -63,6 +63,11 @@ TEST(RecordingReaderTest, CommentsAndEmptyLinesMayStandAnywhere) {
     EXPECT_THAT(outcome.warnings, IsEmpty());
 }
 
+TEST(RecordingReaderTest, TheMarkThatEditorsPutBeforeATextDoesNotMatter) {
+    EXPECT_THAT(linesOf(outcomeOf("\xEF\xBB\xBFkxrecording 1\n7 pass\n8 end\n")),
+                ElementsAre("2: 7 pass", "3: 8 end"));
+}
+
 TEST(RecordingReaderTest, LinesMayEndAsOnOtherSystems) {
     std::string text = dayOfAnOperator();
     for (std::size_t end = text.find('\n'); end != std::string::npos; end = text.find('\n', end + 2))

@@ -14,3 +14,12 @@ std::map<int, int> KeyLayout::functionKeys() {
         keys[toolkitF1 + i] = functionKeyCode + i;
     return keys;
 }
+
+std::map<int, int> KeyLayout::keyCodesOfTerminal() {
+    std::map<int, int> keys;
+    for (int keyCode = 0; keyCode < functionKeyCode; ++keyCode)
+        keys[keyCode] = keyCode;
+    for (const auto& [toolkitKey, keyCode] : functionKeys())
+        keys[keyCode] = toolkitKey;
+    return keys;
+}

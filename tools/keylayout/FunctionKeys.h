@@ -11,4 +11,8 @@ constexpr int functionKeyCode = 7;
 /// KXInputEventManager::setKeyMapping takes it. The library has none for them by itself.
 std::map<int, int> functionKeys();
 
+/// For \ref read and \ref check before there is a manager that could tell: all key codes for which the toolkit has a
+/// key in an operator terminal. Of those that the library has by itself it is not said which keys they are.
+std::map<int, int> keyCodesOfTerminal();
+
 } // namespace KeyLayout

@@ -35,14 +35,8 @@ void tell(const std::string& line) {
 }
 
 KX::CANRemoteOptions readKeypad(const std::string& file) {
-    // Which keys the toolkit has for the codes does not matter here, only that it has some.
-    KeyLayout::ToolkitKeys keys;
-    for (int keyCode = 0; keyCode < KeyLayout::functionKeyCode; ++keyCode)
-        keys[keyCode] = keyCode;
-    for (const auto& [toolkitKey, keyCode] : KeyLayout::functionKeys())
-        keys[keyCode] = toolkitKey;
     try {
-        return KeyLayout::readFile(file, keys);
+        return KeyLayout::readFile(file, KeyLayout::keyCodesOfTerminal());
     } catch (const std::runtime_error& error) {
         throw BadInput(error.what());
     }

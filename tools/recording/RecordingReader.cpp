@@ -22,6 +22,9 @@ constexpr unsigned int formatVersion = 1;
 // The flags of frames that the library never gets.
 constexpr std::uint32_t errorOrRemoteFlags = 0x60000000;
 
+// What some editors put before a text in UTF-8.
+constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+
 // Longer than any line that is written, so that a file without line ends is refused before it fills the memory.
 constexpr std::size_t longestLine = 65536;
 
@@ -74,6 +77,8 @@ private:
     }
 
     void takeLine() {
+        if (lineNumber == 1 && line.compare(0, byteOrderMark.size(), byteOrderMark) == 0)
+            line.erase(0, byteOrderMark.size());
         if (isCANLogComment(line))
             return;
         if (std::exchange(isFirst, false) && (isCutFirstLine() || takeVersion()))
