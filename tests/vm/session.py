@@ -33,7 +33,7 @@ def wait_for_file(path):
 class Terminal:
     """A kxterminal on the machine's screen, which records what it does."""
 
-    RECORDING = "/tmp/session.kxr"
+    RECORDING = "/run/session.kxr"
 
     def __init__(self, machine, picture):
         self.machine = machine
@@ -41,7 +41,7 @@ class Terminal:
         self.event_lines = []  # all that were printed
         self.shown = (0, 0, 0)
         machine.run(f"(terminal --print --record {self.RECORDING} >/dev/events 2>/dev/ttyAMA0; "
-                    "echo $? >/tmp/terminal.status) &")
+                    "echo $? >/run/terminal.status) &")
 
     def wait_until_shown(self):
         deadline = time.monotonic() + START_SECONDS
@@ -91,4 +91,4 @@ class Terminal:
     def end(self):
         """Its exit status."""
         self.machine.run("kill $(pidof kxterminal)")
-        return int(self.machine.run(wait_for_file("/tmp/terminal.status")))
+        return int(self.machine.run(wait_for_file("/run/terminal.status")))

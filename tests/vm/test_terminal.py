@@ -218,11 +218,11 @@ class Bus(TerminalTestCase):
 
     def test_a_flood_of_other_frames_hides_and_makes_no_key(self):
         self.machine.run(f"(cangen vcan0 -g 1 -n {self.FLOOD} -e -I {FOREIGN_IDENTIFIER} -L 8 -D r; "
-                         "echo ended >/tmp/flood) &")
+                         "echo ended >/run/flood) &")
         taps = 4
         # In turns: two taps of one key may be quick ones to a machine that is busy.
         self.play(0.3, [HOME_DOWN, NOTHING_DOWN, ESCAPE_DOWN, NOTHING_DOWN] * taps)
-        self.machine.run(wait_for_file("/tmp/flood"))
+        self.machine.run(wait_for_file("/run/flood"))
         self.check_printed((presses_of(HOME) + presses_of(ESCAPE)) * taps)
         self.send(HOME_DOWN, NOTHING_DOWN)
         self.check_printed(presses_of(HOME), HOME_ON_TOOLKIT)
@@ -256,8 +256,8 @@ class Programs(TerminalTestCase):
     def test_recordings_of_other_machines_replay_to_the_byte(self):
         for name in ("minute", "wrap-in-hold", "keypad-knob-wraps"):
             with self.subTest(name):
-                self.machine.run(f"{KXREPLAY} /recordings/{name}.kxr >/tmp/out && "
-                                 f"cmp /tmp/out /recordings/{name}.expected")
+                self.machine.run(f"{KXREPLAY} /recordings/{name}.kxr >/run/out && "
+                                 f"cmp /run/out /recordings/{name}.expected")
 
     def test_the_tests_of_a_real_can_bus_pass(self):
         output = self.machine.run("$KX_BUILD/tests/platform_linux/platform_linux_hardware_test "
