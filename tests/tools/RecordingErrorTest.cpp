@@ -135,17 +135,17 @@ TEST(RecordingErrorTest, AKeyIsMappedTwice) {
 }
 
 TEST(RecordingErrorTest, APartOfAKeypadIsTold) {
-    EXPECT_EQ("keypad, part 1: 'kye' is neither 'key' nor 'encoder'", errorOf("1 set keypad kye 1"));
-    EXPECT_EQ("keypad, part 2: 'id' is missing",
+    EXPECT_EQ("keypad, entry 1: 'kye' is neither 'key' nor 'encoder'", errorOf("1 set keypad kye 1"));
+    EXPECT_EQ("keypad, entry 2: 'id' is missing",
               errorOf("1 set keypad key 1 code 0 byte 0 bit 0 id 18FF0001; key 2 code 0 byte 0 bit 1"));
     EXPECT_EQ(
-        "keypad, part 3: key 2: its bit is that of key 1",
+        "keypad, entry 3: key 2: its bit is that of key 1",
         errorOf("1 set keypad key 1 code 0 byte 0 bit 0 id 18FF0001;;key 2 code 0 byte 0 bit 0 id 18FF0001"));
-    EXPECT_EQ("keypad, part 1: encoder: identifier 0 is never the encoder's",
+    EXPECT_EQ("keypad, entry 1: encoder: identifier 0 is never the encoder's",
               errorOf("1 set keypad encoder id 0 byte 0"));
-    EXPECT_EQ("keypad, part 1: key 1: code 7 is a key code that the toolkit has no key for",
+    EXPECT_EQ("keypad, entry 1: key 1: code 7 is a key code that the toolkit has no key for",
               errorOf("1 set keypad key 1 code 7 byte 0 bit 0 id 18FF0001"));
-    EXPECT_EQ("keypad, part 1: key 1: code -1 is a key code that the toolkit has no key for",
+    EXPECT_EQ("keypad, entry 1: key 1: code -1 is a key code that the toolkit has no key for",
               errorOf("1 set keypad key 1 code -1 byte 0 bit 0 id 18FF0001"));
 }
 

@@ -162,7 +162,7 @@ TEST(RecordingReaderTest, AKeypadMayUseKeysThatWereMappedBefore) {
     const std::string mapping = "1 set key-mapping 0x1000030=7\n";
     const std::string keypad = "1 set keypad key 1 code 7 byte 0 bit 0 id 18FF0001\n";
     EXPECT_EQ("", outcomeOfLines(mapping + keypad).error);
-    EXPECT_EQ("day.kxr:2: keypad, part 1: key 1: code 7 is a key code that the toolkit has no key for",
+    EXPECT_EQ("day.kxr:2: keypad, entry 1: key 1: code 7 is a key code that the toolkit has no key for",
               outcomeOfLines(keypad + mapping).error);
 }
 

@@ -69,11 +69,11 @@ KeyMapping parseKeyMapping(std::string_view words) {
 
 Keypad parseKeypad(std::string_view words, const std::map<int, int>& toolkitKeys) {
     std::string text(words);
-    // The part of the layout in which something is wrong is found by its number.
+    // The entry of the layout in which something is wrong is found by its number.
     std::replace(text.begin(), text.end(), ';', '\n');
     std::istringstream lines(text);
     try {
-        return {std::make_shared<const KX::CANRemoteOptions>(KeyLayout::read(lines, "keypad, part", toolkitKeys))};
+        return {std::make_shared<const KX::CANRemoteOptions>(KeyLayout::read(lines, "keypad, entry", toolkitKeys))};
     } catch (const std::runtime_error& error) {
         std::string what = error.what();
         what.replace(what.find(':'), 1, " ");
