@@ -73,7 +73,8 @@ Keypad parseKeypad(std::string_view words, const std::map<int, int>& toolkitKeys
     std::replace(text.begin(), text.end(), ';', '\n');
     std::istringstream lines(text);
     try {
-        return {std::make_shared<const KX::CANRemoteOptions>(KeyLayout::read(lines, "keypad, entry", toolkitKeys))};
+        return {
+            std::make_shared<const KX::CANRemoteOptions>(KeyLayout::read(lines, "keypad, entry", toolkitKeys))};
     } catch (const std::runtime_error& error) {
         std::string what = error.what();
         what.replace(what.find(':'), 1, " ");
