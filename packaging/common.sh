@@ -123,6 +123,16 @@ configure() {
     fi
 }
 
+# prepare_target PRESET: makes the sysroot, if need be. A build with other libraries than those there are now starts
+# anew: what it made is older than these, though their files may not be.
+prepare_target() {
+    local folder="$root/build/$1"
+    "$packaging/sysroot" || return 1
+    if [ "$root/build/sysroot-armhf/contents" -nt "$folder/CMakeCache.txt" ]; then
+        rm -rf "$folder"
+    fi
+}
+
 # build PRESET [TARGET...]: what has changed since the last time.
 build() {
     configure "$1" || return 1

@@ -114,15 +114,21 @@ void KeyTimeLine::count(Span& span) {
     ++keptEvents;
 }
 
+// The span that the key is in; where no press was seen, a new one.
+KeyTimeLine::Span& KeyTimeLine::spanGoingOn(Lane& lane, Time time) {
+    if (isDown(lane)) {
+        count(lane.spans.back());
+        return lane.spans.back();
+    }
+    Span& span = openSpan(lane, time);
+    span.isPressSeen = false;
+    return span;
+}
+
 // A long press, or the long release that is posted just before the release and bears the tick of the long press.
 void KeyTimeLine::signOfLife(const KX::KXInputEvent& event, Time time, EventKind kind) {
     Lane& lane = laneOf(event);
-    const bool wasDown = isDown(lane);
-    Span& span = wasDown ? lane.spans.back() : openSpan(lane, time);
-    if (wasDown)
-        count(span);
-    else
-        span.isPressSeen = false;
+    Span& span = spanGoingOn(lane, time);
     span.end = std::max(span.end, time);
     if (kind == EventKind::LongRelease) {
         span.isLongRelease = true;
@@ -134,12 +140,7 @@ void KeyTimeLine::signOfLife(const KX::KXInputEvent& event, Time time, EventKind
 
 void KeyTimeLine::release(const KX::KXInputEvent& event, Time time, EventKind kind) {
     Lane& lane = laneOf(event);
-    const bool wasDown = isDown(lane);
-    Span& span = wasDown ? lane.spans.back() : openSpan(lane, time);
-    if (wasDown)
-        count(span);
-    else
-        span.isPressSeen = false;
+    Span& span = spanGoingOn(lane, time);
     // The release may have happened a moment before the long press that was posted before it.
     span.end = std::max(span.start, time);
     span.longPressAt = std::min(span.longPressAt, span.end);

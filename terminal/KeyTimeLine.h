@@ -97,6 +97,7 @@ private:
     Time advanceTo(const KX::KXInputEvent& event);
     Lane& laneOf(const KX::KXInputEvent& event);
     Span& openSpan(Lane& lane, Time time);
+    Span& spanGoingOn(Lane& lane, Time time);
     void press(const KX::KXInputEvent& event, Time time, EventKind kind);
     void signOfLife(const KX::KXInputEvent& event, Time time, EventKind kind);
     void release(const KX::KXInputEvent& event, Time time, EventKind kind);
