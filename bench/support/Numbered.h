@@ -46,6 +46,11 @@ public:
         next = number + 1;
     }
 
+    /// The number that is expected next, which is how many came when none was wrong.
+    std::uint32_t getNext() const {
+        return next;
+    }
+
     std::uint32_t getWrongNumbers() const {
         return wrongNumbers;
     }
