@@ -1,0 +1,132 @@
+#pragma once
+
+#include "bench/support/Numbered.h"
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/post.hpp>
+#include <boost/lockfree/queue.hpp>
+#include <boost/lockfree/spsc_queue.hpp>
+#include <concurrentqueue.h>
+#include <glib.h>
+#include <memory>
+#include <readerwriterqueue.h>
+#include <thread>
+
+namespace Bench {
+
+/// Carries pointers; what they point to is on the heap, as its documents have it.
+class GLibQueue {
+public:
+    using Item = KX::KXSomeEvent;
+
+    ~GLibQueue() {
+        g_async_queue_unref(queue);
+    }
+
+    void post(const Item& holder) {
+        g_async_queue_push(queue, new Item(holder));
+    }
+
+    bool take(OrderCheck& order) {
+        const std::unique_ptr<Item> oldest(static_cast<Item*>(g_async_queue_try_pop(queue)));
+        if (oldest) {
+            order.take(getNumber(*oldest));
+        }
+        return oldest != nullptr;
+    }
+
+private:
+    GAsyncQueue* const queue = g_async_queue_new_full([](gpointer left) { delete static_cast<Item*>(left); });
+};
+
+/// Takes nothing that has a destructor, hence the records.
+class LockfreeQueue {
+public:
+    using Item = Record;
+
+    void post(const Item& record) {
+        queue.push(record);
+    }
+
+    bool take(OrderCheck& order) {
+        Item oldest;
+        const bool taken = queue.pop(oldest);
+        if (taken) {
+            order.take(getNumber(oldest));
+        }
+        return taken;
+    }
+
+private:
+    boost::lockfree::queue<Item> queue{1024};
+};
+
+/// One thread may post, one may take; a full queue makes the one that posts wait.
+class LockfreeRing {
+public:
+    using Item = KX::KXSomeEvent;
+
+    void post(const Item& holder) {
+        while (!queue.push(holder)) {
+            std::this_thread::yield();
+        }
+    }
+
+    bool take(OrderCheck& order) {
+        return queue.consume_one([&order](const Item& front) {
+            const Item oldest(front);
+            order.take(getNumber(oldest));
+        });
+    }
+
+private:
+    boost::lockfree::spsc_queue<Item, boost::lockfree::capacity<1024>> queue;
+};
+
+template<class Queue>
+class MoodycamelQueue {
+public:
+    using Item = KX::KXSomeEvent;
+
+    void post(const Item& holder) {
+        queue.enqueue(holder);
+    }
+
+    bool take(OrderCheck& order) {
+        const bool taken = queue.try_dequeue(oldest);
+        if (taken) {
+            order.take(getNumber(oldest));
+        }
+        return taken;
+    }
+
+private:
+    Queue queue;
+    Item oldest; // kept, since it is assigned to
+};
+
+using ConcurrentQueue = MoodycamelQueue<moodycamel::ConcurrentQueue<KX::KXSomeEvent>>;
+/// One thread may post, one may take.
+using ReaderWriterQueue = MoodycamelQueue<moodycamel::ReaderWriterQueue<KX::KXSomeEvent>>;
+
+/// Runs what is posted; taking runs all that waits.
+class AsioPost {
+public:
+    using Item = KX::KXSomeEvent;
+
+    void post(const Item& holder) {
+        boost::asio::post(context, [this, holder] { order->take(getNumber(holder)); });
+    }
+
+    bool take(OrderCheck& taken) {
+        order = &taken;
+        context.restart();
+        return context.poll() != 0;
+    }
+
+private:
+    boost::asio::io_context context;
+    OrderCheck* order = nullptr; // used by the thread that takes only
+};
+
+} // namespace Bench
