@@ -34,7 +34,5 @@ function(kx_add_bench name)
 endfunction()
 
 foreach(folder queues keys actions names wakeup growth)
-    if(EXISTS "${CMAKE_CURRENT_LIST_DIR}/${folder}/CMakeLists.txt")
-        add_subdirectory(${folder})
-    endif()
+    add_subdirectory(${folder})
 endforeach()
