@@ -1,0 +1,8 @@
+#pragma once
+
+/// Ends one stretch of the program and begins the next: whoever counts instructions looks for calls of this.
+extern "C" void footprintMark();
+
+/// Prints what is mapped where, which tells whose an instruction is. After the last mark.
+/// \return whether that could be done
+bool printMap();

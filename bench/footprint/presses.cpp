@@ -1,0 +1,103 @@
+// Presses a key ten times, a second apart, with the manager's worker kept out of the way. Each press has two stretches:
+// up to the mark after toolkitEventOccurred, and up to the one after getNextEvent.
+
+#include "Mark.h"
+
+#include "events/KXEventType.h"
+#include "input/KXInputEventManager.h"
+#include "platform/linux/os_abs/KXWaitObserver.h"
+
+#include <chrono>
+#include <cstdio>
+#include <future>
+#include <thread>
+
+namespace {
+
+constexpr int escapeOfToolkit = 0x01000000; // Qt::Key_Escape
+constexpr int escape = 0;
+
+/// Keeps the worker between two of its passes, where it holds no lock: a pass during a press would make the press
+/// wait for the manager's mutex, which takes more instructions on some runs than on others.
+class WorkerHold : public KX::KXWaitObserver {
+public:
+    void onWaitBegins() override {}
+
+    void onWaitEnds() override {
+        if (isFirstPass) {
+            isFirstPass = false;
+            held.set_value();
+            end.get_future().wait();
+        }
+    }
+
+    void onPassTick(unsigned int) override {}
+
+    void awaitWorker() {
+        held.get_future().wait();
+        // What it has said, it still has to do: go to sleep. Nothing but the counter's list of system calls depends
+        // on that.
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    }
+
+    void endHold() {
+        end.set_value();
+    }
+
+private:
+    bool isFirstPass = true; // the worker's own
+    std::promise<void> held;
+    std::promise<void> end;
+};
+
+KX::KXToolkitEvent keyEvent(int eventType, unsigned int timeStamp) {
+    KX::KXToolkitEvent event;
+    event.eventType = eventType;
+    event.timeStamp = timeStamp;
+    event.osKeyCode = escapeOfToolkit;
+    return event;
+}
+
+bool isEscape(const KX::KXInputEvent& event, int eventType, unsigned int timeStamp) {
+    if (event.eventType == eventType && event.keyCode == escape && event.timeStamp == timeStamp)
+        return true;
+    std::fprintf(stderr, "expected event %d of key %d at %u, got %d of key %d at %u\n", eventType, escape,
+                 timeStamp, event.eventType, event.keyCode, event.timeStamp);
+    return false;
+}
+
+bool press(KX::KXInputEventManager& manager, unsigned int timeStamp) {
+    KX::KXToolkitEvent event = keyEvent(KX::TOOLKIT_KEY_PRESS_EVENT, timeStamp);
+    footprintMark();
+    manager.toolkitEventOccurred(event);
+    footprintMark();
+    const KX::KXInputEvent taken = manager.getNextEvent();
+    footprintMark();
+    return isEscape(taken, KX::KEY_PRESS_EVENT, timeStamp);
+}
+
+bool release(KX::KXInputEventManager& manager, unsigned int timeStamp) {
+    KX::KXToolkitEvent event = keyEvent(KX::TOOLKIT_KEY_RELEASE_EVENT, timeStamp);
+    manager.toolkitEventOccurred(event);
+    return isEscape(manager.getNextEvent(), KX::KEY_RELEASE_EVENT, timeStamp);
+}
+
+bool pressTenTimes(KX::KXInputEventManager& manager) {
+    for (unsigned int timeStamp = 1000; timeStamp <= 10000; timeStamp += 1000)
+        if (!press(manager, timeStamp) || !release(manager, timeStamp + 50))
+            return false;
+    return !manager.hasEvents();
+}
+
+} // namespace
+
+int main() {
+    WorkerHold hold;
+    KX::KXWaitObserver::set(&hold);
+    auto* const manager = KX::KXInputEventManager::createInstance();
+    hold.awaitWorker();
+    const bool good = pressTenTimes(*manager) && printMap();
+    hold.endHold();
+    KX::KXInputEventManager::deleteInstance();
+    return good ? 0 : 1;
+}
