@@ -11,6 +11,8 @@
 #include <pthread.h>
 #include <sched.h>
 #include <string>
+#include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -45,6 +47,20 @@ void describeThisThread(Report& report) {
     sched_param parameter{};
     pthread_getschedparam(pthread_self(), &report.policy, &parameter);
     report.priority = parameter.sched_priority;
+}
+
+/// Forks once the calling thread has been told its number. The child's child must be told its own, too.
+/// \return 0 when both were right, another number when one was not or there was no child
+int numberDiffersInChild(int generations = 2) {
+    KX::KXThread::getCurrentThreadID();
+    const pid_t child = fork();
+    if (child == 0) {
+        const bool isRight = KX::KXThread::getCurrentThreadID() == static_cast<unsigned int>(getpid());
+        _exit(isRight && (generations == 1 || numberDiffersInChild(generations - 1) == 0) ? 0 : 1);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    return status;
 }
 
 void* reportAndEnd(void* argument) {
@@ -100,6 +116,19 @@ TEST_F(KXThreadTest, keepsANameOfFifteenCharactersWhole) {
 
 TEST_F(KXThreadTest, theMainThreadHasTheNumberOfTheProcess) {
     EXPECT_EQ(KX::KXThread::getCurrentThreadID(), static_cast<unsigned int>(getpid()));
+}
+
+TEST_F(KXThreadTest, theThreadOfAChildHasTheNumberOfTheChild) {
+    EXPECT_EQ(numberDiffersInChild(), 0) << "forked by the main thread";
+    int status = -1;
+    std::thread([&] { status = numberDiffersInChild(); }).join();
+    EXPECT_EQ(status, 0) << "forked by another thread";
+}
+
+TEST_F(KXThreadTest, aThreadKeepsItsNumberWhenItForks) {
+    const unsigned int before = KX::KXThread::getCurrentThreadID();
+    numberDiffersInChild();
+    EXPECT_EQ(KX::KXThread::getCurrentThreadID(), before);
 }
 
 TEST_F(KXThreadTest, isRefusedWithoutAnEntryFunction) {

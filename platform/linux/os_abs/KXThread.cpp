@@ -71,6 +71,26 @@ private:
 /// The object of the calling thread; null for one that was not made here. Only ever compared.
 thread_local const void* ownThread = nullptr;
 
+/// The kernel's number of the calling thread; 0 until it is known. Asked for with every posted action, so it has a
+/// place among what every thread is born with, which is found without a call.
+thread_local unsigned int ownID __attribute__((tls_model("initial-exec"))) = 0;
+
+/// The one thread of a child has another number than the one that it is a copy of.
+void forgetOwnID() {
+    ownID = 0;
+}
+
+/// Whether a number may be kept: not before this library is initialised, and not without memory for the handler.
+const bool isForgottenByChildren = pthread_atfork(nullptr, nullptr, &forgetOwnID) == 0;
+
+unsigned int askForOwnID() {
+    const auto id = static_cast<unsigned int>(gettid());
+    if (isForgottenByChildren) {
+        ownID = id;
+    }
+    return id;
+}
+
 /// Used by one owner; only \ref running is shared with the thread itself.
 class PosixThread final : public KXThread {
 public:
@@ -186,8 +206,7 @@ KXThread* KXThread::create(const std::string& name) {
 }
 
 unsigned int KXThread::getCurrentThreadID() {
-    // Asked anew each time: a remembered one would be wrong in the child of a fork.
-    return static_cast<unsigned int>(gettid());
+    return ownID != 0 ? ownID : askForOwnID();
 }
 
 KXThread::KXThread() = default;
