@@ -106,7 +106,7 @@ void KXActionQueue::postAction(KXAction* action, KXEvent* event, void* userData)
         userData, executedCount.load(std::memory_order_relaxed), KXThread::getCurrentThreadID()};
     const Lock lock(mutex);
     pendingItems.push_back(item);
-    itemPosted.notify_one();
+    itemPosted.notifyOneLocked();
 }
 
 int KXActionQueue::executeActions(unsigned int deadline, bool detectLoops) {

@@ -6,9 +6,11 @@
 
 #include <atomic>
 #include <boost/thread/condition_variable.hpp>
+#include <boost/thread/locks.hpp>
 #include <boost/thread/mutex.hpp>
 #include <deque>
 #include <set>
+#include <utility>
 
 namespace KX {
 
@@ -78,6 +80,68 @@ public:
         std::atomic<std::size_t> count{0};
     };
 
+    /// Wakes those who wait for an item; goes with the queue's mutex. Every wait is counted, because Boost takes a
+    /// lock to signal, which is needed only while somebody waits.
+    class itemCondition : private boost::condition_variable {
+    public:
+        using boost::condition_variable::native_handle;
+        using boost::condition_variable::notify_all;
+        using boost::condition_variable::notify_one;
+
+        template<class... More>
+        auto wait(boost::unique_lock<boost::mutex>& lock, More&&... more) {
+            const Waiter waiter(waiters);
+            return condition_variable::wait(lock, std::forward<More>(more)...);
+        }
+
+        template<class... More>
+        auto wait_for(boost::unique_lock<boost::mutex>& lock, More&&... more) {
+            const Waiter waiter(waiters);
+            return condition_variable::wait_for(lock, std::forward<More>(more)...);
+        }
+
+        template<class... More>
+        auto wait_until(boost::unique_lock<boost::mutex>& lock, More&&... more) {
+            const Waiter waiter(waiters);
+            return condition_variable::wait_until(lock, std::forward<More>(more)...);
+        }
+
+        template<class... More>
+        auto timed_wait(boost::unique_lock<boost::mutex>& lock, More&&... more) {
+            const Waiter waiter(waiters);
+            return condition_variable::timed_wait(lock, std::forward<More>(more)...);
+        }
+
+        /// As \ref notify_one, for a thread that holds the lock with which the others wait: nobody can be on the
+        /// way into a wait without being counted.
+        void notifyOneLocked() noexcept {
+            if (waiters.load(std::memory_order_relaxed) != 0)
+                notify_one();
+            else
+                pthread_cond_signal(native_handle());
+        }
+
+    private:
+        class Waiter {
+        public:
+            explicit Waiter(std::atomic<unsigned int>& waiters) : count(waiters) {
+                count.fetch_add(1, std::memory_order_relaxed);
+            }
+
+            ~Waiter() {
+                count.fetch_sub(1, std::memory_order_relaxed);
+            }
+
+            Waiter(const Waiter&) = delete;
+            Waiter& operator=(const Waiter&) = delete;
+
+        private:
+            std::atomic<unsigned int>& count;
+        };
+
+        std::atomic<unsigned int> waiters{0}; // changed with the lock of the wait held
+    };
+
     /// Makes the queue. If there is one already, says so on standard error and returns that.
     static KXActionQueue* create();
 
@@ -124,7 +188,7 @@ public:
 
     itemDeque pendingItems; ///< in posting order; guarded by mutex, but for a look whether it is empty
     boost::mutex mutex;
-    boost::condition_variable itemPosted; ///< goes with mutex; signalled once a post
+    itemCondition itemPosted; ///< goes with mutex; signalled once a post
 
     // Written by the executing thread only. The atomics are read by postAction on any thread without the lock.
 

@@ -119,6 +119,69 @@ TEST_F(OutrunDrain, waits_for_the_next_item) {
     EXPECT_EQ(action.executions, 0);
 }
 
+// A thread of the application may wait for items on the public members; each post wakes it, however it waits.
+class WaitForItem : public testing::Test {
+protected:
+    using Lock = boost::unique_lock<boost::mutex>;
+
+    template<class Wait>
+    void expectAPostToEnd(Wait wait) {
+        for (int round = 0; round < 200; ++round) {
+            std::atomic<bool> holdsLock{false};
+            std::thread waiting([&] {
+                Lock lock(queue.mutex);
+                holdsLock = true;
+                wait(lock);
+            });
+            while (!holdsLock)
+                std::this_thread::yield();
+            // The lock is free only when the other thread has begun to wait.
+            queue.postAction(&action, nullptr, nullptr);
+            waiting.join();
+            EXPECT_EQ(queue.executeActions(farAhead, false), 0);
+        }
+    }
+
+    KXActionQueue queue;
+    TestAction action;
+};
+
+TEST_F(WaitForItem, ends_with_a_post) {
+    expectAPostToEnd([&](Lock& lock) {
+        while (queue.pendingItems.empty())
+            queue.itemPosted.wait(lock);
+    });
+}
+
+TEST_F(WaitForItem, ends_with_a_post_when_it_tells_what_it_waits_for) {
+    expectAPostToEnd(
+        [&](Lock& lock) { queue.itemPosted.wait(lock, [&] { return !queue.pendingItems.empty(); }); });
+}
+
+TEST_F(WaitForItem, ends_with_a_post_before_its_end_is_reached) {
+    expectAPostToEnd([&](Lock& lock) {
+        const boost::chrono::steady_clock::time_point end{boost::chrono::hours(1000000)}; // since the start
+        EXPECT_TRUE(queue.itemPosted.wait_until(lock, end, [&] { return !queue.pendingItems.empty(); }));
+    });
+}
+
+TEST_F(WaitForItem, ends_with_a_post_by_the_wall_clock_too) {
+    expectAPostToEnd([&](Lock& lock) {
+        const boost::posix_time::seconds longEnough(60);
+        EXPECT_TRUE(queue.itemPosted.timed_wait(lock, longEnough, [&] { return !queue.pendingItems.empty(); }));
+    });
+}
+
+TEST_F(WaitForItem, ends_with_a_signal_of_the_application) {
+    boost::thread waiting([&] {
+        Lock lock(queue.mutex);
+        queue.itemPosted.wait(lock);
+        queue.itemPosted.notify_all();
+    });
+    while (!waiting.timed_join(boost::posix_time::milliseconds(1)))
+        queue.itemPosted.notify_one();
+}
+
 TEST_F(OutrunDrain, leaves_the_wait_when_it_is_interrupted) {
     std::atomic<bool> interrupted{false};
     boost::thread thread([&] {
