@@ -26,7 +26,7 @@ void tellTriggeringEventType(KXAction& action, int eventType) {
     __atomic_store_n(&action.triggeringEventType, eventType, __ATOMIC_RELAXED);
 }
 
-void reportLoop(const KXActionQueue::actionItem& item) {
+[[gnu::noinline]] void reportLoop(const KXActionQueue::actionItem& item) {
     std::cout << "KXActionQueue::executeActions: Found loop for " << static_cast<const void*>(item.action)
               << ", triggered by object " << static_cast<const void*>(item.userData) << ", on event '"
               << translateEventTypeToString(item.eventType) << " [" << item.eventType << "] via action "
@@ -117,7 +117,12 @@ int KXActionQueue::executeActions(unsigned int deadline, bool detectLoops) {
     while (!pendingItems.empty()) {
         const actionItem item = takeOldest();
         status = emptied;
-        handle(item, detectLoops, executingThreadID);
+        if (item.action->isReady()) {
+            if (detectLoops)
+                executeUnlessLoop(item, executingThreadID);
+            else
+                item.action->execute(nullptr);
+        }
         if (KXTick::getTickCount() > deadline)
             return deadlinePassed;
     }
@@ -127,21 +132,20 @@ int KXActionQueue::executeActions(unsigned int deadline, bool detectLoops) {
 
 KXActionQueue::actionItem KXActionQueue::takeOldest() {
     Lock lock(mutex);
-    // Another thread may have drained the queue since the look without the lock.
-    while (pendingItems.empty())
-        itemPosted.wait(lock);
+    if (pendingItems.empty())
+        waitForItem(lock);
     const actionItem item = pendingItems.front();
     pendingItems.pop_front();
     return item;
 }
 
-void KXActionQueue::handle(const actionItem& item, bool detectLoops, unsigned int executingThreadID) {
-    if (!item.action->isReady())
-        return;
-    if (!detectLoops) {
-        item.action->execute(nullptr);
-        return;
-    }
+// Another thread has drained the queue since the look without the lock. Apart from the rest, which is short.
+[[gnu::noinline]] void KXActionQueue::waitForItem(boost::unique_lock<boost::mutex>& lock) {
+    while (pendingItems.empty())
+        itemPosted.wait(lock);
+}
+
+void KXActionQueue::executeUnlessLoop(const actionItem& item, unsigned int executingThreadID) {
     if (item.executedCount != executedCount.load(std::memory_order_relaxed))
         openGeneration(item);
     if (isLoop(item, executingThreadID))
@@ -167,7 +171,8 @@ void KXActionQueue::executeRecorded(const actionItem& item) {
     {
         const CurrentAction running(currentAction, item.action);
         item.action->execute(nullptr);
-        executedCount.fetch_add(1, std::memory_order_relaxed);
+        // Counted on this thread only, so without a locked addition.
+        executedCount.store(executedCount.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
     }
     executedNow.insert(item);
 }

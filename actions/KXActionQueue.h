@@ -5,10 +5,10 @@
 #include "platform/KXExport.h"
 
 #include <atomic>
+#include <boost/container/deque.hpp>
 #include <boost/thread/condition_variable.hpp>
 #include <boost/thread/locks.hpp>
 #include <boost/thread/mutex.hpp>
-#include <deque>
 #include <set>
 #include <utility>
 
@@ -39,15 +39,20 @@ public:
         KX_EVENTS_API bool operator<(const actionItem& other) const;
     };
 
+    // Larger blocks than those of std::deque, so that few posts reach the heap.
+    using itemBlocks =
+        boost::container::deque<actionItem, void,
+                                boost::container::deque_options_t<boost::container::block_bytes<4096>>>;
+
     /// Items in posting order. All but \ref empty and \ref size is for those who hold the queue's mutex; these
     /// two may be asked without it.
-    class itemDeque : private std::deque<actionItem> {
+    class itemDeque : private itemBlocks {
     public:
-        using std::deque<actionItem>::back;
-        using std::deque<actionItem>::begin;
-        using std::deque<actionItem>::end;
-        using std::deque<actionItem>::front;
-        using std::deque<actionItem>::operator[];
+        using itemBlocks::back;
+        using itemBlocks::begin;
+        using itemBlocks::end;
+        using itemBlocks::front;
+        using itemBlocks::operator[];
 
         bool empty() const {
             return size() == 0;
@@ -58,26 +63,26 @@ public:
         }
 
         void push_back(const actionItem& item) {
-            deque::push_back(item);
-            publishSize();
+            itemBlocks::push_back(item);
+            publishSize(count.load(std::memory_order_relaxed) + 1);
         }
 
         void pop_front() {
-            deque::pop_front();
-            publishSize();
+            itemBlocks::pop_front();
+            publishSize(count.load(std::memory_order_relaxed) - 1);
         }
 
         void clear() {
-            deque::clear();
-            publishSize();
+            itemBlocks::clear();
+            publishSize(0);
         }
 
     private:
-        void publishSize() {
-            count.store(deque::size(), std::memory_order_release);
+        void publishSize(std::size_t size) {
+            count.store(size, std::memory_order_release);
         }
 
-        std::atomic<std::size_t> count{0};
+        std::atomic<std::size_t> count{0}; // changed under the lock, so without a locked addition
     };
 
     /// Wakes those who wait for an item; goes with the queue's mutex. Every wait is counted, because Boost takes a
@@ -203,7 +208,8 @@ public:
 private:
     KX_LOCAL actionItem takeOldest();
     KX_LOCAL void forgetDrain();
-    KX_LOCAL void handle(const actionItem& item, bool detectLoops, unsigned int executingThreadID);
+    KX_LOCAL void waitForItem(boost::unique_lock<boost::mutex>& lock);
+    KX_LOCAL void executeUnlessLoop(const actionItem& item, unsigned int executingThreadID);
     KX_LOCAL void openGeneration(const actionItem& item);
     KX_LOCAL bool isLoop(const actionItem& item, unsigned int executingThreadID) const;
     KX_LOCAL void executeRecorded(const actionItem& item);

@@ -11,10 +11,9 @@ namespace {
 
 std::atomic<KXWaitObserver*> currentObserver{nullptr};
 
-// Each thread's own: who is to hear of the next tick for which it asks; null when none is awaited.
-thread_local KXWaitObserver* observerOfNextTick = nullptr;
-
 } // namespace
+
+__thread KXWaitObserver* observerOfNextTick = nullptr;
 
 KXWaitObserver::~KXWaitObserver() = default;
 
@@ -38,10 +37,7 @@ KXWatchedWait::~KXWatchedWait() {
     observerOfNextTick = observer;
 }
 
-void tellTickAsked(unsigned int tick) {
-    if (observerOfNextTick == nullptr) {
-        return;
-    }
+void tellAwaitedTick(unsigned int tick) {
     KXWaitObserver* const observer = std::exchange(observerOfNextTick, nullptr);
     // One that was replaced meanwhile may be gone.
     if (observer == currentObserver) {

@@ -17,7 +17,17 @@ private:
     KXWaitObserver* const observer;
 };
 
+/// Each thread's own: who is to hear of the next tick for which it asks; null when none is awaited. Looked at with
+/// every tick, so it has a place among what every thread is born with, which is found without a call.
+extern __thread KXWaitObserver* observerOfNextTick __attribute__((tls_model("initial-exec")));
+
+void tellAwaitedTick(unsigned int tick);
+
 /// Tells the observer of the calling thread's wait, if there is one, of a tick that the thread asked for.
-void tellTickAsked(unsigned int tick);
+inline void tellTickAsked(unsigned int tick) {
+    if (observerOfNextTick != nullptr) {
+        tellAwaitedTick(tick);
+    }
+}
 
 } // namespace KX
