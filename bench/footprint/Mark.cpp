@@ -15,5 +15,9 @@ bool printMap() {
     while (std::fgets(line, sizeof line, map))
         std::fputs(line, stdout);
     std::fclose(map);
-    return std::fflush(stdout) == 0;
+    std::puts("");
+    const bool printed = std::fflush(stdout) == 0;
+    while (std::getchar() != EOF) {
+    }
+    return printed;
 }

@@ -5,6 +5,7 @@
 #include "input/KXInputEventManager.h"
 
 int main() {
+    footprintMark();
     KX::KXInputEventManager::createInstance();
     footprintMark();
     const bool printed = printMap();

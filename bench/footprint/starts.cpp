@@ -1,4 +1,4 @@
-// The smallest program that has the library loaded, and does nothing with it.
+// The smallest program that has some libraries loaded, and does nothing with them.
 
 #include "Mark.h"
 
