@@ -4,6 +4,7 @@
 #include "events/EventFields.h"
 
 #include <iostream>
+#include <typeinfo>
 
 // Copying is defined here and not left to each user's compiler, so that what a copy carries is part of the
 // library and a program built against an older header agrees with it.
@@ -62,6 +63,29 @@ KXSignal::KXSignal(const KXSignal& other) = default;
 KXSignal& KXSignal::operator=(const KXSignal& other) = default;
 KXSignal::~KXSignal() = default;
 
+namespace {
+
+// Whether an event is exactly of a class, and then where its part is.
+template<class Class, class Part>
+bool findPartOf(KXEvent& event, Part*& part) {
+    if (&typeid(event) != &typeid(Class))
+        return false;
+    part = static_cast<Class*>(dynamic_cast<void*>(&event));
+    return true;
+}
+
+// The part that an event claims to have. Nearly every event is exactly of the class that it claims, or of one of those
+// derived from it here: then the part is found at once, without the search of a checked cast through the diamond.
+template<class Part, class... Derived>
+Part& partOf(KXEvent& event) {
+    Part* part = nullptr;
+    if (findPartOf<Part>(event, part) || (findPartOf<Derived>(event, part) || ...))
+        return *part;
+    return dynamic_cast<Part&>(event);
+}
+
+} // namespace
+
 KXSomeEvent::KXSomeEvent() {
     eventClass = SOME_EVENT_CLASS;
 }
@@ -78,25 +102,25 @@ KXSomeEvent::KXSomeEvent(KXEvent& source) {
         copyEventFields(*this, source);
         break;
     case INCIDENT_CLASS:
-        copyEventFields(*this, dynamic_cast<KXIncident&>(source));
+        copyEventFields(*this, partOf<KXIncident, KXSomeEvent>(source));
         break;
     case TOOLKIT_EVENT_CLASS:
-        takeInputEvent(dynamic_cast<KXToolkitEvent&>(source));
+        takeInputEvent(partOf<KXToolkitEvent, KXSomeEvent>(source));
         break;
     case INPUT_EVENT_CLASS:
-        takeInputEvent(dynamic_cast<KXInputEvent&>(source));
+        takeInputEvent(partOf<KXInputEvent, KXToolkitEvent, KXSomeEvent>(source));
         break;
     case NAVIGATION_EVENT_CLASS:
-        copyEventFields(*this, dynamic_cast<KXNavigationEvent&>(source));
+        copyEventFields(*this, partOf<KXNavigationEvent, KXSomeEvent>(source));
         break;
     case TRIGGER_CLASS:
-        copyEventFields(*this, dynamic_cast<KXTrigger&>(source));
+        copyEventFields(*this, partOf<KXTrigger, KXSomeEvent>(source));
         break;
     case SIGNAL_CLASS:
-        takeSignal(dynamic_cast<KXSignal&>(source));
+        takeSignal(partOf<KXSignal, KXSomeEvent>(source));
         break;
     case SOME_EVENT_CLASS: {
-        auto& holder = dynamic_cast<KXSomeEvent&>(source);
+        auto& holder = partOf<KXSomeEvent>(source);
         takeInputEvent(holder);
         takeSignal(holder);
         sourceClass = holder.sourceClass;
