@@ -52,11 +52,10 @@ private:
 
 template<class Contender>
 double measureBytesPerLink(std::size_t items) {
+    Watched<Contender> watched(items);
+    Chain<Watched<Contender>> work(watched, items);
     double bytes = 0;
-    runOnFreshHeap([&](std::size_t) {
-        Watched<Contender> watched(items);
-        Chain<Watched<Contender>> work(watched, items);
-        const std::size_t before = getHeapBytes();
+    runOnFreshHeap([&](std::size_t before) {
         work.begin();
         watched.runAll();
         bytes = static_cast<double>(watched.getBytesAtTheEnd() - before) / static_cast<double>(items);

@@ -1,0 +1,124 @@
+"""The programs that measure: which there are, what they measure, and how they are run in turn."""
+
+import os
+import re
+import subprocess
+import sys
+import tempfile
+from typing import NamedTuple
+
+from results import OURS, Key, ProgramFailed, read_benchmarks, split_name
+
+FULL_BUS = "keypad on a full bus"
+FULL_BUS_SECONDS = re.compile(r"^processor time .* s, ([0-9.]+) % of one core", re.MULTILINE)
+
+
+class Program(NamedTuple):
+    """The shares tell how much of the repetitions and of the time for each a program needs."""
+
+    name: str
+    path: str
+    repetitions_share: float = 1
+    time_share: float = 1
+
+
+PROGRAMS = [
+    Program("queue_bench", "bench/queues/queue_bench"),
+    Program("key_bench", "bench/keys/key_bench"),
+    Program("wakeup_bench", "bench/wakeup/wakeup_bench"),
+    Program("action_bench", "bench/actions/action_bench"),
+    Program("name_bench", "bench/names/name_bench"),
+    # A curve asks for no sharp numbers, and each program has peers of all.
+    Program("growth_bench", "bench/growth/growth_bench", 0.5, 0.5),
+]
+
+
+class Plan(NamedTuple):
+    """How much is measured. Each round starts every program anew, so that all have their share of whatever else the
+    machine does, and of good and bad places in memory. In a program the contenders take turns."""
+
+    rounds: int
+    repetitions: int
+    seconds: float
+    full_bus_seconds: int
+
+
+THOROUGH = Plan(rounds=5, repetitions=4, seconds=0.1, full_bus_seconds=20)
+QUICK = Plan(rounds=1, repetitions=3, seconds=0.02, full_bus_seconds=5)
+
+
+def say(text):
+    print(text, file=sys.stderr, flush=True)
+
+
+def escape(name):
+    """A pattern of Google Benchmark that matches this name."""
+    return re.sub(r"[^A-Za-z0-9 ,:/_-]", lambda match: f"[{match[0]}]", name)
+
+
+def without_additions(name):
+    scenario, contender, size = split_name(name)
+    return "/".join([scenario, contender] + ([] if size is None else [str(size)]))
+
+
+def call(command, **options):
+    try:
+        return subprocess.run(command, check=True, text=True, stdout=subprocess.PIPE, **options).stdout
+    except OSError as problem:
+        raise ProgramFailed(f"{os.path.basename(command[0])} cannot be started: {problem.strerror}") from problem
+    except subprocess.CalledProcessError as problem:
+        name = os.path.basename(command[0])
+        raise ProgramFailed(f"{name} ended with status {problem.returncode}\n{problem.stdout or ''}".rstrip()) \
+            from problem
+
+
+def choose(folder, pattern):
+    """For each program that has benchmarks which match, their names."""
+    chosen = {}
+    for program in PROGRAMS:
+        listed = call([os.path.join(folder, program.path), "--benchmark_list_tests"]).splitlines()
+        names = [name for name in listed if pattern.search(without_additions(name))]
+        if names:
+            chosen[program] = names
+    return chosen
+
+
+def run_program(folder, program, names, plan):
+    """One round of one program."""
+    repetitions = max(1, round(plan.repetitions * program.repetitions_share))
+    with tempfile.TemporaryDirectory() as temporary:
+        output = os.path.join(temporary, "results.json")
+        call([os.path.join(folder, program.path),
+              "--benchmark_filter=^(" + "|".join(escape(name) for name in names) + ")$",
+              "--benchmark_enable_random_interleaving=true",
+              f"--benchmark_repetitions={repetitions}",
+              f"--benchmark_min_time={plan.seconds * program.time_share}",
+              f"--benchmark_out={output}", "--benchmark_out_format=json"], stderr=subprocess.DEVNULL)
+        try:
+            with open(output, encoding="utf-8") as file:
+                return read_benchmarks(file.read())
+        except ProgramFailed as problem:
+            raise ProgramFailed(f"{program.name}: {problem}") from problem
+
+
+def run_full_bus(folder, seconds):
+    """It fails by itself when something is lost, or it takes too much of the processor."""
+    output = call([os.path.join(folder, "bench", "full_bus"), str(seconds)], stderr=subprocess.DEVNULL)
+    percent = FULL_BUS_SECONDS.search(output)
+    if percent is None:
+        raise ProgramFailed("full_bus does not tell its processor time")
+    return Key(FULL_BUS, OURS, None, "processor"), float(percent[1])
+
+
+def measure(folder, pattern, plan):
+    """All samples of what matches."""
+    chosen = choose(folder, pattern)
+    samples = []
+    for number in range(1, plan.rounds + 1):
+        for program, names in chosen.items():
+            say(f"Round {number} of {plan.rounds}: {program.name}, {len(names)} benchmarks")
+            samples += run_program(folder, program, names, plan)
+    if pattern.search(f"{FULL_BUS}/{OURS}"):
+        say(f"A keypad on a full bus, for {plan.full_bus_seconds} seconds")
+        samples.append(run_full_bus(folder, plan.full_bus_seconds))
+    return samples

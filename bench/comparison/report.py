@@ -1,0 +1,100 @@
+"""The results as text, for people to read as it is or as Markdown."""
+
+from promises import describe, describe_ratio, describe_verdict
+from results import OURS
+
+HEADINGS = {"time": "time for one", "p50": "p50", "p99": "p99", "memory": "memory for one",
+            "processor": "of one core"}
+
+
+def format_number(number):
+    """Three digits that count, and no exponent."""
+    if number >= 100:
+        return f"{number:,.0f}"
+    return f"{number:.1f}" if number >= 10 else f"{number:.2f}"
+
+
+def format_time(nanoseconds):
+    for limit, unit in ((1e3, "ns"), (1e6, "µs"), (1e9, "ms")):
+        if nanoseconds < limit:
+            return f"{format_number(nanoseconds * 1e3 / limit)} {unit}"
+    return f"{format_number(nanoseconds / 1e9)} s"
+
+
+def format_value(value, metric):
+    if metric == "memory":
+        return f"{format_number(value)} bytes"
+    return f"{format_number(value)} %" if metric == "processor" else format_time(value)
+
+
+def format_table(rows, of_numbers=False):
+    """Columns of the same width, so that it can be read without a browser, too. The first row is the head, and the
+    first column are names."""
+    widths = [max(len(row[column]) for row in rows) for column in range(len(rows[0]))]
+    lines = []
+    for number, row in enumerate(rows):
+        cells = [row[0].ljust(widths[0])]
+        cells += [cell.rjust(width) if of_numbers else cell.ljust(width) for cell, width in zip(row[1:], widths[1:])]
+        lines.append("| " + " | ".join(cells) + " |")
+        if number == 0:
+            rule = ["-" * widths[0]] + ["-" * (width - 1) + (":" if of_numbers else "-") for width in widths[1:]]
+            lines.append("| " + " | ".join(rule) + " |")
+    return "\n".join(lines) + "\n"
+
+
+def promises_table(outcomes):
+    rows = [("promise", "measured", "verdict")]
+    rows += [(describe(outcome.promise), describe_ratio(outcome), describe_verdict(outcome)) for outcome in outcomes]
+    return format_table(rows)
+
+
+def unique(things):
+    return list(dict.fromkeys(things))
+
+
+def columns_of(keys):
+    """A column for each size and metric, in their order."""
+    columns = unique((key.size, key.metric) for key in keys)
+    metrics = unique(metric for _, metric in columns)
+    return sorted(columns, key=lambda column: (metrics.index(column[1]), column[0] or 0))
+
+
+def heading(column):
+    size, metric = column
+    return HEADINGS[metric] if size is None else f"{HEADINGS[metric]}, {size:,}"
+
+
+def scenario_table(scenario, results):
+    """A row for each contender, the fastest in the last of the columns of time first; ± is half the distance of the
+    quartiles."""
+    keys = [key for key in results if key.scenario == scenario]
+    columns = columns_of(keys)
+    rows = {}
+    for key in keys:
+        rows.setdefault(key.contender, {})[key.size, key.metric] = results[key]
+    decisive = [column for column in columns if column[1] == columns[0][1]][-1]
+    contenders = sorted(rows, key=lambda name: rows[name][decisive].median if decisive in rows[name] else 1e300)
+    table = [("contender", *(heading(column) for column in columns))]
+    for contender in contenders:
+        name = f"**{contender}**" if contender == OURS else contender
+        table.append((name, *(format_cell(rows[contender].get(column), column[1]) for column in columns)))
+    return format_table(table, of_numbers=True)
+
+
+def format_cell(summary, metric):
+    if summary is None:
+        return ""
+    text = format_value(summary.median, metric)
+    if summary.samples == 1 or metric == "memory":
+        return text
+    return f"{text} ± {100 * (summary.upper - summary.lower) / 2 / summary.median:.0f} %"
+
+
+def make_report(machine, results, outcomes):
+    parts = ["# Measured\n", "What the tables say, and how to make them again: [README.md](README.md). ± is half the "
+             "distance between the quartiles.\n"]
+    parts.append(format_table([("measured with", ""), *machine.items()]))
+    parts += ["## What must hold\n", promises_table(outcomes)]
+    for scenario in unique(key.scenario for key in results):
+        parts += [f"## {scenario[0].upper()}{scenario[1:]}\n", scenario_table(scenario, results)]
+    return "\n".join(parts)
