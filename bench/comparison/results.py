@@ -48,7 +48,7 @@ def read_benchmarks(text):
     """The samples in what Google Benchmark writes: pairs of a key and a number."""
     try:
         runs = json.loads(text)["benchmarks"]
-    except (ValueError, KeyError) as problem:
+    except (ValueError, KeyError, TypeError) as problem:
         raise ProgramFailed("its results cannot be read") from problem
     samples = []
     for run in runs:
