@@ -66,7 +66,7 @@ class Footprint:
                                    "--prefix", self.folder], capture_output=True, text=True, check=False)
             if done.returncode != 0:
                 shutil.rmtree(self.folder)
-                raise FootprintError(f"could not install {self.build}: {done.stderr.strip().splitlines()[-1]}")
+                raise FootprintError(f"could not install {self.build}: {done.stderr.strip() or done.returncode}")
         return self
 
     def __exit__(self, *_):
