@@ -10,7 +10,8 @@ PIPE = "write, poll, read"
 
 class Promise(NamedTuple):
     """In a scenario, ours takes at most this many times what the rival takes: 1.5 times, or a third for 'three times
-    faster'. The rival is the fastest contender whose name begins with what is told; it may be ours of another size."""
+    faster'. The rival is the contender of that name; where there is none, the fastest whose name begins so. It may be
+    ours of another size."""
 
     scenario: str
     most: float
@@ -60,20 +61,20 @@ class Outcome(NamedTuple):
 
 def judge(promise, results):
     size = promise.rival_size or promise.size
-    rivals = [(summary.median, key.contender) for key, summary in results.items()
-              if (key.scenario, key.size, key.metric) == (promise.scenario, size, promise.metric)
-              and is_rival(key.contender, promise)]
+    medians = {key.contender: summary.median for key, summary in results.items()
+               if (key.scenario, key.size, key.metric) == (promise.scenario, size, promise.metric)}
+    rival = find_rival(promise.rival, medians)
     ours = results.get(Key(promise.scenario, OURS, promise.size, promise.metric))
-    if not rivals or ours is None:
+    if rival is None or ours is None:
         return Outcome(promise, promise.rival, None)
-    median, name = min(rivals)
-    return Outcome(promise, name, ours.median / median)
+    return Outcome(promise, rival, ours.median / medians[rival])
 
 
-def is_rival(contender, promise):
-    if promise.rival == OURS:
-        return contender == OURS
-    return contender != OURS and contender.startswith(promise.rival)
+def find_rival(name, medians):
+    if name in medians:
+        return name
+    family = [contender for contender in medians if contender.startswith(name)]
+    return min(family, key=medians.get, default=None)
 
 
 def judge_all(results, promises=None):

@@ -9,6 +9,7 @@
 #include <deque>
 #include <fcntl.h>
 #include <mutex>
+#include <poll.h>
 #include <sys/epoll.h>
 #include <unistd.h>
 
@@ -30,7 +31,7 @@ public:
     Epoll(const Epoll&) = delete;
     Epoll& operator=(const Epoll&) = delete;
 
-    void wait() const {
+    void wait() {
         epoll_event event{};
         while (epoll_wait(set, &event, 1, -1) != 1) {
             // EINTR: somebody's signal, a debugger's for instance
@@ -41,6 +42,22 @@ private:
     int set = epoll_create1(EPOLL_CLOEXEC);
 };
 
+/// The other way to wait for one file descriptor.
+class Poll {
+public:
+    explicit Poll(int fileDescriptor) : query{fileDescriptor, POLLIN, 0} {}
+
+    void wait() {
+        while (poll(&query, 1, -1) != 1) {
+            // EINTR: somebody's signal, a debugger's for instance
+        }
+    }
+
+private:
+    pollfd query;
+};
+
+template<class Wait>
 class PipeQueueWaiter : public Waiter {
 public:
     void post(std::uint32_t number) override {
@@ -49,10 +66,10 @@ public:
     }
 
     void run(Arrivals& arrivals) override {
-        const Epoll epoll(queue.getReadEndPointID());
+        Wait something(queue.getReadEndPointID());
         arrivals.getReady();
         do {
-            epoll.wait();
+            something.wait();
         } while (arrivals.take(Bench::getNumber(queue.getNextEvent())));
     }
 
@@ -60,6 +77,7 @@ private:
     KX::KXEventQueueAsPipe queue;
 };
 
+template<class Wait>
 class BarePipeWaiter : public Waiter {
 public:
     BarePipeWaiter() {
@@ -83,10 +101,10 @@ public:
     }
 
     void run(Arrivals& arrivals) override {
-        const Epoll epoll(ends[0]);
+        Wait something(ends[0]);
         arrivals.getReady();
         do {
-            epoll.wait();
+            something.wait();
         } while (arrivals.take(readNumber()));
     }
 
@@ -136,7 +154,9 @@ private:
 } // namespace
 
 std::vector<Contender> getPlainContenders() {
-    return {{"KXAPI", [] { return std::make_unique<PipeQueueWaiter>(); }},
-            {"bare pipe", [] { return std::make_unique<BarePipeWaiter>(); }},
+    return {{"KXAPI", [] { return std::make_unique<PipeQueueWaiter<Epoll>>(); }},
+            {"KXAPI, poll", [] { return std::make_unique<PipeQueueWaiter<Poll>>(); }},
+            {"bare pipe", [] { return std::make_unique<BarePipeWaiter<Epoll>>(); }},
+            {"bare pipe, poll", [] { return std::make_unique<BarePipeWaiter<Poll>>(); }},
             {"condition variable", [] { return std::make_unique<ConditionWaiter>(); }}};
 }

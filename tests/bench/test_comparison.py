@@ -153,6 +153,10 @@ class Promises(unittest.TestCase):
         outcome = self.judge(1, "Qt", KXAPI=150, Qt_slow=200, Qt_fast=100, GLib=10)
         self.assertEqual(("Qt fast", 1.5), (outcome.rival, outcome.ratio))
 
+    def test_look_at_the_one_that_is_named(self):
+        outcome = self.judge(1, "pipe", KXAPI=150, pipe=100, pipe_with_poll=50)
+        self.assertEqual(("pipe", 1.5), (outcome.rival, outcome.ratio))
+
     def test_do_not_hold_unmeasured(self):
         for nanoseconds in ({}, {"KXAPI": 1}, {"rival": 1}):
             with self.subTest(nanoseconds=nanoseconds):
