@@ -6,10 +6,8 @@
 
 #include <boost/thread/locks.hpp>
 
-#include <cstdint>
 #include <cstdlib>
 #include <iostream>
-#include <tuple>
 
 namespace KX {
 
@@ -53,15 +51,6 @@ private:
 };
 
 } // namespace
-
-bool KXActionQueue::actionItem::operator<(const actionItem& other) const {
-    const auto key = [](const actionItem& item) {
-        return std::make_tuple(
-            reinterpret_cast<std::uintptr_t>(item.action), reinterpret_cast<std::uintptr_t>(item.triggeringAction),
-            static_cast<unsigned int>(item.eventType), reinterpret_cast<std::uintptr_t>(item.userData));
-    };
-    return key(*this) < key(other);
-}
 
 KXActionQueue* KXActionQueue::theInstance = nullptr;
 
@@ -156,14 +145,14 @@ void KXActionQueue::executeUnlessLoop(const actionItem& item, unsigned int execu
 
 // Something ran between the posting of this item and now, so what ran may be what led to it.
 void KXActionQueue::openGeneration(const actionItem& item) {
-    executedBefore.merge(executedNow);
+    executedBefore.addAll(executedNow);
     executedNow.clear();
     generationTrigger = item.triggeringAction;
 }
 
 bool KXActionQueue::isLoop(const actionItem& item, unsigned int executingThreadID) const {
-    const auto earlier = executedBefore.find(item);
-    return earlier != executedBefore.end() && earlier->eventType != 0 && earlier->userData != nullptr &&
+    const actionItem* const earlier = executedBefore.lookUp(item);
+    return earlier && earlier->eventType != 0 && earlier->userData != nullptr &&
            earlier->executedCount < item.executedCount && earlier->threadID == executingThreadID;
 }
 
@@ -174,7 +163,9 @@ void KXActionQueue::executeRecorded(const actionItem& item) {
         // Counted on this thread only, so without a locked addition.
         executedCount.store(executedCount.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
     }
-    executedNow.insert(item);
+    // Room for it there, too: memory may be lacking here, but not where the next item has already been taken.
+    executedBefore.reserve(executedBefore.size() + executedNow.size() + 1);
+    executedNow.add(item);
 }
 
 void KXActionQueue::forgetDrain() {

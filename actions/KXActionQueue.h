@@ -9,8 +9,10 @@
 #include <boost/thread/condition_variable.hpp>
 #include <boost/thread/locks.hpp>
 #include <boost/thread/mutex.hpp>
-#include <set>
+#include <cstddef>
+#include <cstdint>
 #include <utility>
+#include <vector>
 
 namespace KX {
 
@@ -83,6 +85,67 @@ public:
         }
 
         std::atomic<std::size_t> count{0}; // changed under the lock, so without a locked addition
+    };
+
+    /// Items, each once, in the order of the items for whoever walks through them. For one thread.
+    ///
+    /// A chain of actions adds to its history and searches it with every action, and nobody walks through it but
+    /// a debugger or a test: so items are found by a hash, and put in order only for a walk.
+    class itemSet {
+    public:
+        using value_type = actionItem;
+        using const_iterator = std::vector<actionItem>::const_iterator;
+        using iterator = const_iterator;
+
+        bool empty() const {
+            return items.empty();
+        }
+
+        std::size_t size() const {
+            return items.size();
+        }
+
+        // Iterators hold until the set changes.
+
+        const_iterator begin() const {
+            return inOrder().begin();
+        }
+
+        const_iterator end() const {
+            return inOrder().end();
+        }
+
+        KX_EVENTS_API const_iterator find(const actionItem& item) const;
+
+        std::size_t count(const actionItem& item) const {
+            return find(item) != end() ? 1 : 0;
+        }
+
+        /// Adds \p item unless one is there that equals it, which then stays.
+        KX_EVENTS_API std::pair<const_iterator, bool> insert(const actionItem& item);
+
+        KX_EVENTS_API void clear() noexcept;
+
+    private:
+        friend class KXActionQueue;
+
+        struct slot {
+            std::uint32_t hash;
+            std::uint32_t place; // of the item, counted from 1; 0: the slot is free
+        };
+
+        KX_LOCAL const actionItem* lookUp(const actionItem& item) const;
+        KX_LOCAL bool add(const actionItem& item);
+        KX_LOCAL void addAll(const itemSet& others);
+        KX_LOCAL void reserve(std::size_t number);
+        KX_LOCAL void append(const actionItem& item);
+        KX_LOCAL void makeSlots(std::size_t number);
+        KX_LOCAL void enter(std::uint32_t hash, std::uint32_t place);
+        KX_EVENTS_API const std::vector<actionItem>& inOrder() const;
+
+        std::vector<actionItem> items; // as they were added
+        std::vector<slot> slots;       // none while items are few; else a power of two, most of them free
+        mutable std::vector<actionItem> ordered; // the items in order; outdated when it is shorter
     };
 
     /// Wakes those who wait for an item; goes with the queue's mutex. Every wait is counted, because Boost takes a
@@ -197,10 +260,10 @@ public:
 
     // Written by the executing thread only. The atomics are read by postAction on any thread without the lock.
 
-    std::set<actionItem> executedBefore;           ///< executed in earlier generations of this drain
+    itemSet executedBefore;                        ///< executed in earlier generations of this drain
     std::atomic<KXAction*> currentAction{nullptr}; ///< running now with loop detection, or null
     KXAction* generationTrigger = nullptr;         ///< triggering action of the item that opened the generation
-    std::set<actionItem> executedNow;              ///< executed in the current generation
+    itemSet executedNow;                           ///< executed in the current generation
     std::atomic<unsigned int> executedCount{0};    ///< executed with loop detection since the queue ran empty
 
     static KXActionQueue* theInstance; ///< null unless \ref create has made one

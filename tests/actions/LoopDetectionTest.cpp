@@ -10,6 +10,7 @@
 
 #include <sstream>
 #include <thread>
+#include <vector>
 
 namespace KX {
 namespace {
@@ -121,6 +122,19 @@ TEST_F(LoopDetection, leaves_chains_over_different_objects_alone) {
     post(action, &objects[0]);
     EXPECT_EQ(drain(), "");
     EXPECT_EQ(action.executions, 50);
+}
+
+TEST_F(LoopDetection, refuses_a_chain_that_comes_round_after_many_objects) {
+    for (const unsigned int length : {2U, 8U, 9U, 10U, 1000U}) {
+        std::vector<int> objects(length);
+        unsigned int next = 0;
+        TestAction walker;
+        walker.onExecute = [&] { post(walker, &objects[++next % length]); };
+        post(walker, &objects[0]);
+        // The first one was triggered by none, so the round is complete with the second.
+        EXPECT_EQ(drain(), loopLine(walker, &objects[1], "KEY_PRESS_EVENT [24]", walker, length));
+        EXPECT_EQ(walker.executions, static_cast<int>(length) + 1);
+    }
 }
 
 TEST_F(LoopDetection, leaves_chains_over_different_events_alone) {

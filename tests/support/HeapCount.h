@@ -4,19 +4,23 @@
 #include <cstdlib>
 #include <new>
 
-// Counts every allocation of the program. To be included by the one source of a test program that stands alone:
+// Counts every allocation of the program, and lets one of them fail. To be included by the one source of a test program that stands alone:
 // it replaces the global operators.
 
 namespace KX::test {
 
 inline std::atomic<unsigned long> heapAllocations{0};
 
+/// The allocation of this number fails, once; 0: none.
+inline std::atomic<unsigned long> failingAllocation{0};
+
 } // namespace KX::test
 
 // All forms are replaced: AddressSanitizer brings its own of each, and they would not fit together with ours.
 
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    ++KX::test::heapAllocations;
+    if (++KX::test::heapAllocations == KX::test::failingAllocation)
+        return nullptr;
     return std::malloc(size);
 }
 

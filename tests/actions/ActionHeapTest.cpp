@@ -1,0 +1,128 @@
+#include "actions/KXActionQueue.h"
+#include "events/KXEvent.h"
+#include "events/KXEventType.h"
+#include "tests/support/HeapCount.h"
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <new>
+#include <vector>
+
+namespace KX {
+namespace {
+
+constexpr unsigned int farAhead = 0xFFFFFFFFU;
+constexpr int drained = 0;
+
+/// Actions each of which posts the next one; it can be told from outside how far they came.
+class Chain {
+public:
+    explicit Chain(std::size_t length) : links(length) {
+        event.eventType = KEY_PRESS_EVENT;
+        for (Link& link : links)
+            link.chain = this;
+    }
+
+    void begin() {
+        begun = 0;
+        postNext();
+    }
+
+    std::size_t getBegun() const {
+        return begun;
+    }
+
+    bool hasFailedToPost() const {
+        return isPosting;
+    }
+
+    KXActionQueue queue;
+
+private:
+    struct Link : KXAction {
+        bool isReady() override {
+            return true;
+        }
+
+        void execute(void*) override {
+            EXPECT_EQ(this, &chain->links[chain->begun]) << "in the order of the chain, each once";
+            ++chain->begun;
+            chain->postNext();
+        }
+
+        Chain* chain = nullptr;
+    };
+
+    void postNext() {
+        if (begun == links.size())
+            return;
+        isPosting = true;
+        queue.postAction(&links[begun], &event, &links);
+        isPosting = false;
+    }
+
+    std::vector<Link> links;
+    KXEvent event;
+    std::size_t begun = 0;
+    bool isPosting = false;
+};
+
+unsigned long allocationsOfDrain(Chain& chain, bool detectLoops) {
+    const unsigned long before = test::heapAllocations;
+    chain.begin();
+    EXPECT_EQ(chain.queue.executeActions(farAhead, detectLoops), drained);
+    return test::heapAllocations - before;
+}
+
+TEST(ActionHeap, is_reached_at_most_once_in_16_actions) {
+    Chain chain(16000);
+    allocationsOfDrain(chain, false);
+    EXPECT_LE(allocationsOfDrain(chain, false), 1000U);
+    EXPECT_LE(allocationsOfDrain(chain, true), 1000U);
+}
+
+TEST(ActionHeap, is_hardly_reached_by_short_chains_with_loop_detection) {
+    Chain chain(16);
+    allocationsOfDrain(chain, true);
+    unsigned long allocations = 0;
+    for (int i = 0; i < 100; ++i)
+        allocations += allocationsOfDrain(chain, true);
+    EXPECT_LE(allocations, 100U);
+}
+
+// Drains, with one allocation failing, and goes on behind the exception.
+void drainWhereOneFails(Chain& chain, unsigned long failing) {
+    test::failingAllocation = test::heapAllocations + failing;
+    try {
+        chain.begin();
+    } catch (const std::bad_alloc&) {
+        return; // nothing was posted
+    }
+    for (int status = -1; status != drained && status != 23;)
+        try {
+            status = chain.queue.executeActions(farAhead, true);
+        } catch (const std::bad_alloc&) {
+            EXPECT_GT(chain.getBegun(), 0U);
+        }
+}
+
+TEST(ActionHeap, loses_no_action_where_memory_is_lacking) {
+    constexpr std::size_t length = 300;
+    unsigned int failuresInHistory = 0;
+    for (unsigned long failing = 1; failing < 60; ++failing) {
+        Chain chain(length);
+        drainWhereOneFails(chain, failing);
+        const bool hasFailed = test::heapAllocations >= test::failingAllocation;
+        test::failingAllocation = 0;
+        if (chain.hasFailedToPost())
+            continue; // the chain itself ended there
+        EXPECT_EQ(chain.getBegun(), length) << failing;
+        EXPECT_TRUE(chain.queue.pendingItems.empty());
+        failuresInHistory += hasFailed ? 1 : 0;
+    }
+    EXPECT_GE(failuresInHistory, 5U);
+}
+
+} // namespace
+} // namespace KX

@@ -1,0 +1,119 @@
+#include "actions/KXActionQueue.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <set>
+#include <vector>
+
+namespace KX {
+namespace {
+
+using Item = KXActionQueue::actionItem;
+using ItemSet = KXActionQueue::itemSet;
+
+Item makeItem(unsigned int action, unsigned int trigger, int eventType, unsigned int userData,
+              unsigned int count = 0) {
+    const auto pointer = [](unsigned int number) { return static_cast<std::uintptr_t>(number) * 8; };
+    return {reinterpret_cast<KXAction*>(pointer(action)),
+            reinterpret_cast<KXAction*>(pointer(trigger)),
+            eventType,
+            reinterpret_cast<void*>(pointer(userData)),
+            count,
+            0};
+}
+
+// Whether both hold the same items, in the same order, with the counts that tell which of two equal ones stayed.
+template<class Expected>
+void expectSame(const ItemSet& items, const Expected& expected) {
+    EXPECT_EQ(items.empty(), expected.empty());
+    ASSERT_EQ(items.size(), expected.size());
+    auto wanted = expected.begin();
+    for (const Item& item : items) {
+        EXPECT_FALSE(item < *wanted || *wanted < item);
+        EXPECT_EQ(item.executedCount, wanted->executedCount);
+        ++wanted;
+    }
+}
+
+TEST(ItemSet, is_walked_through_in_order_whatever_the_order_of_adding) {
+    ItemSet items;
+    expectSame(items, std::vector<Item>());
+    for (const unsigned int number : {5U, 1U, 4U, 2U, 3U})
+        items.insert(makeItem(number, 9, 9, 9));
+    expectSame(items, std::vector<Item>{makeItem(1, 9, 9, 9), makeItem(2, 9, 9, 9), makeItem(3, 9, 9, 9),
+                                        makeItem(4, 9, 9, 9), makeItem(5, 9, 9, 9)});
+}
+
+TEST(ItemSet, keeps_the_first_of_two_that_are_equal) {
+    ItemSet items;
+    EXPECT_TRUE(items.insert(makeItem(1, 2, 3, 4, 10)).second);
+    const auto [place, isNew] = items.insert(makeItem(1, 2, 3, 4, 20));
+    EXPECT_FALSE(isNew);
+    EXPECT_EQ(place->executedCount, 10U);
+    EXPECT_EQ(items.size(), 1U);
+}
+
+TEST(ItemSet, tells_apart_by_each_of_four_fields) {
+    // Enough others, so that they are found by hash.
+    for (const unsigned int others : {0U, 7U, 8U, 100U}) {
+        ItemSet items;
+        for (unsigned int i = 0; i < others; ++i)
+            items.insert(makeItem(1000 + i, 0, 0, 0));
+        items.insert(makeItem(1, 2, 3, 4));
+        EXPECT_EQ(items.count(makeItem(1, 2, 3, 4)), 1U);
+        for (const Item& other :
+             {makeItem(9, 2, 3, 4), makeItem(1, 9, 3, 4), makeItem(1, 2, 9, 4), makeItem(1, 2, 3, 9)}) {
+            EXPECT_EQ(items.count(other), 0U);
+            EXPECT_EQ(items.find(other), items.end());
+        }
+    }
+}
+
+TEST(ItemSet, holds_nothing_after_it_was_cleared_and_can_be_filled_again) {
+    ItemSet items;
+    for (const unsigned int number : {3U, 8U, 9U, 200U, 5000U, 10U}) {
+        for (unsigned int i = 0; i < number; ++i)
+            items.insert(makeItem(i, 1, 1, 1));
+        EXPECT_EQ(items.size(), number);
+        EXPECT_EQ(items.count(makeItem(number - 1, 1, 1, 1)), 1U);
+        items.clear();
+        expectSame(items, std::vector<Item>());
+        EXPECT_EQ(items.count(makeItem(number - 1, 1, 1, 1)), 0U);
+    }
+}
+
+TEST(ItemSet, is_copied_whole) {
+    ItemSet items;
+    for (unsigned int i = 0; i < 100; ++i)
+        items.insert(makeItem(i, 1, 1, 1));
+    const ItemSet copy = items;
+    items.clear();
+    EXPECT_EQ(copy.size(), 100U);
+    EXPECT_EQ(copy.count(makeItem(99, 1, 1, 1)), 1U);
+}
+
+TEST(ItemSet, holds_what_an_ordered_set_holds_after_random_calls) {
+    std::mt19937 generator(1);
+    const auto random = [&] { return static_cast<unsigned int>(generator()); };
+    for (const unsigned int range : {2U, 4U, 12U}) {
+        ItemSet items;
+        std::set<Item> expected;
+        for (unsigned int step = 0; step < 1000; ++step) {
+            const Item item = makeItem(random() % range, random() % range, static_cast<int>(random() % 3) - 1,
+                                       random() % range, step);
+            EXPECT_EQ(items.count(item), expected.count(item));
+            EXPECT_EQ(items.insert(item).second, expected.insert(item).second);
+            if (random() % 400 == 0) {
+                items.clear();
+                expected.clear();
+            }
+            if (step % 50 == 0)
+                expectSame(items, expected);
+        }
+        expectSame(items, expected);
+    }
+}
+
+} // namespace
+} // namespace KX
