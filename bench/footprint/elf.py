@@ -7,6 +7,7 @@ from collections import Counter
 
 SECTION = re.compile(r"\s*\[ *\d+\] (\S+)\s+([A-Z_]+)\s+[0-9a-f]+ [0-9a-f]+ ([0-9a-f]+) [0-9a-f]+ +([A-Za-z]*) +\d")
 RELOCATION = re.compile(r"[0-9a-f]{8}\s+[0-9a-f]{8}\s+R_ARM_(\w+)")
+REMARK = re.compile(r"\s*\[ *[0-9a-f]+\]\s+(GCC: .+)")
 NEEDED = re.compile(r"\(NEEDED\).*\[(.+)\]")
 
 
@@ -28,6 +29,11 @@ def needed(text):
     return NEEDED.findall(text)
 
 
+def compiler(text):
+    """What a compiler leaves in a section for remarks."""
+    return next((found[1] for found in map(REMARK.match, text.splitlines()) if found), "an unknown compiler")
+
+
 class Reader:
     def __init__(self, readelf):
         self.readelf = readelf
@@ -47,6 +53,7 @@ class Reader:
             "sections": by_section,
             "relocations": dict(relocations(self.show("--relocs", path)).most_common()),
             "needed": needed(self.show("--dynamic", path)),
+            "compiler": compiler(self.show("--string-dump=.comment", path)),
         }
 
     def address(self, path, function):

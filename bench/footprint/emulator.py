@@ -17,6 +17,10 @@ class Emulator:
     def __init__(self, program, sysroot):
         self.command = [program, "-L", sysroot, *OPTIONS]
 
+    def version(self):
+        said = subprocess.run([self.command[0], "--version"], check=True, capture_output=True, text=True).stdout
+        return said.splitlines()[0]
+
     def start(self, program, options=(), **arguments):
         return subprocess.Popen([*self.command, *options, program], env=ENVIRONMENT, stdin=subprocess.PIPE,
                                 stdout=subprocess.PIPE, text=True, **arguments)

@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Measures what the library takes on the target, of a build that is there already; measure makes it first."""
+"""Measures what the library takes on the target, of a build that is there already; without one, only checks the
+arguments. The command for both is measure."""
 
 import argparse
 import json
@@ -111,6 +112,7 @@ def measure(build, runs):
             return repeated(what, runs, lambda: tell(*footprint.count(name)))
 
         return {
+            "emulator": footprint.emulator.version(),
             "libraries": footprint.libraries(),
             "watched": footprint.watch_starts(),
             "goes_without": counted("goes_without", "a start without the library", counts.start),
@@ -135,7 +137,7 @@ def parse_arguments():
         prog="bench/footprint/measure",
         description="Builds the library for 32-bit ARM and prints what it takes there: sizes, and the time, the memory "
                     "and the instructions of a start and of a key press in an emulator.")
-    parser.add_argument("--build", help=argparse.SUPPRESS, required=True)
+    parser.add_argument("--build", help=argparse.SUPPRESS)
     parser.add_argument("--check-presses", help=argparse.SUPPRESS, action="store_true")
     parser.add_argument("--runs", type=int, default=3, help="how often each is counted; 3 if not told otherwise")
     parser.add_argument("--json", action="store_true", help="print all that was measured as JSON instead of tables")
@@ -148,6 +150,8 @@ def parse_arguments():
 
 def main():
     arguments = parse_arguments()
+    if not arguments.build:
+        return 0
     try:
         if arguments.check_presses:
             check_presses(arguments.build)
@@ -159,6 +163,8 @@ def main():
     except (FootprintError, LookupError, OSError, subprocess.CalledProcessError) as error:
         say(f"error: {error}")
         return 1
+    except KeyboardInterrupt:
+        return 130
     return 0
 
 

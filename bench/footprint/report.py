@@ -1,5 +1,7 @@
 """Tables of what was measured, as Markdown that can be read as it is."""
 
+import textwrap
+
 from counts import GROUPS
 
 BEGIN, END = "<!-- measured: bench/footprint/measure --write -->\n", "<!-- end -->\n"
@@ -23,6 +25,10 @@ def table(*rows):
               for column, (cell, width) in enumerate(zip(row, widths))] for row in rows]
     lines.insert(1, ["-" * (width - 1) + ":" if column else "-" * width for column, width in enumerate(widths)])
     return "\n".join("| " + " | ".join(line) + " |" for line in lines) + "\n"
+
+
+def paragraph(text):
+    return textwrap.fill(text, 115, break_long_words=False, break_on_hyphens=False) + "\n"
 
 
 def sizes(libraries):
@@ -98,11 +104,12 @@ def tables(measured):
         f"Text and data of libKXAPI_Events: {(events['text'] + events['data']) / 1024:.1f} KiB.\n",
         sections(events),
         relocations(libraries),
-        "libKXAPI_Events needs " + ", ".join(events["needed"]) + ".\n",
+        paragraph("libKXAPI_Events needs " + ", ".join(events["needed"]) + "."),
         start(measured),
         creation(measured["creates"]),
         presses(measured["presses"]),
         f"The first press takes {first['instructions']:,} instructions, a later one {last['instructions']:,}.\n",
+        paragraph(f"Built by {events['compiler']}, run by {measured['emulator']}."),
     ))
 
 

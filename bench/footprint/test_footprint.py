@@ -120,6 +120,11 @@ class Library(unittest.TestCase):
 """
         self.assertEqual(elf.needed(text), ["libb.so.1", "liba.so.6"])
 
+    def test_the_compiler_is_what_the_library_says(self):
+        text = "String dump of section '.comment':\n  [     0]  GCC: (Debian 12.2.0-14) 12.2.0\n"
+        self.assertEqual(elf.compiler(text), "GCC: (Debian 12.2.0-14) 12.2.0")
+        self.assertEqual(elf.compiler(""), "an unknown compiler")
+
 
 class Record(unittest.TestCase):
     def test_columns_stand_below_each_other(self):
