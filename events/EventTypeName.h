@@ -20,6 +20,9 @@ public:
     EventTypeName& operator=(const EventTypeName&) = delete;
 
 private:
+    /// Apart, so that a type with a name does not pay for it.
+    [[gnu::noinline]] const char* composeName(int type);
+
     const char* name;
     char unnamed[32]; // "UnknownEventType(-2147483648)" has 29 characters
 };

@@ -71,15 +71,18 @@ std::string translateEventTypeToString(int type) {
 }
 
 EventTypeName::EventTypeName(int type) : name(findEventTypeName(type).data()) {
-    if (name)
-        return;
+    if (!name)
+        name = composeName(type);
+}
+
+const char* EventTypeName::composeName(int type) {
     // Numbers are short enough to need no heap inside std::string, unlike the whole text.
     const std::string number = toString(type);
     char* end = unnamed;
     end += unnamedPrefix.copy(end, unnamedPrefix.size());
     end += number.copy(end, static_cast<std::size_t>(unnamed + sizeof unnamed - 2 - end));
     std::strcpy(end, ")");
-    name = unnamed;
+    return unnamed;
 }
 
 } // namespace KX

@@ -67,6 +67,14 @@ private:
     std::vector<char> grown;
 };
 
+/// Apart from the question whether to print, so that a message that is not shown does not pay for a frame of that size.
+[[gnu::noinline]] void printMessage(int level, unsigned int key, const char* format, std::va_list arguments) {
+    // A message is often printed on the way to looking at errno.
+    const int error = errno;
+    Message().print(level, key, format, arguments);
+    errno = error;
+}
+
 } // namespace
 
 unsigned int KXDebug::insertNewDebugSection(const std::string& name) {
@@ -77,13 +85,10 @@ void KXDebug::debugPrintError(int level, unsigned int key, const char* format, .
     if (!KXDebugSections::isShown(level, key)) {
         return;
     }
-    // A message is often printed on the way to looking at errno.
-    const int error = errno;
     std::va_list arguments;
     va_start(arguments, format);
-    Message().print(level, key, format, arguments);
+    printMessage(level, key, format, arguments);
     va_end(arguments);
-    errno = error;
 }
 
 } // namespace KX

@@ -63,6 +63,11 @@ struct Registry {
     std::map<std::string, unsigned int> keys; // guarded by lock
 };
 
+/// Apart, so that who asks for a section that exists does not pay for making the registry.
+[[gnu::noinline]] int getLevelOfNoSection() {
+    return Registry::get().levels.getLevel("?");
+}
+
 } // namespace
 
 unsigned int KXDebugSections::insert(const std::string& name) {
@@ -91,7 +96,7 @@ unsigned int KXDebugSections::insert(const std::string& name) {
 
 bool KXDebugSections::isShown(int level, unsigned int key) {
     const Section* const section = findSection(key);
-    const int shownLevel = section != nullptr ? section->level : Registry::get().levels.getLevel("?");
+    const int shownLevel = section != nullptr ? section->level : getLevelOfNoSection();
     // Level 0 is not a message's, but nobody should lose an error because of it.
     return std::max(level, 1) <= shownLevel;
 }
