@@ -84,6 +84,10 @@ Part& partOf(KXEvent& event) {
     return dynamic_cast<Part&>(event);
 }
 
+[[gnu::noinline]] void reportUnknownClass(int eventClass) {
+    std::cerr << "KXSomeEvent(KXEvent &): ERRROR - created from unknown event class " << eventClass << std::endl;
+}
+
 } // namespace
 
 KXSomeEvent::KXSomeEvent() {
@@ -97,40 +101,46 @@ KXSomeEvent::KXSomeEvent(KXEvent& source) {
 
     // The number decides, so that an object of a class derived by the application travels as what it says it
     // is; the casts make sure that it really has the part that is read.
+    const KXInputEvent* input = nullptr;
+    const KXSignal* signal = nullptr;
     switch (source.eventClass) {
     case EVENT_CLASS:
-        copyEventFields(*this, source);
         break;
     case INCIDENT_CLASS:
-        copyEventFields(*this, partOf<KXIncident, KXSomeEvent>(source));
+        partOf<KXIncident, KXSomeEvent>(source);
         break;
     case TOOLKIT_EVENT_CLASS:
-        takeInputEvent(partOf<KXToolkitEvent, KXSomeEvent>(source));
+        input = &partOf<KXToolkitEvent, KXSomeEvent>(source);
         break;
     case INPUT_EVENT_CLASS:
-        takeInputEvent(partOf<KXInputEvent, KXToolkitEvent, KXSomeEvent>(source));
+        input = &partOf<KXInputEvent, KXToolkitEvent, KXSomeEvent>(source);
         break;
     case NAVIGATION_EVENT_CLASS:
-        copyEventFields(*this, partOf<KXNavigationEvent, KXSomeEvent>(source));
+        partOf<KXNavigationEvent, KXSomeEvent>(source);
         break;
     case TRIGGER_CLASS:
-        copyEventFields(*this, partOf<KXTrigger, KXSomeEvent>(source));
+        partOf<KXTrigger, KXSomeEvent>(source);
         break;
     case SIGNAL_CLASS:
-        takeSignal(partOf<KXSignal, KXSomeEvent>(source));
+        signal = &partOf<KXSignal, KXSomeEvent>(source);
         break;
     case SOME_EVENT_CLASS: {
-        auto& holder = partOf<KXSomeEvent>(source);
-        takeInputEvent(holder);
-        takeSignal(holder);
+        const auto& holder = partOf<KXSomeEvent>(source);
+        input = &holder;
+        signal = &holder;
         sourceClass = holder.sourceClass;
         break;
     }
     default:
-        std::cerr << "KXSomeEvent(KXEvent &): ERRROR - created from unknown event class " << source.eventClass
-                  << std::endl;
+        reportUnknownClass(source.eventClass);
         sourceClass = EVENT_CLASS;
+        return;
     }
+    copyEventFields(*this, source);
+    if (input)
+        copyInputFields(*this, *input);
+    if (signal)
+        std::copy(std::begin(signal->signalData), std::end(signal->signalData), std::begin(signalData));
 }
 
 // Whatever way a holder came by its flags, a copy does not have them.
@@ -145,15 +155,5 @@ KXSomeEvent::KXSomeEvent(const KXSomeEvent& other)
 
 KXSomeEvent& KXSomeEvent::operator=(const KXSomeEvent& other) = default;
 KXSomeEvent::~KXSomeEvent() = default;
-
-void KXSomeEvent::takeInputEvent(const KXInputEvent& source) {
-    copyInputFields(*this, source);
-    copyEventFields(*this, source);
-}
-
-void KXSomeEvent::takeSignal(const KXSignal& source) {
-    std::copy(std::begin(source.signalData), std::end(source.signalData), std::begin(signalData));
-    copyEventFields(*this, source);
-}
 
 } // namespace KX

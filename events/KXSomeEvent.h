@@ -27,10 +27,6 @@ public:
     ~KXSomeEvent() override;
 
     int sourceClass = 0; ///< class number of the event that was first put into a holder
-
-private:
-    KX_LOCAL void takeInputEvent(const KXInputEvent& source);
-    KX_LOCAL void takeSignal(const KXSignal& source);
 };
 
 } // namespace KX
