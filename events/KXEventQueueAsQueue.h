@@ -6,6 +6,7 @@
 #include <boost/container/deque.hpp>
 #include <boost/container/options.hpp>
 #include <boost/thread/condition_variable.hpp>
+#include <boost/thread/locks.hpp>
 #include <boost/thread/mutex.hpp>
 
 namespace KX {
@@ -35,6 +36,10 @@ public:
     bool isEmpty() override;
 
 private:
+    KX_LOCAL void notifyConsumer();
+    KX_LOCAL KXSomeEvent takeOldest();
+    [[gnu::noinline]] KX_LOCAL void waitForEvent(boost::unique_lock<boost::mutex>& lock);
+
     static constexpr unsigned int eventsInABlock = 64;
     using Blocks = boost::container::deque_options<boost::container::block_size<eventsInABlock>>::type;
 
@@ -42,6 +47,7 @@ private:
     boost::mutex queueMutex;
     boost::condition_variable queueCondition; // goes with queueMutex
     std::atomic<unsigned int> eventCount{0};  // size of eventDeque; written under queueMutex, read without
+    unsigned int waitingConsumers = 0;        // of queueCondition; guarded by queueMutex
 };
 
 } // namespace KX
