@@ -32,6 +32,10 @@ void tellTriggeringEventType(KXAction& action, int eventType) {
               << "). Terminating execution." << std::endl;
 }
 
+[[gnu::noinline]] void reportNoAction() {
+    std::cout << "KXActionQueue::postAction(nullptr): Ignored." << std::endl;
+}
+
 // Says which action runs for as long as it runs, also when it ends by an exception.
 class CurrentAction {
 public:
@@ -84,7 +88,7 @@ KXActionQueue::~KXActionQueue() = default;
 
 void KXActionQueue::postAction(KXAction* action, KXEvent* event, void* userData) {
     if (!action) {
-        std::cout << "KXActionQueue::postAction(nullptr): Ignored." << std::endl;
+        reportNoAction();
         return;
     }
     const int eventType = event ? event->eventType : 0;
@@ -119,7 +123,7 @@ int KXActionQueue::executeActions(unsigned int deadline, bool detectLoops) {
     return status;
 }
 
-KXActionQueue::actionItem KXActionQueue::takeOldest() {
+inline KXActionQueue::actionItem KXActionQueue::takeOldest() {
     Lock lock(mutex);
     if (pendingItems.empty())
         waitForItem(lock);
