@@ -50,7 +50,8 @@ def creation(stretches, memory_map):
 
 def side(stretch, memory_map):
     if len(stretch.names_of_calls) != stretch.calls:
-        raise FootprintError(f"{stretch.calls} system calls were made, but {len(stretch.names_of_calls)} are named: count again")
+        raise FootprintError(f"{stretch.calls} system calls were made, but {len(stretch.names_of_calls)} are named: "
+                             "count again")
     return {
         "instructions": stretch.instructions,
         "owners": by_group(stretch.by_owner(memory_map)),

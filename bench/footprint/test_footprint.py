@@ -1,12 +1,15 @@
 #!/usr/bin/env python3
 """What is made of the emulator's log, of readelf's words and of the record, each by an example."""
 
+import io
 import os
 import tempfile
 import unittest
+from contextlib import redirect_stderr
 
 import counts
 import elf
+import footprint
 import report
 from execution import Execution, FootprintError, MemoryMap
 
@@ -83,6 +86,12 @@ class Counting(unittest.TestCase):
         self.assertEqual((stretch.calls, stretch.names_of_calls), (1, ["futex", "write"]))
         with self.assertRaisesRegex(FootprintError, "1 system calls were made, but 2 are named"):
             counts.side(stretch, MemoryMap(MAP))
+
+    def test_a_count_that_does_not_repeat_is_an_error(self):
+        with redirect_stderr(io.StringIO()):
+            self.assertEqual(footprint.repeated("a press", 3, lambda: 7), 7)
+            with self.assertRaisesRegex(FootprintError, "a press: the count does not repeat: 7, then 8"):
+                footprint.repeated("a press", 3, iter([7, 7, 8]).__next__)
 
     def test_glib_does_not_count_in_a_start(self):
         with_glib = [line.replace("libc.so.6", "libglib-2.0.so.0") for line in MAP]
