@@ -28,14 +28,13 @@ SETTINGS = {
 COLORS = {"ours": "#d1495b", "limit": "#9aa5b1", "peer": "#5b8db8"}
 CURVE_COLORS = {"Asio": "#6a994e", "Qt postEvent": "#5b8db8"}
 COLUMNS = 3
-FEWEST_ROWS = 6  # so that two bars are not as thick as a fist
 BARS_TIMES_OURS = 5  # longer bars are cut off; their numbers stand beside them
 
 
 def draw_all(folder, results):
     with matplotlib.rc_context(SETTINGS):
         for name, scenarios in selection.BARS.items():
-            draw_grid(folder, name, selection.panels(results, scenarios), draw_bars)
+            draw_grid(folder, name, selection.panels(results, scenarios), draw_bars, bars_height)
         draw_grid(folder, "wake-up.svg", [(scenario, rows) for scenario in selection.LATENCIES
                                           if (rows := selection.latencies(results, scenario))], draw_latencies)
         for name, metric in selection.CURVES.items():
@@ -44,13 +43,15 @@ def draw_all(folder, results):
             draw_grid(folder, name, panels, draw_curves)
 
 
-def draw_grid(folder, name, panels, draw):
+def draw_grid(folder, name, panels, draw, height=lambda panel: 3.2):
     """A picture with a part for each panel; none where nothing was measured that it would show."""
     if not panels:
         return
     columns = min(COLUMNS, len(panels))
     rows = -(-len(panels) // columns)
-    figure, grid = pyplot.subplots(rows, columns, figsize=(4.6 * columns, 3.2 * rows), squeeze=False)
+    heights = [max(height(panel) for panel in panels[row * columns:(row + 1) * columns]) for row in range(rows)]
+    figure, grid = pyplot.subplots(rows, columns, figsize=(4.6 * columns, sum(heights)), squeeze=False,
+                                   gridspec_kw={"height_ratios": heights})
     for axes in grid.flat[len(panels):]:
         axes.set_visible(False)
     for axes, panel in zip(grid.flat, panels):
@@ -65,10 +66,16 @@ def name_rows(axes, names):
     axes.set_yticks(range(len(names)))
     axes.set_yticklabels(names)
     axes.tick_params(axis="y", length=0)
+    axes.spines["left"].set_visible(False)
     axes.invert_yaxis()
     for label in axes.get_yticklabels():
         if label.get_text() == OURS:
             label.set_fontweight("bold")
+
+
+def bars_height(panel):
+    """As much for each contender, and the same for the title in all panels."""
+    return 0.9 + 0.22 * len(panel.bars)
 
 
 def draw_bars(axes, panel):
@@ -83,7 +90,6 @@ def draw_bars(axes, panel):
         axes.text(length + 0.02 * longest, row, mark + format_value(value, panel.metric), va="center")
     name_rows(axes, [name for name, _ in panel.bars])
     axes.set_xlim(0, 1.35 * longest)
-    axes.set_ylim(max(len(panel.bars), FEWEST_ROWS) - 0.5, -0.5)
     axes.xaxis.set_visible(False)
     axes.spines["bottom"].set_visible(False)
     axes.set_title(panel.title)

@@ -3,6 +3,7 @@
 from promises import describe, describe_ratio, describe_verdict
 from results import OURS
 
+# In the order in which they are shown.
 HEADINGS = {"time": "time for one", "p50": "p50", "p99": "p99", "memory": "memory for one",
             "processor": "of one core"}
 
@@ -52,30 +53,31 @@ def unique(things):
     return list(dict.fromkeys(things))
 
 
-def columns_of(keys):
-    """A column for each size and metric, in their order."""
-    columns = unique((key.size, key.metric) for key in keys)
-    metrics = unique(metric for _, metric in columns)
-    return sorted(columns, key=lambda column: (metrics.index(column[1]), column[0] or 0))
+def scenario_tables(scenario, results):
+    """One table of all that was measured, or one of each metric where sizes are the columns."""
+    found = {key: summary for key, summary in results.items() if key.scenario == scenario}
+    metrics = [metric for metric in HEADINGS if any(key.metric == metric for key in found)]
+    if all(key.size is None for key in found):
+        head = ("contender", *(HEADINGS[metric] for metric in metrics))
+        return contenders_table(head, [(None, metric) for metric in metrics], found)
+    return "\n".join(sizes_table(metric, found) for metric in metrics)
 
 
-def heading(column):
-    size, metric = column
-    return HEADINGS[metric] if size is None else f"{HEADINGS[metric]}, {size:,}"
+def sizes_table(metric, found):
+    sizes = sorted({key.size for key in found if key.metric == metric})
+    head = (HEADINGS[metric], *(f"{size:,}" for size in sizes))
+    return contenders_table(head, [(size, metric) for size in sizes], found)
 
 
-def scenario_table(scenario, results):
-    """A row for each contender, the fastest in the last of the columns of time first; ± is half the distance of the
-    quartiles."""
-    keys = [key for key in results if key.scenario == scenario]
-    columns = columns_of(keys)
+def contenders_table(head, columns, found):
+    """A row for each contender: the best one in the last column of the first metric first, which is where most waits."""
     rows = {}
-    for key in keys:
-        rows.setdefault(key.contender, {})[key.size, key.metric] = results[key]
+    for key, summary in found.items():
+        if (key.size, key.metric) in columns:
+            rows.setdefault(key.contender, {})[key.size, key.metric] = summary
     decisive = [column for column in columns if column[1] == columns[0][1]][-1]
-    contenders = sorted(rows, key=lambda name: rows[name][decisive].median if decisive in rows[name] else 1e300)
-    table = [("contender", *(heading(column) for column in columns))]
-    for contender in contenders:
+    table = [head]
+    for contender in sorted(rows, key=lambda name: (decisive not in rows[name], rows[name].get(decisive))):
         name = f"**{contender}**" if contender == OURS else contender
         table.append((name, *(format_cell(rows[contender].get(column), column[1]) for column in columns)))
     return format_table(table, of_numbers=True)
@@ -96,5 +98,5 @@ def make_report(machine, results, outcomes):
     parts.append(format_table([("measured with", ""), *machine.items()]))
     parts += ["## What must hold\n", promises_table(outcomes)]
     for scenario in unique(key.scenario for key in results):
-        parts += [f"## {scenario[0].upper()}{scenario[1:]}\n", scenario_table(scenario, results)]
+        parts += [f"## {scenario[0].upper()}{scenario[1:]}\n", scenario_tables(scenario, results)]
     return "\n".join(parts)

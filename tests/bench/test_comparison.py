@@ -199,20 +199,32 @@ class Report(unittest.TestCase):
         self.assertEqual("0.50 %", report.format_value(0.5, "processor"))
 
     def test_has_columns_of_one_width(self):
-        lines = report.scenario_table("scenario", measured(KXAPI=1, a_very_long_name=1000)).splitlines()
+        lines = report.scenario_tables("scenario", measured(KXAPI=1, a_very_long_name=1000)).splitlines()
         self.assertEqual(1, len({len(line) for line in lines}), lines)
 
     def test_has_the_fastest_first(self):
-        lines = report.scenario_table("scenario", measured(slow=9, KXAPI=5, fast=2)).splitlines()[2:]
+        lines = report.scenario_tables("scenario", measured(slow=9, KXAPI=5, fast=2)).splitlines()[2:]
         self.assertEqual(["fast", "**KXAPI**", "slow"], [line.split("|")[1].strip() for line in lines])
 
     def test_leaves_a_gap_where_nothing_was_measured(self):
         found = {key("a", size=1): Summary(1, 1, 1, 1), key("a", size=2): Summary(2, 2, 2, 1),
                  key("b", size=2): Summary(3, 3, 3, 1)}
         rows = [[cell.strip() for cell in line.split("|")[1:-1]]
-                for line in report.scenario_table("scenario", found).splitlines()]
-        self.assertEqual(["contender", "time for one, 1", "time for one, 2"], rows[0])
+                for line in report.scenario_tables("scenario", found).splitlines()]
+        self.assertEqual(["time for one", "1", "2"], rows[0])
         self.assertEqual([["a", "1.00 ns", "2.00 ns"], ["b", "", "3.00 ns"]], rows[2:])
+
+    def test_has_a_table_for_each_metric_where_sizes_are_columns(self):
+        found = {key("a", size=size, metric=metric): Summary(size, size, size, 1)
+                 for metric in ("memory", "time") for size in (1000, 1)}
+        text = report.scenario_tables("scenario", found)
+        heads = [line for line in text.splitlines() if "for one" in line]
+        self.assertEqual(["time for one", "memory for one"], [line.split("|")[1].strip() for line in heads])
+        self.assertRegex(heads[0], r"\| +1 \| +1,000 \|")
+
+    def test_has_percentiles_side_by_side(self):
+        found = {key("a", metric="p99"): Summary(3, 3, 3, 1), key("a", metric="p50"): Summary(2, 2, 2, 1)}
+        self.assertRegex(report.scenario_tables("scenario", found), r"\| a +\| +2.00 ns \| +3.00 ns \|")
 
     def test_tells_how_far_the_samples_spread(self):
         self.assertEqual("100 ns ± 5 %", report.format_cell(Summary(100, 95, 105, 4), "time"))
