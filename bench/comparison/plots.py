@@ -107,7 +107,7 @@ def draw_latencies(axes, panel):
         axes.text(1.02 * border, row, f"{format_value(p50, 'p50')} / {format_value(p99, 'p99')}", va="center")
     name_rows(axes, [name for name, _, _ in rows])
     axes.set_xlim(0, border)
-    axes.xaxis.set_major_formatter(lambda value, _: format_value(value, "p50") if value else "0")
+    axes.xaxis.set_major_formatter(lambda value, _: f"{value / 1000:g} µs")
     axes.xaxis.set_major_locator(ticker.MaxNLocator(3))
     axes.text(1.02 * border, -0.8, "p50 (bar) / p99 (line)", va="center", fontsize=8)
     axes.set_title(scenario)
