@@ -44,8 +44,11 @@ def draw_all(folder, results):
 
 
 def draw_grid(folder, name, panels, draw, height=lambda panel: 3.2):
-    """A picture with a part for each panel; none where nothing was measured that it would show."""
+    """A picture with a part for each panel; none where nothing was measured that it would show, not even an old one."""
+    path = os.path.join(folder, name)
     if not panels:
+        if os.path.exists(path):
+            os.remove(path)
         return
     columns = min(COLUMNS, len(panels))
     rows = -(-len(panels) // columns)
@@ -57,7 +60,7 @@ def draw_grid(folder, name, panels, draw, height=lambda panel: 3.2):
     for axes, panel in zip(grid.flat, panels):
         draw(axes, panel)
     figure.tight_layout(w_pad=2, h_pad=2)
-    figure.savefig(os.path.join(folder, name), metadata={"Date": None})
+    figure.savefig(path, metadata={"Date": None})
     pyplot.close(figure)
 
 
