@@ -62,10 +62,11 @@ def describe(top, build, load):
         "Processor": describe_processor(),
         "Memory": describe_memory(),
         "Load before": f"{load:.2f}",
-        "Kernel": f"{platform.system()} {platform.release()}, {platform.machine()}",
+        "Kernel": f"{platform.system()} {find(r'^([0-9.]+)', platform.release())}, {platform.machine()}",
         "System": find(r"^PRETTY_NAME=(.*)$", read_file("/etc/os-release")),
-        "Compiler": os.path.basename(first_line(compiler, "--version")) + ", CMake's Release flags",
-        "Revision": first_line("git", "-c", "safe.directory=*", "-C", top, "describe", "--always", "--dirty"),
+        "Compiler": f"{first_line(compiler, '--version') or 'unknown'}, CMake's Release flags",
+        "Revision": first_line("git", "-c", "safe.directory=*", "-C", top, "describe", "--always", "--dirty")
+                    or "unknown",
     }
     facts.update((name, upstream_version(package)) for name, package in PEERS.items())
     return facts

@@ -3,6 +3,7 @@
 import io
 import json
 import os
+import platform
 import re
 import subprocess
 import sys
@@ -14,6 +15,7 @@ COMPARISON = os.path.join(TOP, "bench", "comparison")
 sys.path.insert(0, COMPARISON)
 
 # pylint: disable=wrong-import-position # they are found only now
+import machine
 import programs
 import promises
 import report
@@ -266,6 +268,29 @@ class Selection(unittest.TestCase):
         drawn = {scenario for scenarios in selection.BARS.values() for scenario in scenarios}
         for promise in promises.PROMISES:
             self.assertIn(promise.scenario, drawn.union(selection.LATENCIES))
+
+
+class Machine(unittest.TestCase):
+    def setUp(self):
+        self.build = tempfile.TemporaryDirectory()
+        self.addCleanup(self.build.cleanup)
+
+    def describe(self, cache):
+        with open(os.path.join(self.build.name, "CMakeCache.txt"), "w", encoding="utf-8") as file:
+            file.write(cache)
+        return machine.describe(TOP, self.build.name, 0.25)
+
+    def test_is_described_without_its_name_and_paths(self):
+        facts = self.describe("CMAKE_CXX_COMPILER:FILEPATH=/usr/bin/c++\n")
+        words = re.findall(r"[^\s,]+", " ".join(facts.values()))
+        self.assertNotIn(platform.node(), words)
+        self.assertEqual([], [word for word in words if "/" in word.replace("GNU/Linux", "")])
+
+    def test_is_described_as_far_as_it_is_known(self):
+        facts = self.describe("")
+        self.assertEqual("unknown, CMake's Release flags", facts["Compiler"])
+        self.assertEqual("0.25", facts["Load before"])
+        self.assertEqual([], [name for name, value in facts.items() if not value])
 
 
 class Command(unittest.TestCase):
