@@ -22,6 +22,7 @@
 #include "input/KXInputEventManager.h"
 
 #include "events/EventClass.h"
+#include "events/EventFields.h"
 #include "events/KXEventType.h"
 #include "input/Status.h"
 
@@ -55,10 +56,11 @@ bool isSameKeyOrButton(const KXInputEvent& event, const KXInputEvent& earlier) {
 }
 
 // What is kept will be posted by the worker thread as an input event, whatever class the original was.
-KXInputEvent inputEventCopy(const KXInputEvent& event) {
-    KXInputEvent copy(event);
-    copy.eventClass = INPUT_EVENT_CLASS;
-    return copy;
+void keep(KXInputEvent& kept, const KXInputEvent& event) {
+    copyEventFields(kept, event);
+    copyInputFields(kept, event);
+    kept.incidentFlag = event.incidentFlag;
+    kept.eventClass = INPUT_EVENT_CLASS;
 }
 
 } // namespace
@@ -91,7 +93,7 @@ int KXInputEventManager::convertToDoublePressEvent(KXInputEvent& event) {
     const bool pairs = sincePreviousMs <= pressDurations.load().doublePressMs &&
                        lastPressEvent.eventType == event.eventType && isSameKeyOrButton(event, lastPressEvent);
     // Kept as the plain press it was, so that a third press pairs with the second.
-    lastPressEvent = inputEventCopy(event);
+    keep(lastPressEvent, event);
     if (pairs)
         event.eventType = event.eventType == KEY_PRESS_EVENT ? KEY_DOUBLE_PRESS_EVENT : MOUSE_DOUBLE_PRESS_EVENT;
     return STATUS_OK;
@@ -99,7 +101,7 @@ int KXInputEventManager::convertToDoublePressEvent(KXInputEvent& event) {
 
 int KXInputEventManager::markPossibleLongPress(KXInputEvent& event) {
     if (isPressLike(event.eventType))
-        longPressCandidate = inputEventCopy(event);
+        keep(longPressCandidate, event);
     else if (isReleaseLike(event.eventType) && isSameKeyOrButton(event, longPressCandidate))
         endLongPress(event.eventType);
     return STATUS_OK;
