@@ -8,6 +8,7 @@
 #include <benchmark/benchmark.h>
 #include <cstdint>
 #include <limits>
+#include <thread>
 
 namespace {
 
@@ -80,7 +81,19 @@ void barePipe(benchmark::State& state) {
     order.report(state);
 }
 
-const auto* const own = benchmark::RegisterBenchmark("key press/KXAPI", keyPress);
-const auto* const bare = benchmark::RegisterBenchmark("key press/write, poll, read", barePipe);
-
 } // namespace
+
+int main(int argc, char** argv) {
+    // The manager's worker is a thread, and system calls that may be cancelled cost a little more from the first thread
+    // of a process on. So they do beside the manager, and the bare ones have to be no cheaper for running first.
+    std::thread([] {}).join();
+    benchmark::RegisterBenchmark("key press/KXAPI", keyPress);
+    benchmark::RegisterBenchmark("key press/write, poll, read", barePipe);
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
+        return 1;
+    }
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}

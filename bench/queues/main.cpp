@@ -7,6 +7,8 @@
 
 #include <QCoreApplication>
 
+#include <thread>
+
 namespace {
 
 using KX::KXEventQueue;
@@ -36,6 +38,9 @@ int main(int argc, char** argv) {
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
         return 1;
     }
+    // The C library spares the atomic operations of a mutex until a process starts its first thread. Nobody needs these
+    // queues in a process that never does.
+    std::thread([] {}).join();
     // Qt has queues where it has an application.
     const QCoreApplication application(argc, argv);
     addAll();
