@@ -55,21 +55,21 @@ void KXActionQueue::itemSet::clear() noexcept {
         return;
     }
     items.clear();
-    slots.clear();
+    table.clear();
     ordered.clear();
 }
 
 const KXActionQueue::actionItem* KXActionQueue::itemSet::lookUp(const actionItem& item) const {
-    if (slots.empty()) {
+    if (table.empty()) {
         const auto found =
             std::find_if(items.begin(), items.end(), [&](const actionItem& other) { return isSame(item, other); });
         return found != items.end() ? &*found : nullptr;
     }
     const std::uint32_t hash = hashOf(item);
-    const std::size_t mask = slots.size() - 1;
-    for (std::size_t i = hash & mask; slots[i].place != 0; i = (i + 1) & mask)
-        if (slots[i].hash == hash && isSame(item, items[slots[i].place - 1]))
-            return &items[slots[i].place - 1];
+    const std::size_t mask = table.size() - 1;
+    for (std::size_t i = hash & mask; table[i].place != 0; i = (i + 1) & mask)
+        if (table[i].hash == hash && isSame(item, items[table[i].place - 1]))
+            return &items[table[i].place - 1];
     return nullptr;
 }
 
@@ -92,14 +92,14 @@ void KXActionQueue::itemSet::addAll(const itemSet& others) {
 void KXActionQueue::itemSet::reserve(std::size_t number) {
     if (number > items.capacity())
         items.reserve(std::max(number, 2 * items.capacity()));
-    if (number > fewItems && 2 * number > slots.size())
+    if (number > fewItems && 2 * number > table.size())
         makeSlots(2 * number);
 }
 
 // There must be room.
 void KXActionQueue::itemSet::append(const actionItem& item) {
     items.push_back(item);
-    if (!slots.empty())
+    if (!table.empty())
         enter(hashOf(item), static_cast<std::uint32_t>(items.size()));
 }
 
@@ -107,18 +107,18 @@ void KXActionQueue::itemSet::makeSlots(std::size_t number) {
     std::size_t powerOfTwo = 4 * fewItems;
     while (powerOfTwo < number)
         powerOfTwo *= 2;
-    slots.assign(powerOfTwo, slot{0, 0});
+    table.assign(powerOfTwo, slot{0, 0});
     std::uint32_t place = 0;
     for (const actionItem& item : items)
         enter(hashOf(item), ++place);
 }
 
 void KXActionQueue::itemSet::enter(std::uint32_t hash, std::uint32_t place) {
-    const std::size_t mask = slots.size() - 1;
+    const std::size_t mask = table.size() - 1;
     std::size_t i = hash & mask;
-    while (slots[i].place != 0)
+    while (table[i].place != 0)
         i = (i + 1) & mask;
-    slots[i] = {hash, place};
+    table[i] = {hash, place};
 }
 
 const std::vector<KXActionQueue::actionItem>& KXActionQueue::itemSet::inOrder() const {

@@ -144,7 +144,7 @@ public:
         KX_EVENTS_API const std::vector<actionItem>& inOrder() const;
 
         std::vector<actionItem> items; // as they were added
-        std::vector<slot> slots;       // none while items are few; else a power of two, most of them free
+        std::vector<slot> table;       // none while items are few; else a power of two, most of them free
         mutable std::vector<actionItem> ordered; // the items in order; outdated when it is shorter
     };
 
