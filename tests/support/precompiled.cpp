@@ -1,0 +1,1 @@
+// Nothing but the headers that are precompiled, which the build names.
