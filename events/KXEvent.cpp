@@ -94,10 +94,9 @@ KXSomeEvent::KXSomeEvent() {
     eventClass = SOME_EVENT_CLASS;
 }
 
-KXSomeEvent::KXSomeEvent(KXEvent& source) {
-    eventClass = SOME_EVENT_CLASS;
-    eventType = source.eventType;
-    sourceClass = source.eventClass;
+KXSomeEvent::KXSomeEvent(KXEvent& source) : KXEvent(source), sourceClass(source.eventClass) {
+    // In place of the number that the constructor of each part has put there.
+    eventClass = source.eventClass;
 
     // The number decides, so that an object of a class derived by the application travels as what it says it
     // is; the casts make sure that it really has the part that is read.
@@ -133,10 +132,11 @@ KXSomeEvent::KXSomeEvent(KXEvent& source) {
     }
     default:
         reportUnknownClass(source.eventClass);
+        copyEventFields(*this, KXEvent());
+        eventClass = SOME_EVENT_CLASS;
+        eventType = source.eventType;
         sourceClass = EVENT_CLASS;
-        return;
     }
-    copyEventFields(*this, source);
     if (input)
         copyInputFields(*this, *input);
     if (signal)
