@@ -149,13 +149,10 @@ public:
     };
 
     /// Wakes those who wait for an item; goes with the queue's mutex. Every wait is counted, because Boost takes a
-    /// lock to signal, which is needed only while somebody waits.
-    class itemCondition : private boost::condition_variable {
+    /// lock to signal, which is needed only while somebody waits. So wait by this class, not by its base: who is
+    /// not counted may miss a signal.
+    class itemCondition : public boost::condition_variable {
     public:
-        using boost::condition_variable::native_handle;
-        using boost::condition_variable::notify_all;
-        using boost::condition_variable::notify_one;
-
         template<class... More>
         auto wait(boost::unique_lock<boost::mutex>& lock, More&&... more) {
             const Waiter waiter(waiters);
