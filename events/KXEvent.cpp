@@ -94,9 +94,10 @@ KXSomeEvent::KXSomeEvent() {
     eventClass = SOME_EVENT_CLASS;
 }
 
-KXSomeEvent::KXSomeEvent(KXEvent& source) : KXEvent(source), sourceClass(source.eventClass) {
-    // In place of the number that the constructor of each part has put there.
-    eventClass = source.eventClass;
+KXSomeEvent::KXSomeEvent(KXEvent& source) : sourceClass(source.eventClass) {
+    // As a whole, and not the class apart, since that is how a copy reads it: a processor waits for what it is to read
+    // when that was written in pieces.
+    copyEventFields(*this, source);
 
     // The number decides, so that an object of a class derived by the application travels as what it says it
     // is; the casts make sure that it really has the part that is read.
@@ -140,7 +141,7 @@ KXSomeEvent::KXSomeEvent(KXEvent& source) : KXEvent(source), sourceClass(source.
     if (input)
         copyInputFields(*this, *input);
     if (signal)
-        std::copy(std::begin(signal->signalData), std::end(signal->signalData), std::begin(signalData));
+        copyWords(signalData, signal->signalData);
 }
 
 // Whatever way a holder came by its flags, a copy does not have them.
