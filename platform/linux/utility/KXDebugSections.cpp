@@ -3,10 +3,6 @@
 #include "platform/linux/utility/KXDebugLevels.h"
 #include "platform/linux/utility/KXDebugOutput.h"
 
-#include <algorithm>
-#include <array>
-#include <atomic>
-#include <cstddef>
 #include <cstdlib>
 #include <map>
 #include <mutex>
@@ -15,30 +11,6 @@
 namespace KX {
 
 namespace {
-
-struct Section {
-    std::string name;
-    int level = 1;
-};
-
-const std::size_t sectionsPerBlock = 64;
-const std::size_t mostBlocks = 1024;
-
-using Block = std::array<Section, sectionsPerBlock>;
-
-/// Where a key leads to. Plain zeros before the first initialiser runs and never destroyed. A block is published
-/// before its first key is given away, and a section is complete before its key is, so whoever has a key by
-/// proper means may read; a guessed key is kept out by the count.
-std::array<std::atomic<Block*>, mostBlocks> blocks;
-std::atomic<unsigned int> sectionCount;
-
-const Section* findSection(unsigned int key) {
-    if (key == 0 || key > sectionCount.load(std::memory_order_acquire)) {
-        return nullptr;
-    }
-    const std::size_t index = key - 1;
-    return &(*blocks[index / sectionsPerBlock].load(std::memory_order_acquire))[index % sectionsPerBlock];
-}
 
 KXDebugLevels readLevels() {
     const char* const setting = std::getenv("KX_DEBUG");
@@ -63,12 +35,10 @@ struct Registry {
     std::map<std::string, unsigned int> keys; // guarded by lock
 };
 
-/// Apart, so that who asks for a section that exists does not pay for making the registry.
-[[gnu::noinline]] int getLevelOfNoSection() {
-    return Registry::get().levels.getLevel("?");
-}
-
 } // namespace
+
+std::array<std::atomic<KXDebugSections::Block*>, KXDebugSections::mostBlocks> KXDebugSections::blocks;
+std::atomic<unsigned int> KXDebugSections::sectionCount;
 
 unsigned int KXDebugSections::insert(const std::string& name) {
     Registry& registry = Registry::get();
@@ -94,15 +64,12 @@ unsigned int KXDebugSections::insert(const std::string& name) {
     return key;
 }
 
-bool KXDebugSections::isShown(int level, unsigned int key) {
-    const Section* const section = findSection(key);
-    const int shownLevel = section != nullptr ? section->level : getLevelOfNoSection();
-    // Level 0 is not a message's, but nobody should lose an error because of it.
-    return std::max(level, 1) <= shownLevel;
+int KXDebugSections::getLevelOfNoSection() {
+    return Registry::get().levels.getLevel("?");
 }
 
 const char* KXDebugSections::getName(unsigned int key) {
-    const Section* const section = findSection(key);
+    const Section* const section = find(key);
     return section != nullptr ? section->name.c_str() : "?";
 }
 

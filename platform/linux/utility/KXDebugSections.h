@@ -1,5 +1,8 @@
 #pragma once
 
+#include <array>
+#include <atomic>
+#include <cstddef>
 #include <string>
 
 namespace KX {
@@ -16,10 +19,42 @@ public:
     static unsigned int insert(const std::string& name);
 
     /// Whether a message is to be shown. Takes no lock and allocates nothing for a key from \ref insert.
-    static bool isShown(int level, unsigned int key);
+    static bool isShown(int level, unsigned int key) {
+        const Section* const section = find(key);
+        const int shownLevel = section != nullptr ? section->level : getLevelOfNoSection();
+        // Level 0 is not a message's, but nobody should lose an error because of it.
+        return level <= shownLevel && shownLevel > 0;
+    }
 
     /// Valid for ever; "?" for a key that no section has. Takes no lock.
     static const char* getName(unsigned int key);
+
+private:
+    struct Section {
+        std::string name;
+        int level = 1;
+    };
+
+    static constexpr std::size_t sectionsPerBlock = 64;
+    static constexpr std::size_t mostBlocks = 1024;
+    using Block = std::array<Section, sectionsPerBlock>;
+
+    /// Null for a key that no section has.
+    static const Section* find(unsigned int key) {
+        if (key == 0 || key > sectionCount.load(std::memory_order_acquire)) {
+            return nullptr;
+        }
+        const std::size_t index = key - 1;
+        return &(*blocks[index / sectionsPerBlock].load(std::memory_order_acquire))[index % sectionsPerBlock];
+    }
+
+    static int getLevelOfNoSection();
+
+    /// Where a key leads to. Plain zeros before the first initialiser runs and never destroyed. A block is published
+    /// before its first key is given away, and a section is complete before its key is, so whoever has a key by
+    /// proper means may read; a guessed key is kept out by the count.
+    static std::array<std::atomic<Block*>, mostBlocks> blocks;
+    static std::atomic<unsigned int> sectionCount;
 };
 
 } // namespace KX
