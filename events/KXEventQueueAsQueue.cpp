@@ -2,6 +2,7 @@
 
 #include "events/PostTrace.h"
 
+#include <boost/thread/lock_guard.hpp>
 #include <pthread.h>
 
 namespace KX {
@@ -13,7 +14,7 @@ void KXEventQueueAsQueue::postEvent(KXEvent& event) {
     tracePost(event);
     const KXSomeEvent holder(event);
     {
-        const boost::unique_lock<boost::mutex> lock(queueMutex);
+        const boost::lock_guard<boost::mutex> lock(queueMutex);
         eventDeque.push_back(holder);
         eventCount.store(eventCount.load(std::memory_order_relaxed) + 1, std::memory_order_release);
         notifyConsumer();
@@ -30,12 +31,8 @@ void KXEventQueueAsQueue::notifyConsumer() {
         pthread_cond_signal(queueCondition.native_handle());
 }
 
-KXSomeEvent KXEventQueueAsQueue::getNextEvent() {
-    return isEmpty() ? KXSomeEvent() : takeOldest();
-}
-
 // Returns nothing else, so that the oldest event is copied to where the caller wants it and not once more.
-KXSomeEvent KXEventQueueAsQueue::takeOldest() {
+inline KXSomeEvent KXEventQueueAsQueue::takeOldest() {
     boost::unique_lock<boost::mutex> lock(queueMutex);
     while (eventDeque.empty())
         waitForEvent(lock);
@@ -43,6 +40,10 @@ KXSomeEvent KXEventQueueAsQueue::takeOldest() {
     eventDeque.pop_front();
     eventCount.store(eventCount.load(std::memory_order_relaxed) - 1, std::memory_order_release);
     return oldest;
+}
+
+KXSomeEvent KXEventQueueAsQueue::getNextEvent() {
+    return isEmpty() ? KXSomeEvent() : takeOldest();
 }
 
 void KXEventQueueAsQueue::waitForEvent(boost::unique_lock<boost::mutex>& lock) {
