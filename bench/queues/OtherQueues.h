@@ -12,23 +12,25 @@
 #include <readerwriterqueue.h>
 #include <thread>
 
+/// Queues that know nothing of events. Who posts has an event, of whatever class, and who takes wants a holder, as with
+/// the library's own: each holder is built from the event as there, by the same constructor.
 namespace Bench {
 
 /// Carries pointers; what they point to is on the heap, as its documents have it.
 class GLibQueue {
 public:
-    using Item = KX::KXSomeEvent;
+    using Item = KX::KXInputEvent;
 
     ~GLibQueue() {
         g_async_queue_unref(queue);
     }
 
-    void post(const Item& holder) {
-        g_async_queue_push(queue, new Item(holder));
+    void post(Item& event) {
+        g_async_queue_push(queue, new KX::KXSomeEvent(event));
     }
 
     bool take(OrderCheck& order) {
-        const std::unique_ptr<Item> oldest(static_cast<Item*>(g_async_queue_try_pop(queue)));
+        const std::unique_ptr<KX::KXSomeEvent> oldest(static_cast<KX::KXSomeEvent*>(g_async_queue_try_pop(queue)));
         if (oldest) {
             order.take(getNumber(*oldest));
         }
@@ -36,10 +38,11 @@ public:
     }
 
 private:
-    GAsyncQueue* const queue = g_async_queue_new_full([](gpointer left) { delete static_cast<Item*>(left); });
+    GAsyncQueue* const queue =
+        g_async_queue_new_full([](gpointer left) { delete static_cast<KX::KXSomeEvent*>(left); });
 };
 
-/// Takes nothing that has a destructor, hence the records.
+/// Takes nothing that has a destructor, hence the records, which are there without being built.
 class LockfreeQueue {
 public:
     using Item = Record;
@@ -64,32 +67,33 @@ private:
 /// One thread may post, one may take; a full queue makes the one that posts wait.
 class LockfreeRing {
 public:
-    using Item = KX::KXSomeEvent;
+    using Item = KX::KXInputEvent;
 
-    void post(const Item& holder) {
+    void post(Item& event) {
+        const KX::KXSomeEvent holder(event);
         while (!queue.push(holder)) {
             std::this_thread::yield();
         }
     }
 
     bool take(OrderCheck& order) {
-        return queue.consume_one([&order](const Item& front) {
-            const Item oldest(front);
+        return queue.consume_one([&order](const KX::KXSomeEvent& front) {
+            const KX::KXSomeEvent oldest(front);
             order.take(getNumber(oldest));
         });
     }
 
 private:
-    boost::lockfree::spsc_queue<Item, boost::lockfree::capacity<1024>> queue;
+    boost::lockfree::spsc_queue<KX::KXSomeEvent, boost::lockfree::capacity<1024>> queue;
 };
 
 template<class Queue>
 class MoodycamelQueue {
 public:
-    using Item = KX::KXSomeEvent;
+    using Item = KX::KXInputEvent;
 
-    void post(const Item& holder) {
-        queue.enqueue(holder);
+    void post(Item& event) {
+        queue.enqueue(KX::KXSomeEvent(event));
     }
 
     bool take(OrderCheck& order) {
@@ -102,7 +106,7 @@ public:
 
 private:
     Queue queue;
-    Item oldest; // kept, since it is assigned to
+    KX::KXSomeEvent oldest; // kept, since it is assigned to
 };
 
 using ConcurrentQueue = MoodycamelQueue<moodycamel::ConcurrentQueue<KX::KXSomeEvent>>;
@@ -112,10 +116,10 @@ using ReaderWriterQueue = MoodycamelQueue<moodycamel::ReaderWriterQueue<KX::KXSo
 /// Runs what is posted; taking runs all that waits.
 class AsioPost {
 public:
-    using Item = KX::KXSomeEvent;
+    using Item = KX::KXInputEvent;
 
-    void post(const Item& holder) {
-        boost::asio::post(context, [this, holder] { order->take(getNumber(holder)); });
+    void post(Item& event) {
+        boost::asio::post(context, [this, holder = KX::KXSomeEvent(event)] { order->take(getNumber(holder)); });
     }
 
     bool take(OrderCheck& taken) {

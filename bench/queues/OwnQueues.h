@@ -18,12 +18,13 @@ public:
     }
 
     bool take(OrderCheck& order) {
-        if (type == KX::KXEventQueue::EVENT_QUEUE_AS_QUEUE && queue->isEmpty()) {
-            return false;
-        }
         const KX::KXSomeEvent holder = queue->getNextEvent();
-        order.take(getNumber(holder));
-        return holder.eventType != 0;
+        // An empty queue gives a holder without a type, as others give a null pointer.
+        const bool taken = holder.eventType != 0;
+        if (taken) {
+            order.take(getNumber(holder));
+        }
+        return taken;
     }
 
 private:

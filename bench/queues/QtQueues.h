@@ -7,13 +7,14 @@
 #include <QObject>
 
 /// Qt's queue of the thread that an object lives in. It knows no single event: taking delivers all that wait.
+/// Holders are built from events as with the other peers.
 namespace Bench {
 
 class HolderEvent : public QEvent {
 public:
     static constexpr QEvent::Type holderType = QEvent::User;
 
-    explicit HolderEvent(const KX::KXSomeEvent& original) : QEvent(holderType), holder(original) {}
+    explicit HolderEvent(KX::KXEvent& event) : QEvent(holderType), holder(event) {}
 
     const KX::KXSomeEvent holder;
 };
@@ -36,10 +37,10 @@ protected:
 
 class QtPostEvent {
 public:
-    using Item = KX::KXSomeEvent;
+    using Item = KX::KXInputEvent;
 
-    void post(const Item& holder) {
-        QCoreApplication::postEvent(&receiver, new HolderEvent(holder));
+    void post(Item& event) {
+        QCoreApplication::postEvent(&receiver, new HolderEvent(event));
     }
 
     bool take(OrderCheck& order) {
@@ -55,9 +56,9 @@ protected:
 
 class QtInvokeMethod : public QtPostEvent {
 public:
-    void post(const Item& holder) {
+    void post(Item& event) {
         QMetaObject::invokeMethod(
-            &receiver, [this, holder] { receiver.take(holder); }, Qt::QueuedConnection);
+            &receiver, [this, holder = KX::KXSomeEvent(event)] { receiver.take(holder); }, Qt::QueuedConnection);
     }
 };
 
