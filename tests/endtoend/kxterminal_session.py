@@ -188,6 +188,14 @@ class OperatorTestCase(unittest.TestCase):
         self.operator, self.point_at, self.window = operator.do, operator.point_at, operator.window
         self.width, self.height = operator.width, operator.height
 
+    def hold(self, press, release):
+        """Presses, releases 2.3 s after the terminal had the press, and gives the events of both."""
+        self.operator(*press)
+        pressed = self.terminal.next_event()
+        time.sleep(2.3)
+        self.operator(*release)
+        return [pressed] + self.terminal.events_until_quiet(3)
+
     def wait_until(self, condition, message):
         deadline = time.monotonic() + GENEROUS_SECONDS
         while not condition():

@@ -81,8 +81,7 @@ class Keys(OperatorTestCase):
         self.check(events, *[("KEY_PRESS_EVENT", ESCAPE), ("KEY_RELEASE_EVENT", ESCAPE)] * 2)
 
     def test_a_held_key_is_a_long_press_without_auto_repeat(self):
-        self.operator("keydown", "End", "sleep", 2.3, "keyup", "End")
-        events = self.terminal.events_until_quiet(4)
+        events = self.hold(("keydown", "End"), ("keyup", "End"))
         self.check(events, ("KEY_PRESS_EVENT", END), ("KEY_LONG_PRESS_EVENT", END), ("KEY_LONG_RELEASE_EVENT", END),
                    ("KEY_RELEASE_EVENT", END))
         press, long_press, long_release, release = (event.time for event in events)
@@ -149,8 +148,7 @@ class Mouse(OperatorTestCase):
         self.fail("this machine never made three clicks within 300 ms of each other")
 
     def test_a_held_button_is_a_long_press(self):
-        self.operator("mousedown", 1, "sleep", 2.3, "mouseup", 1)
-        events = self.terminal.events_until_quiet(4)
+        events = self.hold(("mousedown", 1), ("mouseup", 1))
         self.check(events, ("MOUSE_PRESS_EVENT", LEFT), ("MOUSE_LONG_PRESS_EVENT", LEFT),
                    ("MOUSE_LONG_RELEASE_EVENT", LEFT), ("MOUSE_RELEASE_EVENT", LEFT))
         recognised = events[1].time - events[0].time

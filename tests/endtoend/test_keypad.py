@@ -39,8 +39,7 @@ class Keypad(OperatorTestCase):
 
     def test_a_held_key_is_a_long_press_of_the_key_and_no_mouse_input(self):
         self.point_at(*self.FIRST_KEY)
-        self.operator("mousedown", 1, "sleep", 2.3, "mouseup", 1)
-        events = self.terminal.events_until_quiet(4)
+        events = self.hold(("mousedown", 1), ("mouseup", 1))
         self.check(events, ("KEY_PRESS_EVENT", ESCAPE), ("KEY_LONG_PRESS_EVENT", ESCAPE),
                    ("KEY_LONG_RELEASE_EVENT", ESCAPE), ("KEY_RELEASE_EVENT", ESCAPE))
         self.assertEqual([ESCAPE_ON_TOOLKIT] * 4, [event.os_key for event in events])
