@@ -16,6 +16,8 @@ set(CMAKE_INSTALL_RPATH "\$ORIGIN" "\$ORIGIN/${kx_bin_to_lib}")
 add_library(KXAPI_build_flags INTERFACE)
 target_compile_options(KXAPI_build_flags INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Werror)
+# Else, on a machine of 32 bits, files of more than 2 GiB and those with large inode numbers could not be looked at.
+target_compile_definitions(KXAPI_build_flags INTERFACE _FILE_OFFSET_BITS=64)
 if(KXAPI_SANITIZE)
     target_compile_options(KXAPI_build_flags INTERFACE
         -fsanitize=${KXAPI_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)

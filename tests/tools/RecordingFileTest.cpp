@@ -162,6 +162,16 @@ TEST_F(RecordingFileTest, WhatIsThereIsNotOverwritten) {
     EXPECT_EQ("x", content());
 }
 
+TEST_F(RecordingFileTest, WhatIsThereIsNotOverwrittenHoweverLargeItIs) {
+    constexpr std::uintmax_t mostIn32Bits = 0x7FFFFFFF;
+    for (const std::uintmax_t size : {mostIn32Bits, mostIn32Bits + 1}) {
+        std::ofstream(path) << "x";
+        std::filesystem::resize_file(path, size); // without taking room on the disk
+        EXPECT_EQ(path.string() + ": it is there already and is not overwritten", refusalOf(path)) << size;
+        EXPECT_EQ(size, std::filesystem::file_size(path));
+    }
+}
+
 TEST_F(RecordingFileTest, AnEmptyFileIsTaken) {
     std::ofstream(path).close();
     EXPECT_EQ("it was made", refusalOf(path));

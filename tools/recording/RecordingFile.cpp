@@ -29,10 +29,10 @@ std::string whyNotOpened(int error) {
     return error == ENXIO ? "nobody reads this pipe" : std::strerror(error);
 }
 
-// Whether there is something that must not be lost. A pipe or a device has no size.
+// Whether there may be something that must not be lost. A pipe or a device has no size.
 bool holdsSomething(int descriptor) {
     struct stat state {};
-    return fstat(descriptor, &state) == 0 && S_ISREG(state.st_mode) && state.st_size > 0;
+    return fstat(descriptor, &state) != 0 || (S_ISREG(state.st_mode) && state.st_size > 0);
 }
 
 } // namespace
