@@ -10,7 +10,7 @@
 namespace KX {
 
 // The record is what the target keeps in memory, so one made by copying a holder's bytes would be the same.
-static_assert(sizeof(void*) != 4 || sizeof(KXSomeEvent) == sizeof(EventRecord));
+static_assert(sizeof(void*) != 4 || (sizeof(KXSomeEvent) == sizeof(EventRecord) && alignof(KXSomeEvent) == 8));
 
 namespace {
 

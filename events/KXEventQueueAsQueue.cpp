@@ -3,7 +3,6 @@
 #include "events/PostTrace.h"
 
 #include <boost/thread/lock_guard.hpp>
-#include <pthread.h>
 
 namespace KX {
 
@@ -17,18 +16,12 @@ void KXEventQueueAsQueue::postEvent(KXEvent& event) {
         const boost::lock_guard<boost::mutex> lock(queueMutex);
         eventDeque.push_back(holder);
         eventCount.store(eventCount.load(std::memory_order_relaxed) + 1, std::memory_order_release);
-        notifyConsumer();
+        // To signal costs a lock of Boost's own. Nobody is on the way into the wait without being counted, since that
+        // takes the queue's lock.
+        if (waitingConsumers != 0)
+            queueCondition.notify_one();
     }
     callAfterPostFunction();
-}
-
-// Boost takes a lock of its own to signal, for the sake of a thread that is on its way into the wait. With the queue's
-// lock held nobody is without being counted, and while nobody is counted the bare signal does.
-void KXEventQueueAsQueue::notifyConsumer() {
-    if (waitingConsumers != 0)
-        queueCondition.notify_one();
-    else
-        pthread_cond_signal(queueCondition.native_handle());
 }
 
 // Returns nothing else, so that the oldest event is copied to where the caller wants it and not once more.

@@ -36,7 +36,6 @@ public:
     bool isEmpty() override;
 
 private:
-    KX_LOCAL void notifyConsumer();
     KX_LOCAL KXSomeEvent takeOldest();
     [[gnu::noinline]] KX_LOCAL void waitForEvent(boost::unique_lock<boost::mutex>& lock);
 
