@@ -16,6 +16,7 @@ done
 
 # What of tests/package/common.sh is used here goes by these.
 CMAKE=cmake CXX=g++ KX_SOURCE=/kx KX_SANITIZE=''
+session=/kx/tests/recordings/minute
 emulator=()
 triplet=$(gcc -print-multiarch)
 if [ "$architecture" != "$(dpkg --print-architecture)" ]; then
@@ -57,6 +58,19 @@ loader_finds_libraries() {
 # says_version PROGRAM: its own, which is the package's without the number after the dash.
 says_version() {
     expect_output "$1 ${version%-*}" "${emulator[@]}" "/usr/bin/$1" --version
+}
+
+# A recorded session gives the same events on every machine.
+replay_session() {
+    timeout 60 "${emulator[@]}" /usr/bin/kxreplay --expect "$session.expected" "$session.kxr"
+}
+
+# The library's messages come between the events.
+show_session() {
+    timeout 120 "${emulator[@]}" /usr/bin/kxterminal --replay "$session.kxr" --speed 1000 --exit-at-end --print \
+        >/kx/printed
+    grep -E '^[0-9]+ [A-Z_]+_EVENT class=' /kx/printed | diff -U 0 "$session.expected" - ||
+        fail "kxterminal does not print the events of $session.expected"
 }
 
 run_consumer() {
@@ -131,6 +145,8 @@ check "$architecture: the loader finds the libraries" loader_finds_libraries
 for program in kxcan kxreplay kxterminal; do
     check "$architecture: $program runs" says_version "$program"
 done
+check "$architecture: kxreplay plays a recorded session" replay_session
+check "$architecture: kxterminal shows a recorded session" show_session
 check "$architecture: a program is built by CMake and runs" use_with_cmake
 check "$architecture: a program is built by pkg-config and runs" use_with_pkgconfig
 check "$architecture: the packages can be upgraded" upgrade
