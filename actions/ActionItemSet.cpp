@@ -1,6 +1,7 @@
 #include "actions/KXActionQueue.h"
 
 #include <algorithm>
+#include <set>
 #include <tuple>
 
 namespace KX {
@@ -39,14 +40,30 @@ bool KXActionQueue::actionItem::operator<(const actionItem& other) const {
     return keyOf(*this) < keyOf(other);
 }
 
+KXActionQueue::itemSet::const_iterator KXActionQueue::itemSet::lower_bound(const actionItem& item) const {
+    return std::lower_bound(begin(), end(), item);
+}
+
 KXActionQueue::itemSet::const_iterator KXActionQueue::itemSet::find(const actionItem& item) const {
-    const auto place = std::lower_bound(begin(), end(), item);
+    const auto place = lower_bound(item);
     return place != end() && isSame(*place, item) ? place : end();
 }
 
 std::pair<KXActionQueue::itemSet::const_iterator, bool> KXActionQueue::itemSet::insert(const actionItem& item) {
     const bool isNew = add(item);
     return {find(item), isNew};
+}
+
+std::size_t KXActionQueue::itemSet::erase(const actionItem& item) {
+    const actionItem* const found = lookUp(item);
+    if (!found)
+        return 0;
+    items[static_cast<std::size_t>(found - items.data())] = items.back();
+    items.pop_back();
+    ordered.clear();
+    if (!table.empty())
+        makeSlots(table.size());
+    return 1;
 }
 
 void KXActionQueue::itemSet::clear() noexcept {
@@ -123,8 +140,10 @@ void KXActionQueue::itemSet::enter(std::uint32_t hash, std::uint32_t place) {
 
 const std::vector<KXActionQueue::actionItem>& KXActionQueue::itemSet::inOrder() const {
     if (ordered.size() != items.size()) {
-        ordered = items;
-        std::sort(ordered.begin(), ordered.end());
+        // By a set, since what the compiler leaves of std::sort looks like a function of ours to the linker.
+        ordered.clear();
+        for (const actionItem& item : std::set<actionItem>(items.begin(), items.end()))
+            ordered.push_back(item);
     }
     return ordered;
 }

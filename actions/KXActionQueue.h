@@ -50,11 +50,22 @@ public:
     /// two may be asked without it.
     class itemDeque : private itemBlocks {
     public:
+        using itemBlocks::at;
         using itemBlocks::back;
         using itemBlocks::begin;
+        using itemBlocks::cbegin;
+        using itemBlocks::cend;
         using itemBlocks::end;
         using itemBlocks::front;
+        using itemBlocks::rbegin;
+        using itemBlocks::rend;
         using itemBlocks::operator[];
+        using typename itemBlocks::const_iterator;
+        using typename itemBlocks::const_reference;
+        using typename itemBlocks::iterator;
+        using typename itemBlocks::reference;
+        using typename itemBlocks::size_type;
+        using typename itemBlocks::value_type;
 
         bool empty() const {
             return size() == 0;
@@ -93,7 +104,9 @@ public:
     /// a debugger or a test: so items are found by a hash, and put in order only for a walk.
     class itemSet {
     public:
+        using key_type = actionItem;
         using value_type = actionItem;
+        using size_type = std::size_t;
         using const_iterator = std::vector<actionItem>::const_iterator;
         using iterator = const_iterator;
 
@@ -115,6 +128,25 @@ public:
             return inOrder().end();
         }
 
+        const_iterator cbegin() const {
+            return begin();
+        }
+
+        const_iterator cend() const {
+            return end();
+        }
+
+        auto rbegin() const {
+            return inOrder().rbegin();
+        }
+
+        auto rend() const {
+            return inOrder().rend();
+        }
+
+        /// The first item that is not less than \p item.
+        KX_EVENTS_API const_iterator lower_bound(const actionItem& item) const;
+
         KX_EVENTS_API const_iterator find(const actionItem& item) const;
 
         std::size_t count(const actionItem& item) const {
@@ -123,6 +155,10 @@ public:
 
         /// Adds \p item unless one is there that equals it, which then stays.
         KX_EVENTS_API std::pair<const_iterator, bool> insert(const actionItem& item);
+
+        /// Takes the item out that equals \p item.
+        /// \return how many were taken out: 1 or 0
+        KX_EVENTS_API std::size_t erase(const actionItem& item);
 
         KX_EVENTS_API void clear() noexcept;
 
@@ -143,39 +179,61 @@ public:
         KX_LOCAL void enter(std::uint32_t hash, std::uint32_t place);
         KX_EVENTS_API const std::vector<actionItem>& inOrder() const;
 
-        std::vector<actionItem> items; // as they were added
+        std::vector<actionItem> items; // in no order
         std::vector<slot> table;       // none while items are few; else a power of two, most of them free
         mutable std::vector<actionItem> ordered; // the items in order; outdated when it is shorter
     };
 
-    /// Wakes those who wait for an item; goes with the queue's mutex. Every wait is counted, because Boost takes a
-    /// lock to signal, which is needed only while somebody waits. So wait by this class, not by its base: who is
-    /// not counted may miss a signal.
-    class itemCondition : public boost::condition_variable {
+    /// Wakes those who wait for an item; goes with the queue's mutex. Used as a boost::condition_variable, which it
+    /// is but for this: every wait is counted, because Boost takes a lock to signal, which is needed only while
+    /// somebody waits.
+    class itemCondition {
     public:
-        template<class... More>
-        auto wait(boost::unique_lock<boost::mutex>& lock, More&&... more) {
-            const Waiter waiter(waiters);
-            return condition_variable::wait(lock, std::forward<More>(more)...);
+        /// Who has the condition itself may wait at any time and is counted for good.
+        operator boost::condition_variable&() noexcept {
+            waiters.fetch_add(1, std::memory_order_relaxed);
+            return condition;
+        }
+
+        void notify_one() noexcept {
+            condition.notify_one();
+        }
+
+        void notify_all() noexcept {
+            condition.notify_all();
+        }
+
+        boost::condition_variable::native_handle_type native_handle() {
+            return condition.native_handle();
         }
 
         template<class... More>
+        auto wait(boost::unique_lock<boost::mutex>& lock, More&&... more) {
+            const Waiter waiter(waiters);
+            return condition.wait(lock, std::forward<More>(more)...);
+        }
+
+#ifdef BOOST_THREAD_USES_CHRONO
+        template<class... More>
         auto wait_for(boost::unique_lock<boost::mutex>& lock, More&&... more) {
             const Waiter waiter(waiters);
-            return condition_variable::wait_for(lock, std::forward<More>(more)...);
+            return condition.wait_for(lock, std::forward<More>(more)...);
         }
 
         template<class... More>
         auto wait_until(boost::unique_lock<boost::mutex>& lock, More&&... more) {
             const Waiter waiter(waiters);
-            return condition_variable::wait_until(lock, std::forward<More>(more)...);
+            return condition.wait_until(lock, std::forward<More>(more)...);
         }
+#endif
 
+#ifdef BOOST_THREAD_USES_DATETIME
         template<class... More>
         auto timed_wait(boost::unique_lock<boost::mutex>& lock, More&&... more) {
             const Waiter waiter(waiters);
-            return condition_variable::timed_wait(lock, std::forward<More>(more)...);
+            return condition.timed_wait(lock, std::forward<More>(more)...);
         }
+#endif
 
         /// As \ref notify_one, for a thread that holds the lock with which the others wait: nobody can be on the
         /// way into a wait without being counted.
@@ -183,7 +241,7 @@ public:
             if (waiters.load(std::memory_order_relaxed) != 0)
                 notify_one();
             else
-                pthread_cond_signal(native_handle());
+                pthread_cond_signal(condition.native_handle());
         }
 
     private:
@@ -204,7 +262,9 @@ public:
             std::atomic<unsigned int>& count;
         };
 
-        std::atomic<unsigned int> waiters{0}; // changed with the lock of the wait held
+        boost::condition_variable condition;
+        std::atomic<unsigned int> waiters{
+            0}; // those in a wait, who count themselves with the lock of the wait held
     };
 
     /// Makes the queue. If there is one already, says so on standard error and returns that.
@@ -266,7 +326,7 @@ public:
     static KXActionQueue* theInstance; ///< null unless \ref create has made one
 
 private:
-    KX_LOCAL actionItem takeOldest();
+    inline KX_LOCAL actionItem takeOldest();
     KX_LOCAL void forgetDrain();
     KX_LOCAL void waitForItem(boost::unique_lock<boost::mutex>& lock);
     KX_LOCAL void executeUnlessLoop(const actionItem& item, unsigned int executingThreadID);

@@ -11,7 +11,7 @@ const unsigned int KXEventQueue::eventQueueDebugKey = KXDebug::insertNewDebugSec
 KXEventQueue::KXEventQueue() = default;
 KXEventQueue::~KXEventQueue() = default;
 
-KXEventQueue* KXEventQueue::create(eventQueueType type) {
+KXEventQueue* KXEventQueue::create(int type) {
     switch (type) {
     case EVENT_QUEUE_AS_PIPE:
         return new KXEventQueueAsPipe;

@@ -16,9 +16,9 @@ public:
         EVENT_QUEUE_AS_QUEUE = 1, ///< \ref KXEventQueueAsQueue: cheaper, without limit, nothing to wait on
     };
 
-    /// Makes a queue of the type asked for.
+    /// Makes a queue of the type asked for, an \ref eventQueueType.
     /// \return owned by the caller, who deletes it when no thread uses it any more; null for an unknown type
-    static KXEventQueue* create(eventQueueType type);
+    static KXEventQueue* create(int type);
 
     /// Sets a hook that every post calls once, on the posting thread, after the event is in the queue (or, in a
     /// pipe, could not be written) and no lock of the queue is held. Null switches it off.

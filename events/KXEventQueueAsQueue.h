@@ -36,7 +36,7 @@ public:
     bool isEmpty() override;
 
 private:
-    KX_LOCAL KXSomeEvent takeOldest();
+    inline KX_LOCAL KXSomeEvent takeOldest();
     [[gnu::noinline]] KX_LOCAL void waitForEvent(boost::unique_lock<boost::mutex>& lock);
 
     static constexpr unsigned int eventsInABlock = 64;

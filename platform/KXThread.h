@@ -18,7 +18,8 @@ public:
     /// \return owned by the caller; null when the system refuses one
     static KXThread* create(const std::string& name);
 
-    /// A number that no other living thread of the system has. Any thread; never fails.
+    /// A number that no other living thread of the system has. Any thread; never fails. On Linux it is remembered:
+    /// the child of a fork has a number of its own, but not that of a \c vfork or \c _Fork, which must not come here.
     static unsigned int getCurrentThreadID();
 
     /// Waits for the entry function to return, as \ref stopAndWait does, when the thread still runs.

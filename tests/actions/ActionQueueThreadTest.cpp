@@ -172,6 +172,14 @@ TEST_F(WaitForItem, ends_with_a_post_by_the_wall_clock_too) {
     });
 }
 
+TEST_F(WaitForItem, ends_with_a_post_for_who_knows_a_condition_of_boost_only) {
+    boost::condition_variable& condition = queue.itemPosted;
+    expectAPostToEnd([&](Lock& lock) {
+        while (queue.pendingItems.empty())
+            condition.wait(lock);
+    });
+}
+
 TEST_F(WaitForItem, ends_with_a_signal_of_the_application) {
     boost::thread waiting([&] {
         Lock lock(queue.mutex);

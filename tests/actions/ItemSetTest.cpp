@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <iterator>
 #include <random>
 #include <set>
 #include <vector>
@@ -104,6 +105,13 @@ TEST(ItemSet, holds_what_an_ordered_set_holds_after_random_calls) {
                                        random() % range, step);
             EXPECT_EQ(items.count(item), expected.count(item));
             EXPECT_EQ(items.insert(item).second, expected.insert(item).second);
+            const Item other =
+                makeItem(random() % range, random() % range, static_cast<int>(random() % 3) - 1, random() % range);
+            EXPECT_EQ(std::distance(items.begin(), items.lower_bound(other)),
+                      std::distance(expected.begin(), expected.lower_bound(other)));
+            if (random() % 3 == 0) {
+                EXPECT_EQ(items.erase(other), expected.erase(other));
+            }
             if (random() % 400 == 0) {
                 items.clear();
                 expected.clear();

@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
-# headers.sh PREFIX: each installed header compiles as the first and only one, also in a program that is strict.
+# headers.sh PREFIX: each installed header compiles as the first and only one, also in a program that is strict, and
+# with what a program may have switched off in Boost.Thread.
 . "$(dirname "$0")/common.sh"
 cd "$1/$KX_INCLUDEDIR"
 
 compile_alone() {
-    echo "#include \"$1\"" | "$CXX" -std=c++17 -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror \
+    echo "#include \"$1\"" | "$CXX" "${@:2}" -std=c++17 -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror \
         -fsyntax-only -I . -x c++ - || { echo "FAILED: $1 does not compile alone" && return 1; }
 }
 export -f compile_alone
@@ -12,3 +13,8 @@ export -f compile_alone
 headers=$(find . -name '*.h' -printf '%P\n' | sort)
 [ -n "$headers" ] || fail "no header is installed"
 xargs -P 2 -n 1 bash -c 'compile_alone "$0"' <<<"$headers"
+
+for choice in VERSION=4 DONT_USE_DATETIME DONT_USE_CHRONO; do
+    compile_alone actions/KXActionQueue.h "-DBOOST_THREAD_$choice"
+    compile_alone events/KXEventQueueAsQueue.h "-DBOOST_THREAD_$choice"
+done
