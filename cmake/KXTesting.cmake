@@ -1,5 +1,5 @@
 # kx_add_test(NAME PLATFORM simulated|linux SOURCES ... [LIBRARIES ...] [PROPERTIES ...]): a GoogleTest program,
-# each of whose tests is a test of CTest.
+# each of whose tests is a test of CTest; with sanitizers, whose start takes longer than most tests, the program is.
 #
 # PLATFORM simulated: the library's objects on the simulated platform, hidden functions included.
 # PLATFORM linux: the library's objects on the real platform.
@@ -64,6 +64,11 @@ function(kx_add_test name)
         target_precompile_headers(${name} REUSE_FROM kx_precompiled_tests)
     endif()
     kx_emulate(${name})
-    kx_get_time_limit(limit 120)
-    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT ${limit} ${arg_PROPERTIES})
+    if(KXAPI_SANITIZE)
+        add_test(NAME ${name} COMMAND ${name})
+        set_tests_properties(${name} PROPERTIES TIMEOUT 900 COST 50 ${arg_PROPERTIES})
+    else()
+        kx_get_time_limit(limit 120)
+        gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT ${limit} ${arg_PROPERTIES})
+    endif()
 endfunction()
