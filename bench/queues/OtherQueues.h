@@ -2,6 +2,7 @@
 
 #include "bench/support/Numbered.h"
 
+#include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/lockfree/queue.hpp>
@@ -124,12 +125,12 @@ public:
 
     bool take(OrderCheck& taken) {
         order = &taken;
-        context.restart();
         return context.poll() != 0;
     }
 
 private:
-    boost::asio::io_context context;
+    boost::asio::io_context context{1}; // one thread runs it
+    const boost::asio::executor_work_guard<boost::asio::io_context::executor_type> goesOn{context.get_executor()};
     OrderCheck* order = nullptr; // used by the thread that takes only
 };
 
