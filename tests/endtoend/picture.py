@@ -1,4 +1,4 @@
-"""The size of a PNG picture and how varied it is, with what Python itself brings."""
+"""The size of PNG pictures, how varied they are and how they differ, with what Python itself brings."""
 
 import struct
 import zlib
@@ -14,8 +14,8 @@ def chunks(data):
         position += 12 + length
 
 
-def size_and_lines(path):
-    """Width, height, and how many of its lines differ from each other: those of a blank picture are alike."""
+def read(path):
+    """Width, and the lines as they are stored, without the byte that tells how."""
     with open(path, "rb") as file:
         data = file.read()
     if not data.startswith(SIGNATURE):
@@ -24,6 +24,15 @@ def size_and_lines(path):
     width, height = struct.unpack_from(">II", dict(parts)[b"IHDR"])
     pixels = zlib.decompress(b"".join(content for kind, content in parts if kind == b"IDAT"))
     line_length = len(pixels) // height
-    # The first byte of a line only tells how the line is stored.
-    lines = {pixels[start + 1:start + line_length] for start in range(0, line_length * height, line_length)}
-    return width, height, len(lines)
+    return width, [pixels[start + 1:start + line_length] for start in range(0, line_length * height, line_length)]
+
+
+def size_and_lines(path):
+    """Width, height, and how many of its lines differ from each other: those of a blank picture are alike."""
+    width, lines = read(path)
+    return width, len(lines), len(set(lines))
+
+
+def lines_that_differ(path, other_path):
+    """How many lines are stored otherwise in the other picture, which has as many, or lie below one that is."""
+    return sum(line != other for line, other in zip(read(path)[1], read(other_path)[1]))

@@ -72,7 +72,7 @@ def start(machine, folder, result):
 
 
 def show_terminal(machine, folder):
-    terminal = Terminal(machine, os.path.join(folder, "start.png"))
+    terminal = Terminal(machine, folder)
     terminal.wait_until_shown()
     TerminalTestCase.machine, TerminalTestCase.terminal = machine, terminal
 
@@ -82,8 +82,6 @@ def run_tests(machine, folder):
     try:
         if start(machine, folder, result):
             for case in CASES:
-                if case.__name__ == "Afterwards":
-                    machine.take_picture(os.path.join(folder, "terminal.png"))
                 unittest.defaultTestLoader.loadTestsFromTestCase(case)(result)
             result.printErrors()
     finally:

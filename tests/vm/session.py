@@ -9,7 +9,7 @@ from machine import GENEROUS_SECONDS, SCREEN
 HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path.insert(0, os.path.join(HERE, "..", "endtoend"))
 
-from picture import size_and_lines  # pylint: disable=wrong-import-position
+from picture import lines_that_differ, size_and_lines  # pylint: disable=wrong-import-position
 from printed_event import LIBRARY_LINE, Event  # pylint: disable=wrong-import-position
 
 # It may be the emulation's first use of all of Qt.
@@ -35,9 +35,11 @@ class Terminal:
 
     RECORDING = "/run/session.kxr"
 
-    def __init__(self, machine, picture):
+    def __init__(self, machine, folder):
+        """folder: where the pictures of its screen are put."""
         self.machine = machine
-        self.picture = picture
+        self.start_picture = os.path.join(folder, "start.png")
+        self.last_picture = os.path.join(folder, "terminal.png")
         self.event_lines = []  # all that were printed
         self.shown = (0, 0, 0)
         machine.run(f"(terminal --print --record {self.RECORDING} >/dev/events 2>/dev/ttyAMA0; "
@@ -52,9 +54,14 @@ class Terminal:
         self.wait_for_receivers(1)
 
     def _is_shown(self):
-        self.machine.take_picture(self.picture)
-        self.shown = size_and_lines(self.picture)
+        self.machine.take_picture(self.start_picture)
+        self.shown = size_and_lines(self.start_picture)
         return self.shown[:2] == SCREEN and self.shown[2] >= VARIED_LINES
+
+    def lines_that_changed(self):
+        """How many lines of the screen are not as they were at the beginning."""
+        self.machine.take_picture(self.last_picture)
+        return lines_that_differ(self.start_picture, self.last_picture)
 
     def wait_for_receivers(self, number):
         """Waits until so many programs receive frames from the bus."""
@@ -84,9 +91,9 @@ class Terminal:
                 return events
             events.append(event)
 
-    def drop_waiting_events(self):
-        while self.next_event(0) is not None:
-            pass
+    def waiting_events(self):
+        """Those that were printed already."""
+        return list(iter(lambda: self.next_event(0), None))
 
     def end(self):
         """Its exit status."""

@@ -13,7 +13,12 @@ ESCAPE_ON_TOOLKIT, HOME_ON_TOOLKIT, END_ON_TOOLKIT, UP_ON_TOOLKIT, DOWN_ON_TOOLK
 
 DOUBLE_PRESS_MS = 300
 LONG_PRESS_MS = 2000
+WORKER_PASS_MS = 100  # how much later it may be noticed
+LATE_MS = 400  # what an emulated machine, which may be kept waiting itself, may add to that
 HOLD_SECONDS = 2.3
+
+# Of the screen, by all the tests. They change 286: 138 where the events are listed, 148 above.
+CHANGED_LINES = 200
 
 # How often a gesture is repeated that this machine was too slow to make as fast as it has to be.
 ATTEMPTS = 8
@@ -45,9 +50,19 @@ class TerminalTestCase(unittest.TestCase):
     machine = None   # set by those who start the tests
     terminal = None
 
+    failed_before = False
+
+    def run(self, result=None):
+        problems = len(result.failures) + len(result.errors)
+        super().run(result)
+        TerminalTestCase.failed_before = len(result.failures) + len(result.errors) > problems
+        return result
+
     def setUp(self):
-        # What a test that failed has left.
-        self.terminal.drop_waiting_events()
+        left = self.terminal.waiting_events()
+        # One that failed may not have waited for all of its own.
+        if not self.failed_before:
+            self.assertEqual([], left, "printed after the end of the test before")
 
     def check(self, events, expected, os_key=None):
         """Names and keys, in order, and that nothing else was printed."""
@@ -63,7 +78,9 @@ class TerminalTestCase(unittest.TestCase):
 
     def check_next(self, expected, os_key):
         """Without waiting for more, which a key that is down would make by and by."""
-        self.check([self.terminal.next_event(GENEROUS_SECONDS)], [expected], os_key)
+        event = self.terminal.next_event(GENEROUS_SECONDS)
+        self.check([event], [expected], os_key)
+        return event
 
     def check_two_presses(self, make_them, key, quick):
         """A machine that is very busy may see quick ones too late, and slow ones together."""
@@ -88,9 +105,14 @@ class TerminalTestCase(unittest.TestCase):
         let_go()
         events += self.terminal.events_until_quiet(2)
         self.check(events, long_press_of(key), os_key)
-        self.assertGreaterEqual(events[1].time - events[0].time, LONG_PRESS_MS)
+        self.check_long_press_time(events[0], events[1])
         # Not 2.3 s after the press: a machine that is busy may have come to see that late.
         self.assertGreaterEqual(events[3].time, events[1].time)
+
+    def check_long_press_time(self, press, long_press):
+        took = long_press.time - press.time
+        self.assertGreaterEqual(took, LONG_PRESS_MS)
+        self.assertLessEqual(took, LONG_PRESS_MS + WORKER_PASS_MS + LATE_MS)
 
     def check_steps(self, steps, key, os_key):
         events = self.terminal.events_until_quiet(1)
@@ -179,7 +201,10 @@ class Keypad(TerminalTestCase):
 
 
 class Bus(TerminalTestCase):
-    FLOOD = 2000
+    # A second of a bus of 250 kbit/s: frames with an extended identifier and 8 bytes have at least 131 bits.
+    FULL_BUS = 250_000 // 131
+    FLOODS = 4  # at most, on a machine that was too slow to fill it
+    flood_frames = 0  # of all of them
 
     def take_down(self):
         self.addCleanup(self.machine.run, "ip link set vcan0 up")
@@ -208,28 +233,60 @@ class Bus(TerminalTestCase):
 
     def test_a_key_that_is_held_while_the_bus_is_down_is_released_when_it_is_back(self):
         self.send(ESCAPE_DOWN)
-        self.check_next(("KEY_PRESS_EVENT", ESCAPE), ESCAPE_ON_TOOLKIT)
+        press = self.check_next(("KEY_PRESS_EVENT", ESCAPE), ESCAPE_ON_TOOLKIT)
         self.take_down()
         # It is still down, as far as anybody knows.
-        self.check_printed(long_press_of(ESCAPE)[1:2])
+        self.check_long_press_time(press, *self.check_printed(long_press_of(ESCAPE)[1:2]))
         self.bring_up()
         self.send(NOTHING_DOWN)
         self.check_printed(long_press_of(ESCAPE)[2:], ESCAPE_ON_TOOLKIT)
 
     def test_a_flood_of_other_frames_hides_and_makes_no_key(self):
-        self.machine.run(f"(cangen vcan0 -g 1 -n {self.FLOOD} -e -I {FOREIGN_IDENTIFIER} -L 8 -D r; "
-                         "echo ended >/run/flood) &")
-        taps = 4
-        # In turns: two taps of one key may be quick ones to a machine that is busy.
-        self.play(0.3, [HOME_DOWN, NOTHING_DOWN, ESCAPE_DOWN, NOTHING_DOWN] * taps)
-        self.machine.run(wait_for_file("/run/flood"))
-        self.check_printed((presses_of(HOME) + presses_of(ESCAPE)) * taps)
+        rates = []
+        while max(rates, default=0) < self.FULL_BUS:
+            self.assertLess(len(rates), self.FLOODS, f"the bus was never full: {rates} frames a second")
+            rates.append(self.press_keys_in_flood())
         self.send(HOME_DOWN, NOTHING_DOWN)
         self.check_printed(presses_of(HOME), HOME_ON_TOOLKIT)
+
+    def press_keys_in_flood(self):
+        """How many other frames there were in each second of that."""
+        taps = 4
+        # In turns: two taps of one key may be quick ones to a machine that is busy.
+        keys = [HOME_DOWN, NOTHING_DOWN, ESCAPE_DOWN, NOTHING_DOWN] * taps
+        without_flood, _ = self.count_frames()
+        self.start_flood()
+        frames_at_first, first = self.count_frames()
+        self.play(0.3, keys)
+        frames_at_last, last = self.count_frames()
+        self.stop_flood()
+        Bus.flood_frames += self.count_frames()[0] - without_flood - len(keys)
+        self.check_printed((presses_of(HOME) + presses_of(ESCAPE)) * taps)
+        return (frames_at_last - frames_at_first - len(keys)) / (last - first)
+
+    def start_flood(self):
+        """Until it is stopped. Bursts, since a program that sleeps after each frame does not fill a bus."""
+        self.addCleanup(self.machine.run, "killall -q cangen; true")
+        self.machine.run(f"rm -f /run/flood; (cangen vcan0 -g 5 -c 20 -e -I {FOREIGN_IDENTIFIER} -L 8 -D r; "
+                         "echo ended >/run/flood) &")
+
+    def stop_flood(self):
+        self.machine.run("if [ -e /run/flood ]; then echo 'the flood has ended by itself'; exit 1; fi; "
+                         "kill $(pidof cangen)")
+        self.machine.run(wait_for_file("/run/flood"))
+
+    def count_frames(self):
+        """How many the kernel has put onto the bus, and when, in seconds."""
+        frames, seconds = self.machine.run("read frames </sys/class/net/vcan0/statistics/tx_packets; "
+                                           "read seconds idle </proc/uptime; echo $frames $seconds").split()
+        return int(frames), float(seconds)
 
 
 class Afterwards(TerminalTestCase):
     """The session has ended."""
+
+    def test_0_the_screen_shows_what_happened(self):
+        self.assertGreater(self.terminal.lines_that_changed(), CHANGED_LINES)
 
     def test_1_the_terminal_ends_cleanly_when_it_is_told_to(self):
         self.assertEqual([], self.terminal.events_until_quiet(0))
@@ -242,7 +299,8 @@ class Afterwards(TerminalTestCase):
 
     def test_3_every_frame_of_the_flood_reached_the_terminal(self):
         frames = self.machine.run(f"grep -c ' {FOREIGN_IDENTIFIER}#' {self.terminal.RECORDING}")
-        self.assertEqual(Bus.FLOOD, int(frames))
+        self.assertGreater(Bus.flood_frames, Bus.FULL_BUS)
+        self.assertEqual(Bus.flood_frames, int(frames))
 
     def test_4_the_recorded_session_replays_as_it_was_printed(self):
         replayed = self.machine.run(f"{KXREPLAY} {self.terminal.RECORDING} 2>/dev/null")
