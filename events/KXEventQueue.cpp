@@ -26,9 +26,4 @@ void KXEventQueue::setAfterPostFunction(void (*function)()) {
     afterPostFunction = function;
 }
 
-void KXEventQueue::callAfterPostFunction() const {
-    if (afterPostFunction)
-        afterPostFunction();
-}
-
 } // namespace KX

@@ -52,7 +52,11 @@ protected:
     KXEventQueue(const KXEventQueue&) = delete;
     KXEventQueue& operator=(const KXEventQueue&) = delete;
 
-    KX_LOCAL void callAfterPostFunction() const;
+    // Within the class, since every post ends with it.
+    void callAfterPostFunction() const {
+        if (afterPostFunction)
+            afterPostFunction();
+    }
 
 private:
     void (*afterPostFunction)() = nullptr;

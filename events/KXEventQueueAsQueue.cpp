@@ -1,8 +1,7 @@
 #include "events/KXEventQueueAsQueue.h"
 
+#include "events/BackoffLock.h"
 #include "events/PostTrace.h"
-
-#include <boost/thread/lock_guard.hpp>
 
 namespace KX {
 
@@ -13,7 +12,7 @@ void KXEventQueueAsQueue::postEvent(KXEvent& event) {
     tracePost(event);
     const KXSomeEvent holder(event);
     {
-        const boost::lock_guard<boost::mutex> lock(queueMutex);
+        const BackoffLock lock(queueMutex);
         eventDeque.push_back(holder);
         eventCount.store(eventCount.load(std::memory_order_relaxed) + 1, std::memory_order_release);
         // To signal costs a lock of Boost's own. Nobody is on the way into the wait without being counted, since that
@@ -26,7 +25,7 @@ void KXEventQueueAsQueue::postEvent(KXEvent& event) {
 
 // Returns nothing else, so that the oldest event is copied to where the caller wants it and not once more.
 inline KXSomeEvent KXEventQueueAsQueue::takeOldest() {
-    boost::unique_lock<boost::mutex> lock(queueMutex);
+    BackoffLock lock(queueMutex);
     while (eventDeque.empty())
         waitForEvent(lock);
     const KXSomeEvent oldest(eventDeque.front());
