@@ -1,5 +1,6 @@
 #include "platform/linux/utility/KXDebugLevels.h"
 
+#include <algorithm>
 #include <cstddef>
 
 namespace KX {
@@ -79,6 +80,14 @@ std::string KXDebugLevels::takeEntry(const std::string& entry) {
 int KXDebugLevels::getLevel(const std::string& section) const {
     const auto found = levels.find(section);
     return found == levels.end() ? levelOfOthers : found->second;
+}
+
+int KXDebugLevels::getHighestLevel() const {
+    int highest = levelOfOthers;
+    for (const auto& [section, level] : levels) {
+        highest = std::max(highest, level);
+    }
+    return highest;
 }
 
 } // namespace KX

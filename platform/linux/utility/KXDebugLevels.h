@@ -19,6 +19,9 @@ public:
     /// The highest level of a section that is shown: 0 (none) to 4 (all); 1 where nothing was said.
     int getLevel(const std::string& section) const;
 
+    /// No section's level is higher.
+    int getHighestLevel() const;
+
 private:
     /// \return what is wrong with the entry; empty when it was taken
     std::string takeEntry(const std::string& entry);

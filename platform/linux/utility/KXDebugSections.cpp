@@ -4,6 +4,7 @@
 #include "platform/linux/utility/KXDebugOutput.h"
 
 #include <cstdlib>
+#include <limits>
 #include <map>
 #include <mutex>
 #include <vector>
@@ -22,9 +23,19 @@ KXDebugLevels readLevels() {
     return levels;
 }
 
+} // namespace
+
+std::array<std::atomic<KXDebugSections::Block*>, KXDebugSections::mostBlocks> KXDebugSections::blocks;
+std::atomic<unsigned int> KXDebugSections::sectionCount;
+std::atomic<int> KXDebugSections::highestLevel{std::numeric_limits<int>::max()};
+
 /// What registering needs: made by the first call and never destroyed, because initialisers and destructors of
 /// static objects of any library may come here.
-struct Registry {
+struct KXDebugSections::Registry {
+    Registry() {
+        highestLevel.store(levels.getHighestLevel(), std::memory_order_relaxed);
+    }
+
     static Registry& get() {
         static Registry* const registry = new Registry;
         return *registry;
@@ -34,11 +45,6 @@ struct Registry {
     std::mutex lock;
     std::map<std::string, unsigned int> keys; // guarded by lock
 };
-
-} // namespace
-
-std::array<std::atomic<KXDebugSections::Block*>, KXDebugSections::mostBlocks> KXDebugSections::blocks;
-std::atomic<unsigned int> KXDebugSections::sectionCount;
 
 unsigned int KXDebugSections::insert(const std::string& name) {
     Registry& registry = Registry::get();

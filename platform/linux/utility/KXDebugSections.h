@@ -20,6 +20,10 @@ public:
 
     /// Whether a message is to be shown. Takes no lock and allocates nothing for a key from \ref insert.
     static bool isShown(int level, unsigned int key) {
+        // Nearly every message is a trace that nobody asked for, whatever its section.
+        if (level > highestLevel.load(std::memory_order_relaxed)) {
+            return false;
+        }
         const Section* const section = find(key);
         const int shownLevel = section != nullptr ? section->level : getLevelOfNoSection();
         // Level 0 is not a message's, but nobody should lose an error because of it.
@@ -55,6 +59,10 @@ private:
     /// proper means may read; a guessed key is kept out by the count.
     static std::array<std::atomic<Block*>, mostBlocks> blocks;
     static std::atomic<unsigned int> sectionCount;
+    /// No section shows more. Before the levels are known, any might.
+    static std::atomic<int> highestLevel;
+
+    struct Registry;
 };
 
 } // namespace KX
