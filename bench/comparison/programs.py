@@ -44,7 +44,7 @@ class Plan(NamedTuple):
 
 
 THOROUGH = Plan(rounds=5, repetitions=4, seconds=0.1, full_bus_seconds=20)
-QUICK = Plan(rounds=1, repetitions=3, seconds=0.02, full_bus_seconds=5)
+QUICK = Plan(rounds=3, repetitions=1, seconds=0.02, full_bus_seconds=5)
 
 
 def say(text):
