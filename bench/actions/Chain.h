@@ -1,7 +1,6 @@
 #pragma once
 
 #include "Item.h"
-#include "events/KXEventType.h"
 
 #include <algorithm>
 #include <array>
@@ -18,7 +17,7 @@ class Chain {
 public:
     Chain(Contender& itsContender, std::size_t itsLength) : contender(itsContender), objects(itsLength) {
         for (std::size_t i = 0; i < actions.size(); ++i) {
-            actions[i].chain = this;
+            actions[i].owner = this;
             actions[i].number = i;
         }
         for (Object& object : objects) {
@@ -37,19 +36,8 @@ public:
     }
 
 private:
-    class Action : public KX::KXAction {
-    public:
-        bool isReady() override {
-            return true;
-        }
-
-        void execute(void*) override {
-            chain->hasRun(*this);
-        }
-
-        Chain* chain = nullptr;
-        std::size_t number = 0;
-    };
+    using Action = NumberedAction<Chain>;
+    friend Action;
 
     struct Object {
         char state[64];
@@ -63,7 +51,7 @@ private:
     }
 
     void post(KX::KXAction* trigger) {
-        contender.post({&actions[step % actions.size()], trigger, KX::KEY_PRESS_EVENT, order[step], step});
+        contender.post({&actions[step % actions.size()], trigger, eventTypeOfItems, order[step], step});
     }
 
     Contender& contender;

@@ -71,12 +71,14 @@ public:
     explicit InvokeMethod(bool) {}
 
     void post(const Item& item) {
-        const auto call = [this, item] {
-            rounds.countRun();
-            run(item);
-        };
         rounds.countPosted();
-        QMetaObject::invokeMethod(&receiver, call, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            &receiver,
+            [this, item] {
+                rounds.countRun();
+                run(item);
+            },
+            Qt::QueuedConnection);
     }
 
     void runAll() {

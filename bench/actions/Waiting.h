@@ -1,7 +1,6 @@
 #pragma once
 
 #include "Item.h"
-#include "events/KXEventType.h"
 
 #include <cstddef>
 #include <vector>
@@ -13,7 +12,7 @@ class Waiting {
 public:
     explicit Waiting(std::size_t number) : actions(number) {
         for (std::size_t i = 0; i < number; ++i) {
-            actions[i].all = this;
+            actions[i].owner = this;
             actions[i].number = i;
         }
     }
@@ -22,7 +21,7 @@ public:
     void postTo(Contender& contender) {
         next = 0;
         for (Action& action : actions) {
-            contender.post({&action, nullptr, KX::KEY_PRESS_EVENT, &action, 0});
+            contender.post({&action, nullptr, eventTypeOfItems, &action, 0});
         }
     }
 
@@ -31,20 +30,13 @@ public:
     }
 
 private:
-    class Action : public KX::KXAction {
-    public:
-        bool isReady() override {
-            return true;
-        }
+    using Action = NumberedAction<Waiting>;
+    friend Action;
 
-        void execute(void*) override {
-            all->wrongNumbers += number != all->next ? 1U : 0U;
-            all->next = number + 1;
-        }
-
-        Waiting* all = nullptr;
-        std::size_t number = 0;
-    };
+    void hasRun(const Action& action) {
+        wrongNumbers += action.number != next ? 1U : 0U;
+        next = action.number + 1;
+    }
 
     std::vector<Action> actions;
     std::size_t next = 0;

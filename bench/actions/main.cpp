@@ -1,19 +1,20 @@
+#include "bench/actions/Contenders.h"
+#include "bench/actions/Scenarios.h"
+#include "bench/support/OtherThread.h"
+
 #include <QCoreApplication>
 #include <benchmark/benchmark.h>
-#include <future>
-#include <thread>
 
-// Every lock is cheaper in a process of one thread, which no program is that has a queue between threads. So there
-// is a second one, which sleeps.
 int main(int argc, char** argv) {
-    QCoreApplication application(argc, argv);
+    const QCoreApplication application(argc, argv);
+    Bench::addContender<Bench::OwnActions>("KXAPI");
+    Bench::addContender<Bench::LockedItems>("mutex and deque");
+    Bench::addContender<Bench::AsioActions>("Asio");
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
         return 2;
     }
-    std::promise<void> end;
-    std::thread other([&end] { end.get_future().wait(); });
+    const Bench::OtherThread otherThread;
     benchmark::RunSpecifiedBenchmarks();
-    end.set_value();
-    other.join();
+    return 0;
 }

@@ -1,8 +1,7 @@
 // Actions that wait, and chains of actions in which each posts the next.
 
-#include "bench/actions/Chain.h"
-#include "bench/actions/Waiting.h"
-#include "bench/growth/ActionContenders.h"
+#include "bench/actions/Contenders.h"
+#include "bench/actions/Scenarios.h"
 #include "bench/growth/Growth.h"
 #include "bench/growth/Heap.h"
 
@@ -12,11 +11,18 @@
 namespace Bench {
 namespace {
 
+/// The library's, told not to look for loops in a chain.
+class WithoutDetection : public OwnActions {
+public:
+    explicit WithoutDetection(bool) : OwnActions(false) {}
+};
+
 template<class Contender>
-double measureBytesPerWaiting(Waiting& work, std::size_t items) {
+double measureBytesPerWaiting(std::size_t items) {
+    Waiting work(items);
     double bytes = 0;
     runOnFreshHeap([&](std::size_t before) {
-        Contender contender;
+        Contender contender(false);
         work.postTo(contender);
         bytes = static_cast<double>(getHeapBytes() - before) / static_cast<double>(items);
     });
@@ -45,7 +51,7 @@ public:
     }
 
 private:
-    Contender contender;
+    Contender contender{true};
     std::size_t items;
     std::size_t atTheEnd = 0;
 };
@@ -63,34 +69,16 @@ double measureBytesPerLink(std::size_t items) {
     return bytes;
 }
 
-template<class Contender, class Work, class Begin>
-void measure(benchmark::State& state, Contender& contender, Work& work, Begin begin) {
-    for (auto _ : state) {
-        begin();
-        contender.runAll();
-        if (!work.isRightAndComplete()) {
-            state.SkipWithError("an action ran out of order, twice or not at all");
-        }
-    }
-    state.SetItemsProcessed(state.iterations() * state.range(0));
-}
-
 template<class Contender>
 void waitingActions(benchmark::State& state) {
-    const auto items = static_cast<std::size_t>(state.range(0));
-    Contender contender;
-    Waiting work(items);
-    measure(state, contender, work, [&] { work.postTo(contender); });
-    state.counters["bytes_per_item"] = measureBytesPerWaiting<Contender>(work, items);
+    measureWaiting<Contender>(state);
+    state.counters["bytes_per_item"] = measureBytesPerWaiting<Contender>(static_cast<std::size_t>(state.range(0)));
 }
 
 template<class Contender>
 void chain(benchmark::State& state) {
-    const auto items = static_cast<std::size_t>(state.range(0));
-    Contender contender;
-    Chain<Contender> work(contender, items);
-    measure(state, contender, work, [&] { work.begin(); });
-    state.counters["bytes_per_item"] = measureBytesPerLink<Contender>(items);
+    measureChain<Contender>(state);
+    state.counters["bytes_per_item"] = measureBytesPerLink<Contender>(static_cast<std::size_t>(state.range(0)));
 }
 
 template<class Contender>
@@ -114,15 +102,15 @@ void addChain(const char* contender) {
 } // namespace
 
 void addWaitingActions() {
-    addWaiting<ActionQueue<false>>("KXAPI");
-    addWaiting<ActionDeque>("mutex and deque");
+    addWaiting<OwnActions>("KXAPI");
+    addWaiting<LockedItems>("mutex and deque");
     addWaiting<AsioActions>("Asio");
 }
 
 void addChains() {
-    addChain<ActionQueue<true>>("KXAPI");
-    addChain<ActionQueue<false>>("KXAPI, loop detection off");
-    addChain<ActionDeque>("mutex and deque");
+    addChain<OwnActions>("KXAPI");
+    addChain<WithoutDetection>("KXAPI, loop detection off");
+    addChain<LockedItems>("mutex and deque");
     addChain<AsioActions>("Asio");
 }
 

@@ -1,20 +1,17 @@
 // Several threads that post, and one that takes meanwhile. The items are the same in number however many threads
 // share in posting them.
 
+#include "bench/actions/Contenders.h"
 #include "bench/actions/Waiting.h"
-#include "bench/growth/ActionContenders.h"
 #include "bench/growth/Growth.h"
-#include "bench/support/Numbered.h"
-#include "events/KXEventQueue.h"
-
-#include <benchmark/benchmark.h>
-#include <boost/thread/locks.hpp>
-#include <boost/thread/mutex.hpp>
+#include "bench/queues/Limits.h"
+#include "bench/queues/OwnQueues.h"
+#include "bench/queues/Scenarios.h"
 
 #include <array>
 #include <atomic>
+#include <benchmark/benchmark.h>
 #include <deque>
-#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -24,58 +21,30 @@ namespace {
 
 constexpr int mostThreads = 4;
 
-/// Each thread numbers its own: the upper bits tell whose it is.
-constexpr unsigned int threadShift = 24;
-
-std::uint32_t makeNumber(std::size_t thread, std::uint32_t number) {
-    return static_cast<std::uint32_t>(thread) << threadShift | number;
-}
-
-/// A queue of the library by its interface.
-template<KX::KXEventQueue::eventQueueType type>
-class Queue {
+/// Checks the order of each thread's own numbers. The upper bits of a number tell whose it is.
+class OrderChecks {
 public:
-    void post(std::uint32_t number) {
-        KX::KXInputEvent event = makeEvent(number);
-        queue->postEvent(event);
+    static std::uint32_t makeNumber(std::size_t thread, std::uint32_t number) {
+        return static_cast<std::uint32_t>(thread) << threadShift | number;
     }
 
-    bool take(std::uint32_t& number) {
-        if (queue->isEmpty()) {
-            return false;
+    void take(std::uint32_t number) {
+        orders[number >> threadShift].take(number & ((1U << threadShift) - 1));
+    }
+
+    /// Ends the benchmark with an error unless each of the threads has posted its share, in order.
+    void report(benchmark::State& state, std::size_t threads, std::uint32_t share) const {
+        for (std::size_t thread = 0; thread < threads; ++thread) {
+            if (orders[thread].getWrongNumbers() != 0 || orders[thread].getNext() != share) {
+                state.SkipWithError("something came twice, out of order or not at all");
+            }
         }
-        number = getNumber(queue->getNextEvent());
-        return true;
     }
 
 private:
-    const std::unique_ptr<KX::KXEventQueue> queue{KX::KXEventQueue::create(type)};
-};
+    static constexpr unsigned int threadShift = 24;
 
-class Deque {
-public:
-    void post(std::uint32_t number) {
-        KX::KXInputEvent event = makeEvent(number);
-        const KX::KXSomeEvent holder(event);
-        const boost::unique_lock<boost::mutex> lock(mutex);
-        holders.push_back(holder);
-    }
-
-    bool take(std::uint32_t& number) {
-        boost::unique_lock<boost::mutex> lock(mutex);
-        if (holders.empty()) {
-            return false;
-        }
-        const KX::KXSomeEvent holder(holders.front());
-        holders.pop_front();
-        lock.unlock();
-        number = getNumber(holder);
-        return true;
-    }
-
-private:
-    boost::mutex mutex;
-    std::deque<KX::KXSomeEvent> holders; // guarded by mutex
+    std::array<OrderCheck, mostThreads> orders;
 };
 
 /// Threads that do the same, each with its number, for as long as this lives.
@@ -107,22 +76,9 @@ private:
     std::vector<std::thread> threads;
 };
 
-using Orders = std::array<OrderCheck, mostThreads>;
-
 template<class Contender>
-void takeAll(Contender& contender, Orders& orders) {
-    std::uint32_t number = 0;
-    while (contender.take(number)) {
-        orders[number >> threadShift].take(number & ((1U << threadShift) - 1));
-    }
-}
-
-void report(benchmark::State& state, const Orders& orders, std::uint32_t share) {
-    for (int thread = 0; thread < state.range(0); ++thread) {
-        const OrderCheck& order = orders[static_cast<std::size_t>(thread)];
-        if (order.getWrongNumbers() != 0 || order.getNext() != share) {
-            state.SkipWithError("something came twice, out of order or not at all");
-        }
+void takeAll(Contender& contender, OrderChecks& orders) {
+    while (contender.take(orders)) {
     }
 }
 
@@ -132,12 +88,14 @@ void postingThreads(benchmark::State& state, std::uint32_t events) {
     const auto share = static_cast<std::uint32_t>(events / threads);
     Contender contender;
     const auto post = [&contender, share](std::size_t thread) {
+        auto item = makeItem<typename Contender::Item>();
         for (std::uint32_t i = 0; i < share; ++i) {
-            contender.post(makeNumber(thread, i));
+            setNumber(item, OrderChecks::makeNumber(thread, i));
+            contender.post(item);
         }
     };
     for (auto _ : state) {
-        Orders orders;
+        OrderChecks orders;
         {
             const Threads posting(threads, post);
             while (posting.areWorking()) {
@@ -146,7 +104,7 @@ void postingThreads(benchmark::State& state, std::uint32_t events) {
             }
         }
         takeAll(contender, orders);
-        report(state, orders, share);
+        orders.report(state, threads, share);
     }
     state.SetItemsProcessed(state.iterations() * share * state.range(0));
 }
@@ -155,7 +113,7 @@ template<class Contender>
 void actionsOfThreads(benchmark::State& state) {
     const auto threads = static_cast<std::size_t>(state.range(0));
     const std::size_t share = 24000 / threads;
-    Contender contender;
+    Contender contender(false);
     std::deque<Waiting> work;
     for (std::size_t i = 0; i < threads; ++i) {
         work.emplace_back(share);
@@ -193,12 +151,12 @@ void addEvents(const std::string& name, std::uint32_t events) {
 
 void addPostingThreads() {
     using KX::KXEventQueue;
-    addEvents<Queue<KXEventQueue::EVENT_QUEUE_AS_QUEUE>>("growth, threads posting/KXAPI", 24000);
-    addEvents<Deque>("growth, threads posting/mutex and deque", 24000);
+    addEvents<OwnQueue<KXEventQueue::EVENT_QUEUE_AS_QUEUE>>("growth, threads posting/KXAPI", 24000);
+    addEvents<LockedDeque>("growth, threads posting/mutex and deque", 24000);
     // No more than a pipe has room for: the threads that post do not wait for the one that takes.
-    addEvents<Queue<KXEventQueue::EVENT_QUEUE_AS_PIPE>>("growth, threads posting into a pipe/KXAPI", 6000);
-    add("growth, threads posting actions/KXAPI", actionsOfThreads<ActionQueue<false>>);
-    add("growth, threads posting actions/mutex and deque", actionsOfThreads<ActionDeque>);
+    addEvents<OwnQueue<KXEventQueue::EVENT_QUEUE_AS_PIPE>>("growth, threads posting into a pipe/KXAPI", 6000);
+    add("growth, threads posting actions/KXAPI", actionsOfThreads<OwnActions>);
+    add("growth, threads posting actions/mutex and deque", actionsOfThreads<LockedItems>);
 }
 
 } // namespace Bench

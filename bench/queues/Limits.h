@@ -21,7 +21,8 @@ public:
         slots[end++ % capacity] = holder;
     }
 
-    bool take(OrderCheck& order) {
+    template<class Order>
+    bool take(Order& order) {
         if (begin == end) {
             return false;
         }
@@ -46,7 +47,8 @@ public:
         waiting.push_back(holder);
     }
 
-    bool take(OrderCheck& order) {
+    template<class Order>
+    bool take(Order& order) {
         boost::unique_lock<boost::mutex> lock(mutex);
         if (waiting.empty()) {
             return false;

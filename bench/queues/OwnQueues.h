@@ -17,7 +17,8 @@ public:
         queue->postEvent(event);
     }
 
-    bool take(OrderCheck& order) {
+    template<class Order>
+    bool take(Order& order) {
         const KX::KXSomeEvent holder = queue->getNextEvent();
         // An empty queue gives a holder without a type, as others give a null pointer.
         const bool taken = holder.eventType != 0;

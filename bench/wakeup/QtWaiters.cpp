@@ -68,8 +68,9 @@ class QtInvokeWaiter : public QtWaiter {
 public:
     void post(std::uint32_t number) override {
         KX::KXInputEvent event = Bench::makeEvent(number);
-        const auto take = [to = receiver, holder = KX::KXSomeEvent(event)] { to->take(holder); };
-        QMetaObject::invokeMethod(receiver, take, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            receiver, [to = receiver, holder = KX::KXSomeEvent(event)] { to->take(holder); },
+            Qt::QueuedConnection);
     }
 };
 

@@ -10,9 +10,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <csignal>
 #include <cstring>
 #include <sched.h>
 #include <time.h>
+#include <unistd.h>
 
 namespace {
 
@@ -50,6 +52,25 @@ public:
 
 private:
     cpu_set_t before;
+};
+
+/// Ends the program when a contender takes far too long: what it was given is lost, and both threads would sleep for
+/// ever.
+class Watchdog {
+public:
+    Watchdog() {
+        std::signal(SIGALRM, [](int) {
+            constexpr char message[] = "wakeup_bench: an event that was posted did not arrive within a minute\n";
+            static_cast<void>(!write(STDERR_FILENO, message, sizeof message - 1));
+            _exit(1);
+        });
+        alarm(60);
+    }
+    ~Watchdog() {
+        alarm(0);
+    }
+    Watchdog(const Watchdog&) = delete;
+    Watchdog& operator=(const Watchdog&) = delete;
 };
 
 /// The thread in which a contender waits; to be ended by the last number.
@@ -111,6 +132,7 @@ void report(benchmark::State& state, std::vector<double>& seconds) {
 }
 
 void measure(benchmark::State& state, const Contender& contender, int postingCore, int waitingCore) {
+    const Watchdog watchdog;
     const Pinned pinned(postingCore);
     const std::unique_ptr<Waiter> waiter = contender.make();
     Arrivals arrivals;

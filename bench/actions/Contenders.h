@@ -5,21 +5,25 @@
 #include "events/KXEvent.h"
 #include "platform/KXTick.h"
 
+#include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 #include <deque>
 
-/// Whoever posts items and runs them.
+/// Those whoever runs actions is compared with wherever actions are measured; see Scenarios.h for what they have in
+/// common. Any number of threads may post.
 namespace Bench {
 
-template<bool detectsLoops>
-class ActionQueue {
+/// The action queue of the library, which looks for loops in a chain.
+class OwnActions {
 public:
+    explicit OwnActions(bool isChain) : detectsLoops(isChain) {
+        event.eventType = eventTypeOfItems;
+    }
+
     void post(const Item& item) {
-        KX::KXEvent event;
-        event.eventType = static_cast<int>(item.eventType);
         queue.postAction(item.action, &event, item.object);
     }
 
@@ -29,11 +33,16 @@ public:
 
 private:
     KX::KXActionQueue queue;
+    KX::KXEvent event; // never changes
     const unsigned int deadline = KX::KXTick::getTickCount() + 3600000;
+    const bool detectsLoops;
 };
 
-class ActionDeque {
+/// The least that a queue between threads takes: nothing but the items and a lock around each post and each take.
+class LockedItems {
 public:
+    explicit LockedItems(bool) {}
+
     void post(const Item& item) {
         const boost::lock_guard<boost::mutex> lock(mutex);
         items.push_back(item);
@@ -61,19 +70,24 @@ private:
     std::deque<Item> items; // guarded by mutex
 };
 
+/// An io_context that one thread runs, as its documents advise for that case: with the hint 1, and with a work
+/// guard, so that it does not stop when it has run out of handlers.
 class AsioActions {
 public:
+    explicit AsioActions(bool) {}
+
     void post(const Item& item) {
         boost::asio::post(context, [item] { run(item); });
     }
 
     void runAll() {
-        context.restart();
         context.poll();
     }
 
 private:
     boost::asio::io_context context{1};
+    const boost::asio::executor_work_guard<boost::asio::io_context::executor_type> guard =
+        boost::asio::make_work_guard(context);
 };
 
 } // namespace Bench
