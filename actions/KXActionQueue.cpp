@@ -1,5 +1,6 @@
 #include "actions/KXActionQueue.h"
 
+#include "events/BackoffLock.h"
 #include "events/KXEventType.h"
 #include "platform/KXThread.h"
 #include "platform/KXTick.h"
@@ -16,8 +17,6 @@ namespace {
 constexpr int emptied = 0;
 constexpr int emptyOnEntry = 23;
 constexpr int deadlinePassed = 46;
-
-using Lock = boost::unique_lock<boost::mutex>;
 
 // Several threads may post one action at once; each store is whole, and the last one stays.
 void tellTriggeringEventType(KXAction& action, int eventType) {
@@ -97,7 +96,7 @@ void KXActionQueue::postAction(KXAction* action, KXEvent* event, void* userData)
     const actionItem item = {
         action,   currentAction.load(std::memory_order_relaxed), eventType,
         userData, executedCount.load(std::memory_order_relaxed), KXThread::getCurrentThreadID()};
-    const Lock lock(mutex);
+    const BackoffLock lock(mutex);
     pendingItems.push_back(item);
     itemPosted.notifyOneLocked();
 }
@@ -124,7 +123,7 @@ int KXActionQueue::executeActions(unsigned int deadline, bool detectLoops) {
 }
 
 inline KXActionQueue::actionItem KXActionQueue::takeOldest() {
-    Lock lock(mutex);
+    BackoffLock lock(mutex);
     if (pendingItems.empty())
         waitForItem(lock);
     const actionItem item = pendingItems.front();
