@@ -2,8 +2,8 @@
 
 from typing import NamedTuple, Optional
 
-LIMITS = {"mutex and deque", "unlocked ring", "write, poll, read", "bare pipe", "bare pipe, poll",
-          "table indexed by number"}
+LIMITS = {"mutex and deque", "unlocked ring", "write, poll, read", "bare pipe", "bare pipe, asked first",
+          "bare pipe, poll", "table indexed by number"}
 GROWTH = "growth, "
 MEASURES = {"waiting": "how many wait", "chain": "length of the chain", "threads": "threads that post"}
 

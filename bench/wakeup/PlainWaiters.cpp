@@ -77,7 +77,8 @@ private:
     KX::KXEventQueueAsPipe queue;
 };
 
-template<class Wait>
+/// A pipe and nothing around it; one that is asked before it is read makes the very calls that the library's makes.
+template<class Wait, bool isAskedFirst = false>
 class BarePipeWaiter : public Waiter {
 public:
     BarePipeWaiter() {
@@ -110,6 +111,12 @@ public:
 
 private:
     std::uint32_t readNumber() const {
+        if (isAskedFirst) {
+            pollfd query{ends[0], POLLIN, 0};
+            if (poll(&query, 1, 0) != 1) {
+                std::abort();
+            }
+        }
         Bench::Record record;
         if (read(ends[0], &record, sizeof record) != sizeof record) {
             std::abort();
@@ -157,6 +164,7 @@ std::vector<Contender> getPlainContenders() {
     return {{"KXAPI", [] { return std::make_unique<PipeQueueWaiter<Epoll>>(); }},
             {"KXAPI, poll", [] { return std::make_unique<PipeQueueWaiter<Poll>>(); }},
             {"bare pipe", [] { return std::make_unique<BarePipeWaiter<Epoll>>(); }},
+            {"bare pipe, asked first", [] { return std::make_unique<BarePipeWaiter<Epoll, true>>(); }},
             {"bare pipe, poll", [] { return std::make_unique<BarePipeWaiter<Poll>>(); }},
             {"condition variable", [] { return std::make_unique<ConditionWaiter>(); }}};
 }
