@@ -65,8 +65,9 @@ class Emulator:
 
 
 def written_by(pid, program, first_area):
-    """What is shared with nobody, in KiB. The program's addresses are a part of the emulator's own, which begins
-    where the program's file would be at address 0."""
+    """What is the program's alone, in KiB. Not what is called dirty: that has the pages of a file, too, which was
+    written a moment ago. The program's addresses are a part of the emulator's own, which begins where the program's
+    file would be at address 0."""
     base, inside, written = None, False, 0
     with open(f"/proc/{pid}/smaps", encoding="utf-8") as lines:
         for line in lines:
@@ -76,7 +77,7 @@ def written_by(pid, program, first_area):
                 if base is None and fields[-1] == os.path.realpath(program):
                     base = begin - int(first_area.split("-")[0], 16)
                 inside = base is not None and base <= begin < base + 2**32
-            elif inside and name == "Private_Dirty:":
+            elif inside and name == "Anonymous:":
                 written += int(fields[0])
     return written
 
