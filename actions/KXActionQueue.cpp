@@ -5,8 +5,6 @@
 #include "platform/KXThread.h"
 #include "platform/KXTick.h"
 
-#include <boost/thread/locks.hpp>
-
 #include <cstdlib>
 #include <iostream>
 
@@ -96,7 +94,7 @@ void KXActionQueue::postAction(KXAction* action, KXEvent* event, void* userData)
     const actionItem item = {
         action,   currentAction.load(std::memory_order_relaxed), eventType,
         userData, executedCount.load(std::memory_order_relaxed), KXThread::getCurrentThreadID()};
-    const BackoffLock lock(mutex);
+    const BackoffLock lock(mutex, isMutexTaken);
     pendingItems.push_back(item);
     itemPosted.notifyOneLocked();
 }
@@ -123,18 +121,18 @@ int KXActionQueue::executeActions(unsigned int deadline, bool detectLoops) {
 }
 
 inline KXActionQueue::actionItem KXActionQueue::takeOldest() {
-    BackoffLock lock(mutex);
+    const BackoffLock lock(mutex, isMutexTaken);
     if (pendingItems.empty())
-        waitForItem(lock);
+        waitForItem();
     const actionItem item = pendingItems.front();
     pendingItems.pop_front();
     return item;
 }
 
 // Another thread has drained the queue since the look without the lock. Apart from the rest, which is short.
-[[gnu::noinline]] void KXActionQueue::waitForItem(boost::unique_lock<boost::mutex>& lock) {
+[[gnu::noinline]] void KXActionQueue::waitForItem() {
     while (pendingItems.empty())
-        itemPosted.wait(lock);
+        BackoffLock::waitFor(itemPosted, mutex, isMutexTaken);
 }
 
 void KXActionQueue::executeUnlessLoop(const actionItem& item, unsigned int executingThreadID) {

@@ -328,11 +328,13 @@ public:
 private:
     inline KX_LOCAL actionItem takeOldest();
     KX_LOCAL void forgetDrain();
-    KX_LOCAL void waitForItem(boost::unique_lock<boost::mutex>& lock);
+    KX_LOCAL void waitForItem();
     KX_LOCAL void executeUnlessLoop(const actionItem& item, unsigned int executingThreadID);
     KX_LOCAL void openGeneration(const actionItem& item);
     KX_LOCAL bool isLoop(const actionItem& item, unsigned int executingThreadID) const;
     KX_LOCAL void executeRecorded(const actionItem& item);
+
+    std::atomic<bool> isMutexTaken{false}; // what a thread sees of the mutex before it locks
 };
 
 } // namespace KX

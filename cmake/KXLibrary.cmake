@@ -7,4 +7,3 @@ kx_add_shared_library(KXAPI_Events Events)
 target_link_libraries(KXAPI_Events
     PUBLIC KXAPI_OS_ABS KXAPI_Hardware KXAPI_Utility Boost::thread
     PRIVATE KXAPI_Events_objects Qt5::Core Qt5::Gui Qt5::Widgets)
-target_link_options(KXAPI_Events PRIVATE LINKER:-Bsymbolic-functions)

@@ -4,11 +4,11 @@ namespace KX {
 
 namespace {
 
-// Tells the processor that nothing is done; where that takes time at all, some ten nanoseconds.
+// Tells the processor that nothing is done. Some take tens of nanoseconds for it, others no time at all.
 inline void relax() {
 #if defined(__x86_64__) || defined(__i386__)
     __builtin_ia32_pause();
-#elif defined(__arm__) || defined(__aarch64__)
+#elif defined(__aarch64__) || (defined(__ARM_ARCH) && __ARM_ARCH >= 7)
     asm volatile("yield" ::: "memory");
 #else
     asm volatile("" ::: "memory");
@@ -17,16 +17,15 @@ inline void relax() {
 
 } // namespace
 
-void BackoffLock::lockTaken(boost::mutex& mutex) {
-    constexpr int shortestPause = 16;
+void BackoffLock::lookAway(const std::atomic<bool>& isTaken) {
+    constexpr int shortestPause = 128;
     constexpr int longestPause = 256;
     for (int pause = shortestPause; pause <= longestPause; pause *= 2) {
         for (int i = 0; i < pause; ++i)
             relax();
-        if (mutex.try_lock())
+        if (!isTaken.load(std::memory_order_relaxed))
             return;
     }
-    mutex.lock();
 }
 
 } // namespace KX

@@ -1,29 +1,59 @@
 #pragma once
 
+#include <atomic>
 #include <boost/thread/locks.hpp>
 #include <boost/thread/mutex.hpp>
 
 namespace KX {
 
-/// Locks the mutex of a queue, which nobody holds for longer than it takes to move an event.
+/// Locks the mutex of a queue, which is seldom held for longer than it takes to move an event.
 ///
-/// To sleep until it is free and to be woken would take some hundred times as long. Who finds it taken looks away
-/// instead, each time for longer: the other thread gets several events done meanwhile, and does not lose the mutex's
-/// cache line to one that only looks. After some ten microseconds it sleeps all the same, since the holder seems not to
-/// be running.
-class BackoffLock : public boost::unique_lock<boost::mutex> {
+/// To sleep until it is free and to be woken would take some hundred times as long. Who sees it taken looks away
+/// first, a few times and each time for longer, so that the other thread gets several events done; and then locks
+/// whatever there is to see, as does who sees it free. What is seen is a flag beside the mutex, which may be wrong:
+/// it only saves time. On a single core, or when the holder is not running, that costs a microsecond to some ten,
+/// by processor.
+class BackoffLock {
 public:
-    explicit BackoffLock(boost::mutex& mutex) : unique_lock(locked(mutex), boost::adopt_lock) {}
-
-private:
-    static boost::mutex& locked(boost::mutex& mutex) {
-        if (!mutex.try_lock())
-            lockTaken(mutex);
-        return mutex;
+    /// \param isTaken  the same for all who lock \p mutex so, false at first
+    /// \throws boost::lock_error  as \p mutex does
+    BackoffLock(boost::mutex& mutex, std::atomic<bool>& isTaken) : heldMutex(mutex), isHeldMutexTaken(isTaken) {
+        if (isTaken.load(std::memory_order_relaxed))
+            lookAway(isTaken);
+        mutex.lock();
+        isTaken.store(true, std::memory_order_relaxed);
     }
 
-    /// Apart, so that who finds the mutex free does not pay for it.
-    static void lockTaken(boost::mutex& mutex);
+    ~BackoffLock() {
+        isHeldMutexTaken.store(false, std::memory_order_relaxed);
+        heldMutex.unlock();
+    }
+
+    BackoffLock(const BackoffLock&) = delete;
+    BackoffLock& operator=(const BackoffLock&) = delete;
+
+    /// Waits for \p condition with a mutex that the caller has locked so, and that is locked again in the end, however
+    /// the wait ends.
+    template<class Condition>
+    static void waitFor(Condition& condition, boost::mutex& mutex, std::atomic<bool>& isTaken) {
+        struct Lent : boost::unique_lock<boost::mutex> {
+            explicit Lent(boost::mutex& mutex) : unique_lock(mutex, boost::adopt_lock) {}
+            ~Lent() {
+                release();
+            }
+        };
+        isTaken.store(false, std::memory_order_relaxed);
+        Lent lock(mutex);
+        condition.wait(lock);
+        isTaken.store(true, std::memory_order_relaxed);
+    }
+
+private:
+    /// Apart, so that who sees the mutex free does not pay for it.
+    static void lookAway(const std::atomic<bool>& isTaken);
+
+    boost::mutex& heldMutex;
+    std::atomic<bool>& isHeldMutexTaken;
 };
 
 } // namespace KX

@@ -12,7 +12,7 @@ void KXEventQueueAsQueue::postEvent(KXEvent& event) {
     tracePost(event);
     const KXSomeEvent holder(event);
     {
-        const BackoffLock lock(queueMutex);
+        const BackoffLock lock(queueMutex, isQueueTaken);
         eventDeque.push_back(holder);
         eventCount.store(eventCount.load(std::memory_order_relaxed) + 1, std::memory_order_release);
         // To signal costs a lock of Boost's own. Nobody is on the way into the wait without being counted, since that
@@ -25,9 +25,9 @@ void KXEventQueueAsQueue::postEvent(KXEvent& event) {
 
 // Returns nothing else, so that the oldest event is copied to where the caller wants it and not once more.
 inline KXSomeEvent KXEventQueueAsQueue::takeOldest() {
-    BackoffLock lock(queueMutex);
+    const BackoffLock lock(queueMutex, isQueueTaken);
     while (eventDeque.empty())
-        waitForEvent(lock);
+        waitForEvent();
     const KXSomeEvent oldest(eventDeque.front());
     eventDeque.pop_front();
     eventCount.store(eventCount.load(std::memory_order_relaxed) - 1, std::memory_order_release);
@@ -38,7 +38,7 @@ KXSomeEvent KXEventQueueAsQueue::getNextEvent() {
     return isEmpty() ? KXSomeEvent() : takeOldest();
 }
 
-void KXEventQueueAsQueue::waitForEvent(boost::unique_lock<boost::mutex>& lock) {
+void KXEventQueueAsQueue::waitForEvent() {
     // However the wait ends, by an exception too, the lock is held again.
     struct Waiting {
         explicit Waiting(unsigned int& consumers) : count(++consumers) {}
@@ -48,7 +48,7 @@ void KXEventQueueAsQueue::waitForEvent(boost::unique_lock<boost::mutex>& lock) {
         unsigned int& count;
     };
     const Waiting waiting(waitingConsumers);
-    queueCondition.wait(lock);
+    BackoffLock::waitFor(queueCondition, queueMutex, isQueueTaken);
 }
 
 unsigned int KXEventQueueAsQueue::getSize() {

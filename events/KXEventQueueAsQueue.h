@@ -6,7 +6,6 @@
 #include <boost/container/deque.hpp>
 #include <boost/container/options.hpp>
 #include <boost/thread/condition_variable.hpp>
-#include <boost/thread/locks.hpp>
 #include <boost/thread/mutex.hpp>
 
 namespace KX {
@@ -37,7 +36,7 @@ public:
 
 private:
     inline KX_LOCAL KXSomeEvent takeOldest();
-    [[gnu::noinline]] KX_LOCAL void waitForEvent(boost::unique_lock<boost::mutex>& lock);
+    [[gnu::noinline]] KX_LOCAL void waitForEvent();
 
     static constexpr unsigned int eventsInABlock = 64;
     using Blocks = boost::container::deque_options<boost::container::block_size<eventsInABlock>>::type;
@@ -47,6 +46,7 @@ private:
     boost::condition_variable queueCondition; // goes with queueMutex
     std::atomic<unsigned int> eventCount{0};  // size of eventDeque; written under queueMutex, read without
     unsigned int waitingConsumers = 0;        // of queueCondition; guarded by queueMutex
+    std::atomic<bool> isQueueTaken{false};    // what a thread sees of queueMutex before it locks
 };
 
 } // namespace KX

@@ -12,8 +12,8 @@
 #include <boost/thread/mutex.hpp>
 #include <deque>
 
-/// Those whoever runs actions is compared with wherever actions are measured; see Scenarios.h for what they have in
-/// common. Any number of threads may post.
+/// The contenders of every program that measures actions; Scenarios.h tells what all contenders have in common. Any
+/// number of threads may post to these.
 namespace Bench {
 
 /// The action queue of the library, which looks for loops in a chain.

@@ -29,7 +29,7 @@ public:
     }
 
     void take(std::uint32_t number) {
-        orders[number >> threadShift].take(number & ((1U << threadShift) - 1));
+        orders.at(number >> threadShift).take(number & ((1U << threadShift) - 1));
     }
 
     /// Ends the benchmark with an error unless each of the threads has posted its share, in order.

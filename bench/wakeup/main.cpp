@@ -54,13 +54,12 @@ private:
     cpu_set_t before;
 };
 
-/// Ends the program when a contender takes far too long: what it was given is lost, and both threads would sleep for
-/// ever.
+/// Ends the program when a contender takes far too long. Had it lost something, both threads would sleep for ever.
 class Watchdog {
 public:
     Watchdog() {
         std::signal(SIGALRM, [](int) {
-            constexpr char message[] = "wakeup_bench: an event that was posted did not arrive within a minute\n";
+            constexpr char message[] = "wakeup_bench: what was posted did not all arrive within a minute\n";
             static_cast<void>(!write(STDERR_FILENO, message, sizeof message - 1));
             _exit(1);
         });

@@ -2,8 +2,12 @@
 
 #include <atomic>
 #include <boost/thread/condition_variable.hpp>
+#include <boost/thread/exceptions.hpp>
+#include <cerrno>
 #include <chrono>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 #include <thread>
 #include <time.h>
 #include <vector>
@@ -19,50 +23,117 @@ std::chrono::nanoseconds getThreadTime() {
     return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
 }
 
+class BackoffLockTest : public testing::Test {
+protected:
+    boost::mutex mutex;
+    std::atomic<bool> isTaken{false};
+};
+
 } // namespace
 
-TEST(BackoffLock, holdsAFreeMutexUntilItsEnd) {
-    boost::mutex mutex;
+TEST_F(BackoffLockTest, holdsAFreeMutexUntilItsEnd) {
     {
-        const BackoffLock lock(mutex);
-        EXPECT_TRUE(lock.owns_lock());
-        EXPECT_EQ(lock.mutex(), &mutex);
+        const BackoffLock lock(mutex, isTaken);
         EXPECT_FALSE(mutex.try_lock());
+        EXPECT_TRUE(isTaken);
     }
+    EXPECT_FALSE(isTaken);
     ASSERT_TRUE(mutex.try_lock());
     mutex.unlock();
 }
 
-TEST(BackoffLock, isGivenUpAndTakenBackByACondition) {
-    boost::mutex mutex;
+TEST_F(BackoffLockTest, locksAFreeMutexThatLooksTaken) {
+    isTaken = true;
+    const BackoffLock lock(mutex, isTaken);
+    EXPECT_FALSE(mutex.try_lock());
+}
+
+TEST_F(BackoffLockTest, waitsForATakenMutexThatLooksFree) {
+    mutex.lock();
+    std::atomic<bool> wasFirst{true};
+    std::thread other([&] {
+        const BackoffLock lock(mutex, isTaken);
+        EXPECT_FALSE(wasFirst);
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    wasFirst = false;
+    mutex.unlock();
+    other.join();
+}
+
+TEST_F(BackoffLockTest, passesOnWhatLockingReports) {
+    // A mutex that knows its holder: locking it twice is an error instead of the end of the thread.
+    pthread_mutexattr_t attributes;
+    pthread_mutexattr_init(&attributes);
+    pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_ERRORCHECK);
+    pthread_mutex_destroy(mutex.native_handle());
+    pthread_mutex_init(mutex.native_handle(), &attributes);
+    pthread_mutexattr_destroy(&attributes);
+
+    const BackoffLock lock(mutex, isTaken);
+    try {
+        const BackoffLock again(mutex, isTaken);
+        FAIL() << "it was locked twice";
+    } catch (const boost::lock_error& error) {
+        EXPECT_THAT(error.what(), testing::HasSubstr("boost: mutex lock failed in pthread_mutex_lock"));
+        EXPECT_EQ(error.code().value(), EDEADLK);
+    }
+    EXPECT_TRUE(isTaken) << "the first lock goes on";
+}
+
+TEST_F(BackoffLockTest, givesTheMutexUpWhileItWaitsForACondition) {
     boost::condition_variable condition;
-    bool changed = false;
+    bool changed = false; // guarded by mutex
     std::thread other;
     {
-        BackoffLock lock(mutex);
+        const BackoffLock lock(mutex, isTaken);
         other = std::thread([&] {
-            const BackoffLock otherLock(mutex);
+            const BackoffLock otherLock(mutex, isTaken);
             changed = true;
             condition.notify_one();
         });
         while (!changed)
-            condition.wait(lock);
-        EXPECT_TRUE(lock.owns_lock());
+            BackoffLock::waitFor(condition, mutex, isTaken);
         EXPECT_FALSE(mutex.try_lock());
+        EXPECT_TRUE(isTaken);
     }
     other.join();
 }
 
-TEST(BackoffLock, letsOneThreadInAtATime) {
+TEST_F(BackoffLockTest, looksFreeWhileItWaitsForACondition) {
+    struct Condition {
+        const std::atomic<bool>& isTaken;
+        bool lookedTaken = true;
+        void wait(boost::unique_lock<boost::mutex>&) {
+            lookedTaken = isTaken;
+        }
+    } condition{isTaken};
+    const BackoffLock lock(mutex, isTaken);
+    BackoffLock::waitFor(condition, mutex, isTaken);
+    EXPECT_FALSE(condition.lookedTaken);
+    EXPECT_TRUE(isTaken);
+}
+
+TEST_F(BackoffLockTest, holdsTheMutexWhenAWaitIsInterrupted) {
+    struct Condition {
+        void wait(boost::unique_lock<boost::mutex>&) {
+            throw boost::thread_interrupted();
+        }
+    } condition;
+    const BackoffLock lock(mutex, isTaken);
+    EXPECT_THROW(BackoffLock::waitFor(condition, mutex, isTaken), boost::thread_interrupted);
+    EXPECT_FALSE(mutex.try_lock());
+}
+
+TEST_F(BackoffLockTest, letsOneThreadInAtATime) {
     constexpr int threadCount = 4;
     constexpr int roundCount = 20000;
-    boost::mutex mutex;
     int plainCount = 0; // guarded by mutex
     std::vector<std::thread> threads;
     for (int i = 0; i < threadCount; ++i) {
         threads.emplace_back([&] {
             for (int round = 0; round < roundCount; ++round) {
-                const BackoffLock lock(mutex);
+                const BackoffLock lock(mutex, isTaken);
                 ++plainCount;
             }
         });
@@ -72,16 +143,16 @@ TEST(BackoffLock, letsOneThreadInAtATime) {
     EXPECT_EQ(plainCount, threadCount * roundCount);
 }
 
-TEST(BackoffLock, sleepsWhenTheMutexStaysTaken) {
+TEST_F(BackoffLockTest, sleepsWhenTheMutexStaysTaken) {
     constexpr std::chrono::milliseconds held(100);
-    boost::mutex mutex;
     std::atomic<bool> isReady{false};
     std::chrono::nanoseconds used(0);
     mutex.lock();
+    isTaken = true;
     std::thread waiting([&] {
         isReady = true;
         const auto before = getThreadTime();
-        const BackoffLock lock(mutex);
+        const BackoffLock lock(mutex, isTaken);
         used = getThreadTime() - before;
     });
     while (!isReady)
@@ -89,6 +160,6 @@ TEST(BackoffLock, sleepsWhenTheMutexStaysTaken) {
     std::this_thread::sleep_for(held);
     mutex.unlock();
     waiting.join();
-    // Ten microseconds of looking away and two changes of threads; a thread that only looked would have used it all.
+    // Some ten microseconds of looking away and two changes of threads; a thread that only looked would have used all.
     EXPECT_LT(used, held / 10);
 }
