@@ -94,7 +94,7 @@ KXSomeEvent::KXSomeEvent() {
     eventClass = SOME_EVENT_CLASS;
 }
 
-KXSomeEvent::KXSomeEvent(KXEvent& source) : sourceClass(source.eventClass) {
+KXSomeEvent::KXSomeEvent(KXEvent& __restrict source) : sourceClass(source.eventClass) {
     // As a whole, and not the class apart, since that is how a copy reads it: a processor waits for what it is to read
     // when that was written in pieces.
     copyEventFields(*this, source);
@@ -145,7 +145,7 @@ KXSomeEvent::KXSomeEvent(KXEvent& source) : sourceClass(source.eventClass) {
 }
 
 // Whatever way a holder came by its flags, a copy does not have them.
-KXSomeEvent::KXSomeEvent(const KXSomeEvent& other)
+KXSomeEvent::KXSomeEvent(const KXSomeEvent& __restrict other)
     : KXEvent(other), KXIncident(other), KXInputEvent(other), KXTrigger(other), KXToolkitEvent(other),
       KXNavigationEvent(other), KXSignal(other), sourceClass(other.sourceClass) {
     incidentFlag = false;
