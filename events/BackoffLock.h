@@ -33,24 +33,41 @@ public:
     BackoffLock& operator=(const BackoffLock&) = delete;
 
     /// Waits for \p condition with a mutex that the caller has locked so, and that is locked again in the end, however
-    /// the wait ends.
+    /// the wait ends. A wait that ends by an exception may have been woken before: then another thread is.
     template<class Condition>
     static void waitFor(Condition& condition, boost::mutex& mutex, std::atomic<bool>& isTaken) {
-        struct Lent : boost::unique_lock<boost::mutex> {
-            explicit Lent(boost::mutex& mutex) : unique_lock(mutex, boost::adopt_lock) {}
-            ~Lent() {
-                release();
-            }
-        };
-        isTaken.store(false, std::memory_order_relaxed);
-        Lent lock(mutex);
-        condition.wait(lock);
-        isTaken.store(true, std::memory_order_relaxed);
+        Lent lock(mutex, isTaken);
+        try {
+            condition.wait(lock);
+        } catch (...) {
+            condition.notify_one();
+            throw;
+        }
     }
 
 private:
+    /// A mutex that is held before and after, for those who give it up while they wait.
+    class Lent : public boost::unique_lock<boost::mutex> {
+    public:
+        Lent(boost::mutex& mutex, std::atomic<bool>& isTaken)
+            : unique_lock(mutex, boost::adopt_lock), isLentMutexTaken(isTaken) {
+            isTaken.store(false, std::memory_order_relaxed);
+        }
+
+        ~Lent() {
+            isLentMutexTaken.store(true, std::memory_order_relaxed);
+            release();
+        }
+
+        Lent(const Lent&) = delete;
+        Lent& operator=(const Lent&) = delete;
+
+    private:
+        std::atomic<bool>& isLentMutexTaken;
+    };
+
     /// Apart, so that who sees the mutex free does not pay for it.
-    static void lookAway(const std::atomic<bool>& isTaken);
+    [[gnu::noinline]] static void lookAway(const std::atomic<bool>& isTaken);
 
     boost::mutex& heldMutex;
     std::atomic<bool>& isHeldMutexTaken;

@@ -48,15 +48,35 @@ TEST_F(BackoffLockTest, locksAFreeMutexThatLooksTaken) {
     EXPECT_FALSE(mutex.try_lock());
 }
 
+TEST_F(BackoffLockTest, looksAwayOnlyFromAMutexThatLooksTaken) {
+    constexpr int lockCount = 1000;
+    const auto getTimeOfLocks = [&](bool looksTaken) {
+        const auto before = getThreadTime();
+        for (int i = 0; i < lockCount; ++i) {
+            isTaken = looksTaken;
+            const BackoffLock lock(mutex, isTaken);
+        }
+        return getThreadTime() - before;
+    };
+    const std::chrono::nanoseconds free = getTimeOfLocks(false);
+    const std::chrono::nanoseconds taken = getTimeOfLocks(true);
+    EXPECT_GT(taken, 2 * free);
+    EXPECT_LT(taken - free, lockCount * std::chrono::milliseconds(1)) << "to sleep would take less";
+}
+
 TEST_F(BackoffLockTest, waitsForATakenMutexThatLooksFree) {
     mutex.lock();
-    std::atomic<bool> wasFirst{true};
+    std::atomic<bool> isHeld{true};
+    std::atomic<bool> isReady{false};
     std::thread other([&] {
+        isReady = true;
         const BackoffLock lock(mutex, isTaken);
-        EXPECT_FALSE(wasFirst);
+        EXPECT_FALSE(isHeld);
     });
+    while (!isReady)
+        std::this_thread::yield();
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    wasFirst = false;
+    isHeld = false;
     mutex.unlock();
     other.join();
 }
@@ -107,6 +127,7 @@ TEST_F(BackoffLockTest, looksFreeWhileItWaitsForACondition) {
         void wait(boost::unique_lock<boost::mutex>&) {
             lookedTaken = isTaken;
         }
+        void notify_one() {}
     } condition{isTaken};
     const BackoffLock lock(mutex, isTaken);
     BackoffLock::waitFor(condition, mutex, isTaken);
@@ -119,10 +140,31 @@ TEST_F(BackoffLockTest, holdsTheMutexWhenAWaitIsInterrupted) {
         void wait(boost::unique_lock<boost::mutex>&) {
             throw boost::thread_interrupted();
         }
+        void notify_one() {}
     } condition;
     const BackoffLock lock(mutex, isTaken);
     EXPECT_THROW(BackoffLock::waitFor(condition, mutex, isTaken), boost::thread_interrupted);
     EXPECT_FALSE(mutex.try_lock());
+    EXPECT_TRUE(isTaken);
+}
+
+TEST_F(BackoffLockTest, passesTheWakeUpOnWhenAWaitIsInterrupted) {
+    struct Condition {
+        bool isInterrupted;
+        int notifiedCount = 0;
+        void wait(boost::unique_lock<boost::mutex>&) {
+            if (isInterrupted)
+                throw boost::thread_interrupted();
+        }
+        void notify_one() {
+            ++notifiedCount;
+        }
+    } woken{false}, interrupted{true};
+    const BackoffLock lock(mutex, isTaken);
+    BackoffLock::waitFor(woken, mutex, isTaken);
+    EXPECT_EQ(woken.notifiedCount, 0);
+    EXPECT_THROW(BackoffLock::waitFor(interrupted, mutex, isTaken), boost::thread_interrupted);
+    EXPECT_EQ(interrupted.notifiedCount, 1);
 }
 
 TEST_F(BackoffLockTest, letsOneThreadInAtATime) {
