@@ -94,6 +94,8 @@ KXSomeEvent::KXSomeEvent() {
     eventClass = SOME_EVENT_CLASS;
 }
 
+// The new holder is not its own source, which a compiler cannot know; told so, it need not read a field again after each
+// one that it writes. The same goes for the copy below.
 KXSomeEvent::KXSomeEvent(KXEvent& __restrict source) : sourceClass(source.eventClass) {
     // As a whole, and not the class apart, since that is how a copy reads it: a processor waits for what it is to read
     // when that was written in pieces.

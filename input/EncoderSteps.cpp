@@ -89,7 +89,7 @@ int KXInputEventManager::bundleKeyEncoderEvents(KXInputEvent& event) {
 }
 
 // The opening step is posted by itself, so that the operator sees the screen react at once; the bundle starts
-// with a count of 0 behind it.
+// with a count of 0 behind it. The worker thread posts it as an input event, whatever class the step was.
 void KXInputEventManager::openEncoderBundle(KXInputEvent& step) {
     encoderBundle = step;
     encoderBundle.eventClass = INPUT_EVENT_CLASS;
