@@ -22,7 +22,7 @@ BUSY = 0.5
 
 EPILOG = """Installs the Debian packages that are missing, builds build/bench, runs every contender in turn and writes
 results.md, medians.csv and plots. The table of what must hold is printed, too. The exit status is 0 when all of it
-holds, 1 when something does not, 2 for wrong use. Thorough measuring takes about ten minutes and wants a machine that
+holds, 1 when something does not, 2 for wrong use. Thorough measuring takes about eleven minutes and wants a machine that
 does nothing else."""
 
 

@@ -10,7 +10,7 @@ matplotlib.use("Agg")
 from matplotlib import pyplot, ticker
 
 import selection
-from report import format_value
+from report import HEADINGS, format_value
 from results import OURS
 
 SETTINGS = {
@@ -28,6 +28,7 @@ SETTINGS = {
 COLORS = {"ours": "#d1495b", "limit": "#9aa5b1", "peer": "#5b8db8"}
 CURVE_COLORS = {"Asio": "#6a994e", "Qt postEvent": "#5b8db8"}
 COLUMNS = 3
+LONGEST_EVEN_AXIS = 16  # beyond, a step is ten times as much
 BARS_TIMES_OURS = 5  # longer bars are cut off; their numbers stand beside them
 
 
@@ -37,13 +38,13 @@ def draw_all(folder, results):
             draw_grid(folder, name, selection.panels(results, scenarios), draw_bars, bars_height)
         draw_grid(folder, "wake-up.svg", [(scenario, rows) for scenario in selection.LATENCIES
                                           if (rows := selection.latencies(results, scenario))], draw_latencies)
-        for name, metric in selection.CURVES.items():
-            panels = [(scenario, metric, selection.curves(results, scenario, metric))
+        for name, metrics in selection.CURVES.items():
+            panels = [(scenario, metric, selection.curves(results, scenario, metric)) for metric in metrics
                       for scenario in selection.growing_scenarios(results, metric)]
             draw_grid(folder, name, panels, draw_curves)
 
 
-def draw_grid(folder, name, panels, draw, height=lambda panel: 3.2):
+def draw_grid(folder, name, panels, draw, height=lambda panel: 3.4):
     """A picture with a part for each panel; none where nothing was measured that it would show, not even an old one."""
     path = os.path.join(folder, name)
     if not panels:
@@ -127,9 +128,11 @@ def draw_curves(axes, panel):
         axes.fill_between(curve.sizes, [summary.lower for summary in curve.summaries],
                           [summary.upper for summary in curve.summaries], color=color, alpha=0.15, linewidth=0)
     scale_curves(axes, metric, curves)
-    axes.set_title(scenario.replace(selection.GROWTH, "", 1))
+    title = scenario.replace(selection.GROWTH, "", 1)
+    axes.set_title(f"{title}, {HEADINGS[metric]}" if metric in selection.OF_THE_PROCESS else title)
     axes.set_xlabel(selection.measure_of(scenario))
-    axes.legend(fontsize=8)
+    # Below, where it hides no curve.
+    axes.legend(fontsize=8, loc="upper center", bbox_to_anchor=(0.5, -0.18), ncol=2)
 
 
 def format_size(number):
@@ -140,17 +143,17 @@ def format_size(number):
 
 
 def scale_curves(axes, metric, curves):
-    largest = max(size for curve in curves for size in curve.sizes)
-    smallest_value = min(summary.median for curve in curves for summary in curve.summaries)
-    if largest <= 8:
-        axes.set_xticks(range(1, largest + 1))
+    sizes = sorted({size for curve in curves for size in curve.sizes})
+    values = [summary.median for curve in curves for summary in curve.summaries]
+    if sizes[-1] <= LONGEST_EVEN_AXIS:
+        axes.set_xticks(sizes)
     else:
         axes.set_xscale("log")
         axes.xaxis.set_major_formatter(lambda value, _: format_size(value))
-    if metric == "memory" and smallest_value > 1:
+    if metric == "memory" and min(values) > 1:
         axes.set_yscale("log")
     else:
-        axes.set_ylim(bottom=0)
+        axes.set_ylim(0, 1.08 * max(summary.upper for curve in curves for summary in curve.summaries))
     axes.yaxis.set_major_formatter(lambda value, _: format_value(value, metric) if value else "0")
     axes.grid(axis="y", color="#e6e6e6", linewidth=0.6)
     axes.set_axisbelow(True)

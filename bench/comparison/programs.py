@@ -8,9 +8,13 @@ import tempfile
 from typing import NamedTuple
 
 from results import OURS, Key, ProgramFailed, read_benchmarks, split_name
+from selection import GROWTH
 
-FULL_BUS = "keypad on a full bus"
-FULL_BUS_SECONDS = re.compile(r"^processor time .* s, ([0-9.]+) % of one core", re.MULTILINE)
+FULL_BUS = GROWTH + "keypad on a full bus"
+FULL_BUS_KEYS = (1, 4, 8, 12, 16)
+FULL_BUS_PERCENT = 5
+FULL_BUS_FIGURES = {"processor": re.compile(r"^processor time .* s, ([0-9.]+) % of one core", re.MULTILINE),
+                    "heap": re.compile(r"^heap +([0-9]+) bytes", re.MULTILINE)}
 
 
 class Program(NamedTuple):
@@ -43,8 +47,8 @@ class Plan(NamedTuple):
     full_bus_seconds: int
 
 
-THOROUGH = Plan(rounds=5, repetitions=4, seconds=0.1, full_bus_seconds=20)
-QUICK = Plan(rounds=3, repetitions=1, seconds=0.02, full_bus_seconds=5)
+THOROUGH = Plan(rounds=5, repetitions=4, seconds=0.1, full_bus_seconds=4)
+QUICK = Plan(rounds=3, repetitions=1, seconds=0.02, full_bus_seconds=1)
 
 
 def say(text):
@@ -101,24 +105,28 @@ def run_program(folder, program, names, plan):
             raise ProgramFailed(f"{program.name}: {problem}") from problem
 
 
-def run_full_bus(folder, seconds):
+def run_full_bus(folder, seconds, keys):
     """It fails by itself when something is lost, or it takes too much of the processor."""
-    output = call([os.path.join(folder, "bench", "full_bus"), str(seconds)], stderr=subprocess.DEVNULL)
-    percent = FULL_BUS_SECONDS.search(output)
-    if percent is None:
-        raise ProgramFailed("full_bus does not tell its processor time")
-    return Key(FULL_BUS, OURS, None, "processor"), float(percent[1])
+    program = os.path.join(folder, "bench", "full_bus")
+    output = call([program, str(seconds), str(FULL_BUS_PERCENT), str(keys)], stderr=subprocess.DEVNULL)
+    for metric, figure in FULL_BUS_FIGURES.items():
+        found = figure.search(output)
+        if found is None:
+            raise ProgramFailed(f"full_bus does not tell about '{metric}'")
+        yield Key(FULL_BUS, OURS, keys, metric), float(found[1])
 
 
 def measure(folder, pattern, plan):
     """All samples of what matches."""
     chosen = choose(folder, pattern)
+    keys_in_use = [keys for keys in FULL_BUS_KEYS if pattern.search(f"{FULL_BUS}/{OURS}/{keys}")]
     samples = []
     for number in range(1, plan.rounds + 1):
         for program, names in chosen.items():
             say(f"Round {number} of {plan.rounds}: {program.name}, {len(names)} benchmarks")
             samples += run_program(folder, program, names, plan)
-    if pattern.search(f"{FULL_BUS}/{OURS}"):
-        say(f"A keypad on a full bus, for {plan.full_bus_seconds} seconds")
-        samples.append(run_full_bus(folder, plan.full_bus_seconds))
+        if keys_in_use:
+            say(f"Round {number} of {plan.rounds}: full_bus, {len(keys_in_use)} times {plan.full_bus_seconds} s")
+        for keys in keys_in_use:
+            samples += run_full_bus(folder, plan.full_bus_seconds, keys)
     return samples

@@ -5,7 +5,8 @@ from results import OURS
 
 # In the order in which they are shown.
 HEADINGS = {"time": "time for one", "p50": "p50", "p99": "p99", "memory": "memory for one",
-            "processor": "of one core"}
+            "processor": "of one core", "heap": "heap of the process"}
+IN_BYTES = ("memory", "heap")
 
 
 def format_number(number):
@@ -23,7 +24,7 @@ def format_time(nanoseconds):
 
 
 def format_value(value, metric):
-    if metric == "memory":
+    if metric in IN_BYTES:
         return f"{format_number(value)} bytes"
     return f"{format_number(value)} %" if metric == "processor" else format_time(value)
 
@@ -87,7 +88,7 @@ def format_cell(summary, metric):
     if summary is None:
         return ""
     text = format_value(summary.median, metric)
-    if summary.samples == 1 or metric == "memory":
+    if summary.samples == 1 or metric in IN_BYTES:
         return text
     return f"{text} ± {100 * (summary.upper - summary.lower) / 2 / summary.median:.0f} %"
 

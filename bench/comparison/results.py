@@ -7,7 +7,7 @@ import statistics
 from typing import NamedTuple, Optional
 
 OURS = "KXAPI"
-UNITS = {"time": "ns", "p50": "ns", "p99": "ns", "memory": "bytes", "processor": "%"}
+UNITS = {"time": "ns", "p50": "ns", "p99": "ns", "memory": "bytes", "processor": "%", "heap": "bytes"}
 COUNTERS = {"p50_ns": "p50", "p99_ns": "p99", "bytes_per_item": "memory"}
 COLUMNS = ["scenario", "contender", "size", "metric", "unit", "median", "lower quartile", "upper quartile", "samples"]
 
@@ -20,7 +20,8 @@ class ProgramFailed(Exception):
 
 
 class Key(NamedTuple):
-    """What is measured, of whom. The size is how much waits, how long a chain is, how many threads there are."""
+    """What is measured, of whom. The size is how much waits, how long a chain is, how many threads or keys there
+    are."""
 
     scenario: str
     contender: str

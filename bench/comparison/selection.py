@@ -5,7 +5,8 @@ from typing import NamedTuple, Optional
 LIMITS = {"mutex and deque", "unlocked ring", "write, poll, read", "bare pipe", "bare pipe, asked first",
           "bare pipe, poll", "table indexed by number"}
 GROWTH = "growth, "
-MEASURES = {"waiting": "how many wait", "chain": "length of the chain", "threads": "threads that post"}
+MEASURES = {"waiting": "how many wait", "chain": "length of the chain", "threads": "threads that post",
+            "keypad": "keys in use"}
 
 BARS = {
     "queues.svg": ("in-process, one event", "in-process, 1000 events", "in-process, two threads",
@@ -13,7 +14,8 @@ BARS = {
     "actions.svg": ("actions waiting", "chain of actions", "name of an event type"),
 }
 LATENCIES = ("wake-up, one core", "wake-up, two cores")
-CURVES = {"growth-time.svg": "time", "growth-memory.svg": "memory"}
+CURVES = {"growth-time.svg": ("time", "processor"), "growth-memory.svg": ("memory", "heap")}
+OF_THE_PROCESS = ("processor", "heap")  # and not for one item
 ORDER = [*BARS["queues.svg"], *LATENCIES, *BARS["actions.svg"], GROWTH + "events waiting",
          GROWTH + "events waiting in a pipe", GROWTH + "actions waiting", GROWTH + "chain of actions"]
 

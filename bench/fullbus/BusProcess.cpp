@@ -1,6 +1,5 @@
 #include "bench/fullbus/BusProcess.h"
 
-#include "bench/fullbus/BusTraffic.h"
 #include "tools/canbus/CANSender.h"
 
 #include <chrono>
@@ -15,7 +14,7 @@
 
 namespace {
 
-std::uint32_t sendAll(const std::string& bus, std::uint32_t frames) {
+std::uint32_t sendAll(const std::string& bus, const BusTraffic& traffic, std::uint32_t frames) {
     using Clock = std::chrono::steady_clock;
     std::uint32_t sent = 0;
     try {
@@ -25,7 +24,7 @@ std::uint32_t sendAll(const std::string& bus, std::uint32_t frames) {
             // One by one as on a bus: the reader has to wake up for each.
             std::this_thread::sleep_until(
                 start + std::chrono::nanoseconds(1000000000LL * sent / BusTraffic::framesPerSecond));
-            sender.send(BusTraffic::makeFrame(sent));
+            sender.send(traffic.makeFrame(sent));
         }
     } catch (const std::exception& error) {
         std::fprintf(stderr, "full_bus: after %u frames: %s\n", sent, error.what());
@@ -36,7 +35,7 @@ std::uint32_t sendAll(const std::string& bus, std::uint32_t frames) {
 
 } // namespace
 
-BusProcess::BusProcess(const std::string& bus, std::uint32_t frames) {
+BusProcess::BusProcess(const std::string& bus, const BusTraffic& traffic, std::uint32_t frames) {
     if (pipe(startPipe) != 0 || pipe(reportPipe) != 0 || (process = fork()) < 0) {
         std::perror("full_bus");
         std::exit(1);
@@ -51,7 +50,7 @@ BusProcess::BusProcess(const std::string& bus, std::uint32_t frames) {
     close(startPipe[1]);
     char go = 0;
     if (read(startPipe[0], &go, 1) == 1) {
-        const std::uint32_t sent = sendAll(bus, frames);
+        const std::uint32_t sent = sendAll(bus, traffic, frames);
         _exit(write(reportPipe[1], &sent, sizeof(sent)) == sizeof(sent) ? 0 : 1);
     }
     _exit(1);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "bench/fullbus/BusTraffic.h"
+
 #include <cstdint>
 #include <string>
 #include <sys/types.h>
@@ -8,7 +10,7 @@
 class BusProcess {
 public:
     /// Forks: to be made before the first thread.
-    BusProcess(const std::string& bus, std::uint32_t frames);
+    BusProcess(const std::string& bus, const BusTraffic& traffic, std::uint32_t frames);
     ~BusProcess();
     BusProcess(const BusProcess&) = delete;
     BusProcess& operator=(const BusProcess&) = delete;

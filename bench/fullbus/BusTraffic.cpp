@@ -2,9 +2,8 @@
 
 #include <Qt>
 
+#include <algorithm>
 #include <cstring>
-
-namespace BusTraffic {
 
 namespace {
 
@@ -14,7 +13,7 @@ constexpr std::uint32_t encoderId = 0x18FF0002;
 constexpr std::uint32_t othersId = 0x0CF00400;
 
 constexpr std::uint32_t framesPerKeypadFrame = 20;
-constexpr std::uint32_t keyCount = 16;
+constexpr std::uint32_t keyFramesInARound = 2 * BusTraffic::keyCount; // each key is pressed and released
 constexpr int firstKeyCode = 100;
 constexpr std::size_t numberIndex = 4;
 
@@ -29,7 +28,9 @@ void storeLittleEndian(std::uint32_t value, unsigned char* data) {
 
 } // namespace
 
-KX::KXCANMessage makeFrame(std::uint32_t number) {
+BusTraffic::BusTraffic(std::uint32_t newKeysInUse) : keysInUse(newKeysInUse) {}
+
+KX::KXCANMessage BusTraffic::makeFrame(std::uint32_t number) const {
     KX::KXCANMessage frame;
     std::memcpy(frame.canData + numberIndex, &number, sizeof(number));
     frame.canId = (othersId + number % framesPerKeypadFrame) | extendedFlag;
@@ -41,7 +42,8 @@ KX::KXCANMessage makeFrame(std::uint32_t number) {
     if (keypadFrame % 2 == 0) {
         frame.canId = keysId | extendedFlag;
         // One key at a time: its bit is set by a press and cleared again by its release.
-        storeLittleEndian(isPress(turn) ? 1U << (turn / 2 % keyCount) : 0, frame.canData);
+        const std::uint32_t key = turn / 2 % keyCount;
+        storeLittleEndian(isPress(turn) && key < keysInUse ? 1U << key : 0, frame.canData);
     } else {
         frame.canId = encoderId | extendedFlag;
         storeLittleEndian(turn + 1, frame.canData);
@@ -49,29 +51,32 @@ KX::KXCANMessage makeFrame(std::uint32_t number) {
     return frame;
 }
 
-std::uint32_t getNumber(const unsigned char* data) {
+std::uint32_t BusTraffic::getNumber(const unsigned char* data) {
     std::uint32_t number = 0;
     std::memcpy(&number, data + numberIndex, sizeof(number));
     return number;
 }
 
-std::uint32_t countKeyFrames(std::uint32_t frames) {
-    return (frames / framesPerKeypadFrame + 1) / 2;
+std::uint32_t BusTraffic::countKeyChanges(std::uint32_t frames) const {
+    const std::uint32_t keyFrames = (frames / framesPerKeypadFrame + 1) / 2;
+    const std::uint32_t changesInARound = 2 * keysInUse;
+    return keyFrames / keyFramesInARound * changesInARound +
+           std::min(keyFrames % keyFramesInARound, changesInARound);
 }
 
-std::uint32_t countEncoderFrames(std::uint32_t frames) {
+std::uint32_t BusTraffic::countEncoderFrames(std::uint32_t frames) {
     return frames / framesPerKeypadFrame / 2;
 }
 
-int getKeyCode(std::uint32_t keyFrame) {
-    return firstKeyCode + static_cast<int>(keyFrame / 2 % keyCount);
+int BusTraffic::getKeyCode(std::uint32_t keyChange) const {
+    return firstKeyCode + static_cast<int>(keyChange / 2 % keysInUse);
 }
 
-bool isPress(std::uint32_t keyFrame) {
-    return keyFrame % 2 == 0;
+bool BusTraffic::isPress(std::uint32_t keyChange) {
+    return keyChange % 2 == 0;
 }
 
-KX::CANRemoteOptions makeLayout() {
+KX::CANRemoteOptions BusTraffic::makeLayout() {
     KX::CANRemoteOptions options;
     options.enabled = true;
     options.encoderCANId = encoderId;
@@ -85,12 +90,10 @@ KX::CANRemoteOptions makeLayout() {
     return options;
 }
 
-std::map<int, int> makeKeyMapping() {
+std::map<int, int> BusTraffic::makeKeyMapping() {
     std::map<int, int> mapping;
     for (int i = 0; i < static_cast<int>(keyCount); ++i) {
         mapping[Qt::Key_F1 + i] = firstKeyCode + i;
     }
     return mapping;
 }
-
-} // namespace BusTraffic

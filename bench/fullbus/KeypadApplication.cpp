@@ -1,6 +1,5 @@
 #include "bench/fullbus/KeypadApplication.h"
 
-#include "bench/fullbus/BusTraffic.h"
 #include "events/KXEvent.h"
 #include "events/KXEventType.h"
 #include "input/KXInputEventManager.h"
@@ -10,7 +9,7 @@
 #include <QApplication>
 #include <QKeyEvent>
 
-KeypadApplication::KeypadApplication() {
+KeypadApplication::KeypadApplication(const BusTraffic& newTraffic) : traffic(newTraffic) {
     show();
     QApplication::setActiveWindow(this);
     QCoreApplication::processEvents();
@@ -71,7 +70,7 @@ void KeypadApplication::takeEvents() {
 
 void KeypadApplication::checkKey(int eventType, int keyCode) {
     const int expected = BusTraffic::isPress(keyEvents) ? KX::KEY_PRESS_EVENT : KX::KEY_RELEASE_EVENT;
-    if (eventType != expected || keyCode != BusTraffic::getKeyCode(keyEvents)) {
+    if (eventType != expected || keyCode != traffic.getKeyCode(keyEvents)) {
         ++wrongEvents;
     }
     ++keyEvents;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "bench/fullbus/BusTraffic.h"
+
 #include <QSocketNotifier>
 #include <QWidget>
 
@@ -11,7 +13,7 @@
 class KeypadApplication : public QWidget {
 public:
     /// Makes the manager and lets it read the keypad of the bus traffic.
-    KeypadApplication();
+    explicit KeypadApplication(const BusTraffic& newTraffic);
     ~KeypadApplication() override;
 
     std::uint32_t getKeyEvents() const;
@@ -28,6 +30,7 @@ private:
     void takeEvents();
     void checkKey(int eventType, int keyCode);
 
+    const BusTraffic traffic;
     std::unique_ptr<QSocketNotifier> eventsNotifier;
     std::uint32_t keyEvents = 0;
     std::uint32_t encoderSteps = 0;

@@ -1,5 +1,6 @@
-// full_bus [SECONDS [PERCENT]]: a keypad on a full bus, all the way to the classified event. Ends with status 1
-// when a frame or an event is lost, or the process takes PERCENT of a processor core or more (5 by default).
+// full_bus [SECONDS [PERCENT [KEYS]]]: a keypad on a full bus, all the way to the classified event. Ends with status 1
+// when a frame or an event is lost, or the process takes PERCENT of a processor core or more (5 by default). KEYS of
+// the keypad's 16 are in use.
 
 #include "bench/fullbus/BusProcess.h"
 #include "bench/fullbus/BusTraffic.h"
@@ -15,6 +16,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
+#include <malloc.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -27,6 +29,11 @@ double getProcessorSeconds() {
         return static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_usec);
     };
     return toSeconds(usage.ru_utime) + toSeconds(usage.ru_stime);
+}
+
+std::size_t getHeapBytes() {
+    const struct mallinfo2 heap = mallinfo2();
+    return heap.uordblks + heap.hblkhd;
 }
 
 /// The bus of this run, in a folder of its own.
@@ -62,19 +69,38 @@ std::FILE* keepOutputForUs() {
     return output;
 }
 
+struct Options {
+    std::uint32_t seconds = 60;
+    double mostPercent = 5;
+    std::uint32_t keys = BusTraffic::keyCount;
+
+    bool read(int argc, char** argv) {
+        constexpr std::uint32_t anHour = 3600;
+        if (argc > 1)
+            seconds = static_cast<std::uint32_t>(std::atoi(argv[1]));
+        if (argc > 2)
+            mostPercent = std::atof(argv[2]);
+        if (argc > 3)
+            keys = static_cast<std::uint32_t>(std::atoi(argv[3]));
+        return argc <= 4 && seconds >= 1 && seconds <= anHour && mostPercent > 0 && keys >= 1 &&
+               keys <= BusTraffic::keyCount;
+    }
+};
+
 struct Result {
     std::uint32_t sent = 0;
     double seconds = 0;
     double processorSeconds = 0;
+    std::size_t heapBytes = 0; // of the whole process, when the last frame was sent
 };
 
-bool isComplete(const KeypadApplication& application, std::uint32_t sent) {
-    return FrameCount::get() >= sent && application.getKeyEvents() >= BusTraffic::countKeyFrames(sent) &&
+bool isComplete(const BusTraffic& traffic, const KeypadApplication& application, std::uint32_t sent) {
+    return FrameCount::get() >= sent && application.getKeyEvents() >= traffic.countKeyChanges(sent) &&
            application.getEncoderSteps() >= BusTraffic::countEncoderFrames(sent);
 }
 
 /// Runs the main loop until all was sent, and until the last events are there.
-Result run(const BusProcess& bus, const KeypadApplication& application) {
+Result run(const BusProcess& bus, const BusTraffic& traffic, const KeypadApplication& application) {
     Result result;
     QElapsedTimer clock;
     clock.start();
@@ -84,6 +110,7 @@ Result run(const BusProcess& bus, const KeypadApplication& application) {
         result.sent = bus.readSent();
         result.seconds = static_cast<double>(clock.nsecsElapsed()) * 1e-9;
         result.processorSeconds = getProcessorSeconds() - processorSecondsBefore;
+        result.heapBytes = getHeapBytes();
         QCoreApplication::quit();
     });
     bus.start();
@@ -91,7 +118,7 @@ Result run(const BusProcess& bus, const KeypadApplication& application) {
     sent.setEnabled(false);
     const int longForAnyMachineMs = 10000;
     clock.restart();
-    while (!isComplete(application, result.sent) && clock.elapsed() < longForAnyMachineMs) {
+    while (!isComplete(traffic, application, result.sent) && clock.elapsed() < longForAnyMachineMs) {
         QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
     }
     // What came twice would come now.
@@ -100,8 +127,9 @@ Result run(const BusProcess& bus, const KeypadApplication& application) {
     return result;
 }
 
-bool report(std::FILE* output, const Result& result, const KeypadApplication& application, double mostPercent) {
-    const std::uint32_t keys = BusTraffic::countKeyFrames(result.sent);
+bool report(std::FILE* output, const Result& result, const BusTraffic& traffic,
+            const KeypadApplication& application, double mostPercent) {
+    const std::uint32_t keys = traffic.countKeyChanges(result.sent);
     const std::uint32_t steps = BusTraffic::countEncoderFrames(result.sent);
     const double percent = 100 * result.processorSeconds / result.seconds;
     std::fprintf(output, "frames sent          %u in %.2f s, %.0f a second\n", result.sent, result.seconds,
@@ -114,6 +142,7 @@ bool report(std::FILE* output, const Result& result, const KeypadApplication& ap
                  application.getEncoderEvents());
     std::fprintf(output, "processor time       %.2f s, %.2f %% of one core (below %.1f %% wanted)\n",
                  result.processorSeconds, percent, mostPercent);
+    std::fprintf(output, "heap                 %zu bytes, the toolkit's included\n", result.heapBytes);
     const bool isLossless = result.sent > 0 && FrameCount::get() == result.sent &&
                             FrameCount::getOutOfOrder() == 0 && application.getKeyEvents() == keys &&
                             application.getWrongEvents() == 0 && application.getEncoderSteps() == steps;
@@ -123,27 +152,29 @@ bool report(std::FILE* output, const Result& result, const KeypadApplication& ap
     return isLossless && isCheap;
 }
 
+/// Runs one keypad on one full bus.
+bool measure(int argc, char** argv, const Options& options, std::FILE* output) {
+    const BusFolder folder;
+    const BusTraffic traffic(options.keys);
+    const BusProcess bus(folder.getBus(), traffic, BusTraffic::framesPerSecond * options.seconds);
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    qputenv("KX_CAN_BUS_0", folder.getBus().c_str());
+    const QApplication application(argc, argv);
+    const KeypadApplication keypad(traffic);
+    return report(output, run(bus, traffic, keypad), traffic, keypad, options.mostPercent);
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
-    const int seconds = argc > 1 ? std::atoi(argv[1]) : 60;
-    const double mostPercent = argc > 2 ? std::atof(argv[2]) : 5;
-    if (argc > 3 || seconds < 1 || seconds > 3600 || !(mostPercent > 0)) {
-        std::fprintf(stderr, "usage: full_bus [SECONDS (1 to 3600) [PERCENT]]\n");
+    Options options;
+    if (!options.read(argc, argv)) {
+        std::fprintf(stderr, "usage: full_bus [SECONDS (1 to 3600) [PERCENT [KEYS (1 to 16)]]]\n");
         return 2;
     }
-    bool isGood = false;
-    {
-        const BusFolder folder;
-        const BusProcess bus(folder.getBus(), BusTraffic::framesPerSecond * static_cast<std::uint32_t>(seconds));
-        std::FILE* const output = keepOutputForUs();
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-        qputenv("KX_CAN_BUS_0", folder.getBus().c_str());
-        const QApplication application(argc, argv);
-        const KeypadApplication keypad;
-        isGood = report(output, run(bus, keypad), keypad, mostPercent);
-        std::fclose(output);
-    }
+    std::FILE* const output = keepOutputForUs();
+    const bool isGood = measure(argc, argv, options, output);
+    std::fclose(output);
     // The bus and its handler stay with the process, as the library has it; no leak checker is to report them.
     std::_Exit(isGood ? 0 : 1);
 }

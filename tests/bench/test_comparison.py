@@ -9,6 +9,7 @@ import subprocess
 import sys
 import tempfile
 import unittest
+from unittest import mock
 
 TOP = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 COMPARISON = os.path.join(TOP, "bench", "comparison")
@@ -192,6 +193,28 @@ class Promises(unittest.TestCase):
         self.assertEqual(["holds", "DOES NOT HOLD", "-"], words)
 
 
+class FullBus(unittest.TestCase):
+    PRINTED = ("frames read          5700, 0 out of order\n"
+               "processor time       0.04 s, 1.38 % of one core (below 5.0 % wanted)\n"
+               "heap                 1693328 bytes, the toolkit's included\n")
+
+    def run_with(self, printed):
+        with mock.patch.object(programs, "call", return_value=printed) as call:
+            samples = dict(programs.run_full_bus("folder", 3, 12))
+        self.assertEqual([os.path.join("folder", "bench", "full_bus"), "3", "5", "12"], call.call_args.args[0])
+        return samples
+
+    def test_tells_the_processor_time_and_the_heap_for_so_many_keys(self):
+        scenario = "growth, keypad on a full bus"
+        self.assertEqual({Key(scenario, "KXAPI", 12, "processor"): 1.38, Key(scenario, "KXAPI", 12, "heap"): 1693328},
+                         self.run_with(self.PRINTED))
+
+    def test_fails_without_one_of_both(self):
+        for figure in ("processor", "heap"):
+            with self.subTest(figure=figure), self.assertRaisesRegex(ProgramFailed, figure):
+                self.run_with(self.PRINTED.replace(figure, "x"))
+
+
 class Report(unittest.TestCase):
     def test_gives_three_digits_and_a_unit(self):
         for nanoseconds, text in ((9.876, "9.88 ns"), (98.76, "98.8 ns"), (987.6, "988 ns"), (9876, "9.88 µs"),
@@ -199,6 +222,7 @@ class Report(unittest.TestCase):
             self.assertEqual(text, report.format_time(nanoseconds))
         self.assertEqual("12,112 bytes", report.format_value(12112, "memory"))
         self.assertEqual("0.50 %", report.format_value(0.5, "processor"))
+        self.assertEqual("1,697,888 bytes", report.format_value(1697888, "heap"))
 
     def test_has_columns_of_one_width(self):
         lines = report.scenario_tables("scenario", measured(KXAPI=1, a_very_long_name=1000)).splitlines()
