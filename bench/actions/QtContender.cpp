@@ -90,7 +90,12 @@ private:
     Rounds rounds;
 };
 
-const bool areAdded = addContender<PostEvent>("Qt postEvent") && addContender<InvokeMethod>("Qt invokeMethod");
+const OnQtThread withGLib(QtLoop::GLib);
+const OnQtThread withoutGLib(QtLoop::Own);
+const bool areAdded = addContender<PostEvent>("Qt postEvent", withGLib) &&
+                      addContender<InvokeMethod>("Qt invokeMethod", withGLib) &&
+                      addContender<PostEvent>("Qt postEvent, no GLib", withoutGLib) &&
+                      addContender<InvokeMethod>("Qt invokeMethod, no GLib", withoutGLib);
 
 } // namespace
 } // namespace Bench

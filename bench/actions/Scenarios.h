@@ -2,6 +2,7 @@
 
 #include "Chain.h"
 #include "Waiting.h"
+#include "bench/support/QtThread.h"
 
 #include <benchmark/benchmark.h>
 #include <string>
@@ -42,13 +43,13 @@ void measureChain(benchmark::State& state) {
     measure(state, contender, work, [&] { work.begin(); });
 }
 
-template<class Contender>
-bool addContender(const std::string& name) {
-    benchmark::RegisterBenchmark(("actions waiting/" + name).c_str(), measureWaiting<Contender>)
+template<class Contender, class Place = Here>
+bool addContender(const std::string& name, Place place = Place()) {
+    benchmark::RegisterBenchmark(("actions waiting/" + name).c_str(), place(measureWaiting<Contender>))
         ->Arg(1)
         ->Arg(1000)
         ->Arg(100000);
-    benchmark::RegisterBenchmark(("chain of actions/" + name).c_str(), measureChain<Contender>)
+    benchmark::RegisterBenchmark(("chain of actions/" + name).c_str(), place(measureChain<Contender>))
         ->Arg(10)
         ->Arg(1000)
         ->Arg(100000);

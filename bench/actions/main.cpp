@@ -6,6 +6,8 @@
 #include <benchmark/benchmark.h>
 
 int main(int argc, char** argv) {
+    // GLib's default context is to be GLib's contender's alone.
+    Bench::chooseLoop(Bench::QtLoop::Own);
     const QCoreApplication application(argc, argv);
     Bench::addContender<Bench::OwnActions>("KXAPI");
     Bench::addContender<Bench::LockedItems>("mutex and deque");

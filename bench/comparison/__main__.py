@@ -5,6 +5,7 @@ import os
 import re
 import subprocess
 import sys
+import tempfile
 
 import machine
 import programs
@@ -50,7 +51,8 @@ def parse(arguments):
     options = parser.parse_args(arguments)
     if options.files and (options.quick or options.filter):
         parser.error("--from measures nothing, so --quick and --filter mean nothing beside it")
-    options.output = options.output or (TRIAL if options.quick or options.filter else RECORD)
+    if options.output is None:
+        options.output = TRIAL if options.quick or options.filter else RECORD
     return options
 
 
@@ -99,13 +101,23 @@ def measure(options):
 
 
 def make_folder(path):
+    """One to write into, which is found out before anything is measured."""
     try:
         os.makedirs(path, exist_ok=True)
+        with tempfile.TemporaryFile(dir=path):
+            pass
     except OSError as problem:
-        raise WrongUse(f"{path}: {problem.strerror}") from problem
+        raise WrongUse(f"'{path}' cannot be written into: {problem.strerror}") from problem
 
 
 def write(folder, facts, results, outcomes):
+    try:
+        write_files(folder, facts, results, outcomes)
+    except OSError as problem:
+        raise WrongUse(f"{problem.filename or folder}: {problem.strerror}") from problem
+
+
+def write_files(folder, facts, results, outcomes):
     with open(os.path.join(folder, "medians.csv"), "w", encoding="utf-8", newline="") as file:
         write_csv(file, facts, results)
     with open(os.path.join(folder, "results.md"), "w", encoding="utf-8") as file:

@@ -6,7 +6,7 @@ import re
 import subprocess
 
 PEERS = {
-    "Boost": "libboost-thread-dev",
+    "Boost": "libboost1.74-dev",  # the package without a number has one of its own
     "Qt": "qtbase5-dev",
     "GLib": "libglib2.0-dev",
     "libuv": "libuv1-dev",

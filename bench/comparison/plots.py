@@ -11,7 +11,7 @@ from matplotlib import pyplot, ticker
 
 import selection
 from report import HEADINGS, format_value
-from results import OURS
+from results import GROWTH, OURS
 
 SETTINGS = {
     "svg.hashsalt": "KXAPI_Events",  # the same results, the same file
@@ -26,7 +26,7 @@ SETTINGS = {
     "figure.facecolor": "white",
 }
 COLORS = {"ours": "#d1495b", "limit": "#9aa5b1", "peer": "#5b8db8"}
-CURVE_COLORS = {"Asio": "#6a994e", "Qt postEvent": "#5b8db8"}
+CURVE_COLORS = {"Asio": "#6a994e", "Qt postEvent": "#5b8db8", "Qt postEvent, no GLib": "#2b5d8b"}
 COLUMNS = 3
 LONGEST_EVEN_AXIS = 16  # beyond, a step is ten times as much
 BARS_TIMES_OURS = 5  # longer bars are cut off; their numbers stand beside them
@@ -128,7 +128,7 @@ def draw_curves(axes, panel):
         axes.fill_between(curve.sizes, [summary.lower for summary in curve.summaries],
                           [summary.upper for summary in curve.summaries], color=color, alpha=0.15, linewidth=0)
     scale_curves(axes, metric, curves)
-    title = scenario.replace(selection.GROWTH, "", 1)
+    title = scenario.replace(GROWTH, "", 1)
     axes.set_title(f"{title}, {HEADINGS[metric]}" if metric in selection.OF_THE_PROCESS else title)
     axes.set_xlabel(selection.measure_of(scenario))
     # Below, where it hides no curve.

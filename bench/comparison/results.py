@@ -2,11 +2,14 @@
 
 import csv
 import json
+import math
 import re
 import statistics
+import sys
 from typing import NamedTuple, Optional
 
 OURS = "KXAPI"
+GROWTH = "growth, "  # so begin scenarios that are drawn as curves
 UNITS = {"time": "ns", "p50": "ns", "p99": "ns", "memory": "bytes", "processor": "%", "heap": "bytes"}
 COUNTERS = {"p50_ns": "p50", "p99_ns": "p99", "bytes_per_item": "memory"}
 COLUMNS = ["scenario", "contender", "size", "metric", "unit", "median", "lower quartile", "upper quartile", "samples"]
@@ -91,7 +94,7 @@ def write_csv(file, machine, results):
     writer = csv.writer(file, lineterminator="\n")
     writer.writerow(COLUMNS)
     for key, summary in results.items():
-        numbers = [f"{number:.6g}" for number in (summary.median, summary.lower, summary.upper)]
+        numbers = [f"{number:.10g}" for number in (summary.median, summary.lower, summary.upper)]
         size = "" if key.size is None else key.size
         writer.writerow([key.scenario, key.contender, size, key.metric, UNITS[key.metric], *numbers, summary.samples])
 
@@ -114,15 +117,30 @@ def read_csv(file, name):
             key, summary = read_row(row)
         except ValueError as problem:
             raise ValueError(f"{name}:{number}: this is no measurement") from problem
+        if lacks_or_exceeds(key, results):
+            raise ValueError(f"{name}:{number}: this size, or none, does not go with '{key.scenario}'")
         results[key] = summary
     if not results:
         raise ValueError(f"{name}: there is no measurement in it")
     return machine, results
 
 
+def lacks_or_exceeds(key, results):
+    """Whether it has a size and others of its scenario have none, or the other way round. What grows needs one."""
+    others = [other.size for other in results if other.scenario == key.scenario]
+    if key.size is None:
+        return key.scenario.startswith(GROWTH) or any(size is not None for size in others)
+    return None in others
+
+
 def read_row(row):
     scenario, contender, size, metric, unit, *numbers, samples = row
-    if UNITS.get(metric) != unit or len(numbers) != 3 or min(float(number) for number in numbers) < 0:
-        raise ValueError("no such metric, or not its numbers")
+    if not scenario or not contender or UNITS.get(metric) != unit or len(numbers) != 3:
+        raise ValueError("no names, no such metric, or not its numbers")
     key = Key(scenario, contender, int(size) if size else None, metric)
-    return key, Summary(*(float(number) for number in numbers), int(samples))
+    summary = Summary(*(float(number) for number in numbers), int(samples))
+    # Nothing takes no time, but a chain may take no memory.
+    least = 0 if metric == "memory" else sys.float_info.min
+    if not least <= min(summary[:3]) <= max(summary[:3]) < math.inf or summary.samples < 1:
+        raise ValueError("these are no numbers that are measured")
+    return key, summary

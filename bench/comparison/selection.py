@@ -2,9 +2,10 @@
 
 from typing import NamedTuple, Optional
 
+from results import GROWTH
+
 LIMITS = {"mutex and deque", "unlocked ring", "write, poll, read", "bare pipe", "bare pipe, asked first",
           "bare pipe, poll", "table indexed by number"}
-GROWTH = "growth, "
 MEASURES = {"waiting": "how many wait", "chain": "length of the chain", "threads": "threads that post",
             "keypad": "keys in use"}
 

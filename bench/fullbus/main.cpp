@@ -11,9 +11,10 @@
 #include <QElapsedTimer>
 #include <QTimer>
 
-#include <chrono>
+#include <charconv>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <malloc.h>
@@ -76,14 +77,20 @@ struct Options {
 
     bool read(int argc, char** argv) {
         constexpr std::uint32_t anHour = 3600;
-        if (argc > 1)
-            seconds = static_cast<std::uint32_t>(std::atoi(argv[1]));
-        if (argc > 2)
-            mostPercent = std::atof(argv[2]);
-        if (argc > 3)
-            keys = static_cast<std::uint32_t>(std::atoi(argv[3]));
-        return argc <= 4 && seconds >= 1 && seconds <= anHour && mostPercent > 0 && keys >= 1 &&
-               keys <= BusTraffic::keyCount;
+        return argc <= 4 && (argc <= 1 || readNumber(argv[1], anHour, seconds)) &&
+               (argc <= 2 || readNumber(argv[2], maximumPercent, mostPercent)) &&
+               (argc <= 3 || readNumber(argv[3], BusTraffic::keyCount, keys));
+    }
+
+private:
+    static constexpr double maximumPercent = 100;
+
+    /// All of \p text as a number above 0 and up to \p most; a whole one where \p number is.
+    template<class Number>
+    static bool readNumber(const char* text, Number most, Number& number) {
+        const char* const end = text + std::strlen(text);
+        const auto result = std::from_chars(text, end, number);
+        return result.ec == std::errc() && result.ptr == end && number > 0 && number <= most;
     }
 };
 
@@ -169,7 +176,7 @@ bool measure(int argc, char** argv, const Options& options, std::FILE* output) {
 int main(int argc, char** argv) {
     Options options;
     if (!options.read(argc, argv)) {
-        std::fprintf(stderr, "usage: full_bus [SECONDS (1 to 3600) [PERCENT [KEYS (1 to 16)]]]\n");
+        std::fprintf(stderr, "usage: full_bus [SECONDS (1 to 3600) [PERCENT (up to 100) [KEYS (1 to 16)]]]\n");
         return 2;
     }
     std::FILE* const output = keepOutputForUs();

@@ -58,10 +58,10 @@ void waitingEventsAndMemory(benchmark::State& state) {
     state.counters["bytes_per_item"] = measureBytesPerEvent<Contender>(static_cast<std::uint32_t>(state.range(0)));
 }
 
-template<class Contender>
-void add(const char* contender) {
+template<class Contender, class Place = Here>
+void add(const char* contender, Place place = Place()) {
     const std::string name = std::string("growth, events waiting/") + contender;
-    auto* const benchmark = benchmark::RegisterBenchmark(name.c_str(), waitingEventsAndMemory<Contender>);
+    auto* const benchmark = benchmark::RegisterBenchmark(name.c_str(), place(waitingEventsAndMemory<Contender>));
     for (const int events : {1, 10, 1000, 100000, 1000000}) {
         benchmark->Arg(events);
     }
@@ -82,7 +82,8 @@ void addPipe(const char* contender) {
 void addWaitingEvents() {
     add<OwnQueue<KXEventQueue::EVENT_QUEUE_AS_QUEUE>>("KXAPI");
     add<LockedDeque>("mutex and deque");
-    add<QtPostEvent>("Qt postEvent");
+    add<QtPostEvent>("Qt postEvent", OnQtThread(QtLoop::GLib));
+    add<QtPostEvent>("Qt postEvent, no GLib", OnQtThread(QtLoop::Own));
     addPipe<OwnQueue<KXEventQueue::EVENT_QUEUE_AS_PIPE>>("KXAPI");
 }
 

@@ -4,6 +4,7 @@
 #include "bench/actions/Contenders.h"
 #include "bench/actions/Waiting.h"
 #include "bench/growth/Growth.h"
+#include "bench/growth/Heap.h"
 #include "bench/queues/Limits.h"
 #include "bench/queues/OwnQueues.h"
 #include "bench/queues/Scenarios.h"
@@ -82,22 +83,36 @@ void takeAll(Contender& contender, OrderChecks& orders) {
     }
 }
 
+/// What a contender takes of the heap when all threads have posted and nothing is taken yet, itself included.
+template<class Contender, class Post, class... Arguments>
+double measureBytesPerItem(std::size_t threads, std::size_t share, const Post& post, Arguments... arguments) {
+    double bytes = 0;
+    runOnFreshHeap([&](std::size_t before) {
+        Contender contender(arguments...);
+        {
+            const Threads posting(threads, [&](std::size_t thread) { post(contender, thread); });
+        }
+        bytes = static_cast<double>(getHeapBytes() - before) / static_cast<double>(share * threads);
+    });
+    return bytes;
+}
+
 template<class Contender>
-void postingThreads(benchmark::State& state, std::uint32_t events) {
+void postingThreads(benchmark::State& state, std::uint32_t events, bool isInHeap) {
     const auto threads = static_cast<std::size_t>(state.range(0));
     const auto share = static_cast<std::uint32_t>(events / threads);
     Contender contender;
-    const auto post = [&contender, share](std::size_t thread) {
+    const auto post = [share](Contender& to, std::size_t thread) {
         auto item = makeItem<typename Contender::Item>();
         for (std::uint32_t i = 0; i < share; ++i) {
             setNumber(item, OrderChecks::makeNumber(thread, i));
-            contender.post(item);
+            to.post(item);
         }
     };
     for (auto _ : state) {
         OrderChecks orders;
         {
-            const Threads posting(threads, post);
+            const Threads posting(threads, [&](std::size_t thread) { post(contender, thread); });
             while (posting.areWorking()) {
                 takeAll(contender, orders);
                 std::this_thread::yield();
@@ -107,6 +122,9 @@ void postingThreads(benchmark::State& state, std::uint32_t events) {
         orders.report(state, threads, share);
     }
     state.SetItemsProcessed(state.iterations() * share * state.range(0));
+    if (isInHeap) {
+        state.counters["bytes_per_item"] = measureBytesPerItem<Contender>(threads, share, post);
+    }
 }
 
 template<class Contender>
@@ -118,10 +136,10 @@ void actionsOfThreads(benchmark::State& state) {
     for (std::size_t i = 0; i < threads; ++i) {
         work.emplace_back(share);
     }
-    const auto post = [&](std::size_t thread) { work[thread].postTo(contender); };
+    const auto post = [&work](Contender& to, std::size_t thread) { work[thread].postTo(to); };
     for (auto _ : state) {
         {
-            const Threads posting(threads, post);
+            const Threads posting(threads, [&](std::size_t thread) { post(contender, thread); });
             while (posting.areWorking()) {
                 contender.runAll();
                 std::this_thread::yield();
@@ -135,6 +153,7 @@ void actionsOfThreads(benchmark::State& state) {
         }
     }
     state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(share * threads));
+    state.counters["bytes_per_item"] = measureBytesPerItem<Contender>(threads, share, post, false);
 }
 
 template<class Run>
@@ -143,8 +162,8 @@ void add(const std::string& name, Run run) {
 }
 
 template<class Contender>
-void addEvents(const std::string& name, std::uint32_t events) {
-    add(name, [events](benchmark::State& state) { postingThreads<Contender>(state, events); });
+void addEvents(const std::string& name, std::uint32_t events, bool isInHeap = true) {
+    add(name, [=](benchmark::State& state) { postingThreads<Contender>(state, events, isInHeap); });
 }
 
 } // namespace
@@ -153,8 +172,10 @@ void addPostingThreads() {
     using KX::KXEventQueue;
     addEvents<OwnQueue<KXEventQueue::EVENT_QUEUE_AS_QUEUE>>("growth, threads posting/KXAPI", 24000);
     addEvents<LockedDeque>("growth, threads posting/mutex and deque", 24000);
-    // No more than a pipe has room for: the threads that post do not wait for the one that takes.
-    addEvents<OwnQueue<KXEventQueue::EVENT_QUEUE_AS_PIPE>>("growth, threads posting into a pipe/KXAPI", 6000);
+    // No more than a pipe has room for: the threads that post do not wait for the one that takes. Its memory is the
+    // kernel's.
+    addEvents<OwnQueue<KXEventQueue::EVENT_QUEUE_AS_PIPE>>("growth, threads posting into a pipe/KXAPI", 6000,
+                                                           false);
     add("growth, threads posting actions/KXAPI", actionsOfThreads<OwnActions>);
     add("growth, threads posting actions/mutex and deque", actionsOfThreads<LockedItems>);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "bench/support/Numbered.h"
+#include "bench/support/QtThread.h"
 
 #include <atomic>
 #include <benchmark/benchmark.h>
@@ -117,16 +118,16 @@ void twoThreads(benchmark::State& state) {
     order.report(state);
 }
 
-template<class Contender>
-void addSingleThreaded(const std::string& name) {
-    benchmark::RegisterBenchmark(("in-process, one event/" + name).c_str(), oneEvent<Contender>);
-    benchmark::RegisterBenchmark(("in-process, 1000 events/" + name).c_str(), burst<Contender>);
+template<class Contender, class Place = Here>
+void addSingleThreaded(const std::string& name, Place place = Place()) {
+    benchmark::RegisterBenchmark(("in-process, one event/" + name).c_str(), place(oneEvent<Contender>));
+    benchmark::RegisterBenchmark(("in-process, 1000 events/" + name).c_str(), place(burst<Contender>));
 }
 
-template<class Contender>
-void addInProcess(const std::string& name) {
-    addSingleThreaded<Contender>(name);
-    benchmark::RegisterBenchmark(("in-process, two threads/" + name).c_str(), twoThreads<Contender>)
+template<class Contender, class Place = Here>
+void addInProcess(const std::string& name, Place place = Place()) {
+    addSingleThreaded<Contender>(name, place);
+    benchmark::RegisterBenchmark(("in-process, two threads/" + name).c_str(), place(twoThreads<Contender>))
         ->UseRealTime();
 }
 

@@ -23,8 +23,12 @@ void addAll() {
     Bench::addInProcess<Bench::ConcurrentQueue>("moodycamel ConcurrentQueue");
     Bench::addInProcess<Bench::ReaderWriterQueue>("moodycamel ReaderWriterQueue");
     Bench::addInProcess<Bench::AsioPost>("Boost.Asio post");
-    Bench::addInProcess<Bench::QtPostEvent>("Qt postEvent");
-    Bench::addInProcess<Bench::QtInvokeMethod>("Qt invokeMethod");
+    const Bench::OnQtThread withGLib(Bench::QtLoop::GLib);
+    Bench::addInProcess<Bench::QtPostEvent>("Qt postEvent", withGLib);
+    Bench::addInProcess<Bench::QtInvokeMethod>("Qt invokeMethod", withGLib);
+    const Bench::OnQtThread withoutGLib(Bench::QtLoop::Own);
+    Bench::addInProcess<Bench::QtPostEvent>("Qt postEvent, no GLib", withoutGLib);
+    Bench::addInProcess<Bench::QtInvokeMethod>("Qt invokeMethod, no GLib", withoutGLib);
 
     benchmark::RegisterBenchmark("pipe queue, one event/KXAPI",
                                  Bench::oneEvent<Bench::OwnQueue<KXEventQueue::EVENT_QUEUE_AS_PIPE>>);

@@ -55,7 +55,8 @@ public:
         return wrongNumbers;
     }
 
-    /// Ends the benchmark with an error unless all numbers came, in order. To be called once, after the loop.
+    /// Ends the benchmark with an error when a number came out of order, twice or not at all between others. To be
+    /// called once, after a loop that has waited for the last one.
     void report(benchmark::State& state) const {
         if (wrongNumbers != 0) {
             state.SkipWithError("something came twice, out of order or not at all");

@@ -81,6 +81,6 @@ std::vector<Contender> getQtContenders() {
     const auto invoke = [] { return std::make_unique<QtInvokeWaiter>(); };
     return {{"Qt postEvent", post},
             {"Qt invokeMethod", invoke},
-            {"Qt postEvent, no GLib", post, true},
-            {"Qt invokeMethod, no GLib", invoke, true}};
+            {"Qt postEvent, no GLib", post, Bench::QtLoop::Own},
+            {"Qt invokeMethod, no GLib", invoke, Bench::QtLoop::Own}};
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "bench/support/QtThread.h"
 #include "bench/wakeup/Arrivals.h"
 
 #include <cstdint>
@@ -25,7 +26,7 @@ public:
 struct Contender {
     std::string name;
     std::function<std::unique_ptr<Waiter>()> make;
-    bool isWithoutGLib = false; ///< whether Qt is to run its own loop in place of GLib's
+    Bench::QtLoop loop = Bench::QtLoop::GLib;
 };
 
 std::vector<Contender> getPlainContenders();

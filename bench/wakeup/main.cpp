@@ -1,17 +1,16 @@
 // wakeup_bench [OPTIONS OF GOOGLE BENCHMARK]: how long it takes from the post on one thread to the take on another
 // one that sleeps. The time of each benchmark is the mean; its counters are the percentiles.
 
+#include "bench/support/QtThread.h"
 #include "bench/wakeup/Arrivals.h"
 #include "bench/wakeup/Waiter.h"
 
-#include <QAbstractEventDispatcher>
 #include <QCoreApplication>
 #include <QThread>
 
 #include <algorithm>
 #include <cmath>
 #include <csignal>
-#include <cstring>
 #include <sched.h>
 #include <time.h>
 #include <unistd.h>
@@ -76,8 +75,7 @@ public:
 class WaitingThread {
 public:
     WaitingThread(const Contender& contender, Waiter& waiter, Arrivals& arrivals, int core) {
-        // Qt looks for the variable whenever it starts a thread.
-        contender.isWithoutGLib ? qputenv("QT_NO_GLIB", "1") : qunsetenv("QT_NO_GLIB");
+        Bench::chooseLoop(contender.loop);
         thread.reset(QThread::create([&waiter, &arrivals, core] {
             const Pinned pinned(core);
             waiter.run(arrivals);
@@ -91,9 +89,8 @@ public:
     WaitingThread(const WaitingThread&) = delete;
     WaitingThread& operator=(const WaitingThread&) = delete;
 
-    bool isGLibLoop() const {
-        const char* const dispatcher = thread->eventDispatcher()->metaObject()->className();
-        return std::strstr(dispatcher, "Glib") != nullptr;
+    bool hasLoop(Bench::QtLoop loop) const {
+        return Bench::hasLoop(*thread, loop);
     }
 
 private:
@@ -138,7 +135,7 @@ void measure(benchmark::State& state, const Contender& contender, int postingCor
     std::vector<double> seconds;
     {
         const WaitingThread thread(contender, *waiter, arrivals, waitingCore);
-        if (thread.isGLibLoop() == contender.isWithoutGLib) {
+        if (!thread.hasLoop(contender.loop)) {
             state.SkipWithError("Qt runs another loop than it was told to");
         }
         std::uint32_t number = 0;

@@ -122,12 +122,27 @@ class File(unittest.TestCase):
 
     def test_tells_which_line_is_wrong(self):
         for number, line in ((3, "scenario\n"), (4, "\n"), (4, "a,b,c,time,ns,1,2,3,4\n"), (5, "a,b,,time,s,1,1,1,4\n"),
-                             (5, "a,b,,time,ns,x,1,1,4\n"), (5, "a,b,,time,ns,1,1\n"), (5, "a,b,,time,ns,-1,1,1,1\n")):
+                             (5, "a,b,,time,ns,x,1,1,4\n"), (5, "a,b,,time,ns,1,1\n"), (5, "a,b,,time,ns,-1,1,1,1\n"),
+                             (5, "a,b,,time,ns,0,0,0,1\n"), (5, "a,b,,time,ns,nan,1,1,1\n"),
+                             (5, "a,b,,time,ns,1,1,inf,1\n"), (5, "a,b,,time,ns,1,1,1,0\n"),
+                             (5, ",b,,time,ns,1,1,1,1\n"), (5, "a,,,time,ns,1,1,1,1\n"),
+                             (5, "pipe queue,a,,time,ns,1,1,1,1\n"), 
+                             (5, '"growth, x",a,,time,ns,1,1,1,1\n')):
             with self.subTest(line=line):
                 lines = list(self.lines)
                 lines[number - 1] = line
                 with self.assertRaisesRegex(ValueError, f"^name:{number}: "):
                     results.read_csv(lines, "name")
+
+    def test_keeps_all_digits_that_are_shown(self):
+        heap = key("KXAPI", "growth, keypad", 1, "heap")
+        file = io.StringIO()
+        results.write_csv(file, {}, {heap: Summary(1698816, 1698816, 1698816, 1)})
+        self.assertEqual(1698816, results.read_csv(file.getvalue().splitlines(), "name")[1][heap].median)
+
+    def test_may_tell_that_no_memory_is_taken(self):
+        lines = [*self.lines[:3], "a,b,1,memory,bytes,0,0,0,1\n"]
+        self.assertEqual(0, results.read_csv(lines, "name")[1][key("b", "a", 1, "memory")].median)
 
     def test_without_measurements_is_refused(self):
         for lines in ([], self.lines[:2], self.lines[:3]):
@@ -151,6 +166,19 @@ class Promises(unittest.TestCase):
         for ours, holds in ((99, True), (100, True), (101, False)):
             with self.subTest(ours=ours):
                 self.assertEqual(holds, self.judge(1 / 3, KXAPI=ours, rival=300).holds())
+
+    def test_of_less_do_not_hold_at_the_limit(self):
+        for ours, holds in ((99, True), (100, False)):
+            with self.subTest(ours=ours):
+                outcome = promises.judge(Promise("scenario", 1, "rival", less=True), measured(KXAPI=ours, rival=100))
+                self.assertEqual(holds, outcome.holds())
+                self.assertEqual("scenario: faster than rival", promises.describe(outcome.promise))
+
+    def test_tell_qt_with_and_without_glib_apart(self):
+        nanoseconds = {"KXAPI": 10, "Qt_a": 40, "Qt_b": 30, "Qt_a,_no_GLib": 9, "Qt_b,_no_GLib": 20, "GLib": 1}
+        for family, rival in ((promises.QT_WITH_GLIB, "Qt b"), (promises.QT_WITHOUT_GLIB, "Qt a, no GLib")):
+            with self.subTest(family=family):
+                self.assertEqual(rival, self.judge(1, family, **nanoseconds).rival)
 
     def test_look_at_the_fastest_of_a_family(self):
         outcome = self.judge(1, "Qt", KXAPI=150, Qt_slow=200, Qt_fast=100, GLib=10)
@@ -193,6 +221,17 @@ class Promises(unittest.TestCase):
         self.assertEqual(["holds", "DOES NOT HOLD", "-"], words)
 
 
+class ProgramThatFails(unittest.TestCase):
+    def check(self, reason, script):
+        with self.assertRaisesRegex(ProgramFailed, f"^sh ended with status 3{reason}$"):
+            programs.call(["/bin/sh", "-c", script])
+
+    def test_has_its_last_line_told(self):
+        self.check(": the reason", "echo printed; echo first >&2; echo the reason >&2; exit 3")
+        self.check(": printed", "echo printed; exit 3")
+        self.check("", "exit 3")
+
+
 class FullBus(unittest.TestCase):
     PRINTED = ("frames read          5700, 0 out of order\n"
                "processor time       0.04 s, 1.38 % of one core (below 5.0 % wanted)\n"
@@ -201,7 +240,8 @@ class FullBus(unittest.TestCase):
     def run_with(self, printed):
         with mock.patch.object(programs, "call", return_value=printed) as call:
             samples = dict(programs.run_full_bus("folder", 3, 12))
-        self.assertEqual([os.path.join("folder", "bench", "full_bus"), "3", "5", "12"], call.call_args.args[0])
+        program = os.path.join("folder", "bench", "full_bus")
+        self.assertEqual([program, "3", str(programs.FULL_BUS_PERCENT), "12"], call.call_args.args[0])
         return samples
 
     def test_tells_the_processor_time_and_the_heap_for_so_many_keys(self):
@@ -343,6 +383,17 @@ class Command(unittest.TestCase):
 
     def test_refuses_to_measure_and_to_read_at_once(self):
         self.check_refused("--from", "--from", "medians.csv", "--quick")
+
+    def test_refuses_a_folder_that_it_cannot_write_into(self):
+        with tempfile.TemporaryDirectory() as folder:
+            name = os.path.join(folder, "medians.csv")
+            file = io.StringIO()
+            results.write_csv(file, {}, measured(KXAPI=1))
+            with open(name, "w", encoding="utf-8") as medians:
+                medians.write(file.getvalue())
+            for output in ("", "/proc", name):
+                with self.subTest(output=output):
+                    self.check_refused(f"'{output}'", "--from", name, "--output", output)
 
     def test_refuses_files_that_it_cannot_read(self):
         with tempfile.TemporaryDirectory() as folder:
