@@ -126,7 +126,7 @@ class File(unittest.TestCase):
                              (5, "a,b,,time,ns,0,0,0,1\n"), (5, "a,b,,time,ns,nan,1,1,1\n"),
                              (5, "a,b,,time,ns,1,1,inf,1\n"), (5, "a,b,,time,ns,1,1,1,0\n"),
                              (5, ",b,,time,ns,1,1,1,1\n"), (5, "a,,,time,ns,1,1,1,1\n"),
-                             (5, "pipe queue,a,,time,ns,1,1,1,1\n"), 
+                             (5, "pipe queue,a,,time,ns,1,1,1,1\n"),
                              (5, '"growth, x",a,,time,ns,1,1,1,1\n')):
             with self.subTest(line=line):
                 lines = list(self.lines)
