@@ -29,6 +29,7 @@ COLORS = {"ours": "#d1495b", "limit": "#9aa5b1", "peer": "#5b8db8"}
 CURVE_COLORS = {"Asio": "#6a994e", "Qt postEvent": "#5b8db8", "Qt postEvent, no GLib": "#2b5d8b"}
 COLUMNS = 3
 LONGEST_EVEN_AXIS = 16  # beyond, a step is ten times as much
+A_WIDE_RANGE = 10  # for memory, which no even axis shows
 BARS_TIMES_OURS = 5  # longer bars are cut off; their numbers stand beside them
 
 
@@ -150,7 +151,7 @@ def scale_curves(axes, metric, curves):
     else:
         axes.set_xscale("log")
         axes.xaxis.set_major_formatter(lambda value, _: format_size(value))
-    if metric == "memory" and min(values) > 1:
+    if metric == "memory" and max(values) > A_WIDE_RANGE * min(values) > A_WIDE_RANGE:
         axes.set_yscale("log")
     else:
         axes.set_ylim(0, 1.08 * max(summary.upper for curve in curves for summary in curve.summaries))
