@@ -117,7 +117,7 @@ def read_csv(file, name):
             key, summary = read_row(row)
         except ValueError as problem:
             raise ValueError(f"{name}:{number}: this is no measurement") from problem
-        if lacks_or_exceeds(key, results):
+        if has_size_of_another_kind(key, results):
             raise ValueError(f"{name}:{number}: this size, or none, does not go with '{key.scenario}'")
         results[key] = summary
     if not results:
@@ -125,7 +125,7 @@ def read_csv(file, name):
     return machine, results
 
 
-def lacks_or_exceeds(key, results):
+def has_size_of_another_kind(key, results):
     """Whether it has a size and others of its scenario have none, or the other way round. What grows needs one."""
     others = [other.size for other in results if other.scenario == key.scenario]
     if key.size is None:
