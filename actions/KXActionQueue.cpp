@@ -2,6 +2,7 @@
 
 #include "events/BackoffLock.h"
 #include "events/KXEventType.h"
+#include "platform/KXStatus.h"
 #include "platform/KXThread.h"
 #include "platform/KXTick.h"
 
@@ -11,10 +12,6 @@
 namespace KX {
 
 namespace {
-
-constexpr int emptied = 0;
-constexpr int emptyOnEntry = 23;
-constexpr int deadlinePassed = 46;
 
 // Several threads may post one action at once; each store is whole, and the last one stays.
 void tellTriggeringEventType(KXAction& action, int eventType) {
@@ -103,10 +100,10 @@ int KXActionQueue::executeActions(unsigned int deadline, bool detectLoops) {
     // Latched for good by the first drain of the process: loops are told only from posts of that thread.
     static const unsigned int executingThreadID = KXThread::getCurrentThreadID();
 
-    int status = emptyOnEntry;
+    int status = STATUS_QUEUE_EMPTY;
     while (!pendingItems.empty()) {
         const actionItem item = takeOldest();
-        status = emptied;
+        status = STATUS_OK;
         if (item.action->isReady()) {
             if (detectLoops)
                 executeUnlessLoop(item, executingThreadID);
@@ -114,7 +111,7 @@ int KXActionQueue::executeActions(unsigned int deadline, bool detectLoops) {
                 item.action->execute(nullptr);
         }
         if (KXTick::getTickCount() > deadline)
-            return deadlinePassed;
+            return STATUS_DEADLINE_PASSED;
     }
     forgetDrain();
     return status;

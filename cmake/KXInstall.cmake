@@ -7,10 +7,13 @@ set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME development)
 set(kx_public_headers
     events/KXCANMessage.h
     events/KXEvent.h
+    events/KXEventClass.h
+    events/KXEventKind.h
     events/KXEventQueue.h
     events/KXEventQueueAsPipe.h
     events/KXEventQueueAsQueue.h
     events/KXEventType.h
+    events/KXKeyCode.h
     events/KXSomeEvent.h
     encoder/KXEncoderDynamic.h
     actions/KXActionQueue.h
@@ -18,6 +21,7 @@ set(kx_public_headers
     input/CANRemoteOptions.h
     input/KXInputEventManager.h
     platform/KXAction.h
+    platform/KXCANMessage.h
     platform/KXCANRaw.h
     platform/KXDebug.h
     platform/KXEndPoint.h
@@ -26,6 +30,7 @@ set(kx_public_headers
     platform/KXExport.h
     platform/KXMutex.h
     platform/KXPipe.h
+    platform/KXStatus.h
     platform/KXString.h
     platform/KXThread.h
     platform/KXTick.h

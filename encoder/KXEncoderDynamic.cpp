@@ -2,6 +2,7 @@
 
 #include "events/KXEventType.h"
 #include "platform/KXDebug.h"
+#include "platform/KXStatus.h"
 
 #include <iterator>
 
@@ -11,12 +12,6 @@ const int DEFAULT_TIME_GAPS[7] = {2, 8, 12, 20, 35, 55, 100};
 const int DEFAULT_INCREMENTS[7] = {4096, 1024, 256, 64, 16, 4, 1};
 
 namespace {
-
-constexpr int success = 0;
-constexpr int timeGapNotPositive = 1;
-constexpr int tableNotRising = 3;
-constexpr int outOfRange = 24;
-constexpr int notAnEncoderEvent = 29;
 
 constexpr unsigned int restartedIncrement = 1;
 constexpr unsigned int thousandths = 1000;
@@ -47,7 +42,7 @@ KXEncoderDynamic* KXEncoderDynamic::instance() {
     if (theInstance)
         return theInstance;
     theInstance = new KXEncoderDynamic;
-    if (theInstance->initialize() != success) {
+    if (theInstance->initialize() != STATUS_OK) {
         reportError("Initializing encoder dynamics failed.");
         delete theInstance; // which resets theInstance
     }
@@ -74,18 +69,18 @@ int KXEncoderDynamic::initialize() {
     increment = restartedIncrement;
     maxTimeGap = 200;
     timeGap = 200;
-    return success;
+    return STATUS_OK;
 }
 
 int KXEncoderDynamic::setDynamicParameters(const std::vector<KXEncoderDynamicPair>& pairs) {
     // Set before the check on purpose: terminals in the field rely on a refused table having this effect.
     maxTimeGap = 500;
     if (!timeGapsRise(pairs))
-        return tableNotRising;
+        return STATUS_TABLE_NOT_RISING;
     if (pairs.size() >= 2)
         maxTimeGap = 2 * pairs.back().timeGap;
     dynamicParameters = pairs;
-    return success;
+    return STATUS_OK;
 }
 
 std::vector<KXEncoderDynamicPair> KXEncoderDynamic::getDynamicParameters() const {
@@ -94,9 +89,9 @@ std::vector<KXEncoderDynamicPair> KXEncoderDynamic::getDynamicParameters() const
 
 int KXEncoderDynamic::setLowPassFactor(int factor) {
     if (factor < 1 || factor > 1000)
-        return outOfRange;
+        return STATUS_OUT_OF_RANGE;
     lowPassFactor = factor;
-    return success;
+    return STATUS_OK;
 }
 
 int KXEncoderDynamic::getLowPassFactor() const {
@@ -105,9 +100,9 @@ int KXEncoderDynamic::getLowPassFactor() const {
 
 int KXEncoderDynamic::setUserFactor(int factor) {
     if (factor <= 0)
-        return outOfRange;
+        return STATUS_OUT_OF_RANGE;
     userFactor = factor;
-    return success;
+    return STATUS_OK;
 }
 
 int KXEncoderDynamic::getUserFactor() const {
@@ -124,11 +119,11 @@ std::uint64_t KXEncoderDynamic::getLastTimeStamp() const {
 
 int KXEncoderDynamic::calculateIncrement(KXInputEvent& step, KXInputEvent& bundle) {
     if (step.eventType != ENCODER_MOVE_EVENT)
-        return notAnEncoderEvent;
+        return STATUS_NOT_AN_ENCODER_EVENT;
     if (lastTimeStamp >= step.timeStamp) {
         reportError("Can not calculate encoder dynamics for negative time gap.");
         lastTimeStamp = step.timeStamp;
-        return timeGapNotPositive;
+        return STATUS_TIME_GAP_NOT_POSITIVE;
     }
     if (step.count == 0)
         step.count = 1;
@@ -140,7 +135,7 @@ int KXEncoderDynamic::calculateIncrement(KXInputEvent& step, KXInputEvent& bundl
     bundle.value =
         static_cast<int>(static_cast<unsigned int>(bundle.value) + static_cast<unsigned int>(increment));
     lastTimeStamp = step.timeStamp;
-    return success;
+    return STATUS_OK;
 }
 
 void KXEncoderDynamic::smoothTimeGap(unsigned int gap) {

@@ -83,7 +83,8 @@ EventRecord encodeEvent(const KXSomeEvent& event) {
 }
 
 void decodeEvent(const EventRecord& record, KXSomeEvent& event) {
-    visitFields(event, [&record](std::size_t offset, auto& field) { readField(&record[offset], field); });
+    visitFields(
+        event, [&record](std::size_t offset, auto& field) { readField(&record[offset], field); });
 }
 
 } // namespace KX

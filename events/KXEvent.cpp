@@ -1,7 +1,7 @@
 #include "events/KXSomeEvent.h"
 
-#include "events/EventClass.h"
 #include "events/EventFields.h"
+#include "events/KXEventClass.h"
 
 #include <iostream>
 #include <typeinfo>

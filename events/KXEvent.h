@@ -1,6 +1,8 @@
 #pragma once
 
+#include "events/KXEventClass.h"
 #include "events/KXEventType.h"
+#include "events/KXKeyCode.h"
 #include "platform/KXExport.h"
 
 #include <cstdint>
@@ -31,7 +33,7 @@ public:
     KXEvent& operator=(const KXEvent& other);
     virtual ~KXEvent();
 
-    int eventClass = 0;             ///< number of the most derived class, 0 to 7; a queue converts the event by it
+    int eventClass = EVENT_CLASS;   ///< number of the most derived class; a queue converts the event by it
     int eventType = 0;              ///< what happened, a \ref KXEventType or a number of the application
     unsigned int timeStamp = 0;     ///< tick at which it happened, in ms
     unsigned int eventData[4] = {}; ///< carried unchanged; for mouse events, word 1 is the button
@@ -58,8 +60,8 @@ public:
     KXInputEvent& operator=(const KXInputEvent& other);
     ~KXInputEvent() override;
 
-    int keyCode = -1;               ///< in the library's numbering; -1: no key, 65535: a key that is not mapped
-    int osKeyCode = -1;             ///< in the toolkit's numbering; -1: none
+    int keyCode = KX_KEY_NONE;      ///< in the library's numbering, a \ref KXKeyCode or the application's
+    int osKeyCode = KX_KEY_NONE;    ///< in the toolkit's numbering
     int inputValue = 0;             ///< carried unchanged
     unsigned int inputData[4] = {}; ///< carried unchanged
 };

@@ -5,12 +5,12 @@
 #include "input/CANRemoteOptions.h"
 #include "input/KXInputEventManager.h"
 
-#include "events/EventClass.h"
-#include "events/KXCANMessage.h"
+#include "events/KXEventClass.h"
 #include "events/KXEventType.h"
-#include "input/Status.h"
+#include "platform/KXCANMessage.h"
 #include "platform/KXCANRaw.h"
 #include "platform/KXEndPointManager.h"
+#include "platform/KXStatus.h"
 #include "platform/KXTick.h"
 
 #include <iostream>

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "events/KXKeyCode.h"
+
 #include <cstdint>
 #include <map>
 
@@ -21,8 +23,8 @@ struct KeyOptionsCANRemote {
 /// toolkit has no key for takes the program down when it is pressed.
 struct CANRemoteOptions {
     bool enabled = false; ///< whether to open the bus
-    int encoderUpKeyCode = 4;
-    int encoderDownKeyCode = 5;
+    int encoderUpKeyCode = KX_KEY_UP;
+    int encoderDownKeyCode = KX_KEY_DOWN;
     std::multimap<int, KeyOptionsCANRemote*> keyIndex; ///< from identifier to keys; the manager fills its own
     KeyOptionsCANRemote keys[16];
     std::uint32_t encoderCANId = 0;     ///< 29-bit identifier; a frame with identifier 0 is never the encoder's

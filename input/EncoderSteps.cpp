@@ -18,24 +18,17 @@
 #include "input/KXInputEventManager.h"
 
 #include "encoder/KXEncoderDynamic.h"
-#include "events/EventClass.h"
+#include "events/KXEventClass.h"
 #include "events/KXEventType.h"
-#include "input/Status.h"
+#include "events/KXKeyCode.h"
+#include "platform/KXStatus.h"
 
 namespace KX {
 
 namespace {
 
-constexpr int bundleEndKey = 3;
-constexpr int stepKeyUp = 4;
-constexpr int stepKeyDown = 5;
-
 constexpr unsigned int bundleIntervalMs = 50;
 constexpr int bundleClosed = 0;
-
-bool isStepKey(int keyCode) {
-    return keyCode == stepKeyUp || keyCode == stepKeyDown;
-}
 
 bool isOpen(const KXInputEvent& bundle) {
     return bundle.eventType == ENCODER_MOVE_EVENT;
@@ -49,7 +42,7 @@ int KXInputEventManager::convertToEncoderEvents(KXInputEvent& event) {
     case KEY_RELEASE_EVENT:
         if (isStepKey(event.keyCode))
             return convertStepKey(event);
-        if (event.keyCode == bundleEndKey)
+        if (event.keyCode == KX_KEY_RETURN)
             endEncoderBundle();
         return STATUS_OK;
     case ENCODER_MOVE_EVENT:
@@ -102,7 +95,7 @@ void KXInputEventManager::openEncoderBundle(KXInputEvent& step) {
 void KXInputEventManager::turnEncoderBundleBack(KXInputEvent& step) {
     if (encoderBundle.count < 0) {
         encoderBundle.count = 0;
-        encoderBundle.keyCode = encoderBundle.keyCode == stepKeyUp ? stepKeyDown : stepKeyUp;
+        encoderBundle.keyCode = encoderBundle.keyCode == KX_KEY_UP ? KX_KEY_DOWN : KX_KEY_UP;
         accelerate(step, encoderBundle);
         return;
     }

@@ -2,9 +2,9 @@
 
 #include "encoder/KXEncoderDynamic.h"
 #include "events/EventFields.h"
-#include "input/Status.h"
 #include "platform/KXEndPointManager.h"
 #include "platform/KXMutex.h"
+#include "platform/KXStatus.h"
 #include "platform/KXThread.h"
 #include "platform/KXTick.h"
 

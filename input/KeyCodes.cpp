@@ -1,6 +1,7 @@
 #include "input/KXInputEventManager.h"
 
-#include "input/Status.h"
+#include "events/KXKeyCode.h"
+#include "platform/KXStatus.h"
 
 #include <Qt>
 
@@ -15,11 +16,10 @@ struct KeyAssignment {
 
 // Return stands after the step keys: where two rows met one key, the later would win.
 constexpr KeyAssignment defaultKeys[] = {
-    {0, Qt::Key_Escape}, {1, Qt::Key_Home},   {2, Qt::Key_Tab}, {4, Qt::Key_Up},
-    {5, Qt::Key_Down},   {3, Qt::Key_Return}, {6, Qt::Key_End},
+    {KX_KEY_ESCAPE, Qt::Key_Escape}, {KX_KEY_HOME, Qt::Key_Home}, {KX_KEY_TAB, Qt::Key_Tab},
+    {KX_KEY_UP, Qt::Key_Up},         {KX_KEY_DOWN, Qt::Key_Down}, {KX_KEY_RETURN, Qt::Key_Return},
+    {KX_KEY_END, Qt::Key_End},
 };
-
-constexpr int unmappedKey = 65535;
 
 } // namespace
 
@@ -52,7 +52,7 @@ void KXInputEventManager::setKeyboardLayout(int layout) {
 
 int KXInputEventManager::keyCodeOf(int osKeyCode) const {
     const auto entry = osCodeToKXCodeMap.find(osKeyCode);
-    return entry == osCodeToKXCodeMap.end() ? unmappedKey : entry->second;
+    return entry == osCodeToKXCodeMap.end() ? KX_KEY_UNMAPPED : entry->second;
 }
 
 } // namespace KX

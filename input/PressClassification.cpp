@@ -21,10 +21,10 @@
 
 #include "input/KXInputEventManager.h"
 
-#include "events/EventClass.h"
 #include "events/EventFields.h"
+#include "events/KXEventClass.h"
 #include "events/KXEventType.h"
-#include "input/Status.h"
+#include "platform/KXStatus.h"
 
 #include <iostream>
 

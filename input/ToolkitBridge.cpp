@@ -1,9 +1,10 @@
 #include "input/KXInputEventManager.h"
 
-#include "events/EventClass.h"
+#include "events/KXEventClass.h"
 #include "events/KXEventType.h"
-#include "input/Status.h"
+#include "events/KXKeyCode.h"
 #include "platform/KXMutex.h"
+#include "platform/KXStatus.h"
 
 #include <QApplication>
 #include <QKeyEvent>
@@ -18,9 +19,6 @@ namespace {
 
 // A click has no name among the event types; applications know it by this number.
 constexpr int clickEventType = 1010;
-
-constexpr int escapeKey = 0;
-constexpr int unmappedKey = 65535;
 
 QEvent::Type qtTypeOf(int eventType) {
     const bool isPress = eventType == KEY_PRESS_EVENT || eventType == ENCODER_MOVE_EVENT;
@@ -116,8 +114,8 @@ int KXInputEventManager::postESCtoEventQueue(bool pressed) {
     KXInputEvent escape;
     escape.eventType = pressed ? KEY_PRESS_EVENT : KEY_RELEASE_EVENT;
     escape.value = -1;
-    escape.keyCode = escapeKey;
-    escape.osKeyCode = unmappedKey;
+    escape.keyCode = KX_KEY_ESCAPE;
+    escape.osKeyCode = KX_KEY_UNMAPPED;
     return postToEventQueue(escape);
 }
 

@@ -79,7 +79,8 @@ void ActionPanel::watch(const ActionDesk& desk) {
     showState(desk);
     pace.setSingleShot(true);
     pace.setInterval(DisplayPace::shortestIntervalMs);
-    connect(&pace, &QTimer::timeout, this, [this, &desk] { showState(desk); });
+    connect(
+        &pace, &QTimer::timeout, this, [this, &desk] { showState(desk); });
     connect(&desk, &ActionDesk::changed, this, [this] {
         if (!pace.isActive())
             pace.start();

@@ -70,10 +70,9 @@ QString quoted(const QString& text) {
 
 // What the user typed goes into the message, and may have line ends in it; the message is one line all the same.
 QString asOneLine(QString text) {
-    for (QChar& character : text) {
+    for (QChar& character : text)
         if (!character.isPrint())
             character = QLatin1Char('?');
-    }
     return text;
 }
 
@@ -101,10 +100,9 @@ QString whatIsWrong(const QCommandLineParser& parser) {
 
 std::optional<int> parseMilliseconds(const QString& text) {
     // toInt alone would take signs and blanks.
-    for (const QChar character : text) {
+    for (const QChar character : text)
         if (character < QLatin1Char('0') || character > QLatin1Char('9'))
             return std::nullopt;
-    }
     bool isNumber = false;
     const int number = text.toInt(&isNumber);
     return isNumber ? std::optional<int>(number) : std::nullopt;
@@ -166,10 +164,9 @@ QString findContradiction(const QCommandLineParser& parser, const Options& optio
             return QStringLiteral("--replay takes the place of the operator: it does not go together with --%1")
                 .arg(input->names().constFirst());
     }
-    for (const QCommandLineOption* const ofReplay : {&options.speed, &options.exitAtEnd}) {
+    for (const QCommandLineOption* const ofReplay : {&options.speed, &options.exitAtEnd})
         if (!replays && parser.isSet(*ofReplay))
             return QStringLiteral("--%1 is for --replay only").arg(ofReplay->names().constFirst());
-    }
     return QString();
 }
 
@@ -179,10 +176,9 @@ CommandLine readSettings(const QCommandLineParser& parser, const Options& option
     settings.demo = parser.isSet(options.demo);
     settings.exitAtEnd = parser.isSet(options.exitAtEnd);
     for (const QString& problem : {readTexts(parser, options, settings), readNumbers(parser, options, settings),
-                                   findContradiction(parser, options)}) {
+                                   findContradiction(parser, options)})
         if (!problem.isEmpty())
             return refuse(problem);
-    }
     return settings;
 }
 

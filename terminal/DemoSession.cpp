@@ -71,7 +71,8 @@ void DemoSession::writeScript() {
     for (const int gapMs : {pauseMs, 90, 60, 40, 30, 25, 20})
         turnKnob(gapMs, 1);
 
-    then(pauseMs, [this] { window.showPage(Page::Actions); });
+    then(
+        pauseMs, [this] { window.showPage(Page::Actions); });
     touch(
         pauseMs, [this]() -> const QWidget& { return window.actions().loopButton(); }, tapMs);
 
@@ -91,36 +92,43 @@ void DemoSession::then(int delayMs, std::function<void()> action) {
 }
 
 void DemoSession::tapKey(int delayMs, int key, int heldMs) {
-    then(delayMs, [this, key] { postKey(true, key); });
+    then(
+        delayMs, [this, key] { postKey(true, key); });
     then(heldMs, [this, key] { postKey(false, key); });
 }
 
 void DemoSession::touchSoftKey(int delayMs, int number, int heldMs) {
-    then(delayMs, [this, number] { postMouse(true, window.softKeyPosition(number)); });
+    then(
+        delayMs, [this, number] { postMouse(true, window.softKeyPosition(number)); });
     then(heldMs, [this, number] { postMouse(false, window.softKeyPosition(number)); });
 }
 
 void DemoSession::touch(int delayMs, std::function<const QWidget&()> target, int heldMs) {
-    then(delayMs, [this, target] { postMouse(true, window.positionOf(target())); });
+    then(
+        delayMs, [this, target] { postMouse(true, window.positionOf(target())); });
     then(heldMs, [this, target] { postMouse(false, window.positionOf(target())); });
 }
 
 // A layout from a file may have no such key; then there is nothing to see.
 void DemoSession::tapKeypad(int delayMs, int number, int heldMs) {
     for (const bool press : {true, false}) {
-        then(press ? delayMs : heldMs, [this, number, press] {
-            if (const KeypadKey* const key = window.keypad().key(number))
-                postMouse(press, window.positionOf(*key));
-        });
+        then(
+            press ? delayMs : heldMs,
+            [this, number, press] {
+                if (const KeypadKey* const key = window.keypad().key(number))
+                    postMouse(press, window.positionOf(*key));
+            });
     }
 }
 
 void DemoSession::turnKnob(int delayMs, int detents) {
-    then(delayMs, [this, detents] { postWheel(detents, window.positionOf(window.keypad().knob())); });
+    then(
+        delayMs, [this, detents] { postWheel(detents, window.positionOf(window.keypad().knob())); });
 }
 
 void DemoSession::turnWheel(int delayMs, int detents) {
-    then(delayMs, [this, detents] { postWheel(detents, window.softKeyPosition(0)); });
+    then(
+        delayMs, [this, detents] { postWheel(detents, window.softKeyPosition(0)); });
 }
 
 void DemoSession::postKey(bool press, int key) {

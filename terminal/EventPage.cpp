@@ -21,7 +21,8 @@ EventPage::EventPage(EventModel& model, QWidget* parent)
     for (ScreenButton* button : {newer, older})
         button->setAutoRepeat(true);
     connect(newest, &QAbstractButton::clicked, this, &EventPage::showNewest);
-    connect(newer, &QAbstractButton::clicked, this, [this] { scrollByPages(-1); });
+    connect(
+        newer, &QAbstractButton::clicked, this, [this] { scrollByPages(-1); });
     connect(older, &QAbstractButton::clicked, this, [this] { scrollByPages(1); });
 }
 

@@ -21,11 +21,10 @@ int InputSettings::value(Setting setting) const {
 
 int InputSettings::set(Setting setting, int value) {
     const int status = apply(setting, value);
-    if (status != 0) {
+    if (status != 0)
         emit refused(setting, value, status);
-    } else if (std::exchange(values.at(setting), value) != value) {
+    else if (std::exchange(values.at(setting), value) != value)
         emit changed(setting, value);
-    }
     return status;
 }
 

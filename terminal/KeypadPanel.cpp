@@ -43,10 +43,9 @@ KeypadPanel::KeypadPanel(QWidget* parent)
 
 void KeypadPanel::setLayoutOfKeys(const KX::CANRemoteOptions& layout) {
     frames = KeypadFrames(layout);
-    for (int entry = 0; entry < KeyLayout::keyCount; ++entry) {
+    for (int entry = 0; entry < KeyLayout::keyCount; ++entry)
         if (KeyLayout::isUsed(layout.keys[entry]))
             addKey(entry, layout.keys[entry]);
-    }
     turningKnob->setVisible(KeyLayout::hasEncoder(layout));
 }
 
@@ -54,7 +53,8 @@ void KeypadPanel::addKey(int entry, const KX::KeyOptionsCANRemote& options) {
     auto* key = new KeypadKey(options.keyNumber, labelOf(options.keyCode));
     keys[entry] = key;
     grid->addWidget(key, entry / keysInRow, entry % keysInRow);
-    connect(key, &QAbstractButton::pressed, this, [this, entry] { setKey(entry, true); });
+    connect(
+        key, &QAbstractButton::pressed, this, [this, entry] { setKey(entry, true); });
     connect(key, &QAbstractButton::released, this, [this, entry] { setKey(entry, false); });
 }
 

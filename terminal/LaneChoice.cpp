@@ -12,13 +12,15 @@ void LaneChoice::choose(const KeyTimeLine& timeLine, const Visible& visible, std
     pages = std::max<std::size_t>(1, (candidates.size() + room - 1) / room);
     const auto from = candidates.begin() + static_cast<std::ptrdiff_t>(page % pages * room);
     const auto to = from + std::min(static_cast<std::ptrdiff_t>(room), candidates.end() - from);
-    std::sort(candidates.begin(), candidates.end(), [](const Candidate& one, const Candidate& other) {
-        if (one.isVisible != other.isVisible)
-            return one.isVisible;
-        if (one.lastActivity != other.lastActivity)
-            return one.lastActivity > other.lastActivity;
-        return one.number < other.number;
-    });
+    std::sort(
+        candidates.begin(), candidates.end(),
+        [](const Candidate& one, const Candidate& other) {
+            if (one.isVisible != other.isVisible)
+                return one.isVisible;
+            if (one.lastActivity != other.lastActivity)
+                return one.lastActivity > other.lastActivity;
+            return one.number < other.number;
+        });
     std::sort(from, to, [](const Candidate& one, const Candidate& other) { return one.number < other.number; });
     chosen.clear();
     std::transform(from, to, std::back_inserter(chosen), [](const Candidate& lane) { return lane.row; });

@@ -62,10 +62,9 @@ bool PageArea::isDevice(Page page) const {
 
 QVector<Page> PageArea::pagesNow() const {
     QVector<Page> pages;
-    for (int page = 0; page < pageCount; ++page) {
+    for (int page = 0; page < pageCount; ++page)
         if ((isPaged || !isDevice(static_cast<Page>(page))))
             pages.append(static_cast<Page>(page));
-    }
     return pages;
 }
 

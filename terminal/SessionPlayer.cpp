@@ -58,10 +58,9 @@ unsigned int SessionPlayer::tick() const {
 }
 
 KX::CANRemoteOptions SessionPlayer::keypadLayout() const {
-    for (const Recording::Entry& entry : session.entries) {
+    for (const Recording::Entry& entry : session.entries)
         if (const auto* const keypad = std::get_if<Recording::Keypad>(&entry.input))
             return *keypad->layout;
-    }
     return KeyLayout::empty();
 }
 
@@ -84,11 +83,10 @@ void SessionPlayer::playWhatIsDue() {
     }
     makePassesUntil(std::min(now, endMs));
     emit progressed();
-    if (now < endMs) {
+    if (now < endMs)
         waitFor(next < session.entries.size() ? session.entries[next].timeMs : endMs);
-    } else if (!std::exchange(hasFinished, true)) {
+    else if (!std::exchange(hasFinished, true))
         emit finished();
-    }
 }
 
 void SessionPlayer::waitFor(std::uint64_t timeMs) {

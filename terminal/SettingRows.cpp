@@ -34,7 +34,8 @@ NumberRow::NumberRow(InputSettings& inputSettings, InputSettings::Setting which,
     plus = addButton(1);
     NumberRow::setChosen(false);
     showInfo(SettingText::range(setting, settings));
-    connect(&settings, &InputSettings::changed, this, [this] { showInfo(SettingText::range(setting, settings)); });
+    connect(
+        &settings, &InputSettings::changed, this, [this] { showInfo(SettingText::range(setting, settings)); });
     connect(&settings, &InputSettings::refused, this,
             [this](InputSettings::Setting refused, int value, int status) {
                 if (refused == setting)

@@ -190,9 +190,9 @@ void Terminal::repeatSetting(const Recording::NumberSetting& setting) {
 void Terminal::openReplay() {
     Recording::Session session;
     try {
-        session =
-            Recording::readFile(settings.replayFile.toLocal8Bit().toStdString(),
-                                [](const std::string& warning) { std::fprintf(stderr, "%s\n", warning.c_str()); });
+        session = Recording::readFile(
+            settings.replayFile.toLocal8Bit().toStdString(),
+            [](const std::string& warning) { std::fprintf(stderr, "%s\n", warning.c_str()); });
     } catch (const Recording::BadFile& error) {
         throw FileError(error.what());
     }

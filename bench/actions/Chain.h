@@ -20,9 +20,8 @@ public:
             actions[i].owner = this;
             actions[i].number = i;
         }
-        for (Object& object : objects) {
+        for (Object& object : objects)
             order.push_back(&object);
-        }
         std::shuffle(order.begin(), order.end(), std::mt19937(1));
     }
 
@@ -45,9 +44,8 @@ private:
 
     void hasRun(Action& action) {
         wrongNumbers += action.number != step % actions.size() ? 1U : 0U;
-        if (++step < order.size()) {
+        if (++step < order.size())
             post(&action);
-        }
     }
 
     void post(KX::KXAction* trigger) {

@@ -50,17 +50,15 @@ public:
 
     void runAll() {
         Item item;
-        while (take(item)) {
+        while (take(item))
             run(item);
-        }
     }
 
 private:
     bool take(Item& item) {
         const boost::lock_guard<boost::mutex> lock(mutex);
-        if (items.empty()) {
+        if (items.empty())
             return false;
-        }
         item = items.front();
         items.pop_front();
         return true;
@@ -77,7 +75,8 @@ public:
     explicit AsioActions(bool) {}
 
     void post(const Item& item) {
-        boost::asio::post(context, [item] { run(item); });
+        boost::asio::post(
+            context, [item] { run(item); });
     }
 
     void runAll() {

@@ -40,9 +40,8 @@ public:
 /// What every contender does with an item that has come out.
 inline void run(const Item& item) {
     benchmark::DoNotOptimize(item); // all five words, also where the compiler sees that one is used
-    if (item.action->isReady()) {
+    if (item.action->isReady())
         item.action->execute(nullptr);
-    }
 }
 
 } // namespace Bench

@@ -29,9 +29,8 @@ public:
     }
 
     void run() const {
-        while (waiting != 0) {
+        while (waiting != 0)
             QCoreApplication::sendPostedEvents();
-        }
     }
 
 private:
@@ -53,9 +52,8 @@ public:
     }
 
     bool event(QEvent* event) override {
-        if (event->type() != itemPosted) {
+        if (event->type() != itemPosted)
             return QObject::event(event);
-        }
         rounds.countRun();
         run(static_cast<ItemEvent*>(event)->item);
         return true;

@@ -21,9 +21,8 @@ void measure(benchmark::State& state, Contender& contender, Work& work, Begin be
         contender.runAll();
         isRight = isRight && work.isRightAndComplete();
     }
-    if (!isRight) {
+    if (!isRight)
         state.SkipWithError("an action ran out of order, twice or not at all");
-    }
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 

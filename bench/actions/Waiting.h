@@ -20,9 +20,8 @@ public:
     template<class Contender>
     void postTo(Contender& contender) {
         next = 0;
-        for (Action& action : actions) {
+        for (Action& action : actions)
             contender.post({&action, nullptr, eventTypeOfItems, &action, 0});
-        }
     }
 
     bool isRightAndComplete() const {

@@ -13,9 +13,8 @@ int main(int argc, char** argv) {
     Bench::addContender<Bench::LockedItems>("mutex and deque");
     Bench::addContender<Bench::AsioActions>("Asio");
     benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
+    if (benchmark::ReportUnrecognizedArguments(argc, argv))
         return 2;
-    }
     const Bench::OtherThread otherThread;
     benchmark::RunSpecifiedBenchmarks();
     return 0;

@@ -63,9 +63,8 @@ BusProcess::~BusProcess() {
 }
 
 void BusProcess::start() const {
-    if (write(startPipe[1], "", 1) != 1) {
+    if (write(startPipe[1], "", 1) != 1)
         std::perror("full_bus");
-    }
 }
 
 int BusProcess::getReadEndPointID() const {

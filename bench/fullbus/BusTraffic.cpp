@@ -34,9 +34,8 @@ KX::KXCANMessage BusTraffic::makeFrame(std::uint32_t number) const {
     KX::KXCANMessage frame;
     std::memcpy(frame.canData + numberIndex, &number, sizeof(number));
     frame.canId = (othersId + number % framesPerKeypadFrame) | extendedFlag;
-    if (!isKeypads(number)) {
+    if (!isKeypads(number))
         return frame;
-    }
     const std::uint32_t keypadFrame = number / framesPerKeypadFrame;
     const std::uint32_t turn = keypadFrame / 2;
     if (keypadFrame % 2 == 0) {
@@ -92,8 +91,7 @@ KX::CANRemoteOptions BusTraffic::makeLayout() {
 
 std::map<int, int> BusTraffic::makeKeyMapping() {
     std::map<int, int> mapping;
-    for (int i = 0; i < static_cast<int>(keyCount); ++i) {
+    for (int i = 0; i < static_cast<int>(keyCount); ++i)
         mapping[Qt::Key_F1 + i] = firstKeyCode + i;
-    }
     return mapping;
 }

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "events/KXCANMessage.h"
 #include "input/CANRemoteOptions.h"
+#include "platform/KXCANMessage.h"
 
 #include <cstdint>
 #include <map>

@@ -40,9 +40,8 @@ extern "C" __attribute__((visibility("default"))) ssize_t recv(int descriptor, v
     if (received == static_cast<ssize_t>(sizeof(can_frame)) && size == sizeof(can_frame) &&
         isDatagramSocket(descriptor)) {
         const std::uint32_t expected = taken++;
-        if (BusTraffic::getNumber(static_cast<const can_frame*>(buffer)->data) != expected) {
+        if (BusTraffic::getNumber(static_cast<const can_frame*>(buffer)->data) != expected)
             ++outOfOrder;
-        }
     }
     return received;
 }

@@ -44,9 +44,8 @@ std::uint32_t KeypadApplication::getWrongEvents() const {
 
 bool KeypadApplication::event(QEvent* event) {
     const bool isPress = event->type() == QEvent::KeyPress;
-    if (!isPress && event->type() != QEvent::KeyRelease) {
+    if (!isPress && event->type() != QEvent::KeyRelease)
         return QWidget::event(event);
-    }
     KX::KXToolkitEvent report;
     report.eventType = isPress ? KX::TOOLKIT_KEY_PRESS_EVENT : KX::TOOLKIT_KEY_RELEASE_EVENT;
     report.timeStamp = KX::KXTick::getTickCount();
@@ -70,8 +69,7 @@ void KeypadApplication::takeEvents() {
 
 void KeypadApplication::checkKey(int eventType, int keyCode) {
     const int expected = BusTraffic::isPress(keyEvents) ? KX::KEY_PRESS_EVENT : KX::KEY_RELEASE_EVENT;
-    if (eventType != expected || keyCode != traffic.getKeyCode(keyEvents)) {
+    if (eventType != expected || keyCode != traffic.getKeyCode(keyEvents))
         ++wrongEvents;
-    }
     ++keyEvents;
 }

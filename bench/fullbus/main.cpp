@@ -125,9 +125,8 @@ Result run(const BusProcess& bus, const BusTraffic& traffic, const KeypadApplica
     sent.setEnabled(false);
     const int longForAnyMachineMs = 10000;
     clock.restart();
-    while (!isComplete(traffic, application, result.sent) && clock.elapsed() < longForAnyMachineMs) {
+    while (!isComplete(traffic, application, result.sent) && clock.elapsed() < longForAnyMachineMs)
         QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-    }
     // What came twice would come now.
     QTimer::singleShot(300, [] { QCoreApplication::quit(); });
     QCoreApplication::exec();

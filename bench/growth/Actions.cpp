@@ -37,9 +37,8 @@ public:
 
     void post(const Item& item) {
         contender.post(item);
-        if (--items == 0) {
+        if (--items == 0)
             atTheEnd = getHeapBytes();
-        }
     }
 
     void runAll() {
@@ -85,18 +84,16 @@ template<class Contender>
 void addWaiting(const char* contender) {
     const std::string name = std::string("growth, actions waiting/") + contender;
     auto* const benchmark = benchmark::RegisterBenchmark(name.c_str(), waitingActions<Contender>);
-    for (const int items : {1, 10, 1000, 100000, 1000000}) {
+    for (const int items : {1, 10, 1000, 100000, 1000000})
         benchmark->Arg(items);
-    }
 }
 
 template<class Contender>
 void addChain(const char* contender) {
     const std::string name = std::string("growth, chain of actions/") + contender;
     auto* const benchmark = benchmark::RegisterBenchmark(name.c_str(), chain<Contender>);
-    for (const int items : {10, 1000, 100000}) {
+    for (const int items : {10, 1000, 100000})
         benchmark->Arg(items);
-    }
 }
 
 } // namespace

@@ -42,11 +42,9 @@ void waitingEvents(benchmark::State& state) {
     for (auto _ : state) {
         postMany(contender, posted, events);
         posted += events;
-        while (order.getNext() != posted) {
-            if (fails(state, contender.take(order))) {
+        while (order.getNext() != posted)
+            if (fails(state, contender.take(order)))
                 return;
-            }
-        }
     }
     order.report(state);
     state.SetItemsProcessed(state.iterations() * state.range(0));
@@ -62,9 +60,8 @@ template<class Contender, class Place = Here>
 void add(const char* contender, Place place = Place()) {
     const std::string name = std::string("growth, events waiting/") + contender;
     auto* const benchmark = benchmark::RegisterBenchmark(name.c_str(), place(waitingEventsAndMemory<Contender>));
-    for (const int events : {1, 10, 1000, 100000, 1000000}) {
+    for (const int events : {1, 10, 1000, 100000, 1000000})
         benchmark->Arg(events);
-    }
 }
 
 /// A pipe's memory is the kernel's, and it has room for some 7,000 records.
@@ -72,9 +69,8 @@ template<class Contender>
 void addPipe(const char* contender) {
     const std::string name = std::string("growth, events waiting in a pipe/") + contender;
     auto* const benchmark = benchmark::RegisterBenchmark(name.c_str(), waitingEvents<Contender>);
-    for (const int events : {1, 10, 100, 1000, 7000}) {
+    for (const int events : {1, 10, 100, 1000, 7000})
         benchmark->Arg(events);
-    }
 }
 
 } // namespace

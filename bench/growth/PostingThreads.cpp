@@ -35,11 +35,9 @@ public:
 
     /// Ends the benchmark with an error unless each of the threads has posted its share, in order.
     void report(benchmark::State& state, std::size_t threads, std::uint32_t share) const {
-        for (std::size_t thread = 0; thread < threads; ++thread) {
-            if (orders[thread].getWrongNumbers() != 0 || orders[thread].getNext() != share) {
+        for (std::size_t thread = 0; thread < threads; ++thread)
+            if (orders[thread].getWrongNumbers() != 0 || orders[thread].getNext() != share)
                 state.SkipWithError("something came twice, out of order or not at all");
-            }
-        }
     }
 
 private:
@@ -61,9 +59,8 @@ public:
         }
     }
     ~Threads() {
-        for (std::thread& thread : threads) {
+        for (std::thread& thread : threads)
             thread.join();
-        }
     }
     Threads(const Threads&) = delete;
     Threads& operator=(const Threads&) = delete;
@@ -122,9 +119,8 @@ void postingThreads(benchmark::State& state, std::uint32_t events, bool isInHeap
         orders.report(state, threads, share);
     }
     state.SetItemsProcessed(state.iterations() * share * state.range(0));
-    if (isInHeap) {
+    if (isInHeap)
         state.counters["bytes_per_item"] = measureBytesPerItem<Contender>(threads, share, post);
-    }
 }
 
 template<class Contender>
@@ -133,9 +129,8 @@ void actionsOfThreads(benchmark::State& state) {
     const std::size_t share = 24000 / threads;
     Contender contender(false);
     std::deque<Waiting> work;
-    for (std::size_t i = 0; i < threads; ++i) {
+    for (std::size_t i = 0; i < threads; ++i)
         work.emplace_back(share);
-    }
     const auto post = [&work](Contender& to, std::size_t thread) { work[thread].postTo(to); };
     for (auto _ : state) {
         {
@@ -146,11 +141,9 @@ void actionsOfThreads(benchmark::State& state) {
             }
         }
         contender.runAll();
-        for (const Waiting& part : work) {
-            if (!part.isRightAndComplete()) {
+        for (const Waiting& part : work)
+            if (!part.isRightAndComplete())
                 state.SkipWithError("an action ran out of order, twice or not at all");
-            }
-        }
     }
     state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(share * threads));
     state.counters["bytes_per_item"] = measureBytesPerItem<Contender>(threads, share, post, false);
@@ -163,7 +156,8 @@ void add(const std::string& name, Run run) {
 
 template<class Contender>
 void addEvents(const std::string& name, std::uint32_t events, bool isInHeap = true) {
-    add(name, [=](benchmark::State& state) { postingThreads<Contender>(state, events, isInHeap); });
+    add(
+        name, [=](benchmark::State& state) { postingThreads<Contender>(state, events, isInHeap); });
 }
 
 } // namespace

@@ -8,9 +8,8 @@
 
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
+    if (benchmark::ReportUnrecognizedArguments(argc, argv))
         return 2;
-    }
     const QCoreApplication application(argc, argv);
     const Bench::OtherThread otherThread;
     Bench::addWaitingEvents();

@@ -90,9 +90,8 @@ int main(int argc, char** argv) {
     benchmark::RegisterBenchmark("key press/KXAPI", keyPress);
     benchmark::RegisterBenchmark("key press/write, poll, read", barePipe);
     benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
+    if (benchmark::ReportUnrecognizedArguments(argc, argv))
         return 1;
-    }
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
     return 0;

@@ -22,9 +22,8 @@ const std::pair<int, const char*> namedTypes[] = {
 std::vector<int> randomNamedTypes() {
     std::mt19937 random(1);
     std::vector<int> types(1U << 16);
-    for (int& type : types) {
+    for (int& type : types)
         type = namedTypes[random() % std::size(namedTypes)].first;
-    }
     return types;
 }
 
@@ -36,18 +35,16 @@ std::string nameFromHashTable(int type) {
 template<class Translate>
 bool translatesAll(Translate translate) {
     bool isRight = true;
-    for (const auto& [type, name] : namedTypes) {
+    for (const auto& [type, name] : namedTypes)
         isRight = isRight && translate(type) == name;
-    }
     return isRight;
 }
 
 template<class Translate>
 void measure(benchmark::State& state, Translate translate) {
     const std::vector<int> types = randomNamedTypes();
-    if (!translatesAll(translate)) {
+    if (!translatesAll(translate))
         state.SkipWithError("a name is wrong");
-    }
     for (auto _ : state) {
         for (const int type : types) {
             std::string name = translate(type);
@@ -72,8 +69,7 @@ int main(int argc, char** argv) {
     Bench::addContender("hash table", Bench::nameFromHashTable);
     Bench::addContender("Qt valueToKey", Bench::nameFromMetaEnum);
     benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
+    if (benchmark::ReportUnrecognizedArguments(argc, argv))
         return 2;
-    }
     benchmark::RunSpecifiedBenchmarks();
 }

@@ -36,9 +36,8 @@ public:
     bool take(OrderCheck& order) {
         pollfd query{ends[0], POLLIN, 0};
         Item oldest;
-        if (poll(&query, 1, 0) != 1 || read(ends[0], &oldest, sizeof(oldest)) != sizeof(oldest)) {
+        if (poll(&query, 1, 0) != 1 || read(ends[0], &oldest, sizeof(oldest)) != sizeof(oldest))
             return false;
-        }
         order.take(getNumber(oldest));
         return true;
     }

@@ -23,9 +23,8 @@ public:
 
     template<class Order>
     bool take(Order& order) {
-        if (begin == end) {
+        if (begin == end)
             return false;
-        }
         const KX::KXSomeEvent oldest(slots[begin++ % capacity]);
         order.take(getNumber(oldest));
         return true;
@@ -50,9 +49,8 @@ public:
     template<class Order>
     bool take(Order& order) {
         boost::unique_lock<boost::mutex> lock(mutex);
-        if (waiting.empty()) {
+        if (waiting.empty())
             return false;
-        }
         const KX::KXSomeEvent oldest(waiting.front());
         waiting.pop_front();
         lock.unlock();

@@ -32,9 +32,8 @@ public:
 
     bool take(OrderCheck& order) {
         const std::unique_ptr<KX::KXSomeEvent> oldest(static_cast<KX::KXSomeEvent*>(g_async_queue_try_pop(queue)));
-        if (oldest) {
+        if (oldest)
             order.take(getNumber(*oldest));
-        }
         return oldest != nullptr;
     }
 
@@ -55,9 +54,8 @@ public:
     bool take(OrderCheck& order) {
         Item oldest;
         const bool taken = queue.pop(oldest);
-        if (taken) {
+        if (taken)
             order.take(getNumber(oldest));
-        }
         return taken;
     }
 
@@ -72,9 +70,8 @@ public:
 
     void post(Item& event) {
         const KX::KXSomeEvent holder(event);
-        while (!queue.push(holder)) {
+        while (!queue.push(holder))
             std::this_thread::yield();
-        }
     }
 
     bool take(OrderCheck& order) {
@@ -99,9 +96,8 @@ public:
 
     bool take(OrderCheck& order) {
         const bool taken = queue.try_dequeue(oldest);
-        if (taken) {
+        if (taken)
             order.take(getNumber(oldest));
-        }
         return taken;
     }
 
@@ -120,7 +116,8 @@ public:
     using Item = KX::KXInputEvent;
 
     void post(Item& event) {
-        boost::asio::post(context, [this, holder = KX::KXSomeEvent(event)] { order->take(getNumber(holder)); });
+        boost::asio::post(
+            context, [this, holder = KX::KXSomeEvent(event)] { order->take(getNumber(holder)); });
     }
 
     bool take(OrderCheck& taken) {

@@ -22,9 +22,8 @@ public:
         const KX::KXSomeEvent holder = queue->getNextEvent();
         // An empty queue gives a holder without a type, as others give a null pointer.
         const bool taken = holder.eventType != 0;
-        if (taken) {
+        if (taken)
             order.take(getNumber(holder));
-        }
         return taken;
     }
 

@@ -38,9 +38,8 @@ Item makeItem() {
 
 /// Ends a benchmark whose contender gave nothing although something waited.
 inline bool fails(benchmark::State& state, bool taken) {
-    if (!taken) {
+    if (!taken)
         state.SkipWithError("something posted is not there");
-    }
     return !taken;
 }
 
@@ -53,9 +52,8 @@ void oneEvent(benchmark::State& state) {
     for (auto _ : state) {
         setNumber(item, number++);
         contender.post(item);
-        if (fails(state, contender.take(order))) {
+        if (fails(state, contender.take(order)))
             return;
-        }
     }
     state.SetItemsProcessed(state.iterations());
     order.report(state);
@@ -73,11 +71,9 @@ void burst(benchmark::State& state) {
             setNumber(item, number++);
             contender.post(item);
         }
-        while (order.getNext() != number) {
-            if (fails(state, contender.take(order))) {
+        while (order.getNext() != number)
+            if (fails(state, contender.take(order)))
                 return;
-            }
-        }
     }
     state.SetItemsProcessed(state.iterations() * size);
     order.report(state);

@@ -39,9 +39,8 @@ void addAll() {
 
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
+    if (benchmark::ReportUnrecognizedArguments(argc, argv))
         return 1;
-    }
     // The C library spares the atomic operations of a mutex until a process starts its first thread. Nobody needs these
     // queues in a process that never does.
     std::thread([] {}).join();

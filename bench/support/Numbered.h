@@ -58,9 +58,8 @@ public:
     /// Ends the benchmark with an error when a number came out of order, twice or not at all between others. To be
     /// called once, after a loop that has waited for the last one.
     void report(benchmark::State& state) const {
-        if (wrongNumbers != 0) {
+        if (wrongNumbers != 0)
             state.SkipWithError("something came twice, out of order or not at all");
-        }
     }
 
 private:

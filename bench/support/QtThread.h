@@ -45,11 +45,10 @@ public:
         return [itsLoop = loop, measure](benchmark::State& state) {
             chooseLoop(itsLoop);
             const std::unique_ptr<QThread> thread(QThread::create([&state, measure, itsLoop] {
-                if (hasLoop(*QThread::currentThread(), itsLoop)) {
+                if (hasLoop(*QThread::currentThread(), itsLoop))
                     measure(state);
-                } else {
+                else
                     state.SkipWithError("Qt runs another loop than it was told to");
-                }
             }));
             thread->start();
             thread->wait();

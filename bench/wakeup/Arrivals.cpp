@@ -14,9 +14,8 @@ void Arrivals::getReady() {
 
 bool Arrivals::take(std::uint32_t number) {
     takenAt = Clock::now();
-    if (number == lastNumber) {
+    if (number == lastNumber)
         return false;
-    }
     order.take(number);
     sem_post(&taken);
     return true;

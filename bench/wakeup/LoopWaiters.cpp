@@ -31,9 +31,8 @@ public:
 
 private:
     void take(const KX::KXSomeEvent& event) {
-        if (!arrivals->take(Bench::getNumber(event))) {
+        if (!arrivals->take(Bench::getNumber(event)))
             context.stop();
-        }
     }
 
     boost::asio::io_context context{1};
@@ -76,11 +75,9 @@ private:
             const std::lock_guard<std::mutex> lock(mutex);
             taken.swap(events);
         }
-        for (const KX::KXSomeEvent& event : taken) {
-            if (!arrivals->take(Bench::getNumber(event))) {
+        for (const KX::KXSomeEvent& event : taken)
+            if (!arrivals->take(Bench::getNumber(event)))
                 uv_close(reinterpret_cast<uv_handle_t*>(&wakeUp), nullptr);
-            }
-        }
     }
 
     uv_loop_t loop{};

@@ -21,9 +21,8 @@ public:
     explicit Epoll(int fileDescriptor) {
         epoll_event readable{};
         readable.events = EPOLLIN;
-        if (epoll_ctl(set, EPOLL_CTL_ADD, fileDescriptor, &readable) != 0) {
+        if (epoll_ctl(set, EPOLL_CTL_ADD, fileDescriptor, &readable) != 0)
             std::abort();
-        }
     }
     ~Epoll() {
         close(set);
@@ -82,9 +81,8 @@ template<class Wait, bool isAskedFirst = false>
 class BarePipeWaiter : public Waiter {
 public:
     BarePipeWaiter() {
-        if (pipe2(ends, O_NONBLOCK | O_CLOEXEC) != 0) {
+        if (pipe2(ends, O_NONBLOCK | O_CLOEXEC) != 0)
             std::abort();
-        }
     }
     ~BarePipeWaiter() override {
         close(ends[0]);
@@ -96,9 +94,8 @@ public:
     void post(std::uint32_t number) override {
         Bench::Record record;
         record.number = number;
-        if (write(ends[1], &record, sizeof record) != sizeof record) {
+        if (write(ends[1], &record, sizeof record) != sizeof record)
             std::abort();
-        }
     }
 
     void run(Arrivals& arrivals) override {
@@ -113,14 +110,12 @@ private:
     std::uint32_t readNumber() const {
         if (isAskedFirst) {
             pollfd query{ends[0], POLLIN, 0};
-            if (poll(&query, 1, 0) != 1) {
+            if (poll(&query, 1, 0) != 1)
                 std::abort();
-            }
         }
         Bench::Record record;
-        if (read(ends[0], &record, sizeof record) != sizeof record) {
+        if (read(ends[0], &record, sizeof record) != sizeof record)
             std::abort();
-        }
         return Bench::getNumber(record);
     }
 

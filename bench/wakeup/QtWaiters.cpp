@@ -23,16 +23,14 @@ public:
     Receiver(Arrivals& newArrivals, QEventLoop& newLoop) : arrivals(newArrivals), loop(newLoop) {}
 
     void take(const KX::KXSomeEvent& event) {
-        if (!arrivals.take(Bench::getNumber(event))) {
+        if (!arrivals.take(Bench::getNumber(event)))
             loop.quit();
-        }
     }
 
 protected:
     bool event(QEvent* event) override {
-        if (event->type() != QEvent::User) {
+        if (event->type() != QEvent::User)
             return QObject::event(event);
-        }
         take(static_cast<QtEvent*>(event)->holder);
         return true;
     }

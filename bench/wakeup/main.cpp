@@ -25,11 +25,9 @@ std::vector<int> getCores() {
     cpu_set_t allowed;
     sched_getaffinity(0, sizeof allowed, &allowed);
     std::vector<int> cores;
-    for (int core = 0; core < CPU_SETSIZE; ++core) {
-        if (CPU_ISSET(core, &allowed)) {
+    for (int core = 0; core < CPU_SETSIZE; ++core)
+        if (CPU_ISSET(core, &allowed))
             cores.push_back(core);
-        }
-    }
     return cores;
 }
 
@@ -118,9 +116,8 @@ double getPercentile(const std::vector<double>& sorted, double share) {
 }
 
 void report(benchmark::State& state, std::vector<double>& seconds) {
-    if (seconds.empty()) {
+    if (seconds.empty())
         return;
-    }
     std::sort(seconds.begin(), seconds.end());
     state.SetItemsProcessed(state.iterations());
     state.counters["p50_ns"] = 1e9 * getPercentile(seconds, 0.50);
@@ -135,13 +132,11 @@ void measure(benchmark::State& state, const Contender& contender, int postingCor
     std::vector<double> seconds;
     {
         const WaitingThread thread(contender, *waiter, arrivals, waitingCore);
-        if (!thread.hasLoop(contender.loop)) {
+        if (!thread.hasLoop(contender.loop))
             state.SkipWithError("Qt runs another loop than it was told to");
-        }
         std::uint32_t number = 0;
-        while (number < warmUpPosts) {
+        while (number < warmUpPosts)
             postOne(*waiter, arrivals, number++);
-        }
         for (auto _ : state) {
             seconds.push_back(postOne(*waiter, arrivals, number++));
             state.SetIterationTime(seconds.back());
@@ -168,15 +163,13 @@ void add(const std::string& scenario, int postingCore, int waitingCore) {
 
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
+    if (benchmark::ReportUnrecognizedArguments(argc, argv))
         return 2;
-    }
     const QCoreApplication application(argc, argv);
     const std::vector<int> cores = getCores();
     add("wake-up, one core", cores.front(), cores.front());
-    if (cores.size() > 1) {
+    if (cores.size() > 1)
         add("wake-up, two cores", cores[0], cores[1]);
-    }
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
     return 0;

@@ -19,9 +19,8 @@ public:
     }
 
     void take() {
-        if (takeSpinning()) {
+        if (takeSpinning())
             return;
-        }
         std::unique_lock<std::mutex> lock(mutex);
         changed.wait(lock, [this] { return given.load(std::memory_order_acquire); });
         given.store(false, std::memory_order_relaxed);

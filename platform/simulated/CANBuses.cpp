@@ -22,9 +22,8 @@ SimulatedCAN::~SimulatedCAN() {
     const Lock lock(buses.mutex);
     auto& endPoints = buses.buses[busNumber].endPoints;
     endPoints.erase(std::remove(endPoints.begin(), endPoints.end(), this), endPoints.end());
-    if (!forgotten) {
+    if (!forgotten)
         --living.canEndPoints;
-    }
 }
 
 int SimulatedCAN::configure(unsigned char setting) {
@@ -36,9 +35,8 @@ int SimulatedCAN::configure(unsigned char setting) {
 
 int SimulatedCAN::readFrame(KXCANMessage& message) {
     const Lock lock(CANBuses::instance().mutex);
-    if (received.empty()) {
+    if (received.empty())
         return 20;
-    }
     message = received.front();
     received.pop_front();
     return 0;
@@ -85,11 +83,9 @@ void CANBuses::deliverUntil(Time time) {
         const Scheduled& due = script.begin()->second;
         const auto bus = buses.find(due.bus);
         if (bus != buses.end()) {
-            for (SimulatedCAN* endPoint : bus->second.endPoints) {
-                if (endPoint->readId != -1) {
+            for (SimulatedCAN* endPoint : bus->second.endPoints)
+                if (endPoint->readId != -1)
                     endPoint->received.push_back(due.frame);
-                }
-            }
         }
         script.erase(script.begin());
     }
@@ -103,21 +99,17 @@ Time CANBuses::getNextFrameTime() const {
 void CANBuses::setDown(int bus, bool down) {
     const Lock lock(mutex);
     buses[bus].isDown = down;
-    if (down) {
-        for (SimulatedCAN* endPoint : buses[bus].endPoints) {
+    if (down)
+        for (SimulatedCAN* endPoint : buses[bus].endPoints)
             disconnect(*endPoint);
-        }
-    }
 }
 
 unsigned int CANBuses::countPending() const {
     const Lock lock(mutex);
     std::size_t pending = script.size();
-    for (const auto& [number, bus] : buses) {
-        for (const SimulatedCAN* endPoint : bus.endPoints) {
+    for (const auto& [number, bus] : buses)
+        for (const SimulatedCAN* endPoint : bus.endPoints)
             pending += endPoint->received.size();
-        }
-    }
     return static_cast<unsigned int>(pending);
 }
 
@@ -153,9 +145,8 @@ void CANBuses::disconnect(SimulatedCAN& endPoint) {
 }
 
 int CANBuses::connect(SimulatedCAN& endPoint) {
-    if (endPoint.forgotten || buses[endPoint.busNumber].isDown) {
+    if (endPoint.forgotten || buses[endPoint.busNumber].isDown)
         return 20;
-    }
     endPoint.readId = newEndPointId();
     return 0;
 }
@@ -169,9 +160,8 @@ KXCANRaw::~KXCANRaw() = default;
 
 KXCANRaw* KXCANRaw::create(int bus, int /*bitRate*/, int /*receiveBuffer*/) {
     using namespace simulated;
-    if (bus < 0 || faults.canBuses.take() || CANBuses::instance().isDown(bus)) {
+    if (bus < 0 || faults.canBuses.take() || CANBuses::instance().isDown(bus))
         return nullptr;
-    }
     return new SimulatedCAN(bus);
 }
 

@@ -26,9 +26,8 @@ std::string formatMessage(const char* format, va_list arguments) {
     va_copy(measured, arguments);
     const int length = std::vsnprintf(nullptr, 0, format, measured);
     va_end(measured);
-    if (length < 0) {
+    if (length < 0)
         return format; // a conversion failed; the bare format says more than nothing
-    }
     std::string text(static_cast<std::size_t>(length) + 1, '\0');
     std::vsnprintf(text.data(), text.size(), format, arguments);
     text.pop_back(); // the terminating zero
@@ -42,16 +41,14 @@ unsigned int KXDebug::insertNewDebugSection(const std::string& name) {
     const std::lock_guard<std::mutex> lock(record.mutex);
     const auto found = std::find(record.sections.begin(), record.sections.end(), name);
     const auto index = found - record.sections.begin();
-    if (found == record.sections.end()) {
+    if (found == record.sections.end())
         record.sections.push_back(name);
-    }
     return static_cast<unsigned int>(index) + 1;
 }
 
 void KXDebug::debugPrintError(int level, unsigned int key, const char* format, ...) {
-    if (level > simulated::debugLevel.load(std::memory_order_relaxed)) {
+    if (level > simulated::debugLevel.load(std::memory_order_relaxed))
         return;
-    }
     va_list arguments;
     va_start(arguments, format);
     std::string text = formatMessage(format, arguments);

@@ -27,11 +27,10 @@ Marks& marks() {
 
 void markReadable(const KXEndPoint* endPoint, bool readable) {
     const std::lock_guard<std::mutex> lock(marks().mutex);
-    if (readable) {
+    if (readable)
         marks().readable.insert(endPoint);
-    } else {
+    else
         marks().readable.erase(endPoint);
-    }
 }
 
 bool isMarkedReadable(const KXEndPoint* endPoint) {

@@ -31,12 +31,10 @@ struct Registration {
 };
 
 bool isReadable(const KXEndPoint* endPoint) {
-    if (const auto* pipe = dynamic_cast<const KXPipe*>(endPoint)) {
+    if (const auto* pipe = dynamic_cast<const KXPipe*>(endPoint))
         return pipe->isReadable();
-    }
-    if (const auto* can = dynamic_cast<const simulated::SimulatedCAN*>(endPoint)) {
+    if (const auto* can = dynamic_cast<const simulated::SimulatedCAN*>(endPoint))
         return can->hasFrames();
-    }
     return simulated::isMarkedReadable(endPoint);
 }
 
@@ -96,9 +94,8 @@ private:
 
 bool KXEndPointManager::Implementation::add(KXEndPoint* endPoint, KXEndPointHandler* handler) {
     const std::lock_guard<std::mutex> lock(mutex);
-    if (find(endPoint) != registrations.end()) {
+    if (find(endPoint) != registrations.end())
         return false;
-    }
     registrations.push_back({nextNumber++, endPoint, handler, false, 0});
     return true;
 }
@@ -106,15 +103,13 @@ bool KXEndPointManager::Implementation::add(KXEndPoint* endPoint, KXEndPointHand
 bool KXEndPointManager::Implementation::remove(KXEndPoint* endPoint) {
     std::unique_lock<std::mutex> lock(mutex);
     const auto registration = find(endPoint);
-    if (registration == registrations.end()) {
+    if (registration == registrations.end())
         return false;
-    }
     registrations.erase(registration);
     // While a simulated thread runs, the thread that serves the end point cannot go on: waiting for it would be
     // waiting for ever.
-    if (Scheduler::current() == nullptr) {
+    if (Scheduler::current() == nullptr)
         useEnded.wait(lock, [this, endPoint] { return !isUsedElsewhere(endPoint); });
-    }
     return true;
 }
 
@@ -123,9 +118,8 @@ int KXEndPointManager::Implementation::wait(Time until) {
     bool isOver = until <= scheduler.now() || scheduler.isStopping();
     for (;;) {
         const int called = dispatch();
-        if (called > 0 || isOver) {
+        if (called > 0 || isOver)
             return called;
-        }
         const bool isEnded = scheduler.wait(nextWake(until), *this);
         isOver = isEnded || until <= scheduler.now();
     }
@@ -152,9 +146,8 @@ int KXEndPointManager::Implementation::dispatch() {
 
 bool KXEndPointManager::Implementation::serve(const Registration& registration) {
     // Taken out meanwhile by a handler of this round or by another thread: it may be destroyed already.
-    if (!beginUse(registration)) {
+    if (!beginUse(registration))
         return false;
-    }
     const bool isCalled = serveInUse(registration);
     endUse();
     return isCalled;
@@ -162,42 +155,35 @@ bool KXEndPointManager::Implementation::serve(const Registration& registration) 
 
 bool KXEndPointManager::Implementation::serveInUse(const Registration& registration) {
     const bool isConnected = registration.endPoint->isConnected();
-    if (registration.isLost) {
+    if (registration.isLost)
         return isConnected ? reportBack(registration) : retry(registration);
-    }
-    if (!isConnected) {
+    if (!isConnected)
         return reportLost(registration);
-    }
-    if (!isReadable(registration.endPoint)) {
+    if (!isReadable(registration.endPoint))
         return false;
-    }
     registration.handler->onEndPointReadable(registration.endPoint, &owner);
     return true;
 }
 
 bool KXEndPointManager::Implementation::reportLost(const Registration& registration) {
-    if (!setLost(registration, true)) {
+    if (!setLost(registration, true))
         return false;
-    }
     registration.handler->onEndPointDisconnected(registration.endPoint);
     return true;
 }
 
 bool KXEndPointManager::Implementation::reportBack(const Registration& registration) {
-    if (!setLost(registration, false)) {
+    if (!setLost(registration, false))
         return false;
-    }
     registration.handler->onEndPointReconnected(registration.endPoint);
     return true;
 }
 
 bool KXEndPointManager::Implementation::retry(const Registration& registration) {
-    if (scheduler.now() < registration.retryTime) {
+    if (scheduler.now() < registration.retryTime)
         return false;
-    }
-    if (registration.endPoint->reconnect() == 0) {
+    if (registration.endPoint->reconnect() == 0)
         return reportBack(registration);
-    }
     setLost(registration, true);
     return false;
 }
@@ -206,9 +192,8 @@ bool KXEndPointManager::Implementation::setLost(const Registration& registration
     const Time retryTime = scheduler.now() + retryIntervalMs;
     const std::lock_guard<std::mutex> lock(mutex);
     const auto present = find(registration);
-    if (present == registrations.end()) {
+    if (present == registrations.end())
         return false;
-    }
     present->isLost = isLost;
     present->retryTime = retryTime;
     return true;
@@ -216,19 +201,16 @@ bool KXEndPointManager::Implementation::setLost(const Registration& registration
 
 Time KXEndPointManager::Implementation::nextWake(Time until) {
     const std::lock_guard<std::mutex> lock(mutex);
-    for (const Registration& registration : registrations) {
-        if (registration.isLost) {
+    for (const Registration& registration : registrations)
+        if (registration.isLost)
             until = std::min(until, registration.retryTime);
-        }
-    }
     return until;
 }
 
 bool KXEndPointManager::Implementation::beginUse(const Registration& registration) {
     const std::lock_guard<std::mutex> lock(mutex);
-    if (find(registration) == registrations.end()) {
+    if (find(registration) == registrations.end())
         return false;
-    }
     uses.push_back({registration.endPoint, std::this_thread::get_id()});
     return true;
 }
@@ -240,20 +222,23 @@ void KXEndPointManager::Implementation::endUse() {
 }
 
 bool KXEndPointManager::Implementation::isUsedElsewhere(const KXEndPoint* endPoint) const {
-    return std::any_of(uses.begin(), uses.end(), [endPoint](const Use& use) {
-        return use.endPoint == endPoint && use.thread != std::this_thread::get_id();
-    });
+    return std::any_of(
+        uses.begin(), uses.end(),
+        [endPoint](const Use& use) {
+            return use.endPoint == endPoint && use.thread != std::this_thread::get_id();
+        });
 }
 
 std::vector<Registration>::iterator KXEndPointManager::Implementation::find(const KXEndPoint* endPoint) {
-    return std::find_if(registrations.begin(), registrations.end(), [endPoint](const Registration& registration) {
-        return registration.endPoint == endPoint;
-    });
+    return std::find_if(
+        registrations.begin(), registrations.end(),
+        [endPoint](const Registration& registration) { return registration.endPoint == endPoint; });
 }
 
 std::vector<Registration>::iterator KXEndPointManager::Implementation::find(const Registration& copy) {
-    return std::find_if(registrations.begin(), registrations.end(),
-                        [&copy](const Registration& registration) { return registration.number == copy.number; });
+    return std::find_if(
+        registrations.begin(), registrations.end(),
+        [&copy](const Registration& registration) { return registration.number == copy.number; });
 }
 
 KXEndPointManager::KXEndPointManager() : implementation(new Implementation(*this)) {}
@@ -263,9 +248,8 @@ KXEndPointManager::~KXEndPointManager() {
 }
 
 int KXEndPointManager::addEndPoint(KXEndPoint* endPoint, KXEndPointHandler* handler) {
-    if (endPoint == nullptr || handler == nullptr) {
+    if (endPoint == nullptr || handler == nullptr)
         return 24;
-    }
     return implementation->add(endPoint, handler) ? 0 : 20;
 }
 

@@ -19,9 +19,8 @@ public:
     }
 
     bool lock() override {
-        if (simulated::faults.mutexLocks.take()) {
+        if (simulated::faults.mutexLocks.take())
             return false;
-        }
         mutex.lock();
         return true;
     }
@@ -46,9 +45,8 @@ KXMutex* KXMutex::create() {
 KXAutoLock::KXAutoLock(KXMutex* mutex) : heldMutex(mutex != nullptr && mutex->lock() ? mutex : nullptr) {}
 
 KXAutoLock::~KXAutoLock() {
-    if (heldMutex != nullptr) {
+    if (heldMutex != nullptr)
         heldMutex->unlock();
-    }
 }
 
 } // namespace KX

@@ -25,9 +25,8 @@ public:
     }
 
     void append(const char* data, std::size_t count) {
-        if (used + count > bytes.size()) {
+        if (used + count > bytes.size())
             grow(used + count);
-        }
         const std::size_t begin = (first + used) % bytes.size();
         const std::size_t upToEnd = std::min(count, bytes.size() - begin);
         std::memcpy(bytes.data() + begin, data, upToEnd);
@@ -81,9 +80,8 @@ public:
         const std::lock_guard<std::mutex> lock(mutex);
         const auto count = static_cast<std::size_t>(size);
         if (!isOpen() || simulated::faults.pipeWrites.take() ||
-            ring.size() + count > static_cast<std::size_t>(simulated::pipeCapacity.load())) {
+            ring.size() + count > static_cast<std::size_t>(simulated::pipeCapacity.load()))
             return 20;
-        }
         ring.append(static_cast<const char*>(data), count);
         return 0;
     }
@@ -91,9 +89,8 @@ public:
     int read(void* data, int size) {
         const std::lock_guard<std::mutex> lock(mutex);
         const auto count = static_cast<std::size_t>(size);
-        if (!isOpen() || simulated::faults.pipeReads.take()) {
+        if (!isOpen() || simulated::faults.pipeReads.take())
             return 20;
-        }
         if (ring.size() < count) {
             ring.clear();
             return 20;
@@ -123,9 +120,8 @@ private:
     }
 
     int openLocked() {
-        if (simulated::faults.pipeInits.take()) {
+        if (simulated::faults.pipeInits.take())
             return 20;
-        }
         readId = simulated::newEndPointId();
         writeId = simulated::newEndPointId();
         ++simulated::living.openPipes;
@@ -134,9 +130,8 @@ private:
 
     void close() {
         const std::lock_guard<std::mutex> lock(mutex);
-        if (isOpen()) {
+        if (isOpen())
             --simulated::living.openPipes;
-        }
         readId = -1;
         writeId = -1;
         ring.clear();

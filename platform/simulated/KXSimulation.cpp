@@ -21,9 +21,8 @@ using simulated::living;
 using simulated::Scheduler;
 
 void abortWhenSomethingLives() {
-    if (KXSimulation::getLivingObjects() == living.canEndPoints) {
+    if (KXSimulation::getLivingObjects() == living.canEndPoints)
         return;
-    }
     std::fprintf(
         stderr, "KXSimulation::reset: still there: %u threads, %u mutexes, %u open pipes, %u end-point managers\n",
         living.threads.load(), living.mutexes.load(), living.openPipes.load(), living.endPointManagers.load());
@@ -32,9 +31,8 @@ void abortWhenSomethingLives() {
 
 void clearFaults() {
     for (simulated::Fault* fault : {&faults.pipeInits, &faults.pipeWrites, &faults.pipeReads, &faults.mutexLocks,
-                                    &faults.mutexes, &faults.threads, &faults.canBuses}) {
+                                    &faults.mutexes, &faults.threads, &faults.canBuses})
         fault->set(0);
-    }
 }
 
 } // namespace

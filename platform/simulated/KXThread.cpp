@@ -33,31 +33,26 @@ public:
     }
 
     int start(int priority, unsigned int /*stackSize*/) override {
-        if (priority < 0 || priority > highestPriority) {
+        if (priority < 0 || priority > highestPriority)
             return 24;
-        }
-        if (entry == nullptr || scheduler.isRunningOrWaiting(participant)) {
+        if (entry == nullptr || scheduler.isRunningOrWaiting(participant))
             return 20;
-        }
         return launch();
     }
 
     int stopAndWait() override {
-        if (!thread.joinable()) {
+        if (!thread.joinable())
             return 0;
-        }
-        if (!scheduler.stop(participant)) {
+        if (!scheduler.stop(participant))
             return 20;
-        }
         thread.join();
         return 0;
     }
 
 private:
     int launch() {
-        if (thread.joinable()) {
+        if (thread.joinable())
             thread.join(); // of an earlier run that has ended
-        }
         participant.id = simulated::newThreadId();
         participant.stopping = false;
         scheduler.setState(participant, Participant::State::running);

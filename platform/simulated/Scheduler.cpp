@@ -57,9 +57,8 @@ void Scheduler::endWaits() {
         waitsSinceMove = 0;
     }
     // Only the waits that go on now: a thread that waits again has had its pass.
-    while (Participant* participant = takeFirstBefore(end)) {
+    while (Participant* participant = takeFirstBefore(end))
         release(*participant);
-    }
 }
 
 void Scheduler::reset() {
@@ -87,16 +86,14 @@ void Scheduler::end(Participant& self) {
 bool Scheduler::stop(Participant& self) {
     {
         const std::lock_guard<std::mutex> lock(mutex);
-        if (self.state == Participant::State::running && currentParticipant != nullptr) {
+        if (self.state == Participant::State::running && currentParticipant != nullptr)
             return false;
-        }
         self.stopping = true;
         waitsSinceMove = 0;
         const auto wait = std::find_if(waits.begin(), waits.end(),
                                        [&self](const Waits::value_type& entry) { return entry.second == &self; });
-        if (wait == waits.end()) {
+        if (wait == waits.end())
             return true;
-        }
         takeOut(wait);
     }
     release(self);
@@ -114,9 +111,8 @@ void Scheduler::setState(Participant& self, Participant::State state) {
 }
 
 bool Scheduler::wait(Time wakeTime, Watched& watched) {
-    if (currentParticipant != nullptr) {
+    if (currentParticipant != nullptr)
         return handOver(*currentParticipant, wakeTime, watched);
-    }
     stepThrough(wakeTime, &watched);
     return false;
 }
@@ -127,13 +123,11 @@ bool Scheduler::isStopping() const {
 }
 
 void Scheduler::countWait() {
-    if (currentParticipant == nullptr) {
+    if (currentParticipant == nullptr)
         return;
-    }
     const std::lock_guard<std::mutex> lock(mutex);
-    if (++waitsSinceMove <= mostWaitsAtOneTick) {
+    if (++waitsSinceMove <= mostWaitsAtOneTick)
         return;
-    }
     std::fprintf(stderr,
                  "KXSimulation: thread \"%s\" waits again and again at tick %u and time cannot go on: a handler "
                  "does not read, or a loop does not see that it is to stop\n",
@@ -144,9 +138,8 @@ void Scheduler::countWait() {
 bool Scheduler::handOver(Participant& self, Time wakeTime, Watched& watched) {
     {
         const std::lock_guard<std::mutex> lock(mutex);
-        if (self.stopping) {
+        if (self.stopping)
             return true;
-        }
         self.state = Participant::State::waiting;
         self.waitEnded = false;
         self.wakeTime = wakeTime;
@@ -162,13 +155,11 @@ bool Scheduler::handOver(Participant& self, Time wakeTime, Watched& watched) {
 void Scheduler::stepThrough(Time target, Watched* until) {
     for (;;) {
         runWhatIsDue();
-        if (until != nullptr && until->isReady()) {
+        if (until != nullptr && until->isReady())
             return;
-        }
         const Time next = nextEvent();
-        if (next > target) {
+        if (next > target)
             break;
-        }
         moveTo(next);
     }
     moveTo(target);
@@ -180,9 +171,8 @@ void Scheduler::runWhatIsDue() {
         waitsSinceMove = 0;
     }
     CANBuses::instance().deliverUntil(now());
-    while (Participant* participant = takeFirstDue()) {
+    while (Participant* participant = takeFirstDue())
         release(*participant);
-    }
 }
 
 Participant* Scheduler::takeFirstDue() {
@@ -210,9 +200,8 @@ Participant* Scheduler::takeFirstDue() {
 Participant* Scheduler::takeFirstBefore(std::uint64_t waitNumber) {
     const std::lock_guard<std::mutex> lock(mutex);
     const auto wait = waits.begin();
-    if (wait == waits.end() || wait->first >= waitNumber) {
+    if (wait == waits.end() || wait->first >= waitNumber)
         return nullptr;
-    }
     Participant* participant = wait->second;
     participant->waitEnded = true;
     takeOut(wait);
@@ -227,9 +216,8 @@ void Scheduler::takeOut(Waits::iterator wait) {
 Time Scheduler::nextEvent() const {
     Time next = CANBuses::instance().getNextFrameTime();
     const std::lock_guard<std::mutex> lock(mutex);
-    for (const auto& [number, participant] : waits) {
+    for (const auto& [number, participant] : waits)
         next = std::min(next, participant->wakeTime);
-    }
     return next;
 }
 
@@ -246,9 +234,8 @@ void Scheduler::release(Participant& participant) {
 }
 
 void requireDriver(const char* function) {
-    if (currentParticipant == nullptr) {
+    if (currentParticipant == nullptr)
         return;
-    }
     std::fprintf(stderr, "%s: called on the simulated thread \"%s\"; only the driver may\n", function,
                  currentParticipant->name.c_str());
     std::abort();

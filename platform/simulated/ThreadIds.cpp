@@ -13,9 +13,8 @@ thread_local unsigned int ownGeneration = 0;
 } // namespace
 
 unsigned int currentThreadId() {
-    if (const Participant* participant = Scheduler::current()) {
+    if (const Participant* participant = Scheduler::current())
         return participant->id;
-    }
     const unsigned int presentGeneration = generation.load();
     if (ownId == 0 || ownGeneration != presentGeneration) {
         ownId = ++lastId;

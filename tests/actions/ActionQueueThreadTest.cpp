@@ -154,21 +154,25 @@ TEST_F(WaitForItem, ends_with_a_post) {
 }
 
 TEST_F(WaitForItem, ends_with_a_post_when_it_tells_what_it_waits_for) {
-    expectAPostToEnd(
-        [&](Lock& lock) { queue.itemPosted.wait(lock, [&] { return !queue.pendingItems.empty(); }); });
+    expectAPostToEnd([&](Lock& lock) {
+        queue.itemPosted.wait(
+            lock, [&] { return !queue.pendingItems.empty(); });
+    });
 }
 
 TEST_F(WaitForItem, ends_with_a_post_before_its_end_is_reached) {
     expectAPostToEnd([&](Lock& lock) {
         const boost::chrono::steady_clock::time_point end{boost::chrono::hours(100000)}; // since the start
-        EXPECT_TRUE(queue.itemPosted.wait_until(lock, end, [&] { return !queue.pendingItems.empty(); }));
+        EXPECT_TRUE(queue.itemPosted.wait_until(
+            lock, end, [&] { return !queue.pendingItems.empty(); }));
     });
 }
 
 TEST_F(WaitForItem, ends_with_a_post_by_the_wall_clock_too) {
     expectAPostToEnd([&](Lock& lock) {
         const boost::posix_time::seconds longEnough(60);
-        EXPECT_TRUE(queue.itemPosted.timed_wait(lock, longEnough, [&] { return !queue.pendingItems.empty(); }));
+        EXPECT_TRUE(queue.itemPosted.timed_wait(
+            lock, longEnough, [&] { return !queue.pendingItems.empty(); }));
     });
 }
 

@@ -109,9 +109,8 @@ TEST(ItemSet, holds_what_an_ordered_set_holds_after_random_calls) {
                 makeItem(random() % range, random() % range, static_cast<int>(random() % 3) - 1, random() % range);
             EXPECT_EQ(std::distance(items.begin(), items.lower_bound(other)),
                       std::distance(expected.begin(), expected.lower_bound(other)));
-            if (random() % 3 == 0) {
+            if (random() % 3 == 0)
                 EXPECT_EQ(items.erase(other), expected.erase(other));
-            }
             if (random() % 400 == 0) {
                 items.clear();
                 expected.clear();

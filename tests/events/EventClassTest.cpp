@@ -1,5 +1,5 @@
-#include "events/KXCANMessage.h"
 #include "events/KXSomeEvent.h"
+#include "platform/KXCANMessage.h"
 #include "tests/support/EventSamples.h"
 
 #include <gtest/gtest.h>

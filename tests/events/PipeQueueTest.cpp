@@ -92,9 +92,8 @@ TEST_F(PipeQueue, takes_as_many_events_as_fit_into_a_full_pipe_and_no_half_one) 
         EXPECT_EQ(queue.getNextEvent().eventType, 1);
         post(queue, 4);
         EXPECT_EQ(queue.getNextEvent().eventType, 2) << "what was in the pipe is whole";
-        if (thirdFits) {
+        if (thirdFits)
             EXPECT_EQ(queue.getNextEvent().eventType, 3);
-        }
         EXPECT_EQ(queue.getNextEvent().eventType, 4) << "and there is room again";
         EXPECT_TRUE(queue.isEmpty());
     }

@@ -23,8 +23,8 @@ Outcome readText(const std::string& text) {
     Outcome outcome;
     std::istringstream input(text);
     try {
-        outcome.session =
-            read(input, "file", [&outcome](const std::string& warning) { outcome.words += warning + "\n"; });
+        outcome.session = read(
+            input, "file", [&outcome](const std::string& warning) { outcome.words += warning + "\n"; });
     } catch (const BadFile& error) {
         outcome.words += std::string(error.what()) + "\n";
     }
@@ -41,15 +41,15 @@ std::string written(const Session& session) {
 }
 
 bool areInOrder(const std::vector<Entry>& entries) {
-    return std::is_sorted(entries.begin(), entries.end(), [](const Entry& one, const Entry& other) {
-        return one.timeMs < other.timeMs || one.line < other.line;
-    });
+    return std::is_sorted(
+        entries.begin(), entries.end(),
+        [](const Entry& one, const Entry& other) { return one.timeMs < other.timeMs || one.line < other.line; });
 }
 
 // A message is for a terminal, which the bytes of a stranger's file must not reach.
 bool isPrintable(const std::string& words) {
-    return std::all_of(words.begin(), words.end(),
-                       [](unsigned char c) { return c == '\n' || (c >= ' ' && c <= '~'); });
+    return std::all_of(
+        words.begin(), words.end(), [](unsigned char c) { return c == '\n' || (c >= ' ' && c <= '~'); });
 }
 
 std::string problemBetween(const Session& first, const Session& second) {

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "events/KXCANMessage.h"
 #include "input/CANRemoteHandler.h"
 #include "input/KXInputEventManager.h"
+#include "platform/KXCANMessage.h"
 #include "platform/simulated/KXSimulation.h"
 #include "tests/support/OffscreenKeys.h"
 #include "tests/support/OwnCANBus.h"

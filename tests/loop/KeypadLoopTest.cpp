@@ -1,5 +1,5 @@
 #include "actions/KXActionQueue.h"
-#include "events/KXCANMessage.h"
+#include "platform/KXCANMessage.h"
 #include "terminal/ToolkitLayer.h"
 #include "tests/support/OffscreenKeys.h"
 #include "tests/support/OperatorTest.h"

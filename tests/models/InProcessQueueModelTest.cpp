@@ -118,9 +118,8 @@ TEST(InProcessQueueModel, agreesWithARowOfHoldersAfterEachOfManyRandomSteps) {
         }
         longest = std::max(longest, run.longest);
     }
-    if (isFullRun()) {
+    if (isFullRun())
         EXPECT_GT(longest, 64U) << "the run never filled more than one block of the store";
-    }
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 #include "platform/KXCANRaw.h"
 
-#include "events/KXCANMessage.h"
+#include "platform/KXCANMessage.h"
 #include "platform/KXEndPointManager.h"
 #include "platform/KXTick.h"
 #include "platform/linux/hardware/KXFrameObserver.h"
@@ -63,9 +63,8 @@ public:
         can_frame frame{};
         frame.can_id = id;
         frame.can_dlc = length;
-        for (unsigned char i = 0; i < 8; ++i) {
+        for (unsigned char i = 0; i < 8; ++i)
             frame.data[i] = static_cast<unsigned char>(firstByte + i);
-        }
         return send(&frame, sizeof(frame));
     }
 
@@ -85,9 +84,8 @@ int bindSocket(const std::string& path, int type = SOCK_DGRAM) {
 /// Runs something in another process. \return what it returned
 int runInChild(const std::function<int()>& function) {
     const pid_t child = fork();
-    if (child == 0) {
+    if (child == 0)
         _exit(function());
-    }
     int status = 0;
     waitpid(child, &status, 0);
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
@@ -177,9 +175,8 @@ TEST_F(KXVirtualCANTest, framesComeInTheOrderOfTheBus) {
     const auto bus = create();
     ASSERT_NE(bus, nullptr);
     Sender sender(path);
-    for (unsigned char i = 0; i < 5; ++i) {
+    for (unsigned char i = 0; i < 5; ++i)
         ASSERT_TRUE(sender.sendFrame(i, 8, i));
-    }
     for (unsigned int i = 0; i < 5; ++i) {
         KXCANMessage message;
         ASSERT_EQ(bus->readFrame(message), 0);
@@ -273,9 +270,8 @@ std::string runTestWith(const std::string& environment, const std::string& test)
     const std::string command = environment + " '" KX_THIS_PROGRAM "' --gtest_filter='" + test + "' 2>&1";
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> pipe(popen(command.c_str(), "r"), pclose);
     std::string output;
-    for (int character = std::fgetc(pipe.get()); character != EOF; character = std::fgetc(pipe.get())) {
+    for (int character = std::fgetc(pipe.get()); character != EOF; character = std::fgetc(pipe.get()))
         output += static_cast<char>(character);
-    }
     return output;
 }
 

@@ -32,9 +32,8 @@ int getShownLevel(const char* setting, const std::string& section) {
     int shown = 0;
     for (int level = 1; level <= 4; ++level) {
         const bool isShown = !say(setting, section, level).empty();
-        if (isShown && shown != level - 1) {
+        if (isShown && shown != level - 1)
             return -1;
-        }
         shown += isShown;
     }
     return shown;
@@ -49,9 +48,8 @@ TEST(KXDebugSections, theSameNameHasTheSameKey) {
 
 TEST(KXDebugSections, manySectionsHaveKeysOfTheirOwn) {
     std::map<unsigned int, int> keys;
-    for (int i = 0; i < 1000; ++i) {
+    for (int i = 0; i < 1000; ++i)
         keys[KX::KXDebug::insertNewDebugSection("section " + std::to_string(i))] = i;
-    }
     EXPECT_EQ(keys.size(), 1000u);
 }
 
@@ -67,12 +65,10 @@ TEST(KXDebugSections, threadsMayRegisterAndPrintAtTheSameTime) {
             }
         });
     }
-    for (std::thread& thread : threads) {
+    for (std::thread& thread : threads)
         thread.join();
-    }
-    for (const auto& keysOfThread : keys) {
+    for (const auto& keysOfThread : keys)
         EXPECT_EQ(keysOfThread, keys[0]);
-    }
 }
 
 TEST(KXDebugLevels, onlyErrorsAreShownByDefault) {
@@ -81,9 +77,8 @@ TEST(KXDebugLevels, onlyErrorsAreShownByDefault) {
 }
 
 TEST(KXDebugLevels, aSectionHasTheLevelThatIsSet) {
-    for (int level = 0; level <= 4; ++level) {
+    for (int level = 0; level <= 4; ++level)
         EXPECT_EQ(getShownLevel(("kx_event_queue=" + std::to_string(level)).c_str(), "kx_event_queue"), level);
-    }
     EXPECT_EQ(getShownLevel("kx_event_queue=4", "kx_encoder_dynamic"), 1);
 }
 

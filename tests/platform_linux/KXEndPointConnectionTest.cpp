@@ -30,9 +30,8 @@ protected:
     /// Waits as the library's worker does, 100 ms at a time, until \p count has the value.
     bool passUntil(const std::atomic<int>& count, int value) {
         const long long end = getSteadyMs() + 20000;
-        while (count != value && getSteadyMs() < end) {
+        while (count != value && getSteadyMs() < end)
             manager.waitForEndPoints(KXTick::getTickCount() + 100, 0);
-        }
         return count == value;
     }
 
@@ -86,9 +85,8 @@ TEST_F(KXEndPointConnectionTest, shortWaitsRetryNoMoreOftenThanLongOnes) {
     endPoint.peerHangsUp();
     ASSERT_EQ(look(), 1);
     const long long end = getSteadyMs() + 2500;
-    while (getSteadyMs() < end) {
+    while (getSteadyMs() < end)
         manager.waitForEndPoints(KXTick::getTickCount() + 10, 0);
-    }
     EXPECT_EQ(endPoint.reconnects, 2);
 }
 

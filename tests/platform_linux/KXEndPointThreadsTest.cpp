@@ -19,9 +19,8 @@ class KXEndPointThreadsTest : public testing::Test {
 protected:
     void SetUp() override {
         waiter = std::thread([this] {
-            while (!stop) {
+            while (!stop)
                 calls += manager.waitForEndPoints(KXTick::getTickCount() + waitMs, 0);
-            }
         });
     }
 
@@ -117,12 +116,10 @@ TEST_F(KXEndPointThreadsTest, endPointsOfFourThreadsComeAndGoAndNoneIsCalledAfte
                 handler.registered = true;
                 wrongStatus += manager.addEndPoint(&endPoint, &handler) != 0;
                 endPoint.peerSends("x");
-                if (round % 3 == 0) {
+                if (round % 3 == 0)
                     endPoint.peerHangsUp();
-                }
-                if (round % 2 == 0) {
+                if (round % 2 == 0)
                     std::this_thread::yield();
-                }
                 wrongStatus += manager.removeEndPoint(&endPoint) != 0;
                 handler.registered = false;
                 std::this_thread::yield();
@@ -131,9 +128,8 @@ TEST_F(KXEndPointThreadsTest, endPointsOfFourThreadsComeAndGoAndNoneIsCalledAfte
             }
         });
     }
-    for (std::thread& thread : threads) {
+    for (std::thread& thread : threads)
         thread.join();
-    }
     EXPECT_EQ(lateCalls, 0);
     EXPECT_EQ(wrongStatus, 0);
     EXPECT_GT(told, 0) << "no handler ever ran, so nothing was shown";

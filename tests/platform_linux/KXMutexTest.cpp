@@ -33,9 +33,8 @@ TEST(KXMutex, excludesThreadsFromEachOther) {
             }
         });
     }
-    for (std::thread& thread : threads) {
+    for (std::thread& thread : threads)
         thread.join();
-    }
     EXPECT_EQ(worst, 1);
     EXPECT_EQ(counter, 4L * rounds);
 }
@@ -50,9 +49,8 @@ TEST(KXMutex, waitsUntilTheOtherThreadUnlocks) {
         tries = true;
         const bool locked = mutex->lock();
         holds = locked;
-        if (locked) {
+        if (locked)
             mutex->unlock();
-        }
     });
     ASSERT_TRUE(waitUntil([&] { return tries.load(); }));
     std::this_thread::sleep_for(std::chrono::milliseconds(30));
@@ -79,9 +77,8 @@ int getPriority(unsigned int threadId) {
     std::getline(stat, text);
     std::size_t at = text.rfind(')');
     // State is field 3, priority field 18.
-    for (int field = 2; field < 18; ++field) {
+    for (int field = 2; field < 18; ++field)
         at = text.find(' ', at + 1);
-    }
     return std::stoi(text.substr(at + 1));
 }
 

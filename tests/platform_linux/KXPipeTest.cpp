@@ -47,9 +47,8 @@ int write(const KX::KXPipe& pipe, Record record) {
 
 int fill(const KX::KXPipe& pipe) {
     int written = 0;
-    while (write(pipe, Record(1, written)) == 0) {
+    while (write(pipe, Record(1, written)) == 0)
         ++written;
-    }
     return written;
 }
 
@@ -161,9 +160,8 @@ TEST_F(KXPipeTest, theDescriptorsDoNotBlockAndAreNotInherited) {
 }
 
 TEST_F(KXPipeTest, holdsOverSevenThousandRecordsWhereTheSystemAllowsIt) {
-    if (fcntl(pipe.getWriteEndPointID(), F_GETPIPE_SZ) < 1024 * 1024) {
+    if (fcntl(pipe.getWriteEndPointID(), F_GETPIPE_SZ) < 1024 * 1024)
         GTEST_SKIP() << "this system does not allow a pipe of 1 MiB";
-    }
     EXPECT_GT(fill(pipe), 7000);
 }
 
@@ -211,11 +209,10 @@ TEST_F(KXPipeTest, largeWritesAmongSmallOnesAreTakenWholeOrNotAtAll) {
     int refused = 0;
     for (int round = 0; round < 500 && refused < 40; ++round) {
         const int size = sizes[round % 10];
-        if (pipe.writeIntoPipe(bytes.data(), size) == 0) {
+        if (pipe.writeIntoPipe(bytes.data(), size) == 0)
             expected += size;
-        } else {
+        else
             ++refused;
-        }
         ASSERT_EQ(pipe.getNoOfBytesAvailable(), expected) << "after a write of " << size << " bytes";
         if (round % 7 == 0 && expected > 50) {
             ASSERT_EQ(pipe.readFromPipe(bytes.data(), 50), 0);
@@ -231,13 +228,11 @@ TEST_F(KXPipeTest, recordsOfFourThreadsStayWholeAndInOrder) {
     std::vector<std::thread> threads;
     for (int writer = 0; writer < writers; ++writer) {
         threads.emplace_back([this, writer] {
-            for (int number = 0; number < recordsOfEach;) {
-                if (write(pipe, Record(writer, number)) == 0) {
+            for (int number = 0; number < recordsOfEach;)
+                if (write(pipe, Record(writer, number)) == 0)
                     ++number;
-                } else {
+                else
                     std::this_thread::yield();
-                }
-            }
         });
     }
     std::array<int, writers> next{};
@@ -252,9 +247,8 @@ TEST_F(KXPipeTest, recordsOfFourThreadsStayWholeAndInOrder) {
         const auto writer = static_cast<std::size_t>(record.getWriter());
         wrong += !record.isWhole() || writer >= next.size() || record.getNumber() != next[writer]++;
     }
-    for (std::thread& thread : threads) {
+    for (std::thread& thread : threads)
         thread.join();
-    }
     EXPECT_EQ(wrong, 0) << "records torn or out of order";
     EXPECT_EQ(pipe.getNoOfBytesAvailable(), 0);
 }

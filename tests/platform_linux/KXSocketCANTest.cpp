@@ -1,6 +1,6 @@
 #include "platform/KXCANRaw.h"
 
-#include "events/KXCANMessage.h"
+#include "platform/KXCANMessage.h"
 #include "platform/KXEndPointManager.h"
 #include "platform/KXTick.h"
 #include "support/SocketEndPoint.h"
@@ -28,12 +28,10 @@ class KXSocketCANTest : public testing::Test {
 protected:
     void SetUp() override {
         sender = socket(PF_CAN, SOCK_RAW | SOCK_CLOEXEC, CAN_RAW);
-        if (sender < 0 || if_nametoindex("vcan0") == 0) {
+        if (sender < 0 || if_nametoindex("vcan0") == 0)
             GTEST_SKIP() << "this system has no virtual CAN interface vcan0";
-        }
-        if (!setUp(true)) {
+        if (!setUp(true))
             GTEST_SKIP() << "this user may not take vcan0 up and down";
-        }
         setenv("KX_CAN_BUS_0", "vcan0", 1);
         sockaddr_can address{};
         address.can_family = AF_CAN;
@@ -52,9 +50,8 @@ protected:
     bool setUp(bool up) const {
         ifreq request{};
         std::strcpy(request.ifr_name, "vcan0");
-        if (ioctl(sender, SIOCGIFFLAGS, &request) != 0) {
+        if (ioctl(sender, SIOCGIFFLAGS, &request) != 0)
             return false;
-        }
         request.ifr_flags = static_cast<short>(up ? request.ifr_flags | IFF_UP : request.ifr_flags & ~IFF_UP);
         const bool done = ioctl(sender, SIOCSIFFLAGS, &request) == 0;
         // A socket of an interface that went down says so once: not the next write, please.

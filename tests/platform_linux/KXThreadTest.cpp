@@ -238,9 +238,8 @@ TEST_F(KXThreadTest, aPriorityOutsideTheSystemsRangeIsRefused) {
 TEST_F(KXThreadTest, runsWithTheRealTimePriorityThatWasAskedFor) {
     const auto thread = makeThread(reportAndEnd);
     const int status = thread->start(7, 0);
-    if (status == 20) {
+    if (status == 20)
         GTEST_SKIP() << "this user may not start threads of real-time priority";
-    }
     ASSERT_EQ(status, 0);
     ASSERT_EQ(thread->stopAndWait(), 0);
     EXPECT_EQ(report.policy, SCHED_FIFO);

@@ -25,9 +25,8 @@ struct SpeaksLate {
     std::string text;
     unsigned int key = 0;
     ~SpeaksLate() {
-        if (!text.empty()) {
+        if (!text.empty())
             KX::KXDebug::debugPrintError(1, key, "%s", text.c_str());
-        }
     }
 } lateSpeaker;
 
@@ -36,14 +35,12 @@ void speakInThreads(unsigned int key, int count, int messages) {
     for (int i = 0; i < count; ++i) {
         threads.emplace_back([=] {
             const std::string letters(i % 2 == 0 ? 20 : 9000, static_cast<char>('a' + i));
-            for (int message = 0; message < messages; ++message) {
+            for (int message = 0; message < messages; ++message)
                 KX::KXDebug::debugPrintError(1, key, "%d %s", message, letters.c_str());
-            }
         });
     }
-    for (std::thread& thread : threads) {
+    for (std::thread& thread : threads)
         thread.join();
-    }
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 #include "Simulated.h"
 
-#include "events/KXCANMessage.h"
+#include "platform/KXCANMessage.h"
 #include "platform/KXCANRaw.h"
 
 namespace KX::test {
@@ -26,17 +26,15 @@ protected:
     static std::vector<std::uint32_t> readAll(KXEndPoint* endPoint) {
         std::vector<std::uint32_t> ids;
         KXCANMessage message;
-        while (static_cast<KXCANRaw*>(endPoint)->readFrame(message) == 0) {
+        while (static_cast<KXCANRaw*>(endPoint)->readFrame(message) == 0)
             ids.push_back(message.canId);
-        }
         return ids;
     }
 
     Trace trace;
     TracingHandler handler{"can", trace, [this](KXEndPoint* endPoint) {
-                               for (const auto id : readAll(endPoint)) {
+                               for (const auto id : readAll(endPoint))
                                    trace.push_back(atTick("frame " + std::to_string(id)));
-                               }
                            }};
 };
 
@@ -254,9 +252,8 @@ TEST_F(CANBus, SameScriptTwiceGivesTheSameTrace) {
         Worker first("first", trace, 30);
         Worker second("second", trace, 20);
         first.getManager().addEndPoint(bus.get(), &handler);
-        for (unsigned int i = 0; i < 20; ++i) {
+        for (unsigned int i = 0; i < 20; ++i)
             KXSimulation::scheduleCANFrame(0, i * 7 % 40, frame(i));
-        }
         KXSimulation::setCANBusDown(0, false);
         KXSimulation::advance(60);
         return trace;

@@ -226,9 +226,8 @@ TEST_F(EndPoints, RemoveOnAnotherThreadWaitsForACallThatHasBegun) {
             EXPECT_EQ(manager.removeEndPoint(&endPoint), 0);
             removed = true;
         });
-        while (!removing || manager.addEndPoint(&endPoint, &handler) == 20) {
+        while (!removing || manager.addEndPoint(&endPoint, &handler) == 20)
             std::this_thread::yield(); // until the end point is out, so that remove has begun to wait
-        }
         EXPECT_FALSE(removed);
         manager.removeEndPoint(&endPoint);
     });

@@ -76,15 +76,13 @@ TEST_F(Pipes, BytesComeOutAsTheyWentIn) {
     unsigned char expected = 0;
     for (int round = 0; round < 200; ++round) {
         std::vector<unsigned char> data(static_cast<std::size_t>(137 + round));
-        for (auto& byte : data) {
+        for (auto& byte : data)
             byte = next++;
-        }
         ASSERT_EQ(pipe.writeIntoPipe(data.data(), static_cast<int>(data.size())), 0);
         std::vector<unsigned char> back(101);
         ASSERT_EQ(pipe.readFromPipe(back.data(), 101), 0);
-        for (const auto byte : back) {
+        for (const auto byte : back)
             ASSERT_EQ(byte, expected++) << "in round " << round;
-        }
     }
 }
 
@@ -156,9 +154,8 @@ TEST_F(Pipes, WritesOfSeveralThreadsStayWhole) {
     constexpr int writes = 500;
     const auto writeMany = [this](char letter) {
         std::vector<char> data(size, letter);
-        for (int i = 0; i < writes; ++i) {
+        for (int i = 0; i < writes; ++i)
             ASSERT_EQ(pipe.writeIntoPipe(data.data(), size), 0);
-        }
     };
     std::thread first(writeMany, 'a');
     std::thread second(writeMany, 'b');

@@ -1,6 +1,6 @@
 #include "Simulated.h"
 
-#include "events/KXCANMessage.h"
+#include "platform/KXCANMessage.h"
 #include "platform/KXCANRaw.h"
 #include "platform/KXDebug.h"
 #include "platform/KXMutex.h"
@@ -123,9 +123,8 @@ TEST_F(Services, DebugMessagesHaveAnyLength) {
 TEST_F(Services, DebugLevelBoundary) {
     const unsigned int key = KXDebug::insertNewDebugSection("levels");
     KXSimulation::setDebugLevel(2);
-    for (int level = 1; level <= 3; ++level) {
+    for (int level = 1; level <= 3; ++level)
         KXDebug::debugPrintError(level, key, "%d", level);
-    }
     const auto messages = KXSimulation::takeDebugMessages();
     ASSERT_EQ(messages.size(), 2u);
     EXPECT_EQ(messages[1].text, "2");
@@ -146,9 +145,8 @@ TEST_F(Services, DebugMessageWithAKeyOfNobodyHasNoSection) {
 TEST_F(Services, DebugMessagesOfSeveralThreadsAreAllRecorded) {
     const auto sayMuch = [] {
         const unsigned int key = KXDebug::insertNewDebugSection("threads");
-        for (int i = 0; i < 200; ++i) {
+        for (int i = 0; i < 200; ++i)
             KXDebug::debugPrintError(1, key, "%d", i);
-        }
     };
     std::thread first(sayMuch);
     std::thread second(sayMuch);

@@ -225,7 +225,8 @@ TEST_F(Threads, StartedByASimulatedThreadRunUntilTheyWait) {
 TEST_F(Threads, ThatWaitForEachOtherAreToldSo) {
     int status = -1;
     std::unique_ptr<Script> outer;
-    Script inner("inner", [&] { status = outer->stopAndWait(); });
+    Script inner(
+        "inner", [&] { status = outer->stopAndWait(); });
     outer = std::make_unique<Script>("outer", [&] { inner.start(); });
     ASSERT_EQ(outer->start(), 0);
     EXPECT_EQ(status, 20);
@@ -305,9 +306,8 @@ TEST_F(ThreadsDeath, ALoopThatDoesNotSeeItsStopIsNamed) {
     const auto stopEndless = [] {
         Script script("endless", [] {
             KXEndPointManager manager;
-            for (;;) {
+            for (;;)
                 manager.waitForEndPoints(KXTick::getTickCount() + 100, 0);
-            }
         });
         script.start();
         script.stopAndWait();

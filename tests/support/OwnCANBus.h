@@ -1,6 +1,6 @@
 #pragma once
 
-#include "events/KXCANMessage.h"
+#include "platform/KXCANMessage.h"
 #include "platform/KXCANRaw.h"
 
 #include <deque>

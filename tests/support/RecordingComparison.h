@@ -39,10 +39,11 @@ inline bool isSame(const NumberSetting& left, const NumberSetting& right) {
 }
 
 inline bool isSame(const SpeedTable& left, const SpeedTable& right) {
-    return std::equal(left.rows.begin(), left.rows.end(), right.rows.begin(), right.rows.end(),
-                      [](const KX::KXEncoderDynamicPair& one, const KX::KXEncoderDynamicPair& other) {
-                          return one.timeGap == other.timeGap && one.increment == other.increment;
-                      });
+    return std::equal(
+        left.rows.begin(), left.rows.end(), right.rows.begin(), right.rows.end(),
+        [](const KX::KXEncoderDynamicPair& one, const KX::KXEncoderDynamicPair& other) {
+            return one.timeGap == other.timeGap && one.increment == other.increment;
+        });
 }
 
 inline bool isSame(const KeyMapping& left, const KeyMapping& right) {

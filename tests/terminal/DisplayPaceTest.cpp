@@ -11,8 +11,8 @@ namespace {
 class DisplayPaceTest : public testing::Test {
 protected:
     DisplayPaceTest() {
-        QObject::connect(&pace, &DisplayPace::due,
-                         [this](const ClassifiedEvents& events) { batches.push_back(events); });
+        QObject::connect(
+            &pace, &DisplayPace::due, [this](const ClassifiedEvents& events) { batches.push_back(events); });
     }
 
     void take(unsigned int tick) {
@@ -41,10 +41,9 @@ TEST_F(DisplayPaceTest, EventsInQuickSuccessionAreHandedOnTogetherAndInOrder) {
         take(tick);
     ASSERT_TRUE(QTest::qWaitFor([this] { return !batches.empty() && batches.back().back().timeStamp == 99; }));
     unsigned int next = 1;
-    for (const ClassifiedEvents& batch : batches) {
+    for (const ClassifiedEvents& batch : batches)
         for (const KX::KXInputEvent& event : batch)
             EXPECT_EQ(next++, event.timeStamp);
-    }
     EXPECT_EQ(100U, next);
     EXPECT_LT(batches.size(), 10U) << "98 events in no time need not be drawn one by one";
 }

@@ -16,10 +16,12 @@ constexpr auto moment = 50ms;
 constexpr auto longEnough = 60s;
 
 std::future<void> passElsewhere(InputGate& gate) {
-    return std::async(std::launch::async, [&gate] {
-        gate.beginPass();
-        gate.endPass();
-    });
+    return std::async(
+        std::launch::async,
+        [&gate] {
+            gate.beginPass();
+            gate.endPass();
+        });
 }
 
 } // namespace

@@ -64,11 +64,12 @@ std::string busyLines(unsigned int start) {
 class SessionPlayerTest : public KX::test::OperatorTest {
 protected:
     std::unique_ptr<SessionPlayer> playerOf(const Session& session, double speed) {
-        return std::make_unique<SessionPlayer>(session, speed, *manager, gate,
-                                               [this](const Recording::NumberSetting& setting) {
-                                                   settings.push_back(setting);
-                                                   Recording::repeatCall(setting, *manager);
-                                               });
+        return std::make_unique<SessionPlayer>(
+            session, speed, *manager, gate,
+            [this](const Recording::NumberSetting& setting) {
+                settings.push_back(setting);
+                Recording::repeatCall(setting, *manager);
+            });
     }
 
     // What the library posts while the session is played.

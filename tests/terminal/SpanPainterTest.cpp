@@ -23,10 +23,9 @@ QImage drawnGap(int width) {
 
 bool isBlank(const QImage& image, int left, int right) {
     for (int x = left; x < right; ++x) {
-        for (int y = 0; y < 10; ++y) {
+        for (int y = 0; y < 10; ++y)
             if (image.pixelColor(x, y) != Qt::black)
                 return false;
-        }
     }
     return true;
 }

@@ -258,10 +258,9 @@ TEST_F(ToolkitLayerTest, ReportsAMouseButtonOnceAndLetsTheWidgetReact) {
 TEST_F(ToolkitLayerTest, ADoubleClickIsTwoPresses) {
     QTest::mouseDClick(native(), Qt::LeftButton, Qt::NoModifier, inside);
     std::vector<Reported> counted;
-    for (const Reported& report : reports) {
+    for (const Reported& report : reports)
         if (report.type != KX::TOOLKIT_MOUSE_DOUBLE_PRESS_EVENT) // the manager drops it
             counted.push_back(report);
-    }
     const Reported press{KX::TOOLKIT_MOUSE_PRESS_EVENT, Qt::LeftButton};
     const Reported release{KX::TOOLKIT_MOUSE_RELEASE_EVENT, Qt::LeftButton};
     EXPECT_THAT(counted, ElementsAre(press, release, press, release));

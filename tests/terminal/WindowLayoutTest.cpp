@@ -33,10 +33,9 @@ protected:
     template<typename Widget>
     QVector<Widget*> visible() const {
         QVector<Widget*> found;
-        for (Widget* widget : window.findChildren<Widget*>()) {
+        for (Widget* widget : window.findChildren<Widget*>())
             if (widget->isVisible())
                 found.append(widget);
-        }
         return found;
     }
 

@@ -119,9 +119,8 @@ TEST(CANFrameText, eachMistakeIsToldByItsName) {
         {"123#Rx", "the length 'x'" + remote},
         {"123##311", "'123##311' is a CAN FD frame; only frames of classic CAN are supported"},
         {"12\n#11", "the identifier '12?'" + digits}};
-    for (const auto& [text, complaint] : cases) {
+    for (const auto& [text, complaint] : cases)
         EXPECT_EQ(complaintAboutFrame(text), complaint);
-    }
     EXPECT_EQ(complaintAboutFrame(std::string(1000, 'x')).size(), complaintAboutFrame(std::string(41, 'x')).size())
         << "a long text is shortened";
 }
@@ -165,15 +164,13 @@ TEST(CANLogText, eachMistakeIsToldByItsName) {
         {"(1.000000) can0 123#11 X", "unexpected 'X' behind the frame"},
         {"(1.000000) can0 123#11 22", "unexpected '22' behind the frame"},
         {"(1.000000) can0 123#11 R T", "unexpected 'T' behind the frame"}};
-    for (const auto& [text, complaint] : cases) {
+    for (const auto& [text, complaint] : cases)
         EXPECT_EQ(complaintAboutLine(text), complaint);
-    }
 }
 
 TEST(CANLogText, onlyEmptyLinesAndCommentsSayNothing) {
-    for (const char* const text : {"", "  \t\r", "# a comment", "  #"}) {
+    for (const char* const text : {"", "  \t\r", "# a comment", "  #"})
         EXPECT_TRUE(isCANLogComment(text)) << text;
-    }
     EXPECT_FALSE(isCANLogComment("(0.000000) can0 123#"));
     EXPECT_FALSE(isCANLogComment("123 # a comment"));
 }
@@ -182,9 +179,8 @@ TEST(CANLogText, canonicalLinesComeBackAsTheyWere) {
     for (const char* const text :
          {"(1436509052.249713) can0 18FF0001#0102030405060708", "(0000000000.000000) can0 123#",
           "(0000000001.000001) vcan12 7FF#R", "(999999999999.999999) x 00000000#R8 T",
-          "(1436509052.249713) can1 20000004#0004000000000000 R"}) {
+          "(1436509052.249713) can1 20000004#0004000000000000 R"})
         EXPECT_EQ(formatCANLogLine(parseCANLogLine(text)), text);
-    }
 }
 
 CANLogLine makeAnyLine(std::mt19937& random) {
@@ -202,8 +198,8 @@ CANLogLine makeAnyLine(std::mt19937& random) {
     if (below(4) == 0) {
         line.frame.canId |= remoteFlag;
     } else {
-        std::generate_n(line.frame.canData, line.frame.canLength,
-                        [&] { return static_cast<unsigned char>(below(256)); });
+        std::generate_n(
+            line.frame.canData, line.frame.canLength, [&] { return static_cast<unsigned char>(below(256)); });
     }
     return line;
 }

@@ -51,9 +51,8 @@ protected:
 std::string receiveText(const BusSocket& receiver) {
     can_frame frame{};
     const ssize_t size = receiver.receive(frame);
-    if (size != static_cast<ssize_t>(sizeof(frame))) {
+    if (size != static_cast<ssize_t>(sizeof(frame)))
         return "a datagram of " + std::to_string(size) + " bytes";
-    }
     KX::KXCANMessage message;
     message.canId = frame.can_id;
     message.canLength = frame.can_dlc;
@@ -105,9 +104,8 @@ std::string makeFloodLine(unsigned int number) {
 TEST_F(KXCANProgramTest, aFloodLosesNoFrame) {
     const unsigned int count = 10000;
     std::string log;
-    for (unsigned int i = 0; i < count; ++i) {
+    for (unsigned int i = 0; i < count; ++i)
         log += makeFloodLine(i);
-    }
     setenv("KX_CAN_BUS_0", bus.c_str(), 1);
     const std::unique_ptr<KX::KXCANRaw> reader(KX::KXCANRaw::create(0, 0, 0));
     unsetenv("KX_CAN_BUS_0");
@@ -152,9 +150,8 @@ TEST_F(KXCANProgramTest, playsALogInOrderAndInTime) {
 TEST_F(KXCANProgramTest, playsStandardInputUntilABadLine) {
     const BusSocket receiver(path);
     EXPECT_EQ(run({"play", bus, "-", "--fast"}, shortLog), 0) << errors;
-    for (const char* const text : {"18FF0001#01", "123#02", "123#03", "123#04"}) {
+    for (const char* const text : {"18FF0001#01", "123#02", "123#03", "123#04"})
         EXPECT_EQ(receiveText(receiver), text);
-    }
     EXPECT_EQ(run({"play", "--fast", bus, "-"}, "(0.000000) a 123#01\n(0.000000) a 123#1\n"), 2);
     EXPECT_EQ(errors, "-:2: the data '1' are not bytes of two hexadecimal digits each\n");
     EXPECT_EQ(receiveText(receiver), "123#01");
@@ -225,9 +222,8 @@ TEST_F(KXCANProgramTest, aReceiverThatLeavesIsTold) {
 TEST_F(KXCANProgramTest, aReceiverThatTakesNothingIsNotWaitedForForEver) {
     const BusSocket receiver(path);
     std::string log;
-    for (unsigned int i = 0; i < 10000; ++i) {
+    for (unsigned int i = 0; i < 10000; ++i)
         log += makeFloodLine(i);
-    }
     EXPECT_EQ(run({"play", "--fast", bus, folder.write("log", log)}), 1);
     EXPECT_EQ(errors, "kxcan: " + bus + ": the receiver has taken nothing for 5000 ms\n");
 }

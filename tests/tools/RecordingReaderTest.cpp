@@ -297,7 +297,8 @@ namespace {
 
 std::string errorOfFile(const std::string& path) {
     try {
-        readFile(path, [](const std::string& warning) { ADD_FAILURE() << warning; });
+        readFile(
+            path, [](const std::string& warning) { ADD_FAILURE() << warning; });
     } catch (const BadFile& error) {
         return error.what();
     }

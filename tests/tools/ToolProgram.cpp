@@ -52,9 +52,8 @@ ToolProgram::ToolProgram(const char* program, const TestFolder& testFolder,
     const std::string outputFile = folder / "output";
     const std::string errorFile = folder / "errors";
     std::vector<char*> words{const_cast<char*>(program)};
-    for (const std::string& argument : arguments) {
+    for (const std::string& argument : arguments)
         words.push_back(const_cast<char*>(argument.c_str()));
-    }
     words.push_back(nullptr);
     process = fork();
     if (process == 0) {
@@ -72,9 +71,8 @@ ToolProgram::~ToolProgram() {
 
 int ToolProgram::wait() {
     int status = -1;
-    if (process <= 0 || waitpid(process, &status, 0) != process) {
+    if (process <= 0 || waitpid(process, &status, 0) != process)
         return -1;
-    }
     process = -1;
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }

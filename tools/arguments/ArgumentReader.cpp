@@ -12,9 +12,8 @@ bool ArgumentReader::isAtEnd() const {
 }
 
 const std::string& ArgumentReader::take(const std::string& what) {
-    if (isAtEnd()) {
+    if (isAtEnd())
         throw BadInput(program + ": " + what + " is missing; " + program + " --help shows how to call it");
-    }
     return arguments[next++];
 }
 

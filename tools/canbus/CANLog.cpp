@@ -25,18 +25,15 @@ constexpr std::size_t mostSecondsDigits = 12; // so that the microseconds fit in
 
 std::uint32_t parseIdentifier(std::string_view text) {
     std::uint32_t identifier = 0;
-    if ((text.size() != 3 && text.size() != 8) || !Text::parseNumber(text, 16, identifier)) {
+    if ((text.size() != 3 && text.size() != 8) || !Text::parseNumber(text, 16, identifier))
         fail("the identifier " + Text::quoted(text) + " has not 3 or 8 hexadecimal digits");
-    }
     if (text.size() == 3) {
-        if (identifier > greatestStandard) {
+        if (identifier > greatestStandard)
             fail("the identifier " + Text::quoted(text) + " is above 7FF; one of 29 bits has 8 digits");
-        }
         return identifier;
     }
-    if (identifier > (greatestExtended | errorFlag)) {
+    if (identifier > (greatestExtended | errorFlag))
         fail("the identifier " + Text::quoted(text) + " is above 1FFFFFFF");
-    }
     return (identifier & errorFlag) != 0 ? identifier : identifier | extendedFlag;
 }
 
@@ -44,25 +41,21 @@ void parseRemote(std::string_view text, KX::KXCANMessage& frame) {
     frame.canId |= remoteFlag;
     frame.canLength = 0;
     if (!text.empty() &&
-        (text.size() != 1 || !Text::parseNumber(text, 10, frame.canLength) || frame.canLength > longestData)) {
+        (text.size() != 1 || !Text::parseNumber(text, 10, frame.canLength) || frame.canLength > longestData))
         fail("the length " + Text::quoted(text) + " of a remote frame is not 0 to 8");
-    }
 }
 
 void parseData(std::string_view text, KX::KXCANMessage& frame) {
     const std::string_view whole = text;
     frame.canLength = 0;
     while (!text.empty()) {
-        if (frame.canLength > 0 && text.front() == '.') {
+        if (frame.canLength > 0 && text.front() == '.')
             text.remove_prefix(1);
-        }
         unsigned char byte = 0;
-        if (text.size() < 2 || !Text::parseNumber(text.substr(0, 2), 16, byte)) {
+        if (text.size() < 2 || !Text::parseNumber(text.substr(0, 2), 16, byte))
             fail("the data " + Text::quoted(whole) + " are not bytes of two hexadecimal digits each");
-        }
-        if (frame.canLength == longestData) {
+        if (frame.canLength == longestData)
             fail("the data " + Text::quoted(whole) + " are more than 8 bytes");
-        }
         frame.canData[frame.canLength++] = byte;
         text.remove_prefix(2);
     }
@@ -77,9 +70,8 @@ std::chrono::microseconds parseTime(std::string_view word) {
     std::uint64_t seconds = 0;
     std::uint64_t microseconds = 0;
     if (point > mostSecondsDigits || fraction.size() != 6 ||
-        !Text::parseNumber(text.substr(0, point), 10, seconds) || !Text::parseNumber(fraction, 10, microseconds)) {
+        !Text::parseNumber(text.substr(0, point), 10, seconds) || !Text::parseNumber(fraction, 10, microseconds))
         fail("the time " + Text::quoted(word) + " is not (seconds.microseconds) with 6 digits behind the point");
-    }
     return std::chrono::microseconds(static_cast<long long>(seconds) * microsecondsPerSecond +
                                      static_cast<long long>(microseconds));
 }
@@ -95,20 +87,17 @@ std::string format(const char* pattern, Values... values) {
 
 KX::KXCANMessage parseCANFrame(std::string_view text) {
     const std::size_t sign = text.find('#');
-    if (sign == std::string_view::npos) {
+    if (sign == std::string_view::npos)
         fail(Text::quoted(text) + " is no frame: there is no # between identifier and data");
-    }
     const std::string_view content = text.substr(sign + 1);
-    if (!content.empty() && content.front() == '#') {
+    if (!content.empty() && content.front() == '#')
         fail(Text::quoted(text) + " is a CAN FD frame; only frames of classic CAN are supported");
-    }
     KX::KXCANMessage frame;
     frame.canId = parseIdentifier(text.substr(0, sign));
-    if (!content.empty() && (content.front() == 'R' || content.front() == 'r')) {
+    if (!content.empty() && (content.front() == 'R' || content.front() == 'r'))
         parseRemote(content.substr(1), frame);
-    } else {
+    else
         parseData(content, frame);
-    }
     return frame;
 }
 
@@ -116,12 +105,10 @@ std::string formatCANFrame(const KX::KXCANMessage& frame) {
     const bool isLong = (frame.canId & (extendedFlag | errorFlag)) != 0;
     std::string text = isLong ? format("%08X#", frame.canId & (greatestExtended | errorFlag))
                               : format("%03X#", frame.canId & greatestStandard);
-    if ((frame.canId & remoteFlag) != 0) {
+    if ((frame.canId & remoteFlag) != 0)
         return text + (frame.canLength == 0 ? "R" : format("R%u", frame.canLength));
-    }
-    for (std::size_t i = 0; i < std::min<std::size_t>(frame.canLength, longestData); ++i) {
+    for (std::size_t i = 0; i < std::min<std::size_t>(frame.canLength, longestData); ++i)
         text += format("%02X", static_cast<unsigned int>(frame.canData[i]));
-    }
     return text;
 }
 
@@ -131,19 +118,16 @@ CANLogLine parseCANLogLine(std::string_view text) {
     line.time = parseTime(Text::takeWord(rest));
     line.bus = Text::takeWord(rest);
     const std::string_view frame = Text::takeWord(rest);
-    if (frame.empty()) {
+    if (frame.empty())
         fail("the line ends early; it is to be (seconds.microseconds) interface frame");
-    }
     line.frame = parseCANFrame(frame);
     const std::string_view direction = Text::takeWord(rest);
-    if (direction == "R" || direction == "T") {
+    if (direction == "R" || direction == "T")
         line.direction = direction.front();
-    } else if (!direction.empty()) {
+    else if (!direction.empty())
         fail("unexpected " + Text::quoted(direction) + " behind the frame");
-    }
-    if (!rest.empty()) {
+    if (!rest.empty())
         fail("unexpected " + Text::quoted(rest) + " behind the frame");
-    }
     return line;
 }
 

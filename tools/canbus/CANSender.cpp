@@ -30,9 +30,8 @@ can_frame toDriversFrame(const KX::KXCANMessage& message) {
     frame.can_id = message.canId;
     frame.can_dlc = static_cast<unsigned char>(message.canLength);
     // A remote frame has a length but carries no data.
-    if ((message.canId & CAN_RTR_FLAG) == 0) {
+    if ((message.canId & CAN_RTR_FLAG) == 0)
         std::copy_n(message.canData, message.canLength, frame.data);
-    }
     return frame;
 }
 
@@ -40,9 +39,8 @@ std::string explainConnect(int error, const std::string& path) {
     struct stat status {};
     switch (error) {
     case ECONNREFUSED: // Also said of a file that is no socket at all.
-        if (stat(path.c_str(), &status) == 0 && !S_ISSOCK(status.st_mode)) {
+        if (stat(path.c_str(), &status) == 0 && !S_ISSOCK(status.st_mode))
             return "is no socket";
-        }
         return "nobody listens there";
     case ENOENT: // No reader has made the socket yet, or the folder is wrong.
         return "nobody listens there: " + std::string(std::strerror(error));
@@ -74,15 +72,13 @@ std::string explainSend(int error) {
 CANSender::CANSender(const std::string& bus, std::chrono::milliseconds longestWait)
     : name(bus), patience(longestWait) {
     try {
-        if (isVirtualBus(bus)) {
+        if (isVirtualBus(bus))
             openVirtualBus(bus.substr(virtualBusPrefix.size()));
-        } else {
+        else
             openInterface();
-        }
     } catch (...) {
-        if (descriptor >= 0) {
+        if (descriptor >= 0)
             close(descriptor);
-        }
         throw;
     }
 }
@@ -105,12 +101,10 @@ void CANSender::openVirtualBus(const std::string& path) {
     path.copy(address.sun_path, sizeof(address.sun_path) - 1);
     descriptor = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     // EMFILE, ENFILE, ENOMEM: the process or the machine has no more to give.
-    if (descriptor < 0) {
+    if (descriptor < 0)
         fail(std::strerror(errno));
-    }
-    if (connect(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
+    if (connect(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0)
         fail(explainConnect(errno, path));
-    }
 }
 
 void CANSender::openInterface() {
@@ -125,36 +119,30 @@ void CANSender::openInterface() {
         const bool hasNoCAN = errno == EAFNOSUPPORT || errno == EPROTONOSUPPORT;
         fail(hasNoCAN ? "the kernel has no CAN" : std::strerror(errno));
     }
-    if (ioctl(descriptor, SIOCGIFINDEX, &request) != 0) {
+    if (ioctl(descriptor, SIOCGIFINDEX, &request) != 0)
         fail(errno == ENODEV ? "no such interface" : std::strerror(errno));
-    }
     sockaddr_can address{};
     address.can_family = AF_CAN;
     address.can_ifindex = request.ifr_ifindex;
-    if (ioctl(descriptor, SIOCGIFFLAGS, &request) == 0 && (request.ifr_flags & IFF_UP) == 0) {
+    if (ioctl(descriptor, SIOCGIFFLAGS, &request) == 0 && (request.ifr_flags & IFF_UP) == 0)
         fail("the interface is down");
-    }
     // We never read: without this the frames of the bus would fill a buffer of ours.
     setsockopt(descriptor, SOL_CAN_RAW, CAN_RAW_FILTER, nullptr, 0);
     // ENODEV: an interface of that name that is no CAN interface.
-    if (bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
+    if (bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0)
         fail(errno == ENODEV ? "is no CAN interface" : std::strerror(errno));
-    }
 }
 
 void CANSender::send(const KX::KXCANMessage& message) {
-    if (message.canLength > longestData) {
+    if (message.canLength > longestData)
         fail("a frame has 0 to 8 bytes of data, not " + std::to_string(message.canLength));
-    }
-    if (!isVirtualBus(name)) {
+    if (!isVirtualBus(name))
         forgetOutage();
-    }
     const can_frame frame = toDriversFrame(message);
     const Clock::time_point limit = Clock::now() + patience;
     // A datagram goes as a whole or not at all.
-    while (::send(descriptor, &frame, sizeof(frame), MSG_DONTWAIT | MSG_NOSIGNAL) < 0) {
+    while (::send(descriptor, &frame, sizeof(frame), MSG_DONTWAIT | MSG_NOSIGNAL) < 0)
         waitForRoom(errno, limit);
-    }
 }
 
 /// The kernel lets the next call fail to tell that the interface went down, be it up again meanwhile. Of one that is
@@ -167,16 +155,13 @@ void CANSender::forgetOutage() const {
 
 /// Waits until it may be worth trying again after \p error.
 void CANSender::waitForRoom(int error, Clock::time_point limit) const {
-    if (error == EINTR) {
+    if (error == EINTR)
         return;
-    }
-    if (error != EAGAIN && error != ENOBUFS) {
+    if (error != EAGAIN && error != ENOBUFS)
         fail(explainSend(error));
-    }
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(limit - Clock::now());
-    if (left.count() <= 0) {
+    if (left.count() <= 0)
         fail("the receiver has taken nothing for " + std::to_string(patience.count()) + " ms");
-    }
     if (error == ENOBUFS) {
         // The interface's queue is full, of which no poll tells. A frame takes a fraction of this on the bus.
         std::this_thread::sleep_for(std::chrono::milliseconds(1));

@@ -62,10 +62,9 @@ public:
     }
 
     void mustHave(std::initializer_list<const char*> needed) const {
-        for (const char* const name : needed) {
+        for (const char* const name : needed)
             if (names.count(name) == 0)
                 throw std::runtime_error(Text::quoted(name) + " is missing");
-        }
     }
 
 private:

@@ -17,30 +17,27 @@ double takeSpeed(ArgumentReader& reader) {
     const auto result = std::from_chars(text.data(), text.data() + text.size(), speed, std::chars_format::fixed);
     // Also false for a number that is none.
     const bool isInRange = speed >= slowestSpeed && speed <= greatestSpeed;
-    if (result.ec != std::errc() || result.ptr != text.data() + text.size() || !isInRange) {
+    if (result.ec != std::errc() || result.ptr != text.data() + text.size() || !isInRange)
         reader.refuse("the speed is not a number from 0.001 to 1000");
-    }
     return speed;
 }
 
 std::optional<Arguments> parseInformation(const std::string& text) {
     Arguments result;
-    if (text == "--help" || text == "-h") {
+    if (text == "--help" || text == "-h")
         result.action = Arguments::Action::ShowHelp;
-    } else if (text == "--version" || text == "-v") {
+    else if (text == "--version" || text == "-v")
         result.action = Arguments::Action::ShowVersion;
-    } else {
+    else
         return std::nullopt;
-    }
     return result;
 }
 
 Arguments parseSend(ArgumentReader& reader, Arguments result) {
     result.action = Arguments::Action::Send;
     result.bus = reader.take("the bus");
-    if (ArgumentReader::isOption(result.bus)) {
+    if (ArgumentReader::isOption(result.bus))
         reader.refuseUnknown("unknown option");
-    }
     do {
         const std::string& text = reader.take("the frame");
         try {
@@ -59,9 +56,8 @@ Arguments parsePlay(ArgumentReader& reader, Arguments result) {
     while (!reader.isAtEnd() || names.size() < 2) {
         const std::string& text = reader.take(names.empty() ? "the bus" : "the file");
         if (text == "--fast" || text == "--speed") {
-            if (speed) {
+            if (speed)
                 reader.refuse("the speed is given twice");
-            }
             speed = text == "--fast" ? 0 : takeSpeed(reader);
         } else if (ArgumentReader::isOption(text)) {
             reader.refuseUnknown("unknown option");
@@ -82,23 +78,18 @@ Arguments parsePlay(ArgumentReader& reader, Arguments result) {
 Arguments parseArguments(const std::vector<std::string>& arguments) {
     ArgumentReader reader("kxcan", arguments);
     const std::string& command = reader.take("a command, send or play,");
-    for (const std::string& text : arguments) {
-        if (const auto information = parseInformation(text)) {
+    for (const std::string& text : arguments)
+        if (const auto information = parseInformation(text))
             return *information;
-        }
-    }
-    if (command == "send") {
+    if (command == "send")
         return parseSend(reader, {});
-    }
-    if (command == "play") {
+    if (command == "play")
         return parsePlay(reader, {});
-    }
     reader.refuseUnknown("unknown command");
 }
 
 const KX::KXCANMessage& checkThatItCanBeSent(const KX::KXCANMessage& frame) {
-    if ((frame.canId & errorFlag) != 0) {
+    if ((frame.canId & errorFlag) != 0)
         throw BadInput("an error frame cannot be sent; only the driver of a bus makes them");
-    }
     return frame;
 }

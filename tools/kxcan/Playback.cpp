@@ -28,18 +28,15 @@ struct Entry {
 class LogReader {
 public:
     explicit LogReader(std::string fileName) : name(std::move(fileName)) {
-        if (name != "-") {
+        if (name != "-")
             file = std::fopen(name.c_str(), "re");
-        }
-        if (file == nullptr) {
+        if (file == nullptr)
             fail(std::strerror(errno));
-        }
     }
 
     ~LogReader() {
-        if (file != nullptr && file != stdin) {
+        if (file != nullptr && file != stdin)
             std::fclose(file);
-        }
         std::free(buffer);
     }
 
@@ -49,9 +46,8 @@ public:
     /// \return false behind the last one
     bool read(Entry& entry) {
         while (readLine()) {
-            if (isCANLogComment(line)) {
+            if (isCANLogComment(line))
                 continue;
-            }
             try {
                 const CANLogLine parsed = parseCANLogLine(line);
                 entry = Entry{parsed.time, checkThatItCanBeSent(parsed.frame)};
@@ -69,16 +65,14 @@ private:
         const ssize_t size = getline(&buffer, &capacity, file);
         if (size < 0) {
             // EISDIR: a folder, which opens like a file. EIO: a medium that went away.
-            if (std::feof(file) == 0) {
+            if (std::feof(file) == 0)
                 fail(std::strerror(errno));
-            }
             return false;
         }
         ++lineNumber;
         line = std::string_view(buffer, static_cast<std::size_t>(size));
-        if (!line.empty() && line.back() == '\n') {
+        if (!line.empty() && line.back() == '\n')
             line.remove_suffix(1);
-        }
         return true;
     }
 
@@ -101,9 +95,8 @@ public:
 
     /// A frame that is late, or whose time lies before that of a former one, is due at once.
     void waitFor(std::chrono::microseconds time) {
-        if (speed == 0) {
+        if (speed == 0)
             return;
-        }
         if (!hasStarted) {
             hasStarted = true;
             firstTime = time;
@@ -124,9 +117,8 @@ std::vector<Entry> readAll(const std::string& name) {
     LogReader reader(name);
     std::vector<Entry> entries;
     Entry entry;
-    while (reader.read(entry)) {
+    while (reader.read(entry))
         entries.push_back(entry);
-    }
     return entries;
 }
 

@@ -53,9 +53,8 @@ void run(const std::vector<std::string>& words) {
         break;
     case Arguments::Action::Send: {
         CANSender sender(arguments.bus);
-        for (const KX::KXCANMessage& frame : arguments.frames) {
+        for (const KX::KXCANMessage& frame : arguments.frames)
             sender.send(frame);
-        }
         break;
     }
     case Arguments::Action::Play:

@@ -108,8 +108,8 @@ std::vector<Call> ClosestCalls::longPresses() const {
 }
 
 std::vector<Call> ClosestCalls::lateLongPresses() const {
-    return firstOf(lates,
-                   [](const Call& one, const Call& other) { return one.distanceMs() > other.distanceMs(); });
+    return firstOf(
+        lates, [](const Call& one, const Call& other) { return one.distanceMs() > other.distanceMs(); });
 }
 
 } // namespace KXReplay

@@ -32,10 +32,9 @@ public:
     Alignment(Place recordedBegin, std::size_t recordedCount, Place changedBegin, std::size_t changedCount)
         : recorded(recordedBegin), changed(changedBegin), width(changedCount + 1),
           best((recordedCount + 1) * width) {
-        for (std::size_t i = recordedCount; i-- > 0;) {
+        for (std::size_t i = recordedCount; i-- > 0;)
             for (std::size_t j = changedCount; j-- > 0;)
                 at(i, j) = std::max({at(i + 1, j), at(i, j + 1), asPair(i, j)});
-        }
     }
 
     bool isPair(std::size_t i, std::size_t j) {

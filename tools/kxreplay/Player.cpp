@@ -30,8 +30,9 @@ constexpr std::uint64_t longestStepMs = 1U << 30;
 } // namespace
 
 bool needsToolkit(const Recording::Session& session) {
-    return std::any_of(session.entries.begin(), session.entries.end(),
-                       [](const Entry& entry) { return std::holds_alternative<Recording::Frame>(entry.input); });
+    return std::any_of(
+        session.entries.begin(), session.entries.end(),
+        [](const Entry& entry) { return std::holds_alternative<Recording::Frame>(entry.input); });
 }
 
 Player::Player(const Recording::Session& playedSession, Options playerOptions)

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "events/KXCANMessage.h"
 #include "events/KXEvent.h"
 #include "input/CANRemoteOptions.h"
+#include "platform/KXCANMessage.h"
 #include "tools/keylayout/KeyLayout.h"
 #include "tools/kxreplay/Settings.h"
 #include "tools/recording/RecordingReader.h"

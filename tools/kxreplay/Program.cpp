@@ -93,7 +93,8 @@ private:
     }
 
     void printEvents() const {
-        play(changed, [this](const PlayedEvent& played) { write(formatEvent(played.event, arguments.format)); });
+        play(
+            changed, [this](const PlayedEvent& played) { write(formatEvent(played.event, arguments.format)); });
     }
 
     void printComparison() const {

@@ -25,10 +25,9 @@ std::vector<Entry>::const_iterator firstInput(const Recording::Session& session)
 Durations durationsAtFirstInput(const Recording::Session& session) {
     Durations durations;
     const auto end = firstInput(session);
-    for (auto entry = session.entries.begin(); entry != end; ++entry) {
+    for (auto entry = session.entries.begin(); entry != end; ++entry)
         if (const auto* const setting = std::get_if<NumberSetting>(&entry->input))
             durations.take(*setting);
-    }
     return durations;
 }
 

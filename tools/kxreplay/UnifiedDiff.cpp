@@ -147,8 +147,8 @@ std::string range(std::size_t before, std::size_t count) {
 using Place = std::vector<Change>::const_iterator;
 
 std::string formatHunk(Place begin, Place end) {
-    const auto inNew =
-        static_cast<std::size_t>(std::count_if(begin, end, [](const Change& c) { return c.mark != '-'; }));
+    const auto inNew = static_cast<std::size_t>(std::count_if(
+        begin, end, [](const Change& c) { return c.mark != '-'; }));
     const auto inOld =
         static_cast<std::size_t>(std::count_if(begin, end, [](const Change& c) { return c.mark != '+'; }));
     std::string text = "@@ -" + range(begin->oldLine, inOld) + " +" + range(begin->newLine, inNew) + " @@\n";

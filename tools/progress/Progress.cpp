@@ -32,9 +32,8 @@ Progress::~Progress() {
 void Progress::countOne() {
     ++count;
     const Clock::time_point now = Clock::now();
-    if (now - lastShown < interval || !isNextTenth()) {
+    if (now - lastShown < interval || !isNextTenth())
         return;
-    }
     lastShown = now;
     hasShown = true;
     show();
@@ -48,9 +47,8 @@ bool Progress::isNextTenth() const {
 void Progress::show() {
     shownCount = count;
     std::string text = program + ": " + std::to_string(count);
-    if (total != 0) {
+    if (total != 0)
         text += " of " + std::to_string(total);
-    }
     text += " " + done;
     std::fputs((isTerminal ? "\r" + text : text + "\n").c_str(), stderr);
 }

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "encoder/KXEncoderDynamic.h"
-#include "events/KXCANMessage.h"
 #include "events/KXEvent.h"
 #include "input/CANRemoteOptions.h"
+#include "platform/KXCANMessage.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -79,10 +79,9 @@ struct Words4 {
         return text;
     }
     static bool parse(std::string_view text, unsigned int (&words)[4]) {
-        for (unsigned int& word : words) {
+        for (unsigned int& word : words)
             if (!Text::parseNumber(Text::takeUntil(text, ','), 10, word))
                 return false;
-        }
         return text.empty();
     }
 };

@@ -85,10 +85,9 @@ Keypad parseKeypad(std::string_view words, const std::map<int, int>& toolkitKeys
 std::optional<Input> parseSetting(std::string_view words, const std::map<int, int>& toolkitKeys,
                                   std::string& unknown) {
     const std::string_view name = Text::takeWord(words);
-    for (const NumberWord& setting : numberWords) {
+    for (const NumberWord& setting : numberWords)
         if (setting.word == name)
             return parseNumberSetting(setting, words);
-    }
     if (name == "speed-table")
         return parseSpeedTable(words);
     if (name == "key-mapping")

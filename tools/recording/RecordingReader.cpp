@@ -177,10 +177,9 @@ private:
     void note(const Input& what) {
         session.hasPasses = session.hasPasses || std::holds_alternative<Pass>(what);
         hasEnded = std::holds_alternative<End>(what);
-        if (const auto* const mapping = std::get_if<KeyMapping>(&what)) {
+        if (const auto* const mapping = std::get_if<KeyMapping>(&what))
             for (const auto& [toolkitKey, keyCode] : mapping->keyCodeOfToolkitKey)
                 toolkitKeys[keyCode] = toolkitKey;
-        }
     }
 
     void tellWhatIsUnknown() const {

@@ -21,9 +21,8 @@ std::string getBusName(int bus) {
 std::unique_ptr<KXCANSocket> makeSocket(int bus, int bitRate, int receiveBuffer) {
     const std::string virtualBus = "unix:";
     const std::string name = getBusName(bus);
-    if (name.compare(0, virtualBus.size(), virtualBus) == 0) {
+    if (name.compare(0, virtualBus.size(), virtualBus) == 0)
         return std::make_unique<KXVirtualCAN>(bus, name.substr(virtualBus.size()));
-    }
     if (bitRate != 0) {
         // Only an administrator may, and only while the bus is down. The system's own setting stays in force.
         KXDebug::debugPrintError(1, getCANDebugKey(),

@@ -1,6 +1,6 @@
 #include "platform/linux/hardware/KXCANSocket.h"
 
-#include "events/KXCANMessage.h"
+#include "platform/KXCANMessage.h"
 #include "platform/KXDebug.h"
 
 #include <algorithm>
@@ -55,9 +55,8 @@ KXCANSocket::Opening KXCANSocket::open(int reportLevel) {
         descriptor = newDescriptor;
         return result;
     }
-    if (newDescriptor >= 0) {
+    if (newDescriptor >= 0)
         close(newDescriptor);
-    }
     KXDebug::debugPrintError(reportLevel, getCANDebugKey(), "bus %d: %s", bus, reason.c_str());
     return result;
 }

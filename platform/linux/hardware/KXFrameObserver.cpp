@@ -19,9 +19,8 @@ void KXFrameObserver::set(KXFrameObserver* observer) {
 }
 
 void tellFrameRead(int bus, const KXCANMessage& message) {
-    if (KXFrameObserver* const observer = currentObserver) {
+    if (KXFrameObserver* const observer = currentObserver)
         observer->onFrameRead(bus, message);
-    }
 }
 
 } // namespace KX

@@ -30,9 +30,8 @@ int callWithAddress(Function function, int descriptor, const std::string& path) 
 
 bool getIdentity(const std::string& path, KXFileIdentity& identity) {
     struct stat status {};
-    if (lstat(path.c_str(), &status) != 0) {
+    if (lstat(path.c_str(), &status) != 0)
         return false;
-    }
     identity = KXFileIdentity(status.st_dev, status.st_ino);
     return true;
 }
@@ -56,9 +55,8 @@ KXCANSocket::Opening KXVirtualCAN::openSocket(int& newDescriptor, std::string& r
                  std::to_string(sizeof(sockaddr_un::sun_path) - 1) + " bytes";
         return Opening::refused;
     }
-    if (!makeRoom(reason)) {
+    if (!makeRoom(reason))
         return Opening::refused;
-    }
     newDescriptor = makeSocket();
     // The file that bind makes takes over the mode of the socket, so it is never open to others, not even for a
     // moment. EADDRINUSE: somebody was faster.
@@ -83,9 +81,8 @@ bool KXVirtualCAN::makeRoom(std::string& reason) const {
         return false;
     }
     const bool isOurs = KXOwnSockets::contains(KXFileIdentity(status.st_dev, status.st_ino));
-    if (!isOurs && isHeldByAnotherProcess(reason)) {
+    if (!isOurs && isHeldByAnotherProcess(reason))
         return false;
-    }
     // ENOENT: whoever held it has taken it away meanwhile.
     if (unlink(path.c_str()) != 0 && errno != ENOENT) {
         reason = describeError(path);
@@ -115,9 +112,8 @@ bool KXVirtualCAN::isHeldByAnotherProcess(std::string& reason) const {
 void KXVirtualCAN::socketCloses() {
     KXFileIdentity present;
     // The path may be a later end point's by now.
-    if (getIdentity(path, present) && present == boundFile) {
+    if (getIdentity(path, present) && present == boundFile)
         unlink(path.c_str());
-    }
     KXOwnSockets::remove(boundFile);
 }
 

@@ -134,9 +134,8 @@ int KXEndPointManager::Implementation::wait(unsigned int untilTick) {
         // Somebody was told already: look who else can be told, but do not sleep on it.
         table.sleep(events, calls > 0 ? 0 : table.getTimeToNextRetry(KXTick::getTickCount(), remainingMs));
         calls += dispatch(events);
-        if (calls > 0 || limit.getRemainingMs() <= 0) {
+        if (calls > 0 || limit.getRemainingMs() <= 0)
             return calls;
-        }
     }
 }
 
@@ -145,26 +144,22 @@ int KXEndPointManager::Implementation::checkConnections() {
     std::pmr::vector<Number> numbers(memory.get());
     table.getNumbers(numbers);
     int calls = 0;
-    for (const Number number : numbers) {
+    for (const Number number : numbers)
         calls += checkConnection(number);
-    }
     return calls;
 }
 
 /// Notices what epoll does not tell: an end point that its owner closed or opened anew, and a retry that is due.
 int KXEndPointManager::Implementation::checkConnection(Number number) {
     const Use use(table, number);
-    if (!use.isValid()) {
+    if (!use.isValid())
         return 0;
-    }
-    if (use->lost) {
+    if (use->lost)
         return retry(number, use);
-    }
     if (use->endPoint->isConnected()) {
         const int descriptor = use->endPoint->getReadEndPointID();
-        if (table.isWatched(number, descriptor) || (descriptor >= 0 && table.watch(number, descriptor))) {
+        if (table.isWatched(number, descriptor) || (descriptor >= 0 && table.watch(number, descriptor)))
             return 0;
-        }
     }
     return reportLost(number, use);
 }
@@ -172,9 +167,8 @@ int KXEndPointManager::Implementation::checkConnection(Number number) {
 int KXEndPointManager::Implementation::retry(Number number, const Use& use) {
     const int remainingMs = getTimeUntil(use->retryTick, KXTick::getTickCount());
     // Further ahead than a retry is ever set: nobody has waited here for half the range of the clock.
-    if (remainingMs > 0 && remainingMs <= retryIntervalMs) {
+    if (remainingMs > 0 && remainingMs <= retryIntervalMs)
         return 0;
-    }
     if (use->endPoint->reconnect() == 0) {
         const int descriptor = use->endPoint->getReadEndPointID();
         if (descriptor >= 0 && table.watch(number, descriptor)) {
@@ -188,18 +182,16 @@ int KXEndPointManager::Implementation::retry(Number number, const Use& use) {
 
 int KXEndPointManager::Implementation::reportLost(Number number, const Use& use) {
     // Not retried at once: a peer that accepts and hangs up again would keep us busy.
-    if (!table.setLost(number, getRetryTick())) {
+    if (!table.setLost(number, getRetryTick()))
         return 0;
-    }
     use->handler->onEndPointDisconnected(use->endPoint);
     return 1;
 }
 
 int KXEndPointManager::Implementation::dispatch(const std::pmr::vector<epoll_event>& events) {
     int calls = 0;
-    for (const epoll_event& event : events) {
+    for (const epoll_event& event : events)
         calls += dispatchEvent(event, calls == 0);
-    }
     return calls;
 }
 
@@ -207,17 +199,14 @@ int KXEndPointManager::Implementation::dispatchEvent(const epoll_event& event, b
     const Number number = KXEndPointTable::getNumber(event);
     const Use use(table, number);
     // Removed, lost or opened anew since: by a handler of this round, or by another thread.
-    if (!use.isValid() || use->descriptor < 0 || use->generation != KXEndPointTable::getGeneration(event)) {
+    if (!use.isValid() || use->descriptor < 0 || use->generation != KXEndPointTable::getGeneration(event))
         return 0;
-    }
     // A handler of this round may have read this end point empty.
     const unsigned int found = firstOfRound ? event.events : lookAgain(use->descriptor);
-    if (isGone(found, use->descriptor)) {
+    if (isGone(found, use->descriptor))
         return reportLost(number, use);
-    }
-    if ((found & EPOLLIN) == 0) {
+    if ((found & EPOLLIN) == 0)
         return 0;
-    }
     use->handler->onEndPointReadable(use->endPoint, manager);
     return 1;
 }
@@ -229,9 +218,8 @@ KXEndPointManager::~KXEndPointManager() {
 }
 
 int KXEndPointManager::addEndPoint(KXEndPoint* endPoint, KXEndPointHandler* handler) {
-    if (endPoint == nullptr || handler == nullptr) {
+    if (endPoint == nullptr || handler == nullptr)
         return statusOutOfRange;
-    }
     const int descriptor = endPoint->isConnected() ? endPoint->getReadEndPointID() : -1;
     return implementation->table.add(endPoint, handler, descriptor) ? 0 : statusRefused;
 }

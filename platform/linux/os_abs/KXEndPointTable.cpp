@@ -30,9 +30,8 @@ KXEndPointTable::KXEndPointTable()
     // Fails when one of the two could not be had (EMFILE, ENFILE, ENOMEM) and is -1, or for want of memory.
     if (epoll_ctl(epollDescriptor, EPOLL_CTL_ADD, wakeUpDescriptor, &request) != 0) {
         for (int* descriptor : {&epollDescriptor, &wakeUpDescriptor}) {
-            if (*descriptor >= 0) {
+            if (*descriptor >= 0)
                 close(*descriptor);
-            }
             *descriptor = -1;
         }
     }
@@ -60,9 +59,8 @@ bool KXEndPointTable::add(KXEndPoint* endPoint, KXEndPointHandler* handler, int 
     const std::lock_guard<std::mutex> guard(lock);
     const bool known = std::any_of(registrations.begin(), registrations.end(),
                                    [&](const auto& entry) { return entry.second.endPoint == endPoint; });
-    if (known || !isOpen()) {
+    if (known || !isOpen())
         return false;
-    }
     const Number number = ++lastNumber;
     Registration& registration = registrations[number];
     registration.endPoint = endPoint;
@@ -83,9 +81,8 @@ bool KXEndPointTable::remove(const KXEndPoint* endPoint) {
     std::unique_lock<std::mutex> guard(lock);
     const auto found = std::find_if(registrations.begin(), registrations.end(),
                                     [&](const auto& entry) { return entry.second.endPoint == endPoint; });
-    if (found == registrations.end()) {
+    if (found == registrations.end())
         return false;
-    }
     const Number number = found->first;
     stopWatching(found->second);
     registrations.erase(found);
@@ -96,13 +93,11 @@ bool KXEndPointTable::remove(const KXEndPoint* endPoint) {
 bool KXEndPointTable::watch(Number number, int descriptor) {
     const std::lock_guard<std::mutex> guard(lock);
     const auto found = registrations.find(number);
-    if (found == registrations.end()) {
+    if (found == registrations.end())
         return false;
-    }
     stopWatching(found->second);
-    if (!startWatching(number, found->second, descriptor)) {
+    if (!startWatching(number, found->second, descriptor))
         return false;
-    }
     found->second.lost = false;
     return true;
 }
@@ -110,9 +105,8 @@ bool KXEndPointTable::watch(Number number, int descriptor) {
 bool KXEndPointTable::isWatched(Number number, int descriptor) {
     const std::lock_guard<std::mutex> guard(lock);
     const auto found = registrations.find(number);
-    if (found == registrations.end() || descriptor < 0 || found->second.descriptor != descriptor) {
+    if (found == registrations.end() || descriptor < 0 || found->second.descriptor != descriptor)
         return false;
-    }
     // Changes nothing, but fails with ENOENT or EBADF when the file that is watched is no longer this one.
     epoll_event request = makeRequest(number, found->second.generation);
     return epoll_ctl(epollDescriptor, EPOLL_CTL_MOD, descriptor, &request) == 0;
@@ -121,9 +115,8 @@ bool KXEndPointTable::isWatched(Number number, int descriptor) {
 bool KXEndPointTable::setLost(Number number, unsigned int retryTick) {
     const std::lock_guard<std::mutex> guard(lock);
     const auto found = registrations.find(number);
-    if (found == registrations.end() || found->second.lost) {
+    if (found == registrations.end() || found->second.lost)
         return false;
-    }
     stopWatching(found->second);
     found->second.lost = true;
     found->second.retryTick = retryTick;
@@ -133,27 +126,23 @@ bool KXEndPointTable::setLost(Number number, unsigned int retryTick) {
 void KXEndPointTable::setRetryTick(Number number, unsigned int retryTick) {
     const std::lock_guard<std::mutex> guard(lock);
     const auto found = registrations.find(number);
-    if (found != registrations.end()) {
+    if (found != registrations.end())
         found->second.retryTick = retryTick;
-    }
 }
 
 void KXEndPointTable::getNumbers(std::pmr::vector<Number>& numbers) const {
     const std::lock_guard<std::mutex> guard(lock);
     numbers.clear();
     numbers.reserve(registrations.size());
-    for (const auto& entry : registrations) {
+    for (const auto& entry : registrations)
         numbers.push_back(entry.first);
-    }
 }
 
 int KXEndPointTable::getTimeToNextRetry(unsigned int now, int limit) const {
     const std::lock_guard<std::mutex> guard(lock);
-    for (const auto& entry : registrations) {
-        if (entry.second.lost) {
+    for (const auto& entry : registrations)
+        if (entry.second.lost)
             limit = std::min(limit, static_cast<int>(entry.second.retryTick - now));
-        }
-    }
     return std::max(limit, 0);
 }
 
@@ -177,9 +166,8 @@ void KXEndPointTable::sleep(std::pmr::vector<epoll_event>& events, int timeoutMs
 void KXEndPointTable::dropWakeUps(std::pmr::vector<epoll_event>& events) const {
     const auto isWakeUp = [](const epoll_event& event) { return event.data.u64 == wakeUpToken; };
     const auto rest = std::remove_if(events.begin(), events.end(), isWakeUp);
-    if (rest == events.end()) {
+    if (rest == events.end())
         return;
-    }
     events.erase(rest, events.end());
     std::uint64_t wakeUps = 0;
     // EAGAIN: another waiting thread was faster.
@@ -190,11 +178,9 @@ void KXEndPointTable::dropWakeUps(std::pmr::vector<epoll_event>& events) const {
 /// A descriptor that is new to the epoll set while a registration still claims its number: the file behind that
 /// one was closed unseen, and the number must not lead us to the new file.
 void KXEndPointTable::forgetDescriptor(int descriptor) {
-    for (auto& entry : registrations) {
-        if (entry.second.descriptor == descriptor) {
+    for (auto& entry : registrations)
+        if (entry.second.descriptor == descriptor)
             entry.second.descriptor = -1;
-        }
-    }
 }
 
 bool KXEndPointTable::startWatching(Number number, Registration& registration, int descriptor) {
@@ -202,9 +188,8 @@ bool KXEndPointTable::startWatching(Number number, Registration& registration, i
     epoll_event request = makeRequest(number, registration.generation);
     // EPERM: a file that is always readable, which cannot be waited for. EEXIST: it is another registered end
     // point's. EBADF: not open. ENOMEM, ENOSPC: the system is at its limits.
-    if (epoll_ctl(epollDescriptor, EPOLL_CTL_ADD, descriptor, &request) != 0) {
+    if (epoll_ctl(epollDescriptor, EPOLL_CTL_ADD, descriptor, &request) != 0)
         return false;
-    }
     forgetDescriptor(descriptor);
     registration.descriptor = descriptor;
     return true;
@@ -244,9 +229,8 @@ KXEndPointTable::Use::Use(KXEndPointTable& usedTable, Number usedNumber) : table
 }
 
 KXEndPointTable::Use::~Use() {
-    if (!valid) {
+    if (!valid)
         return;
-    }
     const std::lock_guard<std::mutex> guard(table.lock);
     const std::thread::id self = std::this_thread::get_id();
     const auto mine = std::find_if(table.users.begin(), table.users.end(),

@@ -13,16 +13,13 @@ namespace {
 int initializeMutex(pthread_mutex_t* mutex, int protocol) {
     pthread_mutexattr_t attributes;
     int error = pthread_mutexattr_init(&attributes);
-    if (error != 0) {
+    if (error != 0)
         return error;
-    }
     error = pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_ERRORCHECK);
-    if (error == 0) {
+    if (error == 0)
         error = pthread_mutexattr_setprotocol(&attributes, protocol);
-    }
-    if (error == 0) {
+    if (error == 0)
         error = pthread_mutex_init(mutex, &attributes);
-    }
     pthread_mutexattr_destroy(&attributes);
     return error;
 }
@@ -30,9 +27,8 @@ int initializeMutex(pthread_mutex_t* mutex, int protocol) {
 class PosixMutex final : public KXMutex {
 public:
     ~PosixMutex() override {
-        if (initialized) {
+        if (initialized)
             pthread_mutex_destroy(&mutex);
-        }
     }
 
     bool initialize() {
@@ -62,9 +58,8 @@ private:
 
 KXMutex* KXMutex::create() {
     std::unique_ptr<PosixMutex> mutex(new (std::nothrow) PosixMutex);
-    if (mutex == nullptr || !mutex->initialize()) {
+    if (mutex == nullptr || !mutex->initialize())
         return nullptr;
-    }
     return mutex.release();
 }
 
@@ -74,9 +69,8 @@ KXMutex::~KXMutex() = default;
 KXAutoLock::KXAutoLock(KXMutex* mutex) : heldMutex(mutex != nullptr && mutex->lock() ? mutex : nullptr) {}
 
 KXAutoLock::~KXAutoLock() {
-    if (heldMutex != nullptr) {
+    if (heldMutex != nullptr)
         heldMutex->unlock();
-    }
 }
 
 } // namespace KX

@@ -24,9 +24,8 @@ void enlarge(int writeEnd) {
     const int presentCapacity = fcntl(writeEnd, F_GETPIPE_SZ);
     for (int capacity = wantedCapacity; capacity > presentCapacity; capacity /= 2) {
         // EPERM: above the limit of this user. EBUSY and ENOMEM: no kernel memory for that many pages.
-        if (fcntl(writeEnd, F_SETPIPE_SZ, capacity) >= 0) {
+        if (fcntl(writeEnd, F_SETPIPE_SZ, capacity) >= 0)
             return;
-        }
     }
 }
 
@@ -86,9 +85,8 @@ private:
 /// more than one page together, and only the first, which is being read, may hold as little as a byte.
 bool KXPipe::Implementation::hasRoomFor(int size) const {
     const int capacity = fcntl(writeEnd, F_GETPIPE_SZ);
-    if (capacity <= 0) {
+    if (capacity <= 0)
         return false;
-    }
     const int pageSize = static_cast<int>(sysconf(_SC_PAGESIZE));
     const int bytes = countBytes();
     const int pagesInUse = bytes == 0 ? 0 : 2 * (bytes / pageSize) + 2;
@@ -108,12 +106,10 @@ int KXPipe::init() {
 }
 
 int KXPipe::writeIntoPipe(void* data, int size) const {
-    if (data == nullptr || size <= 0) {
+    if (data == nullptr || size <= 0)
         return statusOutOfRange;
-    }
-    if (size > PIPE_BUF && !implementation->hasRoomFor(size)) {
+    if (size > PIPE_BUF && !implementation->hasRoomFor(size))
         return statusRefused;
-    }
     const auto wanted = static_cast<std::size_t>(size);
     ssize_t written;
     do {
@@ -128,9 +124,8 @@ int KXPipe::writeIntoPipe(void* data, int size) const {
 }
 
 int KXPipe::readFromPipe(void* data, int size) {
-    if (data == nullptr || size <= 0) {
+    if (data == nullptr || size <= 0)
         return statusOutOfRange;
-    }
     const auto wanted = static_cast<std::size_t>(size);
     ssize_t taken;
     do {

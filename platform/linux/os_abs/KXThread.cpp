@@ -24,9 +24,8 @@ public:
     ThreadAttributes() : error(pthread_attr_init(&attributes)), initialized(error == 0) {}
 
     ~ThreadAttributes() {
-        if (initialized) {
+        if (initialized)
             pthread_attr_destroy(&attributes);
-        }
     }
 
     ThreadAttributes(const ThreadAttributes&) = delete;
@@ -58,9 +57,8 @@ public:
 private:
     template<typename Setter>
     void apply(Setter setter) {
-        if (error == 0) {
+        if (error == 0)
             error = setter();
-        }
     }
 
     pthread_attr_t attributes;
@@ -85,9 +83,8 @@ const bool isForgottenByChildren = pthread_atfork(nullptr, nullptr, &forgetOwnID
 
 unsigned int askForOwnID() {
     const auto id = static_cast<unsigned int>(gettid());
-    if (isForgottenByChildren) {
+    if (isForgottenByChildren)
         ownID = id;
-    }
     return id;
 }
 
@@ -127,20 +124,16 @@ private:
 };
 
 int PosixThread::start(int priority, unsigned int stackSize) {
-    if (running.load() || entryFunction == nullptr) {
+    if (running.load() || entryFunction == nullptr)
         return statusRefused;
-    }
     if (priority != 0 &&
-        (priority < sched_get_priority_min(SCHED_FIFO) || priority > sched_get_priority_max(SCHED_FIFO))) {
+        (priority < sched_get_priority_min(SCHED_FIFO) || priority > sched_get_priority_max(SCHED_FIFO)))
         return statusOutOfRange;
-    }
     ThreadAttributes attributes;
-    if (stackSize != 0) {
+    if (stackSize != 0)
         attributes.setStackSize(stackSize);
-    }
-    if (priority != 0) {
+    if (priority != 0)
         attributes.setRealTimePriority(priority);
-    }
     if (attributes.getError() != 0) {
         // EINVAL: the stack is smaller than the system's least. Anything else is a lack of memory.
         return attributes.getError() == EINVAL ? statusOutOfRange : statusRefused;
@@ -184,9 +177,8 @@ int PosixThread::stopAndWait() {
         // It would wait for its own end. Asked first: what follows belongs to the owner, who may be writing it.
         return statusRefused;
     }
-    if (!joinable) {
+    if (!joinable)
         return 0;
-    }
     if (pthread_join(thread, nullptr) != 0) {
         // EDEADLK: that thread waits for this one.
         return statusRefused;

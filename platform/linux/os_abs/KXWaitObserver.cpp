@@ -22,17 +22,15 @@ void KXWaitObserver::set(KXWaitObserver* observer) {
 }
 
 KXWatchedWait::KXWatchedWait() : observer(currentObserver) {
-    if (observer == nullptr) {
+    if (observer == nullptr)
         return;
-    }
     observerOfNextTick = nullptr;
     observer->onWaitBegins();
 }
 
 KXWatchedWait::~KXWatchedWait() {
-    if (observer == nullptr) {
+    if (observer == nullptr)
         return;
-    }
     observer->onWaitEnds();
     observerOfNextTick = observer;
 }
@@ -40,9 +38,8 @@ KXWatchedWait::~KXWatchedWait() {
 void tellAwaitedTick(unsigned int tick) {
     KXWaitObserver* const observer = std::exchange(observerOfNextTick, nullptr);
     // One that was replaced meanwhile may be gone.
-    if (observer == currentObserver) {
+    if (observer == currentObserver)
         observer->onPassTick(tick);
-    }
 }
 
 } // namespace KX

@@ -25,9 +25,8 @@ void tellAwaitedTick(unsigned int tick);
 
 /// Tells the observer of the calling thread's wait, if there is one, of a tick that the thread asked for.
 inline void tellTickAsked(unsigned int tick) {
-    if (observerOfNextTick != nullptr) {
+    if (observerOfNextTick != nullptr)
         tellAwaitedTick(tick);
-    }
 }
 
 } // namespace KX

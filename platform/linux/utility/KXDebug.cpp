@@ -82,9 +82,8 @@ unsigned int KXDebug::insertNewDebugSection(const std::string& name) {
 }
 
 void KXDebug::debugPrintError(int level, unsigned int key, const char* format, ...) {
-    if (!KXDebugSections::isShown(level, key)) {
+    if (!KXDebugSections::isShown(level, key))
         return;
-    }
     std::va_list arguments;
     va_start(arguments, format);
     printMessage(level, key, format, arguments);

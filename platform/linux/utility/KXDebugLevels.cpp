@@ -12,9 +12,8 @@ const char anySection[] = "*";
 std::string trim(const std::string& text) {
     const char blanks[] = " \t\r\n";
     const std::size_t first = text.find_first_not_of(blanks);
-    if (first == std::string::npos) {
+    if (first == std::string::npos)
         return std::string();
-    }
     return text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
@@ -24,9 +23,8 @@ std::vector<std::string> split(const std::string& text, char separator) {
     for (;;) {
         const std::size_t end = text.find(separator, begin);
         parts.push_back(trim(text.substr(begin, end - begin)));
-        if (end == std::string::npos) {
+        if (end == std::string::npos)
             return parts;
-        }
         begin = end + 1;
     }
 }
@@ -46,34 +44,28 @@ std::string quote(const std::string& entry) {
 KXDebugLevels::KXDebugLevels(const std::string& setting, std::vector<std::string>& mistakes) {
     for (const std::string& entry : split(setting, ',')) {
         const std::string mistake = takeEntry(entry);
-        if (!mistake.empty()) {
+        if (!mistake.empty())
             mistakes.push_back("KX_DEBUG: " + quote(entry) + " is ignored: " + mistake);
-        }
     }
 }
 
 std::string KXDebugLevels::takeEntry(const std::string& entry) {
-    if (entry.empty()) {
+    if (entry.empty())
         return std::string();
-    }
     const std::size_t equals = entry.find('=');
-    if (equals == std::string::npos) {
+    if (equals == std::string::npos)
         return "expected section=level";
-    }
     const std::string section = trim(entry.substr(0, equals));
     const std::string level = trim(entry.substr(equals + 1));
-    if (section.empty()) {
+    if (section.empty())
         return "the name of the section is missing";
-    }
-    if (level.size() != 1 || level[0] < '0' || level[0] > '4') {
+    if (level.size() != 1 || level[0] < '0' || level[0] > '4')
         return "the level must be a number from 0 (nothing) to 4 (everything)";
-    }
     const int number = level[0] - '0';
-    if (section == anySection) {
+    if (section == anySection)
         levelOfOthers = number;
-    } else {
+    else
         levels[section] = number;
-    }
     return std::string();
 }
 
@@ -84,9 +76,8 @@ int KXDebugLevels::getLevel(const std::string& section) const {
 
 int KXDebugLevels::getHighestLevel() const {
     int highest = levelOfOthers;
-    for (const auto& [section, level] : levels) {
+    for (const auto& [section, level] : levels)
         highest = std::max(highest, level);
-    }
     return highest;
 }
 

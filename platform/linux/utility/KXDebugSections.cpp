@@ -17,9 +17,8 @@ KXDebugLevels readLevels() {
     const char* const setting = std::getenv("KX_DEBUG");
     std::vector<std::string> mistakes;
     KXDebugLevels levels(setting != nullptr ? setting : "", mistakes);
-    for (std::string& mistake : mistakes) {
+    for (std::string& mistake : mistakes)
         KXDebugOutput::writeLine(mistake);
-    }
     return levels;
 }
 
@@ -50,17 +49,14 @@ unsigned int KXDebugSections::insert(const std::string& name) {
     Registry& registry = Registry::get();
     const std::lock_guard<std::mutex> guard(registry.lock);
     const auto known = registry.keys.find(name);
-    if (known != registry.keys.end()) {
+    if (known != registry.keys.end())
         return known->second;
-    }
     const std::size_t index = sectionCount.load();
-    if (index == sectionsPerBlock * mostBlocks) {
+    if (index == sectionsPerBlock * mostBlocks)
         return 0; // still prints, under "?"
-    }
     std::atomic<Block*>& block = blocks[index / sectionsPerBlock];
-    if (block.load() == nullptr) {
+    if (block.load() == nullptr)
         block = new Block;
-    }
     Section& section = (*block.load())[index % sectionsPerBlock];
     section.name = name;
     section.level = registry.levels.getLevel(name);

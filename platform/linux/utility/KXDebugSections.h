@@ -21,9 +21,8 @@ public:
     /// Whether a message is to be shown. Takes no lock and allocates nothing for a key from \ref insert.
     static bool isShown(int level, unsigned int key) {
         // Nearly every message is a trace that nobody asked for, whatever its section.
-        if (level > highestLevel.load(std::memory_order_relaxed)) {
+        if (level > highestLevel.load(std::memory_order_relaxed))
             return false;
-        }
         const Section* const section = find(key);
         const int shownLevel = section != nullptr ? section->level : getLevelOfNoSection();
         // Level 0 is not a message's, but nobody should lose an error because of it.
@@ -45,9 +44,8 @@ private:
 
     /// Null for a key that no section has.
     static const Section* find(unsigned int key) {
-        if (key == 0 || key > sectionCount.load(std::memory_order_acquire)) {
+        if (key == 0 || key > sectionCount.load(std::memory_order_acquire))
             return nullptr;
-        }
         const std::size_t index = key - 1;
         return &(*blocks[index / sectionsPerBlock].load(std::memory_order_acquire))[index % sectionsPerBlock];
     }

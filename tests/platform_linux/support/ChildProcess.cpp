@@ -11,15 +11,13 @@ namespace {
 
 [[noreturn]] void becomeProgram(int errorOutput, const char* debugSetting, std::vector<std::string>& command) {
     dup2(errorOutput, STDERR_FILENO);
-    if (debugSetting != nullptr) {
+    if (debugSetting != nullptr)
         setenv("KX_DEBUG", debugSetting, 1);
-    } else {
+    else
         unsetenv("KX_DEBUG");
-    }
     std::vector<char*> arguments;
-    for (std::string& argument : command) {
+    for (std::string& argument : command)
         arguments.push_back(argument.data());
-    }
     arguments.push_back(nullptr);
     execv(arguments[0], arguments.data());
     _exit(127);
@@ -29,9 +27,8 @@ std::string readToEnd(int descriptor) {
     std::string text;
     char buffer[4096];
     ssize_t taken;
-    while ((taken = read(descriptor, buffer, sizeof(buffer))) > 0) {
+    while ((taken = read(descriptor, buffer, sizeof(buffer))) > 0)
         text.append(buffer, static_cast<std::size_t>(taken));
-    }
     return text;
 }
 
@@ -56,8 +53,7 @@ ChildResult runWithDebugSetting(const char* debugSetting, std::vector<std::strin
     waitpid(child, &status, 0);
     result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     std::istringstream stream(result.errorOutput);
-    for (std::string line; std::getline(stream, line);) {
+    for (std::string line; std::getline(stream, line);)
         result.lines.push_back(line);
-    }
     return result;
 }

@@ -19,9 +19,8 @@ long countAllocations() {
 void* operator new(std::size_t size) {
     ++allocations;
     void* const memory = std::malloc(size);
-    if (memory == nullptr) {
+    if (memory == nullptr)
         throw std::bad_alloc();
-    }
     return memory;
 }
 

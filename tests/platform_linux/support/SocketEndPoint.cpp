@@ -9,9 +9,8 @@ namespace {
 
 void closeDescriptor(std::atomic<int>& descriptor) {
     const int closing = descriptor.exchange(-1);
-    if (closing >= 0) {
+    if (closing >= 0)
         close(closing);
-    }
 }
 
 } // namespace
@@ -46,14 +45,12 @@ bool SocketEndPoint::isConnected() const {
 
 int SocketEndPoint::reconnect() {
     ++reconnects;
-    if (onReconnect) {
+    if (onReconnect)
         onReconnect();
-    }
     ownerCloses();
     peerHangsUp();
-    if (!peerAccepts) {
+    if (!peerAccepts)
         return 20;
-    }
     connect();
     return 0;
 }
@@ -86,9 +83,8 @@ void RecordingHandler::onEndPointReadable(KX::KXEndPoint* endPoint, KX::KXEndPoi
     ++readable;
     lastManager = manager;
     text += socket.read();
-    if (onReadable) {
+    if (onReadable)
         onReadable(socket, *manager);
-    }
 }
 
 void RecordingHandler::onEndPointReconnected(KX::KXEndPoint*) {
@@ -97,7 +93,6 @@ void RecordingHandler::onEndPointReconnected(KX::KXEndPoint*) {
 
 void RecordingHandler::onEndPointDisconnected(KX::KXEndPoint* endPoint) {
     ++disconnected;
-    if (onDisconnected) {
+    if (onDisconnected)
         onDisconnected(static_cast<SocketEndPoint&>(*endPoint));
-    }
 }
