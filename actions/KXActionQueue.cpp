@@ -1,17 +1,26 @@
 #include "actions/KXActionQueue.h"
 
-#include "events/BackoffLock.h"
+#include "events/DiagnosticLine.h"
+#include "events/EventTypeName.h"
 #include "events/KXEventType.h"
 #include "platform/KXStatus.h"
 #include "platform/KXThread.h"
 #include "platform/KXTick.h"
 
+#include <boost/thread/lock_guard.hpp>
 #include <cstdlib>
 #include <iostream>
+#include <tuple>
 
 namespace KX {
 
 namespace {
+
+auto keyOf(const KXActionQueue::actionItem& item) {
+    return std::make_tuple(
+        reinterpret_cast<std::uintptr_t>(item.action), reinterpret_cast<std::uintptr_t>(item.triggeringAction),
+        static_cast<unsigned int>(item.eventType), reinterpret_cast<std::uintptr_t>(item.userData));
+}
 
 // Several threads may post one action at once; each store is whole, and the last one stays.
 void tellTriggeringEventType(KXAction& action, int eventType) {
@@ -19,15 +28,14 @@ void tellTriggeringEventType(KXAction& action, int eventType) {
 }
 
 [[gnu::noinline]] void reportLoop(const KXActionQueue::actionItem& item) {
-    std::cout << "KXActionQueue::executeActions: Found loop for " << static_cast<const void*>(item.action)
-              << ", triggered by object " << static_cast<const void*>(item.userData) << ", on event '"
-              << translateEventTypeToString(item.eventType) << " [" << item.eventType << "] via action "
-              << static_cast<const void*>(item.triggeringAction) << " (" << item.executedCount
-              << "). Terminating execution." << std::endl;
+    const EventTypeName eventName(item.eventType);
+    writeLine(std::cout, {"KXActionQueue::executeActions: Found loop for ", item.action, ", triggered by object ",
+                          item.userData, ", on event '", eventName.text(), " [", item.eventType, "] via action ",
+                          item.triggeringAction, " (", item.executedCount, "). Terminating execution."});
 }
 
 [[gnu::noinline]] void reportNoAction() {
-    std::cout << "KXActionQueue::postAction(nullptr): Ignored." << std::endl;
+    writeLine(std::cout, {"KXActionQueue::postAction(nullptr): Ignored."});
 }
 
 // Says which action runs for as long as it runs, also when it ends by an exception.
@@ -52,9 +60,27 @@ private:
 
 KXActionQueue* KXActionQueue::theInstance = nullptr;
 
+bool KXActionQueue::actionItem::operator<(const actionItem& other) const {
+    return keyOf(*this) < keyOf(other);
+}
+
+bool KXActionQueue::actionItem::operator==(const actionItem& other) const {
+    return userData == other.userData && action == other.action && triggeringAction == other.triggeringAction &&
+           eventType == other.eventType;
+}
+
+// Odd factors spread addresses, whose low bits hardly differ, over the upper half of the sum.
+std::uint32_t KXActionQueue::itemHash::operator()(const actionItem& item) const {
+    const std::uint64_t sum = reinterpret_cast<std::uintptr_t>(item.action) * 0x9E3779B97F4A7C15U +
+                              reinterpret_cast<std::uintptr_t>(item.triggeringAction) * 0xC2B2AE3D27D4EB4FU +
+                              static_cast<unsigned int>(item.eventType) * 0x165667B19E3779F9U +
+                              reinterpret_cast<std::uintptr_t>(item.userData) * 0xD6E8FEB86659FD93U;
+    return static_cast<std::uint32_t>(sum >> 32);
+}
+
 KXActionQueue* KXActionQueue::create() {
     if (theInstance)
-        std::cerr << "Creating new KXActionQueue instance, but there was already an existing one!" << std::endl;
+        writeLine(std::cerr, {"Creating new KXActionQueue instance, but there was already an existing one!"});
     else
         theInstance = new KXActionQueue;
     return theInstance;
@@ -62,10 +88,10 @@ KXActionQueue* KXActionQueue::create() {
 
 KXActionQueue* KXActionQueue::instance() {
     if (!theInstance) {
-        std::cerr << "KXActionQueue::instance() called without creating an KXActionQueue instance before."
-                  << std::endl
-                  << "Use KXActionQueue::create() in advance to create one!" << std::endl
-                  << "Aborting..." << std::endl;
+        writeLine(std::cerr,
+                  {"KXActionQueue::instance() called without creating an KXActionQueue instance before."});
+        writeLine(std::cerr, {"Use KXActionQueue::create() in advance to create one!"});
+        writeLine(std::cerr, {"Aborting..."});
         std::abort();
     }
     return theInstance;
@@ -91,9 +117,9 @@ void KXActionQueue::postAction(KXAction* action, KXEvent* event, void* userData)
     const actionItem item = {
         action,   currentAction.load(std::memory_order_relaxed), eventType,
         userData, executedCount.load(std::memory_order_relaxed), KXThread::getCurrentThreadID()};
-    const BackoffLock lock(mutex, isMutexTaken);
+    const boost::lock_guard<KXBackoffMutex> lock(mutex);
     pendingItems.push_back(item);
-    itemPosted.notifyOneLocked();
+    itemPosted.notifyOneIfAwaited();
 }
 
 int KXActionQueue::executeActions(unsigned int deadline, bool detectLoops) {
@@ -118,7 +144,7 @@ int KXActionQueue::executeActions(unsigned int deadline, bool detectLoops) {
 }
 
 inline KXActionQueue::actionItem KXActionQueue::takeOldest() {
-    const BackoffLock lock(mutex, isMutexTaken);
+    const boost::lock_guard<KXBackoffMutex> lock(mutex);
     if (pendingItems.empty())
         waitForItem();
     const actionItem item = pendingItems.front();
@@ -126,10 +152,11 @@ inline KXActionQueue::actionItem KXActionQueue::takeOldest() {
     return item;
 }
 
-// Another thread has drained the queue since the look without the lock. Apart from the rest, which is short.
+// Another thread has drained the queue since executeActions looked at it without the lock. Out of line, because it
+// hardly ever happens.
 [[gnu::noinline]] void KXActionQueue::waitForItem() {
     while (pendingItems.empty())
-        BackoffLock::waitFor(itemPosted, mutex, isMutexTaken);
+        mutex.wait(itemPosted);
 }
 
 void KXActionQueue::executeUnlessLoop(const actionItem& item, unsigned int executingThreadID) {
@@ -141,7 +168,7 @@ void KXActionQueue::executeUnlessLoop(const actionItem& item, unsigned int execu
         executeRecorded(item);
 }
 
-// Something ran between the posting of this item and now, so what ran may be what led to it.
+// An action ran after this item was posted, so the actions that ran may be the ones that led to it.
 void KXActionQueue::openGeneration(const actionItem& item) {
     executedBefore.addAll(executedNow);
     executedNow.clear();
@@ -161,7 +188,8 @@ void KXActionQueue::executeRecorded(const actionItem& item) {
         // Counted on this thread only, so without a locked addition.
         executedCount.store(executedCount.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
     }
-    // Room for it there, too: memory may be lacking here, but not where the next item has already been taken.
+    // The item will move on to executedBefore when the next generation opens. Memory may run out here, where the
+    // caller still has every item, but not there.
     executedBefore.reserve(executedBefore.size() + executedNow.size() + 1);
     executedNow.add(item);
 }

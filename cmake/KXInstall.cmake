@@ -15,12 +15,18 @@ set(kx_public_headers
     events/KXEventType.h
     events/KXKeyCode.h
     events/KXSomeEvent.h
+    events/sync/KXBackoffMutex.h
+    events/sync/KXCountedCondition.h
+    events/sync/KXSizedDeque.h
     encoder/KXEncoderDynamic.h
     actions/KXActionQueue.h
+    actions/KXHashedSet.h
     input/CANRemoteHandler.h
     input/CANRemoteOptions.h
     input/KXInputEventManager.h
+    input/KXInputObserver.h
     platform/KXAction.h
+    platform/KXCPU.h
     platform/KXCANMessage.h
     platform/KXCANRaw.h
     platform/KXDebug.h
@@ -34,8 +40,6 @@ set(kx_public_headers
     platform/KXString.h
     platform/KXThread.h
     platform/KXTick.h
-    platform/linux/hardware/KXFrameObserver.h
-    platform/linux/os_abs/KXWaitObserver.h
     platform/simulated/KXSimulation.h)
 foreach(header IN LISTS kx_public_headers)
     get_filename_component(folder "${header}" DIRECTORY)
@@ -49,6 +53,10 @@ install(TARGETS ${kx_libraries} EXPORT KXAPI_Events
 
 include(CMakePackageConfigHelpers)
 set(kx_package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/KXAPI_Events")
+if(KXAPI_PLATFORM STREQUAL "none")
+    set(kx_include_own_platform [[include("${CMAKE_CURRENT_LIST_DIR}/KXOwnPlatform.cmake")]])
+    install(FILES cmake/KXOwnPlatform.cmake DESTINATION "${kx_package_dir}")
+endif()
 configure_package_config_file(cmake/KXAPI_EventsConfig.cmake.in
     "${PROJECT_BINARY_DIR}/KXAPI_EventsConfig.cmake" INSTALL_DESTINATION "${kx_package_dir}")
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/KXAPI_EventsConfigVersion.cmake"

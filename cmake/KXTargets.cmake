@@ -1,4 +1,4 @@
-# How every target of the project is built, and the two ways to make a library.
+# How every target of the project is built, and the three ways to make a library.
 
 set(CMAKE_CXX_STANDARD 17)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
@@ -32,6 +32,27 @@ endif()
 
 set(KXAPI_INCLUDE_DIR "${CMAKE_INSTALL_INCLUDEDIR}/KXAPI")
 
+# What is shipped is optimised across its sources, so that a post needs no call for each part of an event that it copies.
+include(CheckIPOSupported)
+check_ipo_supported(RESULT kx_has_ipo LANGUAGES CXX OUTPUT kx_why_no_ipo)
+
+function(kx_optimise_as_a_whole target)
+    if(kx_has_ipo)
+        set_target_properties(${target} PROPERTIES INTERPROCEDURAL_OPTIMIZATION_RELEASE ON)
+    endif()
+endfunction()
+
+# kx_add_layer(NAME SOURCES ... NEEDS ...): the objects of one folder of libKXAPI_Events, as kx_NAME.
+function(kx_add_layer name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;NEEDS")
+    add_library(kx_${name} OBJECT ${arg_SOURCES})
+    target_include_directories(kx_${name} PUBLIC "${PROJECT_SOURCE_DIR}")
+    target_link_libraries(kx_${name} PUBLIC ${arg_NEEDS} PRIVATE KXAPI_build_flags)
+    # A program may replace a platform's functions, but not ours: those may call each other directly.
+    target_compile_options(kx_${name} PRIVATE -fno-semantic-interposition)
+    kx_optimise_as_a_whole(kx_${name})
+endfunction()
+
 # kx_export_target(NAME EXPORTED): gives a target the name that users link by, in the build tree and installed.
 function(kx_export_target name exported)
     add_library(KXAPI::${exported} ALIAS ${name})
@@ -48,6 +69,7 @@ endfunction()
 function(kx_add_shared_library name exported)
     add_library(${name} SHARED ${ARGN})
     kx_export_target(${name} ${exported})
+    kx_optimise_as_a_whole(${name})
     set(exports "${PROJECT_SOURCE_DIR}/cmake/exports.map")
     target_link_options(${name} PRIVATE "LINKER:--version-script=${exports}" LINKER:--no-undefined)
     set_target_properties(${name} PROPERTIES

@@ -1,8 +1,11 @@
-# kx_add_test(NAME PLATFORM simulated|linux SOURCES ... [LIBRARIES ...] [PROPERTIES ...]): a GoogleTest program,
-# each of whose tests is a test of CTest; with sanitizers, whose start takes longer than most tests, the program is.
+# kx_add_test(NAME PLATFORM simulated|linux [LAYERS ...] SOURCES ... [LIBRARIES ...] [PROPERTIES ...]): a GoogleTest
+# program, each of whose tests is a test of CTest; with sanitizers, whose start takes longer than most tests, the
+# program is.
 #
 # PLATFORM simulated: the library's objects on the simulated platform, hidden functions included.
 # PLATFORM linux: the library's objects on the real platform.
+# LAYERS: which of these objects, where not all: the test of a layer links nothing from above it, and so shows that the
+# layer needs nothing from there.
 # PROPERTIES are properties of each test, as for set_tests_properties.
 #
 # kx_get_time_limit(VARIABLE SECONDS): how long a test may take, given what it may on a machine that is no emulated one.
@@ -48,15 +51,16 @@ function(kx_get_startable variable target)
 endfunction()
 
 function(kx_add_test name)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "" "PLATFORM" "SOURCES;LIBRARIES;PROPERTIES")
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "PLATFORM" "LAYERS;SOURCES;LIBRARIES;PROPERTIES")
+    if(NOT arg_LAYERS)
+        set(arg_LAYERS ${kx_layers} Qt5::Core Qt5::Gui Qt5::Widgets)
+    endif()
     add_executable(${name} ${arg_SOURCES})
     target_link_libraries(${name} PRIVATE KXAPI_build_flags GTest::gmock GTest::gtest_main ${arg_LIBRARIES})
     if(arg_PLATFORM STREQUAL "simulated")
-        target_link_libraries(${name} PRIVATE KXAPI_Events_objects KXAPI_Simulated
-            Qt5::Core Qt5::Gui Qt5::Widgets)
+        target_link_libraries(${name} PRIVATE ${arg_LAYERS} KXAPI_Simulated)
     elseif(arg_PLATFORM STREQUAL "linux")
-        target_link_libraries(${name} PRIVATE KXAPI_Events_objects KXAPI_OS_ABS KXAPI_Hardware KXAPI_Utility
-            Qt5::Core Qt5::Gui Qt5::Widgets)
+        target_link_libraries(${name} PRIVATE ${arg_LAYERS} KXAPI_OS_ABS KXAPI_Hardware KXAPI_Utility)
     else()
         message(FATAL_ERROR "kx_add_test(${name}): PLATFORM is simulated or linux")
     endif()

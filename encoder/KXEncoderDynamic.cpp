@@ -1,9 +1,11 @@
 #include "encoder/KXEncoderDynamic.h"
 
+#include "encoder/EncoderObserver.h"
 #include "events/KXEventType.h"
 #include "platform/KXDebug.h"
 #include "platform/KXStatus.h"
 
+#include <atomic>
 #include <iterator>
 
 namespace KX {
@@ -15,6 +17,8 @@ namespace {
 
 constexpr unsigned int restartedIncrement = 1;
 constexpr unsigned int thousandths = 1000;
+
+std::atomic<EncoderObserver*> encoderObserver{nullptr};
 
 void reportError(const char* text) {
     constexpr int errorLevel = 1;
@@ -34,6 +38,10 @@ unsigned int meanTimeGap(unsigned int first, unsigned int second) {
 }
 
 } // namespace
+
+void EncoderObserver::set(EncoderObserver* observer) {
+    encoderObserver = observer;
+}
 
 const unsigned int KXEncoderDynamic::debugSection = KXDebug::insertNewDebugSection("kx_encoder_dynamic");
 KXEncoderDynamic* KXEncoderDynamic::theInstance = nullptr;
@@ -73,6 +81,8 @@ int KXEncoderDynamic::initialize() {
 }
 
 int KXEncoderDynamic::setDynamicParameters(const std::vector<KXEncoderDynamicPair>& pairs) {
+    if (EncoderObserver* const observer = encoderObserver)
+        observer->onSpeedTable(pairs);
     // Set before the check on purpose: terminals in the field rely on a refused table having this effect.
     maxTimeGap = 500;
     if (!timeGapsRise(pairs))
@@ -88,6 +98,8 @@ std::vector<KXEncoderDynamicPair> KXEncoderDynamic::getDynamicParameters() const
 }
 
 int KXEncoderDynamic::setLowPassFactor(int factor) {
+    if (EncoderObserver* const observer = encoderObserver)
+        observer->onLowPassFactor(factor);
     if (factor < 1 || factor > 1000)
         return STATUS_OUT_OF_RANGE;
     lowPassFactor = factor;
@@ -99,6 +111,8 @@ int KXEncoderDynamic::getLowPassFactor() const {
 }
 
 int KXEncoderDynamic::setUserFactor(int factor) {
+    if (EncoderObserver* const observer = encoderObserver)
+        observer->onUserFactor(factor);
     if (factor <= 0)
         return STATUS_OUT_OF_RANGE;
     userFactor = factor;

@@ -1,5 +1,6 @@
 #include "events/KXSomeEvent.h"
 
+#include "events/DiagnosticLine.h"
 #include "events/EventFields.h"
 #include "events/KXEventClass.h"
 
@@ -85,7 +86,7 @@ Part& partOf(KXEvent& event) {
 }
 
 [[gnu::noinline]] void reportUnknownClass(int eventClass) {
-    std::cerr << "KXSomeEvent(KXEvent &): ERRROR - created from unknown event class " << eventClass << std::endl;
+    writeLine(std::cerr, {"KXSomeEvent(KXEvent &): ERRROR - created from unknown event class ", eventClass});
 }
 
 } // namespace
@@ -94,9 +95,7 @@ KXSomeEvent::KXSomeEvent() {
     eventClass = SOME_EVENT_CLASS;
 }
 
-// The new holder is not its own source, which a compiler cannot know; told so, it need not read a field again after each
-// one that it writes. The same goes for the copy below.
-KXSomeEvent::KXSomeEvent(KXEvent& __restrict source) : sourceClass(source.eventClass) {
+KXSomeEvent::KXSomeEvent(KXEvent& source) : sourceClass(source.eventClass) {
     // As a whole, and not the class apart, since that is how a copy reads it: a processor waits for what it is to read
     // when that was written in pieces.
     copyEventFields(*this, source);
@@ -147,7 +146,7 @@ KXSomeEvent::KXSomeEvent(KXEvent& __restrict source) : sourceClass(source.eventC
 }
 
 // Whatever way a holder came by its flags, a copy does not have them.
-KXSomeEvent::KXSomeEvent(const KXSomeEvent& __restrict other)
+KXSomeEvent::KXSomeEvent(const KXSomeEvent& other)
     : KXEvent(other), KXIncident(other), KXInputEvent(other), KXTrigger(other), KXToolkitEvent(other),
       KXNavigationEvent(other), KXSignal(other), sourceClass(other.sourceClass) {
     incidentFlag = false;

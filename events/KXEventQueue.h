@@ -23,6 +23,9 @@ public:
     /// Sets a hook that every post calls once, on the posting thread, after the event is in the queue (or, in a
     /// pipe, could not be written) and no lock of the queue is held. Null switches it off.
     ///
+    /// The hook of the input event manager's queue runs with the manager's mutex held. It must not hand input in
+    /// (inputEventOccurred, toolkitEventOccurred): the thread would wait for itself for ever. It may use the queue.
+    ///
     /// Not locked: to be set before events are posted.
     void setAfterPostFunction(void (*function)());
 

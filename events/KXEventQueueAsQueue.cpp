@@ -1,7 +1,8 @@
 #include "events/KXEventQueueAsQueue.h"
 
-#include "events/BackoffLock.h"
 #include "events/PostTrace.h"
+
+#include <boost/thread/lock_guard.hpp>
 
 namespace KX {
 
@@ -12,25 +13,20 @@ void KXEventQueueAsQueue::postEvent(KXEvent& event) {
     tracePost(event);
     const KXSomeEvent holder(event);
     {
-        const BackoffLock lock(queueMutex, isQueueTaken);
+        const boost::lock_guard<KXBackoffMutex> lock(queueMutex);
         eventDeque.push_back(holder);
-        eventCount.store(eventCount.load(std::memory_order_relaxed) + 1, std::memory_order_release);
-        // To signal costs a lock of Boost's own. Nobody is on the way into the wait without being counted, since that
-        // takes the queue's lock.
-        if (waitingConsumers != 0)
-            queueCondition.notify_one();
+        queueCondition.notifyOneIfAwaited();
     }
     callAfterPostFunction();
 }
 
-// Returns nothing else, so that the oldest event is copied to where the caller wants it and not once more.
+// Returns nothing else, so that the compiler copies the oldest event straight to the caller.
 inline KXSomeEvent KXEventQueueAsQueue::takeOldest() {
-    const BackoffLock lock(queueMutex, isQueueTaken);
+    const boost::lock_guard<KXBackoffMutex> lock(queueMutex);
     while (eventDeque.empty())
         waitForEvent();
     const KXSomeEvent oldest(eventDeque.front());
     eventDeque.pop_front();
-    eventCount.store(eventCount.load(std::memory_order_relaxed) - 1, std::memory_order_release);
     return oldest;
 }
 
@@ -39,24 +35,15 @@ KXSomeEvent KXEventQueueAsQueue::getNextEvent() {
 }
 
 void KXEventQueueAsQueue::waitForEvent() {
-    // However the wait ends, by an exception too, the lock is held again.
-    struct Waiting {
-        explicit Waiting(unsigned int& consumers) : count(++consumers) {}
-        ~Waiting() {
-            --count;
-        }
-        unsigned int& count;
-    };
-    const Waiting waiting(waitingConsumers);
-    BackoffLock::waitFor(queueCondition, queueMutex, isQueueTaken);
+    queueMutex.wait(queueCondition);
 }
 
 unsigned int KXEventQueueAsQueue::getSize() {
-    return eventCount.load(std::memory_order_acquire);
+    return static_cast<unsigned int>(eventDeque.size());
 }
 
 bool KXEventQueueAsQueue::isEmpty() {
-    return eventCount.load(std::memory_order_acquire) == 0;
+    return eventDeque.empty();
 }
 
 } // namespace KX

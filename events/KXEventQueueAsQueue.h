@@ -1,12 +1,9 @@
 #pragma once
 
 #include "events/KXEventQueue.h"
-
-#include <atomic>
-#include <boost/container/deque.hpp>
-#include <boost/container/options.hpp>
-#include <boost/thread/condition_variable.hpp>
-#include <boost/thread/mutex.hpp>
+#include "events/sync/KXBackoffMutex.h"
+#include "events/sync/KXCountedCondition.h"
+#include "events/sync/KXSizedDeque.h"
 
 namespace KX {
 
@@ -38,15 +35,9 @@ private:
     inline KX_LOCAL KXSomeEvent takeOldest();
     [[gnu::noinline]] KX_LOCAL void waitForEvent();
 
-    static constexpr unsigned int eventsInABlock = 64;
-    using Blocks = boost::container::deque_options<boost::container::block_size<eventsInABlock>>::type;
-
-    boost::container::deque<KXSomeEvent, void, Blocks> eventDeque; // guarded by queueMutex
-    boost::mutex queueMutex;
-    boost::condition_variable queueCondition; // goes with queueMutex
-    std::atomic<unsigned int> eventCount{0};  // size of eventDeque; written under queueMutex, read without
-    unsigned int waitingConsumers = 0;        // of queueCondition; guarded by queueMutex
-    std::atomic<bool> isQueueTaken{false};    // what a thread sees of queueMutex before it locks
+    KXSizedDeque<KXSomeEvent, 64> eventDeque; // guarded by queueMutex, but for empty() and size()
+    KXBackoffMutex queueMutex;
+    KXCountedCondition queueCondition; // goes with queueMutex
 };
 
 } // namespace KX

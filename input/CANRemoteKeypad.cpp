@@ -5,8 +5,9 @@
 #include "input/CANRemoteOptions.h"
 #include "input/KXInputEventManager.h"
 
-#include "events/KXEventClass.h"
+#include "events/DiagnosticLine.h"
 #include "events/KXEventType.h"
+#include "input/Observation.h"
 #include "platform/KXCANMessage.h"
 #include "platform/KXCANRaw.h"
 #include "platform/KXEndPointManager.h"
@@ -24,6 +25,9 @@ constexpr std::uint32_t extendedIdentifierBits = 0x1FFFFFFF;
 
 // How many steps of the encoder may lie between two frames for a wrap to be recognised as one.
 constexpr std::uint32_t stepsAcrossWrap = 9;
+
+// Applications know the keys of the keypad by it.
+constexpr int keypadValue = 65535;
 
 // The position outlives managers: the knob does not turn back when an application starts its manager anew.
 // Touched by the one thread that decodes frames.
@@ -43,7 +47,7 @@ void generateKey(int eventType, int keyCode, unsigned int now) {
     KXInputEvent event;
     event.eventType = eventType;
     event.timeStamp = now;
-    event.value = 65535;
+    event.value = keypadValue;
     event.keyCode = keyCode;
     KXInputEventManager::generateKeyEvent(event);
 }
@@ -79,7 +83,7 @@ void decodeEncoder(const KXCANMessage& message, const CANRemoteOptions& options,
     if (position == last)
         return;
     const EncoderMove move = encoderMove(position, last, options);
-    std::cout << move.text << position << " (" << last << ")" << std::endl;
+    writeLine(std::cout, {move.text, position, " (", last, ")"});
     generateKey(ENCODER_MOVE_EVENT, move.keyCode, now);
     lastEncoderPosition = static_cast<std::uint16_t>(position);
 }
@@ -88,10 +92,16 @@ void decodeKey(const KXCANMessage& message, KeyOptionsCANRemote& key, unsigned i
     const int bit = bitAt(message, key.byteIndex, key.bitIndex);
     if (bit == key.pressed)
         return;
-    std::cout << "Key " << key.keyNumber << ", KeyCode: " << key.keyCode << ", " << (bit ? "pressed" : "released")
-              << std::endl;
+    writeLine(std::cout, {"Key ", key.keyNumber, ", KeyCode: ", key.keyCode, ", ", bit ? "pressed" : "released"});
     generateKey(bit ? KEY_PRESS_EVENT : KEY_RELEASE_EVENT, key.keyCode, now);
     key.pressed = bit;
+}
+
+// The mutex puts the frame into the order of inputs. Decoding goes without it, as the keys' states are this thread's.
+void tellFrame(const KXInputEventManager* manager, const KXCANMessage& message) {
+    const Observation observation(manager);
+    if (observation)
+        observation->onFrame(message);
 }
 
 void decodeFrame(const KXCANMessage& message, CANRemoteOptions& options, unsigned int now) {
@@ -106,6 +116,9 @@ void decodeFrame(const KXCANMessage& message, CANRemoteOptions& options, unsigne
 } // namespace
 
 int KXInputEventManager::setCANRemoteOptions(CANRemoteOptions options) {
+    const Observation observation(this);
+    if (observation)
+        observation->onKeypad(options);
     for (std::size_t i = 0; i < std::size(options.keys); ++i) {
         KeyOptionsCANRemote& key = canRemoteOptions.keys[i];
         key = options.keys[i];
@@ -125,7 +138,7 @@ int KXInputEventManager::setCANRemoteOptions(CANRemoteOptions options) {
 int KXInputEventManager::openCANRemote() {
     if (!endPointManager)
         return STATUS_OK;
-    std::cout << "KXInputEventManager::setRask44options: 44 enabled" << std::endl;
+    writeLine(std::cout, {"KXInputEventManager::setRask44options: 44 enabled"});
     canRemoteEndPoint = KXCANRaw::create(0, 0, 0);
     if (!canRemoteEndPoint)
         return STATUS_OK;
@@ -144,8 +157,10 @@ void CANRemoteHandler::onEndPointReadable(KXEndPoint* endPoint, KXEndPointManage
     const unsigned int now = KXTick::getTickCount();
     auto* const bus = dynamic_cast<KXCANRaw*>(endPoint);
     KXCANMessage message;
-    if (bus && bus->readFrame(message) == 0)
-        decodeFrame(message, inputEventManager->canRemoteOptions, now);
+    if (!bus || bus->readFrame(message) != 0)
+        return;
+    tellFrame(inputEventManager, message);
+    decodeFrame(message, inputEventManager->canRemoteOptions, now);
 }
 
 void CANRemoteHandler::onEndPointReconnected(KXEndPoint*) {}

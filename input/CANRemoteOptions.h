@@ -19,8 +19,12 @@ struct KeyOptionsCANRemote {
 
 /// The layout of a keypad with up to 16 keys and a rotary encoder on the CAN bus.
 ///
-/// Nothing is checked when it is handed over: a bit outside the frame is never pressed, and a key code that the
-/// toolkit has no key for takes the program down when it is pressed.
+/// Nothing is checked when it is handed over. A bit outside the frame is never pressed. A key code that the toolkit has
+/// no key for takes the program down when it is pressed.
+///
+/// All 16 entries count: one that is left as it is stands for bit 0 of byte 0 of the frame with identifier 0, and a press
+/// there sends key code 0, which is Escape. Where such frames may come, give unused entries an identifier that no frame
+/// has, 0x20000000 for instance.
 struct CANRemoteOptions {
     bool enabled = false; ///< whether to open the bus
     int encoderUpKeyCode = KX_KEY_UP;

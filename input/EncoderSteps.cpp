@@ -109,7 +109,7 @@ void KXInputEventManager::endEncoderBundle() {
     if (!isOpen(encoderBundle))
         return;
     if (encoderBundle.count != 0)
-        postToEventQueue(encoderBundle);
+        post(encoderBundle);
     encoderBundle.count = 0;
     encoderBundle.eventType = bundleClosed;
 }
@@ -120,7 +120,7 @@ int KXInputEventManager::sendEncoderMoveEvent(unsigned int now) {
     // A bundle that was posted stays open with its value, so that the next one carries on from it; one that
     // gathered nothing since is over.
     if (isOpen(encoderBundle) && encoderBundle.count != 0)
-        postToEventQueue(encoderBundle);
+        post(encoderBundle);
     else
         encoderBundle.eventType = bundleClosed;
     encoderBundle.timeStamp = now;

@@ -1,7 +1,9 @@
 #include "input/KXInputEventManager.h"
 
 #include "encoder/KXEncoderDynamic.h"
+#include "events/DiagnosticLine.h"
 #include "events/EventFields.h"
+#include "input/Observation.h"
 #include "platform/KXEndPointManager.h"
 #include "platform/KXMutex.h"
 #include "platform/KXStatus.h"
@@ -25,8 +27,8 @@ KXInputEventManager* KXInputEventManager::theInstance = nullptr;
 
 KXInputEventManager* KXInputEventManager::createInstance() {
     if (theInstance)
-        std::cerr << "Creating new KXInputEventManager instance, but there was already an existing one!"
-                  << std::endl;
+        writeLine(std::cerr,
+                  {"Creating new KXInputEventManager instance, but there was already an existing one!"});
     else
         theInstance = new KXInputEventManager;
     return theInstance;
@@ -34,11 +36,10 @@ KXInputEventManager* KXInputEventManager::createInstance() {
 
 KXInputEventManager* KXInputEventManager::getInstance() {
     if (!theInstance) {
-        std::cerr << "KXInputEventManager::getInstance() called without creating an KXInputEventManager instance "
-                     "before."
-                  << std::endl
-                  << "Use KXInputEventManager::createInstance() in advance to create one!" << std::endl
-                  << "Aborting..." << std::endl;
+        writeLine(std::cerr, {"KXInputEventManager::getInstance() called without creating an KXInputEventManager "
+                              "instance before."});
+        writeLine(std::cerr, {"Use KXInputEventManager::createInstance() in advance to create one!"});
+        writeLine(std::cerr, {"Aborting..."});
         std::abort();
     }
     return theInstance;
@@ -63,7 +64,7 @@ KXInputEventManager::~KXInputEventManager() {
 }
 
 int KXInputEventManager::initialize() {
-    acceptingInput = true;
+    acceptInput(true);
     setDoubleKeyPressDuration(300);
     setLongKeyPressDuration(2000);
     encoderDynamic = KXEncoderDynamic::instance();
@@ -114,13 +115,51 @@ void* KXInputEventManager::inputEventManagerThreadFunc(void* manager) {
 void KXInputEventManager::runWorker() {
     while (!stopThread) {
         endPointManager->waitForEndPoints(KXTick::getTickCount() + passIntervalMs, 0);
-        if (!mutex || !mutex->lock())
-            continue;
+        tellPassDue();
+        makePass();
+    }
+}
+
+void KXInputEventManager::makePass() {
+    if (!mutex || !mutex->lock())
+        return;
+    {
+        const Observation observation(Observation::mutexIsHeld);
         const unsigned int now = KXTick::getTickCount();
+        if (observation)
+            observation->onPass(now);
         sendLongPressEvent(now);
         sendEncoderMoveEvent(now);
-        mutex->unlock();
     }
+    mutex->unlock();
+}
+
+int KXInputEventManager::inputEventOccurred(KXInputEvent& event) {
+    const Observation observation(this);
+    if (observation)
+        observation.tellInput(event);
+    if (!acceptingInput) {
+        writeLine(std::cout, {"KXInputEventManager::inputEventOccurred: Input IGNORED."});
+        return STATUS_OK;
+    }
+    const KXAutoLock lock(observation.isHoldingMutex() ? nullptr : mutex);
+    return classify(event);
+}
+
+int KXInputEventManager::classify(KXInputEvent& event) {
+    int status = convertToEncoderEvents(event);
+    if (status == STATUS_OK)
+        status = convertToDoublePressEvent(event);
+    if (status == STATUS_OK)
+        status = markPossibleLongPress(event);
+    if (status == STATUS_OK)
+        post(event);
+    return status;
+}
+
+void KXInputEventManager::post(KXEvent& event) {
+    if (inputEventsQueue)
+        inputEventsQueue->postEvent(event);
 }
 
 KXEventQueue* KXInputEventManager::getInputEventsQueue() {
@@ -142,13 +181,18 @@ bool KXInputEventManager::hasEvents() {
 }
 
 int KXInputEventManager::acceptInput(bool accept) {
+    const Observation observation(this);
+    if (observation)
+        observation->onSetting(KXInputSetting::AcceptInput, accept);
     acceptingInput = accept;
     return STATUS_OK;
 }
 
 int KXInputEventManager::postToEventQueue(KXEvent& event) {
-    if (inputEventsQueue)
-        inputEventsQueue->postEvent(event);
+    const Observation observation(this);
+    if (observation)
+        observation->onPostedEvent(event);
+    post(event);
     return STATUS_OK;
 }
 

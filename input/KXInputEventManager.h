@@ -15,6 +15,7 @@ class CANRemoteHandler;
 class KXCANRaw;
 class KXEncoderDynamic;
 class KXEndPointManager;
+class KXInputObserver;
 class KXMutex;
 class KXThread;
 
@@ -25,6 +26,10 @@ class KXThread;
 /// read end point of \ref getInputEventsQueue and takes classified events with \ref getNextEvent. A worker
 /// thread, "inputEventMgr", passes at least every 100 ms and posts what becomes due by time: long presses and
 /// bundles of encoder steps.
+///
+/// An after-post hook of the input queue (KXEventQueue::setAfterPostFunction) runs on the toolkit's thread or on the
+/// worker, with the manager's mutex held. It must not hand input in: the thread would wait for itself for ever. The
+/// simulated platform reports that instead.
 ///
 /// One manager serves the process. Creating and deleting it belongs to start-up and shut-down, on one thread.
 class KX_EVENTS_API KXInputEventManager {
@@ -45,33 +50,45 @@ public:
     KXInputEventManager(const KXInputEventManager&) = delete;
     KXInputEventManager& operator=(const KXInputEventManager&) = delete;
 
-    /// The entry of all input: classifies an event and posts it, unless it is taken over by a classifier. The
-    /// event may be changed on the way. Holds the manager's mutex meanwhile.
-    /// \return 0 posted, or ignored because input is not accepted (which is said on standard output); 11 the
-    ///         event was taken over: it is part of an encoder bundle now, or the release of a step key
+    /// The entry of all input: classifies an event and posts it, unless a classifier takes it over. The event may be
+    /// changed on the way. Any thread; holds the manager's mutex meanwhile.
+    /// \return STATUS_OK (0) posted, or ignored because input is not accepted (which is said on standard output);
+    ///         STATUS_CONSUMED (11) the event is part of an encoder bundle now, or was the release of a step key
     /// \throws std::bad_cast  the event claims a class that it is not
     virtual int inputEventOccurred(KXInputEvent& event);
 
     /// Takes an event of the graphical toolkit: gives it the library's own type and key code, in place, and
     /// hands it to \ref inputEventOccurred. For the toolkit's thread; \ref setKeyMapping must not run meanwhile.
-    /// \return what inputEventOccurred returns; 20 for a type that is dropped (auto-repeat, enter, exit, the
-    ///         toolkit's own double press) or not known, which is said on standard error
+    /// \return what inputEventOccurred returns; STATUS_REFUSED (20) for a type that is dropped (auto-repeat, enter,
+    ///         exit, the toolkit's own double press) or not known, which is said on standard error
     virtual int toolkitEventOccurred(KXToolkitEvent& event);
 
-    // ---- lifecycle: called by the constructor and the destructor
+    /// Makes \p observer the one of the process, which is told of all that reaches the manager; null: nobody. Any
+    /// thread, before or after \ref createInstance, but not from an after-post hook. When it returns, no thread is
+    /// inside the former observer any more; it waits for a thread that the former one keeps.
+    static void setObserver(KXInputObserver* observer);
 
-    /// Sets the defaults and makes the queue, the mutex and the worker thread; those that exist stay as they are.
-    /// Without a thread (the platform refused one) long presses and bundles are never sent.
-    /// \return 0
+    /// Sets the defaults and makes the queue, the encoder dynamics, the mutex and the worker thread. The constructor
+    /// calls it. Without a thread (the platform refused one, and says so) long presses and bundles are never sent.
+    ///
+    /// A second call keeps what the first one made, and what was pending: a held key, an open bundle, waiting events.
+    /// It accepts input again, puts the default keys back, and sets the two durations anew, the double-press time
+    /// first. That is refused when the long-press time of before is not above it: 10 and 100 ms become 10 and 2000.
+    ///
+    /// After \ref deinitialize it makes everything new. The settings of the encoder are the defaults then, and the
+    /// keypad has to be set again: until \ref setCANRemoteOptions opens its bus anew, nobody reads it.
+    /// \return STATUS_OK (0)
     int initialize();
 
-    /// Stops the worker thread and destroys what \ref initialize made. A second call does nothing.
+    /// Stops the worker thread, which takes up to 100 ms, and destroys what \ref initialize made; events not taken are
+    /// lost. The destructor calls it. A second call does nothing. The key tables, the press that may become long, an
+    /// open bundle and the keypad's layout stay; its bus is read no more.
     void deinitialize();
 
     /// What the worker thread runs; \p manager is a KXInputEventManager*.
     static void* inputEventManagerThreadFunc(void* manager);
 
-    // ---- classified events, for the application's main loop; none of these waits or locks
+    // Classified events, for the application's main loop. None of these waits or locks.
 
     /// The queue of classified events, owned by the manager; null when not initialised. Its read end point
     /// becomes readable when an event waits.
@@ -84,34 +101,34 @@ public:
     bool hasEvents();
 
     /// Posts an event past all classification. Any thread.
-    /// \return 0, also without a queue, when the event is dropped
+    /// \return STATUS_OK (0), also without a queue, when the event is dropped
     /// \throws std::bad_cast  the event claims a class that it is not
     int postToEventQueue(KXEvent& event);
 
     /// Posts a press or a release of Escape past all classification, also while input is not accepted; its
     /// \c timeStamp is 0. Any thread.
-    /// \return 0
+    /// \return STATUS_OK (0)
     int postESCtoEventQueue(bool pressed);
 
-    // ---- settings; the first three may be changed from any thread while input arrives
+    // Settings. The first three may be changed from any thread while input arrives.
 
     /// Whether input is taken; if not, it is lost. True by default.
-    /// \return 0
+    /// \return STATUS_OK (0)
     int acceptInput(bool accept);
 
     /// The longest time between two presses of a key that makes the second a double press, in ms; 300 by
     /// default, inclusive.
-    /// \return 0; 20 when \p ms is not below the long-press duration, and then nothing changes
+    /// \return STATUS_OK (0); STATUS_REFUSED (20) when \p ms is not below the long-press duration: nothing changes
     int setDoubleKeyPressDuration(unsigned int ms);
 
     /// How long a key must be held for a long press, in ms; 2000 by default, inclusive.
-    /// \return 0; 20 when \p ms is not above the double-press duration, and then nothing changes
+    /// \return STATUS_OK (0); STATUS_REFUSED (20) when \p ms is not above the double-press duration: nothing changes
     int setLongKeyPressDuration(unsigned int ms);
 
     /// Adds to the key tables, or overwrites what is there: from the toolkit's key code to the library's, and
     /// in the same step the way back. Of two toolkit keys with the same key code, the greater is the way back.
     /// Not locked: not while input is being delivered.
-    /// \return 0
+    /// \return STATUS_OK (0)
     int setKeyMapping(std::map<int, int> mapping);
 
     /// Puts the default keys (Escape, Home, Tab, Return, Up, Down, End) back into the key tables; others stay.
@@ -128,33 +145,30 @@ public:
     /// Nothing is checked, see \ref CANRemoteOptions. Takes no lock: once, before the keypad's frames can
     /// arrive. It cannot be switched off; the bus and its handler are kept for the life of the process, and
     /// another call opens another one.
-    /// \return 0; also when the keypad is not enabled, the bus cannot be opened or the manager is not
+    /// \return STATUS_OK (0), also when the keypad is not enabled, the bus does not exist or the manager is not
     ///         initialised; else what KXEndPointManager::addEndPoint returns
     int setCANRemoteOptions(CANRemoteOptions options);
 
     /// Keeps a number for the layout of the keyboard. No translation depends on it.
     void setKeyboardLayout(int layout);
 
-    // ---- to the toolkit
-
     /// Posts a Qt key event for the key of \p event to the active window: a press for KEY_PRESS_EVENT and
     /// ENCODER_MOVE_EVENT, a release for any other type. Any thread.
     ///
-    /// Two things to know. A key code that is not in \ref getKXtoOSCodeMap makes Qt be given a null event,
-    /// which crashes it: check a key layout before it is used. Without an active window, which is reported on
-    /// standard error, the Qt event is not freed.
+    /// A key code that is not in \ref getKXtoOSCodeMap gives Qt a null event, which crashes it: check a key layout
+    /// before it is used. Without an active window, which is reported on standard error, the Qt event is not freed.
     static void generateKeyEvent(KXInputEvent event);
 
-    // ---- the steps of classification, in the order in which they run
-    // Public for those who drive them with a clock of their own. They take no lock: not while a worker thread
-    // or a toolkit thread uses the same manager. 0: go on; 11: the event is taken over and is not posted.
+    // The steps of classification, in the order in which they run. Public for those who drive them with a clock of
+    // their own. They take no lock: not while a worker thread or a toolkit thread uses the same manager.
+    // STATUS_OK (0): go on; STATUS_CONSUMED (11): the event is taken over and is not posted.
 
     int convertToEncoderEvents(KXInputEvent& event);
     int bundleKeyEncoderEvents(KXInputEvent& event);
     int convertToDoublePressEvent(KXInputEvent& event);
     int markPossibleLongPress(KXInputEvent& event);
 
-    // The two steps that time sets off; \p now is the present tick. Both return 0.
+    // The two steps that time sets off; \p now is the present tick. Both return STATUS_OK (0).
 
     int sendLongPressEvent(unsigned int now);
     int sendEncoderMoveEvent(unsigned int now);
@@ -170,10 +184,16 @@ private:
         std::uint32_t longPressMs;
     };
 
+    class EncoderSettings;         // tells the observer of the encoder's settings
     friend class CANRemoteHandler; // decodes frames by the layout
+    friend class Observation;      // tells the observer with the mutex held
 
     KX_LOCAL void startWorker();
     KX_LOCAL void runWorker();
+    KX_LOCAL void makePass();
+    KX_LOCAL int classify(KXInputEvent& event);
+    KX_LOCAL void post(KXEvent& event);
+    KX_LOCAL int renumber(KXToolkitEvent& event);
     KX_LOCAL int openCANRemote();
     KX_LOCAL int keyCodeOf(int osKeyCode) const;
     KX_LOCAL int forwardAs(int eventType, KXToolkitEvent& event);

@@ -1,6 +1,7 @@
 #include "input/KXInputEventManager.h"
 
 #include "events/KXKeyCode.h"
+#include "input/Observation.h"
 #include "platform/KXStatus.h"
 
 #include <Qt>
@@ -21,11 +22,21 @@ constexpr KeyAssignment defaultKeys[] = {
     {KX_KEY_END, Qt::Key_End},
 };
 
+std::map<int, int> defaultKeyMapping() {
+    std::map<int, int> mapping;
+    for (const KeyAssignment& key : defaultKeys)
+        mapping[key.toolkitCode] = key.keyCode;
+    return mapping;
+}
+
 } // namespace
 
 std::map<int, int> KXInputEventManager::kxCodeToOSCodeMap;
 
 void KXInputEventManager::initializeOSCodeToKXCodeMap() {
+    const Observation observation(this);
+    if (observation)
+        observation->onKeyMapping(defaultKeyMapping());
     for (const KeyAssignment& key : defaultKeys)
         osCodeToKXCodeMap[key.toolkitCode] = key.keyCode;
     for (const KeyAssignment& key : defaultKeys)
@@ -33,6 +44,9 @@ void KXInputEventManager::initializeOSCodeToKXCodeMap() {
 }
 
 int KXInputEventManager::setKeyMapping(std::map<int, int> mapping) {
+    const Observation observation(this);
+    if (observation)
+        observation->onKeyMapping(mapping);
     // Only ever added to: the way back of a key that gets another code stays, because whoever synthesises that
     // key still needs a toolkit key for it.
     for (const auto& [toolkitCode, keyCode] : mapping) {
@@ -47,6 +61,9 @@ std::map<int, int>* KXInputEventManager::getKXtoOSCodeMap() {
 }
 
 void KXInputEventManager::setKeyboardLayout(int layout) {
+    const Observation observation(this);
+    if (observation)
+        observation->onSetting(KXInputSetting::KeyboardLayout, layout);
     keyboardLayout = layout;
 }
 

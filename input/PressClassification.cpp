@@ -21,9 +21,11 @@
 
 #include "input/KXInputEventManager.h"
 
+#include "events/DiagnosticLine.h"
 #include "events/EventFields.h"
 #include "events/KXEventClass.h"
-#include "events/KXEventType.h"
+#include "events/KXEventKind.h"
+#include "input/Observation.h"
 #include "platform/KXStatus.h"
 
 #include <iostream>
@@ -34,28 +36,12 @@ namespace {
 
 constexpr int nothingPending = 0;
 
-bool isPress(int eventType) {
-    return eventType == KEY_PRESS_EVENT || eventType == MOUSE_PRESS_EVENT;
-}
-
-bool isPressLike(int eventType) {
-    return isPress(eventType) || eventType == KEY_DOUBLE_PRESS_EVENT || eventType == MOUSE_DOUBLE_PRESS_EVENT;
-}
-
-bool isReleaseLike(int eventType) {
-    return eventType == KEY_RELEASE_EVENT || eventType == MOUSE_RELEASE_EVENT || eventType == MOUSE_ESCAPE_EVENT;
-}
-
-bool isKeyEvent(int eventType) {
-    return eventType == KEY_PRESS_EVENT || eventType == KEY_DOUBLE_PRESS_EVENT || eventType == KEY_RELEASE_EVENT;
-}
-
 bool isSameKeyOrButton(const KXInputEvent& event, const KXInputEvent& earlier) {
     return isKeyEvent(event.eventType) ? event.keyCode == earlier.keyCode
                                        : event.eventData[1] == earlier.eventData[1];
 }
 
-// What is kept will be posted by the worker thread as an input event, whatever class the original was.
+// The worker thread posts the copy as an input event, so it is one, whatever class the original was.
 void keep(KXInputEvent& kept, const KXInputEvent& event) {
     copyEventFields(kept, event);
     copyInputFields(kept, event);
@@ -65,9 +51,12 @@ void keep(KXInputEvent& kept, const KXInputEvent& event) {
 
 } // namespace
 
-// Both durations change as one, whichever thread sets which: a setter that finds the other changed meanwhile
-// judges anew.
+// Both durations are one atomic, because double < long must hold whichever thread sets one of them. When another thread
+// was faster, the setter compares again.
 int KXInputEventManager::setDoubleKeyPressDuration(unsigned int ms) {
+    const Observation observation(this);
+    if (observation)
+        observation->onSetting(KXInputSetting::DoubleKeyPressDuration, ms);
     PressDurations current = pressDurations;
     do {
         if (ms >= current.longPressMs)
@@ -77,6 +66,9 @@ int KXInputEventManager::setDoubleKeyPressDuration(unsigned int ms) {
 }
 
 int KXInputEventManager::setLongKeyPressDuration(unsigned int ms) {
+    const Observation observation(this);
+    if (observation)
+        observation->onSetting(KXInputSetting::LongKeyPressDuration, ms);
     PressDurations current = pressDurations;
     do {
         if (ms <= current.doublePressMs)
@@ -86,7 +78,7 @@ int KXInputEventManager::setLongKeyPressDuration(unsigned int ms) {
 }
 
 int KXInputEventManager::convertToDoublePressEvent(KXInputEvent& event) {
-    if (!isPress(event.eventType))
+    if (kindOfEventType(event.eventType).gesture != KXGesture::Press)
         return STATUS_OK;
 
     const unsigned int sincePreviousMs = event.timeStamp - lastPressEvent.timeStamp;
@@ -100,10 +92,19 @@ int KXInputEventManager::convertToDoublePressEvent(KXInputEvent& event) {
 }
 
 int KXInputEventManager::markPossibleLongPress(KXInputEvent& event) {
-    if (isPressLike(event.eventType))
+    switch (kindOfEventType(event.eventType).gesture) {
+    case KXGesture::Press:
+    case KXGesture::DoublePress:
         keep(longPressCandidate, event);
-    else if (isReleaseLike(event.eventType) && isSameKeyOrButton(event, longPressCandidate))
-        endLongPress(event.eventType);
+        break;
+    case KXGesture::Release:
+    case KXGesture::Escape:
+        if (isSameKeyOrButton(event, longPressCandidate))
+            endLongPress(event.eventType);
+        break;
+    default:
+        break;
+    }
     return STATUS_OK;
 }
 
@@ -111,25 +112,25 @@ void KXInputEventManager::endLongPress(int releaseType) {
     switch (longPressCandidate.eventType) {
     case KEY_LONG_PRESS_EVENT:
         longPressCandidate.eventType = KEY_LONG_RELEASE_EVENT;
-        postToEventQueue(longPressCandidate);
+        post(longPressCandidate);
         break;
     case MOUSE_LONG_PRESS_EVENT:
         if (releaseType != MOUSE_ESCAPE_EVENT) {
             longPressCandidate.eventType = MOUSE_LONG_RELEASE_EVENT;
-            postToEventQueue(longPressCandidate);
+            post(longPressCandidate);
         }
         break;
     default:
-        if (longPressCandidate.eventType != nothingPending && !isPressLike(longPressCandidate.eventType))
-            std::cerr << "KXInputEventManager::markPossibleLongPress(): unknown input event: "
-                      << longPressCandidate.eventType << std::endl;
+        if (longPressCandidate.eventType != nothingPending && !isPressEvent(longPressCandidate.eventType))
+            writeLine(std::cerr, {"KXInputEventManager::markPossibleLongPress(): unknown input event: ",
+                                  longPressCandidate.eventType});
         break;
     }
     longPressCandidate.eventType = nothingPending;
 }
 
 int KXInputEventManager::sendLongPressEvent(unsigned int now) {
-    if (!isPressLike(longPressCandidate.eventType))
+    if (!isPressEvent(longPressCandidate.eventType))
         return STATUS_OK;
     if (now - longPressCandidate.timeStamp < pressDurations.load().longPressMs)
         return STATUS_OK;
@@ -137,7 +138,7 @@ int KXInputEventManager::sendLongPressEvent(unsigned int now) {
     longPressCandidate.eventType =
         isKeyEvent(longPressCandidate.eventType) ? KEY_LONG_PRESS_EVENT : MOUSE_LONG_PRESS_EVENT;
     longPressCandidate.timeStamp = now;
-    postToEventQueue(longPressCandidate);
+    post(longPressCandidate);
     return STATUS_OK;
 }
 

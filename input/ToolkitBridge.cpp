@@ -1,9 +1,10 @@
 #include "input/KXInputEventManager.h"
 
+#include "events/DiagnosticLine.h"
 #include "events/KXEventClass.h"
 #include "events/KXEventType.h"
 #include "events/KXKeyCode.h"
-#include "platform/KXMutex.h"
+#include "input/Observation.h"
 #include "platform/KXStatus.h"
 
 #include <QApplication>
@@ -27,24 +28,14 @@ QEvent::Type qtTypeOf(int eventType) {
 
 } // namespace
 
-int KXInputEventManager::inputEventOccurred(KXInputEvent& event) {
-    if (!acceptingInput) {
-        std::cout << "KXInputEventManager::inputEventOccurred: Input IGNORED." << std::endl;
-        return STATUS_OK;
-    }
-
-    const KXAutoLock lock(mutex);
-    int status = convertToEncoderEvents(event);
-    if (status == STATUS_OK)
-        status = convertToDoublePressEvent(event);
-    if (status == STATUS_OK)
-        status = markPossibleLongPress(event);
-    if (status == STATUS_OK)
-        status = postToEventQueue(event);
-    return status;
+int KXInputEventManager::toolkitEventOccurred(KXToolkitEvent& event) {
+    if (!inputObserver.load(std::memory_order_relaxed))
+        return renumber(event);
+    const ToolkitReport report(this, event);
+    return renumber(event);
 }
 
-int KXInputEventManager::toolkitEventOccurred(KXToolkitEvent& event) {
+int KXInputEventManager::renumber(KXToolkitEvent& event) {
     switch (event.eventType) {
     case TOOLKIT_KEY_PRESS_EVENT:
         return forwardKeyAs(KEY_PRESS_EVENT, event);
@@ -74,8 +65,8 @@ int KXInputEventManager::toolkitEventOccurred(KXToolkitEvent& event) {
         return STATUS_REFUSED;
 
     default:
-        std::cerr << "KXInputEventManager::toolkitEventOccurred(): got unknown input event: " << event.eventType
-                  << std::endl;
+        writeLine(std::cerr,
+                  {"KXInputEventManager::toolkitEventOccurred(): got unknown input event: ", event.eventType});
         return STATUS_REFUSED;
     }
 }
@@ -102,9 +93,9 @@ void KXInputEventManager::generateKeyEvent(KXInputEvent event) {
     QWidget* const window = QApplication::activeWindow();
     if (!window) {
         // The Qt event stays behind unfreed. Keep a window active while a keypad is in use and it never happens.
-        std::cerr
-            << "KXInputEventManager::generateKeyEvent(): Failed to find the active window to send the event to."
-            << std::endl;
+        writeLine(std::cerr,
+                  {"KXInputEventManager::generateKeyEvent(): Failed to find the active window to send the "
+                   "event to."});
         return;
     }
     QCoreApplication::postEvent(window, keyEvent, Qt::NormalEventPriority);

@@ -1,8 +1,9 @@
-#include "events/BackoffLock.h"
+#include "events/sync/KXBackoffMutex.h"
 
 #include <atomic>
 #include <boost/thread/condition_variable.hpp>
 #include <boost/thread/exceptions.hpp>
+#include <boost/thread/lock_guard.hpp>
 #include <cerrno>
 #include <chrono>
 #include <gmock/gmock.h>
@@ -12,7 +13,7 @@
 #include <time.h>
 #include <vector>
 
-using KX::BackoffLock;
+using Lock = boost::lock_guard<KX::KXBackoffMutex>;
 
 namespace {
 
@@ -23,17 +24,22 @@ std::chrono::nanoseconds getThreadTime() {
     return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
 }
 
-class BackoffLockTest : public testing::Test {
+class BackoffMutexTest : public testing::Test {
 protected:
-    boost::mutex mutex;
-    std::atomic<bool> isTaken{false};
+    class OpenMutex : public KX::KXBackoffMutex {
+    public:
+        using KXBackoffMutex::isTaken;
+    };
+
+    OpenMutex mutex;
+    std::atomic<bool>& isTaken = mutex.isTaken;
 };
 
 } // namespace
 
-TEST_F(BackoffLockTest, holdsAFreeMutexUntilItsEnd) {
+TEST_F(BackoffMutexTest, holdsAFreeMutexUntilItsEnd) {
     {
-        const BackoffLock lock(mutex, isTaken);
+        const Lock lock(mutex);
         EXPECT_FALSE(mutex.try_lock());
         EXPECT_TRUE(isTaken);
     }
@@ -42,19 +48,19 @@ TEST_F(BackoffLockTest, holdsAFreeMutexUntilItsEnd) {
     mutex.unlock();
 }
 
-TEST_F(BackoffLockTest, locksAFreeMutexThatLooksTaken) {
+TEST_F(BackoffMutexTest, locksAFreeMutexThatLooksTaken) {
     isTaken = true;
-    const BackoffLock lock(mutex, isTaken);
+    const Lock lock(mutex);
     EXPECT_FALSE(mutex.try_lock());
 }
 
-TEST_F(BackoffLockTest, looksAwayOnlyFromAMutexThatLooksTaken) {
+TEST_F(BackoffMutexTest, backsOffOnlyFromAMutexThatLooksTaken) {
     constexpr int lockCount = 1000;
     const auto getTimeOfLocks = [&](bool looksTaken) {
         const auto before = getThreadTime();
         for (int i = 0; i < lockCount; ++i) {
             isTaken = looksTaken;
-            const BackoffLock lock(mutex, isTaken);
+            const Lock lock(mutex);
         }
         return getThreadTime() - before;
     };
@@ -64,24 +70,26 @@ TEST_F(BackoffLockTest, looksAwayOnlyFromAMutexThatLooksTaken) {
     EXPECT_LT(taken - free, lockCount * std::chrono::milliseconds(1)) << "to sleep would take less";
 }
 
-TEST_F(BackoffLockTest, waitsForATakenMutexThatLooksFree) {
-    mutex.lock();
+TEST_F(BackoffMutexTest, waitsForAMutexThatIsLockedAsAPlainOne) {
+    boost::mutex& plain = mutex;
+    plain.lock();
+    EXPECT_FALSE(isTaken);
     std::atomic<bool> isHeld{true};
     std::atomic<bool> isReady{false};
     std::thread other([&] {
         isReady = true;
-        const BackoffLock lock(mutex, isTaken);
+        const Lock lock(mutex);
         EXPECT_FALSE(isHeld);
     });
     while (!isReady)
         std::this_thread::yield();
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
     isHeld = false;
-    mutex.unlock();
+    plain.unlock();
     other.join();
 }
 
-TEST_F(BackoffLockTest, passesOnWhatLockingReports) {
+TEST_F(BackoffMutexTest, passesOnWhatLockingReports) {
     // A mutex that knows its holder: locking it twice is an error instead of the end of the thread.
     pthread_mutexattr_t attributes;
     pthread_mutexattr_init(&attributes);
@@ -90,9 +98,9 @@ TEST_F(BackoffLockTest, passesOnWhatLockingReports) {
     pthread_mutex_init(mutex.native_handle(), &attributes);
     pthread_mutexattr_destroy(&attributes);
 
-    const BackoffLock lock(mutex, isTaken);
+    const Lock lock(mutex);
     try {
-        const BackoffLock again(mutex, isTaken);
+        const Lock again(mutex);
         FAIL() << "it was locked twice";
     } catch (const boost::lock_error& error) {
         EXPECT_THAT(error.what(), testing::HasSubstr("boost: mutex lock failed in pthread_mutex_lock"));
@@ -101,26 +109,26 @@ TEST_F(BackoffLockTest, passesOnWhatLockingReports) {
     EXPECT_TRUE(isTaken) << "the first lock goes on";
 }
 
-TEST_F(BackoffLockTest, givesTheMutexUpWhileItWaitsForACondition) {
+TEST_F(BackoffMutexTest, givesTheMutexUpWhileItWaitsForACondition) {
     boost::condition_variable condition;
     bool changed = false; // guarded by mutex
     std::thread other;
     {
-        const BackoffLock lock(mutex, isTaken);
+        const Lock lock(mutex);
         other = std::thread([&] {
-            const BackoffLock otherLock(mutex, isTaken);
+            const Lock otherLock(mutex);
             changed = true;
             condition.notify_one();
         });
         while (!changed)
-            BackoffLock::waitFor(condition, mutex, isTaken);
+            mutex.wait(condition);
         EXPECT_FALSE(mutex.try_lock());
         EXPECT_TRUE(isTaken);
     }
     other.join();
 }
 
-TEST_F(BackoffLockTest, looksFreeWhileItWaitsForACondition) {
+TEST_F(BackoffMutexTest, looksFreeWhileItWaitsForACondition) {
     struct Condition {
         const std::atomic<bool>& isTaken;
         bool lookedTaken = true;
@@ -129,26 +137,26 @@ TEST_F(BackoffLockTest, looksFreeWhileItWaitsForACondition) {
         }
         void notify_one() {}
     } condition{isTaken};
-    const BackoffLock lock(mutex, isTaken);
-    BackoffLock::waitFor(condition, mutex, isTaken);
+    const Lock lock(mutex);
+    mutex.wait(condition);
     EXPECT_FALSE(condition.lookedTaken);
     EXPECT_TRUE(isTaken);
 }
 
-TEST_F(BackoffLockTest, holdsTheMutexWhenAWaitIsInterrupted) {
+TEST_F(BackoffMutexTest, holdsTheMutexWhenAWaitIsInterrupted) {
     struct Condition {
         void wait(boost::unique_lock<boost::mutex>&) {
             throw boost::thread_interrupted();
         }
         void notify_one() {}
     } condition;
-    const BackoffLock lock(mutex, isTaken);
-    EXPECT_THROW(BackoffLock::waitFor(condition, mutex, isTaken), boost::thread_interrupted);
+    const Lock lock(mutex);
+    EXPECT_THROW(mutex.wait(condition), boost::thread_interrupted);
     EXPECT_FALSE(mutex.try_lock());
     EXPECT_TRUE(isTaken);
 }
 
-TEST_F(BackoffLockTest, passesTheWakeUpOnWhenAWaitIsInterrupted) {
+TEST_F(BackoffMutexTest, passesTheWakeUpOnWhenAWaitIsInterrupted) {
     struct Condition {
         bool isInterrupted;
         int notifiedCount = 0;
@@ -160,14 +168,14 @@ TEST_F(BackoffLockTest, passesTheWakeUpOnWhenAWaitIsInterrupted) {
             ++notifiedCount;
         }
     } woken{false}, interrupted{true};
-    const BackoffLock lock(mutex, isTaken);
-    BackoffLock::waitFor(woken, mutex, isTaken);
+    const Lock lock(mutex);
+    mutex.wait(woken);
     EXPECT_EQ(woken.notifiedCount, 0);
-    EXPECT_THROW(BackoffLock::waitFor(interrupted, mutex, isTaken), boost::thread_interrupted);
+    EXPECT_THROW(mutex.wait(interrupted), boost::thread_interrupted);
     EXPECT_EQ(interrupted.notifiedCount, 1);
 }
 
-TEST_F(BackoffLockTest, letsOneThreadInAtATime) {
+TEST_F(BackoffMutexTest, letsOneThreadInAtATime) {
     constexpr int threadCount = 4;
     constexpr int roundCount = 20000;
     int plainCount = 0; // guarded by mutex
@@ -175,7 +183,7 @@ TEST_F(BackoffLockTest, letsOneThreadInAtATime) {
     for (int i = 0; i < threadCount; ++i) {
         threads.emplace_back([&] {
             for (int round = 0; round < roundCount; ++round) {
-                const BackoffLock lock(mutex, isTaken);
+                const Lock lock(mutex);
                 ++plainCount;
             }
         });
@@ -185,16 +193,15 @@ TEST_F(BackoffLockTest, letsOneThreadInAtATime) {
     EXPECT_EQ(plainCount, threadCount * roundCount);
 }
 
-TEST_F(BackoffLockTest, sleepsWhenTheMutexStaysTaken) {
+TEST_F(BackoffMutexTest, sleepsWhenTheMutexStaysTaken) {
     constexpr std::chrono::milliseconds held(100);
     std::atomic<bool> isReady{false};
     std::chrono::nanoseconds used(0);
     mutex.lock();
-    isTaken = true;
     std::thread waiting([&] {
         isReady = true;
         const auto before = getThreadTime();
-        const BackoffLock lock(mutex, isTaken);
+        const Lock lock(mutex);
         used = getThreadTime() - before;
     });
     while (!isReady)
@@ -202,6 +209,6 @@ TEST_F(BackoffLockTest, sleepsWhenTheMutexStaysTaken) {
     std::this_thread::sleep_for(held);
     mutex.unlock();
     waiting.join();
-    // Some ten microseconds of looking away and two changes of threads; a thread that only looked would have used all.
+    // Some ten microseconds of backing off and two changes of threads; a thread that only spun would have used all.
     EXPECT_LT(used, held / 10);
 }

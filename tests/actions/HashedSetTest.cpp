@@ -37,7 +37,7 @@ void expectSame(const ItemSet& items, const Expected& expected) {
     }
 }
 
-TEST(ItemSet, is_walked_through_in_order_whatever_the_order_of_adding) {
+TEST(HashedSet, is_walked_through_in_order_whatever_the_order_of_adding) {
     ItemSet items;
     expectSame(items, std::vector<Item>());
     for (const unsigned int number : {5U, 1U, 4U, 2U, 3U})
@@ -46,7 +46,7 @@ TEST(ItemSet, is_walked_through_in_order_whatever_the_order_of_adding) {
                                         makeItem(4, 9, 9, 9), makeItem(5, 9, 9, 9)});
 }
 
-TEST(ItemSet, keeps_the_first_of_two_that_are_equal) {
+TEST(HashedSet, keeps_the_first_of_two_that_are_equal) {
     ItemSet items;
     EXPECT_TRUE(items.insert(makeItem(1, 2, 3, 4, 10)).second);
     const auto [place, isNew] = items.insert(makeItem(1, 2, 3, 4, 20));
@@ -55,7 +55,7 @@ TEST(ItemSet, keeps_the_first_of_two_that_are_equal) {
     EXPECT_EQ(items.size(), 1U);
 }
 
-TEST(ItemSet, tells_apart_by_each_of_four_fields) {
+TEST(HashedSet, tells_apart_by_each_of_four_fields) {
     // Enough others, so that they are found by hash.
     for (const unsigned int others : {0U, 7U, 8U, 100U}) {
         ItemSet items;
@@ -71,7 +71,7 @@ TEST(ItemSet, tells_apart_by_each_of_four_fields) {
     }
 }
 
-TEST(ItemSet, holds_nothing_after_it_was_cleared_and_can_be_filled_again) {
+TEST(HashedSet, holds_nothing_after_it_was_cleared_and_can_be_filled_again) {
     ItemSet items;
     for (const unsigned int number : {3U, 8U, 9U, 200U, 5000U, 10U}) {
         for (unsigned int i = 0; i < number; ++i)
@@ -84,7 +84,46 @@ TEST(ItemSet, holds_nothing_after_it_was_cleared_and_can_be_filled_again) {
     }
 }
 
-TEST(ItemSet, is_copied_whole) {
+TEST(HashedSet, shows_an_item_that_was_added_after_a_walk) {
+    ItemSet items;
+    items.insert(makeItem(2, 1, 1, 1));
+    expectSame(items, std::vector<Item>{makeItem(2, 1, 1, 1)});
+    items.add(makeItem(1, 1, 1, 1));
+    expectSame(items, std::vector<Item>{makeItem(1, 1, 1, 1), makeItem(2, 1, 1, 1)});
+    // As many as before the walk, but not the same.
+    EXPECT_EQ(items.erase(makeItem(2, 1, 1, 1)), 1U);
+    items.add(makeItem(3, 1, 1, 1));
+    expectSame(items, std::vector<Item>{makeItem(1, 1, 1, 1), makeItem(3, 1, 1, 1)});
+}
+
+TEST(HashedSet, takes_what_another_holds_and_keeps_its_own_where_both_hold_one) {
+    for (const unsigned int number : {1U, 8U, 9U, 100U}) {
+        ItemSet items;
+        ItemSet others;
+        for (unsigned int i = 0; i < number; ++i) {
+            items.add(makeItem(i, 1, 1, 1, 10));
+            others.add(makeItem(number / 2 + i, 1, 1, 1, 20));
+        }
+        items.addAll(others);
+        EXPECT_EQ(items.size(), number + number / 2);
+        for (unsigned int i = 0; i < number + number / 2; ++i)
+            EXPECT_EQ(items.lookUp(makeItem(i, 1, 1, 1))->executedCount, i < number ? 10U : 20U) << i;
+    }
+}
+
+TEST(HashedSet, allocates_nothing_for_what_room_was_made_for) {
+    for (const std::size_t number : {1U, 8U, 9U, 1000U}) {
+        ItemSet items;
+        items.add(makeItem(0, 1, 1, 1));
+        items.reserve(number);
+        const Item* const first = items.lookUp(makeItem(0, 1, 1, 1));
+        for (unsigned int i = 1; i < number; ++i)
+            items.add(makeItem(i, 1, 1, 1));
+        EXPECT_EQ(items.lookUp(makeItem(0, 1, 1, 1)), first) << "it would have moved";
+    }
+}
+
+TEST(HashedSet, is_copied_whole) {
     ItemSet items;
     for (unsigned int i = 0; i < 100; ++i)
         items.insert(makeItem(i, 1, 1, 1));
@@ -94,7 +133,7 @@ TEST(ItemSet, is_copied_whole) {
     EXPECT_EQ(copy.count(makeItem(99, 1, 1, 1)), 1U);
 }
 
-TEST(ItemSet, holds_what_an_ordered_set_holds_after_random_calls) {
+TEST(HashedSet, holds_what_an_ordered_set_holds_after_random_calls) {
     std::mt19937 generator(1);
     const auto random = [&] { return static_cast<unsigned int>(generator()); };
     for (const unsigned int range : {2U, 4U, 12U}) {

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <atomic>
+#include <boost/container/deque.hpp>
+#include <boost/container/options.hpp>
+#include <cstddef>
+
+namespace KX {
+
+/// A double-ended queue whose size may be asked without the lock that guards the rest.
+///
+/// \ref empty and \ref size belong to any thread; everything else to the thread that holds the lock. Memory comes in
+/// blocks of \p itemsInABlock items, which are larger than those of std::deque: few posts reach the heap.
+template<class Item, std::size_t itemsInABlock>
+class KXSizedDeque
+    : private boost::container::deque<
+          Item, void,
+          typename boost::container::deque_options<boost::container::block_size<itemsInABlock>>::type> {
+    using Items = boost::container::deque<
+        Item, void, typename boost::container::deque_options<boost::container::block_size<itemsInABlock>>::type>;
+
+public:
+    using Items::at;
+    using Items::back;
+    using Items::begin;
+    using Items::cbegin;
+    using Items::cend;
+    using Items::end;
+    using Items::front;
+    using Items::rbegin;
+    using Items::rend;
+    using Items::operator[];
+    using typename Items::const_iterator;
+    using typename Items::const_reference;
+    using typename Items::iterator;
+    using typename Items::reference;
+    using typename Items::size_type;
+    using typename Items::value_type;
+
+    bool empty() const {
+        return size() == 0;
+    }
+
+    std::size_t size() const {
+        return count.load(std::memory_order_acquire);
+    }
+
+    void push_back(const Item& item) {
+        Items::push_back(item);
+        publishSize(count.load(std::memory_order_relaxed) + 1);
+    }
+
+    void pop_front() {
+        Items::pop_front();
+        publishSize(count.load(std::memory_order_relaxed) - 1);
+    }
+
+    void clear() {
+        Items::clear();
+        publishSize(0);
+    }
+
+private:
+    // Only the thread with the lock changes it, so a plain store does, without a locked addition.
+    void publishSize(std::size_t size) {
+        count.store(size, std::memory_order_release);
+    }
+
+    std::atomic<std::size_t> count{0};
+};
+
+} // namespace KX

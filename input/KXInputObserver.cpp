@@ -1,0 +1,119 @@
+#include "input/KXInputObserver.h"
+
+#include "encoder/EncoderObserver.h"
+#include "input/KXInputEventManager.h"
+#include "input/Observation.h"
+#include "platform/KXMutex.h"
+
+#include <mutex>
+#include <utility>
+
+namespace KX {
+
+KXInputObserver::~KXInputObserver() = default;
+void KXInputObserver::onToolkitEvent(const KXToolkitEvent&) {}
+void KXInputObserver::onInputEvent(const KXInputEvent&) {}
+void KXInputObserver::onPostedEvent(const KXEvent&) {}
+void KXInputObserver::onSetting(KXInputSetting, std::int64_t) {}
+void KXInputObserver::onSpeedTable(const std::vector<KXEncoderDynamicPair>&) {}
+void KXInputObserver::onKeyMapping(const std::map<int, int>&) {}
+void KXInputObserver::onKeypad(const CANRemoteOptions&) {}
+void KXInputObserver::onFrame(const KXCANMessage&) {}
+void KXInputObserver::onPass(unsigned int) {}
+void KXInputObserver::onPassDue() {}
+
+std::atomic<KXInputObserver*> inputObserver{nullptr};
+
+namespace {
+
+// Whether the calling thread is inside an observation and so holds the manager's mutex.
+thread_local bool isObserving = false;
+
+// The report of the calling thread that nobody has been told of yet, or null.
+thread_local const KXToolkitEvent* currentReport = nullptr;
+
+// Held while the worker is kept by onPassDue, so that nobody takes the observer away meanwhile.
+std::mutex passDueMutex;
+
+} // namespace
+
+void Observation::begin(const KXInputEventManager* manager) {
+    hasBegun = true;
+    if (!isObserving) {
+        isObserving = isOutermost = true;
+        if (manager && manager->mutex && manager->mutex->lock())
+            lockedMutex = manager->mutex;
+    }
+    // Looked at again: it may have been replaced before the mutex was free.
+    observer = inputObserver.load(std::memory_order_acquire);
+}
+
+void Observation::end() {
+    if (isOutermost)
+        isObserving = false;
+    if (lockedMutex)
+        lockedMutex->unlock();
+}
+
+void Observation::tellInput(const KXInputEvent& event) const {
+    if (const KXToolkitEvent* const report = std::exchange(currentReport, nullptr))
+        observer->onToolkitEvent(*report);
+    else
+        observer->onInputEvent(event);
+}
+
+ToolkitReport::ToolkitReport(const KXInputEventManager* reportedManager, const KXToolkitEvent& event)
+    : manager(reportedManager), reported(event) {
+    currentReport = &reported;
+}
+
+ToolkitReport::~ToolkitReport() {
+    if (!std::exchange(currentReport, nullptr))
+        return;
+    const Observation observation(manager);
+    if (observation)
+        observation->onToolkitEvent(reported);
+}
+
+void tellPassDue() {
+    if (!inputObserver.load(std::memory_order_relaxed))
+        return;
+    const std::lock_guard<std::mutex> lock(passDueMutex);
+    if (KXInputObserver* const observer = inputObserver.load(std::memory_order_acquire))
+        observer->onPassDue();
+}
+
+// The encoder knows nothing of the manager, so it is asked to tell its settings here.
+class KXInputEventManager::EncoderSettings final : public EncoderObserver {
+public:
+    void onUserFactor(int factor) override {
+        tell(KXInputSetting::EncoderUserFactor, factor);
+    }
+
+    void onLowPassFactor(int factor) override {
+        tell(KXInputSetting::EncoderLowPassFactor, factor);
+    }
+
+    void onSpeedTable(const std::vector<KXEncoderDynamicPair>& pairs) override {
+        const Observation observation(theInstance);
+        if (observation)
+            observation->onSpeedTable(pairs);
+    }
+
+private:
+    static void tell(KXInputSetting setting, int value) {
+        const Observation observation(theInstance);
+        if (observation)
+            observation->onSetting(setting, value);
+    }
+};
+
+void KXInputEventManager::setObserver(KXInputObserver* observer) {
+    static EncoderSettings encoderSettings;
+    const std::lock_guard<std::mutex> noPassIsDue(passDueMutex);
+    const KXAutoLock lock(theInstance ? theInstance->mutex : nullptr);
+    EncoderObserver::set(observer ? &encoderSettings : nullptr);
+    inputObserver.store(observer, std::memory_order_release);
+}
+
+} // namespace KX

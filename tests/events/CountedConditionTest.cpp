@@ -1,0 +1,123 @@
+#include "events/sync/KXCountedCondition.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <boost/thread/thread.hpp>
+#include <thread>
+#include <vector>
+
+namespace KX {
+namespace {
+
+using Lock = boost::unique_lock<boost::mutex>;
+
+class CountedCondition : public testing::Test {
+protected:
+    /// Lets a thread wait, signals it once in the way of a queue, and returns when the thread has left.
+    template<class Wait>
+    void expectASignalToEnd(Wait wait) {
+        for (int round = 0; round < 100; ++round) {
+            std::atomic<bool> holdsMutex{false};
+            isSignalled = false;
+            std::thread waiting([&] {
+                Lock lock(mutex);
+                holdsMutex = true;
+                wait(lock);
+            });
+            while (!holdsMutex)
+                std::this_thread::yield();
+            {
+                const Lock lock(mutex); // free only when the other thread waits
+                isSignalled = true;
+                condition.notifyOneIfAwaited();
+            }
+            waiting.join();
+        }
+    }
+
+    boost::mutex mutex;
+    KXCountedCondition condition;
+    bool isSignalled = false; // guarded by mutex
+};
+
+TEST_F(CountedCondition, wakes_a_thread_that_waits) {
+    expectASignalToEnd([this](Lock& lock) {
+        while (!isSignalled)
+            condition.wait(lock);
+    });
+}
+
+TEST_F(CountedCondition, wakes_a_thread_that_waits_until_something_holds) {
+    expectASignalToEnd([this](Lock& lock) {
+        condition.wait(
+            lock, [this] { return isSignalled; });
+    });
+}
+
+TEST_F(CountedCondition, wakes_a_thread_that_waits_until_a_time) {
+    expectASignalToEnd([this](Lock& lock) {
+        const boost::chrono::steady_clock::time_point end{boost::chrono::hours(100000)}; // since the start
+        EXPECT_TRUE(condition.wait_until(
+            lock, end, [this] { return isSignalled; }));
+    });
+}
+
+TEST_F(CountedCondition, wakes_a_thread_that_waits_by_the_plain_condition) {
+    boost::condition_variable& plain = condition;
+    expectASignalToEnd([&](Lock& lock) {
+        while (!isSignalled)
+            plain.wait(lock);
+    });
+}
+
+TEST_F(CountedCondition, wakes_a_thread_that_waits_by_the_system_s_own_condition) {
+    pthread_cond_t* const native = condition.native_handle();
+    expectASignalToEnd([&](Lock&) {
+        while (!isSignalled)
+            pthread_cond_wait(native, mutex.native_handle());
+    });
+}
+
+TEST_F(CountedCondition, wakes_all_that_wait) {
+    std::vector<std::thread> threads;
+    std::atomic<int> waiting{0};
+    for (int i = 0; i < 3; ++i)
+        threads.emplace_back([&] {
+            Lock lock(mutex);
+            ++waiting;
+            condition.wait(lock, [this] { return isSignalled; });
+        });
+    while (waiting < 3)
+        std::this_thread::yield();
+    {
+        const Lock lock(mutex);
+        isSignalled = true;
+    }
+    condition.notify_all();
+    for (std::thread& thread : threads)
+        thread.join();
+}
+
+TEST_F(CountedCondition, leaves_a_wait_uncounted_that_was_interrupted) {
+    for (int round = 0; round < 100; ++round) {
+        std::atomic<bool> holdsMutex{false};
+        boost::thread waiting([&] {
+            Lock lock(mutex);
+            holdsMutex = true;
+            EXPECT_THROW(condition.wait(lock), boost::thread_interrupted);
+            EXPECT_TRUE(lock.owns_lock());
+        });
+        while (!holdsMutex)
+            std::this_thread::yield();
+        waiting.interrupt();
+        waiting.join();
+    }
+    expectASignalToEnd([this](Lock& lock) {
+        while (!isSignalled)
+            condition.wait(lock);
+    });
+}
+
+} // namespace
+} // namespace KX
