@@ -36,15 +36,15 @@ public:
 
     /// The item that equals \p item, or null. It stays where it is until the set changes.
     const Item* lookUp(const Item& item) const {
-        if (slots.empty()) {
+        if (table.empty()) {
             const auto found = std::find(items.begin(), items.end(), item);
             return found != items.end() ? &*found : nullptr;
         }
         const std::uint32_t hash = Hash()(item);
-        const std::size_t mask = slots.size() - 1;
-        for (std::size_t i = hash & mask; slots[i].place != 0; i = (i + 1) & mask)
-            if (slots[i].hash == hash && items[slots[i].place - 1] == item)
-                return &items[slots[i].place - 1];
+        const std::size_t mask = table.size() - 1;
+        for (std::size_t i = hash & mask; table[i].place != 0; i = (i + 1) & mask)
+            if (table[i].hash == hash && items[table[i].place - 1] == item)
+                return &items[table[i].place - 1];
         return nullptr;
     }
 
@@ -74,7 +74,7 @@ public:
     void reserve(std::size_t number) {
         if (number > items.capacity())
             items.reserve(std::max(number, 2 * items.capacity()));
-        if (number > fewItems && 2 * number > slots.size())
+        if (number > fewItems && 2 * number > table.size())
             makeSlots(2 * number);
     }
 
@@ -85,8 +85,8 @@ public:
         items[static_cast<std::size_t>(found - items.data())] = items.back();
         items.pop_back();
         ordered.clear();
-        if (!slots.empty())
-            makeSlots(slots.size());
+        if (!table.empty())
+            makeSlots(table.size());
         return 1;
     }
 
@@ -97,7 +97,7 @@ public:
             return;
         }
         items.clear();
-        slots.clear();
+        table.clear();
         ordered.clear();
     }
 
@@ -152,7 +152,7 @@ private:
     // There must be room.
     void append(const Item& item) {
         items.push_back(item);
-        if (!slots.empty())
+        if (!table.empty())
             enter(item, items.size());
     }
 
@@ -160,7 +160,7 @@ private:
         std::size_t powerOfTwo = 4 * fewItems;
         while (powerOfTwo < number)
             powerOfTwo *= 2;
-        slots.assign(powerOfTwo, Slot{0, 0});
+        table.assign(powerOfTwo, Slot{0, 0});
         std::size_t place = 0;
         for (const Item& item : items)
             enter(item, ++place);
@@ -168,11 +168,11 @@ private:
 
     void enter(const Item& item, std::size_t place) {
         const std::uint32_t hash = Hash()(item);
-        const std::size_t mask = slots.size() - 1;
+        const std::size_t mask = table.size() - 1;
         std::size_t i = hash & mask;
-        while (slots[i].place != 0)
+        while (table[i].place != 0)
             i = (i + 1) & mask;
-        slots[i] = {hash, static_cast<std::uint32_t>(place)};
+        table[i] = {hash, static_cast<std::uint32_t>(place)};
     }
 
     const std::set<Item>& inOrder() const {
@@ -182,7 +182,7 @@ private:
     }
 
     std::vector<Item> items;        // in the order of adding
-    std::vector<Slot> slots;        // none while items are few; else a power of two, at least half of them free
+    std::vector<Slot> table;        // none while items are few; else a power of two, at least half of them free
     mutable std::set<Item> ordered; // made for a walk; outdated while it is smaller than items
 };
 

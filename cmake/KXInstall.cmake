@@ -54,11 +54,14 @@ install(TARGETS ${kx_libraries} EXPORT KXAPI_Events
 include(CMakePackageConfigHelpers)
 set(kx_package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/KXAPI_Events")
 if(KXAPI_PLATFORM STREQUAL "none")
-    set(kx_include_own_platform [[include("${CMAKE_CURRENT_LIST_DIR}/KXOwnPlatform.cmake")]])
+    set(kx_include_own_platform [[
+set(kx_platform_headers "${KXAPI_EVENTS_INCLUDE_DIR}")
+include("${CMAKE_CURRENT_LIST_DIR}/KXOwnPlatform.cmake")]])
     install(FILES cmake/KXOwnPlatform.cmake DESTINATION "${kx_package_dir}")
 endif()
 configure_package_config_file(cmake/KXAPI_EventsConfig.cmake.in
-    "${PROJECT_BINARY_DIR}/KXAPI_EventsConfig.cmake" INSTALL_DESTINATION "${kx_package_dir}")
+    "${PROJECT_BINARY_DIR}/KXAPI_EventsConfig.cmake" INSTALL_DESTINATION "${kx_package_dir}"
+    PATH_VARS KXAPI_INCLUDE_DIR)
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/KXAPI_EventsConfigVersion.cmake"
     COMPATIBILITY SameMajorVersion)
 install(FILES "${PROJECT_BINARY_DIR}/KXAPI_EventsConfig.cmake"

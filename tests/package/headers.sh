@@ -14,6 +14,13 @@ headers=$(find . -name '*.h' -printf '%P\n' | sort)
 [ -n "$headers" ] || fail "no header is installed"
 xargs -P 2 -n 1 bash -c 'compile_alone "$0"' <<<"$headers"
 
+# What Qt and X11 define in a program that includes them first.
+foreign=(-Dslots= -Dsignals=public -Demit= -Dforeach=for -DNone=0L -DBool=int -DStatus=int -DSuccess=0 -DKeyPress=2
+    -DKeyRelease=3)
+for header in $headers; do
+    compile_alone "$header" "${foreign[@]}"
+done
+
 for choice in VERSION=4 DONT_USE_DATETIME DONT_USE_CHRONO; do
     compile_alone actions/KXActionQueue.h "-DBOOST_THREAD_$choice"
     compile_alone events/KXEventQueueAsQueue.h "-DBOOST_THREAD_$choice"

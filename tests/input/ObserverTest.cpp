@@ -1,0 +1,303 @@
+#include "encoder/KXEncoderDynamic.h"
+#include "input/CANRemoteHandler.h"
+#include "input/KXInputObserver.h"
+#include "platform/KXStatus.h"
+#include "tests/support/OperatorTest.h"
+#include "tests/support/OwnCANBus.h"
+
+#include <gmock/gmock.h>
+
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace KX::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+/// Writes down what it is told of, a line each.
+class Notes : public KXInputObserver {
+public:
+    Notes() {
+        KXInputEventManager::setObserver(this);
+    }
+    ~Notes() override {
+        KXInputEventManager::setObserver(nullptr);
+    }
+
+    std::vector<std::string> take() {
+        return std::exchange(lines, {});
+    }
+
+    void onToolkitEvent(const KXToolkitEvent& event) override {
+        note("toolkit " + std::to_string(event.eventType) + " class " + std::to_string(event.eventClass) +
+             " key " + std::to_string(event.keyCode));
+    }
+    void onInputEvent(const KXInputEvent& event) override {
+        note("input " + std::to_string(event.eventType) + " key " + std::to_string(event.keyCode));
+    }
+    void onPostedEvent(const KXEvent& event) override {
+        note("posted " + std::to_string(event.eventType) + " class " + std::to_string(event.eventClass));
+    }
+    void onSetting(KXInputSetting setting, std::int64_t value) override {
+        note("setting " + std::to_string(static_cast<int>(setting)) + " = " + std::to_string(value));
+    }
+    void onSpeedTable(const std::vector<KXEncoderDynamicPair>& pairs) override {
+        note("table of " + std::to_string(pairs.size()));
+    }
+    void onKeyMapping(const std::map<int, int>& mapping) override {
+        note("keys: " + std::to_string(mapping.size()));
+    }
+    void onKeypad(const CANRemoteOptions& options) override {
+        note("keypad " + std::to_string(options.encoderCANId));
+    }
+    void onFrame(const KXCANMessage& frame) override {
+        note("frame " + std::to_string(frame.canId));
+    }
+    void onPass(unsigned int tick) override {
+        note("pass " + std::to_string(tick));
+    }
+    void onPassDue() override {
+        note("pass due");
+    }
+
+protected:
+    virtual void note(const std::string& line) {
+        lines.push_back(line);
+    }
+
+    std::vector<std::string> lines;
+};
+
+class Observer : public OperatorTest {
+protected:
+    Notes notes; // before the manager is made
+};
+
+class ObserverSetLater : public OperatorTest {};
+
+std::string setting(KXInputSetting name, std::int64_t value) {
+    return "setting " + std::to_string(static_cast<int>(name)) + " = " + std::to_string(value);
+}
+
+TEST_F(Observer, sees_the_defaults_that_a_new_manager_sets) {
+    EXPECT_THAT(notes.take(), ElementsAre(setting(KXInputSetting::AcceptInput, 1),
+                                          setting(KXInputSetting::DoubleKeyPressDuration, 300),
+                                          setting(KXInputSetting::LongKeyPressDuration, 2000), "keys: 7"));
+}
+
+TEST_F(Observer, sees_a_toolkit_event_as_the_toolkit_reported_it_and_once) {
+    notes.take();
+    operatorPresses(Qt::Key_Home);
+    EXPECT_THAT(notes.take(), ElementsAre("toolkit 300 class 2 key -1"));
+    EXPECT_EQ(expectPosted(KEY_PRESS_EVENT).keyCode, 1);
+}
+
+TEST_F(Observer, sees_toolkit_events_whose_type_is_dropped_or_unknown) {
+    notes.take();
+    EXPECT_EQ(toolkitReports(TOOLKIT_KEY_AUTO_REPEAT_PRESS_EVENT, Qt::Key_Home), STATUS_REFUSED);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(toolkitReports(209, -1), STATUS_REFUSED);
+    testing::internal::GetCapturedStderr();
+    EXPECT_THAT(notes.take(), ElementsAre("toolkit 302 class 2 key -1", "toolkit 209 class 2 key -1"));
+}
+
+TEST_F(Observer, sees_input_that_is_not_accepted) {
+    manager->acceptInput(false);
+    notes.take();
+    testing::internal::CaptureStdout();
+    operatorPresses(Qt::Key_Home);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "KXInputEventManager::inputEventOccurred: Input IGNORED.\n");
+    EXPECT_THAT(notes.take(), ElementsAre("toolkit 300 class 2 key -1"));
+    expectNothingMore();
+}
+
+TEST_F(Observer, sees_an_event_that_is_handed_in_before_it_is_classified) {
+    notes.take();
+    KXInputEvent step;
+    step.eventType = KEY_PRESS_EVENT;
+    step.keyCode = 4;
+    manager->inputEventOccurred(step);
+    EXPECT_THAT(notes.take(), ElementsAre("input 24 key 4"));
+    EXPECT_EQ(step.eventType, ENCODER_MOVE_EVENT);
+}
+
+TEST_F(Observer, sees_events_that_are_posted_past_classification_and_not_those_that_the_manager_posts) {
+    notes.take();
+    KXSignal signal;
+    signal.eventType = TIMER_TIMEOUT_EVENT;
+    manager->postToEventQueue(signal);
+    manager->postESCtoEventQueue(true);
+    operatorPresses(Qt::Key_Home);
+    EXPECT_THAT(notes.take(),
+                ElementsAre("posted 2000 class 6", "posted 24 class 3", "toolkit 300 class 2 key -1"));
+}
+
+TEST_F(Observer, sees_settings_whoever_makes_them_also_those_that_are_refused) {
+    notes.take();
+    EXPECT_EQ(manager->setDoubleKeyPressDuration(2000), STATUS_REFUSED);
+    manager->setLongKeyPressDuration(2500);
+    manager->acceptInput(true);
+    manager->setKeyboardLayout(3);
+    KXEncoderDynamic::instance()->setUserFactor(0);
+    KXEncoderDynamic::instance()->setLowPassFactor(500);
+    KXEncoderDynamic::instance()->setDynamicParameters({{5, 1}, {40, 2}});
+    manager->setKeyMapping({{0x42, 9}});
+    EXPECT_THAT(notes.take(),
+                ElementsAre(setting(KXInputSetting::DoubleKeyPressDuration, 2000),
+                            setting(KXInputSetting::LongKeyPressDuration, 2500),
+                            setting(KXInputSetting::AcceptInput, 1), setting(KXInputSetting::KeyboardLayout, 3),
+                            setting(KXInputSetting::EncoderUserFactor, 0),
+                            setting(KXInputSetting::EncoderLowPassFactor, 500), "table of 2", "keys: 1"));
+}
+
+TEST_F(Observer, sees_the_keypad_and_its_frames_before_they_are_decoded) {
+    notes.take();
+    CANRemoteOptions options;
+    options.encoderCANId = 77;
+    for (KeyOptionsCANRemote& key : options.keys)
+        key.canId = -1;
+    manager->setCANRemoteOptions(options);
+    OwnCANBus bus;
+    KXCANMessage message;
+    message.canId = 0x123;
+    bus.frames.push_back(message);
+    CANRemoteHandler handler(manager);
+    handler.onEndPointReadable(&bus, nullptr);
+    handler.onEndPointReadable(&bus, nullptr); // nothing to read
+    EXPECT_THAT(notes.take(), ElementsAre("keypad 77", "frame 291"));
+}
+
+TEST_F(Observer, sees_each_pass_with_its_tick_behind_the_word_that_it_is_due) {
+    notes.take();
+    timePasses(200);
+    EXPECT_THAT(notes.take(), ElementsAre("pass due", "pass 100", "pass due", "pass 200"));
+}
+
+TEST_F(Observer, sees_a_pass_before_what_becomes_due_in_it) {
+    operatorPresses(Qt::Key_Home);
+    expectPosted(KEY_PRESS_EVENT);
+    timePasses(1900);
+    notes.take();
+    class Early : public Notes {
+    public:
+        explicit Early(KXInputEventManager* observedManager) : manager(observedManager) {}
+        bool hadEvents = true;
+
+    private:
+        void note(const std::string& line) override {
+            if (line == "pass 2000")
+                hadEvents = manager->hasEvents();
+        }
+        KXInputEventManager* manager;
+    } early(manager);
+    timePasses(100);
+    EXPECT_FALSE(early.hadEvents);
+    expectPosted(KEY_LONG_PRESS_EVENT);
+}
+
+TEST_F(ObserverSetLater, sees_what_comes_from_then_on_and_nothing_after_it_was_taken_away) {
+    operatorPresses(Qt::Key_Home);
+    {
+        Notes notes;
+        operatorReleases(Qt::Key_Home);
+        EXPECT_THAT(notes.take(), ElementsAre("toolkit 301 class 2 key -1"));
+        KXInputEventManager::setObserver(nullptr);
+        operatorPresses(Qt::Key_Home);
+        KXEncoderDynamic::instance()->setUserFactor(1000);
+        timePasses(100);
+        EXPECT_THAT(notes.take(), IsEmpty());
+    }
+    expectPosted(KEY_PRESS_EVENT);
+    expectPosted(KEY_RELEASE_EVENT);
+    expectPosted(KEY_DOUBLE_PRESS_EVENT);
+}
+
+TEST_F(ObserverSetLater, changes_nothing_that_is_posted) {
+    for (const bool isObserved : {false, true}) {
+        KXInputObserver observer; // with its empty operations
+        KXInputEventManager::setObserver(isObserved ? &observer : nullptr);
+        operatorPresses(Qt::Key_Home);
+        timePasses(2000);
+        operatorReleases(Qt::Key_Home);
+        toolkitReports(TOOLKIT_WHEEL_EVENT, -1, 0, 1);
+        timePasses(1000);
+        expectPosted(KEY_PRESS_EVENT);
+        expectPosted(KEY_LONG_PRESS_EVENT);
+        expectPosted(KEY_LONG_RELEASE_EVENT);
+        expectPosted(KEY_RELEASE_EVENT);
+        expectPosted(ENCODER_MOVE_EVENT);
+        expectNothingMore();
+        KXInputEventManager::setObserver(nullptr);
+    }
+}
+
+TEST_F(ObserverSetLater, may_be_there_without_a_manager) {
+    KXInputEventManager::deleteInstance();
+    {
+        Notes notes;
+        KXEncoderDynamic dynamic;
+        dynamic.setUserFactor(7);
+        EXPECT_THAT(notes.take(), ElementsAre(setting(KXInputSetting::EncoderUserFactor, 7)));
+    }
+    manager = KXInputEventManager::createInstance();
+}
+
+// A hook runs with the mutex held, and so does the observer: neither may wait for it again.
+KXInputEventManager* hookedManager = nullptr;
+
+void callManagerFromHook() {
+    static bool isCalling = false;
+    if (isCalling)
+        return;
+    isCalling = true;
+    hookedManager->acceptInput(true);
+    hookedManager->setDoubleKeyPressDuration(200);
+    hookedManager->postESCtoEventQueue(true);
+    isCalling = false;
+}
+
+TEST_F(Observer, does_not_keep_an_after_post_hook_from_settings_and_posts) {
+    notes.take();
+    hookedManager = manager;
+    manager->getInputEventsQueue()->setAfterPostFunction(&callManagerFromHook);
+    operatorPresses(Qt::Key_Home);
+    EXPECT_THAT(notes.take(),
+                ElementsAre("toolkit 300 class 2 key -1", setting(KXInputSetting::AcceptInput, 1),
+                            setting(KXInputSetting::DoubleKeyPressDuration, 200), "posted 24 class 3"));
+    timePasses(2000); // the worker posts a long press
+    EXPECT_EQ(notes.take().back(), "posted 24 class 3");
+    manager->getInputEventsQueue()->setAfterPostFunction(nullptr);
+}
+
+TEST_F(ObserverSetLater, is_not_told_of_a_report_again_when_the_event_could_not_be_taken) {
+    KXInputEventManager::deleteInstance();
+    class Overriding : public KXInputEventManager {
+    public:
+        int inputEventOccurred(KXInputEvent& event) override {
+            if (event.keyCode == 1)
+                throw std::runtime_error("not this one");
+            return KXInputEventManager::inputEventOccurred(event);
+        }
+    };
+    auto overriding = std::make_unique<Overriding>();
+    Notes notes;
+    KXToolkitEvent event;
+    event.eventType = TOOLKIT_KEY_PRESS_EVENT;
+    event.osKeyCode = Qt::Key_Home;
+    EXPECT_THROW(overriding->toolkitEventOccurred(event), std::runtime_error);
+    EXPECT_THAT(notes.take(), ElementsAre("toolkit 300 class 2 key -1"));
+    KXInputEvent direct;
+    direct.eventType = KEY_PRESS_EVENT;
+    direct.keyCode = 2;
+    overriding->inputEventOccurred(direct);
+    EXPECT_THAT(notes.take(), ElementsAre("input 24 key 2"));
+    overriding.reset();
+    manager = KXInputEventManager::createInstance();
+}
+
+} // namespace
+} // namespace KX::test

@@ -1,0 +1,33 @@
+#!/usr/bin/env bash
+# layers-notices.sh: the check of the layers lets an include downwards pass and refuses each kind of include that it is
+# there to refuse.
+. "$(dirname "$0")/common.sh"
+make_scratch
+
+# expect STATUS FILE HEADER: of the check, for a project of one source that includes one header.
+expect() {
+    local folder="$scratch/$((++projects))" status=0
+    mkdir -p "$folder/$(dirname "$2")"
+    echo "#include \"$3\"" >"$folder/$2"
+    bash "$KX_SOURCE/tests/package/layers.sh" "$folder" >"$scratch/output" 2>&1 || status=$?
+    [ "$status" -eq "$1" ] || fail "$2 includes $3: status $status instead of $1: $(cat "$scratch/output")"
+    [ "$status" -eq 0 ] || grep -q "^$2:1: " "$scratch/output" || fail "the line does not say where"
+}
+
+projects=0
+expect 0 input/A.cpp events/KXEvent.h
+expect 0 events/A.cpp events/KXEvent.h
+expect 0 platform/A.h platform/KXTick.h
+expect 1 events/A.cpp encoder/KXEncoderDynamic.h
+expect 1 events/A.h input/KXInputEventManager.h
+expect 1 encoder/A.cpp actions/KXActionQueue.h
+expect 1 actions/A.cpp encoder/KXEncoderDynamic.h
+expect 1 platform/linux/A.cpp events/KXEvent.h
+expect 1 tools/A.cpp terminal/MainWindow.h
+expect 0 platform/linux/os_abs/A.cpp platform/linux/os_abs/B.h
+expect 0 tests/platform_linux/A.cpp platform/linux/os_abs/B.h
+expect 0 bench/A.cpp platform/linux/os_abs/B.h
+expect 1 terminal/A.cpp platform/linux/os_abs/B.h
+expect 1 tests/target/A.cpp platform/linux/os_abs/B.h
+expect 1 input/A.cpp platform/simulated/KXSimulation.h
+expect 1 elsewhere/A.cpp events/KXEvent.h
