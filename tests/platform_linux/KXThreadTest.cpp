@@ -1,10 +1,13 @@
 #include "platform/KXThread.h"
 
+#include "support/ResourceLimit.h"
 #include "support/Waiting.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cerrno>
 #include <climits>
 #include <fstream>
 #include <memory>
@@ -16,6 +19,12 @@
 #include <unistd.h>
 
 namespace {
+
+using testing::IsEmpty;
+using testing::StartsWith;
+
+/// Every thread of the program has its own, more than the smallest stack holds.
+thread_local volatile char largeData[128 * 1024];
 
 std::string readThreadName(unsigned int id) {
     std::ifstream file("/proc/self/task/" + std::to_string(id) + "/comm");
@@ -89,6 +98,19 @@ protected:
     }
 
     Report report;
+};
+
+/// What the debug service says while a thread is started that the system or the library refuses.
+class KXThreadDiagnosticsTest : public KXThreadTest {
+protected:
+    /// \param expectedStatus  what start is to return
+    /// \return what was written to standard error
+    static std::string startAndListen(KX::KXThread& thread, int priority, unsigned int stackSize,
+                                      int expectedStatus) {
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(thread.start(priority, stackSize), expectedStatus);
+        return testing::internal::GetCapturedStderr();
+    }
 };
 
 TEST_F(KXThreadTest, runsTheEntryFunctionInAThreadOfTheGivenName) {
@@ -244,6 +266,82 @@ TEST_F(KXThreadTest, runsWithTheRealTimePriorityThatWasAskedFor) {
     ASSERT_EQ(thread->stopAndWait(), 0);
     EXPECT_EQ(report.policy, SCHED_FIFO);
     EXPECT_EQ(report.priority, 7);
+}
+
+TEST_F(KXThreadDiagnosticsTest, aThreadThatStartsIsNotMentioned) {
+    const auto thread = makeThread(reportAndEnd);
+    EXPECT_THAT(startAndListen(*thread, 0, 0, 0), IsEmpty());
+}
+
+TEST_F(KXThreadDiagnosticsTest, aMissingEntryFunctionIsTold) {
+    const std::unique_ptr<KX::KXThread> thread(KX::KXThread::create("idle"));
+    EXPECT_EQ(startAndListen(*thread, 0, 0, 20),
+              "[kx_thread:1] thread \"idle\" is not started: it has no entry function\n");
+}
+
+TEST_F(KXThreadDiagnosticsTest, aSecondStartIsTold) {
+    const auto thread = makeThread(reportAndWait);
+    ASSERT_EQ(thread->start(0, 0), 0);
+    EXPECT_EQ(startAndListen(*thread, 0, 0, 20),
+              "[kx_thread:1] thread \"inputEventMgr\" is not started: it runs already\n");
+    report.mayEnd = true;
+}
+
+TEST_F(KXThreadDiagnosticsTest, aPriorityOutsideTheSystemsRangeIsTold) {
+    const auto thread = makeThread(reportAndEnd);
+    EXPECT_EQ(startAndListen(*thread, 100, 0, 24), "[kx_thread:1] thread \"inputEventMgr\" is not started: "
+                                                   "real-time priority 100 is not in the range of 1 to 99\n");
+    EXPECT_EQ(startAndListen(*thread, -1, 0, 24), "[kx_thread:1] thread \"inputEventMgr\" is not started: "
+                                                  "real-time priority -1 is not in the range of 1 to 99\n");
+}
+
+TEST_F(KXThreadDiagnosticsTest, aStackBelowTheSystemsLeastIsTold) {
+    const auto thread = makeThread(reportAndEnd);
+    const auto least = static_cast<unsigned int>(PTHREAD_STACK_MIN);
+    EXPECT_EQ(startAndListen(*thread, 0, least - 1, 24),
+              "[kx_thread:1] thread \"inputEventMgr\" is not started: a stack of " + std::to_string(least - 1) +
+                  " bytes is too small, the system's least is " + std::to_string(least) + "\n");
+}
+
+TEST_F(KXThreadDiagnosticsTest, aStackThatDoesNotHoldTheDataOfEveryThreadIsTold) {
+    largeData[0] = 1;
+    const auto thread = makeThread(reportAndEnd);
+    const auto least = static_cast<unsigned int>(PTHREAD_STACK_MIN);
+    testing::internal::CaptureStderr();
+    const int status = thread->start(0, least);
+    const std::string told = testing::internal::GetCapturedStderr();
+    if (status == 0)
+        GTEST_SKIP() << "something, a sanitizer say, makes small stacks larger";
+    EXPECT_EQ(status, 24);
+    EXPECT_EQ(told, "[kx_thread:1] thread \"inputEventMgr\" is not started: a stack of " + std::to_string(least) +
+                        " bytes is too small for the data that each thread of this program has\n");
+}
+
+TEST_F(KXThreadDiagnosticsTest, aRealTimePriorityThatIsNotAllowedIsTold) {
+    const auto thread = makeThread(reportAndEnd);
+    const NoRealTimePriority limit;
+    EXPECT_EQ(startAndListen(*thread, 5, 0, 20), "[kx_thread:1] thread \"inputEventMgr\" is not started: "
+                                                 "real-time priority 5 is not allowed: Operation not permitted\n");
+}
+
+TEST_F(KXThreadDiagnosticsTest, aLackOfMemoryForTheStackIsTold) {
+    const auto thread = makeThread(reportAndEnd);
+    const NoMoreAddressSpace limit;
+    EXPECT_EQ(startAndListen(*thread, 0, 0xE0000000u, 20),
+              "[kx_thread:1] thread \"inputEventMgr\" is not started: no thread with a stack of 3758096384 bytes: "
+              "Resource temporarily unavailable\n");
+}
+
+TEST_F(KXThreadDiagnosticsTest, aLongNameIsToldAsTheSystemHasIt) {
+    const std::unique_ptr<KX::KXThread> thread(KX::KXThread::create("0123456789abcdefgh"));
+    EXPECT_THAT(startAndListen(*thread, 0, 0, 20), StartsWith("[kx_thread:1] thread \"0123456789abcde\" is not"));
+}
+
+TEST_F(KXThreadDiagnosticsTest, errnoIsLeftAlone) {
+    const auto thread = makeThread(reportAndEnd);
+    errno = ENOENT;
+    startAndListen(*thread, 100, 0, 24);
+    EXPECT_EQ(errno, ENOENT);
 }
 
 } // namespace
