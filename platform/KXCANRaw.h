@@ -16,8 +16,9 @@ public:
     /// \param bus            number of the bus, from 0
     /// \param bitRate        in bit/s; 0: as the system has it
     /// \param receiveBuffer  frames that the system holds for us; 0: as the system has it
-    /// \return owned by the caller; null when the bus cannot be opened. One that exists but is down at the moment
-    ///         may come closed (see \ref isConnected) instead, so that a keypad survives the order of start-up
+    /// \return owned by the caller; null when there is no such bus. A bus that exists but is down gives a closed end
+    ///         point (see \ref isConnected), which comes alive by \ref reconnect when the bus is up, so that a keypad
+    ///         works even if the terminal starts before the bus
     static KXCANRaw* create(int bus, int bitRate, int receiveBuffer);
 
     ~KXCANRaw() override;

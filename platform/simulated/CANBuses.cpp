@@ -132,12 +132,6 @@ void CANBuses::reset() {
     script.clear();
 }
 
-bool CANBuses::isDown(int bus) const {
-    const Lock lock(mutex);
-    const auto found = buses.find(bus);
-    return found != buses.end() && found->second.isDown;
-}
-
 // What had come before is lost, as with a socket that is closed.
 void CANBuses::disconnect(SimulatedCAN& endPoint) {
     endPoint.readId = -1;
@@ -160,7 +154,7 @@ KXCANRaw::~KXCANRaw() = default;
 
 KXCANRaw* KXCANRaw::create(int bus, int /*bitRate*/, int /*receiveBuffer*/) {
     using namespace simulated;
-    if (bus < 0 || faults.canBuses.take() || CANBuses::instance().isDown(bus))
+    if (bus < 0 || faults.canBuses.take())
         return nullptr;
     return new SimulatedCAN(bus);
 }

@@ -14,6 +14,7 @@ namespace KX::simulated {
 /// An end point on a bus. Its state is guarded by the mutex of \ref CANBuses.
 class SimulatedCAN : public KXCANRaw {
 public:
+    /// Closed when the bus is down.
     explicit SimulatedCAN(int bus);
     ~SimulatedCAN() override;
 
@@ -55,7 +56,6 @@ public:
 
 private:
     friend class SimulatedCAN;
-    friend class KX::KXCANRaw;
 
     struct Bus {
         bool isDown = false;
@@ -68,7 +68,6 @@ private:
         KXCANMessage frame;
     };
 
-    bool isDown(int bus) const;
     void disconnect(SimulatedCAN& endPoint);
     int connect(SimulatedCAN& endPoint);
 

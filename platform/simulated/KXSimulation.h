@@ -57,7 +57,9 @@ public:
     /// one tick arrive in the order of these calls. Nobody gets it when nobody has opened the bus by then.
     static void scheduleCANFrame(int bus, unsigned int tick, const KXCANMessage& frame);
 
-    /// Takes a bus down (every open end point of it disconnects and reconnect fails) or up again.
+    /// Takes a bus down or up again. While it is down, every end point of it is closed, also one that
+    /// KXCANRaw::create makes meanwhile, and reconnect fails. When it is up again, each needs a reconnect; an
+    /// end-point manager tries that every 1000 ms.
     static void setCANBusDown(int bus, bool down);
 
     /// Frames that wait to be read or to be delivered by the clock, on all buses.
@@ -80,7 +82,7 @@ public:
     static void failMutexLocks(unsigned int count);
     static void refuseMutexes(unsigned int count);  ///< KXMutex::create returns null
     static void refuseThreads(unsigned int count);  ///< KXThread::create returns null
-    static void refuseCANBuses(unsigned int count); ///< KXCANRaw::create returns null
+    static void refuseCANBuses(unsigned int count); ///< KXCANRaw::create returns null: no such bus
 
     // ---- what the event layer said and what it holds
 
