@@ -1,12 +1,21 @@
 #include "platform/KXMutex.h"
 
+#include "platform/KXDebug.h"
 #include "platform/simulated/Accounts.h"
 
+#include <atomic>
 #include <mutex>
+#include <thread>
 
 namespace KX {
 
 namespace {
+
+void reportDoubleLock() {
+    static const unsigned int key = KXDebug::insertNewDebugSection("kx_mutex");
+    KXDebug::debugPrintError(
+        1, key, "a thread locks a mutex that it holds already; an after-post hook must not hand input in");
+}
 
 class SimulatedMutex : public KXMutex {
 public:
@@ -19,18 +28,28 @@ public:
     }
 
     bool lock() override {
+        const std::thread::id self = std::this_thread::get_id();
+        if (owner == self) {
+            reportDoubleLock();
+            return false;
+        }
         if (simulated::faults.mutexLocks.take())
             return false;
         mutex.lock();
+        owner = self;
         return true;
     }
 
     void unlock() override {
+        owner = std::thread::id();
         mutex.unlock();
     }
 
 private:
     std::mutex mutex;
+
+    // Atomic because a thread looks before it locks. It can find itself here only if it wrote that.
+    std::atomic<std::thread::id> owner{};
 };
 
 } // namespace

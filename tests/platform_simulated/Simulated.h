@@ -29,6 +29,10 @@ protected:
     }
 };
 
+/// What the debug record says of a thread that locks a mutex twice.
+constexpr char doubleLockReport[] =
+    "a thread locks a mutex that it holds already; an after-post hook must not hand input in";
+
 /// What happened, one line each. Needs no lock: of the driver and the simulated threads one runs at a time.
 using Trace = std::vector<std::string>;
 
