@@ -2,7 +2,7 @@
 
 #include <atomic>
 
-namespace KX::simulated {
+namespace KX {
 
 /// How many of the next calls of one kind are to fail. Any thread.
 class Fault {
@@ -36,7 +36,7 @@ struct Faults {
 };
 
 /// How many objects of each kind exist.
-struct Living {
+struct LivingObjects {
     std::atomic<unsigned int> threads{0};
     std::atomic<unsigned int> mutexes{0};
     std::atomic<unsigned int> openPipes{0};
@@ -45,7 +45,7 @@ struct Living {
 };
 
 extern Faults faults;
-extern Living living;
+extern LivingObjects livingObjects;
 
 inline constexpr int defaultPipeCapacity = 1 << 20;
 extern std::atomic<int> pipeCapacity;
@@ -55,4 +55,4 @@ extern std::atomic<int> pipeCapacity;
 int newEndPointId();
 void resetEndPointIds();
 
-} // namespace KX::simulated
+} // namespace KX

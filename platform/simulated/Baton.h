@@ -5,7 +5,7 @@
 #include <mutex>
 #include <thread>
 
-namespace KX::simulated {
+namespace KX {
 
 /// Hands the right to run from one thread to another: given once, taken once.
 class Baton {
@@ -45,4 +45,4 @@ private:
     std::atomic<bool> given{false}; // set under mutex, so that a blocking taker cannot miss it
 };
 
-} // namespace KX::simulated
+} // namespace KX

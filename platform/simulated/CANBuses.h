@@ -9,7 +9,7 @@
 #include <mutex>
 #include <vector>
 
-namespace KX::simulated {
+namespace KX {
 
 /// An end point on a bus. Its state is guarded by the mutex of \ref CANBuses.
 class SimulatedCAN : public KXCANRaw {
@@ -41,13 +41,13 @@ class CANBuses {
 public:
     static CANBuses& instance();
 
-    void schedule(int bus, Time time, const KXCANMessage& frame);
+    void schedule(int bus, VirtualTime time, const KXCANMessage& frame);
 
     /// Brings the frames that are due at \p time to the end points that are open.
-    void deliverUntil(Time time);
+    void deliverUntil(VirtualTime time);
 
     /// The largest time when nothing is scheduled.
-    Time getNextFrameTime() const;
+    VirtualTime getNextFrameTime() const;
 
     void setDown(int bus, bool down);
     unsigned int countPending() const;
@@ -75,7 +75,7 @@ private:
 
     // guarded by mutex
     std::map<int, Bus> buses;
-    std::multimap<Time, Scheduled> script; // equal times stay in the order of the calls
+    std::multimap<VirtualTime, Scheduled> script; // equal times stay in the order of the calls
 };
 
-} // namespace KX::simulated
+} // namespace KX

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace KX::simulated {
+namespace KX {
 
 /// What was said through KXDebug. Any thread; never destroyed, because static objects may still have to say
 /// something.
@@ -24,4 +24,4 @@ struct DebugRecord {
 inline constexpr int defaultDebugLevel = 4;
 extern std::atomic<int> debugLevel;
 
-} // namespace KX::simulated
+} // namespace KX

@@ -20,11 +20,11 @@ void reportDoubleLock() {
 class SimulatedMutex : public KXMutex {
 public:
     SimulatedMutex() {
-        ++simulated::living.mutexes;
+        ++livingObjects.mutexes;
     }
 
     ~SimulatedMutex() override {
-        --simulated::living.mutexes;
+        --livingObjects.mutexes;
     }
 
     bool lock() override {
@@ -33,7 +33,7 @@ public:
             reportDoubleLock();
             return false;
         }
-        if (simulated::faults.mutexLocks.take())
+        if (faults.mutexLocks.take())
             return false;
         mutex.lock();
         owner = self;
@@ -58,13 +58,13 @@ KXMutex::KXMutex() = default;
 KXMutex::~KXMutex() = default;
 
 KXMutex* KXMutex::create() {
-    return simulated::faults.mutexes.take() ? nullptr : new SimulatedMutex;
+    return faults.mutexes.take() ? nullptr : new SimulatedMutex;
 }
 
-KXAutoLock::KXAutoLock(KXMutex* mutex) : heldMutex(mutex != nullptr && mutex->lock() ? mutex : nullptr) {}
+KXAutoLock::KXAutoLock(KXMutex* mutex) : heldMutex(mutex && mutex->lock() ? mutex : nullptr) {}
 
 KXAutoLock::~KXAutoLock() {
-    if (heldMutex != nullptr)
+    if (heldMutex)
         heldMutex->unlock();
 }
 

@@ -1,6 +1,6 @@
 #include "platform/simulated/Scheduler.h"
 
-namespace KX::simulated {
+namespace KX {
 
 namespace {
 
@@ -34,4 +34,4 @@ void resetThreadIds() {
     currentThreadId();
 }
 
-} // namespace KX::simulated
+} // namespace KX

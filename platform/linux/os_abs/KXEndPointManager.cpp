@@ -2,8 +2,9 @@
 
 #include "platform/KXEndPoint.h"
 #include "platform/KXEndPointHandler.h"
+#include "platform/KXStatus.h"
 #include "platform/KXTick.h"
-#include "platform/linux/os_abs/KXEndPointTable.h"
+#include "platform/linux/os_abs/EndPointTable.h"
 #include "platform/linux/os_abs/KXWaitTicks.h"
 
 #include <algorithm>
@@ -21,14 +22,11 @@ namespace KX {
 
 namespace {
 
-const int statusRefused = 20;
-const int statusOutOfRange = 24;
-
-const int retryIntervalMs = 1000;
+constexpr int retryIntervalMs = 1000;
 
 /// A descriptor that its owner closes vanishes from the epoll set without an event, so a long wait looks again
 /// that often.
-const int checkIntervalMs = 1000;
+constexpr int checkIntervalMs = 1000;
 
 /// How far \p tick lies ahead of \p now; not positive when it has come. Right across the wrap of the clock.
 int getTimeUntil(unsigned int tick, unsigned int now) {
@@ -105,13 +103,13 @@ class KX_LOCAL KXEndPointManager::Implementation {
 public:
     explicit Implementation(KXEndPointManager* managerOfHandlers) : manager(managerOfHandlers) {}
 
-    KXEndPointTable table;
+    EndPointTable table;
 
     int wait(unsigned int untilTick);
 
 private:
-    using Number = KXEndPointTable::Number;
-    using Use = KXEndPointTable::Use;
+    using Number = EndPointTable::Number;
+    using Use = EndPointTable::Use;
 
     int checkConnections();
     int checkConnection(Number number);
@@ -169,7 +167,7 @@ int KXEndPointManager::Implementation::retry(Number number, const Use& use) {
     // Further ahead than a retry is ever set: nobody has waited here for half the range of the clock.
     if (remainingMs > 0 && remainingMs <= retryIntervalMs)
         return 0;
-    if (use->endPoint->reconnect() == 0) {
+    if (use->endPoint->reconnect() == STATUS_OK) {
         const int descriptor = use->endPoint->getReadEndPointID();
         if (descriptor >= 0 && table.watch(number, descriptor)) {
             use->handler->onEndPointReconnected(use->endPoint);
@@ -196,10 +194,10 @@ int KXEndPointManager::Implementation::dispatch(const std::pmr::vector<epoll_eve
 }
 
 int KXEndPointManager::Implementation::dispatchEvent(const epoll_event& event, bool firstOfRound) {
-    const Number number = KXEndPointTable::getNumber(event);
+    const Number number = EndPointTable::getNumber(event);
     const Use use(table, number);
     // Removed, lost or opened anew since: by a handler of this round, or by another thread.
-    if (!use.isValid() || use->descriptor < 0 || use->generation != KXEndPointTable::getGeneration(event))
+    if (!use.isValid() || use->descriptor < 0 || use->generation != EndPointTable::getGeneration(event))
         return 0;
     // A handler of this round may have read this end point empty.
     const unsigned int found = firstOfRound ? event.events : lookAgain(use->descriptor);
@@ -211,6 +209,11 @@ int KXEndPointManager::Implementation::dispatchEvent(const epoll_event& event, b
     return 1;
 }
 
+KXEndPoint::KXEndPoint() = default;
+KXEndPoint::~KXEndPoint() = default;
+
+KXEndPointHandler::~KXEndPointHandler() = default;
+
 KXEndPointManager::KXEndPointManager() : implementation(new Implementation(this)) {}
 
 KXEndPointManager::~KXEndPointManager() {
@@ -218,14 +221,14 @@ KXEndPointManager::~KXEndPointManager() {
 }
 
 int KXEndPointManager::addEndPoint(KXEndPoint* endPoint, KXEndPointHandler* handler) {
-    if (endPoint == nullptr || handler == nullptr)
-        return statusOutOfRange;
+    if (!endPoint || !handler)
+        return STATUS_OUT_OF_RANGE;
     const int descriptor = endPoint->isConnected() ? endPoint->getReadEndPointID() : -1;
-    return implementation->table.add(endPoint, handler, descriptor) ? 0 : statusRefused;
+    return implementation->table.add(endPoint, handler, descriptor) ? STATUS_OK : STATUS_REFUSED;
 }
 
 int KXEndPointManager::removeEndPoint(KXEndPoint* endPoint) {
-    return implementation->table.remove(endPoint) ? 0 : statusRefused;
+    return implementation->table.remove(endPoint) ? STATUS_OK : STATUS_REFUSED;
 }
 
 int KXEndPointManager::waitForEndPoints(unsigned int untilTick, unsigned int /*reserved*/) {

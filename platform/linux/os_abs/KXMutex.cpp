@@ -58,7 +58,7 @@ private:
 
 KXMutex* KXMutex::create() {
     std::unique_ptr<PosixMutex> mutex(new (std::nothrow) PosixMutex);
-    if (mutex == nullptr || !mutex->initialize())
+    if (!mutex || !mutex->initialize())
         return nullptr;
     return mutex.release();
 }
@@ -66,10 +66,10 @@ KXMutex* KXMutex::create() {
 KXMutex::KXMutex() = default;
 KXMutex::~KXMutex() = default;
 
-KXAutoLock::KXAutoLock(KXMutex* mutex) : heldMutex(mutex != nullptr && mutex->lock() ? mutex : nullptr) {}
+KXAutoLock::KXAutoLock(KXMutex* mutex) : heldMutex(mutex && mutex->lock() ? mutex : nullptr) {}
 
 KXAutoLock::~KXAutoLock() {
-    if (heldMutex != nullptr)
+    if (heldMutex)
         heldMutex->unlock();
 }
 

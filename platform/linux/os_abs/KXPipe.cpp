@@ -1,5 +1,7 @@
 #include "platform/KXPipe.h"
 
+#include "platform/KXStatus.h"
+
 #include <atomic>
 #include <cerrno>
 #include <climits>
@@ -13,11 +15,8 @@ namespace KX {
 
 namespace {
 
-const int statusRefused = 20;
-const int statusOutOfRange = 24;
-
 /// Room for over 7,000 event records.
-const int wantedCapacity = 1024 * 1024;
+constexpr int wantedCapacity = 1024 * 1024;
 
 /// Makes the pipe as large as the system lets us. A small pipe loses events earlier, but works.
 void enlarge(int writeEnd) {
@@ -48,12 +47,12 @@ public:
         int ends[2];
         if (pipe2(ends, O_NONBLOCK | O_CLOEXEC) != 0) {
             // EMFILE, ENFILE: no descriptors left. Nothing was opened.
-            return statusRefused;
+            return STATUS_REFUSED;
         }
         enlarge(ends[1]);
         readEnd = ends[0];
         writeEnd = ends[1];
-        return 0;
+        return STATUS_OK;
     }
 
     void close() {
@@ -102,14 +101,14 @@ KXPipe::~KXPipe() {
 }
 
 int KXPipe::init() {
-    return implementation->isOpen() ? 0 : implementation->open();
+    return implementation->isOpen() ? STATUS_OK : implementation->open();
 }
 
 int KXPipe::writeIntoPipe(void* data, int size) const {
-    if (data == nullptr || size <= 0)
-        return statusOutOfRange;
+    if (!data || size <= 0)
+        return STATUS_OUT_OF_RANGE;
     if (size > PIPE_BUF && !implementation->hasRoomFor(size))
-        return statusRefused;
+        return STATUS_REFUSED;
     const auto wanted = static_cast<std::size_t>(size);
     ssize_t written;
     do {
@@ -120,12 +119,12 @@ int KXPipe::writeIntoPipe(void* data, int size) const {
     } while (written < 0 && errno == EINTR);
     // EAGAIN: full; waiting for room could hang a thread that is the reader too. EBADF: closed. EPIPE, and the
     // signal that goes with it, cannot come: both ends are ours and closed together.
-    return written == size ? 0 : statusRefused;
+    return written == size ? STATUS_OK : STATUS_REFUSED;
 }
 
 int KXPipe::readFromPipe(void* data, int size) {
-    if (data == nullptr || size <= 0)
-        return statusOutOfRange;
+    if (!data || size <= 0)
+        return STATUS_OUT_OF_RANGE;
     const auto wanted = static_cast<std::size_t>(size);
     ssize_t taken;
     do {
@@ -134,7 +133,7 @@ int KXPipe::readFromPipe(void* data, int size) {
     } while (taken < 0 && errno == EINTR);
     // EAGAIN: empty. EBADF: closed. Fewer bytes than wanted: the rest of a record will not come, since records
     // are written whole; what there was is gone, so that nobody is woken for it again.
-    return taken == size ? 0 : statusRefused;
+    return taken == size ? STATUS_OK : STATUS_REFUSED;
 }
 
 bool KXPipe::isReadable() const {

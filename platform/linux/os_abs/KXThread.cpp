@@ -227,13 +227,13 @@ int PosixThread::stopAndWait() {
         return STATUS_REFUSED;
     }
     if (!joinable)
-        return 0;
+        return STATUS_OK;
     if (pthread_join(thread, nullptr) != 0) {
         // EDEADLK: that thread waits for this one.
         return STATUS_REFUSED;
     }
     joinable = false;
-    return 0;
+    return STATUS_OK;
 }
 
 } // namespace

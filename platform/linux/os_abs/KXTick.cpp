@@ -11,7 +11,7 @@ unsigned int KXTick::getTickCount() {
     // and the address is valid.
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
-    const unsigned int nanosecondsPerMs = 1000000;
+    constexpr unsigned int nanosecondsPerMs = 1000000;
     const unsigned int tick =
         static_cast<unsigned int>(now.tv_sec) * 1000 + static_cast<unsigned int>(now.tv_nsec) / nanosecondsPerMs;
     tellTickAsked(tick);

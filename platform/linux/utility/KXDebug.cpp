@@ -1,7 +1,7 @@
 #include "platform/KXDebug.h"
 
-#include "platform/linux/utility/KXDebugOutput.h"
-#include "platform/linux/utility/KXDebugSections.h"
+#include "platform/linux/utility/DebugOutput.h"
+#include "platform/linux/utility/DebugSections.h"
 
 #include <cerrno>
 #include <cstdarg>
@@ -43,14 +43,14 @@ public:
                 length = size - 1;
             }
         }
-        KXDebugOutput::writeLine(line, withoutLineEnd(line, length));
+        DebugOutput::writeLine(line, withoutLineEnd(line, length));
     }
 
 private:
     /// \return characters of the whole line
     static std::size_t compose(char* line, std::size_t size, int level, unsigned int key, const char* format,
                                std::va_list arguments) {
-        const int prefix = std::snprintf(line, size, "[%s:%d] ", KXDebugSections::getName(key), level);
+        const int prefix = std::snprintf(line, size, "[%s:%d] ", DebugSections::getName(key), level);
         const std::size_t begin = prefix > 0 ? static_cast<std::size_t>(prefix) : 0;
         // A name that fills the buffer leaves no room; the text is then only counted.
         const bool hasRoom = begin < size;
@@ -78,11 +78,11 @@ private:
 } // namespace
 
 unsigned int KXDebug::insertNewDebugSection(const std::string& name) {
-    return KXDebugSections::insert(name);
+    return DebugSections::insert(name);
 }
 
 void KXDebug::debugPrintError(int level, unsigned int key, const char* format, ...) {
-    if (!KXDebugSections::isShown(level, key))
+    if (!DebugSections::isShown(level, key))
         return;
     std::va_list arguments;
     va_start(arguments, format);

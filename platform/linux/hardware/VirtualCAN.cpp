@@ -1,15 +1,53 @@
-#include "platform/linux/hardware/KXVirtualCAN.h"
+#include "platform/linux/hardware/VirtualCAN.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <mutex>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
+#include <vector>
 
 namespace KX {
 
 namespace {
+
+/// The socket files that this process has bound and not closed. Any thread.
+///
+/// A second end point for a bus replaces the first one of the same process, but does not take a bus away from another
+/// process. The file itself does not tell which process has bound it.
+class OwnSockets {
+public:
+    /// Never destroyed: a static destructor may close a bus.
+    static OwnSockets& get() {
+        static OwnSockets& ownSockets = *new OwnSockets;
+        return ownSockets;
+    }
+
+    void insert(const FileIdentity& file) {
+        const std::lock_guard<std::mutex> guard(lock);
+        files.emplace_back(getpid(), file);
+    }
+
+    void remove(const FileIdentity& file) {
+        const std::lock_guard<std::mutex> guard(lock);
+        files.erase(std::remove(files.begin(), files.end(), Owned(getpid(), file)), files.end());
+    }
+
+    /// False in the child of a fork for what the parent has bound.
+    bool contains(const FileIdentity& file) {
+        const std::lock_guard<std::mutex> guard(lock);
+        return std::find(files.begin(), files.end(), Owned(getpid(), file)) != files.end();
+    }
+
+private:
+    using Owned = std::pair<pid_t, FileIdentity>;
+
+    std::mutex lock;
+    std::vector<Owned> files; // guarded by lock
+};
 
 sockaddr_un makeAddress(const std::string& path) {
     sockaddr_un address{};
@@ -28,11 +66,11 @@ int callWithAddress(Function function, int descriptor, const std::string& path) 
     return function(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof(address));
 }
 
-bool getIdentity(const std::string& path, KXFileIdentity& identity) {
+bool getIdentity(const std::string& path, FileIdentity& identity) {
     struct stat status {};
     if (lstat(path.c_str(), &status) != 0)
         return false;
-    identity = KXFileIdentity(status.st_dev, status.st_ino);
+    identity = FileIdentity(status.st_dev, status.st_ino);
     return true;
 }
 
@@ -42,14 +80,14 @@ std::string describeError(const std::string& path) {
 
 } // namespace
 
-KXVirtualCAN::KXVirtualCAN(int busNumber, const std::string& pathOfSocket)
-    : KXCANSocket(busNumber), path(pathOfSocket) {}
+VirtualCAN::VirtualCAN(int busNumber, const std::string& pathOfSocket)
+    : CANSocket(busNumber), path(pathOfSocket) {}
 
-KXVirtualCAN::~KXVirtualCAN() {
+VirtualCAN::~VirtualCAN() {
     closeSocket();
 }
 
-KXCANSocket::Opening KXVirtualCAN::openSocket(int& newDescriptor, std::string& reason) {
+CANSocket::Opening VirtualCAN::openSocket(int& newDescriptor, std::string& reason) {
     if (path.empty() || path.size() >= sizeof(sockaddr_un::sun_path)) {
         reason = "the path of the virtual bus must have 1 to " +
                  std::to_string(sizeof(sockaddr_un::sun_path) - 1) + " bytes";
@@ -65,12 +103,12 @@ KXCANSocket::Opening KXVirtualCAN::openSocket(int& newDescriptor, std::string& r
         reason = describeError(path);
         return Opening::refused;
     }
-    KXOwnSockets::insert(boundFile);
+    OwnSockets::get().insert(boundFile);
     return Opening::done;
 }
 
 /// Takes a socket file away that stands in the way and that nobody but us may miss.
-bool KXVirtualCAN::makeRoom(std::string& reason) const {
+bool VirtualCAN::makeRoom(std::string& reason) const {
     struct stat status {};
     if (lstat(path.c_str(), &status) != 0) {
         // ENOENT: nothing is there. All else will be told by bind.
@@ -80,7 +118,7 @@ bool KXVirtualCAN::makeRoom(std::string& reason) const {
         reason = path + " exists and is no socket";
         return false;
     }
-    const bool isOurs = KXOwnSockets::contains(KXFileIdentity(status.st_dev, status.st_ino));
+    const bool isOurs = OwnSockets::get().contains(FileIdentity(status.st_dev, status.st_ino));
     if (!isOurs && isHeldByAnotherProcess(reason))
         return false;
     // ENOENT: whoever held it has taken it away meanwhile.
@@ -91,7 +129,7 @@ bool KXVirtualCAN::makeRoom(std::string& reason) const {
     return true;
 }
 
-bool KXVirtualCAN::isHeldByAnotherProcess(std::string& reason) const {
+bool VirtualCAN::isHeldByAnotherProcess(std::string& reason) const {
     const int probe = makeSocket();
     if (probe < 0) {
         reason = describeError(path);
@@ -109,12 +147,12 @@ bool KXVirtualCAN::isHeldByAnotherProcess(std::string& reason) const {
     return true;
 }
 
-void KXVirtualCAN::socketCloses() {
-    KXFileIdentity present;
+void VirtualCAN::socketCloses() {
+    FileIdentity present;
     // The path may be a later end point's by now.
     if (getIdentity(path, present) && present == boundFile)
         unlink(path.c_str());
-    KXOwnSockets::remove(boundFile);
+    OwnSockets::get().remove(boundFile);
 }
 
 } // namespace KX

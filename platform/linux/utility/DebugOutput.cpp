@@ -1,4 +1,4 @@
-#include "platform/linux/utility/KXDebugOutput.h"
+#include "platform/linux/utility/DebugOutput.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -24,12 +24,12 @@ void waitUntilWritable() {
 
 } // namespace
 
-void KXDebugOutput::writeLine(std::string& line) {
+void DebugOutput::writeLine(std::string& line) {
     line.push_back('\n');
     writeLine(line.data(), line.size() - 1);
 }
 
-void KXDebugOutput::writeLine(char* line, std::size_t length) {
+void DebugOutput::writeLine(char* line, std::size_t length) {
     std::replace_if(
         line, line + length, [](char c) { return c == '\n' || c == '\r'; }, ' ');
     line[length] = '\n';

@@ -1,4 +1,4 @@
-#include "platform/linux/hardware/KXSocketCAN.h"
+#include "platform/linux/hardware/CANInterface.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -16,18 +16,18 @@ namespace {
 
 /// What one waiting frame costs of a socket's buffer. The kernel doubles what it is asked for, for its own
 /// book-keeping, and a frame with it takes less than twice this.
-const int bufferBytesOfFrame = 512;
+constexpr int bufferBytesOfFrame = 512;
 
 } // namespace
 
-KXSocketCAN::KXSocketCAN(int busNumber, const std::string& nameOfInterface, int framesToHold)
-    : KXCANSocket(busNumber), interfaceName(nameOfInterface), receiveBuffer(framesToHold) {}
+CANInterface::CANInterface(int busNumber, const std::string& nameOfInterface, int framesToHold)
+    : CANSocket(busNumber), interfaceName(nameOfInterface), receiveBuffer(framesToHold) {}
 
-KXSocketCAN::~KXSocketCAN() {
+CANInterface::~CANInterface() {
     closeSocket();
 }
 
-KXCANSocket::Opening KXSocketCAN::openSocket(int& newDescriptor, std::string& reason) {
+CANSocket::Opening CANInterface::openSocket(int& newDescriptor, std::string& reason) {
     ifreq request{};
     if (interfaceName.empty() || interfaceName.size() >= sizeof(request.ifr_name)) {
         reason = "\"" + interfaceName + "\" cannot be the name of an interface";
@@ -59,7 +59,7 @@ KXCANSocket::Opening KXSocketCAN::openSocket(int& newDescriptor, std::string& re
 }
 
 /// Failures are not checked: what the system refuses here costs speed or room, not frames that it delivers.
-void KXSocketCAN::setOptions(int socketDescriptor) const {
+void CANInterface::setOptions(int socketDescriptor) const {
     // Remote frames would only wake us.
     can_filter noRemoteFrames{};
     noRemoteFrames.can_mask = CAN_RTR_FLAG;

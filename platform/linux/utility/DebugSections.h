@@ -11,9 +11,9 @@ namespace KX {
 ///
 /// Works from the first static initialiser to the last static destructor of any library. Keys count from 1, so
 /// the 0 of a key that its owner has not fetched yet is no section's.
-class KXDebugSections {
+class DebugSections {
 public:
-    KXDebugSections() = delete;
+    DebugSections() = delete;
 
     /// \return the key of the section, a new one for a new name. Takes a lock.
     static unsigned int insert(const std::string& name);
@@ -24,7 +24,7 @@ public:
         if (level > highestLevel.load(std::memory_order_relaxed))
             return false;
         const Section* const section = find(key);
-        const int shownLevel = section != nullptr ? section->level : getLevelOfNoSection();
+        const int shownLevel = section ? section->level : getLevelOfNoSection();
         // Level 0 is not a message's, but nobody should lose an error because of it.
         return level <= shownLevel && shownLevel > 0;
     }

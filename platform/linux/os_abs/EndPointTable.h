@@ -18,7 +18,7 @@ class KXEndPointHandler;
 ///
 /// Any thread may call anything. No function of an end point or of a handler is called from here, so nothing of
 /// the application's runs while the lock is held.
-class KXEndPointTable {
+class EndPointTable {
 public:
     /// Names one registration of an end point. Never given twice, so what is left of an earlier registration
     /// cannot be taken for a later one, even when the object or its descriptor is the same.
@@ -33,11 +33,11 @@ public:
         unsigned int retryTick = 0;
     };
 
-    KXEndPointTable();
-    ~KXEndPointTable();
+    EndPointTable();
+    ~EndPointTable();
 
-    KXEndPointTable(const KXEndPointTable&) = delete;
-    KXEndPointTable& operator=(const KXEndPointTable&) = delete;
+    EndPointTable(const EndPointTable&) = delete;
+    EndPointTable& operator=(const EndPointTable&) = delete;
 
     /// \param descriptor  -1 for an end point that is closed
     /// \return whether it is registered now; false when it was before or the system refuses the descriptor
@@ -73,7 +73,7 @@ public:
     /// Marks an end point as in use by this thread, so that nobody else sees it removed meanwhile.
     class Use {
     public:
-        Use(KXEndPointTable& usedTable, Number usedNumber);
+        Use(EndPointTable& usedTable, Number usedNumber);
         ~Use();
 
         Use(const Use&) = delete;
@@ -90,7 +90,7 @@ public:
         }
 
     private:
-        KXEndPointTable& table;
+        EndPointTable& table;
         const Number number;
         Registration registration;
         bool valid;

@@ -1,15 +1,15 @@
 #pragma once
 
-#include "platform/linux/hardware/KXCANSocket.h"
+#include "platform/linux/hardware/CANSocket.h"
 
 namespace KX {
 
 /// A CAN interface of the system. Its bit rate is the system's business.
-class KXSocketCAN final : public KXCANSocket {
+class CANInterface final : public CANSocket {
 public:
     /// \param framesToHold  how many frames the system is to hold for us; 0: as it has it
-    KXSocketCAN(int busNumber, const std::string& nameOfInterface, int framesToHold);
-    ~KXSocketCAN() override;
+    CANInterface(int busNumber, const std::string& nameOfInterface, int framesToHold);
+    ~CANInterface() override;
 
 private:
     Opening openSocket(int& newDescriptor, std::string& reason) override;

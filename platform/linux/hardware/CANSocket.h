@@ -17,7 +17,7 @@ unsigned int getCANDebugKey();
 void tellFrameRead(int bus, const KXCANMessage& message);
 
 /// A bus that is a socket of datagrams, one frame each.
-class KXCANSocket : public KXCANRaw {
+class CANSocket : public KXCANRaw {
 public:
     enum class Opening {
         done,
@@ -25,7 +25,7 @@ public:
         refused ///< it will not come by itself
     };
 
-    ~KXCANSocket() override;
+    ~CANSocket() override;
 
     /// Opens the socket anew.
     /// \param reportLevel  debug level at which a failure is told
@@ -39,7 +39,7 @@ public:
     int readFrame(KXCANMessage& message) override;
 
 protected:
-    explicit KXCANSocket(int busNumber);
+    explicit CANSocket(int busNumber);
 
     /// Makes the socket.
     /// \param newDescriptor  -1 at first; where something was opened it belongs to the caller, also after a failure

@@ -1,18 +1,24 @@
 #pragma once
 
-#include "platform/linux/hardware/KXCANSocket.h"
-#include "platform/linux/hardware/KXOwnSockets.h"
+#include "platform/linux/hardware/CANSocket.h"
+
+#include <string>
+#include <sys/types.h>
+#include <utility>
 
 namespace KX {
+
+/// Tells a file from others, whatever its path is.
+using FileIdentity = std::pair<dev_t, ino_t>;
 
 /// A bus on a machine without CAN: a datagram socket bound at a path, for the user of this process only.
 ///
 /// Each datagram is one struct can_frame. A socket file that nobody listens to is replaced, and one of this
 /// process, which then hears nothing any more.
-class KXVirtualCAN final : public KXCANSocket {
+class VirtualCAN final : public CANSocket {
 public:
-    KXVirtualCAN(int busNumber, const std::string& pathOfSocket);
-    ~KXVirtualCAN() override;
+    VirtualCAN(int busNumber, const std::string& pathOfSocket);
+    ~VirtualCAN() override;
 
 private:
     Opening openSocket(int& newDescriptor, std::string& reason) override;
@@ -21,7 +27,7 @@ private:
     bool isHeldByAnotherProcess(std::string& reason) const;
 
     const std::string path;
-    KXFileIdentity boundFile;
+    FileIdentity boundFile;
 };
 
 } // namespace KX

@@ -10,11 +10,11 @@ namespace KX {
 ///
 /// A name beats "*" wherever the two stand; of two entries for one name the later counts. Blanks around names
 /// and levels and empty entries mean nothing.
-class KXDebugLevels {
+class DebugLevels {
 public:
     /// \param setting   the value of the variable
     /// \param mistakes  gets a text, without line end, for each entry that means nothing; the others count
-    KXDebugLevels(const std::string& setting, std::vector<std::string>& mistakes);
+    DebugLevels(const std::string& setting, std::vector<std::string>& mistakes);
 
     /// The highest level of a section that is shown: 0 (none) to 4 (all); 1 where nothing was said.
     int getLevel(const std::string& section) const;
