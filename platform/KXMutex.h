@@ -19,10 +19,10 @@ public:
 
     /// Blocks until the mutex is free, then takes it. Any thread.
     ///
-    /// A thread that holds the mutex already gets false at once on both platforms that exist. A third one should
-    /// do the same: the alternative is a deadlock.
-    /// \return true when the calling thread now holds the mutex; false when it could not be locked. Then it must not
-    ///         be unlocked on account of this call
+    /// A thread that holds the mutex already gets false at once. The simulated platform also reports it through
+    /// \ref KXDebug.
+    /// \return true when the calling thread now holds the mutex; false when it could not be locked. then the
+    ///         caller must not unlock it
     virtual bool lock() = 0;
 
     /// Releases the mutex. Only the thread that holds it may call this. Does not block.
