@@ -133,7 +133,7 @@ void CANBuses::reset() {
     script.clear();
 }
 
-// What had come before is lost, as with a socket that is closed.
+// Frames that were not read are lost, as with a socket that is closed.
 void CANBuses::disconnect(SimulatedCAN& endPoint) {
     endPoint.readId = -1;
     endPoint.received.clear();

@@ -32,18 +32,18 @@ private:
 
     const int busNumber;
     int readId = -1;        // -1: disconnected
-    bool forgotten = false; // of a time before a reset: on no bus any more, and not counted
+    bool forgotten = false; // made before a reset: cut off from its bus and not counted
     std::deque<KXCANMessage> received;
 };
 
-/// The wires and the script of frames. Any thread; never destroyed.
+/// The buses and the script of frames. Any thread; never destroyed.
 class CANBuses {
 public:
     static CANBuses& instance();
 
     void schedule(int bus, VirtualTime time, const KXCANMessage& frame);
 
-    /// Brings the frames that are due at \p time to the end points that are open.
+    /// Delivers the frames that are due at \p time to the open end points of their bus.
     void deliverUntil(VirtualTime time);
 
     /// The largest time when nothing is scheduled.

@@ -9,8 +9,7 @@
 
 namespace KX {
 
-/// What was said through KXDebug. Any thread; never destroyed, because static objects may still have to say
-/// something.
+/// The messages of KXDebug. Any thread. Never destroyed, because destructors of static objects may report.
 struct DebugRecord {
     static DebugRecord& instance();
 

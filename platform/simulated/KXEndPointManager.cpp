@@ -21,7 +21,7 @@ namespace {
 constexpr VirtualTime retryIntervalMs = 1000;
 
 struct Registration {
-    unsigned int number; // tells an end point that was removed and added again from what it was
+    unsigned int number; // tells an end point that was added again from its earlier registration
     KXEndPoint* endPoint;
     KXEndPointHandler* handler;
     bool isLost;           // reported as disconnected
@@ -69,7 +69,7 @@ private:
     bool reportBack(const Registration& registration);
     bool retry(const Registration& registration);
 
-    /// \return false when it has been taken out meanwhile
+    /// \return false when it was removed meanwhile
     bool setLost(const Registration& registration, bool isLost);
     bool beginUse(const Registration& registration);
     void endUse();
@@ -104,8 +104,8 @@ bool KXEndPointManager::Implementation::remove(KXEndPoint* endPoint) {
     if (registration == registrations.end())
         return false;
     registrations.erase(registration);
-    // While a simulated thread runs, the thread that serves the end point cannot go on: waiting for it would be
-    // waiting for ever.
+    // While a simulated thread runs, the thread that serves the end point cannot continue: waiting for it would
+    // never end.
     if (!Scheduler::current())
         useEnded.wait(lock, [this, endPoint] { return !isUsedElsewhere(endPoint); });
     return true;
@@ -143,7 +143,7 @@ int KXEndPointManager::Implementation::dispatch() {
 }
 
 bool KXEndPointManager::Implementation::serve(const Registration& registration) {
-    // Taken out meanwhile by a handler of this round or by another thread: it may be destroyed already.
+    // Removed meanwhile by a handler of this round or by another thread: it may be destroyed already.
     if (!beginUse(registration))
         return false;
     const bool isCalled = serveInUse(registration);

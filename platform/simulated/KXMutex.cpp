@@ -48,7 +48,8 @@ public:
 private:
     std::mutex mutex;
 
-    // Atomic because a thread looks before it locks. It can find itself here only if it wrote that.
+    // Atomic because lock reads it without the mutex. Only a thread itself writes its id here and takes it away,
+    // so a thread is never wrong about itself.
     std::atomic<std::thread::id> owner{};
 };
 

@@ -44,7 +44,7 @@ struct Participant {
 
 /// The clock, and who may run.
 ///
-/// Of the driver and the simulated threads exactly one runs at a time; the others stand in \ref Baton::take.
+/// Of the driver and the simulated threads exactly one runs at a time; the others block in \ref Baton::take.
 /// Never destroyed, because threads and static objects may outlive main().
 class Scheduler {
 public:
@@ -70,11 +70,11 @@ public:
     /// Lets \p self, which has just been launched, run until it waits or ends.
     void runLaunched(Participant& self);
 
-    /// Told by \p self as the last thing it does.
+    /// Called by \p self as its last action.
     void end(Participant& self);
 
     /// Makes the waits of \p self return at once and lets it run until it ends.
-    /// \return false when the caller would wait for itself, directly or by way of who waits for it
+    /// \return false when the caller would wait for itself, directly or by way of another thread
     bool stop(Participant& self);
 
     bool isRunningOrWaiting(const Participant& self) const;
@@ -82,13 +82,13 @@ public:
 
     /// Waits until \p wakeTime, or until \p watched is ready: a simulated thread by handing over, the driver by
     /// moving the clock.
-    /// \return true when the wait is to return although neither has come
+    /// \return true when the wait was ended from outside, although neither has come
     bool wait(VirtualTime wakeTime, Watched& watched);
 
     /// Whether the calling thread's waits return at once because it is being stopped.
     bool isStopping() const;
 
-    /// Counts a call of a wait by a simulated thread; aborts when the clock cannot go on because of them.
+    /// Counts the waits of simulated threads at one tick. Aborts after so many that the clock will not advance.
     void countWait();
 
 private:

@@ -5,7 +5,7 @@ namespace KX {
 namespace {
 
 std::atomic<unsigned int> lastId{0};
-std::atomic<unsigned int> generation{0}; // number of resets: an id from before one counts no more
+std::atomic<unsigned int> generation{0}; // number of resets; an id given before the last one is not valid
 
 thread_local unsigned int ownId = 0;
 thread_local unsigned int ownGeneration = 0;

@@ -54,7 +54,7 @@ protected:
             return false;
         request.ifr_flags = static_cast<short>(up ? request.ifr_flags | IFF_UP : request.ifr_flags & ~IFF_UP);
         const bool done = ioctl(sender, SIOCSIFFLAGS, &request) == 0;
-        // A socket of an interface that went down says so once: not the next write, please.
+        // A socket reports once that its interface went down. The next write must not get that report.
         int error = 0;
         socklen_t size = sizeof(error);
         getsockopt(sender, SOL_SOCKET, SO_ERROR, &error, &size);

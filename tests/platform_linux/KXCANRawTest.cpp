@@ -73,7 +73,7 @@ private:
     const int descriptor = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
 };
 
-/// Binds a socket at a path, as another program does; bound sockets leave their file behind.
+/// Binds a socket to a path, as another program does. The file stays when the socket is closed.
 int bindSocket(const std::string& path, int type = SOCK_DGRAM) {
     const int descriptor = socket(AF_UNIX, type | SOCK_CLOEXEC, 0);
     const sockaddr_un address = makeAddress(path);
@@ -211,7 +211,7 @@ TEST_F(VirtualCANTest, aFloodComesWholeAndInOrder) {
     }
     EXPECT_EQ(read, count);
     EXPECT_NE(bus->readFrame(message), 0) << "more came than was sent";
-    // Lets a sender go that waits for room after a failure.
+    // After a failure the sender may still wait for room: let it go on.
     bus.reset();
     flood.join();
 }
@@ -265,7 +265,7 @@ TEST_F(VirtualCANTest, otherDatagramsAreDroppedAndReportedOnce) {
               "counted\n");
 }
 
-/// Runs this program with one test of it. \return what it wrote
+/// Runs one test of this program in another process. \return what it wrote
 std::string runTestWith(const std::string& environment, const std::string& test) {
     const std::string command = environment + " '" KX_THIS_PROGRAM "' --gtest_filter='" + test + "' 2>&1";
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> pipe(popen(command.c_str(), "r"), pclose);
@@ -276,7 +276,7 @@ std::string runTestWith(const std::string& environment, const std::string& test)
 }
 
 TEST_F(VirtualCANTest, theNumberOfOtherDatagramsIsToldAtTheEnd) {
-    // The level counts from the start of a program.
+    // A program reads the levels when it starts.
     const std::string test = "VirtualCANTest.otherDatagramsAreDroppedAndReportedOnce";
     EXPECT_THAT(runTestWith("KX_DEBUG=kx_can_raw=2", test),
                 HasSubstr("[kx_can_raw:2] bus 0: 5 datagrams were no CAN frames\n"));

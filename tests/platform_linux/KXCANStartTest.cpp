@@ -24,7 +24,7 @@
 
 namespace {
 
-/// A CAN interface "can0" on a machine whose kernel may have none.
+/// Stands in for a CAN interface "can0", which the kernel may not have.
 struct {
     bool isUp = false;
     int otherNode = -1;
@@ -44,7 +44,7 @@ int answerAboutInterface(unsigned long question, ifreq& request) {
 
 } // namespace
 
-// The library calls these instead of the system.
+// Replace functions of the system for the whole program, libraries included.
 
 extern "C" KX_EXPORT int socket(int domain, int type, int protocol) noexcept {
     if (domain != PF_CAN)
@@ -152,7 +152,7 @@ TEST_F(KXCANStartTest, oneThatDoesNotExistIsNullAndTold) {
 }
 
 TEST_F(KXCANStartTest, managerReportsOneThatIsDownWhenAddedAndItsReturn) {
-    // The simulated platform has a test of this name, with the same calls.
+    // A test of this name shows the same calls on the simulated platform.
     const auto bus = open();
     ASSERT_NE(bus, nullptr);
     EXPECT_EQ(manager.addEndPoint(bus.get(), &handler), 0);

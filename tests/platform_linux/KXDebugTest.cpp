@@ -27,7 +27,7 @@ std::vector<std::string> say(const char* setting, const std::string& section, in
     return run(setting, {"say", section, std::to_string(level), text}).lines;
 }
 
-/// The highest level of a section that is shown; -1 when that is no clean cut.
+/// The highest level that a section shows; -1 when it does not show a lower one.
 int getShownLevel(const char* setting, const std::string& section) {
     int shown = 0;
     for (int level = 1; level <= 4; ++level) {

@@ -23,7 +23,7 @@ namespace {
 using testing::IsEmpty;
 using testing::StartsWith;
 
-/// Every thread of the program has its own, more than the smallest stack holds.
+/// Each thread has its own, on its stack: more than the smallest stack can hold.
 thread_local volatile char largeData[128 * 1024];
 
 std::string readThreadName(unsigned int id) {
@@ -33,7 +33,7 @@ std::string readThreadName(unsigned int id) {
     return name;
 }
 
-/// What a thread tells of itself, and what lets it go on.
+/// What a thread reports about itself, and the flag that lets it end.
 struct Report {
     std::atomic<bool> entered{false};
     std::atomic<bool> mayEnd{false};
@@ -58,7 +58,7 @@ void describeThisThread(Report& report) {
     report.priority = parameter.sched_priority;
 }
 
-/// Forks once the calling thread has been told its number. The child's child must be told its own, too.
+/// Forks after the calling thread has asked for its number, which is cached then. The child forks again.
 /// \return 0 when both were right, another number when one was not or there was no child
 int numberDiffersInChild(int generations = 2) {
     KX::KXThread::getCurrentThreadID();
@@ -100,7 +100,7 @@ protected:
     Report report;
 };
 
-/// What the debug service says while a thread is started that the system or the library refuses.
+/// What the debug service prints about a thread that cannot be started.
 class KXThreadDiagnosticsTest : public KXThreadTest {
 protected:
     /// \param expectedStatus  what start is to return
@@ -234,12 +234,12 @@ TEST_F(KXThreadTest, anEntryFunctionSetLaterDoesNotReachTheRunningThread) {
 }
 
 TEST_F(KXThreadTest, hasTheStackThatWasAskedFor) {
-    // More than any thread has by default, so that no stack of an ended one suits and is used again.
+    // More than the default, so that no stack of an ended thread is used again.
     const unsigned int stackSize = 24 * 1024 * 1024;
     const auto thread = makeThread(reportAndEnd);
     ASSERT_EQ(thread->start(0, stackSize), 0);
     ASSERT_EQ(thread->stopAndWait(), 0);
-    // The system may take its guard pages away.
+    // The system may take its guard pages from the stack.
     EXPECT_GE(report.stackSize + 65536, stackSize);
 }
 

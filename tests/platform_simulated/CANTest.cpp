@@ -268,7 +268,7 @@ TEST_F(CANBus, OneThatDoesNotExistIsNullAlsoWhenItIsDown) {
 }
 
 TEST_F(CANBus, ManagerReportsOneThatIsDownWhenAddedAndItsReturn) {
-    // The Linux platform has a test of this name, with the same calls.
+    // A test of this name shows the same calls on the Linux platform.
     KXSimulation::setCANBusDown(0, true);
     const Point bus = open(0);
     ASSERT_NE(bus, nullptr);

@@ -14,8 +14,8 @@ namespace KX {
 
 namespace {
 
-/// What one waiting frame costs of a socket's buffer. The kernel doubles what it is asked for, for its own
-/// book-keeping, and a frame with it takes less than twice this.
+/// Share of one waiting frame in the buffer of a socket. The kernel doubles the size that it is asked for, to
+/// cover its book-keeping. A frame and its book-keeping take less than twice this share.
 constexpr int bufferBytesOfFrame = 512;
 
 } // namespace
@@ -44,7 +44,7 @@ CANSocket::Opening CANInterface::openSocket(int& newDescriptor, std::string& rea
     sockaddr_can address{};
     address.can_family = AF_CAN;
     address.can_ifindex = request.ifr_ifindex;
-    // Bound while it is down, the socket would be readable once, to say so, and then silent for ever.
+    // Not bound while the interface is down: the socket would report that once, and then seem connected.
     if (ioctl(newDescriptor, SIOCGIFFLAGS, &request) != 0 || (request.ifr_flags & IFF_UP) == 0) {
         reason = interfaceName + " is down";
         return Opening::later;
@@ -58,9 +58,9 @@ CANSocket::Opening CANInterface::openSocket(int& newDescriptor, std::string& rea
     return Opening::done;
 }
 
-/// Failures are not checked: what the system refuses here costs speed or room, not frames that it delivers.
+/// Failures are ignored: without these options there are more wake-ups or a smaller buffer, but the bus works.
 void CANInterface::setOptions(int socketDescriptor) const {
-    // Remote frames would only wake us.
+    // Remote frames are not delivered; they would only wake the reader.
     can_filter noRemoteFrames{};
     noRemoteFrames.can_mask = CAN_RTR_FLAG;
     setsockopt(socketDescriptor, SOL_CAN_RAW, CAN_RAW_FILTER, &noRemoteFrames, sizeof(noRemoteFrames));

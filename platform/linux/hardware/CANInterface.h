@@ -4,10 +4,10 @@
 
 namespace KX {
 
-/// A CAN interface of the system. Its bit rate is the system's business.
+/// A CAN interface of the system, which also sets its bit rate.
 class CANInterface final : public CANSocket {
 public:
-    /// \param framesToHold  how many frames the system is to hold for us; 0: as it has it
+    /// \param framesToHold  number of frames that the system holds until they are read; 0: its default
     CANInterface(int busNumber, const std::string& nameOfInterface, int framesToHold);
     ~CANInterface() override;
 

@@ -16,7 +16,7 @@ namespace KX {
 
 namespace {
 
-/// So many frames that are not delivered are passed over in one call, lest a flood of them hold the thread.
+/// Most frames that one call skips because they are not delivered. A flood of them must not hold the thread.
 constexpr int mostPassedOver = 64;
 
 constexpr unsigned int longestData = 8;
@@ -80,7 +80,7 @@ bool CANSocket::isConnected() const {
 }
 
 int CANSocket::reconnect() {
-    // A trace only: it is tried once a second for as long as the bus is gone.
+    // At trace level: it is tried once a second while the bus is down.
     return open(4) == Opening::done ? STATUS_OK : STATUS_REFUSED;
 }
 
@@ -91,7 +91,7 @@ int CANSocket::configure(unsigned char setting) {
 int CANSocket::readFrame(KXCANMessage& message) {
     for (int passedOver = 0; passedOver < mostPassedOver; ++passedOver) {
         can_frame frame{};
-        // MSG_TRUNC: the length that was sent, so that a datagram that is too long is known from a frame.
+        // MSG_TRUNC gives the length as sent, which tells a datagram that is too long from a frame.
         const ssize_t size = recv(descriptor, &frame, sizeof(frame), MSG_DONTWAIT | MSG_TRUNC);
         if (size >= 0) {
             if (isFrame(frame, size)) {
@@ -100,10 +100,11 @@ int CANSocket::readFrame(KXCANMessage& message) {
                 return STATUS_OK;
             }
         } else if (errno == EAGAIN || errno == EBADF) {
-            // Nothing waits, or the bus is gone and known to be.
+            // EAGAIN: no frame waits. EBADF: the bus is closed.
             return STATUS_REFUSED;
         } else if (errno != EINTR) {
-            // ENETDOWN, ENODEV: the interface went down or away. Closed, we are found disconnected and retried.
+            // ENETDOWN, ENODEV: the interface is down or gone. A manager finds the end point closed and retries
+            // it.
             KXDebug::debugPrintError(1, getCANDebugKey(), "bus %d: %s", bus, std::strerror(errno));
             closeSocket();
             return STATUS_REFUSED;

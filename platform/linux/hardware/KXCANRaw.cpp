@@ -11,7 +11,7 @@ namespace KX {
 
 namespace {
 
-/// What the system calls the bus: an interface, or "unix:" and the path of a virtual bus.
+/// Name of a bus in the system: that of an interface, or "unix:" and the path of a virtual bus.
 std::string getBusName(int bus) {
     const std::string number = std::to_string(bus);
     const char* const name = std::getenv(("KX_CAN_BUS_" + number).c_str());
@@ -24,7 +24,7 @@ std::unique_ptr<CANSocket> makeSocket(int bus, int bitRate, int receiveBuffer) {
     if (name.compare(0, virtualBus.size(), virtualBus) == 0)
         return std::make_unique<VirtualCAN>(bus, name.substr(virtualBus.size()));
     if (bitRate != 0) {
-        // Only an administrator may, and only while the bus is down. The system's own setting stays in force.
+        // Only an administrator may set it, and only while the bus is down. The system's setting stays in force.
         KXDebug::debugPrintError(1, getCANDebugKey(),
                                  "bus %d: the bit rate of %s is set up by the system, not to %d", bus,
                                  name.c_str(), bitRate);
@@ -41,8 +41,8 @@ KXCANRaw* KXCANRaw::create(int bus, int bitRate, int receiveBuffer) {
         return nullptr;
     }
     std::unique_ptr<CANSocket> socket = makeSocket(bus, bitRate, receiveBuffer);
-    // One that is down only is handed out closed: an end-point manager goes on to try it, and a terminal that
-    // starts before its bus does not lose its keypad.
+    // A bus that is down gives a closed end point, which an end-point manager retries: the terminal may start
+    // before the bus.
     return socket->open(1) == CANSocket::Opening::refused ? nullptr : socket.release();
 }
 

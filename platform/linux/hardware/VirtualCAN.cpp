@@ -16,8 +16,8 @@ namespace {
 
 /// The socket files that this process has bound and not closed. Any thread.
 ///
-/// A second end point for a bus replaces the first one of the same process, but does not take a bus away from another
-/// process. The file itself does not tell which process has bound it.
+/// A second end point for a bus replaces the first one of the same process, but does not take a bus away from
+/// another process. The file itself does not tell which process has bound it.
 class OwnSockets {
 public:
     /// Never destroyed: a static destructor may close a bus.
@@ -96,8 +96,8 @@ CANSocket::Opening VirtualCAN::openSocket(int& newDescriptor, std::string& reaso
     if (!makeRoom(reason))
         return Opening::refused;
     newDescriptor = makeSocket();
-    // The file that bind makes takes over the mode of the socket, so it is never open to others, not even for a
-    // moment. EADDRINUSE: somebody was faster.
+    // bind gives the file the mode of the socket, so other users never have access. EADDRINUSE: another process
+    // was faster.
     if (newDescriptor < 0 || fchmod(newDescriptor, S_IRUSR | S_IWUSR) != 0 ||
         callWithAddress(bind, newDescriptor, path) != 0 || !getIdentity(path, boundFile)) {
         reason = describeError(path);
@@ -107,11 +107,12 @@ CANSocket::Opening VirtualCAN::openSocket(int& newDescriptor, std::string& reaso
     return Opening::done;
 }
 
-/// Takes a socket file away that stands in the way and that nobody but us may miss.
+/// Removes a socket file from the path, unless another process has bound it.
+/// \return whether the path can be bound now
 bool VirtualCAN::makeRoom(std::string& reason) const {
     struct stat status {};
     if (lstat(path.c_str(), &status) != 0) {
-        // ENOENT: nothing is there. All else will be told by bind.
+        // ENOENT: nothing is there. bind reports any other error.
         return true;
     }
     if (!S_ISSOCK(status.st_mode)) {
@@ -121,7 +122,7 @@ bool VirtualCAN::makeRoom(std::string& reason) const {
     const bool isOurs = OwnSockets::get().contains(FileIdentity(status.st_dev, status.st_ino));
     if (!isOurs && isHeldByAnotherProcess(reason))
         return false;
-    // ENOENT: whoever held it has taken it away meanwhile.
+    // ENOENT: its owner has removed it meanwhile.
     if (unlink(path.c_str()) != 0 && errno != ENOENT) {
         reason = describeError(path);
         return false;
@@ -138,18 +139,18 @@ bool VirtualCAN::isHeldByAnotherProcess(std::string& reason) const {
     const int error = callWithAddress(connect, probe, path) == 0 ? 0 : errno;
     close(probe);
     if (error == ECONNREFUSED || error == ENOENT) {
-        // Left behind by a process that has ended, or taken away by now.
+        // Left behind by a process that has ended, or removed meanwhile.
         return false;
     }
-    // 0: somebody listens. EPROTOTYPE: somebody listens to another kind of socket. EACCES: it is another user's,
-    // so we cannot know.
+    // 0: a process has bound it. EPROTOTYPE: a process has bound another kind of socket. EACCES: it is another
+    // user's, so this cannot be found out.
     reason = path + " is held by another process";
     return true;
 }
 
 void VirtualCAN::socketCloses() {
     FileIdentity present;
-    // The path may be a later end point's by now.
+    // A later end point may have bound the path meanwhile.
     if (getIdentity(path, present) && present == boundFile)
         unlink(path.c_str());
     OwnSockets::get().remove(boundFile);

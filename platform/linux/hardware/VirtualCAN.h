@@ -11,10 +11,11 @@ namespace KX {
 /// Tells a file from others, whatever its path is.
 using FileIdentity = std::pair<dev_t, ino_t>;
 
-/// A bus on a machine without CAN: a datagram socket bound at a path, for the user of this process only.
+/// A bus on a machine without CAN: a datagram socket bound to a path, with access for the user of this process
+/// only.
 ///
-/// Each datagram is one struct can_frame. A socket file that nobody listens to is replaced, and one of this
-/// process, which then hears nothing any more.
+/// Each datagram is one struct can_frame. A stale socket file is replaced. So is one of this process; the end
+/// point that had bound it receives nothing any more.
 class VirtualCAN final : public CANSocket {
 public:
     VirtualCAN(int busNumber, const std::string& pathOfSocket);

@@ -10,7 +10,7 @@ namespace KX {
 
 namespace {
 
-/// The eventfd that ends a sleep; numbers of registrations begin at 1.
+/// Token of the eventfd that ends a sleep. Numbers of registrations begin at 1.
 constexpr std::uint64_t wakeUpToken = 0;
 
 epoll_event makeRequest(EndPointTable::Number number, std::uint32_t generation) {
@@ -27,7 +27,7 @@ EndPointTable::EndPointTable()
     epoll_event request{};
     request.events = EPOLLIN;
     request.data.u64 = wakeUpToken;
-    // Fails when one of the two could not be had (EMFILE, ENFILE, ENOMEM) and is -1, or for want of memory.
+    // Fails when one of the two descriptors is -1 (EMFILE, ENFILE, ENOMEM), or for lack of memory.
     if (epoll_ctl(epollDescriptor, EPOLL_CTL_ADD, wakeUpDescriptor, &request) != 0) {
         for (int* descriptor : {&epollDescriptor, &wakeUpDescriptor}) {
             if (*descriptor >= 0)
@@ -50,7 +50,7 @@ bool EndPointTable::isOpen() const {
 
 void EndPointTable::wakeSleeper() const {
     const std::uint64_t one = 1;
-    // EAGAIN: woken 2^64 - 2 times and not slept since; it is awake then, so nothing is lost by ignoring it.
+    // EAGAIN: woken 2^64 - 2 times since the last sleep. The thread is awake then and needs no wake-up.
     const ssize_t written = write(wakeUpDescriptor, &one, sizeof(one));
     static_cast<void>(written);
 }
@@ -66,7 +66,7 @@ bool EndPointTable::add(KXEndPoint* endPoint, KXEndPointHandler* handler, int de
     registration.endPoint = endPoint;
     registration.handler = handler;
     if (descriptor < 0) {
-        // The sleeper has to find it closed and to keep the time of its retry.
+        // Nothing is watched for it, so the waiting thread has to wake up, report it and schedule its retry.
         wakeSleeper();
         return true;
     }
@@ -175,8 +175,8 @@ void EndPointTable::dropWakeUps(std::pmr::vector<epoll_event>& events) const {
     static_cast<void>(taken);
 }
 
-/// A descriptor that is new to the epoll set while a registration still claims its number: the file behind that
-/// one was closed unseen, and the number must not lead us to the new file.
+/// Called for a descriptor that is new to the epoll set. A registration that still has its number had a file that
+/// was closed unnoticed; the number must not lead from there to the new file.
 void EndPointTable::forgetDescriptor(int descriptor) {
     for (auto& entry : registrations)
         if (entry.second.descriptor == descriptor)
@@ -186,8 +186,8 @@ void EndPointTable::forgetDescriptor(int descriptor) {
 bool EndPointTable::startWatching(Number number, Registration& registration, int descriptor) {
     ++registration.generation;
     epoll_event request = makeRequest(number, registration.generation);
-    // EPERM: a file that is always readable, which cannot be waited for. EEXIST: it is another registered end
-    // point's. EBADF: not open. ENOMEM, ENOSPC: the system is at its limits.
+    // EPERM: a file that is always readable, which epoll cannot watch. EEXIST: another registered end point has
+    // the descriptor. EBADF: not open. ENOMEM, ENOSPC: the system is at its limits.
     if (epoll_ctl(epollDescriptor, EPOLL_CTL_ADD, descriptor, &request) != 0)
         return false;
     forgetDescriptor(descriptor);
@@ -197,13 +197,13 @@ bool EndPointTable::startWatching(Number number, Registration& registration, int
 
 void EndPointTable::stopWatching(Registration& registration) {
     if (registration.descriptor >= 0) {
-        // EBADF, ENOENT: closed already, which took it out of the set.
+        // EBADF, ENOENT: closed already, which removed it from the set.
         epoll_ctl(epollDescriptor, EPOLL_CTL_DEL, registration.descriptor, nullptr);
         registration.descriptor = -1;
     }
 }
 
-/// A thread that removes an end point from inside a handler would wait for itself, so its own uses do not count.
+/// The calling thread's own uses do not count: a removal inside a handler would wait for itself.
 bool EndPointTable::isUsedElsewhere(Number number) const {
     const std::thread::id self = std::this_thread::get_id();
     return std::any_of(users.begin(), users.end(),

@@ -9,7 +9,7 @@ namespace KX {
 
 namespace {
 
-/// Initialises a mutex that knows its owner, so that locking it twice fails instead of hanging for ever.
+/// Initialises a mutex that knows its owner: a second lock by the same thread fails instead of blocking for ever.
 int initializeMutex(pthread_mutex_t* mutex, int protocol) {
     pthread_mutexattr_t attributes;
     int error = pthread_mutexattr_init(&attributes);
@@ -34,7 +34,7 @@ public:
     bool initialize() {
         int error = initializeMutex(&mutex, PTHREAD_PRIO_INHERIT);
         if (error == ENOTSUP || error == ENOSYS) {
-            // A kernel built without such locks, or an emulator: excluding each other still works.
+            // A kernel or an emulator without priority inheritance. Mutual exclusion works without it.
             error = initializeMutex(&mutex, PTHREAD_PRIO_NONE);
         }
         initialized = error == 0;

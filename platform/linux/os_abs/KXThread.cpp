@@ -48,7 +48,7 @@ public:
     }
 
     void setRealTimePriority(int priority) {
-        // Without this one the next two are stored and then ignored in favour of the creating thread's.
+        // Otherwise the thread inherits the scheduling of its creator, and the next two have no effect.
         apply([&] { return pthread_attr_setinheritsched(&attributes, PTHREAD_EXPLICIT_SCHED); });
         apply([&] { return pthread_attr_setschedpolicy(&attributes, SCHED_FIFO); });
         apply([&] {
@@ -78,19 +78,20 @@ private:
     bool initialized;
 };
 
-/// The object of the calling thread; null for one that was not made here. Only ever compared.
+/// The PosixThread of the calling thread; null for a thread that was not started here. Compared, never
+/// dereferenced.
 thread_local const void* ownThread = nullptr;
 
-/// The kernel's number of the calling thread; 0 until it is known. Asked for with every posted action, so it has a
-/// place among what every thread is born with, which is found without a call.
+/// The kernel's number of the calling thread; 0 until it is known. Every posted action asks for it, so it is
+/// cached, in the kind of thread-local storage that is read without a function call.
 thread_local unsigned int ownID __attribute__((tls_model("initial-exec"))) = 0;
 
-/// The one thread of a child has another number than the one that it is a copy of.
+/// A forked child has a copy of the cached number, but its thread has a new one.
 void forgetOwnID() {
     ownID = 0;
 }
 
-/// Whether a number may be kept: not before this library is initialised, and not without memory for the handler.
+/// Whether numbers may be cached: not before this library is initialised, and not if the handler is refused.
 const bool isForgottenByChildren = pthread_atfork(nullptr, nullptr, &forgetOwnID) == 0;
 
 unsigned int askForOwnID() {
@@ -100,7 +101,7 @@ unsigned int askForOwnID() {
     return id;
 }
 
-/// Used by one owner; only \ref running is shared with the thread itself.
+/// One owner uses it; only \ref running is shared with the thread itself.
 class PosixThread final : public KXThread {
 public:
     explicit PosixThread(const std::string& nameOfThread) : name(nameOfThread.substr(0, longestName)) {}
@@ -207,7 +208,7 @@ int PosixThread::launch(const ThreadAttributes& attributes, int priority, unsign
 }
 
 void* PosixThread::run(void* self) {
-    // Also when the function leaves by pthread_exit.
+    // Its destructor runs also when the entry function leaves by pthread_exit.
     struct Ending {
         PosixThread* thread;
         ~Ending() {
@@ -216,14 +217,15 @@ void* PosixThread::run(void* self) {
     } ending{static_cast<PosixThread*>(self)};
     ownThread = self;
 
-    // Fails only for a name that is too long; a thread without its name would still do its work.
+    // Fails only for a name that is too long, and a thread works without a name.
     pthread_setname_np(pthread_self(), ending.thread->name.c_str());
     return ending.thread->runningFunction(ending.thread->runningArgument);
 }
 
 int PosixThread::stopAndWait() {
     if (ownThread == this) {
-        // It would wait for its own end. Asked first: what follows belongs to the owner, who may be writing it.
+        // It would wait for its own end. Checked first: the rest belongs to the owner, which may be writing it
+        // now.
         return STATUS_REFUSED;
     }
     if (!joinable)

@@ -29,7 +29,7 @@ std::vector<std::string> split(const std::string& text, char separator) {
     }
 }
 
-/// For a message of one line, whatever the variable holds.
+/// In quotes and without control characters, so that the message stays one line.
 std::string quote(const std::string& entry) {
     std::string quoted = "\"";
     for (const char character : entry) {

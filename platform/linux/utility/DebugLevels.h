@@ -6,20 +6,20 @@
 
 namespace KX {
 
-/// Which levels are shown, as the environment variable KX_DEBUG says it: "section=level,section=level,*=level".
+/// The levels that are shown, by the environment variable KX_DEBUG: "section=level,section=level,*=level".
 ///
-/// A name beats "*" wherever the two stand; of two entries for one name the later counts. Blanks around names
-/// and levels and empty entries mean nothing.
+/// A name beats "*" in any order. Of two entries for one name the later counts. Blanks around names and levels are
+/// ignored, and so are empty entries.
 class DebugLevels {
 public:
     /// \param setting   the value of the variable
-    /// \param mistakes  gets a text, without line end, for each entry that means nothing; the others count
+    /// \param mistakes  gets a text, without line end, for each entry that is wrong; the others count
     DebugLevels(const std::string& setting, std::vector<std::string>& mistakes);
 
-    /// The highest level of a section that is shown: 0 (none) to 4 (all); 1 where nothing was said.
+    /// The highest level that a section shows: 0 (none) to 4 (all); 1 by default.
     int getLevel(const std::string& section) const;
 
-    /// No section's level is higher.
+    /// The highest level that any section shows.
     int getHighestLevel() const;
 
 private:

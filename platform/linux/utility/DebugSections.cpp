@@ -28,8 +28,8 @@ std::array<std::atomic<DebugSections::Block*>, DebugSections::mostBlocks> DebugS
 std::atomic<unsigned int> DebugSections::sectionCount;
 std::atomic<int> DebugSections::highestLevel{std::numeric_limits<int>::max()};
 
-/// What registering needs: made by the first call and never destroyed, because initialisers and destructors of
-/// static objects of any library may come here.
+/// What registration needs. Made by the first call and never destroyed, because static initialisers and
+/// destructors of any library may call.
 struct DebugSections::Registry {
     Registry() {
         highestLevel.store(levels.getHighestLevel(), std::memory_order_relaxed);

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <new>
 
-// In a source of its own, so that the compiler does not see through it where it is used.
+// In a source of its own, so that the compiler cannot optimise the calls away.
 
 namespace {
 

@@ -3,7 +3,7 @@
 /// Allocations of the whole program so far, its libraries included.
 long countAllocations();
 
-/// Lets every allocation by \c new fail, in the whole program, until the end of the scope.
+/// Makes every allocation by \c new fail, in the whole program, until the end of the scope.
 class NoMoreMemory {
 public:
     NoMoreMemory();

@@ -7,7 +7,7 @@
 
 namespace {
 
-/// Of the calling thread only, while seteuid changes all of them.
+/// Sets it for the calling thread only; seteuid would set it for all.
 void setEffectiveUser(uid_t user) {
     const uid_t asBefore = static_cast<uid_t>(-1);
     syscall(SYS_setresuid, asBefore, user, asBefore);
@@ -17,7 +17,7 @@ void setEffectiveUser(uid_t user) {
 
 NoMoreDescriptors::NoMoreDescriptors() {
     getrlimit(RLIMIT_NOFILE, &before);
-    // The limit is on the number of a descriptor, and the lowest free one is given first.
+    // The limit applies to the number of a descriptor, and a new one gets the lowest free number.
     const int lowestFree = open("/dev/null", O_RDONLY | O_CLOEXEC);
     close(lowestFree);
     rlimit limit = before;
@@ -34,7 +34,7 @@ NoMoreAddressSpace::NoMoreAddressSpace() {
     rlim_t pages = 0;
     std::ifstream("/proc/self/statm") >> pages;
     rlimit limit = before;
-    // The test itself may need some.
+    // For what the test itself allocates.
     const rlim_t reserve = 256 * 1024 * 1024;
     limit.rlim_cur = pages * static_cast<rlim_t>(sysconf(_SC_PAGESIZE)) + reserve;
     setrlimit(RLIMIT_AS, &limit);

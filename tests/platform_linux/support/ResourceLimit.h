@@ -3,7 +3,7 @@
 #include <sys/resource.h>
 #include <sys/types.h>
 
-/// Lets the process have no descriptor more than it has, until the end of the scope.
+/// Refuses the process any further descriptor until the end of the scope.
 class NoMoreDescriptors {
 public:
     NoMoreDescriptors();
@@ -16,7 +16,7 @@ private:
     rlimit before{};
 };
 
-/// Lets the process map hardly more memory than it has, until the end of the scope.
+/// Refuses the process large further mappings of memory until the end of the scope.
 class NoMoreAddressSpace {
 public:
     NoMoreAddressSpace();
