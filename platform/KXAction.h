@@ -4,22 +4,23 @@
 
 namespace KX {
 
-/// Something that the application does because of an event; the action queue calls it.
+/// Something that the application does because of an event. The action queue calls it.
 ///
-/// Derived and owned by the application. It must outlive every item of the queue that points to it.
+/// The application derives from this class and owns the objects. An action must outlive every item of the queue
+/// that points to it. A platform provides nothing here.
 class KX_EXPORT KXAction {
 public:
-    /// Whether the action can run now. Asked on the executing thread right before it would run; one that is
-    /// not ready is dropped, not kept for later.
+    /// Whether the action can run now. Called on the executing thread, right before \ref execute. An action that
+    /// is not ready is dropped, not kept for later.
     virtual bool isReady() = 0;
 
-    /// Does it, on the executing thread. No lock is held, so it may post further actions.
+    /// Runs the action, on the executing thread. No lock of the library is held, so it may post further actions.
     /// \param argument  always null
     virtual void execute(void* argument) = 0;
 
     virtual ~KXAction() {}
 
-    /// Type of the event on which this action was posted last; written at posting time, 0 for no event.
+    /// Type of the event on which this action was posted last; 0: on no event. Written by the thread that posts.
     int triggeringEventType = 0;
 };
 

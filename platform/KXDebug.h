@@ -6,21 +6,23 @@
 
 namespace KX {
 
-/// The terminal's debug service: messages in named sections, each with a level of its own.
+/// The debug service of the terminal: messages in named sections.
 ///
-/// Level 1 is errors, level 4 traces; which levels are shown is the service's business. Any thread may call,
-/// static initialisers included, whatever the order in which libraries are loaded.
+/// A platform provides both functions. It decides which levels it shows and where. Any thread may call, static
+/// initialisers and destructors of any library included, in whatever order libraries are loaded.
 class KX_UTILITY_API KXDebug {
 public:
-    /// Names a section.
-    /// \return its key, the same for the same name; valid for the life of the process
+    /// Registers a section. May take a lock and allocate memory.
+    /// \return its key, which is the same for the same name and stays valid for the life of the process
     static unsigned int insertNewDebugSection(const std::string& name);
 
-    /// Prints a message of a section when its level is enabled; otherwise costs no formatting, no lock and no
-    /// allocation, because the event queues trace every event.
+    /// Prints a message of a section if the section shows its level. Otherwise it must cost no formatting, no lock
+    /// and no allocation, because the event queues trace every event.
+    ///
+    /// May block while the output does. Leaves errno alone. A message that cannot be printed is lost.
     /// \param level   1 (error) to 4 (trace)
-    /// \param key     from \ref insertNewDebugSection
-    /// \param format  as for printf
+    /// \param key     from \ref insertNewDebugSection; messages of an unknown key are printed, too
+    /// \param format  as for printf; a line end is not needed
     static void debugPrintError(int level, unsigned int key, const char* format, ...)
         __attribute__((format(printf, 3, 4)));
 };

@@ -7,20 +7,20 @@ namespace KX {
 class KXEndPoint;
 class KXEndPointManager;
 
-/// What is to happen when an end point has something to read, goes away or comes back.
+/// Reacts when an end point can be read, is lost or comes back.
 ///
-/// Called by a \ref KXEndPointManager on the thread that waits, without any lock of the manager held, so a
-/// handler may add and remove end points, its own included. A handler reads at least something from an end
-/// point that it is told is readable: otherwise it is told again at once.
+/// The application derives from this class; a platform provides the destructor. A \ref KXEndPointManager calls on
+/// the thread that waits, with no lock of the manager held. So a handler may add and remove end points, its own
+/// included.
 class KX_OS_ABS_API KXEndPointHandler {
 public:
-    /// \p endPoint can be read without blocking.
+    /// \p endPoint can be read without blocking. The handler must read from it, else it is called again at once.
     virtual void onEndPointReadable(KXEndPoint* endPoint, KXEndPointManager* manager) = 0;
 
-    /// \p endPoint was gone, and a reconnect has succeeded.
+    /// \p endPoint was reported lost and is open again.
     virtual void onEndPointReconnected(KXEndPoint* endPoint) = 0;
 
-    /// \p endPoint failed or was closed. Told once; the manager goes on to try to reconnect it.
+    /// \p endPoint has failed or is closed. Called once for each loss; the manager then tries to reconnect it.
     virtual void onEndPointDisconnected(KXEndPoint* endPoint) = 0;
 
     virtual ~KXEndPointHandler();

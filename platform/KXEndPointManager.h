@@ -9,35 +9,49 @@ class KXEndPointHandler;
 
 /// Waits on many end points at once and calls their handlers.
 ///
-/// One thread waits at a time. \ref addEndPoint and \ref removeEndPoint may be called from any thread while
-/// another one waits, and from inside a handler. Neither end points nor handlers are owned.
+/// A platform provides all of this class. One thread waits at a time. Any thread may call \ref addEndPoint and
+/// \ref removeEndPoint meanwhile, also a handler. The manager owns neither end points nor handlers: both must live
+/// until they are removed or the manager is destroyed.
 class KX_OS_ABS_API KXEndPointManager {
 public:
+    /// Where the system refuses what is needed to wait, \ref addEndPoint refuses every end point.
     KXEndPointManager();
+
+    /// No thread may wait any more. End points that are still registered are left alone.
     ~KXEndPointManager();
 
     KXEndPointManager(const KXEndPointManager&) = delete;
     KXEndPointManager& operator=(const KXEndPointManager&) = delete;
 
-    /// Registers an end point. One that is closed is taken too: it is retried like one that went away.
-    /// \return 0; 24 for a null argument; 20 when the end point is registered already or the system refuses it
+    /// Registers an end point. Does not block and calls no handler.
+    ///
+    /// A closed end point is taken, too. The next wait, or the one that goes on, reports it as disconnected, and
+    /// it is retried like one that was lost.
+    /// \return STATUS_OK; STATUS_OUT_OF_RANGE for a null argument; STATUS_REFUSED when the end point is registered
+    ///         already or the system cannot wait on it
     int addEndPoint(KXEndPoint* endPoint, KXEndPointHandler* handler);
 
-    /// Takes an end point out. When it returns on the waiting thread, or when no thread waits, the handler is
-    /// not called any more; on another thread a call that had begun may still be running: this waits for it.
-    /// \return 0; 20 when it is not registered
+    /// Removes an end point. Its handler is not called any more once this returns, so both may be destroyed then.
+    ///
+    /// While another thread is inside a call of the handler for this end point, this blocks until that call
+    /// returns. Hold no lock that the handler needs. Inside that call itself, on the same thread, it does not
+    /// block.
+    /// \return STATUS_OK; STATUS_REFUSED when the end point is not registered
     int removeEndPoint(KXEndPoint* endPoint);
 
-    /// Waits until an end point can be read, calls the handlers of all that can, once each, and returns; or
-    /// returns when the tick \p untilTick has come. A tick that has passed (by a difference of less than half
-    /// the range) means: look once, do not wait. With no end point it waits the time out.
+    /// Blocks until an end point can be read, is lost or comes back, or until the tick \p untilTick. Calls the
+    /// handler of each such end point once, in any order, and returns. Without end points it waits until the tick.
     ///
-    /// A closed or failing end point is reported once through \ref KXEndPointHandler::onEndPointDisconnected,
-    /// retried about once a second by whichever wait is going on then, and reported again when it is back.
+    /// A tick that lies less than half the range of the clock behind has passed: then it looks once and does not
+    /// block.
     ///
-    /// \param untilTick  absolute, in the units of \ref KXTick
+    /// A closed or failed end point is reported by \ref KXEndPointHandler::onEndPointDisconnected once. The wait,
+    /// or a later one, calls its reconnect about once a second; a failed attempt does not end the wait. Success is
+    /// reported by \ref KXEndPointHandler::onEndPointReconnected.
+    ///
+    /// \param untilTick  absolute, by the clock of \ref KXTick
     /// \param reserved   pass 0
-    /// \return the number of handlers called
+    /// \return the number of calls of handlers
     int waitForEndPoints(unsigned int untilTick, unsigned int reserved);
 
 private:

@@ -1,13 +1,13 @@
 #pragma once
 
-/// Marks what a library shows to its users. Everything else stays hidden, so that a program may have names of
-/// its own without meeting ours, and the dynamic linker has less to do at start-up.
+/// Marks what a library exports. Everything else is hidden: a program may use the same names for its own, and the
+/// dynamic linker has less to do at start-up.
 ///
-/// There is one macro a library, so that a port to a system that tells import from export (and must know which
-/// library is being built) has a place to say so; on ELF they are all the same.
+/// Each library has its own macro. On ELF they are all the same. A system that distinguishes import from export
+/// has to know which library is being built; its port defines them here.
 #define KX_EXPORT __attribute__((visibility("default")))
 
-/// Hides a member of an exported class that only the library itself calls.
+/// Hides a part of an exported class that only the library itself uses.
 #define KX_LOCAL __attribute__((visibility("hidden")))
 
 #define KX_EVENTS_API KX_EXPORT

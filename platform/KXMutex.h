@@ -4,25 +4,28 @@
 
 namespace KX {
 
-/// A lock between threads of one process. Not recursive: a thread that holds it must not lock it again.
+/// Mutual exclusion between the threads of one process. Not recursive.
 ///
-/// What a platform provides: \ref create and a class derived from this one. Where the system knows it, the
-/// mutex passes the priority of a waiting thread on to the one that holds it, because the operator's input and
-/// a low-priority worker share one.
+/// A platform provides \ref create, the constructor, the destructor, \ref KXAutoLock and a class derived from this
+/// one. Where the system supports it, the mutex has priority inheritance: the toolkit thread and the worker share
+/// one, and a thread of middle priority must not delay either while the other holds it.
 class KX_OS_ABS_API KXMutex {
 public:
-    /// Makes an unlocked mutex.
-    /// \return owned by the caller, who deletes it unlocked; null when the system refuses one
+    /// Makes an unlocked mutex. Any thread.
+    /// \return owned by the caller, who unlocks it before deleting it; null when the system refuses one
     static KXMutex* create();
 
     virtual ~KXMutex();
 
-    /// Waits until the mutex is free and takes it.
-    /// \return true when the calling thread now holds the mutex; false when the lock failed, and then it must
-    ///         not be unlocked
+    /// Blocks until the mutex is free, then takes it. Any thread.
+    ///
+    /// A thread that holds the mutex already gets false at once. The simulated platform also reports it through
+    /// \ref KXDebug.
+    /// \return true when the calling thread now holds the mutex; false when it could not be locked. then the
+    ///         caller must not unlock it
     virtual bool lock() = 0;
 
-    /// Gives the mutex back. Only the thread that holds it may call this.
+    /// Releases the mutex. Only the thread that holds it may call this. Does not block.
     virtual void unlock() = 0;
 
 protected:
@@ -33,7 +36,8 @@ protected:
 
 /// Holds a mutex for a scope.
 ///
-/// A null mutex is allowed and does nothing; a mutex whose lock failed is not unlocked.
+/// A null mutex is allowed and nothing is locked. A mutex that could not be locked is not unlocked; the scope then
+/// runs without it.
 class KX_OS_ABS_API KXAutoLock {
 public:
     explicit KXAutoLock(KXMutex* mutex);

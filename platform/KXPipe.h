@@ -4,44 +4,48 @@
 
 namespace KX {
 
-/// A one-way stream of bytes between threads of one process, the read end of which can be waited on.
+/// A one-way stream of bytes between threads of one process. A main loop can wait on its read end.
 ///
-/// What a platform provides: writes of up to 4096 bytes are taken whole or not at all, also when several
-/// threads write at once, and nothing here ever blocks. Any number of threads may write; one reads.
+/// A platform provides all of this class; the pipe event queue derives from it. Nothing here blocks. Any number of
+/// threads may write, one thread reads. The const functions may be called on any thread. \ref init, \ref reconnect
+/// and the destructor need the pipe for themselves.
+///
+/// A write is taken whole or not at all. That holds for several threads at once up to 4096 bytes, and for a single
+/// writing thread with any size. A pipe should hold as much as the system allows: a full one loses events.
 class KX_OS_ABS_API KXPipe : public KXEndPoint {
 public:
-    /// An unopened pipe: nothing can be written or read until \ref init.
+    /// A closed pipe: nothing can be written or read until \ref init.
     KXPipe();
 
-    /// Closes both ends. Bytes still inside are lost.
+    /// Closes both ends. Bytes that were not read are lost.
     ~KXPipe() override;
 
     /// Opens both ends.
-    /// \return 0 on success, also when they are open already; 20 when the system refuses a pipe
+    /// \return STATUS_OK, also when they are open already; STATUS_REFUSED when the system refuses a pipe
     int init();
 
-    /// Writes \p size bytes from \p data.
-    /// \return 0 when all were written; 20 when the pipe is closed, too full to take them, or fails: then
-    ///         none was; 24 when \p data is null or \p size is not positive
+    /// Writes \p size bytes from \p data, which is only read.
+    /// \return STATUS_OK when all were written; STATUS_REFUSED when the pipe is closed, too full, or fails: then
+    ///         none was; STATUS_OUT_OF_RANGE when \p data is null or \p size is not positive
     int writeIntoPipe(void* data, int size) const;
 
     /// Reads \p size bytes to \p data.
-    /// \return 0 when all were read; 20 when the pipe is closed, fails, or held fewer: those it held are then
-    ///         consumed, so that a reader who waits for the pipe is not woken for them for ever; 24 when
-    ///         \p data is null or \p size is not positive
+    /// \return STATUS_OK when all were read; STATUS_REFUSED when the pipe is closed, fails, or holds fewer.
+    ///         STATUS_OUT_OF_RANGE when \p data is null or \p size is not positive. Where the pipe holds fewer,
+    ///         those are consumed: they would keep the pipe readable, and the rest of a record never comes
     int readFromPipe(void* data, int size);
 
-    /// Whether at least one byte can be read without blocking.
+    /// Whether at least one byte can be read.
     bool isReadable() const;
 
-    /// Bytes waiting in the pipe; 0 when it is closed.
+    /// Number of bytes that can be read; 0 when the pipe is closed.
     int getNoOfBytesAvailable() const;
 
     int getReadEndPointID() const override;
     int getWriteEndPointID() const override;
     bool isConnected() const override;
 
-    /// Opens both ends anew. Bytes inside are lost. Not while other threads write or read.
+    /// Closes both ends and opens them anew. Bytes that were not read are lost.
     int reconnect() override;
 
 private:

@@ -6,7 +6,7 @@
 
 namespace KX {
 
-/// The decimal text of a number, with a leading minus where it is negative and nothing else around it.
+/// The decimal digits of a number, with a leading minus when it is negative. Any thread. A platform provides it.
 KX_UTILITY_API std::string toString(int value);
 
 } // namespace KX

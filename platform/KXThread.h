@@ -8,36 +8,43 @@ namespace KX {
 
 /// A thread that runs one entry function.
 ///
-/// What a platform provides: \ref create, \ref getCurrentThreadID and a class derived from this one. The event
-/// layer asks for one thread, "inputEventMgr", which wakes ten times a second and must not be starved by the
-/// thread that draws.
+/// A platform provides \ref create, \ref getCurrentThreadID, the constructor, the destructor and a class derived
+/// from this one. The input event manager has one such thread, "inputEventMgr", which wakes up ten times a second.
+///
+/// An object belongs to one thread at a time, which sets, starts, waits and deletes.
 class KX_OS_ABS_API KXThread {
 public:
-    /// Makes a thread that does not run yet.
-    /// \param name  shown by the system's tools where they can; a system may cut it (Linux keeps 15 characters)
-    /// \return owned by the caller; null when the system refuses one
+    /// Makes a thread that does not run yet. Any thread.
+    /// \param name  for the tools of the system, which may cut it; Linux keeps 15 characters
+    /// \return owned by the caller; null when the system refuses one. The Linux platform reports that through \ref
+    ///         KXDebug
     static KXThread* create(const std::string& name);
 
-    /// A number that no other living thread of the system has. Any thread; never fails. On Linux it is remembered:
-    /// the child of a fork has a number of its own, but not that of a \c vfork or \c _Fork, which must not come here.
+    /// Number of the calling thread, which no other running thread of the process has. Any thread; never fails.
+    ///
+    /// On Linux it is the number that the kernel gave, and it is cached. A child of fork gets its own number. A
+    /// child of \c vfork or \c _Fork must not call this.
     static unsigned int getCurrentThreadID();
 
-    /// Waits for the entry function to return, as \ref stopAndWait does, when the thread still runs.
+    /// Blocks until the entry function has returned, if the thread runs.
     virtual ~KXThread();
 
-    /// Sets what the thread will run. Before \ref start; a later call has no effect on a running thread.
+    /// Sets what the thread runs when it is started next. A thread that runs already is not affected.
+    /// \param argument  passed to \p function; stays the caller's
     virtual void setEntryFunction(void* (*function)(void*), void* argument) = 0;
 
-    /// Starts the thread.
-    /// \param priority   0: as the system has it; otherwise the system's own real-time priority
+    /// Starts the thread. It may be started again after it has ended. On Linux, a failure is reported through
+    /// \ref KXDebug, because the input event manager goes on without its worker.
+    /// \param priority   real-time priority of the system; 0: as the system has it, on Linux that of the caller
     /// \param stackSize  in bytes; 0: as the system has it
-    /// \return 0 when the thread runs; 20 when it runs already, has no entry function, or the system refuses it;
-    ///         24 when an argument is out of the system's range
+    /// \return STATUS_OK when the thread runs; STATUS_REFUSED when it runs already, has no entry function, or the
+    ///         system refuses it; STATUS_OUT_OF_RANGE when the system does not know such a priority or stack size
     virtual int start(int priority, unsigned int stackSize) = 0;
 
-    /// Waits for the entry function to return. It does not make it return: whoever wrote the function tells it
-    /// so before. Must not be called from the thread itself.
-    /// \return 0 when the thread has ended, also when it never ran; 20 when it cannot be waited for
+    /// Blocks until the entry function has returned. The caller has told it to return before, by a flag say: this
+    /// does not. The simulated platform makes the thread's waits for end points return at once.
+    /// \return STATUS_OK when the thread has ended or never ran; STATUS_REFUSED when it would wait for itself,
+    ///         directly or by way of another thread
     virtual int stopAndWait() = 0;
 
 protected:

@@ -1,9 +1,9 @@
 #include "platform/simulated/Accounts.h"
 
-namespace KX::simulated {
+namespace KX {
 
 Faults faults;
-Living living;
+LivingObjects livingObjects;
 std::atomic<int> pipeCapacity{defaultPipeCapacity};
 
 namespace {
@@ -21,4 +21,4 @@ void resetEndPointIds() {
     nextEndPointId = firstEndPointId;
 }
 
-} // namespace KX::simulated
+} // namespace KX

@@ -2,16 +2,16 @@
 
 #include <atomic>
 
-namespace KX::simulated {
+namespace KX {
 
-/// How many of the next calls of one kind are to fail. Any thread.
+/// Number of calls of one kind that fail next. Any thread.
 class Fault {
 public:
     void set(unsigned int count) {
         left = count;
     }
 
-    /// Whether this call is to fail; counts it when it is.
+    /// Whether this call fails. If so, one less is left.
     bool take() {
         unsigned int present = left;
         while (present != 0 && !left.compare_exchange_weak(present, present - 1)) {
@@ -23,8 +23,7 @@ private:
     std::atomic<unsigned int> left{0};
 };
 
-// Constant-initialised and without destructors that do anything, so they serve static objects of other
-// libraries too.
+// Constant-initialised and trivially destroyed, so static objects of other libraries may use them.
 struct Faults {
     Fault pipeInits;
     Fault pipeWrites;
@@ -35,8 +34,8 @@ struct Faults {
     Fault canBuses;
 };
 
-/// How many objects of each kind exist.
-struct Living {
+/// Number of objects of each kind that exist.
+struct LivingObjects {
     std::atomic<unsigned int> threads{0};
     std::atomic<unsigned int> mutexes{0};
     std::atomic<unsigned int> openPipes{0};
@@ -45,14 +44,14 @@ struct Living {
 };
 
 extern Faults faults;
-extern Living living;
+extern LivingObjects livingObjects;
 
 inline constexpr int defaultPipeCapacity = 1 << 20;
 extern std::atomic<int> pipeCapacity;
 
-/// A number for an end point that is open: no other has it, and it is no file descriptor, so that a program
-/// which waits for it in the real system is told so instead of waiting for something else.
+/// A unique number for an open end point. It is no file descriptor: a program that waits for it in the real system
+/// gets an error instead of waiting on another file.
 int newEndPointId();
 void resetEndPointIds();
 
-} // namespace KX::simulated
+} // namespace KX

@@ -5,7 +5,7 @@
 #include <mutex>
 #include <thread>
 
-namespace KX::simulated {
+namespace KX {
 
 /// Hands the right to run from one thread to another: given once, taken once.
 class Baton {
@@ -27,8 +27,8 @@ public:
     }
 
 private:
-    // The other thread mostly needs only a few microseconds until it waits again, less than blocking and being
-    // woken would cost. With one core it cannot run meanwhile, so nothing is gained there.
+    // The other thread usually gives the baton back within microseconds, less than a sleep and a wake-up cost. On
+    // one core it cannot run meanwhile, so spinning gains nothing.
     bool takeSpinning() {
         static const int rounds = std::thread::hardware_concurrency() > 1 ? 5000 : 0;
         for (int i = 0; i < rounds; ++i) {
@@ -45,4 +45,4 @@ private:
     std::atomic<bool> given{false}; // set under mutex, so that a blocking taker cannot miss it
 };
 
-} // namespace KX::simulated
+} // namespace KX

@@ -1,11 +1,12 @@
 #include "platform/simulated/CANBuses.h"
 
+#include "platform/KXStatus.h"
 #include "platform/simulated/Accounts.h"
 
 #include <algorithm>
 #include <limits>
 
-namespace KX::simulated {
+namespace KX {
 
 using Lock = std::lock_guard<std::mutex>;
 
@@ -14,7 +15,7 @@ SimulatedCAN::SimulatedCAN(int bus) : busNumber(bus) {
     const Lock lock(buses.mutex);
     buses.buses[busNumber].endPoints.push_back(this);
     buses.connect(*this);
-    ++living.canEndPoints;
+    ++livingObjects.canEndPoints;
 }
 
 SimulatedCAN::~SimulatedCAN() {
@@ -23,23 +24,23 @@ SimulatedCAN::~SimulatedCAN() {
     auto& endPoints = buses.buses[busNumber].endPoints;
     endPoints.erase(std::remove(endPoints.begin(), endPoints.end(), this), endPoints.end());
     if (!forgotten)
-        --living.canEndPoints;
+        --livingObjects.canEndPoints;
 }
 
 int SimulatedCAN::configure(unsigned char setting) {
     CANBuses& buses = CANBuses::instance();
     const Lock lock(buses.mutex);
     buses.buses[busNumber].setting = setting;
-    return 0;
+    return STATUS_OK;
 }
 
 int SimulatedCAN::readFrame(KXCANMessage& message) {
     const Lock lock(CANBuses::instance().mutex);
     if (received.empty())
-        return 20;
+        return STATUS_REFUSED;
     message = received.front();
     received.pop_front();
-    return 0;
+    return STATUS_OK;
 }
 
 int SimulatedCAN::getReadEndPointID() const {
@@ -72,12 +73,12 @@ CANBuses& CANBuses::instance() {
     return buses;
 }
 
-void CANBuses::schedule(int bus, Time time, const KXCANMessage& frame) {
+void CANBuses::schedule(int bus, VirtualTime time, const KXCANMessage& frame) {
     const Lock lock(mutex);
     script.emplace(time, Scheduled{bus, frame});
 }
 
-void CANBuses::deliverUntil(Time time) {
+void CANBuses::deliverUntil(VirtualTime time) {
     const Lock lock(mutex);
     while (!script.empty() && script.begin()->first <= time) {
         const Scheduled& due = script.begin()->second;
@@ -91,9 +92,9 @@ void CANBuses::deliverUntil(Time time) {
     }
 }
 
-Time CANBuses::getNextFrameTime() const {
+VirtualTime CANBuses::getNextFrameTime() const {
     const Lock lock(mutex);
-    return script.empty() ? std::numeric_limits<Time>::max() : script.begin()->first;
+    return script.empty() ? std::numeric_limits<VirtualTime>::max() : script.begin()->first;
 }
 
 void CANBuses::setDown(int bus, bool down) {
@@ -125,20 +126,14 @@ void CANBuses::reset() {
         for (SimulatedCAN* endPoint : bus.endPoints) {
             disconnect(*endPoint);
             endPoint->forgotten = true;
-            --living.canEndPoints;
+            --livingObjects.canEndPoints;
         }
     }
     buses.clear();
     script.clear();
 }
 
-bool CANBuses::isDown(int bus) const {
-    const Lock lock(mutex);
-    const auto found = buses.find(bus);
-    return found != buses.end() && found->second.isDown;
-}
-
-// What had come before is lost, as with a socket that is closed.
+// Frames that were not read are lost, as with a socket that is closed.
 void CANBuses::disconnect(SimulatedCAN& endPoint) {
     endPoint.readId = -1;
     endPoint.received.clear();
@@ -146,21 +141,16 @@ void CANBuses::disconnect(SimulatedCAN& endPoint) {
 
 int CANBuses::connect(SimulatedCAN& endPoint) {
     if (endPoint.forgotten || buses[endPoint.busNumber].isDown)
-        return 20;
+        return STATUS_REFUSED;
     endPoint.readId = newEndPointId();
-    return 0;
+    return STATUS_OK;
 }
-
-} // namespace KX::simulated
-
-namespace KX {
 
 KXCANRaw::KXCANRaw() = default;
 KXCANRaw::~KXCANRaw() = default;
 
 KXCANRaw* KXCANRaw::create(int bus, int /*bitRate*/, int /*receiveBuffer*/) {
-    using namespace simulated;
-    if (bus < 0 || faults.canBuses.take() || CANBuses::instance().isDown(bus))
+    if (bus < 0 || faults.canBuses.take())
         return nullptr;
     return new SimulatedCAN(bus);
 }

@@ -9,11 +9,12 @@
 #include <mutex>
 #include <vector>
 
-namespace KX::simulated {
+namespace KX {
 
 /// An end point on a bus. Its state is guarded by the mutex of \ref CANBuses.
 class SimulatedCAN : public KXCANRaw {
 public:
+    /// Closed when the bus is down.
     explicit SimulatedCAN(int bus);
     ~SimulatedCAN() override;
 
@@ -31,22 +32,22 @@ private:
 
     const int busNumber;
     int readId = -1;        // -1: disconnected
-    bool forgotten = false; // of a time before a reset: on no bus any more, and not counted
+    bool forgotten = false; // made before a reset: cut off from its bus and not counted
     std::deque<KXCANMessage> received;
 };
 
-/// The wires and the script of frames. Any thread; never destroyed.
+/// The buses and the script of frames. Any thread; never destroyed.
 class CANBuses {
 public:
     static CANBuses& instance();
 
-    void schedule(int bus, Time time, const KXCANMessage& frame);
+    void schedule(int bus, VirtualTime time, const KXCANMessage& frame);
 
-    /// Brings the frames that are due at \p time to the end points that are open.
-    void deliverUntil(Time time);
+    /// Delivers the frames that are due at \p time to the open end points of their bus.
+    void deliverUntil(VirtualTime time);
 
     /// The largest time when nothing is scheduled.
-    Time getNextFrameTime() const;
+    VirtualTime getNextFrameTime() const;
 
     void setDown(int bus, bool down);
     unsigned int countPending() const;
@@ -55,7 +56,6 @@ public:
 
 private:
     friend class SimulatedCAN;
-    friend class KX::KXCANRaw;
 
     struct Bus {
         bool isDown = false;
@@ -68,7 +68,6 @@ private:
         KXCANMessage frame;
     };
 
-    bool isDown(int bus) const;
     void disconnect(SimulatedCAN& endPoint);
     int connect(SimulatedCAN& endPoint);
 
@@ -76,7 +75,7 @@ private:
 
     // guarded by mutex
     std::map<int, Bus> buses;
-    std::multimap<Time, Scheduled> script; // equal times stay in the order of the calls
+    std::multimap<VirtualTime, Scheduled> script; // equal times stay in the order of the calls
 };
 
-} // namespace KX::simulated
+} // namespace KX

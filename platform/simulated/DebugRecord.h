@@ -7,10 +7,9 @@
 #include <string>
 #include <vector>
 
-namespace KX::simulated {
+namespace KX {
 
-/// What was said through KXDebug. Any thread; never destroyed, because static objects may still have to say
-/// something.
+/// The messages of KXDebug. Any thread. Never destroyed, because destructors of static objects may report.
 struct DebugRecord {
     static DebugRecord& instance();
 
@@ -24,4 +23,4 @@ struct DebugRecord {
 inline constexpr int defaultDebugLevel = 4;
 extern std::atomic<int> debugLevel;
 
-} // namespace KX::simulated
+} // namespace KX

@@ -8,16 +8,12 @@
 
 namespace KX {
 
-namespace simulated {
-
 std::atomic<int> debugLevel{defaultDebugLevel};
 
 DebugRecord& DebugRecord::instance() {
     static DebugRecord& record = *new DebugRecord;
     return record;
 }
-
-} // namespace simulated
 
 namespace {
 
@@ -37,7 +33,7 @@ std::string formatMessage(const char* format, va_list arguments) {
 } // namespace
 
 unsigned int KXDebug::insertNewDebugSection(const std::string& name) {
-    auto& record = simulated::DebugRecord::instance();
+    auto& record = DebugRecord::instance();
     const std::lock_guard<std::mutex> lock(record.mutex);
     const auto found = std::find(record.sections.begin(), record.sections.end(), name);
     const auto index = found - record.sections.begin();
@@ -47,14 +43,14 @@ unsigned int KXDebug::insertNewDebugSection(const std::string& name) {
 }
 
 void KXDebug::debugPrintError(int level, unsigned int key, const char* format, ...) {
-    if (level > simulated::debugLevel.load(std::memory_order_relaxed))
+    if (level > debugLevel.load(std::memory_order_relaxed))
         return;
     va_list arguments;
     va_start(arguments, format);
     std::string text = formatMessage(format, arguments);
     va_end(arguments);
 
-    auto& record = simulated::DebugRecord::instance();
+    auto& record = DebugRecord::instance();
     const std::lock_guard<std::mutex> lock(record.mutex);
     const bool isKnown = key >= 1 && key <= record.sections.size();
     record.messages.push_back({level, isKnown ? record.sections[key - 1] : std::string(), std::move(text)});

@@ -8,8 +8,6 @@
 
 namespace KX {
 
-namespace simulated {
-
 namespace {
 
 struct Marks {
@@ -43,13 +41,11 @@ void forgetMarks() {
     marks().readable.clear();
 }
 
-} // namespace simulated
-
 KXEndPoint::KXEndPoint() = default;
 
 KXEndPoint::~KXEndPoint() {
     // The next end point may stand at the same address.
-    simulated::markReadable(this, false);
+    markReadable(this, false);
 }
 
 KXEndPointHandler::~KXEndPointHandler() = default;

@@ -2,6 +2,7 @@
 
 #include "platform/KXEndPointHandler.h"
 #include "platform/KXPipe.h"
+#include "platform/KXStatus.h"
 #include "platform/simulated/Accounts.h"
 #include "platform/simulated/CANBuses.h"
 #include "platform/simulated/ReadableMarks.h"
@@ -17,37 +18,34 @@ namespace KX {
 
 namespace {
 
-using simulated::Scheduler;
-using simulated::Time;
-
-constexpr Time retryIntervalMs = 1000;
+constexpr VirtualTime retryIntervalMs = 1000;
 
 struct Registration {
-    unsigned int number; // tells an end point that was removed and added again from what it was
+    unsigned int number; // tells an end point that was added again from its earlier registration
     KXEndPoint* endPoint;
     KXEndPointHandler* handler;
-    bool isLost;    // reported as disconnected
-    Time retryTime; // of the next reconnect of one that is lost
+    bool isLost;           // reported as disconnected
+    VirtualTime retryTime; // of the next reconnect of one that is lost
 };
 
 bool isReadable(const KXEndPoint* endPoint) {
     if (const auto* pipe = dynamic_cast<const KXPipe*>(endPoint))
         return pipe->isReadable();
-    if (const auto* can = dynamic_cast<const simulated::SimulatedCAN*>(endPoint))
+    if (const auto* can = dynamic_cast<const SimulatedCAN*>(endPoint))
         return can->hasFrames();
-    return simulated::isMarkedReadable(endPoint);
+    return isMarkedReadable(endPoint);
 }
 
 } // namespace
 
-class KXEndPointManager::Implementation final : public simulated::Watched {
+class KXEndPointManager::Implementation final : public Watched {
 public:
     explicit Implementation(KXEndPointManager& manager) : owner(manager) {
-        ++simulated::living.endPointManagers;
+        ++livingObjects.endPointManagers;
     }
 
     ~Implementation() {
-        --simulated::living.endPointManagers;
+        --livingObjects.endPointManagers;
     }
 
     Implementation(const Implementation&) = delete;
@@ -55,7 +53,7 @@ public:
 
     bool add(KXEndPoint* endPoint, KXEndPointHandler* handler);
     bool remove(KXEndPoint* endPoint);
-    int wait(Time until);
+    int wait(VirtualTime until);
     bool isReady() override;
 
 private:
@@ -71,12 +69,12 @@ private:
     bool reportBack(const Registration& registration);
     bool retry(const Registration& registration);
 
-    /// \return false when it has been taken out meanwhile
+    /// \return false when it was removed meanwhile
     bool setLost(const Registration& registration, bool isLost);
     bool beginUse(const Registration& registration);
     void endUse();
     bool isUsedElsewhere(const KXEndPoint* endPoint) const;
-    Time nextWake(Time until);
+    VirtualTime nextWake(VirtualTime until);
     std::vector<Registration>::iterator find(const KXEndPoint* endPoint);
     std::vector<Registration>::iterator find(const Registration& copy);
 
@@ -106,14 +104,14 @@ bool KXEndPointManager::Implementation::remove(KXEndPoint* endPoint) {
     if (registration == registrations.end())
         return false;
     registrations.erase(registration);
-    // While a simulated thread runs, the thread that serves the end point cannot go on: waiting for it would be
-    // waiting for ever.
-    if (Scheduler::current() == nullptr)
+    // While a simulated thread runs, the thread that serves the end point cannot continue: waiting for it would
+    // never end.
+    if (!Scheduler::current())
         useEnded.wait(lock, [this, endPoint] { return !isUsedElsewhere(endPoint); });
     return true;
 }
 
-int KXEndPointManager::Implementation::wait(Time until) {
+int KXEndPointManager::Implementation::wait(VirtualTime until) {
     scheduler.countWait();
     bool isOver = until <= scheduler.now() || scheduler.isStopping();
     for (;;) {
@@ -145,7 +143,7 @@ int KXEndPointManager::Implementation::dispatch() {
 }
 
 bool KXEndPointManager::Implementation::serve(const Registration& registration) {
-    // Taken out meanwhile by a handler of this round or by another thread: it may be destroyed already.
+    // Removed meanwhile by a handler of this round or by another thread: it may be destroyed already.
     if (!beginUse(registration))
         return false;
     const bool isCalled = serveInUse(registration);
@@ -182,14 +180,14 @@ bool KXEndPointManager::Implementation::reportBack(const Registration& registrat
 bool KXEndPointManager::Implementation::retry(const Registration& registration) {
     if (scheduler.now() < registration.retryTime)
         return false;
-    if (registration.endPoint->reconnect() == 0)
+    if (registration.endPoint->reconnect() == STATUS_OK)
         return reportBack(registration);
     setLost(registration, true);
     return false;
 }
 
 bool KXEndPointManager::Implementation::setLost(const Registration& registration, bool isLost) {
-    const Time retryTime = scheduler.now() + retryIntervalMs;
+    const VirtualTime retryTime = scheduler.now() + retryIntervalMs;
     const std::lock_guard<std::mutex> lock(mutex);
     const auto present = find(registration);
     if (present == registrations.end())
@@ -199,7 +197,7 @@ bool KXEndPointManager::Implementation::setLost(const Registration& registration
     return true;
 }
 
-Time KXEndPointManager::Implementation::nextWake(Time until) {
+VirtualTime KXEndPointManager::Implementation::nextWake(VirtualTime until) {
     const std::lock_guard<std::mutex> lock(mutex);
     for (const Registration& registration : registrations)
         if (registration.isLost)
@@ -248,13 +246,13 @@ KXEndPointManager::~KXEndPointManager() {
 }
 
 int KXEndPointManager::addEndPoint(KXEndPoint* endPoint, KXEndPointHandler* handler) {
-    if (endPoint == nullptr || handler == nullptr)
-        return 24;
-    return implementation->add(endPoint, handler) ? 0 : 20;
+    if (!endPoint || !handler)
+        return STATUS_OUT_OF_RANGE;
+    return implementation->add(endPoint, handler) ? STATUS_OK : STATUS_REFUSED;
 }
 
 int KXEndPointManager::removeEndPoint(KXEndPoint* endPoint) {
-    return implementation->remove(endPoint) ? 0 : 20;
+    return implementation->remove(endPoint) ? STATUS_OK : STATUS_REFUSED;
 }
 
 int KXEndPointManager::waitForEndPoints(unsigned int untilTick, unsigned int /*reserved*/) {

@@ -1,36 +1,56 @@
 #include "platform/KXMutex.h"
 
+#include "platform/KXDebug.h"
 #include "platform/simulated/Accounts.h"
 
+#include <atomic>
 #include <mutex>
+#include <thread>
 
 namespace KX {
 
 namespace {
 
+void reportDoubleLock() {
+    static const unsigned int key = KXDebug::insertNewDebugSection("kx_mutex");
+    KXDebug::debugPrintError(
+        1, key, "a thread locks a mutex that it holds already; an after-post hook must not hand input in");
+}
+
 class SimulatedMutex : public KXMutex {
 public:
     SimulatedMutex() {
-        ++simulated::living.mutexes;
+        ++livingObjects.mutexes;
     }
 
     ~SimulatedMutex() override {
-        --simulated::living.mutexes;
+        --livingObjects.mutexes;
     }
 
     bool lock() override {
-        if (simulated::faults.mutexLocks.take())
+        const std::thread::id self = std::this_thread::get_id();
+        if (owner == self) {
+            reportDoubleLock();
+            return false;
+        }
+        if (faults.mutexLocks.take())
             return false;
         mutex.lock();
+        owner = self;
         return true;
     }
 
     void unlock() override {
+        owner = std::thread::id();
         mutex.unlock();
     }
 
 private:
     std::mutex mutex;
+
+    // Atomic because lock reads it without the mutex. Only a thread itself writes its id here and takes it away,
+    // so a thread is never wrong about itself.
+    std::atomic<std::thread::id> owner{};
 };
 
 } // namespace
@@ -39,13 +59,13 @@ KXMutex::KXMutex() = default;
 KXMutex::~KXMutex() = default;
 
 KXMutex* KXMutex::create() {
-    return simulated::faults.mutexes.take() ? nullptr : new SimulatedMutex;
+    return faults.mutexes.take() ? nullptr : new SimulatedMutex;
 }
 
-KXAutoLock::KXAutoLock(KXMutex* mutex) : heldMutex(mutex != nullptr && mutex->lock() ? mutex : nullptr) {}
+KXAutoLock::KXAutoLock(KXMutex* mutex) : heldMutex(mutex && mutex->lock() ? mutex : nullptr) {}
 
 KXAutoLock::~KXAutoLock() {
-    if (heldMutex != nullptr)
+    if (heldMutex)
         heldMutex->unlock();
 }
 

@@ -1,5 +1,6 @@
 #include "platform/KXPipe.h"
 
+#include "platform/KXStatus.h"
 #include "platform/simulated/Accounts.h"
 
 #include <algorithm>
@@ -67,7 +68,7 @@ public:
 
     int open() {
         const std::lock_guard<std::mutex> lock(mutex);
-        return isOpen() ? 0 : openLocked();
+        return isOpen() ? STATUS_OK : openLocked();
     }
 
     int reopen() {
@@ -79,24 +80,24 @@ public:
     int write(const void* data, int size) {
         const std::lock_guard<std::mutex> lock(mutex);
         const auto count = static_cast<std::size_t>(size);
-        if (!isOpen() || simulated::faults.pipeWrites.take() ||
-            ring.size() + count > static_cast<std::size_t>(simulated::pipeCapacity.load()))
-            return 20;
+        if (!isOpen() || faults.pipeWrites.take() ||
+            ring.size() + count > static_cast<std::size_t>(pipeCapacity.load()))
+            return STATUS_REFUSED;
         ring.append(static_cast<const char*>(data), count);
-        return 0;
+        return STATUS_OK;
     }
 
     int read(void* data, int size) {
         const std::lock_guard<std::mutex> lock(mutex);
         const auto count = static_cast<std::size_t>(size);
-        if (!isOpen() || simulated::faults.pipeReads.take())
-            return 20;
+        if (!isOpen() || faults.pipeReads.take())
+            return STATUS_REFUSED;
         if (ring.size() < count) {
             ring.clear();
-            return 20;
+            return STATUS_REFUSED;
         }
         ring.take(static_cast<char*>(data), count);
-        return 0;
+        return STATUS_OK;
     }
 
     int available() const {
@@ -120,18 +121,18 @@ private:
     }
 
     int openLocked() {
-        if (simulated::faults.pipeInits.take())
-            return 20;
-        readId = simulated::newEndPointId();
-        writeId = simulated::newEndPointId();
-        ++simulated::living.openPipes;
-        return 0;
+        if (faults.pipeInits.take())
+            return STATUS_REFUSED;
+        readId = newEndPointId();
+        writeId = newEndPointId();
+        ++livingObjects.openPipes;
+        return STATUS_OK;
     }
 
     void close() {
         const std::lock_guard<std::mutex> lock(mutex);
         if (isOpen())
-            --simulated::living.openPipes;
+            --livingObjects.openPipes;
         readId = -1;
         writeId = -1;
         ring.clear();
@@ -156,11 +157,11 @@ int KXPipe::init() {
 }
 
 int KXPipe::writeIntoPipe(void* data, int size) const {
-    return data == nullptr || size <= 0 ? 24 : implementation->write(data, size);
+    return !data || size <= 0 ? STATUS_OUT_OF_RANGE : implementation->write(data, size);
 }
 
 int KXPipe::readFromPipe(void* data, int size) {
-    return data == nullptr || size <= 0 ? 24 : implementation->read(data, size);
+    return !data || size <= 0 ? STATUS_OUT_OF_RANGE : implementation->read(data, size);
 }
 
 bool KXPipe::isReadable() const {

@@ -14,55 +14,50 @@ namespace KX {
 
 namespace {
 
-using simulated::CANBuses;
-using simulated::DebugRecord;
-using simulated::faults;
-using simulated::living;
-using simulated::Scheduler;
-
 void abortWhenSomethingLives() {
-    if (KXSimulation::getLivingObjects() == living.canEndPoints)
+    if (KXSimulation::getLivingObjects() == livingObjects.canEndPoints)
         return;
     std::fprintf(
         stderr, "KXSimulation::reset: still there: %u threads, %u mutexes, %u open pipes, %u end-point managers\n",
-        living.threads.load(), living.mutexes.load(), living.openPipes.load(), living.endPointManagers.load());
+        livingObjects.threads.load(), livingObjects.mutexes.load(), livingObjects.openPipes.load(),
+        livingObjects.endPointManagers.load());
     std::abort();
 }
 
 void clearFaults() {
-    for (simulated::Fault* fault : {&faults.pipeInits, &faults.pipeWrites, &faults.pipeReads, &faults.mutexLocks,
-                                    &faults.mutexes, &faults.threads, &faults.canBuses})
+    for (Fault* fault : {&faults.pipeInits, &faults.pipeWrites, &faults.pipeReads, &faults.mutexLocks,
+                         &faults.mutexes, &faults.threads, &faults.canBuses})
         fault->set(0);
 }
 
 } // namespace
 
 void KXSimulation::reset() {
-    simulated::requireDriver("KXSimulation::reset");
+    requireDriver("KXSimulation::reset");
     abortWhenSomethingLives();
     clearFaults();
     CANBuses::instance().reset();
     Scheduler::instance().reset();
-    simulated::resetThreadIds();
-    simulated::resetEndPointIds();
-    simulated::forgetMarks();
-    setPipeCapacity(simulated::defaultPipeCapacity);
-    setDebugLevel(simulated::defaultDebugLevel);
+    resetThreadIds();
+    resetEndPointIds();
+    forgetMarks();
+    setPipeCapacity(defaultPipeCapacity);
+    setDebugLevel(defaultDebugLevel);
     takeDebugMessages();
 }
 
 void KXSimulation::setTick(unsigned int tick) {
-    simulated::requireDriver("KXSimulation::setTick");
+    requireDriver("KXSimulation::setTick");
     Scheduler::instance().setTick(tick);
 }
 
 void KXSimulation::advance(unsigned int ms) {
-    simulated::requireDriver("KXSimulation::advance");
+    requireDriver("KXSimulation::advance");
     Scheduler::instance().advance(ms);
 }
 
 void KXSimulation::endWaits() {
-    simulated::requireDriver("KXSimulation::endWaits");
+    requireDriver("KXSimulation::endWaits");
     Scheduler::instance().endWaits();
 }
 
@@ -85,11 +80,11 @@ int KXSimulation::getCANSetting(int bus) {
 }
 
 void KXSimulation::setReadable(KXEndPoint* endPoint, bool readable) {
-    simulated::markReadable(endPoint, readable);
+    markReadable(endPoint, readable);
 }
 
 void KXSimulation::setPipeCapacity(int bytes) {
-    simulated::pipeCapacity = std::max(bytes, 0);
+    pipeCapacity = std::max(bytes, 0);
 }
 
 void KXSimulation::failPipeInits(unsigned int count) {
@@ -121,7 +116,7 @@ void KXSimulation::refuseCANBuses(unsigned int count) {
 }
 
 void KXSimulation::setDebugLevel(int level) {
-    simulated::debugLevel = level;
+    debugLevel = level;
 }
 
 std::vector<KXSimulation::DebugMessage> KXSimulation::takeDebugMessages() {
@@ -139,7 +134,8 @@ std::vector<std::string> KXSimulation::getDebugSections() {
 }
 
 unsigned int KXSimulation::getLivingObjects() {
-    return living.threads + living.mutexes + living.openPipes + living.endPointManagers + living.canEndPoints;
+    return livingObjects.threads + livingObjects.mutexes + livingObjects.openPipes +
+           livingObjects.endPointManagers + livingObjects.canEndPoints;
 }
 
 } // namespace KX

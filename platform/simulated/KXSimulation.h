@@ -17,8 +17,8 @@ class KXEndPoint;
 /// KXThread run only while it does, each until it waits again. Nothing depends on how fast the machine is, and
 /// the same calls give the same events every time.
 ///
-/// The driver is the one thread of the program that calls these functions; it must hold no KXMutex meanwhile.
-/// A typical test:
+/// The driver is the one thread of the program that calls reset, setTick, advance and endWaits. It must hold no
+/// KXMutex meanwhile. Any thread may call the other functions. A typical test:
 ///
 ///     KXSimulation::reset();
 ///     auto* manager = KXInputEventManager::createInstance();  // its worker now waits for tick 100
@@ -29,35 +29,33 @@ class KX_EXPORT KXSimulation {
 public:
     KXSimulation() = delete;
 
-    /// Everything as at the start of the program: tick 0, no frames, no faults, no recorded messages. Threads,
-    /// mutexes, pipes and end-point managers must have been destroyed before; if not, says so and aborts. CAN
-    /// end points may be left, because a keypad that was switched on keeps its own for the life of the process:
-    /// they are cut off from their bus for good and counted no more.
+    /// Restores the state at the start of the program: tick 0, no frames, no faults, no recorded messages.
+    /// Threads, mutexes, open pipes and end-point managers must be destroyed before; otherwise it prints how many
+    /// are left and aborts. CAN end points may be left, because a keypad that was switched on keeps its own for
+    /// the life of the process. They are cut off from their bus for good and not counted any more.
     static void reset();
 
-    // ---- time
-
-    /// Sets the clock. Nobody runs because of it, not even a thread whose wait is over by it: it runs in the
-    /// next \ref advance.
+    /// Sets the clock. No thread runs because of it. A thread whose wait is over by then runs in the next
+    /// \ref advance.
     static void setTick(unsigned int tick);
 
-    /// Moves the clock on by \p ms, across the wrap too, and lets everything happen at its time: scripted
-    /// frames arrive, waits whose tick comes or whose end points become readable return, one thread after the
-    /// other in the order in which they began to wait. Returns when every thread waits again or has ended.
-    /// advance(0) lets happen what is due now.
+    /// Advances the clock by \p ms, across the wrap, too. Everything happens at its tick: scripted frames arrive,
+    /// and waits return whose tick comes or whose end points become readable, one thread after the other in the
+    /// order in which they began to wait. Returns when every thread waits again or has ended. advance(0) runs what
+    /// is due now.
     static void advance(unsigned int ms);
 
-    /// Makes every wait that is going on return at the present tick, as if its time had come, and returns when
-    /// every thread waits again or has ended: one pass of a worker, whatever the clock says.
+    /// Makes every present wait return at the present tick, as if its time had come: one pass of each worker.
+    /// Returns when every thread waits again or has ended.
     static void endWaits();
 
-    // ---- end points
-
-    /// Puts a frame on a bus at tick \p tick (at once when that is the present one or has passed); frames of
-    /// one tick arrive in the order of these calls. Nobody gets it when nobody has opened the bus by then.
+    /// Puts a frame on a bus at tick \p tick, at once when that is the present one or has passed. Frames of one
+    /// tick arrive in the order of these calls. A frame is lost if no end point of the bus is open by then.
     static void scheduleCANFrame(int bus, unsigned int tick, const KXCANMessage& frame);
 
-    /// Takes a bus down (every open end point of it disconnects and reconnect fails) or up again.
+    /// Takes a bus down or up again. While it is down, every end point of it is closed, also one that
+    /// KXCANRaw::create makes meanwhile, and reconnect fails. When it is up again, each needs a reconnect; an
+    /// end-point manager tries that every 1000 ms.
     static void setCANBusDown(int bus, bool down);
 
     /// Frames that wait to be read or to be delivered by the clock, on all buses.
@@ -66,13 +64,13 @@ public:
     /// The setting last given to KXCANRaw::configure on a bus; -1 when there was none.
     static int getCANSetting(int bus);
 
-    /// Says whether an end point of the program's own class can be read; pipes and CAN buses know it themselves.
+    /// Sets whether an end point of the program's own class can be read. Pipes and CAN buses know it themselves.
     static void setReadable(KXEndPoint* endPoint, bool readable);
 
-    /// How many bytes a pipe takes before writes fail; applies to all pipes; 1 MiB at first.
+    /// Sets how many bytes each pipe holds before writes fail; 1 MiB at first.
     static void setPipeCapacity(int bytes);
 
-    // ---- faults: the next \p count of these calls fail, as they would on a system at its limits
+    // Faults: the next count calls of one kind fail, as on a system at its limits.
 
     static void failPipeInits(unsigned int count);
     static void failPipeWrites(unsigned int count);
@@ -80,9 +78,7 @@ public:
     static void failMutexLocks(unsigned int count);
     static void refuseMutexes(unsigned int count);  ///< KXMutex::create returns null
     static void refuseThreads(unsigned int count);  ///< KXThread::create returns null
-    static void refuseCANBuses(unsigned int count); ///< KXCANRaw::create returns null
-
-    // ---- what the event layer said and what it holds
+    static void refuseCANBuses(unsigned int count); ///< KXCANRaw::create returns null: no such bus
 
     struct DebugMessage {
         int level;

@@ -1,5 +1,6 @@
 #include "platform/KXThread.h"
 
+#include "platform/KXStatus.h"
 #include "platform/simulated/Accounts.h"
 #include "platform/simulated/Scheduler.h"
 
@@ -10,21 +11,18 @@ namespace KX {
 
 namespace {
 
-using simulated::Participant;
-using simulated::Scheduler;
-
 constexpr int highestPriority = 99; // as on Linux
 
 class SimulatedThread : public KXThread {
 public:
     explicit SimulatedThread(const std::string& name) {
         participant.name = name;
-        ++simulated::living.threads;
+        ++livingObjects.threads;
     }
 
     ~SimulatedThread() override {
         SimulatedThread::stopAndWait();
-        --simulated::living.threads;
+        --livingObjects.threads;
     }
 
     void setEntryFunction(void* (*function)(void*), void* argument) override {
@@ -34,26 +32,26 @@ public:
 
     int start(int priority, unsigned int /*stackSize*/) override {
         if (priority < 0 || priority > highestPriority)
-            return 24;
-        if (entry == nullptr || scheduler.isRunningOrWaiting(participant))
-            return 20;
+            return STATUS_OUT_OF_RANGE;
+        if (!entry || scheduler.isRunningOrWaiting(participant))
+            return STATUS_REFUSED;
         return launch();
     }
 
     int stopAndWait() override {
         if (!thread.joinable())
-            return 0;
+            return STATUS_OK;
         if (!scheduler.stop(participant))
-            return 20;
+            return STATUS_REFUSED;
         thread.join();
-        return 0;
+        return STATUS_OK;
     }
 
 private:
     int launch() {
         if (thread.joinable())
             thread.join(); // of an earlier run that has ended
-        participant.id = simulated::newThreadId();
+        participant.id = newThreadId();
         participant.stopping = false;
         scheduler.setState(participant, Participant::State::running);
         try {
@@ -65,10 +63,10 @@ private:
             });
         } catch (const std::system_error&) {
             scheduler.setState(participant, Participant::State::ended);
-            return 20;
+            return STATUS_REFUSED;
         }
         scheduler.runLaunched(participant);
-        return 0;
+        return STATUS_OK;
     }
 
     Scheduler& scheduler = Scheduler::instance();
@@ -84,11 +82,11 @@ KXThread::KXThread() = default;
 KXThread::~KXThread() = default;
 
 KXThread* KXThread::create(const std::string& name) {
-    return simulated::faults.threads.take() ? nullptr : new SimulatedThread(name);
+    return faults.threads.take() ? nullptr : new SimulatedThread(name);
 }
 
 unsigned int KXThread::getCurrentThreadID() {
-    return simulated::currentThreadId();
+    return currentThreadId();
 }
 
 } // namespace KX

@@ -5,7 +5,7 @@
 namespace KX {
 
 unsigned int KXTick::getTickCount() {
-    return simulated::Scheduler::instance().getTick();
+    return Scheduler::instance().getTick();
 }
 
 } // namespace KX

@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-namespace KX::simulated {
+namespace KX {
 
 namespace {
 
@@ -28,12 +28,12 @@ unsigned int Scheduler::getTick() const {
     return tick.load(std::memory_order_relaxed);
 }
 
-Time Scheduler::now() const {
+VirtualTime Scheduler::now() const {
     const std::lock_guard<std::mutex> lock(mutex);
     return time;
 }
 
-Time Scheduler::timeOf(unsigned int wantedTick) const {
+VirtualTime Scheduler::timeOf(unsigned int wantedTick) const {
     const std::lock_guard<std::mutex> lock(mutex);
     const auto presentTick = static_cast<unsigned int>(time);
     const unsigned int behind = presentTick - wantedTick;
@@ -86,7 +86,7 @@ void Scheduler::end(Participant& self) {
 bool Scheduler::stop(Participant& self) {
     {
         const std::lock_guard<std::mutex> lock(mutex);
-        if (self.state == Participant::State::running && currentParticipant != nullptr)
+        if (self.state == Participant::State::running && currentParticipant)
             return false;
         self.stopping = true;
         waitsSinceMove = 0;
@@ -110,8 +110,8 @@ void Scheduler::setState(Participant& self, Participant::State state) {
     self.state = state;
 }
 
-bool Scheduler::wait(Time wakeTime, Watched& watched) {
-    if (currentParticipant != nullptr)
+bool Scheduler::wait(VirtualTime wakeTime, Watched& watched) {
+    if (currentParticipant)
         return handOver(*currentParticipant, wakeTime, watched);
     stepThrough(wakeTime, &watched);
     return false;
@@ -119,11 +119,11 @@ bool Scheduler::wait(Time wakeTime, Watched& watched) {
 
 bool Scheduler::isStopping() const {
     const std::lock_guard<std::mutex> lock(mutex);
-    return currentParticipant != nullptr && currentParticipant->stopping;
+    return currentParticipant && currentParticipant->stopping;
 }
 
 void Scheduler::countWait() {
-    if (currentParticipant == nullptr)
+    if (!currentParticipant)
         return;
     const std::lock_guard<std::mutex> lock(mutex);
     if (++waitsSinceMove <= mostWaitsAtOneTick)
@@ -135,7 +135,7 @@ void Scheduler::countWait() {
     std::abort();
 }
 
-bool Scheduler::handOver(Participant& self, Time wakeTime, Watched& watched) {
+bool Scheduler::handOver(Participant& self, VirtualTime wakeTime, Watched& watched) {
     {
         const std::lock_guard<std::mutex> lock(mutex);
         if (self.stopping)
@@ -152,12 +152,12 @@ bool Scheduler::handOver(Participant& self, Time wakeTime, Watched& watched) {
     return self.waitEnded || self.stopping;
 }
 
-void Scheduler::stepThrough(Time target, Watched* until) {
+void Scheduler::stepThrough(VirtualTime target, Watched* until) {
     for (;;) {
         runWhatIsDue();
-        if (until != nullptr && until->isReady())
+        if (until && until->isReady())
             return;
-        const Time next = nextEvent();
+        const VirtualTime next = nextEvent();
         if (next > target)
             break;
         moveTo(next);
@@ -213,15 +213,15 @@ void Scheduler::takeOut(Waits::iterator wait) {
     waits.erase(wait);
 }
 
-Time Scheduler::nextEvent() const {
-    Time next = CANBuses::instance().getNextFrameTime();
+VirtualTime Scheduler::nextEvent() const {
+    VirtualTime next = CANBuses::instance().getNextFrameTime();
     const std::lock_guard<std::mutex> lock(mutex);
     for (const auto& [number, participant] : waits)
         next = std::min(next, participant->wakeTime);
     return next;
 }
 
-void Scheduler::moveTo(Time target) {
+void Scheduler::moveTo(VirtualTime target) {
     const std::lock_guard<std::mutex> lock(mutex);
     time = target;
     tick.store(static_cast<unsigned int>(target), std::memory_order_relaxed);
@@ -234,11 +234,11 @@ void Scheduler::release(Participant& participant) {
 }
 
 void requireDriver(const char* function) {
-    if (currentParticipant == nullptr)
+    if (!currentParticipant)
         return;
     std::fprintf(stderr, "%s: called on the simulated thread \"%s\"; only the driver may\n", function,
                  currentParticipant->name.c_str());
     std::abort();
 }
 
-} // namespace KX::simulated
+} // namespace KX

@@ -8,11 +8,11 @@
 #include <mutex>
 #include <string>
 
-namespace KX::simulated {
+namespace KX {
 
 /// Milliseconds of virtual time that do not wrap: the tick is their low 32 bits. Negative when the clock was
 /// set back beyond where the program started.
-using Time = std::int64_t;
+using VirtualTime = std::int64_t;
 
 /// What a wait watches besides the clock.
 class Watched {
@@ -35,7 +35,7 @@ struct Participant {
     State state = State::idle;
     bool stopping = false;  ///< its waits return at once from now on
     bool waitEnded = false; ///< its present wait is over, whatever the clock says
-    Time wakeTime = 0;
+    VirtualTime wakeTime = 0;
     Watched* watched = nullptr;
 
     Baton mayRun;     ///< given to the thread
@@ -44,17 +44,17 @@ struct Participant {
 
 /// The clock, and who may run.
 ///
-/// Of the driver and the simulated threads exactly one runs at a time; the others stand in \ref Baton::take.
+/// Of the driver and the simulated threads exactly one runs at a time; the others block in \ref Baton::take.
 /// Never destroyed, because threads and static objects may outlive main().
 class Scheduler {
 public:
     static Scheduler& instance();
 
     unsigned int getTick() const;
-    Time now() const;
+    VirtualTime now() const;
 
     /// The time that a tick means: less than half the range back, otherwise ahead.
-    Time timeOf(unsigned int tick) const;
+    VirtualTime timeOf(unsigned int tick) const;
 
     void setTick(unsigned int tick);
     void advance(unsigned int ms);
@@ -70,11 +70,11 @@ public:
     /// Lets \p self, which has just been launched, run until it waits or ends.
     void runLaunched(Participant& self);
 
-    /// Told by \p self as the last thing it does.
+    /// Called by \p self as its last action.
     void end(Participant& self);
 
     /// Makes the waits of \p self return at once and lets it run until it ends.
-    /// \return false when the caller would wait for itself, directly or by way of who waits for it
+    /// \return false when the caller would wait for itself, directly or by way of another thread
     bool stop(Participant& self);
 
     bool isRunningOrWaiting(const Participant& self) const;
@@ -82,23 +82,23 @@ public:
 
     /// Waits until \p wakeTime, or until \p watched is ready: a simulated thread by handing over, the driver by
     /// moving the clock.
-    /// \return true when the wait is to return although neither has come
-    bool wait(Time wakeTime, Watched& watched);
+    /// \return true when the wait was ended from outside, although neither has come
+    bool wait(VirtualTime wakeTime, Watched& watched);
 
     /// Whether the calling thread's waits return at once because it is being stopped.
     bool isStopping() const;
 
-    /// Counts a call of a wait by a simulated thread; aborts when the clock cannot go on because of them.
+    /// Counts the waits of simulated threads at one tick. Aborts after so many that the clock will not advance.
     void countWait();
 
 private:
-    bool handOver(Participant& self, Time wakeTime, Watched& watched);
-    void stepThrough(Time target, Watched* until);
+    bool handOver(Participant& self, VirtualTime wakeTime, Watched& watched);
+    void stepThrough(VirtualTime target, Watched* until);
     void runWhatIsDue();
     Participant* takeFirstDue();
     Participant* takeFirstBefore(std::uint64_t waitNumber);
-    Time nextEvent() const;
-    void moveTo(Time target);
+    VirtualTime nextEvent() const;
+    void moveTo(VirtualTime target);
     void release(Participant& participant);
 
     using Waits = std::map<std::uint64_t, Participant*>;
@@ -108,7 +108,7 @@ private:
     std::atomic<unsigned int> tick{0}; // low bits of time, for readers without the lock
 
     // guarded by mutex
-    Time time = 0;
+    VirtualTime time = 0;
     Waits waits; // by number, so in the order in which they began
     std::uint64_t nextWaitNumber = 0;
     unsigned int waitsSinceMove = 0;
@@ -124,4 +124,4 @@ unsigned int newThreadId();
 /// Begins anew: the caller gets 1.
 void resetThreadIds();
 
-} // namespace KX::simulated
+} // namespace KX

@@ -1,11 +1,11 @@
 #include "platform/simulated/Scheduler.h"
 
-namespace KX::simulated {
+namespace KX {
 
 namespace {
 
 std::atomic<unsigned int> lastId{0};
-std::atomic<unsigned int> generation{0}; // number of resets: an id from before one counts no more
+std::atomic<unsigned int> generation{0}; // number of resets; an id given before the last one is not valid
 
 thread_local unsigned int ownId = 0;
 thread_local unsigned int ownGeneration = 0;
@@ -34,4 +34,4 @@ void resetThreadIds() {
     currentThreadId();
 }
 
-} // namespace KX::simulated
+} // namespace KX

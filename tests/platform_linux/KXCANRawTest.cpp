@@ -73,7 +73,7 @@ private:
     const int descriptor = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
 };
 
-/// Binds a socket at a path, as another program does; bound sockets leave their file behind.
+/// Binds a socket to a path, as another program does. The file stays when the socket is closed.
 int bindSocket(const std::string& path, int type = SOCK_DGRAM) {
     const int descriptor = socket(AF_UNIX, type | SOCK_CLOEXEC, 0);
     const sockaddr_un address = makeAddress(path);
@@ -91,7 +91,7 @@ int runInChild(const std::function<int()>& function) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-class KXVirtualCANTest : public testing::Test {
+class VirtualCANTest : public testing::Test {
 protected:
     void SetUp() override {
         char name[] = "/tmp/kx_can_XXXXXX";
@@ -118,7 +118,7 @@ protected:
     std::string path;
 };
 
-TEST_F(KXVirtualCANTest, givesAFrameAsItWasSent) {
+TEST_F(VirtualCANTest, givesAFrameAsItWasSent) {
     const auto bus = create();
     ASSERT_NE(bus, nullptr);
     EXPECT_TRUE(bus->isConnected());
@@ -133,7 +133,7 @@ TEST_F(KXVirtualCANTest, givesAFrameAsItWasSent) {
     EXPECT_NE(bus->readFrame(message), 0);
 }
 
-TEST_F(KXVirtualCANTest, tellsTheObserverOfWhatIsDeliveredAndOfNothingElse) {
+TEST_F(VirtualCANTest, tellsTheObserverOfWhatIsDeliveredAndOfNothingElse) {
     class Observer : public KX::KXFrameObserver {
     public:
         void onFrameRead(int bus, const KXCANMessage& message) override {
@@ -159,7 +159,7 @@ TEST_F(KXVirtualCANTest, tellsTheObserverOfWhatIsDeliveredAndOfNothingElse) {
     EXPECT_THAT(observer.seen, ElementsAre(testing::Pair(0, 0x123u), testing::Pair(0, 0x125u)));
 }
 
-TEST_F(KXVirtualCANTest, bytesBeyondTheLengthAreZero) {
+TEST_F(VirtualCANTest, bytesBeyondTheLengthAreZero) {
     const auto bus = create();
     ASSERT_NE(bus, nullptr);
     ASSERT_TRUE(Sender(path).sendFrame(0x123, 3));
@@ -171,7 +171,7 @@ TEST_F(KXVirtualCANTest, bytesBeyondTheLengthAreZero) {
     EXPECT_THAT(message.canData, ElementsAre(1, 2, 3, 0, 0, 0, 0, 0));
 }
 
-TEST_F(KXVirtualCANTest, framesComeInTheOrderOfTheBus) {
+TEST_F(VirtualCANTest, framesComeInTheOrderOfTheBus) {
     const auto bus = create();
     ASSERT_NE(bus, nullptr);
     Sender sender(path);
@@ -185,7 +185,7 @@ TEST_F(KXVirtualCANTest, framesComeInTheOrderOfTheBus) {
     }
 }
 
-TEST_F(KXVirtualCANTest, aFloodComesWholeAndInOrder) {
+TEST_F(VirtualCANTest, aFloodComesWholeAndInOrder) {
     auto bus = create();
     ASSERT_NE(bus, nullptr);
     const unsigned int count = 10000;
@@ -211,12 +211,12 @@ TEST_F(KXVirtualCANTest, aFloodComesWholeAndInOrder) {
     }
     EXPECT_EQ(read, count);
     EXPECT_NE(bus->readFrame(message), 0) << "more came than was sent";
-    // Lets a sender go that waits for room after a failure.
+    // After a failure the sender may still wait for room: let it go on.
     bus.reset();
     flood.join();
 }
 
-TEST_F(KXVirtualCANTest, anEmptyBusLeavesTheMessageUntouched) {
+TEST_F(VirtualCANTest, anEmptyBusLeavesTheMessageUntouched) {
     const auto bus = create();
     ASSERT_NE(bus, nullptr);
     KXCANMessage message;
@@ -231,7 +231,7 @@ TEST_F(KXVirtualCANTest, anEmptyBusLeavesTheMessageUntouched) {
     EXPECT_EQ(message.canAux, 8u);
 }
 
-TEST_F(KXVirtualCANTest, errorAndRemoteFramesArePassedOver) {
+TEST_F(VirtualCANTest, errorAndRemoteFramesArePassedOver) {
     const auto bus = create();
     ASSERT_NE(bus, nullptr);
     Sender sender(path);
@@ -245,7 +245,7 @@ TEST_F(KXVirtualCANTest, errorAndRemoteFramesArePassedOver) {
     EXPECT_NE(bus->readFrame(message), 0);
 }
 
-TEST_F(KXVirtualCANTest, otherDatagramsAreDroppedAndReportedOnce) {
+TEST_F(VirtualCANTest, otherDatagramsAreDroppedAndReportedOnce) {
     const auto bus = create();
     ASSERT_NE(bus, nullptr);
     Sender sender(path);
@@ -265,7 +265,7 @@ TEST_F(KXVirtualCANTest, otherDatagramsAreDroppedAndReportedOnce) {
               "counted\n");
 }
 
-/// Runs this program with one test of it. \return what it wrote
+/// Runs one test of this program in another process. \return what it wrote
 std::string runTestWith(const std::string& environment, const std::string& test) {
     const std::string command = environment + " '" KX_THIS_PROGRAM "' --gtest_filter='" + test + "' 2>&1";
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> pipe(popen(command.c_str(), "r"), pclose);
@@ -275,15 +275,15 @@ std::string runTestWith(const std::string& environment, const std::string& test)
     return output;
 }
 
-TEST_F(KXVirtualCANTest, theNumberOfOtherDatagramsIsToldAtTheEnd) {
-    // The level counts from the start of a program.
-    const std::string test = "KXVirtualCANTest.otherDatagramsAreDroppedAndReportedOnce";
+TEST_F(VirtualCANTest, theNumberOfOtherDatagramsIsToldAtTheEnd) {
+    // A program reads the levels when it starts.
+    const std::string test = "VirtualCANTest.otherDatagramsAreDroppedAndReportedOnce";
     EXPECT_THAT(runTestWith("KX_DEBUG=kx_can_raw=2", test),
                 HasSubstr("[kx_can_raw:2] bus 0: 5 datagrams were no CAN frames\n"));
     EXPECT_THAT(runTestWith("KX_DEBUG=kx_can_raw=1", test), Not(HasSubstr("datagrams")));
 }
 
-TEST_F(KXVirtualCANTest, hasOneSettingOnly) {
+TEST_F(VirtualCANTest, hasOneSettingOnly) {
     const auto bus = create();
     ASSERT_NE(bus, nullptr);
     EXPECT_EQ(bus->configure(0), 0);
@@ -291,7 +291,7 @@ TEST_F(KXVirtualCANTest, hasOneSettingOnly) {
     EXPECT_EQ(bus->configure(255), 24);
 }
 
-TEST_F(KXVirtualCANTest, itsSocketIsForTheOwnerOnlyWhateverTheMask) {
+TEST_F(VirtualCANTest, itsSocketIsForTheOwnerOnlyWhateverTheMask) {
     const mode_t before = umask(0);
     const auto bus = create();
     umask(before);
@@ -302,7 +302,7 @@ TEST_F(KXVirtualCANTest, itsSocketIsForTheOwnerOnlyWhateverTheMask) {
     EXPECT_EQ(status.st_mode & 07777, 0600u);
 }
 
-TEST_F(KXVirtualCANTest, aSocketThatIsLeftOverIsReplaced) {
+TEST_F(VirtualCANTest, aSocketThatIsLeftOverIsReplaced) {
     for (const int type : {SOCK_DGRAM, SOCK_STREAM}) {
         close(bindSocket(path, type));
         const auto bus = create();
@@ -313,7 +313,7 @@ TEST_F(KXVirtualCANTest, aSocketThatIsLeftOverIsReplaced) {
     }
 }
 
-TEST_F(KXVirtualCANTest, aSocketOfTheSameProcessIsReplacedAndOutlivesTheFormer) {
+TEST_F(VirtualCANTest, aSocketOfTheSameProcessIsReplacedAndOutlivesTheFormer) {
     auto first = create();
     const auto second = create();
     ASSERT_NE(first, nullptr);
@@ -324,7 +324,7 @@ TEST_F(KXVirtualCANTest, aSocketOfTheSameProcessIsReplacedAndOutlivesTheFormer) 
     EXPECT_EQ(second->readFrame(message), 0);
 }
 
-TEST_F(KXVirtualCANTest, aSocketOfAnotherProcessIsRefusedAndLeftAlone) {
+TEST_F(VirtualCANTest, aSocketOfAnotherProcessIsRefusedAndLeftAlone) {
     const auto bus = create();
     ASSERT_NE(bus, nullptr);
     EXPECT_EQ(runInChild([] { return KXCANRaw::create(0, 0, 0) == nullptr ? 0 : 1; }), 0);
@@ -333,7 +333,7 @@ TEST_F(KXVirtualCANTest, aSocketOfAnotherProcessIsRefusedAndLeftAlone) {
     EXPECT_EQ(bus->readFrame(message), 0);
 }
 
-TEST_F(KXVirtualCANTest, aPathThatIsNoSocketIsRefusedAndLeftAlone) {
+TEST_F(VirtualCANTest, aPathThatIsNoSocketIsRefusedAndLeftAlone) {
     close(open(path.c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600));
     testing::internal::CaptureStderr();
     EXPECT_EQ(create(), nullptr);
@@ -342,7 +342,7 @@ TEST_F(KXVirtualCANTest, aPathThatIsNoSocketIsRefusedAndLeftAlone) {
     EXPECT_TRUE(std::filesystem::is_regular_file(path));
 }
 
-TEST_F(KXVirtualCANTest, aPathThatCannotBeIsRefused) {
+TEST_F(VirtualCANTest, aPathThatCannotBeIsRefused) {
     const std::string tooLong = folder + "/" + std::string(sizeof(sockaddr_un::sun_path) - folder.size() - 1, 'x');
     for (const std::string& impossible : {std::string(), tooLong, folder + "/missing/bus"}) {
         setBus("unix:" + impossible);
@@ -353,7 +353,7 @@ TEST_F(KXVirtualCANTest, aPathThatCannotBeIsRefused) {
     EXPECT_NE(create(), nullptr) << justRight;
 }
 
-TEST_F(KXVirtualCANTest, takesItsSocketAndItsDescriptorAway) {
+TEST_F(VirtualCANTest, takesItsSocketAndItsDescriptorAway) {
     const int before = countOpenDescriptors();
     create().reset();
     EXPECT_FALSE(std::filesystem::exists(path));
@@ -364,7 +364,7 @@ TEST_F(KXVirtualCANTest, takesItsSocketAndItsDescriptorAway) {
     EXPECT_EQ(countOpenDescriptors(), before);
 }
 
-TEST_F(KXVirtualCANTest, reconnectBindsAnew) {
+TEST_F(VirtualCANTest, reconnectBindsAnew) {
     const auto bus = create();
     ASSERT_NE(bus, nullptr);
     std::filesystem::remove(path);
@@ -374,7 +374,7 @@ TEST_F(KXVirtualCANTest, reconnectBindsAnew) {
     EXPECT_EQ(bus->readFrame(message), 0);
 }
 
-TEST_F(KXVirtualCANTest, reconnectFailsWhileThePathIsTakenAndWorksLater) {
+TEST_F(VirtualCANTest, reconnectFailsWhileThePathIsTakenAndWorksLater) {
     const auto bus = create();
     ASSERT_NE(bus, nullptr);
     std::filesystem::remove(path);
@@ -389,7 +389,7 @@ TEST_F(KXVirtualCANTest, reconnectFailsWhileThePathIsTakenAndWorksLater) {
     EXPECT_TRUE(bus->isConnected());
 }
 
-TEST_F(KXVirtualCANTest, isReadThroughAnEndPointManager) {
+TEST_F(VirtualCANTest, isReadThroughAnEndPointManager) {
     class Reader : public RecordingHandler {
         void onEndPointReadable(KX::KXEndPoint* endPoint, KX::KXEndPointManager*) override {
             EXPECT_EQ(static_cast<KXCANRaw*>(endPoint)->readFrame(message), 0);
@@ -409,7 +409,7 @@ TEST_F(KXVirtualCANTest, isReadThroughAnEndPointManager) {
     EXPECT_EQ(manager.removeEndPoint(bus.get()), 0);
 }
 
-TEST_F(KXVirtualCANTest, everyBusHasAVariableOfItsOwn) {
+TEST_F(VirtualCANTest, everyBusHasAVariableOfItsOwn) {
     setenv("KX_CAN_BUS_3", ("unix:" + folder + "/three").c_str(), 1);
     const auto bus = create(3);
     unsetenv("KX_CAN_BUS_3");

@@ -8,7 +8,7 @@ namespace {
 
 class KXDebugCost : public testing::Test {
 protected:
-    /// A long one, so that building it would need memory.
+    /// Prints a long message, which takes memory to build.
     static void print(int level) {
         KX::KXDebug::debugPrintError(level, key, "%2000d", 1);
     }
@@ -36,7 +36,7 @@ TEST_F(KXDebugCost, aLongMessageThatIsOnIsCountedByTheSameMeans) {
     EXPECT_GT(after, before) << "the replaced allocator does not see the library's allocations";
 }
 
-/// A format that writes through its argument tells whether it was looked at.
+/// \c %n writes when the format is used.
 TEST_F(KXDebugCost, aMessageThatIsOffIsNotFormatted) {
     int written = -1;
     KX::KXDebug::debugPrintError(4, key, "12345%n", &written);

@@ -27,7 +27,7 @@ std::vector<std::string> say(const char* setting, const std::string& section, in
     return run(setting, {"say", section, std::to_string(level), text}).lines;
 }
 
-/// The highest level of a section that is shown; -1 when that is no clean cut.
+/// The highest level that a section shows; -1 when it does not show a lower one.
 int getShownLevel(const char* setting, const std::string& section) {
     int shown = 0;
     for (int level = 1; level <= 4; ++level) {
@@ -39,21 +39,21 @@ int getShownLevel(const char* setting, const std::string& section) {
     return shown;
 }
 
-TEST(KXDebugSections, theSameNameHasTheSameKey) {
+TEST(DebugSections, theSameNameHasTheSameKey) {
     const unsigned int key = KX::KXDebug::insertNewDebugSection("one");
     EXPECT_EQ(KX::KXDebug::insertNewDebugSection("one"), key);
     EXPECT_NE(KX::KXDebug::insertNewDebugSection("two"), key);
     EXPECT_EQ(KX::KXDebug::insertNewDebugSection("one"), key);
 }
 
-TEST(KXDebugSections, manySectionsHaveKeysOfTheirOwn) {
+TEST(DebugSections, manySectionsHaveKeysOfTheirOwn) {
     std::map<unsigned int, int> keys;
     for (int i = 0; i < 1000; ++i)
         keys[KX::KXDebug::insertNewDebugSection("section " + std::to_string(i))] = i;
     EXPECT_EQ(keys.size(), 1000u);
 }
 
-TEST(KXDebugSections, threadsMayRegisterAndPrintAtTheSameTime) {
+TEST(DebugSections, threadsMayRegisterAndPrintAtTheSameTime) {
     std::vector<std::thread> threads;
     std::vector<std::vector<unsigned int>> keys(4);
     for (auto& keysOfThread : keys) {
@@ -71,23 +71,23 @@ TEST(KXDebugSections, threadsMayRegisterAndPrintAtTheSameTime) {
         EXPECT_EQ(keysOfThread, keys[0]);
 }
 
-TEST(KXDebugLevels, onlyErrorsAreShownByDefault) {
+TEST(DebugLevels, onlyErrorsAreShownByDefault) {
     EXPECT_EQ(getShownLevel(nullptr, "kx_event_queue"), 1);
     EXPECT_EQ(getShownLevel("", "kx_event_queue"), 1);
 }
 
-TEST(KXDebugLevels, aSectionHasTheLevelThatIsSet) {
+TEST(DebugLevels, aSectionHasTheLevelThatIsSet) {
     for (int level = 0; level <= 4; ++level)
         EXPECT_EQ(getShownLevel(("kx_event_queue=" + std::to_string(level)).c_str(), "kx_event_queue"), level);
     EXPECT_EQ(getShownLevel("kx_event_queue=4", "kx_encoder_dynamic"), 1);
 }
 
-TEST(KXDebugLevels, theStarIsForAllOthers) {
+TEST(DebugLevels, theStarIsForAllOthers) {
     EXPECT_EQ(getShownLevel("*=3", "kx_event_queue"), 3);
     EXPECT_EQ(getShownLevel("*=0", "kx_event_queue"), 0);
 }
 
-TEST(KXDebugLevels, aNameBeatsTheStarInAnyOrder) {
+TEST(DebugLevels, aNameBeatsTheStarInAnyOrder) {
     EXPECT_EQ(getShownLevel("kx_event_queue=4,*=2", "kx_event_queue"), 4);
     EXPECT_EQ(getShownLevel("*=2,kx_event_queue=4", "kx_event_queue"), 4);
     EXPECT_EQ(getShownLevel("*=4,kx_event_queue=1", "kx_event_queue"), 1);
@@ -95,15 +95,15 @@ TEST(KXDebugLevels, aNameBeatsTheStarInAnyOrder) {
     EXPECT_EQ(getShownLevel("kx_event_queue=4,*=2", "kx_encoder_dynamic"), 2);
 }
 
-TEST(KXDebugLevels, blanksAndEmptyEntriesMeanNothing) {
+TEST(DebugLevels, blanksAndEmptyEntriesMeanNothing) {
     EXPECT_THAT(say(" kx_event_queue = 2 , ,*=0,", "kx_event_queue", 2), ElementsAre("[kx_event_queue:2] text"));
 }
 
-TEST(KXDebugLevels, ofTwoEntriesForOneNameTheLaterCounts) {
+TEST(DebugLevels, ofTwoEntriesForOneNameTheLaterCounts) {
     EXPECT_EQ(getShownLevel("a=4,a=2", "a"), 2);
 }
 
-TEST(KXDebugLevels, whatMeansNothingIsSaidInOneLineAndTheRestApplies) {
+TEST(DebugLevels, whatMeansNothingIsSaidInOneLineAndTheRestApplies) {
     const struct {
         const char* entry;
         const char* reason;
@@ -126,7 +126,7 @@ TEST(KXDebugLevels, whatMeansNothingIsSaidInOneLineAndTheRestApplies) {
     }
 }
 
-TEST(KXDebugLevels, aMistakeWithALineEndInItIsStillOneLine) {
+TEST(DebugLevels, aMistakeWithALineEndInItIsStillOneLine) {
     EXPECT_THAT(say("two\nlines", "a", 4), ElementsAre(HasSubstr("\"two?lines\" is ignored")));
 }
 

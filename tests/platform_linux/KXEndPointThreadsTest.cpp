@@ -82,14 +82,14 @@ TEST_F(KXEndPointThreadsTest, othersAreAddedAndRemovedWhileAHandlerRuns) {
     ASSERT_EQ(manager.addEndPoint(&endPoint, &handler), 0);
     endPoint.peerSends("x");
     ASSERT_TRUE(waitUntil([&] { return handler.readable == 1; }));
-    // No lock is held over a handler: these two return although it does not.
+    // No lock is held while a handler runs: these two return although it does not.
     EXPECT_EQ(manager.addEndPoint(&other, &handler), 0);
     EXPECT_EQ(manager.removeEndPoint(&other), 0);
     mayEnd = true;
     EXPECT_EQ(manager.removeEndPoint(&endPoint), 0);
 }
 
-/// Notes a call that comes when its end point is no longer registered.
+/// Counts calls for an end point that is not registered any more.
 class LifeWatcher : public RecordingHandler {
 public:
     std::atomic<bool> registered{false};

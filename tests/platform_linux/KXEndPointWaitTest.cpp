@@ -11,14 +11,14 @@
 
 namespace {
 
-/// The clock of this program stands that far from the real one.
+/// Difference of the clock of this program from the real one.
 std::atomic<unsigned int> clockOffset{0};
 std::atomic<bool> clockStands{false};
 std::atomic<int> sleeps{0};
 
 } // namespace
 
-// The library calls these instead of its own clock and of the system.
+// Replace the clock of the library and a function of the system.
 
 unsigned int KX::KXTick::getTickCount() {
     return clockStands ? clockOffset.load() : static_cast<unsigned int>(getSteadyMs()) + clockOffset;

@@ -70,7 +70,7 @@ TEST(KXMutex, refusesTheThreadThatHoldsItAndStaysHeld) {
     mutex->unlock();
 }
 
-/// As the scheduler sees it now: negative for a real-time priority, which the mutex may have passed on.
+/// The present priority of a thread in the scheduler; negative for a real-time priority, inherited ones included.
 int getPriority(unsigned int threadId) {
     std::ifstream stat("/proc/self/task/" + std::to_string(threadId) + "/stat");
     std::string text;

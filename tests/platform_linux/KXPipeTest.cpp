@@ -17,7 +17,7 @@ namespace {
 
 const int recordSize = 136;
 
-/// A record that says who wrote it and when, in every place, so that one torn in two is seen.
+/// A record that holds its writer and number in every place, so that a torn one is noticed.
 struct Record {
     std::array<int, recordSize / sizeof(int)> fields{};
 

@@ -1,10 +1,13 @@
 #include "platform/KXThread.h"
 
+#include "support/ResourceLimit.h"
 #include "support/Waiting.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cerrno>
 #include <climits>
 #include <fstream>
 #include <memory>
@@ -17,6 +20,12 @@
 
 namespace {
 
+using testing::IsEmpty;
+using testing::StartsWith;
+
+/// Each thread has its own, on its stack: more than the smallest stack can hold.
+thread_local volatile char largeData[128 * 1024];
+
 std::string readThreadName(unsigned int id) {
     std::ifstream file("/proc/self/task/" + std::to_string(id) + "/comm");
     std::string name;
@@ -24,7 +33,7 @@ std::string readThreadName(unsigned int id) {
     return name;
 }
 
-/// What a thread tells of itself, and what lets it go on.
+/// What a thread reports about itself, and the flag that lets it end.
 struct Report {
     std::atomic<bool> entered{false};
     std::atomic<bool> mayEnd{false};
@@ -49,7 +58,7 @@ void describeThisThread(Report& report) {
     report.priority = parameter.sched_priority;
 }
 
-/// Forks once the calling thread has been told its number. The child's child must be told its own, too.
+/// Forks after the calling thread has asked for its number, which is cached then. The child forks again.
 /// \return 0 when both were right, another number when one was not or there was no child
 int numberDiffersInChild(int generations = 2) {
     KX::KXThread::getCurrentThreadID();
@@ -89,6 +98,19 @@ protected:
     }
 
     Report report;
+};
+
+/// What the debug service prints about a thread that cannot be started.
+class KXThreadDiagnosticsTest : public KXThreadTest {
+protected:
+    /// \param expectedStatus  what start is to return
+    /// \return what was written to standard error
+    static std::string startAndListen(KX::KXThread& thread, int priority, unsigned int stackSize,
+                                      int expectedStatus) {
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(thread.start(priority, stackSize), expectedStatus);
+        return testing::internal::GetCapturedStderr();
+    }
 };
 
 TEST_F(KXThreadTest, runsTheEntryFunctionInAThreadOfTheGivenName) {
@@ -212,12 +234,12 @@ TEST_F(KXThreadTest, anEntryFunctionSetLaterDoesNotReachTheRunningThread) {
 }
 
 TEST_F(KXThreadTest, hasTheStackThatWasAskedFor) {
-    // More than any thread has by default, so that no stack of an ended one suits and is used again.
+    // More than the default, so that no stack of an ended thread is used again.
     const unsigned int stackSize = 24 * 1024 * 1024;
     const auto thread = makeThread(reportAndEnd);
     ASSERT_EQ(thread->start(0, stackSize), 0);
     ASSERT_EQ(thread->stopAndWait(), 0);
-    // The system may take its guard pages away.
+    // The system may take its guard pages from the stack.
     EXPECT_GE(report.stackSize + 65536, stackSize);
 }
 
@@ -244,6 +266,82 @@ TEST_F(KXThreadTest, runsWithTheRealTimePriorityThatWasAskedFor) {
     ASSERT_EQ(thread->stopAndWait(), 0);
     EXPECT_EQ(report.policy, SCHED_FIFO);
     EXPECT_EQ(report.priority, 7);
+}
+
+TEST_F(KXThreadDiagnosticsTest, aThreadThatStartsIsNotMentioned) {
+    const auto thread = makeThread(reportAndEnd);
+    EXPECT_THAT(startAndListen(*thread, 0, 0, 0), IsEmpty());
+}
+
+TEST_F(KXThreadDiagnosticsTest, aMissingEntryFunctionIsTold) {
+    const std::unique_ptr<KX::KXThread> thread(KX::KXThread::create("idle"));
+    EXPECT_EQ(startAndListen(*thread, 0, 0, 20),
+              "[kx_thread:1] thread \"idle\" is not started: it has no entry function\n");
+}
+
+TEST_F(KXThreadDiagnosticsTest, aSecondStartIsTold) {
+    const auto thread = makeThread(reportAndWait);
+    ASSERT_EQ(thread->start(0, 0), 0);
+    EXPECT_EQ(startAndListen(*thread, 0, 0, 20),
+              "[kx_thread:1] thread \"inputEventMgr\" is not started: it runs already\n");
+    report.mayEnd = true;
+}
+
+TEST_F(KXThreadDiagnosticsTest, aPriorityOutsideTheSystemsRangeIsTold) {
+    const auto thread = makeThread(reportAndEnd);
+    EXPECT_EQ(startAndListen(*thread, 100, 0, 24), "[kx_thread:1] thread \"inputEventMgr\" is not started: "
+                                                   "real-time priority 100 is not in the range of 1 to 99\n");
+    EXPECT_EQ(startAndListen(*thread, -1, 0, 24), "[kx_thread:1] thread \"inputEventMgr\" is not started: "
+                                                  "real-time priority -1 is not in the range of 1 to 99\n");
+}
+
+TEST_F(KXThreadDiagnosticsTest, aStackBelowTheSystemsLeastIsTold) {
+    const auto thread = makeThread(reportAndEnd);
+    const auto least = static_cast<unsigned int>(PTHREAD_STACK_MIN);
+    EXPECT_EQ(startAndListen(*thread, 0, least - 1, 24),
+              "[kx_thread:1] thread \"inputEventMgr\" is not started: a stack of " + std::to_string(least - 1) +
+                  " bytes is too small, the system's least is " + std::to_string(least) + "\n");
+}
+
+TEST_F(KXThreadDiagnosticsTest, aStackThatDoesNotHoldTheDataOfEveryThreadIsTold) {
+    largeData[0] = 1;
+    const auto thread = makeThread(reportAndEnd);
+    const auto least = static_cast<unsigned int>(PTHREAD_STACK_MIN);
+    testing::internal::CaptureStderr();
+    const int status = thread->start(0, least);
+    const std::string told = testing::internal::GetCapturedStderr();
+    if (status == 0)
+        GTEST_SKIP() << "something, a sanitizer say, makes small stacks larger";
+    EXPECT_EQ(status, 24);
+    EXPECT_EQ(told, "[kx_thread:1] thread \"inputEventMgr\" is not started: a stack of " + std::to_string(least) +
+                        " bytes is too small for the data that each thread of this program has\n");
+}
+
+TEST_F(KXThreadDiagnosticsTest, aRealTimePriorityThatIsNotAllowedIsTold) {
+    const auto thread = makeThread(reportAndEnd);
+    const NoRealTimePriority limit;
+    EXPECT_EQ(startAndListen(*thread, 5, 0, 20), "[kx_thread:1] thread \"inputEventMgr\" is not started: "
+                                                 "real-time priority 5 is not allowed: Operation not permitted\n");
+}
+
+TEST_F(KXThreadDiagnosticsTest, aLackOfMemoryForTheStackIsTold) {
+    const auto thread = makeThread(reportAndEnd);
+    const NoMoreAddressSpace limit;
+    EXPECT_EQ(startAndListen(*thread, 0, 0xE0000000u, 20),
+              "[kx_thread:1] thread \"inputEventMgr\" is not started: no thread with a stack of 3758096384 bytes: "
+              "Resource temporarily unavailable\n");
+}
+
+TEST_F(KXThreadDiagnosticsTest, aLongNameIsToldAsTheSystemHasIt) {
+    const std::unique_ptr<KX::KXThread> thread(KX::KXThread::create("0123456789abcdefgh"));
+    EXPECT_THAT(startAndListen(*thread, 0, 0, 20), StartsWith("[kx_thread:1] thread \"0123456789abcde\" is not"));
+}
+
+TEST_F(KXThreadDiagnosticsTest, errnoIsLeftAlone) {
+    const auto thread = makeThread(reportAndEnd);
+    errno = ENOENT;
+    startAndListen(*thread, 100, 0, 24);
+    EXPECT_EQ(errno, ENOENT);
 }
 
 } // namespace

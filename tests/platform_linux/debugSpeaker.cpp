@@ -1,4 +1,4 @@
-// A program of a user of the debug service: says what its arguments tell it to, for the tests to listen.
+// A user of the debug service: prints what its arguments say, for the tests to read.
 //
 //     say SECTION LEVEL TEXT          one message, as given
 //     length SECTION LEVEL COUNT      one message of COUNT letters

@@ -206,7 +206,6 @@ TEST_F(CANBus, DownDisconnectsAndUpAloneDoesNotReconnect) {
     EXPECT_EQ(bus->getReadEndPointID(), -1);
     EXPECT_EQ(bus->reconnect(), 20);
     EXPECT_THAT(readAll(bus.get()), IsEmpty()) << "lost with the connection";
-    EXPECT_EQ(KXCANRaw::create(0, 0, 0), nullptr);
     KXSimulation::scheduleCANFrame(0, 0, frame(2));
     KXSimulation::setCANBusDown(0, false);
     EXPECT_FALSE(bus->isConnected());
@@ -242,6 +241,63 @@ TEST_F(CANBus, ManagerReportsDownOnceAndUpAfterTheNextRetry) {
     KXSimulation::scheduleCANFrame(0, 3020, frame(5));
     KXSimulation::advance(10);
     EXPECT_THAT(trace, ElementsAre("can readable@3020", "frame 5@3020", "w!1@3020"));
+}
+
+TEST_F(CANBus, OneThatIsDownIsGivenClosedUntilItsReconnectSucceeds) {
+    KXSimulation::setCANBusDown(0, true);
+    const Point bus = open(0);
+    ASSERT_NE(bus, nullptr);
+    EXPECT_FALSE(bus->isConnected());
+    EXPECT_EQ(bus->getReadEndPointID(), -1);
+    EXPECT_EQ(bus->reconnect(), 20);
+    EXPECT_EQ(KXSimulation::getLivingObjects(), 1u);
+    KXSimulation::scheduleCANFrame(0, 0, frame(1));
+    KXSimulation::setCANBusDown(0, false);
+    EXPECT_FALSE(bus->isConnected()) << "up alone does not reconnect";
+    EXPECT_EQ(bus->reconnect(), 0);
+    EXPECT_TRUE(bus->isConnected());
+    KXSimulation::scheduleCANFrame(0, 0, frame(2));
+    EXPECT_THAT(readAll(bus.get()), ElementsAre(2u));
+}
+
+TEST_F(CANBus, OneThatDoesNotExistIsNullAlsoWhenItIsDown) {
+    KXSimulation::setCANBusDown(0, true);
+    KXSimulation::refuseCANBuses(1);
+    EXPECT_EQ(open(0), nullptr);
+    EXPECT_NE(open(0), nullptr);
+}
+
+TEST_F(CANBus, ManagerReportsOneThatIsDownWhenAddedAndItsReturn) {
+    // A test of this name shows the same calls on the Linux platform.
+    KXSimulation::setCANBusDown(0, true);
+    const Point bus = open(0);
+    ASSERT_NE(bus, nullptr);
+    KXEndPointManager manager;
+    EXPECT_EQ(manager.addEndPoint(bus.get(), &handler), 0);
+    EXPECT_THAT(trace, IsEmpty()) << "told by a wait only";
+    EXPECT_EQ(manager.waitForEndPoints(KXTick::getTickCount() + 5000, 0), 1);
+    EXPECT_EQ(manager.waitForEndPoints(KXTick::getTickCount() + 1500, 0), 0);
+    KXSimulation::setCANBusDown(0, false);
+    EXPECT_EQ(manager.waitForEndPoints(KXTick::getTickCount() + 5000, 0), 1);
+    KXSimulation::scheduleCANFrame(0, KXTick::getTickCount(), frame(1));
+    EXPECT_EQ(manager.waitForEndPoints(KXTick::getTickCount() + 5000, 0), 1);
+    EXPECT_THAT(trace, ElementsAre("can lost@0", "can back@2000", "can readable@2000", "frame 1@2000"));
+    EXPECT_EQ(manager.removeEndPoint(bus.get()), 0);
+}
+
+TEST_F(CANBus, RetryOfOneThatWasDownWhenAddedComesASecondAfterTheReport) {
+    KXSimulation::setCANBusDown(0, true);
+    const Point bus = open(0);
+    ASSERT_NE(bus, nullptr);
+    Worker worker("w", trace, 100000);
+    KXSimulation::advance(10);
+    worker.getManager().addEndPoint(bus.get(), &handler);
+    KXSimulation::advance(0);
+    KXSimulation::setCANBusDown(0, false);
+    KXSimulation::advance(999);
+    EXPECT_THAT(trace, ElementsAre("can lost@10", "w!1@10"));
+    KXSimulation::advance(1);
+    EXPECT_THAT(trace, ElementsAre("can lost@10", "w!1@10", "can back@1010", "w!1@1010"));
 }
 
 TEST_F(CANBus, SameScriptTwiceGivesTheSameTrace) {

@@ -8,6 +8,7 @@
 #include "platform/KXString.h"
 
 #include <algorithm>
+#include <atomic>
 #include <climits>
 #include <thread>
 
@@ -169,6 +170,59 @@ TEST_F(Services, MutexKeepsThreadsApart) {
     first.join();
     second.join();
     EXPECT_EQ(counter, 2000);
+}
+
+TEST_F(Services, MutexRefusesAndReportsTheThreadThatHoldsIt) {
+    const std::unique_ptr<KXMutex> mutex(KXMutex::create());
+    ASSERT_TRUE(mutex->lock());
+    EXPECT_THAT(KXSimulation::takeDebugMessages(), IsEmpty());
+    EXPECT_FALSE(mutex->lock());
+    {
+        const KXAutoLock lock(mutex.get()); // fails too and so must not unlock
+    }
+    const auto messages = KXSimulation::takeDebugMessages();
+    ASSERT_EQ(messages.size(), 2u);
+    EXPECT_EQ(messages[0].level, 1);
+    EXPECT_EQ(messages[0].section, "kx_mutex");
+    EXPECT_EQ(messages[0].text, doubleLockReport);
+    EXPECT_EQ(messages[1].text, doubleLockReport);
+
+    bool isHeldByOther = false;
+    std::atomic<bool> tries{false};
+    std::thread other([&] {
+        tries = true;
+        isHeldByOther = mutex->lock();
+        if (isHeldByOther)
+            mutex->unlock();
+    });
+    while (!tries)
+        std::this_thread::yield();
+    mutex->unlock();
+    other.join();
+    EXPECT_TRUE(isHeldByOther) << "another thread may wait for it";
+    EXPECT_TRUE(mutex->lock()) << "it is free again for the first thread";
+    mutex->unlock();
+    EXPECT_THAT(KXSimulation::takeDebugMessages(), IsEmpty());
+}
+
+TEST_F(Services, MutexesOfTheSameThreadAreToldApart) {
+    const std::unique_ptr<KXMutex> first(KXMutex::create());
+    const std::unique_ptr<KXMutex> second(KXMutex::create());
+    const KXAutoLock lock(first.get());
+    EXPECT_TRUE(second->lock());
+    second->unlock();
+    EXPECT_THAT(KXSimulation::takeDebugMessages(), IsEmpty());
+}
+
+TEST_F(Services, MutexFaultIsNotUsedUpByTheThreadThatHoldsIt) {
+    const std::unique_ptr<KXMutex> mutex(KXMutex::create());
+    ASSERT_TRUE(mutex->lock());
+    KXSimulation::failMutexLocks(1);
+    EXPECT_FALSE(mutex->lock());
+    mutex->unlock();
+    EXPECT_FALSE(mutex->lock());
+    EXPECT_TRUE(mutex->lock());
+    mutex->unlock();
 }
 
 TEST_F(Services, AutoLockOnNothingDoesNothing) {

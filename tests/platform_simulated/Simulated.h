@@ -17,7 +17,7 @@
 
 namespace KX::test {
 
-/// Begins and ends each test with nothing alive.
+/// Each test begins and ends without platform objects.
 class Simulated : public testing::Test {
 protected:
     void SetUp() override {
@@ -29,7 +29,11 @@ protected:
     }
 };
 
-/// What happened, one line each. Needs no lock: of the driver and the simulated threads one runs at a time.
+/// What the debug record says of a thread that locks a mutex twice.
+constexpr char doubleLockReport[] =
+    "a thread locks a mutex that it holds already; an after-post hook must not hand input in";
+
+/// What happened, one line each. Needs no lock: the driver and the simulated threads run one at a time.
 using Trace = std::vector<std::string>;
 
 inline std::string atTick(const std::string& what) {
@@ -99,7 +103,7 @@ private:
     Script script; // last: its thread uses all of the above
 };
 
-/// Notes what it is told, and reads when told to.
+/// Records each call, and reads by the function that it is given.
 class TracingHandler : public KXEndPointHandler {
 public:
     TracingHandler(const std::string& handlerName, Trace& handlerTrace,
@@ -151,7 +155,7 @@ public:
     int reconnects = 0;
 };
 
-/// The usual thing to do on one of those: it can be read no more.
+/// Reads an \ref OwnEndPoint: it is not readable any more.
 inline void readOwn(KXEndPoint* endPoint) {
     KXSimulation::setReadable(endPoint, false);
 }

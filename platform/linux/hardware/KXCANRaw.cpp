@@ -1,8 +1,8 @@
 #include "platform/KXCANRaw.h"
 
 #include "platform/KXDebug.h"
-#include "platform/linux/hardware/KXSocketCAN.h"
-#include "platform/linux/hardware/KXVirtualCAN.h"
+#include "platform/linux/hardware/CANInterface.h"
+#include "platform/linux/hardware/VirtualCAN.h"
 
 #include <cstdlib>
 #include <memory>
@@ -11,25 +11,25 @@ namespace KX {
 
 namespace {
 
-/// What the system calls the bus: an interface, or "unix:" and the path of a virtual bus.
+/// Name of a bus in the system: that of an interface, or "unix:" and the path of a virtual bus.
 std::string getBusName(int bus) {
     const std::string number = std::to_string(bus);
     const char* const name = std::getenv(("KX_CAN_BUS_" + number).c_str());
-    return name != nullptr && *name != '\0' ? name : "can" + number;
+    return name && *name != '\0' ? name : "can" + number;
 }
 
-std::unique_ptr<KXCANSocket> makeSocket(int bus, int bitRate, int receiveBuffer) {
+std::unique_ptr<CANSocket> makeSocket(int bus, int bitRate, int receiveBuffer) {
     const std::string virtualBus = "unix:";
     const std::string name = getBusName(bus);
     if (name.compare(0, virtualBus.size(), virtualBus) == 0)
-        return std::make_unique<KXVirtualCAN>(bus, name.substr(virtualBus.size()));
+        return std::make_unique<VirtualCAN>(bus, name.substr(virtualBus.size()));
     if (bitRate != 0) {
-        // Only an administrator may, and only while the bus is down. The system's own setting stays in force.
+        // Only an administrator may set it, and only while the bus is down. The system's setting stays in force.
         KXDebug::debugPrintError(1, getCANDebugKey(),
                                  "bus %d: the bit rate of %s is set up by the system, not to %d", bus,
                                  name.c_str(), bitRate);
     }
-    return std::make_unique<KXSocketCAN>(bus, name, receiveBuffer);
+    return std::make_unique<CANInterface>(bus, name, receiveBuffer);
 }
 
 } // namespace
@@ -40,10 +40,10 @@ KXCANRaw* KXCANRaw::create(int bus, int bitRate, int receiveBuffer) {
                                  bus, bitRate, receiveBuffer);
         return nullptr;
     }
-    std::unique_ptr<KXCANSocket> socket = makeSocket(bus, bitRate, receiveBuffer);
-    // One that is down only is handed out closed: an end-point manager goes on to try it, and a terminal that
-    // starts before its bus does not lose its keypad.
-    return socket->open(1) == KXCANSocket::Opening::refused ? nullptr : socket.release();
+    std::unique_ptr<CANSocket> socket = makeSocket(bus, bitRate, receiveBuffer);
+    // A bus that is down gives a closed end point, which an end-point manager retries: the terminal may start
+    // before the bus.
+    return socket->open(1) == CANSocket::Opening::refused ? nullptr : socket.release();
 }
 
 KXCANRaw::KXCANRaw() = default;

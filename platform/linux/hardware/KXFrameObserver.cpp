@@ -1,6 +1,6 @@
 #include "platform/linux/hardware/KXFrameObserver.h"
 
-#include "platform/linux/hardware/KXCANSocket.h"
+#include "platform/linux/hardware/CANSocket.h"
 
 #include <atomic>
 

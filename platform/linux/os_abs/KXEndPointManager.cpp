@@ -2,8 +2,9 @@
 
 #include "platform/KXEndPoint.h"
 #include "platform/KXEndPointHandler.h"
+#include "platform/KXStatus.h"
 #include "platform/KXTick.h"
-#include "platform/linux/os_abs/KXEndPointTable.h"
+#include "platform/linux/os_abs/EndPointTable.h"
 #include "platform/linux/os_abs/KXWaitTicks.h"
 
 #include <algorithm>
@@ -21,22 +22,19 @@ namespace KX {
 
 namespace {
 
-const int statusRefused = 20;
-const int statusOutOfRange = 24;
+constexpr int retryIntervalMs = 1000;
 
-const int retryIntervalMs = 1000;
+/// A descriptor that its owner closes leaves the epoll set without an event, so a long wait checks this often.
+constexpr int checkIntervalMs = 1000;
 
-/// A descriptor that its owner closes vanishes from the epoll set without an event, so a long wait looks again
-/// that often.
-const int checkIntervalMs = 1000;
-
-/// How far \p tick lies ahead of \p now; not positive when it has come. Right across the wrap of the clock.
+/// Milliseconds from \p now to \p tick; zero or negative when the tick has come. Right across the wrap of the
+/// clock.
 int getTimeUntil(unsigned int tick, unsigned int now) {
     return static_cast<int>(tick - now);
 }
 
-/// When a wait is to end: when its tick has come, or when the time until then has really passed. A program may
-/// bring a tick of its own, which stands still while its tests look; a thread that waits must end all the same.
+/// The end of a wait: its tick, or the same time by the system's clock, whichever comes first. A program may
+/// replace \ref KXTick by a clock that its tests stop, and a wait must end even then.
 class TimeLimit {
 public:
     explicit TimeLimit(unsigned int limitingTick)
@@ -67,26 +65,27 @@ bool hasBytes(int descriptor) {
     return ioctl(descriptor, FIONREAD, &bytes) == 0 && bytes > 0;
 }
 
-/// Whether what epoll or poll tells of a descriptor means that nothing will come from it any more. A peer that
-/// has gone may have left bytes behind: those are to be read first. End of file is "readable" for ever, so
-/// without this a handler would be called in a busy loop.
+/// Whether events of epoll or poll mean that nothing more will come from a descriptor. Bytes that the peer sent
+/// before it hung up are read first. At end of file a descriptor stays readable: without this check a handler
+/// would be called in a busy loop.
 bool isGone(unsigned int found, int descriptor) {
     const unsigned int broken = EPOLLERR | static_cast<unsigned int>(POLLNVAL);
     const unsigned int hungUp = EPOLLHUP | EPOLLRDHUP;
     return (found & broken) != 0 || ((found & hungUp) != 0 && !hasBytes(descriptor));
 }
 
-/// What a descriptor has to tell at this moment.
+/// The events of a descriptor at this moment.
 unsigned int lookAgain(int descriptor) {
     pollfd query{};
     query.fd = descriptor;
     query.events = POLLIN | POLLRDHUP;
-    // It does not wait, so no signal interrupts it; on failure nothing is told, and the next wait looks again.
+    // It does not wait, so no signal interrupts it. After a failure there are no events, and the next wait looks
+    // again.
     return poll(&query, 1, 0) > 0 ? static_cast<unsigned short>(query.revents) : 0U;
 }
 
-/// Memory for a vector of a wait. A manager waits on a handful of end points, so that a wait, which comes ten
-/// times a second and with every frame of a busy bus, does not touch the heap.
+/// Memory on the stack for a vector of a wait. A wait comes ten times a second and with every frame of a busy bus.
+/// With up to some 30 end points it does not touch the heap.
 template<class Element>
 class WaitMemory {
 public:
@@ -105,13 +104,13 @@ class KX_LOCAL KXEndPointManager::Implementation {
 public:
     explicit Implementation(KXEndPointManager* managerOfHandlers) : manager(managerOfHandlers) {}
 
-    KXEndPointTable table;
+    EndPointTable table;
 
     int wait(unsigned int untilTick);
 
 private:
-    using Number = KXEndPointTable::Number;
-    using Use = KXEndPointTable::Use;
+    using Number = EndPointTable::Number;
+    using Use = EndPointTable::Use;
 
     int checkConnections();
     int checkConnection(Number number);
@@ -123,7 +122,7 @@ private:
     KXEndPointManager* const manager;
 };
 
-/// One pass of the loop is one round: it ends the wait when it has called anybody.
+/// Each pass of the loop is one round. The wait ends after a round that called a handler.
 int KXEndPointManager::Implementation::wait(unsigned int untilTick) {
     const TimeLimit limit(untilTick);
     WaitMemory<epoll_event> memory;
@@ -131,7 +130,7 @@ int KXEndPointManager::Implementation::wait(unsigned int untilTick) {
     for (;;) {
         int calls = checkConnections();
         const int remainingMs = std::min(limit.getRemainingMs(), checkIntervalMs);
-        // Somebody was told already: look who else can be told, but do not sleep on it.
+        // A handler was called already: look for further events, but do not sleep.
         table.sleep(events, calls > 0 ? 0 : table.getTimeToNextRetry(KXTick::getTickCount(), remainingMs));
         calls += dispatch(events);
         if (calls > 0 || limit.getRemainingMs() <= 0)
@@ -149,7 +148,7 @@ int KXEndPointManager::Implementation::checkConnections() {
     return calls;
 }
 
-/// Notices what epoll does not tell: an end point that its owner closed or opened anew, and a retry that is due.
+/// Finds what epoll does not report: an end point that its owner closed or opened anew, and a retry that is due.
 int KXEndPointManager::Implementation::checkConnection(Number number) {
     const Use use(table, number);
     if (!use.isValid())
@@ -166,10 +165,10 @@ int KXEndPointManager::Implementation::checkConnection(Number number) {
 
 int KXEndPointManager::Implementation::retry(Number number, const Use& use) {
     const int remainingMs = getTimeUntil(use->retryTick, KXTick::getTickCount());
-    // Further ahead than a retry is ever set: nobody has waited here for half the range of the clock.
+    // A retry that is further ahead than it is ever set is overdue: no wait ran for half the range of the clock.
     if (remainingMs > 0 && remainingMs <= retryIntervalMs)
         return 0;
-    if (use->endPoint->reconnect() == 0) {
+    if (use->endPoint->reconnect() == STATUS_OK) {
         const int descriptor = use->endPoint->getReadEndPointID();
         if (descriptor >= 0 && table.watch(number, descriptor)) {
             use->handler->onEndPointReconnected(use->endPoint);
@@ -181,7 +180,7 @@ int KXEndPointManager::Implementation::retry(Number number, const Use& use) {
 }
 
 int KXEndPointManager::Implementation::reportLost(Number number, const Use& use) {
-    // Not retried at once: a peer that accepts and hangs up again would keep us busy.
+    // Not retried at once: a peer that accepts and hangs up again would cause a busy loop.
     if (!table.setLost(number, getRetryTick()))
         return 0;
     use->handler->onEndPointDisconnected(use->endPoint);
@@ -196,12 +195,12 @@ int KXEndPointManager::Implementation::dispatch(const std::pmr::vector<epoll_eve
 }
 
 int KXEndPointManager::Implementation::dispatchEvent(const epoll_event& event, bool firstOfRound) {
-    const Number number = KXEndPointTable::getNumber(event);
+    const Number number = EndPointTable::getNumber(event);
     const Use use(table, number);
     // Removed, lost or opened anew since: by a handler of this round, or by another thread.
-    if (!use.isValid() || use->descriptor < 0 || use->generation != KXEndPointTable::getGeneration(event))
+    if (!use.isValid() || use->descriptor < 0 || use->generation != EndPointTable::getGeneration(event))
         return 0;
-    // A handler of this round may have read this end point empty.
+    // An earlier handler of this round may have read everything.
     const unsigned int found = firstOfRound ? event.events : lookAgain(use->descriptor);
     if (isGone(found, use->descriptor))
         return reportLost(number, use);
@@ -211,6 +210,11 @@ int KXEndPointManager::Implementation::dispatchEvent(const epoll_event& event, b
     return 1;
 }
 
+KXEndPoint::KXEndPoint() = default;
+KXEndPoint::~KXEndPoint() = default;
+
+KXEndPointHandler::~KXEndPointHandler() = default;
+
 KXEndPointManager::KXEndPointManager() : implementation(new Implementation(this)) {}
 
 KXEndPointManager::~KXEndPointManager() {
@@ -218,14 +222,14 @@ KXEndPointManager::~KXEndPointManager() {
 }
 
 int KXEndPointManager::addEndPoint(KXEndPoint* endPoint, KXEndPointHandler* handler) {
-    if (endPoint == nullptr || handler == nullptr)
-        return statusOutOfRange;
+    if (!endPoint || !handler)
+        return STATUS_OUT_OF_RANGE;
     const int descriptor = endPoint->isConnected() ? endPoint->getReadEndPointID() : -1;
-    return implementation->table.add(endPoint, handler, descriptor) ? 0 : statusRefused;
+    return implementation->table.add(endPoint, handler, descriptor) ? STATUS_OK : STATUS_REFUSED;
 }
 
 int KXEndPointManager::removeEndPoint(KXEndPoint* endPoint) {
-    return implementation->table.remove(endPoint) ? 0 : statusRefused;
+    return implementation->table.remove(endPoint) ? STATUS_OK : STATUS_REFUSED;
 }
 
 int KXEndPointManager::waitForEndPoints(unsigned int untilTick, unsigned int /*reserved*/) {

@@ -9,7 +9,7 @@ namespace KX {
 
 namespace {
 
-/// Initialises a mutex that knows its owner, so that locking it twice fails instead of hanging for ever.
+/// Initialises a mutex that knows its owner: a second lock by the same thread fails instead of blocking for ever.
 int initializeMutex(pthread_mutex_t* mutex, int protocol) {
     pthread_mutexattr_t attributes;
     int error = pthread_mutexattr_init(&attributes);
@@ -34,7 +34,7 @@ public:
     bool initialize() {
         int error = initializeMutex(&mutex, PTHREAD_PRIO_INHERIT);
         if (error == ENOTSUP || error == ENOSYS) {
-            // A kernel built without such locks, or an emulator: excluding each other still works.
+            // A kernel or an emulator without priority inheritance. Mutual exclusion works without it.
             error = initializeMutex(&mutex, PTHREAD_PRIO_NONE);
         }
         initialized = error == 0;
@@ -58,7 +58,7 @@ private:
 
 KXMutex* KXMutex::create() {
     std::unique_ptr<PosixMutex> mutex(new (std::nothrow) PosixMutex);
-    if (mutex == nullptr || !mutex->initialize())
+    if (!mutex || !mutex->initialize())
         return nullptr;
     return mutex.release();
 }
@@ -66,10 +66,10 @@ KXMutex* KXMutex::create() {
 KXMutex::KXMutex() = default;
 KXMutex::~KXMutex() = default;
 
-KXAutoLock::KXAutoLock(KXMutex* mutex) : heldMutex(mutex != nullptr && mutex->lock() ? mutex : nullptr) {}
+KXAutoLock::KXAutoLock(KXMutex* mutex) : heldMutex(mutex && mutex->lock() ? mutex : nullptr) {}
 
 KXAutoLock::~KXAutoLock() {
-    if (heldMutex != nullptr)
+    if (heldMutex)
         heldMutex->unlock();
 }
 

@@ -1,5 +1,7 @@
 #include "platform/KXPipe.h"
 
+#include "platform/KXStatus.h"
+
 #include <atomic>
 #include <cerrno>
 #include <climits>
@@ -13,13 +15,10 @@ namespace KX {
 
 namespace {
 
-const int statusRefused = 20;
-const int statusOutOfRange = 24;
-
 /// Room for over 7,000 event records.
-const int wantedCapacity = 1024 * 1024;
+constexpr int wantedCapacity = 1024 * 1024;
 
-/// Makes the pipe as large as the system lets us. A small pipe loses events earlier, but works.
+/// Makes the pipe as large as the system allows, up to the wanted size. A smaller pipe works, but is full earlier.
 void enlarge(int writeEnd) {
     const int presentCapacity = fcntl(writeEnd, F_GETPIPE_SZ);
     for (int capacity = wantedCapacity; capacity > presentCapacity; capacity /= 2) {
@@ -33,8 +32,8 @@ void enlarge(int writeEnd) {
 
 /// The two descriptors.
 ///
-/// Atomic because the thread that waits on the pipe asks whether it is open while others write into it. That a
-/// descriptor is not closed under a writer is the caller's promise.
+/// Atomic because the thread that waits on the pipe asks whether it is open while others write. The caller ensures
+/// that no thread writes or reads while the pipe is closed.
 class KX_LOCAL KXPipe::Implementation {
 public:
     std::atomic<int> readEnd{-1};
@@ -48,12 +47,12 @@ public:
         int ends[2];
         if (pipe2(ends, O_NONBLOCK | O_CLOEXEC) != 0) {
             // EMFILE, ENFILE: no descriptors left. Nothing was opened.
-            return statusRefused;
+            return STATUS_REFUSED;
         }
         enlarge(ends[1]);
         readEnd = ends[0];
         writeEnd = ends[1];
-        return 0;
+        return STATUS_OK;
     }
 
     void close() {
@@ -63,7 +62,7 @@ public:
 
     int countBytes() const {
         int bytes = 0;
-        // Fails only for a descriptor that is not open, and then nothing waits in it.
+        // Fails only for a closed pipe, which holds nothing.
         return ioctl(readEnd, FIONREAD, &bytes) == 0 ? bytes : 0;
     }
 
@@ -73,16 +72,17 @@ private:
     static void closeEnd(std::atomic<int>& end) {
         const int descriptor = end.exchange(-1);
         if (descriptor >= 0) {
-            // Not repeated after EINTR: on Linux the descriptor is free by then and may be somebody else's.
+            // Not repeated after EINTR: on Linux the descriptor is closed by then, and its number may be in use
+            // again.
             ::close(descriptor);
         }
     }
 };
 
-/// Whether a write of more than PIPE_BUF bytes, of which the kernel might take a part only, is taken whole.
+/// Whether the kernel will take a write of more than PIPE_BUF bytes whole. Without room for all it takes a part.
 ///
-/// The kernel counts pages. It starts a new one when a write does not fit into the last, so two neighbours hold
-/// more than one page together, and only the first, which is being read, may hold as little as a byte.
+/// The kernel counts pages. A write that does not fit into the last page starts a new one, so two neighbouring
+/// pages hold more than one page of bytes together. The first one, which is being read, may hold a single byte.
 bool KXPipe::Implementation::hasRoomFor(int size) const {
     const int capacity = fcntl(writeEnd, F_GETPIPE_SZ);
     if (capacity <= 0)
@@ -102,14 +102,14 @@ KXPipe::~KXPipe() {
 }
 
 int KXPipe::init() {
-    return implementation->isOpen() ? 0 : implementation->open();
+    return implementation->isOpen() ? STATUS_OK : implementation->open();
 }
 
 int KXPipe::writeIntoPipe(void* data, int size) const {
-    if (data == nullptr || size <= 0)
-        return statusOutOfRange;
+    if (!data || size <= 0)
+        return STATUS_OUT_OF_RANGE;
     if (size > PIPE_BUF && !implementation->hasRoomFor(size))
-        return statusRefused;
+        return STATUS_REFUSED;
     const auto wanted = static_cast<std::size_t>(size);
     ssize_t written;
     do {
@@ -118,23 +118,23 @@ int KXPipe::writeIntoPipe(void* data, int size) const {
         written = write(implementation->writeEnd, data, wanted);
         // EINTR: a signal came before anything was transferred.
     } while (written < 0 && errno == EINTR);
-    // EAGAIN: full; waiting for room could hang a thread that is the reader too. EBADF: closed. EPIPE, and the
-    // signal that goes with it, cannot come: both ends are ours and closed together.
-    return written == size ? 0 : statusRefused;
+    // EAGAIN: the pipe is full. Waiting for room would block a thread that also reads for ever. EBADF: closed.
+    // EPIPE and its signal cannot come, since both ends are closed together.
+    return written == size ? STATUS_OK : STATUS_REFUSED;
 }
 
 int KXPipe::readFromPipe(void* data, int size) {
-    if (data == nullptr || size <= 0)
-        return statusOutOfRange;
+    if (!data || size <= 0)
+        return STATUS_OUT_OF_RANGE;
     const auto wanted = static_cast<std::size_t>(size);
     ssize_t taken;
     do {
         taken = read(implementation->readEnd, data, wanted);
         // EINTR: a signal came before anything was transferred.
     } while (taken < 0 && errno == EINTR);
-    // EAGAIN: empty. EBADF: closed. Fewer bytes than wanted: the rest of a record will not come, since records
-    // are written whole; what there was is gone, so that nobody is woken for it again.
-    return taken == size ? 0 : statusRefused;
+    // EAGAIN: empty. EBADF: closed. Fewer bytes than wanted: records are written whole, so the rest never comes.
+    // The bytes are consumed and do not wake the reader again.
+    return taken == size ? STATUS_OK : STATUS_REFUSED;
 }
 
 bool KXPipe::isReadable() const {
@@ -143,9 +143,9 @@ bool KXPipe::isReadable() const {
     query.events = POLLIN;
     int ready;
     do {
-        // A closed end is -1, which poll passes over.
+        // poll ignores a closed end, which is -1.
         ready = poll(&query, 1, 0);
-        // EINTR: nothing was learnt, ask again.
+        // EINTR: a signal came first.
     } while (ready < 0 && errno == EINTR);
     return ready > 0 && (query.revents & POLLIN) != 0;
 }

@@ -1,8 +1,15 @@
 #include "platform/KXThread.h"
 
+#include "platform/KXDebug.h"
+#include "platform/KXStatus.h"
+
 #include <atomic>
 #include <cerrno>
+#include <climits>
+#include <cstdarg>
 #include <cstddef>
+#include <cstdio>
+#include <cstring>
 #include <new>
 #include <pthread.h>
 #include <sched.h>
@@ -12,13 +19,18 @@ namespace KX {
 
 namespace {
 
-const int statusRefused = 20;
-const int statusOutOfRange = 24;
-
 /// The kernel keeps that many characters of a name and refuses a longer one.
-const std::size_t longestName = 15;
+constexpr std::size_t longestName = 15;
 
-/// What a thread is made with; destroyed once it runs.
+unsigned int getDebugKey() {
+    static const unsigned int key = KXDebug::insertNewDebugSection("kx_thread");
+    return key;
+}
+
+/// Registers the section when the library is loaded: a lack of memory can be reported only if it is there already.
+[[maybe_unused]] const unsigned int keyOfLoadTime = getDebugKey();
+
+/// The attributes of a thread that is about to start.
 class ThreadAttributes {
 public:
     ThreadAttributes() : error(pthread_attr_init(&attributes)), initialized(error == 0) {}
@@ -36,7 +48,7 @@ public:
     }
 
     void setRealTimePriority(int priority) {
-        // Without this one the next two are stored and then ignored in favour of the creating thread's.
+        // Otherwise the thread inherits the scheduling of its creator, and the next two have no effect.
         apply([&] { return pthread_attr_setinheritsched(&attributes, PTHREAD_EXPLICIT_SCHED); });
         apply([&] { return pthread_attr_setschedpolicy(&attributes, SCHED_FIFO); });
         apply([&] {
@@ -66,19 +78,20 @@ private:
     bool initialized;
 };
 
-/// The object of the calling thread; null for one that was not made here. Only ever compared.
+/// The PosixThread of the calling thread; null for a thread that was not started here. Compared, never
+/// dereferenced.
 thread_local const void* ownThread = nullptr;
 
-/// The kernel's number of the calling thread; 0 until it is known. Asked for with every posted action, so it has a
-/// place among what every thread is born with, which is found without a call.
+/// The kernel's number of the calling thread; 0 until it is known. Every posted action asks for it, so it is
+/// cached, in the kind of thread-local storage that is read without a function call.
 thread_local unsigned int ownID __attribute__((tls_model("initial-exec"))) = 0;
 
-/// The one thread of a child has another number than the one that it is a copy of.
+/// A forked child has a copy of the cached number, but its thread has a new one.
 void forgetOwnID() {
     ownID = 0;
 }
 
-/// Whether a number may be kept: not before this library is initialised, and not without memory for the handler.
+/// Whether numbers may be cached: not before this library is initialised, and not if the handler is refused.
 const bool isForgottenByChildren = pthread_atfork(nullptr, nullptr, &forgetOwnID) == 0;
 
 unsigned int askForOwnID() {
@@ -88,7 +101,7 @@ unsigned int askForOwnID() {
     return id;
 }
 
-/// Used by one owner; only \ref running is shared with the thread itself.
+/// One owner uses it; only \ref running is shared with the thread itself.
 class PosixThread final : public KXThread {
 public:
     explicit PosixThread(const std::string& nameOfThread) : name(nameOfThread.substr(0, longestName)) {}
@@ -107,7 +120,12 @@ public:
 
 private:
     static void* run(void* self);
-    int launch(const ThreadAttributes& attributes);
+    int launch(int priority, unsigned int stackSize);
+    int launch(const ThreadAttributes& attributes, int priority, unsigned int stackSize);
+
+    /// Reports why the thread is not started.
+    /// \return \p status
+    int refuse(KXStatus status, const char* reason, ...) const __attribute__((format(printf, 3, 4)));
 
     const std::string name; // never changes, so the thread reads it without a lock
     void* (*entryFunction)(void*) = nullptr;
@@ -123,42 +141,74 @@ private:
     std::atomic<bool> running{false};
 };
 
+int PosixThread::refuse(KXStatus status, const char* reason, ...) const {
+    char text[160];
+    std::va_list arguments;
+    va_start(arguments, reason);
+    std::vsnprintf(text, sizeof(text), reason, arguments);
+    va_end(arguments);
+    KXDebug::debugPrintError(1, getDebugKey(), "thread \"%s\" is not started: %s", name.c_str(), text);
+    return status;
+}
+
 int PosixThread::start(int priority, unsigned int stackSize) {
-    if (running.load() || entryFunction == nullptr)
-        return statusRefused;
-    if (priority != 0 &&
-        (priority < sched_get_priority_min(SCHED_FIFO) || priority > sched_get_priority_max(SCHED_FIFO)))
-        return statusOutOfRange;
+    if (running.load())
+        return refuse(STATUS_REFUSED, "it runs already");
+    if (!entryFunction)
+        return refuse(STATUS_REFUSED, "it has no entry function");
+    const int lowest = sched_get_priority_min(SCHED_FIFO);
+    const int highest = sched_get_priority_max(SCHED_FIFO);
+    if (priority != 0 && (priority < lowest || priority > highest)) {
+        return refuse(STATUS_OUT_OF_RANGE, "real-time priority %d is not in the range of %d to %d", priority,
+                      lowest, highest);
+    }
+    return launch(priority, stackSize);
+}
+
+int PosixThread::launch(int priority, unsigned int stackSize) {
     ThreadAttributes attributes;
     if (stackSize != 0)
         attributes.setStackSize(stackSize);
     if (priority != 0)
         attributes.setRealTimePriority(priority);
-    if (attributes.getError() != 0) {
-        // EINVAL: the stack is smaller than the system's least. Anything else is a lack of memory.
-        return attributes.getError() == EINVAL ? statusOutOfRange : statusRefused;
+    if (attributes.getError() == EINVAL) {
+        return refuse(STATUS_OUT_OF_RANGE, "a stack of %u bytes is too small, the system's least is %ld",
+                      stackSize, static_cast<long>(PTHREAD_STACK_MIN));
     }
-    // An earlier run has ended by itself but nobody has waited for it yet.
-    return stopAndWait() == 0 ? launch(attributes) : statusRefused;
+    if (attributes.getError() != 0) {
+        // ENOMEM: there is no memory for the attributes.
+        return refuse(STATUS_REFUSED, "%s", std::strerror(attributes.getError()));
+    }
+    // An earlier run may have ended by itself, and nobody has waited for it yet.
+    if (stopAndWait() != STATUS_OK)
+        return refuse(STATUS_REFUSED, "its earlier run waits for the thread that starts it");
+    return launch(attributes, priority, stackSize);
 }
 
-int PosixThread::launch(const ThreadAttributes& attributes) {
+int PosixThread::launch(const ThreadAttributes& attributes, int priority, unsigned int stackSize) {
     runningFunction = entryFunction;
     runningArgument = entryArgument;
     running = true;
     const int error = pthread_create(&thread, attributes.get(), &PosixThread::run, this);
-    if (error != 0) {
-        running = false;
-        // EINVAL: the stack does not hold what every thread of this program needs. EPERM: real-time priority
-        // is not allowed to us. EAGAIN: the system is at its limit of threads or memory.
-        return error == EINVAL ? statusOutOfRange : statusRefused;
+    joinable = error == 0;
+    if (joinable)
+        return STATUS_OK;
+    running = false;
+    if (error == EINVAL) {
+        return refuse(STATUS_OUT_OF_RANGE,
+                      "a stack of %u bytes is too small for the data that each thread of this program has",
+                      stackSize);
     }
-    joinable = true;
-    return 0;
+    if (error == EPERM)
+        return refuse(STATUS_REFUSED, "real-time priority %d is not allowed: %s", priority, std::strerror(error));
+    // EAGAIN: the system has no memory for the stack, or is at its limit of threads.
+    if (stackSize != 0)
+        return refuse(STATUS_REFUSED, "no thread with a stack of %u bytes: %s", stackSize, std::strerror(error));
+    return refuse(STATUS_REFUSED, "%s", std::strerror(error));
 }
 
 void* PosixThread::run(void* self) {
-    // Also when the function leaves by pthread_exit.
+    // Its destructor runs also when the entry function leaves by pthread_exit.
     struct Ending {
         PosixThread* thread;
         ~Ending() {
@@ -167,24 +217,25 @@ void* PosixThread::run(void* self) {
     } ending{static_cast<PosixThread*>(self)};
     ownThread = self;
 
-    // Fails only for a name that is too long; a thread without its name would still do its work.
+    // Fails only for a name that is too long, and a thread works without a name.
     pthread_setname_np(pthread_self(), ending.thread->name.c_str());
     return ending.thread->runningFunction(ending.thread->runningArgument);
 }
 
 int PosixThread::stopAndWait() {
     if (ownThread == this) {
-        // It would wait for its own end. Asked first: what follows belongs to the owner, who may be writing it.
-        return statusRefused;
+        // It would wait for its own end. Checked first: the rest belongs to the owner, which may be writing it
+        // now.
+        return STATUS_REFUSED;
     }
     if (!joinable)
-        return 0;
+        return STATUS_OK;
     if (pthread_join(thread, nullptr) != 0) {
         // EDEADLK: that thread waits for this one.
-        return statusRefused;
+        return STATUS_REFUSED;
     }
     joinable = false;
-    return 0;
+    return STATUS_OK;
 }
 
 } // namespace
@@ -193,6 +244,8 @@ KXThread* KXThread::create(const std::string& name) {
     try {
         return new PosixThread(name);
     } catch (const std::bad_alloc&) {
+        KXDebug::debugPrintError(1, getDebugKey(), "thread \"%s\" cannot be made: no memory is left",
+                                 name.c_str());
         return nullptr;
     }
 }

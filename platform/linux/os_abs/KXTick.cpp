@@ -7,11 +7,11 @@
 namespace KX {
 
 unsigned int KXTick::getTickCount() {
-    // Not the wall clock: it jumps when somebody sets the date. The call cannot fail: the clock always exists
-    // and the address is valid.
+    // Not the wall clock, which jumps when the date is set. The call cannot fail: the clock always exists and the
+    // address is valid.
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
-    const unsigned int nanosecondsPerMs = 1000000;
+    constexpr unsigned int nanosecondsPerMs = 1000000;
     const unsigned int tick =
         static_cast<unsigned int>(now.tv_sec) * 1000 + static_cast<unsigned int>(now.tv_nsec) / nanosecondsPerMs;
     tellTickAsked(tick);

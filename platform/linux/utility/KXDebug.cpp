@@ -1,7 +1,7 @@
 #include "platform/KXDebug.h"
 
-#include "platform/linux/utility/KXDebugOutput.h"
-#include "platform/linux/utility/KXDebugSections.h"
+#include "platform/linux/utility/DebugOutput.h"
+#include "platform/linux/utility/DebugSections.h"
 
 #include <cerrno>
 #include <cstdarg>
@@ -25,7 +25,7 @@ int formatText(char* buffer, std::size_t size, const char* format, std::va_list 
     return length;
 }
 
-/// A message as it is printed. Most fit into the object itself.
+/// A message as it is printed. Most fit into the buffer inside and need no memory.
 class Message {
 public:
     void print(int level, unsigned int key, const char* format, std::va_list arguments) {
@@ -39,20 +39,20 @@ public:
                 size = grown.size();
                 compose(line, size, level, key, format, arguments);
             } catch (const std::bad_alloc&) {
-                // Better its beginning than nothing.
+                // Its beginning is better than nothing.
                 length = size - 1;
             }
         }
-        KXDebugOutput::writeLine(line, withoutLineEnd(line, length));
+        DebugOutput::writeLine(line, withoutLineEnd(line, length));
     }
 
 private:
     /// \return characters of the whole line
     static std::size_t compose(char* line, std::size_t size, int level, unsigned int key, const char* format,
                                std::va_list arguments) {
-        const int prefix = std::snprintf(line, size, "[%s:%d] ", KXDebugSections::getName(key), level);
+        const int prefix = std::snprintf(line, size, "[%s:%d] ", DebugSections::getName(key), level);
         const std::size_t begin = prefix > 0 ? static_cast<std::size_t>(prefix) : 0;
-        // A name that fills the buffer leaves no room; the text is then only counted.
+        // A name that fills the buffer leaves no room. The text is then only measured.
         const bool hasRoom = begin < size;
         const int text =
             formatText(hasRoom ? line + begin : nullptr, hasRoom ? size - begin : 0, format, arguments);
@@ -67,9 +67,9 @@ private:
     std::vector<char> grown;
 };
 
-/// Apart from the question whether to print, so that a message that is not shown does not pay for a frame of that size.
+/// Not inlined: a message that is not shown must not pay for the large stack frame.
 [[gnu::noinline]] void printMessage(int level, unsigned int key, const char* format, std::va_list arguments) {
-    // A message is often printed on the way to looking at errno.
+    // Callers often look at errno after a message.
     const int error = errno;
     Message().print(level, key, format, arguments);
     errno = error;
@@ -78,11 +78,11 @@ private:
 } // namespace
 
 unsigned int KXDebug::insertNewDebugSection(const std::string& name) {
-    return KXDebugSections::insert(name);
+    return DebugSections::insert(name);
 }
 
 void KXDebug::debugPrintError(int level, unsigned int key, const char* format, ...) {
-    if (!KXDebugSections::isShown(level, key))
+    if (!DebugSections::isShown(level, key))
         return;
     std::va_list arguments;
     va_start(arguments, format);

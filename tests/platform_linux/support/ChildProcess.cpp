@@ -11,7 +11,7 @@ namespace {
 
 [[noreturn]] void becomeProgram(int errorOutput, const char* debugSetting, std::vector<std::string>& command) {
     dup2(errorOutput, STDERR_FILENO);
-    if (debugSetting != nullptr)
+    if (debugSetting)
         setenv("KX_DEBUG", debugSetting, 1);
     else
         unsetenv("KX_DEBUG");

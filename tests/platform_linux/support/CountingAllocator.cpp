@@ -4,11 +4,12 @@
 #include <cstdlib>
 #include <new>
 
-// In a source of its own, so that the compiler does not see through it where it is used.
+// In a source of its own, so that the compiler cannot optimise the calls away.
 
 namespace {
 
 std::atomic<long> allocations{0};
+std::atomic<bool> isMemoryLeft{true};
 
 } // namespace
 
@@ -16,10 +17,18 @@ long countAllocations() {
     return allocations;
 }
 
+NoMoreMemory::NoMoreMemory() {
+    isMemoryLeft = false;
+}
+
+NoMoreMemory::~NoMoreMemory() {
+    isMemoryLeft = true;
+}
+
 void* operator new(std::size_t size) {
     ++allocations;
-    void* const memory = std::malloc(size);
-    if (memory == nullptr)
+    void* const memory = isMemoryLeft ? std::malloc(size) : nullptr;
+    if (!memory)
         throw std::bad_alloc();
     return memory;
 }

@@ -23,14 +23,14 @@ public:
     void peerHangsUp();
     void ownerCloses();
 
-    /// As a driver does that loses its device: the descriptor is closed and nobody is told.
+    /// Closes the descriptor silently, as a driver does that loses its device.
     void vanish();
 
     /// Takes what is there, at most \p most bytes.
     std::string read(std::size_t most = 4096);
 
     std::atomic<bool> peerAccepts{true};
-    /// False: the end point knows better than its descriptor, as a driver that misses the device's sign of life.
+    /// False: the end point is not connected although its descriptor is open, as if the device had gone silent.
     std::atomic<bool> alive{true};
     std::atomic<int> reconnects{0};
     /// Runs inside reconnect, before it does anything.
@@ -43,7 +43,7 @@ private:
     std::atomic<int> peer{-1};
 };
 
-/// Reads what it is told of and notes every call.
+/// Reads when called and counts the calls.
 class RecordingHandler : public KX::KXEndPointHandler {
 public:
     void onEndPointReadable(KX::KXEndPoint* endPoint, KX::KXEndPointManager* manager) override;
@@ -54,11 +54,11 @@ public:
     std::atomic<int> reconnected{0};
     std::atomic<int> disconnected{0};
 
-    /// Touched on the waiting thread only.
+    /// Used on the waiting thread only.
     std::string text;
     KX::KXEndPointManager* lastManager = nullptr;
 
-    /// Run on the waiting thread after the call was noted.
+    /// Run on the waiting thread after the call was counted.
     std::function<void(SocketEndPoint&, KX::KXEndPointManager&)> onReadable;
     std::function<void(SocketEndPoint&)> onDisconnected;
 };

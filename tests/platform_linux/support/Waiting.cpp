@@ -21,7 +21,7 @@ long long getSteadyMs() {
 }
 
 int countOpenDescriptors() {
-    // The listing itself needs one, the same one every time.
+    // The listing itself has one open, in every call.
     const std::filesystem::directory_iterator listing("/proc/self/fd");
     return static_cast<int>(std::distance(begin(listing), end(listing)));
 }

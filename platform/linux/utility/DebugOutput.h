@@ -6,9 +6,9 @@
 namespace KX {
 
 /// Standard error, line by line.
-class KXDebugOutput {
+class DebugOutput {
 public:
-    KXDebugOutput() = delete;
+    DebugOutput() = delete;
 
     /// Writes a line that stays whole among those of other threads. Blocks while standard error does. A line that
     /// cannot be written is lost.

@@ -1,4 +1,4 @@
-#include "platform/linux/utility/KXDebugLevels.h"
+#include "platform/linux/utility/DebugLevels.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -7,10 +7,10 @@ namespace KX {
 
 namespace {
 
-const char anySection[] = "*";
+constexpr char anySection[] = "*";
 
 std::string trim(const std::string& text) {
-    const char blanks[] = " \t\r\n";
+    constexpr char blanks[] = " \t\r\n";
     const std::size_t first = text.find_first_not_of(blanks);
     if (first == std::string::npos)
         return std::string();
@@ -29,7 +29,7 @@ std::vector<std::string> split(const std::string& text, char separator) {
     }
 }
 
-/// For a message of one line, whatever the variable holds.
+/// In quotes and without control characters, so that the message stays one line.
 std::string quote(const std::string& entry) {
     std::string quoted = "\"";
     for (const char character : entry) {
@@ -41,7 +41,7 @@ std::string quote(const std::string& entry) {
 
 } // namespace
 
-KXDebugLevels::KXDebugLevels(const std::string& setting, std::vector<std::string>& mistakes) {
+DebugLevels::DebugLevels(const std::string& setting, std::vector<std::string>& mistakes) {
     for (const std::string& entry : split(setting, ',')) {
         const std::string mistake = takeEntry(entry);
         if (!mistake.empty())
@@ -49,7 +49,7 @@ KXDebugLevels::KXDebugLevels(const std::string& setting, std::vector<std::string
     }
 }
 
-std::string KXDebugLevels::takeEntry(const std::string& entry) {
+std::string DebugLevels::takeEntry(const std::string& entry) {
     if (entry.empty())
         return std::string();
     const std::size_t equals = entry.find('=');
@@ -69,12 +69,12 @@ std::string KXDebugLevels::takeEntry(const std::string& entry) {
     return std::string();
 }
 
-int KXDebugLevels::getLevel(const std::string& section) const {
+int DebugLevels::getLevel(const std::string& section) const {
     const auto found = levels.find(section);
     return found == levels.end() ? levelOfOthers : found->second;
 }
 
-int KXDebugLevels::getHighestLevel() const {
+int DebugLevels::getHighestLevel() const {
     int highest = levelOfOthers;
     for (const auto& [section, level] : levels)
         highest = std::max(highest, level);

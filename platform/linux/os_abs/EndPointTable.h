@@ -14,30 +14,30 @@ namespace KX {
 class KXEndPoint;
 class KXEndPointHandler;
 
-/// The end points of one manager, the epoll set that watches them, and who is busy with which of them.
+/// The end points of one manager, the epoll set that watches them, and which thread uses which of them.
 ///
-/// Any thread may call anything. No function of an end point or of a handler is called from here, so nothing of
-/// the application's runs while the lock is held.
-class KXEndPointTable {
+/// Any thread may call. The table calls no function of an end point or a handler, so no code of the application
+/// runs while the lock is held.
+class EndPointTable {
 public:
-    /// Names one registration of an end point. Never given twice, so what is left of an earlier registration
-    /// cannot be taken for a later one, even when the object or its descriptor is the same.
+    /// Identifies one registration. No number is used twice: an event of an earlier registration is never taken
+    /// for one of a later, even if the end point or its descriptor is the same.
     using Number = std::uint32_t;
 
     struct Registration {
         KXEndPoint* endPoint = nullptr;
         KXEndPointHandler* handler = nullptr;
         int descriptor = -1;          ///< what the epoll set watches; -1: nothing
-        std::uint32_t generation = 0; ///< counts the descriptors, so that an event of an earlier one is known
-        bool lost = false;            ///< reported as disconnected; waits for its retry
+        std::uint32_t generation = 0; ///< counts the descriptors; tells an event of an earlier one
+        bool lost = false;            ///< reported as disconnected and due for a retry
         unsigned int retryTick = 0;
     };
 
-    KXEndPointTable();
-    ~KXEndPointTable();
+    EndPointTable();
+    ~EndPointTable();
 
-    KXEndPointTable(const KXEndPointTable&) = delete;
-    KXEndPointTable& operator=(const KXEndPointTable&) = delete;
+    EndPointTable(const EndPointTable&) = delete;
+    EndPointTable& operator=(const EndPointTable&) = delete;
 
     /// \param descriptor  -1 for an end point that is closed
     /// \return whether it is registered now; false when it was before or the system refuses the descriptor
@@ -47,14 +47,15 @@ public:
     /// \return whether it was registered
     bool remove(const KXEndPoint* endPoint);
 
-    /// Watches \p descriptor for a registration from now on, and nothing else. Ends its being lost.
+    /// Watches \p descriptor for a registration, instead of its earlier one. The end point is not lost any more.
+    /// \return false when the registration is gone or the system refuses the descriptor
     bool watch(Number number, int descriptor);
 
-    /// Whether \p descriptor is what is watched. A descriptor that was closed has left the epoll set without a
-    /// word, and its number may belong to another file by now.
+    /// Whether the epoll set watches \p descriptor for a registration. A closed descriptor leaves the set
+    /// silently, and its number may belong to another file by now.
     bool isWatched(Number number, int descriptor);
 
-    /// Stops watching until \ref watch, with a first retry at \p retryTick.
+    /// Stops watching until \ref watch. The first retry is due at \p retryTick.
     /// \return false when the registration is gone or was lost before: then there is nothing to report
     bool setLost(Number number, unsigned int retryTick);
 
@@ -67,13 +68,14 @@ public:
     int getTimeToNextRetry(unsigned int now, int limit) const;
 
     /// Sleeps until something can be read or \p timeoutMs is over.
-    /// \param events  resized to what was found; may be empty before the time is over
+    /// \param events  what was found; may be empty before the time is over
     void sleep(std::pmr::vector<epoll_event>& events, int timeoutMs);
 
-    /// Marks an end point as in use by this thread, so that nobody else sees it removed meanwhile.
+    /// Marks an end point as used by the calling thread, for a scope. A removal by another thread waits for its
+    /// end.
     class Use {
     public:
-        Use(KXEndPointTable& usedTable, Number usedNumber);
+        Use(EndPointTable& usedTable, Number usedNumber);
         ~Use();
 
         Use(const Use&) = delete;
@@ -90,7 +92,7 @@ public:
         }
 
     private:
-        KXEndPointTable& table;
+        EndPointTable& table;
         const Number number;
         Registration registration;
         bool valid;
@@ -113,7 +115,7 @@ private:
     bool isUsedElsewhere(Number number) const;
     void dropWakeUps(std::pmr::vector<epoll_event>& events) const;
 
-    // Set by the constructor and never changed, so read without the lock. Both -1 where the system refused them.
+    // Set by the constructor only, so read without the lock. Both are -1 when the system refused one of them.
     int epollDescriptor;
     int wakeUpDescriptor;
 

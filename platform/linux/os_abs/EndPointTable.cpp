@@ -1,4 +1,4 @@
-#include "platform/linux/os_abs/KXEndPointTable.h"
+#include "platform/linux/os_abs/EndPointTable.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -10,10 +10,10 @@ namespace KX {
 
 namespace {
 
-/// The eventfd that ends a sleep; numbers of registrations begin at 1.
-const std::uint64_t wakeUpToken = 0;
+/// Token of the eventfd that ends a sleep. Numbers of registrations begin at 1.
+constexpr std::uint64_t wakeUpToken = 0;
 
-epoll_event makeRequest(KXEndPointTable::Number number, std::uint32_t generation) {
+epoll_event makeRequest(EndPointTable::Number number, std::uint32_t generation) {
     epoll_event request{};
     request.events = EPOLLIN | EPOLLRDHUP;
     request.data.u64 = static_cast<std::uint64_t>(number) << 32 | generation;
@@ -22,12 +22,12 @@ epoll_event makeRequest(KXEndPointTable::Number number, std::uint32_t generation
 
 } // namespace
 
-KXEndPointTable::KXEndPointTable()
+EndPointTable::EndPointTable()
     : epollDescriptor(epoll_create1(EPOLL_CLOEXEC)), wakeUpDescriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
     epoll_event request{};
     request.events = EPOLLIN;
     request.data.u64 = wakeUpToken;
-    // Fails when one of the two could not be had (EMFILE, ENFILE, ENOMEM) and is -1, or for want of memory.
+    // Fails when one of the two descriptors is -1 (EMFILE, ENFILE, ENOMEM), or for lack of memory.
     if (epoll_ctl(epollDescriptor, EPOLL_CTL_ADD, wakeUpDescriptor, &request) != 0) {
         for (int* descriptor : {&epollDescriptor, &wakeUpDescriptor}) {
             if (*descriptor >= 0)
@@ -37,25 +37,25 @@ KXEndPointTable::KXEndPointTable()
     }
 }
 
-KXEndPointTable::~KXEndPointTable() {
+EndPointTable::~EndPointTable() {
     if (isOpen()) {
         close(wakeUpDescriptor);
         close(epollDescriptor);
     }
 }
 
-bool KXEndPointTable::isOpen() const {
+bool EndPointTable::isOpen() const {
     return epollDescriptor >= 0;
 }
 
-void KXEndPointTable::wakeSleeper() const {
+void EndPointTable::wakeSleeper() const {
     const std::uint64_t one = 1;
-    // EAGAIN: woken 2^64 - 2 times and not slept since; it is awake then, so nothing is lost by ignoring it.
+    // EAGAIN: woken 2^64 - 2 times since the last sleep. The thread is awake then and needs no wake-up.
     const ssize_t written = write(wakeUpDescriptor, &one, sizeof(one));
     static_cast<void>(written);
 }
 
-bool KXEndPointTable::add(KXEndPoint* endPoint, KXEndPointHandler* handler, int descriptor) {
+bool EndPointTable::add(KXEndPoint* endPoint, KXEndPointHandler* handler, int descriptor) {
     const std::lock_guard<std::mutex> guard(lock);
     const bool known = std::any_of(registrations.begin(), registrations.end(),
                                    [&](const auto& entry) { return entry.second.endPoint == endPoint; });
@@ -66,7 +66,7 @@ bool KXEndPointTable::add(KXEndPoint* endPoint, KXEndPointHandler* handler, int 
     registration.endPoint = endPoint;
     registration.handler = handler;
     if (descriptor < 0) {
-        // The sleeper has to find it closed and to keep the time of its retry.
+        // Nothing is watched for it, so the waiting thread has to wake up, report it and schedule its retry.
         wakeSleeper();
         return true;
     }
@@ -77,7 +77,7 @@ bool KXEndPointTable::add(KXEndPoint* endPoint, KXEndPointHandler* handler, int 
     return true;
 }
 
-bool KXEndPointTable::remove(const KXEndPoint* endPoint) {
+bool EndPointTable::remove(const KXEndPoint* endPoint) {
     std::unique_lock<std::mutex> guard(lock);
     const auto found = std::find_if(registrations.begin(), registrations.end(),
                                     [&](const auto& entry) { return entry.second.endPoint == endPoint; });
@@ -90,7 +90,7 @@ bool KXEndPointTable::remove(const KXEndPoint* endPoint) {
     return true;
 }
 
-bool KXEndPointTable::watch(Number number, int descriptor) {
+bool EndPointTable::watch(Number number, int descriptor) {
     const std::lock_guard<std::mutex> guard(lock);
     const auto found = registrations.find(number);
     if (found == registrations.end())
@@ -102,7 +102,7 @@ bool KXEndPointTable::watch(Number number, int descriptor) {
     return true;
 }
 
-bool KXEndPointTable::isWatched(Number number, int descriptor) {
+bool EndPointTable::isWatched(Number number, int descriptor) {
     const std::lock_guard<std::mutex> guard(lock);
     const auto found = registrations.find(number);
     if (found == registrations.end() || descriptor < 0 || found->second.descriptor != descriptor)
@@ -112,7 +112,7 @@ bool KXEndPointTable::isWatched(Number number, int descriptor) {
     return epoll_ctl(epollDescriptor, EPOLL_CTL_MOD, descriptor, &request) == 0;
 }
 
-bool KXEndPointTable::setLost(Number number, unsigned int retryTick) {
+bool EndPointTable::setLost(Number number, unsigned int retryTick) {
     const std::lock_guard<std::mutex> guard(lock);
     const auto found = registrations.find(number);
     if (found == registrations.end() || found->second.lost)
@@ -123,14 +123,14 @@ bool KXEndPointTable::setLost(Number number, unsigned int retryTick) {
     return true;
 }
 
-void KXEndPointTable::setRetryTick(Number number, unsigned int retryTick) {
+void EndPointTable::setRetryTick(Number number, unsigned int retryTick) {
     const std::lock_guard<std::mutex> guard(lock);
     const auto found = registrations.find(number);
     if (found != registrations.end())
         found->second.retryTick = retryTick;
 }
 
-void KXEndPointTable::getNumbers(std::pmr::vector<Number>& numbers) const {
+void EndPointTable::getNumbers(std::pmr::vector<Number>& numbers) const {
     const std::lock_guard<std::mutex> guard(lock);
     numbers.clear();
     numbers.reserve(registrations.size());
@@ -138,7 +138,7 @@ void KXEndPointTable::getNumbers(std::pmr::vector<Number>& numbers) const {
         numbers.push_back(entry.first);
 }
 
-int KXEndPointTable::getTimeToNextRetry(unsigned int now, int limit) const {
+int EndPointTable::getTimeToNextRetry(unsigned int now, int limit) const {
     const std::lock_guard<std::mutex> guard(lock);
     for (const auto& entry : registrations)
         if (entry.second.lost)
@@ -146,7 +146,7 @@ int KXEndPointTable::getTimeToNextRetry(unsigned int now, int limit) const {
     return std::max(limit, 0);
 }
 
-void KXEndPointTable::sleep(std::pmr::vector<epoll_event>& events, int timeoutMs) {
+void EndPointTable::sleep(std::pmr::vector<epoll_event>& events, int timeoutMs) {
     if (!isOpen()) {
         // Nothing can be watched, but the caller's loop must not spin because of it.
         poll(nullptr, 0, timeoutMs);
@@ -163,7 +163,7 @@ void KXEndPointTable::sleep(std::pmr::vector<epoll_event>& events, int timeoutMs
     dropWakeUps(events);
 }
 
-void KXEndPointTable::dropWakeUps(std::pmr::vector<epoll_event>& events) const {
+void EndPointTable::dropWakeUps(std::pmr::vector<epoll_event>& events) const {
     const auto isWakeUp = [](const epoll_event& event) { return event.data.u64 == wakeUpToken; };
     const auto rest = std::remove_if(events.begin(), events.end(), isWakeUp);
     if (rest == events.end())
@@ -175,19 +175,19 @@ void KXEndPointTable::dropWakeUps(std::pmr::vector<epoll_event>& events) const {
     static_cast<void>(taken);
 }
 
-/// A descriptor that is new to the epoll set while a registration still claims its number: the file behind that
-/// one was closed unseen, and the number must not lead us to the new file.
-void KXEndPointTable::forgetDescriptor(int descriptor) {
+/// Called for a descriptor that is new to the epoll set. A registration that still has its number had a file that
+/// was closed unnoticed; the number must not lead from there to the new file.
+void EndPointTable::forgetDescriptor(int descriptor) {
     for (auto& entry : registrations)
         if (entry.second.descriptor == descriptor)
             entry.second.descriptor = -1;
 }
 
-bool KXEndPointTable::startWatching(Number number, Registration& registration, int descriptor) {
+bool EndPointTable::startWatching(Number number, Registration& registration, int descriptor) {
     ++registration.generation;
     epoll_event request = makeRequest(number, registration.generation);
-    // EPERM: a file that is always readable, which cannot be waited for. EEXIST: it is another registered end
-    // point's. EBADF: not open. ENOMEM, ENOSPC: the system is at its limits.
+    // EPERM: a file that is always readable, which epoll cannot watch. EEXIST: another registered end point has
+    // the descriptor. EBADF: not open. ENOMEM, ENOSPC: the system is at its limits.
     if (epoll_ctl(epollDescriptor, EPOLL_CTL_ADD, descriptor, &request) != 0)
         return false;
     forgetDescriptor(descriptor);
@@ -195,30 +195,30 @@ bool KXEndPointTable::startWatching(Number number, Registration& registration, i
     return true;
 }
 
-void KXEndPointTable::stopWatching(Registration& registration) {
+void EndPointTable::stopWatching(Registration& registration) {
     if (registration.descriptor >= 0) {
-        // EBADF, ENOENT: closed already, which took it out of the set.
+        // EBADF, ENOENT: closed already, which removed it from the set.
         epoll_ctl(epollDescriptor, EPOLL_CTL_DEL, registration.descriptor, nullptr);
         registration.descriptor = -1;
     }
 }
 
-/// A thread that removes an end point from inside a handler would wait for itself, so its own uses do not count.
-bool KXEndPointTable::isUsedElsewhere(Number number) const {
+/// The calling thread's own uses do not count: a removal inside a handler would wait for itself.
+bool EndPointTable::isUsedElsewhere(Number number) const {
     const std::thread::id self = std::this_thread::get_id();
     return std::any_of(users.begin(), users.end(),
                        [&](const User& user) { return user.number == number && user.thread != self; });
 }
 
-KXEndPointTable::Number KXEndPointTable::getNumber(const epoll_event& event) {
+EndPointTable::Number EndPointTable::getNumber(const epoll_event& event) {
     return static_cast<Number>(event.data.u64 >> 32);
 }
 
-std::uint32_t KXEndPointTable::getGeneration(const epoll_event& event) {
+std::uint32_t EndPointTable::getGeneration(const epoll_event& event) {
     return static_cast<std::uint32_t>(event.data.u64);
 }
 
-KXEndPointTable::Use::Use(KXEndPointTable& usedTable, Number usedNumber) : table(usedTable), number(usedNumber) {
+EndPointTable::Use::Use(EndPointTable& usedTable, Number usedNumber) : table(usedTable), number(usedNumber) {
     const std::lock_guard<std::mutex> guard(table.lock);
     const auto found = table.registrations.find(number);
     valid = found != table.registrations.end();
@@ -228,7 +228,7 @@ KXEndPointTable::Use::Use(KXEndPointTable& usedTable, Number usedNumber) : table
     }
 }
 
-KXEndPointTable::Use::~Use() {
+EndPointTable::Use::~Use() {
     if (!valid)
         return;
     const std::lock_guard<std::mutex> guard(table.lock);

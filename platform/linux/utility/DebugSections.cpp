@@ -1,7 +1,7 @@
-#include "platform/linux/utility/KXDebugSections.h"
+#include "platform/linux/utility/DebugSections.h"
 
-#include "platform/linux/utility/KXDebugLevels.h"
-#include "platform/linux/utility/KXDebugOutput.h"
+#include "platform/linux/utility/DebugLevels.h"
+#include "platform/linux/utility/DebugOutput.h"
 
 #include <cstdlib>
 #include <limits>
@@ -13,24 +13,24 @@ namespace KX {
 
 namespace {
 
-KXDebugLevels readLevels() {
+DebugLevels readLevels() {
     const char* const setting = std::getenv("KX_DEBUG");
     std::vector<std::string> mistakes;
-    KXDebugLevels levels(setting != nullptr ? setting : "", mistakes);
+    DebugLevels levels(setting ? setting : "", mistakes);
     for (std::string& mistake : mistakes)
-        KXDebugOutput::writeLine(mistake);
+        DebugOutput::writeLine(mistake);
     return levels;
 }
 
 } // namespace
 
-std::array<std::atomic<KXDebugSections::Block*>, KXDebugSections::mostBlocks> KXDebugSections::blocks;
-std::atomic<unsigned int> KXDebugSections::sectionCount;
-std::atomic<int> KXDebugSections::highestLevel{std::numeric_limits<int>::max()};
+std::array<std::atomic<DebugSections::Block*>, DebugSections::mostBlocks> DebugSections::blocks;
+std::atomic<unsigned int> DebugSections::sectionCount;
+std::atomic<int> DebugSections::highestLevel{std::numeric_limits<int>::max()};
 
-/// What registering needs: made by the first call and never destroyed, because initialisers and destructors of
-/// static objects of any library may come here.
-struct KXDebugSections::Registry {
+/// What registration needs. Made by the first call and never destroyed, because static initialisers and
+/// destructors of any library may call.
+struct DebugSections::Registry {
     Registry() {
         highestLevel.store(levels.getHighestLevel(), std::memory_order_relaxed);
     }
@@ -40,12 +40,12 @@ struct KXDebugSections::Registry {
         return *registry;
     }
 
-    const KXDebugLevels levels = readLevels(); // never changes, so read without the lock
+    const DebugLevels levels = readLevels(); // never changes, so read without the lock
     std::mutex lock;
     std::map<std::string, unsigned int> keys; // guarded by lock
 };
 
-unsigned int KXDebugSections::insert(const std::string& name) {
+unsigned int DebugSections::insert(const std::string& name) {
     Registry& registry = Registry::get();
     const std::lock_guard<std::mutex> guard(registry.lock);
     const auto known = registry.keys.find(name);
@@ -55,7 +55,7 @@ unsigned int KXDebugSections::insert(const std::string& name) {
     if (index == sectionsPerBlock * mostBlocks)
         return 0; // still prints, under "?"
     std::atomic<Block*>& block = blocks[index / sectionsPerBlock];
-    if (block.load() == nullptr)
+    if (!block.load())
         block = new Block;
     Section& section = (*block.load())[index % sectionsPerBlock];
     section.name = name;
@@ -66,13 +66,13 @@ unsigned int KXDebugSections::insert(const std::string& name) {
     return key;
 }
 
-int KXDebugSections::getLevelOfNoSection() {
+int DebugSections::getLevelOfNoSection() {
     return Registry::get().levels.getLevel("?");
 }
 
-const char* KXDebugSections::getName(unsigned int key) {
+const char* DebugSections::getName(unsigned int key) {
     const Section* const section = find(key);
-    return section != nullptr ? section->name.c_str() : "?";
+    return section ? section->name.c_str() : "?";
 }
 
 } // namespace KX

@@ -1,4 +1,4 @@
-#include "platform/linux/hardware/KXSocketCAN.h"
+#include "platform/linux/hardware/CANInterface.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -14,20 +14,20 @@ namespace KX {
 
 namespace {
 
-/// What one waiting frame costs of a socket's buffer. The kernel doubles what it is asked for, for its own
-/// book-keeping, and a frame with it takes less than twice this.
-const int bufferBytesOfFrame = 512;
+/// Share of one waiting frame in the buffer of a socket. The kernel doubles the size that it is asked for, to
+/// cover its book-keeping. A frame and its book-keeping take less than twice this share.
+constexpr int bufferBytesOfFrame = 512;
 
 } // namespace
 
-KXSocketCAN::KXSocketCAN(int busNumber, const std::string& nameOfInterface, int framesToHold)
-    : KXCANSocket(busNumber), interfaceName(nameOfInterface), receiveBuffer(framesToHold) {}
+CANInterface::CANInterface(int busNumber, const std::string& nameOfInterface, int framesToHold)
+    : CANSocket(busNumber), interfaceName(nameOfInterface), receiveBuffer(framesToHold) {}
 
-KXSocketCAN::~KXSocketCAN() {
+CANInterface::~CANInterface() {
     closeSocket();
 }
 
-KXCANSocket::Opening KXSocketCAN::openSocket(int& newDescriptor, std::string& reason) {
+CANSocket::Opening CANInterface::openSocket(int& newDescriptor, std::string& reason) {
     ifreq request{};
     if (interfaceName.empty() || interfaceName.size() >= sizeof(request.ifr_name)) {
         reason = "\"" + interfaceName + "\" cannot be the name of an interface";
@@ -44,7 +44,7 @@ KXCANSocket::Opening KXSocketCAN::openSocket(int& newDescriptor, std::string& re
     sockaddr_can address{};
     address.can_family = AF_CAN;
     address.can_ifindex = request.ifr_ifindex;
-    // Bound while it is down, the socket would be readable once, to say so, and then silent for ever.
+    // Not bound while the interface is down: the socket would report that once, and then seem connected.
     if (ioctl(newDescriptor, SIOCGIFFLAGS, &request) != 0 || (request.ifr_flags & IFF_UP) == 0) {
         reason = interfaceName + " is down";
         return Opening::later;
@@ -58,9 +58,9 @@ KXCANSocket::Opening KXSocketCAN::openSocket(int& newDescriptor, std::string& re
     return Opening::done;
 }
 
-/// Failures are not checked: what the system refuses here costs speed or room, not frames that it delivers.
-void KXSocketCAN::setOptions(int socketDescriptor) const {
-    // Remote frames would only wake us.
+/// Failures are ignored: without these options there are more wake-ups or a smaller buffer, but the bus works.
+void CANInterface::setOptions(int socketDescriptor) const {
+    // Remote frames are not delivered; they would only wake the reader.
     can_filter noRemoteFrames{};
     noRemoteFrames.can_mask = CAN_RTR_FLAG;
     setsockopt(socketDescriptor, SOL_CAN_RAW, CAN_RAW_FILTER, &noRemoteFrames, sizeof(noRemoteFrames));

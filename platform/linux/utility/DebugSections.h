@@ -9,23 +9,23 @@ namespace KX {
 
 /// The sections of the debug service: names, keys and levels.
 ///
-/// Works from the first static initialiser to the last static destructor of any library. Keys count from 1, so
-/// the 0 of a key that its owner has not fetched yet is no section's.
-class KXDebugSections {
+/// Works from the first static initialiser to the last static destructor of any library. Keys count from 1. The
+/// key of an owner that has not registered its section yet is 0, which is no section's.
+class DebugSections {
 public:
-    KXDebugSections() = delete;
+    DebugSections() = delete;
 
     /// \return the key of the section, a new one for a new name. Takes a lock.
     static unsigned int insert(const std::string& name);
 
     /// Whether a message is to be shown. Takes no lock and allocates nothing for a key from \ref insert.
     static bool isShown(int level, unsigned int key) {
-        // Nearly every message is a trace that nobody asked for, whatever its section.
+        // Nearly every message is a trace, and mostly no section shows traces.
         if (level > highestLevel.load(std::memory_order_relaxed))
             return false;
         const Section* const section = find(key);
-        const int shownLevel = section != nullptr ? section->level : getLevelOfNoSection();
-        // Level 0 is not a message's, but nobody should lose an error because of it.
+        const int shownLevel = section ? section->level : getLevelOfNoSection();
+        // A message of level 0, which is a mistake, is shown like an error.
         return level <= shownLevel && shownLevel > 0;
     }
 
@@ -52,12 +52,12 @@ private:
 
     static int getLevelOfNoSection();
 
-    /// Where a key leads to. Plain zeros before the first initialiser runs and never destroyed. A block is published
-    /// before its first key is given away, and a section is complete before its key is, so whoever has a key by
-    /// proper means may read; a guessed key is kept out by the count.
+    /// The sections by key. Zero-initialised before the first initialiser runs, and never destroyed. A block and a
+    /// section are complete before their keys are handed out, so they are read without a lock. The count rejects
+    /// keys that were not handed out.
     static std::array<std::atomic<Block*>, mostBlocks> blocks;
     static std::atomic<unsigned int> sectionCount;
-    /// No section shows more. Before the levels are known, any might.
+    /// No section shows a higher level. The largest number until the levels are known.
     static std::atomic<int> highestLevel;
 
     struct Registry;

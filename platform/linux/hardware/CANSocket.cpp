@@ -1,7 +1,8 @@
-#include "platform/linux/hardware/KXCANSocket.h"
+#include "platform/linux/hardware/CANSocket.h"
 
 #include "platform/KXCANMessage.h"
 #include "platform/KXDebug.h"
+#include "platform/KXStatus.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -15,13 +16,10 @@ namespace KX {
 
 namespace {
 
-const int statusRefused = 20;
-const int statusOutOfRange = 24;
+/// Most frames that one call skips because they are not delivered. A flood of them must not hold the thread.
+constexpr int mostPassedOver = 64;
 
-/// So many frames that are not delivered are passed over in one call, lest a flood of them hold the thread.
-const int mostPassedOver = 64;
-
-const unsigned int longestData = 8;
+constexpr unsigned int longestData = 8;
 
 void copyFrame(const can_frame& frame, KXCANMessage& message) {
     message.canId = frame.can_id;
@@ -37,16 +35,16 @@ unsigned int getCANDebugKey() {
     return key;
 }
 
-KXCANSocket::KXCANSocket(int busNumber) : bus(busNumber) {}
+CANSocket::CANSocket(int busNumber) : bus(busNumber) {}
 
-KXCANSocket::~KXCANSocket() {
+CANSocket::~CANSocket() {
     if (malformedDatagrams > 1) {
         KXDebug::debugPrintError(2, getCANDebugKey(), "bus %d: %lu datagrams were no CAN frames", bus,
                                  malformedDatagrams);
     }
 }
 
-KXCANSocket::Opening KXCANSocket::open(int reportLevel) {
+CANSocket::Opening CANSocket::open(int reportLevel) {
     closeSocket();
     int newDescriptor = -1;
     std::string reason;
@@ -61,7 +59,7 @@ KXCANSocket::Opening KXCANSocket::open(int reportLevel) {
     return result;
 }
 
-void KXCANSocket::closeSocket() {
+void CANSocket::closeSocket() {
     const int closing = descriptor.exchange(-1);
     if (closing >= 0) {
         socketCloses();
@@ -69,52 +67,53 @@ void KXCANSocket::closeSocket() {
     }
 }
 
-int KXCANSocket::getReadEndPointID() const {
+int CANSocket::getReadEndPointID() const {
     return descriptor;
 }
 
-int KXCANSocket::getWriteEndPointID() const {
+int CANSocket::getWriteEndPointID() const {
     return -1;
 }
 
-bool KXCANSocket::isConnected() const {
+bool CANSocket::isConnected() const {
     return descriptor >= 0;
 }
 
-int KXCANSocket::reconnect() {
-    // A trace only: it is tried once a second for as long as the bus is gone.
-    return open(4) == Opening::done ? 0 : statusRefused;
+int CANSocket::reconnect() {
+    // At trace level: it is tried once a second while the bus is down.
+    return open(4) == Opening::done ? STATUS_OK : STATUS_REFUSED;
 }
 
-int KXCANSocket::configure(unsigned char setting) {
-    return setting == 0 ? 0 : statusOutOfRange;
+int CANSocket::configure(unsigned char setting) {
+    return setting == 0 ? STATUS_OK : STATUS_OUT_OF_RANGE;
 }
 
-int KXCANSocket::readFrame(KXCANMessage& message) {
+int CANSocket::readFrame(KXCANMessage& message) {
     for (int passedOver = 0; passedOver < mostPassedOver; ++passedOver) {
         can_frame frame{};
-        // MSG_TRUNC: the length that was sent, so that a datagram that is too long is known from a frame.
+        // MSG_TRUNC gives the length as sent, which tells a datagram that is too long from a frame.
         const ssize_t size = recv(descriptor, &frame, sizeof(frame), MSG_DONTWAIT | MSG_TRUNC);
         if (size >= 0) {
             if (isFrame(frame, size)) {
                 copyFrame(frame, message);
                 tellFrameRead(bus, message);
-                return 0;
+                return STATUS_OK;
             }
         } else if (errno == EAGAIN || errno == EBADF) {
-            // Nothing waits, or the bus is gone and known to be.
-            return statusRefused;
+            // EAGAIN: no frame waits. EBADF: the bus is closed.
+            return STATUS_REFUSED;
         } else if (errno != EINTR) {
-            // ENETDOWN, ENODEV: the interface went down or away. Closed, we are found disconnected and retried.
+            // ENETDOWN, ENODEV: the interface is down or gone. A manager finds the end point closed and retries
+            // it.
             KXDebug::debugPrintError(1, getCANDebugKey(), "bus %d: %s", bus, std::strerror(errno));
             closeSocket();
-            return statusRefused;
+            return STATUS_REFUSED;
         }
     }
-    return statusRefused;
+    return STATUS_REFUSED;
 }
 
-bool KXCANSocket::isFrame(const can_frame& frame, ssize_t size) {
+bool CANSocket::isFrame(const can_frame& frame, ssize_t size) {
     if (size != static_cast<ssize_t>(sizeof(frame)) || frame.can_dlc > longestData) {
         if (++malformedDatagrams == 1) {
             KXDebug::debugPrintError(1, getCANDebugKey(),

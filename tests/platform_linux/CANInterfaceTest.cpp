@@ -24,7 +24,7 @@ using KX::KXCANMessage;
 using KX::KXCANRaw;
 
 /// Needs a kernel with CAN, an interface vcan0 and the right to take it down and up.
-class KXSocketCANTest : public testing::Test {
+class CANInterfaceTest : public testing::Test {
 protected:
     void SetUp() override {
         sender = socket(PF_CAN, SOCK_RAW | SOCK_CLOEXEC, CAN_RAW);
@@ -54,7 +54,7 @@ protected:
             return false;
         request.ifr_flags = static_cast<short>(up ? request.ifr_flags | IFF_UP : request.ifr_flags & ~IFF_UP);
         const bool done = ioctl(sender, SIOCSIFFLAGS, &request) == 0;
-        // A socket of an interface that went down says so once: not the next write, please.
+        // A socket reports once that its interface went down. The next write must not get that report.
         int error = 0;
         socklen_t size = sizeof(error);
         getsockopt(sender, SOL_SOCKET, SO_ERROR, &error, &size);
@@ -72,7 +72,7 @@ protected:
     int sender = -1;
 };
 
-TEST_F(KXSocketCANTest, givesFramesButNoRemoteFrames) {
+TEST_F(CANInterfaceTest, givesFramesButNoRemoteFrames) {
     const std::unique_ptr<KXCANRaw> bus(KXCANRaw::create(0, 0, 500));
     ASSERT_NE(bus, nullptr);
     sendFrame(0x5 | CAN_RTR_FLAG);
@@ -84,7 +84,7 @@ TEST_F(KXSocketCANTest, givesFramesButNoRemoteFrames) {
     EXPECT_EQ(message.canData[0], 0xab);
 }
 
-TEST_F(KXSocketCANTest, survivesAnInterfaceThatGoesDownAndComesBack) {
+TEST_F(CANInterfaceTest, survivesAnInterfaceThatGoesDownAndComesBack) {
     const std::unique_ptr<KXCANRaw> bus(KXCANRaw::create(0, 0, 0));
     ASSERT_NE(bus, nullptr);
     RecordingHandler handler;
@@ -104,7 +104,7 @@ TEST_F(KXSocketCANTest, survivesAnInterfaceThatGoesDownAndComesBack) {
     manager.removeEndPoint(bus.get());
 }
 
-TEST_F(KXSocketCANTest, oneThatIsDownIsGivenClosed) {
+TEST_F(CANInterfaceTest, oneThatIsDownIsGivenClosed) {
     ASSERT_TRUE(setUp(false));
     const std::unique_ptr<KXCANRaw> bus(KXCANRaw::create(0, 0, 0));
     ASSERT_NE(bus, nullptr);

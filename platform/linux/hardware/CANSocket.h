@@ -13,22 +13,22 @@ namespace KX {
 /// Key of the debug section of the CAN buses, "kx_can_raw".
 unsigned int getCANDebugKey();
 
-/// Tells the observer of frames, if there is one, of a frame that was read.
+/// Calls the observer of frames, if there is one, with a frame that was read.
 void tellFrameRead(int bus, const KXCANMessage& message);
 
-/// A bus that is a socket of datagrams, one frame each.
-class KXCANSocket : public KXCANRaw {
+/// A bus that is read through a datagram socket, one frame in each datagram.
+class CANSocket : public KXCANRaw {
 public:
     enum class Opening {
         done,
-        later,  ///< the bus exists but is down: it will come
-        refused ///< it will not come by itself
+        later,  ///< the bus exists but is down
+        refused ///< there is no such bus, or the system refuses it
     };
 
-    ~KXCANSocket() override;
+    ~CANSocket() override;
 
     /// Opens the socket anew.
-    /// \param reportLevel  debug level at which a failure is told
+    /// \param reportLevel  debug level at which a failure is reported
     Opening open(int reportLevel);
 
     int getReadEndPointID() const override;
@@ -39,15 +39,15 @@ public:
     int readFrame(KXCANMessage& message) override;
 
 protected:
-    explicit KXCANSocket(int busNumber);
+    explicit CANSocket(int busNumber);
 
     /// Makes the socket.
-    /// \param newDescriptor  -1 at first; where something was opened it belongs to the caller, also after a failure
-    /// \param reason         why it failed, for a reader of the debug output
+    /// \param newDescriptor  -1 at first. A descriptor stored here belongs to the caller, also after a failure
+    /// \param reason         why it failed, for the debug output
     virtual Opening openSocket(int& newDescriptor, std::string& reason) = 0;
 
-    /// Called before the socket of the last \ref openSocket is closed. A destructor of a derived class calls
-    /// \ref closeSocket, because by the time of ours this could not be reached.
+    /// Called before a socket from \ref openSocket is closed. The destructor of each derived class must call
+    /// \ref closeSocket, because the destructor of this class cannot call the override any more.
     virtual void socketCloses() {}
 
     void closeSocket();
@@ -57,10 +57,10 @@ private:
 
     const int bus;
 
-    // Atomic because other threads may ask whether the bus is there while the waiting one reconnects it.
+    // Atomic because any thread may ask whether the bus is connected while the waiting one reconnects it.
     std::atomic<int> descriptor{-1};
 
-    // Touched by the reading thread only.
+    // Used by the reading thread only.
     unsigned long malformedDatagrams = 0;
 };
 

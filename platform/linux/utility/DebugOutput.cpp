@@ -1,4 +1,4 @@
-#include "platform/linux/utility/KXDebugOutput.h"
+#include "platform/linux/utility/DebugOutput.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -10,26 +10,26 @@ namespace KX {
 
 namespace {
 
-/// Held while a line is written: a pipe takes a long line in pieces, and another one must not come in between.
-/// Needs no initialiser and no destructor, so it serves in those of others.
+/// Held while a line is written: a pipe may take a long line in pieces, and no other line may come in between.
+/// Constant-initialised and never destroyed, so static initialisers and destructors may use it.
 std::mutex lineLock;
 
 void waitUntilWritable() {
     pollfd query{};
     query.fd = STDERR_FILENO;
     query.events = POLLOUT;
-    // EINTR: the caller tries to write once more, and comes back if that was too early.
+    // EINTR: the caller tries to write, and waits again if that was too early.
     poll(&query, 1, -1);
 }
 
 } // namespace
 
-void KXDebugOutput::writeLine(std::string& line) {
+void DebugOutput::writeLine(std::string& line) {
     line.push_back('\n');
     writeLine(line.data(), line.size() - 1);
 }
 
-void KXDebugOutput::writeLine(char* line, std::size_t length) {
+void DebugOutput::writeLine(char* line, std::size_t length) {
     std::replace_if(
         line, line + length, [](char c) { return c == '\n' || c == '\r'; }, ' ');
     line[length] = '\n';
@@ -43,10 +43,10 @@ void KXDebugOutput::writeLine(char* line, std::size_t length) {
             rest += written;
             restLength -= static_cast<std::size_t>(written);
         } else if (written < 0 && errno == EAGAIN) {
-            // Somebody made standard error non-blocking and it is full.
+            // Standard error is non-blocking and full.
             waitUntilWritable();
         } else if (written == 0 || errno != EINTR) {
-            // EBADF: closed. EPIPE, EIO, ENOSPC: nobody is there to be told.
+            // EBADF: closed. EPIPE, EIO, ENOSPC: the output is gone or full. The line is lost.
             return;
         }
     }

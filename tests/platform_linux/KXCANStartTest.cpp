@@ -1,0 +1,170 @@
+#include "platform/KXCANRaw.h"
+
+#include "platform/KXCANMessage.h"
+#include "platform/KXEndPointHandler.h"
+#include "platform/KXEndPointManager.h"
+#include "platform/KXTick.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdlib>
+#include <cstring>
+#include <linux/can.h>
+#include <memory>
+#include <net/if.h>
+#include <string>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+/// Stands in for a CAN interface "can0", which the kernel may not have.
+struct {
+    bool isUp = false;
+    int otherNode = -1;
+} can0;
+
+int answerAboutInterface(unsigned long question, ifreq& request) {
+    if (std::strcmp(request.ifr_name, "can0") != 0) {
+        errno = ENODEV;
+        return -1;
+    }
+    if (question == SIOCGIFINDEX)
+        request.ifr_ifindex = 1;
+    else
+        request.ifr_flags = can0.isUp ? IFF_UP : 0;
+    return 0;
+}
+
+} // namespace
+
+// Replace functions of the system for the whole program, libraries included.
+
+extern "C" KX_EXPORT int socket(int domain, int type, int protocol) noexcept {
+    if (domain != PF_CAN)
+        return static_cast<int>(syscall(SYS_socket, domain, type, protocol));
+    int ends[2] = {-1, -1};
+    socketpair(AF_UNIX, SOCK_DGRAM | (type & (SOCK_NONBLOCK | SOCK_CLOEXEC)), 0, ends);
+    close(can0.otherNode);
+    can0.otherNode = ends[1];
+    return ends[0];
+}
+
+extern "C" KX_EXPORT int ioctl(int descriptor, unsigned long question, ...) noexcept {
+    std::va_list arguments;
+    va_start(arguments, question);
+    void* const argument = va_arg(arguments, void*);
+    va_end(arguments);
+    if (question == SIOCGIFINDEX || question == SIOCGIFFLAGS)
+        return answerAboutInterface(question, *static_cast<ifreq*>(argument));
+    return static_cast<int>(syscall(SYS_ioctl, descriptor, question, argument));
+}
+
+extern "C" KX_EXPORT int bind(int descriptor, const sockaddr* address, socklen_t size) noexcept {
+    return address->sa_family == AF_CAN ? 0 : static_cast<int>(syscall(SYS_bind, descriptor, address, size));
+}
+
+namespace {
+
+using KX::KXCANRaw;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+class TracingHandler : public KX::KXEndPointHandler {
+public:
+    void onEndPointReadable(KX::KXEndPoint* endPoint, KX::KXEndPointManager*) override {
+        trace.push_back("readable");
+        KX::KXCANMessage message;
+        while (static_cast<KXCANRaw*>(endPoint)->readFrame(message) == 0)
+            trace.push_back("frame " + std::to_string(message.canId));
+    }
+
+    void onEndPointReconnected(KX::KXEndPoint*) override {
+        trace.push_back("back");
+    }
+
+    void onEndPointDisconnected(KX::KXEndPoint*) override {
+        trace.push_back("lost");
+    }
+
+    std::vector<std::string> trace;
+};
+
+class KXCANStartTest : public testing::Test {
+protected:
+    void TearDown() override {
+        can0.isUp = false;
+        unsetenv("KX_CAN_BUS_0");
+    }
+
+    static std::unique_ptr<KXCANRaw> open() {
+        return std::unique_ptr<KXCANRaw>(KXCANRaw::create(0, 0, 0));
+    }
+
+    static void otherNodeSends(canid_t id) {
+        can_frame frame{};
+        frame.can_id = id;
+        ASSERT_EQ(write(can0.otherNode, &frame, sizeof(frame)), static_cast<ssize_t>(sizeof(frame)));
+    }
+
+    int waitForMs(unsigned int ms) {
+        return manager.waitForEndPoints(KX::KXTick::getTickCount() + ms, 0);
+    }
+
+    KX::KXEndPointManager manager;
+    TracingHandler handler;
+};
+
+TEST_F(KXCANStartTest, oneThatIsUpIsGivenOpen) {
+    can0.isUp = true;
+    const auto bus = open();
+    ASSERT_NE(bus, nullptr);
+    EXPECT_TRUE(bus->isConnected());
+    EXPECT_GE(bus->getReadEndPointID(), 0);
+}
+
+TEST_F(KXCANStartTest, oneThatIsDownIsGivenClosedUntilItsReconnectSucceeds) {
+    testing::internal::CaptureStderr();
+    const auto bus = open();
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "[kx_can_raw:1] bus 0: can0 is down\n");
+    ASSERT_NE(bus, nullptr);
+    EXPECT_FALSE(bus->isConnected());
+    EXPECT_EQ(bus->getReadEndPointID(), -1);
+    EXPECT_EQ(bus->reconnect(), 20);
+    can0.isUp = true;
+    EXPECT_FALSE(bus->isConnected()) << "up alone does not reconnect";
+    EXPECT_EQ(bus->reconnect(), 0);
+    EXPECT_TRUE(bus->isConnected());
+}
+
+TEST_F(KXCANStartTest, oneThatDoesNotExistIsNullAndTold) {
+    setenv("KX_CAN_BUS_0", "can7", 1);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(open(), nullptr);
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("[kx_can_raw:1] bus 0: can7: No such device"));
+}
+
+TEST_F(KXCANStartTest, managerReportsOneThatIsDownWhenAddedAndItsReturn) {
+    // A test of this name shows the same calls on the simulated platform.
+    const auto bus = open();
+    ASSERT_NE(bus, nullptr);
+    EXPECT_EQ(manager.addEndPoint(bus.get(), &handler), 0);
+    EXPECT_THAT(handler.trace, IsEmpty()) << "told by a wait only";
+    EXPECT_EQ(waitForMs(5000), 1);
+    EXPECT_EQ(waitForMs(1500), 0);
+    can0.isUp = true;
+    EXPECT_EQ(waitForMs(5000), 1);
+    otherNodeSends(1);
+    EXPECT_EQ(waitForMs(5000), 1);
+    EXPECT_THAT(handler.trace, ElementsAre("lost", "back", "readable", "frame 1"));
+    EXPECT_EQ(manager.removeEndPoint(bus.get()), 0);
+}
+
+} // namespace

@@ -1,0 +1,23 @@
+#include "platform/KXThread.h"
+
+#include "support/CountingAllocator.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(KXThreadMemoryTest, aThreadThatThereIsNoMemoryForIsNullAndTold) {
+    const std::string name = "inputEventMgr";
+    testing::internal::CaptureStderr();
+    KX::KXThread* thread = nullptr;
+    {
+        const NoMoreMemory limit;
+        thread = KX::KXThread::create(name);
+    }
+    EXPECT_EQ(thread, nullptr);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "[kx_thread:1] thread \"inputEventMgr\" cannot be made: no memory is left\n");
+    delete thread;
+}
+
+} // namespace
