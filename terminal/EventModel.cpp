@@ -1,6 +1,6 @@
 #include "terminal/EventModel.h"
 
-#include "terminal/EventKind.h"
+#include "events/KXEventKind.h"
 #include "terminal/EventText.h"
 #include "terminal/Theme.h"
 
@@ -90,7 +90,8 @@ QVariant EventModel::data(const QModelIndex& index, int role) const {
     case Qt::TextAlignmentRole:
         return alignmentOf(index.column());
     case Qt::DecorationRole:
-        return index.column() == Name ? QVariant(Theme::colourOf(kindOfEvent(event.eventType))) : QVariant();
+        return index.column() == Name ? QVariant(Theme::colourOf(KX::kindOfEventType(event.eventType)))
+                                      : QVariant();
     default:
         return {};
     }

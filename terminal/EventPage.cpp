@@ -30,11 +30,11 @@ EventPage::EventPage(EventModel& model, QWidget* parent)
 void EventPage::takeInput(const KX::KXInputEvent& event) {
     if (!KeyCodes::isPress(event))
         return;
-    if (event.keyCode == KeyCodes::home)
+    if (event.keyCode == KX::KX_KEY_HOME)
         showNewest();
-    else if (event.osKeyCode == KeyCodes::toolkitPageUp)
+    else if (event.osKeyCode == Qt::Key_PageUp)
         scrollByPages(-1);
-    else if (event.osKeyCode == KeyCodes::toolkitPageDown)
+    else if (event.osKeyCode == Qt::Key_PageDown)
         scrollByPages(1);
 }
 

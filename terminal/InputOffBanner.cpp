@@ -13,7 +13,7 @@ InputOffBanner::InputOffBanner(QWidget* parent) : QAbstractButton(parent) {
 void InputOffBanner::paintEvent(QPaintEvent* /*event*/) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    const QColor red = Theme::colourOf(EventKind::Escape);
+    const QColor red = Theme::colourOf(KX::KXGesture::Escape);
     painter.setPen(QPen(isDown() ? Theme::text() : red, 2));
     painter.setBrush(red.darker(isDown() ? 320 : 240));
     painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), 8, 8);

@@ -1,5 +1,7 @@
 #include "terminal/InputSettings.h"
 
+#include "platform/KXStatus.h"
+
 #include <utility>
 
 namespace {
@@ -21,7 +23,7 @@ int InputSettings::value(Setting setting) const {
 
 int InputSettings::set(Setting setting, int value) {
     const int status = apply(setting, value);
-    if (status != 0)
+    if (status != KX::STATUS_OK)
         emit refused(setting, value, status);
     else if (std::exchange(values.at(setting), value) != value)
         emit changed(setting, value);
@@ -31,7 +33,7 @@ int InputSettings::set(Setting setting, int value) {
 int InputSettings::apply(Setting setting, int value) const {
     // The library takes durations without a sign: below zero would be a very long time to it.
     if (isDuration(setting) && value < 0)
-        return refusedDuration;
+        return KX::STATUS_REFUSED;
     return applyToLibrary(setting, value);
 }
 

@@ -119,7 +119,7 @@ void KeyLanesItem::drawLane(const Frame& frame, const KeyTimeLine::Lane& lane) c
 void KeyLanesItem::drawMoves(const Frame& frame) const {
     const QRectF bars = SpanPainter::barArea(frame.row).adjusted(0, -8, 0, 0);
     const qreal middle = std::round(bars.center().y());
-    const QColor colour = Theme::colourOf(EventKind::Encoder);
+    const QColor colour = Theme::encoder();
     frame.painter.fillRect(QRectF(bars.left(), middle, bars.width(), 1), colour.darker(250));
     auto move = timeLine.firstMoveAt(frame.first);
     while (move != timeLine.moves().end() && move->time <= frame.last) {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "events/KXEvent.h"
-#include "terminal/EventKind.h"
+#include "events/KXEventKind.h"
 
 #include <cstdint>
 #include <deque>
@@ -47,7 +47,7 @@ public:
         Time time = 0;
         int value = 0;
         int count = 0;
-        bool isDownwards = false; ///< the direction of step key 5
+        bool isDownwards = false; ///< the direction of the key Down
     };
 
     enum class LaneKind { Key, MouseButton };
@@ -98,9 +98,9 @@ private:
     Lane& laneOf(const KX::KXInputEvent& event);
     Span& openSpan(Lane& lane, Time time);
     Span& spanGoingOn(Lane& lane, Time time);
-    void press(const KX::KXInputEvent& event, Time time, EventKind kind);
-    void signOfLife(const KX::KXInputEvent& event, Time time, EventKind kind);
-    void release(const KX::KXInputEvent& event, Time time, EventKind kind);
+    void press(const KX::KXInputEvent& event, Time time, KX::KXGesture gesture);
+    void signOfLife(const KX::KXInputEvent& event, Time time, KX::KXGesture gesture);
+    void release(const KX::KXInputEvent& event, Time time, KX::KXGesture gesture);
     void move(const KX::KXInputEvent& event, Time time);
     void count(Span& span);
     void dropOldest();

@@ -137,9 +137,9 @@ protected:
         QTest::mouseRelease(&view, Qt::LeftButton, Qt::NoModifier, QPoint(toX, y));
     }
 
-    const QColor press = Theme::colourOf(EventKind::Press);
-    const QColor doublePress = Theme::colourOf(EventKind::DoublePress);
-    const QColor longPress = Theme::colourOf(EventKind::LongPress);
+    const QColor press = Theme::colourOf(KX::KXGesture::Press);
+    const QColor doublePress = Theme::colourOf(KX::KXGesture::DoublePress);
+    const QColor longPress = Theme::colourOf(KX::KXGesture::LongPress);
     TimeLineView view;
 };
 

@@ -17,7 +17,7 @@ EventLine::EventLine(const KXInputEvent& event) {
     append(" key=");
     appendNumber(event.keyCode);
     append(" os=");
-    if (event.osKeyCode == -1) {
+    if (event.osKeyCode == KX_KEY_NONE) {
         append("-1");
     } else {
         append("0x");

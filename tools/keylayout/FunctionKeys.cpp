@@ -17,7 +17,7 @@ std::map<int, int> KeyLayout::functionKeys() {
 
 std::map<int, int> KeyLayout::keyCodesOfTerminal() {
     std::map<int, int> keys;
-    for (int keyCode = 0; keyCode < functionKeyCode; ++keyCode)
+    for (int keyCode = KX::KX_KEY_ESCAPE; keyCode < functionKeyCode; ++keyCode)
         keys[keyCode] = keyCode;
     for (const auto& [toolkitKey, keyCode] : functionKeys())
         keys[keyCode] = toolkitKey;

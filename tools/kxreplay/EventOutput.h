@@ -18,7 +18,6 @@ std::string toJSON(const KX::KXInputEvent& event);
 /// The key or the mouse button of an event, as people call it: "key 0 (Esc)", "mouse button 1".
 std::string nameKey(const KX::KXInputEvent& event);
 
-bool isMouseEvent(const KX::KXInputEvent& event);
 bool isEncoderMove(const KX::KXInputEvent& event);
 
 /// Whether both come of the same key, the same mouse button or the same direction of the knob.

@@ -1,5 +1,6 @@
 #include "tools/recording/RecordingReader.h"
 
+#include "events/KXKeyCode.h"
 #include "tools/canbus/CANLog.h"
 #include "tools/text/Text.h"
 
@@ -31,7 +32,7 @@ constexpr std::size_t longestLine = 65536;
 // Which key codes the toolkit has a key for without any mapping; which keys these are does not matter here.
 std::map<int, int> keysOfEveryManager() {
     std::map<int, int> keys;
-    for (int keyCode = 0; keyCode <= 6; ++keyCode)
+    for (int keyCode = KX::KX_KEY_ESCAPE; keyCode <= KX::KX_KEY_END; ++keyCode)
         keys[keyCode] = keyCode;
     return keys;
 }
