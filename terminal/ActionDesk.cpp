@@ -8,6 +8,8 @@
 
 #include <QElapsedTimer>
 
+namespace Terminal {
+
 namespace {
 
 bool isPressOfMouse(const KX::KXEvent& event) {
@@ -129,3 +131,5 @@ QString ActionDesk::implementState() const {
         .arg(implement.lowered ? QStringLiteral("lowered") : QStringLiteral("lifted"),
              implement.working ? QStringLiteral("working") : QStringLiteral("at rest"));
 }
+
+} // namespace Terminal

@@ -11,6 +11,8 @@
 
 #include <algorithm>
 
+namespace Terminal {
+
 namespace {
 
 constexpr int inset = 12;
@@ -168,3 +170,5 @@ void ActionPanel::paintBudget(QPainter& painter, const QRect& area) const {
     painter.setBrush(part < 1 ? Theme::encoder() : Theme::colourOf(KX::KXGesture::Escape));
     painter.drawRoundedRect(bar, 4, 4);
 }
+
+} // namespace Terminal

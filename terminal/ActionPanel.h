@@ -3,6 +3,8 @@
 #include <QTimer>
 #include <QWidget>
 
+namespace Terminal {
+
 class ActionDesk;
 class ScreenButton;
 
@@ -50,3 +52,5 @@ private:
     ScreenButton* button;
     QTimer pace;
 };
+
+} // namespace Terminal

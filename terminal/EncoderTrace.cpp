@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace Terminal {
+
 namespace {
 
 constexpr int longestWithoutTable = 500;
@@ -62,3 +64,5 @@ void EncoderTrace::add(const KX::KXInputEvent& move, int stepTimeMs) {
 const std::deque<EncoderTrace::Step>& EncoderTrace::steps() const {
     return kept;
 }
+
+} // namespace Terminal

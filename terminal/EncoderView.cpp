@@ -20,6 +20,8 @@
 #include <iterator>
 #include <utility>
 
+namespace Terminal {
+
 namespace {
 
 constexpr int headingHeight = 22;
@@ -330,3 +332,5 @@ void EncoderView::hideEvent(QHideEvent* event) {
     QWidget::hideEvent(event);
     pace.stop();
 }
+
+} // namespace Terminal

@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <cstddef>
 
+namespace Terminal {
+
 namespace {
 
 QString cellText(const KX::KXInputEvent& event, int column) {
@@ -108,3 +110,5 @@ QVariant EventModel::headerData(int section, Qt::Orientation orientation, int ro
         return alignmentOf(section);
     return {};
 }
+
+} // namespace Terminal

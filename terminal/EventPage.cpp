@@ -9,6 +9,8 @@
 #include <QHBoxLayout>
 #include <QScrollBar>
 
+namespace Terminal {
+
 EventPage::EventPage(EventModel& model, QWidget* parent)
     : QWidget(parent), events(new EventListView(model)), newest(new ScreenButton(QStringLiteral("Top\tHome"))),
       newer(new ScreenButton(QStringLiteral("\u25b2\tPgUp"))),
@@ -62,3 +64,5 @@ ScreenButton& EventPage::newerButton() const {
 ScreenButton& EventPage::olderButton() const {
     return *older;
 }
+
+} // namespace Terminal

@@ -4,6 +4,8 @@
 
 #include <string_view>
 
+namespace Terminal {
+
 EventPrinter::EventPrinter(std::FILE* outputFile) : output(outputFile) {}
 
 void EventPrinter::print(const ClassifiedEvents& events) {
@@ -16,3 +18,5 @@ void EventPrinter::print(const ClassifiedEvents& events) {
         readerIsGone = !written || std::fflush(output) != 0;
     }
 }
+
+} // namespace Terminal

@@ -5,6 +5,8 @@
 
 #include <QKeySequence>
 
+namespace Terminal {
+
 namespace {
 
 constexpr int noCount = -1;
@@ -87,3 +89,5 @@ QString EventText::value(const KX::KXEvent& event) {
 QString EventText::count(const KX::KXEvent& event) {
     return event.count == noCount ? dash() : QString::number(event.count);
 }
+
+} // namespace Terminal

@@ -4,6 +4,8 @@
 
 #include <QPainter>
 
+namespace Terminal {
+
 InputOffBanner::InputOffBanner(QWidget* parent) : QAbstractButton(parent) {
     setText(QStringLiteral("INPUT OFF\ttouch here or press F12 to switch it on"));
     setFocusPolicy(Qt::NoFocus);
@@ -25,3 +27,5 @@ void InputOffBanner::paintEvent(QPaintEvent* /*event*/) {
     painter.drawText(QRect(0, middle - 4, width(), height() - middle), Qt::AlignCenter,
                      text().section(QLatin1Char('\t'), 1));
 }
+
+} // namespace Terminal

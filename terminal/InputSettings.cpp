@@ -4,6 +4,8 @@
 
 #include <utility>
 
+namespace Terminal {
+
 namespace {
 
 constexpr std::array<int, InputSettings::SettingCount> defaults = {300, 2000, 1000, 900, 1};
@@ -53,3 +55,5 @@ void InputSettings::restoreDefaults() {
 int InputSettings::defaultValue(Setting setting) {
     return defaults.at(setting);
 }
+
+} // namespace Terminal

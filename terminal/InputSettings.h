@@ -5,6 +5,8 @@
 #include <array>
 #include <functional>
 
+namespace Terminal {
+
 /// How input is classified, and whether it is taken at all: the settings as they are, and the way to change them.
 ///
 /// It begins with what the library begins with, and changes only what the library accepts.
@@ -49,3 +51,5 @@ private:
     Apply applyToLibrary;
     std::array<int, SettingCount> values;
 };
+
+} // namespace Terminal

@@ -7,7 +7,7 @@
 #include <map>
 
 /// The key codes that the terminal itself fixes: those of the keys F1 to F12.
-namespace KeyCodes {
+namespace Terminal::KeyCodes {
 
 constexpr int firstSoftKey = KeyLayout::functionKeyCode; ///< F1; the eight soft keys follow each other
 constexpr int startLoop = firstSoftKey + 8;              ///< F9
@@ -25,4 +25,4 @@ inline bool isPress(const KX::KXEvent& event) {
     return KX::isKeyEvent(event.eventType) && KX::isPressEvent(event.eventType);
 }
 
-} // namespace KeyCodes
+} // namespace Terminal::KeyCodes

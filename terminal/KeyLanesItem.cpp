@@ -11,6 +11,8 @@
 #include <algorithm>
 #include <cmath>
 
+namespace Terminal {
+
 using Time = KeyTimeLine::Time;
 
 /// What drawing a row needs to know.
@@ -134,3 +136,5 @@ void KeyLanesItem::drawMoves(const Frame& frame) const {
         move = hidesNext ? timeLine.firstMoveAt(nextPixel) : next;
     }
 }
+
+} // namespace Terminal

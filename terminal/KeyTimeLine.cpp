@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdlib>
 
+namespace Terminal {
+
 namespace {
 
 // Events of two threads are posted in an order that their ticks need not have; more than this is no such case.
@@ -223,3 +225,5 @@ std::deque<KeyTimeLine::Move>::const_iterator KeyTimeLine::firstMoveAt(Time time
     const auto isBefore = [](const Move& step, Time limit) { return step.time < limit; };
     return std::lower_bound(encoderMoves.begin(), encoderMoves.end(), time, isBefore);
 }
+
+} // namespace Terminal

@@ -8,6 +8,8 @@
 #include <map>
 #include <utility>
 
+namespace Terminal {
+
 /// What the operator's hands did over time: for each key and mouse button when it was down and what was
 /// recognised meanwhile, and the moves of the encoder.
 ///
@@ -117,3 +119,5 @@ private:
     int keptEvents = 0;
     int keysDown = 0;
 };
+
+} // namespace Terminal

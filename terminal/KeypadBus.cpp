@@ -6,6 +6,8 @@
 #include <sys/stat.h>
 #include <sys/un.h>
 
+namespace Terminal {
+
 namespace {
 
 const char* const variable = "KX_CAN_BUS_0";
@@ -86,3 +88,5 @@ std::optional<QString> KeypadBus::send(const KX::KXCANMessage& frame) {
         return QString::fromLocal8Bit(error.what());
     }
 }
+
+} // namespace Terminal

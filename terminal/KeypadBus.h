@@ -9,6 +9,8 @@
 #include <optional>
 #include <stdexcept>
 
+namespace Terminal {
+
 /// What was asked for cannot be done: the program ends with status 2.
 class SettingsError : public std::runtime_error {
 public:
@@ -42,3 +44,5 @@ private:
     std::string name;
     std::unique_ptr<CANSender> sender;
 };
+
+} // namespace Terminal

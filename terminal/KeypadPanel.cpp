@@ -15,6 +15,8 @@
 #include <algorithm>
 #include <optional>
 
+namespace Terminal {
+
 namespace {
 
 constexpr int keysInRow = 8;
@@ -115,3 +117,5 @@ void KeypadPanel::paintEvent(QPaintEvent* /*event*/) {
     painter.drawText(title, Qt::AlignRight | Qt::AlignVCenter,
                      painter.fontMetrics().elidedText(faultText, Qt::ElideMiddle, width() - 130));
 }
+
+} // namespace Terminal

@@ -19,6 +19,8 @@
 #include <QScreen>
 #include <QVBoxLayout>
 
+namespace Terminal {
+
 namespace {
 
 constexpr QSize desktopSize(1024, 768);
@@ -196,3 +198,5 @@ PageArea& MainWindow::pages() const {
 InputOffBanner& MainWindow::inputOffBanner() const {
     return *banner;
 }
+
+} // namespace Terminal

@@ -6,6 +6,8 @@
 
 #include <QPainter>
 
+namespace Terminal {
+
 namespace {
 
 constexpr int inset = 18;
@@ -99,3 +101,5 @@ void OperatorScreen::paintTiles(QPainter& painter, QRect area) const {
     drawTile(painter, area, QStringLiteral("ENCODER STEPS"),
              lastEncoderMove ? EventText::count(*lastEncoderMove) : none, colour);
 }
+
+} // namespace Terminal

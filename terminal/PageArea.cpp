@@ -16,6 +16,8 @@
 #include <QHBoxLayout>
 #include <QVBoxLayout>
 
+namespace Terminal {
+
 PageArea::PageArea(EventModel& model, InputSettings& settings, QWidget* parent)
     : QWidget(parent), pageBar(new PageBar), keypadPanel(new KeypadPanel), actionPanel(new ActionPanel),
       eventPage(new EventPage(model)), timeLineView(new TimeLineView), encoderView(new EncoderView),
@@ -169,3 +171,5 @@ EncoderView& PageArea::encoder() const {
 SettingsPanel& PageArea::settings() const {
     return *settingsPanel;
 }
+
+} // namespace Terminal

@@ -5,6 +5,8 @@
 #include <QHBoxLayout>
 #include <QPainter>
 
+namespace Terminal {
+
 namespace {
 
 constexpr int inset = 8;
@@ -91,3 +93,5 @@ void SettingRow::paintEvent(QPaintEvent* /*event*/) {
     painter.setFont(infoFont);
     painter.drawText(words.adjusted(0, nameHeight, 0, 0), Qt::TextWordWrap, info);
 }
+
+} // namespace Terminal

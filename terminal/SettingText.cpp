@@ -2,6 +2,8 @@
 
 #include "platform/KXStatus.h"
 
+namespace Terminal {
+
 namespace {
 
 constexpr int greatestLowPassFactor = 1000;
@@ -76,3 +78,5 @@ QString SettingText::refusal(InputSettings::Setting setting, int value, int stat
         return QStringLiteral("Refused with status %1").arg(status);
     }
 }
+
+} // namespace Terminal

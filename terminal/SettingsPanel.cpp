@@ -8,6 +8,8 @@
 #include <QGridLayout>
 #include <QLabel>
 
+namespace Terminal {
+
 namespace {
 
 constexpr int columns = 2;
@@ -107,3 +109,5 @@ SwitchRow& SettingsPanel::acceptRow() const {
 ButtonRow& SettingsPanel::defaultsRow() const {
     return *defaults;
 }
+
+} // namespace Terminal

@@ -4,6 +4,8 @@
 
 #include <QPainter>
 
+namespace Terminal {
+
 namespace {
 
 QString wordFor(KX::KXGesture gesture) {
@@ -85,3 +87,5 @@ void SoftKey::paintTexts(QPainter& painter) const {
     painter.setFont(Theme::font(11, true));
     painter.drawText(inside, Qt::AlignBottom | Qt::AlignHCenter, wordFor(*recognisedGesture));
 }
+
+} // namespace Terminal

@@ -6,6 +6,8 @@
 
 #include <optional>
 
+namespace Terminal {
+
 /// A key beside the screen whose function the screen names. Touch-sized; it takes no keyboard focus.
 class SoftKey : public QAbstractButton {
     Q_OBJECT
@@ -31,3 +33,5 @@ private:
     int number;
     std::optional<KX::KXGesture> recognisedGesture;
 };
+
+} // namespace Terminal

@@ -6,6 +6,8 @@
 
 #include <QHBoxLayout>
 
+namespace Terminal {
+
 namespace {
 
 const char* const labels[] = {"Start", "Stop", "Lift", "Lower", "Fold", "Rate", "Lights", "Menu"};
@@ -63,3 +65,5 @@ void SoftKeyBar::beginTouch() {
     touchedKey = pressedKey;
     pressedKey = nullptr;
 }
+
+} // namespace Terminal

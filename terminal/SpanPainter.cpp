@@ -10,6 +10,8 @@
 #include <cmath>
 #include <utility>
 
+namespace Terminal {
+
 namespace {
 
 using Span = KeyTimeLine::Span;
@@ -195,3 +197,5 @@ void SpanPainter::drawGap(const Span& span, const Extent& extent) {
     }
     painter.drawLine(QPointF(from, y), QPointF(to, y));
 }
+
+} // namespace Terminal

@@ -4,6 +4,8 @@
 
 #include <QPainter>
 
+namespace Terminal {
+
 namespace {
 
 constexpr int trackHeight = 32;
@@ -47,3 +49,5 @@ void SwitchButton::paintEvent(QPaintEvent* /*event*/) {
     painter.setFont(Theme::font(12));
     painter.drawText(rect(), Qt::AlignHCenter | Qt::AlignBottom, text());
 }
+
+} // namespace Terminal

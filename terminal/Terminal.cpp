@@ -43,6 +43,8 @@
 #include <limits>
 #include <memory>
 
+namespace Terminal {
+
 namespace {
 
 struct DeleteManager {
@@ -318,3 +320,5 @@ int runTerminal(QApplication& application, const CommandLine& settings) {
         return 1;
     }
 }
+
+} // namespace Terminal

@@ -5,6 +5,8 @@
 #include <QString>
 #include <QStyleFactory>
 
+namespace Terminal {
+
 namespace {
 
 constexpr int textSize = 14;
@@ -110,3 +112,5 @@ QFont Theme::tableFont() {
     font.setPixelSize(13);
     return font;
 }
+
+} // namespace Terminal

@@ -8,7 +8,7 @@
 class QApplication;
 
 /// The look of the terminal: dark, with few strong colours, readable at arm's length in a cab.
-namespace Theme {
+namespace Terminal::Theme {
 
 /// Sets fonts, palette and style sheet of the application. Once, before the first window.
 void apply(QApplication& application);
@@ -32,4 +32,4 @@ QFont tableFont();
 /// Distance between areas and from the border of the window, in pixels.
 constexpr int spacing = 10;
 
-} // namespace Theme
+} // namespace Terminal::Theme

@@ -5,6 +5,8 @@
 
 #include <QPainter>
 
+namespace Terminal {
+
 namespace {
 
 constexpr int columns = 4;
@@ -91,3 +93,5 @@ void TimeLineLegend::paintEvent(QPaintEvent* /*event*/) {
         }
     }
 }
+
+} // namespace Terminal

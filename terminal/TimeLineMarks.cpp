@@ -4,6 +4,8 @@
 
 #include <QPainter>
 
+namespace Terminal {
+
 namespace {
 
 constexpr qreal reach = TimeLineMarks::size / 2.0;
@@ -52,3 +54,5 @@ void TimeLineMarks::draw(QPainter& painter, TimeLineMark mark, const QPointF& ce
         return drawCross(painter, centre);
     }
 }
+
+} // namespace Terminal

@@ -14,6 +14,8 @@
 #include <cstdlib>
 #include <utility>
 
+namespace Terminal {
+
 namespace {
 
 bool isKeyEvent(const QEvent* event) {
@@ -276,3 +278,5 @@ void ToolkitLayer::sendMouse(int type, Qt::MouseButton button) {
     event.eventData[1] = static_cast<unsigned int>(button);
     send(event);
 }
+
+} // namespace Terminal

@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+namespace Terminal {
+
 namespace {
 
 // From the toolkit's key to the key code: the library shows its table the other way round only.
@@ -41,3 +43,5 @@ std::optional<KX::KXInputEvent> viewerEvent(const KX::KXToolkitEvent& report) {
         return std::nullopt;
     }
 }
+
+} // namespace Terminal

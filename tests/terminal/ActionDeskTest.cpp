@@ -15,6 +15,8 @@
 
 #include <string>
 
+using namespace Terminal;
+
 using KX::KXActionQueue;
 using KX::KXSimulation;
 

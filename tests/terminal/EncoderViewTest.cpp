@@ -11,6 +11,8 @@
 
 #include <algorithm>
 
+using namespace Terminal;
+
 namespace {
 
 constexpr int up = 4;

@@ -25,6 +25,8 @@
 #include <iostream>
 #include <vector>
 
+using namespace Terminal;
+
 namespace {
 
 constexpr int eventsPerSecond = 200;

@@ -26,6 +26,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace Terminal;
+
 namespace {
 
 class MainWindowTest : public testing::Test {

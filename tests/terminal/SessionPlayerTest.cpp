@@ -15,6 +15,8 @@
 #include <memory>
 #include <sstream>
 
+using namespace Terminal;
+
 namespace {
 
 using Recording::Session;

@@ -10,6 +10,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace Terminal;
+
 namespace {
 
 // Refuses as the library does.

@@ -16,7 +16,7 @@
 #include <ctime>
 #include <limits>
 
-namespace TimeLineViewTesting {
+namespace Terminal::TimeLineViewTesting {
 
 constexpr int keyA = 7;
 constexpr int keyB = 8;
@@ -143,4 +143,4 @@ protected:
     TimeLineView view;
 };
 
-} // namespace TimeLineViewTesting
+} // namespace Terminal::TimeLineViewTesting
