@@ -12,7 +12,7 @@ void EventPrinter::print(const ClassifiedEvents& events) {
     for (const KX::KXInputEvent& event : events) {
         if (readerIsGone)
             return;
-        const KX::EventLine line(event);
+        const EventLine::Line line(event);
         const std::string_view text = line.textWithLineEnd();
         const bool written = std::fwrite(text.data(), 1, text.size(), output) == text.size();
         readerIsGone = !written || std::fflush(output) != 0;

@@ -42,7 +42,7 @@ public:
 private:
     std::unique_ptr<QTemporaryDir> privateFolder;
     std::string name;
-    std::unique_ptr<CANSender> sender;
+    std::unique_ptr<CanBus::CANSender> sender;
 };
 
 } // namespace Terminal

@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-namespace KXReplay::test {
+namespace Replay::test {
 
 /// Reads a text as a file; what is told about it fails the test.
 inline Recording::Session readText(const std::string& text) {
@@ -67,4 +67,4 @@ protected:
     std::string library;
 };
 
-} // namespace KXReplay::test
+} // namespace Replay::test

@@ -1,5 +1,7 @@
 #include "tools/keylayout/FunctionKeys.h"
 
+namespace KeyLayout {
+
 namespace {
 
 // The toolkit's, without its headers: a layout is read where there is no toolkit.
@@ -8,14 +10,14 @@ constexpr int functionKeyCount = 12;
 
 } // namespace
 
-std::map<int, int> KeyLayout::functionKeys() {
+std::map<int, int> functionKeys() {
     std::map<int, int> keys;
     for (int i = 0; i < functionKeyCount; ++i)
         keys[toolkitF1 + i] = functionKeyCode + i;
     return keys;
 }
 
-std::map<int, int> KeyLayout::keyCodesOfTerminal() {
+std::map<int, int> keyCodesOfTerminal() {
     std::map<int, int> keys;
     for (int keyCode = KX::KX_KEY_ESCAPE; keyCode < functionKeyCode; ++keyCode)
         keys[keyCode] = keyCode;
@@ -23,3 +25,5 @@ std::map<int, int> KeyLayout::keyCodesOfTerminal() {
         keys[keyCode] = toolkitKey;
     return keys;
 }
+
+} // namespace KeyLayout

@@ -4,6 +4,8 @@
 
 #include <iterator>
 
+namespace KeyLayout {
+
 namespace {
 
 constexpr int noFramesIdentifier = -1;
@@ -12,7 +14,7 @@ constexpr int secondKeysIdentifier = 0x18FF0002;
 constexpr std::uint32_t knobsIdentifier = 0x18FF0003;
 
 constexpr int functionKey(int number) {
-    return KeyLayout::functionKeyCode + number - 1;
+    return functionKeyCode + number - 1;
 }
 
 struct Place {
@@ -33,11 +35,11 @@ constexpr Place places[] = {
     {functionKey(5), secondKeysIdentifier, 4, 0},   {functionKey(6), secondKeysIdentifier, 5, 1},
     {functionKey(7), secondKeysIdentifier, 6, 2},   {functionKey(8), secondKeysIdentifier, 7, 3},
 };
-static_assert(std::size(places) == KeyLayout::keyCount);
+static_assert(std::size(places) == keyCount);
 
 } // namespace
 
-KX::CANRemoteOptions KeyLayout::empty() {
+KX::CANRemoteOptions empty() {
     KX::CANRemoteOptions layout;
     layout.enabled = true;
     layout.encoderCANId = static_cast<std::uint32_t>(noFramesIdentifier);
@@ -46,7 +48,7 @@ KX::CANRemoteOptions KeyLayout::empty() {
     return layout;
 }
 
-KX::CANRemoteOptions KeyLayout::builtIn() {
+KX::CANRemoteOptions builtIn() {
     KX::CANRemoteOptions layout = empty();
     for (int i = 0; i < keyCount; ++i) {
         const Place& place = places[i];
@@ -57,10 +59,12 @@ KX::CANRemoteOptions KeyLayout::builtIn() {
     return layout;
 }
 
-bool KeyLayout::isUsed(const KX::KeyOptionsCANRemote& key) {
+bool isUsed(const KX::KeyOptionsCANRemote& key) {
     return key.keyNumber != 0;
 }
 
-bool KeyLayout::hasEncoder(const KX::CANRemoteOptions& layout) {
+bool hasEncoder(const KX::CANRemoteOptions& layout) {
     return layout.encoderCANId != static_cast<std::uint32_t>(noFramesIdentifier);
 }
+
+} // namespace KeyLayout

@@ -5,7 +5,7 @@
 
 #include <algorithm>
 
-namespace KXReplay {
+namespace Replay {
 
 namespace {
 
@@ -109,4 +109,4 @@ std::vector<Call> ClosestCalls::lateLongPresses() const {
         lates, [](const Call& one, const Call& other) { return one.distanceMs() > other.distanceMs(); });
 }
 
-} // namespace KXReplay
+} // namespace Replay

@@ -7,7 +7,7 @@
 
 #include <algorithm>
 
-namespace KXReplay {
+namespace Replay {
 
 namespace {
 
@@ -29,7 +29,7 @@ std::string toolkitName(int osKeyCode) {
 std::string formatEvent(const KX::KXInputEvent& event, Format format) {
     if (format == Format::JSON)
         return toJSON(event) + "\n";
-    return std::string(KX::EventLine(event).textWithLineEnd());
+    return std::string(EventLine::Line(event).textWithLineEnd());
 }
 
 // Names of events are letters, digits and underscores: nothing in them needs quoting.
@@ -67,4 +67,4 @@ bool isSameKey(const KX::KXInputEvent& one, const KX::KXInputEvent& other) {
     return isMouse ? one.eventData[1] == other.eventData[1] : one.keyCode == other.keyCode;
 }
 
-} // namespace KXReplay
+} // namespace Replay

@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace KXReplay {
+namespace Replay {
 
 /// How output is written: for people, or one JSON object a line.
 enum class Format { Text, JSON };
@@ -23,4 +23,4 @@ bool isEncoderMove(const KX::KXInputEvent& event);
 /// Whether both come of the same key, the same mouse button or the same direction of the knob.
 bool isSameKey(const KX::KXInputEvent& one, const KX::KXInputEvent& other);
 
-} // namespace KXReplay
+} // namespace Replay
