@@ -1,22 +1,19 @@
 #include "terminal/ActionDesk.h"
 
 #include "actions/KXActionQueue.h"
-#include "events/KXEventType.h"
+#include "events/KXEventKind.h"
+#include "platform/KXStatus.h"
 #include "platform/KXTick.h"
 #include "terminal/KeyCodes.h"
 
 #include <QElapsedTimer>
 
+namespace Terminal {
+
 namespace {
 
-constexpr int deadlinePassed = 46;
-
-bool isPressOfKey(const KX::KXEvent& event) {
-    return event.eventType == KX::KEY_PRESS_EVENT || event.eventType == KX::KEY_DOUBLE_PRESS_EVENT;
-}
-
 bool isPressOfMouse(const KX::KXEvent& event) {
-    return event.eventType == KX::MOUSE_PRESS_EVENT || event.eventType == KX::MOUSE_DOUBLE_PRESS_EVENT;
+    return KX::isMouseEvent(event.eventType) && KX::isPressEvent(event.eventType);
 }
 
 // The two actions of the loop post each other on the event that made them run.
@@ -65,7 +62,7 @@ void ActionDesk::takeEvents(const ClassifiedEvents& events) {
 void ActionDesk::takeEvent(KX::KXInputEvent event) {
     // Without an object: an action that the operator asks for again is no loop, however soon he does.
     post(noteEvent, event, nullptr);
-    if (isPressOfKey(event)) {
+    if (KeyCodes::isPress(event)) {
         const int number = event.keyCode - KeyCodes::firstSoftKey;
         if (number >= 0 && number < SoftKeyCount)
             takeSoftKey(number, event);
@@ -110,7 +107,7 @@ void ActionDesk::runActions() {
     const int status = KX::KXActionQueue::instance()->executeActions(deadline, true);
     lastUsedMicroseconds = static_cast<int>(used.nsecsElapsed() / 1000);
     accounts.noteDrained();
-    if (status == deadlinePassed)
+    if (status == KX::STATUS_DEADLINE_PASSED)
         rest.start(0);
     emit changed();
 }
@@ -134,3 +131,5 @@ QString ActionDesk::implementState() const {
         .arg(implement.lowered ? QStringLiteral("lowered") : QStringLiteral("lifted"),
              implement.working ? QStringLiteral("working") : QStringLiteral("at rest"));
 }
+
+} // namespace Terminal

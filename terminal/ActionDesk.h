@@ -8,6 +8,8 @@
 
 #include <optional>
 
+namespace Terminal {
+
 /// The application behind the terminal: posts actions on classified events and runs them from the main loop, no
 /// longer than \ref budgetMs at a time.
 ///
@@ -72,3 +74,5 @@ private:
     int lastUsedMicroseconds = 0;
     QTimer rest; // of what did not fit into the budget
 };
+
+} // namespace Terminal

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+namespace Terminal {
+
 const ActionLedger::Counts& ActionLedger::counts() const {
     return count;
 }
@@ -52,3 +54,5 @@ void ActionLedger::Entry::execute(void* /*argument*/) {
     ledger.noteExecuted();
     work();
 }
+
+} // namespace Terminal

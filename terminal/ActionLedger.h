@@ -6,6 +6,8 @@
 
 #include <functional>
 
+namespace Terminal {
+
 /// Keeps count of what the action queue does with the actions of the terminal.
 ///
 /// The queue tells nothing but by what it calls. It asks each action whether it is ready and then executes it, or
@@ -60,3 +62,5 @@ private:
     const Work work;
     const Ready readyNow;
 };
+
+} // namespace Terminal

@@ -11,6 +11,8 @@
 
 #include <algorithm>
 
+namespace Terminal {
+
 namespace {
 
 constexpr int inset = 12;
@@ -33,16 +35,16 @@ const Sizes& sizesFor(const QWidget& panel) {
     return panel.height() >= roomyHeight ? roomySizes : narrowSizes;
 }
 
-const char* const titles[] = {"POSTED", "EXECUTED", "NOT READY", "LOOPS"};
+const char* const titles[ActionPanel::TileCount] = {"POSTED", "EXECUTED", "NOT READY", "LOOPS"};
 
-QColor colourOfTile(int tile, quint64 number) {
+QColor colourOfTile(ActionPanel::Tile tile, quint64 number) {
     if (number == 0)
         return Theme::quietText();
     switch (tile) {
-    case 2:
-        return Theme::colourOf(EventKind::LongPress);
-    case 3:
-        return Theme::colourOf(EventKind::Escape);
+    case ActionPanel::NotReady:
+        return Theme::colourOf(KX::KXGesture::LongPress);
+    case ActionPanel::Loops:
+        return Theme::colourOf(KX::KXGesture::Escape);
     default:
         return Theme::text();
     }
@@ -89,10 +91,10 @@ void ActionPanel::watch(const ActionDesk& desk) {
 
 void ActionPanel::showState(const ActionDesk& desk) {
     const ActionLedger::Counts& counts = desk.ledger().counts();
-    numbers[0] = counts.posted;
-    numbers[1] = counts.executed;
-    numbers[2] = counts.notReady;
-    numbers[3] = counts.loops;
+    numbers[Posted] = counts.posted;
+    numbers[Executed] = counts.executed;
+    numbers[NotReady] = counts.notReady;
+    numbers[Loops] = counts.loops;
     usedMicroseconds = desk.usedMicroseconds();
     budgetMicroseconds = static_cast<int>(ActionDesk::budgetMs * 1000);
     state = desk.implementState();
@@ -104,7 +106,7 @@ ScreenButton& ActionPanel::loopButton() const {
     return *button;
 }
 
-QString ActionPanel::numberText(int tile) const {
+QString ActionPanel::numberText(Tile tile) const {
     return QString::number(numbers[tile]);
 }
 
@@ -128,22 +130,22 @@ void ActionPanel::paintEvent(QPaintEvent* /*event*/) {
     painter.drawText(inside, Qt::AlignLeft | Qt::AlignVCenter, QStringLiteral("ACTION QUEUE"));
 
     const Sizes& sizes = sizesFor(*this);
-    const int tileWidth = inside.width() / tileCount;
+    const int tileWidth = inside.width() / TileCount;
     QRect tile(inset, inside.bottom() + gap, tileWidth, sizes.tileHeight);
-    for (int i = 0; i < tileCount; ++i, tile.translate(tileWidth, 0))
-        paintTile(painter, tile, i);
+    for (int i = 0; i < TileCount; ++i, tile.translate(tileWidth, 0))
+        paintTile(painter, tile, static_cast<Tile>(i));
 
     QRect line(inset, tile.bottom() + gap, inside.width(), sizes.lineHeight);
     painter.setFont(Theme::font(sizes.line));
-    painter.setPen(
-        Theme::colourOf(dropped.startsWith(QLatin1String("Loop")) ? EventKind::Escape : EventKind::LongPress));
+    painter.setPen(Theme::colourOf(dropped.startsWith(QLatin1String("Loop")) ? KX::KXGesture::Escape
+                                                                             : KX::KXGesture::LongPress));
     drawElided(painter, line, dropped);
     painter.setPen(Theme::text());
     drawElided(painter, line.translated(0, sizes.lineHeight), state.isEmpty() ? QString() : stateText());
     paintBudget(painter, QRect(inset, button->y(), button->x() - inset - Theme::spacing, button->height()));
 }
 
-void ActionPanel::paintTile(QPainter& painter, const QRect& area, int tile) const {
+void ActionPanel::paintTile(QPainter& painter, const QRect& area, Tile tile) const {
     painter.setPen(Theme::quietText());
     painter.setFont(Theme::font(11, true));
     painter.drawText(area, Qt::AlignTop | Qt::AlignLeft, QString::fromLatin1(titles[tile]));
@@ -165,6 +167,8 @@ void ActionPanel::paintBudget(QPainter& painter, const QRect& area) const {
     const double part = std::min(1.0, static_cast<double>(usedMicroseconds) / budgetMicroseconds);
     // A bar of no width at all would look as if nothing had run.
     bar.setWidth(std::max(part * bar.width(), usedMicroseconds > 0 ? 8.0 : 0.0));
-    painter.setBrush(part < 1 ? Theme::colourOf(EventKind::Encoder) : Theme::colourOf(EventKind::Escape));
+    painter.setBrush(part < 1 ? Theme::encoder() : Theme::colourOf(KX::KXGesture::Escape));
     painter.drawRoundedRect(bar, 4, 4);
 }
+
+} // namespace Terminal

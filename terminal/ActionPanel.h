@@ -3,6 +3,8 @@
 #include <QTimer>
 #include <QWidget>
 
+namespace Terminal {
+
 class ActionDesk;
 class ScreenButton;
 
@@ -11,6 +13,9 @@ class ActionPanel : public QWidget {
     Q_OBJECT
 
 public:
+    /// The numbers that it shows, from left to right.
+    enum Tile { Posted, Executed, NotReady, Loops, TileCount };
+
     explicit ActionPanel(QWidget* parent = nullptr);
 
     /// Shows the numbers of \p desk from now on, at a pace that can be read. \p desk lives as long as
@@ -22,7 +27,7 @@ public:
 
     ScreenButton& loopButton() const;
 
-    QString numberText(int tile) const; ///< posted, executed, not ready, loops
+    QString numberText(Tile tile) const;
     QString droppedText() const;
     QString stateText() const;
 
@@ -36,12 +41,10 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    static constexpr int tileCount = 4;
-
-    void paintTile(QPainter& painter, const QRect& area, int tile) const;
+    void paintTile(QPainter& painter, const QRect& area, Tile tile) const;
     void paintBudget(QPainter& painter, const QRect& area) const;
 
-    quint64 numbers[tileCount] = {};
+    quint64 numbers[TileCount] = {};
     int usedMicroseconds = 0;
     int budgetMicroseconds = 1;
     QString state;
@@ -49,3 +52,5 @@ private:
     ScreenButton* button;
     QTimer pace;
 };
+
+} // namespace Terminal

@@ -3,6 +3,8 @@
 #include <QCommandLineParser>
 #include <QRegularExpression>
 
+namespace Terminal {
+
 namespace {
 
 const auto description = QStringLiteral(
@@ -200,3 +202,5 @@ CommandLine CommandLine::parse(const QStringList& arguments) {
         return refuse(QStringLiteral("unexpected argument ") + quoted(parser.positionalArguments().first()));
     return readSettings(parser, options);
 }
+
+} // namespace Terminal

@@ -5,6 +5,8 @@
 
 #include <optional>
 
+namespace Terminal {
+
 /// What the operator of the shell asked kxterminal to do.
 struct CommandLine {
     enum class Outcome {
@@ -30,3 +32,5 @@ struct CommandLine {
     /// Needs a QCoreApplication, but no window system. \p arguments begin with the name of the program.
     static CommandLine parse(const QStringList& arguments);
 };
+
+} // namespace Terminal

@@ -16,6 +16,8 @@
 
 #include <utility>
 
+namespace Terminal {
+
 namespace {
 
 constexpr int tapMs = 70;
@@ -151,3 +153,5 @@ void DemoSession::postWheel(int detents, const QPoint& position) {
                                                 QPoint(0, detents * 120), Qt::NoButton, Qt::NoModifier,
                                                 Qt::NoScrollPhase, false));
 }
+
+} // namespace Terminal

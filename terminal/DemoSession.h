@@ -8,8 +8,11 @@
 #include <functional>
 #include <vector>
 
-class MainWindow;
 class QWidget;
+
+namespace Terminal {
+
+class MainWindow;
 
 /// Plays a short sequence of operator input: Qt events posted to the native window, which travel the whole road
 /// from there on. It runs in real time, because the durations of presses are what it shows.
@@ -52,3 +55,5 @@ private:
     std::size_t nextStep = 0;
     QTimer timer;
 };
+
+} // namespace Terminal

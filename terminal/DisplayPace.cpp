@@ -2,6 +2,8 @@
 
 #include <utility>
 
+namespace Terminal {
+
 DisplayPace::DisplayPace(QObject* parent) : QObject(parent) {
     timer.setSingleShot(true);
     connect(&timer, &QTimer::timeout, this, &DisplayPace::flush);
@@ -25,3 +27,5 @@ void DisplayPace::flush() {
     sinceLast.start();
     emit due(std::exchange(waiting, {}));
 }
+
+} // namespace Terminal

@@ -6,6 +6,8 @@
 #include <QObject>
 #include <QTimer>
 
+namespace Terminal {
+
 /// Stands between the source of events and the views: drawing costs more than anything else the terminal does,
 /// and nobody reads faster than \ref shortestIntervalMs.
 ///
@@ -32,3 +34,5 @@ private:
     QElapsedTimer sinceLast;
     QTimer timer;
 };
+
+} // namespace Terminal

@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
+namespace Terminal {
+
 namespace {
 
-constexpr int stepKeyDownwards = 5;
-constexpr int noToolkitKey = -1;
 constexpr int longestWithoutTable = 500;
 
 int rawStepsOf(const KX::KXInputEvent& move) {
@@ -34,7 +34,7 @@ int EncoderTrace::expectedStepTimeMs(const KX::KXInputEvent& move) const {
 // Moves made by step keys are gathered in a bundle, whose value grows until it is closed; those of the wheel
 // stand for themselves.
 int EncoderTrace::addedBy(const KX::KXInputEvent& move) {
-    if (move.osKeyCode == noToolkitKey)
+    if (move.osKeyCode == KX::KX_KEY_NONE)
         return move.value;
     const bool goesOn = move.value > bundleValue;
     const int added = goesOn ? move.value - bundleValue : move.value;
@@ -52,7 +52,7 @@ void EncoderTrace::add(const KX::KXInputEvent& move, int stepTimeMs) {
         bundleValue = 0;
     const int added = addedBy(move);
     step.increment = std::max(1, added / rawStepsOf(move));
-    const std::int64_t signedAdded = move.keyCode == stepKeyDownwards ? -std::int64_t(added) : added;
+    const std::int64_t signedAdded = move.keyCode == KX::KX_KEY_DOWN ? -std::int64_t(added) : added;
     step.value = signedAdded + (step.beginsTurn ? 0 : kept.back().value);
     kept.push_back(step);
     if (kept.size() > capacity)
@@ -64,3 +64,5 @@ void EncoderTrace::add(const KX::KXInputEvent& move, int stepTimeMs) {
 const std::deque<EncoderTrace::Step>& EncoderTrace::steps() const {
     return kept;
 }
+
+} // namespace Terminal

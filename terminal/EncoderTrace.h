@@ -7,6 +7,8 @@
 #include <deque>
 #include <vector>
 
+namespace Terminal {
+
 /// The last moves of the encoder, and what they count together.
 ///
 /// Moves with less than \ref restMs between them are one turn of the knob; its value starts at 0.
@@ -47,3 +49,5 @@ private:
     int restartStepTimeMs = 200;
     int bundleValue = 0; ///< that the last key-made move bore
 };
+
+} // namespace Terminal

@@ -9,6 +9,8 @@
 
 #include <utility>
 
+namespace Terminal {
+
 namespace {
 
 // A speed table falls from the upper left, so there is room at the upper right.
@@ -54,3 +56,5 @@ void EncoderTrailItem::draw(QPainter* painter, const QwtScaleMap& xMap, const Qw
     painter->setBrush(Theme::accent());
     painter->drawEllipse(present, 8, 8);
 }
+
+} // namespace Terminal

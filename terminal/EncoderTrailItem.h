@@ -6,6 +6,8 @@
 
 #include <vector>
 
+namespace Terminal {
+
 /// Where the encoder is on its speed table, and where it was just before: points that fade with their age.
 class EncoderTrailItem : public QwtPlotItem {
 public:
@@ -21,3 +23,5 @@ public:
 private:
     std::vector<QPointF> trailPoints;
 };
+
+} // namespace Terminal

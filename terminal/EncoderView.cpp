@@ -2,7 +2,6 @@
 
 #include "terminal/DisplayPace.h"
 #include "terminal/EncoderTrailItem.h"
-#include "terminal/EventKind.h"
 #include "terminal/PlotLook.h"
 #include "terminal/Theme.h"
 
@@ -20,6 +19,8 @@
 #include <cmath>
 #include <iterator>
 #include <utility>
+
+namespace Terminal {
 
 namespace {
 
@@ -119,7 +120,7 @@ void EncoderView::makeCurvePlot() {
     curvePlot->setAxisScaleEngine(QwtPlot::yLeft, new QwtLogScaleEngine);
     curvePlot->setAxisScaleDraw(QwtPlot::yLeft, new ShortNumbers);
     curve = new QwtPlotCurve;
-    const QColor colour = Theme::colourOf(EventKind::Encoder);
+    const QColor colour = Theme::encoder();
     QColor below = colour;
     below.setAlpha(45);
     curve->setPen(colour, 2.5);
@@ -201,9 +202,7 @@ void EncoderView::setCurveScales() {
 }
 
 void EncoderView::append(const ClassifiedEvents& events) {
-    const auto isMove = [](const KX::KXInputEvent& event) {
-        return kindOfEvent(event.eventType) == EventKind::Encoder;
-    };
+    const auto isMove = [](const KX::KXInputEvent& event) { return event.eventType == KX::ENCODER_MOVE_EVENT; };
     const auto last = std::find_if(events.rbegin(), events.rend(), isMove);
     for (const KX::KXInputEvent& event : events) {
         if (!isMove(event))
@@ -319,7 +318,7 @@ void EncoderView::paintEvent(QPaintEvent* /*event*/) {
     drawNumber(painter, QRect(numbers.topLeft(), tile), QStringLiteral("STEP TIME"), stepTimeText(),
                Theme::text());
     drawNumber(painter, QRect(numbers.topLeft() + down, tile), QStringLiteral("INCREMENT PER STEP"),
-               incrementText(), Theme::colourOf(EventKind::Encoder));
+               incrementText(), Theme::encoder());
     drawNumber(painter, QRect(numbers.topLeft() + 2 * down, tile), QStringLiteral("VALUE OF THIS TURN"),
                valueText(), Theme::accent());
 }
@@ -333,3 +332,5 @@ void EncoderView::hideEvent(QHideEvent* event) {
     QWidget::hideEvent(event);
     pace.stop();
 }
+
+} // namespace Terminal

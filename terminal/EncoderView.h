@@ -11,9 +11,12 @@
 #include <functional>
 #include <vector>
 
-class EncoderTrailItem;
 class QwtPlot;
 class QwtPlotCurve;
+
+namespace Terminal {
+
+class EncoderTrailItem;
 
 /// How the encoder accelerates: its speed table as a curve with the present step on it, and beside it the value
 /// that a turn of the knob comes to.
@@ -84,3 +87,5 @@ private:
     QTimer pace;
     QElapsedTimer sinceRefresh;
 };
+
+} // namespace Terminal

@@ -4,6 +4,8 @@
 #include "terminal/EncoderView.h"
 #include "terminal/InputSettings.h"
 
+namespace Terminal {
+
 void watchEncoder(EncoderView& view, InputSettings& settings) {
     QObject::connect(&settings, &InputSettings::changed, &view, [&view] { showSpeedTable(view); });
     showSpeedTable(view);
@@ -14,3 +16,5 @@ void showSpeedTable(EncoderView& view) {
     const KX::KXEncoderDynamic& encoder = *KX::KXEncoderDynamic::instance();
     view.setSpeedTable(encoder.getDynamicParameters(), encoder.getUserFactor());
 }
+
+} // namespace Terminal

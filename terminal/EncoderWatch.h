@@ -1,5 +1,7 @@
 #pragma once
 
+namespace Terminal {
+
 class EncoderView;
 class InputSettings;
 
@@ -10,3 +12,5 @@ void watchEncoder(EncoderView& view, InputSettings& settings);
 
 /// Shows the library's speed table as it is now.
 void showSpeedTable(EncoderView& view);
+
+} // namespace Terminal

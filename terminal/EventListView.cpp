@@ -6,6 +6,8 @@
 #include <QHeaderView>
 #include <QScrollBar>
 
+namespace Terminal {
+
 namespace {
 
 constexpr int linePitch = 26;
@@ -72,3 +74,5 @@ void EventListView::keepPlace(const QModelIndex& /*parent*/, int first, int last
     bar->setMaximum(bar->maximum() + inserted);
     bar->setValue(bar->value() + inserted);
 }
+
+} // namespace Terminal

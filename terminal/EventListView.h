@@ -2,6 +2,8 @@
 
 #include <QTableView>
 
+namespace Terminal {
+
 class EventModel;
 
 /// The classified events as a list.
@@ -18,3 +20,5 @@ private:
     void arrangeColumns();
     void keepPlace(const QModelIndex& parent, int first, int last);
 };
+
+} // namespace Terminal

@@ -1,11 +1,13 @@
 #include "terminal/EventModel.h"
 
-#include "terminal/EventKind.h"
+#include "events/KXEventKind.h"
 #include "terminal/EventText.h"
 #include "terminal/Theme.h"
 
 #include <algorithm>
 #include <cstddef>
+
+namespace Terminal {
 
 namespace {
 
@@ -90,7 +92,8 @@ QVariant EventModel::data(const QModelIndex& index, int role) const {
     case Qt::TextAlignmentRole:
         return alignmentOf(index.column());
     case Qt::DecorationRole:
-        return index.column() == Name ? QVariant(Theme::colourOf(kindOfEvent(event.eventType))) : QVariant();
+        return index.column() == Name ? QVariant(Theme::colourOf(KX::kindOfEventType(event.eventType)))
+                                      : QVariant();
     default:
         return {};
     }
@@ -107,3 +110,5 @@ QVariant EventModel::headerData(int section, Qt::Orientation orientation, int ro
         return alignmentOf(section);
     return {};
 }
+
+} // namespace Terminal

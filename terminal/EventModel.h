@@ -6,6 +6,8 @@
 
 #include <deque>
 
+namespace Terminal {
+
 /// The classified events, newest first: what every view shows.
 ///
 /// It keeps the newest \ref capacity events. As a table it has the columns below; views that draw something else
@@ -44,3 +46,5 @@ private:
     std::deque<KX::KXInputEvent> newestFirst;
     quint64 appendedEvents = 0;
 };
+
+} // namespace Terminal

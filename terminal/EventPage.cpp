@@ -9,6 +9,8 @@
 #include <QHBoxLayout>
 #include <QScrollBar>
 
+namespace Terminal {
+
 EventPage::EventPage(EventModel& model, QWidget* parent)
     : QWidget(parent), events(new EventListView(model)), newest(new ScreenButton(QStringLiteral("Top\tHome"))),
       newer(new ScreenButton(QStringLiteral("\u25b2\tPgUp"))),
@@ -30,11 +32,11 @@ EventPage::EventPage(EventModel& model, QWidget* parent)
 void EventPage::takeInput(const KX::KXInputEvent& event) {
     if (!KeyCodes::isPress(event))
         return;
-    if (event.keyCode == KeyCodes::home)
+    if (event.keyCode == KX::KX_KEY_HOME)
         showNewest();
-    else if (event.osKeyCode == KeyCodes::toolkitPageUp)
+    else if (event.osKeyCode == Qt::Key_PageUp)
         scrollByPages(-1);
-    else if (event.osKeyCode == KeyCodes::toolkitPageDown)
+    else if (event.osKeyCode == Qt::Key_PageDown)
         scrollByPages(1);
 }
 
@@ -62,3 +64,5 @@ ScreenButton& EventPage::newerButton() const {
 ScreenButton& EventPage::olderButton() const {
     return *older;
 }
+
+} // namespace Terminal

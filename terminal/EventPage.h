@@ -4,6 +4,8 @@
 
 #include <QWidget>
 
+namespace Terminal {
+
 class EventListView;
 class EventModel;
 class ScreenButton;
@@ -32,3 +34,5 @@ private:
     ScreenButton* newer;
     ScreenButton* older;
 };
+
+} // namespace Terminal

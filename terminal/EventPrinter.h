@@ -4,6 +4,8 @@
 
 #include <cstdio>
 
+namespace Terminal {
+
 /// Prints classified events, a line each, flushed at once, so that another program can follow them.
 ///
 /// When the reader has gone away the printer falls silent and the terminal goes on.
@@ -18,3 +20,5 @@ private:
     std::FILE* output;
     bool readerIsGone = false;
 };
+
+} // namespace Terminal

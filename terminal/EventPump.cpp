@@ -7,6 +7,8 @@
 #include <cstddef>
 #include <stdexcept>
 
+namespace Terminal {
+
 namespace {
 
 // More than a batch stays in the pipe, which keeps the notifier going: in between the window gets its turn.
@@ -34,3 +36,5 @@ void EventPump::takeWaitingEvents() {
     if (!batch.empty())
         emit eventsTaken(batch);
 }
+
+} // namespace Terminal

@@ -11,6 +11,8 @@ namespace KX {
 class KXInputEventManager;
 }
 
+namespace Terminal {
+
 using ClassifiedEvents = std::vector<KX::KXInputEvent>;
 
 /// The part of the main loop that waits for classified events and takes them.
@@ -36,3 +38,5 @@ private:
     KX::KXInputEventManager& manager;
     QSocketNotifier readable;
 };
+
+} // namespace Terminal

@@ -1,21 +1,18 @@
 #include "terminal/EventText.h"
 
-#include "events/KXEventType.h"
+#include "events/KXEventKind.h"
 #include "input/KXInputEventManager.h"
 
 #include <QKeySequence>
 
+namespace Terminal {
+
 namespace {
 
-constexpr int unmappedKey = 65535;
-constexpr int unset = -1;
+constexpr int noCount = -1;
 
 QString dash() {
     return QStringLiteral("\u2013");
-}
-
-bool isMouseEvent(const KX::KXEvent& event) {
-    return event.eventType >= KX::MOUSE_PRESS_EVENT && event.eventType <= KX::MOUSE_ESCAPE_EVENT;
 }
 
 QString buttonName(unsigned int button) {
@@ -40,19 +37,19 @@ QString keyName(int keyCode) {
 
 QString className(int eventClass) {
     switch (eventClass) {
-    case 0:
+    case KX::EVENT_CLASS:
         return QStringLiteral("event");
-    case 1:
+    case KX::INCIDENT_CLASS:
         return QStringLiteral("incident");
-    case 2:
+    case KX::TOOLKIT_EVENT_CLASS:
         return QStringLiteral("toolkit");
-    case 3:
+    case KX::INPUT_EVENT_CLASS:
         return QStringLiteral("input");
-    case 4:
+    case KX::NAVIGATION_EVENT_CLASS:
         return QStringLiteral("navigation");
-    case 5:
+    case KX::TRIGGER_CLASS:
         return QStringLiteral("trigger");
-    case 6:
+    case KX::SIGNAL_CLASS:
         return QStringLiteral("signal");
     default:
         return QStringLiteral("holder");
@@ -70,17 +67,17 @@ QString EventText::eventClass(const KX::KXEvent& event) {
 }
 
 QString EventText::key(const KX::KXInputEvent& event) {
-    if (isMouseEvent(event))
+    if (KX::isMouseEvent(event.eventType))
         return buttonName(event.eventData[1]);
-    if (event.keyCode == unset)
+    if (event.keyCode == KX::KX_KEY_NONE)
         return dash();
-    if (event.keyCode == unmappedKey)
+    if (event.keyCode == KX::KX_KEY_UNMAPPED)
         return QStringLiteral("not mapped");
     return QStringLiteral("%1 %2").arg(event.keyCode).arg(keyName(event.keyCode)).trimmed();
 }
 
 QString EventText::toolkitKey(const KX::KXInputEvent& event) {
-    if (event.osKeyCode == unset)
+    if (event.osKeyCode == KX::KX_KEY_NONE)
         return dash();
     return QStringLiteral("0x%1").arg(static_cast<unsigned int>(event.osKeyCode), 0, 16);
 }
@@ -90,5 +87,7 @@ QString EventText::value(const KX::KXEvent& event) {
 }
 
 QString EventText::count(const KX::KXEvent& event) {
-    return event.count == unset ? dash() : QString::number(event.count);
+    return event.count == noCount ? dash() : QString::number(event.count);
 }
+
+} // namespace Terminal

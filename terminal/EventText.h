@@ -5,7 +5,7 @@
 #include <QString>
 
 /// How the views word the fields of a classified event. A dash stands for what an event does not have.
-namespace EventText {
+namespace Terminal::EventText {
 
 QString name(const KX::KXEvent& event);
 
@@ -23,4 +23,4 @@ QString value(const KX::KXEvent& event);
 
 QString count(const KX::KXEvent& event);
 
-} // namespace EventText
+} // namespace Terminal::EventText

@@ -1,5 +1,7 @@
 #include "terminal/InputGate.h"
 
+namespace Terminal {
+
 void InputGate::enter(std::unique_lock<std::mutex>& guard) {
     const unsigned int number = nextNumber++;
     changed.wait(guard, [this, number] { return servedNumber == number; });
@@ -37,3 +39,5 @@ InputGate::Hold::~Hold() {
     if (--gate.holds == 0)
         gate.leave();
 }
+
+} // namespace Terminal

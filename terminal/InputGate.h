@@ -3,6 +3,8 @@
 #include <condition_variable>
 #include <mutex>
 
+namespace Terminal {
+
 /// Lets either the worker of the input event manager make a pass or the toolkit's thread deliver input, never both
 /// at once, so that what each of them notes stands in the order in which the library got it.
 ///
@@ -40,3 +42,5 @@ private:
     bool passGoesOn = false;
     std::condition_variable changed;
 };
+
+} // namespace Terminal

@@ -4,6 +4,8 @@
 
 #include <QPainter>
 
+namespace Terminal {
+
 InputOffBanner::InputOffBanner(QWidget* parent) : QAbstractButton(parent) {
     setText(QStringLiteral("INPUT OFF\ttouch here or press F12 to switch it on"));
     setFocusPolicy(Qt::NoFocus);
@@ -13,7 +15,7 @@ InputOffBanner::InputOffBanner(QWidget* parent) : QAbstractButton(parent) {
 void InputOffBanner::paintEvent(QPaintEvent* /*event*/) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    const QColor red = Theme::colourOf(EventKind::Escape);
+    const QColor red = Theme::colourOf(KX::KXGesture::Escape);
     painter.setPen(QPen(isDown() ? Theme::text() : red, 2));
     painter.setBrush(red.darker(isDown() ? 320 : 240));
     painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), 8, 8);
@@ -25,3 +27,5 @@ void InputOffBanner::paintEvent(QPaintEvent* /*event*/) {
     painter.drawText(QRect(0, middle - 4, width(), height() - middle), Qt::AlignCenter,
                      text().section(QLatin1Char('\t'), 1));
 }
+
+} // namespace Terminal

@@ -2,6 +2,8 @@
 
 #include <QAbstractButton>
 
+namespace Terminal {
+
 /// Says, large, that no input is taken. A touch is the way out, or the key that it names.
 class InputOffBanner : public QAbstractButton {
     Q_OBJECT
@@ -12,3 +14,5 @@ public:
 protected:
     void paintEvent(QPaintEvent* event) override;
 };
+
+} // namespace Terminal

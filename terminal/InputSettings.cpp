@@ -1,6 +1,10 @@
 #include "terminal/InputSettings.h"
 
+#include "platform/KXStatus.h"
+
 #include <utility>
+
+namespace Terminal {
 
 namespace {
 
@@ -21,7 +25,7 @@ int InputSettings::value(Setting setting) const {
 
 int InputSettings::set(Setting setting, int value) {
     const int status = apply(setting, value);
-    if (status != 0)
+    if (status != KX::STATUS_OK)
         emit refused(setting, value, status);
     else if (std::exchange(values.at(setting), value) != value)
         emit changed(setting, value);
@@ -31,7 +35,7 @@ int InputSettings::set(Setting setting, int value) {
 int InputSettings::apply(Setting setting, int value) const {
     // The library takes durations without a sign: below zero would be a very long time to it.
     if (isDuration(setting) && value < 0)
-        return refusedDuration;
+        return KX::STATUS_REFUSED;
     return applyToLibrary(setting, value);
 }
 
@@ -51,3 +55,5 @@ void InputSettings::restoreDefaults() {
 int InputSettings::defaultValue(Setting setting) {
     return defaults.at(setting);
 }
+
+} // namespace Terminal

@@ -5,6 +5,8 @@
 #include <array>
 #include <functional>
 
+namespace Terminal {
+
 /// How input is classified, and whether it is taken at all: the settings as they are, and the way to change them.
 ///
 /// It begins with what the library begins with, and changes only what the library accepts.
@@ -22,10 +24,7 @@ public:
     };
     Q_ENUM(Setting)
 
-    static constexpr int refusedDuration = 20; ///< status: the double press must stay below the long press
-    static constexpr int refusedFactor = 24;   ///< status: out of range
-
-    /// Hands a value to the library. \return 0 when it was taken; else the library's status
+    /// Hands a value to the library. \return the library's status: \ref KX::STATUS_OK when it was taken
     using Apply = std::function<int(Setting setting, int value)>;
 
     explicit InputSettings(Apply apply, QObject* parent = nullptr);
@@ -33,7 +32,7 @@ public:
     int value(Setting setting) const;
 
     /// Applies \p value at once.
-    /// \return 0; else the status of the library, and then nothing has changed
+    /// \return the library's status; nothing has changed unless it is \ref KX::STATUS_OK
     int set(Setting setting, int value);
 
     /// Sets the two durations and the two factors back to what they were at the start. Whether input is taken is
@@ -52,3 +51,5 @@ private:
     Apply applyToLibrary;
     std::array<int, SettingCount> values;
 };
+
+} // namespace Terminal

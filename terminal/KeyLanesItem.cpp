@@ -11,6 +11,8 @@
 #include <algorithm>
 #include <cmath>
 
+namespace Terminal {
+
 using Time = KeyTimeLine::Time;
 
 /// What drawing a row needs to know.
@@ -119,7 +121,7 @@ void KeyLanesItem::drawLane(const Frame& frame, const KeyTimeLine::Lane& lane) c
 void KeyLanesItem::drawMoves(const Frame& frame) const {
     const QRectF bars = SpanPainter::barArea(frame.row).adjusted(0, -8, 0, 0);
     const qreal middle = std::round(bars.center().y());
-    const QColor colour = Theme::colourOf(EventKind::Encoder);
+    const QColor colour = Theme::encoder();
     frame.painter.fillRect(QRectF(bars.left(), middle, bars.width(), 1), colour.darker(250));
     auto move = timeLine.firstMoveAt(frame.first);
     while (move != timeLine.moves().end() && move->time <= frame.last) {
@@ -134,3 +136,5 @@ void KeyLanesItem::drawMoves(const Frame& frame) const {
         move = hidesNext ? timeLine.firstMoveAt(nextPixel) : next;
     }
 }
+
+} // namespace Terminal

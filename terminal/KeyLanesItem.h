@@ -7,6 +7,8 @@
 
 #include <vector>
 
+namespace Terminal {
+
 /// Draws rows of a time line into a plot: x is ms after a reference time, y counts the rows downwards from 0.
 ///
 /// What is outside the visible time is not looked at, and of what falls on one pixel one is drawn, so the cost is
@@ -45,3 +47,5 @@ private:
     KeyTimeLine::Time nowTime = 0;
     mutable int drawn = 0; // drawing is const in Qwt; one thread draws
 };
+
+} // namespace Terminal

@@ -1,23 +1,17 @@
 #include "terminal/KeyTimeLine.h"
 
-#include "events/KXEventType.h"
-
 #include <algorithm>
 #include <cstdlib>
 
-namespace {
+namespace Terminal {
 
-constexpr int stepKeyDownwards = 5;
+namespace {
 
 // Events of two threads are posted in an order that their ticks need not have; more than this is no such case.
 constexpr KeyTimeLine::Time latestBy = 60000;
 
-bool isOfMouse(const KX::KXInputEvent& event) {
-    return event.eventType >= KX::MOUSE_PRESS_EVENT && event.eventType <= KX::MOUSE_ESCAPE_EVENT;
-}
-
 KeyTimeLine::LaneKey laneKeyOf(const KX::KXInputEvent& event) {
-    if (isOfMouse(event))
+    if (KX::isMouseEvent(event.eventType))
         return {KeyTimeLine::LaneKind::MouseButton, event.eventData[1]};
     return {KeyTimeLine::LaneKind::Key, static_cast<unsigned int>(event.keyCode)};
 }
@@ -33,20 +27,26 @@ void KeyTimeLine::setDoublePressWindow(unsigned int ms) {
 }
 
 void KeyTimeLine::append(const KX::KXInputEvent& event) {
-    const EventKind kind = kindOfEvent(event.eventType);
-    if (kind == EventKind::Other)
+    const KX::KXGesture gesture = KX::kindOfEventType(event.eventType).gesture;
+    switch (gesture) {
+    case KX::KXGesture::Press:
+    case KX::KXGesture::DoublePress:
+        press(event, advanceTo(event), gesture);
+        break;
+    case KX::KXGesture::LongPress:
+    case KX::KXGesture::LongRelease:
+        signOfLife(event, advanceTo(event), gesture);
+        break;
+    case KX::KXGesture::Release:
+    case KX::KXGesture::Escape:
+        release(event, advanceTo(event), gesture);
+        break;
+    case KX::KXGesture::Move:
+        move(event, advanceTo(event));
+        break;
+    default:
         return;
-    const Time time = advanceTo(event);
-    if (kind == EventKind::Move)
-        return; // it tells the time and no more
-    if (kind == EventKind::Encoder)
-        move(event, time);
-    else if (kind == EventKind::Press || kind == EventKind::DoublePress)
-        press(event, time, kind);
-    else if (kind == EventKind::LongPress || kind == EventKind::LongRelease)
-        signOfLife(event, time, kind);
-    else
-        release(event, time, kind);
+    }
     while (keptEvents > capacity)
         dropOldest();
 }
@@ -92,7 +92,7 @@ KeyTimeLine::Span& KeyTimeLine::openSpan(Lane& lane, Time time) {
     return lane.spans.back();
 }
 
-void KeyTimeLine::press(const KX::KXInputEvent& event, Time time, EventKind kind) {
+void KeyTimeLine::press(const KX::KXInputEvent& event, Time time, KX::KXGesture gesture) {
     Lane& lane = laneOf(event);
     if (isDown(lane)) {
         lane.spans.back().ending = Span::Ending::Lost;
@@ -106,7 +106,7 @@ void KeyTimeLine::press(const KX::KXInputEvent& event, Time time, EventKind kind
     lastPressed = laneKeyOf(event);
     span.sincePreviousPress = follows ? static_cast<unsigned int>(span.start - previousStart) : 0;
     span.doublePressWindow = doublePressWindowMs;
-    span.isDoublePress = kind == EventKind::DoublePress;
+    span.isDoublePress = gesture == KX::KXGesture::DoublePress;
 }
 
 void KeyTimeLine::count(Span& span) {
@@ -126,11 +126,11 @@ KeyTimeLine::Span& KeyTimeLine::spanGoingOn(Lane& lane, Time time) {
 }
 
 // A long press, or the long release that is posted just before the release and bears the tick of the long press.
-void KeyTimeLine::signOfLife(const KX::KXInputEvent& event, Time time, EventKind kind) {
+void KeyTimeLine::signOfLife(const KX::KXInputEvent& event, Time time, KX::KXGesture gesture) {
     Lane& lane = laneOf(event);
     Span& span = spanGoingOn(lane, time);
     span.end = std::max(span.end, time);
-    if (kind == EventKind::LongRelease) {
+    if (gesture == KX::KXGesture::LongRelease) {
         span.isLongRelease = true;
         return;
     }
@@ -138,22 +138,25 @@ void KeyTimeLine::signOfLife(const KX::KXInputEvent& event, Time time, EventKind
     span.longPressAt = std::max(span.start, time);
 }
 
-void KeyTimeLine::release(const KX::KXInputEvent& event, Time time, EventKind kind) {
+void KeyTimeLine::release(const KX::KXInputEvent& event, Time time, KX::KXGesture gesture) {
     Lane& lane = laneOf(event);
     Span& span = spanGoingOn(lane, time);
     // The release may have happened a moment before the long press that was posted before it.
     span.end = std::max(span.start, time);
     span.longPressAt = std::min(span.longPressAt, span.end);
-    span.ending = kind == EventKind::Escape ? Span::Ending::Escaped : Span::Ending::Released;
+    span.ending = gesture == KX::KXGesture::Escape ? Span::Ending::Escaped : Span::Ending::Released;
     --keysDown;
 }
 
+// A move of the mouse only tells the time.
 void KeyTimeLine::move(const KX::KXInputEvent& event, Time time) {
+    if (event.eventType != KX::ENCODER_MOVE_EVENT)
+        return;
     Move step;
     step.time = encoderMoves.empty() ? time : std::max(time, encoderMoves.back().time);
     step.value = event.value;
     step.count = event.count;
-    step.isDownwards = event.keyCode == stepKeyDownwards;
+    step.isDownwards = event.keyCode == KX::KX_KEY_DOWN;
     encoderMoves.push_back(step);
     oldestFirst.emplace_back(Place::Move, LaneKey());
     ++keptEvents;
@@ -222,3 +225,5 @@ std::deque<KeyTimeLine::Move>::const_iterator KeyTimeLine::firstMoveAt(Time time
     const auto isBefore = [](const Move& step, Time limit) { return step.time < limit; };
     return std::lower_bound(encoderMoves.begin(), encoderMoves.end(), time, isBefore);
 }
+
+} // namespace Terminal

@@ -1,12 +1,14 @@
 #pragma once
 
 #include "events/KXEvent.h"
-#include "terminal/EventKind.h"
+#include "events/KXEventKind.h"
 
 #include <cstdint>
 #include <deque>
 #include <map>
 #include <utility>
+
+namespace Terminal {
 
 /// What the operator's hands did over time: for each key and mouse button when it was down and what was
 /// recognised meanwhile, and the moves of the encoder.
@@ -47,7 +49,7 @@ public:
         Time time = 0;
         int value = 0;
         int count = 0;
-        bool isDownwards = false; ///< the direction of step key 5
+        bool isDownwards = false; ///< the direction of the key Down
     };
 
     enum class LaneKind { Key, MouseButton };
@@ -98,9 +100,9 @@ private:
     Lane& laneOf(const KX::KXInputEvent& event);
     Span& openSpan(Lane& lane, Time time);
     Span& spanGoingOn(Lane& lane, Time time);
-    void press(const KX::KXInputEvent& event, Time time, EventKind kind);
-    void signOfLife(const KX::KXInputEvent& event, Time time, EventKind kind);
-    void release(const KX::KXInputEvent& event, Time time, EventKind kind);
+    void press(const KX::KXInputEvent& event, Time time, KX::KXGesture gesture);
+    void signOfLife(const KX::KXInputEvent& event, Time time, KX::KXGesture gesture);
+    void release(const KX::KXInputEvent& event, Time time, KX::KXGesture gesture);
     void move(const KX::KXInputEvent& event, Time time);
     void count(Span& span);
     void dropOldest();
@@ -117,3 +119,5 @@ private:
     int keptEvents = 0;
     int keysDown = 0;
 };
+
+} // namespace Terminal

@@ -6,6 +6,8 @@
 #include <sys/stat.h>
 #include <sys/un.h>
 
+namespace Terminal {
+
 namespace {
 
 const char* const variable = "KX_CAN_BUS_0";
@@ -20,7 +22,7 @@ bool isVirtual(const std::string& name) {
 
 bool isHeldByAnother(const std::string& name) {
     try {
-        const CANSender probe(name);
+        const CanBus::CANSender probe(name);
         return true;
     } catch (const std::runtime_error&) {
         return false; // a socket that nobody listens to any more is replaced
@@ -48,9 +50,9 @@ void checkPath(const std::string& name) {
         throw SettingsError(name + ": no permission to write into the folder");
 }
 
-std::unique_ptr<CANSender> openSender(const std::string& name) {
+std::unique_ptr<CanBus::CANSender> openSender(const std::string& name) {
     try {
-        return std::make_unique<CANSender>(name, longestWait);
+        return std::make_unique<CanBus::CANSender>(name, longestWait);
     } catch (const std::runtime_error& error) {
         throw SettingsError(error.what());
     }
@@ -86,3 +88,5 @@ std::optional<QString> KeypadBus::send(const KX::KXCANMessage& frame) {
         return QString::fromLocal8Bit(error.what());
     }
 }
+
+} // namespace Terminal

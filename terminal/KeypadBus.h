@@ -9,6 +9,8 @@
 #include <optional>
 #include <stdexcept>
 
+namespace Terminal {
+
 /// What was asked for cannot be done: the program ends with status 2.
 class SettingsError : public std::runtime_error {
 public:
@@ -40,5 +42,7 @@ public:
 private:
     std::unique_ptr<QTemporaryDir> privateFolder;
     std::string name;
-    std::unique_ptr<CANSender> sender;
+    std::unique_ptr<CanBus::CANSender> sender;
 };
+
+} // namespace Terminal

@@ -2,6 +2,8 @@
 
 #include "tools/keylayout/KeyLayout.h"
 
+namespace Terminal {
+
 namespace {
 
 // The frame has an identifier of 29 bits.
@@ -65,3 +67,5 @@ void KeypadFrames::addPosition(KX::KXCANMessage& message) const {
     message.canData[low] |= static_cast<unsigned char>(position & 0xFFU);
     message.canData[high] |= static_cast<unsigned char>(position >> 8U);
 }
+
+} // namespace Terminal

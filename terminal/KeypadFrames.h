@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <optional>
 
+namespace Terminal {
+
 /// The electronics of a keypad on the CAN bus: knows which keys are down and where the knob stands, and makes the
 /// frames that tell of it.
 class KeypadFrames {
@@ -35,3 +37,5 @@ private:
     std::array<bool, 16> pressedKeys{};
     std::uint16_t counter = 0; // where the library begins, too
 };
+
+} // namespace Terminal

@@ -4,6 +4,8 @@
 
 #include <QPainter>
 
+namespace Terminal {
+
 KeypadKey::KeypadKey(int keyNumber, const QString& label, QWidget* parent)
     : QAbstractButton(parent), number(keyNumber) {
     setText(label);
@@ -36,3 +38,5 @@ void KeypadKey::paintEvent(QPaintEvent* /*event*/) {
     painter.setFont(Theme::font(text().size() > 5 ? 12 : 14, true));
     painter.drawText(rect().adjusted(2, 8, -2, 0), Qt::AlignCenter, text());
 }
+
+} // namespace Terminal

@@ -2,6 +2,8 @@
 
 #include <QAbstractButton>
 
+namespace Terminal {
+
 /// A key of the keypad. Takes no keyboard focus.
 class KeypadKey : public QAbstractButton {
     Q_OBJECT
@@ -18,3 +20,5 @@ protected:
 private:
     int number;
 };
+
+} // namespace Terminal

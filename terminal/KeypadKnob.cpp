@@ -11,6 +11,8 @@
 #include <cmath>
 #include <cstdlib>
 
+namespace Terminal {
+
 namespace {
 
 constexpr double degreesPerDetent = 360.0 / KeypadKnob::detentsPerTurn;
@@ -126,3 +128,5 @@ void KeypadKnob::paintHints(QPainter& painter, const QRectF& circle) const {
     painter.drawText(hints, Qt::AlignVCenter | Qt::AlignLeft, QStringLiteral("\u2212"));
     painter.drawText(hints, Qt::AlignVCenter | Qt::AlignRight, QStringLiteral("+"));
 }
+
+} // namespace Terminal

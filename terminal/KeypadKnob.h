@@ -4,6 +4,8 @@
 
 #include <QWidget>
 
+namespace Terminal {
+
 /// The knob of the keypad. It is turned by dragging round its middle, by a click on its right half (up) or left
 /// half (down), or by the wheel.
 class KeypadKnob : public QWidget {
@@ -44,3 +46,5 @@ private:
     QPoint pressPosition;
     int position = 0; // of the picture, in detents
 };
+
+} // namespace Terminal

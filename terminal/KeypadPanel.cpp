@@ -15,6 +15,8 @@
 #include <algorithm>
 #include <optional>
 
+namespace Terminal {
+
 namespace {
 
 constexpr int keysInRow = 8;
@@ -111,7 +113,9 @@ void KeypadPanel::paintEvent(QPaintEvent* /*event*/) {
     painter.setFont(Theme::font(11, true));
     painter.setPen(Theme::quietText());
     painter.drawText(title, Qt::AlignLeft | Qt::AlignVCenter, QStringLiteral("CAN KEYPAD"));
-    painter.setPen(Theme::colourOf(EventKind::Escape));
+    painter.setPen(Theme::colourOf(KX::KXGesture::Escape));
     painter.drawText(title, Qt::AlignRight | Qt::AlignVCenter,
                      painter.fontMetrics().elidedText(faultText, Qt::ElideMiddle, width() - 130));
 }
+
+} // namespace Terminal

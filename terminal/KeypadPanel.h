@@ -6,9 +6,12 @@
 #include <QVector>
 #include <QWidget>
 
+class QGridLayout;
+
+namespace Terminal {
+
 class KeypadKey;
 class KeypadKnob;
-class QGridLayout;
 
 /// The keypad on the CAN bus, drawn on the screen: up to 16 keys and a knob.
 ///
@@ -52,3 +55,5 @@ private:
     QVector<KeypadKey*> keys; // by entry of the layout; null for none
     QString faultText;
 };
+
+} // namespace Terminal

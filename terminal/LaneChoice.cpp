@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <iterator>
 
+namespace Terminal {
+
 using Time = KeyTimeLine::Time;
 
 void LaneChoice::choose(const KeyTimeLine& timeLine, const Visible& visible, std::size_t page) {
@@ -51,3 +53,5 @@ std::size_t LaneChoice::laneCount() const {
 std::size_t LaneChoice::pageCount() const {
     return pages;
 }
+
+} // namespace Terminal

@@ -6,6 +6,8 @@
 #include <optional>
 #include <vector>
 
+namespace Terminal {
+
 /// Chooses which lanes of a time line to show where there is no room for all.
 ///
 /// Lanes with something in the visible time come first, then those used last. Those chosen stand in the order in
@@ -42,3 +44,5 @@ private:
     std::vector<Row> chosen;
     std::size_t pages = 1;
 };
+
+} // namespace Terminal

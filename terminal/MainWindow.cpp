@@ -19,6 +19,8 @@
 #include <QScreen>
 #include <QVBoxLayout>
 
+namespace Terminal {
+
 namespace {
 
 constexpr QSize desktopSize(1024, 768);
@@ -139,7 +141,7 @@ void MainWindow::showReplayProgress(int percent) {
 }
 
 void MainWindow::takeInput(const KX::KXInputEvent& event) {
-    const int key = KeyCodes::isPress(event) ? event.keyCode : -1;
+    const int key = KeyCodes::isPress(event) ? event.keyCode : KX::KX_KEY_NONE;
     switch (key) {
     case KeyCodes::previousPage:
         area->turnPage(-1);
@@ -156,7 +158,7 @@ void MainWindow::takeInput(const KX::KXInputEvent& event) {
 }
 
 void MainWindow::takeReport(const KX::KXToolkitEvent& event) {
-    if (event.eventType == KX::TOOLKIT_KEY_PRESS_EVENT && event.osKeyCode == KeyCodes::toolkitF12 &&
+    if (event.eventType == KX::TOOLKIT_KEY_PRESS_EVENT && event.osKeyCode == Qt::Key_F12 &&
         settings.value(InputSettings::AcceptInput) == 0)
         settings.set(InputSettings::AcceptInput, 1);
     else if (!replayName.isNull()) {
@@ -196,3 +198,5 @@ PageArea& MainWindow::pages() const {
 InputOffBanner& MainWindow::inputOffBanner() const {
     return *banner;
 }
+
+} // namespace Terminal

@@ -5,6 +5,11 @@
 
 #include <QWidget>
 
+class QHBoxLayout;
+class QLabel;
+
+namespace Terminal {
+
 class ActionPanel;
 class EncoderView;
 class EventModel;
@@ -13,8 +18,6 @@ class InputSettings;
 class KeypadPanel;
 class OperatorScreen;
 class PageArea;
-class QHBoxLayout;
-class QLabel;
 class SoftKeyBar;
 
 /// The window of the terminal. It shows what \p model holds and knows nothing of where events come from.
@@ -81,3 +84,5 @@ private:
     QString replayName; // null: the operator's input is live
     int replayPercent = 0;
 };
+
+} // namespace Terminal

@@ -4,6 +4,8 @@
 #include "terminal/SessionRecorder.h"
 #include "tools/recording/RecordedCalls.h"
 
+namespace Terminal {
+
 /// The way on which everything that the operator does reaches the library, and on which it is recorded. The
 /// toolkit's thread.
 class OperatorInput {
@@ -28,3 +30,5 @@ private:
     InputGate& gate;
     SessionRecorder* const recorder;
 };
+
+} // namespace Terminal

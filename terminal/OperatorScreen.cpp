@@ -1,10 +1,12 @@
 #include "terminal/OperatorScreen.h"
 
-#include "events/KXEventType.h"
+#include "events/KXEventKind.h"
 #include "terminal/EventText.h"
 #include "terminal/Theme.h"
 
 #include <QPainter>
+
+namespace Terminal {
 
 namespace {
 
@@ -74,7 +76,7 @@ void OperatorScreen::paintEvent(QPaintEvent* /*event*/) {
 void OperatorScreen::paintName(QPainter& painter, const QRect& area) const {
     const QRect stripe(area.left(), area.top(), 6, area.height());
     painter.setPen(Qt::NoPen);
-    painter.setBrush(lastEvent ? Theme::colourOf(kindOfEvent(lastEvent->eventType)) : Theme::accent());
+    painter.setBrush(lastEvent ? Theme::colourOf(KX::kindOfEventType(lastEvent->eventType)) : Theme::accent());
     painter.drawRoundedRect(stripe, 3, 3);
 
     const QRect text = area.adjusted(stripe.width() + 14, 0, 0, 0);
@@ -91,7 +93,7 @@ void OperatorScreen::paintName(QPainter& painter, const QRect& area) const {
 void OperatorScreen::paintTiles(QPainter& painter, QRect area) const {
     area.setWidth(tileWidth);
     const bool isNews = lastEvent && lastEvent->eventType == KX::ENCODER_MOVE_EVENT;
-    const QColor colour = isNews ? Theme::colourOf(EventKind::Encoder) : Theme::quietText();
+    const QColor colour = isNews ? Theme::encoder() : Theme::quietText();
     const QString none = QStringLiteral("\u2013");
     drawTile(painter, area, QStringLiteral("ENCODER VALUE"),
              lastEncoderMove ? EventText::value(*lastEncoderMove) : none, colour);
@@ -99,3 +101,5 @@ void OperatorScreen::paintTiles(QPainter& painter, QRect area) const {
     drawTile(painter, area, QStringLiteral("ENCODER STEPS"),
              lastEncoderMove ? EventText::count(*lastEncoderMove) : none, colour);
 }
+
+} // namespace Terminal

@@ -6,6 +6,8 @@
 
 #include <optional>
 
+namespace Terminal {
+
 /// The screen of the terminal: says what the last classified event was, large.
 ///
 /// The numbers of the encoder stay when something else happens, but lose their colour.
@@ -33,3 +35,5 @@ private:
     std::optional<KX::KXInputEvent> lastEvent;
     std::optional<KX::KXInputEvent> lastEncoderMove;
 };
+
+} // namespace Terminal

@@ -16,6 +16,8 @@
 #include <QHBoxLayout>
 #include <QVBoxLayout>
 
+namespace Terminal {
+
 PageArea::PageArea(EventModel& model, InputSettings& settings, QWidget* parent)
     : QWidget(parent), pageBar(new PageBar), keypadPanel(new KeypadPanel), actionPanel(new ActionPanel),
       eventPage(new EventPage(model)), timeLineView(new TimeLineView), encoderView(new EncoderView),
@@ -29,7 +31,7 @@ PageArea::PageArea(EventModel& model, InputSettings& settings, QWidget* parent)
     devices->addWidget(actionPanel);
     column->addLayout(devices);
     column->addWidget(pageBar, 0, Qt::AlignLeft);
-    for (QWidget* page : {widgets[0], widgets[1], widgets[2], widgets[5]})
+    for (QWidget* page : std::initializer_list<QWidget*>{eventPage, timeLineView, encoderView, settingsPanel})
         column->addWidget(page, 1);
     feedViews(model, settings);
     connect(pageBar, &PageBar::chosen, this, &PageArea::showPage);
@@ -124,16 +126,16 @@ void PageArea::takeInput(const KX::KXInputEvent& event) {
 void PageArea::takeTimeLineInput(const KX::KXInputEvent& event) {
     if (event.eventType == KX::ENCODER_MOVE_EVENT) {
         // Once, however fast it was turned: there are few levels.
-        event.keyCode == KeyCodes::up ? timeLineView->zoomIn() : timeLineView->zoomOut();
+        event.keyCode == KX::KX_KEY_UP ? timeLineView->zoomIn() : timeLineView->zoomOut();
     } else if (KeyCodes::isPress(event)) {
         // Home does the same as PgUp: a keypad has no more than Home and End.
-        if (event.keyCode == KeyCodes::home || event.osKeyCode == KeyCodes::toolkitPageUp)
+        if (event.keyCode == KX::KX_KEY_HOME || event.osKeyCode == Qt::Key_PageUp)
             timeLineView->scrollBack();
-        else if (event.osKeyCode == KeyCodes::toolkitPageDown)
+        else if (event.osKeyCode == Qt::Key_PageDown)
             timeLineView->scrollForward();
-        else if (event.keyCode == KeyCodes::end)
+        else if (event.keyCode == KX::KX_KEY_END)
             timeLineView->follow();
-        else if (event.keyCode == KeyCodes::tab)
+        else if (event.keyCode == KX::KX_KEY_TAB)
             timeLineView->showOtherLanes();
     }
 }
@@ -169,3 +171,5 @@ EncoderView& PageArea::encoder() const {
 SettingsPanel& PageArea::settings() const {
     return *settingsPanel;
 }
+
+} // namespace Terminal

@@ -6,6 +6,11 @@
 #include <QVector>
 #include <QWidget>
 
+class QHBoxLayout;
+class QVBoxLayout;
+
+namespace Terminal {
+
 class ActionPanel;
 class EncoderView;
 class EventModel;
@@ -13,8 +18,6 @@ class EventPage;
 class InputSettings;
 class KeypadPanel;
 class PageBar;
-class QHBoxLayout;
-class QVBoxLayout;
 class SettingsPanel;
 class TimeLineView;
 
@@ -75,3 +78,5 @@ private:
     Page wantedPage = Page::Events;
     Page pageBeforeSettings = Page::Events;
 };
+
+} // namespace Terminal

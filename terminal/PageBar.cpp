@@ -6,6 +6,8 @@
 #include <QHBoxLayout>
 #include <QLabel>
 
+namespace Terminal {
+
 namespace {
 
 const char* const labels[pageCount] = {"Events", "Time line", "Encoder", "Keypad", "Actions", "Settings\tF12"};
@@ -54,3 +56,5 @@ void PageBar::setShownPage(Page page) {
 ScreenButton& PageBar::button(Page page) const {
     return *buttons[static_cast<int>(page)];
 }
+
+} // namespace Terminal

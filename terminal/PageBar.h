@@ -6,6 +6,9 @@
 #include <QWidget>
 
 class QLabel;
+
+namespace Terminal {
+
 class ScreenButton;
 
 /// A button for each page, between the names of the keys that turn them.
@@ -30,3 +33,5 @@ private:
     ScreenButton* buttons[pageCount] = {};
     QVector<Page> currentPages;
 };
+
+} // namespace Terminal

@@ -4,6 +4,8 @@
 
 #include <QVBoxLayout>
 
+namespace Terminal {
+
 namespace {
 
 constexpr int columnWidth = 56;
@@ -26,3 +28,5 @@ QVBoxLayout* makeButtonColumn(const QVector<ScreenButton*>& buttons) {
     column->addStretch(1);
     return column;
 }
+
+} // namespace Terminal

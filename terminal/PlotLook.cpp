@@ -15,6 +15,8 @@
 
 #include <cmath>
 
+namespace Terminal {
+
 namespace {
 
 constexpr int axisTextSize = 11;
@@ -115,3 +117,5 @@ QwtScaleDiv PlotLook::ticksAt(double first, double last, const std::vector<doubl
     division.setTicks(QwtScaleDiv::MajorTick, QList<double>(values.begin(), values.end()));
     return division;
 }
+
+} // namespace Terminal

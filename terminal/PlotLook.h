@@ -11,7 +11,7 @@ class QwtScaleDraw;
 class QwtScaleDiv;
 
 /// How plots look in the terminal, and what their parts share.
-namespace PlotLook {
+namespace Terminal::PlotLook {
 
 /// Dark, no frame, never the focus, nothing in it that moves by itself. Once for each plot.
 void dress(QwtPlot& plot);
@@ -37,4 +37,4 @@ double roundStep(double smallest);
 /// Ticks at just these values.
 QwtScaleDiv ticksAt(double first, double last, const std::vector<double>& values);
 
-} // namespace PlotLook
+} // namespace Terminal::PlotLook

@@ -6,6 +6,8 @@
 
 #include <algorithm>
 
+namespace Terminal {
+
 namespace {
 
 constexpr int inset = 11;
@@ -74,3 +76,5 @@ void ScreenButton::paintEvent(QPaintEvent* /*event*/) {
     painter.setFont(keyFont);
     painter.drawText(keyArea, Qt::AlignVCenter | (keyBelow ? Qt::AlignHCenter : Qt::AlignRight), keyName());
 }
+
+} // namespace Terminal

@@ -2,6 +2,8 @@
 
 #include <QAbstractButton>
 
+namespace Terminal {
+
 /// A button on the screen, for a finger. Takes no keyboard focus; a key does the same and stands on the button.
 class ScreenButton : public QAbstractButton {
     Q_OBJECT
@@ -30,3 +32,5 @@ private:
     int textSize = 14;
     bool keyBelow = false;
 };
+
+} // namespace Terminal

@@ -3,6 +3,8 @@
 #include <QVariant>
 #include <QWidget>
 
+namespace Terminal {
+
 namespace {
 
 const char* const pressMark = "separateDeviceTakesPresses";
@@ -35,3 +37,5 @@ bool SeparateDevice::ownsPress(const QWidget& window, const QPoint& position) {
 bool SeparateDevice::ownsWheel(const QWidget& window, const QPoint& position) {
     return isMarked(window, position, wheelMark);
 }
+
+} // namespace Terminal

@@ -5,7 +5,7 @@ class QWidget;
 
 /// Parts of the window that are no part of the terminal's screen but pictures of a device of their own. What the
 /// mouse does there is done to that device, which reports it on its own way; the toolkit layer leaves it out.
-namespace SeparateDevice {
+namespace Terminal::SeparateDevice {
 
 /// Presses of the mouse that begin on \p widget or its children are the device's.
 void takesPresses(QWidget& widget);
@@ -16,4 +16,4 @@ void takesWheel(QWidget& widget);
 bool ownsPress(const QWidget& window, const QPoint& position);
 bool ownsWheel(const QWidget& window, const QPoint& position);
 
-} // namespace SeparateDevice
+} // namespace Terminal::SeparateDevice

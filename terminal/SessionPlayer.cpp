@@ -8,6 +8,8 @@
 #include <cmath>
 #include <utility>
 
+namespace Terminal {
+
 namespace {
 
 // The worker's own beat, for sessions that do not tell when it passed.
@@ -156,3 +158,5 @@ void SessionPlayer::pass(unsigned int tick) {
     manager.sendLongPressEvent(tick);
     manager.sendEncoderMoveEvent(tick);
 }
+
+} // namespace Terminal

@@ -15,6 +15,8 @@ namespace KX {
 class KXInputEventManager;
 }
 
+namespace Terminal {
+
 /// Plays a recorded session through the library, at its own pace or faster.
 ///
 /// The library gets every input with its recorded time, and the passes of its worker are made here at the recorded
@@ -80,3 +82,5 @@ private:
     bool listensToBus = false;    // as the recorded library did
     bool hasFinished = false;
 };
+
+} // namespace Terminal

@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <utility>
 
+namespace Terminal {
+
 SessionRecorder::SessionRecorder(const std::string& path) : file(path, "kxterminal " KXTERMINAL_VERSION) {}
 
 // The tick is asked for under the lock: an entry that waits for another to be written is not earlier than that.
@@ -32,3 +34,5 @@ void SessionRecorder::write(unsigned int tick, const Recording::Input& input) {
     if (!file.write(tick, input))
         std::fprintf(stderr, "kxterminal: --record: %s; the recording ends here\n", file.problem()->c_str());
 }
+
+} // namespace Terminal

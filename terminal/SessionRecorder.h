@@ -5,6 +5,8 @@
 #include <mutex>
 #include <string>
 
+namespace Terminal {
+
 /// Writes down a session while it goes on: what the operator does, on the toolkit's thread, and the worker's frames
 /// and passes. Any thread; whoever cares for the order of two entries sees to it that they come one after the other.
 class SessionRecorder {
@@ -28,3 +30,5 @@ private:
     Recording::File file;  // guarded by lock
     bool hasEnded = false; // guarded by lock
 };
+
+} // namespace Terminal

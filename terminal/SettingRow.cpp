@@ -5,6 +5,8 @@
 #include <QHBoxLayout>
 #include <QPainter>
 
+namespace Terminal {
+
 namespace {
 
 constexpr int inset = 8;
@@ -87,7 +89,9 @@ void SettingRow::paintEvent(QPaintEvent* /*event*/) {
     painter.setPen(Theme::text());
     painter.setFont(nameFont);
     painter.drawText(words, Qt::AlignLeft | Qt::AlignTop, title);
-    painter.setPen(infoIsRefusal ? Theme::colourOf(EventKind::LongPress) : Theme::quietText());
+    painter.setPen(infoIsRefusal ? Theme::colourOf(KX::KXGesture::LongPress) : Theme::quietText());
     painter.setFont(infoFont);
     painter.drawText(words.adjusted(0, nameHeight, 0, 0), Qt::TextWordWrap, info);
 }
+
+} // namespace Terminal

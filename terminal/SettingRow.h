@@ -4,6 +4,8 @@
 
 class QHBoxLayout;
 
+namespace Terminal {
+
 /// A row of the settings: what it is about, something said below, and to the right what changes it.
 class SettingRow : public QWidget {
     Q_OBJECT
@@ -51,3 +53,5 @@ private:
     bool chosenByKeys = false;
     QHBoxLayout* controlLayout;
 };
+
+} // namespace Terminal

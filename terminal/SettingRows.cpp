@@ -10,6 +10,8 @@
 
 #include <algorithm>
 
+namespace Terminal {
+
 namespace {
 
 constexpr int valueWidth = 104;
@@ -145,3 +147,5 @@ void ButtonRow::activate() {
 ScreenButton& ButtonRow::pressButton() const {
     return *button;
 }
+
+} // namespace Terminal

@@ -3,6 +3,8 @@
 #include "terminal/InputSettings.h"
 #include "terminal/SettingRow.h"
 
+namespace Terminal {
+
 class ScreenButton;
 class SwitchButton;
 
@@ -74,3 +76,5 @@ private:
     QString text;
     ScreenButton* button;
 };
+
+} // namespace Terminal

@@ -1,5 +1,9 @@
 #include "terminal/SettingText.h"
 
+#include "platform/KXStatus.h"
+
+namespace Terminal {
+
 namespace {
 
 constexpr int greatestLowPassFactor = 1000;
@@ -65,12 +69,14 @@ QString SettingText::range(InputSettings::Setting setting, const InputSettings& 
 QString SettingText::refusal(InputSettings::Setting setting, int value, int status,
                              const InputSettings& settings) {
     switch (status) {
-    case InputSettings::refusedDuration:
+    case KX::STATUS_REFUSED:
         return refusedDuration(setting, value, settings);
-    case InputSettings::refusedFactor:
+    case KX::STATUS_OUT_OF_RANGE:
         return value < 1 ? QStringLiteral("Not below %1").arg(withUnit(1, setting))
                          : QStringLiteral("Not above %1").arg(withUnit(greatestLowPassFactor, setting));
     default:
         return QStringLiteral("Refused with status %1").arg(status);
     }
 }
+
+} // namespace Terminal

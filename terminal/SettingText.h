@@ -5,7 +5,7 @@
 #include <QString>
 
 /// How the settings are worded on the screen.
-namespace SettingText {
+namespace Terminal::SettingText {
 
 QString name(InputSettings::Setting setting);
 
@@ -18,4 +18,4 @@ QString range(InputSettings::Setting setting, const InputSettings& settings);
 /// Why \p value was refused with \p status.
 QString refusal(InputSettings::Setting setting, int value, int status, const InputSettings& settings);
 
-} // namespace SettingText
+} // namespace Terminal::SettingText

@@ -8,6 +8,8 @@
 #include <QGridLayout>
 #include <QLabel>
 
+namespace Terminal {
+
 namespace {
 
 constexpr int columns = 2;
@@ -70,12 +72,12 @@ void SettingsPanel::choose(int row) {
 
 void SettingsPanel::takeInput(const KX::KXInputEvent& event) {
     if (event.eventType == KX::ENCODER_MOVE_EVENT) {
-        allRows[chosen]->turn(event.keyCode == KeyCodes::up ? event.count : -event.count);
+        allRows[chosen]->turn(event.keyCode == KX::KX_KEY_UP ? event.count : -event.count);
     } else if (KeyCodes::isPress(event)) {
-        returnIsDown = event.keyCode == KeyCodes::enter;
-        if (event.keyCode == KeyCodes::tab)
+        returnIsDown = event.keyCode == KX::KX_KEY_RETURN;
+        if (event.keyCode == KX::KX_KEY_TAB)
             choose((chosen + 1) % allRows.size());
-    } else if (event.eventType == KX::KEY_RELEASE_EVENT && event.keyCode == KeyCodes::enter && returnIsDown) {
+    } else if (event.eventType == KX::KEY_RELEASE_EVENT && event.keyCode == KX::KX_KEY_RETURN && returnIsDown) {
         // Not sooner: were input switched off by the press, its release would be lost and it would turn out to
         // be a long one.
         returnIsDown = false;
@@ -107,3 +109,5 @@ SwitchRow& SettingsPanel::acceptRow() const {
 ButtonRow& SettingsPanel::defaultsRow() const {
     return *defaults;
 }
+
+} // namespace Terminal

@@ -6,6 +6,8 @@
 #include <QVector>
 #include <QWidget>
 
+namespace Terminal {
+
 class ButtonRow;
 class NumberRow;
 class SettingRow;
@@ -46,3 +48,5 @@ private:
     int chosen = 0;
     bool returnIsDown = false;
 };
+
+} // namespace Terminal

@@ -4,15 +4,17 @@
 
 #include <QPainter>
 
+namespace Terminal {
+
 namespace {
 
-QString wordFor(EventKind kind) {
-    switch (kind) {
-    case EventKind::DoublePress:
+QString wordFor(KX::KXGesture gesture) {
+    switch (gesture) {
+    case KX::KXGesture::DoublePress:
         return QStringLiteral("DOUBLE");
-    case EventKind::LongPress:
+    case KX::KXGesture::LongPress:
         return QStringLiteral("LONG");
-    case EventKind::Escape:
+    case KX::KXGesture::Escape:
         return QStringLiteral("ESCAPED");
     default:
         return QStringLiteral("PRESS");
@@ -28,15 +30,15 @@ SoftKey::SoftKey(int keyNumber, const QString& label, QWidget* parent)
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
 }
 
-void SoftKey::showRecognised(std::optional<EventKind> kind) {
-    if (recognisedKind == kind)
+void SoftKey::showRecognised(std::optional<KX::KXGesture> gesture) {
+    if (recognisedGesture == gesture)
         return;
-    recognisedKind = kind;
+    recognisedGesture = gesture;
     update();
 }
 
-std::optional<EventKind> SoftKey::recognised() const {
-    return recognisedKind;
+std::optional<KX::KXGesture> SoftKey::recognised() const {
+    return recognisedGesture;
 }
 
 QSize SoftKey::sizeHint() const {
@@ -55,7 +57,7 @@ void SoftKey::paintEvent(QPaintEvent* /*event*/) {
 }
 
 void SoftKey::paintFace(QPainter& painter) const {
-    const QColor edge = recognisedKind ? Theme::colourOf(*recognisedKind) : Theme::outline();
+    const QColor edge = recognisedGesture ? Theme::colourOf(*recognisedGesture) : Theme::outline();
     QLinearGradient face(0, 0, 0, height());
     if (isDown()) {
         face.setColorAt(0, edge.darker(190));
@@ -79,9 +81,11 @@ void SoftKey::paintTexts(QPainter& painter) const {
     painter.setFont(Theme::font(16, true));
     painter.drawText(rect().adjusted(4, 0, -4, 0), Qt::AlignCenter, text());
 
-    if (!recognisedKind)
+    if (!recognisedGesture)
         return;
-    painter.setPen(isDown() ? Theme::text() : Theme::colourOf(*recognisedKind));
+    painter.setPen(isDown() ? Theme::text() : Theme::colourOf(*recognisedGesture));
     painter.setFont(Theme::font(11, true));
-    painter.drawText(inside, Qt::AlignBottom | Qt::AlignHCenter, wordFor(*recognisedKind));
+    painter.drawText(inside, Qt::AlignBottom | Qt::AlignHCenter, wordFor(*recognisedGesture));
 }
+
+} // namespace Terminal

@@ -1,10 +1,12 @@
 #pragma once
 
-#include "terminal/EventKind.h"
+#include "events/KXEventKind.h"
 
 #include <QAbstractButton>
 
 #include <optional>
+
+namespace Terminal {
 
 /// A key beside the screen whose function the screen names. Touch-sized; it takes no keyboard focus.
 class SoftKey : public QAbstractButton {
@@ -14,9 +16,9 @@ public:
     SoftKey(int number, const QString& label, QWidget* parent = nullptr);
 
     /// Shows as what the last press of this key was recognised; nothing for an ordinary look.
-    void showRecognised(std::optional<EventKind> kind);
+    void showRecognised(std::optional<KX::KXGesture> gesture);
 
-    std::optional<EventKind> recognised() const;
+    std::optional<KX::KXGesture> recognised() const;
 
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
@@ -29,5 +31,7 @@ private:
     void paintTexts(QPainter& painter) const;
 
     int number;
-    std::optional<EventKind> recognisedKind;
+    std::optional<KX::KXGesture> recognisedGesture;
 };
+
+} // namespace Terminal

@@ -1,10 +1,12 @@
 #include "terminal/SoftKeyBar.h"
 
-#include "events/KXEventType.h"
+#include "events/KXEventKind.h"
 #include "terminal/SoftKey.h"
 #include "terminal/Theme.h"
 
 #include <QHBoxLayout>
+
+namespace Terminal {
 
 namespace {
 
@@ -38,19 +40,22 @@ void SoftKeyBar::showEvents(const ClassifiedEvents& events) {
 }
 
 void SoftKeyBar::showInput(const KX::KXInputEvent& event) {
-    switch (event.eventType) {
-    case KX::MOUSE_PRESS_EVENT:
-    case KX::MOUSE_DOUBLE_PRESS_EVENT:
+    const KX::KXEventKind kind = KX::kindOfEventType(event.eventType);
+    if (kind.device != KX::KXInputDevice::Mouse)
+        return;
+    switch (kind.gesture) {
+    case KX::KXGesture::Press:
+    case KX::KXGesture::DoublePress:
         beginTouch();
         break;
-    case KX::MOUSE_LONG_PRESS_EVENT:
-    case KX::MOUSE_ESCAPE_EVENT:
+    case KX::KXGesture::LongPress:
+    case KX::KXGesture::Escape:
         break;
     default:
         return;
     }
-    if (touchedKey != nullptr)
-        touchedKey->showRecognised(kindOfEvent(event.eventType));
+    if (touchedKey)
+        touchedKey->showRecognised(kind.gesture);
 }
 
 // The press of a soft key is known here before it comes back classified; a press beside the keys is not.
@@ -60,3 +65,5 @@ void SoftKeyBar::beginTouch() {
     touchedKey = pressedKey;
     pressedKey = nullptr;
 }
+
+} // namespace Terminal

@@ -5,6 +5,8 @@
 #include <QVector>
 #include <QWidget>
 
+namespace Terminal {
+
 class SoftKey;
 
 /// The row of soft keys. The key that was touched last shows as what the library recognised the touch.
@@ -30,3 +32,5 @@ private:
     SoftKey* pressedKey = nullptr; // went down in the window, its press has not come back classified yet
     SoftKey* touchedKey = nullptr; // the one that classified mouse events belong to now
 };
+
+} // namespace Terminal

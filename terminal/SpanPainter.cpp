@@ -10,6 +10,8 @@
 #include <cmath>
 #include <utility>
 
+namespace Terminal {
+
 namespace {
 
 using Span = KeyTimeLine::Span;
@@ -26,7 +28,7 @@ constexpr int labelSize = 10;
 constexpr unsigned int windowsToMiss = 3; // a gap of more windows than this is no attempt at a double press
 
 QColor colourOfBar(const Span& span) {
-    return Theme::colourOf(span.isDoublePress ? EventKind::DoublePress : EventKind::Press);
+    return Theme::colourOf(span.isDoublePress ? KX::KXGesture::DoublePress : KX::KXGesture::Press);
 }
 
 // A thin line through it is sharp.
@@ -86,7 +88,7 @@ void SpanPainter::drawWindow(const Extent& extent) {
     const qreal width = extent.doublePressEnd - extent.left;
     if (width >= windowLeastWidth)
         painter.fillRect(QRectF(extent.left, rowArea.bottom() - 2, width, 2),
-                         Theme::colourOf(EventKind::DoublePress).darker(170));
+                         Theme::colourOf(KX::KXGesture::DoublePress).darker(170));
 }
 
 void SpanPainter::drawBar(const Span& span, const Extent& extent) {
@@ -100,7 +102,7 @@ void SpanPainter::drawBar(const Span& span, const Extent& extent) {
     if (!span.isLongPress)
         return;
     bar.setLeft(std::clamp(extent.longPress, bar.left(), bar.right()));
-    painter.setBrush(Theme::colourOf(EventKind::LongPress));
+    painter.setBrush(Theme::colourOf(KX::KXGesture::LongPress));
     painter.drawRoundedRect(bar, corner, corner);
 }
 
@@ -108,7 +110,7 @@ void SpanPainter::drawBar(const Span& span, const Extent& extent) {
 void SpanPainter::drawUnknownEnds(const Span& span, const Extent& extent) {
     const auto fade = [this, &span](qreal from, qreal to) {
         QLinearGradient gradient(from, 0, to, 0);
-        QColor colour = span.isLongPress ? Theme::colourOf(EventKind::LongPress) : colourOfBar(span);
+        QColor colour = span.isLongPress ? Theme::colourOf(KX::KXGesture::LongPress) : colourOfBar(span);
         gradient.setColorAt(0, colour);
         colour.setAlpha(0);
         gradient.setColorAt(1, colour);
@@ -172,7 +174,7 @@ void SpanPainter::drawGap(const Span& span, const Extent& extent) {
     if (to - from < gapLeastWidth)
         return;
     const qreal y = middleOfPixel(rowArea.top() + bandHeight / 2);
-    painter.setPen(QPen(span.isDoublePress ? Theme::colourOf(EventKind::DoublePress) : Theme::quietText(), 1));
+    painter.setPen(QPen(span.isDoublePress ? Theme::colourOf(KX::KXGesture::DoublePress) : Theme::quietText(), 1));
     painter.setFont(labelFont());
     painter.drawLine(QPointF(from, y - 4), QPointF(from, y + 4));
     painter.drawLine(QPointF(to, y - 4), QPointF(to, y + 4));
@@ -195,3 +197,5 @@ void SpanPainter::drawGap(const Span& span, const Extent& extent) {
     }
     painter.drawLine(QPointF(from, y), QPointF(to, y));
 }
+
+} // namespace Terminal

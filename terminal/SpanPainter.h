@@ -9,6 +9,8 @@
 
 class QPainter;
 
+namespace Terminal {
+
 /// Draws the spans of one lane from left to right: bars, marks, and where there is room, how long they lasted and
 /// how far apart quick presses were.
 class SpanPainter {
@@ -46,3 +48,5 @@ private:
     qreal lastMark = -std::numeric_limits<qreal>::infinity();
     qreal bandUsed; // how far the room above the bars is taken
 };
+
+} // namespace Terminal

@@ -4,6 +4,8 @@
 
 #include <QPainter>
 
+namespace Terminal {
+
 namespace {
 
 constexpr int trackHeight = 32;
@@ -26,7 +28,8 @@ void SwitchButton::paintEvent(QPaintEvent* /*event*/) {
     painter.setRenderHint(QPainter::Antialiasing);
     const int top = text().isEmpty() ? (height() - trackHeight) / 2 : 1;
     const QRectF track(1, top, width() - 2, trackHeight);
-    const QColor colour = isChecked() ? Theme::colourOf(EventKind::Release) : Theme::colourOf(EventKind::Escape);
+    const QColor colour =
+        isChecked() ? Theme::colourOf(KX::KXGesture::Release) : Theme::colourOf(KX::KXGesture::Escape);
     painter.setPen(QPen(isDown() ? Theme::accent() : Theme::outline(), 2));
     painter.setBrush(colour.darker(isChecked() ? 100 : 160));
     painter.drawRoundedRect(track, trackHeight / 2.0, trackHeight / 2.0);
@@ -46,3 +49,5 @@ void SwitchButton::paintEvent(QPaintEvent* /*event*/) {
     painter.setFont(Theme::font(12));
     painter.drawText(rect(), Qt::AlignHCenter | Qt::AlignBottom, text());
 }
+
+} // namespace Terminal

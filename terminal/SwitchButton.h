@@ -2,6 +2,8 @@
 
 #include <QAbstractButton>
 
+namespace Terminal {
+
 /// A switch that shows whether it is on. Takes no keyboard focus; its text names the key that does the same.
 class SwitchButton : public QAbstractButton {
     Q_OBJECT
@@ -14,3 +16,5 @@ public:
 protected:
     void paintEvent(QPaintEvent* event) override;
 };
+
+} // namespace Terminal

@@ -43,6 +43,8 @@
 #include <limits>
 #include <memory>
 
+namespace Terminal {
+
 namespace {
 
 struct DeleteManager {
@@ -138,7 +140,7 @@ private:
     ToolkitLayer toolkitLayer;
     std::unique_ptr<DemoSession> demo;
     std::unique_ptr<SessionPlayer> player;
-    std::unique_ptr<Progress> replayProgress;
+    std::unique_ptr<Progress::Reporter> replayProgress;
     std::size_t replayedInputs = 0;
 };
 
@@ -200,7 +202,7 @@ void Terminal::openReplay() {
         throw FileError(
             settings.replayFile.toLocal8Bit().toStdString() +
             ": a log of a CAN bus; play it onto the bus of a terminal with kxcan play, or with kxreplay");
-    replayProgress = std::make_unique<Progress>("kxterminal", "inputs replayed", session.entries.size());
+    replayProgress = std::make_unique<Progress::Reporter>("kxterminal", "inputs replayed", session.entries.size());
     window.beginReplay(QFileInfo(settings.replayFile).fileName());
     player = std::make_unique<SessionPlayer>(
         std::move(session), settings.speed, *manager, gate,
@@ -318,3 +320,5 @@ int runTerminal(QApplication& application, const CommandLine& settings) {
         return 1;
     }
 }
+
+} // namespace Terminal

@@ -6,6 +6,8 @@
 #include <system_error>
 #include <unistd.h>
 
+namespace Terminal {
+
 namespace {
 
 sigset_t terminationSignals() {
@@ -43,3 +45,5 @@ void TerminationSignals::takeSignals() {
     if (read(descriptor, &signal, sizeof signal) == sizeof signal)
         emit terminationRequested();
 }
+
+} // namespace Terminal

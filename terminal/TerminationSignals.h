@@ -5,6 +5,8 @@
 
 #include <memory>
 
+namespace Terminal {
+
 /// Lets SIGINT and SIGTERM end the main loop instead of the process, so that everything is put away in order.
 class TerminationSignals : public QObject {
     Q_OBJECT
@@ -31,3 +33,5 @@ private:
     int descriptor;
     std::unique_ptr<QSocketNotifier> readable;
 };
+
+} // namespace Terminal

@@ -5,6 +5,8 @@
 #include <QString>
 #include <QStyleFactory>
 
+namespace Terminal {
+
 namespace {
 
 constexpr int textSize = 14;
@@ -46,27 +48,27 @@ void Theme::apply(QApplication& application) {
     application.setStyleSheet(styleSheet());
 }
 
-QColor Theme::colourOf(EventKind kind) {
-    switch (kind) {
-    case EventKind::Press:
+QColor Theme::colourOf(KX::KXGesture gesture) {
+    switch (gesture) {
+    case KX::KXGesture::Press:
         return {0x62, 0xc4, 0x4a};
-    case EventKind::DoublePress:
+    case KX::KXGesture::DoublePress:
         return {0x3f, 0xa9, 0xf5};
-    case EventKind::LongPress:
+    case KX::KXGesture::LongPress:
         return {0xf5, 0xa6, 0x23};
-    case EventKind::Release:
+    case KX::KXGesture::Release:
         return {0x3f, 0x7d, 0x33};
-    case EventKind::LongRelease:
+    case KX::KXGesture::LongRelease:
         return {0xa8, 0x71, 0x14};
-    case EventKind::Encoder:
-        return {0x2d, 0xc6, 0xc0};
-    case EventKind::Escape:
+    case KX::KXGesture::Escape:
         return {0xe8, 0x54, 0x4a};
-    case EventKind::Move:
-    case EventKind::Other:
-        break;
+    default:
+        return quietText();
     }
-    return quietText();
+}
+
+QColor Theme::colourOf(const KX::KXEventKind& kind) {
+    return kind.device == KX::KXInputDevice::Encoder ? encoder() : colourOf(kind.gesture);
 }
 
 QColor Theme::screen() {
@@ -93,6 +95,10 @@ QColor Theme::accent() {
     return {0xf2, 0xb7, 0x05};
 }
 
+QColor Theme::encoder() {
+    return {0x2d, 0xc6, 0xc0};
+}
+
 QFont Theme::font(int pixelSize, bool bold) {
     QFont font(QStringLiteral("DejaVu Sans"));
     font.setPixelSize(pixelSize);
@@ -106,3 +112,5 @@ QFont Theme::tableFont() {
     font.setPixelSize(13);
     return font;
 }
+
+} // namespace Terminal

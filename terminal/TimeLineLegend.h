@@ -2,6 +2,8 @@
 
 #include <QWidget>
 
+namespace Terminal {
+
 /// Explains the marks of the time line, in two lines.
 class TimeLineLegend : public QWidget {
     Q_OBJECT
@@ -15,3 +17,5 @@ public:
 protected:
     void paintEvent(QPaintEvent* event) override;
 };
+
+} // namespace Terminal

@@ -4,6 +4,8 @@
 
 #include <QPainter>
 
+namespace Terminal {
+
 namespace {
 
 constexpr qreal reach = TimeLineMarks::size / 2.0;
@@ -18,7 +20,7 @@ void drawDiamond(QPainter& painter, const QPointF& centre, const QColor& inside,
 
 void drawDisc(QPainter& painter, const QPointF& centre) {
     painter.setPen(QPen(Theme::screen(), 1.5));
-    painter.setBrush(Theme::colourOf(EventKind::DoublePress).lighter(125));
+    painter.setBrush(Theme::colourOf(KX::KXGesture::DoublePress).lighter(125));
     painter.drawEllipse(centre, reach, reach);
     painter.setPen(Theme::screen());
     painter.setFont(Theme::font(10, true));
@@ -30,7 +32,7 @@ void drawCross(QPainter& painter, const QPointF& centre) {
     const QPointF falling(reach - 2, reach - 2);
     const QPointF rising(reach - 2, 2 - reach);
     for (const QPen& pen : {QPen(Theme::screen(), 5, Qt::SolidLine, Qt::RoundCap),
-                            QPen(Theme::colourOf(EventKind::Escape), 3, Qt::SolidLine, Qt::RoundCap)}) {
+                            QPen(Theme::colourOf(KX::KXGesture::Escape), 3, Qt::SolidLine, Qt::RoundCap)}) {
         painter.setPen(pen);
         painter.drawLine(centre - falling, centre + falling);
         painter.drawLine(centre - rising, centre + rising);
@@ -40,7 +42,7 @@ void drawCross(QPainter& painter, const QPointF& centre) {
 } // namespace
 
 void TimeLineMarks::draw(QPainter& painter, TimeLineMark mark, const QPointF& centre) {
-    const QColor longPress = Theme::colourOf(EventKind::LongPress);
+    const QColor longPress = Theme::colourOf(KX::KXGesture::LongPress);
     switch (mark) {
     case TimeLineMark::DoublePress:
         return drawDisc(painter, centre);
@@ -52,3 +54,5 @@ void TimeLineMarks::draw(QPainter& painter, TimeLineMark mark, const QPointF& ce
         return drawCross(painter, centre);
     }
 }
+
+} // namespace Terminal

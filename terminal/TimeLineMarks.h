@@ -5,6 +5,8 @@
 
 class QPainter;
 
+namespace Terminal {
+
 /// The marks of the time line: what was recognised while a key was down. Each has a shape of its own, so that it
 /// can be told without its colour, too.
 enum class TimeLineMark {
@@ -21,3 +23,5 @@ constexpr int size = 14; ///< in pixels, across
 void draw(QPainter& painter, TimeLineMark mark, const QPointF& centre);
 
 } // namespace TimeLineMarks
+
+} // namespace Terminal

@@ -24,6 +24,8 @@
 #include <cstdlib>
 #include <iterator>
 
+namespace Terminal {
+
 using Time = KeyTimeLine::Time;
 
 namespace {
@@ -371,3 +373,5 @@ void TimeLineView::mouseMoveEvent(QMouseEvent* event) {
 void TimeLineView::mouseReleaseEvent(QMouseEvent* /*event*/) {
     drag.reset();
 }
+
+} // namespace Terminal

@@ -11,9 +11,12 @@
 #include <cstddef>
 #include <optional>
 
+class QwtPlot;
+
+namespace Terminal {
+
 class KeyLanesItem;
 class LaneNamesScale;
-class QwtPlot;
 class ScreenButton;
 
 /// The time line of keys and mouse buttons: a lane for each, the newest time at the right.
@@ -119,3 +122,5 @@ private:
     unsigned int tickOfNewest = 0; ///< this machine's, when the newest event came
     int zoomLevel;
 };
+
+} // namespace Terminal

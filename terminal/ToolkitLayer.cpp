@@ -14,11 +14,9 @@
 #include <cstdlib>
 #include <utility>
 
-namespace {
+namespace Terminal {
 
-// The encoder's directions are told by the keys that turn it step by step.
-constexpr int stepKeyUp = 4;
-constexpr int stepKeyDown = 5;
+namespace {
 
 bool isKeyEvent(const QEvent* event) {
     return event->type() == QEvent::KeyPress || event->type() == QEvent::KeyRelease;
@@ -233,7 +231,7 @@ void ToolkitLayer::turnWheel(const QWheelEvent& event) {
     KX::KXToolkitEvent turn;
     turn.eventType = KX::TOOLKIT_WHEEL_EVENT;
     turn.count = std::abs(detents);
-    turn.keyCode = detents > 0 ? stepKeyUp : stepKeyDown;
+    turn.keyCode = detents > 0 ? KX::KX_KEY_UP : KX::KX_KEY_DOWN;
     send(turn);
 }
 
@@ -280,3 +278,5 @@ void ToolkitLayer::sendMouse(int type, Qt::MouseButton button) {
     event.eventData[1] = static_cast<unsigned int>(button);
     send(event);
 }
+
+} // namespace Terminal

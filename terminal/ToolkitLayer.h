@@ -16,6 +16,8 @@ class QMouseEvent;
 class QWheelEvent;
 class QWidget;
 
+namespace Terminal {
+
 /// The toolkit layer of the terminal: watches what Qt delivers to the window and reports the operator's input.
 ///
 /// Everything is taken where Qt hands it to the native window, before any widget, so that each input is seen
@@ -102,3 +104,5 @@ private:
     QPoint lastMovePosition;
     WheelDetents wheelDetents;
 };
+
+} // namespace Terminal

@@ -2,9 +2,10 @@
 
 #include "events/KXEventType.h"
 #include "input/KXInputEventManager.h"
-#include "terminal/KeyCodes.h"
 
 #include <algorithm>
+
+namespace Terminal {
 
 namespace {
 
@@ -13,7 +14,7 @@ int keyCodeOf(int toolkitKey) {
     const auto& toolkitKeys = *KX::KXInputEventManager::getKXtoOSCodeMap();
     const auto found = std::find_if(toolkitKeys.begin(), toolkitKeys.end(),
                                     [toolkitKey](const auto& entry) { return entry.second == toolkitKey; });
-    return found == toolkitKeys.end() ? -1 : found->first;
+    return found == toolkitKeys.end() ? KX::KX_KEY_NONE : found->first;
 }
 
 } // namespace
@@ -32,8 +33,7 @@ std::optional<KX::KXInputEvent> viewerEvent(const KX::KXToolkitEvent& report) {
     case KX::TOOLKIT_KEY_AUTO_REPEAT_PRESS_EVENT: // who holds a key wants to scroll on
         event.keyCode = keyCodeOf(report.osKeyCode);
         event.count = 1;
-        event.eventType = event.keyCode == KeyCodes::up || event.keyCode == KeyCodes::down ? KX::ENCODER_MOVE_EVENT
-                                                                                           : KX::KEY_PRESS_EVENT;
+        event.eventType = KX::isStepKey(event.keyCode) ? KX::ENCODER_MOVE_EVENT : KX::KEY_PRESS_EVENT;
         return event;
     case KX::TOOLKIT_KEY_RELEASE_EVENT:
         event.keyCode = keyCodeOf(report.osKeyCode);
@@ -43,3 +43,5 @@ std::optional<KX::KXInputEvent> viewerEvent(const KX::KXToolkitEvent& report) {
         return std::nullopt;
     }
 }
+
+} // namespace Terminal

@@ -1,5 +1,7 @@
 #pragma once
 
+namespace Terminal {
+
 /// Makes whole steps out of what a wheel reports.
 ///
 /// Ordinary wheels report a detent at a time, wheels of high resolution fractions of one, which add up here.
@@ -22,3 +24,5 @@ private:
 
     int remainder = 0;
 };
+
+} // namespace Terminal

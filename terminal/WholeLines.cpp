@@ -4,6 +4,8 @@
 #include <iostream>
 #include <string>
 
+namespace Terminal {
+
 namespace {
 
 thread_local std::string beginning; // of a line whose end has not been written yet
@@ -35,3 +37,5 @@ int WholeLines::sync() {
     beginning.clear();
     return 0;
 }
+
+} // namespace Terminal

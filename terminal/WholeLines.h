@@ -2,6 +2,8 @@
 
 #include <streambuf>
 
+namespace Terminal {
+
 /// Lets lines on std::cout come whole, whichever threads write what else to standard output in the meantime.
 ///
 /// The library writes its lines in pieces, on its worker thread too, while the terminal prints events: without
@@ -22,3 +24,5 @@ private:
 
     std::streambuf* replaced;
 };
+
+} // namespace Terminal

@@ -7,6 +7,8 @@
 #include <cstdio>
 #include <unistd.h>
 
+namespace Terminal {
+
 namespace {
 
 // Kept back until it is clear whether they are all or lead up to giving up.
@@ -40,3 +42,5 @@ WindowSystemStart::~WindowSystemStart() {
         print(warning);
     warnings.clear();
 }
+
+} // namespace Terminal

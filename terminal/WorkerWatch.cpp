@@ -5,6 +5,8 @@
 
 #include <string>
 
+namespace Terminal {
+
 WorkerWatch::WorkerWatch(InputGate& inputGate, SessionRecorder* sessionRecorder)
     : gate(inputGate), recorder(sessionRecorder) {
     KXWaitObserver::set(this);
@@ -34,3 +36,5 @@ void WorkerWatch::onFrameRead(int bus, const KX::KXCANMessage& message) {
     if (recorder)
         recorder->note(Recording::Frame{"can" + std::to_string(bus), message});
 }
+
+} // namespace Terminal

@@ -3,6 +3,8 @@
 #include "platform/linux/hardware/KXFrameObserver.h"
 #include "platform/linux/os_abs/KXWaitObserver.h"
 
+namespace Terminal {
+
 class InputGate;
 class SessionRecorder;
 
@@ -26,3 +28,5 @@ private:
     InputGate& gate;
     SessionRecorder* const recorder;
 };
+
+} // namespace Terminal

@@ -10,6 +10,8 @@
 #include <cstdio>
 #include <memory>
 
+namespace Terminal {
+
 namespace {
 
 CommandLine parseCommandLine(int argc, char** argv) {
@@ -25,25 +27,27 @@ std::unique_ptr<QApplication> startWindowSystem(int& argc, char** argv) {
 
 } // namespace
 
+} // namespace Terminal
+
 int main(int argc, char** argv) {
     // A reader of our output that goes away must not take the terminal with it.
     std::signal(SIGPIPE, SIG_IGN);
 
-    const CommandLine commandLine = parseCommandLine(argc, argv);
+    const Terminal::CommandLine commandLine = Terminal::parseCommandLine(argc, argv);
     const QByteArray text = commandLine.text.toLocal8Bit();
     switch (commandLine.outcome) {
-    case CommandLine::Outcome::Inform:
+    case Terminal::CommandLine::Outcome::Inform:
         std::fputs(text.constData(), stdout);
         return 0;
-    case CommandLine::Outcome::Refuse:
+    case Terminal::CommandLine::Outcome::Refuse:
         std::fprintf(stderr, "%s\n", text.constData());
         return 2;
-    case CommandLine::Outcome::Run:
+    case Terminal::CommandLine::Outcome::Run:
         break;
     }
 
-    TerminationSignals::hold();
-    const std::unique_ptr<QApplication> application = startWindowSystem(argc, argv);
-    const WholeLines wholeLines;
-    return runTerminal(*application, commandLine);
+    Terminal::TerminationSignals::hold();
+    const std::unique_ptr<QApplication> application = Terminal::startWindowSystem(argc, argv);
+    const Terminal::WholeLines wholeLines;
+    return Terminal::runTerminal(*application, commandLine);
 }

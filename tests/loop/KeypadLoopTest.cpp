@@ -35,7 +35,7 @@ protected:
         QApplication::setActiveWindow(&window);
         QApplication::processEvents();
         ASSERT_EQ(QApplication::activeWindow(), &window);
-        layer = std::make_unique<ToolkitLayer>(
+        layer = std::make_unique<Terminal::ToolkitLayer>(
             window, [this](KXToolkitEvent& event) { manager->toolkitEventOccurred(event); });
         manager->setCANRemoteOptions(keypad());
         encoderGoesTo(1000); // wherever an earlier test has left it
@@ -105,7 +105,7 @@ protected:
 
     KXActionQueue* queue = nullptr;
     QWidget window;
-    std::unique_ptr<ToolkitLayer> layer;
+    std::unique_ptr<Terminal::ToolkitLayer> layer;
     int position = 0;
 };
 

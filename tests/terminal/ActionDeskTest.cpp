@@ -15,6 +15,8 @@
 
 #include <string>
 
+using namespace Terminal;
+
 using KX::KXActionQueue;
 using KX::KXSimulation;
 
@@ -46,7 +48,8 @@ protected:
     std::string shown() {
         panel.showState(desk);
         QString text;
-        for (int tile = 0; tile < 4; ++tile)
+        for (const auto tile :
+             {ActionPanel::Posted, ActionPanel::Executed, ActionPanel::NotReady, ActionPanel::Loops})
             text += panel.numberText(tile) + QLatin1Char(' ');
         return text.trimmed().toStdString();
     }
@@ -130,7 +133,7 @@ TEST_F(ActionDeskTest, TheButtonOfThePanelStartsTheLoop) {
     QObject::connect(&panel, &ActionPanel::loopRequested, &desk, &ActionDesk::startLoop);
     panel.watch(desk);
     panel.loopButton().click();
-    EXPECT_TRUE(QTest::qWaitFor([this] { return panel.numberText(3) == QLatin1String("1"); }));
+    EXPECT_TRUE(QTest::qWaitFor([this] { return panel.numberText(ActionPanel::Loops) == QLatin1String("1"); }));
 }
 
 TEST_F(ActionDeskTest, WhatDoesNotFitIntoTheBudgetRunsWhenTheMainLoopHadItsTurn) {

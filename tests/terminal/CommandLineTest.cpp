@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace Terminal;
+
 namespace {
 
 CommandLine parse(const QStringList& arguments) {

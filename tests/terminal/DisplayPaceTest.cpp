@@ -6,6 +6,8 @@
 
 #include <vector>
 
+using namespace Terminal;
+
 namespace {
 
 class DisplayPaceTest : public testing::Test {

@@ -11,6 +11,8 @@
 
 #include <algorithm>
 
+using namespace Terminal;
+
 namespace {
 
 constexpr int up = 4;
@@ -86,7 +88,7 @@ TEST_F(EncoderViewTest, TablesWithoutRowsOrWithOneAreDrawn) {
     EXPECT_EQ((std::vector<QPointF>{{1, 1}, {500, 1}}), view.curveCorners());
     view.setSpeedTable({{0, 0}}, 1000);
     EXPECT_EQ(QPointF(500, 1), view.curveCorners().back());
-    EXPECT_GT(pixelsOf(Theme::colourOf(EventKind::Encoder), leftHalf), 50);
+    EXPECT_GT(pixelsOf(Theme::encoder(), leftHalf), 50);
 }
 
 TEST_F(EncoderViewTest, ShowsAMoveAsNumbersAndAsAPointOnTheCurve) {

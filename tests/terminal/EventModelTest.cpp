@@ -9,6 +9,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace Terminal;
+
 namespace {
 
 ClassifiedEvents eventsAt(unsigned int firstTick, unsigned int count) {

@@ -8,6 +8,8 @@
 
 #include <stdexcept>
 
+using namespace Terminal;
+
 using KX::KXInputEventManager;
 using KX::KXSimulation;
 

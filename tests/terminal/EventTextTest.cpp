@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace Terminal;
+
 namespace {
 
 // The names of keys come from the library's table, which the first manager fills.

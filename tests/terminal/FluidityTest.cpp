@@ -25,6 +25,8 @@
 #include <iostream>
 #include <vector>
 
+using namespace Terminal;
+
 namespace {
 
 constexpr int eventsPerSecond = 200;
@@ -54,7 +56,7 @@ KX::KXInputEvent eventNumber(unsigned int number) {
     KX::KXInputEvent event;
     event.eventType = types[number % 6];
     event.keyCode = event.eventType == KX::ENCODER_MOVE_EVENT
-                        ? KeyCodes::up
+                        ? KX::KX_KEY_UP
                         : KeyCodes::firstSoftKey + static_cast<int>(number / 6 % 8);
     event.osKeyCode = 0x1000000 + event.keyCode;
     event.timeStamp = number * 1000 / eventsPerSecond;

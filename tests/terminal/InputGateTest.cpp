@@ -7,6 +7,8 @@
 #include <optional>
 #include <thread>
 
+using namespace Terminal;
+
 namespace {
 
 using namespace std::chrono_literals;

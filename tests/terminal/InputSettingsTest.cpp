@@ -13,6 +13,8 @@
 
 #include <vector>
 
+using namespace Terminal;
+
 using testing::ElementsAre;
 
 namespace {

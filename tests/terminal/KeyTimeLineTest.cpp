@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace Terminal;
+
 namespace {
 
 using Ending = KeyTimeLine::Span::Ending;

@@ -21,6 +21,8 @@
 #include <ostream>
 #include <vector>
 
+using namespace Terminal;
+
 using testing::ElementsAre;
 using testing::IsEmpty;
 

@@ -26,6 +26,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace Terminal;
+
 namespace {
 
 class MainWindowTest : public testing::Test {
@@ -168,18 +170,18 @@ TEST_F(MainWindowTest, ASoftKeyLooksDifferentWhileItIsPressed) {
 TEST_F(MainWindowTest, TheTouchedSoftKeyShowsAsWhatItWasRecognised) {
     press(3);
     classified(KX::MOUSE_PRESS_EVENT);
-    EXPECT_EQ(EventKind::Press, softKey(3).recognised());
+    EXPECT_EQ(KX::KXGesture::Press, softKey(3).recognised());
     classified(KX::MOUSE_LONG_PRESS_EVENT);
-    EXPECT_EQ(EventKind::LongPress, softKey(3).recognised());
+    EXPECT_EQ(KX::KXGesture::LongPress, softKey(3).recognised());
     release(3);
     classified(KX::MOUSE_LONG_RELEASE_EVENT);
     classified(KX::MOUSE_RELEASE_EVENT);
-    EXPECT_EQ(EventKind::LongPress, softKey(3).recognised());
+    EXPECT_EQ(KX::KXGesture::LongPress, softKey(3).recognised());
 
     press(5);
     classified(KX::MOUSE_DOUBLE_PRESS_EVENT);
     EXPECT_EQ(std::nullopt, softKey(3).recognised());
-    EXPECT_EQ(EventKind::DoublePress, softKey(5).recognised());
+    EXPECT_EQ(KX::KXGesture::DoublePress, softKey(5).recognised());
 }
 
 TEST_F(MainWindowTest, APressBesideTheSoftKeysBelongsToNone) {
@@ -247,10 +249,10 @@ TEST_F(MainWindowTest, InALargeWindowTheKeypadAndTheActionsAreNoPages) {
 
 TEST_F(MainWindowTest, KeysGoToTheShownPageOnly) {
     keyPressed(KeyCodes::settingsPage);
-    turn(KeyCodes::down);
+    turn(KX::KX_KEY_DOWN);
     EXPECT_EQ(290, settings.value(InputSettings::DoublePressMs));
     keyPressed(KeyCodes::settingsPage);
-    turn(KeyCodes::down);
+    turn(KX::KX_KEY_DOWN);
     EXPECT_EQ(290, settings.value(InputSettings::DoublePressMs));
 }
 
@@ -261,19 +263,19 @@ TEST_F(MainWindowTest, KeysZoomAndScrollTheTimeLine) {
     keyPressed(KeyCodes::firstSoftKey);
     const TimeLineView& timeLine = window.pages().timeLine();
     const auto before = timeLine.visibleMs();
-    turn(KeyCodes::up);
+    turn(KX::KX_KEY_UP);
     EXPECT_LT(timeLine.visibleMs(), before);
-    turn(KeyCodes::down);
+    turn(KX::KX_KEY_DOWN);
     EXPECT_EQ(before, timeLine.visibleMs());
     EXPECT_TRUE(timeLine.isFollowing());
-    keyPressed(KeyCodes::home);
+    keyPressed(KX::KX_KEY_HOME);
     EXPECT_FALSE(timeLine.isFollowing());
-    keyPressed(KeyCodes::end);
+    keyPressed(KX::KX_KEY_END);
     EXPECT_TRUE(timeLine.isFollowing());
-    toolkitKeyPressed(KeyCodes::toolkitPageUp);
+    toolkitKeyPressed(Qt::Key_PageUp);
     EXPECT_FALSE(timeLine.isFollowing());
     for (int i = 0; i < 20 && !timeLine.isFollowing(); ++i)
-        toolkitKeyPressed(KeyCodes::toolkitPageDown);
+        toolkitKeyPressed(Qt::Key_PageDown);
     EXPECT_TRUE(timeLine.isFollowing());
 }
 
@@ -290,7 +292,7 @@ TEST_F(MainWindowTest, TabShowsTheKeysThatTheTimeLineHasNoRoomFor) {
         return timeLine.otherLanesText().startsWith(QStringLiteral("+%1 ").arg(others));
     }));
     const QStringList before = timeLine.laneNames();
-    keyPressed(KeyCodes::tab);
+    keyPressed(KX::KX_KEY_TAB);
     EXPECT_TRUE(QTest::qWaitFor([&] { return timeLine.laneNames() != before; }));
 }
 
@@ -300,14 +302,14 @@ TEST_F(MainWindowTest, KeysScrollTheListOfEvents) {
     QCoreApplication::processEvents();
     const QScrollBar& bar = *window.pages().events().list().verticalScrollBar();
     EXPECT_EQ(0, bar.value());
-    toolkitKeyPressed(KeyCodes::toolkitPageDown);
-    toolkitKeyPressed(KeyCodes::toolkitPageDown);
+    toolkitKeyPressed(Qt::Key_PageDown);
+    toolkitKeyPressed(Qt::Key_PageDown);
     EXPECT_GE(bar.value(), 2 * bar.pageStep());
     const int scrolled = bar.value();
-    toolkitKeyPressed(KeyCodes::toolkitPageUp);
+    toolkitKeyPressed(Qt::Key_PageUp);
     EXPECT_LT(bar.value(), scrolled);
     EXPECT_GT(bar.value(), 0);
-    keyPressed(KeyCodes::home);
+    keyPressed(KX::KX_KEY_HOME);
     EXPECT_EQ(0, bar.value());
 }
 

@@ -8,6 +8,8 @@
 
 #include <memory>
 
+using namespace Terminal;
+
 namespace {
 
 class OffscreenApplication : public testing::Environment {

@@ -15,6 +15,8 @@
 #include <memory>
 #include <sstream>
 
+using namespace Terminal;
+
 namespace {
 
 using Recording::Session;
@@ -85,7 +87,7 @@ protected:
     Lines takePosted() {
         Lines posted;
         while (manager->hasEvents())
-            posted.emplace_back(KX::EventLine(manager->getNextEvent()).text());
+            posted.emplace_back(EventLine::Line(manager->getNextEvent()).text());
         return posted;
     }
 

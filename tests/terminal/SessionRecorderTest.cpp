@@ -11,6 +11,8 @@
 #include <fstream>
 #include <thread>
 
+using namespace Terminal;
+
 namespace {
 
 using KX::KXSimulation;

@@ -10,6 +10,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace Terminal;
+
 namespace {
 
 // Refuses as the library does.
@@ -57,7 +59,7 @@ protected:
 
     void choose(const SettingRow& row) {
         for (int i = 0; i < panel.rows().size() && panel.rows()[panel.chosenRow()] != &row; ++i)
-            key(KeyCodes::tab);
+            key(KX::KX_KEY_TAB);
         ASSERT_EQ(&row, panel.rows()[panel.chosenRow()]);
     }
 
@@ -92,19 +94,19 @@ TEST_F(SettingsPanelTest, TabGoesThroughAllRowsAndRoundTheEndAndOneIsMarked) {
             EXPECT_EQ(row == turn % panel.rows().size(), panel.rows()[row]->isChosen()) << turn << ' ' << row;
         const QImage before = panel.grab().toImage();
         // Pressed quickly, it is a double press.
-        event(turn % 2 == 0 ? KX::KEY_DOUBLE_PRESS_EVENT : KX::KEY_PRESS_EVENT, KeyCodes::tab);
-        event(KX::KEY_RELEASE_EVENT, KeyCodes::tab);
+        event(turn % 2 == 0 ? KX::KEY_DOUBLE_PRESS_EVENT : KX::KEY_PRESS_EVENT, KX::KX_KEY_TAB);
+        event(KX::KEY_RELEASE_EVENT, KX::KX_KEY_TAB);
         EXPECT_NE(before, panel.grab().toImage());
     }
 }
 
 TEST_F(SettingsPanelTest, TheEncoderChangesTheChosenRowByItsCount) {
-    turn(KeyCodes::up, 1);
+    turn(KX::KX_KEY_UP, 1);
     EXPECT_EQ(310, value(InputSettings::DoublePressMs));
-    turn(KeyCodes::down, 21);
+    turn(KX::KX_KEY_DOWN, 21);
     EXPECT_EQ(100, value(InputSettings::DoublePressMs));
     choose(panel.numberRow(InputSettings::LongPressMs));
-    turn(KeyCodes::down, 2);
+    turn(KX::KX_KEY_DOWN, 2);
     EXPECT_EQ(1900, value(InputSettings::LongPressMs));
     EXPECT_EQ(100, value(InputSettings::DoublePressMs));
 }
@@ -145,34 +147,34 @@ TEST_F(SettingsPanelTest, ARefusalIsToldInItsRowAndChangesNothing) {
 
 TEST_F(SettingsPanelTest, ReturnSwitchesAndPressesWhenItIsReleased) {
     choose(panel.acceptRow());
-    event(KX::KEY_PRESS_EVENT, KeyCodes::enter);
+    event(KX::KEY_PRESS_EVENT, KX::KX_KEY_RETURN);
     EXPECT_EQ(1, value(InputSettings::AcceptInput)) << "the release of the key would be lost";
-    event(KX::KEY_RELEASE_EVENT, KeyCodes::enter);
+    event(KX::KEY_RELEASE_EVENT, KX::KX_KEY_RETURN);
     EXPECT_EQ(0, value(InputSettings::AcceptInput));
     EXPECT_FALSE(panel.acceptRow().switchButton().isChecked());
-    key(KeyCodes::enter);
+    key(KX::KX_KEY_RETURN);
     EXPECT_EQ(1, value(InputSettings::AcceptInput));
 
     settings.set(InputSettings::DoublePressMs, 111);
     choose(panel.defaultsRow());
-    key(KeyCodes::enter);
+    key(KX::KX_KEY_RETURN);
     EXPECT_EQ(300, value(InputSettings::DoublePressMs));
 }
 
 TEST_F(SettingsPanelTest, AReleaseOfReturnThatWasPressedElsewhereDoesNothing) {
     choose(panel.acceptRow());
-    event(KX::KEY_RELEASE_EVENT, KeyCodes::enter);
-    event(KX::KEY_PRESS_EVENT, KeyCodes::enter);
+    event(KX::KEY_RELEASE_EVENT, KX::KX_KEY_RETURN);
+    event(KX::KEY_PRESS_EVENT, KX::KX_KEY_RETURN);
     panel.hide();
     panel.show();
-    event(KX::KEY_RELEASE_EVENT, KeyCodes::enter);
+    event(KX::KEY_RELEASE_EVENT, KX::KX_KEY_RETURN);
     EXPECT_EQ(1, value(InputSettings::AcceptInput));
 }
 
 TEST_F(SettingsPanelTest, TheEncoderDoesNotSwitchAndReturnDoesNotChangeNumbers) {
-    key(KeyCodes::enter);
+    key(KX::KX_KEY_RETURN);
     choose(panel.acceptRow());
-    turn(KeyCodes::down, 3);
+    turn(KX::KX_KEY_DOWN, 3);
     EXPECT_EQ(1, value(InputSettings::AcceptInput));
     EXPECT_EQ(300, value(InputSettings::DoublePressMs));
 }
@@ -199,9 +201,9 @@ TEST_F(SettingsPanelTest, WhatIsSetElsewhereIsShown) {
 
 TEST_F(SettingsPanelTest, ValuesBecomeMultiplesOfTheStep) {
     settings.set(InputSettings::DoublePressMs, 5);
-    turn(KeyCodes::up, 1);
+    turn(KX::KX_KEY_UP, 1);
     EXPECT_EQ(10, value(InputSettings::DoublePressMs));
     settings.set(InputSettings::DoublePressMs, 5);
-    turn(KeyCodes::down, 1);
+    turn(KX::KX_KEY_DOWN, 1);
     EXPECT_EQ(0, value(InputSettings::DoublePressMs));
 }

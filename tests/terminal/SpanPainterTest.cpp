@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace Terminal;
+
 namespace {
 
 // Two quick presses at 100 and 140 of a picture of a given width, in which nothing else is drawn.

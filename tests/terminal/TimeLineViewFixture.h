@@ -16,7 +16,7 @@
 #include <ctime>
 #include <limits>
 
-namespace TimeLineViewTesting {
+namespace Terminal::TimeLineViewTesting {
 
 constexpr int keyA = 7;
 constexpr int keyB = 8;
@@ -137,10 +137,10 @@ protected:
         QTest::mouseRelease(&view, Qt::LeftButton, Qt::NoModifier, QPoint(toX, y));
     }
 
-    const QColor press = Theme::colourOf(EventKind::Press);
-    const QColor doublePress = Theme::colourOf(EventKind::DoublePress);
-    const QColor longPress = Theme::colourOf(EventKind::LongPress);
+    const QColor press = Theme::colourOf(KX::KXGesture::Press);
+    const QColor doublePress = Theme::colourOf(KX::KXGesture::DoublePress);
+    const QColor longPress = Theme::colourOf(KX::KXGesture::LongPress);
     TimeLineView view;
 };
 
-} // namespace TimeLineViewTesting
+} // namespace Terminal::TimeLineViewTesting

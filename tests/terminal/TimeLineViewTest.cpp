@@ -7,6 +7,8 @@
 
 #include <algorithm>
 
+using namespace Terminal;
+
 using namespace TimeLineViewTesting;
 
 namespace {
@@ -61,14 +63,14 @@ TEST_F(TimeLineViewTest, AnEscapeBearsARedCross) {
     escape.eventType = KX::MOUSE_ESCAPE_EVENT;
     escape.timeStamp = 1000500;
     append({mouse});
-    EXPECT_EQ(0, pixelsIn(picture(), Theme::colourOf(EventKind::Escape)));
+    EXPECT_EQ(0, pixelsIn(picture(), Theme::colourOf(KX::KXGesture::Escape)));
     append({escape});
-    EXPECT_GT(pixelsIn(picture(), Theme::colourOf(EventKind::Escape)), 10);
+    EXPECT_GT(pixelsIn(picture(), Theme::colourOf(KX::KXGesture::Escape)), 10);
     EXPECT_EQ(QStringList{QStringLiteral("Left button")}, view.laneNames());
 }
 
 TEST_F(TimeLineViewTest, MovesOfTheEncoderStandOnALaneOfTheirOwnHigherTheMoreTheyCount) {
-    const QColor colour = Theme::colourOf(EventKind::Encoder);
+    const QColor colour = Theme::encoder();
     KX::KXInputEvent slow = keyEvent(KX::ENCODER_MOVE_EVENT, 1000000, 4);
     slow.value = 1;
     KX::KXInputEvent fast = keyEvent(KX::ENCODER_MOVE_EVENT, 1001000, 4);

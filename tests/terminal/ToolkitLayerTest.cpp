@@ -19,6 +19,8 @@
 #include <ostream>
 #include <vector>
 
+using namespace Terminal;
+
 using KX::KXSimulation;
 using testing::ElementsAre;
 using testing::IsEmpty;

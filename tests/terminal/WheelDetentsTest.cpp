@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace Terminal;
+
 TEST(WheelDetentsTest, ADetentIs120EighthsOfADegree) {
     EXPECT_EQ(0, WheelDetents().turn(119));
     EXPECT_EQ(1, WheelDetents().turn(120));

@@ -7,6 +7,8 @@
 #include <string>
 #include <thread>
 
+using namespace Terminal;
+
 namespace {
 
 constexpr int linesOfEach = 30000; // so many that they do mix if nothing keeps them apart

@@ -15,6 +15,8 @@
 
 #include <ostream>
 
+using namespace Terminal;
+
 namespace {
 
 class WindowLayoutTest : public testing::TestWithParam<QSize> {

@@ -8,6 +8,8 @@
 #include <random>
 #include <stdexcept>
 
+using namespace CanBus;
+
 namespace {
 
 using testing::Each;

@@ -9,7 +9,7 @@
 #include <clocale>
 #include <string>
 
-using KX::EventLine;
+using EventLine::Line;
 using KX::KXInputEvent;
 
 namespace {
@@ -24,7 +24,7 @@ KXInputEvent keyPress() {
 }
 
 std::string lineOf(const KXInputEvent& event) {
-    return std::string(EventLine(event).text());
+    return std::string(Line(event).text());
 }
 
 } // namespace
@@ -81,7 +81,7 @@ TEST(EventLineTest, TakesTheLongestNameWithTheLongestNumbersWhole) {
 }
 
 TEST(EventLineTest, EndsTheLineOnRequestOnly) {
-    const EventLine line(keyPress());
+    const Line line(keyPress());
     EXPECT_EQ(std::string(line.text()) + "\n", std::string(line.textWithLineEnd()));
 }
 

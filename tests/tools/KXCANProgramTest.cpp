@@ -15,6 +15,8 @@
 #include <memory>
 #include <poll.h>
 
+using namespace CanBus;
+
 namespace {
 
 using testing::ElementsAre;

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-namespace KXReplay {
+namespace Replay {
 namespace {
 
 using Lines = std::vector<std::string>;
@@ -163,4 +163,4 @@ TEST(KXReplayDiff, of_large_texts_is_found_in_a_moment) {
 }
 
 } // namespace
-} // namespace KXReplay
+} // namespace Replay

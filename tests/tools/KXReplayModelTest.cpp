@@ -5,7 +5,7 @@
 #include "models/RandomInput.h"
 #include "models/RandomRun.h"
 
-namespace KXReplay::test {
+namespace Replay::test {
 namespace {
 
 using KX::test::ClassificationModel;
@@ -195,4 +195,4 @@ TEST_F(KXReplayModel, sessions_without_passes_are_played_as_the_model_has_it) {
 }
 
 } // namespace
-} // namespace KXReplay::test
+} // namespace Replay::test

@@ -8,7 +8,7 @@
 
 #include <Qt>
 
-namespace KXReplay::test {
+namespace Replay::test {
 namespace {
 
 using testing::ElementsAre;
@@ -59,10 +59,10 @@ TEST(KXReplayExpectation, of_a_file_that_cannot_be_read_is_refused) {
     try {
         const Expectation expectation("/nowhere/expected");
         ADD_FAILURE() << "it was accepted";
-    } catch (const BadInput& error) {
+    } catch (const Arguments::BadInput& error) {
         EXPECT_STREQ(error.what(), "/nowhere/expected: No such file or directory");
     }
-    EXPECT_THROW(Expectation("/"), BadInput);
+    EXPECT_THROW(Expectation("/"), Arguments::BadInput);
 }
 
 class KXReplayDurations : public testing::Test {
@@ -75,7 +75,7 @@ protected:
         try {
             checkDurations(settings, recording(lines), "day.kxr");
             return "accepted";
-        } catch (const BadInput& error) {
+        } catch (const Arguments::BadInput& error) {
             return error.what();
         }
     }
@@ -344,4 +344,4 @@ TEST_F(KXReplayClosestCalls, as_json_are_objects_that_say_what_they_are) {
 }
 
 } // namespace
-} // namespace KXReplay::test
+} // namespace Replay::test

@@ -1,7 +1,7 @@
 #include "ReplayTest.h"
 #include "input/KXInputEventManager.h"
 
-namespace KXReplay::test {
+namespace Replay::test {
 namespace {
 
 using testing::ElementsAre;
@@ -365,4 +365,4 @@ TEST_F(KXReplayLog, events_tell_which_line_they_came_of) {
 }
 
 } // namespace
-} // namespace KXReplay::test
+} // namespace Replay::test

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "events/KXEventKind.h"
 #include "tools/kxreplay/EventOutput.h"
 #include "tools/kxreplay/Player.h"
 #include "tools/recording/RecordingReader.h"
@@ -12,7 +13,7 @@
 #include <string>
 #include <vector>
 
-namespace KXReplay::test {
+namespace Replay::test {
 
 /// Reads a text as a file; what is told about it fails the test.
 inline Recording::Session readText(const std::string& text) {
@@ -30,7 +31,7 @@ inline Recording::Session recording(const std::string& lines) {
 inline std::string brief(const KX::KXInputEvent& event) {
     std::string text =
         std::to_string(event.timeStamp) + " " + KX::translateEventTypeToString(event.eventType) + " ";
-    if (isMouseEvent(event))
+    if (KX::isMouseEvent(event.eventType))
         return text + std::to_string(event.eventData[1]);
     text += std::to_string(event.keyCode);
     if (isEncoderMove(event))
@@ -66,4 +67,4 @@ protected:
     std::string library;
 };
 
-} // namespace KXReplay::test
+} // namespace Replay::test

@@ -4,6 +4,8 @@
 
 #include <utility>
 
+namespace Arguments {
+
 ArgumentReader::ArgumentReader(std::string programName, const std::vector<std::string>& allArguments)
     : program(std::move(programName)), arguments(allArguments) {}
 
@@ -28,3 +30,5 @@ void ArgumentReader::refuseUnknown(const std::string& what) const {
 bool ArgumentReader::isOption(const std::string& text) {
     return text.size() > 1 && text.front() == '-';
 }
+
+} // namespace Arguments

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+namespace Arguments {
+
 /// What is wrong with the input, on one line: the program ends with status 2.
 class BadInput : public std::runtime_error {
 public:
@@ -37,3 +39,5 @@ private:
     const std::vector<std::string>& arguments;
     std::size_t next = 0;
 };
+
+} // namespace Arguments

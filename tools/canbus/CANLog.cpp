@@ -8,6 +8,8 @@
 #include <iterator>
 #include <stdexcept>
 
+namespace CanBus {
+
 namespace {
 
 constexpr std::uint32_t extendedFlag = 0x80000000;
@@ -142,3 +144,5 @@ bool isCANLogComment(std::string_view text) {
     const std::string_view content = Text::trimmed(text);
     return content.empty() || content.front() == '#';
 }
+
+} // namespace CanBus

@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+namespace CanBus {
+
 /// Frames as text, in the notation of can-utils:
 ///
 ///     18FF0001#0102030405060708   eight hexadecimal digits of identifier: an extended one (29 bits)
@@ -38,3 +40,5 @@ std::string formatCANLogLine(const CANLogLine& line);
 
 /// Whether a line of a log says nothing: it is empty or a comment, which begins with #.
 bool isCANLogComment(std::string_view text);
+
+} // namespace CanBus

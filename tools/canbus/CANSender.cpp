@@ -16,6 +16,8 @@
 #include <thread>
 #include <unistd.h>
 
+namespace CanBus {
+
 namespace {
 
 constexpr std::string_view virtualBusPrefix = "unix:";
@@ -171,3 +173,5 @@ void CANSender::waitForRoom(int error, Clock::time_point limit) const {
     pollfd waiting{descriptor, POLLOUT, 0};
     poll(&waiting, 1, static_cast<int>(left.count()));
 }
+
+} // namespace CanBus

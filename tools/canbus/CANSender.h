@@ -5,6 +5,8 @@
 #include <chrono>
 #include <string>
 
+namespace CanBus {
+
 /// Puts frames onto a CAN bus: an interface of the system, or the virtual bus of a machine without CAN.
 ///
 /// One thread at a time. Each failure is a std::runtime_error whose text is one line that begins with the name of
@@ -46,3 +48,7 @@ private:
     const std::chrono::milliseconds patience;
     int descriptor = -1;
 };
+
+} // namespace CanBus
+
+using CanBus::CANSender; // for bench/fullbus, which names it like this

@@ -5,8 +5,10 @@
 #include <string_view>
 
 namespace KX {
-
 class KXInputEvent;
+}
+
+namespace EventLine {
 
 /// A classified event as one line of text, the same in every program that prints events:
 ///
@@ -14,9 +16,9 @@ class KXInputEvent;
 ///
 /// Numbers are decimal whatever the locale. The toolkit's key alone is hexadecimal, in lower case without leading
 /// zeros, because that is how the toolkit's own tables write it; a missing one is "-1".
-class EventLine {
+class Line {
 public:
-    explicit EventLine(const KXInputEvent& event);
+    explicit Line(const KX::KXInputEvent& event);
 
     /// The line without a line end; valid as long as this object.
     std::string_view text() const;
@@ -34,4 +36,4 @@ private:
     std::size_t length = 0; // without the line end
 };
 
-} // namespace KX
+} // namespace EventLine

@@ -1,5 +1,7 @@
 #include "tools/keylayout/FunctionKeys.h"
 
+namespace KeyLayout {
+
 namespace {
 
 // The toolkit's, without its headers: a layout is read where there is no toolkit.
@@ -8,18 +10,20 @@ constexpr int functionKeyCount = 12;
 
 } // namespace
 
-std::map<int, int> KeyLayout::functionKeys() {
+std::map<int, int> functionKeys() {
     std::map<int, int> keys;
     for (int i = 0; i < functionKeyCount; ++i)
         keys[toolkitF1 + i] = functionKeyCode + i;
     return keys;
 }
 
-std::map<int, int> KeyLayout::keyCodesOfTerminal() {
+std::map<int, int> keyCodesOfTerminal() {
     std::map<int, int> keys;
-    for (int keyCode = 0; keyCode < functionKeyCode; ++keyCode)
+    for (int keyCode = KX::KX_KEY_ESCAPE; keyCode < functionKeyCode; ++keyCode)
         keys[keyCode] = keyCode;
     for (const auto& [toolkitKey, keyCode] : functionKeys())
         keys[keyCode] = toolkitKey;
     return keys;
 }
+
+} // namespace KeyLayout

@@ -1,6 +1,10 @@
 #include "tools/keylayout/KeyLayout.h"
 
+#include "tools/keylayout/FunctionKeys.h"
+
 #include <iterator>
+
+namespace KeyLayout {
 
 namespace {
 
@@ -8,6 +12,10 @@ constexpr int noFramesIdentifier = -1;
 constexpr int firstKeysIdentifier = 0x18FF0001;
 constexpr int secondKeysIdentifier = 0x18FF0002;
 constexpr std::uint32_t knobsIdentifier = 0x18FF0003;
+
+constexpr int functionKey(int number) {
+    return functionKeyCode + number - 1;
+}
 
 struct Place {
     int keyCode;
@@ -18,18 +26,20 @@ struct Place {
 
 // Neighbours on the keypad are no neighbours in the frames, so a mistaken bit or byte shows.
 constexpr Place places[] = {
-    {0, firstKeysIdentifier, 0, 0},   {1, firstKeysIdentifier, 0, 7},   {2, firstKeysIdentifier, 1, 3},
-    {3, firstKeysIdentifier, 3, 5},   {4, firstKeysIdentifier, 4, 1},   {5, firstKeysIdentifier, 4, 2},
-    {6, firstKeysIdentifier, 7, 0},   {15, firstKeysIdentifier, 7, 7},  {7, secondKeysIdentifier, 0, 4},
-    {8, secondKeysIdentifier, 1, 5},  {9, secondKeysIdentifier, 2, 6},  {10, secondKeysIdentifier, 3, 7},
-    {11, secondKeysIdentifier, 4, 0}, {12, secondKeysIdentifier, 5, 1}, {13, secondKeysIdentifier, 6, 2},
-    {14, secondKeysIdentifier, 7, 3},
+    {KX::KX_KEY_ESCAPE, firstKeysIdentifier, 0, 0}, {KX::KX_KEY_HOME, firstKeysIdentifier, 0, 7},
+    {KX::KX_KEY_TAB, firstKeysIdentifier, 1, 3},    {KX::KX_KEY_RETURN, firstKeysIdentifier, 3, 5},
+    {KX::KX_KEY_UP, firstKeysIdentifier, 4, 1},     {KX::KX_KEY_DOWN, firstKeysIdentifier, 4, 2},
+    {KX::KX_KEY_END, firstKeysIdentifier, 7, 0},    {functionKey(9), firstKeysIdentifier, 7, 7},
+    {functionKey(1), secondKeysIdentifier, 0, 4},   {functionKey(2), secondKeysIdentifier, 1, 5},
+    {functionKey(3), secondKeysIdentifier, 2, 6},   {functionKey(4), secondKeysIdentifier, 3, 7},
+    {functionKey(5), secondKeysIdentifier, 4, 0},   {functionKey(6), secondKeysIdentifier, 5, 1},
+    {functionKey(7), secondKeysIdentifier, 6, 2},   {functionKey(8), secondKeysIdentifier, 7, 3},
 };
-static_assert(std::size(places) == KeyLayout::keyCount);
+static_assert(std::size(places) == keyCount);
 
 } // namespace
 
-KX::CANRemoteOptions KeyLayout::empty() {
+KX::CANRemoteOptions empty() {
     KX::CANRemoteOptions layout;
     layout.enabled = true;
     layout.encoderCANId = static_cast<std::uint32_t>(noFramesIdentifier);
@@ -38,7 +48,7 @@ KX::CANRemoteOptions KeyLayout::empty() {
     return layout;
 }
 
-KX::CANRemoteOptions KeyLayout::builtIn() {
+KX::CANRemoteOptions builtIn() {
     KX::CANRemoteOptions layout = empty();
     for (int i = 0; i < keyCount; ++i) {
         const Place& place = places[i];
@@ -49,10 +59,12 @@ KX::CANRemoteOptions KeyLayout::builtIn() {
     return layout;
 }
 
-bool KeyLayout::isUsed(const KX::KeyOptionsCANRemote& key) {
+bool isUsed(const KX::KeyOptionsCANRemote& key) {
     return key.keyNumber != 0;
 }
 
-bool KeyLayout::hasEncoder(const KX::CANRemoteOptions& layout) {
+bool hasEncoder(const KX::CANRemoteOptions& layout) {
     return layout.encoderCANId != static_cast<std::uint32_t>(noFramesIdentifier);
 }
+
+} // namespace KeyLayout

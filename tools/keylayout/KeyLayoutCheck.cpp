@@ -2,6 +2,8 @@
 
 #include <cstdio>
 
+namespace KeyLayout {
+
 namespace {
 
 using KX::CANRemoteOptions;
@@ -40,7 +42,7 @@ int highByteOf(const CANRemoteOptions& layout) {
 
 // Whether the bit is one of those that make the encoder's position.
 bool isEncoders(const KeyOptionsCANRemote& key, const CANRemoteOptions& layout) {
-    if (!KeyLayout::hasEncoder(layout) || static_cast<std::uint32_t>(key.canId) != layout.encoderCANId)
+    if (!hasEncoder(layout) || static_cast<std::uint32_t>(key.canId) != layout.encoderCANId)
         return false;
     const std::uint32_t bit = 1U << key.bitIndex;
     return (key.byteIndex == layout.encoderByteIndex && (layout.encoderMask & bit) != 0) ||
@@ -61,17 +63,17 @@ Text checkPlace(const KeyOptionsCANRemote& key) {
     return std::nullopt;
 }
 
-Text checkKey(const CANRemoteOptions& layout, int entry, const KeyLayout::ToolkitKeys& toolkitKeys) {
+Text checkKey(const CANRemoteOptions& layout, int entry, const ToolkitKeys& toolkitKeys) {
     const KeyOptionsCANRemote& key = layout.keys[entry];
-    if (key.keyNumber < 1 || key.keyNumber > KeyLayout::keyCount)
-        return "its number is not in the range 1 to " + std::to_string(KeyLayout::keyCount);
+    if (key.keyNumber < 1 || key.keyNumber > keyCount)
+        return "its number is not in the range 1 to " + std::to_string(keyCount);
     if (const Text wrong = checkPlace(key))
         return wrong;
     if (toolkitKeys.count(key.keyCode) == 0)
         return unknownCode("code ", key.keyCode);
     for (int i = 0; i < entry; ++i) {
         const KeyOptionsCANRemote& earlier = layout.keys[i];
-        if (!KeyLayout::isUsed(earlier))
+        if (!isUsed(earlier))
             continue;
         if (earlier.keyNumber == key.keyNumber)
             return "it is there twice";
@@ -94,7 +96,7 @@ Text checkMask(std::uint32_t mask) {
     return std::nullopt;
 }
 
-Text checkEncoder(const CANRemoteOptions& layout, const KeyLayout::ToolkitKeys& toolkitKeys) {
+Text checkEncoder(const CANRemoteOptions& layout, const ToolkitKeys& toolkitKeys) {
     if (layout.encoderCANId == 0)
         return "identifier 0 is never the encoder's";
     if (layout.encoderCANId > greatestIdentifier)
@@ -114,8 +116,7 @@ Text checkEncoder(const CANRemoteOptions& layout, const KeyLayout::ToolkitKeys& 
 
 } // namespace
 
-std::optional<KeyLayout::Problem> KeyLayout::check(const CANRemoteOptions& layout,
-                                                   const ToolkitKeys& toolkitKeys) {
+std::optional<Problem> check(const CANRemoteOptions& layout, const ToolkitKeys& toolkitKeys) {
     if (hasEncoder(layout)) {
         if (const Text wrong = checkEncoder(layout, toolkitKeys))
             return Problem{encoderEntry, "encoder: " + *wrong};
@@ -128,3 +129,5 @@ std::optional<KeyLayout::Problem> KeyLayout::check(const CANRemoteOptions& layou
     }
     return std::nullopt;
 }
+
+} // namespace KeyLayout

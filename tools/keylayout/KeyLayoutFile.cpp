@@ -13,6 +13,8 @@
 #include <utility>
 #include <vector>
 
+namespace KeyLayout {
+
 namespace {
 
 using Words = std::vector<std::string>;
@@ -77,7 +79,7 @@ class Reader {
 public:
     explicit Reader(std::string fileName) : name(std::move(fileName)) {}
 
-    KX::CANRemoteOptions read(std::istream& input, const KeyLayout::ToolkitKeys& toolkitKeys) {
+    KX::CANRemoteOptions read(std::istream& input, const ToolkitKeys& toolkitKeys) {
         for (std::string line; std::getline(input, line);) {
             ++lineNumber;
             try {
@@ -88,7 +90,7 @@ public:
         }
         if (input.bad())
             throw std::runtime_error(name + ": cannot be read to its end");
-        if (const auto problem = KeyLayout::check(layout, toolkitKeys))
+        if (const auto problem = check(layout, toolkitKeys))
             fail(lineOfEntry.at(static_cast<std::size_t>(problem->entry)), problem->text);
         return layout;
     }
@@ -114,12 +116,12 @@ private:
             throw std::runtime_error("the number of the key is missing");
         KX::KeyOptionsCANRemote key;
         key.keyNumber = numberOf<int>(words[1], decimal);
-        if (key.keyNumber < 1 || key.keyNumber > KeyLayout::keyCount)
+        if (key.keyNumber < 1 || key.keyNumber > keyCount)
             throw std::runtime_error("key " + std::to_string(key.keyNumber) +
                                      ": its number is not in the range 1 to 16");
         // Entries stand by their numbers, so that the same file in another order is the same layout.
         const int entry = key.keyNumber - 1;
-        if (KeyLayout::isUsed(layout.keys[entry]))
+        if (isUsed(layout.keys[entry]))
             throw std::runtime_error("key " + std::to_string(key.keyNumber) + ": it is there twice");
         Pairs pairs(words, 2);
         while (const std::string* const what = pairs.takeName())
@@ -143,7 +145,7 @@ private:
     }
 
     void readEncoder(const Words& words) {
-        if (lineOfEntry[KeyLayout::encoderEntry] != 0)
+        if (lineOfEntry[encoderEntry] != 0)
             throw std::runtime_error("the encoder is there twice");
         Pairs pairs(words, 1);
         bool hasOrder = false;
@@ -157,7 +159,7 @@ private:
                 setEncoderField(*what, pairs);
         }
         pairs.mustHave({"id", "byte"});
-        lineOfEntry[KeyLayout::encoderEntry] = lineNumber;
+        lineOfEntry[encoderEntry] = lineNumber;
     }
 
     void setEncoderField(const std::string& what, Pairs& pairs) {
@@ -178,31 +180,30 @@ private:
     void setEncoderIdentifier(std::uint32_t identifier) {
         layout.encoderCANId = identifier;
         // What would be taken for a layout without an encoder must not slip through the check.
-        if (!KeyLayout::hasEncoder(layout))
+        if (!hasEncoder(layout))
             throw std::runtime_error("encoder: identifier FFFFFFFF has more than 29 bits");
     }
 
     const std::string name;
     int lineNumber = 0;
-    KX::CANRemoteOptions layout = KeyLayout::empty();
-    std::array<int, KeyLayout::keyCount + 1> lineOfEntry{};
+    KX::CANRemoteOptions layout = empty();
+    std::array<int, keyCount + 1> lineOfEntry{};
 };
 
 } // namespace
 
-KX::CANRemoteOptions KeyLayout::read(std::istream& input, const std::string& name,
-                                     const ToolkitKeys& toolkitKeys) {
+KX::CANRemoteOptions read(std::istream& input, const std::string& name, const ToolkitKeys& toolkitKeys) {
     return Reader(name).read(input, toolkitKeys);
 }
 
-KX::CANRemoteOptions KeyLayout::readFile(const std::string& path, const ToolkitKeys& toolkitKeys) {
+KX::CANRemoteOptions readFile(const std::string& path, const ToolkitKeys& toolkitKeys) {
     std::ifstream file(path);
     if (!file)
         throw std::runtime_error(path + ": " + std::strerror(errno));
     return read(file, path, toolkitKeys);
 }
 
-std::string KeyLayout::write(const KX::CANRemoteOptions& layout) {
+std::string write(const KX::CANRemoteOptions& layout) {
     std::ostringstream text;
     for (const KX::KeyOptionsCANRemote& key : layout.keys) {
         if (isUsed(key))
@@ -216,3 +217,5 @@ std::string KeyLayout::write(const KX::CANRemoteOptions& layout) {
              << " down " << layout.encoderDownKeyCode << '\n';
     return text.str();
 }
+
+} // namespace KeyLayout

@@ -2,7 +2,7 @@
 
 #include "tools/canbus/CANLog.h"
 #include "tools/canbus/CANSender.h"
-#include "tools/kxcan/Arguments.h"
+#include "tools/kxcan/CommandLine.h"
 #include "tools/progress/Progress.h"
 
 #include <cerrno>
@@ -14,6 +14,8 @@
 #include <string_view>
 #include <thread>
 #include <vector>
+
+namespace Can {
 
 namespace {
 
@@ -46,10 +48,10 @@ public:
     /// \return false behind the last one
     bool read(Entry& entry) {
         while (readLine()) {
-            if (isCANLogComment(line))
+            if (CanBus::isCANLogComment(line))
                 continue;
             try {
-                const CANLogLine parsed = parseCANLogLine(line);
+                const CanBus::CANLogLine parsed = CanBus::parseCANLogLine(line);
                 entry = Entry{parsed.time, checkThatItCanBeSent(parsed.frame)};
                 return true;
             } catch (const std::runtime_error& error) {
@@ -77,7 +79,7 @@ private:
     }
 
     [[noreturn]] void fail(const std::string& reason) const {
-        throw BadInput(name + ":" + (lineNumber == 0 ? " " : "") + reason);
+        throw Arguments::BadInput(name + ":" + (lineNumber == 0 ? " " : "") + reason);
     }
 
     const std::string name;
@@ -128,14 +130,14 @@ Playback::Playback(std::string fileName, double speed) : name(std::move(fileName
 
 void Playback::run(const std::string& bus) {
     if (name == "-") {
-        CANSender sender(bus);
+        CanBus::CANSender sender(bus);
         playStandardInput(sender);
         return;
     }
     const std::vector<Entry> entries = readAll(name);
-    CANSender sender(bus);
+    CanBus::CANSender sender(bus);
     Schedule schedule(speedFactor);
-    Progress progress("kxcan", "frames sent", entries.size());
+    Progress::Reporter progress("kxcan", "frames sent", entries.size());
     for (const Entry& entry : entries) {
         schedule.waitFor(entry.time);
         sender.send(entry.frame);
@@ -143,10 +145,10 @@ void Playback::run(const std::string& bus) {
     }
 }
 
-void Playback::playStandardInput(CANSender& sender) const {
+void Playback::playStandardInput(CanBus::CANSender& sender) const {
     LogReader reader(name);
     Schedule schedule(speedFactor);
-    Progress progress("kxcan", "frames sent", 0);
+    Progress::Reporter progress("kxcan", "frames sent", 0);
     Entry entry;
     while (reader.read(entry)) {
         schedule.waitFor(entry.time);
@@ -154,3 +156,5 @@ void Playback::playStandardInput(CANSender& sender) const {
         progress.countOne();
     }
 }
+
+} // namespace Can

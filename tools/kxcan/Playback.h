@@ -2,7 +2,11 @@
 
 #include <string>
 
+namespace CanBus {
 class CANSender;
+}
+
+namespace Can {
 
 /// Puts the frames of a log onto a bus.
 ///
@@ -19,8 +23,10 @@ public:
     void run(const std::string& bus);
 
 private:
-    void playStandardInput(CANSender& sender) const;
+    void playStandardInput(CanBus::CANSender& sender) const;
 
     const std::string name;
     const double speedFactor;
 };
+
+} // namespace Can

@@ -1,9 +1,11 @@
 #include "tools/canbus/CANSender.h"
-#include "tools/kxcan/Arguments.h"
+#include "tools/kxcan/CommandLine.h"
 #include "tools/kxcan/Playback.h"
 
 #include <cstdio>
 #include <exception>
+
+namespace Can {
 
 namespace {
 
@@ -43,21 +45,21 @@ Exit status: 0 all frames are sent; 1 the bus failed; 2 the arguments or the log
 )";
 
 void run(const std::vector<std::string>& words) {
-    const Arguments arguments = parseArguments(words);
+    const CommandLine arguments = parseCommandLine(words);
     switch (arguments.action) {
-    case Arguments::Action::ShowHelp:
+    case CommandLine::Action::ShowHelp:
         std::fputs(helpText, stdout);
         break;
-    case Arguments::Action::ShowVersion:
+    case CommandLine::Action::ShowVersion:
         std::puts("kxcan " KXCAN_VERSION);
         break;
-    case Arguments::Action::Send: {
-        CANSender sender(arguments.bus);
+    case CommandLine::Action::Send: {
+        CanBus::CANSender sender(arguments.bus);
         for (const KX::KXCANMessage& frame : arguments.frames)
             sender.send(frame);
         break;
     }
-    case Arguments::Action::Play:
+    case CommandLine::Action::Play:
         Playback(arguments.file, arguments.speed).run(arguments.bus);
         break;
     }
@@ -65,11 +67,13 @@ void run(const std::vector<std::string>& words) {
 
 } // namespace
 
+} // namespace Can
+
 int main(int argc, char** argv) {
     try {
-        run(std::vector<std::string>(argv + (argc > 0 ? 1 : 0), argv + argc));
+        Can::run(std::vector<std::string>(argv + (argc > 0 ? 1 : 0), argv + argc));
         return 0;
-    } catch (const BadInput& error) {
+    } catch (const Arguments::BadInput& error) {
         std::fprintf(stderr, "%s\n", error.what());
         return 2;
     } catch (const std::exception& error) {

@@ -1,10 +1,11 @@
 #include "tools/kxreplay/ClosestCalls.h"
 
+#include "events/KXEventKind.h"
 #include "tools/kxreplay/EventOutput.h"
 
 #include <algorithm>
 
-namespace KXReplay {
+namespace Replay {
 
 namespace {
 
@@ -15,7 +16,7 @@ bool isClose(const Call& call) {
 }
 
 bool isDoublePress(int type) {
-    return type == KX::KEY_DOUBLE_PRESS_EVENT || type == KX::MOUSE_DOUBLE_PRESS_EVENT;
+    return KX::kindOfEventType(type).gesture == KX::KXGesture::DoublePress;
 }
 
 template<typename IsBefore>
@@ -36,20 +37,16 @@ unsigned int Call::distanceMs() const {
 }
 
 void ClosestCalls::take(const PlayedEvent& played) {
-    switch (played.event.eventType) {
-    case KX::KEY_PRESS_EVENT:
-    case KX::MOUSE_PRESS_EVENT:
-    case KX::KEY_DOUBLE_PRESS_EVENT:
-    case KX::MOUSE_DOUBLE_PRESS_EVENT:
+    switch (KX::kindOfEventType(played.event.eventType).gesture) {
+    case KX::KXGesture::Press:
+    case KX::KXGesture::DoublePress:
         takePress(played);
         break;
-    case KX::KEY_LONG_PRESS_EVENT:
-    case KX::MOUSE_LONG_PRESS_EVENT:
+    case KX::KXGesture::LongPress:
         takeLongPress(played);
         break;
-    case KX::KEY_RELEASE_EVENT:
-    case KX::MOUSE_RELEASE_EVENT:
-    case KX::MOUSE_ESCAPE_EVENT:
+    case KX::KXGesture::Release:
+    case KX::KXGesture::Escape:
         takeRelease(played);
         break;
     default:
@@ -112,4 +109,4 @@ std::vector<Call> ClosestCalls::lateLongPresses() const {
         lates, [](const Call& one, const Call& other) { return one.distanceMs() > other.distanceMs(); });
 }
 
-} // namespace KXReplay
+} // namespace Replay

@@ -6,7 +6,7 @@
 #include <optional>
 #include <vector>
 
-namespace KXReplay {
+namespace Replay {
 
 /// Input that was nearly classified otherwise: what an operator does not mean, and calls a fault.
 ///
@@ -61,4 +61,4 @@ private:
     std::vector<Call> lates;
 };
 
-} // namespace KXReplay
+} // namespace Replay

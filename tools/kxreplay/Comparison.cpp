@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <utility>
 
-namespace KXReplay {
+namespace Replay {
 
 namespace {
 
@@ -171,7 +171,7 @@ std::string Comparison::countDifferences() const {
 
 std::string Comparison::toJSON() const {
     const auto textOf = [](const KXInputEvent* event) {
-        return event == nullptr ? std::string("null") : KXReplay::toJSON(*event);
+        return event == nullptr ? std::string("null") : Replay::toJSON(*event);
     };
     std::string text;
     std::size_t count = 0;
@@ -184,4 +184,4 @@ std::string Comparison::toJSON() const {
     return text + "{\"differences\":" + std::to_string(count) + "}\n";
 }
 
-} // namespace KXReplay
+} // namespace Replay

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace KXReplay {
+namespace Replay {
 
 /// Two plays of one session side by side.
 ///
@@ -47,4 +47,4 @@ private:
     std::vector<Row> rows;
 };
 
-} // namespace KXReplay
+} // namespace Replay

@@ -1,16 +1,15 @@
 #include "tools/kxreplay/EventOutput.h"
 
+#include "events/KXEventKind.h"
 #include "tools/eventline/EventLine.h"
 
 #include <QKeySequence>
 
 #include <algorithm>
 
-namespace KXReplay {
+namespace Replay {
 
 namespace {
-
-constexpr int unmappedKey = 65535;
 
 std::string field(const char* name, long long number) {
     return std::string(",\"") + name + "\":" + std::to_string(number);
@@ -30,7 +29,7 @@ std::string toolkitName(int osKeyCode) {
 std::string formatEvent(const KX::KXInputEvent& event, Format format) {
     if (format == Format::JSON)
         return toJSON(event) + "\n";
-    return std::string(KX::EventLine(event).textWithLineEnd());
+    return std::string(EventLine::Line(event).textWithLineEnd());
 }
 
 // Names of events are letters, digits and underscores: nothing in them needs quoting.
@@ -39,7 +38,7 @@ std::string toJSON(const KX::KXInputEvent& event) {
     text += field("type", event.eventType);
     text += ",\"name\":\"" + KX::translateEventTypeToString(event.eventType) + "\"";
     text += field("class", event.eventClass) + field("key", event.keyCode);
-    text += field("os", event.osKeyCode == -1 ? -1LL : static_cast<unsigned int>(event.osKeyCode));
+    text += field("os", event.osKeyCode == KX::KX_KEY_NONE ? -1LL : static_cast<unsigned int>(event.osKeyCode));
     text += field("value", event.value) + field("count", event.count);
     text += ",\"data\":[";
     for (std::size_t word = 0; word < 4; ++word)
@@ -48,17 +47,13 @@ std::string toJSON(const KX::KXInputEvent& event) {
 }
 
 std::string nameKey(const KX::KXInputEvent& event) {
-    if (isMouseEvent(event))
+    if (KX::isMouseEvent(event.eventType))
         return "mouse button " + std::to_string(event.eventData[1]);
     const std::string name = toolkitName(event.osKeyCode);
     const std::string behind = name.empty() ? "" : " (" + name + ")";
-    if (event.keyCode == unmappedKey)
+    if (event.keyCode == KX::KX_KEY_UNMAPPED)
         return "a key without code" + behind;
     return "key " + std::to_string(event.keyCode) + behind;
-}
-
-bool isMouseEvent(const KX::KXInputEvent& event) {
-    return event.eventType >= KX::MOUSE_PRESS_EVENT && event.eventType <= KX::MOUSE_ESCAPE_EVENT;
 }
 
 bool isEncoderMove(const KX::KXInputEvent& event) {
@@ -66,9 +61,10 @@ bool isEncoderMove(const KX::KXInputEvent& event) {
 }
 
 bool isSameKey(const KX::KXInputEvent& one, const KX::KXInputEvent& other) {
-    if (isMouseEvent(one) != isMouseEvent(other) || isEncoderMove(one) != isEncoderMove(other))
+    const bool isMouse = KX::isMouseEvent(one.eventType);
+    if (isMouse != KX::isMouseEvent(other.eventType) || isEncoderMove(one) != isEncoderMove(other))
         return false;
-    return isMouseEvent(one) ? one.eventData[1] == other.eventData[1] : one.keyCode == other.keyCode;
+    return isMouse ? one.eventData[1] == other.eventData[1] : one.keyCode == other.keyCode;
 }
 
-} // namespace KXReplay
+} // namespace Replay

@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace KXReplay {
+namespace Replay {
 
 /// How output is written: for people, or one JSON object a line.
 enum class Format { Text, JSON };
@@ -18,10 +18,9 @@ std::string toJSON(const KX::KXInputEvent& event);
 /// The key or the mouse button of an event, as people call it: "key 0 (Esc)", "mouse button 1".
 std::string nameKey(const KX::KXInputEvent& event);
 
-bool isMouseEvent(const KX::KXInputEvent& event);
 bool isEncoderMove(const KX::KXInputEvent& event);
 
 /// Whether both come of the same key, the same mouse button or the same direction of the knob.
 bool isSameKey(const KX::KXInputEvent& one, const KX::KXInputEvent& other);
 
-} // namespace KXReplay
+} // namespace Replay

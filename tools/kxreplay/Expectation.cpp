@@ -9,21 +9,21 @@
 #include <sstream>
 #include <utility>
 
-namespace KXReplay {
+namespace Replay {
 
 namespace {
 
 std::string readFile(const std::string& name) {
     std::ifstream file(name, std::ios::binary);
     if (!file)
-        throw BadInput(name + ": " + std::strerror(errno));
+        throw Arguments::BadInput(name + ": " + std::strerror(errno));
     std::ostringstream text;
     // Of an empty file nothing is taken over, which counts as a failure of the stream that takes.
     if (file.peek() != std::ifstream::traits_type::eof())
         text << file.rdbuf();
     // A folder can be opened, but not be read.
     if (file.bad() || text.fail())
-        throw BadInput(name + ": cannot be read");
+        throw Arguments::BadInput(name + ": cannot be read");
     return text.str();
 }
 
@@ -39,4 +39,4 @@ std::string Expectation::differenceFrom(std::string_view printed) const {
     return unifiedDiff(text, name, printed, "recording");
 }
 
-} // namespace KXReplay
+} // namespace Replay

@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-namespace KXReplay {
+namespace Replay {
 
 /// What a play is expected to print, from a file.
 class Expectation {
@@ -21,4 +21,4 @@ private:
     const std::string text;
 };
 
-} // namespace KXReplay
+} // namespace Replay

@@ -1,6 +1,6 @@
 #include "tools/kxreplay/HelpText.h"
 
-const char* const KXReplay::helpText =
+const char* const Replay::helpText =
     R"(kxreplay plays a recorded operator session through the event layer and prints the classified events.
 
 It takes no more time than the computer needs, and the same recording gives the same output on every machine.

@@ -1,7 +1,7 @@
 #pragma once
 
-namespace KXReplay {
+namespace Replay {
 
 extern const char* const helpText;
 
-} // namespace KXReplay
+} // namespace Replay

@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <utility>
 
-namespace KXReplay {
+namespace Replay {
 
 namespace {
 
@@ -51,4 +51,4 @@ bool KeyWindow::event(QEvent* event) {
     return true;
 }
 
-} // namespace KXReplay
+} // namespace Replay

@@ -7,7 +7,7 @@
 
 #include <vector>
 
-namespace KXReplay {
+namespace Replay {
 
 /// Qt without a display and without a word, for a program that has no other use for it than the keys of a keypad.
 class OffscreenToolkit {
@@ -40,4 +40,4 @@ private:
     std::vector<KX::KXToolkitEvent> keys;
 };
 
-} // namespace KXReplay
+} // namespace Replay

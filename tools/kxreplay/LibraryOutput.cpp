@@ -2,7 +2,7 @@
 
 #include <iostream>
 
-namespace KXReplay {
+namespace Replay {
 
 namespace {
 
@@ -30,4 +30,4 @@ LibraryOutput::~LibraryOutput() {
     std::cerr.rdbuf(standardError);
 }
 
-} // namespace KXReplay
+} // namespace Replay

@@ -3,7 +3,7 @@
 #include <memory>
 #include <streambuf>
 
-namespace KXReplay {
+namespace Replay {
 
 /// Keeps what the library says by std::cout and std::cerr ("Key 3, KeyCode: 2, pressed") out of the program's own
 /// output, as long as this object lives. The program itself writes by C streams.
@@ -23,4 +23,4 @@ private:
     std::streambuf* const standardError;
 };
 
-} // namespace KXReplay
+} // namespace Replay

@@ -14,7 +14,7 @@
 #include <utility>
 #include <variant>
 
-namespace KXReplay {
+namespace Replay {
 
 namespace {
 
@@ -241,4 +241,4 @@ void Player::handOut(std::size_t entry, const Take& take) {
         std::cerr << message.section << ": " << message.text << std::endl;
 }
 
-} // namespace KXReplay
+} // namespace Replay

@@ -17,7 +17,7 @@ namespace KX {
 class KXInputEventManager;
 }
 
-namespace KXReplay {
+namespace Replay {
 
 class KeyWindow;
 
@@ -102,4 +102,4 @@ private:
     std::uint64_t lastInputMs = 0;
 };
 
-} // namespace KXReplay
+} // namespace Replay

@@ -21,7 +21,7 @@
 #include <utility>
 #include <vector>
 
-namespace KXReplay {
+namespace Replay {
 
 namespace {
 
@@ -38,16 +38,17 @@ KX::CANRemoteOptions readKeypad(const std::string& file) {
     try {
         return KeyLayout::readFile(file, KeyLayout::keyCodesOfTerminal());
     } catch (const std::runtime_error& error) {
-        throw BadInput(error.what());
+        throw Arguments::BadInput(error.what());
     }
 }
 
-Player::Options recordedOptions(const Arguments& arguments, const Recording::Session& session) {
+Player::Options recordedOptions(const CommandLine& arguments, const Recording::Session& session) {
     Player::Options options;
     if (arguments.keypadFile.empty())
         return options;
     if (!session.isPlainLog)
-        throw BadInput("kxreplay: --keypad is for the log of a CAN bus; a recording has its own layout");
+        throw Arguments::BadInput(
+            "kxreplay: --keypad is for the log of a CAN bus; a recording has its own layout");
     options.keypad = readKeypad(arguments.keypadFile);
     return options;
 }
@@ -55,7 +56,7 @@ Player::Options recordedOptions(const Arguments& arguments, const Recording::Ses
 /// One run of the program: a session, what is to be done with it, and where the output goes.
 class Run {
 public:
-    Run(const Arguments& givenArguments, const Recording::Session& givenSession, Write writeFunction)
+    Run(const CommandLine& givenArguments, const Recording::Session& givenSession, Write writeFunction)
         : arguments(givenArguments), session(givenSession), write(std::move(writeFunction)),
           recorded(recordedOptions(arguments, session)), changed(recorded) {
         changed.other = arguments.other;
@@ -63,13 +64,13 @@ public:
 
     void print() const {
         switch (arguments.output) {
-        case Arguments::Output::Events:
+        case CommandLine::Output::Events:
             printEvents();
             break;
-        case Arguments::Output::Comparison:
+        case CommandLine::Output::Comparison:
             printComparison();
             break;
-        case Arguments::Output::Summary:
+        case CommandLine::Output::Summary:
             printSummary();
             break;
         }
@@ -77,7 +78,7 @@ public:
 
 private:
     void play(const Player::Options& options, const Player::Take& take) const {
-        std::optional<Progress> progress;
+        std::optional<Progress::Reporter> progress;
         if (session.entries.size() > fewLines && !showsByItself())
             progress.emplace("kxreplay", "lines played", session.entries.size());
         Player(session, options).play(take, [&progress] {
@@ -88,7 +89,7 @@ private:
 
     // Events that appear on a terminal tell how far the play is, and what counts lines would stand among them.
     bool showsByItself() const {
-        return arguments.output == Arguments::Output::Events && arguments.expectationFile.empty() &&
+        return arguments.output == CommandLine::Output::Events && arguments.expectationFile.empty() &&
                isatty(STDOUT_FILENO) == 1;
     }
 
@@ -118,7 +119,7 @@ private:
         return arguments.format == Format::Text;
     }
 
-    const Arguments& arguments;
+    const CommandLine& arguments;
     const Recording::Session& session;
     const Write write;
     const Player::Options recorded;
@@ -148,7 +149,7 @@ int compareWith(const Expectation& expectation, const std::string& printed) {
     return failed;
 }
 
-int print(const Arguments& arguments, const Recording::Session& session) {
+int print(const CommandLine& arguments, const Recording::Session& session) {
     if (arguments.expectationFile.empty()) {
         Run(arguments, session, &writeToStandardOutput).print();
         return played;
@@ -166,7 +167,7 @@ void flushStandardOutput() {
         failToWrite();
 }
 
-int run(const Arguments& arguments) {
+int run(const CommandLine& arguments) {
     const Recording::Session session = Recording::readFile(arguments.file, &tell);
     const std::string name = arguments.file == "-" ? "standard input" : arguments.file;
     checkDurations(arguments.other, session, name);
@@ -180,4 +181,4 @@ int run(const Arguments& arguments) {
     return print(arguments, session);
 }
 
-} // namespace KXReplay
+} // namespace Replay

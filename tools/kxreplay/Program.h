@@ -1,12 +1,12 @@
 #pragma once
 
-#include "tools/kxreplay/Arguments.h"
+#include "tools/kxreplay/CommandLine.h"
 #include "tools/recording/RecordingReader.h"
 
 #include <string>
 #include <string_view>
 
-namespace KXReplay {
+namespace Replay {
 
 constexpr int played = 0;
 constexpr int failed = 1; ///< not as expected, or the output could not be written
@@ -20,6 +20,6 @@ void flushStandardOutput();
 /// \return the exit status
 /// \throws BadInput, Recording::BadFile  the status is to be badInput
 /// \throws std::runtime_error             standard output cannot be written; it is to be failed
-int run(const Arguments& arguments);
+int run(const CommandLine& arguments);
 
-} // namespace KXReplay
+} // namespace Replay

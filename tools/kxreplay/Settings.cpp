@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-namespace KXReplay {
+namespace Replay {
 
 namespace {
 
@@ -34,8 +34,9 @@ Durations durationsAtFirstInput(const Recording::Session& session) {
 void check(const Durations& durations, const std::string& where) {
     if (durations.areAllowed())
         return;
-    throw BadInput(where + ": a double press of " + std::to_string(durations.doublePressMs) +
-                   " ms is not shorter than a long press of " + std::to_string(durations.longPressMs) + " ms");
+    throw Arguments::BadInput(where + ": a double press of " + std::to_string(durations.doublePressMs) +
+                              " ms is not shorter than a long press of " + std::to_string(durations.longPressMs) +
+                              " ms");
 }
 
 } // namespace
@@ -96,4 +97,4 @@ void checkDurations(const OtherSettings& settings, const Recording::Session& ses
     }
 }
 
-} // namespace KXReplay
+} // namespace Replay

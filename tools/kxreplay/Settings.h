@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-namespace KXReplay {
+namespace Replay {
 
 /// The two durations by which presses are told apart, as a manager has them at first.
 struct Durations {
@@ -40,4 +40,4 @@ struct OtherSettings {
 /// \throws BadInput
 void checkDurations(const OtherSettings& settings, const Recording::Session& session, const std::string& fileName);
 
-} // namespace KXReplay
+} // namespace Replay

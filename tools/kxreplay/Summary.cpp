@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <vector>
 
-namespace KXReplay {
+namespace Replay {
 
 namespace {
 
@@ -142,4 +142,4 @@ std::string Summary::toJSON() const {
            listAsJSON("late long press", closest.lateLongPresses());
 }
 
-} // namespace KXReplay
+} // namespace Replay

@@ -7,7 +7,7 @@
 #include <map>
 #include <string>
 
-namespace KXReplay {
+namespace Replay {
 
 /// A session at a glance: how much of what came out, and what was nearly something else.
 class Summary {
@@ -39,4 +39,4 @@ private:
     ClosestCalls closest;
 };
 
-} // namespace KXReplay
+} // namespace Replay

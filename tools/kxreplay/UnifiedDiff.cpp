@@ -5,7 +5,7 @@
 #include <unordered_map>
 #include <vector>
 
-namespace KXReplay {
+namespace Replay {
 
 namespace {
 
@@ -195,4 +195,4 @@ std::string unifiedDiff(std::string_view oldText, const std::string& oldName, st
     }
 }
 
-} // namespace KXReplay
+} // namespace Replay

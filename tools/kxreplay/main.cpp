@@ -1,32 +1,34 @@
 #include "tools/arguments/ArgumentReader.h"
-#include "tools/kxreplay/Arguments.h"
+#include "tools/kxreplay/CommandLine.h"
 #include "tools/kxreplay/HelpText.h"
 #include "tools/kxreplay/Program.h"
 
 #include <cstdio>
 #include <exception>
 
+namespace Replay {
+
 namespace {
 
 int runUnflushed(const std::vector<std::string>& words) {
-    const KXReplay::Arguments arguments = KXReplay::parseArguments(words);
+    const CommandLine arguments = parseCommandLine(words);
     switch (arguments.action) {
-    case KXReplay::Arguments::Action::ShowHelp:
-        std::fputs(KXReplay::helpText, stdout);
+    case CommandLine::Action::ShowHelp:
+        std::fputs(helpText, stdout);
         break;
-    case KXReplay::Arguments::Action::ShowVersion:
+    case CommandLine::Action::ShowVersion:
         std::puts("kxreplay " KXREPLAY_VERSION);
         break;
-    case KXReplay::Arguments::Action::Play:
-        return KXReplay::run(arguments);
+    case CommandLine::Action::Play:
+        return run(arguments);
     }
-    return KXReplay::played;
+    return played;
 }
 
 // Only then it is known that all has been written.
 int runWith(const std::vector<std::string>& words) {
     const int status = runUnflushed(words);
-    KXReplay::flushStandardOutput();
+    flushStandardOutput();
     return status;
 }
 
@@ -37,15 +39,17 @@ int fail(int status, const char* line) {
 
 } // namespace
 
+} // namespace Replay
+
 int main(int argc, char** argv) {
     try {
-        return runWith(std::vector<std::string>(argv + (argc > 0 ? 1 : 0), argv + argc));
-    } catch (const BadInput& error) {
-        return fail(KXReplay::badInput, error.what());
+        return Replay::runWith(std::vector<std::string>(argv + (argc > 0 ? 1 : 0), argv + argc));
+    } catch (const Arguments::BadInput& error) {
+        return Replay::fail(Replay::badInput, error.what());
     } catch (const Recording::BadFile& error) {
-        return fail(KXReplay::badInput, error.what());
+        return Replay::fail(Replay::badInput, error.what());
     } catch (const std::exception& error) {
         std::fputs("kxreplay: ", stderr);
-        return fail(KXReplay::failed, error.what());
+        return Replay::fail(Replay::failed, error.what());
     }
 }

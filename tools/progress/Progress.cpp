@@ -4,6 +4,8 @@
 #include <unistd.h>
 #include <utility>
 
+namespace Progress {
+
 namespace {
 
 constexpr std::chrono::milliseconds intervalOnTerminal(200);
@@ -18,18 +20,18 @@ std::chrono::milliseconds intervalFor(bool isTerminal, bool hasTotal) {
 
 } // namespace
 
-Progress::Progress(std::string programName, std::string doneText, std::size_t totalNumber)
+Reporter::Reporter(std::string programName, std::string doneText, std::size_t totalNumber)
     : program(std::move(programName)), done(std::move(doneText)), total(totalNumber),
       isTerminal(isatty(STDERR_FILENO) == 1), interval(intervalFor(isTerminal, total != 0)) {}
 
-Progress::~Progress() {
+Reporter::~Reporter() {
     if (isTerminal && hasShown) {
         show();
         std::fputc('\n', stderr);
     }
 }
 
-void Progress::countOne() {
+void Reporter::countOne() {
     ++count;
     const Clock::time_point now = Clock::now();
     if (now - lastShown < interval || !isNextTenth())
@@ -40,11 +42,11 @@ void Progress::countOne() {
 }
 
 // In a file a line for each tenth is enough.
-bool Progress::isNextTenth() const {
+bool Reporter::isNextTenth() const {
     return isTerminal || total == 0 || count * 10 / total > shownCount * 10 / total;
 }
 
-void Progress::show() {
+void Reporter::show() {
     shownCount = count;
     std::string text = program + ": " + std::to_string(count);
     if (total != 0)
@@ -52,3 +54,5 @@ void Progress::show() {
     text += " " + done;
     std::fputs((isTerminal ? "\r" + text : text + "\n").c_str(), stderr);
 }
+
+} // namespace Progress

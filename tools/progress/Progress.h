@@ -4,21 +4,23 @@
 #include <cstddef>
 #include <string>
 
+namespace Progress {
+
 /// Tells on standard error how far a play has come: on a terminal on one line that is written over, else, where
 /// it may be a file, on a line of its own for each tenth, now and then where the end is not known; nothing in half a
 /// second.
-class Progress {
+class Reporter {
 public:
     /// \param programName  stands before what is told
     /// \param doneText     what has been done with what is counted: "frames sent"
     /// \param total        0: not known
-    Progress(std::string programName, std::string doneText, std::size_t total);
+    Reporter(std::string programName, std::string doneText, std::size_t total);
 
     /// Ends the line on a terminal, so that what is said next does not stand in it.
-    ~Progress();
+    ~Reporter();
 
-    Progress(const Progress&) = delete;
-    Progress& operator=(const Progress&) = delete;
+    Reporter(const Reporter&) = delete;
+    Reporter& operator=(const Reporter&) = delete;
 
     void countOne();
 
@@ -38,3 +40,5 @@ private:
     std::size_t shownCount = 0;
     bool hasShown = false;
 };
+
+} // namespace Progress

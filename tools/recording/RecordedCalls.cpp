@@ -1,19 +1,14 @@
 #include "tools/recording/RecordedCalls.h"
 
 #include "input/KXInputEventManager.h"
+#include "platform/KXStatus.h"
 
 namespace Recording {
-
-namespace {
-
-constexpr int notInitialised = 20;
-
-} // namespace
 
 int repeatCall(const NumberSetting& setting, KX::KXInputEventManager& manager) {
     KX::KXEncoderDynamic* const encoder = KX::KXEncoderDynamic::instance();
     if (!encoder)
-        return notInitialised;
+        return KX::STATUS_REFUSED;
     switch (setting.name) {
     case NumberName::DoublePress:
         return manager.setDoubleKeyPressDuration(static_cast<unsigned int>(setting.value));
@@ -26,12 +21,12 @@ int repeatCall(const NumberSetting& setting, KX::KXInputEventManager& manager) {
     case NumberName::AcceptInput:
         return manager.acceptInput(setting.value != 0);
     }
-    return notInitialised;
+    return KX::STATUS_REFUSED;
 }
 
 int repeatCall(const SpeedTable& table, KX::KXInputEventManager& /*manager*/) {
     KX::KXEncoderDynamic* const encoder = KX::KXEncoderDynamic::instance();
-    return encoder ? encoder->setDynamicParameters(table.rows) : notInitialised;
+    return encoder ? encoder->setDynamicParameters(table.rows) : KX::STATUS_REFUSED;
 }
 
 int repeatCall(const KeyMapping& mapping, KX::KXInputEventManager& manager) {

@@ -9,7 +9,7 @@ class KXInputEventManager;
 namespace Recording {
 
 /// Make the call that was recorded. On the thread that delivers input, between two inputs.
-/// \return what the call returns: 0; 20, 24 or 3 when it was refused
+/// \return the status of the call; \ref KX::STATUS_REFUSED without an initialised encoder
 int repeatCall(const NumberSetting& setting, KX::KXInputEventManager& manager);
 int repeatCall(const SpeedTable& table, KX::KXInputEventManager& manager);
 int repeatCall(const KeyMapping& mapping, KX::KXInputEventManager& manager);

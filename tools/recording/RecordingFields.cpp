@@ -57,11 +57,11 @@ struct Decimal {
 // As the toolkit's own tables write keys.
 struct ToolkitKey {
     static std::string format(int key) {
-        return key == -1 ? "-1" : "0x" + Text::hexadecimal(static_cast<unsigned int>(key));
+        return key == KX::KX_KEY_NONE ? "-1" : "0x" + Text::hexadecimal(static_cast<unsigned int>(key));
     }
     static bool parse(std::string_view text, int& key) {
         if (text == "-1") {
-            key = -1;
+            key = KX::KX_KEY_NONE;
             return true;
         }
         unsigned int bits = 0;

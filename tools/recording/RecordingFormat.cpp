@@ -10,11 +10,11 @@ namespace Recording {
 namespace {
 
 std::string formatFrame(const Frame& frame, std::uint64_t timeMs) {
-    CANLogLine line;
+    CanBus::CANLogLine line;
     line.time = std::chrono::milliseconds(timeMs);
     line.bus = frame.bus;
     line.frame = frame.message;
-    return formatCANLogLine(line);
+    return CanBus::formatCANLogLine(line);
 }
 
 // What stands behind the tick.

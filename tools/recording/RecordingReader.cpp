@@ -1,5 +1,6 @@
 #include "tools/recording/RecordingReader.h"
 
+#include "events/KXKeyCode.h"
 #include "tools/canbus/CANLog.h"
 #include "tools/text/Text.h"
 
@@ -31,7 +32,7 @@ constexpr std::size_t longestLine = 65536;
 // Which key codes the toolkit has a key for without any mapping; which keys these are does not matter here.
 std::map<int, int> keysOfEveryManager() {
     std::map<int, int> keys;
-    for (int keyCode = 0; keyCode <= 6; ++keyCode)
+    for (int keyCode = KX::KX_KEY_ESCAPE; keyCode <= KX::KX_KEY_END; ++keyCode)
         keys[keyCode] = keyCode;
     return keys;
 }
@@ -79,7 +80,7 @@ private:
     void takeLine() {
         if (lineNumber == 1 && line.compare(0, byteOrderMark.size(), byteOrderMark) == 0)
             line.erase(0, byteOrderMark.size());
-        if (isCANLogComment(line))
+        if (CanBus::isCANLogComment(line))
             return;
         if (std::exchange(isFirst, false) && (isCutFirstLine() || takeVersion()))
             return;
@@ -114,9 +115,9 @@ private:
     }
 
     void takeLogLine() {
-        CANLogLine frame;
+        CanBus::CANLogLine frame;
         try {
-            frame = parseCANLogLine(line);
+            frame = CanBus::parseCANLogLine(line);
         } catch (const std::runtime_error& error) {
             if (!session.entries.empty() || Text::trimmed(line).front() == '(')
                 throw;
@@ -151,12 +152,12 @@ private:
     }
 
     void takeFrame() {
-        const CANLogLine frame = parseCANLogLine(line);
+        const CanBus::CANLogLine frame = CanBus::parseCANLogLine(line);
         const auto time = std::chrono::duration_cast<std::chrono::milliseconds>(frame.time);
         addFrame(frame, continueTime(static_cast<unsigned int>(time.count()), previousMs));
     }
 
-    void addFrame(const CANLogLine& frame, std::uint64_t timeMs) {
+    void addFrame(const CanBus::CANLogLine& frame, std::uint64_t timeMs) {
         previousMs = timeMs;
         session.entries.push_back({timeMs, Frame{frame.bus, frame.frame}, lineNumber});
     }

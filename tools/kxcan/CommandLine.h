@@ -6,8 +6,10 @@
 #include <string>
 #include <vector>
 
+namespace Can {
+
 /// The command line of kxcan, checked.
-struct Arguments {
+struct CommandLine {
     enum class Action { ShowHelp, ShowVersion, Send, Play };
 
     Action action = Action::ShowHelp;
@@ -18,8 +20,10 @@ struct Arguments {
 };
 
 /// \throws BadInput  it names the argument by its number: 1 is the first behind the program's name
-Arguments parseArguments(const std::vector<std::string>& arguments);
+CommandLine parseCommandLine(const std::vector<std::string>& arguments);
 
 /// \return \p frame
 /// \throws BadInput  an error frame, which only a bus driver makes
 const KX::KXCANMessage& checkThatItCanBeSent(const KX::KXCANMessage& frame);
+
+} // namespace Can

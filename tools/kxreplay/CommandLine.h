@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
-namespace KXReplay {
+namespace Replay {
 
 /// The command line of kxreplay, checked.
-struct Arguments {
+struct CommandLine {
     enum class Action { ShowHelp, ShowVersion, Play };
     enum class Output { Events, Comparison, Summary };
 
@@ -25,6 +25,6 @@ struct Arguments {
 };
 
 /// \throws BadInput  one line that names the argument by its number: 1 is the first behind the program's name
-Arguments parseArguments(const std::vector<std::string>& words);
+CommandLine parseCommandLine(const std::vector<std::string>& words);
 
-} // namespace KXReplay
+} // namespace Replay

@@ -1,4 +1,4 @@
-#include "tools/kxreplay/Arguments.h"
+#include "tools/kxreplay/CommandLine.h"
 
 #include "tools/arguments/ArgumentReader.h"
 #include "tools/text/Text.h"
@@ -7,7 +7,7 @@
 #include <limits>
 #include <optional>
 
-namespace KXReplay {
+namespace Replay {
 
 namespace {
 
@@ -15,7 +15,7 @@ constexpr int leastFactor = 1;
 constexpr int greatestLowPass = 1000;
 
 template<typename Number>
-Number takeNumber(ArgumentReader& reader, const std::string& option, Number least, Number greatest) {
+Number takeNumber(Arguments::ArgumentReader& reader, const std::string& option, Number least, Number greatest) {
     const std::string& text = reader.take("the number of " + option);
     Number number{};
     if (!Text::parseNumber(text, 10, number) || number < least || number > greatest) {
@@ -29,10 +29,10 @@ class Parser {
 public:
     explicit Parser(const std::vector<std::string>& words) : reader("kxreplay", words) {}
 
-    Arguments parse() {
+    CommandLine parse() {
         while (!reader.isAtEnd()) {
             const std::string word = reader.take("an argument");
-            if (ArgumentReader::isOption(word))
+            if (Arguments::ArgumentReader::isOption(word))
                 takeOption(word);
             else
                 takeFile(word);
@@ -56,9 +56,9 @@ private:
         if (option == "--json")
             result.format = Format::JSON;
         else if (option == "--summary")
-            takeOutput(Arguments::Output::Summary);
+            takeOutput(CommandLine::Output::Summary);
         else if (option == "--compare")
-            takeOutput(Arguments::Output::Comparison);
+            takeOutput(CommandLine::Output::Comparison);
         else if (option == "--library-output")
             result.showLibraryOutput = true;
         else
@@ -66,8 +66,8 @@ private:
         return true;
     }
 
-    void takeOutput(Arguments::Output output) {
-        if (result.output != Arguments::Output::Events)
+    void takeOutput(CommandLine::Output output) {
+        if (result.output != CommandLine::Output::Events)
             reader.refuse("--summary and --compare do not go together");
         result.output = output;
     }
@@ -119,23 +119,23 @@ private:
     }
 
     void checkThatTheyGoTogether() const {
-        if (result.output == Arguments::Output::Comparison && result.other.isEmpty())
-            throw BadInput("kxreplay: --compare shows what other settings change: give --double-press, "
-                           "--long-press, --user-factor or --low-pass too");
+        if (result.output == CommandLine::Output::Comparison && result.other.isEmpty())
+            throw Arguments::BadInput("kxreplay: --compare shows what other settings change: give --double-press, "
+                                      "--long-press, --user-factor or --low-pass too");
     }
 
-    ArgumentReader reader;
+    Arguments::ArgumentReader reader;
     std::vector<std::string> seen;
-    Arguments result;
+    CommandLine result;
 };
 
-std::optional<Arguments> parseInformation(const std::vector<std::string>& words) {
+std::optional<CommandLine> parseInformation(const std::vector<std::string>& words) {
     for (const std::string& word : words) {
-        Arguments result;
+        CommandLine result;
         if (word == "--help" || word == "-h")
-            result.action = Arguments::Action::ShowHelp;
+            result.action = CommandLine::Action::ShowHelp;
         else if (word == "--version" || word == "-v")
-            result.action = Arguments::Action::ShowVersion;
+            result.action = CommandLine::Action::ShowVersion;
         else
             continue;
         return result;
@@ -145,10 +145,10 @@ std::optional<Arguments> parseInformation(const std::vector<std::string>& words)
 
 } // namespace
 
-Arguments parseArguments(const std::vector<std::string>& words) {
+CommandLine parseCommandLine(const std::vector<std::string>& words) {
     if (const auto information = parseInformation(words))
         return *information;
     return Parser(words).parse();
 }
 
-} // namespace KXReplay
+} // namespace Replay

@@ -1,9 +1,11 @@
-#include "tools/kxcan/Arguments.h"
+#include "tools/kxcan/CommandLine.h"
 
 #include "tools/canbus/CANLog.h"
 
 #include <charconv>
 #include <optional>
+
+namespace Can {
 
 namespace {
 
@@ -11,7 +13,7 @@ constexpr double slowestSpeed = 0.001;
 constexpr double greatestSpeed = 1000;
 constexpr std::uint32_t errorFlag = 0x20000000;
 
-double takeSpeed(ArgumentReader& reader) {
+double takeSpeed(Arguments::ArgumentReader& reader) {
     const std::string& text = reader.take("the number of --speed");
     double speed = 0;
     const auto result = std::from_chars(text.data(), text.data() + text.size(), speed, std::chars_format::fixed);
@@ -22,26 +24,26 @@ double takeSpeed(ArgumentReader& reader) {
     return speed;
 }
 
-std::optional<Arguments> parseInformation(const std::string& text) {
-    Arguments result;
+std::optional<CommandLine> parseInformation(const std::string& text) {
+    CommandLine result;
     if (text == "--help" || text == "-h")
-        result.action = Arguments::Action::ShowHelp;
+        result.action = CommandLine::Action::ShowHelp;
     else if (text == "--version" || text == "-v")
-        result.action = Arguments::Action::ShowVersion;
+        result.action = CommandLine::Action::ShowVersion;
     else
         return std::nullopt;
     return result;
 }
 
-Arguments parseSend(ArgumentReader& reader, Arguments result) {
-    result.action = Arguments::Action::Send;
+CommandLine parseSend(Arguments::ArgumentReader& reader, CommandLine result) {
+    result.action = CommandLine::Action::Send;
     result.bus = reader.take("the bus");
-    if (ArgumentReader::isOption(result.bus))
+    if (Arguments::ArgumentReader::isOption(result.bus))
         reader.refuseUnknown("unknown option");
     do {
         const std::string& text = reader.take("the frame");
         try {
-            result.frames.push_back(checkThatItCanBeSent(parseCANFrame(text)));
+            result.frames.push_back(checkThatItCanBeSent(CanBus::parseCANFrame(text)));
         } catch (const std::runtime_error& error) {
             reader.refuse(error.what());
         }
@@ -49,8 +51,8 @@ Arguments parseSend(ArgumentReader& reader, Arguments result) {
     return result;
 }
 
-Arguments parsePlay(ArgumentReader& reader, Arguments result) {
-    result.action = Arguments::Action::Play;
+CommandLine parsePlay(Arguments::ArgumentReader& reader, CommandLine result) {
+    result.action = CommandLine::Action::Play;
     std::vector<std::string> names;
     std::optional<double> speed;
     while (!reader.isAtEnd() || names.size() < 2) {
@@ -59,7 +61,7 @@ Arguments parsePlay(ArgumentReader& reader, Arguments result) {
             if (speed)
                 reader.refuse("the speed is given twice");
             speed = text == "--fast" ? 0 : takeSpeed(reader);
-        } else if (ArgumentReader::isOption(text)) {
+        } else if (Arguments::ArgumentReader::isOption(text)) {
             reader.refuseUnknown("unknown option");
         } else if (names.size() == 2) {
             reader.refuseUnknown("unexpected");
@@ -75,8 +77,8 @@ Arguments parsePlay(ArgumentReader& reader, Arguments result) {
 
 } // namespace
 
-Arguments parseArguments(const std::vector<std::string>& arguments) {
-    ArgumentReader reader("kxcan", arguments);
+CommandLine parseCommandLine(const std::vector<std::string>& arguments) {
+    Arguments::ArgumentReader reader("kxcan", arguments);
     const std::string& command = reader.take("a command, send or play,");
     for (const std::string& text : arguments)
         if (const auto information = parseInformation(text))
@@ -90,6 +92,8 @@ Arguments parseArguments(const std::vector<std::string>& arguments) {
 
 const KX::KXCANMessage& checkThatItCanBeSent(const KX::KXCANMessage& frame) {
     if ((frame.canId & errorFlag) != 0)
-        throw BadInput("an error frame cannot be sent; only the driver of a bus makes them");
+        throw Arguments::BadInput("an error frame cannot be sent; only the driver of a bus makes them");
     return frame;
 }
+
+} // namespace Can
