@@ -41,9 +41,9 @@ std::uint64_t endOf(const Recording::Session& session) {
 } // namespace
 
 SessionPlayer::SessionPlayer(Recording::Session recordedSession, double speed,
-                             KX::KXInputEventManager& inputEventManager, InputGate& gate, Set set)
+                             KX::KXInputEventManager& inputEventManager, Set set)
     : session(std::move(recordedSession)), endMs(endOf(session)), speedFactor(speed), manager(inputEventManager),
-      applySetting(std::move(set)), hold(gate) {
+      applySetting(std::move(set)) {
     timer.setSingleShot(true);
     timer.setTimerType(Qt::PreciseTimer);
     connect(&timer, &QTimer::timeout, this, &SessionPlayer::playWhatIsDue);

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "terminal/InputGate.h"
 #include "tools/recording/RecordingReader.h"
 
 #include <QElapsedTimer>
@@ -20,8 +19,8 @@ namespace Terminal {
 /// Plays a recorded session through the library, at its own pace or faster.
 ///
 /// The library gets every input with its recorded time, and the passes of its worker are made here at the recorded
-/// ticks, so what it posts is what it posted then, at any speed. For that the worker is held at the gate from the
-/// first moment to the last of this object; nobody else may deliver input meanwhile. Frames are left out: the keys
+/// ticks, so what it posts is what it posted then, at any speed. The worker must be kept from its passes meanwhile, and
+/// nobody else may deliver input. Frames are left out: the keys
 /// that came of them are recorded as events of the toolkit.
 class SessionPlayer : public QObject {
     Q_OBJECT
@@ -32,8 +31,7 @@ public:
 
     /// \param session  a recording, no plain log
     /// \param speed    how many times faster than it was recorded, above 0
-    SessionPlayer(Recording::Session session, double speed, KX::KXInputEventManager& manager, InputGate& gate,
-                  Set set);
+    SessionPlayer(Recording::Session session, double speed, KX::KXInputEventManager& manager, Set set);
 
     void start();
 
@@ -74,7 +72,6 @@ private:
     const double speedFactor;
     KX::KXInputEventManager& manager;
     const Set applySetting;
-    const InputGate::Hold hold;
     QElapsedTimer sinceStart;
     QTimer timer;
     std::size_t next = 0;

@@ -3,19 +3,65 @@
 #include "platform/KXTick.h"
 
 #include <cstdio>
-#include <utility>
+#include <memory>
+#include <optional>
 
 namespace Terminal {
 
-SessionRecorder::SessionRecorder(const std::string& path) : file(path, "kxterminal " KXTERMINAL_VERSION) {}
+namespace {
 
-// The tick is asked for under the lock: an entry that waits for another to be written is not earlier than that.
-void SessionRecorder::note(const Recording::Input& input) {
-    const std::lock_guard<std::mutex> guard(lock);
-    write(KX::KXTick::getTickCount(), input);
+// Nothing for a setting on which no event depends.
+std::optional<Recording::NumberName> nameOf(KX::KXInputSetting setting) {
+    switch (setting) {
+    case KX::KXInputSetting::DoubleKeyPressDuration:
+        return Recording::NumberName::DoublePress;
+    case KX::KXInputSetting::LongKeyPressDuration:
+        return Recording::NumberName::LongPress;
+    case KX::KXInputSetting::EncoderUserFactor:
+        return Recording::NumberName::UserFactor;
+    case KX::KXInputSetting::EncoderLowPassFactor:
+        return Recording::NumberName::LowPass;
+    case KX::KXInputSetting::AcceptInput:
+        return Recording::NumberName::AcceptInput;
+    case KX::KXInputSetting::KeyboardLayout:
+        break;
+    }
+    return std::nullopt;
 }
 
-void SessionRecorder::notePass(unsigned int tick) {
+// By the number that the library knows it by: the name of the interface may be another on the next machine.
+constexpr const char* keypadBus = "can0";
+
+} // namespace
+
+SessionRecorder::SessionRecorder(const std::string& path) : file(path, "kxterminal " KXTERMINAL_VERSION) {}
+
+void SessionRecorder::onToolkitEvent(const KX::KXToolkitEvent& event) {
+    note(event);
+}
+
+void SessionRecorder::onSetting(KX::KXInputSetting setting, std::int64_t value) {
+    if (const auto name = nameOf(setting))
+        note(Recording::NumberSetting{*name, value});
+}
+
+void SessionRecorder::onSpeedTable(const std::vector<KX::KXEncoderDynamicPair>& pairs) {
+    note(Recording::SpeedTable{pairs});
+}
+
+void SessionRecorder::onKeyMapping(const std::map<int, int>& mapping) {
+    note(Recording::KeyMapping{mapping});
+}
+
+void SessionRecorder::onKeypad(const KX::CANRemoteOptions& options) {
+    note(Recording::Keypad{std::make_shared<const KX::CANRemoteOptions>(options)});
+}
+
+void SessionRecorder::onFrame(const KX::KXCANMessage& frame) {
+    note(Recording::Frame{keypadBus, frame});
+}
+
+void SessionRecorder::onPass(unsigned int tick) {
     const std::lock_guard<std::mutex> guard(lock);
     write(tick, Recording::Pass());
 }
@@ -25,6 +71,12 @@ bool SessionRecorder::end() {
     write(KX::KXTick::getTickCount(), Recording::End());
     hasEnded = true;
     return !file.problem();
+}
+
+// The tick is asked for under the lock: an entry that waits for another to be written is not earlier than that.
+void SessionRecorder::note(const Recording::Input& input) {
+    const std::lock_guard<std::mutex> guard(lock);
+    write(KX::KXTick::getTickCount(), input);
 }
 
 // The terminal goes on without its recording: the operator works with it.

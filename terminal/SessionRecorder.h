@@ -1,5 +1,6 @@
 #pragma once
 
+#include "terminal/WorkerHold.h"
 #include "tools/recording/RecordingFile.h"
 
 #include <mutex>
@@ -7,23 +8,26 @@
 
 namespace Terminal {
 
-/// Writes down a session while it goes on: what the operator does, on the toolkit's thread, and the worker's frames
-/// and passes. Any thread; whoever cares for the order of two entries sees to it that they come one after the other.
-class SessionRecorder {
+/// Writes down what reaches the input event manager while it observes it. Any thread.
+class SessionRecorder : public WorkerHold {
 public:
     /// \throws std::runtime_error  "path: why", when the file cannot be made
     explicit SessionRecorder(const std::string& path);
 
-    /// What happens now.
-    void note(const Recording::Input& input);
-
-    void notePass(unsigned int tick);
-
-    /// Ends the recording; what is noted afterwards is left out.
+    /// Ends the recording; what comes afterwards is left out.
     /// \return whether all was written
     bool end();
 
+    void onToolkitEvent(const KX::KXToolkitEvent& event) override;
+    void onSetting(KX::KXInputSetting setting, std::int64_t value) override;
+    void onSpeedTable(const std::vector<KX::KXEncoderDynamicPair>& pairs) override;
+    void onKeyMapping(const std::map<int, int>& mapping) override;
+    void onKeypad(const KX::CANRemoteOptions& options) override;
+    void onFrame(const KX::KXCANMessage& frame) override;
+    void onPass(unsigned int tick) override;
+
 private:
+    void note(const Recording::Input& input);
     void write(unsigned int tick, const Recording::Input& input);
 
     std::mutex lock;

@@ -12,23 +12,22 @@
 #include "terminal/EventModel.h"
 #include "terminal/EventPrinter.h"
 #include "terminal/EventPump.h"
-#include "terminal/InputGate.h"
 #include "terminal/InputSettings.h"
 #include "terminal/KeyCodes.h"
 #include "terminal/KeypadBus.h"
 #include "terminal/KeypadPanel.h"
 #include "terminal/MainWindow.h"
-#include "terminal/OperatorInput.h"
 #include "terminal/SessionPlayer.h"
 #include "terminal/SessionRecorder.h"
 #include "terminal/SoftKeyBar.h"
 #include "terminal/TerminationSignals.h"
 #include "terminal/Theme.h"
 #include "terminal/ToolkitLayer.h"
-#include "terminal/WorkerWatch.h"
+#include "terminal/WorkerHold.h"
 #include "tools/keylayout/FunctionKeys.h"
 #include "tools/keylayout/KeyLayout.h"
 #include "tools/progress/Progress.h"
+#include "tools/recording/RecordedCalls.h"
 #include "tools/recording/RecordingReader.h"
 
 #include <QApplication>
@@ -92,15 +91,26 @@ std::unique_ptr<SessionRecorder> startRecording(const CommandLine& settings) {
     }
 }
 
-std::unique_ptr<WorkerWatch> watchWorker(const CommandLine& settings, InputGate& gate, SessionRecorder* recorder) {
-    if (!recorder && settings.replayFile.isEmpty())
-        return nullptr;
-    return std::make_unique<WorkerWatch>(gate, recorder);
-}
+// Lets somebody observe the manager for as long as it lives.
+class Observing {
+public:
+    explicit Observing(WorkerHold& workersObserver) : observer(workersObserver) {
+        KX::KXInputEventManager::setObserver(&observer);
+    }
+    ~Observing() {
+        observer.release();
+        KX::KXInputEventManager::setObserver(nullptr);
+    }
+
+    Observing(const Observing&) = delete;
+    Observing& operator=(const Observing&) = delete;
+
+private:
+    WorkerHold& observer;
+};
 
 // Members are destroyed from the last to the first: input ends before the pump, then the manager's thread, which
-// posts the keypad's keys to the window and passes the gate. The queue of actions goes after all that posts to it,
-// and before them.
+// posts the keypad's keys to the window. The queue of actions goes after all that posts to it, and before them.
 class Terminal {
 public:
     explicit Terminal(const CommandLine& settings);
@@ -130,11 +140,10 @@ private:
     MainWindow window;
     ActionDesk desk;
     ActionQueue actionQueue;
-    InputGate gate;
     std::unique_ptr<SessionRecorder> recorder;
-    std::unique_ptr<WorkerWatch> workerWatch; // only where the order of passes and inputs matters
+    WorkerHold workerHold; // of a replay
     Manager manager;
-    OperatorInput input;
+    Observing observing;
     DisplayPace pace;
     EventPump pump;
     ToolkitLayer toolkitLayer;
@@ -147,12 +156,11 @@ private:
 Terminal::Terminal(const CommandLine& commandLine)
     : settings(commandLine), layout(readLayout(settings.keypadFile)), bus(settings.canBus), printer(stdout),
       inputSettings([this](InputSettings::Setting setting, int value) {
-          return input.deliver(recordedSetting(setting, value));
+          return Recording::repeatCall(recordedSetting(setting, value), *manager);
       }),
       window(model, inputSettings), actionQueue(KX::KXActionQueue::create()), recorder(startRecording(settings)),
-      workerWatch(watchWorker(settings, gate, recorder.get())), manager(KX::KXInputEventManager::createInstance()),
-      input(*manager, gate, recorder.get()), pump(*manager),
-      toolkitLayer(window, [this](KX::KXToolkitEvent& event) { takeReport(event); }) {
+      manager(KX::KXInputEventManager::createInstance()), observing(recorder ? *recorder : workerHold),
+      pump(*manager), toolkitLayer(window, [this](KX::KXToolkitEvent& event) { takeReport(event); }) {
     handOverSettings();
     if (settings.replayFile.isEmpty())
         openKeypad();
@@ -165,19 +173,19 @@ Terminal::Terminal(const CommandLine& commandLine)
 // All of them, also those that the library has by itself: so they stand in a recording, which then says the same to
 // a later library.
 void Terminal::handOverSettings() {
-    input.deliver(Recording::KeyMapping{KeyCodes::functionKeys()});
+    manager->setKeyMapping(KeyCodes::functionKeys());
     for (int setting = 0; setting < InputSettings::SettingCount; ++setting) {
         const auto name = static_cast<InputSettings::Setting>(setting);
-        input.deliver(recordedSetting(name, inputSettings.value(name)));
+        Recording::repeatCall(recordedSetting(name, inputSettings.value(name)), *manager);
     }
-    if (const KX::KXEncoderDynamic* const encoder = KX::KXEncoderDynamic::instance())
-        input.deliver(Recording::SpeedTable{encoder->getDynamicParameters()});
+    if (KX::KXEncoderDynamic* const encoder = KX::KXEncoderDynamic::instance())
+        encoder->setDynamicParameters(encoder->getDynamicParameters());
 }
 
 void Terminal::takeReport(KX::KXToolkitEvent& event) {
     // A replay takes the place of the operator, who may still look around in the window.
     if (!player)
-        input.deliver(event);
+        Recording::repeatCall(event, *manager);
     window.takeReport(event);
 }
 
@@ -190,6 +198,7 @@ void Terminal::repeatSetting(const Recording::NumberSetting& setting) {
 }
 
 void Terminal::openReplay() {
+    workerHold.keep();
     Recording::Session session;
     try {
         session = Recording::readFile(
@@ -205,7 +214,7 @@ void Terminal::openReplay() {
     replayProgress = std::make_unique<Progress::Reporter>("kxterminal", "inputs replayed", session.entries.size());
     window.beginReplay(QFileInfo(settings.replayFile).fileName());
     player = std::make_unique<SessionPlayer>(
-        std::move(session), settings.speed, *manager, gate,
+        std::move(session), settings.speed, *manager,
         [this](const Recording::NumberSetting& setting) { repeatSetting(setting); });
     QObject::connect(player.get(), &SessionPlayer::speedTableChanged, &window.encoder(),
                      [this] { showSpeedTable(window.encoder()); });
@@ -219,7 +228,7 @@ void Terminal::openKeypad() {
         throw SettingsError("the layout of the keypad: " + problem->text);
     KeypadPanel& keypad = window.keypad();
     keypad.setLayoutOfKeys(layout);
-    input.deliver(Recording::Keypad{std::make_shared<const KX::CANRemoteOptions>(layout)});
+    manager->setCANRemoteOptions(layout);
     bus.connectToListener();
     QObject::connect(&keypad, &KeypadPanel::frameChanged, &keypad, [this, &keypad](const KX::KXCANMessage& frame) {
         keypad.showFault(bus.send(frame).value_or(QString()));
@@ -284,7 +293,8 @@ int Terminal::run() {
 // Takes the last events, and ends the recording before another pass of the worker can make more of them.
 // Returns whether what was to be recorded is.
 bool Terminal::endSession() {
-    const InputGate::Hold hold(gate);
+    if (recorder)
+        recorder->keep();
     while (manager->hasEvents())
         pump.takeWaitingEvents();
     return !recorder || recorder->end();

@@ -1,7 +1,6 @@
 #include "terminal/CommandLine.h"
 #include "terminal/Terminal.h"
 #include "terminal/TerminationSignals.h"
-#include "terminal/WholeLines.h"
 #include "terminal/WindowSystemStart.h"
 
 #include <QApplication>
@@ -48,6 +47,5 @@ int main(int argc, char** argv) {
 
     Terminal::TerminationSignals::hold();
     const std::unique_ptr<QApplication> application = Terminal::startWindowSystem(argc, argv);
-    const Terminal::WholeLines wholeLines;
     return Terminal::runTerminal(*application, commandLine);
 }

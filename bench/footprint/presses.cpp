@@ -5,7 +5,7 @@
 
 #include "events/KXEventType.h"
 #include "input/KXInputEventManager.h"
-#include "platform/linux/os_abs/KXWaitObserver.h"
+#include "input/KXInputObserver.h"
 
 #include <chrono>
 #include <cstdio>
@@ -19,19 +19,15 @@ constexpr int escape = 0;
 
 /// Keeps the worker between two of its passes, where it holds no lock: a pass during a press would make the press
 /// wait for the manager's mutex, which takes more instructions on some runs than on others.
-class WorkerHold : public KX::KXWaitObserver {
+class WorkerHold : public KX::KXInputObserver {
 public:
-    void onWaitBegins() override {}
-
-    void onWaitEnds() override {
+    void onPassDue() override {
         if (isFirstPass) {
             isFirstPass = false;
             held.set_value();
             end.get_future().wait();
         }
     }
-
-    void onPassTick(unsigned int) override {}
 
     void awaitWorker() {
         held.get_future().wait();
@@ -93,7 +89,7 @@ bool pressTenTimes(KX::KXInputEventManager& manager) {
 
 int main() {
     WorkerHold hold;
-    KX::KXWaitObserver::set(&hold);
+    KX::KXInputEventManager::setObserver(&hold);
     auto* const manager = KX::KXInputEventManager::createInstance();
     hold.awaitWorker();
     const bool good = pressTenTimes(*manager) && printMap();

@@ -3,7 +3,6 @@
 #include "platform/KXCANMessage.h"
 #include "platform/KXEndPointManager.h"
 #include "platform/KXTick.h"
-#include "platform/linux/hardware/KXFrameObserver.h"
 #include "support/SocketEndPoint.h"
 #include "support/Waiting.h"
 
@@ -131,32 +130,6 @@ TEST_F(VirtualCANTest, givesAFrameAsItWasSent) {
     EXPECT_EQ(message.canLength, 8u);
     EXPECT_THAT(message.canData, ElementsAre(1, 2, 3, 4, 5, 6, 7, 8));
     EXPECT_NE(bus->readFrame(message), 0);
-}
-
-TEST_F(VirtualCANTest, tellsTheObserverOfWhatIsDeliveredAndOfNothingElse) {
-    class Observer : public KX::KXFrameObserver {
-    public:
-        void onFrameRead(int bus, const KXCANMessage& message) override {
-            seen.emplace_back(bus, message.canId);
-        }
-        std::vector<std::pair<int, std::uint32_t>> seen;
-    };
-    Observer observer;
-    KX::KXFrameObserver::set(&observer);
-    const auto bus = create();
-    ASSERT_NE(bus, nullptr);
-    Sender sender(path);
-    ASSERT_TRUE(sender.sendFrame(0x123));
-    ASSERT_TRUE(sender.sendFrame(0x124 | CAN_RTR_FLAG));
-    ASSERT_TRUE(sender.send("x", 1));
-    ASSERT_TRUE(sender.sendFrame(0x125));
-    ASSERT_TRUE(sender.sendFrame(0x126));
-    KXCANMessage message;
-    EXPECT_EQ(bus->readFrame(message), 0);
-    EXPECT_EQ(bus->readFrame(message), 0);
-    KX::KXFrameObserver::set(nullptr);
-    EXPECT_EQ(bus->readFrame(message), 0);
-    EXPECT_THAT(observer.seen, ElementsAre(testing::Pair(0, 0x123u), testing::Pair(0, 0x125u)));
 }
 
 TEST_F(VirtualCANTest, bytesBeyondTheLengthAreZero) {

@@ -10,6 +10,7 @@
 #include "events/KXSomeEvent.h"
 #include "input/CANRemoteHandler.h"
 #include "input/KXInputEventManager.h"
+#include "input/KXInputObserver.h"
 #include "platform/KXAction.h"
 #include "platform/KXCANMessage.h"
 #include "platform/KXCANRaw.h"
@@ -20,8 +21,6 @@
 #include "platform/KXPipe.h"
 #include "platform/KXThread.h"
 #include "platform/KXTick.h"
-#include "platform/linux/hardware/KXFrameObserver.h"
-#include "platform/linux/os_abs/KXWaitObserver.h"
 
 namespace KX {
 
@@ -64,9 +63,18 @@ class ImplementedKXEventQueue : public KXEventQueue {
     ~ImplementedKXEventQueue() override;
 };
 
-class ImplementedKXFrameObserver : public KXFrameObserver {
-    void onFrameRead(int bus, const KXCANMessage& message) override;
-    ~ImplementedKXFrameObserver() override;
+class ImplementedKXInputObserver : public KXInputObserver {
+    void onPassDue() override;
+    void onPass(unsigned int tick) override;
+    void onFrame(const KXCANMessage& frame) override;
+    void onKeypad(const CANRemoteOptions& options) override;
+    void onKeyMapping(const std::map<int, int>& mapping) override;
+    void onSpeedTable(const std::vector<KXEncoderDynamicPair>& pairs) override;
+    void onSetting(KXInputSetting setting, std::int64_t value) override;
+    void onPostedEvent(const KXEvent& event) override;
+    void onInputEvent(const KXInputEvent& event) override;
+    void onToolkitEvent(const KXToolkitEvent& event) override;
+    ~ImplementedKXInputObserver() override;
 };
 
 class ImplementedKXMutex : public KXMutex {
@@ -80,13 +88,6 @@ class ImplementedKXThread : public KXThread {
     int start(int priority, unsigned int stackSize) override;
     void setEntryFunction(void* (*function)(void*), void* argument) override;
     ~ImplementedKXThread() override;
-};
-
-class ImplementedKXWaitObserver : public KXWaitObserver {
-    void onPassTick(unsigned int tick) override;
-    void onWaitEnds() override;
-    void onWaitBegins() override;
-    ~ImplementedKXWaitObserver() override;
 };
 
 } // namespace KX

@@ -67,7 +67,7 @@ class SessionPlayerTest : public KX::test::OperatorTest {
 protected:
     std::unique_ptr<SessionPlayer> playerOf(const Session& session, double speed) {
         return std::make_unique<SessionPlayer>(
-            session, speed, *manager, gate,
+            session, speed, *manager,
             [this](const Recording::NumberSetting& setting) {
                 settings.push_back(setting);
                 Recording::repeatCall(setting, *manager);
@@ -103,7 +103,6 @@ protected:
         return posted;
     }
 
-    InputGate gate;
     std::vector<Recording::NumberSetting> settings;
 
 private:
@@ -298,17 +297,4 @@ TEST_F(SessionPlayerTest, TheWindowGetsItsTurnWhileMuchIsDueAtOnce) {
     ASSERT_EQ(5001U, posted.size());
     for (std::size_t i = 0; i < posted.size(); ++i)
         ASSERT_THAT(posted[i], testing::HasSubstr(" value=" + std::to_string(i) + " "));
-}
-
-TEST_F(SessionPlayerTest, TheWorkerWaitsAsLongAsThereIsAPlayer) {
-    auto player = playerOf(sessionOf("1 end\n"), 1);
-    const std::future<void> pass = std::async(std::launch::async, [this] {
-        gate.beginPass();
-        gate.endPass();
-    });
-    player->start();
-    EXPECT_TRUE(QSignalSpy(player.get(), &SessionPlayer::finished).wait(longestPlayMs));
-    EXPECT_EQ(std::future_status::timeout, pass.wait_for(std::chrono::milliseconds(50)));
-    player.reset();
-    EXPECT_EQ(std::future_status::ready, pass.wait_for(std::chrono::minutes(1)));
 }

@@ -1,5 +1,8 @@
 #include "terminal/SessionRecorder.h"
 
+#include "encoder/KXEncoderDynamic.h"
+#include "input/KXInputEventManager.h"
+#include "platform/KXCANMessage.h"
 #include "platform/simulated/KXSimulation.h"
 
 #include <gmock/gmock.h>
@@ -49,7 +52,9 @@ protected:
     std::string path;
 };
 
-const Recording::NumberSetting lowPass{Recording::NumberName::LowPass, 5};
+void setLowPass(SessionRecorder& recorder) {
+    recorder.onSetting(KX::KXInputSetting::EncoderLowPassFactor, 5);
+}
 
 } // namespace
 
@@ -61,27 +66,52 @@ TEST_F(SessionRecorderTest, SaysWhatItIsAndWhoWroteIt) {
 TEST_F(SessionRecorderTest, NotesWhatHappensWithTheTickAtWhichItDoes) {
     SessionRecorder recorder(path);
     KXSimulation::setTick(5);
-    recorder.note(lowPass);
+    setLowPass(recorder);
     KXSimulation::setTick(4000);
-    recorder.note(Recording::Frame{"can0", {}});
+    recorder.onFrame({});
     EXPECT_THAT(entries(), ElementsAre("5 set low-pass 5", "(0000000004.000000) can0 000#0000000000000000"));
 }
 
 TEST_F(SessionRecorderTest, NotesAPassWithItsOwnTick) {
     SessionRecorder recorder(path);
     KXSimulation::setTick(102);
-    recorder.notePass(100);
-    recorder.note(lowPass);
+    recorder.onPass(100);
+    setLowPass(recorder);
     EXPECT_THAT(entries(), ElementsAre("100 pass", "102 set low-pass 5"));
+}
+
+TEST_F(SessionRecorderTest, NotesAllThatTheManagerIsTold) {
+    KX::KXInputEventManager* const manager = KX::KXInputEventManager::createInstance();
+    SessionRecorder recorder(path);
+    KX::KXInputEventManager::setObserver(&recorder);
+    manager->acceptInput(true);
+    manager->setKeyboardLayout(2); // no event depends on it
+    manager->setDoubleKeyPressDuration(200);
+    manager->setLongKeyPressDuration(1500);
+    KX::KXEncoderDynamic::instance()->setUserFactor(1200);
+    KX::KXEncoderDynamic::instance()->setDynamicParameters({{5, 1}, {40, 2}});
+    manager->setKeyMapping({{66, 9}});
+    KX::KXToolkitEvent press;
+    press.eventType = KX::TOOLKIT_KEY_PRESS_EVENT;
+    press.osKeyCode = 66;
+    manager->toolkitEventOccurred(press);
+    KXSimulation::advance(100);
+    EXPECT_TRUE(recorder.end());
+    KX::KXInputEventManager::setObserver(nullptr);
+    KX::KXInputEventManager::deleteInstance();
+    EXPECT_THAT(entries(), ElementsAre("0 set accept-input on", "0 set double-press 200", "0 set long-press 1500",
+                                       "0 set user-factor 1200", testing::StartsWith("0 set dynamic-parameters "),
+                                       testing::StartsWith("0 set key-mapping "),
+                                       "0 toolkit TOOLKIT_KEY_PRESS_EVENT os=0x42", "100 pass", "100 end"));
 }
 
 TEST_F(SessionRecorderTest, GoesOnWhereTheTickWraps) {
     SessionRecorder recorder(path);
     KXSimulation::setTick(4294967295);
-    recorder.note(lowPass);
+    setLowPass(recorder);
     KXSimulation::setTick(0);
-    recorder.note(lowPass);
-    recorder.notePass(3);
+    setLowPass(recorder);
+    recorder.onPass(3);
     EXPECT_THAT(entries(), ElementsAre("4294967295 set low-pass 5", "0 set low-pass 5", "3 pass"));
 }
 
@@ -89,8 +119,8 @@ TEST_F(SessionRecorderTest, WhatComesBehindTheEndIsLeftOut) {
     SessionRecorder recorder(path);
     KXSimulation::setTick(7);
     EXPECT_TRUE(recorder.end());
-    recorder.note(lowPass);
-    recorder.notePass(8);
+    setLowPass(recorder);
+    recorder.onPass(8);
     EXPECT_TRUE(recorder.end());
     EXPECT_THAT(entries(), ElementsAre("7 end"));
 }
@@ -98,7 +128,7 @@ TEST_F(SessionRecorderTest, WhatComesBehindTheEndIsLeftOut) {
 TEST_F(SessionRecorderTest, WithoutItsEndAllElseIsThere) {
     {
         SessionRecorder recorder(path);
-        recorder.note(lowPass);
+        setLowPass(recorder);
     }
     EXPECT_THAT(entries(), ElementsAre("0 set low-pass 5"));
 }
@@ -109,11 +139,11 @@ TEST_F(SessionRecorderTest, CannotBeginWithoutItsFile) {
 
 TEST_F(SessionRecorderTest, TellsOnceThatItHasFailedAndLetsTheRestGoOn) {
     SessionRecorder recorder(path);
-    recorder.notePass(100);
+    recorder.onPass(100);
     testing::internal::CaptureStderr();
-    recorder.notePass(99);
-    recorder.notePass(101);
-    recorder.note(lowPass);
+    recorder.onPass(99);
+    recorder.onPass(101);
+    setLowPass(recorder);
     EXPECT_FALSE(recorder.end());
     EXPECT_EQ("kxterminal: --record: " + path +
                   ": the tick 99 lies before that of the line above, 100; the recording ends here\n",
@@ -127,10 +157,10 @@ TEST_F(SessionRecorderTest, LinesOfTwoThreadsStayWhole) {
         SessionRecorder recorder(path);
         std::thread worker([&recorder] {
             for (int i = 0; i < count; ++i)
-                recorder.notePass(0);
+                recorder.onPass(0);
         });
         for (int i = 0; i < count; ++i)
-            recorder.note(lowPass);
+            setLowPass(recorder);
         worker.join();
     }
     const std::vector<std::string> found = entries();

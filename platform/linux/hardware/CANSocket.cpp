@@ -96,7 +96,6 @@ int CANSocket::readFrame(KXCANMessage& message) {
         if (size >= 0) {
             if (isFrame(frame, size)) {
                 copyFrame(frame, message);
-                tellFrameRead(bus, message);
                 return STATUS_OK;
             }
         } else if (errno == EAGAIN || errno == EBADF) {

@@ -13,9 +13,6 @@ namespace KX {
 /// Key of the debug section of the CAN buses, "kx_can_raw".
 unsigned int getCANDebugKey();
 
-/// Calls the observer of frames, if there is one, with a frame that was read.
-void tellFrameRead(int bus, const KXCANMessage& message);
-
 /// A bus that is read through a datagram socket, one frame in each datagram.
 class CANSocket : public KXCANRaw {
 public:

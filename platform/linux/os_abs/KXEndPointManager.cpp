@@ -5,7 +5,6 @@
 #include "platform/KXStatus.h"
 #include "platform/KXTick.h"
 #include "platform/linux/os_abs/EndPointTable.h"
-#include "platform/linux/os_abs/KXWaitTicks.h"
 
 #include <algorithm>
 #include <array>
@@ -233,7 +232,6 @@ int KXEndPointManager::removeEndPoint(KXEndPoint* endPoint) {
 }
 
 int KXEndPointManager::waitForEndPoints(unsigned int untilTick, unsigned int /*reserved*/) {
-    const KXWatchedWait watched;
     return implementation->wait(untilTick);
 }
 

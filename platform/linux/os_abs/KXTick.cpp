@@ -1,7 +1,5 @@
 #include "platform/KXTick.h"
 
-#include "platform/linux/os_abs/KXWaitTicks.h"
-
 #include <ctime>
 
 namespace KX {
@@ -12,10 +10,8 @@ unsigned int KXTick::getTickCount() {
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
     constexpr unsigned int nanosecondsPerMs = 1000000;
-    const unsigned int tick =
-        static_cast<unsigned int>(now.tv_sec) * 1000 + static_cast<unsigned int>(now.tv_nsec) / nanosecondsPerMs;
-    tellTickAsked(tick);
-    return tick;
+    return static_cast<unsigned int>(now.tv_sec) * 1000 +
+           static_cast<unsigned int>(now.tv_nsec) / nanosecondsPerMs;
 }
 
 } // namespace KX
