@@ -7,10 +7,16 @@
 
 namespace {
 
+#ifdef SYS_setresuid32
+constexpr long setUsersCall = SYS_setresuid32; // the other one has 16 bits for a user
+#else
+constexpr long setUsersCall = SYS_setresuid;
+#endif
+
 /// Sets it for the calling thread only; seteuid would set it for all.
 void setEffectiveUser(uid_t user) {
     const uid_t asBefore = static_cast<uid_t>(-1);
-    syscall(SYS_setresuid, asBefore, user, asBefore);
+    syscall(setUsersCall, asBefore, user, asBefore);
 }
 
 } // namespace
