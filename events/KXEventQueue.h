@@ -24,7 +24,7 @@ public:
     /// pipe, could not be written) and no lock of the queue is held. Null switches it off.
     ///
     /// The hook of the input event manager's queue runs with the manager's mutex held. It must not hand input in
-    /// (inputEventOccurred, toolkitEventOccurred): the thread would wait for itself for ever. It may use the queue.
+    /// (inputEventOccurred, toolkitEventOccurred), because the thread may wait for itself for ever. It may use the queue.
     ///
     /// Not locked: to be set before events are posted.
     void setAfterPostFunction(void (*function)());

@@ -28,8 +28,8 @@ class KXThread;
 /// bundles of encoder steps.
 ///
 /// An after-post hook of the input queue (KXEventQueue::setAfterPostFunction) runs on the toolkit's thread or on the
-/// worker, with the manager's mutex held. It must not hand input in: the thread would wait for itself for ever. The
-/// simulated platform reports that instead.
+/// worker, with the manager's mutex held. It must not hand input in: the mutex is not recursive, so the thread may wait
+/// for itself for ever. Both platforms here report it instead, in the debug section "kx_mutex" at level 1.
 ///
 /// One manager serves the process. Creating and deleting it belongs to start-up and shut-down, on one thread.
 class KX_EVENTS_API KXInputEventManager {

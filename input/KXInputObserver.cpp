@@ -84,7 +84,7 @@ void tellPassDue() {
 }
 
 // The encoder knows nothing of the manager, so it is asked to tell its settings here.
-class KXInputEventManager::EncoderSettings final : public EncoderObserver {
+class KX_LOCAL KXInputEventManager::EncoderSettings final : public EncoderObserver {
 public:
     void onUserFactor(int factor) override {
         tell(KXInputSetting::EncoderUserFactor, factor);

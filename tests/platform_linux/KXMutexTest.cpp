@@ -82,6 +82,17 @@ int getPriority(unsigned int threadId) {
     return std::stoi(text.substr(at + 1));
 }
 
+TEST(KXMutex, reportsAThreadThatLocksItTwice) {
+    const std::unique_ptr<KX::KXMutex> mutex(KX::KXMutex::create());
+    ASSERT_TRUE(mutex->lock());
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(mutex->lock());
+    const std::string report = testing::internal::GetCapturedStderr();
+    EXPECT_NE(report.find("kx_mutex"), std::string::npos) << report;
+    EXPECT_NE(report.find("an after-post hook must not hand input in"), std::string::npos) << report;
+    mutex->unlock();
+}
+
 TEST(KXMutex, passesThePriorityOfAWaitingThreadOn) {
     struct Shared {
         std::unique_ptr<KX::KXMutex> mutex{KX::KXMutex::create()};

@@ -1,5 +1,7 @@
 #include "platform/KXMutex.h"
 
+#include "platform/KXDebug.h"
+
 #include <cerrno>
 #include <memory>
 #include <new>
@@ -24,6 +26,12 @@ int initializeMutex(pthread_mutex_t* mutex, int protocol) {
     return error;
 }
 
+[[gnu::noinline]] void reportDoubleLock() {
+    static const unsigned int key = KXDebug::insertNewDebugSection("kx_mutex");
+    KXDebug::debugPrintError(
+        1, key, "a thread locks a mutex that it holds already; an after-post hook must not hand input in");
+}
+
 class PosixMutex final : public KXMutex {
 public:
     ~PosixMutex() override {
@@ -42,7 +50,10 @@ public:
     }
 
     bool lock() override {
-        return pthread_mutex_lock(&mutex) == 0;
+        const int error = pthread_mutex_lock(&mutex);
+        if (error == EDEADLK)
+            reportDoubleLock();
+        return error == 0;
     }
 
     void unlock() override {
