@@ -1,7 +1,7 @@
 #include "terminal/ActionPanel.h"
 
 #include "terminal/ActionDesk.h"
-#include "terminal/DisplayPace.h"
+#include "terminal/RefreshPace.h"
 #include "terminal/ScreenButton.h"
 #include "terminal/Theme.h"
 
@@ -80,7 +80,7 @@ QSize ActionPanel::minimumSizeHint() const {
 void ActionPanel::watch(const ActionDesk& desk) {
     showState(desk);
     pace.setSingleShot(true);
-    pace.setInterval(DisplayPace::shortestIntervalMs);
+    pace.setInterval(RefreshPace::shortestIntervalMs);
     connect(
         &pace, &QTimer::timeout, this, [this, &desk] { showState(desk); });
     connect(&desk, &ActionDesk::changed, this, [this] {

@@ -1,23 +1,19 @@
 #pragma once
 
 #include "terminal/EventPump.h"
+#include "terminal/RefreshPace.h"
 
-#include <QElapsedTimer>
 #include <QObject>
-#include <QTimer>
 
 namespace Terminal {
 
-/// Stands between the source of events and the views: drawing costs more than anything else the terminal does,
-/// and nobody reads faster than \ref shortestIntervalMs.
+/// Hands events on to the views in batches, because drawing costs more than anything else the terminal does.
 ///
 /// The first event after a pause goes on at once; those that follow sooner are handed on together.
 class DisplayPace : public QObject {
     Q_OBJECT
 
 public:
-    static constexpr int shortestIntervalMs = 40;
-
     explicit DisplayPace(QObject* parent = nullptr);
 
     void take(const ClassifiedEvents& events);
@@ -31,8 +27,7 @@ signals:
 
 private:
     ClassifiedEvents waiting;
-    QElapsedTimer sinceLast;
-    QTimer timer;
+    RefreshPace pace;
 };
 
 } // namespace Terminal

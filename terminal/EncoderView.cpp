@@ -1,6 +1,5 @@
 #include "terminal/EncoderView.h"
 
-#include "terminal/DisplayPace.h"
 #include "terminal/EncoderTrailItem.h"
 #include "terminal/PlotLook.h"
 #include "terminal/Theme.h"
@@ -97,7 +96,7 @@ void drawNumber(QPainter& painter, const QRect& area, const QString& label, cons
 
 } // namespace
 
-EncoderView::EncoderView(QWidget* parent) : QWidget(parent) {
+EncoderView::EncoderView(QWidget* parent) : QWidget(parent), pace([this] { refresh(); }) {
     setFocusPolicy(Qt::NoFocus);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
     auto* row = new QHBoxLayout(this);
@@ -107,8 +106,6 @@ EncoderView::EncoderView(QWidget* parent) : QWidget(parent) {
     makeValuePlot();
     row->addWidget(curvePlot, 6);
     row->addWidget(valuePlot, 5);
-    pace.setSingleShot(true);
-    connect(&pace, &QTimer::timeout, this, &EncoderView::refresh);
     setSpeedTable(defaultTable(), thousandths);
 }
 
@@ -220,17 +217,12 @@ void EncoderView::showMove(const KX::KXInputEvent& move, int stepTimeMs) {
 }
 
 void EncoderView::scheduleRefresh() {
-    if (!isVisible() || pace.isActive())
-        return;
-    const qint64 elapsedMs = sinceRefresh.isValid() ? sinceRefresh.elapsed() : DisplayPace::shortestIntervalMs;
-    if (elapsedMs >= DisplayPace::shortestIntervalMs)
-        refresh();
-    else
-        pace.start(DisplayPace::shortestIntervalMs - static_cast<int>(elapsedMs));
+    if (isVisible())
+        pace.request();
 }
 
 void EncoderView::refresh() {
-    sinceRefresh.start();
+    pace.noteRefresh();
     showTrail();
     showValues();
     curvePlot->replot();

@@ -3,9 +3,8 @@
 #include "encoder/KXEncoderDynamic.h"
 #include "terminal/EncoderTrace.h"
 #include "terminal/EventPump.h"
+#include "terminal/RefreshPace.h"
 
-#include <QElapsedTimer>
-#include <QTimer>
 #include <QWidget>
 
 #include <functional>
@@ -84,8 +83,7 @@ private:
     QwtPlotCurve* curve = nullptr;
     QwtPlotCurve* values = nullptr;
     EncoderTrailItem* trailItem = nullptr;
-    QTimer pace;
-    QElapsedTimer sinceRefresh;
+    RefreshPace pace;
 };
 
 } // namespace Terminal

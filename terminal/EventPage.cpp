@@ -2,14 +2,38 @@
 
 #include "terminal/EventListView.h"
 #include "terminal/KeyCodes.h"
-#include "terminal/PageButtons.h"
 #include "terminal/ScreenButton.h"
 #include "terminal/Theme.h"
 
 #include <QHBoxLayout>
 #include <QScrollBar>
+#include <QVBoxLayout>
 
 namespace Terminal {
+
+namespace {
+
+constexpr int columnWidth = 56;
+constexpr int greatestHeight = 76;
+constexpr int gap = 6;
+
+// Buttons of the same size share the height of the page up to what is handy.
+QVBoxLayout* makeButtonColumn(const QVector<ScreenButton*>& buttons) {
+    auto* column = new QVBoxLayout;
+    column->setSpacing(gap);
+    for (ScreenButton* button : buttons) {
+        button->setKeyBelow(true);
+        button->setTextSize(16);
+        button->setFixedWidth(columnWidth);
+        button->setMaximumHeight(greatestHeight);
+        button->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Expanding);
+        column->addWidget(button, 10);
+    }
+    column->addStretch(1);
+    return column;
+}
+
+} // namespace
 
 EventPage::EventPage(EventModel& model, QWidget* parent)
     : QWidget(parent), events(new EventListView(model)), newest(new ScreenButton(QStringLiteral("Top\tHome"))),

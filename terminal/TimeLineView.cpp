@@ -1,7 +1,6 @@
 #include "terminal/TimeLineView.h"
 
 #include "platform/KXTick.h"
-#include "terminal/DisplayPace.h"
 #include "terminal/EventText.h"
 #include "terminal/KeyLanesItem.h"
 #include "terminal/PlotLook.h"
@@ -73,7 +72,7 @@ public:
     QStringList names;
 };
 
-TimeLineView::TimeLineView(QWidget* parent) : QWidget(parent), zoomLevel(firstLevel) {
+TimeLineView::TimeLineView(QWidget* parent) : QWidget(parent), pace([this] { refresh(); }), zoomLevel(firstLevel) {
     setFocusPolicy(Qt::NoFocus);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
     SeparateDevice::takesPresses(*this); // looking at what happened must not add to it
@@ -83,8 +82,6 @@ TimeLineView::TimeLineView(QWidget* parent) : QWidget(parent), zoomLevel(firstLe
     column->addWidget(makeHeader());
     makePlot();
     column->addWidget(plot, 1);
-    pace.setSingleShot(true);
-    connect(&pace, &QTimer::timeout, this, &TimeLineView::refresh);
     refresh();
 }
 
@@ -249,21 +246,16 @@ int TimeLineView::drawnCount() const {
 }
 
 bool TimeLineView::isTicking() const {
-    return pace.isActive();
+    return pace.isPending();
 }
 
 void TimeLineView::scheduleRefresh() {
-    if (!isVisible() || pace.isActive())
-        return;
-    const qint64 elapsedMs = sinceRefresh.isValid() ? sinceRefresh.elapsed() : DisplayPace::shortestIntervalMs;
-    if (elapsedMs >= DisplayPace::shortestIntervalMs)
-        refresh();
-    else
-        pace.start(DisplayPace::shortestIntervalMs - static_cast<int>(elapsedMs));
+    if (isVisible())
+        pace.request();
 }
 
 void TimeLineView::refresh() {
-    sinceRefresh.start();
+    pace.noteRefresh();
     chooseRows();
     nameRows();
     setTimeScale();
@@ -273,14 +265,14 @@ void TimeLineView::refresh() {
     plot->replot();
     update();
     if (isVisible() && line.isAnyKeyDown() && now() < rightmostTime())
-        pace.start(refreshIntervalMs());
+        pace.requestIn(refreshIntervalMs());
 }
 
 // Faster than a pixel at a time nothing is seen.
 int TimeLineView::refreshIntervalMs() const {
     if (now() - line.newest() >= jammedAfterMs)
         return jammedIntervalMs;
-    return std::clamp(static_cast<int>(msPerPixel()), DisplayPace::shortestIntervalMs, jammedIntervalMs);
+    return std::clamp(static_cast<int>(msPerPixel()), RefreshPace::shortestIntervalMs, jammedIntervalMs);
 }
 
 void TimeLineView::chooseRows() {

@@ -3,9 +3,8 @@
 #include "terminal/EventPump.h"
 #include "terminal/KeyTimeLine.h"
 #include "terminal/LaneChoice.h"
+#include "terminal/RefreshPace.h"
 
-#include <QElapsedTimer>
-#include <QTimer>
 #include <QWidget>
 
 #include <cstddef>
@@ -111,8 +110,7 @@ private:
     KeyLanesItem* lanes = nullptr;
     LaneNamesScale* names = nullptr;
     ScreenButton* nowButton = nullptr;
-    QTimer pace;
-    QElapsedTimer sinceRefresh;
+    RefreshPace pace;
     LaneChoice choice;
     std::size_t lanePage = 0;
     int namedHeight = -1;                           ///< of the plot for which the rows were named

@@ -20,6 +20,12 @@ GENEROUS_SECONDS = 60
 # Long enough for anything that the worker thread posts by time (it passes every 100 ms) to be printed.
 QUIET_SECONDS = 0.7
 
+# Longest time between the two presses of a double press.
+DOUBLE_PRESS_MS = 300
+
+# How often a gesture is tried that a busy machine may make too slowly.
+ATTEMPTS = 8
+
 
 class Display:
     """An X server without a screen, and the tool that presses its keys."""
@@ -195,6 +201,18 @@ class OperatorTestCase(unittest.TestCase):
         time.sleep(2.3)
         self.operator(*release)
         return [pressed] + self.terminal.events_until_quiet(3)
+
+    def check_double_press(self, key, *presses):
+        """Presses a key twice with these arguments of xdotool until the machine is quick enough for a double press."""
+        for _ in range(ATTEMPTS):
+            self.operator(*presses)
+            events = self.terminal.events_until_quiet(4)
+            quick = events[2].time - events[0].time <= DOUBLE_PRESS_MS
+            self.check(events, ("KEY_PRESS_EVENT", key), ("KEY_RELEASE_EVENT", key),
+                       ("KEY_DOUBLE_PRESS_EVENT" if quick else "KEY_PRESS_EVENT", key), ("KEY_RELEASE_EVENT", key))
+            if quick:
+                return
+        self.fail("this machine never made two presses within %d ms" % DOUBLE_PRESS_MS)
 
     def wait_until(self, condition, message):
         deadline = time.monotonic() + GENEROUS_SECONDS

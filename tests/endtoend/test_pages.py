@@ -2,11 +2,10 @@
 
 import unittest
 
-from kxterminal_session import OperatorTestCase, QUIET_SECONDS
+from kxterminal_session import ATTEMPTS, OperatorTestCase, QUIET_SECONDS
 
 ESCAPE, HOME, DOWN = 0, 1, 5
 F12 = 18
-ATTEMPTS = 8
 LONG_PRESS_SECONDS = 2
 
 ACCENT = (0xf2, 0xb7, 0x05)

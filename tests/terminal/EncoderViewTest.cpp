@@ -1,7 +1,7 @@
 #include "terminal/EncoderView.h"
 
 #include "events/KXEventType.h"
-#include "terminal/DisplayPace.h"
+#include "terminal/RefreshPace.h"
 #include "terminal/Theme.h"
 
 #include <QImage>
@@ -44,7 +44,7 @@ protected:
     }
 
     static void waitForPace() {
-        QTest::qWait(2 * DisplayPace::shortestIntervalMs);
+        QTest::qWait(2 * RefreshPace::shortestIntervalMs);
         QCoreApplication::processEvents(); // what became due while a busy machine kept the wait from running
     }
 

@@ -2,7 +2,6 @@
 // keeps, and more coming in than hands can make.
 
 #include "events/KXEventType.h"
-#include "terminal/DisplayPace.h"
 #include "terminal/EventListView.h"
 #include "terminal/EventModel.h"
 #include "terminal/EventPage.h"
@@ -12,6 +11,7 @@
 #include "terminal/OperatorScreen.h"
 #include "terminal/PageArea.h"
 #include "terminal/PageBar.h"
+#include "terminal/RefreshPace.h"
 #include "terminal/ScreenButton.h"
 
 #include <QElapsedTimer>
@@ -31,7 +31,7 @@ namespace {
 
 constexpr int eventsPerSecond = 200;
 constexpr int updatesPerPage = 25;
-constexpr int eventsPerUpdate = eventsPerSecond * DisplayPace::shortestIntervalMs / 1000;
+constexpr int eventsPerUpdate = eventsPerSecond * RefreshPace::shortestIntervalMs / 1000;
 
 // Instrumented or emulated code is several times as slow.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
@@ -104,7 +104,7 @@ protected:
         const double before = usedProcessorMs();
         model.append(nextEvents(eventsPerUpdate));
         QCoreApplication::processEvents();
-        QTest::qWait(std::max(1, DisplayPace::shortestIntervalMs - static_cast<int>(interval.elapsed())));
+        QTest::qWait(std::max(1, RefreshPace::shortestIntervalMs - static_cast<int>(interval.elapsed())));
         return usedProcessorMs() - before;
     }
 
@@ -129,7 +129,7 @@ TEST_P(FluidityTest, NoPageCostsMoreThanPartOfItsInterval) {
         const double median = used[used.size() / 2];
         std::cout << window.pages().bar().button(page).text().section(QLatin1Char('\t'), 0, 0).toStdString()
                   << ": median " << median << " ms, worst " << used.back() << " ms of processor time in "
-                  << DisplayPace::shortestIntervalMs << " ms\n";
+                  << RefreshPace::shortestIntervalMs << " ms\n";
         EXPECT_GE(paintings.count, updatesPerPage);
         EXPECT_LE(median, medianLimitMs);
         EXPECT_LE(used.back(), worstLimitMs);

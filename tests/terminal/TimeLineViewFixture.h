@@ -2,7 +2,7 @@
 
 #include "events/KXEventType.h"
 #include "platform/simulated/KXSimulation.h"
-#include "terminal/DisplayPace.h"
+#include "terminal/RefreshPace.h"
 #include "terminal/Theme.h"
 #include "terminal/TimeLineView.h"
 
@@ -81,7 +81,7 @@ protected:
     }
 
     static void waitForPace() {
-        QTest::qWait(2 * DisplayPace::shortestIntervalMs);
+        QTest::qWait(2 * RefreshPace::shortestIntervalMs);
         QCoreApplication::processEvents(); // what became due while a busy machine kept the wait from running
     }
 
