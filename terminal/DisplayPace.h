@@ -9,7 +9,7 @@ namespace Terminal {
 
 /// Hands events on to the views in batches, because drawing costs more than anything else the terminal does.
 ///
-/// The first event after a pause goes on at once; those that follow sooner are handed on together.
+/// The first event after a pause goes on at once. Events that follow sooner go on together.
 class DisplayPace : public QObject {
     Q_OBJECT
 
@@ -18,7 +18,7 @@ public:
 
     void take(const ClassifiedEvents& events);
 
-    /// Hands on what is held back.
+    /// Hands on the events that are held back.
     void flush();
 
 signals:

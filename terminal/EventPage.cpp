@@ -17,7 +17,7 @@ constexpr int columnWidth = 56;
 constexpr int greatestHeight = 76;
 constexpr int gap = 6;
 
-// Buttons of the same size share the height of the page up to what is handy.
+// The buttons have the same size and share the height of the page, up to a handy limit.
 QVBoxLayout* makeButtonColumn(const QVector<ScreenButton*>& buttons) {
     auto* column = new QVBoxLayout;
     column->setSpacing(gap);
@@ -52,7 +52,7 @@ EventPage::EventPage(EventModel& model, QWidget* parent)
     connect(older, &QAbstractButton::clicked, this, [this] { scrollByPages(1); });
 }
 
-// Up and Down do not scroll: who turns the encoder wants to see what comes of it, which is at the top.
+// Up and Down do not scroll: they turn the encoder, and its newest event is at the top.
 void EventPage::takeInput(const KX::KXInputEvent& event) {
     if (!KeyCodes::isPress(event))
         return;
