@@ -108,8 +108,8 @@ void MainWindow::arrange() {
 void MainWindow::showCount() {
     const quint64 count = model.appendedCount();
     const QString unit = count == 1 ? QStringLiteral("event") : QStringLiteral("events");
-    // Beside the pages there is room for two short lines. The title is hidden there, so they show the progress of a
-    // replay.
+    // Beside the pages there is room for two short lines. The title is hidden there, so they show how far a replay
+    // is.
     if (!hasPages())
         eventCount->setText(QStringLiteral("%1 %2").arg(count).arg(unit));
     else if (replayName.isNull())

@@ -66,7 +66,7 @@ int runUnflushed(const std::vector<std::string>& words) {
     return played;
 }
 
-// Only then it is known that all has been written.
+// Only a flush shows whether everything was written.
 int runWith(const std::vector<std::string>& words) {
     const int status = runUnflushed(words);
     flushStandardOutput();
