@@ -28,7 +28,7 @@ KX::KXInputEvent move(unsigned int tick, int value, int keyCode = up, int count 
     return event;
 }
 
-// As the step keys make it: part of a bundle, whose value grows.
+// A move of a step key belongs to a bundle, whose value grows.
 KX::KXInputEvent keyMade(unsigned int tick, int value, int count) {
     KX::KXInputEvent event = move(tick, value, up, count);
     event.osKeyCode = Qt::Key_Up;
@@ -45,7 +45,7 @@ protected:
 
     static void waitForPace() {
         QTest::qWait(2 * RefreshPace::shortestIntervalMs);
-        QCoreApplication::processEvents(); // what became due while a busy machine kept the wait from running
+        QCoreApplication::processEvents(); // timers that were due during the wait
     }
 
     int pixelsOf(const QColor& colour, const QRect& area) {

@@ -13,7 +13,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// Long enough for a thread that could go on to do so; one that cannot does not matter how long.
+// Long enough for a thread that can go on. For a blocked thread the length does not matter.
 constexpr auto moment = 50ms;
 constexpr auto longEnough = 60s;
 
@@ -59,7 +59,7 @@ TEST(InputGateTest, AHoldWaitsForThePassToEnd) {
 
 TEST(InputGateTest, WithoutAPassAHoldDoesNotWait) {
     InputGate gate;
-    gate.endPass(); // as the worker's first wait does, which no pass precedes
+    gate.endPass(); // ends a pass that never began, as the worker's first wait does
     const InputGate::Hold hold(gate);
     const InputGate::Hold another(gate);
 }
@@ -67,14 +67,14 @@ TEST(InputGateTest, WithoutAPassAHoldDoesNotWait) {
 TEST(InputGateTest, PassesAndHoldsExcludeEachOtherAndAllGetTheirTurn) {
     constexpr int rounds = 100000;
     InputGate gate;
-    // Neither atomic nor locked: that is what the gate is for.
+    // Neither atomic nor locked: the gate must protect it.
     int inside = 0;
     int collisions = 0;
     int turns = 0;
     const auto enter = [&] {
         collisions += inside++;
         if (++turns % 16 == 0)
-            std::this_thread::yield(); // so that the other comes to the gate meanwhile
+            std::this_thread::yield(); // lets the other thread reach the gate
         --inside;
     };
     std::thread worker([&] {
@@ -96,13 +96,13 @@ TEST(InputGateTest, PassesAndHoldsExcludeEachOtherAndAllGetTheirTurn) {
 TEST(InputGateTest, TurnAboutNobodyIsForgotten) {
     constexpr int rounds = 500;
     InputGate gate;
-    int turn = 0; // only looked at behind the gate
+    int turn = 0; // read only inside the gate
     const auto takeTurn = [&turn](int whose) {
         const bool isMine = turn % 2 == whose;
         turn += isMine ? 1 : 0;
         return isMine ? 1 : 0;
     };
-    // Each comes again until it is its turn: a wake-up that is lost would stop both.
+    // Each thread returns until it is its turn. A lost wake-up would stop both.
     std::thread worker([&] {
         for (int done = 0; done < rounds; std::this_thread::yield()) {
             gate.beginPass();

@@ -11,7 +11,7 @@ using namespace Terminal;
 
 namespace {
 
-constexpr int linesOfEach = 30000; // so many that they do mix if nothing keeps them apart
+constexpr int linesOfEach = 30000; // enough to mix if nothing separates them
 
 void writeInPieces(const std::string& word) {
     for (int i = 0; i < linesOfEach; ++i)
