@@ -1,4 +1,4 @@
-"""What an operator does at the window, and the classified events that come out."""
+"""What an operator does at the window, and the classified events that result."""
 
 import unittest
 
@@ -10,19 +10,19 @@ LEFT, RIGHT = 1, 2
 
 LONG_PRESS_MS = 2000
 
-# The worker thread recognises a long press in a pass; it makes one every 100 ms, a busy machine some later.
+# The worker thread detects a long press in one of its passes. They come every 100 ms, on a busy machine later.
 LONG_PRESS_RECOGNISED_MS = LONG_PRESS_MS + 1000
 
 
 def accelerated(steps):
-    """The values of encoder steps, given as time and count, that begin after a rest."""
+    """The values of encoder steps after a rest. Steps are given as time and count."""
     speed_table = [(2, 4096), (8, 1024), (12, 256), (20, 64), (35, 16), (55, 4), (100, 1)]
     longest_gap = 200
     smoothed_gap, increment, last_time = None, None, None
     values = []
     for time, count in steps:
         if time == last_time:
-            values.append(0)  # no time has passed: there is no speed
+            values.append(0)  # without time there is no speed
             continue
         gap = longest_gap + 1 if last_time is None else (time - last_time) // count
         if gap <= longest_gap:
@@ -82,7 +82,7 @@ class Keys(OperatorTestCase):
             events = self.terminal.events_until_quiet(2)
             self.check(events, *[("ENCODER_MOVE_EVENT", UP)] * len(events))
             counts = [event.count for event in events]
-            # However slow the machine, the first step comes by itself, and none is lost or counted twice.
+            # On any machine the first step stands alone, and no step is lost or counted twice.
             self.assertEqual((1, 1), (events[0].count, events[0].value))
             self.assertEqual(5, sum(counts), counts)
             self.assertEqual([0x1000013] * len(events), [event.os_key for event in events])
@@ -104,7 +104,7 @@ class Keys(OperatorTestCase):
 class Mouse(OperatorTestCase):
     def setUp(self):
         super().setUp()
-        # Below the soft keys, on the list: input counts wherever in the window it is made.
+        # On the list below the soft keys: input counts everywhere in the window.
         self.point_at(self.width // 2, self.height * 3 // 4)
 
     def test_moving_the_pointer_about_is_no_input(self):
@@ -167,12 +167,12 @@ class Mouse(OperatorTestCase):
         events = self.terminal.events_until_quiet(1)
         self.check(events, *[("ENCODER_MOVE_EVENT", UP)] * len(events))
         self.assertEqual(detents, sum(event.count for event in events))
-        # How fast the wheel turned is the machine's business; what that makes of each step is not.
+        # The machine decides how fast the wheel turns; the value of each step must follow from it.
         self.assertEqual(accelerated([(event.time, event.count) for event in events]),
                          [event.value for event in events])
 
     def test_a_soft_key_tells_of_its_mouse_press_and_of_no_key(self):
-        for x in (self.width // 16, self.width * 15 // 16):  # the middle of the first and of the last of eight
+        for x in (self.width // 16, self.width * 15 // 16):  # the centres of the first and the last of eight
             self.point_at(x, 215)
             self.operator("click", 1)
             self.check(self.terminal.events_until_quiet(2), ("MOUSE_PRESS_EVENT", LEFT),
