@@ -16,7 +16,7 @@ bool isPressOfMouse(const KX::KXEvent& event) {
     return KX::isMouseEvent(event.eventType) && KX::isPressEvent(event.eventType);
 }
 
-// The two actions of the loop post each other on the event that made them run.
+// The two actions of the loop post each other with the event that triggered them.
 KX::KXEvent eventOf(const KX::KXAction& action) {
     KX::KXEvent event;
     event.eventType = action.triggeringEventType;
@@ -60,7 +60,7 @@ void ActionDesk::takeEvents(const ClassifiedEvents& events) {
 }
 
 void ActionDesk::takeEvent(KX::KXInputEvent event) {
-    // Without an object: an action that the operator asks for again is no loop, however soon he does.
+    // Posted without an object: an action that the operator requests again is no loop, however soon.
     post(noteEvent, event, nullptr);
     if (KeyCodes::isPress(event)) {
         const int number = event.keyCode - KeyCodes::firstSoftKey;
@@ -86,7 +86,7 @@ void ActionDesk::takeSoftKey(int number, KX::KXInputEvent& event) {
 
 void ActionDesk::startLoop() {
     KX::KXEvent event;
-    event.eventType = KX::MOUSE_RELEASE_EVENT; // which ends the click on the button
+    event.eventType = KX::MOUSE_RELEASE_EVENT; // ends the click on the button
     startLoopOn(event);
     runActions();
 }

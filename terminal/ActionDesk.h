@@ -10,12 +10,12 @@
 
 namespace Terminal {
 
-/// The application behind the terminal: posts actions on classified events and runs them from the main loop, no
-/// longer than \ref budgetMs at a time.
+/// The application behind the terminal. It posts actions on classified events and runs them from the main loop for
+/// at most \ref budgetMs at a time.
 ///
-/// A small implement is what the actions are about: soft keys, or the keys F1 to F8 that stand for them, fold,
-/// lift, lower, start and stop it. Folded, it cannot be lowered or started: those actions are not ready then.
-/// F9 starts a chain of two actions that trigger each other, for the queue to stop it.
+/// The actions work on a small implement. Soft keys, or the keys F1 to F8 that stand for them, fold, lift, lower,
+/// start and stop it. While it is folded, the actions that lower and start it are not ready. F9 starts two actions
+/// that trigger each other, and the queue stops this loop.
 class ActionDesk : public QObject {
     Q_OBJECT
 
@@ -24,12 +24,12 @@ public:
 
     enum SoftKeyNumber { Start, Stop, Lift, Lower, Fold, SoftKeyCount = 8 };
 
-    /// KXActionQueue exists and is released before the desk goes.
+    /// KXActionQueue exists before the desk and is released before the desk is destroyed.
     explicit ActionDesk(QObject* parent = nullptr);
 
     void takeEvents(const ClassifiedEvents& events);
 
-    /// A soft key went down in the window; the next classified press of the mouse is its.
+    /// A soft key went down in the window. The next classified press of the mouse belongs to it.
     void softKeyWentDown(int number);
 
     void startLoop();
@@ -39,11 +39,11 @@ public:
     /// How long the last run took.
     int usedMicroseconds() const;
 
-    /// What the implement does.
+    /// What the implement does now.
     QString implementState() const;
 
 signals:
-    /// Actions have run, or have been dropped.
+    /// The queue has executed or dropped actions.
     void changed();
 
 private:
@@ -72,7 +72,7 @@ private:
     ActionLedger::Entry checkPressure;
     ActionLedger::Entry adjustValve;
     int lastUsedMicroseconds = 0;
-    QTimer rest; // of what did not fit into the budget
+    QTimer rest; // runs what exceeded the budget
 };
 
 } // namespace Terminal

@@ -8,10 +8,11 @@
 
 namespace Terminal {
 
-/// Keeps count of what the action queue does with the actions of the terminal.
+/// Counts what the action queue does with the actions of the terminal.
 ///
-/// The queue tells nothing but by what it calls. It asks each action whether it is ready and then executes it, or
-/// drops it: so one that was ready and was not executed before anything else happened was refused as a loop.
+/// The queue reports nothing, so the ledger observes its calls. The queue asks an action whether it is ready, and
+/// then executes or drops it. An action that was ready, but was not executed before the next call, was refused as
+/// a loop.
 class ActionLedger {
 public:
     struct Counts {
@@ -25,12 +26,12 @@ public:
 
     const Counts& counts() const;
 
-    /// What was dropped last and why; empty at first.
+    /// What was dropped last, and why. Empty at first.
     const QString& lastDropped() const;
 
     void notePosted();
 
-    /// The queue has returned: what it was last asked about has had its turn.
+    /// The queue has returned, so the action that it asked last has had its turn.
     void noteDrained();
 
 private:
@@ -39,16 +40,16 @@ private:
 
     Counts count;
     QString dropped;
-    Entry* pending = nullptr; // ready, and not executed yet
+    Entry* pending = nullptr; // it said that it is ready, and was not executed yet
 };
 
-/// An action that is kept count of. Used on the executing thread only.
+/// An action that the ledger counts. For the executing thread only.
 class ActionLedger::Entry : public KX::KXAction {
 public:
     using Ready = std::function<bool()>;
     using Work = std::function<void()>;
 
-    /// \param reason  why it is not ready when \p readyNow says so
+    /// \param reason  why the action is not ready, shown when \p readyNow returns false
     Entry(ActionLedger& ledger, QString name, Work work, Ready readyNow = nullptr, QString reason = QString());
 
     bool isReady() override;

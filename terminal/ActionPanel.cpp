@@ -1,7 +1,7 @@
 #include "terminal/ActionPanel.h"
 
 #include "terminal/ActionDesk.h"
-#include "terminal/DisplayPace.h"
+#include "terminal/RefreshPace.h"
 #include "terminal/ScreenButton.h"
 #include "terminal/Theme.h"
 
@@ -21,7 +21,7 @@ constexpr int titleHeight = 16;
 constexpr int gap = 5;
 constexpr int roomyHeight = 200;
 
-// What a page of its own has room for, and what the panel beside the keypad has.
+// A page has more room than the panel beside the keypad.
 struct Sizes {
     int tileHeight;
     int number;
@@ -80,7 +80,7 @@ QSize ActionPanel::minimumSizeHint() const {
 void ActionPanel::watch(const ActionDesk& desk) {
     showState(desk);
     pace.setSingleShot(true);
-    pace.setInterval(DisplayPace::shortestIntervalMs);
+    pace.setInterval(RefreshPace::shortestIntervalMs);
     connect(
         &pace, &QTimer::timeout, this, [this, &desk] { showState(desk); });
     connect(&desk, &ActionDesk::changed, this, [this] {
@@ -165,7 +165,7 @@ void ActionPanel::paintBudget(QPainter& painter, const QRect& area) const {
     painter.setBrush(Theme::screen());
     painter.drawRoundedRect(bar, 4, 4);
     const double part = std::min(1.0, static_cast<double>(usedMicroseconds) / budgetMicroseconds);
-    // A bar of no width at all would look as if nothing had run.
+    // A bar of zero width would look as if nothing had run.
     bar.setWidth(std::max(part * bar.width(), usedMicroseconds > 0 ? 8.0 : 0.0));
     painter.setBrush(part < 1 ? Theme::encoder() : Theme::colourOf(KX::KXGesture::Escape));
     painter.drawRoundedRect(bar, 4, 4);

@@ -8,18 +8,18 @@ namespace Terminal {
 class ActionDesk;
 class ScreenButton;
 
-/// What the action queue has done, and a button that starts a chain of actions in a loop.
+/// Shows what the action queue has done. A button starts a chain of actions that is a loop.
 class ActionPanel : public QWidget {
     Q_OBJECT
 
 public:
-    /// The numbers that it shows, from left to right.
+    /// The numbers on the panel, from left to right.
     enum Tile { Posted, Executed, NotReady, Loops, TileCount };
 
     explicit ActionPanel(QWidget* parent = nullptr);
 
-    /// Shows the numbers of \p desk from now on, at a pace that can be read. \p desk lives as long as
-    /// events are delivered.
+    /// Shows the numbers of \p desk from now on, at a readable pace. \p desk must live as long as events are
+    /// delivered.
     void watch(const ActionDesk& desk);
 
     /// Shows the numbers of \p desk as they are now.

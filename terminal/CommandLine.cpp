@@ -70,7 +70,7 @@ QString quoted(const QString& text) {
     return QLatin1Char('\'') + text + QLatin1Char('\'');
 }
 
-// What the user typed goes into the message, and may have line ends in it; the message is one line all the same.
+// The message quotes what the user typed, which may contain line ends. The message must stay one line.
 QString asOneLine(QString text) {
     for (QChar& character : text)
         if (!character.isPrint())
@@ -101,7 +101,7 @@ QString whatIsWrong(const QCommandLineParser& parser) {
 }
 
 std::optional<int> parseMilliseconds(const QString& text) {
-    // toInt alone would take signs and blanks.
+    // toInt alone would accept signs and blanks.
     for (const QChar character : text)
         if (character < QLatin1Char('0') || character > QLatin1Char('9'))
             return std::nullopt;
@@ -118,7 +118,7 @@ std::optional<double> parseSpeed(const QString& text) {
     return speed >= slowest && speed <= fastest ? std::optional<double>(speed) : std::nullopt;
 }
 
-// What is wrong, in words; empty when nothing is.
+// What is wrong, in words; empty when nothing is wrong.
 QString readTexts(const QCommandLineParser& parser, const Options& options, CommandLine& settings) {
     const struct {
         const QCommandLineOption& option;
@@ -158,7 +158,7 @@ QString readNumbers(const QCommandLineParser& parser, const Options& options, Co
     return QString();
 }
 
-// Which options do not go together.
+// Options that exclude each other.
 QString findContradiction(const QCommandLineParser& parser, const Options& options) {
     const bool replays = parser.isSet(options.replay);
     for (const QCommandLineOption* const input : {&options.record, &options.demo, &options.keypad}) {

@@ -7,7 +7,7 @@
 
 namespace Terminal {
 
-/// What the operator of the shell asked kxterminal to do.
+/// The checked command line of kxterminal.
 struct CommandLine {
     enum class Outcome {
         Run,    ///< start the terminal with the settings below
@@ -25,7 +25,7 @@ struct CommandLine {
     std::optional<QString> canBus;
     QString keypadFile; ///< empty: the built-in layout
     QString recordFile; ///< empty: nothing is recorded
-    QString replayFile; ///< empty: the input is the operator's
+    QString replayFile; ///< empty: the operator makes the input
     double speed = 1;   ///< of the replay
     bool exitAtEnd = false;
 

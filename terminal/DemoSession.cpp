@@ -25,7 +25,7 @@ constexpr int doubleTapGapMs = 90;
 constexpr int holdMs = 2300; // beyond the 2 s of a long press
 constexpr int pauseMs = 600; // beyond the 300 ms of a double press
 
-// Keys of the built-in keypad. First the implement is folded, and cannot be lowered.
+// Keys of the built-in keypad. The implement is folded first, so it cannot be lowered.
 constexpr int lowerKey = 12;
 constexpr int foldKey = 13;
 
@@ -78,7 +78,7 @@ void DemoSession::writeScript() {
     touch(
         pauseMs, [this]() -> const QWidget& { return window.actions().loopButton(); }, tapMs);
 
-    // The last events are still on their way when the last input has been posted.
+    // The last events are still on their way when the last input is posted.
     then(pauseMs, [this] { emit finished(); });
 }
 
@@ -111,7 +111,7 @@ void DemoSession::touch(int delayMs, std::function<const QWidget&()> target, int
     then(heldMs, [this, target] { postMouse(false, window.positionOf(target())); });
 }
 
-// A layout from a file may have no such key; then there is nothing to see.
+// A layout from a file may lack this key; then nothing happens.
 void DemoSession::tapKeypad(int delayMs, int number, int heldMs) {
     for (const bool press : {true, false}) {
         then(

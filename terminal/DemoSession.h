@@ -14,24 +14,24 @@ namespace Terminal {
 
 class MainWindow;
 
-/// Plays a short sequence of operator input: Qt events posted to the native window, which travel the whole road
-/// from there on. It runs in real time, because the durations of presses are what it shows.
+/// Plays a short sequence of operator input. It posts Qt events to the native window, so they take the same way as
+/// real ones. It runs in real time, because it shows the durations of presses.
 class DemoSession : public QObject {
     Q_OBJECT
 
 public:
-    /// \p window must outlive the session and be shown before \ref start.
+    /// \p window must outlive the session and must be visible before \ref start.
     explicit DemoSession(MainWindow& window);
 
     void start();
 
 signals:
-    /// The last input was posted a moment ago.
+    /// The last input was posted, and its events had time to arrive.
     void finished();
 
 private:
     struct Step {
-        int delayMs; // after the step before
+        int delayMs; // after the previous step
         std::function<void()> action;
     };
 

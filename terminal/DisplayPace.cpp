@@ -4,27 +4,18 @@
 
 namespace Terminal {
 
-DisplayPace::DisplayPace(QObject* parent) : QObject(parent) {
-    timer.setSingleShot(true);
-    connect(&timer, &QTimer::timeout, this, &DisplayPace::flush);
-}
+DisplayPace::DisplayPace(QObject* parent) : QObject(parent), pace([this] { flush(); }) {}
 
 void DisplayPace::take(const ClassifiedEvents& events) {
     waiting.insert(waiting.end(), events.begin(), events.end());
-    if (timer.isActive())
-        return;
-    const qint64 elapsedMs = sinceLast.isValid() ? sinceLast.elapsed() : shortestIntervalMs;
-    if (elapsedMs >= shortestIntervalMs)
-        flush();
-    else
-        timer.start(shortestIntervalMs - static_cast<int>(elapsedMs));
+    pace.request();
 }
 
 void DisplayPace::flush() {
-    timer.stop();
+    pace.stop();
     if (waiting.empty())
         return;
-    sinceLast.start();
+    pace.noteRefresh();
     emit due(std::exchange(waiting, {}));
 }
 

@@ -1,28 +1,24 @@
 #pragma once
 
 #include "terminal/EventPump.h"
+#include "terminal/RefreshPace.h"
 
-#include <QElapsedTimer>
 #include <QObject>
-#include <QTimer>
 
 namespace Terminal {
 
-/// Stands between the source of events and the views: drawing costs more than anything else the terminal does,
-/// and nobody reads faster than \ref shortestIntervalMs.
+/// Hands events on to the views in batches, because drawing costs more than anything else the terminal does.
 ///
-/// The first event after a pause goes on at once; those that follow sooner are handed on together.
+/// The first event after a pause goes on at once. Events that follow sooner go on together.
 class DisplayPace : public QObject {
     Q_OBJECT
 
 public:
-    static constexpr int shortestIntervalMs = 40;
-
     explicit DisplayPace(QObject* parent = nullptr);
 
     void take(const ClassifiedEvents& events);
 
-    /// Hands on what is held back.
+    /// Hands on the events that are held back.
     void flush();
 
 signals:
@@ -31,8 +27,7 @@ signals:
 
 private:
     ClassifiedEvents waiting;
-    QElapsedTimer sinceLast;
-    QTimer timer;
+    RefreshPace pace;
 };
 
 } // namespace Terminal

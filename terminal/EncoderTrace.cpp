@@ -31,8 +31,8 @@ int EncoderTrace::expectedStepTimeMs(const KX::KXInputEvent& move) const {
     return (static_cast<int>(gap) + lastStepTimeMs) / 2;
 }
 
-// Moves made by step keys are gathered in a bundle, whose value grows until it is closed; those of the wheel
-// stand for themselves.
+// Moves from step keys belong to a bundle, whose value grows until it is closed. Each move of the wheel stands
+// alone.
 int EncoderTrace::addedBy(const KX::KXInputEvent& move) {
     if (move.osKeyCode == KX::KX_KEY_NONE)
         return move.value;

@@ -13,7 +13,7 @@ namespace Terminal {
 
 namespace {
 
-// A speed table falls from the upper left, so there is room at the upper right.
+// A speed table falls from the upper left, so the upper right is free.
 QRectF aboveCurve(const QRectF& canvas) {
     return {canvas.center().x(), canvas.top(), canvas.width() / 2, canvas.height() / 2};
 }

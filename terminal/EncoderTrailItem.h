@@ -8,12 +8,12 @@
 
 namespace Terminal {
 
-/// Where the encoder is on its speed table, and where it was just before: points that fade with their age.
+/// The present point of the encoder on its speed table, and the points before it, which fade with age.
 class EncoderTrailItem : public QwtPlotItem {
 public:
     EncoderTrailItem();
 
-    /// \p trail, oldest first; the last one is where the encoder is now.
+    /// \p trail starts with the oldest point and ends with the present one.
     void setPoints(std::vector<QPointF> trail);
     const std::vector<QPointF>& points() const;
 

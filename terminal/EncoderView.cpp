@@ -1,6 +1,5 @@
 #include "terminal/EncoderView.h"
 
-#include "terminal/DisplayPace.h"
 #include "terminal/EncoderTrailItem.h"
 #include "terminal/PlotLook.h"
 #include "terminal/Theme.h"
@@ -41,7 +40,7 @@ std::vector<KX::KXEncoderDynamicPair> defaultTable() {
     return table;
 }
 
-// 1234567 is "1.23 M", so that the axis keeps its width.
+// Writes 1234567 as "1.23 M", so that the axis keeps its width.
 class ShortNumbers : public QwtScaleDraw {
 public:
     ShortNumbers() {
@@ -61,7 +60,7 @@ public:
     }
 };
 
-// The values in \p all that stand far enough from each other on a logarithmic axis to be labelled.
+// Drops values that are too near to each other to be labelled on a logarithmic axis.
 std::vector<double> readableTicks(std::vector<double> all, double first, double last, double mostLabels) {
     std::sort(all.begin(), all.end());
     const double nearest = std::pow(last / first, 1 / mostLabels);
@@ -72,11 +71,10 @@ std::vector<double> readableTicks(std::vector<double> all, double first, double 
     return ticks;
 }
 
-// In thousands, with thin spaces.
+// Groups thousands with thin spaces.
 QString grouped(qint64 number) {
     QLocale locale(QLocale::English);
-    locale.setNumberOptions(
-        QLocale::DefaultNumberOptions); // else those of the system's locale, which may not group
+    locale.setNumberOptions(QLocale::DefaultNumberOptions); // the system's locale may not group
     return locale.toString(number)
         .replace(QLatin1Char(','), QChar(0x2009))
         .replace(QLatin1Char('-'), QChar(0x2212));
@@ -97,7 +95,7 @@ void drawNumber(QPainter& painter, const QRect& area, const QString& label, cons
 
 } // namespace
 
-EncoderView::EncoderView(QWidget* parent) : QWidget(parent) {
+EncoderView::EncoderView(QWidget* parent) : QWidget(parent), pace([this] { refresh(); }) {
     setFocusPolicy(Qt::NoFocus);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
     auto* row = new QHBoxLayout(this);
@@ -107,8 +105,6 @@ EncoderView::EncoderView(QWidget* parent) : QWidget(parent) {
     makeValuePlot();
     row->addWidget(curvePlot, 6);
     row->addWidget(valuePlot, 5);
-    pace.setSingleShot(true);
-    connect(&pace, &QTimer::timeout, this, &EncoderView::refresh);
     setSpeedTable(defaultTable(), thousandths);
 }
 
@@ -179,7 +175,7 @@ std::vector<QPointF> EncoderView::curveCorners() const {
     return corners;
 }
 
-// The axes are labelled with the table's own numbers.
+// The values of the table label the axes.
 void EncoderView::setCurveScales() {
     const std::vector<QPointF> corners = curveCorners();
     const double slowest = corners.back().x();
@@ -220,17 +216,12 @@ void EncoderView::showMove(const KX::KXInputEvent& move, int stepTimeMs) {
 }
 
 void EncoderView::scheduleRefresh() {
-    if (!isVisible() || pace.isActive())
-        return;
-    const qint64 elapsedMs = sinceRefresh.isValid() ? sinceRefresh.elapsed() : DisplayPace::shortestIntervalMs;
-    if (elapsedMs >= DisplayPace::shortestIntervalMs)
-        refresh();
-    else
-        pace.start(DisplayPace::shortestIntervalMs - static_cast<int>(elapsedMs));
+    if (isVisible())
+        pace.request();
 }
 
 void EncoderView::refresh() {
-    sinceRefresh.start();
+    pace.noteRefresh();
     showTrail();
     showValues();
     curvePlot->replot();
@@ -247,7 +238,7 @@ void EncoderView::showTrail() {
     trailItem->setPoints(std::move(points));
 }
 
-// A value stays until the next step changes it, so the curve has corners.
+// A value holds until the next step, so the curve has corners.
 void EncoderView::showValues() {
     QVector<QPointF> samples;
     const auto& steps = encoderTrace.steps();
@@ -259,7 +250,7 @@ void EncoderView::showValues() {
         if (x < -historyMs)
             continue;
         if (step.beginsTurn && !samples.isEmpty())
-            samples.append(QPointF(x, samples.back().y())); // that of the turn before stayed until now
+            samples.append(QPointF(x, samples.back().y())); // the previous turn's value held until now
         if (step.beginsTurn)
             samples.append(QPointF(x, 0));
         samples.append(QPointF(x, value));

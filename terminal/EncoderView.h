@@ -3,9 +3,8 @@
 #include "encoder/KXEncoderDynamic.h"
 #include "terminal/EncoderTrace.h"
 #include "terminal/EventPump.h"
+#include "terminal/RefreshPace.h"
 
-#include <QElapsedTimer>
-#include <QTimer>
 #include <QWidget>
 
 #include <functional>
@@ -18,10 +17,10 @@ namespace Terminal {
 
 class EncoderTrailItem;
 
-/// How the encoder accelerates: its speed table as a curve with the present step on it, and beside it the value
-/// that a turn of the knob comes to.
+/// Shows how the encoder accelerates: the speed table as a curve with the present step on it, and the value of the
+/// present turn.
 ///
-/// Nothing is repainted but for new moves and a new table.
+/// It repaints only for new moves and for a new table.
 class EncoderView : public QWidget {
     Q_OBJECT
 
@@ -31,11 +30,11 @@ public:
 
     explicit EncoderView(QWidget* parent = nullptr);
 
-    /// \p userFactor in thousandths scales the increments, as the encoder does it.
+    /// \p userFactor scales the increments, in thousandths, as in the encoder.
     void setSpeedTable(const std::vector<KX::KXEncoderDynamicPair>& table, int userFactor);
 
-    /// \p read yields the present smoothed step time in ms; it is called on this thread for the last move of
-    /// each batch. Without it the time is reckoned from the moves.
+    /// \p read returns the present smoothed step time in ms. It is called on this thread for the last move of each
+    /// batch. Without it the view estimates the time from the moves.
     void setStepTimeSource(std::function<int()> read);
 
     /// Shows the encoder moves among \p events, oldest first.
@@ -49,10 +48,10 @@ public:
     /// The corners of the curve that the table makes: step time and increment.
     std::vector<QPointF> curveCorners() const;
 
-    /// The points shown on the curve, the present one last.
+    /// The points on the curve, the present one last.
     const std::vector<QPointF>& trail() const;
 
-    /// The large numbers.
+    /// The large numbers beside the plots.
     QString stepTimeText() const;
     QString incrementText() const;
     QString valueText() const;
@@ -84,8 +83,7 @@ private:
     QwtPlotCurve* curve = nullptr;
     QwtPlotCurve* values = nullptr;
     EncoderTrailItem* trailItem = nullptr;
-    QTimer pace;
-    QElapsedTimer sinceRefresh;
+    RefreshPace pace;
 };
 
 } // namespace Terminal

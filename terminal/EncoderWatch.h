@@ -5,9 +5,9 @@ namespace Terminal {
 class EncoderView;
 class InputSettings;
 
-/// Lets \p view show the library's encoder as it is: its speed table, scaled by the factor of \p settings, and the
-/// time of the present step. On the thread that reports input, as the encoder's dynamics lock nothing. Both
-/// must outlive what is shown.
+/// Makes \p view show the library's encoder: its speed table, scaled by the factor in \p settings, and the present
+/// step time. Must be called on the thread that reports input, because the encoder takes no lock. The
+/// library's encoder must exist as long as \p view gets events.
 void watchEncoder(EncoderView& view, InputSettings& settings);
 
 /// Shows the library's speed table as it is now.

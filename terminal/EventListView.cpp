@@ -12,7 +12,7 @@ namespace {
 
 constexpr int linePitch = 26;
 
-// As wide as the widest text that is likely in the column, so that columns stand still while events arrive.
+// As wide as the widest text that is likely in the column, so that the columns do not move while events arrive.
 const char* widestText(int column) {
     switch (column) {
     case EventModel::Time:
@@ -70,7 +70,7 @@ void EventListView::keepPlace(const QModelIndex& /*parent*/, int first, int last
     if (bar->value() == 0)
         return;
     const int inserted = last - first + 1;
-    // The view makes its bar longer only when it is drawn next.
+    // The view extends its scroll bar only with the next painting.
     bar->setMaximum(bar->maximum() + inserted);
     bar->setValue(bar->value() + inserted);
 }

@@ -8,8 +8,8 @@ class EventModel;
 
 /// The classified events as a list.
 ///
-/// At its top it follows the newest; scrolled down, it keeps its place while events arrive above. It takes no
-/// keys and no wheel: those are the operator's input. It is scrolled by its bar.
+/// Scrolled to the top it follows the newest event. Scrolled down it keeps its place while events arrive above.
+/// Keys and wheel do not scroll it, because they are the operator's input; its scroll bar does.
 class EventListView : public QTableView {
     Q_OBJECT
 

@@ -8,9 +8,9 @@
 
 namespace Terminal {
 
-/// The classified events, newest first: what every view shows.
+/// The classified events, newest first. Every view reads them here.
 ///
-/// It keeps the newest \ref capacity events. As a table it has the columns below; views that draw something else
+/// It keeps the newest \ref capacity events. As a table it has the columns below. Views that draw something else
 /// read the events themselves.
 class EventModel : public QAbstractTableModel {
     Q_OBJECT
@@ -22,13 +22,13 @@ public:
 
     explicit EventModel(QObject* parent = nullptr);
 
-    /// Takes over \p events, oldest first.
+    /// Appends \p events, oldest first.
     void append(const ClassifiedEvents& events);
 
     /// The event of a row; row 0 is the newest.
     const KX::KXInputEvent& eventAt(int row) const;
 
-    /// Events appended since the start, those that are not kept any more included.
+    /// Events appended since the start, including those that were dropped since.
     quint64 appendedCount() const;
 
     int rowCount(const QModelIndex& parent = QModelIndex()) const override;
@@ -37,7 +37,7 @@ public:
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
 
 signals:
-    /// The model has them by now; oldest first.
+    /// Emitted after the model has taken the events, oldest first.
     void appended(const ClassifiedEvents& events);
 
 private:

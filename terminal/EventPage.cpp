@@ -2,14 +2,38 @@
 
 #include "terminal/EventListView.h"
 #include "terminal/KeyCodes.h"
-#include "terminal/PageButtons.h"
 #include "terminal/ScreenButton.h"
 #include "terminal/Theme.h"
 
 #include <QHBoxLayout>
 #include <QScrollBar>
+#include <QVBoxLayout>
 
 namespace Terminal {
+
+namespace {
+
+constexpr int columnWidth = 56;
+constexpr int greatestHeight = 76;
+constexpr int gap = 6;
+
+// The buttons have the same size and share the height of the page, up to a handy limit.
+QVBoxLayout* makeButtonColumn(const QVector<ScreenButton*>& buttons) {
+    auto* column = new QVBoxLayout;
+    column->setSpacing(gap);
+    for (ScreenButton* button : buttons) {
+        button->setKeyBelow(true);
+        button->setTextSize(16);
+        button->setFixedWidth(columnWidth);
+        button->setMaximumHeight(greatestHeight);
+        button->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Expanding);
+        column->addWidget(button, 10);
+    }
+    column->addStretch(1);
+    return column;
+}
+
+} // namespace
 
 EventPage::EventPage(EventModel& model, QWidget* parent)
     : QWidget(parent), events(new EventListView(model)), newest(new ScreenButton(QStringLiteral("Top\tHome"))),
@@ -28,7 +52,7 @@ EventPage::EventPage(EventModel& model, QWidget* parent)
     connect(older, &QAbstractButton::clicked, this, [this] { scrollByPages(1); });
 }
 
-// Up and Down do not scroll: who turns the encoder wants to see what comes of it, which is at the top.
+// Up and Down do not scroll: they turn the encoder, and its newest event is at the top.
 void EventPage::takeInput(const KX::KXInputEvent& event) {
     if (!KeyCodes::isPress(event))
         return;

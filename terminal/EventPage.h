@@ -10,14 +10,14 @@ class EventListView;
 class EventModel;
 class ScreenButton;
 
-/// The list of events, and buttons beside it that scroll it, as its bar is too narrow for a finger.
+/// The list of events, with buttons to scroll it, because the scroll bar is too narrow for a finger.
 class EventPage : public QWidget {
     Q_OBJECT
 
 public:
     explicit EventPage(EventModel& model, QWidget* parent = nullptr);
 
-    /// Takes what the operator did; to be called while the page is shown.
+    /// Handles the operator's input. Call it only while the page is shown.
     void takeInput(const KX::KXInputEvent& event);
 
     EventListView& list() const;

@@ -6,12 +6,12 @@
 
 namespace Terminal {
 
-/// Prints classified events, a line each, flushed at once, so that another program can follow them.
+/// Prints each classified event as a line and flushes it at once, so that another program can follow.
 ///
-/// When the reader has gone away the printer falls silent and the terminal goes on.
+/// When the reader goes away, the printer stops printing and the terminal goes on.
 class EventPrinter {
 public:
-    /// \p output stays the caller's.
+    /// The caller keeps ownership of \p output.
     explicit EventPrinter(std::FILE* output);
 
     void print(const ClassifiedEvents& events);

@@ -11,7 +11,7 @@ namespace Terminal {
 
 namespace {
 
-// More than a batch stays in the pipe, which keeps the notifier going: in between the window gets its turn.
+// More than one batch stays in the pipe and triggers the notifier again. In between the window can react.
 constexpr std::size_t batchLimit = 1000;
 
 int readEndPointOf(KX::KXInputEventManager& manager) {

@@ -15,23 +15,23 @@ namespace Terminal {
 
 using ClassifiedEvents = std::vector<KX::KXInputEvent>;
 
-/// The part of the main loop that waits for classified events and takes them.
+/// The part of the main loop that takes classified events.
 ///
-/// It waits on the read end point of the manager's queue, so an idle terminal costs nothing, and hands on all
-/// events that wait as one batch, oldest first.
+/// It waits on the read end point of the manager's queue, so an idle terminal costs nothing. It hands on all
+/// waiting events as one batch, oldest first.
 class EventPump : public QObject {
     Q_OBJECT
 
 public:
     /// \p manager must outlive the pump.
-    /// \throws std::runtime_error  the manager's queue is nothing that a main loop can wait on
+    /// \throws std::runtime_error  a main loop cannot wait on the manager's queue
     explicit EventPump(KX::KXInputEventManager& manager);
 
-    /// Takes what waits now, for when the main loop does not run any more.
+    /// Takes the waiting events. For the time after the main loop has ended.
     void takeWaitingEvents();
 
 signals:
-    /// At least one event.
+    /// \p events has at least one event.
     void eventsTaken(const ClassifiedEvents& events);
 
 private:

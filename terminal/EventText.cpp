@@ -28,7 +28,7 @@ QString buttonName(unsigned int button) {
     }
 }
 
-// The library's numbering has no names of its own; the toolkit's key that stands for a number has one.
+// Key codes of the library have no names; the toolkit's key for a code has one.
 QString keyName(int keyCode) {
     const std::map<int, int>& toolkitKeys = *KX::KXInputEventManager::getKXtoOSCodeMap();
     const auto found = toolkitKeys.find(keyCode);

@@ -4,18 +4,19 @@
 
 #include <QString>
 
-/// How the views word the fields of a classified event. A dash stands for what an event does not have.
+/// The words with which the views show the fields of a classified event. A field without a value is shown as a
+/// dash.
 namespace Terminal::EventText {
 
 QString name(const KX::KXEvent& event);
 
-/// The number of the class and what it means: "3 input".
+/// The number of the class and its name: "3 input".
 QString eventClass(const KX::KXEvent& event);
 
-/// The library's key with its name, "0 Esc", or for mouse events the button, "Left button".
+/// The key code with the name of its key, "0 Esc". For mouse events the button, "Left button".
 QString key(const KX::KXInputEvent& event);
 
-/// The toolkit's key as its tables write it: "0x1000000".
+/// The toolkit's key in hexadecimal, as in the toolkit's tables: "0x1000000".
 QString toolkitKey(const KX::KXInputEvent& event);
 
 /// The accelerated increment of encoder moves.

@@ -4,7 +4,7 @@
 
 namespace Terminal {
 
-/// Says, large, that no input is taken. A touch is the way out, or the key that it names.
+/// Says in large letters that input is off. A touch on it, or the key that it names, switches input on.
 class InputOffBanner : public QAbstractButton {
     Q_OBJECT
 

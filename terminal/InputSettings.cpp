@@ -33,14 +33,14 @@ int InputSettings::set(Setting setting, int value) {
 }
 
 int InputSettings::apply(Setting setting, int value) const {
-    // The library takes durations without a sign: below zero would be a very long time to it.
+    // The library takes unsigned durations: a negative value would become a very long time.
     if (isDuration(setting) && value < 0)
         return KX::STATUS_REFUSED;
     return applyToLibrary(setting, value);
 }
 
 void InputSettings::restoreDefaults() {
-    // One of the two is always in the other's way when it comes first.
+    // The duration that does not conflict with the old value of the other comes first.
     if (value(DoublePressMs) < defaultValue(LongPressMs)) {
         set(LongPressMs, defaultValue(LongPressMs));
         set(DoublePressMs, defaultValue(DoublePressMs));

@@ -7,9 +7,9 @@
 
 namespace Terminal {
 
-/// How input is classified, and whether it is taken at all: the settings as they are, and the way to change them.
+/// The settings of the classification, and whether input is accepted. Reads and changes them.
 ///
-/// It begins with what the library begins with, and changes only what the library accepts.
+/// It starts with the library's defaults and stores only what the library accepts.
 class InputSettings : public QObject {
     Q_OBJECT
 
@@ -24,7 +24,8 @@ public:
     };
     Q_ENUM(Setting)
 
-    /// Hands a value to the library. \return the library's status: \ref KX::STATUS_OK when it was taken
+    /// Hands a value to the library.
+    /// \return the library's status; \ref KX::STATUS_OK when it accepted the value
     using Apply = std::function<int(Setting setting, int value)>;
 
     explicit InputSettings(Apply apply, QObject* parent = nullptr);
@@ -32,11 +33,10 @@ public:
     int value(Setting setting) const;
 
     /// Applies \p value at once.
-    /// \return the library's status; nothing has changed unless it is \ref KX::STATUS_OK
+    /// \return the library's status; the setting is unchanged unless this is \ref KX::STATUS_OK
     int set(Setting setting, int value);
 
-    /// Sets the two durations and the two factors back to what they were at the start. Whether input is taken is
-    /// left as it is.
+    /// Resets the two durations and the two factors to their defaults. Does not change whether input is accepted.
     void restoreDefaults();
 
     static int defaultValue(Setting setting);

@@ -6,7 +6,7 @@
 
 #include <map>
 
-/// The key codes that the terminal itself fixes: those of the keys F1 to F12.
+/// The key codes that the terminal itself assigns: those of the keys F1 to F12.
 namespace Terminal::KeyCodes {
 
 constexpr int firstSoftKey = KeyLayout::functionKeyCode; ///< F1; the eight soft keys follow each other
@@ -20,7 +20,7 @@ inline std::map<int, int> functionKeys() {
     return KeyLayout::functionKeys();
 }
 
-/// Whether \p event is the press of a key. A double press counts: two quick presses shall do their work twice.
+/// Whether \p event is the press of a key. A double press counts too, so two quick presses act twice.
 inline bool isPress(const KX::KXEvent& event) {
     return KX::isKeyEvent(event.eventType) && KX::isPressEvent(event.eventType);
 }

@@ -15,17 +15,17 @@ namespace Terminal {
 
 using Time = KeyTimeLine::Time;
 
-/// What drawing a row needs to know.
+/// What is needed to draw a row.
 struct KeyLanesItem::Frame {
     QPainter& painter;
     const QwtScaleMap& xMap;
     QRectF row;
     Time reference;
-    Time first; ///< visible time
+    Time first; ///< first visible time
     Time last;
 
     qreal x(Time time) const {
-        // Far beyond the border a position does not matter, but it must stay small enough to draw with.
+        // Far outside the border the exact position does not matter, but large numbers do not draw well.
         const qreal position = xMap.transform(static_cast<double>(time - reference));
         return std::clamp(position, row.left() - row.width(), row.right() + row.width());
     }
@@ -98,7 +98,7 @@ void KeyLanesItem::drawLane(const Frame& frame, const KeyTimeLine::Lane& lane) c
     SpanPainter painter(frame.painter, frame.row.adjusted(0, 0, 0, -1));
     auto span = KeyTimeLine::firstSpanEndingAt(lane, frame.first);
     if (span != lane.spans.begin())
-        --span; // what belongs to it may reach into the picture
+        --span; // its marks may reach into the picture
     while (span != lane.spans.end() && span->start <= frame.last) {
         const bool isDown = span->ending == KeyTimeLine::Span::Ending::Down;
         const Time end = isDown ? std::max(nowTime, span->end) : span->end;

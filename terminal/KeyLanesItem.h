@@ -9,10 +9,10 @@
 
 namespace Terminal {
 
-/// Draws rows of a time line into a plot: x is ms after a reference time, y counts the rows downwards from 0.
+/// Draws rows of a time line into a plot. x is ms after a reference time, y counts the rows downwards from 0.
 ///
-/// What is outside the visible time is not looked at, and of what falls on one pixel one is drawn, so the cost is
-/// bounded by the width of the plot.
+/// It skips everything outside the visible time, and draws only one of the things that fall on the same pixel. So
+/// the width of the plot limits the cost.
 class KeyLanesItem : public QwtPlotItem {
 public:
     static constexpr int rowHeightLeast = 23;
@@ -25,10 +25,10 @@ public:
     void setRows(const std::vector<Row>& shown);
     const std::vector<Row>& rows() const;
 
-    /// \p now is where the spans of keys that are down end.
+    /// The spans of keys that are down end at \p now.
     void setTime(KeyTimeLine::Time reference, KeyTimeLine::Time now);
 
-    /// Spans and moves that the last drawing drew.
+    /// How many spans and moves the last painting drew.
     int drawnCount() const;
 
     void draw(QPainter* painter, const QwtScaleMap& xMap, const QwtScaleMap& yMap,
@@ -45,7 +45,7 @@ private:
     std::vector<Row> shownRows;
     KeyTimeLine::Time referenceTime = 0;
     KeyTimeLine::Time nowTime = 0;
-    mutable int drawn = 0; // drawing is const in Qwt; one thread draws
+    mutable int drawn = 0; // mutable because drawing is const in Qwt; one thread draws
 };
 
 } // namespace Terminal

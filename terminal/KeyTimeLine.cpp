@@ -7,7 +7,7 @@ namespace Terminal {
 
 namespace {
 
-// Events of two threads are posted in an order that their ticks need not have; more than this is no such case.
+// Two threads post events, so their ticks may be out of order. More than this has another reason.
 constexpr KeyTimeLine::Time latestBy = 60000;
 
 KeyTimeLine::LaneKey laneKeyOf(const KX::KXInputEvent& event) {
@@ -58,14 +58,14 @@ KeyTimeLine::Time KeyTimeLine::advanceTo(const KX::KXInputEvent& event) {
         newestTime = event.timeStamp;
         return newestTime;
     }
-    // The tick is in the 2^31 ms before the newest event or in those after it, also across the wrap.
+    // The tick lies within 2^31 ms before or after the newest event, even across the wrap.
     const Time distance = static_cast<std::int32_t>(event.timeStamp - newestTick);
-    // An Escape that the application posts by itself bears no tick. It belongs to now.
+    // An Escape that the application posts itself has no tick. It counts as happening now.
     if (event.timeStamp == 0 && std::abs(distance) > latestBy)
         return newestTime;
     if (distance < 0 && distance >= -latestBy)
         return newestTime + distance;
-    // Whoever goes back farther has a new clock, as a recording that is played has: it goes on from here.
+    // An older tick than that comes from another clock, such as a recording's. The time line goes on from here.
     newestTick = event.timeStamp;
     newestTime += std::max<Time>(distance, 0);
     return newestTime;
@@ -82,7 +82,7 @@ KeyTimeLine::Lane& KeyTimeLine::laneOf(const KX::KXInputEvent& event) {
 
 KeyTimeLine::Span& KeyTimeLine::openSpan(Lane& lane, Time time) {
     Span span;
-    // Spans are looked up by time, so none may begin before the one before it has ended.
+    // Spans are searched by time, so none may begin before the previous one has ended.
     span.start = lane.spans.empty() ? time : std::max(time, lane.spans.back().end);
     span.end = span.start;
     lane.spans.push_back(span);
@@ -114,7 +114,7 @@ void KeyTimeLine::count(Span& span) {
     ++keptEvents;
 }
 
-// The span that the key is in; where no press was seen, a new one.
+// The present span of the key. If its press was missed, a new span.
 KeyTimeLine::Span& KeyTimeLine::spanGoingOn(Lane& lane, Time time) {
     if (isDown(lane)) {
         count(lane.spans.back());
@@ -125,7 +125,8 @@ KeyTimeLine::Span& KeyTimeLine::spanGoingOn(Lane& lane, Time time) {
     return span;
 }
 
-// A long press, or the long release that is posted just before the release and bears the tick of the long press.
+// A long press or a long release. The long release is posted just before the release, with the tick of the long
+// press.
 void KeyTimeLine::signOfLife(const KX::KXInputEvent& event, Time time, KX::KXGesture gesture) {
     Lane& lane = laneOf(event);
     Span& span = spanGoingOn(lane, time);
@@ -141,7 +142,7 @@ void KeyTimeLine::signOfLife(const KX::KXInputEvent& event, Time time, KX::KXGes
 void KeyTimeLine::release(const KX::KXInputEvent& event, Time time, KX::KXGesture gesture) {
     Lane& lane = laneOf(event);
     Span& span = spanGoingOn(lane, time);
-    // The release may have happened a moment before the long press that was posted before it.
+    // The release may be older than the long press that was posted before it.
     span.end = std::max(span.start, time);
     span.longPressAt = std::min(span.longPressAt, span.end);
     span.ending = gesture == KX::KXGesture::Escape ? Span::Ending::Escaped : Span::Ending::Released;

@@ -10,39 +10,39 @@
 
 namespace Terminal {
 
-/// What the operator's hands did over time: for each key and mouse button when it was down and what was
-/// recognised meanwhile, and the moves of the encoder.
+/// What the operator's hands did over time. For each key and mouse button it tells when it was down and what was
+/// recognised meanwhile; it also keeps the moves of the encoder.
 ///
-/// Made of classified events, in the order in which they were posted. It keeps what the newest \ref capacity of
-/// them tell. Time is in ms and does not wrap: the events' 32-bit ticks are continued across their wrap.
+/// It is made from classified events in the order of their posting, and keeps what the newest \ref capacity events
+/// tell. Time is in ms and does not wrap: the 32-bit ticks are continued across their wrap.
 class KeyTimeLine {
 public:
     using Time = std::int64_t;
 
     static constexpr int capacity = 10000;
 
-    /// A time at which a key was down.
+    /// A time during which a key was down.
     struct Span {
         enum class Ending {
             Down,     ///< not ended: the key is still down
-            Released, ///< as it should be
-            Escaped,  ///< the press of a mouse button was taken back
-            Lost,     ///< pressed anew with no release seen: it ended nobody knows when
+            Released, ///< the normal end
+            Escaped,  ///< the press of a mouse button was cancelled
+            Lost,     ///< pressed again without a release: the end is unknown
         };
 
         Time start = 0;
-        Time end = 0;                        ///< the last sign of it while \ref ending is Down or Lost
+        Time end = 0;                        ///< the last known time in it while \ref ending is Down or Lost
         Time longPressAt = 0;                ///< when the long press was recognised, if \ref isLongPress
-        unsigned int sincePreviousPress = 0; ///< from press to press, in ms, if \ref followsPress
-        unsigned int doublePressWindow = 0;  ///< how long that was allowed to take at the time, in ms
+        unsigned int sincePreviousPress = 0; ///< from press to press in ms, if \ref followsPress
+        unsigned int doublePressWindow = 0;  ///< the limit for a double press at the time, in ms
         Ending ending = Ending::Down;
-        bool isPressSeen = true; ///< else the span begins at the first sign of it
+        bool isPressSeen = true; ///< otherwise the span starts with the first event after the missed press
         bool followsPress = false;
-        bool isInterrupted = false; ///< something else was pressed since, so this could be no double press
+        bool isInterrupted = false; ///< another key was pressed in between, so this cannot be a double press
         bool isDoublePress = false;
         bool isLongPress = false;
         bool isLongRelease = false;
-        int eventCount = 1; ///< that it is made of
+        int eventCount = 1; ///< how many events the span is made of
     };
 
     struct Move {
@@ -53,18 +53,18 @@ public:
     };
 
     enum class LaneKind { Key, MouseButton };
-    using LaneKey = std::pair<LaneKind, unsigned int>; ///< with the key code or the button
+    using LaneKey = std::pair<LaneKind, unsigned int>; ///< the number is the key code or the button
 
     struct Lane {
-        KX::KXInputEvent namesake; ///< the event that opened the lane, to name the lane by
+        KX::KXInputEvent namesake; ///< the first event of the lane, which names it
         std::uint64_t number = 0;  ///< lanes are numbered in the order in which they opened
         std::deque<Span> spans;    ///< in order of time, without overlap
     };
 
-    /// Lanes are dropped when nothing in them is kept any more.
+    /// A lane is dropped with its last span.
     using Lanes = std::map<LaneKey, Lane>;
 
-    /// For the presses that follow: what \ref Span::doublePressWindow tells.
+    /// The limit for the presses that follow, see \ref Span::doublePressWindow.
     void setDoublePressWindow(unsigned int ms);
 
     void append(const KX::KXInputEvent& event);
@@ -75,19 +75,19 @@ public:
     /// Time of the newest event; 0 when there is none yet.
     Time newest() const;
 
-    /// Time of the first event of what is kept; that of the newest when nothing is.
+    /// Time of the oldest event that is kept; time of the newest one when none is kept.
     Time oldest() const;
 
-    /// The events' tick at a time.
+    /// The tick that events have at \p time.
     unsigned int tickAt(Time time) const;
 
     bool isEmpty() const;
     bool isAnyKeyDown() const;
 
-    /// Events that what is kept is made of.
+    /// How many events are kept.
     int eventCount() const;
 
-    /// The first span that ends at \p time or later; a span that is still down does not end.
+    /// The first span that ends at \p time or later. A span that is still down has no end.
     static std::deque<Span>::const_iterator firstSpanEndingAt(const Lane& lane, Time time);
 
     /// The first move at \p time or later.
@@ -109,7 +109,7 @@ private:
 
     Lanes keyLanes;
     std::deque<Move> encoderMoves;
-    std::deque<std::pair<Place, LaneKey>> oldestFirst; ///< where each span and move is
+    std::deque<std::pair<Place, LaneKey>> oldestFirst; ///< the place of each span and move
     Time newestTime = 0;
     unsigned int newestTick = 0;
     bool hasTime = false;

@@ -13,7 +13,7 @@ namespace {
 const char* const variable = "KX_CAN_BUS_0";
 const std::string virtualBus = "unix:";
 
-// The window stands still as long; the listener takes a frame at once.
+// The window freezes for up to this time. A listener takes a frame at once.
 constexpr std::chrono::milliseconds longestWait(50);
 
 bool isVirtual(const std::string& name) {
@@ -25,12 +25,12 @@ bool isHeldByAnother(const std::string& name) {
         const CanBus::CANSender probe(name);
         return true;
     } catch (const std::runtime_error&) {
-        return false; // a socket that nobody listens to any more is replaced
+        return false; // a socket without a listener is replaced
     }
 }
 
-// Whether a listener can be at the path. The platform finds out too, but it tells in words of its own and the
-// library goes on without a keypad.
+// Whether a listener can be at the path. The platform checks it too, but it has its own wording, and the library
+// would go on without a keypad.
 void checkPath(const std::string& name) {
     const QString path = QString::fromLocal8Bit(name.substr(virtualBus.size()).c_str());
     const QFileInfo folder(QFileInfo(path).path());

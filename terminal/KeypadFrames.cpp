@@ -6,7 +6,7 @@ namespace Terminal {
 
 namespace {
 
-// The frame has an identifier of 29 bits.
+// Marks an identifier of 29 bits.
 constexpr std::uint32_t extendedFrame = 0x80000000U;
 constexpr std::uint32_t identifierBits = 0x1FFFFFFFU;
 
@@ -59,7 +59,7 @@ KX::KXCANMessage KeypadFrames::frame(std::uint32_t identifier) const {
 }
 
 void KeypadFrames::addPosition(KX::KXCANMessage& message) const {
-    // A detent is the lowest bit of the mask.
+    // One detent is the lowest bit of the mask.
     const std::uint32_t detent = layout.encoderMask & (~layout.encoderMask + 1);
     const std::uint32_t position = counter * detent & layout.encoderMask;
     const int low = layout.encoderByteIndex;

@@ -9,15 +9,16 @@
 
 namespace Terminal {
 
-/// The electronics of a keypad on the CAN bus: knows which keys are down and where the knob stands, and makes the
-/// frames that tell of it.
+/// The electronics of a keypad on the CAN bus. It knows which keys are down and the position of the knob, and
+/// makes the frames that report them.
 class KeypadFrames {
 public:
-    /// \p layout has passed KeyLayout::check.
+    /// \p layout must have passed KeyLayout::check.
     explicit KeypadFrames(const KX::CANRemoteOptions& layout);
 
-    /// \param entry  of the layout's keys
-    /// \return the frame with the states of all keys that share it, and the knob's position if that shares it, too
+    /// \param entry  index of the layout's keys
+    /// \return the frame with the states of all keys that share it, and with the knob's position if the knob
+    /// shares it
     KX::KXCANMessage setKey(int entry, bool pressed);
 
     bool isPressed(int entry) const;
@@ -25,7 +26,8 @@ public:
     /// Turns the knob by one detent. Its counter has 16 bits and wraps.
     KX::KXCANMessage turn(bool up);
 
-    /// What a frame of such a keypad tells of a key, or of the knob's counter in detents; nothing when it is not theirs.
+    /// What a frame of such a keypad says about a key, or about the knob's counter in detents. Nothing when the
+    /// frame does not carry it.
     std::optional<bool> keyIn(const KX::KXCANMessage& message, int entry) const;
     std::optional<int> detentsIn(const KX::KXCANMessage& message) const;
 
@@ -35,7 +37,7 @@ private:
 
     KX::CANRemoteOptions layout;
     std::array<bool, 16> pressedKeys{};
-    std::uint16_t counter = 0; // where the library begins, too
+    std::uint16_t counter = 0; // the library starts here, too
 };
 
 } // namespace Terminal

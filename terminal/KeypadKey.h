@@ -4,7 +4,7 @@
 
 namespace Terminal {
 
-/// A key of the keypad. Takes no keyboard focus.
+/// A key of the keypad. It takes no keyboard focus.
 class KeypadKey : public QAbstractButton {
     Q_OBJECT
 

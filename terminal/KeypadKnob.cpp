@@ -16,7 +16,7 @@ namespace Terminal {
 namespace {
 
 constexpr double degreesPerDetent = 360.0 / KeypadKnob::detentsPerTurn;
-constexpr int clickDistance = 8; // a finger is never quite still
+constexpr int clickDistance = 8; // a finger never rests completely
 
 double toDegrees(double radians) {
     return radians * 180 / std::acos(-1.0);
@@ -56,7 +56,7 @@ void KeypadKnob::turnBy(int detents) {
 
 double KeypadKnob::angleAt(const QPoint& point) const {
     const QPointF fromMiddle = QPointF(point) - QRectF(rect()).center();
-    return toDegrees(std::atan2(fromMiddle.y(), fromMiddle.x())); // downwards is positive: so is clockwise
+    return toDegrees(std::atan2(fromMiddle.y(), fromMiddle.x())); // positive is downwards, and so clockwise
 }
 
 void KeypadKnob::mousePressEvent(QMouseEvent* event) {
@@ -71,7 +71,7 @@ void KeypadKnob::mouseMoveEvent(QMouseEvent* event) {
         return;
     isDragged = true;
     const double angle = angleAt(event->pos());
-    draggedAngle += std::remainder(angle - lastAngle, 360.0); // the short way round
+    draggedAngle += std::remainder(angle - lastAngle, 360.0); // the shorter way
     lastAngle = angle;
     const int detents = static_cast<int>(draggedAngle / degreesPerDetent);
     draggedAngle -= detents * degreesPerDetent;

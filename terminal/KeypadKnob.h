@@ -6,8 +6,8 @@
 
 namespace Terminal {
 
-/// The knob of the keypad. It is turned by dragging round its middle, by a click on its right half (up) or left
-/// half (down), or by the wheel.
+/// The knob of the keypad. Dragging around its centre, a click on its right (up) or left half (down), and the
+/// wheel turn it.
 class KeypadKnob : public QWidget {
     Q_OBJECT
 
@@ -16,14 +16,14 @@ public:
 
     explicit KeypadKnob(QWidget* parent = nullptr);
 
-    /// Draws it as it stands after so many detents; nothing is told of a turn.
+    /// Shows the knob at this position, in detents. Emits nothing.
     void showPosition(int detents);
 
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
 
 signals:
-    /// Once a detent.
+    /// Emitted once per detent.
     void turned(bool up);
 
 protected:
@@ -41,10 +41,10 @@ private:
 
     WheelDetents wheelDetents;
     double lastAngle = 0;    // of the pointer, in degrees
-    double draggedAngle = 0; // not yet turned into detents
-    bool isDragged = false;  // the press has turned out to be more than a click
+    double draggedAngle = 0; // not turned into detents yet
+    bool isDragged = false;  // the press is more than a click
     QPoint pressPosition;
-    int position = 0; // of the picture, in detents
+    int position = 0; // shown, in detents
 };
 
 } // namespace Terminal

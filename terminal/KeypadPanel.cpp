@@ -73,7 +73,7 @@ void KeypadPanel::setKey(int entry, bool pressed) {
         emit frameChanged(frames.setKey(entry, pressed));
 }
 
-// A key that is held down while the keypad disappears will never be let go.
+// A key that is held while the keypad disappears would never be released.
 void KeypadPanel::hideEvent(QHideEvent* event) {
     for (int entry = 0; entry < keys.size(); ++entry) {
         if (keys[entry] == nullptr)

@@ -15,26 +15,28 @@ class KeypadKnob;
 
 /// The keypad on the CAN bus, drawn on the screen: up to 16 keys and a knob.
 ///
-/// It is a device of its own that happens to be drawn here. It sends frames, and what comes of them comes back
-/// the way of any keypad's; mouse and touch on it are no input of the screen.
+/// It is a separate device that happens to be drawn here. It sends frames, and its key events come back like those
+/// of any keypad. Mouse and touch on it are no input of the screen.
 class KeypadPanel : public QWidget {
     Q_OBJECT
 
 public:
     explicit KeypadPanel(QWidget* parent = nullptr);
 
-    /// Shows the keys of \p layout, which has passed KeyLayout::check, named by the toolkit's keys. Once.
+    /// Shows the keys of \p layout, labelled with the toolkit's names. \p layout must have passed
+    /// KeyLayout::check. Call it once.
     void setLayoutOfKeys(const KX::CANRemoteOptions& layout);
 
-    /// The key with that number on the keypad; null if there is none.
+    /// The key with this number on the keypad; null if there is none.
     KeypadKey* key(int number) const;
 
     KeypadKnob& knob() const;
 
-    /// Shows what another keypad of this layout sent: which keys are down, and where the knob stands. Sends nothing.
+    /// Shows what another keypad with this layout has sent: the keys that are down and the position of the knob.
+    /// Sends nothing.
     void showFrame(const KX::KXCANMessage& frame);
 
-    /// Says why frames do not get onto the bus any more.
+    /// Shows why frames no longer reach the bus.
     void showFault(const QString& text);
     QString fault() const;
 

@@ -8,10 +8,10 @@
 
 namespace Terminal {
 
-/// Chooses which lanes of a time line to show where there is no room for all.
+/// Chooses which lanes of a time line to show when there is no room for all.
 ///
-/// Lanes with something in the visible time come first, then those used last. Those chosen stand in the order in
-/// which they were first used, the encoder above them, so none moves as long as there is room for all.
+/// Lanes with something in the visible time come first, then the most recently used ones. The chosen lanes are
+/// ordered by their first use, below the encoder. So no lane moves as long as there is room for all.
 class LaneChoice {
 public:
     /// A row without a lane shows the encoder.
@@ -20,10 +20,10 @@ public:
     struct Visible {
         KeyTimeLine::Time first;
         KeyTimeLine::Time last;
-        std::size_t rows; ///< that there is room for; one of them is left free when there are more lanes
+        std::size_t rows; ///< how many fit; one stays free when there are more lanes
     };
 
-    /// \p page counts from 0, with the most interesting lanes; beyond the last page it begins anew.
+    /// \p page counts from 0, the page with the most interesting lanes. After the last page comes the first.
     void choose(const KeyTimeLine& timeLine, const Visible& visible, std::size_t page);
 
     const std::vector<Row>& rows() const;

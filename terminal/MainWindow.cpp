@@ -108,7 +108,8 @@ void MainWindow::arrange() {
 void MainWindow::showCount() {
     const quint64 count = model.appendedCount();
     const QString unit = count == 1 ? QStringLiteral("event") : QStringLiteral("events");
-    // Beside the pages there is no room for a line, nor for the title that tells of a replay.
+    // Beside the pages there is room for two short lines. The title is hidden there, so they show how far a replay
+    // is.
     if (!hasPages())
         eventCount->setText(QStringLiteral("%1 %2").arg(count).arg(unit));
     else if (replayName.isNull())
@@ -119,7 +120,8 @@ void MainWindow::showCount() {
 
 void MainWindow::showEvents(const ClassifiedEvents& events) {
     showCount();
-    // All of them: the encoder's numbers stay when something else comes behind in the same batch.
+    // The screen gets every event: the encoder's numbers must stay even if another event follows in the same
+    // batch.
     for (const KX::KXInputEvent& event : events)
         screen->showInput(event);
     softKeys->showEvents(events);

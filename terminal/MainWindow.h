@@ -20,10 +20,10 @@ class OperatorScreen;
 class PageArea;
 class SoftKeyBar;
 
-/// The window of the terminal. It shows what \p model holds and knows nothing of where events come from.
+/// The window of the terminal. It shows what \p model holds and does not know where events come from.
 ///
-/// On a small screen the keypad and the actions are pages like the views; where there is room they are always
-/// shown. Pages are turned by buttons or by the keys F10 and F11; F12 goes to the settings and back.
+/// On a small screen the keypad and the actions are pages like the views; on a larger one they are always visible.
+/// Buttons and the keys F10 and F11 turn the pages. F12 goes to the settings and back.
 class MainWindow : public QWidget {
     Q_OBJECT
 
@@ -31,10 +31,10 @@ public:
     /// \p model and \p settings must outlive the window.
     MainWindow(EventModel& model, InputSettings& settings);
 
-    /// Where the middle of a soft key is, in this window; \p number counts from 0.
+    /// The centre of a soft key, in window coordinates. \p number counts from 0.
     QPoint softKeyPosition(int number) const;
 
-    /// Where the middle of something in this window is, in this window.
+    /// The centre of a widget in this window, in window coordinates.
     QPoint positionOf(const QWidget& widget) const;
 
     KeypadPanel& keypad() const;
@@ -44,21 +44,22 @@ public:
     PageArea& pages() const;
     InputOffBanner& inputOffBanner() const;
 
-    /// Shows a page; in a large window there is no need to for the keypad and the actions.
+    /// Shows a page. Has no effect for the keypad and the actions in a large window, where both are always
+    /// visible.
     void showPage(Page page);
 
-    /// Whether the window is that small that everything is a page.
+    /// Whether the window is so small that everything is a page.
     bool hasPages() const;
 
-    /// From now on the events are those of a recording, which change nothing in the window: who looks at them turns the
-    /// pages, see \ref takeReport.
+    /// From now on the events come from a recording and change nothing in the window. Whoever watches can still
+    /// turn the pages, see \ref takeReport.
     void beginReplay(const QString& name);
 
-    /// How far the replay has come, 0 to 100.
+    /// Progress of the replay in percent.
     void showReplayProgress(int percent);
 
-    /// Takes a report of the toolkit layer, as it was before the library got it: while input is off no classified
-    /// event tells of the key that switches it on again, and in a replay none tells of any key.
+    /// Takes a report of the toolkit layer before the library gets it. There are two reasons: while input is off,
+    /// no classified event tells of the key that switches it on again, and in a replay none tells of any key.
     void takeReport(const KX::KXToolkitEvent& event);
 
 protected:
@@ -81,7 +82,7 @@ private:
     InputOffBanner* banner = nullptr;
     SoftKeyBar* softKeys = nullptr;
     PageArea* area = nullptr;
-    QString replayName; // null: the operator's input is live
+    QString replayName; // null: live input
     int replayPercent = 0;
 };
 

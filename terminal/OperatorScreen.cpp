@@ -14,7 +14,7 @@ constexpr int inset = 18;
 constexpr int tileWidth = 132;
 constexpr int gap = 10;
 
-// Long names stay whole on a small screen.
+// Shrinks the font so that long names fit on a small screen.
 void drawFitted(QPainter& painter, const QRect& area, int pixelSize, const QString& text) {
     QFont font = Theme::font(pixelSize, true);
     while (font.pixelSize() > 12 && QFontMetrics(font).horizontalAdvance(text) > area.width())

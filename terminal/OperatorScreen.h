@@ -8,9 +8,9 @@
 
 namespace Terminal {
 
-/// The screen of the terminal: says what the last classified event was, large.
+/// The screen of the terminal. It shows the last classified event in large letters.
 ///
-/// The numbers of the encoder stay when something else happens, but lose their colour.
+/// The numbers of the encoder stay when another event arrives, but lose their colour.
 class OperatorScreen : public QWidget {
     Q_OBJECT
 
@@ -19,7 +19,7 @@ public:
 
     void showInput(const KX::KXInputEvent& event);
 
-    /// Takes less height, on a small screen.
+    /// Uses less height, for a small screen.
     void setCompact(bool compact);
 
     QSize sizeHint() const override;

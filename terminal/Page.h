@@ -2,9 +2,9 @@
 
 namespace Terminal {
 
-/// What the window can show below the soft keys, in the order in which it is turned over.
+/// The pages below the soft keys, in the order in which they are turned.
 ///
-/// In a large window the keypad and the actions are always shown and are no pages.
+/// In a large window the keypad and the actions are always visible and are not pages.
 enum class Page { Events, TimeLine, Encoder, Keypad, Actions, Settings };
 
 constexpr int pageCount = 6;

@@ -95,7 +95,7 @@ void PageArea::arrange() {
     const Page shown = shownPage();
     pageBar->setPages(pagesNow());
     pageBar->setShownPage(shown);
-    // First away with what goes, or the window would have to hold both for a moment.
+    // Hide first, then show: otherwise the window would have to hold both for a moment.
     for (const bool show : {false, true}) {
         for (int page = 0; page < pageCount; ++page) {
             const bool isShown =
@@ -125,10 +125,10 @@ void PageArea::takeInput(const KX::KXInputEvent& event) {
 
 void PageArea::takeTimeLineInput(const KX::KXInputEvent& event) {
     if (event.eventType == KX::ENCODER_MOVE_EVENT) {
-        // Once, however fast it was turned: there are few levels.
+        // One level per event, however fast the turn: there are few levels.
         event.keyCode == KX::KX_KEY_UP ? timeLineView->zoomIn() : timeLineView->zoomOut();
     } else if (KeyCodes::isPress(event)) {
-        // Home does the same as PgUp: a keypad has no more than Home and End.
+        // Home does the same as PgUp, because a keypad has only Home and End.
         if (event.keyCode == KX::KX_KEY_HOME || event.osKeyCode == Qt::Key_PageUp)
             timeLineView->scrollBack();
         else if (event.osKeyCode == Qt::Key_PageDown)

@@ -21,8 +21,8 @@ class PageBar;
 class SettingsPanel;
 class TimeLineView;
 
-/// What stands below the soft keys: pages, one of which is shown, and in a large window the keypad and the actions
-/// above them.
+/// The area below the soft keys. It shows one of the pages, and in a large window the keypad and the actions above
+/// it.
 class PageArea : public QWidget {
     Q_OBJECT
 
@@ -30,22 +30,23 @@ public:
     /// \p model and \p settings must outlive the area.
     PageArea(EventModel& model, InputSettings& settings, QWidget* parent = nullptr);
 
-    /// On a small screen the keypad and the actions are pages, and the bar of the pages stands elsewhere.
+    /// On a small screen the keypad and the actions are pages, and the page bar is placed elsewhere.
     void setPaged(bool paged);
 
-    /// Shows a page. In a large window the keypad and the actions are shown anyway, and it only remembers.
+    /// Shows a page. In a large window the keypad and the actions are visible anyway; the area only remembers the
+    /// choice.
     void showPage(Page page);
 
-    /// The page that is shown now.
+    /// The page that is shown.
     Page shownPage() const;
 
-    /// Turns to the page \p steps further on in the bar, round its end.
+    /// Turns by \p steps pages in the order of the bar. After the last page comes the first.
     void turnPage(int steps);
 
-    /// To the settings, and from there back to where the operator came from.
+    /// Shows the settings, or returns from them to the previous page.
     void toggleSettings();
 
-    /// Takes what the operator did, for the page that is shown.
+    /// Hands the operator's input to the page that is shown.
     void takeInput(const KX::KXInputEvent& event);
 
     PageBar& bar() const;

@@ -11,14 +11,14 @@ namespace Terminal {
 
 class ScreenButton;
 
-/// A button for each page, between the names of the keys that turn them.
+/// One button per page, between the names of the keys that turn the pages.
 class PageBar : public QWidget {
     Q_OBJECT
 
 public:
     explicit PageBar(QWidget* parent = nullptr);
 
-    /// Which pages there are at the moment.
+    /// Sets which pages exist now.
     void setPages(const QVector<Page>& pages);
     QVector<Page> pages() const;
 

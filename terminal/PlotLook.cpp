@@ -48,7 +48,7 @@ void dressAxis(QwtPlot& plot, int axis) {
 void PlotLook::dress(QwtPlot& plot) {
     plot.setAutoReplot(false);
     plot.setFocusPolicy(Qt::NoFocus);
-    plot.setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Ignored); // the view knows what it needs
+    plot.setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Ignored); // the view sets the size
     plot.setMinimumSize(80, 60);
     plot.setAutoFillBackground(false);
     plot.setAttribute(Qt::WA_TransparentForMouseEvents);
@@ -69,7 +69,7 @@ void PlotLook::addGrid(QwtPlot& plot, bool vertical, bool horizontal) {
     grid->setMajorPen(Theme::outline().darker(140), 1);
     grid->enableX(vertical);
     grid->enableY(horizontal);
-    grid->attach(&plot); // which owns it now
+    grid->attach(&plot); // the plot owns it now
 }
 
 void PlotLook::drawPanel(QPainter& painter, const QRect& area) {

@@ -4,20 +4,21 @@
 
 namespace Terminal {
 
-/// A button on the screen, for a finger. Takes no keyboard focus; a key does the same and stands on the button.
+/// A button on the screen for a finger. It takes no keyboard focus; it shows the name of the key that does the
+/// same.
 class ScreenButton : public QAbstractButton {
     Q_OBJECT
 
 public:
-    /// The smallest side of what a finger can hit.
+    /// The smallest side that a finger can hit.
     static constexpr int touchSize = 44;
 
-    /// \param label  with the name of the key behind a tabulator, if there is one: "Events\tF10"
+    /// \param label  may have the name of a key after a tab: "Events\tF10"
     explicit ScreenButton(const QString& label, QWidget* parent = nullptr);
 
     void setTextSize(int pixelSize);
 
-    /// Writes the name of the key below the text instead of beside it, which makes the button narrower.
+    /// Puts the name of the key below the text instead of beside it. The button becomes narrower.
     void setKeyBelow(bool below);
 
     QSize sizeHint() const override;

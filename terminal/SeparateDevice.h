@@ -3,14 +3,14 @@
 class QPoint;
 class QWidget;
 
-/// Parts of the window that are no part of the terminal's screen but pictures of a device of their own. What the
-/// mouse does there is done to that device, which reports it on its own way; the toolkit layer leaves it out.
+/// Parts of the window that are not part of the terminal's screen, but pictures of separate devices. The device
+/// itself reports what the mouse does there, so the toolkit layer ignores it.
 namespace Terminal::SeparateDevice {
 
-/// Presses of the mouse that begin on \p widget or its children are the device's.
+/// Mouse presses that begin on \p widget or its children belong to the device.
 void takesPresses(QWidget& widget);
 
-/// The wheel over \p widget or its children is the device's.
+/// The wheel over \p widget or its children belongs to the device.
 void takesWheel(QWidget& widget);
 
 bool ownsPress(const QWidget& window, const QPoint& position);

@@ -78,7 +78,7 @@ void SettingRow::paintEvent(QPaintEvent* /*event*/) {
     painter.setBrush(chosenByKeys ? Theme::panel().lighter(125) : Theme::panel());
     painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), 7, 7);
 
-    // The name and up to two lines below it, in the middle of the height.
+    // The name and up to two lines below it are centred vertically.
     const QFont nameFont = Theme::font(14, true);
     const QFont infoFont = Theme::font(12);
     const int right = controlLayout->itemAt(0)->geometry().right();

@@ -6,36 +6,36 @@ class QHBoxLayout;
 
 namespace Terminal {
 
-/// A row of the settings: what it is about, something said below, and to the right what changes it.
+/// A row of the settings: a name, a line of information below it, and controls at the right.
 class SettingRow : public QWidget {
     Q_OBJECT
 
 public:
     explicit SettingRow(const QString& name, QWidget* parent = nullptr);
 
-    /// Says something in ordinary words below the name.
+    /// Shows information below the name.
     void showInfo(const QString& text);
 
-    /// Says there why something was refused, until the next info.
+    /// Shows below the name why a value was refused, until the next information.
     void showRefusal(const QString& text);
     QString infoText() const;
     bool saysRefusal() const;
 
-    /// Whether the keys change this row; it looks so, and its controls name the keys.
+    /// Whether the keys change this row. A chosen row is highlighted, and its controls show the names of the keys.
     virtual void setChosen(bool chosen);
     bool isChosen() const;
 
-    /// A turn of the knob, positive to the right.
+    /// Turns the knob; positive is to the right.
     virtual void turn(int steps);
 
-    /// The key Return.
+    /// Handles the key Return.
     virtual void activate();
 
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
 
 signals:
-    /// The operator has put a finger on the row.
+    /// The operator has touched the row.
     void touched();
 
 protected:

@@ -15,11 +15,11 @@ namespace Terminal {
 namespace {
 
 constexpr int valueWidth = 104;
-constexpr int greatestShown = 999999; // what there is room for
+constexpr int greatestShown = 999999; // the widest that fits
 constexpr int repeatDelayMs = 500;
 constexpr int repeatIntervalMs = 60;
 
-// The next multiples of \p step in the direction of \p steps.
+// The value \p steps multiples of \p step further.
 int steppedValue(int value, int step, int steps) {
     const int below = value / step;
     const int above = (value + step - 1) / step;

@@ -8,13 +8,13 @@ namespace Terminal {
 class ScreenButton;
 class SwitchButton;
 
-/// A number with a button that lowers it and one that raises it; held down, they go on.
+/// A number with a button that lowers it and one that raises it. The buttons repeat while they are held.
 class NumberRow : public SettingRow {
     Q_OBJECT
 
 public:
     /// \p settings must outlive the row.
-    /// \param step  what a press of a button or a step of the knob changes; values become multiples of it
+    /// \param step  change per press or per step of the knob; values become multiples of it
     NumberRow(InputSettings& settings, InputSettings::Setting setting, int step);
 
     void setChosen(bool chosen) override;

@@ -4,18 +4,18 @@
 
 #include <QString>
 
-/// How the settings are worded on the screen.
+/// The texts of the settings on the screen.
 namespace Terminal::SettingText {
 
 QString name(InputSettings::Setting setting);
 
-/// Empty where there is none.
+/// Empty for a setting without a unit.
 QString unit(InputSettings::Setting setting);
 
-/// What values can be set now: "0 to 1999 ms".
+/// The values that are possible now: "0 to 1999 ms".
 QString range(InputSettings::Setting setting, const InputSettings& settings);
 
-/// Why \p value was refused with \p status.
+/// Why the library refused \p value with \p status.
 QString refusal(InputSettings::Setting setting, int value, int status, const InputSettings& settings);
 
 } // namespace Terminal::SettingText

@@ -78,8 +78,8 @@ void SettingsPanel::takeInput(const KX::KXInputEvent& event) {
         if (event.keyCode == KX::KX_KEY_TAB)
             choose((chosen + 1) % allRows.size());
     } else if (event.eventType == KX::KEY_RELEASE_EVENT && event.keyCode == KX::KX_KEY_RETURN && returnIsDown) {
-        // Not sooner: were input switched off by the press, its release would be lost and it would turn out to
-        // be a long one.
+        // Only on release: if the press switched input off, the library would never get the release and would
+        // report a long press.
         returnIsDown = false;
         allRows[chosen]->activate();
     }

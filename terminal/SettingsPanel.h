@@ -13,9 +13,9 @@ class NumberRow;
 class SettingRow;
 class SwitchRow;
 
-/// The settings, changed by finger or by keys and applied at once.
+/// The settings. Fingers and keys change them, and changes apply at once.
 ///
-/// One row is chosen: Tab goes to the next one, turning the encoder changes its value, Return presses its button.
+/// One row is chosen: Tab chooses the next row, the encoder changes its value, and Return presses its button.
 class SettingsPanel : public QWidget {
     Q_OBJECT
 
@@ -23,10 +23,10 @@ public:
     /// \p settings must outlive the panel.
     explicit SettingsPanel(InputSettings& settings, QWidget* parent = nullptr);
 
-    /// Takes what the operator did; to be called while the panel is shown.
+    /// Handles the operator's input. Call it only while the panel is shown.
     void takeInput(const KX::KXInputEvent& event);
 
-    /// In the order in which Tab goes through them.
+    /// In the order of Tab.
     const QVector<SettingRow*>& rows() const;
     int chosenRow() const;
 

@@ -46,7 +46,7 @@ QSize SoftKey::sizeHint() const {
 }
 
 QSize SoftKey::minimumSizeHint() const {
-    return {80, 78}; // a finger in a glove
+    return {80, 78}; // for a finger in a glove
 }
 
 void SoftKey::paintEvent(QPaintEvent* /*event*/) {

@@ -8,14 +8,15 @@
 
 namespace Terminal {
 
-/// A key beside the screen whose function the screen names. Touch-sized; it takes no keyboard focus.
+/// A key beside the screen. The screen shows its function. It is large enough for a finger and takes no keyboard
+/// focus.
 class SoftKey : public QAbstractButton {
     Q_OBJECT
 
 public:
     SoftKey(int number, const QString& label, QWidget* parent = nullptr);
 
-    /// Shows as what the last press of this key was recognised; nothing for an ordinary look.
+    /// Shows how the last press of this key was classified; nothing restores the normal look.
     void showRecognised(std::optional<KX::KXGesture> gesture);
 
     std::optional<KX::KXGesture> recognised() const;

@@ -58,7 +58,8 @@ void SoftKeyBar::showInput(const KX::KXInputEvent& event) {
         touchedKey->showRecognised(kind.gesture);
 }
 
-// The press of a soft key is known here before it comes back classified; a press beside the keys is not.
+// A press of a soft key is known here before its classified event arrives. A press beside the keys is not known
+// here.
 void SoftKeyBar::beginTouch() {
     if (touchedKey != nullptr)
         touchedKey->showRecognised(std::nullopt);

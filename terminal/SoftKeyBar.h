@@ -9,7 +9,7 @@ namespace Terminal {
 
 class SoftKey;
 
-/// The row of soft keys. The key that was touched last shows as what the library recognised the touch.
+/// The row of soft keys. The last touched key shows how the library classified the touch.
 class SoftKeyBar : public QWidget {
     Q_OBJECT
 
@@ -29,8 +29,8 @@ private:
     void beginTouch();
 
     QVector<SoftKey*> softKeys;
-    SoftKey* pressedKey = nullptr; // went down in the window, its press has not come back classified yet
-    SoftKey* touchedKey = nullptr; // the one that classified mouse events belong to now
+    SoftKey* pressedKey = nullptr; // went down in the window; its classified press is still to come
+    SoftKey* touchedKey = nullptr; // classified mouse events belong to this one now
 };
 
 } // namespace Terminal

@@ -16,22 +16,22 @@ namespace {
 
 using Span = KeyTimeLine::Span;
 
-constexpr qreal bandHeight = 10; // above the bars, for what is between presses
+constexpr qreal bandHeight = 10; // above the bars, for the distances between presses
 constexpr qreal barInset = 2;
 constexpr qreal barLeastWidth = 2;
 constexpr qreal barTallest = 22;
 constexpr qreal fadeWidth = 18;
-constexpr qreal markDistanceLeast = 9; // nearer ones could not be told apart
+constexpr qreal markDistanceLeast = 9; // nearer marks could not be told apart
 constexpr qreal windowLeastWidth = 10;
 constexpr qreal gapLeastWidth = 6;
 constexpr int labelSize = 10;
-constexpr unsigned int windowsToMiss = 3; // a gap of more windows than this is no attempt at a double press
+constexpr unsigned int windowsToMiss = 3; // a longer gap is no attempt at a double press
 
 QColor colourOfBar(const Span& span) {
     return Theme::colourOf(span.isDoublePress ? KX::KXGesture::DoublePress : KX::KXGesture::Press);
 }
 
-// A thin line through it is sharp.
+// A thin line through this position is sharp.
 qreal middleOfPixel(qreal position) {
     return std::floor(position) + 0.5;
 }
@@ -41,7 +41,7 @@ QString lengthText(KeyTimeLine::Time ms) {
                      : QStringLiteral("%1 s").arg(static_cast<double>(ms) / 1000, 0, 'f', 2);
 }
 
-// The shortest wording comes last.
+// The shortest text comes last.
 QStringList gapTexts(const Span& span) {
     const QString ms = QString::number(span.sincePreviousPress);
     const QString plain = ms + QStringLiteral(" ms");
@@ -83,7 +83,7 @@ void SpanPainter::draw(const Span& span, const Extent& extent, KeyTimeLine::Time
         drawGap(span, extent);
 }
 
-// How long the next press would have been a double press: a thin line below the bars.
+// The time in which another press would be a double press: a thin line below the bars.
 void SpanPainter::drawWindow(const Extent& extent) {
     const qreal width = extent.doublePressEnd - extent.left;
     if (width >= windowLeastWidth)
@@ -106,7 +106,7 @@ void SpanPainter::drawBar(const Span& span, const Extent& extent) {
     painter.drawRoundedRect(bar, corner, corner);
 }
 
-// What was not seen fades out.
+// A part that was not seen fades out.
 void SpanPainter::drawUnknownEnds(const Span& span, const Extent& extent) {
     const auto fade = [this, &span](qreal from, qreal to) {
         QLinearGradient gradient(from, 0, to, 0);
@@ -167,7 +167,8 @@ void SpanPainter::drawLength(const Span& span, const Extent& extent, KeyTimeLine
     painter.drawText(room, Qt::AlignCenter, text);
 }
 
-// A dimension line from press to press. Its text stands on it, or where it is too short behind it, or before it.
+// A dimension line from press to press. Its text stands on the line, after it if the line is too short, or before
+// it.
 void SpanPainter::drawGap(const Span& span, const Extent& extent) {
     const qreal from = middleOfPixel(extent.previousPress);
     const qreal to = middleOfPixel(extent.left);

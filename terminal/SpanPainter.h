@@ -11,21 +11,21 @@ class QPainter;
 
 namespace Terminal {
 
-/// Draws the spans of one lane from left to right: bars, marks, and where there is room, how long they lasted and
-/// how far apart quick presses were.
+/// Draws the spans of one lane from left to right: bars and marks. Where there is room, it writes how long they
+/// lasted and how far apart quick presses were.
 class SpanPainter {
 public:
-    /// Where a span is in the picture, in pixels.
+    /// The position of a span in the picture, in pixels.
     struct Extent {
         qreal left;
         qreal right;
         qreal longPress;      ///< where the long press was recognised
-        qreal previousPress;  ///< where the press before it was
-        qreal doublePressEnd; ///< where a next press would no longer be a double press
+        qreal previousPress;  ///< where the previous press was
+        qreal doublePressEnd; ///< a later press is no double press
         qreal next;           ///< where the next span begins, or the end of the picture
     };
 
-    /// \p row is where the lane may draw.
+    /// The lane draws within \p row.
     SpanPainter(QPainter& target, const QRectF& row);
 
     void draw(const KeyTimeLine::Span& span, const Extent& extent, KeyTimeLine::Time lengthMs);
@@ -46,7 +46,7 @@ private:
     const QRectF rowArea;
     const QRectF bars;
     qreal lastMark = -std::numeric_limits<qreal>::infinity();
-    qreal bandUsed; // how far the room above the bars is taken
+    qreal bandUsed; // how far the space above the bars is used
 };
 
 } // namespace Terminal

@@ -4,7 +4,7 @@
 
 namespace Terminal {
 
-/// A switch that shows whether it is on. Takes no keyboard focus; its text names the key that does the same.
+/// A switch that shows whether it is on. It takes no keyboard focus; its text names the key that does the same.
 class SwitchButton : public QAbstractButton {
     Q_OBJECT
 

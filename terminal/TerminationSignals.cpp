@@ -28,19 +28,19 @@ void TerminationSignals::hold() {
 TerminationSignals::TerminationSignals() {
     const sigset_t set = terminationSignals();
     descriptor = signalfd(-1, &set, SFD_NONBLOCK | SFD_CLOEXEC);
-    if (descriptor == -1) // no descriptors or no memory left: nothing to recover with at start-up
+    if (descriptor == -1) // no descriptors or no memory left at start-up: give up
         throw std::system_error(errno, std::generic_category(), "signalfd");
     readable = std::make_unique<QSocketNotifier>(descriptor, QSocketNotifier::Read);
     connect(readable.get(), &QSocketNotifier::activated, this, &TerminationSignals::takeSignals);
 }
 
 TerminationSignals::~TerminationSignals() {
-    readable.reset(); // it must not watch a descriptor that is closed
+    readable.reset(); // stop watching before the descriptor is closed
     close(descriptor);
 }
 
 void TerminationSignals::takeSignals() {
-    // Which of the two it was makes no difference, and a read that fails means that it was taken before.
+    // Both signals have the same effect. A read that fails means that the signal was taken before.
     signalfd_siginfo signal;
     if (read(descriptor, &signal, sizeof signal) == sizeof signal)
         emit terminationRequested();

@@ -7,17 +7,17 @@
 
 namespace Terminal {
 
-/// Lets SIGINT and SIGTERM end the main loop instead of the process, so that everything is put away in order.
+/// SIGINT and SIGTERM end the main loop instead of the process, so that everything shuts down in order.
 class TerminationSignals : public QObject {
     Q_OBJECT
 
 public:
-    /// Keeps the two signals from interrupting this thread and all that it starts from now on. To be called
-    /// before any other thread exists: one that does not know of it would still be killed with the process.
+    /// Blocks the two signals for this thread and all threads that it starts from now on. Call it before any other
+    /// thread exists: a thread that does not block them would still let them kill the process.
     static void hold();
 
-    /// Reports the signals that \ref hold keeps back, those that have come in the meantime too.
-    /// \throws std::system_error  the system refuses to tell of signals
+    /// Reports the blocked signals, including those that arrived before.
+    /// \throws std::system_error  the system provides no signal descriptor
     TerminationSignals();
     ~TerminationSignals() override;
 

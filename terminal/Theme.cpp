@@ -108,7 +108,7 @@ QFont Theme::font(int pixelSize, bool bold) {
 
 QFont Theme::tableFont() {
     QFont font(QStringLiteral("DejaVu Sans Mono"));
-    font.setStyleHint(QFont::Monospace); // where that family is not installed
+    font.setStyleHint(QFont::Monospace); // if the family is not installed
     font.setPixelSize(13);
     return font;
 }

@@ -4,7 +4,7 @@
 
 namespace Terminal {
 
-/// Explains the marks of the time line, in two lines.
+/// Explains the marks of the time line, in two rows.
 class TimeLineLegend : public QWidget {
     Q_OBJECT
 

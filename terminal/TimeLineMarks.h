@@ -7,8 +7,8 @@ class QPainter;
 
 namespace Terminal {
 
-/// The marks of the time line: what was recognised while a key was down. Each has a shape of its own, so that it
-/// can be told without its colour, too.
+/// The marks of the time line show what was recognised while a key was down. They differ in shape, so colour is
+/// not needed to tell them apart.
 enum class TimeLineMark {
     DoublePress, ///< a disc with a 2
     LongPress,   ///< a full diamond
@@ -18,7 +18,7 @@ enum class TimeLineMark {
 
 namespace TimeLineMarks {
 
-constexpr int size = 14; ///< in pixels, across
+constexpr int size = 14; ///< width and height in pixels
 
 void draw(QPainter& painter, TimeLineMark mark, const QPointF& centre);
 

@@ -1,7 +1,6 @@
 #include "terminal/TimeLineView.h"
 
 #include "platform/KXTick.h"
-#include "terminal/DisplayPace.h"
 #include "terminal/EventText.h"
 #include "terminal/KeyLanesItem.h"
 #include "terminal/PlotLook.h"
@@ -39,13 +38,13 @@ constexpr int rowHeightMost = 44;
 constexpr int labelDistance = 76;
 constexpr int buttonHeight = 44;
 constexpr int buttonRepeatMs = 150;
-constexpr int dragDistance = 8;       // a finger is never quite still
-constexpr Time jammedAfterMs = 60000; // nobody holds a key that long, and nobody watches each pixel of it
+constexpr int dragDistance = 8;       // a finger never rests completely
+constexpr Time jammedAfterMs = 60000; // nobody holds a key that long or watches each pixel of it
 constexpr int jammedIntervalMs = 1000;
 
 } // namespace
 
-/// The names of the lanes, each beside the middle of its row.
+/// The names of the lanes, each beside the centre of its row.
 class LaneNamesScale : public QwtScaleDraw {
 public:
     LaneNamesScale() {
@@ -62,7 +61,7 @@ public:
         return text;
     }
 
-    /// \p more stands below the names, unless it is empty.
+    /// \p more appears below the names unless it is empty.
     void setNames(const QStringList& shown, const QString& more) {
         names = shown;
         others = more;
@@ -73,18 +72,16 @@ public:
     QStringList names;
 };
 
-TimeLineView::TimeLineView(QWidget* parent) : QWidget(parent), zoomLevel(firstLevel) {
+TimeLineView::TimeLineView(QWidget* parent) : QWidget(parent), pace([this] { refresh(); }), zoomLevel(firstLevel) {
     setFocusPolicy(Qt::NoFocus);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
-    SeparateDevice::takesPresses(*this); // looking at what happened must not add to it
+    SeparateDevice::takesPresses(*this); // looking at the past must not add events
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(10, 6, 10, 3);
     column->setSpacing(3);
     column->addWidget(makeHeader());
     makePlot();
     column->addWidget(plot, 1);
-    pace.setSingleShot(true);
-    connect(&pace, &QTimer::timeout, this, &TimeLineView::refresh);
     refresh();
 }
 
@@ -124,7 +121,7 @@ void TimeLineView::makePlot() {
     plot->setAxisScaleDraw(QwtPlot::yLeft, names = new LaneNamesScale);
     plot->setAxisFont(QwtPlot::yLeft, Theme::font(12));
     lanes = new KeyLanesItem(line);
-    lanes->attach(plot); // which owns it now
+    lanes->attach(plot); // the plot owns it now
     plot->canvas()->installEventFilter(this);
 }
 
@@ -146,8 +143,8 @@ void TimeLineView::setDoublePressWindow(unsigned int ms) {
     line.setDoublePressWindow(ms);
 }
 
-// Time goes on only while a key is down. It is counted from the newest event, which need not bear this
-// machine's tick when it comes from a recording.
+// Time advances only while a key is down. It counts from the newest event, which may come from a recording and
+// then has another tick than this machine.
 Time TimeLineView::now() const {
     return line.newest() + (line.isAnyKeyDown() ? Time(KX::KXTick::getTickCount() - tickOfNewest) : 0);
 }
@@ -160,7 +157,7 @@ Time TimeLineView::visibleMs() const {
     return zoomLevels[zoomLevel];
 }
 
-// Room for what belongs to the newest event.
+// Room for the marks of the newest event.
 Time TimeLineView::marginMs() const {
     return visibleMs() / 25;
 }
@@ -186,7 +183,7 @@ void TimeLineView::zoomOut() {
     zoomTo(zoomLevel + 1);
 }
 
-// What is in the middle stays there, or the newest time at the right.
+// Keeps the middle in place, or the newest time at the right.
 void TimeLineView::zoomTo(int level) {
     const Time middle = rightmostTime() - visibleMs() / 2;
     zoomLevel = std::clamp(level, 0, levelCount - 1);
@@ -219,7 +216,7 @@ bool TimeLineView::isFollowing() const {
 }
 
 void TimeLineView::scrollTo(Time rightmost) {
-    const Time earliest = line.oldest() + visibleMs() / 10; // before it there is nothing to see
+    const Time earliest = line.oldest() + visibleMs() / 10; // there is nothing to see before
     const Time latest = now() + marginMs();
     if (std::max(rightmost, earliest) >= latest) {
         heldRightmost.reset();
@@ -249,21 +246,16 @@ int TimeLineView::drawnCount() const {
 }
 
 bool TimeLineView::isTicking() const {
-    return pace.isActive();
+    return pace.isPending();
 }
 
 void TimeLineView::scheduleRefresh() {
-    if (!isVisible() || pace.isActive())
-        return;
-    const qint64 elapsedMs = sinceRefresh.isValid() ? sinceRefresh.elapsed() : DisplayPace::shortestIntervalMs;
-    if (elapsedMs >= DisplayPace::shortestIntervalMs)
-        refresh();
-    else
-        pace.start(DisplayPace::shortestIntervalMs - static_cast<int>(elapsedMs));
+    if (isVisible())
+        pace.request();
 }
 
 void TimeLineView::refresh() {
-    sinceRefresh.start();
+    pace.noteRefresh();
     chooseRows();
     nameRows();
     setTimeScale();
@@ -273,14 +265,14 @@ void TimeLineView::refresh() {
     plot->replot();
     update();
     if (isVisible() && line.isAnyKeyDown() && now() < rightmostTime())
-        pace.start(refreshIntervalMs());
+        pace.requestIn(refreshIntervalMs());
 }
 
-// Faster than a pixel at a time nothing is seen.
+// A shift of less than a pixel is not visible.
 int TimeLineView::refreshIntervalMs() const {
     if (now() - line.newest() >= jammedAfterMs)
         return jammedIntervalMs;
-    return std::clamp(static_cast<int>(msPerPixel()), DisplayPace::shortestIntervalMs, jammedIntervalMs);
+    return std::clamp(static_cast<int>(msPerPixel()), RefreshPace::shortestIntervalMs, jammedIntervalMs);
 }
 
 void TimeLineView::chooseRows() {
@@ -347,7 +339,7 @@ void TimeLineView::hideEvent(QHideEvent* event) {
     pace.stop();
 }
 
-// The canvas gets its size last, when the axes have theirs.
+// The canvas gets its size last, after the axes.
 bool TimeLineView::eventFilter(QObject* watched, QEvent* event) {
     if (watched == plot->canvas() && event->type() == QEvent::Resize)
         refresh();

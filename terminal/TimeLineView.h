@@ -3,9 +3,8 @@
 #include "terminal/EventPump.h"
 #include "terminal/KeyTimeLine.h"
 #include "terminal/LaneChoice.h"
+#include "terminal/RefreshPace.h"
 
-#include <QElapsedTimer>
-#include <QTimer>
 #include <QWidget>
 
 #include <cstddef>
@@ -19,21 +18,21 @@ class KeyLanesItem;
 class LaneNamesScale;
 class ScreenButton;
 
-/// The time line of keys and mouse buttons: a lane for each, the newest time at the right.
+/// The time line of keys and mouse buttons. Each has a lane; the newest time is at the right.
 ///
-/// It follows the newest event until somebody scrolls back, by the buttons, a finger on the picture or the
-/// functions here, which are for function keys. While it follows, time is counted back from now; scrolled back
-/// it stands still, whatever comes in. Nothing is repainted but for new events and while a key is down.
+/// The view follows the newest event until somebody scrolls back with the buttons, with a finger or through the
+/// functions below, which the function keys call. While it follows, time counts back from now. Scrolled back, it
+/// stands still. It repaints only for new events and while a key is down.
 class TimeLineView : public QWidget {
     Q_OBJECT
 
 public:
     explicit TimeLineView(QWidget* parent = nullptr);
 
-    /// Takes over \p events, oldest first.
+    /// Appends \p events, oldest first.
     void append(const ClassifiedEvents& events);
 
-    /// How near to each other two presses must be for a double press; drawn with the presses that follow.
+    /// The limit for a double press. It applies to the presses that follow.
     void setDoublePressWindow(unsigned int ms);
 
     void zoomIn();
@@ -41,15 +40,15 @@ public:
     void scrollBack();
     void scrollForward();
 
-    /// Where there is no room for all lanes: shows others.
+    /// Shows other lanes when there is no room for all.
     void showOtherLanes();
 
-    /// Back to the newest time and the lanes used last.
+    /// Returns to the newest time and the most recently used lanes.
     void follow();
 
     bool isFollowing() const;
 
-    /// How much time is shown, in ms.
+    /// The length of the visible time in ms.
     KeyTimeLine::Time visibleMs() const;
 
     /// The time at the right border.
@@ -57,19 +56,19 @@ public:
 
     const KeyTimeLine& timeLine() const;
 
-    /// Names of the lanes shown, the uppermost first.
+    /// Names of the visible lanes from top to bottom.
     QStringList laneNames() const;
 
-    /// "+3 lanes" and an arrow when there are more lanes than are shown; else empty.
+    /// "+3 lanes" and an arrow when some lanes are hidden; otherwise empty.
     QString otherLanesText() const;
 
     /// How many spans and moves the last painting drew.
     int drawnCount() const;
 
-    /// A repaint is due, because something moves.
+    /// Whether a repaint is due because something moves.
     bool isTicking() const;
 
-    /// Where time is drawn, in this widget.
+    /// The area of the time axis, in this widget.
     QRect timeArea() const;
 
     QSize sizeHint() const override;
@@ -111,15 +110,14 @@ private:
     KeyLanesItem* lanes = nullptr;
     LaneNamesScale* names = nullptr;
     ScreenButton* nowButton = nullptr;
-    QTimer pace;
-    QElapsedTimer sinceRefresh;
+    RefreshPace pace;
     LaneChoice choice;
     std::size_t lanePage = 0;
-    int namedHeight = -1;                           ///< of the plot for which the rows were named
-    std::optional<KeyTimeLine::Time> heldRightmost; ///< unless it follows
+    int namedHeight = -1;                           ///< the height of the plot when the rows were named
+    std::optional<KeyTimeLine::Time> heldRightmost; ///< empty while the view follows
     KeyTimeLine::Time heldReference = 0;
     std::optional<Drag> drag;
-    unsigned int tickOfNewest = 0; ///< this machine's, when the newest event came
+    unsigned int tickOfNewest = 0; ///< of this machine, when the newest event arrived
     int zoomLevel;
 };
 

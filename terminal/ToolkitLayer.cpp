@@ -22,9 +22,8 @@ bool isKeyEvent(const QEvent* event) {
     return event->type() == QEvent::KeyPress || event->type() == QEvent::KeyRelease;
 }
 
-// The library posts its key events to the active window, whichever that is, and nobody has given them a time.
-// What was typed bears the time of the window system, also where a widget had no use for it and Qt offers it to
-// the window in the end; that has been dealt with by then.
+// The library posts its key events to the active window, and they have no time. Typed keys have the window
+// system's time, even when Qt offers them to the window because no widget used them; those were handled before.
 bool isKeyOfLibrary(const QObject* receiver, const QEvent* event) {
     return isKeyEvent(event) && receiver->isWidgetType() && static_cast<const QWidget*>(receiver)->isWindow() &&
            static_cast<const QKeyEvent*>(event)->timestamp() == 0;
@@ -87,7 +86,7 @@ bool ToolkitLayer::nativeWindowGets(QEvent* event) {
         sendMouse(KX::TOOLKIT_MOUSE_EXIT_EVENT, Qt::NoButton);
         return false;
     case QEvent::TouchCancel:
-        // Qt goes on to release the left button, which stands for the touch; that is not reported any more.
+        // Qt will also release the left button, which stands for the touch. That release is not reported.
         escapeButtons(heldButtons);
         return false;
     default:
@@ -148,7 +147,7 @@ bool ToolkitLayer::mayBeAutoRepeat(const QKeyEvent& release) const {
     if (repeats == Repeats::AreMarked)
         return false;
     const auto held = heldKeys.constFind(release.key());
-    // What the library posts has no time and is never repeated.
+    // Keys from the library have no time and never repeat.
     return held != heldKeys.constEnd() && release.timestamp() != 0 &&
            release.timestamp() - held.value() >= shortestRepeatDelayMs;
 }
@@ -174,10 +173,10 @@ void ToolkitLayer::reportSuspectedRelease() {
 }
 
 void ToolkitLayer::pressMouse(const QMouseEvent& event) {
-    // While one button is held outside the window, Qt delivers presses of the others out there too.
+    // While one button is held outside the window, Qt also delivers presses of other buttons there.
     if (!window.rect().contains(event.pos()))
         return;
-    // What belongs to the press, release and moves, is left out with it.
+    // The release and the moves of this press are ignored too.
     if (SeparateDevice::ownsPress(window, event.pos()))
         return;
     heldButtons |= event.button();
@@ -185,9 +184,9 @@ void ToolkitLayer::pressMouse(const QMouseEvent& event) {
     sendMouse(KX::TOOLKIT_MOUSE_PRESS_EVENT, event.button());
 }
 
-// The manager finds double presses by itself, in presses, and takes no notice of the toolkit's opinion. To a
-// native window Qt sends the second press and then its double click, to a widget the double click instead of the
-// press; whoever made this one, the second press must be reported once.
+// The manager finds double presses itself and ignores the toolkit's. A native window gets the second press and
+// then the double click; a widget gets the double click instead of the press. In both cases the second press must
+// be reported once.
 void ToolkitLayer::doublePressMouse(const QMouseEvent& event) {
     if (heldButtons.testFlag(event.button()))
         sendMouse(KX::TOOLKIT_MOUSE_DOUBLE_PRESS_EVENT, event.button());
@@ -207,7 +206,7 @@ void ToolkitLayer::releaseMouse(const QMouseEvent& event) {
 }
 
 void ToolkitLayer::moveMouse(const QMouseEvent& event) {
-    // A release can get lost, when another program grabs the pointer for instance. The next move tells.
+    // A release can get lost, for example when another program grabs the pointer. The next move shows it.
     escapeButtons(heldButtons & ~event.buttons());
     const bool movedEnough = (event.pos() - lastMovePosition).manhattanLength() >= moveDistance;
     if (heldButtons == Qt::NoButton || !movedEnough)

@@ -18,29 +18,28 @@ class QWidget;
 
 namespace Terminal {
 
-/// The toolkit layer of the terminal: watches what Qt delivers to the window and reports the operator's input.
+/// The toolkit layer of the terminal. It watches what Qt delivers to the window and reports the operator's input.
 ///
-/// Everything is taken where Qt hands it to the native window, before any widget, so that each input is seen
-/// once however many widgets it passes afterwards.
+/// It takes each input where Qt hands it to the native window, before any widget. So each input is seen once,
+/// however many widgets it passes afterwards.
 ///
-/// - Keys are reported and go no further: the application learns of them from the classified events, and an
-///   arrow key does not scroll a list besides. Only while a widget that takes text has the focus, or a popup is
-///   open, the keys are its own; the release of a key that was reported is reported even then. Key events that the library posts
-///   to a window of the application (KXInputEventManager::generateKeyEvent) are reported like typed ones.
-/// - Auto-repeat is reported as such, also where Qt takes it for releases and presses: X11 repeats a held key by
-///   a release and a press of the same time, and Qt sees that they belong together only when it has got both by
-///   then. So the release of a key held long enough to be repeated is reported \ref suspicionMs later, with its
-///   own time stamp, or before whatever is reported next. On other systems two quick taps that a busy terminal
-///   comes to see late look just like that, and stay taps.
-/// - Mouse buttons are reported and passed on, so that widgets can react. Touches come as the left button. Moves
-///   are reported while a button is down, every \ref moveDistance pixels, so that a finger at rest is silent.
-/// - The wheel is the encoder wherever the pointer is, and goes no further: one report for each turn by whole
-///   detents.
-/// - What the mouse does to a SeparateDevice, a press from its beginning there to its end, is passed on and not
-///   reported: the device reports it itself, and one press must not be two.
+/// - Keys are reported and stop here: the application gets them as classified events, and an arrow key must not
+///   scroll a list as well. There is one exception: while a text widget has the focus or a popup is open, keys
+///   belong to it. Even then the release of a reported key is reported. Key events that the library posts to a
+///   window (KXInputEventManager::generateKeyEvent) are reported like typed ones.
+/// - Auto-repeat is reported as such, even where Qt sees releases and presses. X11 repeats a held key by a release
+///   and a press with the same time. Qt recognises the pair only when both have arrived. So the release of a key
+///   that was held long enough to repeat is reported \ref suspicionMs later with its own time stamp, or before the
+///   next report. On other systems two quick taps look the same when a busy terminal sees them late; they stay
+///   taps.
+/// - Mouse buttons are reported and passed on, so that widgets can react. Touches arrive as the left button. Moves
+///   are reported only while a button is down, every \ref moveDistance pixels, so a resting finger is silent.
+/// - The wheel is the encoder wherever the pointer is, and stops here. Each turn by whole detents is one report.
+/// - Presses on a SeparateDevice are passed on from beginning to end and not reported. The device reports them
+///   itself, and one press must not count twice.
 /// - A press that ends without a release inside the window ends as TOOLKIT_MOUSE_ESCAPE_EVENT: released outside,
-///   touch cancelled, window hidden, blocked by a dialog or no longer active, or a release that got lost. Keys
-///   that are down when the window stops being active are reported as released: their release goes elsewhere.
+///   touch cancelled, window hidden, blocked by a dialog or inactive, or a lost release. Keys that are down when
+///   the window becomes inactive are reported as released, because their release goes elsewhere.
 class ToolkitLayer : public QObject {
 public:
     using Report = std::function<void(KX::KXToolkitEvent&)>;
@@ -51,10 +50,10 @@ public:
     };
 
     static constexpr int moveDistance = 10;
-    static constexpr int shortestRepeatDelayMs = 100; ///< no keyboard is set to repeat a key sooner
+    static constexpr int shortestRepeatDelayMs = 100; ///< no keyboard repeats a key sooner
     static constexpr int suspicionMs = 50;
 
-    /// Starts to watch. \p window must outlive the layer; \p report is called on the toolkit's thread.
+    /// Starts to watch. \p window must outlive the layer. \p report is called on the toolkit's thread.
     ToolkitLayer(QWidget& window, Report report, Repeats repeats = repeatsOfPlatform());
 
     bool eventFilter(QObject* receiver, QEvent* event) override;
@@ -90,14 +89,14 @@ private:
     QWidget& window;
     Report report;
     const Repeats repeats;
-    // A release that may turn out to be half of an auto-repeat.
+    // A release that may be the first half of an auto-repeat.
     struct SuspectedRelease {
         int osKeyCode;
         unsigned long windowSystemTime;
         unsigned int tick;
     };
 
-    QHash<int, unsigned long> heldKeys; // with the window system's time of the press
+    QHash<int, unsigned long> heldKeys; // with the window system's time of each press
     std::optional<SuspectedRelease> suspectedRelease;
     QTimer suspicionTimer;
     Qt::MouseButtons heldButtons = Qt::NoButton;

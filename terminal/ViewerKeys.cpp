@@ -9,7 +9,7 @@ namespace Terminal {
 
 namespace {
 
-// From the toolkit's key to the key code: the library shows its table the other way round only.
+// From the toolkit's key to the key code. The library offers only the opposite table.
 int keyCodeOf(int toolkitKey) {
     const auto& toolkitKeys = *KX::KXInputEventManager::getKXtoOSCodeMap();
     const auto found = std::find_if(toolkitKeys.begin(), toolkitKeys.end(),
@@ -30,7 +30,7 @@ std::optional<KX::KXInputEvent> viewerEvent(const KX::KXToolkitEvent& report) {
         event.count = report.count;
         return event;
     case KX::TOOLKIT_KEY_PRESS_EVENT:
-    case KX::TOOLKIT_KEY_AUTO_REPEAT_PRESS_EVENT: // who holds a key wants to scroll on
+    case KX::TOOLKIT_KEY_AUTO_REPEAT_PRESS_EVENT: // a held key scrolls on
         event.keyCode = keyCodeOf(report.osKeyCode);
         event.count = 1;
         event.eventType = KX::isStepKey(event.keyCode) ? KX::ENCODER_MOVE_EVENT : KX::KEY_PRESS_EVENT;

@@ -6,9 +6,9 @@
 
 namespace Terminal {
 
-/// What a key or a turn of the wheel means to the window while a replay has taken the operator's place in the
-/// library, so that no classified event tells of it: the event that it would have become, unclassified.
-/// \return nothing for what the views do not react to
+/// During a replay no classified event tells of the viewer's keys and wheel, because the recording has taken the
+/// operator's place. This makes the event that such a report would have become, without classification.
+/// \return nothing for reports that the views ignore
 std::optional<KX::KXInputEvent> viewerEvent(const KX::KXToolkitEvent& report);
 
 } // namespace Terminal

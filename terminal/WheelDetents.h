@@ -2,17 +2,17 @@
 
 namespace Terminal {
 
-/// Makes whole steps out of what a wheel reports.
+/// Turns the reports of a wheel into whole detents.
 ///
-/// Ordinary wheels report a detent at a time, wheels of high resolution fractions of one, which add up here.
+/// Ordinary wheels report one detent at a time. High-resolution wheels report fractions, which add up here.
 class WheelDetents {
 public:
-    /// \param angle  how far the wheel turned, in eighths of a degree; positive: away from the operator
-    /// \return whole detents that are due now; negative: towards the operator
+    /// \param angle  of the turn in eighths of a degree; positive is away from the operator
+    /// \return whole detents that are due now; negative is towards the operator
     int turn(int angle) {
         const bool reversed = (angle < 0) != (remainder < 0);
         if (reversed)
-            remainder = 0; // what was left of the other direction is not to be made up for first
+            remainder = 0; // the rest of the other direction must not delay this one
         remainder += angle;
         const int detents = remainder / anglePerDetent;
         remainder -= detents * anglePerDetent;

@@ -11,7 +11,7 @@ namespace Terminal {
 
 namespace {
 
-// Kept back until it is clear whether they are all or lead up to giving up.
+// Kept until it is clear whether Qt gives up.
 QStringList warnings;
 
 void print(const QString& line) {
@@ -23,7 +23,7 @@ void handleMessage(QtMsgType type, const QMessageLogContext& /*context*/, const 
         warnings.append(message);
         return;
     }
-    // The first thing that went wrong tells more than Qt's last words, which list every plugin there is.
+    // The first message says more than Qt's last one, which lists all plugins.
     const QStringList reasons = warnings.filter(QStringLiteral("display")) + warnings + QStringList(message);
     print(QStringLiteral("kxterminal: cannot start the window system: %1 (QT_QPA_PLATFORM=offscreen needs none)")
               .arg(reasons.first().simplified()));

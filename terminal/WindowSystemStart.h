@@ -2,8 +2,8 @@
 
 namespace Terminal {
 
-/// While it lives, a window system that Qt cannot start ends the process with one line on standard error and
-/// status 1. Qt itself would print a page and abort, which leaves a core dump where only a display is missing.
+/// While this object lives, a window system that Qt cannot start ends the process with one line on standard error
+/// and status 1. Qt itself would print a page and abort, and a missing display would leave a core dump.
 class WindowSystemStart {
 public:
     WindowSystemStart();

@@ -14,11 +14,17 @@ from printed_event import LIBRARY_LINE, Event
 
 KXTERMINAL = os.environ["KXTERMINAL"]
 
-# For what should take a moment, on a machine that is busy or slowed down by a sanitizer.
+# For steps that take a moment, on a machine that is busy or slowed down by a sanitizer.
 GENEROUS_SECONDS = 60
 
-# Long enough for anything that the worker thread posts by time (it passes every 100 ms) to be printed.
+# Within this time everything is printed that the worker thread posts in its passes every 100 ms.
 QUIET_SECONDS = 0.7
+
+# Longest time between the two presses of a double press.
+DOUBLE_PRESS_MS = 300
+
+# How often a test tries a gesture that a busy machine may make too slowly.
+ATTEMPTS = 8
 
 
 class Display:
@@ -28,7 +34,7 @@ class Display:
 
     def __init__(self, size=SIZE):
         read_end, write_end = os.pipe()
-        self.memory = tempfile.TemporaryDirectory()  # where what the screen shows can be read
+        self.memory = tempfile.TemporaryDirectory()  # where the screen's pixels can be read
         self.server = subprocess.Popen(
             ["Xvfb", "-displayfd", str(write_end), "-screen", "0", "%dx%dx24" % size, "-nolisten", "tcp",
              "-noreset", "-fbdir", self.memory.name],
@@ -45,10 +51,10 @@ class Display:
         return done.stdout.strip()
 
     def pixels(self, left, top, width, height):
-        """What the screen shows there now: rows of colours, each (red, green, blue)."""
+        """The pixels that the screen shows there: rows of colours, each (red, green, blue)."""
         with open(os.path.join(self.memory.name, "Xvfb_screen0"), "rb") as file:
             data = file.read()
-        # An X window dump: a header of 32-bit numbers, a table of colours, and 4 bytes for each pixel.
+        # An X window dump: a header of 32-bit numbers, a colour table, and 4 bytes per pixel.
         header = struct.unpack_from(">25I", data)
         start, bytes_per_line, bits_per_pixel = header[0] + 12 * header[19], header[12], header[11]
         assert bits_per_pixel == 32, header
@@ -66,11 +72,11 @@ class Display:
 
 
 class Terminal:
-    """A running kxterminal. What it prints is read while it runs."""
+    """A running kxterminal. A thread reads its output."""
 
     def __init__(self, *arguments, platform="xcb", display=None, launcher=()):
-        self.runtime_folder = tempfile.TemporaryDirectory()  # Qt wants one and says so where there is none
-        # Without OpenGL, which the terminal does not use: its drivers take long to load and leave memory behind.
+        self.runtime_folder = tempfile.TemporaryDirectory()  # without one Qt prints a warning
+        # Without OpenGL, which the terminal does not use: its drivers load slowly and leak memory.
         environment = dict(os.environ, QT_QPA_PLATFORM=platform, QT_XCB_GL_INTEGRATION="none",
                            XDG_RUNTIME_DIR=self.runtime_folder.name)
         if display is not None:
@@ -89,14 +95,14 @@ class Terminal:
                 (self.library_lines if of_library else self.lines).put(line.rstrip("\n"))
 
     def next_event(self, seconds=GENEROUS_SECONDS):
-        """The next event, or None when none is printed for so long."""
+        """The next event, or None when none is printed within this time."""
         try:
             return Event.parse(self.lines.get(timeout=seconds))
         except queue.Empty:
             return None
 
     def events_until_quiet(self, at_least):
-        """All events of a gesture that makes at least so many: waits for those, then until nothing follows."""
+        """All events of a gesture: waits for at least this number of events, and then until nothing follows."""
         events = []
         while True:
             event = self.next_event(GENEROUS_SECONDS if len(events) < at_least else QUIET_SECONDS)
@@ -105,7 +111,7 @@ class Terminal:
             events.append(event)
 
     def lines_until_end(self):
-        """The lines of all events that were printed and not taken yet, of a terminal that has ended."""
+        """The event lines of a terminal that has ended, without those that were taken before."""
         self.reader.join(GENEROUS_SECONDS)
         lines = []
         while not self.lines.empty():
@@ -113,7 +119,7 @@ class Terminal:
         return lines
 
     def next_library_line(self, beginning):
-        """The next line of the library that begins so; those before it are skipped."""
+        """The next line of the library with this beginning; skips the lines before it."""
         while True:
             line = self.library_lines.get(timeout=GENEROUS_SECONDS)
             if line.startswith(beginning):
@@ -132,7 +138,7 @@ class Terminal:
 
 
 class Operator:
-    """Somebody at a terminal whose window is there and has the focus."""
+    """The hands at a terminal. The window is open and has the focus."""
 
     def __init__(self, display, terminal):
         self.display = display
@@ -142,7 +148,7 @@ class Operator:
         self.width, self.height = self._window_size()
 
     def do(self, *arguments):
-        """One call of xdotool: what depends on time stands in one call, as nothing comes between then."""
+        """One call of xdotool. Timed actions share one call, so nothing comes between them."""
         self.display.xdotool(*arguments)
 
     def point_at(self, x, y):
@@ -162,7 +168,7 @@ class Operator:
         raise AssertionError("the window has not appeared")
 
     def _focus_window(self):
-        # There is no window manager that would give it.
+        # No window manager sets the focus.
         self.do("windowfocus", "--sync", self.window)
         if self.display.xdotool("getwindowfocus", "-f") != self.window:
             raise AssertionError("the window has not got the focus")
@@ -174,7 +180,7 @@ class Operator:
 
 
 class OperatorTestCase(unittest.TestCase):
-    """A test with an operator in front of a terminal, whose window is there and has the focus."""
+    """A test with an operator at a terminal. The window is open and has the focus."""
 
     SCREEN = Display.SIZE
     ARGUMENTS = ()
@@ -189,12 +195,24 @@ class OperatorTestCase(unittest.TestCase):
         self.width, self.height = operator.width, operator.height
 
     def hold(self, press, release):
-        """Presses, releases 2.3 s after the terminal had the press, and gives the events of both."""
+        """Presses, releases 2.3 s after the terminal has printed the press, and returns the events of both."""
         self.operator(*press)
         pressed = self.terminal.next_event()
         time.sleep(2.3)
         self.operator(*release)
         return [pressed] + self.terminal.events_until_quiet(3)
+
+    def check_double_press(self, key, *presses):
+        """Presses a key twice with these arguments of xdotool until the machine is quick enough for a double press."""
+        for _ in range(ATTEMPTS):
+            self.operator(*presses)
+            events = self.terminal.events_until_quiet(4)
+            quick = events[2].time - events[0].time <= DOUBLE_PRESS_MS
+            self.check(events, ("KEY_PRESS_EVENT", key), ("KEY_RELEASE_EVENT", key),
+                       ("KEY_DOUBLE_PRESS_EVENT" if quick else "KEY_PRESS_EVENT", key), ("KEY_RELEASE_EVENT", key))
+            if quick:
+                return
+        self.fail("this machine never made two presses within %d ms" % DOUBLE_PRESS_MS)
 
     def wait_until(self, condition, message):
         deadline = time.monotonic() + GENEROUS_SECONDS
@@ -203,7 +221,7 @@ class OperatorTestCase(unittest.TestCase):
             time.sleep(0.05)
 
     def check(self, events, *expected):
-        """Names and keys (for mouse events, buttons), in order, and that nothing else was printed."""
+        """Checks names and keys (buttons for mouse events) in order. Nothing else may be printed."""
         printed = [(event.name, event.data[1] if event.name.startswith("MOUSE") else event.key)
                    for event in events]
         self.assertEqual(list(expected), printed)

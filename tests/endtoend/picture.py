@@ -1,4 +1,4 @@
-"""The size of PNG pictures, how varied they are and how they differ, with what Python itself brings."""
+"""Size, variety and differences of PNG pictures, with the standard library only."""
 
 import struct
 import zlib
@@ -15,7 +15,7 @@ def chunks(data):
 
 
 def read(path):
-    """Width, and the lines as they are stored, without the byte that tells how."""
+    """Width, and the lines as they are stored, without the filter byte."""
     with open(path, "rb") as file:
         data = file.read()
     if not data.startswith(SIGNATURE):
@@ -28,11 +28,11 @@ def read(path):
 
 
 def size_and_lines(path):
-    """Width, height, and how many of its lines differ from each other: those of a blank picture are alike."""
+    """Width, height, and the number of different lines. The lines of a blank picture are all equal."""
     width, lines = read(path)
     return width, len(lines), len(set(lines))
 
 
 def lines_that_differ(path, other_path):
-    """How many lines are stored otherwise in the other picture, which has as many, or lie below one that is."""
+    """How many lines differ from the other picture of the same height, or lie below a line that differs."""
     return sum(line != other for line, other in zip(read(path)[1], read(other_path)[1]))

@@ -27,5 +27,5 @@ class Event(NamedTuple):
                    tuple(map(int, data)))
 
 
-# What the library itself says on standard output, between the events.
+# The library's own lines on standard output, between the events.
 LIBRARY_LINE = re.compile(r"KXInputEventManager::|KXActionQueue::|Key \d+, KeyCode: |ENCODER (UP|DOWN)")

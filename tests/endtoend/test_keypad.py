@@ -1,4 +1,4 @@
-"""The keypad on the CAN bus: drawn in the window and used with the mouse, or at the other end of the bus."""
+"""The keypad on the CAN bus, in the window with the mouse and at the other end of the bus."""
 
 import glob
 import os
@@ -8,13 +8,11 @@ import subprocess
 import tempfile
 import unittest
 
-from kxterminal_session import KXTERMINAL, GENEROUS_SECONDS, OperatorTestCase, Terminal
+from kxterminal_session import ATTEMPTS, KXTERMINAL, GENEROUS_SECONDS, OperatorTestCase, Terminal
 
 ESCAPE, HOME, UP, DOWN = 0, 1, 4, 5
 ESCAPE_ON_TOOLKIT = 0x1000000
 LEFT = 1
-DOUBLE_PRESS_MS = 300
-ATTEMPTS = 8
 
 EXTENDED_FRAME = 0x80000000
 
@@ -24,7 +22,7 @@ def frame(identifier, data):
 
 
 class Keypad(OperatorTestCase):
-    """In a window of 1024x768, where the keypad is on the screen beside everything else."""
+    """In a window of 1024x768 the keypad is always visible."""
 
     SCREEN = (1024, 768)
     FIRST_KEY = (48, 323)
@@ -48,16 +46,7 @@ class Keypad(OperatorTestCase):
 
     def test_two_quick_presses_are_a_press_and_a_double_press(self):
         self.point_at(*self.FIRST_KEY)
-        for _ in range(ATTEMPTS):
-            self.operator("click", "--repeat", 2, "--delay", 80, 1)
-            events = self.terminal.events_until_quiet(4)
-            quick = events[2].time - events[0].time <= DOUBLE_PRESS_MS
-            self.check(events, ("KEY_PRESS_EVENT", ESCAPE), ("KEY_RELEASE_EVENT", ESCAPE),
-                       ("KEY_DOUBLE_PRESS_EVENT" if quick else "KEY_PRESS_EVENT", ESCAPE),
-                       ("KEY_RELEASE_EVENT", ESCAPE))
-            if quick:
-                return
-        self.fail("this machine never made two presses within 300 ms")
+        self.check_double_press(ESCAPE, "click", "--repeat", 2, "--delay", 80, 1)
 
     def check_moves(self, steps, key):
         events = self.terminal.events_until_quiet(1)
@@ -102,7 +91,7 @@ class Keypad(OperatorTestCase):
         self.point_at(x, y - 40)
         self.operator("mousedown", 1, "mousemove_relative", 28, 12, "sleep", 0.1, "mousemove_relative", 12, 28,
                       "sleep", 0.1, "mouseup", 1)
-        self.check_moves(6, UP)  # a quarter of its 24 detents
+        self.check_moves(6, UP)  # a quarter of the 24 detents
 
     def test_the_wheel_beside_the_knob_is_the_encoder_of_the_screen(self):
         self.point_at(*self.FIRST_KEY)
@@ -151,7 +140,7 @@ class SmallScreen(OperatorTestCase):
 
 
 class OtherEndOfTheBus(OperatorTestCase):
-    """Frames that do not come from the window."""
+    """Frames from elsewhere."""
 
     def setUp(self):
         folder = tempfile.TemporaryDirectory()
@@ -159,7 +148,7 @@ class OtherEndOfTheBus(OperatorTestCase):
         self.path = os.path.join(folder.name, "bus")
         self.ARGUMENTS = ("--can-bus", "unix:" + self.path)
         super().setUp()
-        # Unlike the mouse, frames do not wait until the window knows that it has the focus. A key tells when it does.
+        # Unlike the mouse, frames do not wait until the window knows about its focus. A key event shows that it does.
         self.operator("key", "Insert")
         self.terminal.events_until_quiet(2)
         self.bus = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)

@@ -1,12 +1,11 @@
-"""The pages and the settings on a small screen: by keys alone, and by touch alone."""
+"""The pages and the settings on a small screen, by keys only and by touch only."""
 
 import unittest
 
-from kxterminal_session import OperatorTestCase, QUIET_SECONDS
+from kxterminal_session import ATTEMPTS, OperatorTestCase, QUIET_SECONDS
 
 ESCAPE, HOME, DOWN = 0, 1, 5
 F12 = 18
-ATTEMPTS = 8
 LONG_PRESS_SECONDS = 2
 
 ACCENT = (0xf2, 0xb7, 0x05)
@@ -36,7 +35,7 @@ class SmallScreen(OperatorTestCase):
         self.wait_for_page(EVENTS)
 
     def shown_pages(self):
-        """The pages whose button is lit."""
+        """The pages whose buttons are lit."""
         return [page for page, (x, _) in enumerate(self.PAGE_BUTTONS)
                 if self.display.pixels(x, self.BUTTON_EDGE, 1, 1) == [[ACCENT]]]
 
@@ -63,7 +62,7 @@ class SmallScreen(OperatorTestCase):
             pictures.add(str(self.display.pixels(*self.PAGE)))
         self.assertEqual(6, len(pictures), "two pages look the same")
 
-    # How fast taps come is up to the machine; what they have to be recognised as, given that, is not.
+    # The machine decides how fast taps come; their classification must follow from it.
     def check_that_two_taps_are(self, double_press_ms, wanted_gap):
         for _ in range(ATTEMPTS):
             self.operator("key", "Escape", "sleep", 0.2, "key", "Escape")
@@ -80,7 +79,7 @@ class SmallScreen(OperatorTestCase):
         self.wait_until(self.banner_is_shown, "nothing says that input is off")
         self.key("Home")
         self.touch((400, 200))
-        # Nor is what switched it off a long press by now.
+        # The press that switched it off must not become a long press either.
         event = self.terminal.next_event(LONG_PRESS_SECONDS + QUIET_SECONDS)
         self.assertIsNone(event)
 
@@ -124,7 +123,7 @@ class ByKeys(SmallScreen):
         self.terminal.events_until_quiet(2)
         self.check_that_input_is_lost()
         self.key("F12")
-        # Its press has switched input on and was lost itself.
+        # Its press has switched input on and was not classified.
         self.check(self.terminal.events_until_quiet(1), ("KEY_RELEASE_EVENT", F12))
         self.check_that_input_is_taken()
         self.assertEqual([SETTINGS], self.shown_pages())

@@ -1,4 +1,4 @@
-"""kxterminal as a program: its command line, how it ends, and what it does without a reader or a display."""
+"""kxterminal as a program: command line, ending, and what happens without a reader or a display."""
 
 import os
 import signal
@@ -10,7 +10,7 @@ from kxterminal_session import GENEROUS_SECONDS, KXTERMINAL, Terminal
 from picture import size_and_lines
 
 
-# What the library says when it begins to listen to the keypad.
+# The library prints this when it starts to listen to the keypad.
 KEYPAD_IS_ON = "KXInputEventManager::setRask44options: 44 enabled\n"
 
 
@@ -29,7 +29,7 @@ class ProgramTestCase(unittest.TestCase):
 
 class CommandLine(ProgramTestCase):
     def test_help_tells_every_option(self):
-        done = self.run_kxterminal("--help", platform="xcb")  # also where there is no display
+        done = self.run_kxterminal("--help", platform="xcb")  # no display is needed
         self.assertEqual((0, ""), (done.returncode, done.stderr))
         for option in ("--print", "--exit-after", "--screenshot", "--demo", "--can-bus", "--keypad", "--help",
                        "--version"):
@@ -86,7 +86,7 @@ class Ending(ProgramTestCase):
         process = self.start_demo(subprocess.PIPE)
         self.assertEqual(KEYPAD_IS_ON.encode(), process.stdout.readline())
         self.assertIn(b"KEY_PRESS_EVENT", process.stdout.readline())
-        process.stdout.close()  # from here on, every line that it prints meets a broken pipe
+        process.stdout.close()  # from now on every line meets a broken pipe
         self.assertEqual(0, process.wait(GENEROUS_SECONDS))
 
     def test_a_reader_that_was_never_there_does_not_end_it(self):
@@ -126,7 +126,7 @@ class Demo(ProgramTestCase):
             self.assertIn(name, names)
         self.assertEqual("MOUSE_RELEASE_EVENT", names[-1])
         steps_by_key = sum(event.count for event in events
-                           if event.name == "ENCODER_MOVE_EVENT" and event.os_key != -1)  # the knob's included
+                           if event.name == "ENCODER_MOVE_EVENT" and event.os_key != -1)  # including the knob
         steps_by_wheel = sum(event.count for event in events
                              if event.name == "ENCODER_MOVE_EVENT" and event.os_key == -1)
         self.assertEqual((12 + 7, 9), (steps_by_key, steps_by_wheel))

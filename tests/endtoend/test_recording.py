@@ -1,4 +1,4 @@
-"""A recorded session played again, and what becomes of recordings when something goes wrong."""
+"""Recorded sessions that are played again, and recordings when something goes wrong."""
 
 import os
 import resource
@@ -56,7 +56,7 @@ class RecordingTestCase(unittest.TestCase):
 
 
 class Session(RecordingTestCase):
-    """An operator at a terminal that records."""
+    """An operator at a recording terminal."""
 
     def setUp(self):
         super().setUp()
@@ -66,7 +66,7 @@ class Session(RecordingTestCase):
         self.addCleanup(self.end_by, signal.SIGKILL)
         hand = Operator(self.display, self.terminal)
         self.operator, self.point_at = hand.do, hand.point_at
-        # Frames do not wait until the window knows that it has the focus. A key tells when it does.
+        # Frames do not wait until the window knows about its focus. A key event shows that it does.
         self.operator("key", "Insert")
         self.first_lines = [self.terminal.lines.get(timeout=GENEROUS_SECONDS) for _ in range(2)]
 
@@ -138,7 +138,7 @@ class Session(RecordingTestCase):
         self.assertEqual(printed, self.replayed_events())
 
     def test_a_killed_terminal_has_recorded_at_least_what_it_printed(self):
-        """What was printed is the beginning of what a replay prints; the rest was on its way when it was killed."""
+        """The output is the beginning of the replay's output; the rest was on its way when the terminal was killed."""
         self.operator("key", "--delay", 70, "Escape", "Escape")
         spin = subprocess.Popen(["xdotool", "key", "--delay", "6", *["Up"] * 150],
                                 env=dict(os.environ, DISPLAY=self.display.name))
@@ -152,7 +152,7 @@ class Session(RecordingTestCase):
         self.assertEqual(printed, done.stdout.splitlines()[:len(printed)])
         recording = self.read_recording()
         self.assertNotRegex(recording, r"\d end\n")
-        # Each entry is written as a whole; only a machine that stops leaves half a line.
+        # Each entry is written as a whole; only a crash of the machine leaves half a line.
         self.assertTrue(recording.endswith("\n"))
         self.assertLessEqual(len(done.stdout.splitlines()) - len(printed), 20, "so much cannot have been on its way")
 
@@ -167,7 +167,7 @@ class Demo(RecordingTestCase):
         size = 4000
 
         def limit_files():
-            # Python ignores SIGXFSZ, and so does the program when it is not restored: writing fails then.
+            # Python ignores SIGXFSZ, and with restore_signals=False the program does too: its writes fail.
             resource.setrlimit(resource.RLIMIT_FSIZE, (size, size))
 
         done = self.run_kxterminal("--demo", "--print", "--record", self.file, preexec_fn=limit_files,
@@ -222,7 +222,7 @@ class Files(RecordingTestCase):
         self.check_refused(self.record(self.folder), self.folder + ": Is a directory")
         self.write("")
         self.check_refused(self.record(self.file + "/session.kxr"), self.file + "/session.kxr: Not a directory")
-        # Where nobody may make a file, not even root.
+        # Nobody can create a file there, not even root.
         self.check_refused(self.record("/sys/session.kxr"), "/sys/session.kxr: Permission denied")
 
     def play(self, path, *arguments):

@@ -1,5 +1,4 @@
-// What the fuzzer has found once stays found: every file of its corpus goes through what the fuzzer puts its files
-// through.
+// Repeats the fuzzer's check on every file of its corpus, so that old findings stay mended.
 
 #include "RecordingTarget.h"
 

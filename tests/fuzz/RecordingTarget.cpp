@@ -11,7 +11,7 @@ namespace Recording::test {
 
 namespace {
 
-// A log whose frames lie 31,000 years apart begins a second later than it is written, and so has no room for the last.
+// A plain log starts at tick 1000. If its frames lie 31,000 years apart, the last one has no notation any more.
 constexpr std::uint64_t firstTimeWithoutNotationMs = 1000000000000000;
 
 struct Outcome {
@@ -46,7 +46,7 @@ bool areInOrder(const std::vector<Entry>& entries) {
         [](const Entry& one, const Entry& other) { return one.timeMs < other.timeMs || one.line < other.line; });
 }
 
-// A message is for a terminal, which the bytes of a stranger's file must not reach.
+// Messages go to a terminal, which must not get raw bytes of a stranger's file.
 bool isPrintable(const std::string& words) {
     return std::all_of(
         words.begin(), words.end(), [](unsigned char c) { return c == '\n' || (c >= ' ' && c <= '~'); });

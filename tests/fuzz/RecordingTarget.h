@@ -4,8 +4,8 @@
 
 namespace Recording::test {
 
-/// Reads \p bytes as a file and, when that is one that can be used, holds it to what is promised: its entries are in
-/// time order, and written down again they are the same.
+/// Reads \p bytes as a file. If the file is usable, its entries must be in time order and must stay the same when
+/// they are written and read again.
 /// \return what is wrong; empty when nothing is
 std::string problemWith(const std::string& bytes);
 

@@ -1,4 +1,4 @@
-"""Keys and knob of the keypad, whose frames come over the bus."""
+"""Keys and knob of the keypad. Their frames come over the bus."""
 
 import os
 

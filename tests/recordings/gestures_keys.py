@@ -1,15 +1,15 @@
-"""Keys of the keyboard and the encoder, as keys and as a wheel."""
+"""Keys of the keyboard, and the encoder by keys and by wheel."""
 
 from stage import Aim, Gesture
 
 ESCAPE, HOME, TAB, RETURN, UP, DOWN, END, F1, UNKNOWN = 0, 1, 2, 3, 4, 5, 6, 7, 65535
 
-# A key that is up again after less than 100 ms is no auto-repeat, and its release is reported at once.
+# A key that is released within 100 ms cannot be an auto-repeat, so its release is reported at once.
 SHORT = 0.06
 
 
 def posts(*expected):
-    """That just these events were printed."""
+    """Checks that exactly these events were printed."""
     def miss(take):
         posted = take.posted()
         return None if posted == list(expected) else f"it made {', '.join(posted) or 'no events'}"
@@ -33,7 +33,7 @@ def operator(*arguments):
 
 
 def aimed(name, shows, goal_ms, make, measure, miss):
-    """A gesture in which two things must be recorded so many ms apart."""
+    """A gesture with two inputs that must be recorded this many ms apart."""
     aim = Aim(goal_ms)
     asked = []
 
@@ -79,7 +79,7 @@ def singly(count):
 
 
 def is_spin(detents, fastest_value):
-    """That no step is lost and that the spin was fast."""
+    """Checks that no step is lost and that the spin was fast."""
     def miss(take):
         if sum(event.count for event in take.events) != detents or len(take.events) == detents:
             return f"it made {', '.join(take.posted())}"
@@ -146,7 +146,7 @@ ENCODER = [
 
 
 def wraps_within(first_type, last_type):
-    """That the tick begins again between two inputs."""
+    """Checks that the tick wraps between two inputs."""
     def miss(take):
         first, last = take.toolkit(first_type), take.toolkit(last_type)
         if not first or not last:

@@ -19,7 +19,7 @@ def hold_ms(take):
 
 
 def hold(held_ms, shows):
-    """Held for exactly so long, and no pass comes upon it within that millisecond: nobody sees it long."""
+    """Held for exactly this time, without a pass in its last millisecond: the long press is not detected."""
     def make(stage, seconds):
         stage.operator("mousedown", 1, "sleep", seconds, "mouseup", 1)
     return aimed(f"mouse-hold-{held_ms}", shows, held_ms, make, hold_ms, posts(*clicks(LEFT)))
@@ -41,7 +41,7 @@ def double_click(gap_ms, shows, second):
 
 
 def escapes(*expected):
-    """That just these events were printed, apart from the moves on the way out."""
+    """Checks that exactly these events were printed, apart from moves on the way out."""
     def miss(take):
         posted = [event for event in take.posted() if not event.startswith("MOUSE_MOVE")]
         return None if posted == list(expected) else f"it made {', '.join(posted)}"
@@ -49,7 +49,7 @@ def escapes(*expected):
 
 
 def turns(*keys):
-    """That these detents were reported, each by itself."""
+    """Checks that these detents were reported one by one."""
     return posts(*[f"ENCODER_MOVE {key} x1" for key in keys])
 
 
@@ -70,7 +70,7 @@ def has_turn_of_two(take):
 
 
 def loses_focus(stage):
-    """Another program takes the keyboard away while a key and a button are down."""
+    """Another program takes the keyboard focus while a key and a button are down."""
     no_window = 0
     stage.operator("keydown", "Home", "sleep", 0.3, "mousedown", 1, "sleep", 0.3, "windowfocus", no_window, "sleep",
                    0.3, "keyup", "Home", "mouseup", 1)

@@ -1,4 +1,4 @@
-"""Input switched off and on, and settings changed, while the operator works."""
+"""Switches input off and on and changes settings while the operator works."""
 
 from gestures_keys import END, HOME, RETURN, TAB, posts, posts_and, taps
 from gestures_pointer import LEFT, clicks
@@ -7,14 +7,14 @@ from stage import (ACCEPT_INPUT_SWITCH, DOUBLE_PRESS_MINUS, FIRST_KEYS, INPUT_OF
 
 F12 = 18
 
-# Beyond the longest double press, so that taps are taps.
+# Longer than any double press, so that taps stay single.
 ONE_BY_ONE = ("--delay", 350)
 
 SWITCHED_OFF_AND_ON = ["on", "off", "on"]
 
 
 def sets(name, *values):
-    """That these values, and no others, were set one after the other. The first is that of the start."""
+    """Checks that exactly these values were set in this order. The first is the start value."""
     def miss(take):
         found = take.settings(name)
         return None if found == [str(value) for value in values] else f"{name} was set to {', '.join(found)}"
@@ -26,7 +26,7 @@ def switches_off_and_on(take):
 
 
 def loses_input(take):
-    """That there is input while it is switched off."""
+    """Checks that the operator makes input while it is switched off."""
     switch = [i for i, entry in enumerate(take.inputs) if entry.rest.startswith("accept-input")]
     lost = [entry for entry in take.inputs[switch[1]:switch[2]] if entry.word == "toolkit"]
     return None if lost else "there was no input while it was off"
@@ -54,7 +54,7 @@ def off_by_touch(stage):
 
 
 def hold_and_switch_off(stage):
-    """Home goes down before the finger leaves the switch."""
+    """Presses Home before the finger leaves the switch."""
     stage.operator("key", "F12", "sleep", 0.4)
     stage.point_at(*ACCEPT_INPUT_SWITCH)
     stage.operator("mousedown", 1, "sleep", 0.1, "keydown", "Home", "sleep", 0.2, "mouseup", 1, "sleep", 2.2)

@@ -1,4 +1,4 @@
-"""A minute of work: an implement unfolded and lowered, its rate adjusted, watched, lifted and folded again."""
+"""A minute of work: an implement is unfolded, lowered, adjusted, watched, lifted and folded again."""
 
 import random
 
@@ -11,7 +11,7 @@ F3, F4 = 9, 10
 
 
 class Hand:
-    """Works at the pace of a person, which is never quite the same, and knows where the knob is."""
+    """Works at the varying pace of a person and knows the position of the knob."""
 
     def __init__(self, stage):
         self.stage = stage
@@ -32,7 +32,7 @@ class Hand:
             self.waits(0.45)
 
     def turns_knob(self, direction, *gaps_ms):
-        """The keypad's knob, by frames."""
+        """Turns the keypad's knob by frames."""
         seconds, frames = 0.0, []
         for gap in gaps_ms:
             self.position = (self.position + direction) & 0xFFFF
@@ -74,7 +74,7 @@ def watches_time_line(hand):
 
 
 def moves_both_wings(hand):
-    """Two keys of the keypad at once, and the knob while one of them is held."""
+    """Holds two keys of the keypad at once, and turns the knob meanwhile."""
     hand.stage.play((0, key_frame(SECOND_KEYS, F3, F4)), (0.5, key_frame(SECOND_KEYS, F4)))
     hand.turns_knob(1, 300, 260, 240, 250, 300, 250, 250)
     hand.stage.play((0, key_frame(SECOND_KEYS)), (0.7, key_frame(FIRST_KEYS, HOME)), (0.78, key_frame(FIRST_KEYS)),
@@ -100,7 +100,7 @@ def takes_double_press_shorter(hand):
 
 
 def wipes_screen(hand):
-    """With input switched off, so that nothing moves."""
+    """Switches input off, so that nothing moves."""
     hand.types("F12")
     hand.touches(ACCEPT_INPUT_SWITCH)
     hand.stage.point_at(*FOLD)
@@ -122,7 +122,7 @@ def turns_knob_of_window(hand):
 def comes_home(hand):
     for key in (STOP, LIFT, FOLD):
         hand.touches(key)
-    hand.stage.operator("click", "--repeat", 2, "--delay", 130, 1)  # folds it wrongly, and at once right again
+    hand.stage.operator("click", "--repeat", 2, "--delay", 130, 1)  # folds it by mistake and undoes that at once
     hand.waits(0.6)
     hand.types("F10")
     hand.stage.operator("key", "--delay", 100, "Home", "Home", "Home", "sleep", 0.6)
@@ -137,7 +137,7 @@ def work(stage):
     for part in (sets_out, adjusts_rate, switches_lights, watches_time_line, moves_both_wings, seeks_on_encoder,
                  takes_double_press_shorter, wipes_screen, turns_knob_of_window, adjusts_rate, comes_home):
         part(hand)
-        hand.waits(1)  # and looks how it does
+        hand.waits(1)  # and watches the result
 
 
 EVERY_KIND = {f"{device}_{what}" for device in ("KEY", "MOUSE")
@@ -149,7 +149,7 @@ def is_varied_work(take):
     missing = EVERY_KIND - {event.split(" ")[0] for event in take.posted()}
     if missing:
         return f"there was no {', '.join(sorted(missing))}"
-    # What was meant is what came out: a slow machine makes long presses of short ones.
+    # The result must be as intended: a slow machine makes long presses of short ones.
     long_ones = [event for event in take.posted() if event.startswith(("KEY_LONG_PRESS", "MOUSE_LONG_PRESS"))]
     doubles = [event for event in take.posted() if "DOUBLE" in event]
     expected = ["MOUSE_LONG_PRESS 1", f"KEY_LONG_PRESS {END}", f"KEY_LONG_PRESS {END}"]

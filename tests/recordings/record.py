@@ -33,7 +33,7 @@ def use_build(folder):
 
 
 def all_gestures():
-    # Not sooner: the modules want to know the programs.
+    # Not at the top: the modules read the names of the programs when they are loaded.
     from gestures_keys import ENCODER, KEYS, WRAPS
     from gestures_pointer import POINTER
     from gestures_keypad import KEYPAD
@@ -43,7 +43,7 @@ def all_gestures():
 
 
 def with_comment(lines, gesture):
-    """What it shows stands behind what the terminal says itself at the beginning."""
+    """The description goes after the terminal's own lines at the beginning."""
     comments = 1 + next(i for i, line in enumerate(lines[1:]) if not line.startswith("#"))
     return [*lines[:comments], f"# {gesture.shows}", *lines[comments:]]
 
@@ -82,7 +82,7 @@ def main():
             print(f"{gesture.name}: {gesture.shows}")
         return 0
     from stage import new_display
-    signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))  # so that the display goes, too
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))  # ends the display, too
     display = new_display()
     try:
         chosen = [gestures[name] for name in arguments.names or gestures]

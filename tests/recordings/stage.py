@@ -1,4 +1,4 @@
-"""A terminal that records while somebody works with it, and what came of that."""
+"""A terminal that records while somebody works with it, and the result."""
 
 import os
 import re
@@ -11,7 +11,7 @@ from typing import NamedTuple
 
 from kxterminal_session import GENEROUS_SECONDS, Display, Event, Operator, Terminal
 
-# Where things are in the window, which is 1024x768: its screen is larger, so there is a place outside.
+# Positions in the window of 1024x768. The screen is larger, so there is room outside.
 SCREEN = Display.SIZE
 MIDDLE = (840, 350)
 SOFT_KEYS = [(70 + 126 * number, 215) for number in range(8)]
@@ -29,7 +29,7 @@ SETTLED_SECONDS = 0.5
 # The tick has 32 bits.
 WRAP = 1 << 32
 
-# Frames of the keypad that the terminal draws: where each of its keys has its bit, by key code.
+# Frames of the terminal's keypad: the bit of each key, by key code.
 FIRST_KEYS, SECOND_KEYS, KNOB_POSITION = "18FF0001", "18FF0002", "18FF0003"
 KEY_BITS = {0: (FIRST_KEYS, 0, 0), 1: (FIRST_KEYS, 0, 7), 2: (FIRST_KEYS, 1, 3), 3: (FIRST_KEYS, 3, 5),
             4: (FIRST_KEYS, 4, 1), 5: (FIRST_KEYS, 4, 2), 6: (FIRST_KEYS, 7, 0), 15: (FIRST_KEYS, 7, 7),
@@ -38,7 +38,7 @@ KEY_BITS = {0: (FIRST_KEYS, 0, 0), 1: (FIRST_KEYS, 0, 7), 2: (FIRST_KEYS, 1, 3),
 
 
 def key_frame(identifier, *keys):
-    """The frame in which just these keys are down."""
+    """The frame in which exactly these keys are down."""
     data = bytearray(8)
     for key in keys:
         of_key, byte, bit = KEY_BITS[key]
@@ -59,7 +59,7 @@ class Stage:
         self.file = os.path.join(folder, "session.kxr")
         self.bus = "unix:" + os.path.join(folder, "bus")
         self.log = os.path.join(folder, "frames.log")
-        # The clock can only be set by whole seconds: so the wrap comes up to one later.
+        # The clock can only be set to whole seconds, so the wrap comes up to a second late.
         ahead = int(WRAP / 1000 - time.monotonic() - wraps_after)
         self.wraps_at = WRAP / 1000 - ahead  # by the clock of this program
         launcher = ("unshare", "--time", "--monotonic", str(ahead)) if wraps_after else ()
@@ -79,11 +79,11 @@ class Stage:
         self.operator("click", 1)
 
     def send(self, *frames):
-        """Frames one right after the other."""
+        """Sends frames without a pause."""
         subprocess.run([os.environ["KXCAN"], "send", self.bus, *frames], check=True, timeout=GENEROUS_SECONDS)
 
     def play(self, *timed_frames):
-        """Frames given as seconds and frame."""
+        """Sends frames, each given as seconds and frame."""
         with open(self.log, "w", encoding="ascii") as log:
             for seconds, frame in timed_frames:
                 log.write(f"({100 + seconds:.6f}) can0 {frame}\n")
@@ -101,7 +101,7 @@ class Stage:
         self.terminal.wait()
 
     def end(self):
-        """Ends the terminal when nothing more can come of what was done."""
+        """Ends the terminal after the last event that the gesture can cause."""
         time.sleep(SETTLED_SECONDS)
         self.terminal.signal(signal.SIGTERM)
         status = self.terminal.wait()
@@ -111,7 +111,7 @@ class Stage:
 
 
 class Input(NamedTuple):
-    """A line of a recording. The time is that of a toolkit event, which may be earlier than the line."""
+    """A line of a recording. A toolkit event has its own time, which may be earlier than the line."""
 
     tick: int
     word: str
@@ -134,7 +134,7 @@ def parse_input(line):
 
 
 class Take:
-    """What a gesture has made: the recording, and what the terminal has printed meanwhile."""
+    """The result of a gesture: the recording and the terminal's output."""
 
     def __init__(self, file, printed_lines):
         with open(file, encoding="ascii") as recording:
@@ -144,7 +144,7 @@ class Take:
         self.events = [Event.parse(line) for line in printed_lines]
 
     def toolkit(self, event_type):
-        """The events of the toolkit of a type, such as KEY_PRESS."""
+        """The toolkit events of one type, such as KEY_PRESS."""
         return [entry for entry in self.inputs
                 if entry.word == "toolkit" and entry.rest.split(" ")[0] == f"TOOLKIT_{event_type}_EVENT"]
 
@@ -159,11 +159,11 @@ class Take:
         return [entry.tick for entry in self.inputs if entry.word == "pass"]
 
     def posted(self):
-        """What was printed, in short: `KEY_PRESS 6`, `MOUSE_PRESS 1`, `ENCODER_MOVE 4 x3`."""
+        """The printed events in short: `KEY_PRESS 6`, `MOUSE_PRESS 1`, `ENCODER_MOVE 4 x3`."""
         return [short(event) for event in self.events]
 
     def wraps(self):
-        """The number of the input before which the tick begins again."""
+        """The number of the first input after the wrap of the tick."""
         return next((i for i, (entry, later) in enumerate(zip(self.inputs, self.inputs[1:]), 1)
                      if later.tick < entry.tick), None)
 
@@ -176,7 +176,7 @@ def short(event):
 
 
 class Aim:
-    """Learns how long to wait so that what is recorded comes out at a time to the millisecond."""
+    """Learns how long to wait to hit a recorded time to the millisecond."""
 
     def __init__(self, goal_ms):
         self.goal_ms = goal_ms
@@ -192,15 +192,15 @@ class Aim:
 
 
 class Gesture(NamedTuple):
-    """One recording: what it shows, how it is made, and how to tell that it shows that."""
+    """One recording: what it shows, how to make it, and how to check it."""
 
     name: str
     shows: str
     make: callable  # takes a Stage
-    miss: callable  # takes a Take; says why it is not the one, or returns nothing
+    miss: callable  # takes a Take; returns why it must be made again, or nothing
     arguments: tuple = ()
     tries: int = 10
-    wraps_after: float = 0  # seconds from the start of the terminal until its tick begins again; 0: it does not
+    wraps_after: float = 0  # seconds from the start of the terminal to the wrap of its tick; 0: no wrap
 
 
 def perform(gesture, display):

@@ -1,4 +1,4 @@
-"""The recordings in the terminal, and that a difference is found where there is one."""
+"""The recordings in the terminal, and the detection of differences."""
 
 import glob
 import os
@@ -49,7 +49,7 @@ class InTheTerminal(unittest.TestCase):
     def test_the_keys_of_recorded_frames_come_once(self):
         self.check("keypad-keys", 100)
 
-    # The settings page sees the same keys again, and must not turn the switch a second time.
+    # The settings page sees the same keys again and must not toggle the switch a second time.
     def test_input_is_off_and_on_when_it_was_then(self):
         for name in ("input-off-by-keys", "input-off-by-touch", "input-off-key-held-through"):
             for speed in (3, 1000):
@@ -72,7 +72,7 @@ class InTheTerminal(unittest.TestCase):
 
 
 class Difference(unittest.TestCase):
-    """What the other tests rest upon: an expectation that is not met is told."""
+    """The other tests rely on this: an expectation that is not met is reported."""
 
     def setUp(self):
         folder = tempfile.TemporaryDirectory()

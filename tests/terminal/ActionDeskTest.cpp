@@ -44,7 +44,7 @@ protected:
         KXActionQueue::release();
     }
 
-    // Posted, executed, not ready, loops: as the panel shows them.
+    // The numbers of the panel: posted, executed, not ready, loops.
     std::string shown() {
         panel.showState(desk);
         QString text;
@@ -63,7 +63,7 @@ protected:
     ActionPanel panel;
 };
 
-// Takes its time, and more than there is.
+// Runs for longer than the budget.
 class SlowAction : public KX::KXAction {
 public:
     bool isReady() override {
@@ -121,7 +121,7 @@ TEST_F(ActionDeskTest, ASoftKeyOnTheScreenActsWithTheNextPressOfTheMouseOnly) {
 
 TEST_F(ActionDeskTest, ALoopIsStoppedAndSaidOnceForEachChain) {
     desk.startLoop();
-    // Two actions run by turns; the second is refused when it is to run again.
+    // Two actions run in turns. The second is refused when it should run again.
     EXPECT_EQ("4 3 0 1", shown());
     EXPECT_EQ("Loop stopped at \u201cAdjust valve\u201d", dropped());
     desk.takeEvents({press(KeyCodes::startLoop)});

@@ -32,7 +32,7 @@ protected:
 TEST_F(DisplayPaceTest, TheFirstEventAfterAPauseGoesOnAtOnce) {
     take(1);
     ASSERT_EQ(1U, batches.size());
-    QTest::qWait(DisplayPace::shortestIntervalMs + 1);
+    QTest::qWait(RefreshPace::shortestIntervalMs + 1);
     take(2);
     EXPECT_EQ(2U, batches.size());
 }

@@ -1,7 +1,7 @@
 #include "terminal/EncoderView.h"
 
 #include "events/KXEventType.h"
-#include "terminal/DisplayPace.h"
+#include "terminal/RefreshPace.h"
 #include "terminal/Theme.h"
 
 #include <QImage>
@@ -28,7 +28,7 @@ KX::KXInputEvent move(unsigned int tick, int value, int keyCode = up, int count 
     return event;
 }
 
-// As the step keys make it: part of a bundle, whose value grows.
+// A move of a step key belongs to a bundle, whose value grows.
 KX::KXInputEvent keyMade(unsigned int tick, int value, int count) {
     KX::KXInputEvent event = move(tick, value, up, count);
     event.osKeyCode = Qt::Key_Up;
@@ -44,8 +44,8 @@ protected:
     }
 
     static void waitForPace() {
-        QTest::qWait(2 * DisplayPace::shortestIntervalMs);
-        QCoreApplication::processEvents(); // what became due while a busy machine kept the wait from running
+        QTest::qWait(2 * RefreshPace::shortestIntervalMs);
+        QCoreApplication::processEvents(); // timers that were due during the wait
     }
 
     int pixelsOf(const QColor& colour, const QRect& area) {

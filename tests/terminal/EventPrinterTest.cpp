@@ -35,7 +35,7 @@ TEST(EventPrinterTest, EveryLineIsOutBeforeTheNextEventIsTaken) {
     const File output(fdopen(ends[1], "w"));
     EventPrinter(output.get()).print(twoEvents());
 
-    // Without a flush nothing would be in the pipe yet, and this would wait for ever: output is still open.
+    // Without a flush the pipe would still be empty, and reading would block: output stays open.
     char text[512];
     const ssize_t length = read(ends[0], text, sizeof text);
     ASSERT_GT(length, 0);

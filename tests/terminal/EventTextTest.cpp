@@ -10,7 +10,7 @@ using namespace Terminal;
 
 namespace {
 
-// The names of keys come from the library's table, which the first manager fills.
+// The names of keys come from the library's table. The first manager fills it.
 class EventTextTest : public testing::Test {
 protected:
     EventTextTest() {

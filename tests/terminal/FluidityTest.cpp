@@ -1,8 +1,7 @@
-// What the window costs the thread that draws it and takes the operator's input: with as many events as the list
-// keeps, and more coming in than hands can make.
+// The cost of the window for the thread that draws it and takes the operator's input. The list is full, and events
+// arrive faster than hands can make them.
 
 #include "events/KXEventType.h"
-#include "terminal/DisplayPace.h"
 #include "terminal/EventListView.h"
 #include "terminal/EventModel.h"
 #include "terminal/EventPage.h"
@@ -12,6 +11,7 @@
 #include "terminal/OperatorScreen.h"
 #include "terminal/PageArea.h"
 #include "terminal/PageBar.h"
+#include "terminal/RefreshPace.h"
 #include "terminal/ScreenButton.h"
 
 #include <QElapsedTimer>
@@ -31,25 +31,25 @@ namespace {
 
 constexpr int eventsPerSecond = 200;
 constexpr int updatesPerPage = 25;
-constexpr int eventsPerUpdate = eventsPerSecond * DisplayPace::shortestIntervalMs / 1000;
+constexpr int eventsPerUpdate = eventsPerSecond * RefreshPace::shortestIntervalMs / 1000;
 
-// Instrumented or emulated code is several times as slow.
+// Instrumented or emulated code is several times slower.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr double slowness = 16; // was seen to be 40 times as slow where whole stacks are noted
+constexpr double slowness = 16; // a run that records whole stacks was 40 times slower
 #else
 constexpr double slowness = KX_TIME_SCALE;
 #endif
 constexpr double medianLimitMs = 20 * slowness;
 constexpr double worstLimitMs = 100 * slowness;
 
-// Other programs do not count in it, so it tells the same on a busy machine.
+// Other programs do not count, so a busy machine gives the same result.
 double usedProcessorMs() {
     timespec used = {};
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
     return static_cast<double>(used.tv_sec) * 1e3 + static_cast<double>(used.tv_nsec) / 1e6;
 }
 
-// An operator who does everything at once: soft keys that go down and up, and the knob in between.
+// An operator who does everything at once: presses and releases soft keys and turns the knob in between.
 KX::KXInputEvent eventNumber(unsigned int number) {
     static const int types[] = {KX::KEY_PRESS_EVENT,   KX::ENCODER_MOVE_EVENT,       KX::KEY_RELEASE_EVENT,
                                 KX::MOUSE_PRESS_EVENT, KX::MOUSE_DOUBLE_PRESS_EVENT, KX::MOUSE_RELEASE_EVENT};
@@ -66,7 +66,7 @@ KX::KXInputEvent eventNumber(unsigned int number) {
     return event;
 }
 
-// Counts how often a widget was painted: what is not drawn costs nothing.
+// Counts how often a widget was painted. Drawing is the cost.
 class Paintings : public QObject {
 public:
     explicit Paintings(QWidget& widget) {
@@ -97,14 +97,14 @@ protected:
         return events;
     }
 
-    // One update of the display and the rest of its interval, in which timers of the views may run.
+    // One update of the display and the rest of its interval, so that timers of the views can run.
     double update() {
         QElapsedTimer interval;
         interval.start();
         const double before = usedProcessorMs();
         model.append(nextEvents(eventsPerUpdate));
         QCoreApplication::processEvents();
-        QTest::qWait(std::max(1, DisplayPace::shortestIntervalMs - static_cast<int>(interval.elapsed())));
+        QTest::qWait(std::max(1, RefreshPace::shortestIntervalMs - static_cast<int>(interval.elapsed())));
         return usedProcessorMs() - before;
     }
 
@@ -129,7 +129,7 @@ TEST_P(FluidityTest, NoPageCostsMoreThanPartOfItsInterval) {
         const double median = used[used.size() / 2];
         std::cout << window.pages().bar().button(page).text().section(QLatin1Char('\t'), 0, 0).toStdString()
                   << ": median " << median << " ms, worst " << used.back() << " ms of processor time in "
-                  << DisplayPace::shortestIntervalMs << " ms\n";
+                  << RefreshPace::shortestIntervalMs << " ms\n";
         EXPECT_GE(paintings.count, updatesPerPage);
         EXPECT_LE(median, medianLimitMs);
         EXPECT_LE(used.back(), worstLimitMs);

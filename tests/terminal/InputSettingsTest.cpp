@@ -35,7 +35,7 @@ int applyToLibrary(InputSettings::Setting setting, int value) {
     }
 }
 
-// The settings with the library behind them.
+// The settings, connected to the library.
 class InputSettingsTest : public testing::Test {
 protected:
     InputSettingsTest() : settings(applyToLibrary) {
@@ -55,7 +55,7 @@ protected:
         return all;
     }
 
-    // What a press makes of one that came \p gapMs before it.
+    // The event type of a press \p gapMs after another press.
     int secondPressAfter(unsigned int gapMs) {
         static unsigned int now = 100000;
         now += 50000;

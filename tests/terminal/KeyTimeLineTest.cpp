@@ -116,7 +116,7 @@ TEST_F(KeyTimeLineTest, ALongPressAndItsReleaseAreMarkedWhereTheyWereRecognised)
     EXPECT_TRUE(spans()[0].isLongPress);
     EXPECT_EQ(3050, spans()[0].longPressAt);
     EXPECT_EQ(Ending::Down, spans()[0].ending);
-    key(KX::KEY_LONG_RELEASE_EVENT, 3050); // it bears the tick of the long press
+    key(KX::KEY_LONG_RELEASE_EVENT, 3050); // has the tick of the long press
     EXPECT_TRUE(line.isAnyKeyDown());
     key(KX::KEY_RELEASE_EVENT, 4000);
     ASSERT_EQ(1U, spans().size());
@@ -220,7 +220,7 @@ TEST_F(KeyTimeLineTest, TimeGoesOnAcrossTheWrapOfTheTick) {
     EXPECT_EQ(0x20, spans()[0].end - spans()[0].start);
     EXPECT_EQ(0x10U, line.tickAt(spans()[0].end));
     EXPECT_EQ(0xFFFFFFF0U, line.tickAt(spans()[0].start));
-    key(KX::KEY_PRESS_EVENT, 0xFFFFFFFFU); // late, and from before the wrap
+    key(KX::KEY_PRESS_EVENT, 0xFFFFFFFFU); // late, from before the wrap
     EXPECT_EQ(spans()[0].end, spans()[1].start) << "no span begins before the one before it has ended";
 }
 

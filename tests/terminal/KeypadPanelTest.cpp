@@ -58,7 +58,7 @@ KX::CANRemoteOptions sharedFrame() {
     return layout;
 }
 
-// A window with the keypad in its lower half, and what the toolkit layer makes of the mouse.
+// A window with the keypad in its lower half and a toolkit layer.
 class KeypadPanelTest : public testing::Test {
 protected:
     KeypadPanelTest() : layer(window, [this](KX::KXToolkitEvent& event) { report(event); }) {
@@ -108,7 +108,7 @@ protected:
         QCoreApplication::sendEvent(window.windowHandle(), &turn);
     }
 
-    // The positions in the knob's frames that were sent.
+    // The knob positions in the frames that were sent.
     std::vector<int> positions() const {
         std::vector<int> values;
         for (const Frame& frame : frames) {
@@ -167,7 +167,7 @@ TEST_F(KeypadPanelTest, TheMouseOnTheKeypadIsNoInputOfTheScreen) {
     const QPoint key = middleOf(*panel->key(1));
     press(key);
     drag(key + QPoint(25, 0));
-    drag(QPoint(20, 20)); // out of the keypad with the button down
+    drag(QPoint(20, 20)); // leaves the keypad with the button down
     release(QPoint(20, 20));
     EXPECT_THAT(reported, IsEmpty());
     press(QPoint(20, 20));

@@ -259,7 +259,7 @@ TEST_F(MainWindowTest, KeysGoToTheShownPageOnly) {
 TEST_F(MainWindowTest, KeysZoomAndScrollTheTimeLine) {
     window.showPage(Page::TimeLine);
     keyPressed(KeyCodes::firstSoftKey);
-    tick += 60000; // there is something to scroll back to
+    tick += 60000; // so that there is something to scroll back to
     keyPressed(KeyCodes::firstSoftKey);
     const TimeLineView& timeLine = window.pages().timeLine();
     const auto before = timeLine.visibleMs();
@@ -286,7 +286,7 @@ TEST_F(MainWindowTest, TabShowsTheKeysThatTheTimeLineHasNoRoomFor) {
     for (int key = 0; key < keyCount; ++key)
         keyPressed(100 + key);
     const TimeLineView& timeLine = window.pages().timeLine();
-    // Until all are drawn: what was drawn before the last ones may be just what Tab shows then.
+    // Waits until all keys are drawn. An earlier picture could equal the one after Tab.
     EXPECT_TRUE(QTest::qWaitFor([&] {
         const auto others = keyCount - timeLine.laneNames().size();
         return timeLine.otherLanesText().startsWith(QStringLiteral("+%1 ").arg(others));

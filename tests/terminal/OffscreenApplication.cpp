@@ -1,4 +1,4 @@
-// One application without a display for all tests of the program: Qt allows no second one.
+// One application without a display for all tests of the program, because Qt allows only one.
 
 #include "terminal/Theme.h"
 

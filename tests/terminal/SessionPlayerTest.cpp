@@ -31,13 +31,13 @@ Session sessionOf(const std::string& lines) {
     return Recording::read(input, "session", [](const std::string& warning) { ADD_FAILURE() << warning; });
 }
 
-// A line with its tick taken from a base: so the same session also lies across the wrap.
+// A line whose tick is relative to a base, so that the same session can also cross the wrap.
 std::string at(unsigned int tick, const std::string& what) {
     return std::to_string(tick) + " " + what + "\n";
 }
 
-// Presses, a double press, a long press, steps of the encoder and settings, with the passes of a worker that is
-// not always on time.
+// Presses, a double press, a long press, encoder steps and settings, with the passes of a worker that is sometimes
+// late.
 std::string busyLines(unsigned int start) {
     const std::string press = "toolkit TOOLKIT_KEY_PRESS_EVENT os=0x1000000";
     const std::string release = "toolkit TOOLKIT_KEY_RELEASE_EVENT os=0x1000000";
@@ -74,7 +74,7 @@ protected:
             });
     }
 
-    // What the library posts while the session is played.
+    // The events that the library posts during the play.
     Lines play(const Session& session, double speed = 1000) {
         const std::unique_ptr<SessionPlayer> player = playerOf(session, speed);
         QSignalSpy finished(player.get(), &SessionPlayer::finished);
@@ -91,7 +91,7 @@ protected:
         return posted;
     }
 
-    // Calls the library as the player is to do, without one, in a manager of its own.
+    // Makes the calls that the player should make, directly and with a separate manager.
     Lines driveDirectly(const Session& session) {
         TearDown();
         SetUp();
@@ -145,7 +145,7 @@ TEST_F(SessionPlayerTest, PostsTheSameAtAnySpeedAsTheLibraryDoesByItself) {
 }
 
 TEST_F(SessionPlayerTest, PostsTheSameWhereTheTickWraps) {
-    // The wrap lies within the long press, the turning of the knob, and behind them.
+    // The wrap lies within the long press, within the turn of the knob, and after both.
     for (const unsigned int beforeWrap : {200U, 391U, 450U, 600U, 1100U}) {
         const Session session = sessionOf(busyLines(0U - beforeWrap));
         const Lines expected = driveDirectly(session);

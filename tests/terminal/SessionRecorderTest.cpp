@@ -42,7 +42,7 @@ protected:
         return found;
     }
 
-    // Behind the two lines with which every recording begins.
+    // Skips the two lines at the beginning of every recording.
     std::vector<std::string> entries() const {
         const std::vector<std::string> found = lines();
         return {found.begin() + std::min<std::ptrdiff_t>(2, found.end() - found.begin()), found.end()};

@@ -14,7 +14,7 @@ using namespace Terminal;
 
 namespace {
 
-// Refuses as the library does.
+// Refuses values like the library.
 int judge(InputSettings& settings, InputSettings::Setting setting, int value) {
     switch (setting) {
     case InputSettings::DoublePressMs:
@@ -93,7 +93,7 @@ TEST_F(SettingsPanelTest, TabGoesThroughAllRowsAndRoundTheEndAndOneIsMarked) {
         for (int row = 0; row < panel.rows().size(); ++row)
             EXPECT_EQ(row == turn % panel.rows().size(), panel.rows()[row]->isChosen()) << turn << ' ' << row;
         const QImage before = panel.grab().toImage();
-        // Pressed quickly, it is a double press.
+        // Two quick presses are a double press.
         event(turn % 2 == 0 ? KX::KEY_DOUBLE_PRESS_EVENT : KX::KEY_PRESS_EVENT, KX::KX_KEY_TAB);
         event(KX::KEY_RELEASE_EVENT, KX::KX_KEY_TAB);
         EXPECT_NE(before, panel.grab().toImage());

@@ -9,7 +9,7 @@ using namespace Terminal;
 
 namespace {
 
-// Two quick presses at 100 and 140 of a picture of a given width, in which nothing else is drawn.
+// Two quick presses at 100 and 140 in an otherwise empty picture of the given width.
 QImage drawnGap(int width) {
     QImage image(width, 40, QImage::Format_RGB32);
     image.fill(Qt::black);

@@ -165,5 +165,5 @@ TEST_F(TimeLineMotionTest, RepaintsAreFarApartWhileEventsRushIn) {
         QTest::qWait(1);
     }
     EXPECT_GT(repaints.count, 2);
-    EXPECT_LE(repaints.count, 2 + elapsed.elapsed() / DisplayPace::shortestIntervalMs);
+    EXPECT_LE(repaints.count, 2 + elapsed.elapsed() / RefreshPace::shortestIntervalMs);
 }

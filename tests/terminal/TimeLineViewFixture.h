@@ -2,7 +2,7 @@
 
 #include "events/KXEventType.h"
 #include "platform/simulated/KXSimulation.h"
-#include "terminal/DisplayPace.h"
+#include "terminal/RefreshPace.h"
 #include "terminal/Theme.h"
 #include "terminal/TimeLineView.h"
 
@@ -40,21 +40,21 @@ inline ClassifiedEvents taps(unsigned int firstTick, unsigned int count) {
     return events;
 }
 
-// Colours of shapes with soft edges are hit in their middle only, so near is good enough.
+// Soft edges blend colours, so a similar colour is accepted.
 inline bool isNear(const QColor& one, const QColor& other) {
     constexpr int tolerance = 12;
     return std::abs(one.red() - other.red()) <= tolerance && std::abs(one.green() - other.green()) <= tolerance &&
            std::abs(one.blue() - other.blue()) <= tolerance;
 }
 
-// Other programs do not count in it, so it tells the same on a busy machine.
+// Other programs do not count, so a busy machine gives the same result.
 inline double usedProcessorMs() {
     timespec used = {};
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
     return static_cast<double>(used.tv_sec) * 1e3 + static_cast<double>(used.tv_nsec) / 1e6;
 }
 
-/// A view on a small screen, and this machine's tick at 1000000.
+/// A view on a small screen. The tick of this machine is 1000000.
 class TimeLineViewFixture : public testing::Test {
 protected:
     using Time = KeyTimeLine::Time;
@@ -81,8 +81,8 @@ protected:
     }
 
     static void waitForPace() {
-        QTest::qWait(2 * DisplayPace::shortestIntervalMs);
-        QCoreApplication::processEvents(); // what became due while a busy machine kept the wait from running
+        QTest::qWait(2 * RefreshPace::shortestIntervalMs);
+        QCoreApplication::processEvents(); // timers that were due during the wait
     }
 
     bool comesToRest() const {
@@ -100,7 +100,7 @@ protected:
         return area.left() + static_cast<int>(share * area.width());
     }
 
-    // How many pixels of the column at that time are of that colour.
+    // How many pixels of the column at this time have this colour.
     int pixelsAt(const QImage& image, Time time, const QColor& colour) const {
         const QRect area = view.timeArea();
         int found = 0;

@@ -29,7 +29,7 @@ namespace {
 
 struct Reported {
     int type;
-    long long what; // the toolkit's key, or the button
+    long long what; // key of the toolkit, or button
 };
 
 bool operator==(const Reported& left, const Reported& right) {
@@ -45,8 +45,8 @@ constexpr int height = 300;
 const QPoint inside(200, 200);
 const QPoint outside(width + 5, 200);
 
-// A window with a button and a field for text, on a display without a screen. The operator's input goes to the
-// native window, as the window system would deliver it.
+// A window with a button and a text field on a display without a screen. The operator's input goes to the native
+// window, where the window system would deliver it.
 class ToolkitLayerTest : public testing::Test {
 protected:
     explicit ToolkitLayerTest(ToolkitLayer::Repeats repeats = ToolkitLayer::Repeats::MayLookTyped)
@@ -72,7 +72,7 @@ protected:
     void take(const KX::KXToolkitEvent& event) {
         EXPECT_EQ(2, event.eventClass);
         lastReport = event;
-        // Where the pointer is on this display is chance.
+        // The pointer may be anywhere on this display.
         if (event.eventType == KX::TOOLKIT_MOUSE_ENTER_EVENT || event.eventType == KX::TOOLKIT_MOUSE_EXIT_EVENT)
             return;
         const bool key = event.osKeyCode != -1;
@@ -91,7 +91,7 @@ protected:
         QCoreApplication::sendEvent(native(), &event);
     }
 
-    // Past the window system, which would make double clicks and moves of its own of it.
+    // Bypasses the window system, which would add double clicks and moves.
     void sendMouse(QEvent::Type type, const QPoint& position, Qt::MouseButton mouseButton = Qt::LeftButton) {
         QMouseEvent event(type, position, mouseButton, Qt::NoButton, Qt::NoModifier);
         QCoreApplication::sendEvent(native(), &event);
@@ -261,7 +261,7 @@ TEST_F(ToolkitLayerTest, ADoubleClickIsTwoPresses) {
     QTest::mouseDClick(native(), Qt::LeftButton, Qt::NoModifier, inside);
     std::vector<Reported> counted;
     for (const Reported& report : reports)
-        if (report.type != KX::TOOLKIT_MOUSE_DOUBLE_PRESS_EVENT) // the manager drops it
+        if (report.type != KX::TOOLKIT_MOUSE_DOUBLE_PRESS_EVENT) // the manager ignores it
             counted.push_back(report);
     const Reported press{KX::TOOLKIT_MOUSE_PRESS_EVENT, Qt::LeftButton};
     const Reported release{KX::TOOLKIT_MOUSE_RELEASE_EVENT, Qt::LeftButton};

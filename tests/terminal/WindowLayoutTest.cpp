@@ -1,4 +1,4 @@
-// Whatever the size of the screen: nothing is cut off, nothing overlaps, everything can be hit by a finger.
+// On every screen size nothing is cut off, nothing overlaps, and a finger can hit everything.
 
 #include "terminal/EventModel.h"
 #include "terminal/InputSettings.h"
@@ -22,7 +22,7 @@ namespace {
 class WindowLayoutTest : public testing::TestWithParam<QSize> {
 protected:
     WindowLayoutTest() : settings([](InputSettings::Setting, int) { return 0; }), window(model, settings) {
-        model.append(ClassifiedEvents(10000)); // so that the counter is wide
+        model.append(ClassifiedEvents(10000)); // makes the counter wide
         window.resize(GetParam());
         window.show();
         QCoreApplication::processEvents();

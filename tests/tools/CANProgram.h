@@ -8,7 +8,7 @@
 
 struct can_frame;
 
-/// A datagram socket at a path, as a virtual bus has.
+/// A datagram socket at a path, as on a virtual bus.
 class BusSocket {
 public:
     explicit BusSocket(const std::string& path);
@@ -16,7 +16,8 @@ public:
     BusSocket(const BusSocket&) = delete;
     BusSocket& operator=(const BusSocket&) = delete;
 
-    /// Takes the next datagram. \return its size; -1 when none comes within a time that is long for any machine
+    /// Takes the next datagram.
+    /// \return its size; -1 when none arrives within a time that is long on any machine
     ssize_t receive(can_frame& frame) const;
 
     bool isEmpty() const;
@@ -28,7 +29,7 @@ private:
 /// A run of kxcan.
 class CANProgram : public ToolProgram {
 public:
-    /// \param input  what its standard input holds
+    /// \param input  the content of its standard input
     CANProgram(const TestFolder& testFolder, const std::vector<std::string>& arguments,
                const std::string& input = std::string());
 };

@@ -89,7 +89,7 @@ TEST(EventLineTest, IsTheSameInEveryLocale) {
     KXInputEvent event = keyPress();
     event.timeStamp = 4294967295U;
     const std::string before = lineOf(event);
-    // Which of them are installed differs; those that are must not group digits.
+    // Machines have different locales installed. None of them may group digits.
     for (const char* locale : {"de_DE.UTF-8", "en_US.UTF-8", "C.UTF-8"}) {
         std::setlocale(LC_ALL, locale);
         EXPECT_EQ(before, lineOf(event)) << locale;

@@ -49,7 +49,7 @@ protected:
     std::string errors;
 };
 
-/// What comes out of a bus next, in the notation of the command line.
+/// The next frame on the bus, in the notation of the command line.
 std::string receiveText(const BusSocket& receiver) {
     can_frame frame{};
     const ssize_t size = receiver.receive(frame);

@@ -55,7 +55,7 @@ TEST(KXReplayDiff, changes_up_to_six_lines_apart_share_a_hunk) {
               head + "@@ -1,4 +1,3 @@\n-x\n 1\n 2\n 3\n@@ -6,4 +5,3 @@\n 5\n 6\n 7\n-y\n");
 }
 
-/// What becomes of \p oldLines by the hunks of a diff; complains where they do not fit.
+/// Applies the hunks of a diff to \p oldLines and reports hunks that do not fit.
 class Patch {
 public:
     explicit Patch(const Lines& lines) : oldLines(lines) {}
@@ -112,7 +112,7 @@ Lines split(const std::string& text) {
     return lines;
 }
 
-/// The plain way to the number of lines that two texts have in common.
+/// The simple algorithm for the number of common lines.
 std::size_t longestCommon(const Lines& one, const Lines& other) {
     std::vector<std::size_t> previous(other.size() + 1);
     for (const std::string& line : one) {
@@ -144,7 +144,7 @@ TEST(KXReplayDiff, of_random_texts_leads_from_one_to_the_other_the_shortest_way)
     }
 }
 
-// Also with lines that stand there a thousand times.
+// Also with lines that occur a thousand times.
 TEST(KXReplayDiff, of_large_texts_is_found_in_a_moment) {
     Lines oldLines;
     Lines newLines;

@@ -1,4 +1,4 @@
-// Random sessions, played and held against a small model of what the manager makes of input.
+// Plays random sessions and compares them with a small model of the manager.
 
 #include "ReplayTest.h"
 #include "models/ClassificationModel.h"
@@ -33,7 +33,7 @@ KX::KXToolkitEvent toolkitEventOf(const Fields& fields) {
     return event;
 }
 
-/// Makes a session up, and notes what the model makes of it on the way.
+/// Invents a session and records what the model expects.
 class RandomSession {
 public:
     RandomSession(std::uint32_t seed, bool withPasses)
@@ -43,7 +43,7 @@ public:
         worker.isRunning = !withPasses;
         worker.nextPass = now() + 100;
         session.hasPasses = withPasses;
-        add(Recording::Pass()); // where they are made by the clock, the first entry says when it begins
+        add(Recording::Pass()); // without recorded passes the first entry sets their beat
         if (!withPasses)
             session.entries.back().input = NumberSetting{NumberName::AcceptInput, 1};
     }
@@ -172,8 +172,8 @@ protected:
 
     void playsAsTheModel(bool withPasses) {
         for (const std::uint32_t seed : KX::test::seedsOfRun()) {
-            // Short ones, so that each begins anew somewhere else. The clock makes many more passes than there are
-            // in a session that has its own.
+            // Short sessions, so that each starts differently. The clock makes many more passes than a session
+            // with its own.
             for (std::uint32_t round = 0; round < 20 && !HasFatalFailure(); ++round)
                 playsAsTheModel(seed + round, withPasses, KX::test::stepsOfSeed() / (withPasses ? 40 : 100));
         }

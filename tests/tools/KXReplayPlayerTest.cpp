@@ -256,7 +256,7 @@ const std::string log = "(1436509052.249713) can0 ";
 
 class KXReplayLog : public ReplayTest {
 protected:
-    /// A frame for each text, 100 ms apart.
+    /// One frame per text, 100 ms apart.
     static Recording::Session logOf(const Lines& frames) {
         std::string text;
         for (std::size_t i = 0; i < frames.size(); ++i) {

@@ -35,7 +35,7 @@ const std::string keypadEvents =
     "1000 KEY_PRESS_EVENT class=3 key=0 os=0x1000000 value=0 count=-1 data=0,0,0,0\n"
     "1100 KEY_RELEASE_EVENT class=3 key=0 os=0x1000000 value=0 count=-1 data=0,0,0,0\n";
 
-/// An hour of an operator who is at it all the time: a press in five passes.
+/// An hour of an operator who works without a break: one press per five passes.
 std::string hourOfInput() {
     std::string lines = "kxrecording 1\n";
     for (unsigned int i = 0; i < 36000; ++i) {
@@ -53,7 +53,7 @@ protected:
         return runProgram(KXREPLAY, arguments, input);
     }
 
-    /// Words of a shell; $KXREPLAY is the program.
+    /// A command line of the shell; $KXREPLAY is the program.
     int runShell(const std::string& words) {
         return runProgram("/bin/sh", {"-c", "KXREPLAY='" KXREPLAY "'; cd '" + (folder / "") + "'; " + words}, "");
     }
@@ -284,7 +284,7 @@ TEST_F(KXReplayProgram, an_hour_takes_a_moment_and_gives_the_same_bytes_each_tim
     const std::string file = folder.write("hour.kxr", hourOfInput());
     const auto start = std::chrono::steady_clock::now();
     ASSERT_EQ(run({file}), 0);
-    // Less than a second on a desktop; this is for machines that are busy, emulated, or watched.
+    // On a desktop it takes less than a second. The limit is for busy, emulated or instrumented machines.
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
     EXPECT_EQ(std::count(output.begin(), output.end(), '\n'), 14400);
     const std::string first = output;

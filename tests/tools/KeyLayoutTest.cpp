@@ -30,7 +30,7 @@ std::string refusal(const std::string& text) {
     return "it was accepted";
 }
 
-// What the check says of the built-in layout after one change.
+// What the check says about the built-in layout after one change.
 template<typename Change>
 std::string problemAfter(Change change) {
     KX::CANRemoteOptions layout = KeyLayout::builtIn();

@@ -1,4 +1,4 @@
-// A recorded call is made again, and what the library says of it comes back.
+// A recorded call is repeated and returns the library's status.
 
 #include "tools/recording/RecordedCalls.h"
 

@@ -1,4 +1,4 @@
-// What is said of each line that cannot be read, to the letter.
+// The exact message for each line that cannot be read.
 
 #include "RecordingText.h"
 

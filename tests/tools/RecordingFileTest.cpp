@@ -1,4 +1,4 @@
-// What was written is in the file, whatever becomes of the one who wrote it.
+// Written entries are in the file whatever happens to the writer.
 
 #include "tools/recording/RecordingFile.h"
 
@@ -64,7 +64,8 @@ protected:
     std::filesystem::path path;
 };
 
-// A disk that is full once a file has so many bytes; else a write beyond would be the end of the program.
+// Acts like a disk that is full at this file size. The signal for a write beyond it, which would end the program,
+// is ignored.
 class Disk {
 public:
     explicit Disk(rlim_t size) {
@@ -87,12 +88,12 @@ private:
     void (*const handler)(int) = signal(SIGXFSZ, SIG_IGN);
 };
 
-// Runs \p work in a process of its own until \p isEnough, and then kills that.
+// Runs \p work in a separate process until \p isEnough, then kills it.
 void killInTheMiddle(const std::function<void()>& work, const std::function<bool()>& isEnough) {
     const pid_t child = fork();
     if (child == 0) {
         work();
-        _exit(1); // it was to be killed
+        _exit(1); // the process should have been killed
     }
     ASSERT_GT(child, 0);
     int status = 0;
@@ -103,7 +104,7 @@ void killInTheMiddle(const std::function<void()>& work, const std::function<bool
     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL) << status;
 }
 
-// How often the process has asked the system to write; nothing where the system does not count that.
+// How many write calls the process has made; nothing where the system does not count them.
 std::optional<long> countOfWrites() {
     std::ifstream accounts("/proc/self/io");
     for (std::string name; accounts >> name;) {
@@ -166,7 +167,7 @@ TEST_F(RecordingFileTest, WhatIsThereIsNotOverwrittenHoweverLargeItIs) {
     constexpr std::uintmax_t mostIn32Bits = 0x7FFFFFFF;
     for (const std::uintmax_t size : {mostIn32Bits, mostIn32Bits + 1}) {
         std::ofstream(path) << "x";
-        std::filesystem::resize_file(path, size); // without taking room on the disk
+        std::filesystem::resize_file(path, size); // uses no space on the disk
         EXPECT_EQ(path.string() + ": it is there already and is not overwritten", refusalOf(path)) << size;
         EXPECT_EQ(size, std::filesystem::file_size(path));
     }
@@ -201,10 +202,10 @@ TEST_F(RecordingFileTest, APipeTakesItAndWaitsForItsReader) {
     fcntl(reader, F_SETFL, 0);
     auto file = std::make_unique<File>(path, "recorder 7");
     std::thread writer([&file] {
-        // More than a pipe holds.
+        // More than a pipe can hold.
         for (unsigned int tick = 10000; tick < 30000; ++tick)
             EXPECT_TRUE(file->write(tick, Pass()));
-        file.reset(); // the end for the reader
+        file.reset(); // the reader sees the end
     });
     std::size_t count = 0;
     std::array<char, 4096> buffer{};

@@ -1,4 +1,4 @@
-// What is written can be read again, to the last field.
+// Everything that is written can be read again, with every field.
 
 #include "RecordingText.h"
 
@@ -186,7 +186,7 @@ TEST(RecordingFormatTest, ADayThatWasWrittenIsWrittenTheSameAgain) {
 
 namespace {
 
-// Entries with anything in them, with a liking for the ends of each range.
+// Entries with random content, often at the ends of each range.
 class AnyEntries {
 public:
     explicit AnyEntries(unsigned int seed) : random(seed) {}
@@ -295,7 +295,7 @@ private:
         return knownCodes[below(static_cast<unsigned int>(knownCodes.size()))];
     }
 
-    // Each key has a place of its own, apart from the encoder's.
+    // Each key has its own bit, outside those of the encoder.
     Keypad anyKeypad() {
         KX::CANRemoteOptions layout = KeyLayout::empty();
         for (int i = 0; i < KeyLayout::keyCount; ++i) {

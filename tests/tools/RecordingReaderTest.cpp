@@ -197,13 +197,12 @@ TEST(RecordingReaderTest, ACutAtAnyByteCostsNoMoreThanTheLastLine) {
         const Outcome outcome = outcomeOf(text);
         ASSERT_EQ("", outcome.error) << size;
         const std::vector<std::string> found = linesOf(outcome);
-        // The first line, the comment and an empty line are no entries.
+        // The first line, the comment and the empty line are not entries.
         const std::size_t expected = wholeLines < 2 ? 0 : wholeLines - 2 - (wholeLines >= 12 ? 1 : 0);
         ASSERT_EQ(std::vector<std::string>(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(expected)),
                   found)
             << size;
-        const bool isCut =
-            size > 0 && text.back() != '\n' && wholeLines != 1; // what is cut of a comment is nothing
+        const bool isCut = size > 0 && text.back() != '\n' && wholeLines != 1; // a cut comment is ignored
         const std::string warning =
             "day.kxr:" + std::to_string(wholeLines + 1) + ": the last line is cut off; it is left out";
         ASSERT_EQ(isCut ? std::vector<std::string>{warning} : std::vector<std::string>(), outcome.warnings)

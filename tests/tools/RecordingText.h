@@ -9,11 +9,11 @@
 
 namespace Recording::test {
 
-/// What reading a text came to.
+/// The result of reading a text.
 struct Outcome {
     Session session;
     std::vector<std::string> warnings;
-    std::string error; ///< of the file that cannot be used
+    std::string error; ///< why the file cannot be used
 };
 
 inline Outcome outcomeOf(const std::string& text) {
@@ -28,12 +28,12 @@ inline Outcome outcomeOf(const std::string& text) {
     return outcome;
 }
 
-/// Of these lines behind the first one of a recording.
+/// The outcome of these lines after the first line of a recording.
 inline Outcome outcomeOfLines(const std::string& lines) {
     return outcomeOf(std::string(firstLine()) + "\n" + lines);
 }
 
-/// Why a recording with one line, the second of the file, cannot be used.
+/// Why a recording with only this line, the second of the file, cannot be used.
 inline std::string errorOfLine(const std::string& line) {
     const Outcome outcome = outcomeOfLines(line + "\n");
     return outcome.error.empty() ? "it was accepted" : outcome.error;
@@ -51,7 +51,7 @@ inline std::string rewritten(const std::string& line) {
     return format(entryOf(line));
 }
 
-/// What a session with something of everything looks like, across the wrap of the tick.
+/// A session with every kind of line, across the wrap of the tick.
 inline std::string dayOfAnOperator() {
     return "kxrecording 1\n"
            "# written by hand\n"

@@ -15,19 +15,19 @@
 
 namespace Replay::test {
 
-/// Reads a text as a file; what is told about it fails the test.
+/// Reads a text as a file; a warning fails the test.
 inline Recording::Session readText(const std::string& text) {
     std::istringstream input(text);
     return Recording::read(input, "day.kxr", [](const std::string& warning) { ADD_FAILURE() << warning; });
 }
 
-/// Of these lines behind the first one of a recording.
+/// A recording with these lines after its first line.
 inline Recording::Session recording(const std::string& lines) {
     return readText(std::string(Recording::firstLine()) + "\n" + lines);
 }
 
-/// What matters of an event most of the time: "1000 KEY_PRESS_EVENT 0", for a move "1000 ENCODER_MOVE_EVENT 4 1/3"
-/// with value and count, for the mouse with the button.
+/// The important part of an event: "1000 KEY_PRESS_EVENT 0". A move has value and count, "1000 ENCODER_MOVE_EVENT
+/// 4 1/3"; a mouse event has the button.
 inline std::string brief(const KX::KXInputEvent& event) {
     std::string text =
         std::to_string(event.timeStamp) + " " + KX::translateEventTypeToString(event.eventType) + " ";
@@ -39,7 +39,7 @@ inline std::string brief(const KX::KXInputEvent& event) {
     return text;
 }
 
-/// A play in this process, and the lines that the library wrote meanwhile.
+/// Plays in this process and keeps what the library prints.
 class ReplayTest : public testing::Test {
 protected:
     std::vector<PlayedEvent> playEvents(const Recording::Session& session, const Player::Options& options = {}) {

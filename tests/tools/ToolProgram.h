@@ -4,7 +4,7 @@
 #include <sys/types.h>
 #include <vector>
 
-/// A folder for one test, gone with it.
+/// A folder for one test, removed at its end.
 class TestFolder {
 public:
     TestFolder();
@@ -23,7 +23,7 @@ private:
 class ToolProgram {
 public:
     /// \param program  its path
-    /// \param input    what its standard input holds
+    /// \param input    the content of its standard input
     ToolProgram(const char* program, const TestFolder& testFolder, const std::vector<std::string>& arguments,
                 const std::string& input = std::string());
     ~ToolProgram();

@@ -7,31 +7,32 @@
 
 namespace Arguments {
 
-/// What is wrong with the input, on one line: the program ends with status 2.
+/// The input is bad; the text says why in one line. The program ends with status 2.
 class BadInput : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// Goes through the words of a command line and tells of a bad one by its number.
+/// Reads the words of a command line and reports a bad one by its number.
 class ArgumentReader {
 public:
-    /// \param allArguments  without the program's name; must outlive the reader
+    /// \param allArguments  without the name of the program; must outlive the reader
     ArgumentReader(std::string programName, const std::vector<std::string>& allArguments);
 
     bool isAtEnd() const;
 
-    /// \param what  is told to be missing at the end
+    /// The next argument.
+    /// \param what  its name in the message when it is missing
     /// \throws BadInput
     const std::string& take(const std::string& what);
 
-    /// Refuses the argument that was taken last.
+    /// Refuses the last argument that was taken.
     [[noreturn]] void refuse(const std::string& reason) const;
 
-    /// The same, by its text: "unknown option 'text'".
+    /// Refuses the last argument with its text: "unknown option 'text'".
     [[noreturn]] void refuseUnknown(const std::string& what) const;
 
-    /// A dash alone is none: it stands for standard input.
+    /// A single dash is not an option: it stands for standard input.
     static bool isOption(const std::string& text);
 
 private:

@@ -19,7 +19,7 @@ constexpr std::uint32_t greatestExtended = 0x1FFFFFFF;
 constexpr std::uint32_t greatestStandard = 0x7FF;
 constexpr std::size_t longestData = 8;
 constexpr long long microsecondsPerSecond = 1000000;
-constexpr std::size_t mostSecondsDigits = 12; // so that the microseconds fit into 64 bits with room to spare
+constexpr std::size_t mostSecondsDigits = 12; // leaves room when microseconds are stored in 64 bits
 
 [[noreturn]] void fail(const std::string& reason) {
     throw std::runtime_error(reason);
@@ -68,7 +68,7 @@ std::chrono::microseconds parseTime(std::string_view word) {
     const std::string_view text = isBracketed ? word.substr(1, word.size() - 2) : std::string_view();
     const std::size_t point = std::min(text.find('.'), text.size());
     const std::string_view fraction = text.substr(std::min(point + 1, text.size()));
-    // Unsigned: no sign belongs in a time.
+    // Unsigned, because a time has no sign.
     std::uint64_t seconds = 0;
     std::uint64_t microseconds = 0;
     if (point > mostSecondsDigits || fraction.size() != 6 ||

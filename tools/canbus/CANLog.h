@@ -15,30 +15,30 @@ namespace CanBus {
 ///     123#R4                      a remote frame that asks for 4 bytes; none without a number
 ///     20000004#0004000000000000   an error frame, as a bus driver reports it: eight digits, bit 29 set
 ///
-/// Parsing and formatting are inverse to each other: what was formatted is parsed into the same again, and a
-/// text in upper case without dots, blanks in excess or "R0" comes back as it was.
+/// Parsing a formatted text gives the same again. Formatting a parsed text also does, if the text is in upper case
+/// and has no dots, extra blanks or "R0".
 
-/// One line of a log: `(1436509052.249713) can0 18FF0001#0102`, with ` R` or ` T` behind it in some.
+/// One line of a log: `(1436509052.249713) can0 18FF0001#0102`. Some logs add ` R` or ` T`.
 struct CANLogLine {
-    std::chrono::microseconds time{0}; ///< since an epoch that is the log's business; 0 to below 10^12 s
-    std::string bus;                   ///< the interface on which the frame was seen; no blanks
+    std::chrono::microseconds time{0}; ///< since the epoch of the log; from 0 to below 10^12 s
+    std::string bus;                   ///< the interface that received the frame; no blanks
     KX::KXCANMessage frame;            ///< canId with its flags, canAux 0
-    char direction = '\0';             ///< 'R' received, 'T' sent, or '\0' where the log does not tell
+    char direction = '\0';             ///< 'R' received, 'T' sent, '\0' not in the log
 };
 
-/// \throws std::runtime_error  the text is no frame; the message says on one line why. CAN FD is refused
+/// \throws std::runtime_error  the text is not a frame, or a frame of CAN FD; the message says why in one line
 KX::KXCANMessage parseCANFrame(std::string_view text);
 
 /// \param frame  canLength at most 8, canId within the bits of its kind
 std::string formatCANFrame(const KX::KXCANMessage& frame);
 
-/// \param text  without its line end; blanks around it do not matter
-/// \throws std::runtime_error  the text is no line of a log; the message says on one line why
+/// \param text  without its line end; surrounding blanks are ignored
+/// \throws std::runtime_error  the text is not a line of a log; the message says why in one line
 CANLogLine parseCANLogLine(std::string_view text);
 
 std::string formatCANLogLine(const CANLogLine& line);
 
-/// Whether a line of a log says nothing: it is empty or a comment, which begins with #.
+/// Whether a line of a log has no content: it is empty or a comment, which begins with #.
 bool isCANLogComment(std::string_view text);
 
 } // namespace CanBus

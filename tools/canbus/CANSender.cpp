@@ -40,28 +40,28 @@ can_frame toDriversFrame(const KX::KXCANMessage& message) {
 std::string explainConnect(int error, const std::string& path) {
     struct stat status {};
     switch (error) {
-    case ECONNREFUSED: // Also said of a file that is no socket at all.
+    case ECONNREFUSED: // also for a file that is not a socket
         if (stat(path.c_str(), &status) == 0 && !S_ISSOCK(status.st_mode))
             return "is no socket";
         return "nobody listens there";
-    case ENOENT: // No reader has made the socket yet, or the folder is wrong.
+    case ENOENT: // no reader has created the socket, or the folder is wrong
         return "nobody listens there: " + std::string(std::strerror(error));
-    case EPROTOTYPE: // A stream, whose reader would not know where a frame ends.
+    case EPROTOTYPE: // a stream, which does not keep frames apart
         return "is a socket of another kind";
-    default: // EACCES: the reader is another user's. ENOTDIR, ELOOP: the path leads nowhere.
+    default: // EACCES: the socket of another user. ENOTDIR, ELOOP: a bad path
         return std::strerror(error);
     }
 }
 
 std::string explainSend(int error) {
     switch (error) {
-    case ECONNREFUSED: // The reader has closed its socket
-    case ECONNRESET:   // or did so while we waited for it,
-    case ENOTCONN:     // and we were told before.
+    case ECONNREFUSED: // the reader has closed its socket,
+    case ECONNRESET:   // or closed it while we waited,
+    case ENOTCONN:     // and an earlier call reported it
         return "the receiver is gone";
     case ENETDOWN:
         return "the interface is down";
-    case ENXIO: // The interface was taken away, be it a moment ago
+    case ENXIO: // the interface was removed, perhaps a moment ago
     case ENODEV:
         return "the interface is gone";
     default:
@@ -102,7 +102,7 @@ void CANSender::openVirtualBus(const std::string& path) {
     }
     path.copy(address.sun_path, sizeof(address.sun_path) - 1);
     descriptor = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    // EMFILE, ENFILE, ENOMEM: the process or the machine has no more to give.
+    // EMFILE, ENFILE, ENOMEM: the process or the machine has no resources left.
     if (descriptor < 0)
         fail(std::strerror(errno));
     if (connect(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0)
@@ -128,9 +128,9 @@ void CANSender::openInterface() {
     address.can_ifindex = request.ifr_ifindex;
     if (ioctl(descriptor, SIOCGIFFLAGS, &request) == 0 && (request.ifr_flags & IFF_UP) == 0)
         fail("the interface is down");
-    // We never read: without this the frames of the bus would fill a buffer of ours.
+    // We never read. Without this, the frames of the bus would fill our receive buffer.
     setsockopt(descriptor, SOL_CAN_RAW, CAN_RAW_FILTER, nullptr, 0);
-    // ENODEV: an interface of that name that is no CAN interface.
+    // ENODEV: the interface exists but is not a CAN interface.
     if (bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0)
         fail(errno == ENODEV ? "is no CAN interface" : std::strerror(errno));
 }
@@ -142,20 +142,20 @@ void CANSender::send(const KX::KXCANMessage& message) {
         forgetOutage();
     const can_frame frame = toDriversFrame(message);
     const Clock::time_point limit = Clock::now() + patience;
-    // A datagram goes as a whole or not at all.
+    // A datagram is sent as a whole or not at all.
     while (::send(descriptor, &frame, sizeof(frame), MSG_DONTWAIT | MSG_NOSIGNAL) < 0)
         waitForRoom(errno, limit);
 }
 
-/// The kernel lets the next call fail to tell that the interface went down, be it up again meanwhile. Of one that is
-/// down now the attempt to send tells.
+/// The kernel reports an outage of the interface by failing the next call, even if the interface is up again. If
+/// it is still down, the attempt to send fails.
 void CANSender::forgetOutage() const {
     int error = 0;
     socklen_t size = sizeof(error);
     getsockopt(descriptor, SOL_SOCKET, SO_ERROR, &error, &size);
 }
 
-/// Waits until it may be worth trying again after \p error.
+/// Waits until another attempt after \p error makes sense.
 void CANSender::waitForRoom(int error, Clock::time_point limit) const {
     if (error == EINTR)
         return;
@@ -165,11 +165,12 @@ void CANSender::waitForRoom(int error, Clock::time_point limit) const {
     if (left.count() <= 0)
         fail("the receiver has taken nothing for " + std::to_string(patience.count()) + " ms");
     if (error == ENOBUFS) {
-        // The interface's queue is full, of which no poll tells. A frame takes a fraction of this on the bus.
+        // The queue of the interface is full, and poll does not report it. A frame takes a fraction of this time
+        // on the bus.
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
         return;
     }
-    // EAGAIN: the reader's queue is full. EINTR and a reader that goes away are found by the next attempt.
+    // EAGAIN: the reader's queue is full. The next attempt detects EINTR and a reader that has gone.
     pollfd waiting{descriptor, POLLOUT, 0};
     poll(&waiting, 1, static_cast<int>(left.count()));
 }

@@ -4,7 +4,7 @@ namespace KeyLayout {
 
 namespace {
 
-// The toolkit's, without its headers: a layout is read where there is no toolkit.
+// The toolkit's number, without its headers: programs without the toolkit read layouts, too.
 constexpr int toolkitF1 = 0x1000030;
 constexpr int functionKeyCount = 12;
 

@@ -6,15 +6,15 @@
 
 namespace KeyLayout {
 
-/// Key code of F1; those of F2 to F12 follow each other.
+/// Key code of F1. Those of F2 to F12 follow.
 constexpr int functionKeyCode = KX::KX_KEY_END + 1;
 
-/// From the toolkit's keys F1 to F12 to the key codes that an operator terminal gives them, as
-/// KXInputEventManager::setKeyMapping takes it. The library has none for them by itself.
+/// The key codes that an operator terminal assigns to the toolkit's keys F1 to F12, in the form for
+/// KXInputEventManager::setKeyMapping. The library itself assigns none.
 std::map<int, int> functionKeys();
 
-/// For \ref read and \ref check before there is a manager that could tell: all key codes for which the toolkit has a
-/// key in an operator terminal. Of those that the library has by itself it is not said which keys they are.
+/// All key codes of an operator terminal for which the toolkit has a key, for \ref read and \ref check before a
+/// manager exists. The values for the library's own codes are placeholders.
 std::map<int, int> keyCodesOfTerminal();
 
 } // namespace KeyLayout

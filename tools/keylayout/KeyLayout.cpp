@@ -24,7 +24,7 @@ struct Place {
     int bitIndex;
 };
 
-// Neighbours on the keypad are no neighbours in the frames, so a mistaken bit or byte shows.
+// Adjacent keys have bits far apart, so that a wrong bit or byte is noticed.
 constexpr Place places[] = {
     {KX::KX_KEY_ESCAPE, firstKeysIdentifier, 0, 0}, {KX::KX_KEY_HOME, firstKeysIdentifier, 0, 7},
     {KX::KX_KEY_TAB, firstKeysIdentifier, 1, 3},    {KX::KX_KEY_RETURN, firstKeysIdentifier, 3, 5},

@@ -15,7 +15,7 @@ constexpr long long greatestIdentifier = 0x1FFFFFFF;
 constexpr int lastByte = 7;
 constexpr int lastBit = 7;
 
-// The library takes a leap over all but so much of the encoder's range for a wrap.
+// The library takes a step as a wrap if it covers the whole range but for this many positions.
 constexpr std::uint32_t stepsAcrossWrap = 9;
 
 bool isOutside(int number, int last) {
@@ -40,7 +40,7 @@ int highByteOf(const CANRemoteOptions& layout) {
     return layout.encoderLittleEndian ? layout.encoderByteIndex + 1 : layout.encoderByteIndex - 1;
 }
 
-// Whether the bit is one of those that make the encoder's position.
+// Whether the key's bit belongs to the encoder's position.
 bool isEncoders(const KeyOptionsCANRemote& key, const CANRemoteOptions& layout) {
     if (!hasEncoder(layout) || static_cast<std::uint32_t>(key.canId) != layout.encoderCANId)
         return false;
@@ -85,7 +85,8 @@ Text checkKey(const CANRemoteOptions& layout, int entry, const ToolkitKeys& tool
     return std::nullopt;
 }
 
-// The position is told by a run of bits: gaps would be leaps, and of less than four bits each step is a wrap.
+// The position must be contiguous bits: a gap would make it leap. With fewer than four bits every step looks like
+// a wrap.
 Text checkMask(std::uint32_t mask) {
     const std::uint32_t lowestBit = mask & (~mask + 1);
     const bool isRun = mask != 0 && mask <= 0xFFFF && ((mask + lowestBit) & mask) == 0;

@@ -41,12 +41,12 @@ Number numberOf(const std::string& word, int base) {
     return number;
 }
 
-// Words that come in pairs, each at most once: a name and what it is set to.
+// Pairs of a name and a number. Each name may occur once.
 class Pairs {
 public:
     Pairs(const Words& allWords, std::size_t firstWord) : words(allWords), next(firstWord) {}
 
-    // The next name; nothing at the end.
+    // The next name; null at the end.
     const std::string* takeName() {
         if (next == words.size())
             return nullptr;
@@ -119,7 +119,7 @@ private:
         if (key.keyNumber < 1 || key.keyNumber > keyCount)
             throw std::runtime_error("key " + std::to_string(key.keyNumber) +
                                      ": its number is not in the range 1 to 16");
-        // Entries stand by their numbers, so that the same file in another order is the same layout.
+        // An entry is placed by its number, so the order of the lines does not change the layout.
         const int entry = key.keyNumber - 1;
         if (isUsed(layout.keys[entry]))
             throw std::runtime_error("key " + std::to_string(key.keyNumber) + ": it is there twice");
@@ -179,7 +179,7 @@ private:
 
     void setEncoderIdentifier(std::uint32_t identifier) {
         layout.encoderCANId = identifier;
-        // What would be taken for a layout without an encoder must not slip through the check.
+        // An identifier that means "no encoder" must not pass unchecked.
         if (!hasEncoder(layout))
             throw std::runtime_error("encoder: identifier FFFFFFFF has more than 29 bits");
     }

@@ -17,7 +17,7 @@ double takeSpeed(Arguments::ArgumentReader& reader) {
     const std::string& text = reader.take("the number of --speed");
     double speed = 0;
     const auto result = std::from_chars(text.data(), text.data() + text.size(), speed, std::chars_format::fixed);
-    // Also false for a number that is none.
+    // Also false for NaN.
     const bool isInRange = speed >= slowestSpeed && speed <= greatestSpeed;
     if (result.ec != std::errc() || result.ptr != text.data() + text.size() || !isInRange)
         reader.refuse("the speed is not a number from 0.001 to 1000");

@@ -8,7 +8,7 @@
 
 namespace Can {
 
-/// The command line of kxcan, checked.
+/// The checked command line of kxcan.
 struct CommandLine {
     enum class Action { ShowHelp, ShowVersion, Send, Play };
 
@@ -16,14 +16,14 @@ struct CommandLine {
     std::string bus;
     std::vector<KX::KXCANMessage> frames; ///< to send
     std::string file;                     ///< to play; "-" is standard input
-    double speed = 1;                     ///< how many times faster than it was recorded; 0: without any wait
+    double speed = 1;                     ///< factor of the recorded pace; 0: without waiting
 };
 
-/// \throws BadInput  it names the argument by its number: 1 is the first behind the program's name
+/// \throws BadInput  names the bad argument by its number; 1 is the first after the name of the program
 CommandLine parseCommandLine(const std::vector<std::string>& arguments);
 
 /// \return \p frame
-/// \throws BadInput  an error frame, which only a bus driver makes
+/// \throws BadInput  it is an error frame, which only a bus driver makes
 const KX::KXCANMessage& checkThatItCanBeSent(const KX::KXCANMessage& frame);
 
 } // namespace Can

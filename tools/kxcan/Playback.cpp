@@ -26,7 +26,7 @@ struct Entry {
     KX::KXCANMessage frame;
 };
 
-/// Takes the frames out of a log line by line.
+/// Reads the frames of a log line by line.
 class LogReader {
 public:
     explicit LogReader(std::string fileName) : name(std::move(fileName)) {
@@ -45,7 +45,7 @@ public:
     LogReader(const LogReader&) = delete;
     LogReader& operator=(const LogReader&) = delete;
 
-    /// \return false behind the last one
+    /// \return false after the last frame
     bool read(Entry& entry) {
         while (readLine()) {
             if (CanBus::isCANLogComment(line))
@@ -66,7 +66,7 @@ private:
         errno = 0;
         const ssize_t size = getline(&buffer, &capacity, file);
         if (size < 0) {
-            // EISDIR: a folder, which opens like a file. EIO: a medium that went away.
+            // EISDIR: a folder, which fopen accepts. EIO: the medium has gone.
             if (std::feof(file) == 0)
                 fail(std::strerror(errno));
             return false;
@@ -90,12 +90,12 @@ private:
     unsigned long lineNumber = 0;
 };
 
-/// Says when a frame is due, as far from the first as in the log.
+/// Keeps the distances between the frames of the log.
 class Schedule {
 public:
     explicit Schedule(double speedFactor) : speed(speedFactor) {}
 
-    /// A frame that is late, or whose time lies before that of a former one, is due at once.
+    /// A frame that is late, or older than a previous one, is due at once.
     void waitFor(std::chrono::microseconds time) {
         if (speed == 0)
             return;

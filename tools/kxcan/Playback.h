@@ -8,17 +8,17 @@ class CANSender;
 
 namespace Can {
 
-/// Puts the frames of a log onto a bus.
+/// Sends the frames of a log to a bus.
 ///
-/// A file is read and checked as a whole before the bus is opened; of standard input, each line is
-/// sent before the next is read. Blocks until the last frame is sent.
+/// A file is read and checked completely before the bus is opened. On standard input, each line is sent before the
+/// next one is read. Blocks until the last frame is sent.
 class Playback {
 public:
     /// \param fileName  "-" is standard input
-    /// \param speed     how many times faster than it was recorded; 0: without any wait
+    /// \param speed     factor of the recorded pace; 0: without waiting
     Playback(std::string fileName, double speed);
 
-    /// \throws BadInput            the file cannot be read or a line is none of a log; the text says where
+    /// \throws BadInput            the file cannot be read, or a line is not a line of a log; the text says which
     /// \throws std::runtime_error  the bus fails
     void run(const std::string& bus);
 

@@ -54,7 +54,7 @@ void ClosestCalls::take(const PlayedEvent& played) {
     }
 }
 
-// Only the press right before counts for a double press, whichever key that was.
+// A double press must directly follow its first press, with no press of another key in between.
 void ClosestCalls::takePress(const PlayedEvent& played) {
     const KX::KXInputEvent& event = played.event;
     if (lastPress && isSameKey(*lastPress, event)) {

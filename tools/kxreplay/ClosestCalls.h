@@ -8,46 +8,46 @@
 
 namespace Replay {
 
-/// Input that was nearly classified otherwise: what an operator does not mean, and calls a fault.
+/// Input that was nearly classified differently. Operators may take it for a fault.
 ///
-/// Takes classified events in order.
+/// It takes classified events in order.
 class ClosestCalls {
 public:
     struct Call {
-        KX::KXInputEvent event;       ///< the second press, or the release; of a late one the long press
-        std::size_t line = 0;         ///< of the entry it came of
-        unsigned int tookMs = 0;      ///< from the press on
-        unsigned int limitMs = 0;     ///< that held then
-        bool reached = false;         ///< taken for a double press, or a long one
-        unsigned int longAfterMs = 0; ///< when it was taken for a long one, from the press on
+        KX::KXInputEvent event;       ///< the second press or the release; for a late one the long press
+        std::size_t line = 0;         ///< of the entry that caused it
+        unsigned int tookMs = 0;      ///< since the press
+        unsigned int limitMs = 0;     ///< the limit at that time
+        bool reached = false;         ///< classified as a double or long press
+        unsigned int longAfterMs = 0; ///< from the press to the long press
 
         unsigned int distanceMs() const;
     };
 
     static constexpr std::size_t most = 5;
 
-    /// How far from the limit a close call may be: a part of the limit.
+    /// A call is close within this fraction of the limit.
     static constexpr unsigned int windowPart = 4;
 
-    /// A worker that passes in time finds a long press within 100 ms; beyond this it was late.
+    /// A worker on time detects a long press within 100 ms. Beyond this it was late.
     static constexpr unsigned int lateMs = 150;
 
     void take(const PlayedEvent& played);
 
-    /// Second presses of a key near the limit of double presses, the nearest first.
+    /// Second presses near the limit of double presses, nearest first.
     std::vector<Call> doublePresses() const;
 
-    /// Holds that ended near the limit of long presses, the nearest first.
+    /// Holds that ended near the limit of long presses, nearest first.
     std::vector<Call> longPresses() const;
 
-    /// Long presses that were recognised late, the latest first.
+    /// Long presses that were detected late, latest first.
     std::vector<Call> lateLongPresses() const;
 
 private:
     struct Hold {
         KX::KXInputEvent press;
         std::optional<unsigned int> longAfterMs;
-        unsigned int longLimitMs = 0; // that held when it was taken for a long one
+        unsigned int longLimitMs = 0; // when the long press was detected
     };
 
     void takePress(const PlayedEvent& played);
@@ -55,7 +55,7 @@ private:
     void takeRelease(const PlayedEvent& played);
 
     std::optional<KX::KXInputEvent> lastPress;
-    std::optional<Hold> hold; // of the key that may become a long press
+    std::optional<Hold> hold; // the press that may become long
     std::vector<Call> presses;
     std::vector<Call> holds;
     std::vector<Call> lates;

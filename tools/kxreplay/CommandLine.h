@@ -8,7 +8,7 @@
 
 namespace Replay {
 
-/// The command line of kxreplay, checked.
+/// The checked command line of kxreplay.
 struct CommandLine {
     enum class Action { ShowHelp, ShowVersion, Play };
     enum class Output { Events, Comparison, Summary };
@@ -20,11 +20,11 @@ struct CommandLine {
     std::string expectationFile; ///< empty: none
     std::string keypadFile;      ///< empty: the built-in layout
     OtherSettings other;
-    std::string otherText; ///< the same as on the command line: "--double-press 250"
+    std::string otherText; ///< as on the command line: "--double-press 250"
     bool showLibraryOutput = false;
 };
 
-/// \throws BadInput  one line that names the argument by its number: 1 is the first behind the program's name
+/// \throws BadInput  one line that names the bad argument by its number; 1 is the first after the program's name
 CommandLine parseCommandLine(const std::vector<std::string>& words);
 
 } // namespace Replay

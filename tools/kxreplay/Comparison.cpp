@@ -10,13 +10,13 @@ namespace {
 
 using KX::KXInputEvent;
 
-constexpr std::size_t columnWidth = 57; // two of them, with a mark between, make less than 120
+constexpr std::size_t columnWidth = 57; // two columns and a mark stay below 120
 
 bool isSame(const KXInputEvent& one, const KXInputEvent& other) {
     return formatEvent(one, Format::Text) == formatEvent(other, Format::Text);
 }
 
-// How much two events that came of the same input belong together; 0: not at all.
+// How well two events of the same input match; 0: not at all.
 int kinship(const KXInputEvent& one, const KXInputEvent& other) {
     if (!isSameKey(one, other))
         return 0;
@@ -24,7 +24,7 @@ int kinship(const KXInputEvent& one, const KXInputEvent& other) {
            (isSame(one, other) ? 1 : 0);
 }
 
-/// Pairs of two short sequences, in order, with the greatest sum of kinship.
+/// Pairs the events of two short sequences in order, with the greatest sum of kinship.
 class Alignment {
 public:
     using Place = std::vector<PlayedEvent>::const_iterator;
@@ -42,7 +42,7 @@ public:
                at(i, j) == asPair(i, j);
     }
 
-    /// Where there is no pair: whether the recorded one stands alone, else the other one.
+    /// If (i, j) is no pair: whether the recorded event stands alone; otherwise the changed one does.
     bool isAlone(std::size_t i, std::size_t j) {
         return at(i, j) == at(i + 1, j);
     }
@@ -108,7 +108,7 @@ bool Comparison::Row::differs() const {
     return recorded == nullptr || changed == nullptr || !isSame(*recorded, *changed);
 }
 
-// Both plays have the same entries, so the events of one entry are aligned by themselves.
+// Both plays have the same entries, so the events of each entry are aligned separately.
 Comparison::Comparison(std::vector<PlayedEvent> recordedEvents, std::vector<PlayedEvent> changedEvents)
     : recorded(std::move(recordedEvents)), changed(std::move(changedEvents)) {
     Place left = recorded.begin();

@@ -10,13 +10,13 @@ namespace Replay {
 
 /// Two plays of one session side by side.
 ///
-/// What came of the same input, of the same key and at the same time stands in one row, also where it is
-/// classified otherwise; what has no counterpart stands alone.
+/// Events of the same input, the same key and the same time share a row, even if they are classified differently.
+/// An event without a counterpart stands alone.
 class Comparison {
 public:
     struct Row {
-        const KX::KXInputEvent* recorded; ///< null: came out with the other settings only
-        const KX::KXInputEvent* changed;  ///< null: came out as recorded only
+        const KX::KXInputEvent* recorded; ///< null: only the other settings give this event
+        const KX::KXInputEvent* changed;  ///< null: only the recorded settings give this event
 
         bool differs() const;
     };
@@ -28,11 +28,11 @@ public:
 
     const std::vector<Row>& getRows() const;
 
-    /// For people: all rows, the differing ones marked, and a line that counts these.
-    /// \param otherSettings  what they are, as on the command line
+    /// All rows for people: rows that differ are marked, and the last line counts them.
+    /// \param otherSettings  as on the command line
     std::string toText(const std::string& otherSettings) const;
 
-    /// An object for each row that differs, {"recorded":event or null,"changed":event or null}, and at last
+    /// One object per row that differs, {"recorded":event or null,"changed":event or null}. The last object is
     /// {"differences":number}.
     std::string toJSON() const;
 

@@ -15,7 +15,7 @@ std::string field(const char* name, long long number) {
     return std::string(",\"") + name + "\":" + std::to_string(number);
 }
 
-// The toolkit's name of a key; nothing for a number that is none of its keys.
+// The toolkit's name of a key; empty for other numbers.
 std::string toolkitName(int osKeyCode) {
     if (osKeyCode <= 0)
         return {};
@@ -32,7 +32,7 @@ std::string formatEvent(const KX::KXInputEvent& event, Format format) {
     return std::string(EventLine::Line(event).textWithLineEnd());
 }
 
-// Names of events are letters, digits and underscores: nothing in them needs quoting.
+// The names of events need no quoting: they consist of letters, digits and underscores.
 std::string toJSON(const KX::KXInputEvent& event) {
     std::string text = "{\"time\":" + std::to_string(event.timeStamp);
     text += field("type", event.eventType);

@@ -6,7 +6,7 @@
 
 namespace Replay {
 
-/// How output is written: for people, or one JSON object a line.
+/// The format of the output: for people, or one JSON object per line.
 enum class Format { Text, JSON };
 
 /// An event as one line, with its line end.
@@ -15,12 +15,12 @@ std::string formatEvent(const KX::KXInputEvent& event, Format format);
 /// An event as a JSON object: time, type, name, class, key, os, value, count, data.
 std::string toJSON(const KX::KXInputEvent& event);
 
-/// The key or the mouse button of an event, as people call it: "key 0 (Esc)", "mouse button 1".
+/// The key or the mouse button in words: "key 0 (Esc)", "mouse button 1".
 std::string nameKey(const KX::KXInputEvent& event);
 
 bool isEncoderMove(const KX::KXInputEvent& event);
 
-/// Whether both come of the same key, the same mouse button or the same direction of the knob.
+/// Whether both come from the same key, the same mouse button or the same direction of the knob.
 bool isSameKey(const KX::KXInputEvent& one, const KX::KXInputEvent& other);
 
 } // namespace Replay

@@ -5,7 +5,7 @@
 
 namespace Replay {
 
-/// What a play is expected to print, from a file.
+/// The expected output of a play, from a file.
 class Expectation {
 public:
     /// \throws BadInput  the file cannot be read
@@ -13,7 +13,7 @@ public:
 
     bool isMetBy(std::string_view printed) const;
 
-    /// What differs, as a unified diff from the file to what was printed; empty when nothing does.
+    /// The unified diff from the file to \p printed; empty when they are equal.
     std::string differenceFrom(std::string_view printed) const;
 
 private:

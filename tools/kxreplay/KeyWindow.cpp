@@ -9,7 +9,7 @@ namespace Replay {
 
 namespace {
 
-// Warnings are about the desktop that Qt thinks it is on. Of the reason why it ends the program it must tell.
+// Qt's warnings are about a desktop that is not there. Its reason for ending the program must be shown.
 void tellTheWorst(QtMsgType type, const QMessageLogContext& /*context*/, const QString& text) {
     if (type == QtFatalMsg)
         std::fprintf(stderr, "kxreplay: %s\n", text.toLocal8Bit().constData());

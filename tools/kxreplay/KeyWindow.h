@@ -9,7 +9,7 @@
 
 namespace Replay {
 
-/// Qt without a display and without a word, for a program that has no other use for it than the keys of a keypad.
+/// Qt without a display and without messages, for a program that needs only the key events of a keypad.
 class OffscreenToolkit {
 public:
     OffscreenToolkit();
@@ -21,17 +21,17 @@ private:
     QApplication application;
 };
 
-/// The active window, to which the library posts the keys that it makes of a keypad's frames. It is never shown.
+/// The active window. The library posts the keys of the keypad's frames to it. It is never visible.
 ///
-/// Needs a QApplication, and lives on its thread.
+/// Needs a QApplication and lives on its thread.
 class KeyWindow : private QWidget {
 public:
     KeyWindow();
 
-    /// The keys that were posted since the last call, as a terminal's toolkit layer reports them at \p tick.
+    /// The keys that were posted since the last call, as the toolkit layer of a terminal reports them at \p tick.
     std::vector<KX::KXToolkitEvent> takeKeys(unsigned int tick);
 
-    /// Forgets them.
+    /// Drops the posted keys.
     void dropKeys();
 
 private:

@@ -5,8 +5,8 @@
 
 namespace Replay {
 
-/// Keeps what the library says by std::cout and std::cerr ("Key 3, KeyCode: 2, pressed") out of the program's own
-/// output, as long as this object lives. The program itself writes by C streams.
+/// Keeps the library's messages on std::cout and std::cerr ("Key 3, KeyCode: 2, pressed") out of the program's own
+/// output while this object lives. The program itself uses C streams.
 class LibraryOutput {
 public:
     enum class Goes { Nowhere, ToStandardError };

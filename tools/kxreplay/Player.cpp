@@ -50,7 +50,7 @@ void Player::play(const Take& take, const StepDone& stepDone) {
     for (std::size_t i = 0; i < session.entries.size(); ++i) {
         const Entry& entry = session.entries[i];
         comeTo(entry.timeMs);
-        handOut(i, take); // before a setting can change the durations by which they came out
+        handOut(i, take); // before a setting changes the durations that held for them
         std::visit([this](const auto& input) { apply(input); }, entry.input);
         handOut(i, take);
         stepDone();
@@ -69,7 +69,7 @@ void Player::start() {
     beatStartMs = nowMs;
     lastInputMs = nowMs;
     KXSimulation::setTick(static_cast<unsigned int>(nowMs));
-    // It outlives managers, and what an earlier play has mapped is not to be known in this one.
+    // The table outlives managers; keys that an earlier play mapped must not stay.
     KX::KXInputEventManager::getKXtoOSCodeMap()->clear();
     manager = KX::KXInputEventManager::createInstance();
     recordedDurations = {};
@@ -102,10 +102,10 @@ void Player::stop() {
     manager = nullptr;
 }
 
-// The library keeps the position of the knob for the life of the process, but the next play is to begin at 0.
+// The library keeps the knob's position as long as the process lives, but the next play must start at 0.
 void Player::turnKnobBack() {
     KX::CANRemoteOptions layout = KeyLayout::builtIn();
-    layout.enabled = false; // the bus that is open, if one is, stays the only one
+    layout.enabled = false; // the library keeps an open bus and opens no other
     const LibraryOutput library(LibraryOutput::Goes::Nowhere);
     manager->setCANRemoteOptions(layout);
     KX::KXCANMessage frame;
@@ -125,8 +125,8 @@ void Player::comeTo(std::uint64_t timeMs) {
     }
 }
 
-// A clock that was set while a log was written makes a gap of years. When all that was pending has come out, the
-// worker's passes do nothing, so they are left out, and those that are made stay where they would have been.
+// A clock that was set while a log was written leaves a gap of years. Once nothing is pending, passes have no
+// effect and are skipped. The passes after the gap keep their beat.
 void Player::skipIdleTime(std::uint64_t timeMs) {
     const std::uint64_t allIsDoneMs = nowMs + durations.longPressMs + std::uint64_t{10} * passIntervalMs;
     const std::uint64_t fromMs = beatStartMs + (allIsDoneMs - beatStartMs) / passIntervalMs * passIntervalMs;
@@ -196,8 +196,8 @@ void Player::apply(const Recording::Keypad& keypad) {
     isBusOpen = true;
 }
 
-// A frame that stands on the bus while the worker begins to wait is read at once, in a pass of its own. So there
-// is never more than one.
+// The worker reads a frame that is waiting on the bus at once, in a pass of its own. So each pass reads at most
+// one frame.
 void Player::apply(const Recording::Pass& /*pass*/) {
     if (!unreadFrames.empty()) {
         bringFrame(unreadFrames.front());
@@ -210,8 +210,8 @@ void Player::apply(const Recording::Pass& /*pass*/) {
 
 void Player::apply(const Recording::End& /*end*/) {}
 
-// In the order in which the manager takes them: a double press is always shorter than a long press. Pairs that a
-// session passes through before its first input need not be allowed together with other settings.
+// The order in which the manager accepts both: the double press must always be the shorter one. A session may go
+// through pairs before its first input that are not allowed with the other settings.
 void Player::setDurations(const Durations& wanted) {
     if (!wanted.areAllowed())
         return;

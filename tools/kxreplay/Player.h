@@ -21,28 +21,28 @@ namespace Replay {
 
 class KeyWindow;
 
-/// A classified event and what it came of.
+/// A classified event and its origin.
 struct PlayedEvent {
     KX::KXInputEvent event;
-    std::size_t entry = 0; ///< index of the entry that was played when it came out
+    std::size_t entry = 0; ///< index of the entry that was played at the time
     std::size_t line = 0;  ///< of that entry
-    Durations durations;   ///< that held then
+    Durations durations;   ///< at that time
 };
 
-/// Whether playing takes Qt: there are frames in the session, and the library makes Qt's key events of them.
+/// Whether the play needs Qt: the library turns frames into Qt's key events.
 bool needsToolkit(const Recording::Session& session);
 
 /// Plays a session through the library in virtual time.
 ///
-/// Each play begins as a process does: with a manager of its own, at the tick of the first entry, with no key
-/// mapped and the knob at its beginning. Where the passes of the worker thread are in the recording, it makes
-/// exactly these, and reads one frame in each as long as there are some; else it passes by its own beat, and for
-/// 200 ms after the last input.
+/// Each play starts like a new process: with its own manager, at the tick of the first entry, without mapped keys
+/// and with the knob at its start. If the recording has passes of the worker, the player makes exactly these; each
+/// reads one waiting frame. Otherwise the player makes passes at a regular beat, until 200 ms after the last
+/// input.
 ///
-/// The keys that the library makes of frames go back to it in a plain log only: in a recording they stand as
-/// toolkit events of their own.
+/// Only in a plain log do the keys of the frames go back to the library. In a recording these keys are separate
+/// toolkit events.
 ///
-/// For the thread that drives the simulation; there must be no manager. Frames need a QApplication.
+/// For the thread that drives the simulation. No manager may exist. Frames need a QApplication.
 class Player {
 public:
     struct Options {
@@ -92,13 +92,13 @@ private:
     const Recording::Session& session;
     const Options options;
     std::unique_ptr<KeyWindow> window;          // null: no frames
-    KX::KXInputEventManager* manager = nullptr; // the singleton, while playing
+    KX::KXInputEventManager* manager = nullptr; // exists during a play
     Durations recordedDurations;
-    Durations durations;                       // that hold
-    std::deque<KX::KXCANMessage> unreadFrames; // to be read in passes to come
+    Durations durations;                       // at this moment
+    std::deque<KX::KXCANMessage> unreadFrames; // for the next passes
     bool isBusOpen = false;
     std::uint64_t nowMs = 0;
-    std::uint64_t beatStartMs = 0; // from which the worker's own passes are counted
+    std::uint64_t beatStartMs = 0; // the first beat of the passes
     std::uint64_t lastInputMs = 0;
 };
 

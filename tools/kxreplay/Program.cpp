@@ -27,7 +27,7 @@ namespace {
 
 using Write = std::function<void(const std::string&)>;
 
-// So many are played in a moment on any machine.
+// Few enough to play at once on any machine.
 constexpr std::size_t fewLines = 1000;
 
 void tell(const std::string& line) {
@@ -53,7 +53,7 @@ Player::Options recordedOptions(const CommandLine& arguments, const Recording::S
     return options;
 }
 
-/// One run of the program: a session, what is to be done with it, and where the output goes.
+/// One run of the program: the session, what to do with it, and where the output goes.
 class Run {
 public:
     Run(const CommandLine& givenArguments, const Recording::Session& givenSession, Write writeFunction)
@@ -87,7 +87,7 @@ private:
         });
     }
 
-    // Events that appear on a terminal tell how far the play is, and what counts lines would stand among them.
+    // Events on a terminal already show the progress, and the counter would appear between them.
     bool showsByItself() const {
         return arguments.output == CommandLine::Output::Events && arguments.expectationFile.empty() &&
                isatty(STDOUT_FILENO) == 1;

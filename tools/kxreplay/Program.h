@@ -9,17 +9,17 @@
 namespace Replay {
 
 constexpr int played = 0;
-constexpr int failed = 1; ///< not as expected, or the output could not be written
+constexpr int failed = 1; ///< different from the expectation, or the output could not be written
 constexpr int badInput = 2;
 
-/// Writes what stands in the buffer of standard output.
+/// Flushes standard output.
 /// \throws std::runtime_error
 void flushStandardOutput();
 
 /// Does what the command line asks for, with standard output and standard error.
 /// \return the exit status
-/// \throws BadInput, Recording::BadFile  the status is to be badInput
-/// \throws std::runtime_error             standard output cannot be written; it is to be failed
+/// \throws BadInput, Recording::BadFile  exit with badInput
+/// \throws std::runtime_error             standard output cannot be written; exit with failed
 int run(const CommandLine& arguments);
 
 } // namespace Replay

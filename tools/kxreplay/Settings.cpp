@@ -81,7 +81,7 @@ Durations OtherSettings::applyTo(Durations recorded) const {
     return {doublePressMs.value_or(recorded.doublePressMs), longPressMs.value_or(recorded.longPressMs)};
 }
 
-// What a recording sets before its first input is set in some order, and only what comes of it matters.
+// Settings before the first input may come in any order. Only their result counts.
 void checkDurations(const OtherSettings& settings, const Recording::Session& session,
                     const std::string& fileName) {
     if (!settings.haveDurations())

@@ -7,19 +7,19 @@
 
 namespace Replay {
 
-/// The two durations by which presses are told apart, as a manager has them at first.
+/// The two durations that classify presses. They start with the manager's defaults.
 struct Durations {
     unsigned int doublePressMs = 300;
     unsigned int longPressMs = 2000;
 
-    /// What the manager makes of the call: it refuses a double press that is not shorter than a long press.
-    /// Other settings change nothing.
+    /// Follows the manager: it refuses a double press that is not shorter than a long press. Other settings change
+    /// nothing.
     void take(const Recording::NumberSetting& setting);
 
     bool areAllowed() const;
 };
 
-/// Settings that hold from the beginning to the end, whatever a recording sets.
+/// Settings that hold for the whole play and override those of the recording.
 struct OtherSettings {
     std::optional<unsigned int> doublePressMs;
     std::optional<unsigned int> longPressMs;
@@ -29,13 +29,13 @@ struct OtherSettings {
     bool isEmpty() const;
     bool haveDurations() const;
 
-    /// Whether what a recording sets by this name is to be ignored.
+    /// Whether the play ignores the recorded settings of this name.
     bool replace(Recording::NumberName name) const;
 
     Durations applyTo(Durations recorded) const;
 };
 
-/// Checks that the manager will take the settings all the way.
+/// Checks that the manager will accept the settings at every point of the session.
 /// \param fileName  of the recording, for messages
 /// \throws BadInput
 void checkDurations(const OtherSettings& settings, const Recording::Session& session, const std::string& fileName);

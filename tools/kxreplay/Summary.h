@@ -9,7 +9,7 @@
 
 namespace Replay {
 
-/// A session at a glance: how much of what came out, and what was nearly something else.
+/// A session at a glance: how many events of each type, and which input was nearly classified differently.
 class Summary {
 public:
     explicit Summary(const Recording::Session& session);
@@ -18,7 +18,7 @@ public:
 
     std::string toText() const;
 
-    /// An object a line; its first field, "is", tells what it is: the session, a count of one type, or a close
+    /// One object per line. The first field, "is", names its kind: the session, the count of one type, or a close
     /// call.
     std::string toJSON() const;
 

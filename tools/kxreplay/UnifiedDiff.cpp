@@ -13,7 +13,7 @@ using Lines = std::vector<std::string_view>;
 
 constexpr std::size_t contextLines = 3;
 
-// With their line ends, so that a last line without one is another line.
+// Lines keep their line ends, so that a last line without one differs.
 Lines linesOf(std::string_view text) {
     Lines lines;
     while (!text.empty()) {
@@ -24,14 +24,14 @@ Lines linesOf(std::string_view text) {
     return lines;
 }
 
-/// Which lines stay; all others are taken out or put in.
+/// The lines that stay. All others are removed or added.
 struct Kept {
     std::vector<bool> ofOld;
     std::vector<bool> ofNew;
 };
 
-/// The longest sequence of lines that both texts have, after Hunt and Szymanski: quick where most lines stand
-/// only once, as lines with a time do.
+/// The longest common sequence of lines, by the algorithm of Hunt and Szymanski. It is fast when most lines are
+/// unique, as lines with a time are.
 class CommonLines {
 public:
     CommonLines(const Lines& oldText, const Lines& newText) : oldLines(oldText), newLines(newText) {}
@@ -51,14 +51,14 @@ public:
 private:
     static constexpr std::size_t none = static_cast<std::size_t>(-1);
 
-    // Of a line that stands more often, some places are not looked at: the search stays quick, and what comes of
-    // it is true though perhaps not the shortest.
+    // For frequent lines only some places are tried. This keeps the search fast; the result is correct, but
+    // perhaps not the shortest.
     static constexpr std::size_t mostPlaces = 100;
 
     struct Pair {
         std::size_t oldLine;
         std::size_t newLine;
-        std::size_t previous; // the pair before it in the longest sequence that ends with it
+        std::size_t previous; // the previous pair of the longest sequence that ends here
     };
 
     std::size_t keepStart(Kept& kept) const {
@@ -87,7 +87,7 @@ private:
             const auto those = places.find(oldLines[i]);
             if (those == places.end())
                 continue;
-            // Backwards, so that no two of them come into one sequence.
+            // Backwards, so that two of them never join one sequence.
             for (auto j = those->second.rbegin(); j != those->second.rend(); ++j)
                 take(i, *j);
         }
@@ -107,12 +107,13 @@ private:
     const Lines& oldLines;
     const Lines& newLines;
     std::vector<Pair> pairs;
-    std::vector<std::size_t> ends; // by length, the pair that ends a sequence so long soonest in the new text
+    std::vector<std::size_t>
+        ends; // by length: the pair whose sequence ends earliest in the new text
 };
 
 struct Change {
     char mark;
-    std::size_t oldLine; // so many lines of the old text stand before it
+    std::size_t oldLine; // number of lines before it in the old text
     std::size_t newLine;
     std::string_view text;
 };
@@ -138,7 +139,7 @@ std::vector<Change> allLines(const Lines& oldLines, const Lines& newLines) {
     return changes;
 }
 
-// Numbers count from 1; of no lines at all, the one before them is named.
+// Line numbers start at 1. An empty range has the number of the line before it.
 std::string range(std::size_t before, std::size_t count) {
     const std::string start = std::to_string(count == 0 ? before : before + 1);
     return count == 1 ? start : start + "," + std::to_string(count);
@@ -165,7 +166,7 @@ bool isChange(const Change& change) {
     return change.mark != ' ';
 }
 
-// Changes that are no further apart than their context stand in one hunk.
+// Changes whose contexts touch share a hunk.
 Place endOfHunk(Place lastChange, Place end) {
     for (;;) {
         const Place next = std::find_if(lastChange + 1, end, isChange);

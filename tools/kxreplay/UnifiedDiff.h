@@ -5,8 +5,8 @@
 
 namespace Replay {
 
-/// What differs between two texts, line by line, as diff -u writes it, with three lines of context; empty when
-/// the texts are equal. A last line without a line end is told from one that has it.
+/// The difference of two texts line by line in the format of diff -u, with three lines of context; empty when they
+/// are equal. A missing line end at the end is a difference.
 std::string unifiedDiff(std::string_view oldText, const std::string& oldName, std::string_view newText,
                         const std::string& newName);
 

@@ -41,7 +41,7 @@ void Reporter::countOne() {
     show();
 }
 
-// In a file a line for each tenth is enough.
+// In a file one line per tenth is enough.
 bool Reporter::isNextTenth() const {
     return isTerminal || total == 0 || count * 10 / total > shownCount * 10 / total;
 }

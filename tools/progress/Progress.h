@@ -6,17 +6,16 @@
 
 namespace Progress {
 
-/// Tells on standard error how far a play has come: on a terminal on one line that is written over, else, where
-/// it may be a file, on a line of its own for each tenth, now and then where the end is not known; nothing in half a
-/// second.
+/// Reports progress on standard error. On a terminal it overwrites one line. Elsewhere it writes a line per tenth,
+/// or one every ten seconds when the total is unknown. A short play reports nothing.
 class Reporter {
 public:
-    /// \param programName  stands before what is told
-    /// \param doneText     what has been done with what is counted: "frames sent"
-    /// \param total        0: not known
+    /// \param programName  the beginning of each report
+    /// \param doneText     what is counted: "frames sent"
+    /// \param total        0: unknown
     Reporter(std::string programName, std::string doneText, std::size_t total);
 
-    /// Ends the line on a terminal, so that what is said next does not stand in it.
+    /// Ends the line on a terminal, so that later output starts on a new one.
     ~Reporter();
 
     Reporter(const Reporter&) = delete;

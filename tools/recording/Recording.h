@@ -15,16 +15,16 @@
 #include <variant>
 #include <vector>
 
-/// Recordings of an operator's session: every input that reached the library, each with its tick.
+/// Recordings of an operator's session: every input of the library with its tick.
 ///
-/// The file format is described in docs/recording.md. Nothing here knows a clock, a platform or a toolkit.
+/// docs/recording.md describes the file format. This code uses no clock, no platform and no toolkit.
 namespace Recording {
 
 /// The settings that are one number.
 enum class NumberName { DoublePress, LongPress, UserFactor, LowPass, AcceptInput };
 
 /// A call that set one of them: setDoubleKeyPressDuration, setLongKeyPressDuration, setUserFactor,
-/// setLowPassFactor, acceptInput (0 or 1). It is recorded whether it was refused or not.
+/// setLowPassFactor or acceptInput (0 or 1). Refused calls are recorded, too.
 struct NumberSetting {
     NumberName name;
     std::int64_t value;
@@ -40,7 +40,7 @@ struct KeyMapping {
     std::map<int, int> keyCodeOfToolkitKey;
 };
 
-/// A call of setCANRemoteOptions with a layout that is enabled and was checked.
+/// A call of setCANRemoteOptions with an enabled and checked layout.
 struct Keypad {
     std::shared_ptr<const KX::CANRemoteOptions> layout; ///< never null
 };
@@ -54,14 +54,14 @@ struct Frame {
 /// A pass of the worker thread, in which long presses and bundles of encoder steps become due.
 struct Pass {};
 
-/// The recording was ended, not cut off.
+/// The recording was ended properly, not cut off.
 struct End {};
 
-/// Toolkit events stand as they were before the library changed them.
+/// Toolkit events are stored as they were before the library changed them.
 using Input = std::variant<KX::KXToolkitEvent, Frame, NumberSetting, SpeedTable, KeyMapping, Keypad, Pass, End>;
 
 struct Entry {
-    /// In ms; its low 32 bits are the tick. It goes on where the tick wraps, and never back.
+    /// In ms. The low 32 bits are the tick. It continues when the tick wraps and never decreases.
     std::uint64_t timeMs = 0;
     Input input;
     std::size_t line = 0; ///< in the file, from 1
@@ -74,21 +74,21 @@ struct Entry {
 /// The first line of a recording, without a line end.
 std::string_view firstLine();
 
-/// An entry as one line, without a line end; \c line does not matter. What is read from it is the same again, for
-/// times below 10^15 ms.
+/// An entry as one line, without a line end; \c line is ignored. Reading the line gives the same entry, for times
+/// below 10^15 ms.
 std::string format(const Entry& entry);
 
-/// A line of our own (not a comment and not one of a CAN log) as an entry.
-/// \param previousMs   time of the line before; nothing for the first
-/// \param toolkitKeys  from key codes to the toolkit's keys, against which a keypad is checked
-/// \param unknown      set to the words that a newer version has added and that do not count; else left alone
-/// \return nothing when the whole line is one that a newer version has added
-/// \throws std::runtime_error  what is wrong with the line, in one line
+/// Reads an entry from a line that is neither a comment nor a line of a CAN log.
+/// \param previousMs   time of the previous line; nothing for the first one
+/// \param toolkitKeys  from key codes to the toolkit's keys, to check a keypad
+/// \param unknown      set to words of a newer version that are ignored; otherwise unchanged
+/// \return nothing when the whole line is of a newer version
+/// \throws std::runtime_error  the problem, in one line
 std::optional<Entry> parse(std::string_view line, std::optional<std::uint64_t> previousMs,
                            const std::map<int, int>& toolkitKeys, std::string& unknown);
 
-/// The time of an entry at \p tick that follows one at \p previousMs.
-/// \throws std::runtime_error  the tick lies before it
+/// The time of an entry at \p tick after an entry at \p previousMs.
+/// \throws std::runtime_error  the tick is earlier
 std::uint64_t continueTime(unsigned int tick, std::optional<std::uint64_t> previousMs);
 
 } // namespace Recording

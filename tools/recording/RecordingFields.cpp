@@ -41,7 +41,7 @@ bool parseType(std::string_view word, int& type) {
     return true;
 }
 
-// How the value of a field is written. Each has the two functions that are called below.
+// The notations of field values. Each has a function format and a function parse.
 
 struct Decimal {
     template<typename Number>
@@ -54,7 +54,7 @@ struct Decimal {
     }
 };
 
-// As the toolkit's own tables write keys.
+// In hexadecimal, as in the toolkit's own tables.
 struct ToolkitKey {
     static std::string format(int key) {
         return key == KX::KX_KEY_NONE ? "-1" : "0x" + Text::hexadecimal(static_cast<unsigned int>(key));
@@ -118,7 +118,7 @@ KXToolkitEvent defaultEvent(unsigned int tick) {
     return event;
 }
 
-// Returns whether there is a field of that name.
+// Returns whether a field has this name.
 bool setField(KXToolkitEvent& event, std::string_view name, std::string_view value) {
     bool isKnown = false;
     forEachField(event, [&](std::string_view field, auto notation, auto& member) {

@@ -12,24 +12,24 @@ namespace Recording {
 
 namespace {
 
-constexpr mode_t accessForAll = 0666; // less what the process' umask takes away
+constexpr mode_t accessForAll = 0666; // minus the umask of the process
 
-// A pipe that nobody reads would keep the caller until somebody does, deaf to a signal that asks it to end: without
-// waiting, it is refused. What is written later waits for the reader as usual.
+// Opening a pipe without a reader would block, and a signal could not end the program. Without blocking, such a
+// pipe is refused. Later writes wait for the reader as usual.
 int openToAppend(const std::string& name) {
     const int descriptor =
         open(name.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK, accessForAll);
     if (descriptor >= 0)
-        fcntl(descriptor, F_SETFL, O_APPEND); // the only flag besides that can be set anew; it does not fail
+        fcntl(descriptor, F_SETFL, O_APPEND); // no other flag can change; this does not fail
     return descriptor;
 }
 
-// ENXIO says "No such device or address", which helps nobody.
+// The text for ENXIO is "No such device or address", which does not help.
 std::string whyNotOpened(int error) {
     return error == ENXIO ? "nobody reads this pipe" : std::strerror(error);
 }
 
-// Whether there may be something that must not be lost. A pipe or a device has no size.
+// Whether the file may hold something that must not be lost. A pipe or a device has no size.
 bool holdsSomething(int descriptor) {
     struct stat state {};
     return fstat(descriptor, &state) != 0 || (S_ISREG(state.st_mode) && state.st_size > 0);
@@ -57,7 +57,7 @@ bool File::write(unsigned int tick, const Input& input) {
     try {
         entry.timeMs = continueTime(tick, lastMs);
     } catch (const std::runtime_error& error) {
-        failure = failure.value_or(name + ": " + error.what()); // by a clock that was set back
+        failure = failure.value_or(name + ": " + error.what()); // the clock was set back
         return false;
     }
     entry.input = input;
@@ -69,7 +69,7 @@ bool File::append(std::string_view text) {
     while (!failure && !text.empty()) {
         const ssize_t written = ::write(descriptor, text.data(), text.size());
         if (written > 0)
-            text.remove_prefix(static_cast<std::size_t>(written)); // all of it, but for a disk that fills up
+            text.remove_prefix(static_cast<std::size_t>(written)); // all, unless the disk fills up
         else if (errno != EINTR)
             failure = name + ": " + std::strerror(errno);
     }

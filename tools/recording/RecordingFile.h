@@ -7,27 +7,28 @@
 
 namespace Recording {
 
-/// A recording that is being written.
+/// Writes a recording.
 ///
-/// Each entry is handed to the system before the call returns, so that what was written is there whatever becomes
-/// of the process; a crash can cut the last line at most. One thread at a time.
+/// Each entry reaches the system before the call returns, so it survives the end of the process. A crash can cut
+/// only the last line. One thread at a time.
 class File {
 public:
-    /// Makes the file, readable for everybody whom the process lets, with its first lines.
+    /// Creates the file with its first lines. The umask decides who may read it.
     /// \param program  name and version of the writer, for a comment
-    /// \throws std::runtime_error  "path: why"; also when something is in the file already, which is not overwritten
+    /// \throws std::runtime_error  "path: reason"; also when the file is not empty, because it is never
+    /// overwritten
     File(std::string path, const std::string& program);
     ~File();
 
     File(const File&) = delete;
     File& operator=(const File&) = delete;
 
-    /// Appends an entry with the time of \p tick; \p tick is not before that of the last one.
-    /// After a failure nothing is written any more, so that no line is missing between others.
-    /// \return whether it was written
+    /// Appends an entry with the time of \p tick, which must not be before the previous one. After a failure
+    /// nothing more is written, so that no line is missing between others.
+    /// \return whether the entry was written
     bool write(unsigned int tick, const Input& input);
 
-    /// Why writing failed, in one line; nothing when it has not.
+    /// Why writing failed, in one line; nothing as long as it works.
     const std::optional<std::string>& problem() const {
         return failure;
     }

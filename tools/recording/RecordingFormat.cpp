@@ -17,7 +17,7 @@ std::string formatFrame(const Frame& frame, std::uint64_t timeMs) {
     return CanBus::formatCANLogLine(line);
 }
 
-// What stands behind the tick.
+// The part of the line after the tick.
 struct Formatter {
     unsigned int tick;
 
@@ -44,11 +44,11 @@ struct Formatter {
         return text;
     }
     std::string operator()(const Keypad& keypad) const {
-        // One call is one line, so that no crash can leave half a keypad behind.
+        // One call is one line, so a crash cannot leave half a keypad.
         std::string text = KeyLayout::write(*keypad.layout);
         if (text.empty())
             return "set keypad";
-        text.pop_back(); // the end of the last line
+        text.pop_back(); // the line end of the last entry
         for (std::size_t end = text.find('\n'); end != std::string::npos; end = text.find('\n', end))
             text.replace(end, 1, "; ");
         return "set keypad " + text;
@@ -60,7 +60,7 @@ struct Formatter {
         return "end";
     }
     std::string operator()(const Frame& /*frame*/) const {
-        return {}; // has no tick before it
+        return {}; // frames have no tick at their beginning
     }
 };
 

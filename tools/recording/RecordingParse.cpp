@@ -69,7 +69,7 @@ KeyMapping parseKeyMapping(std::string_view words) {
 
 Keypad parseKeypad(std::string_view words, const std::map<int, int>& toolkitKeys) {
     std::string text(words);
-    // The entry of the layout in which something is wrong is found by its number.
+    // The line number in the message becomes the number of the entry.
     std::replace(text.begin(), text.end(), ';', '\n');
     std::istringstream lines(text);
     try {
@@ -122,7 +122,7 @@ std::optional<Input> parseInput(std::string_view words, unsigned int tick, const
 std::uint64_t continueTime(unsigned int tick, std::optional<std::uint64_t> previousMs) {
     if (!previousMs)
         return tick;
-    // What lies less than half the range behind has gone back; everything else is ahead, across the wrap too.
+    // A tick less than half the range behind has gone back. Every other tick is ahead, perhaps across the wrap.
     const auto distance = static_cast<int>(tick - static_cast<unsigned int>(*previousMs));
     if (distance < 0)
         fail("the tick " + std::to_string(tick) + " lies before that of the line above, " +

@@ -20,16 +20,16 @@ namespace {
 constexpr std::string_view formatWord = "kxrecording";
 constexpr unsigned int formatVersion = 1;
 
-// The flags of frames that the library never gets.
+// Flags of frames that the library never gets.
 constexpr std::uint32_t errorOrRemoteFlags = 0x60000000;
 
-// What some editors put before a text in UTF-8.
+// Some editors write this before a text in UTF-8.
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 
-// Longer than any line that is written, so that a file without line ends is refused before it fills the memory.
+// Longer than any line of a recording. A file without line ends is refused before it fills the memory.
 constexpr std::size_t longestLine = 65536;
 
-// Which key codes the toolkit has a key for without any mapping; which keys these are does not matter here.
+// The key codes that the toolkit knows without a mapping. The values are placeholders.
 std::map<int, int> keysOfEveryManager() {
     std::map<int, int> keys;
     for (int keyCode = KX::KX_KEY_ESCAPE; keyCode <= KX::KX_KEY_END; ++keyCode)
@@ -90,7 +90,7 @@ private:
             takeRecordingLine();
     }
 
-    // Whether a crash left nothing but a part of the first line, which says nothing else than a whole one.
+    // Whether a crash left only a part of the first line. It has no other content.
     bool isCutFirstLine() const {
         const bool isCut = !hasLineEnd && firstLine().substr(0, line.size()) == line;
         if (isCut)
@@ -134,7 +134,7 @@ private:
     }
 
     void takeRecordingLine() {
-        // A crash, or a disk that is full, cut it: what is left may look whole and say something else.
+        // A crash or a full disk cut the line. The rest may look complete and mean something else.
         if (!hasLineEnd) {
             tellOfCut();
             return;

@@ -10,35 +10,36 @@
 
 namespace Recording {
 
-/// What is wrong with a file, on one line that begins with its name: "file:line: what", or "file: what".
+/// The file is bad. The text is one line that begins with the name: "file:line: problem" or "file: problem".
 class BadFile : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// A session as it is in a file.
+/// A session from a file.
 struct Session {
-    /// A log of a CAN bus and nothing else. Its frames are all the input there is: the keys that the library makes
-    /// of them are to be delivered. In a recording they follow as toolkit events, with their own time.
+    /// Whether this is only a log of a CAN bus. The frames are then the only input, and their keys must be
+    /// delivered. In a recording the keys follow as toolkit events with their own time.
     bool isPlainLog = false;
 
-    /// Whether the passes of the worker thread are in it; else they are to be made.
+    /// Whether the file has the passes of the worker thread; otherwise the player makes them.
     bool hasPasses = false;
 
     std::vector<Entry> entries; ///< in time order
 };
 
-/// Takes a warning: "file:line: what", in one line.
+/// Receives a warning in one line: "file:line: text".
 using Warn = std::function<void(const std::string&)>;
 
-/// Time of the first frame of a plain log, whose own epoch is that of whoever wrote it.
+/// Time of the first frame of a plain log, which has an epoch of its own.
 constexpr std::uint64_t plainLogStartMs = 1000;
 
 /// Reads a recording, or a plain log in the format of can-utils, to its end.
 ///
-/// A last line without a line end, which a crash leaves, is left out of a recording with a warning. Lines and
-/// words that a newer version has added are left out with one warning for all. In a plain log error and remote
-/// frames are left out, which the library never gets, and a frame earlier than one before it takes that one's time.
+/// In a recording, a last line without a line end is ignored with a warning, because a crash has cut it. Lines and
+/// words of a newer version are ignored with one warning for all. In a plain log, error and remote frames are
+/// ignored, because the library never gets them. A frame that is older than a previous one takes the time of that
+/// one.
 /// \param name  of the file, for messages
 /// \throws BadFile
 Session read(std::istream& input, const std::string& name, const Warn& warn);

@@ -7,7 +7,7 @@
 
 namespace Recording {
 
-/// A setting that is one number: its word, and which numbers a call can have been made with.
+/// A setting that is one number: its word and the range of the call's argument.
 struct NumberWord {
     NumberName name;
     std::string_view word;

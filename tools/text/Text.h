@@ -5,25 +5,25 @@
 #include <string_view>
 #include <system_error>
 
-/// What the readers of text have in common: lines of words, from files that may hold anything.
+/// Words and numbers in text files, which may contain anything.
 namespace Text {
 
 constexpr std::string_view blanks = " \t\r\v\f";
 
-/// Text of the input for a message, which stays one readable line whatever that is.
+/// Quotes a text from the input for a message. The result is always one readable line.
 std::string quoted(std::string_view text);
 
-/// Without blanks at either end.
+/// Removes blanks at both ends.
 std::string_view trimmed(std::string_view text);
 
-/// Takes the word before the next blank off \p text; empty at the end.
+/// Takes the first word off \p text; empty at the end.
 std::string_view takeWord(std::string_view& text);
 
-/// Takes what stands before the next \p separator off \p text, and the separator; the rest where there is none.
+/// Takes the part before the next \p separator off \p text, with the separator. Without a separator it takes all.
 std::string_view takeUntil(std::string_view& text, char separator);
 
-/// The whole of \p text as a number: digits, for a signed one perhaps with a minus; no blank, no prefix.
-/// \return whether it is one and fits
+/// Parses the whole of \p text as a number: only digits, and a minus for signed types. No blanks, no prefix.
+/// \return whether \p text is a number that fits
 template<typename Number>
 bool parseNumber(std::string_view text, int base, Number& number) {
     const auto result = std::from_chars(text.data(), text.data() + text.size(), number, base);

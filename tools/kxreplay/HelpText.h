@@ -1,7 +1,0 @@
-#pragma once
-
-namespace Replay {
-
-extern const char* const helpText;
-
-} // namespace Replay
