@@ -73,7 +73,7 @@ public:
     /// Makes room for \p number items, so that adding them allocates nothing. When it throws, nothing has changed.
     void reserve(std::size_t number) {
         if (number > items.capacity())
-            items.reserve(std::max(number, 2 * items.capacity()));
+            growItems(number);
         if (number > fewItems && 2 * number > table.size())
             makeSlots(2 * number);
     }
@@ -91,7 +91,7 @@ public:
     }
 
     /// Keeps memory for a usual chain; that of a rare long one is given back.
-    void clear() noexcept {
+    [[gnu::noinline]] void clear() noexcept {
         if (items.capacity() > keptItems) {
             *this = KXHashedSet();
             return;
@@ -156,7 +156,12 @@ private:
             enter(item, items.size());
     }
 
-    void makeSlots(std::size_t number) {
+    // Out of line, as are the others that a chain of actions needs seldom: the rest is short then.
+    [[gnu::noinline]] void growItems(std::size_t number) {
+        items.reserve(std::max(number, 2 * items.capacity()));
+    }
+
+    [[gnu::noinline]] void makeSlots(std::size_t number) {
         std::size_t powerOfTwo = 4 * fewItems;
         while (powerOfTwo < number)
             powerOfTwo *= 2;

@@ -1,6 +1,6 @@
 #include "events/EventRecord.h"
 
-#include "events/KXSomeEvent.h"
+#include "events/EventParts.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -14,26 +14,27 @@ static_assert(sizeof(void*) != 4 || (sizeof(KXSomeEvent) == sizeof(EventRecord) 
 
 namespace {
 
-// Visits every field that travels, with its offset in the record, so that writing and reading cannot differ.
+constexpr std::size_t placeOfSignal = 24;
+constexpr std::size_t placeOfSourceClass = 40;
+
+// Visit the fields that travel, with their places in the record, so that writing and reading cannot differ.
+
 template<class Event, class Visitor>
-void visitFields(Event& event, Visitor&& visit) {
-    visit(24, event.signalData);
-    visit(40, event.sourceClass);
+void visitInputFields(Event& event, Visitor&& visit) {
+    visit(48, event.keyCode);
+    visit(52, event.osKeyCode);
+    visit(56, event.inputValue);
+    visit(60, event.inputData);
+}
 
-    auto& input =
-        static_cast<std::conditional_t<std::is_const_v<Event>, const KXInputEvent, KXInputEvent>&>(event);
-    visit(48, input.keyCode);
-    visit(52, input.osKeyCode);
-    visit(56, input.inputValue);
-    visit(60, input.inputData);
-
-    auto& base = static_cast<std::conditional_t<std::is_const_v<Event>, const KXEvent, KXEvent>&>(event);
-    visit(88, base.eventClass);
-    visit(92, base.eventType);
-    visit(96, base.timeStamp);
-    visit(100, base.eventData);
-    visit(116, base.value);
-    visit(120, base.count);
+template<class Event, class Visitor>
+void visitEventFields(Event& event, Visitor&& visit) {
+    visit(88, event.eventClass);
+    visit(92, event.eventType);
+    visit(96, event.timeStamp);
+    visit(100, event.eventData);
+    visit(116, event.value);
+    visit(120, event.count);
 }
 
 // What lies between the fields.
@@ -57,34 +58,83 @@ void swapWhereBigEndian(Field& field) {
     }
 }
 
-template<class Field>
-void writeField(std::uint8_t* at, const Field& field) {
-    std::remove_const_t<Field> copy;
-    std::memcpy(&copy, &field, sizeof(Field));
-    swapWhereBigEndian(copy);
-    std::memcpy(at, &copy, sizeof(Field));
+class Writer {
+public:
+    explicit Writer(EventRecord& writtenRecord) : record(writtenRecord) {}
+
+    template<class Field>
+    void operator()(std::size_t place, const Field& field) const {
+        std::remove_const_t<Field> copy;
+        std::memcpy(&copy, &field, sizeof(Field));
+        swapWhereBigEndian(copy);
+        std::memcpy(&record[place], &copy, sizeof(Field));
+    }
+
+private:
+    EventRecord& record;
+};
+
+class Reader {
+public:
+    explicit Reader(const EventRecord& readRecord) : record(readRecord) {}
+
+    template<class Field>
+    void operator()(std::size_t place, Field& field) const {
+        std::memcpy(&field, &record[place], sizeof(Field));
+        swapWhereBigEndian(field);
+    }
+
+private:
+    const EventRecord& record;
+};
+
+void writeNoInput(const Writer& write) {
+    constexpr int noWords[4] = {};
+    write(48, int{KX_KEY_NONE});
+    write(52, int{KX_KEY_NONE});
+    write(56, 0);
+    write(60, noWords);
 }
 
-template<class Field>
-void readField(const std::uint8_t* at, Field& field) {
-    std::memcpy(&field, at, sizeof(Field));
-    swapWhereBigEndian(field);
+void writeParts(EventRecord& record, const KXEvent& event, const EventParts& parts) {
+    // Everything is written once: clearing the whole record first costs more than filling it.
+    const Writer write(record);
+    for (const Gap& gap : gaps)
+        std::fill(record.begin() + gap.begin, record.begin() + gap.end, std::uint8_t{0});
+    constexpr std::uint64_t noSignal[2] = {};
+    write(placeOfSignal, parts.signal ? parts.signal->signalData : noSignal);
+    write(placeOfSourceClass, parts.sourceClass);
+    if (parts.input)
+        visitInputFields(*parts.input, write);
+    else
+        writeNoInput(write);
+    visitEventFields(event, write);
+}
+
+// Out of line, with its holder: hardly any event claims a class that there is not.
+[[gnu::noinline]] void writeUnknown(EventRecord& record, KXEvent& event) {
+    KXSomeEvent holder(event); // which reports it
+    writeParts(record, holder, partsOf(holder));
 }
 
 } // namespace
 
-EventRecord encodeEvent(const KXSomeEvent& event) {
-    // Everything is written once: clearing the whole record first costs more than filling it.
+EventRecord encodeEvent(KXEvent& event) {
     EventRecord record;
-    for (const Gap& gap : gaps)
-        std::fill(record.begin() + gap.begin, record.begin() + gap.end, std::uint8_t{0});
-    visitFields(event, [&record](std::size_t offset, const auto& field) { writeField(&record[offset], field); });
+    const EventParts parts = partsOf(event);
+    if (parts.isKnownClass)
+        writeParts(record, event, parts);
+    else
+        writeUnknown(record, event);
     return record;
 }
 
 void decodeEvent(const EventRecord& record, KXSomeEvent& event) {
-    visitFields(
-        event, [&record](std::size_t offset, auto& field) { readField(&record[offset], field); });
+    const Reader read(record);
+    read(placeOfSignal, event.signalData);
+    read(placeOfSourceClass, event.sourceClass);
+    visitInputFields(static_cast<KXInputEvent&>(event), read);
+    visitEventFields(static_cast<KXEvent&>(event), read);
 }
 
 } // namespace KX

@@ -5,6 +5,7 @@
 
 namespace KX {
 
+class KXEvent;
 class KXSomeEvent;
 
 /// One event as it travels through a pipe: the image that a KXSomeEvent has in the memory of a 32-bit
@@ -12,7 +13,9 @@ class KXSomeEvent;
 /// written as 0 and skipped when read.
 using EventRecord = std::array<std::uint8_t, 136>;
 
-EventRecord encodeEvent(const KXSomeEvent& event);
+/// The record of the holder that would be made from \p event, without making the holder: that saves a tenth of a post.
+/// \throws std::bad_cast  the event claims a class that it is not
+EventRecord encodeEvent(KXEvent& event);
 
 /// Puts the fields of a record into \p event, which keeps its flags and its own type tables.
 void decodeEvent(const EventRecord& record, KXSomeEvent& event);

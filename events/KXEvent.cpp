@@ -2,10 +2,9 @@
 
 #include "events/DiagnosticLine.h"
 #include "events/EventFields.h"
-#include "events/KXEventClass.h"
+#include "events/EventParts.h"
 
 #include <iostream>
-#include <typeinfo>
 
 // Copying is defined here and not left to each user's compiler, so that what a copy carries is part of the
 // library and a program built against an older header agrees with it.
@@ -66,25 +65,6 @@ KXSignal::~KXSignal() = default;
 
 namespace {
 
-// Whether an event is exactly of a class, and then where its part is.
-template<class Class, class Part>
-bool findPartOf(KXEvent& event, Part*& part) {
-    if (&typeid(event) != &typeid(Class))
-        return false;
-    part = static_cast<Class*>(dynamic_cast<void*>(&event));
-    return true;
-}
-
-// The part that an event claims to have. Nearly every event is exactly of the class that it claims, or of one of those
-// derived from it here: then the part is found at once, without the search of a checked cast through the diamond.
-template<class Part, class... Derived>
-Part& partOf(KXEvent& event) {
-    Part* part = nullptr;
-    if (findPartOf<Part>(event, part) || (findPartOf<Derived>(event, part) || ...))
-        return *part;
-    return dynamic_cast<Part&>(event);
-}
-
 [[gnu::noinline]] void reportUnknownClass(int eventClass) {
     writeLine(std::cerr, {"KXSomeEvent(KXEvent &): ERRROR - created from unknown event class ", eventClass});
 }
@@ -95,54 +75,20 @@ KXSomeEvent::KXSomeEvent() {
     eventClass = SOME_EVENT_CLASS;
 }
 
-KXSomeEvent::KXSomeEvent(KXEvent& source) : sourceClass(source.eventClass) {
-    // As a whole, and not the class apart, since that is how a copy reads it: a processor waits for what it is to read
-    // when that was written in pieces.
-    copyEventFields(*this, source);
-
-    // The number decides, so that an object of a class derived by the application travels as what it says it
-    // is; the casts make sure that it really has the part that is read.
-    const KXInputEvent* input = nullptr;
-    const KXSignal* signal = nullptr;
-    switch (source.eventClass) {
-    case EVENT_CLASS:
-        break;
-    case INCIDENT_CLASS:
-        partOf<KXIncident, KXSomeEvent>(source);
-        break;
-    case TOOLKIT_EVENT_CLASS:
-        input = &partOf<KXToolkitEvent, KXSomeEvent>(source);
-        break;
-    case INPUT_EVENT_CLASS:
-        input = &partOf<KXInputEvent, KXToolkitEvent, KXSomeEvent>(source);
-        break;
-    case NAVIGATION_EVENT_CLASS:
-        partOf<KXNavigationEvent, KXSomeEvent>(source);
-        break;
-    case TRIGGER_CLASS:
-        partOf<KXTrigger, KXSomeEvent>(source);
-        break;
-    case SIGNAL_CLASS:
-        signal = &partOf<KXSignal, KXSomeEvent>(source);
-        break;
-    case SOME_EVENT_CLASS: {
-        const auto& holder = partOf<KXSomeEvent>(source);
-        input = &holder;
-        signal = &holder;
-        sourceClass = holder.sourceClass;
-        break;
-    }
-    default:
+KXSomeEvent::KXSomeEvent(KXEvent& source) {
+    const EventParts parts = partsOf(source);
+    if (!parts.isKnownClass) {
         reportUnknownClass(source.eventClass);
-        copyEventFields(*this, KXEvent());
         eventClass = SOME_EVENT_CLASS;
         eventType = source.eventType;
-        sourceClass = EVENT_CLASS;
+        return;
     }
-    if (input)
-        copyInputFields(*this, *input);
-    if (signal)
-        copyWords(signalData, signal->signalData);
+    copyEventFields(*this, source);
+    sourceClass = parts.sourceClass;
+    if (parts.input)
+        copyInputFields(*this, *parts.input);
+    if (parts.signal)
+        copyWords(signalData, parts.signal->signalData);
 }
 
 // Whatever way a holder came by its flags, a copy does not have them.

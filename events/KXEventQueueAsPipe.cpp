@@ -28,7 +28,7 @@ void KXEventQueueAsPipe::postEvent(KXEvent& event) {
     tracePost(event);
     // A record is smaller than what a pipe takes whole or not at all: posting threads need no lock, and a full
     // pipe never leaves half a record behind.
-    EventRecord record = encodeEvent(KXSomeEvent(event));
+    EventRecord record = encodeEvent(event);
     if (writeIntoPipe(record.data(), recordSize) != 0)
         reportError("Class KXPipe has failed to write the data into the pipe ");
     callAfterPostFunction();

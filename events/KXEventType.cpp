@@ -24,20 +24,34 @@ constexpr NamedType namedTypes[] = {
 
 constexpr std::string_view unnamedPrefix = "UnknownEventType(";
 
-// All numbers but the upper bound are small, so one byte for each gives a look-up without a search.
-constexpr int lastIndexedNumber = MEDIA_EVENT;
+// Types are numbered by families of a hundred, of which few numbers are taken. So a look-up goes by the family and by
+// the number in it, without a search. That takes 200 bytes; one index of all numbers would take 2 KiB.
+constexpr int familySize = 100;
+constexpr int familyCount = MEDIA_EVENT / familySize + 1;
 constexpr std::uint8_t noName = 0xFF;
-using NameIndex = std::array<std::uint8_t, lastIndexedNumber + 1>;
+
+struct NameIndex {
+    struct Family {
+        std::uint8_t begin = 0; // in places
+        std::uint8_t size = 0;
+    };
+    std::array<Family, familyCount> families{};
+    std::array<std::uint8_t, 2 * std::size(namedTypes)> places{}; // in namedTypes, or noName
+};
 
 constexpr NameIndex makeNameIndex() {
     NameIndex index{};
-    for (auto& entry : index)
-        entry = noName;
-    std::uint8_t position = 0;
-    for (const NamedType& type : namedTypes) {
-        if (type.number <= lastIndexedNumber)
-            index[static_cast<std::size_t>(type.number)] = position;
-        ++position;
+    for (auto& place : index.places)
+        place = noName;
+    std::uint8_t end = 0;
+    for (std::uint8_t place = 0; place < std::size(namedTypes) - 1; ++place) {
+        const int number = namedTypes[place].number;
+        NameIndex::Family& family = index.families[static_cast<std::size_t>(number / familySize)];
+        if (family.size == 0)
+            family.begin = end;
+        family.size = static_cast<std::uint8_t>(number % familySize + 1);
+        end = static_cast<std::uint8_t>(family.begin + family.size);
+        index.places[end - 1U] = place;
     }
     return index;
 }
@@ -47,7 +61,7 @@ constexpr NameIndex nameIndex = makeNameIndex();
 constexpr bool onlyTheUpperBoundIsNotIndexed() {
     int beyond = 0;
     for (const NamedType& type : namedTypes)
-        beyond += type.number > lastIndexedNumber ? 1 : 0;
+        beyond += type.number >= familySize * familyCount ? 1 : 0;
     return beyond == 1 && std::size(namedTypes) < noName;
 }
 static_assert(onlyTheUpperBoundIsNotIndexed());
@@ -57,10 +71,16 @@ static_assert(onlyTheUpperBoundIsNotIndexed());
 std::string_view findEventTypeName(int type) {
     if (type == KX_MAX_EVENT_TYPE_NUMBER)
         return namedTypes[std::size(namedTypes) - 1].name;
-    if (type < 0 || type > lastIndexedNumber)
+    const auto number = static_cast<unsigned int>(type); // a negative one is beyond every family
+    const unsigned int familyNumber = number / familySize;
+    if (familyNumber >= familyCount)
         return {};
-    const std::uint8_t position = nameIndex[static_cast<std::size_t>(type)];
-    return position == noName ? std::string_view() : namedTypes[position].name;
+    const NameIndex::Family family = nameIndex.families[familyNumber];
+    const unsigned int numberInFamily = number % familySize;
+    if (numberInFamily >= family.size)
+        return {};
+    const std::uint8_t place = nameIndex.places[family.begin + numberInFamily];
+    return place == noName ? std::string_view() : namedTypes[place].name;
 }
 
 std::string translateEventTypeToString(int type) {

@@ -11,16 +11,6 @@
 namespace KX {
 
 KXInputObserver::~KXInputObserver() = default;
-void KXInputObserver::onToolkitEvent(const KXToolkitEvent&) {}
-void KXInputObserver::onInputEvent(const KXInputEvent&) {}
-void KXInputObserver::onPostedEvent(const KXEvent&) {}
-void KXInputObserver::onSetting(KXInputSetting, std::int64_t) {}
-void KXInputObserver::onSpeedTable(const std::vector<KXEncoderDynamicPair>&) {}
-void KXInputObserver::onKeyMapping(const std::map<int, int>&) {}
-void KXInputObserver::onKeypad(const CANRemoteOptions&) {}
-void KXInputObserver::onFrame(const KXCANMessage&) {}
-void KXInputObserver::onPass(unsigned int) {}
-void KXInputObserver::onPassDue() {}
 
 std::atomic<KXInputObserver*> inputObserver{nullptr};
 

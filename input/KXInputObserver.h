@@ -36,35 +36,35 @@ public:
     virtual ~KXInputObserver();
 
     /// A call of toolkitEventOccurred. The event stands as the toolkit reported it.
-    virtual void onToolkitEvent(const KXToolkitEvent& event);
+    virtual void onToolkitEvent(const KXToolkitEvent& /*event*/) {}
 
     /// A call of inputEventOccurred that did not come from toolkitEventOccurred.
-    virtual void onInputEvent(const KXInputEvent& event);
+    virtual void onInputEvent(const KXInputEvent& /*event*/) {}
 
     /// An event that is posted past classification: postToEventQueue, postESCtoEventQueue.
-    virtual void onPostedEvent(const KXEvent& event);
+    virtual void onPostedEvent(const KXEvent& /*event*/) {}
 
     /// A setting of the manager or the encoder. The manager's initialize sets its defaults in this way, too.
-    virtual void onSetting(KXInputSetting setting, std::int64_t value);
+    virtual void onSetting(KXInputSetting /*setting*/, std::int64_t /*value*/) {}
 
     /// A new speed table: KXEncoderDynamic::setDynamicParameters.
-    virtual void onSpeedTable(const std::vector<KXEncoderDynamicPair>& pairs);
+    virtual void onSpeedTable(const std::vector<KXEncoderDynamicPair>& /*pairs*/) {}
 
     /// Keys that are added to the key tables, from toolkit codes to key codes: setKeyMapping, and the default keys.
-    virtual void onKeyMapping(const std::map<int, int>& mapping);
+    virtual void onKeyMapping(const std::map<int, int>& /*mapping*/) {}
 
     /// A call of setCANRemoteOptions.
-    virtual void onKeypad(const CANRemoteOptions& options);
+    virtual void onKeypad(const CANRemoteOptions& /*options*/) {}
 
     /// A frame of the keypad's bus, on the worker thread.
-    virtual void onFrame(const KXCANMessage& frame);
+    virtual void onFrame(const KXCANMessage& /*frame*/) {}
 
     /// A pass of the worker thread: what has become due by \p tick is posted next.
-    virtual void onPass(unsigned int tick);
+    virtual void onPass(unsigned int /*tick*/) {}
 
     /// The worker thread has waited and will make a pass. It holds no lock here, so it may be kept for as long as
     /// nobody stops it (deleteInstance) or replaces the observer: both wait for the return.
-    virtual void onPassDue();
+    virtual void onPassDue() {}
 };
 
 } // namespace KX

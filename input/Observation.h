@@ -46,7 +46,7 @@ public:
     }
 
     /// Tells of an event that has come to inputEventOccurred: as the toolkit reported it, when it did.
-    void tellInput(const KXInputEvent& event) const;
+    [[gnu::noinline, gnu::cold]] void tellInput(const KXInputEvent& event) const;
 
     /// Whether the calling thread holds the manager's mutex by this observation or one around it.
     bool isHoldingMutex() const {
@@ -54,8 +54,9 @@ public:
     }
 
 private:
-    void begin(const KXInputEventManager* manager);
-    void end();
+    // Out of line, because hardly ever anybody observes.
+    [[gnu::noinline, gnu::cold]] void begin(const KXInputEventManager* manager);
+    [[gnu::noinline, gnu::cold]] void end();
 
     bool hasBegun = false;
     bool isOutermost = false;
@@ -67,10 +68,10 @@ private:
 /// itself has got the library's type and key code.
 class ToolkitReport {
 public:
-    ToolkitReport(const KXInputEventManager* manager, const KXToolkitEvent& event);
+    [[gnu::noinline]] ToolkitReport(const KXInputEventManager* manager, const KXToolkitEvent& event);
 
     /// Tells of an event that did not come to inputEventOccurred, because its type is dropped.
-    ~ToolkitReport();
+    [[gnu::noinline]] ~ToolkitReport();
 
     ToolkitReport(const ToolkitReport&) = delete;
     ToolkitReport& operator=(const ToolkitReport&) = delete;
@@ -81,6 +82,6 @@ private:
 };
 
 /// Makes the calling thread wait as long as the observer wants to put off the worker's pass.
-void tellPassDue();
+[[gnu::noinline]] void tellPassDue();
 
 } // namespace KX
