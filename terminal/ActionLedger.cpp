@@ -18,7 +18,7 @@ void ActionLedger::notePosted() {
 
 void ActionLedger::noteDrained() {
     const Entry* const refused = std::exchange(pending, nullptr);
-    if (refused == nullptr)
+    if (!refused)
         return;
     ++count.loops;
     dropped = QStringLiteral("Loop stopped at \u201c%1\u201d").arg(refused->name);

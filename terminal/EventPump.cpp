@@ -16,7 +16,7 @@ constexpr std::size_t batchLimit = 1000;
 
 int readEndPointOf(KX::KXInputEventManager& manager) {
     const auto* endPoint = dynamic_cast<KX::KXEndPoint*>(manager.getInputEventsQueue());
-    const int id = endPoint == nullptr ? -1 : endPoint->getReadEndPointID();
+    const int id = endPoint ? endPoint->getReadEndPointID() : -1;
     if (id == -1)
         throw std::runtime_error("the queue of classified events is not open");
     return id;

@@ -1,16 +1,9 @@
 #include "terminal/KeypadFrames.h"
 
+#include "tools/canbus/CANLog.h"
 #include "tools/keylayout/KeyLayout.h"
 
 namespace Terminal {
-
-namespace {
-
-// Marks an identifier of 29 bits.
-constexpr std::uint32_t extendedFrame = 0x80000000U;
-constexpr std::uint32_t identifierBits = 0x1FFFFFFFU;
-
-} // namespace
 
 KeypadFrames::KeypadFrames(const KX::CANRemoteOptions& keyLayout) : layout(keyLayout) {}
 
@@ -30,13 +23,14 @@ KX::KXCANMessage KeypadFrames::turn(bool up) {
 
 std::optional<bool> KeypadFrames::keyIn(const KX::KXCANMessage& message, int entry) const {
     const KX::KeyOptionsCANRemote& key = layout.keys[entry];
-    if (!KeyLayout::isUsed(key) || static_cast<std::uint32_t>(key.canId) != (message.canId & identifierBits))
+    if (!KeyLayout::isUsed(key) ||
+        static_cast<std::uint32_t>(key.canId) != (message.canId & CanBus::extendedIdentifierBits))
         return std::nullopt;
     return (message.canData[key.byteIndex] >> key.bitIndex & 1U) != 0;
 }
 
 std::optional<int> KeypadFrames::detentsIn(const KX::KXCANMessage& message) const {
-    if (!KeyLayout::hasEncoder(layout) || layout.encoderCANId != (message.canId & identifierBits))
+    if (!KeyLayout::hasEncoder(layout) || layout.encoderCANId != (message.canId & CanBus::extendedIdentifierBits))
         return std::nullopt;
     const int low = layout.encoderByteIndex;
     const int high = layout.encoderLittleEndian ? low + 1 : low - 1;
@@ -47,7 +41,7 @@ std::optional<int> KeypadFrames::detentsIn(const KX::KXCANMessage& message) cons
 
 KX::KXCANMessage KeypadFrames::frame(std::uint32_t identifier) const {
     KX::KXCANMessage message;
-    message.canId = identifier | extendedFrame;
+    message.canId = identifier | CanBus::extendedFlag;
     for (std::size_t i = 0; i < pressedKeys.size(); ++i) {
         const KX::KeyOptionsCANRemote& key = layout.keys[i];
         if (pressedKeys[i] && static_cast<std::uint32_t>(key.canId) == identifier)

@@ -76,7 +76,7 @@ void KeypadPanel::setKey(int entry, bool pressed) {
 // A key that is held while the keypad disappears would never be released.
 void KeypadPanel::hideEvent(QHideEvent* event) {
     for (int entry = 0; entry < keys.size(); ++entry) {
-        if (keys[entry] == nullptr)
+        if (!keys[entry])
             continue;
         keys[entry]->setDown(false);
         setKey(entry, false);
@@ -87,7 +87,7 @@ void KeypadPanel::hideEvent(QHideEvent* event) {
 void KeypadPanel::showFrame(const KX::KXCANMessage& frame) {
     for (int entry = 0; entry < keys.size(); ++entry) {
         const std::optional<bool> isDown = frames.keyIn(frame, entry);
-        if (isDown && keys[entry] != nullptr)
+        if (isDown && keys[entry])
             keys[entry]->setDown(*isDown);
     }
     if (const std::optional<int> detents = frames.detentsIn(frame))

@@ -15,7 +15,7 @@ class RefreshPace {
 public:
     static constexpr int shortestIntervalMs = 40;
 
-    /// \p refresh calls \ref noteRefresh.
+    /// \p refresh must call \ref noteRefresh.
     explicit RefreshPace(std::function<void()> refresh);
 
     /// Does nothing while a refresh is pending.

@@ -12,7 +12,7 @@ const char* const wheelMark = "separateDeviceTakesWheel";
 
 bool isMarked(const QWidget& window, const QPoint& position, const char* mark) {
     const QWidget* widget = window.childAt(position);
-    while (widget != nullptr && widget != &window) {
+    while (widget && widget != &window) {
         if (widget->property(mark).toBool())
             return true;
         widget = widget->parentWidget();

@@ -61,7 +61,7 @@ void SoftKeyBar::showInput(const KX::KXInputEvent& event) {
 // A press of a soft key is known here before its classified event arrives. A press beside the keys is not known
 // here.
 void SoftKeyBar::beginTouch() {
-    if (touchedKey != nullptr)
+    if (touchedKey)
         touchedKey->showRecognised(std::nullopt);
     touchedKey = pressedKey;
     pressedKey = nullptr;

@@ -30,10 +30,10 @@ bool isKeyOfLibrary(const QObject* receiver, const QEvent* event) {
 }
 
 bool keysBelongToWidget() {
-    if (QApplication::activePopupWidget() != nullptr)
+    if (QApplication::activePopupWidget())
         return true;
     const QWidget* focus = QApplication::focusWidget();
-    return focus != nullptr && focus->testAttribute(Qt::WA_InputMethodEnabled);
+    return focus && focus->testAttribute(Qt::WA_InputMethodEnabled);
 }
 
 } // namespace

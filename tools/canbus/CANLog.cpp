@@ -12,10 +12,6 @@ namespace CanBus {
 
 namespace {
 
-constexpr std::uint32_t extendedFlag = 0x80000000;
-constexpr std::uint32_t remoteFlag = 0x40000000;
-constexpr std::uint32_t errorFlag = 0x20000000;
-constexpr std::uint32_t greatestExtended = 0x1FFFFFFF;
 constexpr std::uint32_t greatestStandard = 0x7FF;
 constexpr std::size_t longestData = 8;
 constexpr long long microsecondsPerSecond = 1000000;
@@ -34,7 +30,7 @@ std::uint32_t parseIdentifier(std::string_view text) {
             fail("the identifier " + Text::quoted(text) + " is above 7FF; one of 29 bits has 8 digits");
         return identifier;
     }
-    if (identifier > (greatestExtended | errorFlag))
+    if (identifier > (extendedIdentifierBits | errorFlag))
         fail("the identifier " + Text::quoted(text) + " is above 1FFFFFFF");
     return (identifier & errorFlag) != 0 ? identifier : identifier | extendedFlag;
 }
@@ -105,7 +101,7 @@ KX::KXCANMessage parseCANFrame(std::string_view text) {
 
 std::string formatCANFrame(const KX::KXCANMessage& frame) {
     const bool isLong = (frame.canId & (extendedFlag | errorFlag)) != 0;
-    std::string text = isLong ? format("%08X#", frame.canId & (greatestExtended | errorFlag))
+    std::string text = isLong ? format("%08X#", frame.canId & (extendedIdentifierBits | errorFlag))
                               : format("%03X#", frame.canId & greatestStandard);
     if ((frame.canId & remoteFlag) != 0)
         return text + (frame.canLength == 0 ? "R" : format("R%u", frame.canLength));

@@ -11,7 +11,6 @@ namespace {
 
 constexpr double slowestSpeed = 0.001;
 constexpr double greatestSpeed = 1000;
-constexpr std::uint32_t errorFlag = 0x20000000;
 
 double takeSpeed(Arguments::ArgumentReader& reader) {
     const std::string& text = reader.take("the number of --speed");
@@ -91,7 +90,7 @@ CommandLine parseCommandLine(const std::vector<std::string>& arguments) {
 }
 
 const KX::KXCANMessage& checkThatItCanBeSent(const KX::KXCANMessage& frame) {
-    if ((frame.canId & errorFlag) != 0)
+    if ((frame.canId & CanBus::errorFlag) != 0)
         throw Arguments::BadInput("an error frame cannot be sent; only the driver of a bus makes them");
     return frame;
 }

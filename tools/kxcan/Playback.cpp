@@ -32,12 +32,12 @@ public:
     explicit LogReader(std::string fileName) : name(std::move(fileName)) {
         if (name != "-")
             file = std::fopen(name.c_str(), "re");
-        if (file == nullptr)
+        if (!file)
             fail(std::strerror(errno));
     }
 
     ~LogReader() {
-        if (file != nullptr && file != stdin)
+        if (file && file != stdin)
             std::fclose(file);
         std::free(buffer);
     }

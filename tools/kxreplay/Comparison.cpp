@@ -91,9 +91,9 @@ std::string formatRow(const std::string& left, const char* mark, const std::stri
 }
 
 const char* markOf(const Comparison::Row& row) {
-    if (row.recorded == nullptr)
+    if (!row.recorded)
         return ">";
-    if (row.changed == nullptr)
+    if (!row.changed)
         return "<";
     return row.differs() ? "|" : " ";
 }
@@ -105,7 +105,7 @@ std::string number(std::size_t count, const std::string& one, const std::string&
 } // namespace
 
 bool Comparison::Row::differs() const {
-    return recorded == nullptr || changed == nullptr || !isSame(*recorded, *changed);
+    return !recorded || !changed || !isSame(*recorded, *changed);
 }
 
 // Both plays have the same entries, so the events of each entry are aligned separately.
@@ -148,7 +148,7 @@ const std::vector<Comparison::Row>& Comparison::getRows() const {
 }
 
 std::string Comparison::toText(const std::string& otherSettings) const {
-    const auto textOf = [](const KXInputEvent* event) { return event == nullptr ? "" : describe(*event); };
+    const auto textOf = [](const KXInputEvent* event) { return event ? describe(*event) : std::string(); };
     std::string text = "Other settings: " + otherSettings + "\n\n";
     text += formatRow("As recorded", " ", "With the other settings");
     for (const Row& row : rows)
@@ -171,7 +171,7 @@ std::string Comparison::countDifferences() const {
 
 std::string Comparison::toJSON() const {
     const auto textOf = [](const KXInputEvent* event) {
-        return event == nullptr ? std::string("null") : Replay::toJSON(*event);
+        return event ? Replay::toJSON(*event) : std::string("null");
     };
     std::string text;
     std::size_t count = 0;

@@ -93,7 +93,7 @@ void Player::applyOtherSettings() {
 }
 
 void Player::stop() {
-    if (manager == nullptr)
+    if (!manager)
         return;
     if (window)
         turnKnobBack();

@@ -90,7 +90,7 @@ void checkDurations(const OtherSettings& settings, const Recording::Session& ses
     check(settings.applyTo(recorded), "kxreplay");
     for (auto entry = firstInput(session); entry != session.entries.end(); ++entry) {
         const auto* const setting = std::get_if<NumberSetting>(&entry->input);
-        if (setting == nullptr)
+        if (!setting)
             continue;
         recorded.take(*setting);
         check(settings.applyTo(recorded), fileName + ":" + std::to_string(entry->line));

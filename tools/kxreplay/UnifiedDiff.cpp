@@ -107,8 +107,7 @@ private:
     const Lines& oldLines;
     const Lines& newLines;
     std::vector<Pair> pairs;
-    std::vector<std::size_t>
-        ends; // by length: the pair whose sequence ends earliest in the new text
+    std::vector<std::size_t> ends; // by length: the pair whose sequence ends earliest in the new text
 };
 
 struct Change {

@@ -21,7 +21,7 @@ constexpr std::string_view formatWord = "kxrecording";
 constexpr unsigned int formatVersion = 1;
 
 // Flags of frames that the library never gets.
-constexpr std::uint32_t errorOrRemoteFlags = 0x60000000;
+constexpr std::uint32_t errorOrRemoteFlags = CanBus::errorFlag | CanBus::remoteFlag;
 
 // Some editors write this before a text in UTF-8.
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
