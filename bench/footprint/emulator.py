@@ -4,11 +4,12 @@ import os
 import subprocess
 import time
 
-from execution import Execution, FootprintError, MemoryMap
+from shared import Failed
 
-# Nothing of the caller's environment, and the same random numbers each time: the loader and the C++ library would
-# otherwise take a few instructions more or less.
-ENVIRONMENT = {}
+from .execution import Execution
+
+# The same random numbers each time, and an empty environment: the loader and the C++ library would take a few
+# instructions more or less.
 OPTIONS = ["-seed", "1"]
 LOG = ["-d", "in_asm,exec,nochain,strace"]
 
@@ -22,7 +23,7 @@ class Emulator:
         return said.splitlines()[0]
 
     def start(self, program, options=(), **arguments):
-        return subprocess.Popen([*self.command, *options, program], env=ENVIRONMENT, stdin=subprocess.PIPE,
+        return subprocess.Popen([*self.command, *options, program], env={}, stdin=subprocess.PIPE,
                                 stdout=subprocess.PIPE, text=True, **arguments)
 
     def watch_start(self, program):
@@ -32,11 +33,14 @@ class Emulator:
         process = self.start(program)
         first_area = process.stdout.readline()
         seconds = time.monotonic() - begin
+        written = most = 0
         try:
             while process.stdout.readline().strip():
                 pass  # the map ends with an empty line, the output with nothing
-            written = written_by(process.pid, program, first_area) if first_area else 0
-            most = most_memory_of(process.pid) if first_area else 0
+            if first_area:
+                written = written_by(process.pid, program, first_area)
+                with open(f"/proc/{process.pid}/status", encoding="utf-8") as lines:
+                    most = next(int(line.split()[1]) for line in lines if line.startswith("VmHWM:"))
         finally:
             process.communicate()
         expect_good(program, process)
@@ -51,27 +55,26 @@ class Emulator:
             os.close(writer)
         process.stdin.close()
         execution = Execution(mark)
-        with os.fdopen(reader, "rb") as log:
-            try:
+        try:
+            with os.fdopen(reader, "rb") as log:
                 execution.take_all(log)
-            except FootprintError:
-                process.kill()
-                process.wait()
-                raise
+        except Failed:
+            process.kill()
+            process.wait()
+            raise
         output = process.stdout.read()
         process.wait()
         expect_good(program, process)
-        return execution.stretches, MemoryMap(output.splitlines())
+        return execution.stretches, output.splitlines()
 
 
 def written_by(pid, program, first_area):
-    """What is the program's alone, in KiB. Not what is called dirty: that has the pages of a file, too, which was
-    written a moment ago. The program's addresses are a part of the emulator's own, which begins where the program's
-    file would be at address 0."""
+    """What is the program's alone, in KiB. Not what is called dirty: that has pages of files, too, which were written a
+    moment ago. The program's addresses are a part of the emulator's, which begins where the program's file would be at
+    address 0."""
     base, inside, written = None, False, 0
     with open(f"/proc/{pid}/smaps", encoding="utf-8") as lines:
-        for line in lines:
-            name, *fields = line.split()
+        for name, *fields in map(str.split, lines):
             if "-" in name:
                 begin = int(name.split("-")[0], 16)
                 if base is None and fields[-1] == os.path.realpath(program):
@@ -82,11 +85,6 @@ def written_by(pid, program, first_area):
     return written
 
 
-def most_memory_of(pid):
-    with open(f"/proc/{pid}/status", encoding="utf-8") as lines:
-        return next(int(line.split()[1]) for line in lines if line.startswith("VmHWM:"))
-
-
 def expect_good(program, process):
     if process.returncode != 0:
-        raise FootprintError(f"{os.path.basename(program)} ended with status {process.returncode} in the emulator")
+        raise Failed(f"{os.path.basename(program)} ended with status {process.returncode} in the emulator")

@@ -2,29 +2,21 @@
 
 import textwrap
 
-from counts import GROUPS
+from shared import Failed, table
+
+from .counts import GROUPS
 
 BEGIN, END = "<!-- measured: bench/footprint/measure --write -->\n", "<!-- end -->\n"
-SECTIONS = (
-    ("code", (".text", ".plt", ".init", ".fini")),
-    ("constants", (".rodata",)),
-    ("virtual tables and other constants that are relocated", (".data.rel.ro", ".init_array", ".fini_array")),
-    ("tables for exceptions", (".ARM.exidx", ".ARM.extab", ".eh_frame")),
-    ("names of symbols, and what finds them", (".dynsym", ".dynstr", ".gnu.hash", ".gnu.version", ".gnu.version_r")),
-    ("relocations", (".rel.dyn", ".rel.plt")),
-)
+SECTIONS = {
+    "code": (".text", ".plt", ".init", ".fini"),
+    "constants": (".rodata",),
+    "virtual tables and other constants that are relocated": (".data.rel.ro", ".init_array", ".fini_array"),
+    "tables for exceptions": (".ARM.exidx", ".ARM.extab", ".eh_frame"),
+    "names of symbols, and what finds them": (".dynsym", ".dynstr", ".gnu.hash", ".gnu.version", ".gnu.version_r"),
+    "relocations": (".rel.dyn", ".rel.plt"),
+}
 KINDS = ("RELATIVE", "ABS32", "GLOB_DAT", "JUMP_SLOT")
 RELOCATION_BYTES = 8  # an entry of a REL section on a 32-bit machine
-
-
-def table(*rows):
-    """The first row is the head; all columns but the first hold numbers."""
-    rows = [[f"{cell:,}" if isinstance(cell, int) else cell for cell in row] for row in rows]
-    widths = [max(len(row[column]) for row in rows) for column in range(len(rows[0]))]
-    lines = [[cell.rjust(width) if column else cell.ljust(width)
-              for column, (cell, width) in enumerate(zip(row, widths))] for row in rows]
-    lines.insert(1, ["-" * (width - 1) + ":" if column else "-" * width for column, width in enumerate(widths)])
-    return "\n".join("| " + " | ".join(line) + " |" for line in lines) + "\n"
 
 
 def paragraph(text):
@@ -32,67 +24,54 @@ def paragraph(text):
 
 
 def sizes(libraries):
-    rows = [["bytes", *libraries]]
-    for part in ("text", "data", "bss", "file"):
-        rows.append([part, *(library[part] for library in libraries.values())])
-    return table(*rows)
+    return table([["bytes", *libraries],
+                  *([part, *(library[part] for library in libraries.values())]
+                    for part in ("text", "data", "bss", "file"))])
 
 
 def sections(library):
-    rest = dict(library["sections"])
-    rows = [["part of libKXAPI_Events", "bytes"]]
-    for name, members in SECTIONS:
-        rows.append([name, sum(rest.pop(member, 0) for member in members)])
-    rest.pop(".bss", 0)
-    return table(*rows, ["everything else", sum(rest.values())])
+    rest = {name: size for name, size in library["sections"].items() if name != ".bss"}
+    rows = [[name, sum(rest.pop(member, 0) for member in members)] for name, members in SECTIONS.items()]
+    return table([["part of libKXAPI_Events", "bytes"], *rows, ["everything else", sum(rest.values())]])
 
 
 def relocations(libraries):
-    kinds = [*KINDS, *sorted({kind for library in libraries.values() for kind in library["relocations"]} - {*KINDS})]
-    rows = [["relocations", *libraries]]
-    for kind in kinds:
-        rows.append([kind, *(library["relocations"].get(kind, 0) for library in libraries.values())])
-    numbers = [sum(library["relocations"].values()) for library in libraries.values()]
-    return table(*rows, ["together", *numbers], ["bytes", *(number * RELOCATION_BYTES for number in numbers)])
+    found = [library["relocations"] for library in libraries.values()]
+    kinds = [*KINDS, *sorted(set().union(*found) - {*KINDS})]
+    numbers = [sum(kinds_of_one.values()) for kinds_of_one in found]
+    return table([["relocations", *libraries],
+                  *([kind, *(kinds_of_one.get(kind, 0) for kinds_of_one in found)] for kind in kinds),
+                  ["together", *numbers], ["bytes", *(number * RELOCATION_BYTES for number in numbers)]])
 
 
 def start(measured):
     names = ("goes_without", "links", "creates")
     counted = [measured[name] for name in names]
     watched = [measured["watched"][name] for name in names]
-    created = counted[-1]["creation"]
-    return table(
+    return table([
         ["start", "Qt and Boost only", "with the libraries", "and a manager"],
         ["instructions before main", *(count["instructions"] for count in counted)],
         ["of these the loader's", *(count["loader"] for count in counted)],
-        ["instructions of createInstance", "", "", created],
+        ["instructions of createInstance", "", "", counted[-1]["creation"]],
         ["memory written, KiB", *(round(watch["written_kib"]) for watch in watched)],
         ["most memory, with the emulator's own, KiB", *(round(watch["emulator_kib"]) for watch in watched)],
-        ["time in the emulator, ms", *(round(1000 * watch["seconds"]) for watch in watched)])
+        ["time in the emulator, ms", *(round(1000 * watch["seconds"]) for watch in watched)]])
 
 
 def creation(measured):
-    return table(["instructions of createInstance", "number"], *measured["owners"].items(),
-                 ["together", measured["creation"]])
-
-
-def press_columns(presses):
-    for name, press in (("first", presses[0]), ("later", presses[-1])):
-        for side in ("toolkitEventOccurred", "getNextEvent"):
-            yield f"{name}: {side}", press[side]
+    return table([["instructions of createInstance", "number"], *measured["owners"].items(),
+                  ["together", measured["creation"]]])
 
 
 def presses(measured):
-    columns = dict(press_columns(measured))
-    groups = list(dict.fromkeys(group for _, group in GROUPS))
-    groups += sorted({group for column in columns.values() for group in column["owners"]} - {*groups})
-    rows = [["instructions of a key press", *columns]]
-    for group in groups:
-        taken = [column["owners"].get(group, 0) for column in columns.values()]
-        if any(taken):
-            rows.append([group, *taken])
-    return table(*rows, ["together", *(column["instructions"] for column in columns.values())],
-                 ["system calls", *(", ".join(column["system_calls"]) for column in columns.values())])
+    columns = {f"{name}: {side}": press[side] for name, press in (("first", measured[0]), ("later", measured[-1]))
+               for side in ("toolkitEventOccurred", "getNextEvent")}
+    found = set().union(*(column["owners"] for column in columns.values()))
+    groups = [group for group in dict.fromkeys([*GROUPS.values(), *sorted(found)]) if group in found]
+    return table([["instructions of a key press", *columns],
+                  *([group, *(column["owners"].get(group, 0) for column in columns.values())] for group in groups),
+                  ["together", *(column["instructions"] for column in columns.values())],
+                  ["system calls", *(", ".join(column["system_calls"]) for column in columns.values())]])
 
 
 def tables(measured):
@@ -119,6 +98,6 @@ def replace(path, text):
         before, _, rest = file.read().partition(BEGIN)
     _, end, after = rest.partition(END)
     if not end:
-        raise LookupError(f"{path} has no place for the tables")
+        raise Failed(f"{path} has no place for the tables")
     with open(path, "w", encoding="utf-8") as file:
         file.write(before + BEGIN + "\n" + text + "\n" + END + after)

@@ -7,16 +7,14 @@
 #include <cstring>
 #include <memory>
 
-/// Threads of Qt's, each with the loop that a contender is to have.
 namespace Bench {
 
 enum class QtLoop {
     GLib, ///< what an application gets where Qt is built as Debian builds it
-    Own   ///< what Qt has for itself, and what QT_NO_GLIB chooses
+    Own   ///< Qt's own, which QT_NO_GLIB chooses
 };
 
-/// Makes threads that start from now on, and the application's own if it is yet to be made, have this loop. Qt looks
-/// for the variable each time.
+/// Chooses the loop of Qt's threads that start from now on. Qt reads the variable each time.
 inline void chooseLoop(QtLoop loop) {
     loop == QtLoop::Own ? qputenv("QT_NO_GLIB", "1") : qunsetenv("QT_NO_GLIB");
 }
@@ -27,7 +25,7 @@ inline bool hasLoop(const QThread& thread, QtLoop loop) {
     return (std::strstr(dispatcher, "Glib") != nullptr) == (loop == QtLoop::GLib);
 }
 
-/// Lets a benchmark run where it was called.
+/// Lets a measurement run on the calling thread.
 struct Here {
     template<class Measure>
     Measure operator()(Measure measure) const {
@@ -35,7 +33,7 @@ struct Here {
     }
 };
 
-/// Lets a benchmark run on a thread of Qt's with this loop; its time is that thread's.
+/// Lets a measurement run on a Qt thread with this loop; its time is that thread's.
 class OnQtThread {
 public:
     explicit OnQtThread(QtLoop newLoop) : loop(newLoop) {}

@@ -1,0 +1,133 @@
+"""Measures what the library takes on the target, of a build that is there already; without one, only checks the
+arguments. The command for both is measure."""
+
+import argparse
+import json
+import os
+import statistics
+import subprocess
+import sys
+import tempfile
+
+from shared import TOP, Failed, read_cache, say
+
+from . import counts, elf, report
+from .emulator import Emulator
+
+RECORD = os.path.join(TOP, "docs", "footprint.md")
+LIBRARIES = ("libKXAPI_Events", "libKXAPI_OS_ABS", "libKXAPI_Hardware", "libKXAPI_Utility")
+STARTS = ("goes_without", "links", "creates")
+TIMED_RUNS = 20
+
+
+class Footprint:
+    """The libraries and programs of a build, installed and stripped in a folder of their own.
+
+    The loader takes a few instructions more for a longer path: the folder's has the same length wherever it is run."""
+
+    def __init__(self, build, folder):
+        self.build, self.folder = build, folder
+        cache = read_cache(build)
+        wanted = ("KXAPI_EMULATOR", "KXAPI_SYSROOT", "CMAKE_READELF")
+        missing = [name for name in wanted if not cache.get(name) or cache[name].endswith("-NOTFOUND")]
+        if missing:
+            raise Failed(f"{build} was not configured for the target: it lacks {', '.join(missing)}")
+        self.emulator = Emulator(cache["KXAPI_EMULATOR"], cache["KXAPI_SYSROOT"])
+        self.readelf = cache["CMAKE_READELF"]
+        for component in ("runtime", "footprint"):
+            done = subprocess.run(["cmake", "--install", build, "--component", component, "--strip", "--prefix", folder],
+                                  capture_output=True, text=True, check=False)
+            if done.returncode != 0:
+                raise Failed(f"could not install {build}: {done.stderr.strip() or done.returncode}")
+
+    def program(self, name):
+        return os.path.join(self.folder, "bin", "footprint_" + name)
+
+    def libraries(self):
+        return {name: elf.measure(self.readelf, os.path.realpath(os.path.join(self.folder, "lib", name + ".so.1")))
+                for name in LIBRARIES}
+
+    def count(self, name):
+        built = os.path.join(self.build, "bench", "footprint", "footprint_" + name)
+        return self.emulator.count(self.program(name), elf.address(self.readelf, built, "footprintMark"))
+
+    def watch_starts(self):
+        """One after the other, so that whatever else the machine does hits all of them."""
+        say(f"Watching the programs start, {TIMED_RUNS} times")
+        runs = [{name: self.emulator.watch_start(self.program(name)) for name in STARTS} for _ in range(TIMED_RUNS)]
+        return {name: {value: statistics.median(run[name][value] for run in runs) for value in runs[0][name]}
+                for name in STARTS}
+
+    def measure(self, runs):
+        def counted(name, what, tell):
+            return repeated(what, runs, lambda: tell(*self.count(name)))
+
+        return {
+            "emulator": self.emulator.version(),
+            "libraries": self.libraries(),
+            "watched": self.watch_starts(),
+            "goes_without": counted("goes_without", "a start without the library", counts.start),
+            "links": counted("links", "a start with the library", counts.start),
+            "creates": counted("creates", "a start that creates a manager", counts.creation),
+            "presses": counted("presses", "key presses", counts.presses),
+        }
+
+    def check_presses(self):
+        """For the test suite: one run, in which all presses but the first ones must take the same."""
+        taken = [press["instructions"] for press in counts.presses(*self.count("presses"))]
+        print("instructions of each press:", *taken)
+        if len(taken) != 10 or len(set(taken[-8:])) != 1 or not 0 < taken[-1] <= taken[0]:
+            raise Failed("ten presses were expected, and the last eight of them to take the same")
+
+
+def repeated(what, runs, count):
+    """What count returns, which must be the same each time."""
+    say(f"Counting {what}, {runs} times")
+    first = count()
+    for _ in range(1, runs):
+        other = count()
+        if other != first:
+            raise Failed(f"{what}: the count does not repeat: {first}, then {other}")
+    return first
+
+
+def parse_arguments():
+    parser = argparse.ArgumentParser(
+        prog="bench/footprint/measure",
+        description="Builds the library for 32-bit ARM and prints what it takes there: sizes, and the time, the memory "
+                    "and the instructions of a start and of a key press in an emulator.")
+    parser.add_argument("--build", help=argparse.SUPPRESS)
+    parser.add_argument("--check-presses", help=argparse.SUPPRESS, action="store_true")
+    parser.add_argument("--runs", type=int, default=3, help="how often each is counted; 3 if not told otherwise")
+    parser.add_argument("--json", action="store_true", help="print all that was measured as JSON instead of tables")
+    parser.add_argument("--write", action="store_true", help="also put the tables into docs/footprint.md")
+    arguments = parser.parse_args()
+    if arguments.runs < 2:
+        parser.error("whether a count repeats shows from 2 runs on")
+    return arguments
+
+
+def main():
+    arguments = parse_arguments()
+    if not arguments.build:
+        return 0
+    try:
+        with tempfile.TemporaryDirectory(prefix="kx-footprint-", dir="/tmp") as folder:
+            footprint = Footprint(arguments.build, folder)
+            if arguments.check_presses:
+                footprint.check_presses()
+                return 0
+            measured = footprint.measure(arguments.runs)
+        print(json.dumps(measured, indent=2) if arguments.json else report.tables(measured))
+        if arguments.write:
+            report.replace(RECORD, report.tables(measured))
+    except (Failed, LookupError, OSError, subprocess.CalledProcessError) as error:
+        say(f"error: {error}")
+        return 1
+    except KeyboardInterrupt:
+        return 130
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

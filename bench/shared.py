@@ -1,0 +1,35 @@
+"""What bench/compare and bench/footprint/measure share."""
+
+import os
+import sys
+
+TOP = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
+
+
+class Failed(Exception):
+    """Something went wrong; the text says in one line what."""
+
+
+class WrongUse(Failed):
+    """Something that was asked for cannot be."""
+
+
+def say(text):
+    print(text, file=sys.stderr, flush=True)
+
+
+def read_cache(build):
+    """What CMake was configured with."""
+    with open(os.path.join(build, "CMakeCache.txt"), encoding="utf-8") as lines:
+        pairs = (line.rstrip("\n").partition("=") for line in lines)
+        return {name.partition(":")[0]: value for name, _, value in pairs}
+
+
+def table(rows, of_numbers=True):
+    """A Markdown table whose columns line up. The first row is the head; numbers stand on the right of their column."""
+    rows = [[f"{cell:,}" if isinstance(cell, int) else cell for cell in row] for row in rows]
+    widths = [max(map(len, column)) for column in zip(*rows)]
+    aligns = ["<"] + ["><"[not of_numbers]] * (len(widths) - 1)
+    lines = [[f"{cell:{align}{width}}" for cell, align, width in zip(row, aligns, widths)] for row in rows]
+    lines.insert(1, ["-" * (width - 1) + (":" if align == ">" else "-") for align, width in zip(aligns, widths)])
+    return "".join("| " + " | ".join(line) + " |\n" for line in lines)

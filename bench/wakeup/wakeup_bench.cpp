@@ -1,0 +1,163 @@
+// wakeup_bench: from the post on one thread to the take on another one that sleeps, as percentiles.
+
+#include "bench/support/Measurement.h"
+#include "bench/wakeup/Waiters.h"
+
+#include <QThread>
+
+#include <algorithm>
+#include <boost/noncopyable.hpp>
+#include <cmath>
+#include <csignal>
+#include <memory>
+#include <sched.h>
+#include <time.h>
+#include <unistd.h>
+#include <vector>
+
+namespace Bench {
+namespace {
+
+constexpr int postsInARun = 2000;
+constexpr std::uint32_t warmUpPosts = 100;
+
+/// The cores that this process may use, in their order.
+std::vector<int> getCores() {
+    cpu_set_t allowed;
+    sched_getaffinity(0, sizeof allowed, &allowed);
+    std::vector<int> cores;
+    for (int core = 0; core < CPU_SETSIZE; ++core)
+        if (CPU_ISSET(core, &allowed))
+            cores.push_back(core);
+    return cores;
+}
+
+/// Binds the calling thread to a core, for as long as this lives.
+class Pinned : private boost::noncopyable {
+public:
+    explicit Pinned(int core) {
+        sched_getaffinity(0, sizeof before, &before);
+        cpu_set_t one;
+        CPU_ZERO(&one);
+        CPU_SET(core, &one);
+        sched_setaffinity(0, sizeof one, &one);
+    }
+    ~Pinned() {
+        sched_setaffinity(0, sizeof before, &before);
+    }
+
+private:
+    cpu_set_t before;
+};
+
+/// Ends the program when a contender takes far too long: when an event is lost, both threads sleep for ever.
+void watch() {
+    std::signal(SIGALRM, [](int) {
+        constexpr char message[] = "wakeup_bench: what was posted did not all arrive within a minute\n";
+        static_cast<void>(!write(STDERR_FILENO, message, sizeof message - 1));
+        _exit(1);
+    });
+    alarm(60);
+}
+
+/// Long enough for the other thread to fall asleep again.
+void rest() {
+    const timespec pause = {0, 50000};
+    nanosleep(&pause, nullptr);
+}
+
+template<class Contender>
+double postOne(Contender& waiter, Arrivals& arrivals, std::uint32_t number) {
+    rest();
+    const auto postedAt = Arrivals::Clock::now();
+    waiter.post(number);
+    arrivals.wait();
+    return std::chrono::duration<double>(arrivals.getTakenAt() - postedAt).count();
+}
+
+/// The smallest value that at least \p share of all do not exceed.
+double getPercentile(const std::vector<double>& sorted, double share) {
+    const double rank = std::ceil(share * static_cast<double>(sorted.size()));
+    return sorted[static_cast<std::size_t>(rank) - 1];
+}
+
+// No mean: one late wake-up would outweigh a thousand others.
+void report(benchmark::State& state, std::vector<double>& seconds) {
+    if (seconds.empty())
+        return;
+    std::sort(seconds.begin(), seconds.end());
+    state.counters["p50"] = 1e9 * getPercentile(seconds, 0.50);
+    state.counters["p99"] = 1e9 * getPercentile(seconds, 0.99);
+}
+
+template<class Contender>
+void measure(benchmark::State& state, QtLoop loop, int postingCore, int waitingCore) {
+    watch();
+    const Pinned pinned(postingCore);
+    Contender waiter;
+    Arrivals arrivals;
+    std::vector<double> seconds;
+    chooseLoop(loop);
+    const std::unique_ptr<QThread> thread(QThread::create([&] {
+        const Pinned waitingPinned(waitingCore);
+        waiter.run(arrivals);
+    }));
+    thread->start();
+    arrivals.wait();
+    if (!hasLoop(*thread, loop))
+        state.SkipWithError("Qt runs another loop than it was told to");
+    std::uint32_t number = 0;
+    while (number < warmUpPosts)
+        postOne(waiter, arrivals, number++);
+    for (auto _ : state) {
+        seconds.push_back(postOne(waiter, arrivals, number++));
+        state.SetIterationTime(seconds.back());
+    }
+    rest();
+    waiter.post(Arrivals::lastNumber);
+    thread->wait();
+    alarm(0);
+    report(state, seconds);
+    if (!arrivals.isRight())
+        state.SkipWithError("something came twice, out of order or not at all");
+}
+
+template<class Contender>
+void addContender(const std::string& name, Group group) {
+    const QtLoop loop = group == Group::QtWithoutGLib ? QtLoop::Own : QtLoop::GLib;
+    const std::vector<int> cores = getCores();
+    const auto addScenario = [&](const char* scenario, int posting, int waiting) {
+        const auto run = [=](benchmark::State& state) { measure<Contender>(state, loop, posting, waiting); };
+        add({scenario, name, group, run, 0, Time::SetByHand, postsInARun});
+    };
+    addScenario("wake-up, one core", cores[0], cores[0]);
+    if (cores.size() > 1)
+        addScenario("wake-up, two cores", cores[0], cores[1]);
+}
+
+template<class Queue>
+void addQt(const std::string& name) {
+    addForEachLoop(
+        name,
+        [](const std::string& itsName, Group group, const OnQtThread&) {
+            addContender<QtWaiter<Queue>>(itsName,
+                                          group); // the thread that waits has the loop, not the one that measures
+        });
+}
+
+} // namespace
+
+void addAll() {
+    addContender<PipeWaiter<OwnPipe, Epoll>>("KXAPI", Group::Ours);
+    addContender<PipeWaiter<OwnPipe, Poll>>("KXAPI, poll", Group::Ours);
+    addContender<PipeWaiter<PlainPipe<false>, Epoll>>("bare pipe", Group::Limit);
+    addContender<PipeWaiter<PlainPipe<true>, Epoll>>("bare pipe, asked first", Group::Limit);
+    addContender<PipeWaiter<PlainPipe<false>, Poll>>("bare pipe, poll", Group::Limit);
+    addContender<ConditionWaiter>("condition variable", Group::Peer);
+    addContender<AsioWaiter>("Asio post", Group::Peer);
+    addContender<UVWaiter>("libuv uv_async", Group::Peer);
+    addQt<QtPostEvent<KX::KXSomeEvent, Arrivals, KX::KXInputEvent>>("Qt postEvent");
+    addQt<QtInvokeMethod<KX::KXSomeEvent, Arrivals, KX::KXInputEvent>>("Qt invokeMethod");
+}
+
+} // namespace Bench
