@@ -5,7 +5,6 @@
 #include "platform/KXAction.h"
 
 #include <algorithm>
-#include <array>
 #include <benchmark/benchmark.h>
 #include <cstddef>
 #include <random>
@@ -35,137 +34,82 @@ struct Runner {
     }
 };
 
-/// An action that tells its owner by \c hasRun(action) when it has run.
-template<class Owner>
-class NumberedAction : public KX::KXAction {
+/// Actions that are posted in order, each for an object. Either all wait at once, or they are a chain, in which each
+/// posts the next. A chain has few actions, which take turns, but different objects: it is long and no loop. The
+/// objects lie in memory in another order, as an application's do.
+template<class Contender, bool isChain>
+class Actions {
 public:
-    bool isReady() override {
-        return true;
-    }
-
-    void execute(void*) override {
-        owner->hasRun(*this);
-    }
-
-    template<class Actions>
-    static void number(Actions& actions, Owner* owner) {
+    explicit Actions(std::size_t itsCount) : count(itsCount), actions(isChain ? 16 : count), objects(count) {
         for (std::size_t i = 0; i < actions.size(); ++i) {
-            actions[i].owner = owner;
+            actions[i].owner = this;
             actions[i].place = i;
         }
-    }
-
-    Owner* owner = nullptr;
-    std::size_t place = 0;
-};
-
-/// As many actions as wait at once.
-class Waiting {
-public:
-    explicit Waiting(std::size_t count) : actions(count) {
-        Action::number(actions, this);
-    }
-
-    template<class Contender>
-    void postTo(Contender& contender) {
-        next = 0;
-        for (Action& action : actions)
-            contender.post({&action, nullptr, eventTypeOfItems, &action, 0});
-    }
-
-    bool isComplete() const {
-        return next == actions.size();
-    }
-
-    bool isRight() const {
-        return wrongPlaces == 0;
-    }
-
-    std::size_t getCount() const {
-        return actions.size();
-    }
-
-private:
-    using Action = NumberedAction<Waiting>;
-    friend Action;
-
-    void hasRun(const Action& action) {
-        wrongPlaces += action.place != next ? 1U : 0U;
-        next = action.place + 1;
-    }
-
-    std::vector<Action> actions;
-    std::size_t next = 0;
-    std::size_t wrongPlaces = 0;
-};
-
-/// Few actions that post each other in a circle, each time for another object: a long chain that is no loop. The
-/// objects lie in memory in another order than that of the chain, as an application's do.
-template<class Contender>
-class Chain {
-public:
-    explicit Chain(std::size_t count) : objects(count) {
-        Action::number(actions, this);
         for (Object& object : objects)
             order.push_back(&object);
-        std::shuffle(order.begin(), order.end(), std::mt19937(1));
+        if (isChain)
+            std::shuffle(order.begin(), order.end(), std::mt19937(1));
     }
 
     void postTo(Contender& itsContender) {
         contender = &itsContender;
-        step = 0;
-        post(nullptr);
+        ran = next = 0;
+        if (isChain)
+            post(0, nullptr);
+        else
+            for (std::size_t i = 0; i < count; ++i)
+                contender->post({&actions[i], nullptr, eventTypeOfItems, order[i], 0});
     }
 
     bool isComplete() const {
-        return step == order.size();
+        return ran == count;
     }
 
     bool isRight() const {
         return wrongPlaces == 0;
     }
 
-    std::size_t getCount() const {
-        return order.size();
-    }
-
-    /// Lets the last post note the bytes of the heap. What the contender keeps of all others shows by then.
-    void noteHeap() {
-        notedStep = order.size() - 1;
-    }
-
-    std::size_t getNotedBytes() const {
-        return notedBytes;
-    }
+    const std::size_t count;
+    std::size_t* bytesAtTheEnd = nullptr; ///< where to note the bytes of the heap at the last post of a chain
 
 private:
-    using Action = NumberedAction<Chain>;
-    friend Action;
-
     struct Object {
         char state[64];
     };
 
+    struct Action : KX::KXAction {
+        bool isReady() override {
+            return true;
+        }
+
+        void execute(void*) override {
+            owner->hasRun(*this);
+        }
+
+        Actions* owner = nullptr;
+        std::size_t place = 0;
+    };
+
     void hasRun(Action& action) {
-        wrongPlaces += action.place != step % actions.size() ? 1U : 0U;
-        if (++step < order.size())
-            post(&action);
+        wrongPlaces += action.place != next ? 1U : 0U;
+        next = next + 1 < actions.size() ? next + 1 : 0;
+        if (++ran < count && isChain)
+            post(next, &action);
     }
 
-    void post(KX::KXAction* trigger) {
-        contender->post({&actions[step % actions.size()], trigger, eventTypeOfItems, order[step], step});
-        if (step == notedStep)
-            notedBytes = getHeapBytes();
+    void post(std::size_t place, KX::KXAction* trigger) {
+        contender->post({&actions[place], trigger, eventTypeOfItems, order[ran], ran});
+        if (bytesAtTheEnd && ran + 1 == count)
+            *bytesAtTheEnd = getHeapBytes();
     }
 
     Contender* contender = nullptr;
-    std::array<Action, 16> actions;
+    std::vector<Action> actions;
     std::vector<Object> objects;
     std::vector<Object*> order;
-    std::size_t step = 0;
+    std::size_t ran = 0;
+    std::size_t next = 0; // the place that is to run next
     std::size_t wrongPlaces = 0;
-    std::size_t notedStep = static_cast<std::size_t>(-1);
-    std::size_t notedBytes = 0;
 };
 
 } // namespace Bench

@@ -76,76 +76,85 @@ private:
     GMainContext* const context = isDefault ? nullptr : g_main_context_new();
 };
 
-template<class Contender>
-void waiting(benchmark::State& state, std::size_t count, bool isMemoryCounted) {
+/// Many wait, or each posts the next while it runs.
+template<class Contender, bool isChain>
+void run(benchmark::State& state, std::size_t count) {
     Runner runner;
-    std::deque<Waiting> works;
+    std::deque<Actions<Contender, isChain>> works;
     works.emplace_back(count);
     measure<Contender>(state, works.front(), runner);
-    if (isMemoryCounted)
-        countMemory<Contender>(state, works);
 }
 
-/// Each posts the next while it runs.
 template<class Contender>
-void chain(benchmark::State& state, std::size_t count, bool isMemoryCounted) {
+void countWaiting(benchmark::State& state, std::size_t count) {
+    std::deque<Actions<Contender, false>> works;
+    works.emplace_back(count);
+    countMemory<Contender>(state, works);
+}
+
+/// One item of a chain waits at a time: this counts what the contender keeps of those that ran.
+template<class Contender>
+void countChain(benchmark::State& state, std::size_t count) {
     Runner runner;
-    Chain<Contender> work(count);
-    measure<Contender>(state, work, runner);
-    if (!isMemoryCounted)
-        return;
-    work.noteHeap();
+    Actions<Contender, true> work(count);
+    std::size_t after = 0;
+    work.bytesAtTheEnd = &after;
     Contender contender;
     runOnFreshHeap([&](std::size_t before) {
         work.postTo(contender);
         while (contender.take(runner)) {
         }
-        state.counters["memory"] = static_cast<double>(work.getNotedBytes() - before) / static_cast<double>(count);
+        state.counters["memory"] = static_cast<double>(after - before) / static_cast<double>(count);
     });
 }
 
 /// Threads share in posting.
 template<class Contender>
-void posting(benchmark::State& state, std::size_t threads) {
+void runThreads(benchmark::State& state, std::size_t threads) {
     Runner runner;
-    std::deque<Waiting> works;
+    std::deque<Actions<Contender, false>> works;
     for (std::size_t i = 0; i < threads; ++i)
         works.emplace_back(24000 / threads);
     measureThreads<Contender>(state, works, runner);
     countMemory<Contender>(state, works);
 }
 
-/// Those that begin with "growth, " count memory, too.
-template<class Scenario, class Place = Here>
-void addSizes(const std::string& scenario, const std::string& name, Group group, Scenario measureSize,
-              std::initializer_list<int> sizes, Place place = Place()) {
-    const bool isGrowth = scenario.rfind("growth, ", 0) == 0;
-    for (const int size : sizes) {
-        const auto run = [=](benchmark::State& state) {
-            measureSize(state, static_cast<std::size_t>(size), isGrowth);
-        };
-        add({scenario, name, group, place(run), size});
-    }
+template<class Run>
+void addSizes(const std::string& scenario, const std::string& name, Group group, Run runSize,
+              std::initializer_list<int> sizes, Time time = Time::OfThread) {
+    for (const int size : sizes)
+        add({scenario, name, group,
+             [=](benchmark::State& state) { runSize(state, static_cast<std::size_t>(size)); }, size, time});
 }
 
-template<class ForWaiting, class ForChain = ForWaiting, class Place = Here>
-void addContender(const std::string& name, Group group, Place place = Place()) {
-    addSizes("actions waiting", name, group, waiting<ForWaiting>, {1, 1000, 100000}, place);
-    addSizes("chain of actions", name, group, chain<ForChain>, {10, 1000, 100000}, place);
-}
-
-template<class ForWaiting, class ForChain = ForWaiting>
-void addGrowth(const std::string& name, Group group) {
-    addSizes("growth, actions waiting", name, group, waiting<ForWaiting>, {1, 10, 1000, 100000, 1000000});
-    addSizes("growth, chain of actions", name, group, chain<ForChain>, {10, 1000, 100000});
+template<class Contender, class ForChain = Contender>
+void addContender(const std::string& name, Group group) {
+    addSizes("actions waiting", name, group, run<Contender, false>, {1, 1000, 100000});
+    addSizes("chain of actions", name, group, run<ForChain, true>, {10, 1000, 100000});
 }
 
 template<class Contender>
-void addPosting(const char* name, Group group) {
-    for (const int threads : {1, 2, 3, 4}) {
-        const auto run = [threads](auto& state) { posting<Contender>(state, static_cast<std::size_t>(threads)); };
-        add({"growth, threads posting actions", name, group, run, threads, Time::OfClock});
-    }
+void addChainGrowth(const std::string& name, Group group) {
+    const auto runAndCount = [](benchmark::State& state, std::size_t count) {
+        run<Contender, true>(state, count);
+        countChain<Contender>(state, count);
+    };
+    addSizes("growth, chain of actions", name, group, runAndCount, {10, 1000, 100000});
+}
+
+template<class Contender, class ForChain = Contender>
+void addGrowth(const std::string& name, Group group) {
+    const auto runAndCount = [](benchmark::State& state, std::size_t count) {
+        run<Contender, false>(state, count);
+        countWaiting<Contender>(state, count);
+    };
+    addSizes("growth, actions waiting", name, group, runAndCount, {1, 10, 1000, 100000, 1000000});
+    addChainGrowth<ForChain>(name, group);
+}
+
+template<class Contender>
+void addThreads(const char* name, Group group) {
+    addSizes("growth, threads posting actions", name, group, runThreads<Contender>, {1, 2, 3, 4}, Time::OfClock);
 }
 
 } // namespace
@@ -153,22 +162,19 @@ void addPosting(const char* name, Group group) {
 void addAll() {
     using Deque = LockedDeque<ActionItem>;
     using Asio = AsioPost<ActionItem, Runner>;
-    using PostEvent = QtPostEvent<ActionItem, Runner>;
-    using InvokeMethod = QtInvokeMethod<ActionItem, Runner>;
     addContender<OwnActions<false>, OwnActions<true>>("KXAPI", Group::Ours);
     addContender<Deque>("mutex and deque", Group::Limit);
     addContender<Asio>("Asio", Group::Peer);
     addContender<GLibActions<true>>("GLib g_idle_add", Group::Peer);
     addContender<GLibActions<false>>("GLib main context", Group::Peer);
-    addForEachLoop("Qt postEvent", addContender<PostEvent, PostEvent, OnQtThread>);
-    addForEachLoop("Qt invokeMethod", addContender<InvokeMethod, InvokeMethod, OnQtThread>);
+    addForEachLoop("Qt postEvent", addContender<QtPostEvent<ActionItem, Runner>>);
+    addForEachLoop("Qt invokeMethod", addContender<QtInvokeMethod<ActionItem, Runner>>);
     addGrowth<OwnActions<false>, OwnActions<true>>("KXAPI", Group::Ours);
     addGrowth<Deque>("mutex and deque", Group::Limit);
     addGrowth<Asio>("Asio", Group::Peer);
-    addSizes("growth, chain of actions", "KXAPI, loop detection off", Group::Ours, chain<OwnActions<false>>,
-             {10, 1000, 100000});
-    addPosting<OwnActions<false>>("KXAPI", Group::Ours);
-    addPosting<Deque>("mutex and deque", Group::Limit);
+    addChainGrowth<OwnActions<false>>("KXAPI, loop detection off", Group::Ours);
+    addThreads<OwnActions<false>>("KXAPI", Group::Ours);
+    addThreads<Deque>("mutex and deque", Group::Limit);
 }
 
 } // namespace Bench

@@ -33,6 +33,7 @@ public:
         event.eventClass = KX::TOOLKIT_EVENT_CLASS;
         event.eventType = KX::TOOLKIT_KEY_PRESS_EVENT;
         event.osKeyCode = Qt::Key_Home;
+        event.timeStamp = 1000 * event.eventData[0]; // a second apart: no double presses
         manager->toolkitEventOccurred(event);
     }
 
@@ -48,66 +49,72 @@ private:
     KX::KXInputEventManager* const manager = KX::KXInputEventManager::createInstance();
 };
 
-/// As many events wait.
 template<class Contender>
-auto waiting(std::uint32_t events, bool isMemoryCounted = false) {
-    return [=](benchmark::State& state) {
-        OrderCheck order;
-        std::deque<Events<Contender>> works;
-        works.emplace_back(order, events);
-        measure<Contender>(state, works.front(), order);
-        if (isMemoryCounted)
-            countMemory<Contender>(state, works);
-    };
+void run(benchmark::State& state, std::size_t count) {
+    OrderCheck order;
+    Events<Contender> events(order, count);
+    measure<Contender>(state, events, order);
+}
+
+template<class Contender>
+void runAndCount(benchmark::State& state, std::size_t count) {
+    run<Contender>(state, count);
+    OrderCheck order;
+    std::deque<Events<Contender>> works;
+    works.emplace_back(order, count);
+    countMemory<Contender>(state, works);
 }
 
 /// Threads share in posting the events.
 template<class Contender>
-auto posting(std::uint32_t events, int threads = 1, bool isMemoryCounted = false) {
-    return [=](benchmark::State& state) {
-        OrderCheck order;
-        std::deque<Events<Contender>> works;
-        for (std::uint32_t i = 0; i < static_cast<std::uint32_t>(threads); ++i)
-            works.emplace_back(order, events / static_cast<std::uint32_t>(threads), i);
-        measureThreads<Contender>(state, works, order);
-        if (isMemoryCounted)
-            countMemory<Contender>(state, works);
-    };
-}
-
-template<class Contender, class Place = Here>
-void addOneThread(const std::string& name, Group group, Place place = Place()) {
-    add({"in-process, one event", name, group, place(waiting<Contender>(1))});
-    add({"in-process, 1000 events", name, group, place(waiting<Contender>(1000))});
-}
-
-template<class Contender, class Place = Here>
-void addInProcess(const std::string& name, Group group, Place place = Place()) {
-    addOneThread<Contender>(name, group, place);
-    add({"in-process, two threads", name, group, place(posting<Contender>(20000)), 0, Time::OfClock});
-}
-
-template<class Contender, class Place = Here>
-void addWaiting(const std::string& name, Group group, Place place = Place()) {
-    for (const int events : {1, 10, 1000, 100000, 1000000})
-        add({"growth, events waiting", name, group,
-             place(waiting<Contender>(static_cast<std::uint32_t>(events), true)), events});
+void runThreads(benchmark::State& state, std::size_t count, std::size_t threads, bool isMemoryCounted) {
+    OrderCheck order;
+    std::deque<Events<Contender>> works;
+    for (std::size_t i = 0; i < threads; ++i)
+        works.emplace_back(order, count / threads, i);
+    measureThreads<Contender>(state, works, order);
+    if (isMemoryCounted)
+        countMemory<Contender>(state, works);
 }
 
 template<class Contender>
-void addPosting(const std::string& scenario, const char* name, Group group, std::uint32_t events, bool isInHeap) {
-    for (const int threads : {1, 2, 3, 4})
-        add({scenario, name, group, posting<Contender>(events, threads, isInHeap), threads, Time::OfClock});
+void addOneEvent(const char* scenario, const std::string& name, Group group) {
+    add({scenario, name, group, [](benchmark::State& state) { run<Contender>(state, 1); }});
 }
 
-/// A pipe's memory is the kernel's. It has room for some 7,000 records; a thread that posts does not wait for more.
-void addPipe() {
-    add({"pipe queue, one event", "KXAPI", Group::Ours, waiting<PipeQueue>(1)});
-    add({"pipe queue, one event", "write, poll, read", Group::Limit, waiting<BarePipe>(1)});
-    for (const int events : {1, 10, 100, 1000, 7000})
-        add({"growth, events waiting in a pipe", "KXAPI", Group::Ours,
-             waiting<PipeQueue>(static_cast<std::uint32_t>(events)), events});
-    addPosting<PipeQueue>("growth, threads posting into a pipe", "KXAPI", Group::Ours, 6000, false);
+template<class Contender>
+void addOneThread(const std::string& name, Group group) {
+    addOneEvent<Contender>("in-process, one event", name, group);
+    add({"in-process, 1000 events", name, group, [](benchmark::State& state) { run<Contender>(state, 1000); }});
+}
+
+template<class Contender>
+void addInProcess(const std::string& name, Group group) {
+    addOneThread<Contender>(name, group);
+    add({"in-process, two threads", name, group,
+         [](benchmark::State& state) { runThreads<Contender>(state, 20000, 1, false); }, 0, Time::OfClock});
+}
+
+void addSizes(const char* scenario, const std::string& name, Group group,
+              void (*runSize)(benchmark::State&, std::size_t), std::initializer_list<int> sizes) {
+    for (const int size : sizes)
+        add({scenario, name, group,
+             [=](benchmark::State& state) { runSize(state, static_cast<std::size_t>(size)); }, size});
+}
+
+template<class Contender>
+void addWaiting(const std::string& name, Group group) {
+    addSizes("growth, events waiting", name, group, runAndCount<Contender>, {1, 10, 1000, 100000, 1000000});
+}
+
+template<class Contender>
+void addThreads(const char* scenario, const char* name, Group group, std::size_t count, bool isMemoryCounted) {
+    for (const int threads : {1, 2, 3, 4})
+        add({scenario, name, group,
+             [=](benchmark::State& state) {
+                 runThreads<Contender>(state, count, static_cast<std::size_t>(threads), isMemoryCounted);
+             },
+             threads, Time::OfClock});
 }
 
 } // namespace
@@ -125,17 +132,20 @@ void addAll() {
     addInProcess<ConcurrentQueue>("moodycamel ConcurrentQueue", Group::Peer);
     addInProcess<ReaderWriterQueue>("moodycamel ReaderWriterQueue", Group::Peer);
     addInProcess<AsioPost<KX::KXSomeEvent, OrderCheck, Event>>("Boost.Asio post", Group::Peer);
-    addForEachLoop("Qt postEvent", addInProcess<PostEvent, OnQtThread>);
-    addForEachLoop("Qt invokeMethod",
-                   addInProcess<QtInvokeMethod<KX::KXSomeEvent, OrderCheck, Event>, OnQtThread>);
+    addForEachLoop("Qt postEvent", addInProcess<PostEvent>);
+    addForEachLoop("Qt invokeMethod", addInProcess<QtInvokeMethod<KX::KXSomeEvent, OrderCheck, Event>>);
     addWaiting<InProcessQueue>("KXAPI", Group::Ours);
     addWaiting<Deque>("mutex and deque", Group::Limit);
-    addForEachLoop("Qt postEvent", addWaiting<PostEvent, OnQtThread>);
-    addPosting<InProcessQueue>("growth, threads posting", "KXAPI", Group::Ours, 24000, true);
-    addPosting<Deque>("growth, threads posting", "mutex and deque", Group::Limit, 24000, true);
-    addPipe();
-    add({"key press", "KXAPI", Group::Ours, waiting<Manager>(1)});
-    add({"key press", "write, poll, read", Group::Limit, waiting<BarePipe>(1)});
+    addForEachLoop("Qt postEvent", addWaiting<PostEvent>);
+    addThreads<InProcessQueue>("growth, threads posting", "KXAPI", Group::Ours, 24000, true);
+    addThreads<Deque>("growth, threads posting", "mutex and deque", Group::Limit, 24000, true);
+    // A pipe's memory is the kernel's. It has room for some 7,000 records; a thread that posts does not wait for more.
+    addOneEvent<PipeQueue>("pipe queue, one event", "KXAPI", Group::Ours);
+    addOneEvent<BarePipe>("pipe queue, one event", "write, poll, read", Group::Limit);
+    addSizes("growth, events waiting in a pipe", "KXAPI", Group::Ours, run<PipeQueue>, {1, 10, 100, 1000, 7000});
+    addThreads<PipeQueue>("growth, threads posting into a pipe", "KXAPI", Group::Ours, 6000, false);
+    addOneEvent<Manager>("key press", "KXAPI", Group::Ours);
+    addOneEvent<BarePipe>("key press", "write, poll, read", Group::Limit);
 }
 
 } // namespace Bench

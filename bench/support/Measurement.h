@@ -1,16 +1,14 @@
 #pragma once
 
-#include "bench/support/QtThread.h"
-
 #include <benchmark/benchmark.h>
 #include <functional>
 #include <string>
-#include <utility>
 
 /// How every program declares what it measures: main() of main.cpp does the rest.
 namespace Bench {
 
-/// What a contender is to the library. The promises speak of Qt with each of its two loops.
+/// What a contender is to the library. The promises speak of Qt with each of its two loops; these contenders run on a
+/// thread of Qt's with that loop.
 enum class Group { Ours, Limit, Peer, QtWithGLib, QtWithoutGLib };
 
 /// Which time counts: that of the thread's work, that of the clock, or what the measurement itself sets.
@@ -27,17 +25,16 @@ struct Measurement {
     int iterations = 0; ///< 0: as many as Google Benchmark likes
 };
 
-void add(Measurement measurement);
+void add(const Measurement& measurement);
 
 /// To be defined by each program: adds its measurements.
 void addAll();
 
-/// Adds a contender that is Qt, once for each loop. \p add takes a name, a group, and what makes a run run on a thread
-/// with that loop.
+/// Adds a contender that is Qt, once for each loop, by \p addContender(name, group).
 template<class Add>
 void addForEachLoop(const std::string& name, Add addContender) {
-    addContender(name, Group::QtWithGLib, OnQtThread(QtLoop::GLib));
-    addContender(name + ", no GLib", Group::QtWithoutGLib, OnQtThread(QtLoop::Own));
+    addContender(name, Group::QtWithGLib);
+    addContender(name + ", no GLib", Group::QtWithoutGLib);
 }
 
 } // namespace Bench

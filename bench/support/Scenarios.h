@@ -4,7 +4,6 @@
 
 #include <atomic>
 #include <benchmark/benchmark.h>
-#include <boost/noncopyable.hpp>
 #include <deque>
 #include <thread>
 #include <vector>
@@ -14,43 +13,17 @@
 ///   post(item)         any number of threads, unless it says something else
 ///   bool take(sink)    gives the oldest item to sink.take(payload), or all that wait; false when nothing waits any more
 ///
-/// and the work that it is given has postTo(contender), isComplete(), isRight() and getCount().
+/// and the work that it is given has postTo(contender), isComplete(), isRight() and count.
 namespace Bench {
-
-/// Threads that post, each with its number, for as long as this lives.
-class PostingThreads : private boost::noncopyable {
-public:
-    template<class Post>
-    PostingThreads(std::size_t number, Post post) : posting(number) {
-        for (std::size_t i = 0; i < number; ++i) {
-            threads.emplace_back([this, post, i] {
-                post(i);
-                --posting;
-            });
-        }
-    }
-    ~PostingThreads() {
-        for (std::thread& thread : threads)
-            thread.join();
-    }
-
-    bool arePosting() const {
-        return posting > 0;
-    }
-
-private:
-    std::atomic<std::size_t> posting;
-    std::vector<std::thread> threads;
-};
 
 /// Whether all was taken once and in order; ends the measurement otherwise.
 template<class Work>
 bool check(benchmark::State& state, const Work& work) {
-    if (!work.isComplete())
-        state.SkipWithError("something posted is not there");
-    else if (!work.isRight())
+    if (!work.isRight())
         state.SkipWithError("something came twice, out of order or not at all");
-    return work.isComplete() && work.isRight();
+    else if (!work.isComplete())
+        state.SkipWithError("something posted is not there");
+    return work.isRight() && work.isComplete();
 }
 
 /// Everything is posted, then everything is taken.
@@ -64,7 +37,24 @@ void measure(benchmark::State& state, Work& work, Sink& sink) {
         if (!check(state, work))
             return;
     }
-    state.SetItemsProcessed(state.iterations() * work.getCount());
+    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(work.count));
+}
+
+/// Each part of the work is posted by a thread; this one calls \p meanwhile again and again until all is posted.
+template<class Contender, class Work, class Meanwhile>
+void postFromThreads(Contender& contender, std::deque<Work>& works, Meanwhile meanwhile) {
+    std::atomic<std::size_t> posting{works.size()};
+    std::vector<std::thread> threads;
+    for (Work& work : works) {
+        threads.emplace_back([&contender, &posting, &work] {
+            work.postTo(contender);
+            --posting;
+        });
+    }
+    while (posting > 0)
+        meanwhile();
+    for (std::thread& thread : threads)
+        thread.join();
 }
 
 /// Each part of the work is posted by a thread, while another thread takes. Nobody sleeps: the queue is measured, not
@@ -73,20 +63,17 @@ template<class Contender, class Work, class Sink>
 void measureThreads(benchmark::State& state, std::deque<Work>& works, Sink& sink) {
     Contender contender;
     for (auto _ : state) {
-        {
-            const PostingThreads threads(works.size(), [&](std::size_t i) { works[i].postTo(contender); });
-            while (threads.arePosting())
-                if (!contender.take(sink))
-                    std::this_thread::yield();
-        }
+        postFromThreads(contender, works, [&] {
+            if (!contender.take(sink))
+                std::this_thread::yield();
+        });
         while (contender.take(sink)) {
         }
         for (const Work& work : works)
             if (!check(state, work))
                 return;
     }
-    const std::size_t count = works.size() * works.front().getCount();
-    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(count));
+    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(works.size() * works.front().count));
 }
 
 /// Counts the bytes that a contender holds for each item when all of the work is posted, itself included.
@@ -97,10 +84,10 @@ void countMemory(benchmark::State& state, std::deque<Work>& works) {
         if (works.size() == 1)
             works.front().postTo(contender);
         else
-            PostingThreads(
-                works.size(), [&](std::size_t i) { works[i].postTo(contender); });
+            postFromThreads(
+                contender, works, [] { std::this_thread::yield(); });
         const auto bytes = static_cast<double>(getHeapBytes() - before);
-        state.counters["memory"] = bytes / static_cast<double>(works.size() * works.front().getCount());
+        state.counters["memory"] = bytes / static_cast<double>(works.size() * works.front().count);
     });
 }
 

@@ -3,13 +3,11 @@
 // the measurement in Google Benchmark's results.
 
 #include "bench/support/Measurement.h"
+#include "bench/support/QtThread.h"
 
 #include <QCoreApplication>
 
-#include <boost/noncopyable.hpp>
-
 #include <cstdio>
-#include <cstring>
 #include <future>
 #include <set>
 #include <sstream>
@@ -21,50 +19,30 @@ namespace {
 
 std::vector<Measurement> measurements;
 
-/// A second thread, which sleeps. Locks and some system calls are cheaper in a process that has only one thread, and
-/// nobody needs queues there.
-class OtherThread : private boost::noncopyable {
-public:
-    OtherThread() : thread([this] { end.get_future().wait(); }) {}
-    ~OtherThread() {
-        end.set_value();
-        thread.join();
-    }
-
-private:
-    std::promise<void> end;
-    std::thread thread;
-};
-
-const char* getName(Group group) {
-    switch (group) {
-    case Group::Ours:
-        return "ours";
-    case Group::Limit:
-        return "limit";
-    case Group::Peer:
-        return "peer";
-    case Group::QtWithGLib:
-        return "Qt with GLib";
-    case Group::QtWithoutGLib:
-        return "Qt without GLib";
-    }
-    return "";
+std::string getLabel(const Measurement& measurement) {
+    constexpr const char* groups[] = {"ours", "limit", "peer", "Qt with GLib", "Qt without GLib"};
+    return measurement.scenario + "|" + measurement.contender + "|" + groups[static_cast<int>(measurement.group)] +
+           "|" + std::to_string(measurement.size);
 }
 
-std::string getLabel(const Measurement& measurement) {
-    return measurement.scenario + "|" + measurement.contender + "|" + getName(measurement.group) + "|" +
-           std::to_string(measurement.size);
+void run(benchmark::State& state, const Measurement& measurement) {
+    const bool isWithGLib = measurement.group == Group::QtWithGLib;
+    if (isWithGLib || measurement.group == Group::QtWithoutGLib)
+        startQtThread(isWithGLib, [&] {
+            if (checkLoop(state, *QThread::currentThread(), isWithGLib))
+                measurement.run(state);
+        })->wait();
+    else
+        measurement.run(state);
+    state.SetLabel(getLabel(measurement));
 }
 
 void registerOne(const Measurement& measurement) {
     std::string name = measurement.scenario + "/" + measurement.contender;
     if (measurement.size != 0)
         name += "/" + std::to_string(measurement.size);
-    auto* const benchmark = benchmark::RegisterBenchmark(name.c_str(), [&measurement](benchmark::State& state) {
-        measurement.run(state);
-        state.SetLabel(getLabel(measurement));
-    });
+    auto* const benchmark = benchmark::RegisterBenchmark(
+        name.c_str(), [&measurement](benchmark::State& state) { run(state, measurement); });
     if (measurement.time == Time::OfClock)
         benchmark->UseRealTime();
     if (measurement.time == Time::SetByHand)
@@ -73,51 +51,50 @@ void registerOne(const Measurement& measurement) {
         benchmark->Iterations(measurement.iterations);
 }
 
-int list() {
-    for (const Measurement& measurement : measurements)
-        std::puts(getLabel(measurement).c_str());
-    return 0;
-}
-
-/// Registers those whose numbers \p only has, separated by commas; all when it is null.
-void registerChosen(const char* only) {
+/// Registers those whose numbers \p only has, separated by commas; all when it is empty.
+void registerChosen(const std::string& only) {
     std::set<std::size_t> chosen;
-    std::istringstream numbers(only ? only : "");
+    std::istringstream numbers(only);
     for (std::string number; std::getline(numbers, number, ',');)
         chosen.insert(std::stoul(number));
     for (std::size_t i = 0; i < measurements.size(); ++i)
-        if (!only || chosen.count(i) != 0)
+        if (only.empty() || chosen.count(i) != 0)
             registerOne(measurements[i]);
 }
 
 } // namespace
 
-void add(Measurement measurement) {
-    measurements.push_back(std::move(measurement));
+void add(const Measurement& measurement) {
+    measurements.push_back(measurement);
 }
 
 } // namespace Bench
 
 int main(int argc, char** argv) {
     Bench::addAll();
-    if (argc == 2 && std::strcmp(argv[1], "--list") == 0)
-        return Bench::list();
-    constexpr char onlyOption[] = "--only=";
-    const bool isOnly = argc > 1 && std::strncmp(argv[1], onlyOption, std::strlen(onlyOption)) == 0;
-    Bench::registerChosen(isOnly ? argv[1] + std::strlen(onlyOption) : nullptr);
-    if (isOnly) {
-        argv[1] = argv[0];
-        ++argv;
-        --argc;
+    const std::string first = argc > 1 ? argv[1] : "";
+    if (first == "--list") {
+        for (const Bench::Measurement& measurement : Bench::measurements)
+            std::puts(Bench::getLabel(measurement).c_str());
+        return 0;
     }
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
+    const std::string onlyOption = "--only=";
+    const bool isOnly = first.rfind(onlyOption, 0) == 0;
+    Bench::registerChosen(isOnly ? first.substr(onlyOption.size()) : "");
+    int left = isOnly ? argc - 1 : argc;
+    char** const arguments = isOnly ? argv + 1 : argv;
+    benchmark::Initialize(&left, arguments);
+    if (benchmark::ReportUnrecognizedArguments(left, arguments))
         return 2;
-    // GLib's default context is for GLib's own contenders.
-    Bench::chooseLoop(Bench::QtLoop::Own);
+    qputenv("QT_NO_GLIB", "1"); // GLib's default context is for GLib's own contenders
     const QCoreApplication application(argc, argv);
-    const Bench::OtherThread otherThread;
+    // A second thread, which sleeps. Locks and some system calls are cheaper in a process that has only one thread, and
+    // nobody needs queues there.
+    std::promise<void> end;
+    std::thread otherThread([&] { end.get_future().wait(); });
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
+    end.set_value();
+    otherThread.join();
     return 0;
 }

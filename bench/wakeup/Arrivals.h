@@ -36,7 +36,7 @@ public:
     template<class Payload>
     void take(const Payload& payload) {
         takenAt = Clock::now();
-        if (getNumber(payload) == lastNumber) {
+        if (payload.eventData[0] == lastNumber) {
             end();
             return;
         }
@@ -51,19 +51,11 @@ public:
         }
     }
 
-    Clock::time_point getTakenAt() const {
-        return takenAt;
-    }
-
-    bool isRight() const {
-        return order.isRight();
-    }
-
-private:
     // Written by the waiting thread before it wakes the posting one, which reads them after that.
     Clock::time_point takenAt;
     OrderCheck order;
 
+private:
     std::function<void()> end; // the waiting thread's alone
     sem_t taken;
 };

@@ -25,47 +25,9 @@ namespace Bench {
 template<class Queue>
 void postTo(Queue& queue, std::uint32_t number) {
     auto item = makeItem<typename Queue::Item>();
-    setNumber(item, number);
+    item.eventData[0] = number;
     queue.post(item);
 }
-
-/// What an application has its main loop wait with; here for one file descriptor.
-class Epoll : private boost::noncopyable {
-public:
-    explicit Epoll(int fileDescriptor) {
-        epoll_event readable{};
-        readable.events = EPOLLIN;
-        if (epoll_ctl(set, EPOLL_CTL_ADD, fileDescriptor, &readable) != 0)
-            std::abort();
-    }
-    ~Epoll() {
-        close(set);
-    }
-
-    void wait() const {
-        epoll_event event{};
-        while (epoll_wait(set, &event, 1, -1) != 1) {
-            // EINTR: somebody's signal, a debugger's for instance
-        }
-    }
-
-private:
-    const int set = epoll_create1(EPOLL_CLOEXEC);
-};
-
-class Poll {
-public:
-    explicit Poll(int fileDescriptor) : query{fileDescriptor, POLLIN, 0} {}
-
-    void wait() {
-        while (poll(&query, 1, -1) != 1) {
-            // EINTR, as above
-        }
-    }
-
-private:
-    pollfd query;
-};
 
 struct OwnPipe : KX::KXEventQueueAsPipe {
     using Item = KX::KXInputEvent;
@@ -90,31 +52,51 @@ struct PlainPipe : BarePipe {
     }
 };
 
-template<class Pipe, class Wait>
-class PipeWaiter {
+/// Sleeps in epoll, or in poll.
+template<class Pipe, bool isPoll = false>
+class PipeWaiter : private boost::noncopyable {
 public:
+    PipeWaiter() {
+        epoll_event readable{};
+        readable.events = EPOLLIN;
+        if (epoll_ctl(set, EPOLL_CTL_ADD, pipe.getReadEndPointID(), &readable) != 0)
+            std::abort();
+    }
+    ~PipeWaiter() {
+        close(set);
+    }
+
     void post(std::uint32_t number) {
         postTo(pipe, number);
     }
 
     void run(Arrivals& arrivals) {
-        Wait something(pipe.getReadEndPointID());
         bool goesOn = true;
         arrivals.getReady([&] { goesOn = false; });
         while (goesOn) {
-            something.wait();
+            sleep();
             pipe.take(arrivals);
         }
     }
 
 private:
+    void sleep() const {
+        pollfd query = {pipe.getReadEndPointID(), POLLIN, 0};
+        epoll_event event{};
+        while ((isPoll ? poll(&query, 1, -1) : epoll_wait(set, &event, 1, -1)) != 1) {
+            // EINTR: somebody's signal, a debugger's for instance
+        }
+    }
+
     Pipe pipe;
+    const int set = epoll_create1(EPOLL_CLOEXEC);
 };
 
 class ConditionWaiter {
 public:
     void post(std::uint32_t number) {
-        KX::KXInputEvent event = makeEvent(number);
+        auto event = makeItem<KX::KXInputEvent>();
+        event.eventData[0] = number;
         {
             const std::lock_guard<std::mutex> lock(mutex);
             events.emplace_back(event);

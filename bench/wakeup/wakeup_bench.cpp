@@ -1,15 +1,13 @@
 // wakeup_bench: from the post on one thread to the take on another one that sleeps, as percentiles.
 
 #include "bench/support/Measurement.h"
+#include "bench/support/QtThread.h"
 #include "bench/wakeup/Waiters.h"
-
-#include <QThread>
 
 #include <algorithm>
 #include <boost/noncopyable.hpp>
 #include <cmath>
 #include <csignal>
-#include <memory>
 #include <sched.h>
 #include <time.h>
 #include <unistd.h>
@@ -32,7 +30,7 @@ std::vector<int> getCores() {
     return cores;
 }
 
-/// Binds the calling thread to a core, for as long as this lives.
+/// Binds the calling thread to a core, as long as this lives.
 class Pinned : private boost::noncopyable {
 public:
     explicit Pinned(int core) {
@@ -72,40 +70,34 @@ double postOne(Contender& waiter, Arrivals& arrivals, std::uint32_t number) {
     const auto postedAt = Arrivals::Clock::now();
     waiter.post(number);
     arrivals.wait();
-    return std::chrono::duration<double>(arrivals.getTakenAt() - postedAt).count();
+    return std::chrono::duration<double>(arrivals.takenAt - postedAt).count();
 }
 
-/// The smallest value that at least \p share of all do not exceed.
-double getPercentile(const std::vector<double>& sorted, double share) {
-    const double rank = std::ceil(share * static_cast<double>(sorted.size()));
-    return sorted[static_cast<std::size_t>(rank) - 1];
-}
-
-// No mean: one late wake-up would outweigh a thousand others.
+/// A percentile is the smallest value that at least this share of all do not exceed. No mean: one late wake-up would
+/// outweigh a thousand others.
 void report(benchmark::State& state, std::vector<double>& seconds) {
     if (seconds.empty())
         return;
     std::sort(seconds.begin(), seconds.end());
-    state.counters["p50"] = 1e9 * getPercentile(seconds, 0.50);
-    state.counters["p99"] = 1e9 * getPercentile(seconds, 0.99);
+    for (const auto& [name, share] : {std::pair("p50", 0.50), std::pair("p99", 0.99)}) {
+        const double rank = std::ceil(share * static_cast<double>(seconds.size()));
+        state.counters[name] = 1e9 * seconds[static_cast<std::size_t>(rank) - 1];
+    }
 }
 
 template<class Contender>
-void measure(benchmark::State& state, QtLoop loop, int postingCore, int waitingCore) {
+void measure(benchmark::State& state, bool isWithGLib, int postingCore, int waitingCore) {
     watch();
     const Pinned pinned(postingCore);
     Contender waiter;
     Arrivals arrivals;
     std::vector<double> seconds;
-    chooseLoop(loop);
-    const std::unique_ptr<QThread> thread(QThread::create([&] {
+    const auto thread = startQtThread(isWithGLib, [&] {
         const Pinned waitingPinned(waitingCore);
         waiter.run(arrivals);
-    }));
-    thread->start();
+    });
     arrivals.wait();
-    if (!hasLoop(*thread, loop))
-        state.SkipWithError("Qt runs another loop than it was told to");
+    checkLoop(state, *thread, isWithGLib);
     std::uint32_t number = 0;
     while (number < warmUpPosts)
         postOne(waiter, arrivals, number++);
@@ -118,16 +110,17 @@ void measure(benchmark::State& state, QtLoop loop, int postingCore, int waitingC
     thread->wait();
     alarm(0);
     report(state, seconds);
-    if (!arrivals.isRight())
+    if (!arrivals.order.isRight)
         state.SkipWithError("something came twice, out of order or not at all");
 }
 
 template<class Contender>
 void addContender(const std::string& name, Group group) {
-    const QtLoop loop = group == Group::QtWithoutGLib ? QtLoop::Own : QtLoop::GLib;
     const std::vector<int> cores = getCores();
     const auto addScenario = [&](const char* scenario, int posting, int waiting) {
-        const auto run = [=](benchmark::State& state) { measure<Contender>(state, loop, posting, waiting); };
+        const auto run = [=](benchmark::State& state) {
+            measure<Contender>(state, group != Group::QtWithoutGLib, posting, waiting);
+        };
         add({scenario, name, group, run, 0, Time::SetByHand, postsInARun});
     };
     addScenario("wake-up, one core", cores[0], cores[0]);
@@ -135,29 +128,21 @@ void addContender(const std::string& name, Group group) {
         addScenario("wake-up, two cores", cores[0], cores[1]);
 }
 
-template<class Queue>
-void addQt(const std::string& name) {
-    addForEachLoop(
-        name,
-        [](const std::string& itsName, Group group, const OnQtThread&) {
-            addContender<QtWaiter<Queue>>(itsName,
-                                          group); // the thread that waits has the loop, not the one that measures
-        });
-}
-
 } // namespace
 
 void addAll() {
-    addContender<PipeWaiter<OwnPipe, Epoll>>("KXAPI", Group::Ours);
-    addContender<PipeWaiter<OwnPipe, Poll>>("KXAPI, poll", Group::Ours);
-    addContender<PipeWaiter<PlainPipe<false>, Epoll>>("bare pipe", Group::Limit);
-    addContender<PipeWaiter<PlainPipe<true>, Epoll>>("bare pipe, asked first", Group::Limit);
-    addContender<PipeWaiter<PlainPipe<false>, Poll>>("bare pipe, poll", Group::Limit);
+    addContender<PipeWaiter<OwnPipe>>("KXAPI", Group::Ours);
+    addContender<PipeWaiter<OwnPipe, true>>("KXAPI, poll", Group::Ours);
+    addContender<PipeWaiter<PlainPipe<false>>>("bare pipe", Group::Limit);
+    addContender<PipeWaiter<PlainPipe<true>>>("bare pipe, asked first", Group::Limit);
+    addContender<PipeWaiter<PlainPipe<false>, true>>("bare pipe, poll", Group::Limit);
     addContender<ConditionWaiter>("condition variable", Group::Peer);
     addContender<AsioWaiter>("Asio post", Group::Peer);
     addContender<UVWaiter>("libuv uv_async", Group::Peer);
-    addQt<QtPostEvent<KX::KXSomeEvent, Arrivals, KX::KXInputEvent>>("Qt postEvent");
-    addQt<QtInvokeMethod<KX::KXSomeEvent, Arrivals, KX::KXInputEvent>>("Qt invokeMethod");
+    using Holder = KX::KXSomeEvent;
+    using Event = KX::KXInputEvent;
+    addForEachLoop("Qt postEvent", addContender<QtWaiter<QtPostEvent<Holder, Arrivals, Event>>>);
+    addForEachLoop("Qt invokeMethod", addContender<QtWaiter<QtInvokeMethod<Holder, Arrivals, Event>>>);
 }
 
 } // namespace Bench
