@@ -1,6 +1,7 @@
 """What bench/compare and bench/footprint/measure share."""
 
 import os
+import subprocess
 import sys
 
 TOP = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
@@ -16,6 +17,19 @@ class WrongUse(Failed):
 
 def say(text):
     print(text, file=sys.stderr, flush=True)
+
+
+def call(*command):
+    """What a program prints. What it says on standard error counts when it fails."""
+    name = os.path.basename(command[0])
+    try:
+        done = subprocess.run(command, check=False, text=True, capture_output=True, env={**os.environ, "LC_ALL": "C"})
+    except OSError as problem:
+        raise Failed(f"{name} cannot be started: {problem.strerror}") from problem
+    if done.returncode != 0:
+        said = (done.stderr or done.stdout).rstrip().rpartition("\n")[2]
+        raise Failed(f"{name} ended with status {done.returncode}" + (f": {said}" if said else ""))
+    return done.stdout
 
 
 def read_cache(build):

@@ -8,15 +8,14 @@
 #include "bench/support/Scenarios.h"
 #include "platform/KXTick.h"
 
-#include <boost/noncopyable.hpp>
 #include <glib.h>
+#include <memory>
 
 namespace Bench {
 namespace {
 
 template<bool detectsLoops>
-class OwnActions {
-public:
+struct OwnActions {
     OwnActions() {
         event.eventType = eventTypeOfItems;
     }
@@ -30,7 +29,6 @@ public:
         return false;
     }
 
-private:
     KX::KXActionQueue queue;
     KX::KXEvent event; // never changes
     const unsigned int deadline = KX::KXTick::getTickCount() + 3600000;
@@ -38,13 +36,7 @@ private:
 
 /// Idle calls of GLib's default main context, or of a main context of their own.
 template<bool isDefault>
-class GLibActions : private boost::noncopyable {
-public:
-    ~GLibActions() {
-        if (context)
-            g_main_context_unref(context);
-    }
-
+struct GLibActions {
     void post(const ActionItem& item) {
         const gpointer posted = g_slice_dup(ActionItem, &item);
         if (isDefault) {
@@ -53,17 +45,16 @@ public:
         }
         GSource* const source = g_idle_source_new();
         g_source_set_callback(source, &runPosted, posted, &freePosted);
-        g_source_attach(source, context);
+        g_source_attach(source, context.get());
         g_source_unref(source);
     }
 
     bool take(Runner&) {
-        while (g_main_context_iteration(context, FALSE)) {
+        while (g_main_context_iteration(context.get(), FALSE)) {
         }
         return false;
     }
 
-private:
     static gboolean runPosted(gpointer item) {
         Runner::take(*static_cast<const ActionItem*>(item));
         return G_SOURCE_REMOVE;
@@ -73,7 +64,8 @@ private:
         g_slice_free(ActionItem, static_cast<ActionItem*>(item));
     }
 
-    GMainContext* const context = isDefault ? nullptr : g_main_context_new();
+    const std::unique_ptr<GMainContext, decltype(&g_main_context_unref)> context{
+        isDefault ? nullptr : g_main_context_new(), g_main_context_unref};
 };
 
 /// Many wait, or each posts the next while it runs.
@@ -117,14 +109,6 @@ void runThreads(benchmark::State& state, std::size_t threads) {
         works.emplace_back(24000 / threads);
     measureThreads<Contender>(state, works, runner);
     countMemory<Contender>(state, works);
-}
-
-template<class Run>
-void addSizes(const std::string& scenario, const std::string& name, Group group, Run runSize,
-              std::initializer_list<int> sizes, Time time = Time::OfThread) {
-    for (const int size : sizes)
-        add({scenario, name, group,
-             [=](benchmark::State& state) { runSize(state, static_cast<std::size_t>(size)); }, size, time});
 }
 
 template<class Contender, class ForChain = Contender>

@@ -24,17 +24,10 @@ class Parser(argparse.ArgumentParser):
         raise WrongUse(message)
 
 
-def pattern(text):
-    try:
-        return re.compile(text)
-    except re.error as problem:
-        raise argparse.ArgumentTypeError(f"'{text}' is no regular expression: {problem}") from problem
-
-
 def parse():
     parser = Parser(prog="bench/compare", description=__doc__, epilog=EPILOG, allow_abbrev=False)
     parser.add_argument("--quick", action="store_true", help="measure little, into build/performance")
-    parser.add_argument("--filter", metavar="REGEX", type=pattern,
+    parser.add_argument("--filter", metavar="REGEX", type=re.compile,
                         help="measure only what matches, such as 'wake-up|KXAPI$', into build/performance")
     parser.add_argument("--output", metavar="FOLDER",
                         help="where to write; docs/performance if nothing is said here and above")
@@ -62,8 +55,8 @@ def measure(options):
         say(f"warning: this machine is busy with something else, its load is {load:.1f}")
     prepare("install_packages run bench; build bench benchmarks")
     facts = machine.describe(BUILD, load)
-    plan = programs.QUICK if options.quick else programs.THOROUGH
-    samples = programs.measure(os.path.join(BUILD, "bench"), options.filter or re.compile(""), plan)
+    samples = programs.measure(os.path.join(BUILD, "bench"), options.filter or re.compile(""),
+                               programs.QUICK if options.quick else programs.THOROUGH)
     if not samples:
         raise WrongUse(f"nothing that is measured matches '{options.filter.pattern}'")
     return facts, results.summarize(samples)
@@ -110,6 +103,9 @@ def main():
     except Failed as problem:
         say(f"error: {problem}")
         return 2 if isinstance(problem, WrongUse) else 1
+    except re.error as problem:
+        say(f"error: argument --filter: '{problem.pattern}' is no regular expression: {problem}")
+        return 2
     except OSError as problem:
         say(f"error: {problem.filename}: {problem.strerror}")
         return 2

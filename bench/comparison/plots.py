@@ -12,18 +12,11 @@ from matplotlib import pyplot, ticker
 from .report import HEADINGS, format_value
 from .results import GROWTH, OURS, group, latencies
 
-SETTINGS = {
-    "svg.hashsalt": "KXAPI_Events",  # the same results, the same file
-    "svg.fonttype": "none",  # a fifth of the size
-    "font.size": 9,
-    "axes.spines.top": False,
-    "axes.spines.right": False,
-    "axes.titlesize": 10,
-    "axes.titleweight": "bold",
-    "axes.titlelocation": "left",
-    "legend.frameon": False,
-    "figure.facecolor": "white",
-}
+SETTINGS = {"svg.hashsalt": "KXAPI_Events",  # the same results, the same file
+            "svg.fonttype": "none",  # a fifth of the size
+            "font.size": 9, "axes.spines.top": False, "axes.spines.right": False, "axes.titlesize": 10,
+            "axes.titleweight": "bold", "axes.titlelocation": "left", "legend.frameon": False,
+            "figure.facecolor": "white"}
 COLORS = {"ours": "#d1495b", "limit": "#9aa5b1"}
 PEER_COLOR = "#5b8db8"
 CURVE_COLORS = {"Asio": "#6a994e", "Qt postEvent, no GLib": "#2b5d8b"}
@@ -46,8 +39,8 @@ def draw_all(folder, results):
             draw_grid(folder, name, panels, draw_bars, lambda panel: 0.9 + 0.22 * len(panel))
         scenarios = dict.fromkeys(key.scenario for key in results if key.metric == "p50")
         draw_grid(folder, "wake-up.svg", [latencies(results, scenario) for scenario in scenarios], draw_latencies)
+        scenarios = dict.fromkeys(key.scenario for key in results if key.scenario.startswith(GROWTH))
         for name, metrics in CURVES.items():
-            scenarios = dict.fromkeys(key.scenario for key in results if key.scenario.startswith(GROWTH))
             panels = [group(results, scenario, metric, "contender") for metric in metrics for scenario in scenarios]
             draw_grid(folder, name, [panel for panel in panels if panel], draw_curves)
 
@@ -72,62 +65,57 @@ def draw_grid(folder, name, panels, draw, height=lambda panel: 3.4):
     pyplot.close(figure)
 
 
-def name_rows(axes, names):
-    """The contenders as rows, the first one on top."""
-    axes.set_yticks(range(len(names)), names)
+def draw_rows(axes, keys, lengths, height):
+    """A bar for each contender, the first one on top."""
+    axes.barh(range(len(keys)), lengths, color=[COLORS.get(key.group, PEER_COLOR) for key in keys], height=height)
+    axes.set_yticks(range(len(keys)), [key.contender for key in keys])
     axes.tick_params(axis="y", length=0)
     axes.spines["left"].set_visible(False)
     axes.invert_yaxis()
     for label in axes.get_yticklabels():
-        if label.get_text() == OURS:
-            label.set_fontweight("bold")
+        label.set_fontweight("bold" if label.get_text() == OURS else "normal")
+    axes.set_title(f"{keys[0].scenario}, {keys[0].size:,}" if keys[0].size else keys[0].scenario)
 
 
 def draw_bars(axes, panel):
-    panel = sorted(panel, key=lambda pair: pair[1].median)
-    longest = min([panel[-1][1].median] + [BARS_TIMES_OURS * summary.median for key, summary in panel
-                                           if key.contender == OURS])
-    for row, (key, summary) in enumerate(panel):
-        length = min(summary.median, longest)
-        axes.barh(row, length, color=COLORS.get(key.group, PEER_COLOR), height=0.72)
-        mark = "» " if summary.median > longest else ""
+    keys, summaries = zip(*sorted(panel, key=lambda pair: pair[1].median))
+    longest = min([summaries[-1].median] + [BARS_TIMES_OURS * summary.median for key, summary in panel
+                                            if key.contender == OURS])
+    lengths = [min(summary.median, longest) for summary in summaries]
+    draw_rows(axes, keys, lengths, 0.72)
+    for row, (length, summary) in enumerate(zip(lengths, summaries)):
+        mark = "» " if summary.median > length else ""
         axes.text(length + 0.02 * longest, row, mark + format_value(summary.median, "time"), va="center")
-    name_rows(axes, [key.contender for key, _ in panel])
     axes.set_xlim(0, 1.35 * longest)
     axes.xaxis.set_visible(False)
     axes.spines["bottom"].set_visible(False)
-    key = panel[0][0]
-    axes.set_title(f"{key.scenario}, {key.size:,}" if key.size else key.scenario)
 
 
 def draw_latencies(axes, rows):
     """A bar to p50, and a line from there to p99, which ends at the border where that is further."""
     border = 3 * max(p50 for _, p50, _ in rows)
+    draw_rows(axes, [key for key, _, _ in rows], [p50 for _, p50, _ in rows], 0.6)
     for row, (key, p50, p99) in enumerate(rows):
         color = COLORS.get(key.group, PEER_COLOR)
-        axes.barh(row, p50, color=color, height=0.6)
         axes.plot([p50, min(p99, border)], [row, row], color=color, linewidth=1.5)
         axes.plot([p99], [row], "|", color=color, markersize=8)
         axes.text(1.02 * border, row, f"{format_value(p50, 'p50')} / {format_value(p99, 'p99')}", va="center")
-    name_rows(axes, [key.contender for key, _, _ in rows])
     axes.set_xlim(0, border)
     axes.xaxis.set_major_formatter(lambda value, _: f"{value / 1000:g} µs")
     axes.xaxis.set_major_locator(ticker.MaxNLocator(3))
     axes.text(1.02 * border, -0.8, "p50 (bar) / p99 (line)", va="center", fontsize=8)
-    axes.set_title(rows[0][0].scenario)
 
 
 def draw_curves(axes, curves):
     for curve in curves:
-        key = curve[0][0]
-        sizes = [key.size for key, _ in curve]
+        key, sizes = curve[0][0], [key.size for key, _ in curve]
         medians, lower, upper, _ = zip(*(summary for _, summary in curve))
         color = CURVE_COLORS.get(key.contender, COLORS.get(key.group, PEER_COLOR))
         style = "--" if key.group == "ours" and key.contender != OURS else "-"
         axes.plot(sizes, medians, style, marker="o", markersize=3, color=color, label=key.contender)
         axes.fill_between(sizes, lower, upper, color=color, alpha=0.15, linewidth=0)
     key = curves[0][0][0]
-    scale_curves(axes, key.metric, curves)
+    scale_curves(axes, key.metric, [pair for curve in curves for pair in curve])
     title = key.scenario.replace(GROWTH, "", 1)
     axes.set_title(f"{title}, {HEADINGS[key.metric]}" if key.metric in ("processor", "heap") else title)
     axes.set_xlabel(next((measure for word, measure in SIZES.items() if word in key.scenario), ""))
@@ -135,19 +123,14 @@ def draw_curves(axes, curves):
     axes.legend(fontsize=8, loc="upper center", bbox_to_anchor=(0.5, -0.18), ncol=2)
 
 
-def format_size(number):
-    return next((f"{number / unit:.0f}{name}" for unit, name in ((1e6, "M"), (1e3, "k")) if number >= unit),
-                f"{number:.0f}")
-
-
-def scale_curves(axes, metric, curves):
-    sizes = sorted({key.size for curve in curves for key, _ in curve})
-    medians, _, upper, _ = zip(*(summary for curve in curves for _, summary in curve))
+def scale_curves(axes, metric, points):
+    sizes = sorted({key.size for key, _ in points})
+    medians, _, upper, _ = zip(*(summary for _, summary in points))
     if sizes[-1] <= LONGEST_EVEN_AXIS:
         axes.set_xticks(sizes)
     else:
         axes.set_xscale("log")
-        axes.xaxis.set_major_formatter(lambda value, _: format_size(value))
+        axes.xaxis.set_major_formatter(ticker.EngFormatter(sep=""))  # 1k, 1M
     if metric == "memory" and max(medians) > A_WIDE_RANGE * min(medians) > A_WIDE_RANGE:
         axes.set_yscale("log")
     else:

@@ -3,11 +3,10 @@
 import json
 import os
 import re
-import subprocess
 import tempfile
-from typing import NamedTuple
+from collections import namedtuple
 
-from shared import Failed, say
+from shared import Failed, call, say
 
 from .results import GROWTH, OURS, UNITS, Key
 
@@ -18,31 +17,10 @@ FULL_BUS_FIGURES = {"processor": r"(?m)^processor time .* s, ([0-9.]+) % of one 
                     "heap": r"(?m)^heap +([0-9]+) bytes"}
 
 
-class Plan(NamedTuple):
-    """How much is measured. Each round starts every program anew, so that all have their share of whatever else the
-    machine does, and of good and bad places in memory. In a program the contenders take turns."""
-
-    rounds: int
-    repetitions: int
-    seconds: float
-    full_bus_seconds: int
-
-
-THOROUGH = Plan(rounds=5, repetitions=4, seconds=0.1, full_bus_seconds=4)
-QUICK = Plan(rounds=3, repetitions=1, seconds=0.02, full_bus_seconds=1)
-
-
-def call(*command):
-    """What it prints. What it says on standard error counts when it fails."""
-    name = os.path.basename(command[0])
-    try:
-        return subprocess.run(command, check=True, text=True, capture_output=True).stdout
-    except OSError as problem:
-        raise Failed(f"{name} cannot be started: {problem.strerror}") from problem
-    except subprocess.CalledProcessError as problem:
-        said = (problem.stderr or problem.stdout or "").rstrip().rpartition("\n")[2]
-        reason = f": {said}" if said else ""
-        raise Failed(f"{name} ended with status {problem.returncode}{reason}") from problem
+# Each round starts every program anew, so that all have their share of whatever else the machine does, and of good and
+# bad places in memory. In a program the contenders take turns.
+Plan = namedtuple("Plan", "rounds repetitions seconds full_bus_seconds")
+THOROUGH, QUICK = Plan(5, 4, 0.1, 4), Plan(3, 1, 0.02, 1)
 
 
 def read_label(label):
@@ -112,11 +90,9 @@ def measure(folder, pattern, plan):
     samples = []
     for turn in range(1, plan.rounds + 1):
         for path, growing, numbers in chosen:
-            what = "growth" if growing else "benchmarks"
-            say(f"Round {turn} of {plan.rounds}: {os.path.basename(path)}, {len(numbers)} {what}")
+            say(f"Round {turn} of {plan.rounds}: {os.path.basename(path)}, {len(numbers)} benchmarks")
             samples += run_program(path, growing, numbers, plan)
-        if buses:
-            say(f"Round {turn} of {plan.rounds}: full_bus, {len(buses)} times {plan.full_bus_seconds} s")
         for key in buses:
+            say(f"Round {turn} of {plan.rounds}: full_bus, {key.size} keys, {plan.full_bus_seconds} s")
             samples += run_full_bus(folder, key, plan.full_bus_seconds)
     return samples

@@ -42,11 +42,9 @@ PROMISES = [
 
 
 class Outcome(NamedTuple):
-    """The ratio is None when one of the two was not measured."""
-
     promise: Promise
     rival: str
-    ratio: Optional[float] = None
+    ratio: Optional[float] = None  # one of the two was not measured
 
     @property
     def holds(self):

@@ -3,26 +3,20 @@
 from shared import table
 
 from .promises import describe
-from .results import OURS
+from .results import OURS, UNITS
 
 # In the order in which they are shown.
 HEADINGS = {"time": "time for one", "p50": "p50", "p99": "p99", "memory": "memory for one",
             "processor": "of one core", "heap": "heap of the process"}
 
 
-def format_number(number):
-    """Three digits that count, and no exponent."""
-    return f"{number:,.{0 if number >= 100 else 1 if number >= 10 else 2}f}"
-
-
 def format_value(value, metric):
-    if metric in ("memory", "heap"):
-        return f"{format_number(value)} bytes"
-    if metric == "processor":
-        return f"{format_number(value)} %"
-    units = ((1e9, "s"), (1e6, "ms"), (1e3, "µs"), (0, "ns"))
-    least, unit = next(pair for pair in units if value >= pair[0])
-    return f"{format_number(value / (least or 1))} {unit}"
+    """Three digits that count, and no exponent."""
+    unit = UNITS[metric]
+    if unit == "ns":
+        factor, unit = next((pair for pair in ((1e9, "s"), (1e6, "ms"), (1e3, "µs")) if value >= pair[0]), (1, unit))
+        value /= factor
+    return f"{value:,.{0 if value >= 100 else 1 if value >= 10 else 2}f} {unit}"
 
 
 def format_cell(summary, metric):

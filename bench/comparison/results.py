@@ -3,6 +3,7 @@
 import csv
 import math
 import statistics
+from collections import namedtuple
 from typing import NamedTuple
 
 from shared import WrongUse
@@ -18,6 +19,9 @@ ORDER = ["in-process, one event", "in-process, 1000 events", "in-process, two th
          GROWTH + "actions waiting", GROWTH + "chain of actions"]
 
 
+Summary = namedtuple("Summary", "median lower upper samples")
+
+
 class Key(NamedTuple):
     """The group is ours, limit, peer, Qt with GLib or Qt without GLib. The size is how much waits, how long a chain is,
     how many threads or keys there are; 0 where nothing grows."""
@@ -27,13 +31,6 @@ class Key(NamedTuple):
     group: str
     size: int = 0
     metric: str = "time"
-
-
-class Summary(NamedTuple):
-    median: float
-    lower: float
-    upper: float
-    samples: int
 
 
 def summarize(samples):

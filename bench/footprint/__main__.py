@@ -5,16 +5,14 @@ import argparse
 import json
 import os
 import statistics
-import subprocess
 import sys
 import tempfile
 
-from shared import TOP, Failed, read_cache, say
+from shared import TOP, Failed, call, read_cache, say
 
-from . import counts, elf, report
+from . import elf, report
 from .emulator import Emulator
 
-RECORD = os.path.join(TOP, "docs", "footprint.md")
 LIBRARIES = ("libKXAPI_Events", "libKXAPI_OS_ABS", "libKXAPI_Hardware", "libKXAPI_Utility")
 STARTS = ("goes_without", "links", "creates")
 TIMED_RUNS = 20
@@ -35,21 +33,15 @@ class Footprint:
         self.emulator = Emulator(cache["KXAPI_EMULATOR"], cache["KXAPI_SYSROOT"])
         self.readelf = cache["CMAKE_READELF"]
         for component in ("runtime", "footprint"):
-            done = subprocess.run(["cmake", "--install", build, "--component", component, "--strip", "--prefix", folder],
-                                  capture_output=True, text=True, check=False)
-            if done.returncode != 0:
-                raise Failed(f"could not install {build}: {done.stderr.strip() or done.returncode}")
+            call("cmake", "--install", build, "--component", component, "--strip", "--prefix", folder)
 
     def program(self, name):
         return os.path.join(self.folder, "bin", "footprint_" + name)
 
-    def libraries(self):
-        return {name: elf.measure(self.readelf, os.path.realpath(os.path.join(self.folder, "lib", name + ".so.1")))
-                for name in LIBRARIES}
-
-    def count(self, name):
+    def count(self, name, tell):
+        """What one run tells."""
         built = os.path.join(self.build, "bench", "footprint", "footprint_" + name)
-        return self.emulator.count(self.program(name), elf.address(self.readelf, built, "footprintMark"))
+        return tell(*self.emulator.count(self.program(name), elf.address(self.readelf, built, "footprintMark")))
 
     def watch_starts(self):
         """One after the other, so that whatever else the machine does hits all of them."""
@@ -59,22 +51,20 @@ class Footprint:
                 for name in STARTS}
 
     def measure(self, runs):
-        def counted(name, what, tell):
-            return repeated(what, runs, lambda: tell(*self.count(name)))
-
-        return {
-            "emulator": self.emulator.version(),
-            "libraries": self.libraries(),
-            "watched": self.watch_starts(),
-            "goes_without": counted("goes_without", "a start without the library", counts.start),
-            "links": counted("links", "a start with the library", counts.start),
-            "creates": counted("creates", "a start that creates a manager", counts.creation),
-            "presses": counted("presses", "key presses", counts.presses),
-        }
+        libraries = {name: os.path.realpath(os.path.join(self.folder, "lib", name + ".so.1")) for name in LIBRARIES}
+        measured = {"emulator": self.emulator.version(),
+                    "libraries": {name: elf.measure(self.readelf, path) for name, path in libraries.items()},
+                    "watched": self.watch_starts()}
+        for name, what, tell in (("goes_without", "a start without the library", report.start),
+                                 ("links", "a start with the library", report.start),
+                                 ("creates", "a start that creates a manager", report.creation),
+                                 ("presses", "key presses", report.presses)):
+            measured[name] = repeated(what, runs, lambda name=name, tell=tell: self.count(name, tell))
+        return measured
 
     def check_presses(self):
         """For the test suite: one run, in which all presses but the first ones must take the same."""
-        taken = [press["instructions"] for press in counts.presses(*self.count("presses"))]
+        taken = [press["instructions"] for press in self.count("presses", report.presses)]
         print("instructions of each press:", *taken)
         if len(taken) != 10 or len(set(taken[-8:])) != 1 or not 0 < taken[-1] <= taken[0]:
             raise Failed("ten presses were expected, and the last eight of them to take the same")
@@ -83,15 +73,14 @@ class Footprint:
 def repeated(what, runs, count):
     """What count returns, which must be the same each time."""
     say(f"Counting {what}, {runs} times")
-    first = count()
-    for _ in range(1, runs):
-        other = count()
+    first, *others = (count() for _ in range(runs))
+    for other in others:
         if other != first:
             raise Failed(f"{what}: the count does not repeat: {first}, then {other}")
     return first
 
 
-def parse_arguments():
+def main():
     parser = argparse.ArgumentParser(
         prog="bench/footprint/measure",
         description="Builds the library for 32-bit ARM and prints what it takes there: sizes, and the time, the memory "
@@ -104,11 +93,6 @@ def parse_arguments():
     arguments = parser.parse_args()
     if arguments.runs < 2:
         parser.error("whether a count repeats shows from 2 runs on")
-    return arguments
-
-
-def main():
-    arguments = parse_arguments()
     if not arguments.build:
         return 0
     try:
@@ -120,8 +104,8 @@ def main():
             measured = footprint.measure(arguments.runs)
         print(json.dumps(measured, indent=2) if arguments.json else report.tables(measured))
         if arguments.write:
-            report.replace(RECORD, report.tables(measured))
-    except (Failed, LookupError, OSError, subprocess.CalledProcessError) as error:
+            report.replace(os.path.join(TOP, "docs", "footprint.md"), report.tables(measured))
+    except (Failed, OSError) as error:
         say(f"error: {error}")
         return 1
     except KeyboardInterrupt:

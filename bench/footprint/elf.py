@@ -2,8 +2,9 @@
 
 import os
 import re
-import subprocess
 from collections import Counter
+
+from shared import Failed, call
 
 SECTION = re.compile(r"\s*\[ *\d+\] (\S+)\s+([A-Z_]+)\s+[0-9a-f]+ [0-9a-f]+ ([0-9a-f]+) [0-9a-f]+ +([A-Za-z]*) +\d")
 RELOCATION = re.compile(r"(?m)^[0-9a-f]{8}\s+[0-9a-f]{8}\s+R_ARM_(\w+)")
@@ -20,25 +21,19 @@ def sections(text):
 
 
 def measure(readelf, path):
-    def show(what):
-        return subprocess.run([readelf, "-W", what, path], check=True, capture_output=True, text=True,
-                              env={**os.environ, "LC_ALL": "C"}).stdout
-
-    found = list(sections(show("--sections")))
-    return {
-        **{wanted: sum(size for _, size, part in found if part == wanted) for wanted in ("text", "data", "bss")},
-        "file": os.path.getsize(path),
-        "sections": {name: size for name, size, _ in found},
-        "relocations": dict(Counter(RELOCATION.findall(show("--relocs"))).most_common()),
-        "needed": NEEDED.findall(show("--dynamic")),
-        "compiler": (REMARK.findall(show("--string-dump=.comment")) or ["an unknown compiler"])[0],
-    }
+    found = list(sections(call(readelf, "-W", "--sections", path)))
+    remarks = REMARK.findall(call(readelf, "-W", "--string-dump=.comment", path))
+    return {**{wanted: sum(size for _, size, part in found if part == wanted) for wanted in ("text", "data", "bss")},
+            "file": os.path.getsize(path),
+            "sections": {name: size for name, size, _ in found},
+            "relocations": dict(Counter(RELOCATION.findall(call(readelf, "-W", "--relocs", path))).most_common()),
+            "needed": NEEDED.findall(call(readelf, "-W", "--dynamic", path)),
+            "compiler": remarks[0] if remarks else "an unknown compiler"}
 
 
 def address(readelf, path, function):
     """Where a function of a program begins that is not moved when it is loaded."""
-    symbols = subprocess.run([readelf, "-W", "--symbols", path], check=True, capture_output=True, text=True).stdout
-    found = re.search(rf"(?m)^ *\d+: ([0-9a-f]+) .* {function}$", symbols)
+    found = re.search(rf"(?m)^ *\d+: ([0-9a-f]+) .* {function}$", call(readelf, "-W", "--symbols", path))
     if not found:
-        raise LookupError(f"{path} has no function {function}")
+        raise Failed(f"{path} has no function {function}")
     return int(found[1], 16) & ~1  # the lowest bit tells which instruction set it is in

@@ -4,6 +4,7 @@
 #include "Mark.h"
 
 #include "events/KXEventType.h"
+#include "events/KXKeyCode.h"
 #include "input/KXInputEventManager.h"
 #include "platform/linux/os_abs/KXWaitObserver.h"
 
@@ -15,12 +16,26 @@
 namespace {
 
 constexpr int escapeOfToolkit = 0x01000000; // Qt::Key_Escape
-constexpr int escape = 0;
 
-/// Keeps the worker between two of its passes, where it holds no lock: a pass during a press would make the press
-/// wait for the manager's mutex, which takes more instructions on some runs than on others.
+/// Keeps the worker between two of its passes, where it holds no lock: a pass during a press would make the press wait
+/// for the manager's mutex, which takes more instructions on some runs than on others.
 class WorkerHold : public KX::KXWaitObserver {
 public:
+    WorkerHold() {
+        set(this);
+    }
+
+    void awaitWorker() {
+        held.get_future().wait();
+        // The worker has yet to go to sleep. Nothing but the counter's list of system calls depends on that.
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    }
+
+    void endHold() {
+        end.set_value();
+    }
+
+private:
     void onWaitBegins() override {}
 
     void onWaitEnds() override {
@@ -33,18 +48,6 @@ public:
 
     void onPassTick(unsigned int) override {}
 
-    void awaitWorker() {
-        held.get_future().wait();
-        // What it has said, it still has to do: go to sleep. Nothing but the counter's list of system calls depends
-        // on that.
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    }
-
-    void endHold() {
-        end.set_value();
-    }
-
-private:
     bool isFirstPass = true; // the worker's own
     std::promise<void> held;
     std::promise<void> end;
@@ -59,32 +62,30 @@ KX::KXToolkitEvent keyEvent(int eventType, unsigned int timeStamp) {
 }
 
 bool isEscape(const KX::KXInputEvent& event, int eventType, unsigned int timeStamp) {
-    if (event.eventType == eventType && event.keyCode == escape && event.timeStamp == timeStamp)
+    if (event.eventType == eventType && event.keyCode == KX::KX_KEY_ESCAPE && event.timeStamp == timeStamp)
         return true;
-    std::fprintf(stderr, "expected event %d of key %d at %u, got %d of key %d at %u\n", eventType, escape,
-                 timeStamp, event.eventType, event.keyCode, event.timeStamp);
+    std::fprintf(stderr, "expected event %d of key %d at %u, got %d of key %d at %u\n", eventType,
+                 KX::KX_KEY_ESCAPE, timeStamp, event.eventType, event.keyCode, event.timeStamp);
     return false;
 }
 
-bool press(KX::KXInputEventManager& manager, unsigned int timeStamp) {
-    KX::KXToolkitEvent event = keyEvent(KX::TOOLKIT_KEY_PRESS_EVENT, timeStamp);
+bool pressAndRelease(KX::KXInputEventManager& manager, unsigned int timeStamp) {
+    KX::KXToolkitEvent press = keyEvent(KX::TOOLKIT_KEY_PRESS_EVENT, timeStamp);
     footprintMark();
-    manager.toolkitEventOccurred(event);
+    manager.toolkitEventOccurred(press);
     footprintMark();
     const KX::KXInputEvent taken = manager.getNextEvent();
     footprintMark();
-    return isEscape(taken, KX::KEY_PRESS_EVENT, timeStamp);
-}
-
-bool release(KX::KXInputEventManager& manager, unsigned int timeStamp) {
-    KX::KXToolkitEvent event = keyEvent(KX::TOOLKIT_KEY_RELEASE_EVENT, timeStamp);
-    manager.toolkitEventOccurred(event);
-    return isEscape(manager.getNextEvent(), KX::KEY_RELEASE_EVENT, timeStamp);
+    if (!isEscape(taken, KX::KEY_PRESS_EVENT, timeStamp))
+        return false;
+    KX::KXToolkitEvent release = keyEvent(KX::TOOLKIT_KEY_RELEASE_EVENT, timeStamp + 50);
+    manager.toolkitEventOccurred(release);
+    return isEscape(manager.getNextEvent(), KX::KEY_RELEASE_EVENT, timeStamp + 50);
 }
 
 bool pressTenTimes(KX::KXInputEventManager& manager) {
     for (unsigned int timeStamp = 1000; timeStamp <= 10000; timeStamp += 1000)
-        if (!press(manager, timeStamp) || !release(manager, timeStamp + 50))
+        if (!pressAndRelease(manager, timeStamp))
             return false;
     return !manager.hasEvents();
 }
@@ -93,7 +94,6 @@ bool pressTenTimes(KX::KXInputEventManager& manager) {
 
 int main() {
     WorkerHold hold;
-    KX::KXWaitObserver::set(&hold);
     auto* const manager = KX::KXInputEventManager::createInstance();
     hold.awaitWorker();
     const bool good = pressTenTimes(*manager) && printMap();

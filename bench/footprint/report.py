@@ -1,12 +1,14 @@
-"""Tables of what was measured, as Markdown that can be read as it is."""
+"""What the runs tell, and tables of it as Markdown that can be read as it is."""
 
 import textwrap
+from collections import Counter
 
 from shared import Failed, table
 
-from .counts import GROUPS
-
 BEGIN, END = "<!-- measured: bench/footprint/measure --write -->\n", "<!-- end -->\n"
+GROUPS = {"footprint_": "the program itself", "libKXAPI_Events": "libKXAPI_Events",
+          "libKXAPI_": "the platform's libraries", "libstdc++": "C++ library", "libgcc_s": "C++ library",
+          "libc.": "C library", "libboost_": "Boost", "ld-linux": "loader"}
 SECTIONS = {
     "code": (".text", ".plt", ".init", ".fini"),
     "constants": (".rodata",),
@@ -16,80 +18,94 @@ SECTIONS = {
     "relocations": (".rel.dyn", ".rel.plt"),
 }
 KINDS = ("RELATIVE", "ABS32", "GLOB_DAT", "JUMP_SLOT")
+FILL = textwrap.TextWrapper(115, break_long_words=False, break_on_hyphens=False)
 RELOCATION_BYTES = 8  # an entry of a REL section on a 32-bit machine
 
 
-def paragraph(text):
-    return textwrap.fill(text, 115, break_long_words=False, break_on_hyphens=False) + "\n"
+def by_group(owners):
+    groups = Counter()
+    for file, instructions in owners.items():
+        group = next((group for begin, group in GROUPS.items() if file.startswith(begin)), file or "elsewhere")
+        groups[group] += instructions
+    return dict(+groups)
 
 
-def sizes(libraries):
-    return table([["bytes", *libraries],
-                  *([part, *(library[part] for library in libraries.values())]
-                    for part in ("text", "data", "bss", "file"))])
+def start(stretches, memory_map):
+    """Up to main. GLib's part is left out: when it is loaded it divides the time of day, which takes more or fewer
+    instructions as the time goes."""
+    owners = stretches[0].by_owner(memory_map)
+    return {"instructions": sum(count for file, count in owners.items() if "libglib" not in file),
+            "loader": owners["ld-linux-armhf.so.3"]}
 
 
-def sections(library):
-    rest = {name: size for name, size in library["sections"].items() if name != ".bss"}
-    rows = [[name, sum(rest.pop(member, 0) for member in members)] for name, members in SECTIONS.items()]
-    return table([["part of libKXAPI_Events", "bytes"], *rows, ["everything else", sum(rest.values())]])
+def creation(stretches, memory_map):
+    """In main, up to the manager. What the worker does meanwhile does not count."""
+    return {**start(stretches, memory_map), "creation": stretches[1].instructions,
+            "owners": by_group(stretches[1].by_owner(memory_map))}
 
 
-def relocations(libraries):
-    found = [library["relocations"] for library in libraries.values()]
-    kinds = [*KINDS, *sorted(set().union(*found) - {*KINDS})]
-    numbers = [sum(kinds_of_one.values()) for kinds_of_one in found]
-    return table([["relocations", *libraries],
-                  *([kind, *(kinds_of_one.get(kind, 0) for kinds_of_one in found)] for kind in kinds),
-                  ["together", *numbers], ["bytes", *(number * RELOCATION_BYTES for number in numbers)]])
+def side(stretch, memory_map):
+    if len(stretch.names_of_calls) != stretch.calls:
+        raise Failed(f"{stretch.calls} system calls were made, but {len(stretch.names_of_calls)} are named: count again")
+    return {"instructions": stretch.instructions, "owners": by_group(stretch.by_owner(memory_map)),
+            "system_calls": stretch.names_of_calls}
 
 
-def start(measured):
-    names = ("goes_without", "links", "creates")
-    counted = [measured[name] for name in names]
-    watched = [measured["watched"][name] for name in names]
-    return table([
-        ["start", "Qt and Boost only", "with the libraries", "and a manager"],
-        ["instructions before main", *(count["instructions"] for count in counted)],
-        ["of these the loader's", *(count["loader"] for count in counted)],
-        ["instructions of createInstance", "", "", counted[-1]["creation"]],
-        ["memory written, KiB", *(round(watch["written_kib"]) for watch in watched)],
-        ["most memory, with the emulator's own, KiB", *(round(watch["emulator_kib"]) for watch in watched)],
-        ["time in the emulator, ms", *(round(1000 * watch["seconds"]) for watch in watched)]])
-
-
-def creation(measured):
-    return table([["instructions of createInstance", "number"], *measured["owners"].items(),
-                  ["together", measured["creation"]]])
-
-
-def presses(measured):
-    columns = {f"{name}: {side}": press[side] for name, press in (("first", measured[0]), ("later", measured[-1]))
-               for side in ("toolkitEventOccurred", "getNextEvent")}
-    found = set().union(*(column["owners"] for column in columns.values()))
-    groups = [group for group in dict.fromkeys([*GROUPS.values(), *sorted(found)]) if group in found]
-    return table([["instructions of a key press", *columns],
-                  *([group, *(column["owners"].get(group, 0) for column in columns.values())] for group in groups),
-                  ["together", *(column["instructions"] for column in columns.values())],
-                  ["system calls", *(", ".join(column["system_calls"]) for column in columns.values())]])
+def presses(stretches, memory_map):
+    """Each has a stretch for toolkitEventOccurred, one for getNextEvent, and one for what comes until the next."""
+    sides = [(side(handed, memory_map), side(taken, memory_map))
+             for handed, taken in zip(stretches[1::3], stretches[2::3])]
+    return [{"instructions": handed["instructions"] + taken["instructions"], "toolkitEventOccurred": handed,
+             "getNextEvent": taken} for handed, taken in sides]
 
 
 def tables(measured):
+    """All that was measured, the libraries first."""
     libraries = measured["libraries"]
     events = libraries["libKXAPI_Events"]
-    first, last = measured["presses"][0], measured["presses"][-1]
+    rest = {name: size for name, size in events["sections"].items() if name != ".bss"}
+    parts = [[name, sum(rest.pop(member, 0) for member in members)] for name, members in SECTIONS.items()]
+    relocations = [library["relocations"] for library in libraries.values()]
+    kinds = [*KINDS, *sorted(set().union(*relocations) - {*KINDS})]
+    numbers = [sum(relocation.values()) for relocation in relocations]
     return "\n".join((
-        sizes(libraries),
+        table([["bytes", *libraries], *([part, *(library[part] for library in libraries.values())]
+                                        for part in ("text", "data", "bss", "file"))]),
         f"Text and data of libKXAPI_Events: {(events['text'] + events['data']) / 1024:.1f} KiB.\n",
-        sections(events),
-        relocations(libraries),
-        paragraph("libKXAPI_Events needs " + ", ".join(events["needed"]) + "."),
-        start(measured),
-        creation(measured["creates"]),
-        presses(measured["presses"]),
-        f"The first press takes {first['instructions']:,} instructions, a later one {last['instructions']:,}.\n",
-        paragraph(f"Built by {events['compiler']}, run by {measured['emulator']}."),
+        table([["part of libKXAPI_Events", "bytes"], *parts, ["everything else", sum(rest.values())]]),
+        table([["relocations", *libraries],
+               *([kind, *(relocation.get(kind, 0) for relocation in relocations)] for kind in kinds),
+               ["together", *numbers], ["bytes", *(number * RELOCATION_BYTES for number in numbers)]]),
+        FILL.fill("libKXAPI_Events needs " + ", ".join(events["needed"]) + ".") + "\n",
+        runs(measured),
+        FILL.fill(f"Built by {events['compiler']}, run by {measured['emulator']}.") + "\n",
     ))
+
+
+def runs(measured):
+    """The starts and the presses."""
+    counted, watched = ([found[name] for name in ("goes_without", "links", "creates")]
+                        for found in (measured, measured["watched"]))
+    first, last = measured["presses"][0], measured["presses"][-1]
+    columns = {f"{name}: {half}": press[half] for name, press in (("first", first), ("later", last))
+               for half in ("toolkitEventOccurred", "getNextEvent")}
+    found = set().union(*(column["owners"] for column in columns.values()))
+    groups = [group for group in dict.fromkeys([*GROUPS.values(), *sorted(found)]) if group in found]
+    return "\n".join((
+        table([["start", "Qt and Boost only", "with the libraries", "and a manager"],
+               ["instructions before main", *(count["instructions"] for count in counted)],
+               ["of these the loader's", *(count["loader"] for count in counted)],
+               ["instructions of createInstance", "", "", counted[-1]["creation"]],
+               ["memory written, KiB", *(round(watch["written_kib"]) for watch in watched)],
+               ["most memory, with the emulator's own, KiB", *(round(watch["emulator_kib"]) for watch in watched)],
+               ["time in the emulator, ms", *(round(1000 * watch["seconds"]) for watch in watched)]]),
+        table([["instructions of createInstance", "number"], *counted[-1]["owners"].items(),
+               ["together", counted[-1]["creation"]]]),
+        table([["instructions of a key press", *columns],
+               *([group, *(column["owners"].get(group, 0) for column in columns.values())] for group in groups),
+               ["together", *(column["instructions"] for column in columns.values())],
+               ["system calls", *(", ".join(column["system_calls"]) for column in columns.values())]]),
+        f"The first press takes {first['instructions']:,} instructions, a later one {last['instructions']:,}.\n"))
 
 
 def replace(path, text):

@@ -6,7 +6,6 @@
 #include <array>
 #include <boost/lockfree/queue.hpp>
 #include <boost/lockfree/spsc_queue.hpp>
-#include <boost/noncopyable.hpp>
 #include <concurrentqueue.h>
 #include <glib.h>
 #include <memory>
@@ -19,8 +18,7 @@ namespace Bench {
 
 /// The library's queues, by their interface, as an application uses them.
 template<KX::KXEventQueue::eventQueueType type>
-class OwnQueue {
-public:
+struct OwnQueue {
     using Item = KX::KXInputEvent;
 
     void post(Item& event) {
@@ -37,7 +35,6 @@ public:
         return taken;
     }
 
-private:
     const std::unique_ptr<KX::KXEventQueue> queue{KX::KXEventQueue::create(type)};
 };
 
@@ -45,8 +42,7 @@ using InProcessQueue = OwnQueue<KX::KXEventQueue::EVENT_QUEUE_AS_QUEUE>;
 using PipeQueue = OwnQueue<KX::KXEventQueue::EVENT_QUEUE_AS_PIPE>;
 
 /// A limit: two copies. For one thread only; no more than the capacity may wait.
-class UnlockedRing {
-public:
+struct UnlockedRing {
     using Item = KX::KXSomeEvent;
 
     void post(const Item& holder) {
@@ -61,7 +57,6 @@ public:
         return true;
     }
 
-private:
     static constexpr std::size_t capacity = 1024;
     std::array<KX::KXSomeEvent, capacity> slots;
     std::size_t begin = 0;
@@ -69,33 +64,28 @@ private:
 };
 
 /// Carries pointers to what is on the heap, as its documents have it.
-class GLibQueue : private boost::noncopyable {
-public:
+struct GLibQueue {
     using Item = KX::KXInputEvent;
 
-    ~GLibQueue() {
-        g_async_queue_unref(queue);
-    }
-
     void post(Item& event) {
-        g_async_queue_push(queue, new KX::KXSomeEvent(event));
+        g_async_queue_push(queue.get(), new KX::KXSomeEvent(event));
     }
 
     bool take(OrderCheck& order) {
-        const std::unique_ptr<KX::KXSomeEvent> oldest(static_cast<KX::KXSomeEvent*>(g_async_queue_try_pop(queue)));
+        const std::unique_ptr<KX::KXSomeEvent> oldest(
+            static_cast<KX::KXSomeEvent*>(g_async_queue_try_pop(queue.get())));
         if (oldest)
             order.take(*oldest);
         return oldest != nullptr;
     }
 
-private:
-    GAsyncQueue* const queue =
-        g_async_queue_new_full([](gpointer left) { delete static_cast<KX::KXSomeEvent*>(left); });
+    const std::unique_ptr<GAsyncQueue, decltype(&g_async_queue_unref)> queue{
+        g_async_queue_new_full([](gpointer left) { delete static_cast<KX::KXSomeEvent*>(left); }),
+        g_async_queue_unref};
 };
 
 /// Takes nothing that has a destructor, hence the records, which need not be built from an event.
-class LockfreeQueue {
-public:
+struct LockfreeQueue {
     using Item = Record;
 
     void post(const Item& record) {
@@ -106,13 +96,11 @@ public:
         return queue.consume_one([&order](const Item& oldest) { order.take(oldest); });
     }
 
-private:
     boost::lockfree::queue<Item> queue{1024};
 };
 
 /// One thread may post, one may take. A post waits while the queue is full.
-class LockfreeRing {
-public:
+struct LockfreeRing {
     using Item = KX::KXInputEvent;
 
     void post(Item& event) {
@@ -128,13 +116,11 @@ public:
         });
     }
 
-private:
     boost::lockfree::spsc_queue<KX::KXSomeEvent, boost::lockfree::capacity<1024>> queue;
 };
 
 template<class Queue>
-class MoodycamelQueue {
-public:
+struct MoodycamelQueue {
     using Item = KX::KXInputEvent;
 
     void post(Item& event) {
@@ -148,7 +134,6 @@ public:
         return taken;
     }
 
-private:
     Queue queue;
     KX::KXSomeEvent oldest; // kept, since it is assigned to
 };

@@ -17,8 +17,7 @@ namespace Bench {
 namespace {
 
 /// The manager, as a queue.
-class Manager : private boost::noncopyable {
-public:
+struct Manager : boost::noncopyable {
     using Item = KX::KXToolkitEvent;
 
     Manager() {
@@ -45,7 +44,6 @@ public:
         return isRight;
     }
 
-private:
     KX::KXInputEventManager* const manager = KX::KXInputEventManager::createInstance();
 };
 
@@ -95,13 +93,6 @@ void addInProcess(const std::string& name, Group group) {
          [](benchmark::State& state) { runThreads<Contender>(state, 20000, 1, false); }, 0, Time::OfClock});
 }
 
-void addSizes(const char* scenario, const std::string& name, Group group,
-              void (*runSize)(benchmark::State&, std::size_t), std::initializer_list<int> sizes) {
-    for (const int size : sizes)
-        add({scenario, name, group,
-             [=](benchmark::State& state) { runSize(state, static_cast<std::size_t>(size)); }, size});
-}
-
 template<class Contender>
 void addWaiting(const std::string& name, Group group) {
     addSizes("growth, events waiting", name, group, runAndCount<Contender>, {1, 10, 1000, 100000, 1000000});
@@ -109,12 +100,10 @@ void addWaiting(const std::string& name, Group group) {
 
 template<class Contender>
 void addThreads(const char* scenario, const char* name, Group group, std::size_t count, bool isMemoryCounted) {
-    for (const int threads : {1, 2, 3, 4})
-        add({scenario, name, group,
-             [=](benchmark::State& state) {
-                 runThreads<Contender>(state, count, static_cast<std::size_t>(threads), isMemoryCounted);
-             },
-             threads, Time::OfClock});
+    const auto run = [=](benchmark::State& state, std::size_t threads) {
+        runThreads<Contender>(state, count, threads, isMemoryCounted);
+    };
+    addSizes(scenario, name, group, run, {1, 2, 3, 4}, Time::OfClock);
 }
 
 } // namespace

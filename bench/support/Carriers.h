@@ -18,8 +18,7 @@ namespace Bench {
 
 /// A limit: two copies, and a lock for each operation.
 template<class Payload>
-class LockedDeque {
-public:
+struct LockedDeque {
     using Item = Payload;
 
     void post(const Item& item) {
@@ -39,7 +38,6 @@ public:
         return true;
     }
 
-private:
     boost::mutex mutex;
     std::deque<Payload> waiting; // guarded by mutex
 };

@@ -27,6 +27,15 @@ struct Measurement {
 
 void add(const Measurement& measurement);
 
+/// Adds a measurement for each size.
+template<class Run>
+void addSizes(const std::string& scenario, const std::string& contender, Group group, Run run,
+              std::initializer_list<int> sizes, Time time = Time::OfThread) {
+    for (const int size : sizes)
+        add({scenario, contender, group,
+             [=](benchmark::State& state) { run(state, static_cast<std::size_t>(size)); }, size, time});
+}
+
 /// To be defined by each program: adds its measurements.
 void addAll();
 

@@ -54,8 +54,7 @@ struct PlainPipe : BarePipe {
 
 /// Sleeps in epoll, or in poll.
 template<class Pipe, bool isPoll = false>
-class PipeWaiter : private boost::noncopyable {
-public:
+struct PipeWaiter : boost::noncopyable {
     PipeWaiter() {
         epoll_event readable{};
         readable.events = EPOLLIN;
@@ -79,7 +78,6 @@ public:
         }
     }
 
-private:
     void sleep() const {
         pollfd query = {pipe.getReadEndPointID(), POLLIN, 0};
         epoll_event event{};
@@ -92,8 +90,7 @@ private:
     const int set = epoll_create1(EPOLL_CLOEXEC);
 };
 
-class ConditionWaiter {
-public:
+struct ConditionWaiter {
     void post(std::uint32_t number) {
         auto event = makeItem<KX::KXInputEvent>();
         event.eventData[0] = number;
@@ -111,7 +108,6 @@ public:
             arrivals.take(take());
     }
 
-private:
     KX::KXSomeEvent take() {
         std::unique_lock<std::mutex> lock(mutex);
         isFilled.wait(lock, [this] { return !events.empty(); });
@@ -125,8 +121,7 @@ private:
     std::deque<KX::KXSomeEvent> events; // guarded by mutex
 };
 
-class AsioWaiter : private AsioPost<KX::KXSomeEvent, Arrivals, KX::KXInputEvent> {
-public:
+struct AsioWaiter : AsioPost<KX::KXSomeEvent, Arrivals, KX::KXInputEvent> {
     void post(std::uint32_t number) {
         postTo<AsioPost>(*this, number);
     }
@@ -143,8 +138,7 @@ public:
 };
 
 /// One wake-up may stand for several sends, so the events wait in a queue.
-class UVWaiter : private boost::noncopyable {
-public:
+struct UVWaiter : boost::noncopyable {
     UVWaiter() {
         uv_loop_init(&loop);
         uv_async_init(&loop, &wakeUp, [](uv_async_t* handle) { static_cast<UVWaiter*>(handle->data)->takeAll(); });
@@ -165,7 +159,6 @@ public:
         uv_run(&loop, UV_RUN_DEFAULT);
     }
 
-private:
     void takeAll() {
         while (queue.take(*arrivals)) {
         }
@@ -179,8 +172,7 @@ private:
 
 /// \tparam Queue  one of Qt's, which lives in the waiting thread
 template<class Queue>
-class QtWaiter {
-public:
+struct QtWaiter {
     void post(std::uint32_t number) {
         postTo(*queue, number);
     }
@@ -194,7 +186,6 @@ public:
         loop.exec();
     }
 
-private:
     Queue* queue = nullptr; // set before the posting thread is told that this one is ready
 };
 

@@ -5,7 +5,6 @@
 #include "bench/wakeup/Waiters.h"
 
 #include <algorithm>
-#include <boost/noncopyable.hpp>
 #include <cmath>
 #include <csignal>
 #include <sched.h>
@@ -30,23 +29,13 @@ std::vector<int> getCores() {
     return cores;
 }
 
-/// Binds the calling thread to a core, as long as this lives.
-class Pinned : private boost::noncopyable {
-public:
-    explicit Pinned(int core) {
-        sched_getaffinity(0, sizeof before, &before);
-        cpu_set_t one;
-        CPU_ZERO(&one);
-        CPU_SET(core, &one);
-        sched_setaffinity(0, sizeof one, &one);
-    }
-    ~Pinned() {
-        sched_setaffinity(0, sizeof before, &before);
-    }
-
-private:
-    cpu_set_t before;
-};
+/// Binds the calling thread to a core.
+void pin(int core) {
+    cpu_set_t one;
+    CPU_ZERO(&one);
+    CPU_SET(core, &one);
+    sched_setaffinity(0, sizeof one, &one);
+}
 
 /// Ends the program when a contender takes far too long: when an event is lost, both threads sleep for ever.
 void watch() {
@@ -88,12 +77,12 @@ void report(benchmark::State& state, std::vector<double>& seconds) {
 template<class Contender>
 void measure(benchmark::State& state, bool isWithGLib, int postingCore, int waitingCore) {
     watch();
-    const Pinned pinned(postingCore);
+    pin(postingCore);
     Contender waiter;
     Arrivals arrivals;
     std::vector<double> seconds;
     const auto thread = startQtThread(isWithGLib, [&] {
-        const Pinned waitingPinned(waitingCore);
+        pin(waitingCore);
         waiter.run(arrivals);
     });
     arrivals.wait();

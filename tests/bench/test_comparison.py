@@ -13,7 +13,7 @@ from unittest import mock
 from comparison import machine, programs, promises, report, results
 from comparison.promises import Promise
 from comparison.results import Key, Summary
-from shared import Failed, WrongUse
+from shared import Failed, WrongUse, call
 
 
 def key(contender, scenario="scenario", size=0, metric="time", group="peer"):
@@ -197,7 +197,7 @@ class ProgramThatFails(unittest.TestCase):
         for reason, script in ((": the reason", "echo printed; echo first >&2; echo the reason >&2; exit 3"),
                                (": printed", "echo printed; exit 3"), ("", "exit 3")):
             with self.assertRaisesRegex(Failed, f"^sh ended with status 3{reason}$"):
-                programs.call("/bin/sh", "-c", script)
+                call("/bin/sh", "-c", script)
 
 
 class FullBus(unittest.TestCase):
@@ -206,9 +206,9 @@ class FullBus(unittest.TestCase):
                "heap                 1693328 bytes, the toolkit's included\n")
 
     def run_with(self, printed):
-        with mock.patch.object(programs, "call", return_value=printed) as call:
+        with mock.patch.object(programs, "call", return_value=printed) as called:
             samples = dict(programs.run_full_bus("folder", key("KXAPI", size=12), 3))
-        self.assertEqual(("folder/full_bus", "3", str(programs.FULL_BUS_PERCENT), "12"), call.call_args.args)
+        self.assertEqual(("folder/full_bus", "3", str(programs.FULL_BUS_PERCENT), "12"), called.call_args.args)
         return samples
 
     def test_tells_the_processor_time_and_the_heap_for_so_many_keys(self):

@@ -7,8 +7,8 @@ import unittest
 from contextlib import redirect_stderr
 
 from footprint import __main__ as footprint
-from footprint import counts, elf, report
-from footprint.execution import Execution
+from footprint import elf, report
+from footprint.emulator import Execution
 from shared import Failed, table
 
 MARK = 0x107E0
@@ -76,14 +76,14 @@ class Counting(unittest.TestCase):
 
     def test_instructions_belong_to_files(self):
         owners = stretches_of(LOG)[1].by_owner(MAP)
-        self.assertEqual(counts.by_group(owners),
+        self.assertEqual(report.by_group(owners),
                          {"the program itself": 1, "libKXAPI_Events": 4, "C library": 2})
 
     def test_calls_that_are_not_all_named_are_an_error(self):
         stretch = stretches_of(LOG)[1]
         self.assertEqual((stretch.calls, stretch.names_of_calls), (1, ["futex", "write"]))
         with self.assertRaisesRegex(Failed, "1 system calls were made, but 2 are named"):
-            counts.side(stretch, MAP)
+            report.side(stretch, MAP)
 
     def test_a_count_that_does_not_repeat_is_an_error(self):
         with redirect_stderr(io.StringIO()):
@@ -94,8 +94,8 @@ class Counting(unittest.TestCase):
     def test_glib_does_not_count_in_a_start(self):
         with_glib = [line.replace("libc.so.6", "libglib-2.0.so.0") for line in MAP]
         stretches = stretches_of(LOG, mark=0)
-        self.assertEqual(counts.start(stretches, MAP)["instructions"], 8)
-        self.assertEqual(counts.start(stretches, with_glib)["instructions"], 6)
+        self.assertEqual(report.start(stretches, MAP)["instructions"], 8)
+        self.assertEqual(report.start(stretches, with_glib)["instructions"], 6)
 
 
 class Library(unittest.TestCase):
