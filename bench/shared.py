@@ -1,6 +1,7 @@
 """What bench/compare and bench/footprint/measure share."""
 
 import os
+import re
 import subprocess
 import sys
 
@@ -34,16 +35,15 @@ def call(*command):
 
 def read_cache(build):
     """What CMake was configured with."""
-    with open(os.path.join(build, "CMakeCache.txt"), encoding="utf-8") as lines:
-        pairs = (line.rstrip("\n").partition("=") for line in lines)
-        return {name.partition(":")[0]: value for name, _, value in pairs}
+    with open(os.path.join(build, "CMakeCache.txt"), encoding="utf-8") as file:
+        return dict(re.findall(r"(?m)^(\w+):\w+=(.*)$", file.read()))
 
 
 def table(rows, of_numbers=True):
     """A Markdown table whose columns line up. The first row is the head; numbers stand on the right of their column."""
     rows = [[f"{cell:,}" if isinstance(cell, int) else cell for cell in row] for row in rows]
     widths = [max(map(len, column)) for column in zip(*rows)]
-    aligns = ["<"] + ["><"[not of_numbers]] * (len(widths) - 1)
+    aligns = ["<"] + [">" if of_numbers else "<"] * (len(widths) - 1)
     lines = [[f"{cell:{align}{width}}" for cell, align, width in zip(row, aligns, widths)] for row in rows]
     lines.insert(1, ["-" * (width - 1) + (":" if align == ">" else "-") for align, width in zip(aligns, widths)])
     return "".join("| " + " | ".join(line) + " |\n" for line in lines)

@@ -9,14 +9,12 @@ import tempfile
 
 from shared import TOP, Failed, WrongUse, say
 
-from . import machine, programs, promises, report, results
+from . import programs, promises, report, results
 
-BUILD = os.path.join(TOP, "build", "bench")
 BUSY = 0.5
-EPILOG = """Installs the Debian packages that are missing, builds build/bench, runs every contender in turn and writes
-results.md, medians.csv and plots. The table of what must hold is printed, too. The exit status is 0 when all of it
-holds, 1 when something does not, 2 for wrong use. Thorough measuring takes about eleven minutes and wants a machine
-that does nothing else."""
+EPILOG = """Installs what is missing, builds build/bench, measures, and writes results.md, medians.csv and plots. The
+exit status is 0 when all that must hold holds, 1 when something does not, 2 for wrong use. Thorough measuring takes
+about eleven minutes and wants a machine that does nothing else."""
 
 
 class Parser(argparse.ArgumentParser):
@@ -32,8 +30,7 @@ def parse():
     parser.add_argument("--output", metavar="FOLDER",
                         help="where to write; docs/performance if nothing is said here and above")
     parser.add_argument("--from", dest="files", metavar="FILE", nargs="+",
-                        help="measure nothing, but read these files, each a medians.csv; the last one that has a "
-                             "measurement counts")
+                        help="measure nothing, but read a medians.csv; of several the last that has a figure counts")
     options = parser.parse_args()
     if options.files and (options.quick or options.filter):
         parser.error("--from measures nothing, so --quick and --filter mean nothing beside it")
@@ -44,8 +41,7 @@ def parse():
 
 def prepare(steps):
     """Runs functions of packaging/common.sh, which say what they do."""
-    script = f'set -eu; root=$1; . "$root/packaging/common.sh"; {steps}'
-    if subprocess.run(["bash", "-c", script, "compare", TOP], check=False).returncode != 0:
+    if subprocess.call(["bash", "-c", f'set -eu; root=$0; . "$root/packaging/common.sh"; {steps}', TOP]) != 0:
         raise Failed("bench/compare cannot go on")
 
 
@@ -54,9 +50,9 @@ def measure(options):
     if load > BUSY:
         say(f"warning: this machine is busy with something else, its load is {load:.1f}")
     prepare("install_packages run bench; build bench benchmarks")
-    facts = machine.describe(BUILD, load)
-    samples = programs.measure(os.path.join(BUILD, "bench"), options.filter or re.compile(""),
-                               programs.QUICK if options.quick else programs.THOROUGH)
+    build = os.path.join(TOP, "build", "bench")
+    facts = report.describe_machine(build, load)
+    samples = programs.measure(build, options.filter or re.compile(""), options.quick)
     if not samples:
         raise WrongUse(f"nothing that is measured matches '{options.filter.pattern}'")
     return facts, results.summarize(samples)
@@ -77,40 +73,34 @@ def write(folder, facts, found, outcomes):
         results.write_csv(file, facts, found)
     with open(os.path.join(folder, "results.md"), "w", encoding="utf-8") as file:
         file.write(report.make_report(facts, found, outcomes))
+    prepare("install_packages bench")
     from . import plots  # pylint: disable=import-outside-toplevel # Matplotlib may have been installed a moment ago
     plots.draw_all(folder, found)
 
 
-def compare(options):
-    if options.files:
-        facts, found = results.read_csv(options.files)
-        make_folder(options.output)
-        prepare("install_packages bench")
-    else:
-        make_folder(options.output)
-        facts, found = measure(options)
-    # A part of the benchmarks is judged by what was measured.
-    outcomes = [outcome for outcome in promises.judge_all(found) if not options.filter or outcome.ratio is not None]
-    write(options.output, facts, found, outcomes)
-    print(report.promises_table(outcomes), end="")
-    say(f"Written into {os.path.relpath(options.output)}")
-    return 0 if all(outcome.holds for outcome in outcomes) else 1
-
-
 def main():
     try:
-        return compare(parse())
+        options = parse()
+        read = options.files and results.read_csv(options.files)
+        make_folder(options.output)
+        facts, found = read or measure(options)
+        outcomes = [promises.judge(promise, found) for promise in promises.PROMISES]
+        # A part of the benchmarks is judged by what was measured.
+        outcomes = [outcome for outcome in outcomes if not options.filter or outcome.ratio is not None]
+        write(options.output, facts, found, outcomes)
+        print(report.promises_table(outcomes), end="")
+        say(f"Written into {os.path.relpath(options.output)}")
+        return 0 if all(outcome.holds for outcome in outcomes) else 1
     except Failed as problem:
         say(f"error: {problem}")
         return 2 if isinstance(problem, WrongUse) else 1
     except re.error as problem:
         say(f"error: argument --filter: '{problem.pattern}' is no regular expression: {problem}")
-        return 2
     except OSError as problem:
         say(f"error: {problem.filename}: {problem.strerror}")
-        return 2
     except KeyboardInterrupt:
         return 130
+    return 2
 
 
 if __name__ == "__main__":

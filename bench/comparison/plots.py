@@ -1,6 +1,6 @@
 """The results as pictures."""
 
-import os
+import pathlib
 
 import matplotlib
 
@@ -17,18 +17,15 @@ SETTINGS = {"svg.hashsalt": "KXAPI_Events",  # the same results, the same file
             "font.size": 9, "axes.spines.top": False, "axes.spines.right": False, "axes.titlesize": 10,
             "axes.titleweight": "bold", "axes.titlelocation": "left", "legend.frameon": False,
             "figure.facecolor": "white"}
-COLORS = {"ours": "#d1495b", "limit": "#9aa5b1"}
+COLORS = {"ours": "#d1495b", "limit": "#9aa5b1", "Asio": "#6a994e", "Qt postEvent, no GLib": "#2b5d8b"}
 PEER_COLOR = "#5b8db8"
-CURVE_COLORS = {"Asio": "#6a994e", "Qt postEvent, no GLib": "#2b5d8b"}
 BARS = {"queues.svg": ("in-process, one event", "in-process, 1000 events", "in-process, two threads",
                        "pipe queue, one event", "key press"),
         "actions.svg": ("actions waiting", "chain of actions", "name of an event type")}
 CURVES = {"growth-time.svg": ("time", "processor"), "growth-memory.svg": ("memory", "heap")}
 SIZES = {"waiting": "how many wait", "chain": "length of the chain", "threads": "threads that post",
          "keypad": "keys in use"}
-COLUMNS = 3
-LONGEST_EVEN_AXIS = 16  # beyond, a step is ten times as much
-A_WIDE_RANGE = 10  # for memory, which no even axis shows
+COLUMNS, LONGEST_EVEN_AXIS, A_WIDE_RANGE = 3, 16, 10  # beyond these axes, a step is ten times as much
 BARS_TIMES_OURS = 5  # longer bars are cut off; their numbers stand beside them
 
 
@@ -37,20 +34,20 @@ def draw_all(folder, results):
         for name, scenarios in BARS.items():
             panels = [panel for scenario in scenarios for panel in group(results, scenario, "time", "size")]
             draw_grid(folder, name, panels, draw_bars, lambda panel: 0.9 + 0.22 * len(panel))
-        scenarios = dict.fromkeys(key.scenario for key in results if key.metric == "p50")
-        draw_grid(folder, "wake-up.svg", [latencies(results, scenario) for scenario in scenarios], draw_latencies)
-        scenarios = dict.fromkeys(key.scenario for key in results if key.scenario.startswith(GROWTH))
+        scenarios = dict.fromkeys(key.scenario for key in results)
+        panels = [latencies(results, scenario) for scenario in scenarios]
+        draw_grid(folder, "wake-up.svg", [panel for panel in panels if panel], draw_latencies)
         for name, metrics in CURVES.items():
-            panels = [group(results, scenario, metric, "contender") for metric in metrics for scenario in scenarios]
+            panels = [group(results, scenario, metric, "contender") for metric in metrics for scenario in scenarios
+                      if scenario.startswith(GROWTH)]
             draw_grid(folder, name, [panel for panel in panels if panel], draw_curves)
 
 
 def draw_grid(folder, name, panels, draw, height=lambda panel: 3.4):
     """A picture with a part for each panel; none where nothing was measured that it would show, not even an old one."""
-    path = os.path.join(folder, name)
+    path = pathlib.Path(folder, name)
+    path.unlink(missing_ok=True)
     if not panels:
-        if os.path.exists(path):
-            os.remove(path)
         return
     columns = min(COLUMNS, len(panels))
     heights = [max(map(height, panels[first:first + columns])) for first in range(0, len(panels), columns)]
@@ -81,11 +78,10 @@ def draw_bars(axes, panel):
     keys, summaries = zip(*sorted(panel, key=lambda pair: pair[1].median))
     longest = min([summaries[-1].median] + [BARS_TIMES_OURS * summary.median for key, summary in panel
                                             if key.contender == OURS])
-    lengths = [min(summary.median, longest) for summary in summaries]
-    draw_rows(axes, keys, lengths, 0.72)
-    for row, (length, summary) in enumerate(zip(lengths, summaries)):
-        mark = "» " if summary.median > length else ""
-        axes.text(length + 0.02 * longest, row, mark + format_value(summary.median, "time"), va="center")
+    draw_rows(axes, keys, [min(summary.median, longest) for summary in summaries], 0.72)
+    for row, (median, *_) in enumerate(summaries):
+        text = ("» " if median > longest else "") + format_value(median, "time")
+        axes.text(min(median, longest) + 0.02 * longest, row, text, va="center")
     axes.set_xlim(0, 1.35 * longest)
     axes.xaxis.set_visible(False)
     axes.spines["bottom"].set_visible(False)
@@ -110,22 +106,22 @@ def draw_curves(axes, curves):
     for curve in curves:
         key, sizes = curve[0][0], [key.size for key, _ in curve]
         medians, lower, upper, _ = zip(*(summary for _, summary in curve))
-        color = CURVE_COLORS.get(key.contender, COLORS.get(key.group, PEER_COLOR))
+        color = COLORS.get(key.contender, COLORS.get(key.group, PEER_COLOR))
         style = "--" if key.group == "ours" and key.contender != OURS else "-"
         axes.plot(sizes, medians, style, marker="o", markersize=3, color=color, label=key.contender)
         axes.fill_between(sizes, lower, upper, color=color, alpha=0.15, linewidth=0)
     key = curves[0][0][0]
-    scale_curves(axes, key.metric, [pair for curve in curves for pair in curve])
-    title = key.scenario.replace(GROWTH, "", 1)
-    axes.set_title(f"{title}, {HEADINGS[key.metric]}" if key.metric in ("processor", "heap") else title)
+    scale_curves(axes, key.metric, *zip(*(pair for curve in curves for pair in curve)))
+    of_process = f", {HEADINGS[key.metric]}" if key.metric in ("processor", "heap") else ""
+    axes.set_title(key.scenario.replace(GROWTH, "", 1) + of_process)
     axes.set_xlabel(next((measure for word, measure in SIZES.items() if word in key.scenario), ""))
     # Below, where it hides no curve.
     axes.legend(fontsize=8, loc="upper center", bbox_to_anchor=(0.5, -0.18), ncol=2)
 
 
-def scale_curves(axes, metric, points):
-    sizes = sorted({key.size for key, _ in points})
-    medians, _, upper, _ = zip(*(summary for _, summary in points))
+def scale_curves(axes, metric, keys, summaries):
+    sizes = sorted({key.size for key in keys})
+    medians, _, upper, _ = zip(*summaries)
     if sizes[-1] <= LONGEST_EVEN_AXIS:
         axes.set_xticks(sizes)
     else:

@@ -12,11 +12,8 @@ from .results import GROWTH, OURS, UNITS, Key
 
 PROGRAMS = ("queue_bench", "wakeup_bench", "action_bench", "name_bench")
 FULL_BUS = [Key(GROWTH + "keypad on a full bus", OURS, "ours", keys) for keys in (1, 4, 8, 12, 16)]
-FULL_BUS_PERCENT = 90  # it is not here that it is judged
-FULL_BUS_FIGURES = {"processor": r"(?m)^processor time .* s, ([0-9.]+) % of one core",
-                    "heap": r"(?m)^heap +([0-9]+) bytes"}
-
-
+FULL_BUS_PERCENT = "90"  # it is not here that it is judged
+FULL_BUS_FIGURES = {"processor": r"(?m)^processor time .* s, ([0-9.]+) %", "heap": r"(?m)^heap +([0-9]+) bytes"}
 # Each round starts every program anew, so that all have their share of whatever else the machine does, and of good and
 # bad places in memory. In a program the contenders take turns.
 Plan = namedtuple("Plan", "rounds repetitions seconds full_bus_seconds")
@@ -38,8 +35,7 @@ def choose(folder, pattern):
     for growing in (False, True):
         for program in PROGRAMS:
             path = os.path.join(folder, program)
-            keys = [read_label(line) for line in call(path, "--list").splitlines()]
-            numbers = [number for number, key in enumerate(keys)
+            numbers = [number for number, key in enumerate(map(read_label, call(path, "--list").splitlines()))
                        if key.scenario.startswith(GROWTH) == growing and matches(pattern, key)]
             if numbers:
                 yield path, growing, numbers
@@ -74,8 +70,8 @@ def read_samples(program, text):
 
 
 def run_full_bus(folder, key, seconds):
-    """It fails by itself when something is lost, or it takes too much of the processor."""
-    output = call(os.path.join(folder, "full_bus"), str(seconds), str(FULL_BUS_PERCENT), str(key.size))
+    """It fails by itself when something is lost."""
+    output = call(os.path.join(folder, "full_bus"), str(seconds), FULL_BUS_PERCENT, str(key.size))
     for metric, figure in FULL_BUS_FIGURES.items():
         found = re.search(figure, output)
         if not found:
@@ -83,8 +79,10 @@ def run_full_bus(folder, key, seconds):
         yield key._replace(metric=metric), float(found[1])
 
 
-def measure(folder, pattern, plan):
+def measure(build, pattern, is_quick):
     """All samples of what matches."""
+    folder = os.path.join(build, "bench")
+    plan = QUICK if is_quick else THOROUGH
     chosen = list(choose(folder, pattern))
     buses = [key for key in FULL_BUS if matches(pattern, key)]
     samples = []

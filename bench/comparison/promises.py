@@ -1,6 +1,6 @@
 """What must hold: how much of what others take the library may take."""
 
-from typing import NamedTuple, Optional
+from collections import namedtuple
 
 from .results import OURS
 
@@ -9,19 +9,10 @@ DEQUE, PIPE = "mutex and deque", "write, poll, read"
 WITH_GLIB, WITHOUT_GLIB = "Qt with GLib", "Qt without GLib"
 
 
-class Promise(NamedTuple):
-    """In a scenario, ours takes at most this many times what the rival takes, or less than that. The rival is a
-    contender, which may be ours of another size, or the fastest of a group."""
-
-    scenario: str
-    most: float
-    rival: str
-    size: int = 0
-    rival_size: int = 0
-    metric: str = "time"
-    less: bool = False
-
-
+# In a scenario, ours takes at most this many times what the rival takes, or less than that. The rival is a contender,
+# which may be ours of another size, or the fastest of a group.
+Promise = namedtuple("Promise", "scenario most rival size rival_size metric less", defaults=(0, 0, "time", False))
+Outcome = namedtuple("Outcome", "promise rival ratio holds", defaults=(None, False))  # no ratio: one was not measured
 PROMISES = [
     Promise("in-process, one event", 1.6, DEQUE),
     Promise("in-process, one event", 1.05, "GLib GAsyncQueue"),
@@ -41,49 +32,33 @@ PROMISES = [
 ]
 
 
-class Outcome(NamedTuple):
-    promise: Promise
-    rival: str
-    ratio: Optional[float] = None  # one of the two was not measured
-
-    @property
-    def holds(self):
-        most, less = self.promise.most, self.promise.less
-        return self.ratio is not None and (self.ratio < most if less else self.ratio <= most)
-
-
 def judge(promise, results):
-    def medians(size, *names):
+    def medians(size, name):
         return [(summary.median, key.contender) for key, summary in results.items()
                 if (key.scenario, key.size, key.metric) == (promise.scenario, size, promise.metric)
-                and (key.contender in names or key.group in names)]
+                and name in (key.contender, key.group)]
 
     ours = medians(promise.size, OURS)
     rivals = medians(promise.rival_size or promise.size, promise.rival)
     if not ours or not rivals:
         return Outcome(promise, promise.rival)
     median, rival = min(rivals)
-    return Outcome(promise, rival, ours[0][0] / median)
-
-
-def judge_all(results):
-    return [judge(promise, results) for promise in PROMISES]
+    ratio = ours[0][0] / median
+    return Outcome(promise, rival, ratio, ratio < promise.most or (ratio == promise.most and not promise.less))
 
 
 def describe(outcome):
     """The promise, the ratio and the verdict in words."""
-    promise, rival, ratio = outcome
-    place = promise.scenario + (f", {promise.size:,}" if promise.size else "")
-    place += f", {promise.metric}" if promise.metric != "time" else ""
+    promise, rival, ratio, holds = outcome
+    words = promise.scenario + (f", {promise.size:,}" if promise.size else "")
+    words += f", {promise.metric}: " if promise.metric != "time" else ": "
     whom = promise.rival + (f" with {promise.rival_size:,}" if promise.rival_size else "")
     if promise.most < 1:
-        words = f"at least {1 / promise.most:.3g} times as fast as {whom}"
-    elif promise.less:
-        words = f"faster than {whom}"
+        words += f"at least {1 / promise.most:.3g} times as fast as {whom}"
     else:
-        words = f"at most {promise.most:.3g} times what {whom} takes"
+        words += f"faster than {whom}" if promise.less else f"at most {promise.most:.3g} times what {whom} takes"
     if ratio is None:
-        return f"{place}: {words}", "not measured", "-"
+        return words, "not measured", "-"
     measured = f"{1 / ratio:.2f} times as fast" if promise.most < 1 else f"{ratio:.2f} times"
     measured += "" if rival == promise.rival else f" ({rival})"
-    return f"{place}: {words}", measured, "holds" if outcome.holds else "DOES NOT HOLD"
+    return words, measured, "holds" if holds else "DOES NOT HOLD"

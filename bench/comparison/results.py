@@ -4,7 +4,6 @@ import csv
 import math
 import statistics
 from collections import namedtuple
-from typing import NamedTuple
 
 from shared import WrongUse
 
@@ -20,17 +19,9 @@ ORDER = ["in-process, one event", "in-process, 1000 events", "in-process, two th
 
 
 Summary = namedtuple("Summary", "median lower upper samples")
-
-
-class Key(NamedTuple):
-    """The group is ours, limit, peer, Qt with GLib or Qt without GLib. The size is how much waits, how long a chain is,
-    how many threads or keys there are; 0 where nothing grows."""
-
-    scenario: str
-    contender: str
-    group: str
-    size: int = 0
-    metric: str = "time"
+# The group is ours, limit, peer, Qt with GLib or Qt without GLib. The size is how much waits, how long a chain is, how
+# many threads or keys there are; 0 where nothing grows.
+Key = namedtuple("Key", "scenario contender group size metric", defaults=(0, "time"))
 
 
 def summarize(samples):
@@ -38,12 +29,10 @@ def summarize(samples):
     values = {}
     for key, value in samples:
         values.setdefault(key, []).append(value)
-    return in_order({key: summarize_values(numbers) for key, numbers in values.items()})
-
-
-def summarize_values(numbers):
-    lower, median, upper = statistics.quantiles(numbers * 2 if len(numbers) == 1 else numbers, method="inclusive")
-    return Summary(median, lower, upper, len(numbers))
+    quartiles = {key: statistics.quantiles(numbers * 2 if len(numbers) == 1 else numbers, method="inclusive")
+                 for key, numbers in values.items()}
+    return in_order({key: Summary(median, lower, upper, len(values[key]))
+                     for key, (lower, median, upper) in quartiles.items()})
 
 
 def in_order(results):
@@ -62,10 +51,9 @@ def group(results, scenario, metric, field):
 
 def latencies(results, scenario):
     """Contenders with both percentiles, the one with the best median first."""
-    p50, p99 = ({key.contender: (key, summary.median) for key, summary in results.items()
-                 if (key.scenario, key.metric) == (scenario, metric)} for metric in ("p50", "p99"))
-    return sorted(((key, median, p99[name][1]) for name, (key, median) in p50.items() if name in p99),
-                  key=lambda row: row[1])
+    rows = [(key, summary.median, results[key._replace(metric="p99")].median) for key, summary in results.items()
+            if (key.scenario, key.metric) == (scenario, "p50") and key._replace(metric="p99") in results]
+    return sorted(rows, key=lambda row: row[1])
 
 
 def write_csv(file, machine, results):
@@ -74,8 +62,8 @@ def write_csv(file, machine, results):
     writer = csv.writer(file, lineterminator="\n")
     writer.writerow(COLUMNS)
     for key, summary in results.items():
-        numbers = [f"{number:.10g}" for number in summary[:3]]
-        writer.writerow([*key[:3], key.size or "", key.metric, UNITS[key.metric], *numbers, summary.samples])
+        numbers = map("{:.10g}".format, summary)
+        writer.writerow([*key[:3], key.size or "", key.metric, UNITS[key.metric], *numbers])
 
 
 def read_csv(names):

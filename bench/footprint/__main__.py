@@ -10,8 +10,7 @@ import tempfile
 
 from shared import TOP, Failed, call, read_cache, say
 
-from . import elf, report
-from .emulator import Emulator
+from . import elf, emulator, report
 
 LIBRARIES = ("libKXAPI_Events", "libKXAPI_OS_ABS", "libKXAPI_Hardware", "libKXAPI_Utility")
 STARTS = ("goes_without", "links", "creates")
@@ -19,42 +18,39 @@ TIMED_RUNS = 20
 
 
 class Footprint:
-    """The libraries and programs of a build, installed and stripped in a folder of their own.
-
-    The loader takes a few instructions more for a longer path: the folder's has the same length wherever it is run."""
+    """A build, installed and stripped in a folder. For a longer path the loader takes a few instructions more."""
 
     def __init__(self, build, folder):
         self.build, self.folder = build, folder
         cache = read_cache(build)
-        wanted = ("KXAPI_EMULATOR", "KXAPI_SYSROOT", "CMAKE_READELF")
-        missing = [name for name in wanted if not cache.get(name) or cache[name].endswith("-NOTFOUND")]
+        missing = [name for name in ("KXAPI_EMULATOR", "KXAPI_SYSROOT", "CMAKE_READELF")
+                   if cache.get(name, "-NOTFOUND").endswith("-NOTFOUND")]
         if missing:
             raise Failed(f"{build} was not configured for the target: it lacks {', '.join(missing)}")
-        self.emulator = Emulator(cache["KXAPI_EMULATOR"], cache["KXAPI_SYSROOT"])
+        # The same random numbers each time: else the count would not repeat.
+        self.emulator = [cache["KXAPI_EMULATOR"], "-L", cache["KXAPI_SYSROOT"], "-seed", "1"]
         self.readelf = cache["CMAKE_READELF"]
         for component in ("runtime", "footprint"):
             call("cmake", "--install", build, "--component", component, "--strip", "--prefix", folder)
 
-    def program(self, name):
-        return os.path.join(self.folder, "bin", "footprint_" + name)
-
     def count(self, name, tell):
         """What one run tells."""
         built = os.path.join(self.build, "bench", "footprint", "footprint_" + name)
-        return tell(*self.emulator.count(self.program(name), elf.address(self.readelf, built, "footprintMark")))
+        mark = elf.address(self.readelf, built, "footprintMark")
+        return tell(*emulator.count(self.emulator, f"{self.folder}/bin/footprint_{name}", mark))
 
     def watch_starts(self):
         """One after the other, so that whatever else the machine does hits all of them."""
         say(f"Watching the programs start, {TIMED_RUNS} times")
-        runs = [{name: self.emulator.watch_start(self.program(name)) for name in STARTS} for _ in range(TIMED_RUNS)]
+        runs = [{name: emulator.watch_start(self.emulator, f"{self.folder}/bin/footprint_{name}") for name in STARTS}
+                for _ in range(TIMED_RUNS)]
         return {name: {value: statistics.median(run[name][value] for run in runs) for value in runs[0][name]}
                 for name in STARTS}
 
     def measure(self, runs):
-        libraries = {name: os.path.realpath(os.path.join(self.folder, "lib", name + ".so.1")) for name in LIBRARIES}
-        measured = {"emulator": self.emulator.version(),
-                    "libraries": {name: elf.measure(self.readelf, path) for name, path in libraries.items()},
-                    "watched": self.watch_starts()}
+        measured = {"emulator": call(self.emulator[0], "--version").splitlines()[0], "watched": self.watch_starts(),
+                    "libraries": {name: elf.measure(self.readelf, os.path.realpath(f"{self.folder}/lib/{name}.so.1"))
+                                  for name in LIBRARIES}}
         for name, what, tell in (("goes_without", "a start without the library", report.start),
                                  ("links", "a start with the library", report.start),
                                  ("creates", "a start that creates a manager", report.creation),
@@ -68,15 +64,15 @@ class Footprint:
         print("instructions of each press:", *taken)
         if len(taken) != 10 or len(set(taken[-8:])) != 1 or not 0 < taken[-1] <= taken[0]:
             raise Failed("ten presses were expected, and the last eight of them to take the same")
+        return 0
 
 
 def repeated(what, runs, count):
     """What count returns, which must be the same each time."""
     say(f"Counting {what}, {runs} times")
     first, *others = (count() for _ in range(runs))
-    for other in others:
-        if other != first:
-            raise Failed(f"{what}: the count does not repeat: {first}, then {other}")
+    for other in (other for other in others if other != first):
+        raise Failed(f"{what}: the count does not repeat: {first}, then {other}")
     return first
 
 
@@ -99,18 +95,17 @@ def main():
         with tempfile.TemporaryDirectory(prefix="kx-footprint-", dir="/tmp") as folder:
             footprint = Footprint(arguments.build, folder)
             if arguments.check_presses:
-                footprint.check_presses()
-                return 0
+                return footprint.check_presses()
             measured = footprint.measure(arguments.runs)
         print(json.dumps(measured, indent=2) if arguments.json else report.tables(measured))
         if arguments.write:
             report.replace(os.path.join(TOP, "docs", "footprint.md"), report.tables(measured))
+        return 0
     except (Failed, OSError) as error:
         say(f"error: {error}")
         return 1
     except KeyboardInterrupt:
         return 130
-    return 0
 
 
 if __name__ == "__main__":

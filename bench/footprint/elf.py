@@ -6,7 +6,7 @@ from collections import Counter
 
 from shared import Failed, call
 
-SECTION = re.compile(r"\s*\[ *\d+\] (\S+)\s+([A-Z_]+)\s+[0-9a-f]+ [0-9a-f]+ ([0-9a-f]+) [0-9a-f]+ +([A-Za-z]*) +\d")
+SECTION = re.compile(r"(?m)^\s*\[ *\d+\] (\S+)\s+([A-Z_]+)\s+[\da-f]+ [\da-f]+ ([\da-f]+) [\da-f]+ +([A-Za-z]*) +\d")
 RELOCATION = re.compile(r"(?m)^[0-9a-f]{8}\s+[0-9a-f]{8}\s+R_ARM_(\w+)")
 REMARK = re.compile(r"(?m)^\s*\[ *[0-9a-f]+\]\s+(GCC: .+)")
 NEEDED = re.compile(r"\(NEEDED\).*\[(.+)\]")
@@ -14,10 +14,9 @@ NEEDED = re.compile(r"\(NEEDED\).*\[(.+)\]")
 
 def sections(text):
     """(name, bytes, part) of each section that is loaded; part as the program size has it: text, data or bss."""
-    for found in filter(None, map(SECTION.match, text.splitlines())):
-        if "A" in found[4]:
-            part = "text" if "W" not in found[4] else "bss" if found[2] == "NOBITS" else "data"
-            yield found[1], int(found[3], 16), part
+    for name, kind, size, flags in SECTION.findall(text):
+        if "A" in flags:
+            yield name, int(size, 16), "text" if "W" not in flags else "bss" if kind == "NOBITS" else "data"
 
 
 def measure(readelf, path):
@@ -33,7 +32,6 @@ def measure(readelf, path):
 
 def address(readelf, path, function):
     """Where a function of a program begins that is not moved when it is loaded."""
-    found = re.search(rf"(?m)^ *\d+: ([0-9a-f]+) .* {function}$", call(readelf, "-W", "--symbols", path))
-    if not found:
-        raise Failed(f"{path} has no function {function}")
-    return int(found[1], 16) & ~1  # the lowest bit tells which instruction set it is in
+    for found in re.findall(rf"(?m)^ *\d+: ([0-9a-f]+) .* {function}$", call(readelf, "-W", "--symbols", path)):
+        return int(found, 16) & ~1  # the lowest bit tells which instruction set it is in
+    raise Failed(f"{path} has no function {function}")

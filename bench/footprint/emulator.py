@@ -1,20 +1,19 @@
 """Runs the target's programs in the emulator, and counts their instructions in its log.
 
-With -d in_asm,exec,nochain,strace the log lists the instructions of a block of code when the block is translated, and
-has a line for each time that a thread enters a block, and for each system call. A block that is entered is executed to
-its end, so a stretch of the program took the sum over its blocks. Only the first thread, number 0, counts."""
+The log lists the instructions of a block of code when the block is translated, and has a line each time that a thread
+enters a block, and for each system call. A block is executed to its end. Only the first thread, number 0, counts."""
 
+import contextlib
 import os
 import re
 import subprocess
 import time
 from collections import Counter
 
-from shared import Failed, call
+from shared import Failed
 
-LOG = ["-d", "in_asm,exec,nochain,strace"]
 ENTRY = b"Trace 0: "
-SYSTEM_CALL = re.compile(rb"\d+ (\w+)\(")
+SYSTEM_CALL = re.compile(rb"^\d+ (\w+)\(")
 
 
 class Stretch:
@@ -25,20 +24,14 @@ class Stretch:
         self.calls = 0
         self.names_of_calls = []
 
-    @property
-    def instructions(self):
-        return sum(self.by_block.values())
-
     def by_owner(self, memory_map):
         """Instructions by the name of the file that they are in. The map is the lines of /proc/PID/maps."""
-        areas = []
-        for bounds, *fields in (line.split(maxsplit=5) for line in memory_map if line.strip()):
-            first, end = (int(bound, 16) for bound in bounds.split("-"))
-            areas.append((first, end, fields[4].strip().rsplit("/", 1)[-1] if len(fields) > 4 else ""))
-        owners = Counter()
+        owners, areas = Counter(), []
+        for bounds, *fields in map(str.split, filter(str.strip, memory_map)):
+            areas.append((*(int(bound, 16) for bound in bounds.split("-")), os.path.basename("".join(fields[4:]))))
         for address, instructions in self.by_block.items():
-            place = int(address, 16)
-            owners[next((name for first, end, name in areas if first <= place < end), "")] += instructions
+            owner = (name for first, end, name in areas if first <= int(address, 16) < end)
+            owners[next(owner, "")] += instructions
         return owners
 
 
@@ -85,57 +78,50 @@ class Execution:
     def take_system_call(self, line):
         """One that waits has other threads' lines between its name and the end of its line."""
         said, trace, rest = line.partition(b"Trace ")
-        call = SYSTEM_CALL.match(said)
-        if call:
-            self.stretches[-1].names_of_calls.append(call[1].decode())
+        self.stretches[-1].names_of_calls += map(bytes.decode, SYSTEM_CALL.findall(said))
         if said and trace:
             self.take_all([trace + rest])
 
 
-class Emulator:
-    def __init__(self, program, sysroot):
-        # The same random numbers each time: the loader and the C++ library would take a few instructions more or less.
-        self.command = [program, "-L", sysroot, "-seed", "1"]
+@contextlib.contextmanager
+def running(emulator, program, **arguments):
+    """The program without an environment: else the count would not repeat."""
+    with subprocess.Popen([*emulator, program], env={}, stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True,
+                          **arguments) as process:
+        yield process
+    if process.returncode != 0:
+        raise Failed(f"{os.path.basename(program)} ended with status {process.returncode} in the emulator")
 
-    def version(self):
-        return call(self.command[0], "--version").splitlines()[0]
 
-    def start(self, program, options=(), **arguments):
-        """Without the caller's environment, for the same reason."""
-        return subprocess.Popen([*self.command, *options, program], env={}, stdin=subprocess.PIPE,
-                                stdout=subprocess.PIPE, text=True, **arguments)
+def watch_start(emulator, program):
+    """Seconds until the program prints its map, and in KiB what memory it has then."""
+    begin = time.monotonic()
+    with running(emulator, program) as process:
+        first_area = process.stdout.readline()
+        seconds = time.monotonic() - begin
+        while process.stdout.readline().strip():
+            pass  # the map ends with an empty line, the output with nothing
+        memory = memory_of(process.pid, program, first_area) if first_area else {}
+    return {"seconds": seconds, **memory}
 
-    def watch_start(self, program):
-        """Seconds until the program prints its map; and in KiB what it has then written to, and the most memory that it
-        and the emulator had together."""
-        begin = time.monotonic()
-        with self.start(program) as process:
-            first_area = process.stdout.readline()
-            seconds = time.monotonic() - begin
-            while process.stdout.readline().strip():
-                pass  # the map ends with an empty line, the output with nothing
-            memory = memory_of(process.pid, program, first_area) if first_area else {}
-        expect_good(program, process)
-        return {"seconds": seconds, **memory}
 
-    def count(self, program, mark):
-        """The stretches of the program between its marks, and its map."""
-        reader, writer = os.pipe()
-        execution = Execution(mark)
-        with self.start(program, [*LOG, "-D", f"/dev/fd/{writer}"], pass_fds=[writer]) as process:
-            os.close(writer)
-            process.stdin.close()
-            with os.fdopen(reader, "rb") as log:
-                execution.take_all(log)
-            output = process.stdout.read()
-        expect_good(program, process)
-        return execution.stretches, output.splitlines()
+def count(emulator, program, mark):
+    """The stretches of the program between its marks, and its map."""
+    reader, writer = os.pipe()
+    execution = Execution(mark)
+    log_options = ["-d", "in_asm,exec,nochain,strace", "-D", f"/dev/fd/{writer}"]
+    with running([*emulator, *log_options], program, pass_fds=[writer]) as process:
+        os.close(writer)
+        process.stdin.close()
+        with os.fdopen(reader, "rb") as log:
+            execution.take_all(log)
+        output = process.stdout.read()
+    return execution.stretches, output.splitlines()
 
 
 def memory_of(pid, program, first_area):
-    """What is written is what is the program's alone. Not what is called dirty: that has pages of files, too, which were
-    written a moment ago. The program's addresses are a part of the emulator's, which begins where the program's file
-    would be at address 0."""
+    """What it has written to (anonymous; what is called dirty has pages of files, too), and the most that it and the
+    emulator had together. The program's addresses lie in the emulator's from where the program's address 0 is."""
     base, inside, written = None, False, 0
     with open(f"/proc/{pid}/smaps", encoding="utf-8") as lines:
         for name, *fields in map(str.split, lines):
@@ -149,8 +135,3 @@ def memory_of(pid, program, first_area):
     with open(f"/proc/{pid}/status", encoding="utf-8") as lines:
         most = next(int(line.split()[1]) for line in lines if line.startswith("VmHWM:"))
     return {"written_kib": written, "emulator_kib": most}
-
-
-def expect_good(program, process):
-    if process.returncode != 0:
-        raise Failed(f"{os.path.basename(program)} ended with status {process.returncode} in the emulator")

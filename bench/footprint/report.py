@@ -1,5 +1,6 @@
 """What the runs tell, and tables of it as Markdown that can be read as it is."""
 
+import re
 import textwrap
 from collections import Counter
 
@@ -22,41 +23,39 @@ FILL = textwrap.TextWrapper(115, break_long_words=False, break_on_hyphens=False)
 RELOCATION_BYTES = 8  # an entry of a REL section on a 32-bit machine
 
 
-def by_group(owners):
+def by_group(stretch, memory_map):
     groups = Counter()
-    for file, instructions in owners.items():
+    for file, instructions in stretch.by_owner(memory_map).items():
         group = next((group for begin, group in GROUPS.items() if file.startswith(begin)), file or "elsewhere")
         groups[group] += instructions
     return dict(+groups)
 
 
 def start(stretches, memory_map):
-    """Up to main. GLib's part is left out: when it is loaded it divides the time of day, which takes more or fewer
-    instructions as the time goes."""
+    """Up to main. GLib's part is left out: it divides the time of day, which does not always take the same."""
     owners = stretches[0].by_owner(memory_map)
-    return {"instructions": sum(count for file, count in owners.items() if "libglib" not in file),
-            "loader": owners["ld-linux-armhf.so.3"]}
+    counted = sum(count for file, count in owners.items() if "libglib" not in file)
+    return {"instructions": counted, "loader": owners["ld-linux-armhf.so.3"]}
 
 
 def creation(stretches, memory_map):
     """In main, up to the manager. What the worker does meanwhile does not count."""
-    return {**start(stretches, memory_map), "creation": stretches[1].instructions,
-            "owners": by_group(stretches[1].by_owner(memory_map))}
+    return {**start(stretches, memory_map), "creation": stretches[1].by_block.total(),
+            "owners": by_group(stretches[1], memory_map)}
 
 
 def side(stretch, memory_map):
-    if len(stretch.names_of_calls) != stretch.calls:
-        raise Failed(f"{stretch.calls} system calls were made, but {len(stretch.names_of_calls)} are named: count again")
-    return {"instructions": stretch.instructions, "owners": by_group(stretch.by_owner(memory_map)),
-            "system_calls": stretch.names_of_calls}
+    names = stretch.names_of_calls
+    if len(names) != stretch.calls:
+        raise Failed(f"{stretch.calls} system calls were made, but {len(names)} are named: count again")
+    return {"instructions": stretch.by_block.total(), "owners": by_group(stretch, memory_map), "system_calls": names}
 
 
 def presses(stretches, memory_map):
     """Each has a stretch for toolkitEventOccurred, one for getNextEvent, and one for what comes until the next."""
-    sides = [(side(handed, memory_map), side(taken, memory_map))
-             for handed, taken in zip(stretches[1::3], stretches[2::3])]
-    return [{"instructions": handed["instructions"] + taken["instructions"], "toolkitEventOccurred": handed,
-             "getNextEvent": taken} for handed, taken in sides]
+    return [{"instructions": handed.by_block.total() + taken.by_block.total(),
+             "toolkitEventOccurred": side(handed, memory_map), "getNextEvent": side(taken, memory_map)}
+            for handed, taken in zip(stretches[1::3], stretches[2::3])]
 
 
 def tables(measured):
@@ -111,9 +110,8 @@ def runs(measured):
 def replace(path, text):
     """Puts the text between the two lines that mark the place of the tables."""
     with open(path, encoding="utf-8") as file:
-        before, _, rest = file.read().partition(BEGIN)
-    _, end, after = rest.partition(END)
-    if not end:
+        new, found = re.subn(f"(?s){BEGIN}.*{END}", lambda _: f"{BEGIN}\n{text}\n{END}", file.read())
+    if not found:
         raise Failed(f"{path} has no place for the tables")
     with open(path, "w", encoding="utf-8") as file:
-        file.write(before + BEGIN + "\n" + text + "\n" + END + after)
+        file.write(new)

@@ -54,29 +54,28 @@ def stretches_of(log, mark=MARK):
 
 class Counting(unittest.TestCase):
     def test_marks_divide_what_the_first_thread_did(self):
-        self.assertEqual([stretch.instructions for stretch in stretches_of(LOG)], [0, 1 + 2 * 2 + 2, 1])
+        self.assertEqual([stretch.by_block.total() for stretch in stretches_of(LOG)], [0, 1 + 2 * 2 + 2, 1])
 
     def test_what_the_emulator_did_not_begin_after_all_does_not_count(self):
         stopped = b"Stopped execution of TB chain before 0x7fd2e4000180 [3f7f0f40]%s\n"
         for symbol in (b" ", b" kx"):
             log = [*LOG[:11], stopped % symbol, *LOG[10:]]
-            self.assertEqual(stretches_of(log)[1].instructions, 1 + 2 * 2 + 2)
+            self.assertEqual(stretches_of(log)[1].by_block.total(), 1 + 2 * 2 + 2)
 
     def test_what_another_thread_did_not_begin_does_not_matter(self):
         log = [*LOG[:11], b"Stopped execution of TB chain before 0x7fd2e4ffffff [3f7f0f40] \n", *LOG[11:]]
-        self.assertEqual(stretches_of(log)[1].instructions, 1 + 2 * 2 + 2)
+        self.assertEqual(stretches_of(log)[1].by_block.total(), 1 + 2 * 2 + 2)
 
     def test_a_block_that_is_translated_anew_counts_as_it_is_then(self):
         log = [*LOG[:-1], b"IN:\n", b"0x000107e0:  bf00       nop\n", b"0x000107e2:  4770       bx       lr\n", LOG[-1]]
-        self.assertEqual(stretches_of(log)[2].instructions, 2)
+        self.assertEqual(stretches_of(log)[2].by_block.total(), 2)
 
     def test_a_block_that_was_never_listed_is_an_error(self):
         with self.assertRaisesRegex(Failed, "has not listed"):
             stretches_of([b"Trace 0: 0x7fd2e40000c0 [00800480/000107e0/00000000/00000201]\n"])
 
     def test_instructions_belong_to_files(self):
-        owners = stretches_of(LOG)[1].by_owner(MAP)
-        self.assertEqual(report.by_group(owners),
+        self.assertEqual(report.by_group(stretches_of(LOG)[1], MAP),
                          {"the program itself": 1, "libKXAPI_Events": 4, "C library": 2})
 
     def test_calls_that_are_not_all_named_are_an_error(self):
