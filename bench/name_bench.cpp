@@ -85,14 +85,12 @@ void measure(benchmark::State& state, Translate translate) {
     state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(types.size()));
 }
 
-void addContender(const char* name, Group group, Translate translate) {
-    add({"name of an event type", name, group,
-         [translate](benchmark::State& state) { measure(state, translate); }});
-}
-
 } // namespace
 
 void addAll() {
+    const auto addContender = [](const char* name, Group group, Translate translate) {
+        add({"name of an event type", name, group, [translate](auto& state) { measure(state, translate); }});
+    };
     addContender("KXAPI", Group::Ours, KX::translateEventTypeToString);
     addContender("table indexed by number", Group::Limit, nameFromTable);
     addContender("hash table", Group::Peer, nameFromHashTable);

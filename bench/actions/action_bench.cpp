@@ -72,21 +72,22 @@ struct GLibActions {
 template<class Contender, bool isChain>
 void run(benchmark::State& state, std::size_t count) {
     Runner runner;
-    std::deque<Actions<Contender, isChain>> works;
-    works.emplace_back(count);
-    measure<Contender>(state, works.front(), runner);
+    Actions<Contender, isChain> work(count);
+    measure<Contender>(state, work, runner);
 }
 
 template<class Contender>
-void countWaiting(benchmark::State& state, std::size_t count) {
+void runAndCountWaiting(benchmark::State& state, std::size_t count) {
+    run<Contender, false>(state, count);
     std::deque<Actions<Contender, false>> works;
     works.emplace_back(count);
     countMemory<Contender>(state, works);
 }
 
-/// One item of a chain waits at a time: this counts what the contender keeps of those that ran.
+/// One item of a chain waits at a time: what counts is what the contender keeps of those that ran.
 template<class Contender>
-void countChain(benchmark::State& state, std::size_t count) {
+void runAndCountChain(benchmark::State& state, std::size_t count) {
+    run<Contender, true>(state, count);
     Runner runner;
     Actions<Contender, true> work(count);
     std::size_t after = 0;
@@ -119,20 +120,13 @@ void addContender(const std::string& name, Group group) {
 
 template<class Contender>
 void addChainGrowth(const std::string& name, Group group) {
-    const auto runAndCount = [](benchmark::State& state, std::size_t count) {
-        run<Contender, true>(state, count);
-        countChain<Contender>(state, count);
-    };
-    addSizes("growth, chain of actions", name, group, runAndCount, {10, 1000, 100000});
+    addSizes("growth, chain of actions", name, group, runAndCountChain<Contender>, {10, 1000, 100000});
 }
 
 template<class Contender, class ForChain = Contender>
 void addGrowth(const std::string& name, Group group) {
-    const auto runAndCount = [](benchmark::State& state, std::size_t count) {
-        run<Contender, false>(state, count);
-        countWaiting<Contender>(state, count);
-    };
-    addSizes("growth, actions waiting", name, group, runAndCount, {1, 10, 1000, 100000, 1000000});
+    addSizes("growth, actions waiting", name, group, runAndCountWaiting<Contender>,
+             {1, 10, 1000, 100000, 1000000});
     addChainGrowth<ForChain>(name, group);
 }
 

@@ -15,8 +15,7 @@ from .results import GROWTH, OURS, group, latencies
 SETTINGS = {"svg.hashsalt": "KXAPI_Events",  # the same results, the same file
             "svg.fonttype": "none",  # a fifth of the size
             "font.size": 9, "axes.spines.top": False, "axes.spines.right": False, "axes.titlesize": 10,
-            "axes.titleweight": "bold", "axes.titlelocation": "left", "legend.frameon": False,
-            "figure.facecolor": "white"}
+            "axes.titleweight": "bold", "axes.titlelocation": "left", "legend.frameon": False}
 COLORS = {"ours": "#d1495b", "limit": "#9aa5b1", "Asio": "#6a994e", "Qt postEvent, no GLib": "#2b5d8b"}
 PEER_COLOR = "#5b8db8"
 BARS = {"queues.svg": ("in-process, one event", "in-process, 1000 events", "in-process, two threads",

@@ -36,8 +36,7 @@ def summarize(samples):
 
 
 def in_order(results):
-    ranks = {scenario: rank for rank, scenario in enumerate(ORDER)}
-    return {key: results[key] for key in sorted(results, key=lambda key: (ranks.get(key.scenario, len(ORDER)), key))}
+    return {key: results[key] for key in sorted(results, key=lambda key: ((ORDER + [key[0]]).index(key[0]), key))}
 
 
 def group(results, scenario, metric, field):

@@ -79,8 +79,7 @@ def repeated(what, runs, count):
 def main():
     parser = argparse.ArgumentParser(
         prog="bench/footprint/measure",
-        description="Builds the library for 32-bit ARM and prints what it takes there: sizes, and the time, the memory "
-                    "and the instructions of a start and of a key press in an emulator.")
+        description="Builds the library for 32-bit ARM and prints its sizes there, and what a start and a key press take.")
     parser.add_argument("--build", help=argparse.SUPPRESS)
     parser.add_argument("--check-presses", help=argparse.SUPPRESS, action="store_true")
     parser.add_argument("--runs", type=int, default=3, help="how often each is counted; 3 if not told otherwise")

@@ -34,8 +34,8 @@ def by_group(stretch, memory_map):
 def start(stretches, memory_map):
     """Up to main. GLib's part is left out: it divides the time of day, which does not always take the same."""
     owners = stretches[0].by_owner(memory_map)
-    counted = sum(count for file, count in owners.items() if "libglib" not in file)
-    return {"instructions": counted, "loader": owners["ld-linux-armhf.so.3"]}
+    return {"instructions": sum(number for file, number in owners.items() if "libglib" not in file),
+            "loader": owners["ld-linux-armhf.so.3"]}
 
 
 def creation(stretches, memory_map):

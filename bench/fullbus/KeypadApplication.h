@@ -44,9 +44,7 @@ public:
         KX::KXInputEventManager::deleteInstance();
     }
 
-    const Taken& getTaken() const {
-        return taken;
-    }
+    Taken taken;
 
 protected:
     bool event(QEvent* event) override {
@@ -81,7 +79,6 @@ private:
     const BusTraffic traffic;
     KX::KXInputEventManager* manager = nullptr;
     std::unique_ptr<QSocketNotifier> eventsNotifier;
-    Taken taken;
 };
 
 } // namespace Bench

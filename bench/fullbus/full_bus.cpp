@@ -12,10 +12,10 @@
 
 #include <atomic>
 #include <charconv>
+#include <ctime>
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <linux/can.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
 
 namespace Bench {
@@ -37,12 +37,7 @@ void countFrame(int descriptor, const void* buffer) {
 }
 
 double getProcessorSeconds() {
-    rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
-    const auto toSeconds = [](const timeval& time) {
-        return static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_usec);
-    };
-    return toSeconds(usage.ru_utime) + toSeconds(usage.ru_stime);
+    return static_cast<double>(std::clock()) / CLOCKS_PER_SEC;
 }
 
 /// Sends what is printed by the library where it costs a system call a line, as on a terminal, and nothing else.
@@ -101,9 +96,8 @@ Result run(int bus, const BusTraffic& traffic, const KeypadApplication& applicat
     QCoreApplication::exec();
     sent.setEnabled(false);
     const auto isComplete = [&] {
-        return framesTaken >= result.sent &&
-               application.getTaken().keyEvents >= traffic.countKeyChanges(result.sent) &&
-               application.getTaken().encoderSteps >= BusTraffic::countEncoderFrames(result.sent);
+        return framesTaken >= result.sent && application.taken.keyEvents >= traffic.countKeyChanges(result.sent) &&
+               application.taken.encoderSteps >= BusTraffic::countEncoderFrames(result.sent);
     };
     const int longForAnyMachineMs = 10000;
     clock.restart();
@@ -151,7 +145,7 @@ bool measure(int argc, char** argv, const Options& options, std::FILE* output) {
     const QApplication application(argc, argv);
     const KeypadApplication keypad(traffic);
     const Result result = run(process, traffic, keypad);
-    return report(output, result, traffic, keypad.getTaken(), options.mostPercent);
+    return report(output, result, traffic, keypad.taken, options.mostPercent);
 }
 
 } // namespace

@@ -8,7 +8,7 @@
 #include <cmath>
 #include <csignal>
 #include <sched.h>
-#include <time.h>
+#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -47,17 +47,19 @@ void watch() {
     alarm(60);
 }
 
-/// Long enough for the other thread to fall asleep again.
-void rest() {
-    const timespec pause = {0, 50000};
-    nanosleep(&pause, nullptr);
+/// Waits for long enough that the other thread falls asleep again, then posts.
+/// \return when
+template<class Contender>
+Arrivals::Clock::time_point restAndPost(Contender& waiter, std::uint32_t number) {
+    std::this_thread::sleep_for(std::chrono::microseconds(50));
+    const auto now = Arrivals::Clock::now();
+    waiter.post(number);
+    return now;
 }
 
 template<class Contender>
 double postOne(Contender& waiter, Arrivals& arrivals, std::uint32_t number) {
-    rest();
-    const auto postedAt = Arrivals::Clock::now();
-    waiter.post(number);
+    const auto postedAt = restAndPost(waiter, number);
     arrivals.wait();
     return std::chrono::duration<double>(arrivals.takenAt - postedAt).count();
 }
@@ -94,8 +96,7 @@ void measure(benchmark::State& state, bool isWithGLib, int postingCore, int wait
         seconds.push_back(postOne(waiter, arrivals, number++));
         state.SetIterationTime(seconds.back());
     }
-    rest();
-    waiter.post(Arrivals::lastNumber);
+    restAndPost(waiter, Arrivals::lastNumber);
     thread->wait();
     alarm(0);
     report(state, seconds);

@@ -211,7 +211,7 @@ class FullBus(unittest.TestCase):
     def run_with(self, printed):
         with mock.patch.object(programs, "call", return_value=printed) as called:
             samples = dict(programs.run_full_bus("folder", key("KXAPI", size=12), 3))
-        self.assertEqual(("folder/full_bus", "3", programs.FULL_BUS_PERCENT, "12"), called.call_args.args)
+        self.assertEqual(("folder/full_bus", "3", "90", "12"), called.call_args.args)
         return samples
 
     def test_tells_the_processor_time_and_the_heap_for_so_many_keys(self):
