@@ -20,19 +20,18 @@ kx_add_header_peer(readerwriterqueue readerwriterqueue.h readerwriterqueue)
 add_custom_target(benchmarks)
 add_dependencies(benchmarks full_bus)
 
-# kx_add_bench(NAME SOURCES ... [LIBRARIES ...]): a Google Benchmark program with a main of its own, or none and
-# benchmark::benchmark_main among its LIBRARIES. It links the shared libraries, as an application does.
-#
-# LIBRARIES may be Qt5::Core, PkgConfig::GLIB, PkgConfig::UV, Boost::thread, Boost::boost (headers: Asio, Lockfree),
-# Peer::concurrentqueue and Peer::readerwriterqueue.
-function(kx_add_bench name)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES")
-    add_executable(${name} ${arg_SOURCES})
+# kx_add_bench(SOURCE LIBRARIES...): a program named as its source, with the main function of support/main.cpp. It links
+# the shared libraries, as an application does. Boost::boost is headers: Asio, Lockfree.
+function(kx_add_bench source)
+    get_filename_component(name ${source} NAME_WE)
+    add_executable(${name} ${source} support/main.cpp)
     target_link_libraries(${name} PRIVATE
-        KXAPI_build_flags KXAPI::Events benchmark::benchmark Threads::Threads ${arg_LIBRARIES})
+        KXAPI_build_flags KXAPI::Events benchmark::benchmark Threads::Threads Qt5::Core Boost::boost Boost::thread ${ARGN})
     add_dependencies(benchmarks ${name})
 endfunction()
 
-foreach(folder queues keys actions names wakeup growth)
-    add_subdirectory(${folder})
-endforeach()
+kx_add_bench(queues/queue_bench.cpp PkgConfig::GLIB Peer::concurrentqueue Peer::readerwriterqueue)
+kx_add_bench(wakeup/wakeup_bench.cpp PkgConfig::UV)
+kx_add_bench(actions/action_bench.cpp PkgConfig::GLIB)
+kx_add_bench(name_bench.cpp)
+set_target_properties(name_bench PROPERTIES AUTOMOC ON)

@@ -1,5 +1,6 @@
 #include "events/KXEventQueue.h"
 
+#include "events/EventTypeName.h"
 #include "events/KXEventQueueAsPipe.h"
 #include "events/KXEventQueueAsQueue.h"
 #include "platform/KXDebug.h"
@@ -24,6 +25,13 @@ KXEventQueue* KXEventQueue::create(int type) {
 
 void KXEventQueue::setAfterPostFunction(void (*function)()) {
     afterPostFunction = function;
+}
+
+void KXEventQueue::tracePost(const KXEvent& event) {
+    constexpr int traceLevel = 4;
+    const EventTypeName name(event.eventType);
+    KXDebug::debugPrintError(traceLevel, eventQueueDebugKey, "KXEventQueue::postEvent %d %d %s", event.eventType,
+                             event.count, name.text());
 }
 
 } // namespace KX

@@ -55,7 +55,10 @@ protected:
     KXEventQueue(const KXEventQueue&) = delete;
     KXEventQueue& operator=(const KXEventQueue&) = delete;
 
-    // Within the class, since every post ends with it.
+    /// Tells the debug service of a post; every post begins with it.
+    KX_LOCAL static void tracePost(const KXEvent& event);
+
+    /// Every post ends with it.
     void callAfterPostFunction() const {
         if (afterPostFunction)
             afterPostFunction();

@@ -1,7 +1,6 @@
 #include "events/KXEventQueueAsPipe.h"
 
 #include "events/EventRecord.h"
-#include "events/PostTrace.h"
 #include "platform/KXDebug.h"
 
 namespace KX {

@@ -1,7 +1,5 @@
 #include "events/KXEventQueueAsQueue.h"
 
-#include "events/PostTrace.h"
-
 #include <boost/thread/lock_guard.hpp>
 
 namespace KX {

@@ -7,97 +7,55 @@ import subprocess
 import sys
 import tempfile
 
-import machine
-import programs
-from promises import judge_all
-from report import make_report, promises_table
-from results import ProgramFailed, read_csv, summarize, write_csv
-from selection import in_order
+from shared import TOP, Failed, WrongUse, say
 
-TOP = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-BUILD = os.path.join(TOP, "build", "bench")
-RECORD = os.path.join(TOP, "docs", "performance")
-TRIAL = os.path.join(TOP, "build", "performance")
+from . import programs, promises, report, results
 
 BUSY = 0.5
-
-EPILOG = """Installs the Debian packages that are missing, builds build/bench, runs every contender in turn and writes
-results.md, medians.csv and plots. The table of what must hold is printed, too. The exit status is 0 when all of it
-holds, 1 when something does not, 2 for wrong use. Thorough measuring takes about eleven minutes and wants a machine that
-does nothing else."""
-
-
-class WrongUse(Exception):
-    """Something that was asked for cannot be."""
+EPILOG = """Installs what is missing, builds build/bench, measures, and writes results.md, medians.csv and plots. The
+exit status is 0 when all that must hold holds, 1 when something does not, 2 for wrong use. Thorough measuring takes
+about eleven minutes and wants a machine that does nothing else."""
 
 
 class Parser(argparse.ArgumentParser):
-    """Says in one line what is wrong."""
-
     def error(self, message):
         raise WrongUse(message)
 
 
-def parse(arguments):
+def parse():
     parser = Parser(prog="bench/compare", description=__doc__, epilog=EPILOG, allow_abbrev=False)
     parser.add_argument("--quick", action="store_true", help="measure little, into build/performance")
-    parser.add_argument("--filter", metavar="REGEX", type=pattern,
+    parser.add_argument("--filter", metavar="REGEX", type=re.compile,
                         help="measure only what matches, such as 'wake-up|KXAPI$', into build/performance")
     parser.add_argument("--output", metavar="FOLDER",
                         help="where to write; docs/performance if nothing is said here and above")
     parser.add_argument("--from", dest="files", metavar="FILE", nargs="+",
-                        help="measure nothing, but read these files, each a medians.csv; the last one that has a "
-                             "measurement counts")
-    options = parser.parse_args(arguments)
+                        help="measure nothing, but read a medians.csv; of several the last that has a figure counts")
+    options = parser.parse_args()
     if options.files and (options.quick or options.filter):
         parser.error("--from measures nothing, so --quick and --filter mean nothing beside it")
     if options.output is None:
-        options.output = TRIAL if options.quick or options.filter else RECORD
+        options.output = os.path.join(TOP, "build" if options.quick or options.filter else "docs", "performance")
     return options
-
-
-def pattern(text):
-    try:
-        return re.compile(text)
-    except re.error as problem:
-        raise argparse.ArgumentTypeError(f"'{text}' is no regular expression: {problem}") from problem
 
 
 def prepare(steps):
     """Runs functions of packaging/common.sh, which say what they do."""
-    script = f'set -eu; root=$1; . "$root/packaging/common.sh"; {steps}'
-    if subprocess.run(["bash", "-c", script, "compare", TOP], check=False).returncode != 0:
-        raise ProgramFailed("bench/compare cannot go on")
-
-
-def read_files(names):
-    facts, results = {}, {}
-    for name in names:
-        try:
-            with open(name, encoding="utf-8") as file:
-                more_facts, more_results = read_csv(file, name)
-        except OSError as problem:
-            raise WrongUse(f"{name}: {problem.strerror}") from problem
-        except UnicodeDecodeError as problem:
-            raise WrongUse(f"{name}: this is no text") from problem
-        except ValueError as problem:
-            raise WrongUse(str(problem)) from problem
-        facts.update(more_facts)
-        results.update(more_results)
-    return facts, results
+    if subprocess.call(["bash", "-c", f'set -eu; root=$0; . "$root/packaging/common.sh"; {steps}', TOP]) != 0:
+        raise Failed("bench/compare cannot go on")
 
 
 def measure(options):
     load = os.getloadavg()[0]
     if load > BUSY:
-        programs.say(f"warning: this machine is busy with something else, its load is {load:.1f}")
+        say(f"warning: this machine is busy with something else, its load is {load:.1f}")
     prepare("install_packages run bench; build bench benchmarks")
-    facts = machine.describe(TOP, BUILD, load)
-    plan = programs.QUICK if options.quick else programs.THOROUGH
-    samples = programs.measure(BUILD, options.filter or re.compile(""), plan)
+    build = os.path.join(TOP, "build", "bench")
+    facts = report.describe_machine(build, load)
+    samples = programs.measure(build, options.filter or re.compile(""), options.quick)
     if not samples:
         raise WrongUse(f"nothing that is measured matches '{options.filter.pattern}'")
-    return facts, summarize(samples)
+    return facts, results.summarize(samples)
 
 
 def make_folder(path):
@@ -110,56 +68,40 @@ def make_folder(path):
         raise WrongUse(f"'{path}' cannot be written into: {problem.strerror}") from problem
 
 
-def write(folder, facts, results, outcomes):
-    try:
-        write_files(folder, facts, results, outcomes)
-    except OSError as problem:
-        raise WrongUse(f"{problem.filename or folder}: {problem.strerror}") from problem
-
-
-def write_files(folder, facts, results, outcomes):
+def write(folder, facts, found, outcomes):
     with open(os.path.join(folder, "medians.csv"), "w", encoding="utf-8", newline="") as file:
-        write_csv(file, facts, results)
+        results.write_csv(file, facts, found)
     with open(os.path.join(folder, "results.md"), "w", encoding="utf-8") as file:
-        file.write(make_report(facts, results, outcomes))
-    import plots  # pylint: disable=import-outside-toplevel # Matplotlib may have been installed a moment ago
-    plots.draw_all(folder, results)
+        file.write(report.make_report(facts, found, outcomes))
+    prepare("install_packages bench")
+    from . import plots  # pylint: disable=import-outside-toplevel # Matplotlib may have been installed a moment ago
+    plots.draw_all(folder, found)
 
 
-def judge(results, is_part):
-    """A part of the benchmarks is judged by what was measured."""
-    outcomes = judge_all(results)
-    return [outcome for outcome in outcomes if outcome.ratio is not None] if is_part else outcomes
-
-
-def compare(options):
-    if options.files:
-        facts, results = read_files(options.files)
-        make_folder(options.output)
-        prepare("install_packages bench")
-    else:
-        make_folder(options.output)
-        facts, results = measure(options)
-    results = in_order(results)
-    outcomes = judge(results, options.filter is not None)
-    write(options.output, facts, results, outcomes)
-    print(promises_table(outcomes), end="")
-    programs.say(f"Written into {os.path.relpath(options.output)}")
-    return 0 if all(outcome.holds() for outcome in outcomes) else 1
-
-
-def main(arguments):
+def main():
     try:
-        return compare(parse(arguments))
-    except WrongUse as problem:
-        programs.say(f"error: {problem}")
-        return 2
-    except ProgramFailed as problem:
-        programs.say(f"error: {problem}")
-        return 1
+        options = parse()
+        read = options.files and results.read_csv(options.files)
+        make_folder(options.output)
+        facts, found = read or measure(options)
+        outcomes = [promises.judge(promise, found) for promise in promises.PROMISES]
+        # A part of the benchmarks is judged by what was measured.
+        outcomes = [outcome for outcome in outcomes if not options.filter or outcome.ratio is not None]
+        write(options.output, facts, found, outcomes)
+        print(report.promises_table(outcomes), end="")
+        say(f"Written into {os.path.relpath(options.output)}")
+        return 0 if all(outcome.holds for outcome in outcomes) else 1
+    except Failed as problem:
+        say(f"error: {problem}")
+        return 2 if isinstance(problem, WrongUse) else 1
+    except re.error as problem:
+        say(f"error: argument --filter: '{problem.pattern}' is no regular expression: {problem}")
+    except OSError as problem:
+        say(f"error: {problem.filename}: {problem.strerror}")
     except KeyboardInterrupt:
         return 130
+    return 2
 
 
 if __name__ == "__main__":
-    sys.exit(main(sys.argv[1:]))
+    sys.exit(main())

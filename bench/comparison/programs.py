@@ -1,133 +1,95 @@
-"""The programs that measure: which there are, what they measure, and how they are run in turn."""
+"""The programs that measure, and how they are run in turn."""
 
+import json
 import os
 import re
-import subprocess
-import sys
 import tempfile
-from typing import NamedTuple
+from collections import namedtuple
 
-from results import GROWTH, OURS, Key, ProgramFailed, read_benchmarks, split_name
+from shared import Failed, call, say
 
-FULL_BUS = GROWTH + "keypad on a full bus"
-FULL_BUS_KEYS = (1, 4, 8, 12, 16)
-FULL_BUS_PERCENT = 90  # it is not here that it is judged
-FULL_BUS_FIGURES = {"processor": re.compile(r"^processor time .* s, ([0-9.]+) % of one core", re.MULTILINE),
-                    "heap": re.compile(r"^heap +([0-9]+) bytes", re.MULTILINE)}
+from .results import GROWTH, OURS, UNITS, Key
 
-
-class Program(NamedTuple):
-    """The shares tell how much of the repetitions and of the time for each a program needs."""
-
-    name: str
-    path: str
-    repetitions_share: float = 1
-    time_share: float = 1
+PROGRAMS = ("queue_bench", "wakeup_bench", "action_bench", "name_bench")
+FULL_BUS = [Key(GROWTH + "keypad on a full bus", OURS, "ours", keys) for keys in (1, 4, 8, 12, 16)]
+FULL_BUS_FIGURES = {"processor": r"(?m)^processor time .* s, ([0-9.]+) %", "heap": r"(?m)^heap +([0-9]+) bytes"}
+# Each round starts every program anew, so that all have their share of whatever else the machine does, and of good and
+# bad places in memory. In a program the contenders take turns.
+Plan = namedtuple("Plan", "rounds repetitions seconds full_bus_seconds")
+THOROUGH, QUICK = Plan(5, 4, 0.1, 4), Plan(3, 1, 0.02, 1)
 
 
-PROGRAMS = [
-    Program("queue_bench", "bench/queues/queue_bench"),
-    Program("key_bench", "bench/keys/key_bench"),
-    Program("wakeup_bench", "bench/wakeup/wakeup_bench"),
-    Program("action_bench", "bench/actions/action_bench"),
-    Program("name_bench", "bench/names/name_bench"),
-    # A curve asks for no sharp numbers.
-    Program("growth_bench", "bench/growth/growth_bench", 0.5, 0.5),
-]
+def read_label(label):
+    """The label of a measurement, which is its line in the list of the program, too."""
+    scenario, contender, group, size = label.split("|")
+    return Key(scenario, contender, group, int(size))
 
 
-class Plan(NamedTuple):
-    """How much is measured. Each round starts every program anew, so that all have their share of whatever else the
-    machine does, and of good and bad places in memory. In a program the contenders take turns."""
-
-    rounds: int
-    repetitions: int
-    seconds: float
-    full_bus_seconds: int
-
-
-THOROUGH = Plan(rounds=5, repetitions=4, seconds=0.1, full_bus_seconds=4)
-QUICK = Plan(rounds=3, repetitions=1, seconds=0.02, full_bus_seconds=1)
-
-
-def say(text):
-    print(text, file=sys.stderr, flush=True)
-
-
-def escape(name):
-    """A pattern of Google Benchmark that matches this name."""
-    return re.sub(r"[^A-Za-z0-9 ,:/_-]", lambda match: f"[{match[0]}]", name)
-
-
-def without_additions(name):
-    scenario, contender, size = split_name(name)
-    return "/".join([scenario, contender] + ([] if size is None else [str(size)]))
-
-
-def call(command):
-    """What it prints. What it says on standard error counts when it fails."""
-    try:
-        return subprocess.run(command, check=True, text=True, capture_output=True).stdout
-    except OSError as problem:
-        raise ProgramFailed(f"{os.path.basename(command[0])} cannot be started: {problem.strerror}") from problem
-    except subprocess.CalledProcessError as problem:
-        name = os.path.basename(command[0])
-        said = (problem.stderr or problem.stdout or "").rstrip().rpartition("\n")[2]
-        reason = f": {said}" if said else ""
-        raise ProgramFailed(f"{name} ended with status {problem.returncode}{reason}") from problem
+def matches(pattern, key):
+    return pattern.search("/".join([key.scenario, key.contender] + [str(key.size)] * bool(key.size)))
 
 
 def choose(folder, pattern):
-    """For each program that has benchmarks which match, their names."""
-    chosen = {}
-    for program in PROGRAMS:
-        listed = call([os.path.join(folder, program.path), "--benchmark_list_tests"]).splitlines()
-        names = [name for name in listed if pattern.search(without_additions(name))]
-        if names:
-            chosen[program] = names
-    return chosen
+    """The programs that measure what matches, whether it is growth, and the numbers of that in their lists."""
+    for growing in (False, True):
+        for program in PROGRAMS:
+            path = os.path.join(folder, program)
+            numbers = [number for number, key in enumerate(map(read_label, call(path, "--list").splitlines()))
+                       if key.scenario.startswith(GROWTH) == growing and matches(pattern, key)]
+            if numbers:
+                yield path, growing, numbers
 
 
-def run_program(folder, program, names, plan):
-    """One round of one program."""
-    repetitions = max(1, round(plan.repetitions * program.repetitions_share))
-    with tempfile.TemporaryDirectory() as temporary:
-        output = os.path.join(temporary, "results.json")
-        call([os.path.join(folder, program.path),
-              "--benchmark_filter=^(" + "|".join(escape(name) for name in names) + ")$",
-              "--benchmark_enable_random_interleaving=true",
-              f"--benchmark_repetitions={repetitions}",
-              f"--benchmark_min_time={plan.seconds * program.time_share}",
-              f"--benchmark_out={output}", "--benchmark_out_format=json"])
-        try:
-            with open(output, encoding="utf-8") as file:
-                return read_benchmarks(file.read())
-        except ProgramFailed as problem:
-            raise ProgramFailed(f"{program.name}: {problem}") from problem
+def run_program(path, growing, numbers, plan):
+    """One round of one program. A curve asks for no sharp numbers."""
+    share = 0.5 if growing else 1
+    with tempfile.NamedTemporaryFile("r", encoding="utf-8", suffix=".json") as output:
+        call(path, "--only=" + ",".join(map(str, numbers)), "--benchmark_enable_random_interleaving=true",
+             f"--benchmark_repetitions={max(1, round(plan.repetitions * share))}",
+             f"--benchmark_min_time={plan.seconds * share}", f"--benchmark_out={output.name}",
+             "--benchmark_out_format=json")
+        return read_samples(os.path.basename(path), output.read())
 
 
-def run_full_bus(folder, seconds, keys):
-    """It fails by itself when something is lost, or it takes too much of the processor."""
-    program = os.path.join(folder, "bench", "full_bus")
-    output = call([program, str(seconds), str(FULL_BUS_PERCENT), str(keys)])
-    for metric, figure in FULL_BUS_FIGURES.items():
-        found = figure.search(output)
-        if found is None:
-            raise ProgramFailed(f"full_bus does not tell about '{metric}'")
-        yield Key(FULL_BUS, OURS, keys, metric), float(found[1])
-
-
-def measure(folder, pattern, plan):
-    """All samples of what matches."""
-    chosen = choose(folder, pattern)
-    keys_in_use = [keys for keys in FULL_BUS_KEYS if pattern.search(f"{FULL_BUS}/{OURS}/{keys}")]
+def read_samples(program, text):
+    """The samples in what Google Benchmark writes: pairs of a key and a number."""
     samples = []
-    for number in range(1, plan.rounds + 1):
-        for program, names in chosen.items():
-            say(f"Round {number} of {plan.rounds}: {program.name}, {len(names)} benchmarks")
-            samples += run_program(folder, program, names, plan)
-        if keys_in_use:
-            say(f"Round {number} of {plan.rounds}: full_bus, {len(keys_in_use)} times {plan.full_bus_seconds} s")
-        for keys in keys_in_use:
-            samples += run_full_bus(folder, plan.full_bus_seconds, keys)
+    try:
+        for run in json.loads(text)["benchmarks"]:
+            if run.get("error_occurred"):
+                raise Failed(f"{program}: {run['name']}: {run['error_message']}")
+            if run["run_type"] == "iteration":
+                key = read_label(run["label"])
+                if "items_per_second" in run:
+                    samples.append((key, 1e9 / run["items_per_second"]))
+                samples += ((key._replace(metric=metric), run[metric]) for metric in UNITS if metric in run)
+    except (ValueError, KeyError, TypeError) as problem:
+        raise Failed(f"{program}: its results cannot be read") from problem
+    return samples
+
+
+def run_full_bus(folder, key, seconds):
+    """It fails by itself when something is lost."""
+    output = call(os.path.join(folder, "full_bus"), str(seconds), "90", str(key.size))
+    for metric, figure in FULL_BUS_FIGURES.items():
+        found = re.search(figure, output)
+        if not found:
+            raise Failed(f"full_bus does not tell about '{metric}'")
+        yield key._replace(metric=metric), float(found[1])
+
+
+def measure(build, pattern, is_quick):
+    """All samples of what matches."""
+    folder = os.path.join(build, "bench")
+    plan = QUICK if is_quick else THOROUGH
+    chosen = list(choose(folder, pattern))
+    buses = [key for key in FULL_BUS if matches(pattern, key)]
+    samples = []
+    for turn in range(1, plan.rounds + 1):
+        for path, growing, numbers in chosen:
+            say(f"Round {turn} of {plan.rounds}: {os.path.basename(path)}, {len(numbers)} benchmarks")
+            samples += run_program(path, growing, numbers, plan)
+        for key in buses:
+            say(f"Round {turn} of {plan.rounds}: full_bus, {key.size} keys, {plan.full_bus_seconds} s")
+            samples += run_full_bus(folder, key, plan.full_bus_seconds)
     return samples

@@ -1,121 +1,64 @@
-"""What must hold: how much of what others take the library may take, at most."""
+"""What must hold: how much of what others take the library may take."""
 
-from typing import NamedTuple, Optional
+from collections import namedtuple
 
-from results import OURS, Key
+from .results import OURS
 
-DEQUE = "mutex and deque"
-PIPE = "write, poll, read"
-
-
-class Promise(NamedTuple):
-    """In a scenario, ours takes at most this many times what the rival takes, or less than that: 1.5 times, or a third
-    for 'three times faster'. The rival is the contender of that name; where there is none, the fastest of that family,
-    or whose name begins so. It may be ours of another size."""
-
-    scenario: str
-    most: float
-    rival: str
-    size: Optional[int] = None
-    rival_size: Optional[int] = None
-    metric: str = "time"
-    less: bool = False
-
-
+DEQUE, PIPE = "mutex and deque", "write, poll, read"
 # An application has GLib's loop where Qt is built as Debian builds it, and chooses Qt's own by a variable.
-QT_WITH_GLIB = "Qt with GLib"
-QT_WITHOUT_GLIB = "Qt without GLib"
-QTS = (QT_WITH_GLIB, QT_WITHOUT_GLIB)
-FAMILIES = {
-    QT_WITH_GLIB: lambda name: name.startswith("Qt ") and not name.endswith(", no GLib"),
-    QT_WITHOUT_GLIB: lambda name: name.startswith("Qt ") and name.endswith(", no GLib"),
-}
+WITH_GLIB, WITHOUT_GLIB = "Qt with GLib", "Qt without GLib"
 
-IN_PROCESS = ("in-process, one event", "in-process, 1000 events", "in-process, two threads")
 
+# In a scenario, ours takes at most this many times what the rival takes, or less than that. The rival is a contender,
+# which may be ours of another size, or the fastest of a group.
+Promise = namedtuple("Promise", "scenario most rival size rival_size metric less", defaults=(0, 0, "time", False))
+Outcome = namedtuple("Outcome", "promise rival ratio holds", defaults=(None, False))  # no ratio: one was not measured
 PROMISES = [
-    Promise(IN_PROCESS[0], 1.6, DEQUE),
-    Promise(IN_PROCESS[0], 1.0, "GLib GAsyncQueue"),
-    *(Promise(IN_PROCESS[0], 1 / 3, qt) for qt in QTS),
-    Promise(IN_PROCESS[1], 1.3, DEQUE),
-    *(Promise(IN_PROCESS[1], 1 / 2, qt) for qt in QTS),
-    Promise(IN_PROCESS[2], 1.3, DEQUE),
-    *(Promise(IN_PROCESS[2], 1 / 2, qt) for qt in QTS),
+    Promise("in-process, one event", 1.6, DEQUE),
+    Promise("in-process, one event", 1.05, "GLib GAsyncQueue"),
+    Promise("in-process, one event", 1 / 3, WITH_GLIB),
+    Promise("in-process, one event", 1 / 1.5, WITHOUT_GLIB),
+    *(Promise(scenario, most, rival) for scenario in ("in-process, 1000 events", "in-process, two threads")
+      for rival, most in ((DEQUE, 1.3), (WITH_GLIB, 1 / 2), (WITHOUT_GLIB, 1 / 1.5))),
     Promise("pipe queue, one event", 1.15, PIPE),
-    Promise("key press", 1.5, PIPE),
+    Promise("key press", 1.25, PIPE),
     Promise("wake-up, one core", 1.2, "bare pipe", metric="p50"),
-    *(Promise("wake-up, one core", 1.0, qt, metric="p50") for qt in QTS),
-    Promise("actions waiting", 2.0, DEQUE, size=1),
-    Promise("actions waiting", 2.0, DEQUE, size=1000),
-    Promise("actions waiting", 2.0, DEQUE, size=100000),
+    *(Promise("actions waiting", 2.0, DEQUE, size=size) for size in (1, 1000, 100000)),
     *(Promise("actions waiting", 1.0, rival, size=size, less=True)
-      for rival in ("Asio", *QTS) for size in (1000, 100000)),
+      for rival in ("Asio", WITH_GLIB, WITHOUT_GLIB) for size in (1000, 100000)),
     Promise("chain of actions", 6.0, DEQUE, size=1000),
     Promise("chain of actions", 2.5, OURS, size=100000, rival_size=1000),
     Promise("name of an event type", 1.3, "table indexed by number"),
 ]
 
 
-class Outcome(NamedTuple):
-    """The ratio is None when one of the two was not measured."""
-
-    promise: Promise
-    rival: str
-    ratio: Optional[float]
-
-    def holds(self):
-        if self.ratio is None:
-            return False
-        return self.ratio < self.promise.most if self.promise.less else self.ratio <= self.promise.most
-
-
 def judge(promise, results):
-    size = promise.rival_size or promise.size
-    medians = {key.contender: summary.median for key, summary in results.items()
-               if (key.scenario, key.size, key.metric) == (promise.scenario, size, promise.metric)}
-    rival = find_rival(promise.rival, medians)
-    ours = results.get(Key(promise.scenario, OURS, promise.size, promise.metric))
-    if rival is None or ours is None:
-        return Outcome(promise, promise.rival, None)
-    return Outcome(promise, rival, ours.median / medians[rival])
+    def medians(size, name):
+        return [(summary.median, key.contender) for key, summary in results.items()
+                if (key.scenario, key.size, key.metric) == (promise.scenario, size, promise.metric)
+                and name in (key.contender, key.group)]
+
+    ours = medians(promise.size, OURS)
+    rivals = medians(promise.rival_size or promise.size, promise.rival)
+    if not ours or not rivals:
+        return Outcome(promise, promise.rival)
+    median, rival = min(rivals)
+    ratio = ours[0][0] / median
+    return Outcome(promise, rival, ratio, ratio < promise.most or (ratio == promise.most and not promise.less))
 
 
-def find_rival(name, medians):
-    if name in medians:
-        return name
-    belongs = FAMILIES.get(name, lambda contender: contender.startswith(name))
-    family = [contender for contender in medians if belongs(contender)]
-    return min(family, key=medians.get, default=None)
-
-
-def judge_all(results, promises=None):
-    return [judge(promise, results) for promise in promises or PROMISES]
-
-
-def describe(promise):
-    """The promise in words."""
-    place = promise.scenario if promise.size is None else f"{promise.scenario}, {promise.size:,}"
-    if promise.metric != "time":
-        place += f", {promise.metric}"
-    rival = promise.rival if promise.rival_size is None else f"{promise.rival} with {promise.rival_size:,}"
+def describe(outcome):
+    """The promise, the ratio and the verdict in words."""
+    promise, rival, ratio, holds = outcome
+    words = promise.scenario + (f", {promise.size:,}" if promise.size else "")
+    words += f", {promise.metric}: " if promise.metric != "time" else ": "
+    whom = promise.rival + (f" with {promise.rival_size:,}" if promise.rival_size else "")
     if promise.most < 1:
-        return f"{place}: at least {1 / promise.most:.3g} times as fast as {rival}"
-    if promise.most == 1:
-        return f"{place}: {'faster' if promise.less else 'not slower'} than {rival}"
-    return f"{place}: at most {promise.most:.3g} times what {rival} takes"
-
-
-def describe_ratio(outcome):
-    if outcome.ratio is None:
-        return "not measured"
-    if outcome.promise.most < 1:
-        text = f"{1 / outcome.ratio:.2f} times as fast"
+        words += f"at least {1 / promise.most:.3g} times as fast as {whom}"
     else:
-        text = f"{outcome.ratio:.2f} times"
-    return text if outcome.rival == outcome.promise.rival else f"{text} ({outcome.rival})"
-
-
-def describe_verdict(outcome):
-    if outcome.ratio is None:
-        return "-"
-    return "holds" if outcome.holds() else "DOES NOT HOLD"
+        words += f"faster than {whom}" if promise.less else f"at most {promise.most:.3g} times what {whom} takes"
+    if ratio is None:
+        return words, "not measured", "-"
+    measured = f"{1 / ratio:.2f} times as fast" if promise.most < 1 else f"{ratio:.2f} times"
+    measured += "" if rival == promise.rival else f" ({rival})"
+    return words, measured, "holds" if holds else "DOES NOT HOLD"

@@ -4,6 +4,7 @@
 #include "Mark.h"
 
 #include "events/KXEventType.h"
+#include "events/KXKeyCode.h"
 #include "input/KXInputEventManager.h"
 #include "platform/KXThread.h"
 
@@ -14,7 +15,6 @@
 namespace {
 
 constexpr int escapeOfToolkit = 0x01000000; // Qt::Key_Escape
-constexpr int escape = 0;
 
 KX::KXToolkitEvent keyEvent(int eventType, unsigned int timeStamp) {
     KX::KXToolkitEvent event;
@@ -25,32 +25,30 @@ KX::KXToolkitEvent keyEvent(int eventType, unsigned int timeStamp) {
 }
 
 bool isEscape(const KX::KXInputEvent& event, int eventType, unsigned int timeStamp) {
-    if (event.eventType == eventType && event.keyCode == escape && event.timeStamp == timeStamp)
+    if (event.eventType == eventType && event.keyCode == KX::KX_KEY_ESCAPE && event.timeStamp == timeStamp)
         return true;
-    std::fprintf(stderr, "expected event %d of key %d at %u, got %d of key %d at %u\n", eventType, escape,
-                 timeStamp, event.eventType, event.keyCode, event.timeStamp);
+    std::fprintf(stderr, "expected event %d of key %d at %u, got %d of key %d at %u\n", eventType,
+                 KX::KX_KEY_ESCAPE, timeStamp, event.eventType, event.keyCode, event.timeStamp);
     return false;
 }
 
-bool press(KX::KXInputEventManager& manager, unsigned int timeStamp) {
-    KX::KXToolkitEvent event = keyEvent(KX::TOOLKIT_KEY_PRESS_EVENT, timeStamp);
+bool pressAndRelease(KX::KXInputEventManager& manager, unsigned int timeStamp) {
+    KX::KXToolkitEvent press = keyEvent(KX::TOOLKIT_KEY_PRESS_EVENT, timeStamp);
     footprintMark();
-    manager.toolkitEventOccurred(event);
+    manager.toolkitEventOccurred(press);
     footprintMark();
     const KX::KXInputEvent taken = manager.getNextEvent();
     footprintMark();
-    return isEscape(taken, KX::KEY_PRESS_EVENT, timeStamp);
-}
-
-bool release(KX::KXInputEventManager& manager, unsigned int timeStamp) {
-    KX::KXToolkitEvent event = keyEvent(KX::TOOLKIT_KEY_RELEASE_EVENT, timeStamp);
-    manager.toolkitEventOccurred(event);
-    return isEscape(manager.getNextEvent(), KX::KEY_RELEASE_EVENT, timeStamp);
+    if (!isEscape(taken, KX::KEY_PRESS_EVENT, timeStamp))
+        return false;
+    KX::KXToolkitEvent release = keyEvent(KX::TOOLKIT_KEY_RELEASE_EVENT, timeStamp + 50);
+    manager.toolkitEventOccurred(release);
+    return isEscape(manager.getNextEvent(), KX::KEY_RELEASE_EVENT, timeStamp + 50);
 }
 
 bool pressTenTimes(KX::KXInputEventManager& manager) {
     for (unsigned int timeStamp = 1000; timeStamp <= 10000; timeStamp += 1000)
-        if (!press(manager, timeStamp) || !release(manager, timeStamp + 50))
+        if (!pressAndRelease(manager, timeStamp))
             return false;
     return !manager.hasEvents();
 }

@@ -1,0 +1,158 @@
+// Posting and running actions: many that wait, chains in which each posts the next, and several threads that post.
+// libuv is no contender: it has no queue of calls.
+
+#include "actions/KXActionQueue.h"
+#include "bench/actions/Work.h"
+#include "bench/support/Carriers.h"
+#include "bench/support/Measurement.h"
+#include "bench/support/Scenarios.h"
+#include "platform/KXTick.h"
+
+#include <glib.h>
+#include <memory>
+
+namespace Bench {
+namespace {
+
+template<bool detectsLoops>
+struct OwnActions {
+    OwnActions() {
+        event.eventType = eventTypeOfItems;
+    }
+
+    void post(const ActionItem& item) {
+        queue.postAction(item.action, &event, item.object);
+    }
+
+    bool take(Runner&) {
+        queue.executeActions(deadline, detectsLoops);
+        return false;
+    }
+
+    KX::KXActionQueue queue;
+    KX::KXEvent event; // never changes
+    const unsigned int deadline = KX::KXTick::getTickCount() + 3600000;
+};
+
+/// Idle calls of GLib's default main context, or of a main context of their own.
+template<bool isDefault>
+struct GLibActions {
+    void post(const ActionItem& item) {
+        const gpointer posted = g_slice_dup(ActionItem, &item);
+        if (isDefault) {
+            g_idle_add_full(G_PRIORITY_DEFAULT, &runPosted, posted, &freePosted);
+            return;
+        }
+        GSource* const source = g_idle_source_new();
+        g_source_set_callback(source, &runPosted, posted, &freePosted);
+        g_source_attach(source, context.get());
+        g_source_unref(source);
+    }
+
+    bool take(Runner&) {
+        while (g_main_context_iteration(context.get(), FALSE)) {
+        }
+        return false;
+    }
+
+    static gboolean runPosted(gpointer item) {
+        Runner::take(*static_cast<const ActionItem*>(item));
+        return G_SOURCE_REMOVE;
+    }
+
+    static void freePosted(gpointer item) {
+        g_slice_free(ActionItem, static_cast<ActionItem*>(item));
+    }
+
+    const std::unique_ptr<GMainContext, decltype(&g_main_context_unref)> context{
+        isDefault ? nullptr : g_main_context_new(), g_main_context_unref};
+};
+
+/// Many wait, or each posts the next while it runs.
+template<class Contender, bool isChain>
+void run(benchmark::State& state, std::size_t count) {
+    Runner runner;
+    Actions<Contender, isChain> work(count);
+    measure<Contender>(state, work, runner);
+}
+
+template<class Contender>
+void runAndCountWaiting(benchmark::State& state, std::size_t count) {
+    run<Contender, false>(state, count);
+    std::deque<Actions<Contender, false>> works;
+    works.emplace_back(count);
+    countMemory<Contender>(state, works);
+}
+
+/// One item of a chain waits at a time: what counts is what the contender keeps of those that ran.
+template<class Contender>
+void runAndCountChain(benchmark::State& state, std::size_t count) {
+    run<Contender, true>(state, count);
+    Runner runner;
+    Actions<Contender, true> work(count);
+    std::size_t after = 0;
+    work.bytesAtTheEnd = &after;
+    Contender contender;
+    runOnFreshHeap([&](std::size_t before) {
+        work.postTo(contender);
+        while (contender.take(runner)) {
+        }
+        state.counters["memory"] = static_cast<double>(after - before) / static_cast<double>(count);
+    });
+}
+
+/// Threads share in posting.
+template<class Contender>
+void runThreads(benchmark::State& state, std::size_t threads) {
+    Runner runner;
+    std::deque<Actions<Contender, false>> works;
+    for (std::size_t i = 0; i < threads; ++i)
+        works.emplace_back(24000 / threads);
+    measureThreads<Contender>(state, works, runner);
+    countMemory<Contender>(state, works);
+}
+
+template<class Contender, class ForChain = Contender>
+void addContender(const std::string& name, Group group) {
+    addSizes("actions waiting", name, group, run<Contender, false>, {1, 1000, 100000});
+    addSizes("chain of actions", name, group, run<ForChain, true>, {10, 1000, 100000});
+}
+
+template<class Contender>
+void addChainGrowth(const std::string& name, Group group) {
+    addSizes("growth, chain of actions", name, group, runAndCountChain<Contender>, {10, 1000, 100000});
+}
+
+template<class Contender, class ForChain = Contender>
+void addGrowth(const std::string& name, Group group) {
+    addSizes("growth, actions waiting", name, group, runAndCountWaiting<Contender>,
+             {1, 10, 1000, 100000, 1000000});
+    addChainGrowth<ForChain>(name, group);
+}
+
+template<class Contender>
+void addThreads(const char* name, Group group) {
+    addSizes("growth, threads posting actions", name, group, runThreads<Contender>, {1, 2, 3, 4}, Time::OfClock);
+}
+
+} // namespace
+
+void addAll() {
+    using Deque = LockedDeque<ActionItem>;
+    using Asio = AsioPost<ActionItem, Runner>;
+    addContender<OwnActions<false>, OwnActions<true>>("KXAPI", Group::Ours);
+    addContender<Deque>("mutex and deque", Group::Limit);
+    addContender<Asio>("Asio", Group::Peer);
+    addContender<GLibActions<true>>("GLib g_idle_add", Group::Peer);
+    addContender<GLibActions<false>>("GLib main context", Group::Peer);
+    addForEachLoop("Qt postEvent", addContender<QtPostEvent<ActionItem, Runner>>);
+    addForEachLoop("Qt invokeMethod", addContender<QtInvokeMethod<ActionItem, Runner>>);
+    addGrowth<OwnActions<false>, OwnActions<true>>("KXAPI", Group::Ours);
+    addGrowth<Deque>("mutex and deque", Group::Limit);
+    addGrowth<Asio>("Asio", Group::Peer);
+    addChainGrowth<OwnActions<false>>("KXAPI, loop detection off", Group::Ours);
+    addThreads<OwnActions<false>>("KXAPI", Group::Ours);
+    addThreads<Deque>("mutex and deque", Group::Limit);
+}
+
+} // namespace Bench

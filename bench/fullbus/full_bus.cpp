@@ -1,0 +1,175 @@
+// full_bus [SECONDS [PERCENT [KEYS]]]: a keypad on a full bus, all the way to the classified event. Ends with status 1
+// when a frame or an event is lost, or the process takes PERCENT of a processor core or more (5 by default). KEYS of
+// the keypad's 16 are in use.
+
+#include "bench/fullbus/BusProcess.h"
+#include "bench/fullbus/KeypadApplication.h"
+#include "bench/support/Heap.h"
+
+#include <QElapsedTimer>
+#include <QTemporaryDir>
+#include <QTimer>
+
+#include <atomic>
+#include <charconv>
+#include <ctime>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <linux/can.h>
+#include <sys/socket.h>
+
+namespace Bench {
+namespace {
+
+// The frames that the library takes from its bus, counted at its calls of recv by the thread that reads the bus. One is
+// out of order when its number does not follow that of its predecessor.
+std::atomic<std::uint32_t> framesTaken{0};
+std::atomic<std::uint32_t> framesOutOfOrder{0};
+
+void countFrame(int descriptor, const void* buffer) {
+    int type = 0;
+    socklen_t size = sizeof type;
+    if (getsockopt(descriptor, SOL_SOCKET, SO_TYPE, &type, &size) != 0 || type != SOCK_DGRAM)
+        return;
+    const std::uint32_t expected = framesTaken++;
+    if (BusTraffic::getNumber(static_cast<const can_frame*>(buffer)->data) != expected)
+        ++framesOutOfOrder;
+}
+
+double getProcessorSeconds() {
+    return static_cast<double>(std::clock()) / CLOCKS_PER_SEC;
+}
+
+/// Sends what is printed by the library where it costs a system call a line, as on a terminal, and nothing else.
+std::FILE* keepOutputForUs() {
+    std::FILE* const output = fdopen(dup(STDOUT_FILENO), "w");
+    const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    dup2(nowhere, STDOUT_FILENO);
+    close(nowhere);
+    return output;
+}
+
+struct Options {
+    std::uint32_t seconds = 60;
+    double mostPercent = 5;
+    std::uint32_t keys = BusTraffic::keyCount;
+
+    bool read(int argc, char** argv) {
+        return argc <= 4 && (argc <= 1 || readNumber(argv[1], 3600U, seconds)) &&
+               (argc <= 2 || readNumber(argv[2], 100.0, mostPercent)) &&
+               (argc <= 3 || readNumber(argv[3], BusTraffic::keyCount, keys));
+    }
+
+private:
+    /// All of \p text as a number above 0 and up to \p most; a whole one where \p number is.
+    template<class Number>
+    static bool readNumber(const char* text, Number most, Number& number) {
+        const char* const end = text + std::strlen(text);
+        const auto result = std::from_chars(text, end, number);
+        return result.ec == std::errc() && result.ptr == end && number > 0 && number <= most;
+    }
+};
+
+struct Result {
+    std::uint32_t sent = 0;
+    double seconds = 0;
+    double processorSeconds = 0;
+    std::size_t heapBytes = 0; // of the whole process, when the last frame was sent
+};
+
+/// Runs the main loop until all was sent, and until the last events are there.
+Result run(int bus, const BusTraffic& traffic, const KeypadApplication& application) {
+    Result result;
+    QElapsedTimer clock;
+    clock.start();
+    const double processorSecondsBefore = getProcessorSeconds();
+    QSocketNotifier sent(bus, QSocketNotifier::Read);
+    QObject::connect(&sent, &QSocketNotifier::activated, [&] {
+        static_cast<void>(!read(bus, &result.sent, sizeof result.sent)); // 0 when the bus has ended
+        result.seconds = static_cast<double>(clock.nsecsElapsed()) * 1e-9;
+        result.processorSeconds = getProcessorSeconds() - processorSecondsBefore;
+        result.heapBytes = getHeapBytes();
+        QCoreApplication::quit();
+    });
+    if (write(bus, "", 1) != 1)
+        std::perror("full_bus");
+    QCoreApplication::exec();
+    sent.setEnabled(false);
+    const auto isComplete = [&] {
+        return framesTaken >= result.sent && application.taken.keyEvents >= traffic.countKeyChanges(result.sent) &&
+               application.taken.encoderSteps >= BusTraffic::countEncoderFrames(result.sent);
+    };
+    const int longForAnyMachineMs = 10000;
+    clock.restart();
+    while (!isComplete() && clock.elapsed() < longForAnyMachineMs)
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+    // What came twice would come now.
+    QTimer::singleShot(300, [] { QCoreApplication::quit(); });
+    QCoreApplication::exec();
+    return result;
+}
+
+bool report(std::FILE* output, const Result& result, const BusTraffic& traffic, const Taken& taken,
+            double mostPercent) {
+    const std::uint32_t keys = traffic.countKeyChanges(result.sent);
+    const std::uint32_t steps = BusTraffic::countEncoderFrames(result.sent);
+    const std::uint32_t frames = framesTaken;
+    const std::uint32_t outOfOrder = framesOutOfOrder;
+    const double percent = 100 * result.processorSeconds / result.seconds;
+    std::fprintf(output, "frames sent          %u in %.2f s, %.0f a second\n", result.sent, result.seconds,
+                 result.sent / result.seconds);
+    std::fprintf(output, "frames read          %u, %u out of order\n", frames, outOfOrder);
+    std::fprintf(output, "key events           %u of %u, %u of them not as expected\n", taken.keyEvents, keys,
+                 taken.wrongKeyEvents);
+    std::fprintf(output, "encoder steps        %u of %u, in %u events\n", taken.encoderSteps, steps,
+                 taken.encoderEvents);
+    std::fprintf(output, "processor time       %.2f s, %.2f %% of one core (below %.1f %% wanted)\n",
+                 result.processorSeconds, percent, mostPercent);
+    std::fprintf(output, "heap                 %zu bytes, the toolkit's included\n", result.heapBytes);
+    const bool isLossless = result.sent > 0 && frames == result.sent && outOfOrder == 0 &&
+                            taken.keyEvents == keys && taken.wrongKeyEvents == 0 && taken.encoderSteps == steps;
+    const bool isCheap = percent < mostPercent;
+    std::fprintf(output, "%s%s\n", isLossless ? "nothing was lost" : "FAILED: something was lost",
+                 isCheap ? "" : "; FAILED: too much processor time");
+    return isLossless && isCheap;
+}
+
+/// Runs one keypad on one full bus.
+bool measure(int argc, char** argv, const Options& options, std::FILE* output) {
+    const QTemporaryDir folder("/tmp/kx_fullbus_XXXXXX");
+    const std::string bus = "unix:" + folder.filePath("bus").toStdString();
+    const BusTraffic traffic(options.keys);
+    const int process = forkBus(bus, traffic, BusTraffic::framesPerSecond * options.seconds);
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    qputenv("KX_CAN_BUS_0", bus.c_str());
+    const QApplication application(argc, argv);
+    const KeypadApplication keypad(traffic);
+    const Result result = run(process, traffic, keypad);
+    return report(output, result, traffic, keypad.taken, options.mostPercent);
+}
+
+} // namespace
+} // namespace Bench
+
+// Stands before the C library's for everything in this process; nothing else in it receives datagrams of a frame's size.
+extern "C" __attribute__((visibility("default"))) ssize_t recv(int descriptor, void* buffer, size_t size,
+                                                               int flags) {
+    static const auto next = reinterpret_cast<ssize_t (*)(int, void*, size_t, int)>(dlsym(RTLD_NEXT, "recv"));
+    const ssize_t received = next(descriptor, buffer, size, flags);
+    if (received == static_cast<ssize_t>(sizeof(can_frame)) && size == sizeof(can_frame))
+        Bench::countFrame(descriptor, buffer);
+    return received;
+}
+
+int main(int argc, char** argv) {
+    Bench::Options options;
+    if (!options.read(argc, argv)) {
+        std::fprintf(stderr, "usage: full_bus [SECONDS (1 to 3600) [PERCENT (up to 100) [KEYS (1 to 16)]]]\n");
+        return 2;
+    }
+    std::FILE* const output = Bench::keepOutputForUs();
+    const bool isGood = Bench::measure(argc, argv, options, output);
+    std::fclose(output);
+    // The bus and its handler stay with the process, as the library has it; no leak checker is to report them.
+    std::_Exit(isGood ? 0 : 1);
+}
