@@ -19,10 +19,10 @@ struct KXEncoderDynamicPair;
 enum class KXInputSetting {
     DoubleKeyPressDuration, ///< setDoubleKeyPressDuration, in ms
     LongKeyPressDuration,   ///< setLongKeyPressDuration, in ms
-    AcceptInput,            ///< acceptInput, 0 or 1
-    KeyboardLayout,         ///< setKeyboardLayout
     EncoderUserFactor,      ///< KXEncoderDynamic::setUserFactor
     EncoderLowPassFactor,   ///< KXEncoderDynamic::setLowPassFactor
+    AcceptInput,            ///< acceptInput, 0 or 1
+    KeyboardLayout,         ///< setKeyboardLayout
 };
 
 /// Sees all that reaches the input event manager, in the order in which the manager takes it and before it changes

@@ -4,30 +4,10 @@
 
 #include <cstdio>
 #include <memory>
-#include <optional>
 
 namespace Terminal {
 
 namespace {
-
-// Nothing for a setting on which no event depends.
-std::optional<Recording::NumberName> nameOf(KX::KXInputSetting setting) {
-    switch (setting) {
-    case KX::KXInputSetting::DoubleKeyPressDuration:
-        return Recording::NumberName::DoublePress;
-    case KX::KXInputSetting::LongKeyPressDuration:
-        return Recording::NumberName::LongPress;
-    case KX::KXInputSetting::EncoderUserFactor:
-        return Recording::NumberName::UserFactor;
-    case KX::KXInputSetting::EncoderLowPassFactor:
-        return Recording::NumberName::LowPass;
-    case KX::KXInputSetting::AcceptInput:
-        return Recording::NumberName::AcceptInput;
-    case KX::KXInputSetting::KeyboardLayout:
-        break;
-    }
-    return std::nullopt;
-}
 
 // By the number that the library knows it by: the name of the interface may be another on the next machine.
 constexpr const char* keypadBus = "can0";
@@ -41,8 +21,8 @@ void SessionRecorder::onToolkitEvent(const KX::KXToolkitEvent& event) {
 }
 
 void SessionRecorder::onSetting(KX::KXInputSetting setting, std::int64_t value) {
-    if (const auto name = nameOf(setting))
-        note(Recording::NumberSetting{*name, value});
+    if (setting != KX::KXInputSetting::KeyboardLayout) // no event depends on it
+        note(Recording::NumberSetting{setting, value});
 }
 
 void SessionRecorder::onSpeedTable(const std::vector<KX::KXEncoderDynamicPair>& pairs) {

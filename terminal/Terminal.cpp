@@ -62,8 +62,8 @@ using ActionQueue = std::unique_ptr<KX::KXActionQueue, ReleaseActions>;
 
 // Settings of the window and of recordings are the same five, in the same order.
 Recording::NumberSetting recordedSetting(InputSettings::Setting setting, int value) {
-    static_assert(static_cast<int>(Recording::NumberName::AcceptInput) == InputSettings::AcceptInput);
-    return {static_cast<Recording::NumberName>(setting), value};
+    static_assert(static_cast<int>(KX::KXInputSetting::AcceptInput) == InputSettings::AcceptInput);
+    return {static_cast<KX::KXInputSetting>(setting), value};
 }
 
 InputSettings::Setting settingOf(const Recording::NumberSetting& setting) {

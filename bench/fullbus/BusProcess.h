@@ -21,7 +21,7 @@ namespace Bench {
 inline std::uint32_t sendAll(const std::string& bus, const BusTraffic& traffic, std::uint32_t frames) {
     std::uint32_t sent = 0;
     try {
-        CANSender sender(bus);
+        CanBus::CANSender sender(bus);
         const auto start = std::chrono::steady_clock::now();
         for (; sent < frames; ++sent) {
             std::this_thread::sleep_until(

@@ -227,9 +227,9 @@ TEST_F(SessionPlayerTest, SettingsGoToWhoShowsThem) {
     play(
         sessionOf("1 set long-press 900\n2 set double-press 20\n3 set accept-input off\n4 set accept-input on\n"));
     ASSERT_EQ(4U, settings.size());
-    EXPECT_EQ(Recording::NumberName::LongPress, settings[0].name);
+    EXPECT_EQ(KX::KXInputSetting::LongKeyPressDuration, settings[0].name);
     EXPECT_EQ(900, settings[0].value);
-    EXPECT_EQ(Recording::NumberName::DoublePress, settings[1].name);
+    EXPECT_EQ(KX::KXInputSetting::DoubleKeyPressDuration, settings[1].name);
     EXPECT_EQ(0, settings[2].value);
     EXPECT_EQ(1, settings[3].value);
 }

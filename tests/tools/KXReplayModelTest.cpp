@@ -15,7 +15,6 @@ using KX::test::PlainEvent;
 using KX::test::Random;
 using KX::test::RandomInput;
 using KX::test::WorkerModel;
-using Recording::NumberName;
 using Recording::NumberSetting;
 
 KX::KXToolkitEvent toolkitEventOf(const Fields& fields) {
@@ -45,7 +44,7 @@ public:
         session.hasPasses = withPasses;
         add(Recording::Pass()); // without recorded passes the first entry sets their beat
         if (!withPasses)
-            session.entries.back().input = NumberSetting{NumberName::AcceptInput, 1};
+            session.entries.back().input = NumberSetting{KX::KXInputSetting::AcceptInput, 1};
     }
 
     void addEntry() {
@@ -107,23 +106,23 @@ private:
         const int factor = random.oneOf({0, 1, 500, 900, 1000, 1001, 2500});
         switch (random.below(5)) {
         case 0:
-            add(NumberSetting{NumberName::DoublePress, duration});
+            add(NumberSetting{KX::KXInputSetting::DoubleKeyPressDuration, duration});
             model.setDoublePress(duration);
             break;
         case 1:
-            add(NumberSetting{NumberName::LongPress, duration});
+            add(NumberSetting{KX::KXInputSetting::LongKeyPressDuration, duration});
             model.setLongPress(duration);
             break;
         case 2:
             model.acceptsInput = !random.oneIn(4);
-            add(NumberSetting{NumberName::AcceptInput, model.acceptsInput ? 1 : 0});
+            add(NumberSetting{KX::KXInputSetting::AcceptInput, model.acceptsInput ? 1 : 0});
             break;
         case 3:
-            add(NumberSetting{NumberName::UserFactor, factor});
+            add(NumberSetting{KX::KXInputSetting::EncoderUserFactor, factor});
             model.encoder->setUserFactor(factor);
             break;
         default:
-            add(NumberSetting{NumberName::LowPass, factor});
+            add(NumberSetting{KX::KXInputSetting::EncoderLowPassFactor, factor});
             model.encoder->setLowPassFactor(factor);
             break;
         }

@@ -20,7 +20,7 @@ protected:
         return repeatCall(call, *manager);
     }
 
-    int set(NumberName name, std::int64_t value) {
+    int set(KX::KXInputSetting name, std::int64_t value) {
         return repeat(NumberSetting{name, value});
     }
 
@@ -40,10 +40,10 @@ KX::KXToolkitEvent keyEvent(int type, int osKeyCode) {
 } // namespace
 
 TEST_F(RecordedCallsTest, DurationsDecideFromThenOn) {
-    EXPECT_EQ(0, set(NumberName::LongPress, 1000));
-    EXPECT_EQ(0, set(NumberName::DoublePress, 999));
-    EXPECT_EQ(20, set(NumberName::DoublePress, 1000));
-    EXPECT_EQ(20, set(NumberName::LongPress, 999));
+    EXPECT_EQ(0, set(KX::KXInputSetting::LongKeyPressDuration, 1000));
+    EXPECT_EQ(0, set(KX::KXInputSetting::DoubleKeyPressDuration, 999));
+    EXPECT_EQ(20, set(KX::KXInputSetting::DoubleKeyPressDuration, 1000));
+    EXPECT_EQ(20, set(KX::KXInputSetting::LongKeyPressDuration, 999));
     repeat(keyEvent(KX::TOOLKIT_KEY_PRESS_EVENT, Qt::Key_Escape));
     expectPosted(KX::KEY_PRESS_EVENT);
     timePasses(1000);
@@ -51,23 +51,23 @@ TEST_F(RecordedCallsTest, DurationsDecideFromThenOn) {
 }
 
 TEST_F(RecordedCallsTest, FactorsAreSet) {
-    EXPECT_EQ(0, set(NumberName::UserFactor, INT_MAX));
+    EXPECT_EQ(0, set(KX::KXInputSetting::EncoderUserFactor, INT_MAX));
     EXPECT_EQ(INT_MAX, encoder().getUserFactor());
-    EXPECT_EQ(24, set(NumberName::UserFactor, INT_MIN));
+    EXPECT_EQ(24, set(KX::KXInputSetting::EncoderUserFactor, INT_MIN));
     EXPECT_EQ(INT_MAX, encoder().getUserFactor());
-    EXPECT_EQ(0, set(NumberName::LowPass, 1000));
+    EXPECT_EQ(0, set(KX::KXInputSetting::EncoderLowPassFactor, 1000));
     EXPECT_EQ(1000, encoder().getLowPassFactor());
-    EXPECT_EQ(24, set(NumberName::LowPass, 1001));
+    EXPECT_EQ(24, set(KX::KXInputSetting::EncoderLowPassFactor, 1001));
     EXPECT_EQ(1000, encoder().getLowPassFactor());
 }
 
 TEST_F(RecordedCallsTest, InputIsTakenOrNot) {
-    EXPECT_EQ(0, set(NumberName::AcceptInput, 0));
+    EXPECT_EQ(0, set(KX::KXInputSetting::AcceptInput, 0));
     testing::internal::CaptureStdout();
     EXPECT_EQ(0, repeat(keyEvent(KX::TOOLKIT_KEY_PRESS_EVENT, Qt::Key_Escape)));
     EXPECT_NE("", testing::internal::GetCapturedStdout());
     expectNothingMore();
-    EXPECT_EQ(0, set(NumberName::AcceptInput, 1));
+    EXPECT_EQ(0, set(KX::KXInputSetting::AcceptInput, 1));
     repeat(keyEvent(KX::TOOLKIT_KEY_PRESS_EVENT, Qt::Key_Escape));
     expectPosted(KX::KEY_PRESS_EVENT);
 }

@@ -128,7 +128,7 @@ TEST_F(RecordingFileTest, EachEntryIsThereAsSoonAsItIsWritten) {
     File file(path, "recorder 7");
     EXPECT_TRUE(file.write(5, Pass()));
     EXPECT_EQ(head + "5 pass\n", content());
-    EXPECT_TRUE(file.write(5, NumberSetting{NumberName::LowPass, 3}));
+    EXPECT_TRUE(file.write(5, NumberSetting{KX::KXInputSetting::EncoderLowPassFactor, 3}));
     EXPECT_EQ(head + "5 pass\n5 set low-pass 3\n", content());
     EXPECT_TRUE(file.write(6, End()));
     EXPECT_EQ(head + "5 pass\n5 set low-pass 3\n6 end\n", content());
@@ -263,7 +263,8 @@ TEST_F(RecordingFileTest, AKilledProcessLeavesWholeLines) {
         const auto write = [this] {
             File file(path, "recorder 7");
             for (int i = 0; i < 10000000; ++i)
-                file.write(static_cast<unsigned int>(i), NumberSetting{NumberName::LowPass, i});
+                file.write(static_cast<unsigned int>(i),
+                           NumberSetting{KX::KXInputSetting::EncoderLowPassFactor, i});
         };
         const std::uintmax_t enough = 100 + static_cast<std::uintmax_t>(round) * 5000;
         std::error_code notThereYet;

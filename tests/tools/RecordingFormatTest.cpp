@@ -99,12 +99,15 @@ TEST(RecordingFormatTest, AKeyOfTheToolkitIsHexadecimalButForNone) {
 }
 
 TEST(RecordingFormatTest, SettingsOfOneNumber) {
-    EXPECT_EQ("9 set double-press 300", lineOf(9, NumberSetting{NumberName::DoublePress, 300}));
-    EXPECT_EQ("9 set long-press 4294967295", lineOf(9, NumberSetting{NumberName::LongPress, 4294967295}));
-    EXPECT_EQ("9 set user-factor -2147483648", lineOf(9, NumberSetting{NumberName::UserFactor, INT_MIN}));
-    EXPECT_EQ("9 set low-pass 2147483647", lineOf(9, NumberSetting{NumberName::LowPass, INT_MAX}));
-    EXPECT_EQ("9 set accept-input on", lineOf(9, NumberSetting{NumberName::AcceptInput, 1}));
-    EXPECT_EQ("9 set accept-input off", lineOf(9, NumberSetting{NumberName::AcceptInput, 0}));
+    EXPECT_EQ("9 set double-press 300", lineOf(9, NumberSetting{KX::KXInputSetting::DoubleKeyPressDuration, 300}));
+    EXPECT_EQ("9 set long-press 4294967295",
+              lineOf(9, NumberSetting{KX::KXInputSetting::LongKeyPressDuration, 4294967295}));
+    EXPECT_EQ("9 set user-factor -2147483648",
+              lineOf(9, NumberSetting{KX::KXInputSetting::EncoderUserFactor, INT_MIN}));
+    EXPECT_EQ("9 set low-pass 2147483647",
+              lineOf(9, NumberSetting{KX::KXInputSetting::EncoderLowPassFactor, INT_MAX}));
+    EXPECT_EQ("9 set accept-input on", lineOf(9, NumberSetting{KX::KXInputSetting::AcceptInput, 1}));
+    EXPECT_EQ("9 set accept-input off", lineOf(9, NumberSetting{KX::KXInputSetting::AcceptInput, 0}));
     for (const char* const line :
          {"9 set double-press 0", "9 set double-press 4294967295", "9 set long-press 0",
           "9 set long-press 4294967295", "9 set user-factor -2147483648", "9 set user-factor 2147483647",
@@ -267,9 +270,10 @@ private:
     }
 
     NumberSetting anyNumber() {
-        const auto name = static_cast<NumberName>(below(5));
-        const bool isUnsigned = name == NumberName::DoublePress || name == NumberName::LongPress;
-        if (name == NumberName::AcceptInput)
+        const auto name = static_cast<KX::KXInputSetting>(below(5));
+        const bool isUnsigned =
+            name == KX::KXInputSetting::DoubleKeyPressDuration || name == KX::KXInputSetting::LongKeyPressDuration;
+        if (name == KX::KXInputSetting::AcceptInput)
             return {name, below(2)};
         return {name, isUnsigned ? std::int64_t{anyUnsigned()} : std::int64_t{anyInt()}};
     }

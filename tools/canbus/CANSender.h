@@ -50,5 +50,3 @@ private:
 };
 
 } // namespace CanBus
-
-using CanBus::CANSender; // bench/fullbus still uses the name without its namespace

@@ -20,7 +20,6 @@ namespace {
 
 using KX::KXSimulation;
 using Recording::Entry;
-using Recording::NumberName;
 
 constexpr int keypadsBus = 0;
 constexpr unsigned int passIntervalMs = 100;
@@ -175,7 +174,8 @@ void Player::apply(const Recording::Frame& frame) {
 }
 
 void Player::apply(const Recording::NumberSetting& setting) {
-    if (setting.name == NumberName::DoublePress || setting.name == NumberName::LongPress) {
+    if (setting.name == KX::KXInputSetting::DoubleKeyPressDuration ||
+        setting.name == KX::KXInputSetting::LongKeyPressDuration) {
         recordedDurations.take(setting);
         setDurations(options.other.applyTo(recordedDurations));
     } else if (!options.other.replace(setting.name)) {

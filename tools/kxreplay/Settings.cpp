@@ -9,7 +9,6 @@ namespace Replay {
 namespace {
 
 using Recording::Entry;
-using Recording::NumberName;
 using Recording::NumberSetting;
 
 bool isOperatorsOrPass(const Entry& entry) {
@@ -43,9 +42,9 @@ void check(const Durations& durations, const std::string& where) {
 
 void Durations::take(const NumberSetting& setting) {
     const auto ms = static_cast<unsigned int>(setting.value);
-    if (setting.name == NumberName::DoublePress && ms < longPressMs)
+    if (setting.name == KX::KXInputSetting::DoubleKeyPressDuration && ms < longPressMs)
         doublePressMs = ms;
-    else if (setting.name == NumberName::LongPress && ms > doublePressMs)
+    else if (setting.name == KX::KXInputSetting::LongKeyPressDuration && ms > doublePressMs)
         longPressMs = ms;
 }
 
@@ -61,17 +60,18 @@ bool OtherSettings::haveDurations() const {
     return doublePressMs || longPressMs;
 }
 
-bool OtherSettings::replace(NumberName name) const {
+bool OtherSettings::replace(KX::KXInputSetting name) const {
     switch (name) {
-    case NumberName::DoublePress:
+    case KX::KXInputSetting::DoubleKeyPressDuration:
         return doublePressMs.has_value();
-    case NumberName::LongPress:
+    case KX::KXInputSetting::LongKeyPressDuration:
         return longPressMs.has_value();
-    case NumberName::UserFactor:
+    case KX::KXInputSetting::EncoderUserFactor:
         return userFactor.has_value();
-    case NumberName::LowPass:
+    case KX::KXInputSetting::EncoderLowPassFactor:
         return lowPass.has_value();
-    case NumberName::AcceptInput:
+    case KX::KXInputSetting::AcceptInput:
+    case KX::KXInputSetting::KeyboardLayout:
         return false;
     }
     return false;

@@ -30,7 +30,7 @@ struct OtherSettings {
     bool haveDurations() const;
 
     /// Whether the play ignores the recorded settings of this name.
-    bool replace(Recording::NumberName name) const;
+    bool replace(KX::KXInputSetting name) const;
 
     Durations applyTo(Durations recorded) const;
 };

@@ -10,16 +10,18 @@ int repeatCall(const NumberSetting& setting, KX::KXInputEventManager& manager) {
     if (!encoder)
         return KX::STATUS_REFUSED;
     switch (setting.name) {
-    case NumberName::DoublePress:
+    case KX::KXInputSetting::DoubleKeyPressDuration:
         return manager.setDoubleKeyPressDuration(static_cast<unsigned int>(setting.value));
-    case NumberName::LongPress:
+    case KX::KXInputSetting::LongKeyPressDuration:
         return manager.setLongKeyPressDuration(static_cast<unsigned int>(setting.value));
-    case NumberName::UserFactor:
+    case KX::KXInputSetting::EncoderUserFactor:
         return encoder->setUserFactor(static_cast<int>(setting.value));
-    case NumberName::LowPass:
+    case KX::KXInputSetting::EncoderLowPassFactor:
         return encoder->setLowPassFactor(static_cast<int>(setting.value));
-    case NumberName::AcceptInput:
+    case KX::KXInputSetting::AcceptInput:
         return manager.acceptInput(setting.value != 0);
+    case KX::KXInputSetting::KeyboardLayout:
+        break; // no event depends on it
     }
     return KX::STATUS_REFUSED;
 }

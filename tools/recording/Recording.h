@@ -3,6 +3,7 @@
 #include "encoder/KXEncoderDynamic.h"
 #include "events/KXEvent.h"
 #include "input/CANRemoteOptions.h"
+#include "input/KXInputObserver.h"
 #include "platform/KXCANMessage.h"
 
 #include <cstddef>
@@ -20,13 +21,10 @@
 /// docs/recording.md describes the file format. This code uses no clock, no platform and no toolkit.
 namespace Recording {
 
-/// The settings that are one number.
-enum class NumberName { DoublePress, LongPress, UserFactor, LowPass, AcceptInput };
-
 /// A call that set one of them: setDoubleKeyPressDuration, setLongKeyPressDuration, setUserFactor,
 /// setLowPassFactor or acceptInput (0 or 1). Refused calls are recorded, too.
 struct NumberSetting {
-    NumberName name;
+    KX::KXInputSetting name;
     std::int64_t value;
 };
 

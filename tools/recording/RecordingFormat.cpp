@@ -26,7 +26,7 @@ struct Formatter {
     }
     std::string operator()(const NumberSetting& setting) const {
         const std::string text = "set " + std::string(wordOf(setting.name)) + " ";
-        if (setting.name == NumberName::AcceptInput)
+        if (setting.name == KX::KXInputSetting::AcceptInput)
             return text + (setting.value != 0 ? "on" : "off");
         return text + std::to_string(setting.value);
     }

@@ -24,7 +24,7 @@ void mustBeAtEnd(std::string_view words) {
 NumberSetting parseNumberSetting(const NumberWord& setting, std::string_view words) {
     const std::string_view text = Text::takeWord(words);
     mustBeAtEnd(words);
-    if (setting.name == NumberName::AcceptInput) {
+    if (setting.name == KX::KXInputSetting::AcceptInput) {
         if (text != "on" && text != "off")
             fail(Text::quoted(text) + " is neither 'on' nor 'off'");
         return {setting.name, text == "on" ? 1 : 0};
