@@ -84,10 +84,6 @@ int forkBus(const std::string& bus, const BusTraffic& traffic, std::uint32_t fra
     _exit(write(ends[1], &sent, sizeof sent) == sizeof sent ? 0 : 1);
 }
 
-double getProcessorSeconds() {
-    return static_cast<double>(std::clock()) / CLOCKS_PER_SEC;
-}
-
 /// Sends what is printed by the library where it costs a system call a line, as on a terminal, and nothing else.
 std::FILE* keepOutputForUs() {
     std::FILE* const output = fdopen(dup(STDOUT_FILENO), "w");
@@ -129,12 +125,12 @@ Result run(int bus, const BusTraffic& traffic, const KeypadApplication& applicat
     Result result;
     QElapsedTimer clock;
     clock.start();
-    const double processorSecondsBefore = getProcessorSeconds();
+    const std::clock_t processorTimeBefore = std::clock();
     QSocketNotifier sent(bus, QSocketNotifier::Read);
     QObject::connect(&sent, &QSocketNotifier::activated, [&] {
         static_cast<void>(!read(bus, &result.sent, sizeof result.sent)); // 0 when the bus has ended
         result.seconds = static_cast<double>(clock.nsecsElapsed()) * 1e-9;
-        result.processorSeconds = getProcessorSeconds() - processorSecondsBefore;
+        result.processorSeconds = static_cast<double>(std::clock() - processorTimeBefore) / CLOCKS_PER_SEC;
         result.heapBytes = getHeapBytes();
         QCoreApplication::quit();
     });

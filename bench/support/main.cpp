@@ -97,5 +97,4 @@ int main(int argc, char** argv) {
     benchmark::Shutdown();
     end.set_value();
     otherThread.join();
-    return 0;
 }
