@@ -61,18 +61,13 @@ std::string nameFromMetaEnum(int type) {
 
 using Translate = std::string (*)(int);
 
-/// Many named types in an order that no branch prediction learns; the same for every contender.
-std::vector<int> makeRandomTypes() {
+// Each name is asked for by a call, as the library's is.
+void measure(benchmark::State& state, Translate translate) {
+    // Many types in an order that no branch prediction learns; the same for every contender.
     std::mt19937 random(1);
     std::vector<int> types(1U << 16);
     for (int& type : types)
         type = namedTypes[random() % std::size(namedTypes)].first;
-    return types;
-}
-
-// Each name is asked for by a call, as the library's is.
-void measure(benchmark::State& state, Translate translate) {
-    const std::vector<int> types = makeRandomTypes();
     for (const auto& [type, name] : namedTypes)
         if (translate(type) != name)
             state.SkipWithError("a name is wrong");

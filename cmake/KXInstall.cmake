@@ -3,44 +3,10 @@
 
 set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME development)
 
-# The public headers, and the only place where they are listed. Others are the library's own.
-set(kx_public_headers
-    events/KXCANMessage.h
-    events/KXEvent.h
-    events/KXEventClass.h
-    events/KXEventKind.h
-    events/KXEventQueue.h
-    events/KXEventQueueAsPipe.h
-    events/KXEventQueueAsQueue.h
-    events/KXEventType.h
-    events/KXKeyCode.h
-    events/KXSomeEvent.h
-    events/sync/KXBackoffMutex.h
-    events/sync/KXCountedCondition.h
-    events/sync/KXSizedDeque.h
-    encoder/KXEncoderDynamic.h
-    actions/KXActionQueue.h
-    actions/KXHashedSet.h
-    input/CANRemoteHandler.h
-    input/CANRemoteOptions.h
-    input/KXInputEventManager.h
-    input/KXInputObserver.h
-    platform/KXAction.h
-    platform/KXCPU.h
-    platform/KXCANMessage.h
-    platform/KXCANRaw.h
-    platform/KXDebug.h
-    platform/KXEndPoint.h
-    platform/KXEndPointHandler.h
-    platform/KXEndPointManager.h
-    platform/KXExport.h
-    platform/KXMutex.h
-    platform/KXPipe.h
-    platform/KXStatus.h
-    platform/KXString.h
-    platform/KXThread.h
-    platform/KXTick.h
-    platform/simulated/KXSimulation.h)
+# The public headers tell by their names: what is exported bears the prefix. Others are the library's own.
+file(GLOB kx_public_headers RELATIVE "${PROJECT_SOURCE_DIR}" CONFIGURE_DEPENDS
+    events/KX*.h events/sync/KX*.h encoder/KX*.h actions/KX*.h input/KX*.h input/CANRemote*.h
+    platform/KX*.h platform/simulated/KXSimulation.h)
 foreach(header IN LISTS kx_public_headers)
     get_filename_component(folder "${header}" DIRECTORY)
     install(FILES "${header}" DESTINATION "${KXAPI_INCLUDE_DIR}/${folder}")

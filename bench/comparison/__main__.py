@@ -11,7 +11,6 @@ from shared import TOP, Failed, WrongUse, say
 
 from . import programs, promises, report, results
 
-BUSY = 0.5
 EPILOG = """Installs what is missing, builds build/bench, measures, and writes results.md, medians.csv and plots. The
 exit status is 0 when all that must hold holds, 1 when something does not, 2 for wrong use. Thorough measuring takes
 about eleven minutes and wants a machine that does nothing else."""
@@ -47,7 +46,7 @@ def prepare(steps):
 
 def measure(options):
     load = os.getloadavg()[0]
-    if load > BUSY:
+    if load > 0.5:
         say(f"warning: this machine is busy with something else, its load is {load:.1f}")
     prepare("install_packages run bench; build bench benchmarks")
     build = os.path.join(TOP, "build", "bench")
@@ -84,9 +83,9 @@ def main():
         read = options.files and results.read_csv(options.files)
         make_folder(options.output)
         facts, found = read or measure(options)
-        outcomes = [promises.judge(promise, found) for promise in promises.PROMISES]
         # A part of the benchmarks is judged by what was measured.
-        outcomes = [outcome for outcome in outcomes if not options.filter or outcome.ratio is not None]
+        outcomes = [outcome for outcome in (promises.judge(promise, found) for promise in promises.PROMISES)
+                    if not options.filter or outcome.ratio is not None]
         write(options.output, facts, found, outcomes)
         print(report.promises_table(outcomes), end="")
         say(f"Written into {os.path.relpath(options.output)}")

@@ -69,7 +69,7 @@ def read_samples(program, text):
 
 
 def run_full_bus(folder, key, seconds):
-    """It fails by itself when something is lost."""
+    """It fails by itself when something is lost; what it takes of the processor is not judged here."""
     output = call(os.path.join(folder, "full_bus"), str(seconds), "90", str(key.size))
     for metric, figure in FULL_BUS_FIGURES.items():
         found = re.search(figure, output)

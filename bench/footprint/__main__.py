@@ -13,8 +13,7 @@ from shared import TOP, Failed, call, read_cache, say
 from . import elf, emulator, report
 
 LIBRARIES = ("libKXAPI_Events", "libKXAPI_OS_ABS", "libKXAPI_Hardware", "libKXAPI_Utility")
-STARTS = ("goes_without", "links", "creates")
-TIMED_RUNS = 20
+STARTS, TIMED_RUNS = ("goes_without", "links", "creates"), 20
 
 
 class Footprint:
@@ -79,7 +78,7 @@ def repeated(what, runs, count):
 def main():
     parser = argparse.ArgumentParser(
         prog="bench/footprint/measure",
-        description="Builds the library for 32-bit ARM and prints its sizes there, and what a start and a key press take.")
+        description="Builds the library for 32-bit ARM and prints its sizes, and what a start and a key press take.")
     parser.add_argument("--build", help=argparse.SUPPRESS)
     parser.add_argument("--check-presses", help=argparse.SUPPRESS, action="store_true")
     parser.add_argument("--runs", type=int, default=3, help="how often each is counted; 3 if not told otherwise")

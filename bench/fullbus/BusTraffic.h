@@ -45,7 +45,6 @@ public:
         return frame;
     }
 
-    /// The number in the data of a frame.
     static std::uint32_t getNumber(const unsigned char* data) {
         std::uint32_t number = 0;
         std::memcpy(&number, data + numberIndex, sizeof number);
@@ -89,7 +88,6 @@ public:
         return options;
     }
 
-    /// The toolkit's keys for its key codes.
     static std::map<int, int> makeKeyMapping() {
         std::map<int, int> mapping;
         for (int i = 0; i < static_cast<int>(keyCount); ++i)

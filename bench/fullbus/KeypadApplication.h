@@ -15,7 +15,6 @@
 
 namespace Bench {
 
-/// What an application has taken.
 struct Taken {
     std::uint32_t keyEvents = 0;
     std::uint32_t wrongKeyEvents = 0; // not the next to come

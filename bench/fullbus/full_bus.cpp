@@ -2,9 +2,9 @@
 // when a frame or an event is lost, or the process takes PERCENT of a processor core or more (5 by default). KEYS of
 // the keypad's 16 are in use.
 
-#include "bench/fullbus/BusProcess.h"
 #include "bench/fullbus/KeypadApplication.h"
 #include "bench/support/Heap.h"
+#include "tools/canbus/CANSender.h"
 
 #include <QElapsedTimer>
 #include <QTemporaryDir>
@@ -12,11 +12,19 @@
 
 #include <atomic>
 #include <charconv>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
 #include <ctime>
 #include <dlfcn.h>
+#include <exception>
 #include <fcntl.h>
 #include <linux/can.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
+#include <thread>
+#include <unistd.h>
 
 namespace Bench {
 namespace {
@@ -36,8 +44,44 @@ void countFrame(int descriptor, const void* buffer) {
         ++framesOutOfOrder;
 }
 
-double getProcessorSeconds() {
-    return static_cast<double>(std::clock()) / CLOCKS_PER_SEC;
+/// Sends the frames one by one as on a bus: the reader has to wake up for each.
+/// \return how many; 0 when it failed, which it has said on standard error
+std::uint32_t sendAll(const std::string& bus, const BusTraffic& traffic, std::uint32_t frames) {
+    std::uint32_t sent = 0;
+    try {
+        CanBus::CANSender sender(bus);
+        const auto start = std::chrono::steady_clock::now();
+        for (; sent < frames; ++sent) {
+            std::this_thread::sleep_until(
+                start + std::chrono::nanoseconds(1000000000LL * sent / BusTraffic::framesPerSecond));
+            sender.send(traffic.makeFrame(sent));
+        }
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "full_bus: after %u frames: %s\n", sent, error.what());
+        return 0;
+    }
+    return sent;
+}
+
+/// Forks the bus, a process of its own, so that its processor time is not ours. To be called before the first thread.
+/// \return a socket: a byte written to it lets the bus send, and it becomes readable with the number of frames sent
+int forkBus(const std::string& bus, const BusTraffic& traffic, std::uint32_t frames) {
+    int ends[2] = {-1, -1};
+    const bool isOpen = socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) == 0;
+    const pid_t process = isOpen ? fork() : -1;
+    if (process < 0) {
+        std::perror("full_bus");
+        std::exit(1);
+    }
+    close(process == 0 ? ends[0] : ends[1]);
+    if (process != 0)
+        return ends[0];
+    prctl(PR_SET_PDEATHSIG, SIGKILL); // when the reader is ended
+    char go = 0;
+    if (read(ends[1], &go, 1) != 1)
+        _exit(1);
+    const std::uint32_t sent = sendAll(bus, traffic, frames);
+    _exit(write(ends[1], &sent, sizeof sent) == sizeof sent ? 0 : 1);
 }
 
 /// Sends what is printed by the library where it costs a system call a line, as on a terminal, and nothing else.
@@ -49,6 +93,14 @@ std::FILE* keepOutputForUs() {
     return output;
 }
 
+/// All of \p text as a number above 0 and up to \p most; a whole one where \p number is.
+template<class Number>
+bool readNumber(const char* text, Number most, Number& number) {
+    const char* const end = text + std::strlen(text);
+    const auto result = std::from_chars(text, end, number);
+    return result.ec == std::errc() && result.ptr == end && number > 0 && number <= most;
+}
+
 struct Options {
     std::uint32_t seconds = 60;
     double mostPercent = 5;
@@ -58,15 +110,6 @@ struct Options {
         return argc <= 4 && (argc <= 1 || readNumber(argv[1], 3600U, seconds)) &&
                (argc <= 2 || readNumber(argv[2], 100.0, mostPercent)) &&
                (argc <= 3 || readNumber(argv[3], BusTraffic::keyCount, keys));
-    }
-
-private:
-    /// All of \p text as a number above 0 and up to \p most; a whole one where \p number is.
-    template<class Number>
-    static bool readNumber(const char* text, Number most, Number& number) {
-        const char* const end = text + std::strlen(text);
-        const auto result = std::from_chars(text, end, number);
-        return result.ec == std::errc() && result.ptr == end && number > 0 && number <= most;
     }
 };
 
@@ -82,12 +125,12 @@ Result run(int bus, const BusTraffic& traffic, const KeypadApplication& applicat
     Result result;
     QElapsedTimer clock;
     clock.start();
-    const double processorSecondsBefore = getProcessorSeconds();
+    const std::clock_t processorTimeBefore = std::clock();
     QSocketNotifier sent(bus, QSocketNotifier::Read);
     QObject::connect(&sent, &QSocketNotifier::activated, [&] {
         static_cast<void>(!read(bus, &result.sent, sizeof result.sent)); // 0 when the bus has ended
         result.seconds = static_cast<double>(clock.nsecsElapsed()) * 1e-9;
-        result.processorSeconds = getProcessorSeconds() - processorSecondsBefore;
+        result.processorSeconds = static_cast<double>(std::clock() - processorTimeBefore) / CLOCKS_PER_SEC;
         result.heapBytes = getHeapBytes();
         QCoreApplication::quit();
     });
@@ -116,16 +159,16 @@ bool report(std::FILE* output, const Result& result, const BusTraffic& traffic, 
     const std::uint32_t frames = framesTaken;
     const std::uint32_t outOfOrder = framesOutOfOrder;
     const double percent = 100 * result.processorSeconds / result.seconds;
-    std::fprintf(output, "frames sent          %u in %.2f s, %.0f a second\n", result.sent, result.seconds,
-                 result.sent / result.seconds);
-    std::fprintf(output, "frames read          %u, %u out of order\n", frames, outOfOrder);
-    std::fprintf(output, "key events           %u of %u, %u of them not as expected\n", taken.keyEvents, keys,
-                 taken.wrongKeyEvents);
-    std::fprintf(output, "encoder steps        %u of %u, in %u events\n", taken.encoderSteps, steps,
-                 taken.encoderEvents);
-    std::fprintf(output, "processor time       %.2f s, %.2f %% of one core (below %.1f %% wanted)\n",
-                 result.processorSeconds, percent, mostPercent);
-    std::fprintf(output, "heap                 %zu bytes, the toolkit's included\n", result.heapBytes);
+    std::fprintf(output,
+                 "frames sent          %u in %.2f s, %.0f a second\n"
+                 "frames read          %u, %u out of order\n"
+                 "key events           %u of %u, %u of them not as expected\n"
+                 "encoder steps        %u of %u, in %u events\n"
+                 "processor time       %.2f s, %.2f %% of one core (below %.1f %% wanted)\n"
+                 "heap                 %zu bytes, the toolkit's included\n",
+                 result.sent, result.seconds, result.sent / result.seconds, frames, outOfOrder, taken.keyEvents,
+                 keys, taken.wrongKeyEvents, taken.encoderSteps, steps, taken.encoderEvents,
+                 result.processorSeconds, percent, mostPercent, result.heapBytes);
     const bool isLossless = result.sent > 0 && frames == result.sent && outOfOrder == 0 &&
                             taken.keyEvents == keys && taken.wrongKeyEvents == 0 && taken.encoderSteps == steps;
     const bool isCheap = percent < mostPercent;

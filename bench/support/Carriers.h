@@ -45,8 +45,7 @@ struct LockedDeque {
 /// As Asio's documents advise where one thread runs the context: with the hint 1, and a work guard, so that the context
 /// does not stop when it runs out of handlers. Taking runs all that waits.
 template<class Payload, class Sink, class From = const Payload>
-class AsioPost {
-public:
+struct AsioPost {
     using Item = From;
 
     void post(From& item) {
@@ -62,18 +61,14 @@ public:
         return context.poll() != 0;
     }
 
-protected:
     boost::asio::io_context context{1};
     Sink* sink = nullptr;
-
-private:
     const boost::asio::executor_work_guard<boost::asio::io_context::executor_type> guard{context.get_executor()};
 };
 
 /// Qt's queue of the thread that an object lives in. Taking delivers all that waits.
 template<class Payload, class Sink, class From = const Payload>
-class QtPostEvent : public QObject {
-public:
+struct QtPostEvent : QObject {
     using Item = From;
 
     void post(From& item) {
@@ -81,17 +76,12 @@ public:
     }
 
     bool take(Sink& itsSink) {
-        setSink(itsSink);
+        sink = &itsSink;
         hasTaken = false;
         QCoreApplication::sendPostedEvents();
         return hasTaken;
     }
 
-    void setSink(Sink& itsSink) {
-        sink = &itsSink;
-    }
-
-protected:
     void customEvent(QEvent* event) override {
         receive(static_cast<PayloadEvent*>(event)->payload);
     }
@@ -101,7 +91,6 @@ protected:
         sink->take(payload);
     }
 
-private:
     struct PayloadEvent : QEvent {
         explicit PayloadEvent(From& item) : QEvent(QEvent::User), payload(item) {}
 
@@ -114,8 +103,7 @@ private:
 
 /// The same by a queued call.
 template<class Payload, class Sink, class From = const Payload>
-class QtInvokeMethod : public QtPostEvent<Payload, Sink, From> {
-public:
+struct QtInvokeMethod : QtPostEvent<Payload, Sink, From> {
     void post(From& item) {
         QMetaObject::invokeMethod(
             this, [this, payload = Payload(item)] { this->receive(payload); }, Qt::QueuedConnection);

@@ -52,10 +52,9 @@ struct OrderCheck {
 
 /// A number of events that one thread posts, with numbers that go on.
 template<class Contender>
-class Events {
-public:
+struct Events {
     Events(OrderCheck& itsOrder, std::size_t itsCount, std::size_t itsThread = 0)
-        : count(itsCount), order(itsOrder), thread(itsThread) {}
+        : order(itsOrder), count(itsCount), thread(itsThread) {}
 
     void postTo(Contender& contender) {
         for (std::size_t i = 0; i < count; ++i) {
@@ -72,10 +71,8 @@ public:
         return order.isRight;
     }
 
-    const std::size_t count;
-
-private:
     OrderCheck& order;
+    const std::size_t count;
     const std::size_t thread;
     std::uint32_t number = order.next[thread];
     typename Contender::Item item = makeItem<typename Contender::Item>();

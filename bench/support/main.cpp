@@ -3,7 +3,6 @@
 // the measurement in Google Benchmark's results.
 
 #include "bench/support/Measurement.h"
-#include "bench/support/QtThread.h"
 
 #include <QCoreApplication>
 
@@ -81,10 +80,12 @@ int main(int argc, char** argv) {
     const std::string onlyOption = "--only=";
     const bool isOnly = first.rfind(onlyOption, 0) == 0;
     Bench::registerChosen(isOnly ? first.substr(onlyOption.size()) : "");
-    int left = isOnly ? argc - 1 : argc;
-    char** const arguments = isOnly ? argv + 1 : argv;
-    benchmark::Initialize(&left, arguments);
-    if (benchmark::ReportUnrecognizedArguments(left, arguments))
+    if (isOnly) {
+        ++argv;
+        --argc;
+    }
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv))
         return 2;
     qputenv("QT_NO_GLIB", "1"); // GLib's default context is for GLib's own contenders
     const QCoreApplication application(argc, argv);
@@ -96,5 +97,4 @@ int main(int argc, char** argv) {
     benchmark::Shutdown();
     end.set_value();
     otherThread.join();
-    return 0;
 }

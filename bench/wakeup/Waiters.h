@@ -2,24 +2,77 @@
 
 #include "bench/support/BarePipe.h"
 #include "bench/support/Carriers.h"
-#include "bench/wakeup/Arrivals.h"
 #include "events/KXEventQueueAsPipe.h"
 
 #include <QEventLoop>
 
 #include <boost/asio/steady_timer.hpp>
+#include <boost/noncopyable.hpp>
+#include <chrono>
 #include <condition_variable>
 #include <cstdlib>
+#include <functional>
 #include <mutex>
+#include <semaphore.h>
 #include <sys/epoll.h>
 #include <uv.h>
+
+namespace Bench {
+
+/// What has arrived in the thread that waits, seen by the thread that posts. Each sleeps while the other works, so on
+/// one core neither takes the processor from the other.
+struct Arrivals : boost::noncopyable {
+    using Clock = std::chrono::steady_clock;
+
+    /// The number that ends the waiting.
+    static constexpr std::uint32_t lastNumber = UINT32_MAX;
+
+    Arrivals() {
+        sem_init(&taken, 0, 0);
+    }
+    ~Arrivals() {
+        sem_destroy(&taken);
+    }
+
+    /// The waiting thread says that it waits from now on.
+    /// \param stop  ends its loop
+    void getReady(std::function<void()> stop) {
+        end = std::move(stop);
+        sem_post(&taken);
+    }
+
+    /// The waiting thread notes that it has taken an event or a record.
+    template<class Payload>
+    void take(const Payload& payload) {
+        takenAt = Clock::now();
+        if (payload.eventData[0] == lastNumber) {
+            end();
+            return;
+        }
+        order.take(payload);
+        sem_post(&taken);
+    }
+
+    /// The posting thread sleeps until the other one is ready or has taken an event.
+    void wait() {
+        while (sem_wait(&taken) != 0) {
+            // EINTR: somebody's signal, a debugger's for instance
+        }
+    }
+
+    // Written by the waiting thread before it wakes the posting one, which reads them after that.
+    Clock::time_point takenAt;
+    OrderCheck order;
+
+    std::function<void()> end; // the waiting thread's alone
+    sem_t taken;
+};
 
 /// Ways to hand an event to a thread that sleeps. Each has
 ///
 ///   void post(number)      posts an event of this number, or a record; on the posting thread
 ///   void run(arrivals)     sleeps and takes events, as the documents have a main loop do it, until the arrivals end;
 ///                          on the waiting thread, which is one of Qt's for all alike
-namespace Bench {
 
 /// Posts to a queue as its callers do.
 template<class Queue>
@@ -141,7 +194,11 @@ struct AsioWaiter : AsioPost<KX::KXSomeEvent, Arrivals, KX::KXInputEvent> {
 struct UVWaiter : boost::noncopyable {
     UVWaiter() {
         uv_loop_init(&loop);
-        uv_async_init(&loop, &wakeUp, [](uv_async_t* handle) { static_cast<UVWaiter*>(handle->data)->takeAll(); });
+        uv_async_init(&loop, &wakeUp, [](uv_async_t* handle) {
+            auto& waiter = *static_cast<UVWaiter*>(handle->data);
+            while (waiter.queue.take(*waiter.arrivals)) {
+            }
+        });
         wakeUp.data = this;
     }
     ~UVWaiter() {
@@ -157,11 +214,6 @@ struct UVWaiter : boost::noncopyable {
         arrivals = &newArrivals;
         arrivals->getReady([this] { uv_close(reinterpret_cast<uv_handle_t*>(&wakeUp), nullptr); });
         uv_run(&loop, UV_RUN_DEFAULT);
-    }
-
-    void takeAll() {
-        while (queue.take(*arrivals)) {
-        }
     }
 
     uv_loop_t loop{};
@@ -180,7 +232,7 @@ struct QtWaiter {
     void run(Arrivals& arrivals) {
         Queue itself;
         QEventLoop loop;
-        itself.setSink(arrivals);
+        itself.sink = &arrivals;
         queue = &itself;
         arrivals.getReady([&loop] { loop.quit(); });
         loop.exec();

@@ -1,7 +1,6 @@
 // wakeup_bench: from the post on one thread to the take on another one that sleeps, as percentiles.
 
 #include "bench/support/Measurement.h"
-#include "bench/support/QtThread.h"
 #include "bench/wakeup/Waiters.h"
 
 #include <algorithm>

@@ -18,6 +18,6 @@ cd "$KX_SOURCE"
 shown=0
 while read -r header; do
     shown=$((shown + 1))
-    [ -f "$prefix/$KX_INCLUDEDIR/$header" ] || fail "$header is not installed; cmake/KXInstall.cmake lists what is"
+    [ -f "$prefix/$KX_INCLUDEDIR/$header" ] || fail "$header is not installed; cmake/KXInstall.cmake tells by the name what is"
 done < <(grep -rlEs --include='*.h' '\bKX_(EXPORT|[A-Z_]+_API) ' events encoder actions input platform)
 [ "$shown" -gt 0 ] || fail "no header shows anything"

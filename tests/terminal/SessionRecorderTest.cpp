@@ -100,7 +100,7 @@ TEST_F(SessionRecorderTest, NotesAllThatTheManagerIsTold) {
     KX::KXInputEventManager::setObserver(nullptr);
     KX::KXInputEventManager::deleteInstance();
     EXPECT_THAT(entries(), ElementsAre("0 set accept-input on", "0 set double-press 200", "0 set long-press 1500",
-                                       "0 set user-factor 1200", testing::StartsWith("0 set dynamic-parameters "),
+                                       "0 set user-factor 1200", testing::StartsWith("0 set speed-table "),
                                        testing::StartsWith("0 set key-mapping "),
                                        "0 toolkit TOOLKIT_KEY_PRESS_EVENT os=0x42", "100 pass", "100 end"));
 }

@@ -21,8 +21,8 @@
 /// docs/recording.md describes the file format. This code uses no clock, no platform and no toolkit.
 namespace Recording {
 
-/// A call that set one of them: setDoubleKeyPressDuration, setLongKeyPressDuration, setUserFactor,
-/// setLowPassFactor or acceptInput (0 or 1). Refused calls are recorded, too.
+/// A call that set a number: setDoubleKeyPressDuration, setLongKeyPressDuration, setUserFactor, setLowPassFactor or
+/// acceptInput (0 or 1). Refused calls are recorded, too.
 struct NumberSetting {
     KX::KXInputSetting name;
     std::int64_t value;

@@ -2,17 +2,117 @@
 // libuv is no contender: it has no queue of calls.
 
 #include "actions/KXActionQueue.h"
-#include "bench/actions/Work.h"
 #include "bench/support/Carriers.h"
 #include "bench/support/Measurement.h"
 #include "bench/support/Scenarios.h"
+#include "events/KXEventType.h"
+#include "platform/KXAction.h"
 #include "platform/KXTick.h"
 
+#include <algorithm>
+#include <array>
 #include <glib.h>
 #include <memory>
+#include <random>
+#include <vector>
 
 namespace Bench {
 namespace {
+
+/// The payload of every contender: five words, as an item of the action queue.
+struct ActionItem {
+    KX::KXAction* action;
+    KX::KXAction* trigger;
+    std::size_t eventType;
+    void* object;
+    std::size_t count;
+};
+static_assert(sizeof(ActionItem) == 5 * sizeof(void*));
+
+constexpr KX::KXEventType eventTypeOfItems = KX::KEY_PRESS_EVENT;
+
+/// Runs what comes out.
+struct Runner {
+    static void take(const ActionItem& item) {
+        benchmark::DoNotOptimize(item); // all five words, also where the compiler sees that one is used
+        if (item.action->isReady())
+            item.action->execute(nullptr);
+    }
+};
+
+/// Actions that are posted in order, each for an object. Either all wait at once, or they are a chain, in which each
+/// posts the next. A chain has few actions, which take turns, but different objects: it is long and no loop. The
+/// objects lie in memory in another order, as an application's do.
+template<class Contender, bool isChain>
+class Actions {
+public:
+    explicit Actions(std::size_t itsCount) : count(itsCount), actions(isChain ? 16 : count), objects(count) {
+        for (std::size_t i = 0; i < actions.size(); ++i) {
+            actions[i].owner = this;
+            actions[i].place = i;
+        }
+        for (auto& object : objects)
+            order.push_back(&object);
+        if (isChain)
+            std::shuffle(order.begin(), order.end(), std::mt19937(1));
+    }
+
+    void postTo(Contender& itsContender) {
+        contender = &itsContender;
+        ran = next = 0;
+        if (isChain)
+            post(0, nullptr);
+        else
+            for (std::size_t i = 0; i < count; ++i)
+                contender->post({&actions[i], nullptr, eventTypeOfItems, order[i], 0});
+    }
+
+    bool isComplete() const {
+        return ran == count;
+    }
+
+    bool isRight() const {
+        return wrongPlaces == 0;
+    }
+
+    const std::size_t count;
+    std::size_t* bytesAtTheEnd = nullptr; ///< where to note the bytes of the heap at the last post of a chain
+
+private:
+    struct Action : KX::KXAction {
+        bool isReady() override {
+            return true;
+        }
+
+        void execute(void*) override {
+            owner->hasRun(*this);
+        }
+
+        Actions* owner = nullptr;
+        std::size_t place = 0;
+    };
+
+    void hasRun(Action& action) {
+        wrongPlaces += action.place != next ? 1U : 0U;
+        next = next + 1 < actions.size() ? next + 1 : 0;
+        if (++ran < count && isChain)
+            post(next, &action);
+    }
+
+    void post(std::size_t place, KX::KXAction* trigger) {
+        contender->post({&actions[place], trigger, eventTypeOfItems, order[ran], ran});
+        if (bytesAtTheEnd && ran + 1 == count)
+            *bytesAtTheEnd = getHeapBytes();
+    }
+
+    Contender* contender = nullptr;
+    std::vector<Action> actions;
+    std::vector<std::array<char, 64>> objects;
+    std::vector<void*> order;
+    std::size_t ran = 0;
+    std::size_t next = 0; // the place that is to run next
+    std::size_t wrongPlaces = 0;
+};
 
 template<bool detectsLoops>
 struct OwnActions {
@@ -32,6 +132,15 @@ struct OwnActions {
     KX::KXActionQueue queue;
     KX::KXEvent event; // never changes
     const unsigned int deadline = KX::KXTick::getTickCount() + 3600000;
+};
+
+/// Runs all that waits, as an action queue does: it asks once more than it takes.
+struct DrainedDeque : LockedDeque<ActionItem> {
+    bool take(Runner& runner) {
+        while (LockedDeque::take(runner)) {
+        }
+        return false;
+    }
 };
 
 /// Idle calls of GLib's default main context, or of a main context of their own.
@@ -118,41 +227,32 @@ void addContender(const std::string& name, Group group) {
     addSizes("chain of actions", name, group, run<ForChain, true>, {10, 1000, 100000});
 }
 
-template<class Contender>
-void addChainGrowth(const std::string& name, Group group) {
-    addSizes("growth, chain of actions", name, group, runAndCountChain<Contender>, {10, 1000, 100000});
-}
-
 template<class Contender, class ForChain = Contender>
 void addGrowth(const std::string& name, Group group) {
     addSizes("growth, actions waiting", name, group, runAndCountWaiting<Contender>,
              {1, 10, 1000, 100000, 1000000});
-    addChainGrowth<ForChain>(name, group);
-}
-
-template<class Contender>
-void addThreads(const char* name, Group group) {
-    addSizes("growth, threads posting actions", name, group, runThreads<Contender>, {1, 2, 3, 4}, Time::OfClock);
+    addSizes("growth, chain of actions", name, group, runAndCountChain<ForChain>, {10, 1000, 100000});
 }
 
 } // namespace
 
 void addAll() {
-    using Deque = LockedDeque<ActionItem>;
     using Asio = AsioPost<ActionItem, Runner>;
     addContender<OwnActions<false>, OwnActions<true>>("KXAPI", Group::Ours);
-    addContender<Deque>("mutex and deque", Group::Limit);
+    addContender<DrainedDeque>("mutex and deque", Group::Limit);
     addContender<Asio>("Asio", Group::Peer);
     addContender<GLibActions<true>>("GLib g_idle_add", Group::Peer);
     addContender<GLibActions<false>>("GLib main context", Group::Peer);
     addForEachLoop("Qt postEvent", addContender<QtPostEvent<ActionItem, Runner>>);
     addForEachLoop("Qt invokeMethod", addContender<QtInvokeMethod<ActionItem, Runner>>);
     addGrowth<OwnActions<false>, OwnActions<true>>("KXAPI", Group::Ours);
-    addGrowth<Deque>("mutex and deque", Group::Limit);
+    addGrowth<DrainedDeque>("mutex and deque", Group::Limit);
     addGrowth<Asio>("Asio", Group::Peer);
-    addChainGrowth<OwnActions<false>>("KXAPI, loop detection off", Group::Ours);
-    addThreads<OwnActions<false>>("KXAPI", Group::Ours);
-    addThreads<Deque>("mutex and deque", Group::Limit);
+    addSizes("growth, chain of actions", "KXAPI, loop detection off", Group::Ours,
+             runAndCountChain<OwnActions<false>>, {10, 1000, 100000});
+    const auto scenario = "growth, threads posting actions";
+    addSizes(scenario, "KXAPI", Group::Ours, runThreads<OwnActions<false>>, {1, 2, 3, 4}, Time::OfClock);
+    addSizes(scenario, "mutex and deque", Group::Limit, runThreads<DrainedDeque>, {1, 2, 3, 4}, Time::OfClock);
 }
 
 } // namespace Bench
