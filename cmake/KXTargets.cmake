@@ -69,7 +69,6 @@ endfunction()
 function(kx_add_shared_library name exported)
     add_library(${name} SHARED ${ARGN})
     kx_export_target(${name} ${exported})
-    kx_optimise_as_a_whole(${name})
     set(exports "${PROJECT_SOURCE_DIR}/cmake/exports.map")
     target_link_options(${name} PRIVATE "LINKER:--version-script=${exports}" LINKER:--no-undefined)
     set_target_properties(${name} PROPERTIES
