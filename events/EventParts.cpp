@@ -6,7 +6,7 @@ namespace KX {
 
 namespace {
 
-// Whether an event is exactly of a class, and then where its part is.
+// Sets part and returns true if the event is exactly a Class.
 template<class Class, class Part>
 bool findPart(KXEvent& event, Part*& part) {
     if (&typeid(event) != &typeid(Class))
@@ -15,8 +15,7 @@ bool findPart(KXEvent& event, Part*& part) {
     return true;
 }
 
-// The part that an event claims to have. Nearly every event is exactly of the class that it claims, or of one of those
-// derived from it here. Then the part is found at once, without the search of a checked cast through the diamond.
+// Nearly every event is exactly a Part or one of Derived. Only the others need a checked cast through the diamond.
 template<class Part, class... Derived>
 Part* claimedPart(KXEvent& event) {
     Part* part = nullptr;
@@ -27,8 +26,8 @@ Part* claimedPart(KXEvent& event) {
 
 } // namespace
 
-// The number decides, so an object of a class derived by the application travels as what it says it is. The casts make
-// sure that it really has the part that is read.
+// The class number decides: an object of an application's derived class travels as the class that it claims. The
+// casts check that the object has the part of that class.
 EventParts partsOf(KXEvent& event) {
     EventParts parts;
     parts.sourceClass = event.eventClass;

@@ -6,11 +6,8 @@
 
 #include <iostream>
 
-// Copying is defined here and not left to each user's compiler, so that what a copy carries is part of the
-// library and a program built against an older header agrees with it.
-//
-// The whole family stands in one source, so that building, copying and destroying a holder is one function each
-// and not a call for every part of it: queues do little else.
+// Copying is not inline, so that programs built with older headers copy the same fields. One source for the whole
+// family lets the compiler make, copy and destroy a holder in one function, without a call for each base.
 
 namespace KX {
 
@@ -91,7 +88,7 @@ KXSomeEvent::KXSomeEvent(KXEvent& source) {
         copyWords(signalData, parts.signal->signalData);
 }
 
-// Whatever way a holder came by its flags, a copy does not have them.
+// The flags of a copy are false, even if those of the original are set.
 KXSomeEvent::KXSomeEvent(const KXSomeEvent& other)
     : KXEvent(other), KXIncident(other), KXInputEvent(other), KXTrigger(other), KXToolkitEvent(other),
       KXNavigationEvent(other), KXSignal(other), sourceClass(other.sourceClass) {

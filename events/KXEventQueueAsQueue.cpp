@@ -18,7 +18,7 @@ void KXEventQueueAsQueue::postEvent(KXEvent& event) {
     callAfterPostFunction();
 }
 
-// Returns nothing else, so that the compiler copies the oldest event straight to the caller.
+// With a single return value the compiler copies the event straight into the caller's variable.
 inline KXSomeEvent KXEventQueueAsQueue::takeOldest() {
     const boost::lock_guard<KXBackoffMutex> lock(queueMutex);
     while (eventDeque.empty())

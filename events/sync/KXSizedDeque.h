@@ -7,10 +7,10 @@
 
 namespace KX {
 
-/// A double-ended queue whose size may be asked without the lock that guards the rest.
+/// A double-ended queue whose size can be read without its lock.
 ///
-/// \ref empty and \ref size belong to any thread; everything else to the thread that holds the lock. Memory comes in
-/// blocks of \p itemsInABlock items, which are larger than those of std::deque: few posts reach the heap.
+/// Any thread may call \ref empty and \ref size; everything else needs the lock. Memory comes in blocks of
+/// \p itemsInABlock items, larger than those of std::deque, so few posts allocate.
 template<class Item, std::size_t itemsInABlock>
 class KXSizedDeque
     : private boost::container::deque<
@@ -61,7 +61,7 @@ public:
     }
 
 private:
-    // Only the thread with the lock changes it, so a plain store does, without a locked addition.
+    // Only the thread with the lock writes it, so it needs no atomic addition.
     void publishSize(std::size_t size) {
         count.store(size, std::memory_order_release);
     }
