@@ -80,7 +80,7 @@ public:
     /// \param deadline     tick (see KXTick) after which no further item is begun
     /// \param detectLoops  whether to keep the history by which loops are found
     /// \return STATUS_OK (0) the queue was emptied; STATUS_QUEUE_EMPTY (23) it was empty on entry;
-    ///         STATUS_DEADLINE_PASSED (46) the deadline passed after an item; the next call goes on with the history
+    ///         STATUS_DEADLINE_PASSED (46) the deadline passed after an item; the history stays for the next call
     /// \throws boost::thread_interrupted  interrupted in the wait; nothing is taken
     int executeActions(unsigned int deadline, bool detectLoops);
 

@@ -66,8 +66,8 @@ public:
     /// Tick of the last step handled.
     std::uint64_t getLastTimeStamp() const;
 
-    /// Adds the increment of \p step to the \c value of \p bundle. Both may be the same event. A step with \c
-    /// count 0 counts as one, and its \c count is set to 1.
+    /// Adds the increment of \p step to the \c value of \p bundle. Both may be the same event. A step with
+    /// \c count 0 counts as one, and its \c count is set to 1.
     /// \return 0; 29 when \p step is no ENCODER_MOVE_EVENT; 1 when it is not later than the last step, which is
     ///         reported in "kx_encoder_dynamic" at level 1. \p bundle is unchanged unless 0 is returned.
     int calculateIncrement(KXInputEvent& step, KXInputEvent& bundle);

@@ -15,7 +15,7 @@ namespace {
 constexpr unsigned int farAhead = 0xFFFFFFFFU;
 constexpr int drained = 0;
 
-/// Actions each of which posts the next one; it can be told from outside how far they came.
+/// Actions that each post the next one; a test can ask how many have run.
 class Chain {
 public:
     explicit Chain(std::size_t length) : links(length) {
@@ -91,7 +91,7 @@ TEST(ActionHeap, is_hardly_reached_by_short_chains_with_loop_detection) {
     EXPECT_LE(allocations, 100U);
 }
 
-// Drains, with one allocation failing, and goes on behind the exception.
+// Drains while one allocation fails, and goes on after the exception.
 void drainWhereOneFails(Chain& chain, unsigned long failing) {
     test::failingAllocation = test::heapAllocations + failing;
     try {

@@ -17,7 +17,7 @@ using Lock = boost::lock_guard<KX::KXBackoffMutex>;
 
 namespace {
 
-/// Processor time that the calling thread has had.
+/// Processor time of the calling thread.
 std::chrono::nanoseconds getThreadTime() {
     timespec time{};
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
@@ -90,7 +90,7 @@ TEST_F(BackoffMutexTest, waitsForAMutexThatIsLockedAsAPlainOne) {
 }
 
 TEST_F(BackoffMutexTest, passesOnWhatLockingReports) {
-    // A mutex that knows its holder: locking it twice is an error instead of the end of the thread.
+    // An error-checking mutex: locking it twice fails instead of blocking for ever.
     pthread_mutexattr_t attributes;
     pthread_mutexattr_init(&attributes);
     pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_ERRORCHECK);
@@ -209,6 +209,7 @@ TEST_F(BackoffMutexTest, sleepsWhenTheMutexStaysTaken) {
     std::this_thread::sleep_for(held);
     mutex.unlock();
     waiting.join();
-    // Some ten microseconds of backing off and two changes of threads; a thread that only spun would have used all.
+    // The back-off takes some ten microseconds, plus two context switches. Spinning alone would take the whole
+    // time.
     EXPECT_LT(used, held / 10);
 }

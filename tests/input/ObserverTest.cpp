@@ -18,7 +18,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-/// Writes down what it is told of, a line each.
+/// Writes a line for each call.
 class Notes : public KXInputObserver {
 public:
     Notes() {
@@ -218,7 +218,7 @@ TEST_F(ObserverSetLater, sees_what_comes_from_then_on_and_nothing_after_it_was_t
 
 TEST_F(ObserverSetLater, changes_nothing_that_is_posted) {
     for (const bool isObserved : {false, true}) {
-        KXInputObserver observer; // with its empty operations
+        KXInputObserver observer; // with empty operations
         KXInputEventManager::setObserver(isObserved ? &observer : nullptr);
         operatorPresses(Qt::Key_Home);
         timePasses(2000);
@@ -246,7 +246,7 @@ TEST_F(ObserverSetLater, may_be_there_without_a_manager) {
     manager = KXInputEventManager::createInstance();
 }
 
-// A hook runs with the mutex held, and so does the observer: neither may wait for it again.
+// The hook and the observer run with the mutex held and must not lock it again.
 KXInputEventManager* hookedManager = nullptr;
 
 void callManagerFromHook() {

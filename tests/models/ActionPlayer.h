@@ -7,7 +7,7 @@
 
 namespace KX::test {
 
-/// Plays the actions of a program for whoever calls them, and notes every call.
+/// Plays the actions of a program and notes every call.
 class ActionPlayer {
 public:
     using Post = std::function<void(const ActionProgram::Post&)>;

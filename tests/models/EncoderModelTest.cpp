@@ -58,7 +58,7 @@ public:
     unsigned int backwards = 0;
 
 private:
-    /// From the singleton, or bare as before its initialisation.
+    /// The singleton, or an object before initialize.
     void makeEncoder() {
         encoder.reset();
         isSingleton = !random.oneIn(4);

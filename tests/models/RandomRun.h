@@ -10,7 +10,7 @@
 
 namespace KX::test {
 
-/// Numbers that are the same on every machine for the same seed; the standard's distributions are not.
+/// A seed gives the same numbers on every machine, which the standard's distributions do not guarantee.
 class Random {
 public:
     explicit Random(std::uint32_t seed) : generator(seed) {}
@@ -54,7 +54,7 @@ public:
     }
 
 private:
-    std::mt19937 generator; // the standard fixes its numbers, unlike those of the distributions
+    std::mt19937 generator; // its numbers are fixed by the standard
 };
 
 inline std::uint32_t numberFromEnvironment(const char* name, std::uint32_t otherwise) {
@@ -63,14 +63,14 @@ inline std::uint32_t numberFromEnvironment(const char* name, std::uint32_t other
                                             : otherwise;
 }
 
-/// The seeds of a run: KX_TEST_SEED alone when it is set, so that a failure can be played again.
+/// The seeds of a run; only KX_TEST_SEED if it is set, to repeat a failure.
 inline std::vector<std::uint32_t> seedsOfRun() {
     if (std::getenv("KX_TEST_SEED") != nullptr)
         return {numberFromEnvironment("KX_TEST_SEED", 0)};
     return {1, 20260, 0xC0FFEE};
 }
 
-/// Steps of all seeds together; KX_TEST_STEPS makes them fewer for machines that are emulated.
+/// Steps of all seeds together; KX_TEST_STEPS reduces them for emulated machines.
 constexpr std::uint32_t fullSteps = 120000;
 
 inline std::uint32_t stepsOfRun() {
@@ -81,12 +81,12 @@ inline std::uint32_t stepsOfSeed() {
     return stepsOfRun() / static_cast<std::uint32_t>(seedsOfRun().size()) + 1;
 }
 
-/// Whether the run is long enough to expect that rare things have happened in it.
+/// Whether the run is long enough for rare events.
 inline bool isFullRun() {
     return stepsOfRun() >= fullSteps;
 }
 
-/// Where a run stands; goes in front of every complaint.
+/// The present seed and step; the start of every complaint.
 inline std::string whereabouts(std::uint32_t seed, std::uint32_t step, const std::string& operation) {
     return "KX_TEST_SEED=" + std::to_string(seed) + ", step " + std::to_string(step) + ", " + operation + ": ";
 }

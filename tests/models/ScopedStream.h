@@ -6,7 +6,7 @@
 
 namespace KX::test {
 
-/// Takes what is written to a stream of this process while it lives. Cheap enough for a hundred thousand steps.
+/// Captures what this process writes to a stream. Fast enough for a hundred thousand steps.
 class ScopedStream {
 public:
     explicit ScopedStream(std::ostream& takenStream) : stream(takenStream), original(stream.rdbuf(&buffer)) {}

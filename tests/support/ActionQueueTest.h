@@ -10,7 +10,7 @@ namespace KX::test {
 
 constexpr unsigned int farAhead = 0xFFFFFFFFU;
 
-/// An action queue in virtual time, on whose thread everything happens, and an event and an object to post with.
+/// An action queue in virtual time on a single thread, and an event and an object to post with.
 class ActionQueueTest : public testing::Test {
 protected:
     void SetUp() override {

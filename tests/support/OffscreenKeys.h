@@ -12,7 +12,7 @@
 
 namespace KX::test {
 
-/// One application without a display for all tests of a program: Qt allows no second one. To be registered with
+/// The application of all tests of a program, without a display; Qt allows no second one. Register it with
 /// testing::AddGlobalTestEnvironment.
 class OffscreenApplication : public testing::Environment {
 public:
@@ -32,7 +32,7 @@ private:
     std::unique_ptr<QApplication> application;
 };
 
-/// A key event as the toolkit delivers it.
+/// A key event of the toolkit.
 struct ToolkitKey {
     bool isPress;
     int key;
@@ -56,7 +56,7 @@ public:
         EXPECT_EQ(QApplication::activeWindow(), this);
     }
 
-    /// What was posted since the last call.
+    /// Key events posted since the last call.
     std::vector<ToolkitKey> take() {
         QCoreApplication::sendPostedEvents(this);
         return std::exchange(keys, {});
