@@ -22,7 +22,7 @@ auto keyOf(const KXActionQueue::actionItem& item) {
         static_cast<unsigned int>(item.eventType), reinterpret_cast<std::uintptr_t>(item.userData));
 }
 
-// Several threads may post one action at once; each store is whole, and the last one stays.
+// Several threads may post one action at once; the last store wins.
 void tellTriggeringEventType(KXAction& action, int eventType) {
     __atomic_store_n(&action.triggeringEventType, eventType, __ATOMIC_RELAXED);
 }
@@ -38,16 +38,14 @@ void tellTriggeringEventType(KXAction& action, int eventType) {
     writeLine(std::cout, {"KXActionQueue::postAction(nullptr): Ignored."});
 }
 
-// Says which action runs for as long as it runs, also when it ends by an exception.
+// Names the running action until it ends, also by an exception.
 class CurrentAction {
 public:
     CurrentAction(std::atomic<KXAction*>& current, KXAction* action) : currentAction(current) {
         currentAction.store(action, std::memory_order_relaxed);
     }
 
-    ~CurrentAction() {
-        currentAction.store(nullptr, std::memory_order_relaxed);
-    }
+    ~CurrentAction() { currentAction.store(nullptr, std::memory_order_relaxed); }
 
     CurrentAction(const CurrentAction&) = delete;
     CurrentAction& operator=(const CurrentAction&) = delete;
@@ -69,7 +67,7 @@ bool KXActionQueue::actionItem::operator==(const actionItem& other) const {
            eventType == other.eventType;
 }
 
-// Odd factors spread addresses, whose low bits hardly differ, over the upper half of the sum.
+// Low bits of addresses hardly differ; odd factors spread them over the upper half of the sum.
 std::uint32_t KXActionQueue::itemHash::operator()(const actionItem& item) const {
     const std::uint64_t sum = reinterpret_cast<std::uintptr_t>(item.action) * 0x9E3779B97F4A7C15U +
                               reinterpret_cast<std::uintptr_t>(item.triggeringAction) * 0xC2B2AE3D27D4EB4FU +
@@ -123,7 +121,7 @@ void KXActionQueue::postAction(KXAction* action, KXEvent* event, void* userData)
 }
 
 int KXActionQueue::executeActions(unsigned int deadline, bool detectLoops) {
-    // Latched for good by the first drain of the process: loops are told only from posts of that thread.
+    // The thread of the process's first drain, for good. Only its posts can be loops.
     static const unsigned int executingThreadID = KXThread::getCurrentThreadID();
 
     int status = STATUS_QUEUE_EMPTY;
@@ -152,8 +150,7 @@ inline KXActionQueue::actionItem KXActionQueue::takeOldest() {
     return item;
 }
 
-// Another thread has drained the queue since executeActions looked at it without the lock. Out of line, because it
-// hardly ever happens.
+// Another thread took the last item after executeActions read the size without the lock. Out of line: rare.
 [[gnu::noinline]] void KXActionQueue::waitForItem() {
     while (pendingItems.empty())
         mutex.wait(itemPosted);
@@ -168,7 +165,7 @@ void KXActionQueue::executeUnlessLoop(const actionItem& item, unsigned int execu
         executeRecorded(item);
 }
 
-// An action ran after this item was posted, so the actions that ran may be the ones that led to it.
+// An action ran after this item was posted, so what ran since the last generation becomes history.
 void KXActionQueue::openGeneration(const actionItem& item) {
     executedBefore.addAll(executedNow);
     executedNow.clear();
@@ -185,11 +182,11 @@ void KXActionQueue::executeRecorded(const actionItem& item) {
     {
         const CurrentAction running(currentAction, item.action);
         item.action->execute(nullptr);
-        // Counted on this thread only, so without a locked addition.
+        // Only this thread writes it, so it needs no atomic addition.
         executedCount.store(executedCount.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
     }
-    // The item will move on to executedBefore when the next generation opens. Memory may run out here, where the
-    // caller still has every item, but not there.
+    // The next generation moves the item to executedBefore. Reserved here, because that move must not run out of
+    // memory.
     executedBefore.reserve(executedBefore.size() + executedNow.size() + 1);
     executedNow.add(item);
 }

@@ -15,12 +15,12 @@ namespace KX {
 
 /// Runs actions that objects post on events: later, in order, on one thread, within a time budget.
 ///
-/// Any thread posts; one thread drains. Since actions post further actions, a drain can look for loops: an action
-/// that the same chain has run before, triggered by the same action, on the same event and for the same object, is
-/// reported and dropped.
+/// Any thread posts; one thread drains. Actions post further actions, so a drain can detect loops. An action is a
+/// loop if the same chain has run it before, triggered by the same action, on the same event and for the same
+/// object. A loop is reported and dropped.
 ///
-/// One queue serves the process. Creating and releasing it belongs to start-up and shut-down, on one thread.
-/// The queue never owns actions and objects. They must outlive the items that point to them.
+/// One queue serves the process. Create it at start-up and release it at shut-down, on one thread. The queue never
+/// owns actions and objects. They must outlive the items that point to them.
 class KX_EVENTS_API KXActionQueue {
 public:
     /// One request to run an action.
@@ -29,10 +29,10 @@ public:
         KXAction* triggeringAction; ///< the action that ran with loop detection when this was posted, or null
         int eventType;              ///< of the event on which it was posted; 0 for none
         void* userData;             ///< the object for which it was posted; passed through
-        unsigned int executedCount; ///< the queue's \ref KXActionQueue::executedCount at that time
+        unsigned int executedCount; ///< the queue's \ref KXActionQueue::executedCount at the post
         unsigned int threadID;      ///< the posting thread
 
-        /// By the first four fields, each as an unsigned number. Two items that differ in the last two alone are equal.
+        /// Compares the first four fields, each as an unsigned number. Both operators ignore the last two.
         KX_EVENTS_API bool operator<(const actionItem& other) const;
         KX_EVENTS_API bool operator==(const actionItem& other) const;
     };
@@ -44,55 +44,53 @@ public:
     using itemDeque = KXSizedDeque<actionItem, 128>;
     using itemSet = KXHashedSet<actionItem, itemHash>;
 
-    /// Makes the queue. If there is one already, says so on standard error and returns that.
+    /// Makes the queue. If one exists already, reports that on standard error and returns it.
     static KXActionQueue* create();
 
-    /// The queue. Without one, says so on standard error and aborts the process.
+    /// The queue. Without one, reports that on standard error and aborts the process.
     static KXActionQueue* instance();
 
-    /// Destroys the queue; what it holds is not run. Harmless without one.
+    /// Destroys the queue and drops its items without running them. Harmless without a queue.
     static void release();
 
     /// \throws boost::thread_resource_error  the system has no mutex or condition variable left
     KXActionQueue();
 
-    /// Drops what is queued without running it.
     virtual ~KXActionQueue();
 
     KXActionQueue(const KXActionQueue&) = delete;
     KXActionQueue& operator=(const KXActionQueue&) = delete;
 
-    /// Queues \p action. Any thread, also from inside an action that runs. Blocks only while another thread appends or
-    /// takes an item.
+    /// Queues \p action. Any thread, also a running action. Blocks only while another thread appends or takes an
+    /// item.
     ///
-    /// The action learns the type of the event here and now, not when it runs: after two posts it knows the second.
-    /// A null action is ignored, which is said on standard output.
+    /// The action's \c triggeringEventType is set here, not when it runs: a second post overwrites it. A null
+    /// action is ignored and reported on standard output.
     /// \param event     may be null: then the type is 0, and the item never counts as a loop
     /// \param userData  may be null: then the item never counts as a loop
     /// \throws boost::lock_error  the lock failed; nothing is queued
     void postAction(KXAction* action, KXEvent* event, void* userData);
 
-    /// Runs queued actions, those that they post included, until none is left or the time is up. At least one item is
-    /// handled, however late it is. An action that is not ready is dropped; a loop is reported on standard output and
-    /// dropped. No lock is held while an action runs.
+    /// Runs queued actions, and those that they post, until the queue is empty or the time is up. It handles at
+    /// least one item, however late it is. It drops actions that are not ready. It reports loops on standard
+    /// output and drops them. It holds no lock while an action runs.
     ///
-    /// To be called on one thread, always the same: only what is posted on the thread that first called this function
-    /// can be a loop. It waits for an item only when another thread took the last one meanwhile; that wait is a Boost
-    /// interruption point.
+    /// Call it always on the same thread: only posts of the thread that called it first can be loops. It waits
+    /// only if another thread took the last item meanwhile. The wait is a Boost interruption point.
     /// \param deadline     tick (see KXTick) after which no further item is begun
     /// \param detectLoops  whether to keep the history by which loops are found
     /// \return STATUS_OK (0) the queue was emptied; STATUS_QUEUE_EMPTY (23) it was empty on entry;
-    ///         STATUS_DEADLINE_PASSED (46) the deadline passed after an item, and the history is kept for the next call
+    ///         STATUS_DEADLINE_PASSED (46) the deadline passed after an item; the history stays for the next call
     /// \throws boost::thread_interrupted  interrupted in the wait; nothing is taken
     int executeActions(unsigned int deadline, bool detectLoops);
 
-    // Public for those who look into a queue from a debugger or a test. Only the queue itself changes them.
+    // Public for debuggers and tests. Only the queue itself changes them.
 
     itemDeque pendingItems;        ///< in posting order; guarded by mutex, but for empty() and size()
     KXBackoffMutex mutex;          ///< a boost::mutex
     KXCountedCondition itemPosted; ///< a boost::condition_variable, goes with mutex; signalled once a post
 
-    // Written by the executing thread only. Any thread that posts reads the atomics without the lock.
+    // Only the executing thread writes them. Posting threads read the atomics without the lock.
 
     itemSet executedBefore;                        ///< executed in earlier generations of this drain
     std::atomic<KXAction*> currentAction{nullptr}; ///< running now with loop detection, or null

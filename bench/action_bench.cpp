@@ -67,26 +67,18 @@ public:
                 contender->post({&actions[i], nullptr, eventTypeOfItems, order[i], 0});
     }
 
-    bool isComplete() const {
-        return ran == count;
-    }
+    bool isComplete() const { return ran == count; }
 
-    bool isRight() const {
-        return wrongPlaces == 0;
-    }
+    bool isRight() const { return wrongPlaces == 0; }
 
     const std::size_t count;
     std::size_t* bytesAtTheEnd = nullptr; ///< where to note the bytes of the heap at the last post of a chain
 
 private:
     struct Action : KX::KXAction {
-        bool isReady() override {
-            return true;
-        }
+        bool isReady() override { return true; }
 
-        void execute(void*) override {
-            owner->hasRun(*this);
-        }
+        void execute(void*) override { owner->hasRun(*this); }
 
         Actions* owner = nullptr;
         std::size_t place = 0;
@@ -116,13 +108,9 @@ private:
 
 template<bool detectsLoops>
 struct OwnActions {
-    OwnActions() {
-        event.eventType = eventTypeOfItems;
-    }
+    OwnActions() { event.eventType = eventTypeOfItems; }
 
-    void post(const ActionItem& item) {
-        queue.postAction(item.action, &event, item.object);
-    }
+    void post(const ActionItem& item) { queue.postAction(item.action, &event, item.object); }
 
     bool take(Runner&) {
         queue.executeActions(deadline, detectsLoops);
@@ -169,9 +157,7 @@ struct GLibActions {
         return G_SOURCE_REMOVE;
     }
 
-    static void freePosted(gpointer item) {
-        g_slice_free(ActionItem, static_cast<ActionItem*>(item));
-    }
+    static void freePosted(gpointer item) { g_slice_free(ActionItem, static_cast<ActionItem*>(item)); }
 
     const std::unique_ptr<GMainContext, decltype(&g_main_context_unref)> context{
         isDefault ? nullptr : g_main_context_new(), g_main_context_unref};

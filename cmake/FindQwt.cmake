@@ -1,6 +1,5 @@
-# Qwt for Qt 5, which brings no CMake package of its own: the imported target Qwt::Qwt.
-#
-# Debian calls the library qwt-qt5 and gives its headers a folder; other systems have plain names for both.
+# Defines Qwt::Qwt, Qwt for Qt 5, which has no CMake package of its own. Debian calls the library qwt-qt5 and has a
+# folder for its headers; other systems use plain names.
 
 find_path(Qwt_INCLUDE_DIR qwt_global.h PATH_SUFFIXES qwt qwt-qt5 qwt6-qt5)
 find_library(Qwt_LIBRARY NAMES qwt-qt5 qwt)

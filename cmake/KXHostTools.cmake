@@ -1,5 +1,5 @@
-# The programs of Qt that run while the project is built. To be included before Qt is looked for, whose package
-# would otherwise offer those of the target.
+# Qt's programs that run during the build. Include it before find_package(Qt5), which would use the target's
+# programs.
 
 if(NOT CMAKE_CROSSCOMPILING)
     return()

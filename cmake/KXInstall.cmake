@@ -1,5 +1,5 @@
-# What is installed beside the programs, which say so themselves: libraries, public headers, the CMake package
-# and the pkg-config file. Programs need the runtime component only.
+# Installs libraries, public headers, the CMake package and the pkg-config file. Programs have their own install
+# rules and need the runtime component only.
 
 set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME development)
 
@@ -34,7 +34,7 @@ install(FILES "${PROJECT_BINARY_DIR}/KXAPI_EventsConfig.cmake"
     "${PROJECT_BINARY_DIR}/KXAPI_EventsConfigVersion.cmake" DESTINATION "${kx_package_dir}")
 install(EXPORT KXAPI_Events FILE KXAPI_EventsTargets.cmake NAMESPACE KXAPI:: DESTINATION "${kx_package_dir}")
 
-# The way up from the folder of the .pc file, so that the prefix may be moved.
+# Relative to the .pc file, so that the prefix can be moved.
 file(RELATIVE_PATH kx_pkgconfig_to_prefix "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
 configure_file(cmake/kxapi-events.pc.in "${PROJECT_BINARY_DIR}/kxapi-events.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/kxapi-events.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")

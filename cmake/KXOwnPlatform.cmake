@@ -1,7 +1,7 @@
-# KXAPI_PLATFORM=none: the three platform libraries are the integrator's. A project that builds this one within itself
-# defines KXAPI::OS_ABS, KXAPI::Hardware and KXAPI::Utility before; else the libraries are looked for where CMake looks
-# for libraries (CMAKE_PREFIX_PATH, or -DKXAPI_OS_ABS_LIBRARY=FILE and so on). Used here and by the installed package.
-# kx_platform_headers is the folder above platform/, whose headers the libraries implement.
+# KXAPI_PLATFORM=none: the integrator brings the three platform libraries. An outer project may define the targets
+# KXAPI::OS_ABS, KXAPI::Hardware and KXAPI::Utility first. CMake finds the others (CMAKE_PREFIX_PATH, or
+# -DKXAPI_OS_ABS_LIBRARY=FILE and so on). kx_platform_headers is the folder of platform/, which they implement.
+# The build and the installed package use this file.
 
 foreach(library OS_ABS Hardware Utility)
     if(NOT TARGET KXAPI::${library})

@@ -1,13 +1,13 @@
-# Run by CPack when the components lie ready: what Debian wants in a package beside the installed files.
+# CPack runs it on the installed components. Adds the files that Debian wants in each package.
 
 find_program(gzip gzip REQUIRED)
 
-# Without the file's name and time, so that packages of the same contents are the same.
+# Without the file's name and time, so that the same contents give the same package.
 function(compress file)
     execute_process(COMMAND "${gzip}" -9nf "${file}" COMMAND_ERROR_IS_FATAL ANY)
 endfunction()
 
-# write(TEXT_FILE FOLDER NAME): a copy that everybody may read.
+# write(TEXT_FILE FOLDER NAME): copies the file so that everybody can read it.
 function(write text_file folder name)
     file(MAKE_DIRECTORY "${folder}")
     configure_file("${text_file}" "${folder}/${name}" COPYONLY NO_SOURCE_PERMISSIONS)
@@ -31,7 +31,7 @@ foreach(component IN LISTS CPACK_COMPONENTS_ALL)
         compress("${page}")
     endforeach()
 
-    # CPack makes folders by the caller's umask.
+    # CPack creates folders with the caller's umask.
     file(CHMOD_RECURSE "${share}" DIRECTORY_PERMISSIONS
         OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 endforeach()

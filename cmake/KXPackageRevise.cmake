@@ -1,4 +1,4 @@
-# Run by CPack when the packages are made: what it has no words for, or other ones than Debian.
+# CPack runs it on the finished packages. Changes what CPack has no setting for.
 
 find_program(dpkg_deb dpkg-deb REQUIRED)
 
@@ -6,7 +6,6 @@ function(run)
     execute_process(COMMAND ${ARGN} OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
 endfunction()
 
-# Of the runtime and the development package one may be installed for each architecture, side by side.
 set(multi_arch_same)
 foreach(component IN LISTS CPACK_KXAPI_MULTIARCH_SAME)
     string(TOUPPER "${component}" upper)
@@ -25,7 +24,7 @@ foreach(package IN LISTS CPACK_PACKAGE_FILES)
         file(WRITE "${folder}/DEBIAN/control" "${control}")
     endif()
 
-    # They call ldconfig, which the trigger does once for all packages that are installed together.
+    # They call ldconfig; the trigger calls it once for all packages that are installed together.
     file(REMOVE "${folder}/DEBIAN/postinst" "${folder}/DEBIAN/postrm")
 
     run("${dpkg_deb}" --root-owner-group --build "${folder}" "${package}")

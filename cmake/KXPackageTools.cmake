@@ -1,5 +1,4 @@
-# Read by CPack before it makes packages. What is built for another machine depends on that machine's packages, not
-# on those that are installed here.
+# CPack reads it before it makes packages. Packages for another machine depend on that machine's packages.
 
 if(CPACK_KXAPI_SYSROOT)
     set(ENV{KXAPI_SYSROOT} "${CPACK_KXAPI_SYSROOT}")

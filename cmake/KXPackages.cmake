@@ -1,4 +1,4 @@
-# Debian packages, made by CPack from the components that the install rules name: see docs/packages.md.
+# CPack makes Debian packages from the components of the install rules: see docs/packages.md.
 
 find_program(KXAPI_DPKG_ARCHITECTURE dpkg-architecture REQUIRED)
 mark_as_advanced(KXAPI_DPKG_ARCHITECTURE)
@@ -6,7 +6,7 @@ execute_process(
     COMMAND "${KXAPI_DPKG_ARCHITECTURE}" "-t${CMAKE_LIBRARY_ARCHITECTURE}" -qDEB_HOST_ARCH
     OUTPUT_VARIABLE kx_architecture OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET COMMAND_ERROR_IS_FATAL ANY)
 
-# The changelog counts how often one version was packaged.
+# The changelog has the number of the package within a version.
 set(kx_changelog "${PROJECT_SOURCE_DIR}/packaging/debian/changelog")
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${kx_changelog}")
 file(STRINGS "${kx_changelog}" kx_newest LIMIT_COUNT 1)
@@ -30,7 +30,7 @@ set(CPACK_KXAPI_DEBIAN_DIR "${PROJECT_SOURCE_DIR}/packaging/debian")
 set(CPACK_KXAPI_CHANGES "${PROJECT_SOURCE_DIR}/CHANGELOG.md")
 set(CPACK_KXAPI_SYSROOT "${CMAKE_SYSROOT}")
 
-# Of these one may be installed for each architecture, side by side.
+# These packages can be installed for several architectures side by side.
 set(CPACK_KXAPI_MULTIARCH_SAME runtime development)
 
 set(CPACK_COMPONENTS_ALL runtime development tools)
@@ -43,7 +43,7 @@ set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 
-# What the libraries and programs need is asked of dpkg-shlibdeps, except for the libraries that are packaged here.
+# dpkg-shlibdeps finds the dependencies, except for the libraries that are packaged here.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")

@@ -1,4 +1,4 @@
-# How every target of the project is built, and the three ways to make a library.
+# Build settings of all targets, and the functions that make libraries.
 
 set(CMAKE_CXX_STANDARD 17)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
@@ -16,7 +16,7 @@ set(CMAKE_INSTALL_RPATH "\$ORIGIN" "\$ORIGIN/${kx_bin_to_lib}")
 add_library(KXAPI_build_flags INTERFACE)
 target_compile_options(KXAPI_build_flags INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Werror)
-# Else, on a machine of 32 bits, files of more than 2 GiB and those with large inode numbers could not be looked at.
+# Without it, 32-bit programs cannot open files of more than 2 GiB or with large inode numbers.
 target_compile_definitions(KXAPI_build_flags INTERFACE _FILE_OFFSET_BITS=64)
 if(KXAPI_SANITIZE)
     target_compile_options(KXAPI_build_flags INTERFACE
@@ -24,7 +24,7 @@ if(KXAPI_SANITIZE)
     target_link_options(KXAPI_build_flags INTERFACE -fsanitize=${KXAPI_SANITIZE})
 endif()
 if(KXAPI_PACKAGES)
-    # As Debian builds its own packages; and they do not tell where they were built.
+    # Like Debian's own packages, and without the path of the build folder.
     target_compile_options(KXAPI_build_flags INTERFACE
         -fstack-protector-strong -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 "-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.")
     target_link_options(KXAPI_build_flags INTERFACE LINKER:-z,relro,-z,now)
@@ -32,7 +32,7 @@ endif()
 
 set(KXAPI_INCLUDE_DIR "${CMAKE_INSTALL_INCLUDEDIR}/KXAPI")
 
-# What is shipped is optimised across its sources, so that a post needs no call for each part of an event that it copies.
+# Release builds are optimised across sources, so that a post copies an event without a call for each of its bases.
 include(CheckIPOSupported)
 check_ipo_supported(RESULT kx_has_ipo LANGUAGES CXX OUTPUT kx_why_no_ipo)
 
@@ -48,12 +48,13 @@ function(kx_add_layer name)
     add_library(kx_${name} OBJECT ${arg_SOURCES})
     target_include_directories(kx_${name} PUBLIC "${PROJECT_SOURCE_DIR}")
     target_link_libraries(kx_${name} PUBLIC ${arg_NEEDS} PRIVATE KXAPI_build_flags)
-    # A program may replace a platform's functions, but not ours: those may call each other directly.
+    # Programs may replace functions of the platform but not of this library, whose functions call each other
+    # directly.
     target_compile_options(kx_${name} PRIVATE -fno-semantic-interposition)
     kx_optimise_as_a_whole(kx_${name})
 endfunction()
 
-# kx_export_target(NAME EXPORTED): gives a target the name that users link by, in the build tree and installed.
+# kx_export_target(NAME EXPORTED): users link the target as KXAPI::EXPORTED, in the build tree and installed.
 function(kx_export_target name exported)
     add_library(KXAPI::${exported} ALIAS ${name})
     set_target_properties(${name} PROPERTIES EXPORT_NAME ${exported})
@@ -64,8 +65,7 @@ function(kx_export_target name exported)
     set_property(GLOBAL APPEND PROPERTY KXAPI_INSTALLED_TARGETS ${name})
 endfunction()
 
-# kx_add_shared_library(NAME EXPORTED SOURCES...): a shared library that shows KX names only and carries the
-# major version in its SONAME.
+# kx_add_shared_library(NAME EXPORTED SOURCES...): exports KX names only; the SONAME has the major version.
 function(kx_add_shared_library name exported)
     add_library(${name} SHARED ${ARGN})
     kx_export_target(${name} ${exported})

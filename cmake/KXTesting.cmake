@@ -1,14 +1,9 @@
-# kx_add_test(NAME PLATFORM simulated|linux [LAYERS ...] SOURCES ... [LIBRARIES ...] [PROPERTIES ...]): a GoogleTest
-# program, each of whose tests is a test of CTest; with sanitizers, whose start takes longer than most tests, the
-# program is.
+# kx_add_test(NAME PLATFORM simulated|linux [LAYERS ...] SOURCES ... [LIBRARIES ...] [PROPERTIES ...]) adds a
+# GoogleTest program. Each of its tests is a test of CTest; with sanitizers, which start slowly, the program is.
+# PLATFORM: links the library's objects, hidden functions included, with this platform. LAYERS: only these objects,
+# to show that a layer needs nothing above it. PROPERTIES: of each test, as for set_tests_properties.
 #
-# PLATFORM simulated: the library's objects on the simulated platform, hidden functions included.
-# PLATFORM linux: the library's objects on the real platform.
-# LAYERS: which of these objects, where not all: the test of a layer links nothing from above it, and so shows that the
-# layer needs nothing from there.
-# PROPERTIES are properties of each test, as for set_tests_properties.
-#
-# kx_get_time_limit(VARIABLE SECONDS): how long a test may take, given what it may on a machine that is no emulated one.
+# kx_get_time_limit(VARIABLE SECONDS): the limit of a test that may take SECONDS on a real machine.
 # kx_get_startable(VARIABLE TARGET): the path by which a test starts another program of the build.
 
 find_package(GTest REQUIRED)
@@ -22,9 +17,9 @@ function(kx_get_time_limit variable seconds)
     set(${variable} ${limit} PARENT_SCOPE)
 endfunction()
 
-# kx_emulate(TARGET): where programs are emulated, makes a script that starts this one, and lets it have the script's
-# name, so that a program that starts itself again, as tests of its death do, gets there, too: the kernel cannot start
-# a program for another machine.
+# kx_emulate(TARGET): makes a script that starts an emulated program. The program gets the script's name as its
+# own, so that death tests, which start the program again, run the script. The kernel cannot start the program
+# itself.
 function(kx_emulate target)
     if(NOT CMAKE_CROSSCOMPILING_EMULATOR)
         return()

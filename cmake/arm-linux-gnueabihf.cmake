@@ -1,6 +1,5 @@
-# Toolchain file for the target: ARM, 32 bit, hard float, little endian, Linux.
-#
-# KXAPI_SYSROOT is the folder that stands for the root of the target's file system; packaging/sysroot makes it.
+# Toolchain file for the target: ARM, 32 bit, hard float, little endian, Linux. packaging/sysroot makes
+# KXAPI_SYSROOT, the root of the target's file system.
 
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR arm)
@@ -20,10 +19,10 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
-# GCC 7 changed how it passes some arguments and tells so where templates do that; nothing here is older.
+# GCC notes that version 7 changed how it passes some arguments. Nothing here was built by an older one.
 set(CMAKE_CXX_FLAGS_INIT -Wno-psabi)
 
-# Libraries on which ours depend are found by the linker in the same places as by the target's loader.
+# The linker looks for indirect libraries where the target's loader does.
 set(CMAKE_EXE_LINKER_FLAGS_INIT "-Wl,-rpath-link,${KXAPI_SYSROOT}/usr/lib/arm-linux-gnueabihf")
 
 find_program(KXAPI_EMULATOR NAMES qemu-arm-static qemu-arm DOC "Runs the target's programs on this machine")

@@ -6,14 +6,14 @@ namespace KX {
 
 struct KXEncoderDynamicPair;
 
-/// Is told of each setting of the encoder before it takes effect, on the thread that sets it.
+/// Gets each setting of the encoder before it takes effect, on the thread that sets it.
 class EncoderObserver {
 public:
     virtual void onUserFactor(int factor) = 0;
     virtual void onLowPassFactor(int factor) = 0;
     virtual void onSpeedTable(const std::vector<KXEncoderDynamicPair>& pairs) = 0;
 
-    /// Makes \p observer the one of the process; null: nobody. It must exist for as long as the process does.
+    /// Sets the observer of the process; null: none. \p observer must exist until the process ends.
     static void set(EncoderObserver* observer);
 
 protected:

@@ -32,7 +32,7 @@ bool timeGapsRise(const std::vector<KXEncoderDynamicPair>& pairs) {
     return true;
 }
 
-// The mean of two step times. Both summands may be the whole range, and the sum wraps as it always has.
+// The mean of two step times. The sum may wrap; it always has.
 unsigned int meanTimeGap(unsigned int first, unsigned int second) {
     return 500U * (first + second) / thousandths;
 }
@@ -83,7 +83,7 @@ int KXEncoderDynamic::initialize() {
 int KXEncoderDynamic::setDynamicParameters(const std::vector<KXEncoderDynamicPair>& pairs) {
     if (EncoderObserver* const observer = encoderObserver)
         observer->onSpeedTable(pairs);
-    // Set before the check on purpose: terminals in the field rely on a refused table having this effect.
+    // Before the check on purpose: terminals in the field rely on this effect of a refused table.
     maxTimeGap = 500;
     if (!timeGapsRise(pairs))
         return STATUS_TABLE_NOT_RISING;
@@ -157,7 +157,7 @@ void KXEncoderDynamic::smoothTimeGap(unsigned int gap) {
         timeGap = static_cast<int>(meanTimeGap(gap, static_cast<unsigned int>(timeGap)));
         return;
     }
-    // The encoder was at rest: nothing of the last turn counts any more.
+    // The encoder was at rest, so the last turn no longer counts.
     timeGap = static_cast<int>(meanTimeGap(maxTimeGap, maxTimeGap));
     increment = restartedIncrement;
 }

@@ -10,49 +10,47 @@ namespace KX {
 
 /// One row of the encoder's speed table.
 struct KXEncoderDynamicPair {
-    unsigned int timeGap;   ///< in ms: the row is for steps that take less than this
-    unsigned int increment; ///< what such a step counts, in thousandths of the user factor's unit
+    unsigned int timeGap;   ///< in ms; the row is for steps that take less
+    unsigned int increment; ///< of such a step, before the user factor
 };
 
 /// The default speed table, paired by index: time gaps in ms, strictly rising, and increments.
 KX_EVENTS_API extern const int DEFAULT_TIME_GAPS[7];
 KX_EVENTS_API extern const int DEFAULT_INCREMENTS[7];
 
-/// Makes a rotary encoder accelerate: turned slowly, a step counts little; turned fast, up to thousands.
+/// Accelerates a rotary encoder. By default a slow step counts 1 and a fast one up to thousands.
 ///
-/// One instance serves the process, since the terminal has one knob. Nothing is locked: the input event manager
-/// calls \ref calculateIncrement on the thread that delivers input, and the setters belong on that thread too,
-/// between two steps.
+/// One instance serves the process. Nothing is locked. The input event manager calls \ref calculateIncrement on
+/// the thread that delivers input. Call the setters on that thread too, between two steps.
 class KX_EVENTS_API KXEncoderDynamic {
 public:
-    /// The instance, made with its defaults on first use. The input event manager deletes it when it shuts
-    /// down; the next call makes a fresh one. Not guarded against two first uses at once.
+    /// The instance, made with its defaults on first use. The input event manager deletes it at shut-down; the
+    /// next call makes a new one. Not guarded against two first uses at once.
     /// \return null when it cannot be initialised, which is reported in "kx_encoder_dynamic" at level 1
     static KXEncoderDynamic* instance();
 
     /// For \ref instance and for tests: the state before \ref initialize.
     KXEncoderDynamic();
 
-    /// Forgets the instance, so that the next \ref instance makes a new one.
+    /// The next \ref instance makes a new one.
     virtual ~KXEncoderDynamic();
 
     KXEncoderDynamic(const KXEncoderDynamic&) = delete;
     KXEncoderDynamic& operator=(const KXEncoderDynamic&) = delete;
 
-    /// Sets the default table and factors and forgets the steps seen so far.
+    /// Sets the default table and factors and forgets earlier steps.
     /// \return 0
     int initialize();
 
     /// Replaces the speed table. The rows' time gaps must rise strictly.
     ///
-    /// It also sets how long a step may take before the encoder counts as restarted: twice the last time gap;
-    /// 500 ms with fewer than two rows, and, for history's sake, after a refused table.
+    /// After a longer step than twice the last time gap the encoder counts as restarted. With fewer than two rows,
+    /// and after a refused table, that limit is 500 ms.
     /// \return 0; 3 when the gaps do not rise, and then the old table stays
     int setDynamicParameters(const std::vector<KXEncoderDynamicPair>& pairs);
     std::vector<KXEncoderDynamicPair> getDynamicParameters() const;
 
-    /// How much of a new target increment is taken over at once, in thousandths: 1000 follows the table without
-    /// delay.
+    /// The weight of a new target increment in thousandths; 1000 follows the table without delay.
     /// \return 0; 24 when \p factor is not 1 to 1000, and then the old one stays
     int setLowPassFactor(int factor);
     int getLowPassFactor() const;
@@ -68,13 +66,13 @@ public:
     /// Tick of the last step handled.
     std::uint64_t getLastTimeStamp() const;
 
-    /// Adds what \p step counts, given the time since the last step, to the \c value of \p bundle. Both may be
-    /// the same event. A step with \c count 0 counts as one, and its \c count is set to 1.
+    /// Adds the increment of \p step to the \c value of \p bundle. Both may be the same event. A step with
+    /// \c count 0 counts as one, and its \c count is set to 1.
     /// \return 0; 29 when \p step is no ENCODER_MOVE_EVENT; 1 when it is not later than the last step, which is
     ///         reported in "kx_encoder_dynamic" at level 1. \p bundle is unchanged unless 0 is returned.
     int calculateIncrement(KXInputEvent& step, KXInputEvent& bundle);
 
-    /// Key of the debug section "kx_encoder_dynamic", obtained when the library is loaded.
+    /// Key of the debug section "kx_encoder_dynamic"; set when the library is loaded.
     static const unsigned int debugSection;
 
 private:

@@ -32,7 +32,7 @@ void writeLine(std::ostream& stream, std::initializer_list<LinePiece> pieces) {
     for (const LinePiece& piece : pieces)
         length += piece.text.copy(line + length, sizeof line - 1 - length);
     line[length++] = '\n';
-    // An unformatted insertion: a formatted one would pad the line to the application's width and reset it.
+    // Unformatted: operator<< would pad the line to the application's width and reset that width.
     stream.write(line, static_cast<std::streamsize>(length));
     stream.flush();
 }

@@ -23,10 +23,9 @@ private:
     char digits[20]; // holds a pointer of 64 bits with its 0x
 };
 
-/// Writes one line: composes it with its line end, hands it to \p stream in one insertion, and flushes.
-///
-/// Any thread: lines of several threads do not mix on the standard streams. The stream's settings (base, width, fill,
-/// locale) neither change the line nor are changed. A line has at most 511 characters; what is longer is cut.
+/// Composes a line, inserts it into \p stream in one piece and flushes. Characters after the 511th are dropped.
+/// Any thread: lines of several threads do not mix on the standard streams. The stream's settings (base, width,
+/// fill, locale) do not affect the line and do not change.
 void writeLine(std::ostream& stream, std::initializer_list<LinePiece> pieces);
 
 } // namespace KX

@@ -6,10 +6,10 @@
 
 namespace KX {
 
-// The parts of an event that travel through a queue. Assigning whole events would take their flags along, and
-// in a diamond would assign the shared parts once for every path that leads to them.
+// Queues copy these fields. Assigning whole events would also copy the flags, and would assign the shared bases
+// once for each path through the diamond.
 
-// The compiler calls a function for what std::copy does with a range, even where it knows how long that is.
+// std::copy compiles to a function call, even for a range of constant length.
 template<class Words>
 void copyWords(Words& to, const Words& from) {
     std::memcpy(&to, &from, sizeof(Words));

@@ -1,12 +1,15 @@
 #include "events/EventParts.h"
 
+#include "events/DiagnosticLine.h"
+
+#include <iostream>
 #include <typeinfo>
 
 namespace KX {
 
 namespace {
 
-// Whether an event is exactly of a class, and then where its part is.
+// Sets part and returns true if the event is exactly a Class.
 template<class Class, class Part>
 bool findPart(KXEvent& event, Part*& part) {
     if (&typeid(event) != &typeid(Class))
@@ -15,8 +18,7 @@ bool findPart(KXEvent& event, Part*& part) {
     return true;
 }
 
-// The part that an event claims to have. Nearly every event is exactly of the class that it claims, or of one of those
-// derived from it here. Then the part is found at once, without the search of a checked cast through the diamond.
+// Nearly every event is exactly a Part or one of Derived. Only the others need a checked cast through the diamond.
 template<class Part, class... Derived>
 Part* claimedPart(KXEvent& event) {
     Part* part = nullptr;
@@ -25,34 +27,25 @@ Part* claimedPart(KXEvent& event) {
     return &dynamic_cast<Part&>(event);
 }
 
+[[gnu::noinline]] void reportUnknownClass(int eventClass) {
+    writeLine(std::cerr, {"KXSomeEvent(KXEvent &): ERRROR - created from unknown event class ", eventClass});
+}
+
 } // namespace
 
-// The number decides, so an object of a class derived by the application travels as what it says it is. The casts make
-// sure that it really has the part that is read.
+// The class number decides: an object of an application's derived class travels as the class that it claims. The
+// casts check that the object has the part of that class.
 EventParts partsOf(KXEvent& event) {
     EventParts parts;
     parts.sourceClass = event.eventClass;
     switch (event.eventClass) {
-    case EVENT_CLASS:
-        break;
-    case INCIDENT_CLASS:
-        claimedPart<KXIncident, KXSomeEvent>(event);
-        break;
-    case TOOLKIT_EVENT_CLASS:
-        parts.input = claimedPart<KXToolkitEvent, KXSomeEvent>(event);
-        break;
-    case INPUT_EVENT_CLASS:
-        parts.input = claimedPart<KXInputEvent, KXToolkitEvent, KXSomeEvent>(event);
-        break;
-    case NAVIGATION_EVENT_CLASS:
-        claimedPart<KXNavigationEvent, KXSomeEvent>(event);
-        break;
-    case TRIGGER_CLASS:
-        claimedPart<KXTrigger, KXSomeEvent>(event);
-        break;
-    case SIGNAL_CLASS:
-        parts.signal = claimedPart<KXSignal, KXSomeEvent>(event);
-        break;
+    case EVENT_CLASS: break;
+    case INCIDENT_CLASS: claimedPart<KXIncident, KXSomeEvent>(event); break;
+    case TOOLKIT_EVENT_CLASS: parts.input = claimedPart<KXToolkitEvent, KXSomeEvent>(event); break;
+    case INPUT_EVENT_CLASS: parts.input = claimedPart<KXInputEvent, KXToolkitEvent, KXSomeEvent>(event); break;
+    case NAVIGATION_EVENT_CLASS: claimedPart<KXNavigationEvent, KXSomeEvent>(event); break;
+    case TRIGGER_CLASS: claimedPart<KXTrigger, KXSomeEvent>(event); break;
+    case SIGNAL_CLASS: parts.signal = claimedPart<KXSignal, KXSomeEvent>(event); break;
     case SOME_EVENT_CLASS: {
         const KXSomeEvent* const holder = claimedPart<KXSomeEvent>(event);
         parts.input = holder;
@@ -60,8 +53,7 @@ EventParts partsOf(KXEvent& event) {
         parts.sourceClass = holder->sourceClass;
         break;
     }
-    default:
-        parts.isKnownClass = false;
+    default: reportUnknownClass(event.eventClass); parts.isKnownClass = false;
     }
     return parts;
 }

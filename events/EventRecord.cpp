@@ -9,7 +9,7 @@
 
 namespace KX {
 
-// The record is what the target keeps in memory, so one made by copying a holder's bytes would be the same.
+// On a 32-bit machine a record has the layout of a holder in memory.
 static_assert(sizeof(void*) != 4 || (sizeof(KXSomeEvent) == sizeof(EventRecord) && alignof(KXSomeEvent) == 8));
 
 namespace {
@@ -17,7 +17,7 @@ namespace {
 constexpr std::size_t placeOfSignal = 24;
 constexpr std::size_t placeOfSourceClass = 40;
 
-// Visit the fields that travel, with their places in the record, so that writing and reading cannot differ.
+// Writing and reading share these lists of fields and their places, so they cannot differ.
 
 template<class Event, class Visitor>
 void visitInputFields(Event& event, Visitor&& visit) {
@@ -37,14 +37,14 @@ void visitEventFields(Event& event, Visitor&& visit) {
     visit(120, event.count);
 }
 
-// What lies between the fields.
+// Bytes between the fields, written as 0.
 struct Gap {
     std::size_t begin;
     std::size_t end;
 };
 constexpr Gap gaps[] = {{0, 24}, {44, 48}, {76, 88}, {124, std::tuple_size_v<EventRecord>}};
 
-// A number, or each of an array, with its low byte first.
+// Records are little-endian.
 template<class Field>
 void swapWhereBigEndian(Field& field) {
     if constexpr (__BYTE_ORDER__ == __ORDER_BIG_ENDIAN__) {
@@ -97,7 +97,7 @@ void writeNoInput(const Writer& write) {
 }
 
 void writeParts(EventRecord& record, const KXEvent& event, const EventParts& parts) {
-    // Everything is written once: clearing the whole record first costs more than filling it.
+    // Every byte is written once: clearing the whole record first costs more than filling it.
     const Writer write(record);
     for (const Gap& gap : gaps)
         std::fill(record.begin() + gap.begin, record.begin() + gap.end, std::uint8_t{0});
@@ -111,9 +111,9 @@ void writeParts(EventRecord& record, const KXEvent& event, const EventParts& par
     visitEventFields(event, write);
 }
 
-// Out of line, with its holder: hardly any event claims a class that there is not.
-[[gnu::noinline]] void writeUnknown(EventRecord& record, KXEvent& event) {
-    KXSomeEvent holder(event); // which reports it
+// Out of line: unknown class numbers are rare.
+[[gnu::noinline]] void writeUnknown(EventRecord& record, const KXEvent& event, const EventParts& eventParts) {
+    KXSomeEvent holder(event, eventParts);
     writeParts(record, holder, partsOf(holder));
 }
 
@@ -125,7 +125,7 @@ EventRecord encodeEvent(KXEvent& event) {
     if (parts.isKnownClass)
         writeParts(record, event, parts);
     else
-        writeUnknown(record, event);
+        writeUnknown(record, event, parts);
     return record;
 }
 

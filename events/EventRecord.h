@@ -8,16 +8,15 @@ namespace KX {
 class KXEvent;
 class KXSomeEvent;
 
-/// One event as it travels through a pipe: the image that a KXSomeEvent has in the memory of a 32-bit
-/// little-endian machine, but the same bytes on every machine. Slots of type tables, flags and padding are
-/// written as 0 and skipped when read.
+/// One event in a pipe, the same bytes on every machine: the memory image of a KXSomeEvent on a 32-bit
+/// little-endian one. Slots of virtual tables, flags and padding are written as 0 and skipped when read.
 using EventRecord = std::array<std::uint8_t, 136>;
 
-/// The record of the holder that would be made from \p event, without making the holder: that saves a tenth of a post.
+/// Encodes \p event like a holder made from it. Making no holder saves a tenth of a post.
 /// \throws std::bad_cast  the event claims a class that it is not
 EventRecord encodeEvent(KXEvent& event);
 
-/// Puts the fields of a record into \p event, which keeps its flags and its own type tables.
+/// Puts the fields of a record into \p event. The flags of \p event stay.
 void decodeEvent(const EventRecord& record, KXSomeEvent& event);
 
 } // namespace KX

@@ -7,20 +7,17 @@ namespace KX {
 /// The name of an event type; empty for a number without one. No allocation.
 std::string_view findEventTypeName(int type);
 
-/// The printable name of any event type, for a trace: held here instead of on the heap.
+/// The printable name of any event type, without a heap allocation.
 class EventTypeName {
 public:
     explicit EventTypeName(int type);
 
-    const char* text() const {
-        return name;
-    }
+    const char* text() const { return name; }
 
     EventTypeName(const EventTypeName&) = delete;
     EventTypeName& operator=(const EventTypeName&) = delete;
 
 private:
-    /// Apart, so that a type with a name does not pay for it.
     [[gnu::noinline]] const char* composeName(int type);
 
     const char* name;

@@ -1,3 +1,3 @@
 #pragma once
 
-#include "platform/KXCANMessage.h" // where the class stands now; this path is kept for programs that use it
+#include "platform/KXCANMessage.h" // the class has moved there; programs may go on using this path

@@ -1,16 +1,10 @@
 #include "events/KXSomeEvent.h"
 
-#include "events/DiagnosticLine.h"
 #include "events/EventFields.h"
 #include "events/EventParts.h"
 
-#include <iostream>
-
-// Copying is defined here and not left to each user's compiler, so that what a copy carries is part of the
-// library and a program built against an older header agrees with it.
-//
-// The whole family stands in one source, so that building, copying and destroying a holder is one function each
-// and not a call for every part of it: queues do little else.
+// Copying is not inline, so that programs built with older headers copy the same fields. One source for the whole
+// family lets the compiler make, copy and destroy a holder in one function, without a call for each base.
 
 namespace KX {
 
@@ -63,22 +57,14 @@ KXSignal::KXSignal(const KXSignal& other) = default;
 KXSignal& KXSignal::operator=(const KXSignal& other) = default;
 KXSignal::~KXSignal() = default;
 
-namespace {
-
-[[gnu::noinline]] void reportUnknownClass(int eventClass) {
-    writeLine(std::cerr, {"KXSomeEvent(KXEvent &): ERRROR - created from unknown event class ", eventClass});
-}
-
-} // namespace
-
 KXSomeEvent::KXSomeEvent() {
     eventClass = SOME_EVENT_CLASS;
 }
 
-KXSomeEvent::KXSomeEvent(KXEvent& source) {
-    const EventParts parts = partsOf(source);
+KXSomeEvent::KXSomeEvent(KXEvent& source) : KXSomeEvent(source, partsOf(source)) {}
+
+KXSomeEvent::KXSomeEvent(const KXEvent& source, const EventParts& parts) {
     if (!parts.isKnownClass) {
-        reportUnknownClass(source.eventClass);
         eventClass = SOME_EVENT_CLASS;
         eventType = source.eventType;
         return;
@@ -91,7 +77,7 @@ KXSomeEvent::KXSomeEvent(KXEvent& source) {
         copyWords(signalData, parts.signal->signalData);
 }
 
-// Whatever way a holder came by its flags, a copy does not have them.
+// The flags of a copy are false, even if those of the original are set.
 KXSomeEvent::KXSomeEvent(const KXSomeEvent& other)
     : KXEvent(other), KXIncident(other), KXInputEvent(other), KXTrigger(other), KXToolkitEvent(other),
       KXNavigationEvent(other), KXSignal(other), sourceClass(other.sourceClass) {

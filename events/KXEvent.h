@@ -9,8 +9,7 @@
 
 namespace KX {
 
-// The family of events. Inheritance is virtual throughout, so that an event object has exactly one part of each
-// kind however it was built, the holder of KXSomeEvent.h included, which derives from every leaf:
+// The family of events. All inheritance is virtual, so every event has each base once:
 //
 //                     KXEvent
 //                    /       \.
@@ -22,10 +21,9 @@ namespace KX {
 //           \_____________|_____________/
 //                    KXSomeEvent
 //
-// Events are plain values: producers build them on the stack, queues keep copies, nothing here allocates.
-// Copying copies every field of every part.
+// Events are values and allocate nothing. A copy has all fields; only a copied KXSomeEvent loses its flags.
 
-/// What every event has.
+/// The base of all events. Class number 0.
 class KX_EVENTS_API KXEvent {
 public:
     KXEvent();
@@ -33,7 +31,7 @@ public:
     KXEvent& operator=(const KXEvent& other);
     virtual ~KXEvent();
 
-    int eventClass = EVENT_CLASS;   ///< number of the most derived class; a queue converts the event by it
+    int eventClass = EVENT_CLASS;   ///< number of the most derived class; selects the fields that queues copy
     int eventType = 0;              ///< what happened, a \ref KXEventType or a number of the application
     unsigned int timeStamp = 0;     ///< tick at which it happened, in ms
     unsigned int eventData[4] = {}; ///< carried unchanged; for mouse events, word 1 is the button
@@ -52,7 +50,7 @@ public:
     bool incidentFlag = false; ///< for producers outside the library; queues do not carry it
 };
 
-/// Something that the operator did. Class number 3.
+/// Input of the operator. Class number 3.
 class KX_EVENTS_API KXInputEvent : public virtual KXIncident {
 public:
     KXInputEvent();
@@ -66,7 +64,7 @@ public:
     unsigned int inputData[4] = {}; ///< carried unchanged
 };
 
-/// Something that the graphical toolkit saw the operator do, before it is classified. Class number 2.
+/// Input of the operator as the graphical toolkit reports it, before classification. Class number 2.
 class KX_EVENTS_API KXToolkitEvent : public virtual KXInputEvent {
 public:
     KXToolkitEvent();

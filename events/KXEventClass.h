@@ -2,7 +2,7 @@
 
 namespace KX {
 
-/// Which class of the event family an event says it is, in its \c eventClass.
+/// The values of \c eventClass: the class that an event claims to be.
 enum KXEventClass : int {
     EVENT_CLASS = 0,            ///< KXEvent
     INCIDENT_CLASS = 1,         ///< KXIncident

@@ -4,7 +4,7 @@
 
 namespace KX {
 
-/// What a classified event was made with.
+/// The device that a classified event comes from.
 enum class KXInputDevice {
     NoDevice, ///< the type is no classified input
     Key,
@@ -23,50 +23,33 @@ enum class KXGesture {
     Move, ///< of the mouse or the encoder
     Enter,
     Exit,
-    Escape, ///< a mouse button was let go where it does not count
+    Escape, ///< the mouse button was released where it does not count
 };
 
-/// What kind of input an event type is.
 struct KXEventKind {
     KXInputDevice device = KXInputDevice::NoDevice;
     KXGesture gesture = KXGesture::NoGesture;
 };
 
-/// The kind of any event type; one that is no classified input has neither device nor gesture.
+/// Any type; a type that is no classified input has neither device nor gesture.
 constexpr KXEventKind kindOfEventType(int type) {
     switch (type) {
-    case KEY_PRESS_EVENT:
-        return {KXInputDevice::Key, KXGesture::Press};
-    case KEY_DOUBLE_PRESS_EVENT:
-        return {KXInputDevice::Key, KXGesture::DoublePress};
-    case KEY_LONG_PRESS_EVENT:
-        return {KXInputDevice::Key, KXGesture::LongPress};
-    case KEY_RELEASE_EVENT:
-        return {KXInputDevice::Key, KXGesture::Release};
-    case KEY_LONG_RELEASE_EVENT:
-        return {KXInputDevice::Key, KXGesture::LongRelease};
-    case MOUSE_PRESS_EVENT:
-        return {KXInputDevice::Mouse, KXGesture::Press};
-    case MOUSE_DOUBLE_PRESS_EVENT:
-        return {KXInputDevice::Mouse, KXGesture::DoublePress};
-    case MOUSE_LONG_PRESS_EVENT:
-        return {KXInputDevice::Mouse, KXGesture::LongPress};
-    case MOUSE_RELEASE_EVENT:
-        return {KXInputDevice::Mouse, KXGesture::Release};
-    case MOUSE_LONG_RELEASE_EVENT:
-        return {KXInputDevice::Mouse, KXGesture::LongRelease};
-    case MOUSE_MOVE_EVENT:
-        return {KXInputDevice::Mouse, KXGesture::Move};
-    case MOUSE_ENTER_EVENT:
-        return {KXInputDevice::Mouse, KXGesture::Enter};
-    case MOUSE_EXIT_EVENT:
-        return {KXInputDevice::Mouse, KXGesture::Exit};
-    case MOUSE_ESCAPE_EVENT:
-        return {KXInputDevice::Mouse, KXGesture::Escape};
-    case ENCODER_MOVE_EVENT:
-        return {KXInputDevice::Encoder, KXGesture::Move};
-    default:
-        return {};
+    case KEY_PRESS_EVENT: return {KXInputDevice::Key, KXGesture::Press};
+    case KEY_DOUBLE_PRESS_EVENT: return {KXInputDevice::Key, KXGesture::DoublePress};
+    case KEY_LONG_PRESS_EVENT: return {KXInputDevice::Key, KXGesture::LongPress};
+    case KEY_RELEASE_EVENT: return {KXInputDevice::Key, KXGesture::Release};
+    case KEY_LONG_RELEASE_EVENT: return {KXInputDevice::Key, KXGesture::LongRelease};
+    case MOUSE_PRESS_EVENT: return {KXInputDevice::Mouse, KXGesture::Press};
+    case MOUSE_DOUBLE_PRESS_EVENT: return {KXInputDevice::Mouse, KXGesture::DoublePress};
+    case MOUSE_LONG_PRESS_EVENT: return {KXInputDevice::Mouse, KXGesture::LongPress};
+    case MOUSE_RELEASE_EVENT: return {KXInputDevice::Mouse, KXGesture::Release};
+    case MOUSE_LONG_RELEASE_EVENT: return {KXInputDevice::Mouse, KXGesture::LongRelease};
+    case MOUSE_MOVE_EVENT: return {KXInputDevice::Mouse, KXGesture::Move};
+    case MOUSE_ENTER_EVENT: return {KXInputDevice::Mouse, KXGesture::Enter};
+    case MOUSE_EXIT_EVENT: return {KXInputDevice::Mouse, KXGesture::Exit};
+    case MOUSE_ESCAPE_EVENT: return {KXInputDevice::Mouse, KXGesture::Escape};
+    case ENCODER_MOVE_EVENT: return {KXInputDevice::Encoder, KXGesture::Move};
+    default: return {};
     }
 }
 
@@ -78,7 +61,7 @@ constexpr bool isMouseEvent(int type) {
     return kindOfEventType(type).device == KXInputDevice::Mouse;
 }
 
-/// A press or a double press: something went down.
+/// A press or a double press.
 constexpr bool isPressEvent(int type) {
     const KXGesture gesture = kindOfEventType(type).gesture;
     return gesture == KXGesture::Press || gesture == KXGesture::DoublePress;

@@ -14,12 +14,9 @@ KXEventQueue::~KXEventQueue() = default;
 
 KXEventQueue* KXEventQueue::create(int type) {
     switch (type) {
-    case EVENT_QUEUE_AS_PIPE:
-        return new KXEventQueueAsPipe;
-    case EVENT_QUEUE_AS_QUEUE:
-        return new KXEventQueueAsQueue;
-    default:
-        return nullptr;
+    case EVENT_QUEUE_AS_PIPE: return new KXEventQueueAsPipe;
+    case EVENT_QUEUE_AS_QUEUE: return new KXEventQueueAsQueue;
+    default: return nullptr;
     }
 }
 

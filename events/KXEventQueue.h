@@ -5,10 +5,10 @@
 
 namespace KX {
 
-/// Hands events from producers to a consumer, first in, first out.
+/// A queue of events, first in, first out.
 ///
-/// Any number of threads may post; whether several may take is told by each implementation. No operation waits
-/// for an event. Events still queued when the queue is destroyed are dropped.
+/// Any number of threads may post; each implementation says whether several may take. No operation waits for an
+/// event. The destructor drops events that are still queued.
 class KX_EVENTS_API KXEventQueue {
 public:
     enum eventQueueType : int {
@@ -16,38 +16,35 @@ public:
         EVENT_QUEUE_AS_QUEUE = 1, ///< \ref KXEventQueueAsQueue: cheaper, without limit, nothing to wait on
     };
 
-    /// Makes a queue of the type asked for, an \ref eventQueueType.
+    /// Makes a queue of \p type, an \ref eventQueueType.
     /// \return owned by the caller, who deletes it when no thread uses it any more; null for an unknown type
     static KXEventQueue* create(int type);
 
-    /// Sets a hook that every post calls once, on the posting thread, after the event is in the queue (or, in a
-    /// pipe, could not be written) and no lock of the queue is held. Null switches it off.
+    /// Sets a hook that every post calls last, on the posting thread, without a lock of the queue; null: none. A
+    /// post calls it even if the pipe could not take the event. Not locked: set it before events are posted.
     ///
-    /// The hook of the input event manager's queue runs with the manager's mutex held. It must not hand input in
-    /// (inputEventOccurred, toolkitEventOccurred), because the thread may wait for itself for ever. It may use the queue.
-    ///
-    /// Not locked: to be set before events are posted.
+    /// The hook of the input event manager's queue runs with the manager's mutex held. It may use the queue. It
+    /// must not call inputEventOccurred or toolkitEventOccurred: the thread may deadlock.
     void setAfterPostFunction(void (*function)());
 
     virtual ~KXEventQueue();
 
-    /// Appends a copy of \p event, which stays the caller's, then calls the hook. Any thread.
-    ///
-    /// Every post is traced in the debug section "kx_event_queue" at level 4.
+    /// Appends a copy of \p event, then calls the hook. Any thread. The debug section "kx_event_queue" traces
+    /// every post at level 4.
     /// \throws std::bad_cast  the event claims a class that it is not; nothing is queued, the hook does not run
     virtual void postEvent(KXEvent& event) = 0;
 
-    /// Takes the oldest event out. Never waits for one: from an empty queue comes a default holder
-    /// (\c eventClass 7, \c eventType 0), so ask \ref isEmpty first.
+    /// Takes the oldest event out. Does not wait for one: an empty queue gives a default holder (\c eventClass 7,
+    /// \c eventType 0), so ask \ref isEmpty first.
     virtual KXSomeEvent getNextEvent() = 0;
 
-    /// Number of events that wait, as of some moment during the call. Takes no lock.
+    /// Number of queued events at some moment during the call. Takes no lock.
     virtual unsigned int getSize() = 0;
 
-    /// Whether none waits, as of some moment during the call. Takes no lock.
+    /// Whether no event was queued at some moment during the call. Takes no lock.
     virtual bool isEmpty() = 0;
 
-    /// Key of the debug section "kx_event_queue" of all queues, obtained when the library is loaded.
+    /// Key of the debug section "kx_event_queue" of all queues; set when the library is loaded.
     static const unsigned int eventQueueDebugKey;
 
 protected:
@@ -55,10 +52,10 @@ protected:
     KXEventQueue(const KXEventQueue&) = delete;
     KXEventQueue& operator=(const KXEventQueue&) = delete;
 
-    /// Tells the debug service of a post; every post begins with it.
+    /// Every implementation calls it first.
     KX_LOCAL static void tracePost(const KXEvent& event);
 
-    /// Every post ends with it.
+    /// Every implementation calls it last.
     void callAfterPostFunction() const {
         if (afterPostFunction)
             afterPostFunction();

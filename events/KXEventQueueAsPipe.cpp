@@ -17,7 +17,7 @@ void reportError(const char* text) {
 } // namespace
 
 KXEventQueueAsPipe::KXEventQueueAsPipe() {
-    // A pipe that could not be opened shows in the first post, and isConnected() tells whoever asks.
+    // A failure shows in isConnected() and in the first post.
     static_cast<void>(init());
 }
 
@@ -25,8 +25,8 @@ KXEventQueueAsPipe::~KXEventQueueAsPipe() = default;
 
 void KXEventQueueAsPipe::postEvent(KXEvent& event) {
     tracePost(event);
-    // A record is smaller than what a pipe takes whole or not at all: posting threads need no lock, and a full
-    // pipe never leaves half a record behind.
+    // The pipe takes a record whole or not at all: posting threads need no lock, and a full pipe holds no half
+    // record.
     EventRecord record = encodeEvent(event);
     if (writeIntoPipe(record.data(), recordSize) != 0)
         reportError("Class KXPipe has failed to write the data into the pipe ");

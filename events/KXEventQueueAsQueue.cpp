@@ -1,5 +1,7 @@
 #include "events/KXEventQueueAsQueue.h"
 
+#include "events/EventParts.h"
+
 #include <boost/thread/lock_guard.hpp>
 
 namespace KX {
@@ -9,16 +11,17 @@ KXEventQueueAsQueue::~KXEventQueueAsQueue() = default;
 
 void KXEventQueueAsQueue::postEvent(KXEvent& event) {
     tracePost(event);
-    const KXSomeEvent holder(event);
+    // All that can fail or write a line is done before the lock is taken.
+    const EventParts parts = partsOf(event);
     {
         const boost::lock_guard<KXBackoffMutex> lock(queueMutex);
-        eventDeque.push_back(holder);
+        eventDeque.emplace_back(event, parts);
         queueCondition.notifyOneIfAwaited();
     }
     callAfterPostFunction();
 }
 
-// Returns nothing else, so that the compiler copies the oldest event straight to the caller.
+// With a single return value the compiler copies the event straight into the caller's variable.
 inline KXSomeEvent KXEventQueueAsQueue::takeOldest() {
     const boost::lock_guard<KXBackoffMutex> lock(queueMutex);
     while (eventDeque.empty())

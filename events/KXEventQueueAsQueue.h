@@ -9,22 +9,20 @@ namespace KX {
 
 /// Queue of events between the threads of one process.
 ///
-/// Any number of threads may post and take. Each operation locks for itself and none blocks on an empty queue.
-/// There is no limit but memory, which is allocated for a block of events at a time.
+/// Any number of threads may post and take. Each operation locks for itself; none blocks on an empty queue. Memory
+/// is the only limit. It is allocated for a block of events at a time.
 class KX_EVENTS_API KXEventQueueAsQueue : public KXEventQueue {
 public:
     /// \throws boost::thread_resource_error  the system has no mutex or condition variable left
     KXEventQueueAsQueue();
     ~KXEventQueueAsQueue() override;
 
-    /// Appends a copy of \p event and wakes one waiting consumer, then calls the after-post hook.
-    ///
-    /// The hook runs on the calling thread after the lock is released, so it may use this queue.
+    /// Appends a copy of \p event, wakes one waiting consumer, releases the lock and calls the after-post hook.
     /// \throws std::bad_cast  the event claims a class it is not; the queue is unchanged, the hook does not run
     void postEvent(KXEvent& event) override;
 
-    /// Takes the oldest event out. It waits only when \ref isEmpty has just said that an event is there and
-    /// another consumer took it first; that wait is a Boost interruption point.
+    /// Takes the oldest event out. It waits only if the queue held an event and another consumer took that event
+    /// first. The wait is a Boost interruption point.
     /// \throws boost::thread_interrupted  the thread was interrupted while it waited; nothing is taken
     KXSomeEvent getNextEvent() override;
 

@@ -24,8 +24,8 @@ constexpr NamedType namedTypes[] = {
 
 constexpr std::string_view unnamedPrefix = "UnknownEventType(";
 
-// Types are numbered by families of a hundred, of which few numbers are taken. So a look-up goes by the family and by
-// the number in it, without a search. That takes 200 bytes; one index of all numbers would take 2 KiB.
+// Types come in families of a hundred, with few numbers in use. A look-up by family and number needs no search and
+// 200 bytes; one index of all numbers would need 2 KiB.
 constexpr int familySize = 100;
 constexpr int familyCount = MEDIA_EVENT / familySize + 1;
 constexpr std::uint8_t noName = 0xFF;
@@ -71,7 +71,7 @@ static_assert(onlyTheUpperBoundIsNotIndexed());
 std::string_view findEventTypeName(int type) {
     if (type == KX_MAX_EVENT_TYPE_NUMBER)
         return namedTypes[std::size(namedTypes) - 1].name;
-    const auto number = static_cast<unsigned int>(type); // a negative one is beyond every family
+    const auto number = static_cast<unsigned int>(type); // a negative number lies beyond every family
     const unsigned int familyNumber = number / familySize;
     if (familyNumber >= familyCount)
         return {};
@@ -96,7 +96,7 @@ EventTypeName::EventTypeName(int type) : name(findEventTypeName(type).data()) {
 }
 
 const char* EventTypeName::composeName(int type) {
-    // Numbers are short enough to need no heap inside std::string, unlike the whole text.
+    // A number fits into std::string's own buffer; the whole text would need the heap.
     const std::string number = toString(type);
     char* end = unnamed;
     end += unnamedPrefix.copy(end, unnamedPrefix.size());

@@ -4,14 +4,12 @@
 
 #include <string>
 
-/// Every event type of the system: calls X(number, NAME) for each, in rising order.
+/// Calls X(number, NAME) for every event type, in rising order. This is the only list of event types.
 ///
-/// The one place where they are listed. The numbering is shared with the applications that post and consume
-/// events and never changes; numbers that are missing stay unnamed. The names are kept as they are, irregular
-/// ones too: applications and logs know them in this form.
+/// Applications and logs know these numbers and names. So they never change, irregular names included, and unused
+/// numbers stay unnamed.
 // clang-format off
 #define KX_FOR_EACH_EVENT_TYPE(X) \
-    /* objects, pools and working sets; 34 stays free */   \
     X(0, UNKNOWN_EVENT)                                    \
     X(1, WORKING_SET_ACTIVE_EVENT)                         \
     X(2, WORKING_SET_DEACTIVE_EVENT)                       \
@@ -49,12 +47,10 @@
     X(35, SHOW_ALARM_IN_SETTINGS_PROJECT)                  \
     X(36, TRIGGER_ALARM)                                   \
     X(37, AUX_INPUT_UNIT_DEAD_EVENT)                       \
-    /* pool bookkeeping */                                 \
     X(100, DELETE_OBJECT_POOL_CONFIRM_EVENT)               \
     X(101, REMOVE_POOL_WIDGETS_EVENT)                      \
     X(102, REMOVE_POOL_WIDGETS_CONFIRM_EVENT)              \
     X(103, CLEAR_J1939_ECUS_EVENT)                         \
-    /* toolkit: mouse, wheel */                            \
     X(200, TOOLKIT_MOUSE_PRESS_EVENT)                      \
     X(201, TOOLKIT_MOUSE_RELEASE_EVENT)                    \
     X(202, TOOLKIT_MOUSE_DOUBLE_PRESS_EVENT)               \
@@ -64,20 +60,16 @@
     X(206, TOOLKIT_WHEEL_EVENT)                            \
     X(207, TOOLKIT_CLICK_EVENT)                            \
     X(208, TOOLKIT_MOUSE_ESCAPE_EVENT)                     \
-    /* toolkit: keys */                                    \
     X(300, TOOLKIT_KEY_PRESS_EVENT)                        \
     X(301, TOOLKIT_KEY_RELEASE_EVENT)                      \
     X(302, TOOLKIT_KEY_AUTO_REPEAT_PRESS_EVENT)            \
     X(303, TOOLKIT_KEY_AUTO_REPEAT_RELEASE_EVENT)          \
-    /* toolkit: windows */                                 \
     X(400, TOOLKIT_WINDOW_ACTIVE_EVENT)                    \
     X(401, TOOLKIT_WINDOW_DEACTIVE_EVENT)                  \
     X(410, TOOLKIT_HIDE_EVENT)                             \
-    /* classified key presses */                           \
     X(500, KEY_LONG_PRESS_EVENT)                           \
     X(501, KEY_DOUBLE_PRESS_EVENT)                         \
     X(502, KEY_LONG_RELEASE_EVENT)                         \
-    /* mouse and touch */                                  \
     X(600, MOUSE_PRESS_EVENT)                              \
     X(601, MOUSE_RELEASE_EVENT)                            \
     X(602, MOUSE_MOVE_EVENT)                               \
@@ -87,17 +79,13 @@
     X(606, MOUSE_DOUBLE_PRESS_EVENT)                       \
     X(607, MOUSE_LONG_RELEASE_EVENT)                       \
     X(608, MOUSE_ESCAPE_EVENT)                             \
-    /* rotary encoder */                                   \
     X(700, ENCODER_MOVE_EVENT)                             \
-    /* power management */                                 \
     X(800, POWER_MANAGEMENT_TIMEOUT_EVENT)                 \
     X(801, POWER_MANAGEMENT_DEVICE_STATE_EVENT)            \
     X(802, POWER_MANAGEMENT_POWER_STATE_EVENT)             \
     X(803, POWER_MANAGEMENT_POWER_STATE_CHANGE_EVENT)      \
     X(804, POWER_MANAGEMENT_PROPAGATION_TIME_CHANGE_EVENT) \
-    /* digital I/O */                                      \
     X(900, IO_TOGGLE_EVENT)                                \
-    /* input-field editing */                              \
     X(1000, OPEN_FOR_INPUT_EVENT)                          \
     X(1001, ENABLED_OUTPUT_EVENT)                          \
     X(1002, DISABLED_EVENT)                                \
@@ -105,48 +93,37 @@
     X(1004, CHANGE_INPLACE_VALUE_EVENT)                    \
     X(1005, CONFIRM_INPLACE_VALUE_EVENT)                   \
     X(1009, JUMP_TO_PAGE_EVENT)                            \
-    /* variable notifications */                           \
     X(1100, VARIABLE_VALUE_CHANGED_EVENT_INT)              \
     X(1101, VARIABLE_VALUE_CHANGED_EVENT_STRING)           \
     X(1103, VARIABLE_GET_VALUE_RESPONSE_EVENT_INT)         \
     X(1104, VARIABLE_GET_VALUE_RESPONSE_EVENT_STRING)      \
-    /* variable requests */                                \
     X(1200, VARIABLE_CHANGE_EVENT_BY_OWNER)                \
     X(1201, VARIABLE_CHANGE_REQUEST_EVENT_INT)             \
     X(1202, VARIABLE_CHANGE_REQUEST_EVENT_STRING)          \
     X(1203, VARIABLE_VALIDITY_CHANGED)                     \
-    /* protocol supervision */                             \
     X(1300, PROTOCOL_TIMEOUT_EVENT)                        \
     X(1301, CAN_MAPPING_TIMEOUT_EVENT)                     \
     X(1302, CAN_MAPPING_TIMEOUT_RESOLVED_EVENT)            \
     X(1303, HEARTBEAT_TIMEOUT_EVENT)                       \
     X(1304, HEARTBEAT_TIMEOUT_RESOLVED_EVENT)              \
     X(1305, J1939_TP_MESSAGE_SEND)                         \
-    /* logging timers */                                   \
     X(1400, LOG_TIMER1_EXPIRED_EVENT)                      \
     X(1401, LOG_TIMER2_EXPIRED_EVENT)                      \
     X(1402, LOG_TIMER3_EXPIRED_EVENT)                      \
-    /* application lifecycle */                            \
     X(1500, APPLICATION_INIT_EVENT)                        \
     X(1501, APPLICATION_REPEAT_EVENT)                      \
     X(1502, APPLICATION_EXIT_EVENT)                        \
     X(1505, APPLICATION_INIT_FINISHED_EVENT)               \
-    /* screen lifecycle */                                 \
     X(1600, SCREEN_INIT_EVENT)                             \
     X(1601, SCREEN_REPEAT_EVENT)                           \
     X(1602, SCREEN_EXIT_EVENT)                             \
     X(1603, SCREEN_INIT_FINISHED_EVENT)                    \
-    /* state machine */                                    \
     X(1700, STATE_CHANGED_EVENT)                           \
-    /* properties */                                       \
     X(1800, PROPERTY_CHANGE_EVENT)                         \
     X(1803, SET_PROPERTY_IN_ALL_WIDGETS_EVENT)             \
     X(1805, CLEAN_UP_EVENT)                                \
-    /* timers */                                           \
     X(2000, TIMER_TIMEOUT_EVENT)                           \
-    /* media */                                            \
     X(2100, MEDIA_EVENT)                                   \
-    /* upper bound of the numbering */                     \
     X(9999, KX_MAX_EVENT_TYPE_NUMBER)
 // clang-format on
 

@@ -2,7 +2,7 @@
 
 namespace KX {
 
-/// The key codes that the library itself fixes, as a \c keyCode carries them. Codes from 7 on are the application's.
+/// The values of \c keyCode that the library defines. Codes from 7 on belong to the application.
 enum KXKeyCode : int {
     KX_KEY_NONE = -1, ///< no key, in \c keyCode and in \c osKeyCode
     KX_KEY_ESCAPE = 0,

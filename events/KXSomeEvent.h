@@ -4,21 +4,26 @@
 
 namespace KX {
 
-/// Holds the contents of an event of any class; what queues store and return. Class number 7.
+struct EventParts;
+
+/// Holder for an event of any class. Queues store and return holders. Class number 7.
 ///
-/// A holder made from an event takes over the event's \c eventClass, so a consumer sees by it what was posted,
-/// and reads the fields of that class; the others stand at their defaults. The four flags are never taken over.
+/// A holder made from an event has that event's \c eventClass and the fields of that class. All other fields have
+/// their defaults. The four flags are never taken over.
 class KX_EVENTS_API KXSomeEvent : public KXToolkitEvent, public KXNavigationEvent, public KXSignal {
 public:
     KXSomeEvent();
 
-    /// Takes over what an event of the class that \p source.eventClass tells carries. This is how every queue
-    /// stores an event; it is implicit, so that an event can be given where a holder is asked for.
+    /// Takes over the fields of the class that \p source.eventClass names. Implicit, so that an event can be
+    /// passed where a holder is expected.
     ///
-    /// A class number other than 0 to 7 is reported on standard error; the holder then has the event's type,
-    /// \c sourceClass 0, its own class number 7 and defaults elsewhere.
+    /// A class number other than 0 to 7 is reported on standard error. The holder then has class number 7, the
+    /// type of \p source, \c sourceClass 0 and defaults elsewhere.
     /// \throws std::bad_cast  \p source claims a class that it is not
     KXSomeEvent(KXEvent& source);
+
+    /// The library's own: the parts of \p source are at hand.
+    KX_LOCAL KXSomeEvent(const KXEvent& source, const EventParts& parts);
 
     /// Copies all fields but the four flags, which are false in the copy.
     KXSomeEvent(const KXSomeEvent& other);

@@ -1,5 +1,5 @@
-// The keypad on the CAN bus. Its keys go the long way round: each becomes a Qt key event for the active window,
-// so that it means there what the same key of a keyboard means, and comes back through the toolkit layer.
+// The keypad on the CAN bus. Each key becomes a Qt key event for the active window, which treats it like a key of
+// a keyboard. From there the toolkit layer hands it to the manager.
 
 #include "input/CANRemoteHandler.h"
 #include "input/CANRemoteOptions.h"
@@ -23,14 +23,14 @@ namespace {
 
 constexpr std::uint32_t extendedIdentifierBits = 0x1FFFFFFF;
 
-// How many steps of the encoder may lie between two frames for a wrap to be recognised as one.
+// A wrap is recognised if at most so many steps of the encoder lie between two frames.
 constexpr std::uint32_t stepsAcrossWrap = 9;
 
-// Applications know the keys of the keypad by it.
+// Applications recognise keys of the keypad by this value.
 constexpr int keypadValue = 65535;
 
-// The position outlives managers: the knob does not turn back when an application starts its manager anew.
-// Touched by the one thread that decodes frames.
+// Outlives managers: the knob keeps its position when the application makes a new manager. Only the thread that
+// decodes frames uses it.
 std::uint16_t lastEncoderPosition = 0;
 
 // A byte outside the frame reads as 0.
@@ -64,7 +64,7 @@ struct EncoderMove {
     int keyCode;
 };
 
-// The counter wraps at its mask, so a leap over nearly all of its range is a small move the other way.
+// The counter wraps at its mask: a leap over nearly all of its range is a small move in the other direction.
 EncoderMove encoderMove(int position, int last, const CANRemoteOptions& options) {
     const int smallestLeap = static_cast<int>(options.encoderMask - stepsAcrossWrap);
     if (position > last) {
@@ -97,7 +97,8 @@ void decodeKey(const KXCANMessage& message, KeyOptionsCANRemote& key, unsigned i
     key.pressed = bit;
 }
 
-// The mutex puts the frame into the order of inputs. Decoding goes without it, as the keys' states are this thread's.
+// The observation's mutex orders frames and other inputs. Decoding needs none: only this thread uses the keys'
+// states.
 void tellFrame(const KXInputEventManager* manager, const KXCANMessage& message) {
     const Observation observation(manager);
     if (observation)
@@ -143,8 +144,7 @@ int KXInputEventManager::openCANRemote() {
     if (!canRemoteEndPoint)
         return STATUS_OK;
     canRemoteEndPoint->configure(canRemoteOptions.endPointSetting);
-    // Neither the bus nor the handler is ever released: a keypad that was switched on stays on for the life of
-    // the process.
+    // The bus and the handler are never released: an enabled keypad stays on until the process ends.
     canRemoteHandler = new CANRemoteHandler(this);
     return endPointManager->addEndPoint(canRemoteEndPoint, canRemoteHandler);
 }

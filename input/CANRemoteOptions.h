@@ -7,10 +7,10 @@
 
 namespace KX {
 
-/// One key of a keypad on the CAN bus: which bit of which frame it is, and what it means.
+/// One key of a keypad on the CAN bus: its bit in a frame, and its key code.
 struct KeyOptionsCANRemote {
-    int keyNumber = 0; ///< the number on the keypad, for the line that tells of a press
-    int keyCode = 0;   ///< the key code that the key produces; the toolkit must know a key for it
+    int keyNumber = 0; ///< the number on the keypad, for the line on standard output
+    int keyCode = 0;   ///< the key code; the toolkit must have a key for it
     int byteIndex = 0; ///< data byte that holds the bit, 0 to 7
     int bitIndex = 0;  ///< bit in that byte, 0 the least significant, to 7
     int canId = 0;     ///< 29-bit identifier of the frame
@@ -19,12 +19,11 @@ struct KeyOptionsCANRemote {
 
 /// The layout of a keypad with up to 16 keys and a rotary encoder on the CAN bus.
 ///
-/// Nothing is checked when it is handed over. A bit outside the frame is never pressed. A key code that the toolkit has
-/// no key for takes the program down when it is pressed.
+/// Nothing is checked. A bit outside the frame is never pressed. A press of a key code without a toolkit key
+/// crashes the program.
 ///
-/// All 16 entries count: one that is left as it is stands for bit 0 of byte 0 of the frame with identifier 0, and a press
-/// there sends key code 0, which is Escape. Where such frames may come, give unused entries an identifier that no frame
-/// has, 0x20000000 for instance.
+/// All 16 entries are in use. A default entry means bit 0 of byte 0 in the frame with identifier 0, and sends key
+/// code 0, Escape. If such frames occur, give unused entries an identifier that no frame has, such as 0x20000000.
 struct CANRemoteOptions {
     bool enabled = false; ///< whether to open the bus
     int encoderUpKeyCode = KX_KEY_UP;
@@ -34,8 +33,8 @@ struct CANRemoteOptions {
     std::uint32_t encoderCANId = 0;     ///< 29-bit identifier; a frame with identifier 0 is never the encoder's
     std::uint8_t encoderByteIndex = 0;  ///< data byte with the low half of the position
     std::uint8_t endPointSetting = 0;   ///< handed to the bus driver
-    std::uint32_t encoderMask = 0xFFFF; ///< bits of the position that count; they also tell where it wraps
-    bool encoderLittleEndian = true;    ///< whether the high half follows the low one; else it stands before it
+    std::uint32_t encoderMask = 0xFFFF; ///< bits of the position that count; the position wraps there
+    bool encoderLittleEndian = true;    ///< true: the high half is the next byte; false: the byte before
 };
 
 } // namespace KX

@@ -1,5 +1,5 @@
-// How steps of the rotary encoder become encoder moves. A knob that is wired as a keyboard reports each step as
-// a press of key 4 or 5; t in ms after the first step:
+// How steps of the rotary encoder become encoder moves. A knob that is wired as a keyboard reports each step as a
+// press of key 4 or 5. Time t is in ms after the first step:
 //
 //   the operator                             posted (at t)
 //   ---------------------------------------  ---------------------------------------------------------------
@@ -13,7 +13,7 @@
 //   turns two further steps and one back     one of the two is cancelled; the increment is not taken back
 //   presses key 3                            the steps gathered so far, then key 3; the bundle is closed
 //
-// Moves that arrive as such (from a mouse wheel, say) are accelerated each by itself and never bundled.
+// Moves that arrive as moves, as from a mouse wheel, are accelerated one by one and never bundled.
 
 #include "input/KXInputEventManager.h"
 
@@ -51,8 +51,7 @@ int KXInputEventManager::convertToEncoderEvents(KXInputEvent& event) {
             encoderDynamic->calculateIncrement(event, event);
         }
         return STATUS_OK;
-    default:
-        return STATUS_OK;
+    default: return STATUS_OK;
     }
 }
 
@@ -81,8 +80,8 @@ int KXInputEventManager::bundleKeyEncoderEvents(KXInputEvent& event) {
     return STATUS_CONSUMED;
 }
 
-// The opening step is posted by itself, so that the operator sees the screen react at once; the bundle starts
-// with a count of 0 behind it. The worker thread posts it as an input event, whatever class the step was.
+// The opening step is posted at once, so that the screen reacts at once. The bundle starts after it with count 0.
+// The worker thread posts the bundle as an input event, whatever class the step has.
 void KXInputEventManager::openEncoderBundle(KXInputEvent& step) {
     encoderBundle = step;
     encoderBundle.eventClass = INPUT_EVENT_CLASS;
@@ -90,8 +89,7 @@ void KXInputEventManager::openEncoderBundle(KXInputEvent& step) {
     accelerate(step, encoderBundle);
 }
 
-// One step back cancels one step forward. The value is left alone: it tells how far the knob was turned, not
-// where it ended.
+// One step back cancels one step forward. The value stays: it is how far the knob was turned, not where it ended.
 void KXInputEventManager::turnEncoderBundleBack(KXInputEvent& step) {
     if (encoderBundle.count < 0) {
         encoderBundle.count = 0;
@@ -117,8 +115,7 @@ void KXInputEventManager::endEncoderBundle() {
 int KXInputEventManager::sendEncoderMoveEvent(unsigned int now) {
     if (now - encoderBundle.timeStamp < bundleIntervalMs)
         return STATUS_OK;
-    // A bundle that was posted stays open with its value, so that the next one carries on from it; one that
-    // gathered nothing since is over.
+    // A posted bundle stays open and keeps its value for the next one. A bundle without new steps is closed.
     if (isOpen(encoderBundle) && encoderBundle.count != 0)
         post(encoderBundle);
     else

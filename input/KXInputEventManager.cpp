@@ -17,8 +17,7 @@ namespace KX {
 
 namespace {
 
-// The longest time between two passes of the worker thread, and so the longest delay of a long press, of an
-// encoder bundle and of shutting down.
+// Between two passes of the worker thread; the longest delay of a long press, an encoder bundle and the shut-down.
 constexpr unsigned int passIntervalMs = 100;
 
 } // namespace
@@ -69,7 +68,7 @@ int KXInputEventManager::initialize() {
     setLongKeyPressDuration(2000);
     encoderDynamic = KXEncoderDynamic::instance();
     stopThread = false;
-    // What an earlier call made is in use: the worker waits on it, an application holds its end point.
+    // Objects of an earlier call are in use: the worker waits on one, the application on the other's end point.
     if (!endPointManager)
         endPointManager = new KXEndPointManager;
     if (!inputEventsQueue)

@@ -19,30 +19,29 @@ class KXInputObserver;
 class KXMutex;
 class KXThread;
 
-/// Turns raw operator input into classified events: presses, double presses, long presses, releases and
-/// accelerated encoder moves.
+/// Turns operator input into classified events: presses, double presses, long presses, releases and accelerated
+/// encoder moves.
 ///
-/// The toolkit's thread hands input in with \ref toolkitEventOccurred; the application's main loop waits on the
-/// read end point of \ref getInputEventsQueue and takes classified events with \ref getNextEvent. A worker
-/// thread, "inputEventMgr", passes at least every 100 ms and posts what becomes due by time: long presses and
-/// bundles of encoder steps.
+/// The toolkit's thread calls \ref toolkitEventOccurred. The application's main loop waits on the read end point
+/// of \ref getInputEventsQueue and calls \ref getNextEvent. A worker thread, "inputEventMgr", makes a pass at
+/// least every 100 ms. It posts long presses and bundles of encoder steps that are due.
 ///
-/// An after-post hook of the input queue (KXEventQueue::setAfterPostFunction) runs on the toolkit's thread or on the
-/// worker, with the manager's mutex held. It must not hand input in: the mutex is not recursive, so the thread may wait
-/// for itself for ever. Both platforms here report it instead, in the debug section "kx_mutex" at level 1.
+/// An after-post hook of the input queue (KXEventQueue::setAfterPostFunction) runs on the toolkit's thread or on
+/// the worker, with the manager's mutex held. It must not hand input in: the mutex is not recursive, so the thread
+/// may deadlock. Both platforms here report it instead, in the debug section "kx_mutex" at level 1.
 ///
-/// One manager serves the process. Creating and deleting it belongs to start-up and shut-down, on one thread.
+/// One manager serves the process. Create it at start-up and delete it at shut-down, on one thread.
 class KX_EVENTS_API KXInputEventManager {
 public:
-    /// Makes the manager and starts its worker thread. If there is one already, says so on standard error and
-    /// returns that.
+    /// Makes the manager and starts its worker thread. If one exists already, reports that on standard error and
+    /// returns it.
     static KXInputEventManager* createInstance();
 
-    /// The manager. Without one, says so on standard error and aborts the process.
+    /// The manager. Without one, reports that on standard error and aborts the process.
     static KXInputEventManager* getInstance();
 
-    /// Stops the worker thread, which takes up to 100 ms, and destroys the manager with its queue and the
-    /// encoder dynamics; events not taken are lost. Harmless without a manager.
+    /// Stops the worker thread, which takes up to 100 ms, and destroys the manager, its queue with all events in
+    /// it and the encoder dynamics. Harmless without a manager.
     static void deleteInstance();
 
     virtual ~KXInputEventManager();
@@ -50,125 +49,125 @@ public:
     KXInputEventManager(const KXInputEventManager&) = delete;
     KXInputEventManager& operator=(const KXInputEventManager&) = delete;
 
-    /// The entry of all input: classifies an event and posts it, unless a classifier takes it over. The event may be
-    /// changed on the way. Any thread; holds the manager's mutex meanwhile.
-    /// \return STATUS_OK (0) posted, or ignored because input is not accepted (which is said on standard output);
-    ///         STATUS_CONSUMED (11) the event is part of an encoder bundle now, or was the release of a step key
+    /// Classifies an event and posts it, unless a classifier consumes it. May change the event. Any thread; holds
+    /// the manager's mutex.
+    /// \return STATUS_OK (0) posted, or ignored because input is not accepted, which standard output reports;
+    ///         STATUS_CONSUMED (11) the event joined an encoder bundle, or was the release of a step key
     /// \throws std::bad_cast  the event claims a class that it is not
     virtual int inputEventOccurred(KXInputEvent& event);
 
-    /// Takes an event of the graphical toolkit: gives it the library's own type and key code, in place, and
-    /// hands it to \ref inputEventOccurred. For the toolkit's thread; \ref setKeyMapping must not run meanwhile.
+    /// Gives an event of the graphical toolkit the library's type and key code, in place, and passes it to
+    /// \ref inputEventOccurred. For the toolkit's thread; \ref setKeyMapping must not run meanwhile.
     /// \return what inputEventOccurred returns; STATUS_REFUSED (20) for a type that is dropped (auto-repeat, enter,
-    ///         exit, the toolkit's own double press) or not known, which is said on standard error
+    ///         exit, the toolkit's own double press) or unknown, which standard error reports
     virtual int toolkitEventOccurred(KXToolkitEvent& event);
 
-    /// Makes \p observer the one of the process, which is told of all that reaches the manager; null: nobody. Any
-    /// thread, before or after \ref createInstance, but not from an after-post hook. When it returns, no thread is
-    /// inside the former observer any more; it waits for a thread that the former one keeps.
+    /// Sets the observer of the process, which sees all that reaches the manager; null: none. Any thread, before
+    /// or after \ref createInstance, but not from an after-post hook. Waits until no thread is inside the former
+    /// observer.
     static void setObserver(KXInputObserver* observer);
 
-    /// Sets the defaults and makes the queue, the encoder dynamics, the mutex and the worker thread. The constructor
-    /// calls it. Without a thread (the platform refused one, and says so) long presses and bundles are never sent.
+    /// Sets the defaults and makes the queue, the encoder dynamics, the mutex and the worker thread. The
+    /// constructor calls it. If the platform refuses the thread, the platform reports that, and long presses
+    /// and bundles are never sent.
     ///
-    /// A second call keeps what the first one made, and what was pending: a held key, an open bundle, waiting events.
-    /// It accepts input again, puts the default keys back, and sets the two durations anew, the double-press time
-    /// first. That is refused when the long-press time of before is not above it: 10 and 100 ms become 10 and 2000.
+    /// A second call keeps these objects and what is pending: a held key, an open bundle, queued events. It
+    /// accepts input again, restores the default keys, and sets the durations to their defaults, the double-press
+    /// time first. That is refused if it is not below the present long-press time: 10 and 100 ms become 10 and
+    /// 2000.
     ///
-    /// After \ref deinitialize it makes everything new. The settings of the encoder are the defaults then, and the
-    /// keypad has to be set again: until \ref setCANRemoteOptions opens its bus anew, nobody reads it.
+    /// After \ref deinitialize it makes everything new, with the default settings of the encoder. The keypad's bus
+    /// is not read until \ref setCANRemoteOptions opens it again.
     /// \return STATUS_OK (0)
     int initialize();
 
-    /// Stops the worker thread, which takes up to 100 ms, and destroys what \ref initialize made; events not taken are
-    /// lost. The destructor calls it. A second call does nothing. The key tables, the press that may become long, an
-    /// open bundle and the keypad's layout stay; its bus is read no more.
+    /// Stops the worker thread, which takes up to 100 ms, and destroys what \ref initialize made, with all queued
+    /// events. The destructor calls it. A second call does nothing. The key tables, the press that may become
+    /// long, an open bundle and the keypad's layout stay. Its bus is no longer read.
     void deinitialize();
 
-    /// What the worker thread runs; \p manager is a KXInputEventManager*.
+    /// The worker thread's function; \p manager is a KXInputEventManager*.
     static void* inputEventManagerThreadFunc(void* manager);
 
-    // Classified events, for the application's main loop. None of these waits or locks.
+    // For the application's main loop. The next three neither wait nor lock.
 
-    /// The queue of classified events, owned by the manager; null when not initialised. Its read end point
-    /// becomes readable when an event waits.
+    /// The queue of classified events, owned by the manager; null when not initialised. Its read end point is
+    /// readable while it holds an event.
     KXEventQueue* getInputEventsQueue();
 
-    /// Takes the oldest classified event; a default one (\c eventType 0) when none waits.
+    /// Takes the oldest classified event; a default one (\c eventType 0) if the queue is empty.
     KXInputEvent getNextEvent();
 
-    /// Whether a classified event waits.
     bool hasEvents();
 
-    /// Posts an event past all classification. Any thread.
-    /// \return STATUS_OK (0), also without a queue, when the event is dropped
+    /// Posts an event without classification. Any thread.
+    /// \return STATUS_OK (0), also if the event is dropped for lack of a queue
     /// \throws std::bad_cast  the event claims a class that it is not
     int postToEventQueue(KXEvent& event);
 
-    /// Posts a press or a release of Escape past all classification, also while input is not accepted; its
-    /// \c timeStamp is 0. Any thread.
+    /// Posts a press or a release of Escape without classification, also while input is not accepted. Any thread.
+    /// The event's \c timeStamp is 0.
     /// \return STATUS_OK (0)
     int postESCtoEventQueue(bool pressed);
 
     // Settings. The first three may be changed from any thread while input arrives.
 
-    /// Whether input is taken; if not, it is lost. True by default.
+    /// Whether input is accepted; if not, it is lost. True by default.
     /// \return STATUS_OK (0)
     int acceptInput(bool accept);
 
-    /// The longest time between two presses of a key that makes the second a double press, in ms; 300 by
-    /// default, inclusive.
+    /// The longest time between the two presses of a double press, in ms, inclusive; 300 by default.
     /// \return STATUS_OK (0); STATUS_REFUSED (20) when \p ms is not below the long-press duration: nothing changes
     int setDoubleKeyPressDuration(unsigned int ms);
 
-    /// How long a key must be held for a long press, in ms; 2000 by default, inclusive.
+    /// The shortest time of a long press, in ms, inclusive; 2000 by default.
     /// \return STATUS_OK (0); STATUS_REFUSED (20) when \p ms is not above the double-press duration: nothing changes
     int setLongKeyPressDuration(unsigned int ms);
 
-    /// Adds to the key tables, or overwrites what is there: from the toolkit's key code to the library's, and
-    /// in the same step the way back. Of two toolkit keys with the same key code, the greater is the way back.
-    /// Not locked: not while input is being delivered.
+    /// Adds to the key tables or overwrites entries, from toolkit key codes to the library's and back. If two
+    /// toolkit keys have the same key code, the way back leads to the greater one. Not locked: never call it while
+    /// input is delivered.
     /// \return STATUS_OK (0)
     int setKeyMapping(std::map<int, int> mapping);
 
-    /// Puts the default keys (Escape, Home, Tab, Return, Up, Down, End) back into the key tables; others stay.
+    /// Restores the default keys (Escape, Home, Tab, Return, Up, Down, End) in the key tables; others stay.
     void initializeOSCodeToKXCodeMap();
 
-    /// The table from the library's key codes to the toolkit's. It belongs to the library, outlives every
-    /// manager, and may be read while \ref setKeyMapping does not run.
+    /// The table from the library's key codes to the toolkit's. The library owns it, and it outlives every
+    /// manager. Read it only while \ref setKeyMapping does not run.
     static std::map<int, int>* getKXtoOSCodeMap();
 
-    /// Takes the layout of a keypad on the CAN bus and, when it is enabled, opens bus 0 and listens to it from
-    /// then on: each change of a key's bit and each move of the encoder becomes a key event by
-    /// \ref generateKeyEvent, and one line on standard output.
+    /// Sets the layout of a keypad on the CAN bus. If the keypad is enabled, opens bus 0 and listens to it. Each
+    /// change of a key's bit and each move of the encoder becomes a key event by \ref generateKeyEvent and one
+    /// line on standard output.
     ///
-    /// Nothing is checked, see \ref CANRemoteOptions. Takes no lock: once, before the keypad's frames can
-    /// arrive. It cannot be switched off; the bus and its handler are kept for the life of the process, and
-    /// another call opens another one.
+    /// Nothing is checked, see \ref CANRemoteOptions. Takes no lock: call it once, before frames of the keypad can
+    /// arrive. It cannot be undone: the bus and its handler stay until the process ends, and another call opens
+    /// another bus.
     /// \return STATUS_OK (0), also when the keypad is not enabled, the bus does not exist or the manager is not
     ///         initialised; else what KXEndPointManager::addEndPoint returns
     int setCANRemoteOptions(CANRemoteOptions options);
 
-    /// Keeps a number for the layout of the keyboard. No translation depends on it.
+    /// Stores a number for the layout of the keyboard. No translation depends on it.
     void setKeyboardLayout(int layout);
 
     /// Posts a Qt key event for the key of \p event to the active window: a press for KEY_PRESS_EVENT and
     /// ENCODER_MOVE_EVENT, a release for any other type. Any thread.
     ///
     /// A key code that is not in \ref getKXtoOSCodeMap gives Qt a null event, which crashes it: check a key layout
-    /// before it is used. Without an active window, which is reported on standard error, the Qt event is not freed.
+    /// before use. A missing active window is reported on standard error, and the Qt event is not freed.
     static void generateKeyEvent(KXInputEvent event);
 
-    // The steps of classification, in the order in which they run. Public for those who drive them with a clock of
-    // their own. They take no lock: not while a worker thread or a toolkit thread uses the same manager.
-    // STATUS_OK (0): go on; STATUS_CONSUMED (11): the event is taken over and is not posted.
+    // The steps of classification, in their order. Public for programs that drive them with a clock of their own.
+    // They take no lock: never call them while a worker thread or a toolkit thread uses the same manager.
+    // STATUS_OK (0): go on; STATUS_CONSUMED (11): the step has consumed the event, which is not posted.
 
     int convertToEncoderEvents(KXInputEvent& event);
     int bundleKeyEncoderEvents(KXInputEvent& event);
     int convertToDoublePressEvent(KXInputEvent& event);
     int markPossibleLongPress(KXInputEvent& event);
 
-    // The two steps that time sets off; \p now is the present tick. Both return STATUS_OK (0).
+    // The two steps of a pass; \p now is the present tick. Both return STATUS_OK (0).
 
     int sendLongPressEvent(unsigned int now);
     int sendEncoderMoveEvent(unsigned int now);
@@ -178,7 +177,7 @@ protected:
     KXInputEventManager();
 
 private:
-    // Kept together because double < long must hold whichever thread sets one of them.
+    // One atomic, because double < long must hold whichever thread sets one of them.
     struct PressDurations {
         std::uint32_t doublePressMs;
         std::uint32_t longPressMs;
@@ -222,7 +221,7 @@ private:
     KXEncoderDynamic* encoderDynamic = nullptr;   // the process-wide one, destroyed with the manager
     int keyboardLayout = 0;
 
-    // Set once, before frames arrive; from then on the keys' states belong to the thread that decodes frames.
+    // Set once, before frames arrive. Then only the thread that decodes frames uses the keys' states.
     CANRemoteHandler* canRemoteHandler = nullptr; // never released
     KXCANRaw* canRemoteEndPoint = nullptr;        // never released
     CANRemoteOptions canRemoteOptions;

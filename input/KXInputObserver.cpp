@@ -16,13 +16,13 @@ std::atomic<KXInputObserver*> inputObserver{nullptr};
 
 namespace {
 
-// Whether the calling thread is inside an observation and so holds the manager's mutex.
+// The calling thread is inside an observation, so it holds the manager's mutex.
 thread_local bool isObserving = false;
 
-// The report of the calling thread that nobody has been told of yet, or null.
+// The calling thread's report that the observer has not got yet, or null.
 thread_local const KXToolkitEvent* currentReport = nullptr;
 
-// Held while the worker is kept by onPassDue, so that nobody takes the observer away meanwhile.
+// Locked during onPassDue, so that setObserver waits until it returns.
 std::mutex passDueMutex;
 
 } // namespace
@@ -34,7 +34,7 @@ void Observation::begin(const KXInputEventManager* manager) {
         if (manager && manager->mutex && manager->mutex->lock())
             lockedMutex = manager->mutex;
     }
-    // Looked at again: it may have been replaced before the mutex was free.
+    // Read again: setObserver may have replaced it before the mutex was free.
     observer = inputObserver.load(std::memory_order_acquire);
 }
 
@@ -73,16 +73,12 @@ void tellPassDue() {
         observer->onPassDue();
 }
 
-// The encoder knows nothing of the manager, so it is asked to tell its settings here.
+// Passes the encoder's settings on: the encoder does not know the manager.
 class KX_LOCAL KXInputEventManager::EncoderSettings final : public EncoderObserver {
 public:
-    void onUserFactor(int factor) override {
-        tell(KXInputSetting::EncoderUserFactor, factor);
-    }
+    void onUserFactor(int factor) override { tell(KXInputSetting::EncoderUserFactor, factor); }
 
-    void onLowPassFactor(int factor) override {
-        tell(KXInputSetting::EncoderLowPassFactor, factor);
-    }
+    void onLowPassFactor(int factor) override { tell(KXInputSetting::EncoderLowPassFactor, factor); }
 
     void onSpeedTable(const std::vector<KXEncoderDynamicPair>& pairs) override {
         const Observation observation(theInstance);

@@ -25,32 +25,32 @@ enum class KXInputSetting {
     KeyboardLayout,         ///< setKeyboardLayout
 };
 
-/// Sees all that reaches the input event manager, in the order in which the manager takes it and before it changes
-/// anything: what a program needs that records a session or explains one. See KXInputEventManager::setObserver.
+/// Sees all that reaches the input event manager, in the manager's order and before the manager changes anything.
+/// Serves programs that record or explain a session. See KXInputEventManager::setObserver.
 ///
-/// The operations run on the thread that brings the input, but for \ref onPassDue with the manager's mutex held. So
-/// they must not block for long, must not hand input in and must not wait for a thread that calls the manager. What
-/// they are given lives for the call only. A call that the manager refuses is told as well.
+/// The operations run on the thread that brings the input, with the manager's mutex held, except \ref onPassDue.
+/// They must not block for long, must not hand input in and must not wait for a thread that calls the manager.
+/// Arguments live for the call only. Calls that the manager refuses are reported too.
 class KX_EVENTS_API KXInputObserver {
 public:
     virtual ~KXInputObserver();
 
-    /// A call of toolkitEventOccurred. The event stands as the toolkit reported it.
+    /// A call of toolkitEventOccurred, with the event as the toolkit reported it.
     virtual void onToolkitEvent(const KXToolkitEvent& /*event*/) {}
 
     /// A call of inputEventOccurred that did not come from toolkitEventOccurred.
     virtual void onInputEvent(const KXInputEvent& /*event*/) {}
 
-    /// An event that is posted past classification: postToEventQueue, postESCtoEventQueue.
+    /// An event posted without classification: postToEventQueue, postESCtoEventQueue.
     virtual void onPostedEvent(const KXEvent& /*event*/) {}
 
-    /// A setting of the manager or the encoder. The manager's initialize sets its defaults in this way, too.
+    /// A setting of the manager or the encoder, the defaults that the manager's initialize sets included.
     virtual void onSetting(KXInputSetting /*setting*/, std::int64_t /*value*/) {}
 
     /// A new speed table: KXEncoderDynamic::setDynamicParameters.
     virtual void onSpeedTable(const std::vector<KXEncoderDynamicPair>& /*pairs*/) {}
 
-    /// Keys that are added to the key tables, from toolkit codes to key codes: setKeyMapping, and the default keys.
+    /// Keys added to the key tables, from toolkit codes to key codes: setKeyMapping and the default keys.
     virtual void onKeyMapping(const std::map<int, int>& /*mapping*/) {}
 
     /// A call of setCANRemoteOptions.
@@ -59,11 +59,11 @@ public:
     /// A frame of the keypad's bus, on the worker thread.
     virtual void onFrame(const KXCANMessage& /*frame*/) {}
 
-    /// A pass of the worker thread: what has become due by \p tick is posted next.
+    /// A pass of the worker thread, which next posts what is due by \p tick.
     virtual void onPass(unsigned int /*tick*/) {}
 
-    /// The worker thread has waited and will make a pass. It holds no lock here, so it may be kept for as long as
-    /// nobody stops it (deleteInstance) or replaces the observer: both wait for the return.
+    /// The worker thread is about to make a pass. It holds no lock of the manager, so the observer may block it
+    /// here. deleteInstance and setObserver wait until this returns.
     virtual void onPassDue() {}
 };
 

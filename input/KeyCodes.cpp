@@ -15,7 +15,7 @@ struct KeyAssignment {
     int toolkitCode;
 };
 
-// Return stands after the step keys: where two rows met one key, the later would win.
+// Of two rows with the same key the later one wins.
 constexpr KeyAssignment defaultKeys[] = {
     {KX_KEY_ESCAPE, Qt::Key_Escape}, {KX_KEY_HOME, Qt::Key_Home}, {KX_KEY_TAB, Qt::Key_Tab},
     {KX_KEY_UP, Qt::Key_Up},         {KX_KEY_DOWN, Qt::Key_Down}, {KX_KEY_RETURN, Qt::Key_Return},
@@ -47,8 +47,7 @@ int KXInputEventManager::setKeyMapping(std::map<int, int> mapping) {
     const Observation observation(this);
     if (observation)
         observation->onKeyMapping(mapping);
-    // Only ever added to: the way back of a key that gets another code stays, because whoever synthesises that
-    // key still needs a toolkit key for it.
+    // Nothing is removed: generateKeyEvent may still need a toolkit key for a code that no key produces any more.
     for (const auto& [toolkitCode, keyCode] : mapping) {
         osCodeToKXCodeMap[toolkitCode] = keyCode;
         kxCodeToOSCodeMap[keyCode] = toolkitCode;

@@ -10,22 +10,22 @@ namespace KX {
 class KXInputEventManager;
 class KXMutex;
 
-/// The observer of the process; null: nobody. It changes with the manager's mutex held.
+/// The observer of the process, or null. Changes with the manager's mutex held.
 extern std::atomic<KXInputObserver*> inputObserver;
 
-/// Tells the observer of one input while the manager takes it, so that the observer sees inputs in the manager's order.
+/// Tells the observer of one input under the manager's mutex, so that it sees inputs in the manager's order.
 ///
-/// While nobody observes it is one look at a variable. Else it holds the manager's mutex for as long as it lives,
-/// unless the thread holds it by an observation already: an after-post hook may change a setting.
+/// Without an observer it only reads a variable. With one it holds the mutex until it is destroyed. It does not
+/// lock again inside another observation of the same thread: an after-post hook may change a setting.
 class Observation {
 public:
-    /// \param manager  whose mutex is to be locked; null: none
+    /// \param manager  the owner of the mutex to lock; null: none
     explicit Observation(const KXInputEventManager* manager) {
         if (inputObserver.load(std::memory_order_relaxed))
             begin(manager);
     }
 
-    /// For a thread that has locked the manager's mutex itself.
+    /// For a thread that has locked the mutex itself.
     enum MutexIsHeld { mutexIsHeld };
     explicit Observation(MutexIsHeld) : Observation(nullptr) {}
 
@@ -37,40 +37,34 @@ public:
     Observation(const Observation&) = delete;
     Observation& operator=(const Observation&) = delete;
 
-    explicit operator bool() const {
-        return observer;
-    }
+    explicit operator bool() const { return observer; }
 
-    KXInputObserver* operator->() const {
-        return observer;
-    }
+    KXInputObserver* operator->() const { return observer; }
 
-    /// Tells of an event that has come to inputEventOccurred: as the toolkit reported it, when it did.
+    /// For inputEventOccurred. An event of the toolkit is told as the toolkit reported it.
     [[gnu::noinline, gnu::cold]] void tellInput(const KXInputEvent& event) const;
 
     /// Whether the calling thread holds the manager's mutex by this observation or one around it.
-    bool isHoldingMutex() const {
-        return hasBegun;
-    }
+    bool isHoldingMutex() const { return hasBegun; }
 
 private:
-    // Out of line, because hardly ever anybody observes.
+    // Out of line: observers are rare.
     [[gnu::noinline, gnu::cold]] void begin(const KXInputEventManager* manager);
     [[gnu::noinline, gnu::cold]] void end();
 
     bool hasBegun = false;
     bool isOutermost = false;
     KXInputObserver* observer = nullptr;
-    KXMutex* lockedMutex = nullptr; // by this observation
+    KXMutex* lockedMutex = nullptr; // locked by this observation
 };
 
-/// Keeps an event as the toolkit reported it until inputEventOccurred has the mutex and tells of it: by then the event
-/// itself has got the library's type and key code.
+/// Keeps an event as the toolkit reported it until inputEventOccurred tells the observer. By then the event itself
+/// has the library's type and key code.
 class ToolkitReport {
 public:
     [[gnu::noinline]] ToolkitReport(const KXInputEventManager* manager, const KXToolkitEvent& event);
 
-    /// Tells of an event that did not come to inputEventOccurred, because its type is dropped.
+    /// Tells the observer of an event of a dropped type, which does not reach inputEventOccurred.
     [[gnu::noinline]] ~ToolkitReport();
 
     ToolkitReport(const ToolkitReport&) = delete;
@@ -81,7 +75,7 @@ private:
     const KXToolkitEvent reported;
 };
 
-/// Makes the calling thread wait as long as the observer wants to put off the worker's pass.
+/// Calls onPassDue; the observer may keep the calling thread there.
 [[gnu::noinline]] void tellPassDue();
 
 } // namespace KX

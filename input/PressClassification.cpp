@@ -1,5 +1,5 @@
-// How presses become double presses, long presses and long releases. With the default durations, t in ms after
-// the first press of a key:
+// How presses become double presses, long presses and long releases, with the default durations. Time t is in ms
+// after the first press of a key:
 //
 //   the operator                          posted (at t)
 //   ------------------------------------  ------------------------------------------------------------------
@@ -15,9 +15,9 @@
 //   holds one key, releases another       the release, and the long press all the same
 //   holds the mouse, escapes              press (0), long press, escape; no long release
 //
-// A double press is recognised when it is pressed, from the time stamps of the two presses. A long press is
-// recognised by the worker thread and stamped with the tick of its pass. Keys and mouse buttons go through the
-// same steps; keys are told apart by key code, buttons by the second word of event data.
+// The second press becomes a double press by the time stamps of the two presses. The worker thread recognises a
+// long press and stamps it with the tick of its pass. Keys and mouse buttons follow the same steps. Keys differ by
+// key code, buttons by the second word of event data.
 
 #include "input/KXInputEventManager.h"
 
@@ -41,7 +41,7 @@ bool isSameKeyOrButton(const KXInputEvent& event, const KXInputEvent& earlier) {
                                        : event.eventData[1] == earlier.eventData[1];
 }
 
-// The worker thread posts the copy as an input event, so it is one, whatever class the original was.
+// The worker thread posts the copy as an input event, whatever class the original has.
 void keep(KXInputEvent& kept, const KXInputEvent& event) {
     copyEventFields(kept, event);
     copyInputFields(kept, event);
@@ -51,8 +51,8 @@ void keep(KXInputEvent& kept, const KXInputEvent& event) {
 
 } // namespace
 
-// Both durations are one atomic, because double < long must hold whichever thread sets one of them. When another thread
-// was faster, the setter compares again.
+// Both durations are one atomic, because double < long must hold whichever thread sets one of them. If another
+// thread was faster, the setter compares again.
 int KXInputEventManager::setDoubleKeyPressDuration(unsigned int ms) {
     const Observation observation(this);
     if (observation)
@@ -84,7 +84,7 @@ int KXInputEventManager::convertToDoublePressEvent(KXInputEvent& event) {
     const unsigned int sincePreviousMs = event.timeStamp - lastPressEvent.timeStamp;
     const bool pairs = sincePreviousMs <= pressDurations.load().doublePressMs &&
                        lastPressEvent.eventType == event.eventType && isSameKeyOrButton(event, lastPressEvent);
-    // Kept as the plain press it was, so that a third press pairs with the second.
+    // Kept as a plain press, so that a third press pairs with the second.
     keep(lastPressEvent, event);
     if (pairs)
         event.eventType = event.eventType == KEY_PRESS_EVENT ? KEY_DOUBLE_PRESS_EVENT : MOUSE_DOUBLE_PRESS_EVENT;
@@ -94,16 +94,13 @@ int KXInputEventManager::convertToDoublePressEvent(KXInputEvent& event) {
 int KXInputEventManager::markPossibleLongPress(KXInputEvent& event) {
     switch (kindOfEventType(event.eventType).gesture) {
     case KXGesture::Press:
-    case KXGesture::DoublePress:
-        keep(longPressCandidate, event);
-        break;
+    case KXGesture::DoublePress: keep(longPressCandidate, event); break;
     case KXGesture::Release:
     case KXGesture::Escape:
         if (isSameKeyOrButton(event, longPressCandidate))
             endLongPress(event.eventType);
         break;
-    default:
-        break;
+    default: break;
     }
     return STATUS_OK;
 }

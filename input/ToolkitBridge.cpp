@@ -18,7 +18,7 @@ namespace KX {
 
 namespace {
 
-// A click has no name among the event types; applications know it by this number.
+// No event type has this number; applications know clicks by it.
 constexpr int clickEventType = 1010;
 
 QEvent::Type qtTypeOf(int eventType) {
@@ -37,32 +37,22 @@ int KXInputEventManager::toolkitEventOccurred(KXToolkitEvent& event) {
 
 int KXInputEventManager::renumber(KXToolkitEvent& event) {
     switch (event.eventType) {
-    case TOOLKIT_KEY_PRESS_EVENT:
-        return forwardKeyAs(KEY_PRESS_EVENT, event);
-    case TOOLKIT_KEY_RELEASE_EVENT:
-        return forwardKeyAs(KEY_RELEASE_EVENT, event);
-    case TOOLKIT_MOUSE_PRESS_EVENT:
-        return forwardAs(MOUSE_PRESS_EVENT, event);
-    case TOOLKIT_MOUSE_RELEASE_EVENT:
-        return forwardAs(MOUSE_RELEASE_EVENT, event);
-    case TOOLKIT_MOUSE_MOVE_EVENT:
-        return forwardAs(MOUSE_MOVE_EVENT, event);
-    case TOOLKIT_MOUSE_ESCAPE_EVENT:
-        return forwardAs(MOUSE_ESCAPE_EVENT, event);
-    case TOOLKIT_WHEEL_EVENT:
-        return forwardAs(ENCODER_MOVE_EVENT, event);
-    case TOOLKIT_CLICK_EVENT:
-        return forwardAs(clickEventType, event);
-    case REMOVE_POOL_WIDGETS_CONFIRM_EVENT:
-        return forwardAs(REMOVE_POOL_WIDGETS_CONFIRM_EVENT, event);
+    case TOOLKIT_KEY_PRESS_EVENT: return forwardKeyAs(KEY_PRESS_EVENT, event);
+    case TOOLKIT_KEY_RELEASE_EVENT: return forwardKeyAs(KEY_RELEASE_EVENT, event);
+    case TOOLKIT_MOUSE_PRESS_EVENT: return forwardAs(MOUSE_PRESS_EVENT, event);
+    case TOOLKIT_MOUSE_RELEASE_EVENT: return forwardAs(MOUSE_RELEASE_EVENT, event);
+    case TOOLKIT_MOUSE_MOVE_EVENT: return forwardAs(MOUSE_MOVE_EVENT, event);
+    case TOOLKIT_MOUSE_ESCAPE_EVENT: return forwardAs(MOUSE_ESCAPE_EVENT, event);
+    case TOOLKIT_WHEEL_EVENT: return forwardAs(ENCODER_MOVE_EVENT, event);
+    case TOOLKIT_CLICK_EVENT: return forwardAs(clickEventType, event);
+    case REMOVE_POOL_WIDGETS_CONFIRM_EVENT: return forwardAs(REMOVE_POOL_WIDGETS_CONFIRM_EVENT, event);
 
-    // The manager finds double and long presses by itself, so the toolkit's own versions would count twice.
+    // The manager recognises double and long presses itself; with the toolkit's they would count twice.
     case TOOLKIT_MOUSE_DOUBLE_PRESS_EVENT:
     case TOOLKIT_KEY_AUTO_REPEAT_PRESS_EVENT:
     case TOOLKIT_KEY_AUTO_REPEAT_RELEASE_EVENT:
     case TOOLKIT_MOUSE_ENTER_EVENT:
-    case TOOLKIT_MOUSE_EXIT_EVENT:
-        return STATUS_REFUSED;
+    case TOOLKIT_MOUSE_EXIT_EVENT: return STATUS_REFUSED;
 
     default:
         writeLine(std::cerr,
@@ -83,8 +73,8 @@ int KXInputEventManager::forwardAs(int eventType, KXToolkitEvent& event) {
 }
 
 void KXInputEventManager::generateKeyEvent(KXInputEvent event) {
-    // An unknown key posts a null event, which takes Qt down. Applications have always had to check a key
-    // layout before they use it, and a key that silently did nothing would hide that they did not.
+    // An unknown key posts a null event, which crashes Qt. Applications must check a key layout before use; a key
+    // without effect would hide a missing check.
     QKeyEvent* keyEvent = nullptr;
     const auto key = kxCodeToOSCodeMap.find(event.keyCode);
     if (key != kxCodeToOSCodeMap.end())
@@ -92,7 +82,7 @@ void KXInputEventManager::generateKeyEvent(KXInputEvent event) {
 
     QWidget* const window = QApplication::activeWindow();
     if (!window) {
-        // The Qt event stays behind unfreed. Keep a window active while a keypad is in use and it never happens.
+        // The Qt event is not freed. It does not happen while a window is active.
         writeLine(std::cerr,
                   {"KXInputEventManager::generateKeyEvent(): Failed to find the active window to send the "
                    "event to."});

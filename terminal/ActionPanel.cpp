@@ -41,12 +41,9 @@ QColor colourOfTile(ActionPanel::Tile tile, quint64 number) {
     if (number == 0)
         return Theme::quietText();
     switch (tile) {
-    case ActionPanel::NotReady:
-        return Theme::colourOf(KX::KXGesture::LongPress);
-    case ActionPanel::Loops:
-        return Theme::colourOf(KX::KXGesture::Escape);
-    default:
-        return Theme::text();
+    case ActionPanel::NotReady: return Theme::colourOf(KX::KXGesture::LongPress);
+    case ActionPanel::Loops: return Theme::colourOf(KX::KXGesture::Escape);
+    default: return Theme::text();
     }
 }
 

@@ -15,18 +15,12 @@ constexpr int linePitch = 26;
 // As wide as the widest text that is likely in the column, so that the columns do not move while events arrive.
 const char* widestText(int column) {
     switch (column) {
-    case EventModel::Time:
-        return "4294967295";
-    case EventModel::Class:
-        return "3 input";
-    case EventModel::Key:
-        return "Right button";
-    case EventModel::ToolkitKey:
-        return "0x1000000";
-    case EventModel::Value:
-        return "123456";
-    default:
-        return "Count";
+    case EventModel::Time: return "4294967295";
+    case EventModel::Class: return "3 input";
+    case EventModel::Key: return "Right button";
+    case EventModel::ToolkitKey: return "0x1000000";
+    case EventModel::Value: return "123456";
+    default: return "Count";
     }
 }
 

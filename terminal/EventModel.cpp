@@ -13,20 +13,13 @@ namespace {
 
 QString cellText(const KX::KXInputEvent& event, int column) {
     switch (column) {
-    case EventModel::Time:
-        return QString::number(event.timeStamp);
-    case EventModel::Name:
-        return EventText::name(event);
-    case EventModel::Class:
-        return EventText::eventClass(event);
-    case EventModel::Key:
-        return EventText::key(event);
-    case EventModel::ToolkitKey:
-        return EventText::toolkitKey(event);
-    case EventModel::Value:
-        return EventText::value(event);
-    default:
-        return EventText::count(event);
+    case EventModel::Time: return QString::number(event.timeStamp);
+    case EventModel::Name: return EventText::name(event);
+    case EventModel::Class: return EventText::eventClass(event);
+    case EventModel::Key: return EventText::key(event);
+    case EventModel::ToolkitKey: return EventText::toolkitKey(event);
+    case EventModel::Value: return EventText::value(event);
+    default: return EventText::count(event);
     }
 }
 
@@ -87,15 +80,12 @@ QVariant EventModel::data(const QModelIndex& index, int role) const {
         return {};
     const KX::KXInputEvent& event = eventAt(index.row());
     switch (role) {
-    case Qt::DisplayRole:
-        return cellText(event, index.column());
-    case Qt::TextAlignmentRole:
-        return alignmentOf(index.column());
+    case Qt::DisplayRole: return cellText(event, index.column());
+    case Qt::TextAlignmentRole: return alignmentOf(index.column());
     case Qt::DecorationRole:
         return index.column() == Name ? QVariant(Theme::colourOf(KX::kindOfEventType(event.eventType)))
                                       : QVariant();
-    default:
-        return {};
+    default: return {};
     }
 }
 

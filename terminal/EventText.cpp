@@ -17,14 +17,10 @@ QString dash() {
 
 QString buttonName(unsigned int button) {
     switch (button) {
-    case Qt::LeftButton:
-        return QStringLiteral("Left button");
-    case Qt::RightButton:
-        return QStringLiteral("Right button");
-    case Qt::MiddleButton:
-        return QStringLiteral("Middle button");
-    default:
-        return QStringLiteral("Button %1").arg(button);
+    case Qt::LeftButton: return QStringLiteral("Left button");
+    case Qt::RightButton: return QStringLiteral("Right button");
+    case Qt::MiddleButton: return QStringLiteral("Middle button");
+    default: return QStringLiteral("Button %1").arg(button);
     }
 }
 
@@ -37,22 +33,14 @@ QString keyName(int keyCode) {
 
 QString className(int eventClass) {
     switch (eventClass) {
-    case KX::EVENT_CLASS:
-        return QStringLiteral("event");
-    case KX::INCIDENT_CLASS:
-        return QStringLiteral("incident");
-    case KX::TOOLKIT_EVENT_CLASS:
-        return QStringLiteral("toolkit");
-    case KX::INPUT_EVENT_CLASS:
-        return QStringLiteral("input");
-    case KX::NAVIGATION_EVENT_CLASS:
-        return QStringLiteral("navigation");
-    case KX::TRIGGER_CLASS:
-        return QStringLiteral("trigger");
-    case KX::SIGNAL_CLASS:
-        return QStringLiteral("signal");
-    default:
-        return QStringLiteral("holder");
+    case KX::EVENT_CLASS: return QStringLiteral("event");
+    case KX::INCIDENT_CLASS: return QStringLiteral("incident");
+    case KX::TOOLKIT_EVENT_CLASS: return QStringLiteral("toolkit");
+    case KX::INPUT_EVENT_CLASS: return QStringLiteral("input");
+    case KX::NAVIGATION_EVENT_CLASS: return QStringLiteral("navigation");
+    case KX::TRIGGER_CLASS: return QStringLiteral("trigger");
+    case KX::SIGNAL_CLASS: return QStringLiteral("signal");
+    default: return QStringLiteral("holder");
     }
 }
 

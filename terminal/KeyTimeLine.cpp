@@ -30,22 +30,13 @@ void KeyTimeLine::append(const KX::KXInputEvent& event) {
     const KX::KXGesture gesture = KX::kindOfEventType(event.eventType).gesture;
     switch (gesture) {
     case KX::KXGesture::Press:
-    case KX::KXGesture::DoublePress:
-        press(event, advanceTo(event), gesture);
-        break;
+    case KX::KXGesture::DoublePress: press(event, advanceTo(event), gesture); break;
     case KX::KXGesture::LongPress:
-    case KX::KXGesture::LongRelease:
-        signOfLife(event, advanceTo(event), gesture);
-        break;
+    case KX::KXGesture::LongRelease: signOfLife(event, advanceTo(event), gesture); break;
     case KX::KXGesture::Release:
-    case KX::KXGesture::Escape:
-        release(event, advanceTo(event), gesture);
-        break;
-    case KX::KXGesture::Move:
-        move(event, advanceTo(event));
-        break;
-    default:
-        return;
+    case KX::KXGesture::Escape: release(event, advanceTo(event), gesture); break;
+    case KX::KXGesture::Move: move(event, advanceTo(event)); break;
+    default: return;
     }
     while (keptEvents > capacity)
         dropOldest();

@@ -145,17 +145,10 @@ void MainWindow::showReplayProgress(int percent) {
 void MainWindow::takeInput(const KX::KXInputEvent& event) {
     const int key = KeyCodes::isPress(event) ? event.keyCode : KX::KX_KEY_NONE;
     switch (key) {
-    case KeyCodes::previousPage:
-        area->turnPage(-1);
-        break;
-    case KeyCodes::nextPage:
-        area->turnPage(1);
-        break;
-    case KeyCodes::settingsPage:
-        area->toggleSettings();
-        break;
-    default:
-        area->takeInput(event);
+    case KeyCodes::previousPage: area->turnPage(-1); break;
+    case KeyCodes::nextPage: area->turnPage(1); break;
+    case KeyCodes::settingsPage: area->toggleSettings(); break;
+    default: area->takeInput(event);
     }
 }
 

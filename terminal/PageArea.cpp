@@ -109,17 +109,10 @@ void PageArea::arrange() {
 
 void PageArea::takeInput(const KX::KXInputEvent& event) {
     switch (shownPage()) {
-    case Page::Events:
-        eventPage->takeInput(event);
-        break;
-    case Page::TimeLine:
-        takeTimeLineInput(event);
-        break;
-    case Page::Settings:
-        settingsPanel->takeInput(event);
-        break;
-    default:
-        break;
+    case Page::Events: eventPage->takeInput(event); break;
+    case Page::TimeLine: takeTimeLineInput(event); break;
+    case Page::Settings: settingsPanel->takeInput(event); break;
+    default: break;
     }
 }
 

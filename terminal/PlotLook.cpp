@@ -23,9 +23,7 @@ constexpr int axisTextSize = 11;
 
 class SecondsScale : public QwtScaleDraw {
 public:
-    QwtText label(double ms) const override {
-        return PlotLook::secondsText(ms);
-    }
+    QwtText label(double ms) const override { return PlotLook::secondsText(ms); }
 };
 
 void dressAxis(QwtPlot& plot, int axis) {

@@ -105,30 +105,20 @@ struct SessionPlayer::Play {
     SessionPlayer& player;
     std::uint64_t timeMs;
 
-    void operator()(const KX::KXToolkitEvent& event) const {
-        Recording::repeatCall(event, player.manager);
-    }
-    void operator()(const Recording::NumberSetting& setting) const {
-        player.applySetting(setting);
-    }
+    void operator()(const KX::KXToolkitEvent& event) const { Recording::repeatCall(event, player.manager); }
+    void operator()(const Recording::NumberSetting& setting) const { player.applySetting(setting); }
     void operator()(const Recording::SpeedTable& table) const {
         Recording::repeatCall(table, player.manager);
         emit player.speedTableChanged();
     }
-    void operator()(const Recording::KeyMapping& mapping) const {
-        Recording::repeatCall(mapping, player.manager);
-    }
+    void operator()(const Recording::KeyMapping& mapping) const { Recording::repeatCall(mapping, player.manager); }
     void operator()(const Recording::Frame& frame) const {
         emit player.framePassed(frame.message);
         player.makePassOfFrame(timeMs);
     }
-    void operator()(const Recording::Pass& /*pass*/) const {
-        player.pass(static_cast<unsigned int>(timeMs));
-    }
+    void operator()(const Recording::Pass& /*pass*/) const { player.pass(static_cast<unsigned int>(timeMs)); }
     // The library listens to no keypad in a replay, see above; its worker passes as if it did.
-    void operator()(const Recording::Keypad& /*keypad*/) const {
-        player.listensToBus = true;
-    }
+    void operator()(const Recording::Keypad& /*keypad*/) const { player.listensToBus = true; }
     void operator()(const Recording::End& /*end*/) const {}
 };
 

@@ -38,12 +38,8 @@ public:
     /// The tick of the session at this moment.
     unsigned int tick() const;
 
-    std::size_t playedInputs() const {
-        return next;
-    }
-    std::size_t inputCount() const {
-        return session.entries.size();
-    }
+    std::size_t playedInputs() const { return next; }
+    std::size_t inputCount() const { return session.entries.size(); }
 
     /// The first layout of a keypad in the session; one without keys and knob when there is none.
     KX::CANRemoteOptions keypadLayout() const;

@@ -24,29 +24,21 @@ QString refusedDuration(InputSettings::Setting setting, int value, const InputSe
 
 QString SettingText::name(InputSettings::Setting setting) {
     switch (setting) {
-    case InputSettings::DoublePressMs:
-        return QStringLiteral("Double press");
-    case InputSettings::LongPressMs:
-        return QStringLiteral("Long press");
-    case InputSettings::UserFactor:
-        return QStringLiteral("Encoder factor");
-    case InputSettings::LowPassFactor:
-        return QStringLiteral("Encoder low-pass");
-    default:
-        return QStringLiteral("Accept input");
+    case InputSettings::DoublePressMs: return QStringLiteral("Double press");
+    case InputSettings::LongPressMs: return QStringLiteral("Long press");
+    case InputSettings::UserFactor: return QStringLiteral("Encoder factor");
+    case InputSettings::LowPassFactor: return QStringLiteral("Encoder low-pass");
+    default: return QStringLiteral("Accept input");
     }
 }
 
 QString SettingText::unit(InputSettings::Setting setting) {
     switch (setting) {
     case InputSettings::DoublePressMs:
-    case InputSettings::LongPressMs:
-        return QStringLiteral("ms");
+    case InputSettings::LongPressMs: return QStringLiteral("ms");
     case InputSettings::UserFactor:
-    case InputSettings::LowPassFactor:
-        return QStringLiteral("\u2030");
-    default:
-        return {};
+    case InputSettings::LowPassFactor: return QStringLiteral("\u2030");
+    default: return {};
     }
 }
 
@@ -57,8 +49,7 @@ QString SettingText::range(InputSettings::Setting setting, const InputSettings& 
     case InputSettings::LongPressMs:
         return QStringLiteral("%1 or more")
             .arg(withUnit(settings.value(InputSettings::DoublePressMs) + 1, setting));
-    case InputSettings::UserFactor:
-        return QStringLiteral("%1 or more").arg(withUnit(1, setting));
+    case InputSettings::UserFactor: return QStringLiteral("%1 or more").arg(withUnit(1, setting));
     case InputSettings::LowPassFactor:
         return QStringLiteral("1 to %1").arg(withUnit(greatestLowPassFactor, setting));
     default:
@@ -69,13 +60,11 @@ QString SettingText::range(InputSettings::Setting setting, const InputSettings& 
 QString SettingText::refusal(InputSettings::Setting setting, int value, int status,
                              const InputSettings& settings) {
     switch (status) {
-    case KX::STATUS_REFUSED:
-        return refusedDuration(setting, value, settings);
+    case KX::STATUS_REFUSED: return refusedDuration(setting, value, settings);
     case KX::STATUS_OUT_OF_RANGE:
         return value < 1 ? QStringLiteral("Not below %1").arg(withUnit(1, setting))
                          : QStringLiteral("Not above %1").arg(withUnit(greatestLowPassFactor, setting));
-    default:
-        return QStringLiteral("Refused with status %1").arg(status);
+    default: return QStringLiteral("Refused with status %1").arg(status);
     }
 }
 

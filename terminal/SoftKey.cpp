@@ -10,14 +10,10 @@ namespace {
 
 QString wordFor(KX::KXGesture gesture) {
     switch (gesture) {
-    case KX::KXGesture::DoublePress:
-        return QStringLiteral("DOUBLE");
-    case KX::KXGesture::LongPress:
-        return QStringLiteral("LONG");
-    case KX::KXGesture::Escape:
-        return QStringLiteral("ESCAPED");
-    default:
-        return QStringLiteral("PRESS");
+    case KX::KXGesture::DoublePress: return QStringLiteral("DOUBLE");
+    case KX::KXGesture::LongPress: return QStringLiteral("LONG");
+    case KX::KXGesture::Escape: return QStringLiteral("ESCAPED");
+    default: return QStringLiteral("PRESS");
     }
 }
 

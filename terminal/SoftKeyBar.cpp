@@ -45,14 +45,10 @@ void SoftKeyBar::showInput(const KX::KXInputEvent& event) {
         return;
     switch (kind.gesture) {
     case KX::KXGesture::Press:
-    case KX::KXGesture::DoublePress:
-        beginTouch();
-        break;
+    case KX::KXGesture::DoublePress: beginTouch(); break;
     case KX::KXGesture::LongPress:
-    case KX::KXGesture::Escape:
-        break;
-    default:
-        return;
+    case KX::KXGesture::Escape: break;
+    default: return;
     }
     if (touchedKey)
         touchedKey->showRecognised(kind.gesture);

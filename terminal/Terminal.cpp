@@ -47,16 +47,12 @@ namespace Terminal {
 namespace {
 
 struct DeleteManager {
-    void operator()(KX::KXInputEventManager* /*manager*/) const {
-        KX::KXInputEventManager::deleteInstance();
-    }
+    void operator()(KX::KXInputEventManager* /*manager*/) const { KX::KXInputEventManager::deleteInstance(); }
 };
 using Manager = std::unique_ptr<KX::KXInputEventManager, DeleteManager>;
 
 struct ReleaseActions {
-    void operator()(KX::KXActionQueue* /*queue*/) const {
-        KX::KXActionQueue::release();
-    }
+    void operator()(KX::KXActionQueue* /*queue*/) const { KX::KXActionQueue::release(); }
 };
 using ActionQueue = std::unique_ptr<KX::KXActionQueue, ReleaseActions>;
 

@@ -50,20 +50,13 @@ void Theme::apply(QApplication& application) {
 
 QColor Theme::colourOf(KX::KXGesture gesture) {
     switch (gesture) {
-    case KX::KXGesture::Press:
-        return {0x62, 0xc4, 0x4a};
-    case KX::KXGesture::DoublePress:
-        return {0x3f, 0xa9, 0xf5};
-    case KX::KXGesture::LongPress:
-        return {0xf5, 0xa6, 0x23};
-    case KX::KXGesture::Release:
-        return {0x3f, 0x7d, 0x33};
-    case KX::KXGesture::LongRelease:
-        return {0xa8, 0x71, 0x14};
-    case KX::KXGesture::Escape:
-        return {0xe8, 0x54, 0x4a};
-    default:
-        return quietText();
+    case KX::KXGesture::Press: return {0x62, 0xc4, 0x4a};
+    case KX::KXGesture::DoublePress: return {0x3f, 0xa9, 0xf5};
+    case KX::KXGesture::LongPress: return {0xf5, 0xa6, 0x23};
+    case KX::KXGesture::Release: return {0x3f, 0x7d, 0x33};
+    case KX::KXGesture::LongRelease: return {0xa8, 0x71, 0x14};
+    case KX::KXGesture::Escape: return {0xe8, 0x54, 0x4a};
+    default: return quietText();
     }
 }
 

@@ -44,14 +44,10 @@ void drawCross(QPainter& painter, const QPointF& centre) {
 void TimeLineMarks::draw(QPainter& painter, TimeLineMark mark, const QPointF& centre) {
     const QColor longPress = Theme::colourOf(KX::KXGesture::LongPress);
     switch (mark) {
-    case TimeLineMark::DoublePress:
-        return drawDisc(painter, centre);
-    case TimeLineMark::LongPress:
-        return drawDiamond(painter, centre, longPress.lighter(130), Theme::screen());
-    case TimeLineMark::LongRelease:
-        return drawDiamond(painter, centre, Theme::screen(), longPress);
-    case TimeLineMark::Escape:
-        return drawCross(painter, centre);
+    case TimeLineMark::DoublePress: return drawDisc(painter, centre);
+    case TimeLineMark::LongPress: return drawDiamond(painter, centre, longPress.lighter(130), Theme::screen());
+    case TimeLineMark::LongRelease: return drawDiamond(painter, centre, Theme::screen(), longPress);
+    case TimeLineMark::Escape: return drawCross(painter, centre);
     }
 }
 

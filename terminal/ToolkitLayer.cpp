@@ -63,34 +63,19 @@ bool ToolkitLayer::eventFilter(QObject* receiver, QEvent* event) {
 bool ToolkitLayer::nativeWindowGets(QEvent* event) {
     switch (event->type()) {
     case QEvent::KeyPress:
-    case QEvent::KeyRelease:
-        return takeKey(*static_cast<QKeyEvent*>(event));
-    case QEvent::MouseButtonPress:
-        pressMouse(*static_cast<QMouseEvent*>(event));
-        return false;
-    case QEvent::MouseButtonDblClick:
-        doublePressMouse(*static_cast<QMouseEvent*>(event));
-        return false;
-    case QEvent::MouseButtonRelease:
-        releaseMouse(*static_cast<QMouseEvent*>(event));
-        return false;
-    case QEvent::MouseMove:
-        moveMouse(*static_cast<QMouseEvent*>(event));
-        return false;
-    case QEvent::Wheel:
-        return takeWheel(*static_cast<QWheelEvent*>(event));
-    case QEvent::Enter:
-        sendMouse(KX::TOOLKIT_MOUSE_ENTER_EVENT, Qt::NoButton);
-        return false;
-    case QEvent::Leave:
-        sendMouse(KX::TOOLKIT_MOUSE_EXIT_EVENT, Qt::NoButton);
-        return false;
+    case QEvent::KeyRelease: return takeKey(*static_cast<QKeyEvent*>(event));
+    case QEvent::MouseButtonPress: pressMouse(*static_cast<QMouseEvent*>(event)); return false;
+    case QEvent::MouseButtonDblClick: doublePressMouse(*static_cast<QMouseEvent*>(event)); return false;
+    case QEvent::MouseButtonRelease: releaseMouse(*static_cast<QMouseEvent*>(event)); return false;
+    case QEvent::MouseMove: moveMouse(*static_cast<QMouseEvent*>(event)); return false;
+    case QEvent::Wheel: return takeWheel(*static_cast<QWheelEvent*>(event));
+    case QEvent::Enter: sendMouse(KX::TOOLKIT_MOUSE_ENTER_EVENT, Qt::NoButton); return false;
+    case QEvent::Leave: sendMouse(KX::TOOLKIT_MOUSE_EXIT_EVENT, Qt::NoButton); return false;
     case QEvent::TouchCancel:
         // Qt will also release the left button, which stands for the touch. That release is not reported.
         escapeButtons(heldButtons);
         return false;
-    default:
-        return false;
+    default: return false;
     }
 }
 
@@ -102,8 +87,7 @@ bool ToolkitLayer::windowWidgetGets(QEvent* event) {
         escapeButtons(heldButtons);
         releaseHeldKeys();
         break;
-    default:
-        break;
+    default: break;
     }
     return false;
 }

@@ -39,8 +39,7 @@ std::optional<KX::KXInputEvent> viewerEvent(const KX::KXToolkitEvent& report) {
         event.keyCode = keyCodeOf(report.osKeyCode);
         event.eventType = KX::KEY_RELEASE_EVENT;
         return event;
-    default:
-        return std::nullopt;
+    default: return std::nullopt;
     }
 }
 

@@ -35,14 +35,9 @@ int main(int argc, char** argv) {
     const Terminal::CommandLine commandLine = Terminal::parseCommandLine(argc, argv);
     const QByteArray text = commandLine.text.toLocal8Bit();
     switch (commandLine.outcome) {
-    case Terminal::CommandLine::Outcome::Inform:
-        std::fputs(text.constData(), stdout);
-        return 0;
-    case Terminal::CommandLine::Outcome::Refuse:
-        std::fprintf(stderr, "%s\n", text.constData());
-        return 2;
-    case Terminal::CommandLine::Outcome::Run:
-        break;
+    case Terminal::CommandLine::Outcome::Inform: std::fputs(text.constData(), stdout); return 0;
+    case Terminal::CommandLine::Outcome::Refuse: std::fprintf(stderr, "%s\n", text.constData()); return 2;
+    case Terminal::CommandLine::Outcome::Run: break;
     }
 
     Terminal::TerminationSignals::hold();

@@ -60,18 +60,14 @@ public:
                std::min(keyFrames % keyFramesInARound, changesInARound);
     }
 
-    static std::uint32_t countEncoderFrames(std::uint32_t frames) {
-        return frames / framesPerKeypadFrame / 2;
-    }
+    static std::uint32_t countEncoderFrames(std::uint32_t frames) { return frames / framesPerKeypadFrame / 2; }
 
     /// Which key code the change of this number, counted from 0, is about.
     int getKeyCode(std::uint32_t keyChange) const {
         return firstKeyCode + static_cast<int>(keyChange / 2 % keysInUse);
     }
 
-    static bool isPress(std::uint32_t keyChange) {
-        return keyChange % 2 == 0;
-    }
+    static bool isPress(std::uint32_t keyChange) { return keyChange % 2 == 0; }
 
     /// The keypad as the library is to know it.
     static KX::CANRemoteOptions makeLayout() {

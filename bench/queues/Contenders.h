@@ -21,9 +21,7 @@ template<KX::KXEventQueue::eventQueueType type>
 struct OwnQueue {
     using Item = KX::KXInputEvent;
 
-    void post(Item& event) {
-        queue->postEvent(event);
-    }
+    void post(Item& event) { queue->postEvent(event); }
 
     template<class Sink>
     bool take(Sink& sink) {
@@ -45,9 +43,7 @@ using PipeQueue = OwnQueue<KX::KXEventQueue::EVENT_QUEUE_AS_PIPE>;
 struct UnlockedRing {
     using Item = KX::KXSomeEvent;
 
-    void post(const Item& holder) {
-        slots[end++ % capacity] = holder;
-    }
+    void post(const Item& holder) { slots[end++ % capacity] = holder; }
 
     bool take(OrderCheck& order) {
         if (begin == end)
@@ -67,9 +63,7 @@ struct UnlockedRing {
 struct GLibQueue {
     using Item = KX::KXInputEvent;
 
-    void post(Item& event) {
-        g_async_queue_push(queue.get(), new KX::KXSomeEvent(event));
-    }
+    void post(Item& event) { g_async_queue_push(queue.get(), new KX::KXSomeEvent(event)); }
 
     bool take(OrderCheck& order) {
         const std::unique_ptr<KX::KXSomeEvent> oldest(
@@ -88,9 +82,7 @@ struct GLibQueue {
 struct LockfreeQueue {
     using Item = Record;
 
-    void post(const Item& record) {
-        queue.push(record);
-    }
+    void post(const Item& record) { queue.push(record); }
 
     bool take(OrderCheck& order) {
         return queue.consume_one([&order](const Item& oldest) { order.take(oldest); });
@@ -123,9 +115,7 @@ template<class Queue>
 struct MoodycamelQueue {
     using Item = KX::KXInputEvent;
 
-    void post(Item& event) {
-        queue.enqueue(KX::KXSomeEvent(event));
-    }
+    void post(Item& event) { queue.enqueue(KX::KXSomeEvent(event)); }
 
     bool take(OrderCheck& order) {
         const bool taken = queue.try_dequeue(oldest);

@@ -24,9 +24,7 @@ struct Manager : boost::noncopyable {
         // The ticks of the presses are made up; the worker must not take any for a key that is held long.
         manager->setLongKeyPressDuration(std::numeric_limits<unsigned int>::max());
     }
-    ~Manager() {
-        KX::KXInputEventManager::deleteInstance();
-    }
+    ~Manager() { KX::KXInputEventManager::deleteInstance(); }
 
     void post(Item& event) const {
         event.eventClass = KX::TOOLKIT_EVENT_CLASS;

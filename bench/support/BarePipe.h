@@ -23,18 +23,14 @@ public:
     }
 
     // A record that could not be written is missed when it is to be taken.
-    void post(const Item& record) {
-        static_cast<void>(!write(ends[1], &record, sizeof record));
-    }
+    void post(const Item& record) { static_cast<void>(!write(ends[1], &record, sizeof record)); }
 
     bool isReadable() const {
         pollfd query{ends[0], POLLIN, 0};
         return poll(&query, 1, 0) == 1;
     }
 
-    bool read(Item& oldest) const {
-        return ::read(ends[0], &oldest, sizeof oldest) == sizeof oldest;
-    }
+    bool read(Item& oldest) const { return ::read(ends[0], &oldest, sizeof oldest) == sizeof oldest; }
 
     template<class Sink>
     bool take(Sink& sink) {
@@ -45,9 +41,7 @@ public:
         return true;
     }
 
-    int getReadEndPointID() const {
-        return ends[0];
-    }
+    int getReadEndPointID() const { return ends[0]; }
 
 private:
     int ends[2] = {-1, -1};

@@ -71,9 +71,7 @@ template<class Payload, class Sink, class From = const Payload>
 struct QtPostEvent : QObject {
     using Item = From;
 
-    void post(From& item) {
-        QCoreApplication::postEvent(this, new PayloadEvent(item));
-    }
+    void post(From& item) { QCoreApplication::postEvent(this, new PayloadEvent(item)); }
 
     bool take(Sink& itsSink) {
         sink = &itsSink;
@@ -82,9 +80,7 @@ struct QtPostEvent : QObject {
         return hasTaken;
     }
 
-    void customEvent(QEvent* event) override {
-        receive(static_cast<PayloadEvent*>(event)->payload);
-    }
+    void customEvent(QEvent* event) override { receive(static_cast<PayloadEvent*>(event)->payload); }
 
     void receive(const Payload& payload) {
         hasTaken = true;

@@ -63,13 +63,9 @@ struct Events {
         }
     }
 
-    bool isComplete() const {
-        return order.next[thread] == number;
-    }
+    bool isComplete() const { return order.next[thread] == number; }
 
-    bool isRight() const {
-        return order.isRight;
-    }
+    bool isRight() const { return order.isRight; }
 
     OrderCheck& order;
     const std::size_t count;

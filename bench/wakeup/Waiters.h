@@ -27,12 +27,8 @@ struct Arrivals : boost::noncopyable {
     /// The number that ends the waiting.
     static constexpr std::uint32_t lastNumber = UINT32_MAX;
 
-    Arrivals() {
-        sem_init(&taken, 0, 0);
-    }
-    ~Arrivals() {
-        sem_destroy(&taken);
-    }
+    Arrivals() { sem_init(&taken, 0, 0); }
+    ~Arrivals() { sem_destroy(&taken); }
 
     /// The waiting thread says that it waits from now on.
     /// \param stop  ends its loop
@@ -85,13 +81,9 @@ void postTo(Queue& queue, std::uint32_t number) {
 struct OwnPipe : KX::KXEventQueueAsPipe {
     using Item = KX::KXInputEvent;
 
-    void post(Item& event) {
-        postEvent(event);
-    }
+    void post(Item& event) { postEvent(event); }
 
-    void take(Arrivals& arrivals) {
-        arrivals.take(getNextEvent());
-    }
+    void take(Arrivals& arrivals) { arrivals.take(getNextEvent()); }
 };
 
 /// A pipe and nothing around it. Asked before it is read, it makes the same calls as the library.
@@ -114,13 +106,9 @@ struct PipeWaiter : boost::noncopyable {
         if (epoll_ctl(set, EPOLL_CTL_ADD, pipe.getReadEndPointID(), &readable) != 0)
             std::abort();
     }
-    ~PipeWaiter() {
-        close(set);
-    }
+    ~PipeWaiter() { close(set); }
 
-    void post(std::uint32_t number) {
-        postTo(pipe, number);
-    }
+    void post(std::uint32_t number) { postTo(pipe, number); }
 
     void run(Arrivals& arrivals) {
         bool goesOn = true;
@@ -175,9 +163,7 @@ struct ConditionWaiter {
 };
 
 struct AsioWaiter : AsioPost<KX::KXSomeEvent, Arrivals, KX::KXInputEvent> {
-    void post(std::uint32_t number) {
-        postTo<AsioPost>(*this, number);
-    }
+    void post(std::uint32_t number) { postTo<AsioPost>(*this, number); }
 
     void run(Arrivals& arrivals) {
         sink = &arrivals;
@@ -201,9 +187,7 @@ struct UVWaiter : boost::noncopyable {
         });
         wakeUp.data = this;
     }
-    ~UVWaiter() {
-        uv_loop_close(&loop);
-    }
+    ~UVWaiter() { uv_loop_close(&loop); }
 
     void post(std::uint32_t number) {
         postTo(queue, number);
@@ -225,9 +209,7 @@ struct UVWaiter : boost::noncopyable {
 /// \tparam Queue  one of Qt's, which lives in the waiting thread
 template<class Queue>
 struct QtWaiter {
-    void post(std::uint32_t number) {
-        postTo(*queue, number);
-    }
+    void post(std::uint32_t number) { postTo(*queue, number); }
 
     void run(Arrivals& arrivals) {
         Queue itself;

@@ -8,15 +8,14 @@
 
 namespace KX {
 
-/// A boost::mutex for critical sections of some nanoseconds: \ref lock spins for a few microseconds before it sleeps.
+/// A boost::mutex for critical sections of some nanoseconds: \ref lock backs off for a few microseconds before it
+/// sleeps.
 ///
-/// To sleep and to be woken takes a hundred times as long as to append an event. While another thread holds the
-/// mutex, a thread backs off instead, and the holder gets several events done in that time. Two threads that move
-/// events through one queue take half the time for it; four threads that post take a third.
+/// Sleep and wake-up take a hundred times as long as appending an event. With the back-off, two threads that move
+/// events through one queue need half the time; four posting threads need a third.
 ///
-/// A flag beside the mutex says whether it is taken. The flag is only a hint: the mutex itself decides. A thread that
-/// locks it as a plain boost::mutex does not set the flag and loses nothing but the spinning. On a single core, or
-/// when the holder does not run, the spinning is wasted: some microseconds.
+/// The flag \c isTaken is only a hint: the mutex itself decides. A thread that locks the plain boost::mutex does
+/// not set the flag; others then skip the back-off. On a single core the back-off wastes some microseconds.
 class KXBackoffMutex : public boost::mutex {
 public:
     /// \throws boost::lock_error  as boost::mutex does
@@ -32,10 +31,8 @@ public:
         boost::mutex::unlock();
     }
 
-    /// Gives the mutex up, waits for \p condition and takes the mutex again, also when the wait throws.
-    ///
-    /// For the thread that holds the mutex. A wait that is interrupted may have consumed a wake-up, so it passes the
-    /// wake-up on to another waiting thread.
+    /// Unlocks the mutex, waits for \p condition and locks the mutex again, also when the wait throws. The caller
+    /// holds the mutex. An interrupted wait may have consumed a wake-up, so it wakes another waiting thread.
     template<class Condition>
     void wait(Condition& condition) {
         isTaken.store(false, std::memory_order_relaxed);
@@ -51,27 +48,23 @@ public:
     }
 
 protected:
-    std::atomic<bool> isTaken{false}; // a hint; changed by the thread that holds the mutex
+    std::atomic<bool> isTaken{false}; // written by the thread that holds the mutex
 
 private:
-    // The caller still holds the mutex afterwards, so the lock of the wait must not give it back.
+    // The caller keeps the mutex, so the unique_lock of the wait must not unlock it.
     struct Release {
         explicit Release(boost::unique_lock<boost::mutex>& heldLock) : lock(heldLock) {}
-        ~Release() {
-            lock.release();
-        }
+        ~Release() { lock.release(); }
         boost::unique_lock<boost::mutex>& lock;
     };
 
     struct MarkTaken {
         explicit MarkTaken(std::atomic<bool>& takenFlag) : flag(takenFlag) {}
-        ~MarkTaken() {
-            flag.store(true, std::memory_order_relaxed);
-        }
+        ~MarkTaken() { flag.store(true, std::memory_order_relaxed); }
         std::atomic<bool>& flag;
     };
 
-    // Out of line: a free mutex is the usual case and should not carry this code along.
+    // Out of line: the mutex is usually free.
     [[gnu::noinline]] void backOff() const {
         constexpr int shortestPause = 128;
         constexpr int longestPause = 256;

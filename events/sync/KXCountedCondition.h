@@ -8,34 +8,26 @@
 
 namespace KX {
 
-/// A boost::condition_variable that knows whether anybody waits for it.
+/// A boost::condition_variable that counts its waiting threads.
 ///
-/// Boost takes a lock of its own for every signal. A queue signals with every post and hardly ever has a waiting
-/// consumer, so \ref notifyOneIfAwaited leaves the signal out. To post and to run an action took 72 ns before and 59 ns
-/// after.
+/// Boost locks a mutex of its own for every signal. A queue signals with every post, but rarely has a waiting
+/// thread. \ref notifyOneIfAwaited then skips the signal: posting and running an action takes 59 ns instead of 72
+/// ns.
 ///
-/// It is used as a boost::condition_variable. It also converts to one; from then on it counts as awaited for ever,
-/// because whoever has the condition itself may wait uncounted.
+/// It converts to a boost::condition_variable. Threads may wait on that uncounted, so no signal is skipped
+/// afterwards.
 class KXCountedCondition {
 public:
-    operator boost::condition_variable&() noexcept {
-        return countForGood();
-    }
+    operator boost::condition_variable&() noexcept { return countForGood(); }
 
-    boost::condition_variable::native_handle_type native_handle() {
-        return countForGood().native_handle();
-    }
+    boost::condition_variable::native_handle_type native_handle() { return countForGood().native_handle(); }
 
-    void notify_one() noexcept {
-        condition.notify_one();
-    }
+    void notify_one() noexcept { condition.notify_one(); }
 
-    void notify_all() noexcept {
-        condition.notify_all();
-    }
+    void notify_all() noexcept { condition.notify_all(); }
 
-    /// Wakes one waiting thread, if there is one. The caller holds the mutex with which the others wait: then every
-    /// thread that is about to wait has been counted.
+    /// Wakes one waiting thread, if any. The caller holds the mutex of the waiting threads, so all of them are
+    /// counted.
     void notifyOneIfAwaited() noexcept {
         if (waiters.load(std::memory_order_relaxed) != 0)
             condition.notify_one();
@@ -74,9 +66,7 @@ private:
         explicit Waiter(std::atomic<unsigned int>& allWaiters) : count(allWaiters) {
             count.fetch_add(1, std::memory_order_relaxed);
         }
-        ~Waiter() {
-            count.fetch_sub(1, std::memory_order_relaxed);
-        }
+        ~Waiter() { count.fetch_sub(1, std::memory_order_relaxed); }
         std::atomic<unsigned int>& count;
     };
 

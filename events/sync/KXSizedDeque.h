@@ -4,13 +4,14 @@
 #include <boost/container/deque.hpp>
 #include <boost/container/options.hpp>
 #include <cstddef>
+#include <utility>
 
 namespace KX {
 
-/// A double-ended queue whose size may be asked without the lock that guards the rest.
+/// A double-ended queue whose size can be read without its lock.
 ///
-/// \ref empty and \ref size belong to any thread; everything else to the thread that holds the lock. Memory comes in
-/// blocks of \p itemsInABlock items, which are larger than those of std::deque: few posts reach the heap.
+/// Any thread may call \ref empty and \ref size; everything else needs the lock. Memory comes in blocks of
+/// \p itemsInABlock items, larger than those of std::deque, so few posts allocate.
 template<class Item, std::size_t itemsInABlock>
 class KXSizedDeque
     : private boost::container::deque<
@@ -37,16 +38,15 @@ public:
     using typename Items::size_type;
     using typename Items::value_type;
 
-    bool empty() const {
-        return size() == 0;
-    }
+    bool empty() const { return size() == 0; }
 
-    std::size_t size() const {
-        return count.load(std::memory_order_acquire);
-    }
+    std::size_t size() const { return count.load(std::memory_order_acquire); }
 
-    void push_back(const Item& item) {
-        Items::push_back(item);
+    void push_back(const Item& item) { emplace_back(item); }
+
+    template<class... Arguments>
+    void emplace_back(Arguments&&... arguments) {
+        Items::emplace_back(std::forward<Arguments>(arguments)...);
         publishSize(count.load(std::memory_order_relaxed) + 1);
     }
 
@@ -61,10 +61,8 @@ public:
     }
 
 private:
-    // Only the thread with the lock changes it, so a plain store does, without a locked addition.
-    void publishSize(std::size_t size) {
-        count.store(size, std::memory_order_release);
-    }
+    // Only the thread with the lock writes it, so it needs no atomic addition.
+    void publishSize(std::size_t size) { count.store(size, std::memory_order_release); }
 
     std::atomic<std::size_t> count{0};
 };

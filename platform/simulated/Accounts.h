@@ -7,9 +7,7 @@ namespace KX {
 /// Number of calls of one kind that fail next. Any thread.
 class Fault {
 public:
-    void set(unsigned int count) {
-        left = count;
-    }
+    void set(unsigned int count) { left = count; }
 
     /// Whether this call fails. If so, one less is left.
     bool take() {

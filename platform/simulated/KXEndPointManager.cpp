@@ -40,13 +40,9 @@ bool isReadable(const KXEndPoint* endPoint) {
 
 class KXEndPointManager::Implementation final : public Watched {
 public:
-    explicit Implementation(KXEndPointManager& manager) : owner(manager) {
-        ++livingObjects.endPointManagers;
-    }
+    explicit Implementation(KXEndPointManager& manager) : owner(manager) { ++livingObjects.endPointManagers; }
 
-    ~Implementation() {
-        --livingObjects.endPointManagers;
-    }
+    ~Implementation() { --livingObjects.endPointManagers; }
 
     Implementation(const Implementation&) = delete;
     Implementation& operator=(const Implementation&) = delete;

@@ -19,13 +19,9 @@ void reportDoubleLock() {
 
 class SimulatedMutex : public KXMutex {
 public:
-    SimulatedMutex() {
-        ++livingObjects.mutexes;
-    }
+    SimulatedMutex() { ++livingObjects.mutexes; }
 
-    ~SimulatedMutex() override {
-        --livingObjects.mutexes;
-    }
+    ~SimulatedMutex() override { --livingObjects.mutexes; }
 
     bool lock() override {
         const std::thread::id self = std::this_thread::get_id();

@@ -16,9 +16,7 @@ namespace {
 /// allocates nothing.
 class ByteRing {
 public:
-    std::size_t size() const {
-        return used;
-    }
+    std::size_t size() const { return used; }
 
     void clear() {
         first = 0;
@@ -62,9 +60,7 @@ private:
 
 class KXPipe::Implementation {
 public:
-    ~Implementation() {
-        close();
-    }
+    ~Implementation() { close(); }
 
     int open() {
         const std::lock_guard<std::mutex> lock(mutex);
@@ -116,9 +112,7 @@ public:
     }
 
 private:
-    bool isOpen() const {
-        return readId != -1;
-    }
+    bool isOpen() const { return readId != -1; }
 
     int openLocked() {
         if (faults.pipeInits.take())

@@ -15,7 +15,7 @@ namespace {
 constexpr unsigned int farAhead = 0xFFFFFFFFU;
 constexpr int drained = 0;
 
-/// Actions each of which posts the next one; it can be told from outside how far they came.
+/// Actions that each post the next one; a test can ask how many have run.
 class Chain {
 public:
     explicit Chain(std::size_t length) : links(length) {
@@ -29,21 +29,15 @@ public:
         postNext();
     }
 
-    std::size_t getBegun() const {
-        return begun;
-    }
+    std::size_t getBegun() const { return begun; }
 
-    bool hasFailedToPost() const {
-        return isPosting;
-    }
+    bool hasFailedToPost() const { return isPosting; }
 
     KXActionQueue queue;
 
 private:
     struct Link : KXAction {
-        bool isReady() override {
-            return true;
-        }
+        bool isReady() override { return true; }
 
         void execute(void*) override {
             EXPECT_EQ(this, &chain->links[chain->begun]) << "in the order of the chain, each once";
@@ -91,7 +85,7 @@ TEST(ActionHeap, is_hardly_reached_by_short_chains_with_loop_detection) {
     EXPECT_LE(allocations, 100U);
 }
 
-// Drains, with one allocation failing, and goes on behind the exception.
+// Drains while one allocation fails, and goes on after the exception.
 void drainWhereOneFails(Chain& chain, unsigned long failing) {
     test::failingAllocation = test::heapAllocations + failing;
     try {

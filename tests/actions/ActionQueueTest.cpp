@@ -19,9 +19,7 @@ using test::TestAction;
 
 class ActionQueue : public test::ActionQueueTest {
 protected:
-    void post(KXAction& action) {
-        ActionQueueTest::post(action, &object);
-    }
+    void post(KXAction& action) { ActionQueueTest::post(action, &object); }
 
     void expectNothingRemembered() {
         EXPECT_TRUE(queue->pendingItems.empty());
@@ -253,7 +251,7 @@ TEST_F(ActionQueue, drains_a_million_items) {
 TEST(ActionItem, is_ordered_by_four_fields_each_as_an_unsigned_number) {
     const auto action = [](std::uintptr_t address) { return reinterpret_cast<KXAction*>(address); };
     const auto data = [](std::uintptr_t address) { return reinterpret_cast<void*>(address); };
-    // Rising, so that each is below every later one; the fields behind the first difference point the other way.
+    // In rising order. The fields after the first difference have the opposite order.
     const KXActionQueue::actionItem rising[] = {
         {action(1), action(9), 9, data(9), 9, 9},           {action(2), action(1), 9, data(9), 9, 9},
         {action(2), action(2), 1, data(9), 9, 9},           {action(2), action(2), 2, data(1), 9, 9},

@@ -20,7 +20,7 @@ using test::TestAction;
 
 constexpr unsigned int farAhead = 0xFFFFFFFFU;
 
-// Four threads post while the executing one drains: every item runs once, in each thread's order.
+// Four threads post while one drains: every item runs once, and each thread's items run in their order.
 TEST(ActionQueueThreads, run_every_item_once_in_the_order_of_each_poster) {
     constexpr int posters = 4;
     constexpr int posts = 2000;
@@ -73,8 +73,7 @@ TEST(ActionQueueThreads, may_post_one_action_at_once) {
     EXPECT_LE(action.triggeringEventType, 4);
 }
 
-// The queue says that an item waits, and another thread takes it before the lock: played by hand on the public
-// members.
+// Another thread takes the last item after the queue said that it holds one. The test does that on public members.
 class OutrunDrain : public testing::Test {
 protected:
     void SetUp() override {
@@ -87,7 +86,7 @@ protected:
         return queue.executeActions(farAhead, true);
     }
 
-    // Lets the draining thread run into the lock, where it sleeps, and takes its item away.
+    // Waits until the draining thread sleeps on the mutex, and takes its item away.
     void takeTheItemAway() {
         while (drainingThread == 0 || !sleeps(drainingThread))
             std::this_thread::yield();
@@ -119,7 +118,7 @@ TEST_F(OutrunDrain, waits_for_the_next_item) {
     EXPECT_EQ(action.executions, 0);
 }
 
-// A thread of the application may wait for items on the public members; each post wakes it, however it waits.
+// A thread of the application may wait for items on the public members. Each post wakes it, whatever wait it uses.
 class WaitForItem : public testing::Test {
 protected:
     using Lock = boost::unique_lock<boost::mutex>;
@@ -135,7 +134,7 @@ protected:
             });
             while (!holdsLock)
                 std::this_thread::yield();
-            // The lock is free only when the other thread has begun to wait.
+            // The mutex is free only after the other thread has begun to wait.
             queue.postAction(&action, nullptr, nullptr);
             waiting.join();
             EXPECT_EQ(queue.executeActions(farAhead, false), 0);

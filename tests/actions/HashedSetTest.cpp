@@ -24,7 +24,7 @@ Item makeItem(unsigned int action, unsigned int trigger, int eventType, unsigned
             0};
 }
 
-// Whether both hold the same items, in the same order, with the counts that tell which of two equal ones stayed.
+// Whether both have the same items in the same order. The counts show which of two equal items stayed.
 template<class Expected>
 void expectSame(const ItemSet& items, const Expected& expected) {
     EXPECT_EQ(items.empty(), expected.empty());
@@ -56,7 +56,7 @@ TEST(HashedSet, keeps_the_first_of_two_that_are_equal) {
 }
 
 TEST(HashedSet, tells_apart_by_each_of_four_fields) {
-    // Enough others, so that they are found by hash.
+    // Enough items for the hash table.
     for (const unsigned int others : {0U, 7U, 8U, 100U}) {
         ItemSet items;
         for (unsigned int i = 0; i < others; ++i)
@@ -90,7 +90,7 @@ TEST(HashedSet, shows_an_item_that_was_added_after_a_walk) {
     expectSame(items, std::vector<Item>{makeItem(2, 1, 1, 1)});
     items.add(makeItem(1, 1, 1, 1));
     expectSame(items, std::vector<Item>{makeItem(1, 1, 1, 1), makeItem(2, 1, 1, 1)});
-    // As many as before the walk, but not the same.
+    // As many items as before the iteration, but other ones.
     EXPECT_EQ(items.erase(makeItem(2, 1, 1, 1)), 1U);
     items.add(makeItem(3, 1, 1, 1));
     expectSame(items, std::vector<Item>{makeItem(1, 1, 1, 1), makeItem(3, 1, 1, 1)});

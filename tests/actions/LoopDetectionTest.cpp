@@ -131,7 +131,7 @@ TEST_F(LoopDetection, refuses_a_chain_that_comes_round_after_many_objects) {
         TestAction walker;
         walker.onExecute = [&] { post(walker, &objects[++next % length]); };
         post(walker, &objects[0]);
-        // The first one was triggered by none, so the round is complete with the second.
+        // No action triggered the first one, so the second completes the round.
         EXPECT_EQ(drain(), loopLine(walker, &objects[1], "KEY_PRESS_EVENT [24]", walker, length));
         EXPECT_EQ(walker.executions, static_cast<int>(length) + 1);
     }
@@ -190,7 +190,7 @@ TEST_F(LoopDetection, counts_a_repetition_within_one_generation_as_none) {
         post(child, &object);
     };
     post(action, &object);
-    // Both were posted at the same count, so neither led to the other.
+    // Both were posted at the same executedCount, so neither led to the other.
     EXPECT_EQ(drain(), "");
     EXPECT_EQ(child.executions, 2);
 }

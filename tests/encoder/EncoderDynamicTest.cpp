@@ -27,11 +27,9 @@ protected:
         encoder = KXEncoderDynamic::instance();
     }
 
-    void TearDown() override {
-        delete encoder;
-    }
+    void TearDown() override { delete encoder; }
 
-    // Hands one step of the knob over and returns what it counted.
+    // Passes one step of the knob and returns its increment.
     int turn(unsigned int timeStamp, int count = 1) {
         KXInputEvent step;
         step.eventType = ENCODER_MOVE_EVENT;
@@ -114,7 +112,7 @@ TEST_F(Encoder, quick_steps_pull_the_step_time_down_by_halves_and_the_increment_
 }
 
 TEST_F(Encoder, each_range_of_step_times_has_its_increment) {
-    // With the low pass off and the smoothed time at g, a step of g keeps it at g.
+    // Without the low pass, a step of g ms keeps a smoothed time of g.
     const struct {
         unsigned int gap;
         int increment;

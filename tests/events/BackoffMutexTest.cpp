@@ -17,7 +17,7 @@ using Lock = boost::lock_guard<KX::KXBackoffMutex>;
 
 namespace {
 
-/// Processor time that the calling thread has had.
+/// Processor time of the calling thread.
 std::chrono::nanoseconds getThreadTime() {
     timespec time{};
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
@@ -90,7 +90,7 @@ TEST_F(BackoffMutexTest, waitsForAMutexThatIsLockedAsAPlainOne) {
 }
 
 TEST_F(BackoffMutexTest, passesOnWhatLockingReports) {
-    // A mutex that knows its holder: locking it twice is an error instead of the end of the thread.
+    // An error-checking mutex: locking it twice fails instead of blocking for ever.
     pthread_mutexattr_t attributes;
     pthread_mutexattr_init(&attributes);
     pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_ERRORCHECK);
@@ -132,9 +132,7 @@ TEST_F(BackoffMutexTest, looksFreeWhileItWaitsForACondition) {
     struct Condition {
         const std::atomic<bool>& isTaken;
         bool lookedTaken = true;
-        void wait(boost::unique_lock<boost::mutex>&) {
-            lookedTaken = isTaken;
-        }
+        void wait(boost::unique_lock<boost::mutex>&) { lookedTaken = isTaken; }
         void notify_one() {}
     } condition{isTaken};
     const Lock lock(mutex);
@@ -145,9 +143,7 @@ TEST_F(BackoffMutexTest, looksFreeWhileItWaitsForACondition) {
 
 TEST_F(BackoffMutexTest, holdsTheMutexWhenAWaitIsInterrupted) {
     struct Condition {
-        void wait(boost::unique_lock<boost::mutex>&) {
-            throw boost::thread_interrupted();
-        }
+        void wait(boost::unique_lock<boost::mutex>&) { throw boost::thread_interrupted(); }
         void notify_one() {}
     } condition;
     const Lock lock(mutex);
@@ -164,9 +160,7 @@ TEST_F(BackoffMutexTest, passesTheWakeUpOnWhenAWaitIsInterrupted) {
             if (isInterrupted)
                 throw boost::thread_interrupted();
         }
-        void notify_one() {
-            ++notifiedCount;
-        }
+        void notify_one() { ++notifiedCount; }
     } woken{false}, interrupted{true};
     const Lock lock(mutex);
     mutex.wait(woken);
@@ -209,6 +203,7 @@ TEST_F(BackoffMutexTest, sleepsWhenTheMutexStaysTaken) {
     std::this_thread::sleep_for(held);
     mutex.unlock();
     waiting.join();
-    // Some ten microseconds of backing off and two changes of threads; a thread that only spun would have used all.
+    // The back-off takes some ten microseconds, plus two context switches. Spinning alone would take the whole
+    // time.
     EXPECT_LT(used, held / 10);
 }

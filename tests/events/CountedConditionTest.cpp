@@ -14,7 +14,7 @@ using Lock = boost::unique_lock<boost::mutex>;
 
 class CountedCondition : public testing::Test {
 protected:
-    /// Lets a thread wait, signals it once in the way of a queue, and returns when the thread has left.
+    /// Lets a thread wait, signals it once like a queue, and returns when the thread has ended.
     template<class Wait>
     void expectASignalToEnd(Wait wait) {
         for (int round = 0; round < 100; ++round) {
@@ -28,7 +28,7 @@ protected:
             while (!holdsMutex)
                 std::this_thread::yield();
             {
-                const Lock lock(mutex); // free only when the other thread waits
+                const Lock lock(mutex); // free only while the other thread waits
                 isSignalled = true;
                 condition.notifyOneIfAwaited();
             }

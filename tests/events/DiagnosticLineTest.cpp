@@ -55,12 +55,8 @@ TEST(DiagnosticLine, is_cut_at_511_characters_and_still_ends) {
 }
 
 struct Grouping : std::numpunct<char> {
-    char do_thousands_sep() const override {
-        return '.';
-    }
-    std::string do_grouping() const override {
-        return "\3";
-    }
+    char do_thousands_sep() const override { return '.'; }
+    std::string do_grouping() const override { return "\3"; }
 };
 
 TEST(DiagnosticLine, does_not_depend_on_the_settings_of_the_stream_and_leaves_them) {
@@ -76,7 +72,7 @@ TEST(DiagnosticLine, does_not_depend_on_the_settings_of_the_stream_and_leaves_th
     EXPECT_EQ(stream.fill(), '*');
 }
 
-// Counts what a stream is asked to do.
+// Counts the operations of a stream.
 class Insertions : public std::streambuf {
 public:
     std::vector<std::string> texts;
@@ -105,7 +101,7 @@ TEST(DiagnosticLine, is_handed_over_in_one_insertion_and_flushed) {
     EXPECT_EQ(insertions.flushes, 1);
 }
 
-// Each thread writes lines of its own kind into the same pipe; a line in pieces would be torn by the others.
+// Each thread writes lines of its own kind into the same pipe. Lines written in pieces would mix.
 TEST(DiagnosticLine, of_several_threads_is_whole) {
     constexpr int lineCount = 2000;
     int ends[2];

@@ -128,8 +128,8 @@ TYPED_TEST(EveryEventClass, a_holder_of_a_holder_keeps_all_but_flags) {
     first.triggerFlag = true;
     const KXSomeEvent second(static_cast<KXEvent&>(first));
 
-    // The first holder says that it is of the event's class, and travels as such: words of a signal stay with
-    // a signal, key codes with an input event.
+    // The first holder claims the event's class and is copied as that class: a signal keeps its words, an input
+    // event its key codes.
     EXPECT_EQ(fieldsOf(second), fieldsOf(first));
     EXPECT_EQ(flagsOf(second), Flags());
 }

@@ -7,14 +7,14 @@
 namespace KX {
 namespace {
 
-// What a class puts behind its base begins where the base's own data ends, because the bases are no plain structures:
-// so the place of a byte there tells how large the data is, without padding at its end.
+// The bases are not trivial, so the members of a derived class begin where the base's data ends, in its padding.
+// The offset of such a member is the size of the data.
 template<class Event>
 struct WithByte : Event {
     char byteBehind = 0;
 };
 
-// Of the parts that the class does not share with others by virtual inheritance.
+// Without the virtual bases.
 template<class Event>
 std::size_t ownSize() {
     const WithByte<Event> probe;

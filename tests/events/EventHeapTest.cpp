@@ -21,7 +21,7 @@ unsigned long allocationsOf(KXEventQueue& queue, int events) {
 
 TEST(Heap, the_count_sees_an_allocation) {
     const unsigned long before = test::heapAllocations;
-    ::operator delete(::operator new(1)); // a new and a delete expression may be left out by the compiler
+    ::operator delete(::operator new(1)); // the compiler may optimise new and delete expressions away
     EXPECT_EQ(test::heapAllocations - before, 1U);
 }
 

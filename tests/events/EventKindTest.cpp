@@ -11,7 +11,7 @@ bool begins(const std::string& name, const std::string& with) {
     return name.compare(0, with.size(), with) == 0;
 }
 
-// The names say what kind a type is, so they are the second opinion.
+// The names say what kind a type is; the test compares the two.
 KXInputDevice deviceByName(const std::string& name) {
     if (begins(name, "KEY_"))
         return KXInputDevice::Key;

@@ -68,7 +68,7 @@ TEST(EventRecord, rubbish_in_slots_flags_and_padding_changes_nothing) {
     EXPECT_NE(dynamic_cast<KXSignal*>(static_cast<KXEvent*>(&back)), nullptr) << "still a holder of this process";
 }
 
-// The offsets of fields in virtual bases are no constants of the language, so an object tells.
+// The offset of a field in a virtual base is no constant expression, so it is taken from an object.
 TEST(EventRecord, is_the_image_of_a_holder_where_pointers_have_32_bits) {
     if (sizeof(void*) != 4)
         GTEST_SKIP() << "pointers have " << 8 * sizeof(void*) << " bits here";
@@ -84,7 +84,7 @@ TEST(EventRecord, is_the_image_of_a_holder_where_pointers_have_32_bits) {
     }
     for (const std::size_t flag : {4, 12, 80, 128}) {
         EXPECT_EQ(image[flag], 1) << "no flag at " << flag;
-        image[flag] = 0; // a holder in a queue has none
+        image[flag] = 0; // a holder in a queue has no flags
     }
     const struct { std::size_t from, to; } padding[] = {{5, 8}, {13, 16}, {20, 24}, {81, 84}, {129, 136}};
     for (const auto& gap : padding)

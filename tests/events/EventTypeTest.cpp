@@ -10,7 +10,7 @@
 namespace KX {
 namespace {
 
-// The numbering as the applications know it, written down apart from the library's own table.
+// The numbers that applications know, in a list independent of the library's.
 std::map<int, std::string> readNumbering() {
     std::map<int, std::string> numbering;
     std::ifstream file(KX_EVENT_TYPES_FILE);

@@ -9,8 +9,7 @@
 namespace KX {
 namespace {
 
-// Says that an event waits while there is none, as a queue does whose event another consumer takes between the
-// look and the lock.
+// An empty queue that claims to hold an event, as if another consumer took the event just before the lock.
 class SeemsFilled : public KXEventQueueAsQueue {
 public:
     bool isEmpty() override {

@@ -66,7 +66,7 @@ TEST(SizedDeque, holds_what_a_vector_holds_after_random_calls) {
     }
 }
 
-// A consumer looks without the lock; whatever it is told of, it finds once it has the lock.
+// A consumer reads the size without the lock. All items counted are there once it has the lock.
 TEST(SizedDeque, may_be_asked_for_its_size_without_the_lock) {
     constexpr int itemCount = 20000;
     Deque deque;

@@ -18,7 +18,7 @@ const ToolkitKey downPress{true, Qt::Key_Down};
 const ToolkitKey homePress{true, Qt::Key_Home};
 
 TEST_F(CANRemoteEncoder, the_first_position_of_a_process_is_compared_with_0) {
-    testing::FLAGS_gtest_death_test_style = "threadsafe"; // in a process of its own, which has decoded nothing yet
+    testing::FLAGS_gtest_death_test_style = "threadsafe"; // runs in a new process, which has decoded no frame yet
     EXPECT_EXIT(
         {
             set();
@@ -97,7 +97,7 @@ TEST_F(CANRemoteEncoder, the_last_position_outlives_the_manager) {
 TEST_F(CANRemoteEncoder, the_mask_says_which_bits_count_and_where_the_wrap_is) {
     set();
     encoderStandsAt(0);
-    options.encoderMask = 0xFF; // wraps from a difference of 246 on
+    options.encoderMask = 0xFF; // a difference of 246 or more is a wrap
     set();
     EXPECT_EQ(give(encoderFrame(0xAB00 + 245)), "ENCODER UP: 245 (0)\n");
     EXPECT_EQ(give(encoderFrame(0)), "ENCODER DOWN: 0 (245)\n");

@@ -19,8 +19,8 @@ namespace KX::test {
 constexpr std::uint32_t encoderId = 0x18FF0100;
 constexpr int keyId = 0x18FF0001;
 
-/// Gives frames to a handler by hand, on a bus of the test's own, with a layout that is not enabled. Sixteen keys
-/// that nobody has described would be those of identifier 0, so they are moved out of the way.
+/// Passes frames to a handler on the test's own bus, with a layout that is not enabled. Default keys would belong
+/// to identifier 0, so they get another one.
 class CANRemoteKeypad : public testing::Test {
 protected:
     void SetUp() override {
@@ -51,11 +51,9 @@ protected:
         return message;
     }
 
-    static KXCANMessage encoderFrame(int position) {
-        return frame(encoderId, {position & 0xFF, position >> 8});
-    }
+    static KXCANMessage encoderFrame(int position) { return frame(encoderId, {position & 0xFF, position >> 8}); }
 
-    /// What the frame makes the handler write.
+    /// What the handler writes for the frame.
     std::string give(const KXCANMessage& message) {
         bus.frames.push_back(message);
         return readable();
@@ -77,7 +75,7 @@ protected:
         return status;
     }
 
-    /// The last position outlives every keypad: a test that needs a certain one begins with this.
+    /// Sets the last position, which outlives every keypad.
     void encoderStandsAt(int position) {
         give(encoderFrame(position));
         window.take();

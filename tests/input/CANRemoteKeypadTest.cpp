@@ -123,7 +123,7 @@ TEST_F(CANRemoteKeypad, hands_an_empty_message_to_the_bus) {
 }
 
 TEST_F(CANRemoteKeypad, a_read_that_fails_changes_nothing) {
-    describeKey(0, 1, 0, 0).canId = 0; // what an empty message would release
+    describeKey(0, 1, 0, 0).canId = 0; // an empty message would release it
     set();
     give(frame(0, {1}));
     encoderStandsAt(50);

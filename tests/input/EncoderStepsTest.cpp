@@ -13,7 +13,7 @@ constexpr int bundleEndKey = Qt::Key_Return;
 
 class EncoderSteps : public test::OperatorTest {
 protected:
-    // The passes are at full hundreds. A turn begins 1 ms after one, and not before the knob has rested.
+    // Passes are at multiples of 100 ms. A turn begins 1 ms after a pass, when the knob has rested.
     void SetUp() override {
         OperatorTest::SetUp();
         timePasses(1001);

@@ -47,9 +47,7 @@ protected:
         KXInputEventManager::createInstance();
     }
 
-    void TearDown() override {
-        KXInputEventManager::deleteInstance();
-    }
+    void TearDown() override { KXInputEventManager::deleteInstance(); }
 
     std::unique_ptr<KeyRecorder> activeWindow() {
         auto window = std::make_unique<KeyRecorder>();
@@ -120,7 +118,7 @@ TEST_F(GenerateKeyEvent, of_an_unknown_key_without_a_window_says_so_too) {
               "KXInputEventManager::generateKeyEvent(): Failed to find the active window to send the event to.\n");
 }
 
-// Pins down what an unchecked key layout does: the null event that Qt is given takes the process down.
+// An unchecked key layout gives Qt a null event, which crashes the process.
 TEST_F(GenerateKeyEvent, of_an_unknown_key_takes_the_process_down) {
     testing::FLAGS_gtest_death_test_style = "threadsafe";
     const auto window = activeWindow();

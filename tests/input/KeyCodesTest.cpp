@@ -8,7 +8,7 @@ namespace {
 class KeyCodes : public test::OperatorTest {
 protected:
     void SetUp() override {
-        // The way back outlives managers, and so would what an earlier test put there.
+        // This table outlives managers, so it may have entries of an earlier test.
         KXInputEventManager::getKXtoOSCodeMap()->clear();
         OperatorTest::SetUp();
     }
@@ -18,7 +18,7 @@ protected:
         return manager->hasEvents() ? manager->getNextEvent().keyCode : swallowed;
     }
 
-    // Releases of the two step keys never come out.
+    // Releases of the two step keys are never posted.
     static constexpr int swallowed = -99;
 
     const std::map<int, int>& wayBack = *KXInputEventManager::getKXtoOSCodeMap();

@@ -15,7 +15,7 @@ struct Input {
     int type, osKeyCode;
 };
 
-// Hands input in and takes everything out again, as a toolkit thread and a main loop would.
+// Passes input in and takes all events out, like a toolkit thread and a main loop.
 unsigned long allocationsOf(KXInputEventManager& manager, int rounds) {
     const Input inputs[] = {
         {TOOLKIT_KEY_PRESS_EVENT, Qt::Key_Home},
@@ -47,7 +47,7 @@ unsigned long allocationsOf(KXInputEventManager& manager, int rounds) {
     return allocations;
 }
 
-// A thread that starts allocates what it keeps; after its first pass it has.
+// The worker allocates what it keeps before the end of its first pass.
 void waitForAPassOfTheWorker(KXInputEventManager& manager) {
     KXInputEvent press;
     press.eventType = KEY_PRESS_EVENT;

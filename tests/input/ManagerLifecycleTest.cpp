@@ -49,7 +49,7 @@ TEST_F(Manager, hands_on_what_is_posted_past_the_classification) {
 }
 
 TEST_F(Manager, passes_every_100_ms_without_input) {
-    // A pass posts what became due: with a long-press duration of its own length, it tells when it ran.
+    // With a long-press duration of one pass interval, the long press shows when the pass ran.
     manager->setDoubleKeyPressDuration(0);
     manager->setLongKeyPressDuration(1);
     for (unsigned int pass = 100; pass <= 1000; pass += 100) {

@@ -45,7 +45,7 @@ pid_t findThread(const std::string& name) {
     return 0;
 }
 
-// A thread that was waited for is listed a moment longer: the system wakes who waits before it takes it off.
+// The system lists an ended thread a moment longer than a join waits.
 bool workerVanishes() {
     const auto limit = Clock::now() + std::chrono::seconds(30);
     while (findThread("inputEventMgr") != 0 && Clock::now() < limit)
@@ -53,7 +53,7 @@ bool workerVanishes() {
     return findThread("inputEventMgr") == 0;
 }
 
-// A thread names itself, as soon as it runs.
+// A thread sets its name when it runs.
 pid_t waitForThreadNamed(const std::string& name) {
     const auto limit = Clock::now() + std::chrono::seconds(30);
     pid_t thread = 0;
@@ -70,7 +70,7 @@ int report(KXInputEventManager& manager, int type, int qtKey) {
     return manager.toolkitEventOccurred(event);
 }
 
-// Waits as a main loop does; the event, or a default one when none came in time.
+// Waits like a main loop. Returns the event, or a default one after the time limit.
 KXInputEvent nextEventWithin(KXInputEventManager& manager, int timeoutMs) {
     auto* const queue = dynamic_cast<KXEventQueueAsPipe*>(manager.getInputEventsQueue());
     pollfd readEnd = {queue->getReadEndPointID(), POLLIN, 0};
@@ -80,13 +80,9 @@ KXInputEvent nextEventWithin(KXInputEventManager& manager, int timeoutMs) {
 
 class ManagerOnLinux : public testing::Test {
 protected:
-    void SetUp() override {
-        manager = KXInputEventManager::createInstance();
-    }
+    void SetUp() override { manager = KXInputEventManager::createInstance(); }
 
-    void TearDown() override {
-        KXInputEventManager::deleteInstance();
-    }
+    void TearDown() override { KXInputEventManager::deleteInstance(); }
 
     KXInputEventManager* manager = nullptr;
 };
@@ -111,7 +107,7 @@ TEST_F(ManagerOnLinux, wakes_a_main_loop_with_a_press_and_later_with_its_long_pr
 TEST_F(ManagerOnLinux, is_deleted_within_200_ms_while_its_worker_waits) {
     for (int i = 0; i < 3; ++i) {
         KXInputEventManager::createInstance();
-        std::this_thread::sleep_for(milliseconds(5 + 40 * i)); // somewhere inside a wait of 100 ms
+        std::this_thread::sleep_for(milliseconds(5 + 40 * i)); // at some point of a wait of 100 ms
         const auto before = Clock::now();
         KXInputEventManager::deleteInstance();
         EXPECT_LT(Clock::now() - before, milliseconds(200));
@@ -119,7 +115,7 @@ TEST_F(ManagerOnLinux, is_deleted_within_200_ms_while_its_worker_waits) {
 }
 
 TEST(ManagerLivesOnLinux, fifty_leave_no_thread_descriptor_or_memory_behind) {
-    // Some are so short that the worker sees its end before its first wait; in others it is waiting.
+    // Some lives end before the worker's first wait, others during a wait.
     const auto live = [](int number) {
         KXInputEventManager* const manager = KXInputEventManager::createInstance();
         report(*manager, TOOLKIT_KEY_PRESS_EVENT, Qt::Key_Home);
@@ -127,7 +123,7 @@ TEST(ManagerLivesOnLinux, fifty_leave_no_thread_descriptor_or_memory_behind) {
             std::this_thread::sleep_for(milliseconds(10));
         KXInputEventManager::deleteInstance();
     };
-    live(0); // what is made once and kept, by a sanitizer for instance a thread of its own
+    live(0); // makes what stays, such as a sanitizer's own thread
     ASSERT_TRUE(workerVanishes());
     const auto threads = runningThreads();
     const auto descriptors = openDescriptors();
@@ -186,8 +182,7 @@ TEST_F(ManagerOnLinux, concurrent_setters_never_bring_the_durations_out_of_order
     });
     for (auto& setter : setters)
         setter.join();
-    // Whatever double is now, long is above it: a press right at the pass is no long press unless long is 0,
-    // which it can never be, because no double is below 0.
+    // Long stays above double, so it is never 0, and a press at the tick of the pass is never a long press.
     EXPECT_EQ(manager->setLongKeyPressDuration(0), 20);
     unsigned int doubleMs = 0;
     while (manager->setLongKeyPressDuration(doubleMs) == 20)
@@ -196,7 +191,7 @@ TEST_F(ManagerOnLinux, concurrent_setters_never_bring_the_durations_out_of_order
     EXPECT_LE(doubleMs, 7U);
 }
 
-// How often a thread began to wait; the sanitizers' own threads are left out by this.
+// How often this thread began to wait, without the sanitizers' own threads.
 long waitsOf(pid_t thread) {
     std::ifstream status("/proc/self/task/" + std::to_string(thread) + "/status");
     const std::string field = "voluntary_ctxt_switches:";

@@ -18,19 +18,13 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-/// Writes down what it is told of, a line each.
+/// Writes a line for each call.
 class Notes : public KXInputObserver {
 public:
-    Notes() {
-        KXInputEventManager::setObserver(this);
-    }
-    ~Notes() override {
-        KXInputEventManager::setObserver(nullptr);
-    }
+    Notes() { KXInputEventManager::setObserver(this); }
+    ~Notes() override { KXInputEventManager::setObserver(nullptr); }
 
-    std::vector<std::string> take() {
-        return std::exchange(lines, {});
-    }
+    std::vector<std::string> take() { return std::exchange(lines, {}); }
 
     void onToolkitEvent(const KXToolkitEvent& event) override {
         note("toolkit " + std::to_string(event.eventType) + " class " + std::to_string(event.eventClass) +
@@ -54,20 +48,12 @@ public:
     void onKeypad(const CANRemoteOptions& options) override {
         note("keypad " + std::to_string(options.encoderCANId));
     }
-    void onFrame(const KXCANMessage& frame) override {
-        note("frame " + std::to_string(frame.canId));
-    }
-    void onPass(unsigned int tick) override {
-        note("pass " + std::to_string(tick));
-    }
-    void onPassDue() override {
-        note("pass due");
-    }
+    void onFrame(const KXCANMessage& frame) override { note("frame " + std::to_string(frame.canId)); }
+    void onPass(unsigned int tick) override { note("pass " + std::to_string(tick)); }
+    void onPassDue() override { note("pass due"); }
 
 protected:
-    virtual void note(const std::string& line) {
-        lines.push_back(line);
-    }
+    virtual void note(const std::string& line) { lines.push_back(line); }
 
     std::vector<std::string> lines;
 };
@@ -218,7 +204,7 @@ TEST_F(ObserverSetLater, sees_what_comes_from_then_on_and_nothing_after_it_was_t
 
 TEST_F(ObserverSetLater, changes_nothing_that_is_posted) {
     for (const bool isObserved : {false, true}) {
-        KXInputObserver observer; // with its empty operations
+        KXInputObserver observer; // with empty operations
         KXInputEventManager::setObserver(isObserved ? &observer : nullptr);
         operatorPresses(Qt::Key_Home);
         timePasses(2000);
@@ -246,7 +232,7 @@ TEST_F(ObserverSetLater, may_be_there_without_a_manager) {
     manager = KXInputEventManager::createInstance();
 }
 
-// A hook runs with the mutex held, and so does the observer: neither may wait for it again.
+// The hook and the observer run with the mutex held and must not lock it again.
 KXInputEventManager* hookedManager = nullptr;
 
 void callManagerFromHook() {

@@ -154,7 +154,7 @@ TEST_F(Press, holds_the_mouse_and_escapes) {
     expectNothingMore();
 }
 
-// Two presses that do not belong together.
+// Two presses that make no double press.
 
 TEST_F(Press, of_another_key_is_no_double) {
     operatorTaps(keyA);
@@ -259,7 +259,7 @@ TEST_F(Press, is_told_long_and_double_across_the_wrap_of_the_tick) {
 }
 
 TEST_F(Press, stamped_later_than_the_pass_counts_as_held_for_ever) {
-    // A time stamp from the future is 2^32 - 1 ms old by unsigned arithmetic.
+    // In unsigned arithmetic a time stamp 1 ms in the future is 2^32 - 1 ms old.
     KXInputEvent press;
     press.eventType = KEY_PRESS_EVENT;
     press.timeStamp = 1;

@@ -172,10 +172,10 @@ TEST_F(ToolkitEvents, without_a_mutex_input_is_classified_all_the_same) {
     operatorPresses(Qt::Key_Home);
     timePasses(5000);
     expectPosted(KEY_DOUBLE_PRESS_EVENT);
-    expectNothingMore(); // the worker's passes end as after a failed lock
+    expectNothingMore(); // a pass ends if it cannot lock the mutex
 }
 
-// The virtual road: what forwards goes through the operation that a derived manager may take over.
+// Forwarded events go through the virtual function, which a derived manager may override.
 class RecordingManager : public KXInputEventManager {
 public:
     RecordingManager() = default;

@@ -38,7 +38,7 @@ protected:
         layer = std::make_unique<Terminal::ToolkitLayer>(
             window, [this](KXToolkitEvent& event) { manager->toolkitEventOccurred(event); });
         manager->setCANRemoteOptions(keypad());
-        encoderGoesTo(1000); // wherever an earlier test has left it
+        encoderGoesTo(1000); // an earlier test may have left it anywhere
         timePasses(1000);
         while (manager->hasEvents())
             manager->getNextEvent();
@@ -48,7 +48,7 @@ protected:
         layer.reset();
         KXActionQueue::release();
         KXInputEventManager::deleteInstance();
-        KXSimulation::reset(); // the keypad's bus is kept by the process
+        KXSimulation::reset(); // the process keeps the keypad's bus
     }
 
     static CANRemoteOptions keypad() {
@@ -60,7 +60,7 @@ protected:
         return options;
     }
 
-    /// The frame is on the bus now, and all that comes of it without time passing.
+    /// Puts the frame onto the bus and runs all that follows at the same tick.
     void frameComes(const KXCANMessage& frame) {
         KXSimulation::scheduleCANFrame(0, KXTick::getTickCount(), frame);
         KXSimulation::advance(0);
@@ -83,7 +83,7 @@ protected:
         frameComes(frame);
     }
 
-    /// Turns by \p frames steps, one frame each, and returns the moves that come of it until all is still.
+    /// Turns by \p frames steps, one frame each, and returns the moves until nothing more comes.
     std::vector<KXInputEvent> turn(int frames, int step, unsigned int stepMs) {
         for (int i = 0; i < frames; ++i) {
             encoderGoesTo((position + step) & 0xFFFF);

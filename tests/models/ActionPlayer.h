@@ -7,7 +7,7 @@
 
 namespace KX::test {
 
-/// Plays the actions of a program for whoever calls them, and notes every call.
+/// Plays the actions of a program and notes every call.
 class ActionPlayer {
 public:
     using Post = std::function<void(const ActionProgram::Post&)>;
@@ -50,9 +50,7 @@ private:
         bool isTurnedOver = false;
     };
 
-    Calls& callsOf(int action) {
-        return calls[static_cast<std::size_t>(action)];
-    }
+    Calls& callsOf(int action) { return calls[static_cast<std::size_t>(action)]; }
 
     void play(const ActionProgram::Run& run) {
         if (run.takesMs > 0)

@@ -10,8 +10,8 @@
 
 namespace KX::test {
 
-/// A random program of actions that post each other. It is played twice, on the queue and on the model, and does
-/// the same both times as long as they call the actions alike.
+/// A random program of actions that post each other. The queue and the model play it. It does the same on both as
+/// long as both call the actions alike.
 struct ActionProgram {
     static constexpr int actionCount = 5;
     static constexpr int objectCount = 3;
@@ -21,21 +21,21 @@ struct ActionProgram {
         int action;
         int event;
         int object;
-        bool isForeign; // from another thread, which has ended when the program goes on
+        bool isForeign; // from another thread, which ends before the program goes on
     };
 
     /// What an action does once.
     struct Run {
         std::vector<Post> posts;
         unsigned int takesMs = 0;
-        int makesReady = nobody; // turns the readiness of this action over
+        int makesReady = nobody; // toggles the readiness of this action
         int failsAfter = nobody; // after so many of its posts
     };
 
     struct Action {
-        std::vector<Run> runs;      // one after the other, and from the first again
-        std::vector<Run> questions; // what isReady does besides, in the same way
-        std::vector<bool> isReady;  // its answers, in the same way
+        std::vector<Run> runs;      // in turn, from the first again after the last
+        std::vector<Run> questions; // what isReady does, in turn
+        std::vector<bool> isReady;  // its results, in turn
     };
 
     struct Drain {
@@ -64,7 +64,7 @@ public:
 
     ActionProgram make() {
         program = ActionProgram();
-        // Few different ones, so that chains meet what they have been before.
+        // Few different items, so that chains repeat them.
         usedActions = random.between(1, ActionProgram::actionCount);
         usedObjects = random.between(1, ActionProgram::objectCount);
         isPlain = random.oneIn(2);
@@ -145,7 +145,7 @@ private:
     ActionProgram program;
     int usedActions = 1;
     int usedObjects = 1;
-    bool isPlain = true; // hardly anything but chains of actions, which is where loops come from
+    bool isPlain = true; // mostly chains of actions, so that loops occur
 };
 
 } // namespace KX::test

@@ -12,8 +12,7 @@
 
 namespace KX::test {
 
-/// One request as the model keeps it. Actions and objects are known by their addresses, which loop lines and the
-/// order of the history show.
+/// One request in the model. Addresses identify actions and objects; loop lines and the history's order show them.
 struct ItemModel {
     const void* action = nullptr;
     const void* trigger = nullptr;
@@ -22,7 +21,7 @@ struct ItemModel {
     unsigned int executedCount = 0;
     unsigned int threadId = 0;
 
-    /// What the order of items looks at.
+    /// The order of items compares it.
     auto identity() const {
         const auto address = [](const void* pointer) { return reinterpret_cast<std::uintptr_t>(pointer); };
         return std::make_tuple(address(action), address(trigger), static_cast<std::uint32_t>(eventType),
@@ -37,10 +36,10 @@ struct ItemModel {
     }
 };
 
-/// The action queue on one thread, with its history in plain lists that are searched from end to end.
+/// The action queue on one thread. Its history is plain lists with linear search.
 class ActionQueueModel {
 public:
-    /// How the model reaches the actions, the names of event types and the clock.
+    /// The actions, names of event types and clock that the model uses.
     struct Surroundings {
         std::function<bool(const void* action)> isReady;
         std::function<void(const void* action)> execute;
@@ -80,9 +79,7 @@ public:
         return whenEmpty;
     }
 
-    std::string takeOutput() {
-        return std::exchange(output, "");
-    }
+    std::string takeOutput() { return std::exchange(output, ""); }
 
     std::deque<ItemModel> pending;
     std::vector<ItemModel> executedBefore; // both in the order of identity()
@@ -134,7 +131,7 @@ private:
         try {
             around.execute(item.action);
         } catch (...) {
-            current = nullptr; // whoever posts next was not triggered by the action that failed
+            current = nullptr; // the failed action triggers no later post
             throw;
         }
         ++executedCount;
@@ -142,7 +139,7 @@ private:
         insert(executedNow, item);
     }
 
-    // The first of two that are equal stays.
+    // The first of two equal items stays.
     static void insert(std::vector<ItemModel>& items, const ItemModel& item) {
         auto place = items.begin();
         while (place != items.end() && place->identity() < item.identity())

@@ -19,7 +19,7 @@ namespace {
 
 constexpr int failed = -1;
 
-/// A status, or that the exception of an action came through.
+/// A status, or the exception of an action.
 int statusOf(const std::function<int()>& call) {
     try {
         return call();
@@ -31,9 +31,7 @@ int statusOf(const std::function<int()>& call) {
 /// The addresses of a run: the same actions and objects serve the queue and the model.
 class ScriptedAction : public KXAction {
 public:
-    bool isReady() override {
-        return player->isReady(number);
-    }
+    bool isReady() override { return player->isReady(number); }
 
     void execute(void* argument) override {
         if (argument != nullptr)
@@ -63,9 +61,7 @@ public:
         }
     }
 
-    ~ProgramRun() {
-        KXActionQueue::release();
-    }
+    ~ProgramRun() { KXActionQueue::release(); }
 
     ProgramRun(const ProgramRun&) = delete;
     ProgramRun& operator=(const ProgramRun&) = delete;
@@ -135,10 +131,10 @@ private:
             doIt();
     }
 
-    // The platform numbers the threads; the model takes their numbers from what has really happened.
+    // The platform numbers the threads; the model takes the numbers from the queue's side.
     void postToModel(const ActionProgram::Post& post) {
         if (posters.empty())
-            return; // the queue's side has gone another way, which its trace tells
+            return; // the queue's side differs; its trace shows that
         const unsigned int poster = posters.front();
         posters.pop_front();
         const int* type = post.event == ActionProgram::nobody
@@ -183,7 +179,7 @@ private:
         return status;
     }
 
-    /// What is queued at the end is dropped; nobody is called for it.
+    /// The end drops queued items without running them.
     std::string release() {
         account.refusals += model.refusals;
         account.foreignPosts += modelPlayer.foreignPosts;
@@ -250,7 +246,7 @@ private:
     std::array<ScriptedAction, ActionProgram::actionCount> actions;
     std::array<int, ActionProgram::actionCount> modelTypes{};
     std::array<int, ActionProgram::objectCount> objects{};
-    std::deque<unsigned int> posters; // of the posts that the model has not seen yet
+    std::deque<unsigned int> posters; // of posts that the model has not seen yet
     unsigned int modelTick = program.startTick;
     ActionPlayer realPlayer{program, [this](const auto& post) { postReally(post); },
                             [](unsigned int ms) { KXSimulation::setTick(KXTick::getTickCount() + ms); }};
@@ -258,7 +254,7 @@ private:
                              [this](unsigned int ms) { modelTick += ms; }};
 };
 
-/// The first thread of a process that drains counts for good; here it is the driver.
+/// The first thread that drains counts until the process ends; here it is the driver.
 void beTheExecutingThread() {
     KXActionQueue().executeActions(0, false);
 }

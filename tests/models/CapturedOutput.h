@@ -7,8 +7,8 @@
 
 namespace KX::test {
 
-/// Takes what a step writes to standard output or standard error. One file is used for all steps: a new one for
-/// each would cost more than the steps themselves.
+/// Captures what a step writes to standard output or standard error. All steps use one file: a new file takes
+/// longer than a step.
 class CapturedOutput {
 public:
     CapturedOutput(int descriptor) : captured(descriptor), original(dup(descriptor)), file(std::tmpfile()) {}

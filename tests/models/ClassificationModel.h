@@ -12,7 +12,7 @@
 
 namespace KX::test {
 
-/// What the manager makes of input, with plain structs and a clock that is handed in.
+/// The manager's classification, with plain structs and a clock as a parameter.
 struct ClassificationModel {
     bool acceptsInput = true;
     bool hasQueue = true;
@@ -25,12 +25,10 @@ struct ClassificationModel {
     Fields candidate;
     Fields bundle;
 
-    // What came out since the last look.
+    // Posted since the last comparison.
     std::vector<Fields> posted;
     std::string standardOutput;
     std::string standardError;
-
-    // ---- settings
 
     void initialize() {
         acceptsInput = true;
@@ -45,7 +43,7 @@ struct ClassificationModel {
     void deinitialize() {
         encoder.reset();
         hasQueue = false;
-        posted.clear(); // what nobody has taken is lost
+        posted.clear(); // events not taken are lost
     }
 
     int setDoublePress(std::uint32_t ms) {
@@ -78,8 +76,6 @@ struct ClassificationModel {
                  {0x01000015, 5},
                  {0x01000011, 6}});
     }
-
-    // ---- input
 
     int toolkitEvent(PlainEvent& event) {
         Fields& fields = event.fields;
@@ -122,7 +118,7 @@ struct ClassificationModel {
         auto holder = holderOf(event, standardError);
         if (!holder)
             throw std::bad_cast();
-        holder->sourceClass = 0; // an event taken as an input event does not show these two
+        holder->sourceClass = 0; // an input event does not have these two
         holder->signalData = {};
         posted.push_back(*holder);
     }
@@ -136,8 +132,6 @@ struct ClassificationModel {
         escape.osKeyCode = 65535;
         post({3, escape});
     }
-
-    // ---- encoder
 
     int convertToEncoder(Fields& event) {
         if (event.eventType == 700) {
@@ -211,8 +205,6 @@ struct ClassificationModel {
         bundle.count = 0;
     }
 
-    // ---- presses
-
     void convertToDoublePress(Fields& event) {
         if (event.eventType != 24 && event.eventType != 600)
             return;
@@ -226,9 +218,7 @@ struct ClassificationModel {
             event.eventType = 606;
     }
 
-    static bool isPress(int type) {
-        return type == 24 || type == 501 || type == 600 || type == 606;
-    }
+    static bool isPress(int type) { return type == 24 || type == 501 || type == 600 || type == 606; }
 
     void markLongPress(const Fields& event) {
         if (isPress(event.eventType)) {
@@ -260,14 +250,14 @@ struct ClassificationModel {
         post({3, candidate});
     }
 
-    /// What the manager keeps is an input event, whatever the event said it was.
+    /// The manager keeps an input event, whatever class the event claimed.
     static Fields stored(Fields event) {
         event.eventClass = 3;
         return event;
     }
 };
 
-/// The worker as the clock sees it: a pass 100 ms after the last one.
+/// The worker: a pass 100 ms after the last one.
 struct WorkerModel {
     bool isRunning = false;
     unsigned int nextPass = 0;

@@ -89,8 +89,8 @@ private:
     bool isInitialized = false;
 };
 
-/// Runs model and library and compares all that came out. Reading what was written is dear, so it is done where
-/// the model expects something, and now and then.
+/// Runs model and library and compares all results. Captured output takes long to read, so it is read when the
+/// model expects some, and now and then.
 std::string ClassificationRun::both(const Call& expectedCall, const Call& actualCall) {
     const std::string expected = outcome(expectedCall);
     const bool isCaptured = !model.standardOutput.empty() || !model.standardError.empty() || random.oneIn(64);
@@ -177,7 +177,7 @@ std::string ClassificationRun::timePasses(std::string& operation) {
                         });
 }
 
-/// The steps one by one, as somebody calls them who has a clock of his own and no worker.
+/// The steps one by one, for a program with a clock of its own and no worker.
 std::string ClassificationRun::handDrivenStep(std::string& operation) {
     const unsigned int tick = input.tickForTimers(now);
     const unsigned int which = random.below(10);
@@ -198,26 +198,18 @@ std::string ClassificationRun::handDrivenStep(std::string& operation) {
     const std::string result = both(
         [&] {
             switch (which) {
-            case 6:
-                return model.convertToEncoder(event.fields);
-            case 7:
-                return model.bundleStep(event.fields);
-            case 8:
-                return model.convertToDoublePress(event.fields), 0;
-            default:
-                return model.markLongPress(event.fields), 0;
+            case 6: return model.convertToEncoder(event.fields);
+            case 7: return model.bundleStep(event.fields);
+            case 8: return model.convertToDoublePress(event.fields), 0;
+            default: return model.markLongPress(event.fields), 0;
             }
         },
         [&] {
             switch (which) {
-            case 6:
-                return manager->convertToEncoderEvents(real);
-            case 7:
-                return manager->bundleKeyEncoderEvents(real);
-            case 8:
-                return manager->convertToDoublePressEvent(real);
-            default:
-                return manager->markPossibleLongPress(real);
+            case 6: return manager->convertToEncoderEvents(real);
+            case 7: return manager->bundleKeyEncoderEvents(real);
+            case 8: return manager->convertToDoublePressEvent(real);
+            default: return manager->markPossibleLongPress(real);
             }
         });
     event.fields.signalData = {};
@@ -242,12 +234,8 @@ std::string ClassificationRun::settingChanges(std::string& operation) {
         operation = "acceptInput";
         model.acceptsInput = !random.oneIn(4);
         return both([] { return 0; }, [&] { return manager->acceptInput(model.acceptsInput); });
-    case 5:
-        operation = "keys change";
-        return keysChange();
-    case 6:
-        operation = "encoder settings change";
-        return encoderSettingChanges();
+    case 5: operation = "keys change"; return keysChange();
+    case 6: operation = "encoder settings change"; return encoderSettingChanges();
     default:
         operation = "postESCtoEventQueue";
         return both([&] { return model.postEscape(isYes), 0; },
@@ -287,13 +275,13 @@ std::string ClassificationRun::eventIsPosted() {
     return both([&] { return model.post(event), 0; }, [&] { return manager->postToEventQueue(*object); });
 }
 
-/// Down and up again, with input in between that finds no queue and no encoder; or once more than needed.
+/// deinitialize and initialize, with input in between, without a queue and an encoder; or one call too many.
 std::string ClassificationRun::managerRestarts(std::string& operation) {
     if (isInitialized && random.oneIn(2)) {
         operation = "deinitialize";
         return both(
             [&] {
-                if (worker.isRunning) // it is seen at the top of a pass that it is to stop
+                if (worker.isRunning) // the worker checks stopThread at the start of a pass
                     pass(now);
                 worker.isRunning = false;
                 model.deinitialize();

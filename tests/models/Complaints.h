@@ -10,7 +10,7 @@
 
 namespace KX::test {
 
-/// What a call gave: its status, or the exception that came instead.
+/// The result of a call: its status or an exception.
 inline std::string outcome(const std::function<int()>& call) {
     try {
         return std::to_string(call());

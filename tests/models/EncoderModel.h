@@ -8,13 +8,13 @@
 
 namespace KX::test {
 
-/// A number as the encoder keeps it: computed wide, cut to 32 bits. Factors of a product are at most 32 bits
-/// each, so one product fits, and two are cut before they meet.
+/// A number of the encoder: computed in 64 bits, cut to 32. Factors have at most 32 bits, so one product fits. The
+/// next multiplication cuts it first.
 inline std::uint64_t cut(std::uint64_t number) {
     return number % 0x100000000ULL;
 }
 
-/// The encoder's acceleration with every number wide and every cut to 32 bits written out.
+/// The encoder's acceleration in 64 bits, with every cut to 32 bits explicit.
 struct EncoderModel {
     using Table = std::vector<std::pair<unsigned int, unsigned int>>; // time gap, increment
 
@@ -68,7 +68,7 @@ struct EncoderModel {
         return 0;
     }
 
-    /// The increment of the first row that is for longer gaps than the present one.
+    /// The increment of the first row with a longer gap than the present one.
     std::uint64_t target() const {
         for (const auto& [rowGap, rowIncrement] : table)
             if (rowGap > timeGap)

@@ -32,10 +32,8 @@ public:
     /// Empty when library and model agree.
     std::string step(std::string& operation) {
         switch (random.below(60)) {
-        case 0:
-            return setTable(operation) + state();
-        case 1:
-            return setFactors(operation) + state();
+        case 0: return setTable(operation) + state();
+        case 1: return setFactors(operation) + state();
         case 2:
             operation = "initialize";
             if (random.oneIn(4)) {
@@ -48,8 +46,7 @@ public:
             if (random.oneIn(4))
                 makeEncoder();
             return state();
-        default:
-            return calculate(operation) + state();
+        default: return calculate(operation) + state();
         }
     }
 
@@ -58,7 +55,7 @@ public:
     unsigned int backwards = 0;
 
 private:
-    /// From the singleton, or bare as before its initialisation.
+    /// The singleton, or an object before initialize.
     void makeEncoder() {
         encoder.reset();
         isSingleton = !random.oneIn(4);

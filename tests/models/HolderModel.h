@@ -10,16 +10,16 @@
 
 namespace KX::test {
 
-// What becomes of an event in a queue, told by plain structs. Numbers of classes:
+// Events and holders as plain structs. Numbers of classes:
 // 0 event, 1 incident, 2 toolkit, 3 input, 4 navigation, 5 trigger, 6 signal, 7 holder.
 
-/// An event before it is posted: what the object is, and what its fields say, eventClass among them.
+/// An event before it is posted: the object's real class and its fields, eventClass included.
 struct PlainEvent {
     int objectClass = 0;
     Fields fields;
 };
 
-/// Whether an object of class \p objectClass can be seen as one of class \p wanted.
+/// Whether class \p objectClass is or derives from class \p wanted.
 inline bool isA(int objectClass, int wanted) {
     static const bool table[8][8] = {
         // 0     1      2      3      4      5      6      7
@@ -46,8 +46,8 @@ inline Fields emptyHolder() {
     return fields;
 }
 
-/// The holder that a queue keeps of an event; none when the event claims a class that it is not. What standard
-/// error is told is appended to \p said.
+/// The queue's holder of an event; none when the event claims a class that it is not. Appends the text on standard
+/// error to \p said.
 inline std::optional<Fields> holderOf(const PlainEvent& source, std::string& said) {
     const Fields& from = source.fields;
     Fields holder = emptyHolder();
@@ -76,23 +76,16 @@ inline std::optional<Fields> holderOf(const PlainEvent& source, std::string& sai
     return holder;
 }
 
-/// The name that a trace gives a type; for the types that the runs use.
+/// The name of a type in a trace, for the types that the runs use.
 inline std::string nameInTrace(int eventType) {
     switch (eventType) {
-    case 0:
-        return "UNKNOWN_EVENT";
-    case 24:
-        return "KEY_PRESS_EVENT";
-    case 25:
-        return "KEY_RELEASE_EVENT";
-    case 700:
-        return "ENCODER_MOVE_EVENT";
-    case 1502:
-        return "APPLICATION_EXIT_EVENT";
-    case 9999:
-        return "KX_MAX_EVENT_TYPE_NUMBER";
-    default:
-        return "UnknownEventType(" + std::to_string(eventType) + ")";
+    case 0: return "UNKNOWN_EVENT";
+    case 24: return "KEY_PRESS_EVENT";
+    case 25: return "KEY_RELEASE_EVENT";
+    case 700: return "ENCODER_MOVE_EVENT";
+    case 1502: return "APPLICATION_EXIT_EVENT";
+    case 9999: return "KX_MAX_EVENT_TYPE_NUMBER";
+    default: return "UnknownEventType(" + std::to_string(eventType) + ")";
     }
 }
 
@@ -131,25 +124,17 @@ std::unique_ptr<KXEvent> objectWith(const Fields& fields, bool flags) {
     return event;
 }
 
-/// The library's object for a plain event; \p flags is what its flags say.
+/// The library's object for a plain event; all its flags are \p flags.
 inline std::unique_ptr<KXEvent> objectOf(const PlainEvent& event, bool flags) {
     switch (event.objectClass) {
-    case 0:
-        return objectWith<KXEvent>(event.fields, flags);
-    case 1:
-        return objectWith<KXIncident>(event.fields, flags);
-    case 2:
-        return objectWith<KXToolkitEvent>(event.fields, flags);
-    case 3:
-        return objectWith<KXInputEvent>(event.fields, flags);
-    case 4:
-        return objectWith<KXNavigationEvent>(event.fields, flags);
-    case 5:
-        return objectWith<KXTrigger>(event.fields, flags);
-    case 6:
-        return objectWith<KXSignal>(event.fields, flags);
-    default:
-        return objectWith<KXSomeEvent>(event.fields, flags);
+    case 0: return objectWith<KXEvent>(event.fields, flags);
+    case 1: return objectWith<KXIncident>(event.fields, flags);
+    case 2: return objectWith<KXToolkitEvent>(event.fields, flags);
+    case 3: return objectWith<KXInputEvent>(event.fields, flags);
+    case 4: return objectWith<KXNavigationEvent>(event.fields, flags);
+    case 5: return objectWith<KXTrigger>(event.fields, flags);
+    case 6: return objectWith<KXSignal>(event.fields, flags);
+    default: return objectWith<KXSomeEvent>(event.fields, flags);
     }
 }
 
@@ -183,7 +168,7 @@ inline PlainEvent randomEvent(Random& random) {
     return event;
 }
 
-/// Complaint about what a holder of the library carries; empty when it is what is expected.
+/// Complaint about a holder of the library; empty when it has the expected fields.
 inline std::string differs(const KXSomeEvent& holder, const Fields& expected) {
     std::ostringstream out;
     if (!(fieldsOf(holder) == expected))

@@ -9,7 +9,7 @@
 namespace KX::test {
 namespace {
 
-/// An in-process queue: a row of holders, nothing else.
+/// An in-process queue: a list of holders.
 struct QueueModel {
     std::deque<Fields> holders;
     QueueHook::Kind hook = QueueHook::none;

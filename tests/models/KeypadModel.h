@@ -13,7 +13,7 @@ struct KeyModelEvent {
     int keyCode;
 };
 
-/// What one key of a keypad is, as the one who describes the keypad says it.
+/// The description of one key.
 struct KeyLayoutModel {
     int keyNumber = 0;
     int keyCode = 0;
@@ -37,14 +37,13 @@ struct FrameModel {
     unsigned char data[8] = {};
 };
 
-/// A keypad's frames taken apart with wide numbers. The last position of the encoder is handed in, because all
-/// keypads of a process share it.
+/// Decodes a keypad's frames with 64-bit numbers. The encoder's last position is a parameter, because all keypads
+/// of a process share it.
 class KeypadModel {
 public:
     explicit KeypadModel(std::int64_t* theLastPosition) : lastPosition(theLastPosition) {}
 
-    /// Another layout takes the place of the present one, but frames that the old one listened to still reach
-    /// the key of the same place.
+    /// Replaces the layout. Frames of the old layout still reach the key at the same place.
     void take(const KeypadLayoutModel& wanted) {
         layout = wanted;
         for (int place = 0; place < 16; ++place) {
@@ -80,7 +79,7 @@ private:
         return whole & std::int64_t{layout.encoderMask};
     }
 
-    /// Moves from here on are taken for a wrap; a signed number of 32 bits, whatever the mask.
+    /// The smallest move that is a wrap; a signed number of 32 bits, whatever the mask.
     std::int64_t wrapThreshold() const {
         const std::int64_t cut = (std::int64_t{layout.encoderMask} + 0x100000000 - 9) % 0x100000000;
         return cut >= 0x80000000 ? cut - 0x100000000 : cut;
@@ -120,7 +119,7 @@ private:
     }
 
     std::int64_t* lastPosition;
-    std::vector<std::pair<int, int>> listeners; // identifier and place, in the order in which they came
+    std::vector<std::pair<int, int>> listeners; // identifier and place, in the order of registration
     bool isPressed[16] = {};
 };
 

@@ -17,14 +17,14 @@ namespace {
 
 const auto* const environment = testing::AddGlobalTestEnvironment(new OffscreenApplication);
 
-/// Layouts and frames of a keypad that somebody has described carelessly.
+/// Random layouts, often wrong ones, and frames.
 class RandomKeypad {
 public:
     explicit RandomKeypad(Random& theRandom) : random(theRandom) {}
 
     KeypadLayoutModel layout() {
         KeypadLayoutModel layout;
-        // A keypad as it should be, or one with bits outside the frame.
+        // A correct keypad, or one with bits outside the frame.
         const bool isSound = random.oneIn(2);
         for (KeyLayoutModel& key : layout.keys) {
             key.keyNumber = random.oddInt();
@@ -67,9 +67,7 @@ public:
     }
 
 private:
-    int keyCode() {
-        return random.oneOf(keyCodes());
-    }
+    int keyCode() { return random.oneOf(keyCodes()); }
 
     int bitIndex() {
         return random.oneOf({0, 1, 6, 7, 8, 9, 31, 32, 63, 64, 254, 255, 256, 257, -1, -8, random.anyInt()});
@@ -77,7 +75,7 @@ private:
 
     std::uint32_t listenedId() {
         const std::uint32_t id = random.oneOf(ids);
-        return random.oneIn(16) ? id | 0x80000000U : id; // which no frame reaches
+        return random.oneIn(16) ? id | 0x80000000U : id; // no frame has it
     }
 
     std::uint32_t mask() {
@@ -85,21 +83,16 @@ private:
                              0x10000U, 0x80000000U, 0x80000008U, 0x80000009U, 0x7FFFFFFFU, random.word()});
     }
 
-    /// Often about where a move becomes a wrap.
+    /// Often near the smallest wrap.
     int position(const KeypadLayoutModel& layout, std::int64_t lastPosition) {
         const int last = static_cast<int>(lastPosition);
         const int threshold = static_cast<int>((layout.encoderMask - 9U) & 0xFFFFU) + random.between(-1, 1);
         switch (random.below(6)) {
-        case 0:
-            return last + threshold;
-        case 1:
-            return last - threshold;
-        case 2:
-            return random.oneOf({0, 1, 5, 10, 65525, 65526, 65527, 65533, 65534, 65535});
-        case 3:
-            return random.between(0, 65535);
-        default:
-            return last + random.between(-12, 12);
+        case 0: return last + threshold;
+        case 1: return last - threshold;
+        case 2: return random.oneOf({0, 1, 5, 10, 65525, 65526, 65527, 65533, 65534, 65535});
+        case 3: return random.between(0, 65535);
+        default: return last + random.between(-12, 12);
         }
     }
 
@@ -121,7 +114,7 @@ struct Account {
     unsigned int turns = 0, wraps = 0, keyChanges = 0, secondLayouts = 0, overBus = 0;
 };
 
-/// Managers one after the other, their keypads, and frames.
+/// Several managers in turn, with keypads and frames.
 class KeypadRun {
 public:
     KeypadRun(std::uint32_t seed, std::int64_t& theLastPosition, Account& theAccount)
@@ -130,9 +123,7 @@ public:
         beginManager();
     }
 
-    ~KeypadRun() {
-        endManager();
-    }
+    ~KeypadRun() { endManager(); }
 
     KeypadRun(const KeypadRun&) = delete;
     KeypadRun& operator=(const KeypadRun&) = delete;
@@ -210,7 +201,7 @@ private:
             options.keys[i] = {key.keyNumber, key.keyCode, key.byteIndex,
                                key.bitIndex,  key.canId,   static_cast<int>(random.below(2))};
         }
-        if (random.oneIn(4)) // what the caller has put there does not count
+        if (random.oneIn(4)) // the manager ignores the caller's index
             options.keyIndex.emplace(options.keys[0].canId, &options.keys[0]);
         options.encoderUpKeyCode = layout.upKeyCode;
         options.encoderDownKeyCode = layout.downKeyCode;
@@ -278,7 +269,7 @@ private:
 };
 
 TEST(KeypadModel, agreesOnManyRandomFramesAfterEachOne) {
-    std::int64_t lastPosition = 0; // as the process begins
+    std::int64_t lastPosition = 0; // at the start of the process
     Account account;
     for (const std::uint32_t seed : seedsOfRun()) {
         KeypadRun run(seed, lastPosition, account);

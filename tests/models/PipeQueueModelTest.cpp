@@ -13,7 +13,7 @@ using Bytes = std::vector<unsigned char>;
 
 constexpr std::size_t recordSize = 136;
 
-// Where the fields of a record stand; flags, slots and padding between them.
+// Offsets of the fields in a record. Flags, slots and padding lie between them.
 struct Offset {
     enum { signalData = 24, sourceClass = 40, keyCode = 48, osKeyCode = 52, inputValue = 56, inputData = 60 };
     enum { eventClass = 88, eventType = 92, timeStamp = 96, eventData = 100, value = 116, count = 120 };
@@ -86,7 +86,7 @@ Fields holderIn(const Bytes& record) {
 const std::string writeMessage = "1 Class KXPipe has failed to write the data into the pipe ";
 const std::string readMessage = "1 class KXPipe has failed to give data to event pointer";
 
-/// A pipe queue: a row of bytes.
+/// A pipe queue: a list of bytes.
 struct PipeModel {
     std::deque<unsigned char> bytes;
     bool isOpen = true;
@@ -137,7 +137,7 @@ struct PipeModel {
         return emptyHolder();
     }
 
-    /// A whole record, or what there is of one.
+    /// A whole record, or the rest of one.
     Bytes takeBytes() {
         const auto end = bytes.begin() + static_cast<std::ptrdiff_t>(std::min(bytes.size(), recordSize));
         const Bytes taken(bytes.begin(), end);
@@ -145,9 +145,7 @@ struct PipeModel {
         return taken;
     }
 
-    unsigned int size() const {
-        return static_cast<unsigned int>(bytes.size() / recordSize);
-    }
+    unsigned int size() const { return static_cast<unsigned int>(bytes.size() / recordSize); }
 };
 
 class PipeRun {
@@ -169,17 +167,10 @@ public:
             isFilling = !isFilling;
         std::string complaint;
         switch (random.below(40)) {
-        case 0:
-            complaint = changeSomething(operation);
-            break;
-        case 1:
-            complaint = writeRubbish(operation);
-            break;
-        case 2:
-            complaint = readRaw(operation);
-            break;
-        default:
-            complaint = random.below(10) < (isFilling ? 6U : 4U) ? post(operation) : take(operation);
+        case 0: complaint = changeSomething(operation); break;
+        case 1: complaint = writeRubbish(operation); break;
+        case 2: complaint = readRaw(operation); break;
+        default: complaint = random.below(10) < (isFilling ? 6U : 4U) ? post(operation) : take(operation);
         }
         return complaint + state();
     }
@@ -227,9 +218,7 @@ private:
             operation = "let writes fail";
             KXSimulation::failPipeWrites(model.failingWrites = random.below(4));
             break;
-        default:
-            operation = "let reads fail";
-            KXSimulation::failPipeReads(model.failingReads = random.below(4));
+        default: operation = "let reads fail"; KXSimulation::failPipeReads(model.failingReads = random.below(4));
         }
         return "";
     }
@@ -253,11 +242,11 @@ private:
         return differs(queue->getNextEvent(), expected);
     }
 
-    /// Whole records and pieces that no event was made of, every byte of them random.
+    /// Random bytes, as whole records and as pieces.
     std::string writeRubbish(std::string& operation) {
         operation = "write rubbish";
         Bytes rubbish(random.oneOf({1U, 64U, 135U, 136U, 137U, 272U, 1 + random.below(300)}));
-        if (random.oneIn(2)) // what is left of a record, so that events come whole again
+        if (random.oneIn(2)) // completes the record, so that later events are whole
             rubbish.resize(recordSize - model.bytes.size() % recordSize);
         for (auto& byte : rubbish)
             byte = static_cast<unsigned char>(random.word());
@@ -266,7 +255,7 @@ private:
         return isTaken == isTakenForReal ? "" : "\n  the pipe took or refused bytes unlike the model";
     }
 
-    /// The bytes as posts left them, so that the form of a record is seen too.
+    /// The bytes in the pipe, to compare the layout of records too.
     std::string readRaw(std::string& operation) {
         operation = "read bytes";
         if (model.bytes.size() < recordSize || model.failingReads > 0)

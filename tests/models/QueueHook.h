@@ -7,7 +7,7 @@
 
 namespace KX::test {
 
-/// The after-post hook of a queue under test. A plain function cannot carry state, so it is kept here.
+/// The after-post hook of a queue under test. A plain function has no state, so the state is static.
 struct QueueHook {
     enum Kind { none, looks, takes };
 
@@ -15,9 +15,7 @@ struct QueueHook {
     static inline std::vector<unsigned int> sizesSeen;
     static inline std::vector<KXSomeEvent> taken;
 
-    static void look() {
-        sizesSeen.push_back(queue->getSize());
-    }
+    static void look() { sizesSeen.push_back(queue->getSize()); }
 
     static void take() {
         sizesSeen.push_back(queue->getSize());
@@ -35,9 +33,9 @@ struct QueueHook {
     }
 };
 
-/// What one post did, told by the library or by the model.
+/// The effects of one post, in the library or in the model.
 struct PostResult {
-    bool isMismatch = false;             ///< std::bad_cast came out
+    bool isMismatch = false;             ///< the post threw std::bad_cast
     std::vector<unsigned int> sizesSeen; ///< by the hook
     std::vector<Fields> taken;           ///< by the hook
     std::string said;                    ///< on standard error
@@ -59,7 +57,7 @@ struct PostResult {
     }
 };
 
-/// Posts to the library's queue; \p error is read when the model expects a line there, and now and then.
+/// Posts to the library's queue. Reads \p error when the model expects a line there, and now and then.
 template<class Capture>
 PostResult postForReal(KXEventQueue& queue, const PlainEvent& event, Random& random, bool expectsLine,
                        Capture& error) {

@@ -11,8 +11,8 @@
 namespace KX::test {
 namespace {
 
-// Each event says in its fields who posted it and as which, and carries contents that both tell: a taker can see
-// from one event alone whether it came whole.
+// Each event has the numbers of its poster and of itself; its other fields follow from both. So a single event
+// shows whether it is whole.
 
 constexpr unsigned int posters = 4;
 
@@ -25,16 +25,16 @@ void countHookCall() {
 PlainEvent numberedEvent(std::uint32_t seed, unsigned int poster, unsigned int number) {
     Random random(seed + poster * 0x10000000U + number);
     PlainEvent event = randomEvent(random);
-    // A class that the event is, so that it arrives: a poster's own objects rotate through all eight.
+    // The event claims a class that it is. A poster's objects rotate through all eight classes.
     event.objectClass = static_cast<int>((poster + number) % 8);
     event.fields.eventClass = event.objectClass;
     event.fields.timeStamp = number;
     event.fields.eventData[0] = poster;
-    event.fields.sourceClass = 7; // not 0, by which an empty queue is known
+    event.fields.sourceClass = 7; // not 0, the mark of an empty queue
     return event;
 }
 
-/// Complaint about one event that was taken; empty when it is one that was posted, whole.
+/// Complaint about one event that was taken; empty when it is whole.
 std::string wrongWith(const KXSomeEvent& taken, std::uint32_t seed) {
     std::string said;
     const PlainEvent posted = numberedEvent(seed, taken.eventData[0], taken.timeStamp);
@@ -46,15 +46,13 @@ bool isEmptyHolder(const KXSomeEvent& event) {
     return event.eventClass == 7 && event.sourceClass == 0;
 }
 
-/// What one taking thread took. It is looked at afterwards: a taker that pauses to check meets nobody.
+/// The events of one taker. They are checked at the end: checking in between would reduce contention.
 struct Taken {
     std::vector<KXSomeEvent> events;
     std::array<std::vector<unsigned int>, posters> numbers; // by poster, in the order in which they came
     std::string complaint;
 
-    bool hasGivenUp() const {
-        return !events.empty() && isEmptyHolder(events.back());
-    }
+    bool hasGivenUp() const { return !events.empty() && isEmptyHolder(events.back()); }
 
     void check(std::uint32_t seed) {
         for (const auto& event : events)
@@ -76,11 +74,11 @@ private:
 
 class Posters {
 public:
-    /// \p limit: a poster waits while the queue holds that many, for a pipe takes only so much.
+    /// \p limit: posters wait while the queue holds so many events, because a pipe can be full.
     Posters(KXEventQueue& queue, std::uint32_t seed, unsigned int each, unsigned int limit) {
         for (unsigned int poster = 0; poster < posters; ++poster)
             threads.emplace_back([this, &queue, seed, each, limit, poster] {
-                std::vector<std::unique_ptr<KXEvent>> events; // made before, so that posts come thick and fast
+                std::vector<std::unique_ptr<KXEvent>> events; // made before, for more contention
                 for (unsigned int number = 0; number < each; ++number)
                     events.push_back(objectOf(numberedEvent(seed, poster, number), true));
                 for (const auto& event : events)
@@ -88,7 +86,7 @@ public:
             });
     }
 
-    /// \p isInVain: nobody takes any more, so whoever waits for room need not go on.
+    /// \p isInVain: nobody takes events any more, so posters need not wait for room.
     void join(bool isInVain) {
         isAbandoned = isInVain;
         for (auto& thread : threads)
@@ -111,27 +109,27 @@ unsigned int eventsOfEachPoster() {
     return stepsOfRun() / posters / static_cast<unsigned int>(seedsOfRun().size()) + 1;
 }
 
-/// The next event, whoever posts it; an empty holder when none comes for so long that none will.
+/// The next event of any poster; an empty holder after a long time without one.
 KXSomeEvent nextEvent(KXEventQueue& queue) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
     KXSomeEvent event;
     while (isEmptyHolder(event) && std::chrono::steady_clock::now() < deadline) {
         while (queue.isEmpty() && std::chrono::steady_clock::now() < deadline)
             std::this_thread::yield();
-        event = queue.getNextEvent(); // empty when another taker was faster
+        event = queue.getNextEvent(); // empty if another taker was faster
     }
     return event;
 }
 
 /// Takes until \p left events have been taken by all takers together.
 void takeUntilNoneIsLeft(KXEventQueue& queue, std::atomic<int>& left, Taken& taken) {
-    // Whoever gets a ticket takes an event that is surely coming: a consumer of the in-process queue may wait for
-    // one, and without tickets the last wait would never end.
+    // A taker with a ticket is sure of an event. Without tickets, the last taker of the in-process queue could
+    // wait for ever.
     while (!taken.hasGivenUp() && left.fetch_sub(1) > 0)
         taken.events.push_back(nextEvent(queue));
 }
 
-/// Complaint about the numbers of one poster's events; empty when all came, each once, in their order.
+/// Complaint about the numbers of one poster's events; empty when all came once and in order.
 std::string wrongOrder(const std::vector<unsigned int>& numbers, unsigned int count) {
     for (unsigned int i = 0; i < numbers.size(); ++i)
         if (numbers[i] != i)
@@ -162,7 +160,7 @@ TEST(QueueThreads, pipeGivesOneTakerAllEventsOfFourPostersWholeAndInTheirOrder) 
     for (const std::uint32_t seed : seedsOfRun()) {
         KXEventQueueAsPipe queue;
         ASSERT_TRUE(queue.isConnected());
-        // 64 KiB, the size of a pipe without privilege, hold 481 records; four posters may look at once.
+        // A pipe of 64 KiB, the default, holds 481 records. Four posters may check the limit at once.
         expectAllInOrder(queue, seed, 400);
         if (HasFailure())
             return;

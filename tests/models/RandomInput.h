@@ -4,12 +4,12 @@
 
 namespace KX::test {
 
-/// Input of an operator who likes the moments at which something is decided. It looks at the model to know them.
+/// Random operator input, often near time limits, which it gets from the model.
 class RandomInput {
 public:
     RandomInput(Random& theRandom, const ClassificationModel& theModel) : random(theRandom), model(theModel) {}
 
-    /// As the toolkit layer reports it.
+    /// Input as the toolkit layer reports it.
     PlainEvent toolkitEvent(unsigned int now) {
         PlainEvent event = anyEvent(now);
         event.objectClass = random.oneIn(10) ? 7 : 2;
@@ -21,7 +21,7 @@ public:
         return event;
     }
 
-    /// As somebody hands it in who passes the toolkit by.
+    /// Input that does not come from the toolkit.
     PlainEvent inputEvent(unsigned int now) {
         PlainEvent event = anyEvent(now);
         event.objectClass = random.oneOf({3, 3, 3, 2, 7});
@@ -32,35 +32,26 @@ public:
         return event;
     }
 
-    /// How long nothing happens; often so that something is due next, is just not due, or is overdue.
+    /// The time until the next input; often exactly when something is due, just before or after.
     unsigned int gap(unsigned int now) {
         constexpr unsigned int longest = 5000;
         const unsigned int oneOff = static_cast<unsigned int>(random.between(-1, 1));
         unsigned int wanted = longest + 1;
         switch (random.below(8)) {
-        case 0:
-            wanted = model.candidate.timeStamp + model.longPressMs + oneOff - now;
-            break;
+        case 0: wanted = model.candidate.timeStamp + model.longPressMs + oneOff - now; break;
         case 1:
-        case 2:
-            wanted = model.bundle.timeStamp + 50 + oneOff - now;
-            break;
-        case 3:
-            wanted = model.lastPress.timeStamp + model.doublePressMs + oneOff - now;
-            break;
+        case 2: wanted = model.bundle.timeStamp + 50 + oneOff - now; break;
+        case 3: wanted = model.lastPress.timeStamp + model.doublePressMs + oneOff - now; break;
         case 4:
             wanted = random.oneOf({99U, 100U, 101U, 299U, 300U, 301U, 1999U, 2000U, 2001U, random.below(3000)});
             break;
-        default:
-            break;
+        default: break;
         }
         return wanted <= longest ? wanted : random.oneOf({0U, 1U, 2U, 5U, 10U, 30U, 49U, 50U, 51U});
     }
 
-    /// A tick for a timer step: now, about its limits, or anything.
-    unsigned int tickForTimers(unsigned int now) {
-        return random.oneIn(20) ? random.word() : now + gap(now);
-    }
+    /// A tick for a timer step: now, near its limits, or any.
+    unsigned int tickForTimers(unsigned int now) { return random.oneIn(20) ? random.word() : now + gap(now); }
 
     unsigned int duration() {
         const unsigned int oneOff = static_cast<unsigned int>(random.between(-1, 1));
@@ -105,7 +96,7 @@ private:
                              lastStep + random.below(30), random.word()});
     }
 
-    // The same key or button again and again, so that presses pair and releases fit.
+    // Mostly the same key or button, so that presses pair and releases match.
     int key() {
         if (random.oneIn(6))
             usualKey = random.oneOf({0, 1, 3, 4, 4, 5, 5, 6, -1, 65535});

@@ -10,27 +10,21 @@
 
 namespace KX::test {
 
-/// Numbers that are the same on every machine for the same seed; the standard's distributions are not.
+/// A seed gives the same numbers on every machine, which the standard's distributions do not guarantee.
 class Random {
 public:
     explicit Random(std::uint32_t seed) : generator(seed) {}
 
-    std::uint32_t word() {
-        return static_cast<std::uint32_t>(generator());
-    }
+    std::uint32_t word() { return static_cast<std::uint32_t>(generator()); }
 
     /// 0 to \p limit - 1.
-    std::uint32_t below(std::uint32_t limit) {
-        return word() % limit;
-    }
+    std::uint32_t below(std::uint32_t limit) { return word() % limit; }
 
     int between(int low, int high) {
         return low + static_cast<int>(below(static_cast<std::uint32_t>(high - low) + 1));
     }
 
-    bool oneIn(std::uint32_t times) {
-        return below(times) == 0;
-    }
+    bool oneIn(std::uint32_t times) { return below(times) == 0; }
 
     template<class Value>
     Value oneOf(std::initializer_list<Value> values) {
@@ -42,9 +36,7 @@ public:
         return values[below(static_cast<std::uint32_t>(values.size()))];
     }
 
-    int anyInt() {
-        return static_cast<int>(word());
-    }
+    int anyInt() { return static_cast<int>(word()); }
 
     /// Mostly small numbers, now and then one at an end of the range, or any.
     int oddInt() {
@@ -54,7 +46,7 @@ public:
     }
 
 private:
-    std::mt19937 generator; // the standard fixes its numbers, unlike those of the distributions
+    std::mt19937 generator; // its numbers are fixed by the standard
 };
 
 inline std::uint32_t numberFromEnvironment(const char* name, std::uint32_t otherwise) {
@@ -63,14 +55,14 @@ inline std::uint32_t numberFromEnvironment(const char* name, std::uint32_t other
                                             : otherwise;
 }
 
-/// The seeds of a run: KX_TEST_SEED alone when it is set, so that a failure can be played again.
+/// The seeds of a run; only KX_TEST_SEED if it is set, to repeat a failure.
 inline std::vector<std::uint32_t> seedsOfRun() {
     if (std::getenv("KX_TEST_SEED") != nullptr)
         return {numberFromEnvironment("KX_TEST_SEED", 0)};
     return {1, 20260, 0xC0FFEE};
 }
 
-/// Steps of all seeds together; KX_TEST_STEPS makes them fewer for machines that are emulated.
+/// Steps of all seeds together; KX_TEST_STEPS reduces them for emulated machines.
 constexpr std::uint32_t fullSteps = 120000;
 
 inline std::uint32_t stepsOfRun() {
@@ -81,12 +73,12 @@ inline std::uint32_t stepsOfSeed() {
     return stepsOfRun() / static_cast<std::uint32_t>(seedsOfRun().size()) + 1;
 }
 
-/// Whether the run is long enough to expect that rare things have happened in it.
+/// Whether the run is long enough for rare events.
 inline bool isFullRun() {
     return stepsOfRun() >= fullSteps;
 }
 
-/// Where a run stands; goes in front of every complaint.
+/// The present seed and step; the start of every complaint.
 inline std::string whereabouts(std::uint32_t seed, std::uint32_t step, const std::string& operation) {
     return "KX_TEST_SEED=" + std::to_string(seed) + ", step " + std::to_string(step) + ", " + operation + ": ";
 }

@@ -6,14 +6,12 @@
 
 namespace KX::test {
 
-/// Takes what is written to a stream of this process while it lives. Cheap enough for a hundred thousand steps.
+/// Captures what this process writes to a stream. Fast enough for a hundred thousand steps.
 class ScopedStream {
 public:
     explicit ScopedStream(std::ostream& takenStream) : stream(takenStream), original(stream.rdbuf(&buffer)) {}
 
-    ~ScopedStream() {
-        stream.rdbuf(original);
-    }
+    ~ScopedStream() { stream.rdbuf(original); }
 
     ScopedStream(const ScopedStream&) = delete;
     ScopedStream& operator=(const ScopedStream&) = delete;

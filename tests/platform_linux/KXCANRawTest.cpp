@@ -45,9 +45,7 @@ sockaddr_un makeAddress(const std::string& path) {
 class Sender {
 public:
     explicit Sender(std::string pathOfBus) : path(std::move(pathOfBus)) {}
-    ~Sender() {
-        close(descriptor);
-    }
+    ~Sender() { close(descriptor); }
     Sender(const Sender&) = delete;
     Sender& operator=(const Sender&) = delete;
 
@@ -105,9 +103,7 @@ protected:
         std::filesystem::remove_all(folder);
     }
 
-    static void setBus(const std::string& value) {
-        setenv("KX_CAN_BUS_0", value.c_str(), 1);
-    }
+    static void setBus(const std::string& value) { setenv("KX_CAN_BUS_0", value.c_str(), 1); }
 
     static std::unique_ptr<KXCANRaw> create(int bus = 0) {
         return std::unique_ptr<KXCANRaw>(KXCANRaw::create(bus, 0, 0));

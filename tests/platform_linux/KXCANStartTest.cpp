@@ -86,13 +86,9 @@ public:
             trace.push_back("frame " + std::to_string(message.canId));
     }
 
-    void onEndPointReconnected(KX::KXEndPoint*) override {
-        trace.push_back("back");
-    }
+    void onEndPointReconnected(KX::KXEndPoint*) override { trace.push_back("back"); }
 
-    void onEndPointDisconnected(KX::KXEndPoint*) override {
-        trace.push_back("lost");
-    }
+    void onEndPointDisconnected(KX::KXEndPoint*) override { trace.push_back("lost"); }
 
     std::vector<std::string> trace;
 };
@@ -104,9 +100,7 @@ protected:
         unsetenv("KX_CAN_BUS_0");
     }
 
-    static std::unique_ptr<KXCANRaw> open() {
-        return std::unique_ptr<KXCANRaw>(KXCANRaw::create(0, 0, 0));
-    }
+    static std::unique_ptr<KXCANRaw> open() { return std::unique_ptr<KXCANRaw>(KXCANRaw::create(0, 0, 0)); }
 
     static void otherNodeSends(canid_t id) {
         can_frame frame{};
@@ -114,9 +108,7 @@ protected:
         ASSERT_EQ(write(can0.otherNode, &frame, sizeof(frame)), static_cast<ssize_t>(sizeof(frame)));
     }
 
-    int waitForMs(unsigned int ms) {
-        return manager.waitForEndPoints(KX::KXTick::getTickCount() + ms, 0);
-    }
+    int waitForMs(unsigned int ms) { return manager.waitForEndPoints(KX::KXTick::getTickCount() + ms, 0); }
 
     KX::KXEndPointManager manager;
     TracingHandler handler;

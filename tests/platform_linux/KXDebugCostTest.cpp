@@ -9,9 +9,7 @@ namespace {
 class KXDebugCost : public testing::Test {
 protected:
     /// Prints a long message, which takes memory to build.
-    static void print(int level) {
-        KX::KXDebug::debugPrintError(level, key, "%2000d", 1);
-    }
+    static void print(int level) { KX::KXDebug::debugPrintError(level, key, "%2000d", 1); }
 
     static const unsigned int key;
 };

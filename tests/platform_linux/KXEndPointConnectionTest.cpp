@@ -23,9 +23,7 @@ protected:
         ASSERT_EQ(manager.addEndPoint(&endPoint, &handler), 0);
     }
 
-    int look() {
-        return manager.waitForEndPoints(KXTick::getTickCount(), 0);
-    }
+    int look() { return manager.waitForEndPoints(KXTick::getTickCount(), 0); }
 
     /// Waits as the library's worker does, 100 ms at a time, until \p count has the value.
     bool passUntil(const std::atomic<int>& count, int value) {

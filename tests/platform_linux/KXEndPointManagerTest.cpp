@@ -23,13 +23,9 @@ using KX::KXTick;
 class KXEndPointManagerTest : public testing::Test {
 protected:
     /// Long enough that a test which needs all of it has failed.
-    int waitLong() {
-        return manager.waitForEndPoints(KXTick::getTickCount() + 20000, 0);
-    }
+    int waitLong() { return manager.waitForEndPoints(KXTick::getTickCount() + 20000, 0); }
 
-    int look() {
-        return manager.waitForEndPoints(KXTick::getTickCount(), 0);
-    }
+    int look() { return manager.waitForEndPoints(KXTick::getTickCount(), 0); }
 
     KXEndPointManager manager;
     SocketEndPoint endPoint;
@@ -54,18 +50,10 @@ TEST_F(KXEndPointManagerTest, refusesAFileThatCannotBeWaitedFor) {
     class FileEndPoint : public KX::KXEndPoint {
     public:
         explicit FileEndPoint(int openFile) : file(openFile) {}
-        int getReadEndPointID() const override {
-            return file;
-        }
-        int getWriteEndPointID() const override {
-            return -1;
-        }
-        bool isConnected() const override {
-            return true;
-        }
-        int reconnect() override {
-            return 20;
-        }
+        int getReadEndPointID() const override { return file; }
+        int getWriteEndPointID() const override { return -1; }
+        bool isConnected() const override { return true; }
+        int reconnect() override { return 20; }
         const int file;
     } regularFile(open("/proc/self/exe", O_RDONLY | O_CLOEXEC));
     EXPECT_EQ(manager.addEndPoint(&regularFile, &handler), 20);

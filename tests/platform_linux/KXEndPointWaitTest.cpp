@@ -42,9 +42,7 @@ protected:
         ASSERT_EQ(manager.addEndPoint(&endPoint, &handler), 0);
     }
 
-    void TearDown() override {
-        manager.removeEndPoint(&endPoint);
-    }
+    void TearDown() override { manager.removeEndPoint(&endPoint); }
 
     static void setTick(unsigned int tick) {
         clockOffset = 0;

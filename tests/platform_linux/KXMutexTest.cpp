@@ -128,9 +128,7 @@ public:
         ++locks;
         return succeeds;
     }
-    void unlock() override {
-        ++unlocks;
-    }
+    void unlock() override { ++unlocks; }
 
     const bool succeeds;
     int locks = 0;

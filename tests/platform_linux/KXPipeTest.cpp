@@ -29,15 +29,9 @@ struct Record {
         }
     }
 
-    int getWriter() const {
-        return fields[0];
-    }
-    int getNumber() const {
-        return fields[1];
-    }
-    bool isWhole() const {
-        return fields == Record(getWriter(), getNumber()).fields;
-    }
+    int getWriter() const { return fields[0]; }
+    int getNumber() const { return fields[1]; }
+    bool isWhole() const { return fields == Record(getWriter(), getNumber()).fields; }
 };
 static_assert(sizeof(Record) == recordSize, "as large as the record of an event");
 
@@ -54,9 +48,7 @@ int fill(const KX::KXPipe& pipe) {
 
 class KXPipeTest : public testing::Test {
 protected:
-    void SetUp() override {
-        ASSERT_EQ(pipe.init(), 0);
-    }
+    void SetUp() override { ASSERT_EQ(pipe.init(), 0); }
 
     KX::KXPipe pipe;
 };

@@ -12,9 +12,7 @@ class CANBus : public Simulated {
 protected:
     using Point = std::unique_ptr<KXCANRaw>;
 
-    static Point open(int bus) {
-        return Point(KXCANRaw::create(bus, 0, 0));
-    }
+    static Point open(int bus) { return Point(KXCANRaw::create(bus, 0, 0)); }
 
     static KXCANMessage frame(std::uint32_t canId) {
         KXCANMessage message;

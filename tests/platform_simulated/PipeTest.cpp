@@ -18,9 +18,7 @@ protected:
         return pipe.readFromPipe(data.data(), size);
     }
 
-    void TearDown() override {
-        EXPECT_LE(KXSimulation::getLivingObjects(), 1u);
-    }
+    void TearDown() override { EXPECT_LE(KXSimulation::getLivingObjects(), 1u); }
 
     KXPipe pipe;
 };

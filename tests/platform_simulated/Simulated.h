@@ -20,9 +20,7 @@ namespace KX::test {
 /// Each test begins and ends without platform objects.
 class Simulated : public testing::Test {
 protected:
-    void SetUp() override {
-        KXSimulation::reset();
-    }
+    void SetUp() override { KXSimulation::reset(); }
 
     void TearDown() override {
         EXPECT_EQ(KXSimulation::getLivingObjects(), 0u) << "the test left platform objects behind";
@@ -53,13 +51,9 @@ public:
             this);
     }
 
-    int start() {
-        return thread->start(0, 0);
-    }
+    int start() { return thread->start(0, 0); }
 
-    int stopAndWait() {
-        return thread->stopAndWait();
-    }
+    int stopAndWait() { return thread->stopAndWait(); }
 
 private:
     std::function<void()> body;
@@ -74,18 +68,14 @@ public:
         EXPECT_EQ(script.start(), 0);
     }
 
-    ~Worker() {
-        stop();
-    }
+    ~Worker() { stop(); }
 
     void stop() {
         stopped = true;
         EXPECT_EQ(script.stopAndWait(), 0);
     }
 
-    KXEndPointManager& getManager() {
-        return manager;
-    }
+    KXEndPointManager& getManager() { return manager; }
 
 private:
     void run() {
@@ -115,13 +105,9 @@ public:
         read(endPoint);
     }
 
-    void onEndPointReconnected(KXEndPoint*) override {
-        trace.push_back(atTick(name + " back"));
-    }
+    void onEndPointReconnected(KXEndPoint*) override { trace.push_back(atTick(name + " back")); }
 
-    void onEndPointDisconnected(KXEndPoint*) override {
-        trace.push_back(atTick(name + " lost"));
-    }
+    void onEndPointDisconnected(KXEndPoint*) override { trace.push_back(atTick(name + " lost")); }
 
 private:
     std::string name;
@@ -132,17 +118,11 @@ private:
 /// An end point of the program's own class.
 class OwnEndPoint : public KXEndPoint {
 public:
-    int getReadEndPointID() const override {
-        return connected ? 1 : -1;
-    }
+    int getReadEndPointID() const override { return connected ? 1 : -1; }
 
-    int getWriteEndPointID() const override {
-        return -1;
-    }
+    int getWriteEndPointID() const override { return -1; }
 
-    bool isConnected() const override {
-        return connected;
-    }
+    bool isConnected() const override { return connected; }
 
     int reconnect() override {
         ++reconnects;

@@ -10,7 +10,7 @@ namespace KX::test {
 
 constexpr unsigned int farAhead = 0xFFFFFFFFU;
 
-/// An action queue in virtual time, on whose thread everything happens, and an event and an object to post with.
+/// An action queue in virtual time on a single thread, and an event and an object to post with.
 class ActionQueueTest : public testing::Test {
 protected:
     void SetUp() override {
@@ -19,13 +19,9 @@ protected:
         event.eventType = KEY_PRESS_EVENT;
     }
 
-    void TearDown() override {
-        KXActionQueue::release();
-    }
+    void TearDown() override { KXActionQueue::release(); }
 
-    void post(KXAction& action, void* userData) {
-        queue->postAction(&action, &event, userData);
-    }
+    void post(KXAction& action, void* userData) { queue->postAction(&action, &event, userData); }
 
     KXActionQueue* queue = nullptr;
     KXEvent event;

@@ -8,7 +8,7 @@
 
 namespace KX::test {
 
-/// Every field that an event of any class can have, for comparing and printing; flags apart.
+/// All fields of all event classes except the flags, for comparing and printing.
 struct Fields {
     int eventClass = 0;
     int eventType = 0;
@@ -51,7 +51,7 @@ std::array<Word, size> toArray(const Word (&words)[size]) {
     return result;
 }
 
-/// What an event of class \c Event carries; fields that it does not have stay at their defaults.
+/// The fields of an event of class \c Event; fields of other classes have their defaults.
 template<class Event>
 Fields fieldsOf(const Event& event) {
     Fields fields;
@@ -74,7 +74,7 @@ Fields fieldsOf(const Event& event) {
     return fields;
 }
 
-/// Gives every field of an event, flags included, a value that no other field has.
+/// Gives every field of an event, flags included, a value of its own.
 template<class Event>
 void fillEveryField(Event& event) {
     event.eventType = 24;

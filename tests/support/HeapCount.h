@@ -4,8 +4,8 @@
 #include <cstdlib>
 #include <new>
 
-// Counts every allocation of the program, and lets one of them fail. To be included by the one source of a test program that stands alone:
-// it replaces the global operators.
+// Counts every allocation of the program and can make one fail. It replaces the global operators, so only the
+// single source of a test program may include it.
 
 namespace KX::test {
 
@@ -16,7 +16,7 @@ inline std::atomic<unsigned long> failingAllocation{0};
 
 } // namespace KX::test
 
-// All forms are replaced: AddressSanitizer brings its own of each, and they would not fit together with ours.
+// Replaces all forms, because AddressSanitizer's own forms do not fit together with these.
 
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
     if (++KX::test::heapAllocations == KX::test::failingAllocation)

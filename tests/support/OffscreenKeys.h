@@ -12,7 +12,7 @@
 
 namespace KX::test {
 
-/// One application without a display for all tests of a program: Qt allows no second one. To be registered with
+/// The application of all tests of a program, without a display; Qt allows no second one. Register it with
 /// testing::AddGlobalTestEnvironment.
 class OffscreenApplication : public testing::Environment {
 public:
@@ -21,9 +21,7 @@ public:
         application = std::make_unique<QApplication>(argumentCount, arguments);
     }
 
-    void TearDown() override {
-        application.reset();
-    }
+    void TearDown() override { application.reset(); }
 
 private:
     int argumentCount = 1;
@@ -32,14 +30,12 @@ private:
     std::unique_ptr<QApplication> application;
 };
 
-/// A key event as the toolkit delivers it.
+/// A key event of the toolkit.
 struct ToolkitKey {
     bool isPress;
     int key;
 
-    bool operator==(const ToolkitKey& other) const {
-        return isPress == other.isPress && key == other.key;
-    }
+    bool operator==(const ToolkitKey& other) const { return isPress == other.isPress && key == other.key; }
 
     friend std::ostream& operator<<(std::ostream& out, const ToolkitKey& key) {
         return out << (key.isPress ? "press of 0x" : "release of 0x") << std::hex << key.key << std::dec;
@@ -56,7 +52,7 @@ public:
         EXPECT_EQ(QApplication::activeWindow(), this);
     }
 
-    /// What was posted since the last call.
+    /// Key events posted since the last call.
     std::vector<ToolkitKey> take() {
         QCoreApplication::sendPostedEvents(this);
         return std::exchange(keys, {});

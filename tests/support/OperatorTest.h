@@ -11,8 +11,8 @@
 
 namespace KX::test {
 
-/// A manager in virtual time, with the verbs of an operator and of what comes of it. The worker thread passes
-/// every 100 ms, at ticks 100, 200, ... counted from when the manager was made.
+/// A manager in virtual time, with verbs for the operator and for the expected events. The worker thread makes a
+/// pass every 100 ms after the manager was made.
 class OperatorTest : public testing::Test {
 protected:
     void SetUp() override {
@@ -26,9 +26,7 @@ protected:
         EXPECT_EQ(KXSimulation::getLivingObjects(), 0U);
     }
 
-    void timePasses(unsigned int ms) {
-        KXSimulation::advance(ms);
-    }
+    void timePasses(unsigned int ms) { KXSimulation::advance(ms); }
 
     int toolkitReports(int type, int osKeyCode, unsigned int button = 0, int count = -1) {
         KXToolkitEvent event;
@@ -40,13 +38,9 @@ protected:
         return manager->toolkitEventOccurred(event);
     }
 
-    int operatorPresses(int qtKey) {
-        return toolkitReports(TOOLKIT_KEY_PRESS_EVENT, qtKey);
-    }
+    int operatorPresses(int qtKey) { return toolkitReports(TOOLKIT_KEY_PRESS_EVENT, qtKey); }
 
-    int operatorReleases(int qtKey) {
-        return toolkitReports(TOOLKIT_KEY_RELEASE_EVENT, qtKey);
-    }
+    int operatorReleases(int qtKey) { return toolkitReports(TOOLKIT_KEY_RELEASE_EVENT, qtKey); }
 
     void operatorTaps(int qtKey) {
         operatorPresses(qtKey);
@@ -65,7 +59,7 @@ protected:
         return toolkitReports(TOOLKIT_MOUSE_ESCAPE_EVENT, -1, button);
     }
 
-    /// Takes the next event and checks its type; the event, for what else there is to check.
+    /// Takes the next event, checks its type and returns it for further checks.
     KXInputEvent expectPosted(int type) {
         EXPECT_TRUE(manager->hasEvents()) << "nothing was posted, expected " << translateEventTypeToString(type);
         KXInputEvent event = manager->getNextEvent();

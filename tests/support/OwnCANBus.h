@@ -7,28 +7,18 @@
 
 namespace KX::test {
 
-/// A bus of the test's own, which yields the frames that are put into it, in order. Without one a read fails.
+/// A bus of the test's own. Reads give the frames that were put into it, in order; without one a read fails.
 class OwnCANBus : public KXCANRaw {
 public:
-    int getReadEndPointID() const override {
-        return 1;
-    }
+    int getReadEndPointID() const override { return 1; }
 
-    int getWriteEndPointID() const override {
-        return -1;
-    }
+    int getWriteEndPointID() const override { return -1; }
 
-    bool isConnected() const override {
-        return true;
-    }
+    bool isConnected() const override { return true; }
 
-    int reconnect() override {
-        return 0;
-    }
+    int reconnect() override { return 0; }
 
-    int configure(unsigned char) override {
-        return 0;
-    }
+    int configure(unsigned char) override { return 0; }
 
     int readFrame(KXCANMessage& message) override {
         asked = message;
@@ -40,7 +30,7 @@ public:
     }
 
     std::deque<KXCANMessage> frames;
-    KXCANMessage asked; ///< the message of the last read as it was handed in
+    KXCANMessage asked; ///< the message of the last read as it was passed in
 };
 
 } // namespace KX::test

@@ -9,8 +9,7 @@
 #include <variant>
 #include <vector>
 
-/// Entries of recordings held against each other field by field, so that nothing here depends on how they are
-/// written.
+/// Compares entries of recordings field by field, independent of their text.
 namespace Recording::test {
 
 template<typename Value, std::size_t size>
@@ -74,7 +73,7 @@ inline bool isSame(const End& /*left*/, const End& /*right*/) {
     return true;
 }
 
-/// Time and input; the lines may differ.
+/// Equal in time and input; the lines may differ.
 inline bool isSame(const Entry& left, const Entry& right) {
     return left.timeMs == right.timeMs && left.input.index() == right.input.index() &&
            std::visit(
@@ -84,7 +83,7 @@ inline bool isSame(const Entry& left, const Entry& right) {
                left.input);
 }
 
-/// Index of the first entry that is not the same in both, or the number of entries when all are.
+/// Index of the first entry that differs, or the number of entries if none does.
 inline std::size_t firstDifference(const std::vector<Entry>& left, const std::vector<Entry>& right) {
     const auto [inLeft, inRight] =
         std::mismatch(left.begin(), left.end(), right.begin(), right.end(),

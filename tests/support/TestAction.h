@@ -6,7 +6,7 @@
 
 namespace KX::test {
 
-/// An action that does what a test tells it, and counts.
+/// An action that runs a test's function and counts its calls.
 class TestAction : public KXAction {
 public:
     TestAction() = default;

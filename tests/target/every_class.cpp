@@ -1,7 +1,6 @@
-// Every class with virtual operations, for the compiler to tell how it lays them out.
-//
-// Pure operations have no name in the compiler's tables, so each abstract class NAME has an ImplementedNAME here.
-// Those declare the operations from last to first: the order in the tables comes from the library's classes alone.
+// Includes every class with virtual functions; the compiler prints their tables. Pure functions have no name
+// there, so each abstract class NAME has an ImplementedNAME here. It declares the functions in reverse order, so
+// that the order in the tables is the library's.
 
 #include "actions/KXActionQueue.h"
 #include "encoder/KXEncoderDynamic.h"

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# size.sh SIZE LIBRARY KIBIBYTES: the library's code and data, as SIZE (the program of that name) tells, take less.
+# size.sh SIZE LIBRARY KIBIBYTES: the library's code and data take less. SIZE is the program of that name.
 set -euo pipefail
 
 read -r text data _ < <("$1" "$2" | tail -n 1)

@@ -40,9 +40,7 @@ protected:
         KXActionQueue::create();
     }
 
-    ~ActionDeskTest() override {
-        KXActionQueue::release();
-    }
+    ~ActionDeskTest() override { KXActionQueue::release(); }
 
     // The numbers of the panel: posted, executed, not ready, loops.
     std::string shown() {
@@ -66,9 +64,7 @@ protected:
 // Runs for longer than the budget.
 class SlowAction : public KX::KXAction {
 public:
-    bool isReady() override {
-        return true;
-    }
+    bool isReady() override { return true; }
 
     void execute(void* /*argument*/) override {
         ++executed;

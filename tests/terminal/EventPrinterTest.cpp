@@ -21,9 +21,7 @@ ClassifiedEvents twoEvents() {
 }
 
 struct Closer {
-    void operator()(std::FILE* file) const {
-        std::fclose(file);
-    }
+    void operator()(std::FILE* file) const { std::fclose(file); }
 };
 using File = std::unique_ptr<std::FILE, Closer>;
 

@@ -22,9 +22,7 @@ protected:
         manager = KXInputEventManager::createInstance();
     }
 
-    ~EventPumpTest() override {
-        KXInputEventManager::deleteInstance();
-    }
+    ~EventPumpTest() override { KXInputEventManager::deleteInstance(); }
 
     void post(unsigned int count) {
         for (unsigned int number = 0; number < count; ++number) {

@@ -18,9 +18,7 @@ protected:
         KX::KXInputEventManager::createInstance();
     }
 
-    ~EventTextTest() override {
-        KX::KXInputEventManager::deleteInstance();
-    }
+    ~EventTextTest() override { KX::KXInputEventManager::deleteInstance(); }
 
     KX::KXInputEvent event;
 };

@@ -69,9 +69,7 @@ KX::KXInputEvent eventNumber(unsigned int number) {
 // Counts how often a widget was painted. Drawing is the cost.
 class Paintings : public QObject {
 public:
-    explicit Paintings(QWidget& widget) {
-        widget.installEventFilter(this);
-    }
+    explicit Paintings(QWidget& widget) { widget.installEventFilter(this); }
 
     bool eventFilter(QObject* /*receiver*/, QEvent* event) override {
         count += event->type() == QEvent::Paint ? 1 : 0;

@@ -22,16 +22,11 @@ namespace {
 int applyToLibrary(InputSettings::Setting setting, int value) {
     KX::KXInputEventManager& manager = *KX::KXInputEventManager::getInstance();
     switch (setting) {
-    case InputSettings::DoublePressMs:
-        return manager.setDoubleKeyPressDuration(static_cast<unsigned int>(value));
-    case InputSettings::LongPressMs:
-        return manager.setLongKeyPressDuration(static_cast<unsigned int>(value));
-    case InputSettings::UserFactor:
-        return KX::KXEncoderDynamic::instance()->setUserFactor(value);
-    case InputSettings::LowPassFactor:
-        return KX::KXEncoderDynamic::instance()->setLowPassFactor(value);
-    default:
-        return manager.acceptInput(value != 0);
+    case InputSettings::DoublePressMs: return manager.setDoubleKeyPressDuration(static_cast<unsigned int>(value));
+    case InputSettings::LongPressMs: return manager.setLongKeyPressDuration(static_cast<unsigned int>(value));
+    case InputSettings::UserFactor: return KX::KXEncoderDynamic::instance()->setUserFactor(value);
+    case InputSettings::LowPassFactor: return KX::KXEncoderDynamic::instance()->setLowPassFactor(value);
+    default: return manager.acceptInput(value != 0);
     }
 }
 
@@ -44,9 +39,7 @@ protected:
         manager = KX::KXInputEventManager::createInstance();
     }
 
-    ~InputSettingsTest() override {
-        KX::KXInputEventManager::deleteInstance();
-    }
+    ~InputSettingsTest() override { KX::KXInputEventManager::deleteInstance(); }
 
     std::vector<int> values() const {
         std::vector<int> all;

@@ -34,9 +34,7 @@ struct Frame {
     std::uint32_t identifier;
     std::vector<int> data;
 
-    bool operator==(const Frame& other) const {
-        return identifier == other.identifier && data == other.data;
-    }
+    bool operator==(const Frame& other) const { return identifier == other.identifier && data == other.data; }
 };
 
 void PrintTo(const Frame& frame, std::ostream* stream) {
@@ -75,18 +73,14 @@ protected:
         reported.clear();
     }
 
-    ~KeypadPanelTest() override {
-        KX::KXInputEventManager::deleteInstance();
-    }
+    ~KeypadPanelTest() override { KX::KXInputEventManager::deleteInstance(); }
 
     void report(const KX::KXToolkitEvent& event) {
         if (event.eventType != KX::TOOLKIT_MOUSE_ENTER_EVENT && event.eventType != KX::TOOLKIT_MOUSE_EXIT_EVENT)
             reported.push_back(event.eventType);
     }
 
-    QPoint middleOf(const QWidget& widget) const {
-        return widget.mapTo(&window, widget.rect().center());
-    }
+    QPoint middleOf(const QWidget& widget) const { return widget.mapTo(&window, widget.rect().center()); }
 
     void press(const QPoint& position) {
         QTest::mousePress(window.windowHandle(), Qt::LeftButton, Qt::NoModifier, position);

@@ -44,9 +44,7 @@ protected:
         model.append({event});
     }
 
-    SoftKey& softKey(int number) const {
-        return *window.findChild<SoftKeyBar*>()->keys().at(number);
-    }
+    SoftKey& softKey(int number) const { return *window.findChild<SoftKeyBar*>()->keys().at(number); }
 
     void press(int number) {
         QTest::mousePress(window.windowHandle(), Qt::LeftButton, Qt::NoModifier, window.softKeyPosition(number));

@@ -20,9 +20,7 @@ public:
         Theme::apply(*application);
     }
 
-    void TearDown() override {
-        application.reset();
-    }
+    void TearDown() override { application.reset(); }
 
 private:
     int argumentCount = 1;

@@ -30,9 +30,7 @@ protected:
         KXSimulation::reset();
     }
 
-    ~SessionRecorderTest() override {
-        std::filesystem::remove_all(folder);
-    }
+    ~SessionRecorderTest() override { std::filesystem::remove_all(folder); }
 
     std::vector<std::string> lines() const {
         std::vector<std::string> found;

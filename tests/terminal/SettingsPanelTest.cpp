@@ -17,16 +17,11 @@ namespace {
 // Refuses values like the library.
 int judge(InputSettings& settings, InputSettings::Setting setting, int value) {
     switch (setting) {
-    case InputSettings::DoublePressMs:
-        return value < settings.value(InputSettings::LongPressMs) ? 0 : 20;
-    case InputSettings::LongPressMs:
-        return value > settings.value(InputSettings::DoublePressMs) ? 0 : 20;
-    case InputSettings::UserFactor:
-        return value > 0 ? 0 : 24;
-    case InputSettings::LowPassFactor:
-        return value > 0 && value <= 1000 ? 0 : 24;
-    default:
-        return 0;
+    case InputSettings::DoublePressMs: return value < settings.value(InputSettings::LongPressMs) ? 0 : 20;
+    case InputSettings::LongPressMs: return value > settings.value(InputSettings::DoublePressMs) ? 0 : 20;
+    case InputSettings::UserFactor: return value > 0 ? 0 : 24;
+    case InputSettings::LowPassFactor: return value > 0 && value <= 1000 ? 0 : 24;
+    default: return 0;
     }
 }
 
@@ -45,9 +40,7 @@ protected:
         event(KX::KEY_RELEASE_EVENT, keyCode);
     }
 
-    void turn(int keyCode, int count) {
-        event(KX::ENCODER_MOVE_EVENT, keyCode, count);
-    }
+    void turn(int keyCode, int count) { event(KX::ENCODER_MOVE_EVENT, keyCode, count); }
 
     void event(int type, int keyCode, int count = -1) {
         KX::KXInputEvent input;
@@ -63,13 +56,9 @@ protected:
         ASSERT_EQ(&row, panel.rows()[panel.chosenRow()]);
     }
 
-    static void touch(QWidget& target) {
-        QTest::mouseClick(&target, Qt::LeftButton);
-    }
+    static void touch(QWidget& target) { QTest::mouseClick(&target, Qt::LeftButton); }
 
-    int value(InputSettings::Setting setting) const {
-        return settings.value(setting);
-    }
+    int value(InputSettings::Setting setting) const { return settings.value(setting); }
 
     InputSettings settings;
     SettingsPanel panel;

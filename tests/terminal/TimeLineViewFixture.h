@@ -65,9 +65,7 @@ protected:
         showAt(QSize(780, 240));
     }
 
-    ~TimeLineViewFixture() override {
-        KX::KXSimulation::reset();
-    }
+    ~TimeLineViewFixture() override { KX::KXSimulation::reset(); }
 
     void showAt(const QSize& size) {
         view.resize(size);
@@ -89,9 +87,7 @@ protected:
         return QTest::qWaitFor([this] { return !view.isTicking(); });
     }
 
-    QImage picture() {
-        return view.grab().toImage();
-    }
+    QImage picture() { return view.grab().toImage(); }
 
     int xAt(Time time) const {
         const QRect area = view.timeArea();

@@ -65,9 +65,7 @@ protected:
         reports.clear();
     }
 
-    QWindow* native() const {
-        return window.windowHandle();
-    }
+    QWindow* native() const { return window.windowHandle(); }
 
     void take(const KX::KXToolkitEvent& event) {
         EXPECT_EQ(2, event.eventClass);

@@ -28,9 +28,7 @@ protected:
         QCoreApplication::processEvents();
     }
 
-    QRect placeOf(const QWidget& widget) const {
-        return {widget.mapTo(&window, QPoint()), widget.size()};
-    }
+    QRect placeOf(const QWidget& widget) const { return {widget.mapTo(&window, QPoint()), widget.size()}; }
 
     template<typename Widget>
     QVector<Widget*> visible() const {

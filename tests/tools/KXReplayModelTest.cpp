@@ -60,17 +60,13 @@ public:
             addToolkitEvent();
     }
 
-    void finish() {
-        timePasses(hasPasses ? 0 : 200);
-    }
+    void finish() { timePasses(hasPasses ? 0 : 200); }
 
     Recording::Session session;
     ClassificationModel model;
 
 private:
-    unsigned int now() const {
-        return static_cast<unsigned int>(nowMs);
-    }
+    unsigned int now() const { return static_cast<unsigned int>(nowMs); }
 
     void add(Recording::Input what) {
         session.entries.push_back({nowMs, std::move(what), session.entries.size() + 1});

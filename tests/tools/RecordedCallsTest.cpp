@@ -20,13 +20,9 @@ protected:
         return repeatCall(call, *manager);
     }
 
-    int set(KX::KXInputSetting name, std::int64_t value) {
-        return repeat(NumberSetting{name, value});
-    }
+    int set(KX::KXInputSetting name, std::int64_t value) { return repeat(NumberSetting{name, value}); }
 
-    static KX::KXEncoderDynamic& encoder() {
-        return *KX::KXEncoderDynamic::instance();
-    }
+    static KX::KXEncoderDynamic& encoder() { return *KX::KXEncoderDynamic::instance(); }
 };
 
 KX::KXToolkitEvent keyEvent(int type, int osKeyCode) {

@@ -42,9 +42,7 @@ protected:
         path = folder / "day.kxr";
     }
 
-    ~RecordingFileTest() override {
-        std::filesystem::remove_all(folder);
-    }
+    ~RecordingFileTest() override { std::filesystem::remove_all(folder); }
 
     std::string content() const {
         std::ifstream file(path, std::ios::binary);

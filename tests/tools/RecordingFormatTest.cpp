@@ -218,26 +218,17 @@ private:
         return oneOf<unsigned int>({0, 1, INT_MAX, 0x80000000, UINT_MAX, below(1000), below(UINT_MAX)});
     }
 
-    int anyInt() {
-        return static_cast<int>(anyUnsigned());
-    }
+    int anyInt() { return static_cast<int>(anyUnsigned()); }
 
     Input anyInput(std::uint64_t timeMs) {
         switch (below(8)) {
-        case 0:
-            return anyFrame();
-        case 1:
-            return anyNumber();
-        case 2:
-            return anyTable();
-        case 3:
-            return anyMapping();
-        case 4:
-            return anyKeypad();
-        case 5:
-            return Pass();
-        default:
-            return anyEvent(static_cast<unsigned int>(timeMs));
+        case 0: return anyFrame();
+        case 1: return anyNumber();
+        case 2: return anyTable();
+        case 3: return anyMapping();
+        case 4: return anyKeypad();
+        case 5: return Pass();
+        default: return anyEvent(static_cast<unsigned int>(timeMs));
         }
     }
 
@@ -295,9 +286,7 @@ private:
         return mapping;
     }
 
-    int knownCode() {
-        return knownCodes[below(static_cast<unsigned int>(knownCodes.size()))];
-    }
+    int knownCode() { return knownCodes[below(static_cast<unsigned int>(knownCodes.size()))]; }
 
     // Each key has its own bit, outside those of the encoder.
     Keypad anyKeypad() {

@@ -59,13 +59,10 @@ std::string explainSend(int error) {
     case ECONNRESET:   // or closed it while we waited,
     case ENOTCONN:     // and an earlier call reported it
         return "the receiver is gone";
-    case ENETDOWN:
-        return "the interface is down";
+    case ENETDOWN: return "the interface is down";
     case ENXIO: // the interface was removed, perhaps a moment ago
-    case ENODEV:
-        return "the interface is gone";
-    default:
-        return "cannot send: " + std::string(std::strerror(error));
+    case ENODEV: return "the interface is gone";
+    default: return "cannot send: " + std::string(std::strerror(error));
     }
 }
 

@@ -47,21 +47,15 @@ Exit status: 0 all frames are sent; 1 the bus failed; 2 the arguments or the log
 void run(const std::vector<std::string>& words) {
     const CommandLine arguments = parseCommandLine(words);
     switch (arguments.action) {
-    case CommandLine::Action::ShowHelp:
-        std::fputs(helpText, stdout);
-        break;
-    case CommandLine::Action::ShowVersion:
-        std::puts("kxcan " KXCAN_VERSION);
-        break;
+    case CommandLine::Action::ShowHelp: std::fputs(helpText, stdout); break;
+    case CommandLine::Action::ShowVersion: std::puts("kxcan " KXCAN_VERSION); break;
     case CommandLine::Action::Send: {
         CanBus::CANSender sender(arguments.bus);
         for (const KX::KXCANMessage& frame : arguments.frames)
             sender.send(frame);
         break;
     }
-    case CommandLine::Action::Play:
-        Playback(arguments.file, arguments.speed).run(arguments.bus);
-        break;
+    case CommandLine::Action::Play: Playback(arguments.file, arguments.speed).run(arguments.bus); break;
     }
 }
 

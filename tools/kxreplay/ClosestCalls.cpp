@@ -39,18 +39,11 @@ unsigned int Call::distanceMs() const {
 void ClosestCalls::take(const PlayedEvent& played) {
     switch (KX::kindOfEventType(played.event.eventType).gesture) {
     case KX::KXGesture::Press:
-    case KX::KXGesture::DoublePress:
-        takePress(played);
-        break;
-    case KX::KXGesture::LongPress:
-        takeLongPress(played);
-        break;
+    case KX::KXGesture::DoublePress: takePress(played); break;
+    case KX::KXGesture::LongPress: takeLongPress(played); break;
     case KX::KXGesture::Release:
-    case KX::KXGesture::Escape:
-        takeRelease(played);
-        break;
-    default:
-        break;
+    case KX::KXGesture::Escape: takeRelease(played); break;
+    default: break;
     }
 }
 

@@ -43,18 +43,12 @@ public:
     }
 
     /// If (i, j) is no pair: whether the recorded event stands alone; otherwise the changed one does.
-    bool isAlone(std::size_t i, std::size_t j) {
-        return at(i, j) == at(i + 1, j);
-    }
+    bool isAlone(std::size_t i, std::size_t j) { return at(i, j) == at(i + 1, j); }
 
 private:
-    static std::ptrdiff_t difference(std::size_t index) {
-        return static_cast<std::ptrdiff_t>(index);
-    }
+    static std::ptrdiff_t difference(std::size_t index) { return static_cast<std::ptrdiff_t>(index); }
 
-    int& at(std::size_t i, std::size_t j) {
-        return best[i * width + j];
-    }
+    int& at(std::size_t i, std::size_t j) { return best[i * width + j]; }
 
     int asPair(std::size_t i, std::size_t j) {
         return at(i + 1, j + 1) + kinship(recorded[difference(i)].event, changed[difference(j)].event);

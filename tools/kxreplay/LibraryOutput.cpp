@@ -8,13 +8,9 @@ namespace {
 
 class Nowhere : public std::streambuf {
 protected:
-    int overflow(int character) override {
-        return traits_type::not_eof(character);
-    }
+    int overflow(int character) override { return traits_type::not_eof(character); }
 
-    std::streamsize xsputn(const char* /*characters*/, std::streamsize count) override {
-        return count;
-    }
+    std::streamsize xsputn(const char* /*characters*/, std::streamsize count) override { return count; }
 };
 
 } // namespace

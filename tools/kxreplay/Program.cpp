@@ -64,15 +64,9 @@ public:
 
     void print() const {
         switch (arguments.output) {
-        case CommandLine::Output::Events:
-            printEvents();
-            break;
-        case CommandLine::Output::Comparison:
-            printComparison();
-            break;
-        case CommandLine::Output::Summary:
-            printSummary();
-            break;
+        case CommandLine::Output::Events: printEvents(); break;
+        case CommandLine::Output::Comparison: printComparison(); break;
+        case CommandLine::Output::Summary: printSummary(); break;
         }
     }
 
@@ -115,9 +109,7 @@ private:
         write(isText() ? summary.toText() : summary.toJSON());
     }
 
-    bool isText() const {
-        return arguments.format == Format::Text;
-    }
+    bool isText() const { return arguments.format == Format::Text; }
 
     const CommandLine& arguments;
     const Recording::Session& session;

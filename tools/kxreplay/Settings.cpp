@@ -62,17 +62,12 @@ bool OtherSettings::haveDurations() const {
 
 bool OtherSettings::replace(KX::KXInputSetting name) const {
     switch (name) {
-    case KX::KXInputSetting::DoubleKeyPressDuration:
-        return doublePressMs.has_value();
-    case KX::KXInputSetting::LongKeyPressDuration:
-        return longPressMs.has_value();
-    case KX::KXInputSetting::EncoderUserFactor:
-        return userFactor.has_value();
-    case KX::KXInputSetting::EncoderLowPassFactor:
-        return lowPass.has_value();
+    case KX::KXInputSetting::DoubleKeyPressDuration: return doublePressMs.has_value();
+    case KX::KXInputSetting::LongKeyPressDuration: return longPressMs.has_value();
+    case KX::KXInputSetting::EncoderUserFactor: return userFactor.has_value();
+    case KX::KXInputSetting::EncoderLowPassFactor: return lowPass.has_value();
     case KX::KXInputSetting::AcceptInput:
-    case KX::KXInputSetting::KeyboardLayout:
-        return false;
+    case KX::KXInputSetting::KeyboardLayout: return false;
     }
     return false;
 }

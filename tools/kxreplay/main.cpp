@@ -54,14 +54,9 @@ a file are bad.
 int runUnflushed(const std::vector<std::string>& words) {
     const CommandLine arguments = parseCommandLine(words);
     switch (arguments.action) {
-    case CommandLine::Action::ShowHelp:
-        std::fputs(helpText, stdout);
-        break;
-    case CommandLine::Action::ShowVersion:
-        std::puts("kxreplay " KXREPLAY_VERSION);
-        break;
-    case CommandLine::Action::Play:
-        return run(arguments);
+    case CommandLine::Action::ShowHelp: std::fputs(helpText, stdout); break;
+    case CommandLine::Action::ShowVersion: std::puts("kxreplay " KXREPLAY_VERSION); break;
+    case CommandLine::Action::Play: return run(arguments);
     }
     return played;
 }

@@ -14,14 +14,11 @@ int repeatCall(const NumberSetting& setting, KX::KXInputEventManager& manager) {
         return manager.setDoubleKeyPressDuration(static_cast<unsigned int>(setting.value));
     case KX::KXInputSetting::LongKeyPressDuration:
         return manager.setLongKeyPressDuration(static_cast<unsigned int>(setting.value));
-    case KX::KXInputSetting::EncoderUserFactor:
-        return encoder->setUserFactor(static_cast<int>(setting.value));
+    case KX::KXInputSetting::EncoderUserFactor: return encoder->setUserFactor(static_cast<int>(setting.value));
     case KX::KXInputSetting::EncoderLowPassFactor:
         return encoder->setLowPassFactor(static_cast<int>(setting.value));
-    case KX::KXInputSetting::AcceptInput:
-        return manager.acceptInput(setting.value != 0);
-    case KX::KXInputSetting::KeyboardLayout:
-        break; // no event depends on it
+    case KX::KXInputSetting::AcceptInput: return manager.acceptInput(setting.value != 0);
+    case KX::KXInputSetting::KeyboardLayout: break; // no event depends on it
     }
     return KX::STATUS_REFUSED;
 }

@@ -64,9 +64,7 @@ struct Entry {
     Input input;
     std::size_t line = 0; ///< in the file, from 1
 
-    unsigned int tick() const {
-        return static_cast<unsigned int>(timeMs);
-    }
+    unsigned int tick() const { return static_cast<unsigned int>(timeMs); }
 };
 
 /// The first line of a recording, without a line end.

@@ -87,9 +87,7 @@ struct Words4 {
 };
 
 struct Flag {
-    static std::string format(bool flag) {
-        return flag ? "1" : "0";
-    }
+    static std::string format(bool flag) { return flag ? "1" : "0"; }
     static bool parse(std::string_view text, bool& flag) {
         flag = text == "1";
         return flag || text == "0";

@@ -29,9 +29,7 @@ public:
     bool write(unsigned int tick, const Input& input);
 
     /// Why writing failed, in one line; nothing as long as it works.
-    const std::optional<std::string>& problem() const {
-        return failure;
-    }
+    const std::optional<std::string>& problem() const { return failure; }
 
 private:
     bool append(std::string_view text);

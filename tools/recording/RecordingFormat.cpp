@@ -53,12 +53,8 @@ struct Formatter {
             text.replace(end, 1, "; ");
         return "set keypad " + text;
     }
-    std::string operator()(const Pass& /*pass*/) const {
-        return "pass";
-    }
-    std::string operator()(const End& /*end*/) const {
-        return "end";
-    }
+    std::string operator()(const Pass& /*pass*/) const { return "pass"; }
+    std::string operator()(const End& /*end*/) const { return "end"; }
     std::string operator()(const Frame& /*frame*/) const {
         return {}; // frames have no tick at their beginning
     }

@@ -82,14 +82,10 @@ public:
         Use& operator=(const Use&) = delete;
 
         /// False when the registration is gone.
-        bool isValid() const {
-            return valid;
-        }
+        bool isValid() const { return valid; }
 
         /// As it was when the use began.
-        const Registration* operator->() const {
-            return &registration;
-        }
+        const Registration* operator->() const { return &registration; }
 
     private:
         EndPointTable& table;

@@ -88,9 +88,7 @@ unsigned int lookAgain(int descriptor) {
 template<class Element>
 class WaitMemory {
 public:
-    std::pmr::memory_resource* get() {
-        return &resource;
-    }
+    std::pmr::memory_resource* get() { return &resource; }
 
 private:
     alignas(Element) std::array<std::byte, 32 * sizeof(Element)> space;

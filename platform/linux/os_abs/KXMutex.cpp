@@ -56,9 +56,7 @@ public:
         return error == 0;
     }
 
-    void unlock() override {
-        pthread_mutex_unlock(&mutex);
-    }
+    void unlock() override { pthread_mutex_unlock(&mutex); }
 
 private:
     pthread_mutex_t mutex;

@@ -39,9 +39,7 @@ public:
     std::atomic<int> readEnd{-1};
     std::atomic<int> writeEnd{-1};
 
-    bool isOpen() const {
-        return readEnd >= 0 && writeEnd >= 0;
-    }
+    bool isOpen() const { return readEnd >= 0 && writeEnd >= 0; }
 
     int open() {
         int ends[2];

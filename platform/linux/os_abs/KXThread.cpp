@@ -58,13 +58,9 @@ public:
         });
     }
 
-    int getError() const {
-        return error;
-    }
+    int getError() const { return error; }
 
-    const pthread_attr_t* get() const {
-        return &attributes;
-    }
+    const pthread_attr_t* get() const { return &attributes; }
 
 private:
     template<typename Setter>
@@ -106,9 +102,7 @@ class PosixThread final : public KXThread {
 public:
     explicit PosixThread(const std::string& nameOfThread) : name(nameOfThread.substr(0, longestName)) {}
 
-    ~PosixThread() override {
-        stopAndWait();
-    }
+    ~PosixThread() override { stopAndWait(); }
 
     void setEntryFunction(void* (*function)(void*), void* argument) override {
         entryFunction = function;
@@ -211,9 +205,7 @@ void* PosixThread::run(void* self) {
     // Its destructor runs also when the entry function leaves by pthread_exit.
     struct Ending {
         PosixThread* thread;
-        ~Ending() {
-            thread->running = false;
-        }
+        ~Ending() { thread->running = false; }
     } ending{static_cast<PosixThread*>(self)};
     ownThread = self;
 

@@ -31,9 +31,7 @@ std::atomic<int> DebugSections::highestLevel{std::numeric_limits<int>::max()};
 /// What registration needs. Made by the first call and never destroyed, because static initialisers and
 /// destructors of any library may call.
 struct DebugSections::Registry {
-    Registry() {
-        highestLevel.store(levels.getHighestLevel(), std::memory_order_relaxed);
-    }
+    Registry() { highestLevel.store(levels.getHighestLevel(), std::memory_order_relaxed); }
 
     static Registry& get() {
         static Registry* const registry = new Registry;
