@@ -66,16 +66,15 @@ KXEncoderDynamic::~KXEncoderDynamic() {
 }
 
 int KXEncoderDynamic::initialize() {
+    std::vector<KXEncoderDynamicPair> pairs(std::size(DEFAULT_TIME_GAPS));
+    for (std::size_t i = 0; i < pairs.size(); ++i)
+        pairs[i] = {static_cast<unsigned int>(DEFAULT_TIME_GAPS[i]),
+                    static_cast<unsigned int>(DEFAULT_INCREMENTS[i])};
+    setDynamicParameters(pairs); // and maxTimeGap, to twice the last gap
+    setLowPassFactor(900);
+    setUserFactor(1000);
     lastTimeStamp = 0;
-    lowPassFactor = 900;
-    userFactor = 1000;
-    dynamicParameters.resize(std::size(DEFAULT_TIME_GAPS));
-    for (std::size_t i = 0; i < dynamicParameters.size(); ++i) {
-        dynamicParameters[i].timeGap = static_cast<unsigned int>(DEFAULT_TIME_GAPS[i]);
-        dynamicParameters[i].increment = static_cast<unsigned int>(DEFAULT_INCREMENTS[i]);
-    }
     increment = restartedIncrement;
-    maxTimeGap = 200;
     timeGap = 200;
     return STATUS_OK;
 }

@@ -23,8 +23,8 @@ public:
     /// Sets a hook that every post calls last, on the posting thread, without a lock of the queue; null: none. A
     /// post calls it even if the pipe could not take the event. Not locked: set it before events are posted.
     ///
-    /// The hook of the input event manager's queue runs with the manager's mutex held. It may use the queue. It
-    /// must not call inputEventOccurred or toolkitEventOccurred: the thread may deadlock.
+    /// For classified events the hook of the input event manager's queue runs with the manager's mutex held. It may
+    /// use the queue. It must not call inputEventOccurred or toolkitEventOccurred: the thread may deadlock.
     void setAfterPostFunction(void (*function)());
 
     virtual ~KXEventQueue();

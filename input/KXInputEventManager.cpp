@@ -134,15 +134,16 @@ void KXInputEventManager::makePass() {
 }
 
 int KXInputEventManager::inputEventOccurred(KXInputEvent& event) {
-    const Observation observation(this);
-    if (observation)
-        observation.tellInput(event);
-    if (!acceptingInput) {
-        writeLine(std::cout, {"KXInputEventManager::inputEventOccurred: Input IGNORED."});
-        return STATUS_OK;
+    {
+        const KXAutoLock lock(mutex);
+        const Observation observation(Observation::mutexIsHeld);
+        if (observation)
+            observation.tellInput(event);
+        if (acceptingInput)
+            return classify(event);
     }
-    const KXAutoLock lock(observation.isHoldingMutex() ? nullptr : mutex);
-    return classify(event);
+    writeLine(std::cout, {"KXInputEventManager::inputEventOccurred: Input IGNORED."});
+    return STATUS_OK;
 }
 
 int KXInputEventManager::classify(KXInputEvent& event) {

@@ -26,9 +26,10 @@ class KXThread;
 /// of \ref getInputEventsQueue and calls \ref getNextEvent. A worker thread, "inputEventMgr", makes a pass at
 /// least every 100 ms. It posts long presses and bundles of encoder steps that are due.
 ///
-/// An after-post hook of the input queue (KXEventQueue::setAfterPostFunction) runs on the toolkit's thread or on
-/// the worker, with the manager's mutex held. It must not hand input in: the mutex is not recursive, so the thread
-/// may deadlock. Both platforms here report it instead, in the debug section "kx_mutex" at level 1.
+/// An after-post hook of the input queue (KXEventQueue::setAfterPostFunction) runs on the thread that posts: for
+/// classified events on the toolkit's thread or the worker, with the manager's mutex held. It must not hand input
+/// in: the mutex is not recursive, so the thread may deadlock. Both platforms here report it instead, in the debug
+/// section "kx_mutex" at level 1.
 ///
 /// One manager serves the process. Create it at start-up and delete it at shut-down, on one thread.
 class KX_EVENTS_API KXInputEventManager {
@@ -63,8 +64,8 @@ public:
     virtual int toolkitEventOccurred(KXToolkitEvent& event);
 
     /// Sets the observer of the process, which sees all that reaches the manager; null: none. Any thread, before
-    /// or after \ref createInstance, but not from an after-post hook. Waits until no thread is inside the former
-    /// observer.
+    /// or after \ref createInstance and not during it, but not from a hook or an observer. A call that is under way
+    /// may go untold. Waits until no thread is inside the former observer.
     static void setObserver(KXInputObserver* observer);
 
     /// Sets the defaults and makes the queue, the encoder dynamics, the mutex and the worker thread. The
@@ -83,7 +84,7 @@ public:
 
     /// Stops the worker thread, which takes up to 100 ms, and destroys what \ref initialize made, with all queued
     /// events. The destructor calls it. A second call does nothing. The key tables, the press that may become
-    /// long, an open bundle and the keypad's layout stay. Its bus is no longer read.
+    /// long, an open bundle, the durations and the keypad's layout stay. Its bus is no longer read.
     void deinitialize();
 
     /// The worker thread's function; \p manager is a KXInputEventManager*.

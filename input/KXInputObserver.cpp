@@ -6,7 +6,6 @@
 #include "platform/KXMutex.h"
 
 #include <mutex>
-#include <utility>
 
 namespace KX {
 
@@ -19,8 +18,8 @@ namespace {
 // The calling thread is inside an observation, so it holds the manager's mutex.
 thread_local bool isObserving = false;
 
-// The calling thread's report that the observer has not got yet, or null.
-thread_local const KXToolkitEvent* currentReport = nullptr;
+// The innermost report of the calling thread, or null.
+thread_local ToolkitReport* currentReport = nullptr;
 
 // Locked during onPassDue, so that setObserver waits until it returns.
 std::mutex passDueMutex;
@@ -46,22 +45,24 @@ void Observation::end() {
 }
 
 void Observation::tellInput(const KXInputEvent& event) const {
-    if (const KXToolkitEvent* const report = std::exchange(currentReport, nullptr))
-        observer->onToolkitEvent(*report);
-    else
-        observer->onInputEvent(event);
+    ToolkitReport* const report = currentReport;
+    if (!report || report->forwarded != &event || report->isTold)
+        return observer->onInputEvent(event);
+    report->isTold = true;
+    observer->onToolkitEvent(report->reported);
 }
 
-ToolkitReport::ToolkitReport(const KXInputEventManager* reportedManager, const KXToolkitEvent& event)
-    : manager(reportedManager), reported(event) {
-    currentReport = &reported;
+ToolkitReport::ToolkitReport(const KXToolkitEvent& event) : forwarded(&event), reported(event), outer(currentReport) {
+    currentReport = this;
 }
 
 ToolkitReport::~ToolkitReport() {
-    if (!std::exchange(currentReport, nullptr))
-        return;
+    currentReport = outer;
+}
+
+void ToolkitReport::tellUnlessTold(const KXInputEventManager* manager) {
     const Observation observation(manager);
-    if (observation)
+    if (observation && !isTold)
         observation->onToolkitEvent(reported);
 }
 

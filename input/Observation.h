@@ -44,9 +44,6 @@ public:
     /// For inputEventOccurred. An event of the toolkit is told as the toolkit reported it.
     [[gnu::noinline, gnu::cold]] void tellInput(const KXInputEvent& event) const;
 
-    /// Whether the calling thread holds the manager's mutex by this observation or one around it.
-    bool isHoldingMutex() const { return hasBegun; }
-
 private:
     // Out of line: observers are rare.
     [[gnu::noinline, gnu::cold]] void begin(const KXInputEventManager* manager);
@@ -62,17 +59,22 @@ private:
 /// has the library's type and key code.
 class ToolkitReport {
 public:
-    [[gnu::noinline]] ToolkitReport(const KXInputEventManager* manager, const KXToolkitEvent& event);
-
-    /// Tells the observer of an event of a dropped type, which does not reach inputEventOccurred.
+    [[gnu::noinline]] explicit ToolkitReport(const KXToolkitEvent& event);
     [[gnu::noinline]] ~ToolkitReport();
+
+    /// Tells of an event that did not come to inputEventOccurred, because its type is dropped.
+    [[gnu::noinline]] void tellUnlessTold(const KXInputEventManager* manager);
 
     ToolkitReport(const ToolkitReport&) = delete;
     ToolkitReport& operator=(const ToolkitReport&) = delete;
 
 private:
-    const KXInputEventManager* const manager;
+    friend class Observation;
+
+    const KXInputEvent* const forwarded; ///< the event itself
     const KXToolkitEvent reported;
+    ToolkitReport* const outer; ///< of this thread: an override may report another event
+    bool isTold = false;
 };
 
 /// Calls onPassDue; the observer may keep the calling thread there.

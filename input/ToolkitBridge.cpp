@@ -31,8 +31,10 @@ QEvent::Type qtTypeOf(int eventType) {
 int KXInputEventManager::toolkitEventOccurred(KXToolkitEvent& event) {
     if (!inputObserver.load(std::memory_order_relaxed))
         return renumber(event);
-    const ToolkitReport report(this, event);
-    return renumber(event);
+    ToolkitReport report(event);
+    const int status = renumber(event);
+    report.tellUnlessTold(this);
+    return status;
 }
 
 int KXInputEventManager::renumber(KXToolkitEvent& event) {

@@ -72,7 +72,9 @@ std::string setting(KXInputSetting name, std::int64_t value) {
 TEST_F(Observer, sees_the_defaults_that_a_new_manager_sets) {
     EXPECT_THAT(notes.take(), ElementsAre(setting(KXInputSetting::AcceptInput, 1),
                                           setting(KXInputSetting::DoubleKeyPressDuration, 300),
-                                          setting(KXInputSetting::LongKeyPressDuration, 2000), "keys: 7"));
+                                          setting(KXInputSetting::LongKeyPressDuration, 2000), "table of 7",
+                                          setting(KXInputSetting::EncoderLowPassFactor, 900),
+                                          setting(KXInputSetting::EncoderUserFactor, 1000), "keys: 7"));
 }
 
 TEST_F(Observer, sees_a_toolkit_event_as_the_toolkit_reported_it_and_once) {
@@ -283,6 +285,56 @@ TEST_F(ObserverSetLater, is_not_told_of_a_report_again_when_the_event_could_not_
     EXPECT_THAT(notes.take(), ElementsAre("input 24 key 2"));
     overriding.reset();
     manager = KXInputEventManager::createInstance();
+}
+
+// An override may hand in what it likes before and instead of the event that it was given.
+TEST_F(ObserverSetLater, sees_a_report_for_its_own_event_only) {
+    KXInputEventManager::deleteInstance();
+    class Overriding : public KXInputEventManager {
+    public:
+        int inputEventOccurred(KXInputEvent& event) override {
+            if (event.keyCode == 1) {
+                KXInputEvent other;
+                other.eventType = MOUSE_MOVE_EVENT;
+                KXInputEventManager::inputEventOccurred(other);
+                KXToolkitEvent release;
+                release.eventType = TOOLKIT_KEY_RELEASE_EVENT;
+                release.osKeyCode = Qt::Key_End;
+                toolkitEventOccurred(release);
+            }
+            return KXInputEventManager::inputEventOccurred(event);
+        }
+    };
+    auto overriding = std::make_unique<Overriding>();
+    Notes notes;
+    KXToolkitEvent event;
+    event.eventType = TOOLKIT_KEY_PRESS_EVENT;
+    event.osKeyCode = Qt::Key_Home;
+    overriding->toolkitEventOccurred(event);
+    EXPECT_THAT(notes.take(),
+                ElementsAre("input 602 key -1", "toolkit 301 class 2 key -1", "toolkit 300 class 2 key -1"));
+    overriding.reset();
+    manager = KXInputEventManager::createInstance();
+}
+
+TEST_F(Observer, that_throws_for_a_dropped_type_lets_its_exception_out) {
+    class Throwing : public KXInputObserver {
+        void onToolkitEvent(const KXToolkitEvent&) override { throw std::runtime_error("full"); }
+    } throwing;
+    KXInputEventManager::setObserver(&throwing);
+    EXPECT_THROW(toolkitReports(TOOLKIT_KEY_AUTO_REPEAT_PRESS_EVENT, Qt::Key_Home), std::runtime_error);
+    EXPECT_THROW(operatorPresses(Qt::Key_Home), std::runtime_error);
+    KXInputEventManager::setObserver(&notes);
+    notes.take();
+    operatorPresses(Qt::Key_Home);
+    EXPECT_THAT(notes.take(), ElementsAre("toolkit 300 class 2 key -1"));
+}
+
+TEST_F(Observer, sees_that_the_encoder_is_set_back) {
+    notes.take();
+    KXEncoderDynamic::instance()->initialize();
+    EXPECT_THAT(notes.take(), ElementsAre("table of 7", setting(KXInputSetting::EncoderLowPassFactor, 900),
+                                          setting(KXInputSetting::EncoderUserFactor, 1000)));
 }
 
 } // namespace
