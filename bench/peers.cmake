@@ -1,4 +1,4 @@
-# The programs that compare the library with its peers, which packaging/packages-bench.txt lists. The target
+# Programs that compare the library with its peers; packaging/packages-bench.txt lists the peers. The target
 # benchmarks builds them all.
 
 find_package(benchmark REQUIRED)
@@ -6,7 +6,7 @@ find_package(PkgConfig REQUIRED)
 pkg_check_modules(GLIB REQUIRED IMPORTED_TARGET glib-2.0)
 pkg_check_modules(UV REQUIRED IMPORTED_TARGET libuv)
 
-# kx_add_header_peer(NAME HEADER FOLDER): the target Peer::NAME for a peer that is headers, below FOLDER.
+# kx_add_header_peer(NAME HEADER FOLDER): the target Peer::NAME for a peer of headers only, below FOLDER.
 function(kx_add_header_peer name header)
     find_path(KXAPI_${name}_INCLUDE_DIR ${header} PATH_SUFFIXES ${ARGN} REQUIRED)
     mark_as_advanced(KXAPI_${name}_INCLUDE_DIR)
@@ -20,8 +20,9 @@ kx_add_header_peer(readerwriterqueue readerwriterqueue.h readerwriterqueue)
 add_custom_target(benchmarks)
 add_dependencies(benchmarks full_bus)
 
-# kx_add_bench(SOURCE LIBRARIES...): a program named as its source, with the main function of support/main.cpp. It links
-# the shared libraries, as an application does. Boost::boost is headers: Asio, Lockfree.
+# kx_add_bench(SOURCE LIBRARIES...): a program with the name of its source and the main function of
+# support/main.cpp. It links the shared libraries, like an application. Boost::boost is headers only: Asio,
+# Lockfree.
 function(kx_add_bench source)
     get_filename_component(name ${source} NAME_WE)
     add_executable(${name} ${source} support/main.cpp)
