@@ -45,7 +45,7 @@ public:
         return observer;
     }
 
-    /// For inputEventOccurred. An event of the toolkit is told as the toolkit reported it.
+    /// For inputEventOccurred. The observer gets an event of the toolkit as the toolkit reported it.
     [[gnu::noinline, gnu::cold]] void tellInput(const KXInputEvent& event) const;
 
     /// Whether the calling thread holds the manager's mutex by this observation or one around it.

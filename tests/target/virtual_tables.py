@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""virtual_tables.py SOURCE LIST COMPILER...: compares the compiler's virtual tables of the classes in SOURCE with the
-tables in LIST."""
+"""virtual_tables.py SOURCE LIST COMPILER...: compares the compiler's virtual tables of the classes in SOURCE with
+the tables in LIST."""
 import re
 import subprocess
 import sys
