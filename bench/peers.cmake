@@ -1,4 +1,4 @@
-# The programs that compare the library with its peers, which packaging/packages-bench.txt lists. The target
+# Programs that compare the library with its peers; packaging/packages-bench.txt lists the peers. The target
 # benchmarks builds them all.
 
 find_package(benchmark REQUIRED)
@@ -12,8 +12,9 @@ find_path(KXAPI_READERWRITERQUEUE_DIR readerwriterqueue.h PATH_SUFFIXES readerwr
 add_custom_target(benchmarks)
 add_dependencies(benchmarks full_bus)
 
-# kx_add_bench(SOURCE LIBRARIES...): a program named as its source, with the main function of support/main.cpp. It links
-# the shared libraries, as an application does. Boost::boost is headers: Asio, Lockfree.
+# kx_add_bench(SOURCE LIBRARIES...): a program with the name of its source and the main function of
+# support/main.cpp. It links the shared libraries, like an application. Boost::boost is headers only: Asio,
+# Lockfree.
 function(kx_add_bench source)
     get_filename_component(name ${source} NAME_WE)
     add_executable(${name} ${source} support/main.cpp)

@@ -59,8 +59,8 @@ public:
 
     /// Gives an event of the graphical toolkit the library's type and key code, in place, and passes it to
     /// \ref inputEventOccurred. For the toolkit's thread; \ref setKeyMapping must not run meanwhile.
-    /// \return what inputEventOccurred returns; STATUS_REFUSED (20) for a type that is dropped (auto-repeat, enter,
-    ///         exit, the toolkit's own double press) or unknown, which standard error reports
+    /// \return what inputEventOccurred returns; STATUS_REFUSED (20) for a type that is unknown, which standard
+    ///         error reports, or dropped: auto-repeat, enter, exit, the toolkit's own double press
     virtual int toolkitEventOccurred(KXToolkitEvent& event);
 
     /// Sets the observer of the process, which sees all that reaches the manager; null: none. Any thread, before
@@ -118,11 +118,11 @@ public:
     int acceptInput(bool accept);
 
     /// The longest time between the two presses of a double press, in ms, inclusive; 300 by default.
-    /// \return STATUS_OK (0); STATUS_REFUSED (20) when \p ms is not below the long-press duration: nothing changes
+    /// \return STATUS_OK (0); STATUS_REFUSED (20) when \p ms is not below the long-press duration: no change
     int setDoubleKeyPressDuration(unsigned int ms);
 
     /// The shortest time of a long press, in ms, inclusive; 2000 by default.
-    /// \return STATUS_OK (0); STATUS_REFUSED (20) when \p ms is not above the double-press duration: nothing changes
+    /// \return STATUS_OK (0); STATUS_REFUSED (20) when \p ms is not above the double-press duration: no change
     int setLongKeyPressDuration(unsigned int ms);
 
     /// Adds to the key tables or overwrites entries, from toolkit key codes to the library's and back. If two

@@ -6,6 +6,7 @@
 #include "platform/KXMutex.h"
 
 #include <mutex>
+#include <utility>
 
 namespace KX {
 
@@ -52,7 +53,8 @@ void Observation::tellInput(const KXInputEvent& event) const {
     observer->onToolkitEvent(report->reported);
 }
 
-ToolkitReport::ToolkitReport(const KXToolkitEvent& event) : forwarded(&event), reported(event), outer(currentReport) {
+ToolkitReport::ToolkitReport(const KXToolkitEvent& event)
+    : forwarded(&event), reported(event), outer(currentReport) {
     currentReport = this;
 }
 
@@ -62,7 +64,7 @@ ToolkitReport::~ToolkitReport() {
 
 void ToolkitReport::tellUnlessTold(const KXInputEventManager* manager) {
     const Observation observation(manager);
-    if (observation && !isTold)
+    if (observation && !std::exchange(isTold, true))
         observation->onToolkitEvent(reported);
 }
 

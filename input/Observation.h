@@ -41,7 +41,7 @@ public:
 
     KXInputObserver* operator->() const { return observer; }
 
-    /// For inputEventOccurred. An event of the toolkit is told as the toolkit reported it.
+    /// For inputEventOccurred. The observer gets an event of the toolkit as the toolkit reported it.
     [[gnu::noinline, gnu::cold]] void tellInput(const KXInputEvent& event) const;
 
 private:

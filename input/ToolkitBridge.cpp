@@ -32,9 +32,14 @@ int KXInputEventManager::toolkitEventOccurred(KXToolkitEvent& event) {
     if (!inputObserver.load(std::memory_order_relaxed))
         return renumber(event);
     ToolkitReport report(event);
-    const int status = renumber(event);
-    report.tellUnlessTold(this);
-    return status;
+    try {
+        const int status = renumber(event);
+        report.tellUnlessTold(this);
+        return status;
+    } catch (...) {
+        report.tellUnlessTold(this); // an override may have thrown before it took the event
+        throw;
+    }
 }
 
 int KXInputEventManager::renumber(KXToolkitEvent& event) {

@@ -1,10 +1,10 @@
 # shellcheck shell=bash
 # shellcheck disable=SC2086,SC2154 # lists of packages are split on purpose; $root is the caller's
-# What ./run and ./test have in common. To be sourced with $root, the top of the project, set.
+# Shared by ./run, ./test and packaging/. Set $root, the top of the project, before sourcing it.
 
 packaging="$root/packaging"
 
-# All messages go to standard error: standard output belongs to the program that is run.
+# Messages go to standard error; standard output belongs to the program that is run.
 say() {
     printf '%s\n' "$*" >&2
 }
@@ -22,17 +22,17 @@ read_packages() {
     done
 }
 
-# missing_packages NAME...: those that are not installed.
+# missing_packages NAME...: the names that are not installed.
 missing_packages() {
     local states name
-    # It also fails, with the list of the others complete, when it does not know one of the names.
+    # dpkg-query fails on an unknown name, but lists all others.
     states=$(dpkg-query -W -f '${db:Status-Status} ${Package}\n' "$@" 2>/dev/null) || true
     for name in "$@"; do
         grep -qxF "installed $name" <<<"$states" || echo "$name"
     done
 }
 
-# install_packages LIST...: installs what is missing; needs neither network nor root when nothing is.
+# install_packages LIST...: installs missing packages. If none is missing, it needs neither network nor root.
 install_packages() {
     local wanted missing
     wanted=$(read_packages "$@")
@@ -49,7 +49,7 @@ apt_install() {
     find_root "install packages; ask an administrator for: apt-get install $*"
     say "Installing Debian packages: $*"
     apt_log=$(mktemp)
-    # A package that apt does not know, or no longer finds where its old lists say, asks for new lists.
+    # If apt does not know or find a package, its lists may be old, so they are fetched again.
     if apt_run install --dry-run "$@" && apt_run install "$@"; then
         :
     elif say "Fetching the package lists" && apt_run update && apt_run install "$@"; then
@@ -69,7 +69,7 @@ update_package_lists() {
     rm -f "$apt_log"
 }
 
-# find_root PURPOSE: sets $become_root, the words that make a command root's.
+# find_root PURPOSE: sets $become_root, the words in front of a command that needs root.
 find_root() {
     if [ "$(id -u)" -ne 0 ]; then
         command -v sudo >/dev/null || die "neither root nor sudo is here to $1"
@@ -77,7 +77,8 @@ find_root() {
     fi
 }
 
-# apt_run COMMAND ARGUMENTS...: apt-get without questions, its words in $apt_log. Waits while another one runs.
+# apt_run COMMAND ARGUMENTS...: runs apt-get without questions, with its output in $apt_log. Waits for another
+# apt-get.
 apt_run() {
     "${become_root[@]}" env DEBIAN_FRONTEND=noninteractive LC_ALL=C \
         apt-get -y --no-install-recommends -o DPkg::Lock::Timeout=300 -o APT::Update::Error-Mode=any "$@" \
@@ -90,7 +91,7 @@ find_release() {
     [ -n "$release" ] || die "/etc/os-release does not tell which release of Debian this is"
 }
 
-# archive_address: where this machine has its own packages from.
+# archive_address: the archive of this machine's own packages.
 # shellcheck disable=SC2016 # apt fills these in
 archive_address() {
     apt-get indextargets --format '$(REPO_URI)' \
@@ -101,14 +102,14 @@ archive_address() {
 find_archive() {
     archive=$(archive_address)
     if [ -z "$archive" ]; then
-        # The address is known with the package lists only, which small systems throw away.
+        # The address comes from the package lists, which small systems delete.
         update_package_lists
         archive=$(archive_address)
     fi
     [ -n "$archive" ] || die "apt's sources on this machine do not name the archive of Debian $release"
 }
 
-# configure PRESET: once; from then on the build notices changes of the CMake files by itself, but not of presets.
+# configure PRESET: configures once and after changes of the presets. The build itself notices changed CMake files.
 configure() {
     local folder="$root/build/$1"
     if [ "$folder/build.ninja" -nt "$root/CMakePresets.json" ]; then
@@ -123,8 +124,8 @@ configure() {
     fi
 }
 
-# prepare_target PRESET: makes the sysroot, if need be. A build with other libraries than those there are now starts
-# anew: what it made is older than these, though their files may not be.
+# prepare_target PRESET: makes the sysroot if it is missing or outdated. Deletes a build that is older than the
+# sysroot: the build would not notice new libraries whose files have old dates.
 prepare_target() {
     local folder="$root/build/$1"
     "$packaging/sysroot" || return 1
@@ -133,7 +134,7 @@ prepare_target() {
     fi
 }
 
-# build PRESET [TARGET...]: what has changed since the last time.
+# build PRESET [TARGET...]: builds what has changed.
 build() {
     configure "$1" || return 1
     say "Building $1"
@@ -143,13 +144,13 @@ build() {
     fi
 }
 
-# run_ninja FOLDER [TARGET...]: one line that moves on a terminal, a line for each tenth elsewhere.
+# run_ninja FOLDER [TARGET...]: one progress line on a terminal, a line for each tenth elsewhere.
 run_ninja() {
     if [ -t 2 ]; then
         ninja -C "$@" >&2
         return
     fi
-    # Words that are no progress, such as a compiler's, pass.
+    # Passes all lines that are no progress, such as a compiler's.
     ninja -C "$@" 2>&1 | awk '
         /^ninja: (Entering directory|no work to do)/ { next }
         /^-- (Configuring done|Generating done|Build files)/ { next }

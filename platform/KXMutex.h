@@ -19,9 +19,9 @@ public:
 
     /// Blocks until the mutex is free, then takes it. Any thread.
     ///
-    /// A thread that holds the mutex already gets false at once. The simulated platform also reports it through
+    /// A thread that holds the mutex already gets false at once. The platforms here also report it through
     /// \ref KXDebug.
-    /// \return true when the calling thread now holds the mutex; false when it could not be locked. then the
+    /// \return true when the calling thread now holds the mutex; false when it could not be locked: then the
     ///         caller must not unlock it
     virtual bool lock() = 0;
 

@@ -11,7 +11,7 @@ bool begins(const std::string& name, const std::string& with) {
     return name.compare(0, with.size(), with) == 0;
 }
 
-// The names say what kind a type is; the test compares the two.
+// The name of a type shows its kind; the test compares name and kind.
 KXInputDevice deviceByName(const std::string& name) {
     if (begins(name, "KEY_"))
         return KXInputDevice::Key;

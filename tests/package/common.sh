@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# To be sourced by the tests of the package.
+# Sourced by the tests of this folder.
 set -euo pipefail
 export LC_ALL=C
 unset LD_LIBRARY_PATH LD_PRELOAD CMAKE_PREFIX_PATH PKG_CONFIG_PATH CXXFLAGS LDFLAGS
@@ -9,19 +9,19 @@ fail() {
     exit 1
 }
 
-# make_scratch: a folder outside the tree, $scratch, which is gone when the test ends.
+# make_scratch: makes $scratch, a folder outside the tree. The end of the test removes it.
 make_scratch() {
     scratch=$(mktemp -d)
     trap 'rm -rf "$scratch"' EXIT
 }
 
-# install_into PREFIX: anew.
+# install_into PREFIX: empties PREFIX and installs.
 install_into() {
     rm -rf "$1"
     "$CMAKE" --install "$KX_BUILD" --prefix "$1" >/dev/null
 }
 
-# The flags without which a program cannot be linked with libraries that are built with a sanitizer.
+# Programs need these flags to link libraries that are built with a sanitizer.
 sanitizer_flags() {
     [ -z "$KX_SANITIZE" ] || printf -- '-fsanitize=%s' "$KX_SANITIZE"
 }
@@ -34,14 +34,14 @@ expect_output() {
     [ "$printed" = "$expected" ] || fail "$1 printed"$'\n'"$printed"$'\n'"instead of"$'\n'"$expected"
 }
 
-# expect_loads_from PREFIX FILE: each of our libraries that the file needs is found, and there.
+# expect_loads_from PREFIX FILE: the loader finds each of our libraries that FILE needs below PREFIX.
 expect_loads_from() {
     local needed
     needed=$(ldd "$2" | grep libKXAPI_) || return 0
     ! grep -v -F "=> $1/" <<<"$needed" || fail "$2 does not find these below $1"
 }
 
-# build_with_cmake PREFIX FOLDER: the consumer, from a copy of its sources in FOLDER.
+# build_with_cmake PREFIX FOLDER: builds the consumer from a copy of its sources in FOLDER.
 build_with_cmake() {
     cp -R "$KX_SOURCE/tests/package/consumer" "$2"
     {
@@ -51,7 +51,7 @@ build_with_cmake() {
     } >"$2/log" 2>&1 || fail "the consumer does not build: $(cat "$2/log")"
 }
 
-# build_with_pkgconfig PREFIX SOURCE PROGRAM: a file of the consumer, with nothing but the compiler.
+# build_with_pkgconfig PREFIX SOURCE PROGRAM: builds a file of the consumer with the compiler alone.
 build_with_pkgconfig() {
     local flags
     export PKG_CONFIG_PATH="$1/$KX_LIBDIR/pkgconfig"

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# consumer-cmake.sh PREFIX: a CMake project uses what is installed there.
+# consumer-cmake.sh PREFIX: a CMake project uses the installation.
 . "$(dirname "$0")/common.sh"
 prefix=$1
 make_scratch

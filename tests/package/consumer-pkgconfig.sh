@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# consumer-pkgconfig.sh PREFIX: pkg-config and the compiler alone build a program with what is installed there.
+# consumer-pkgconfig.sh PREFIX: pkg-config and the compiler alone build a program with the installation.
 . "$(dirname "$0")/common.sh"
 prefix=$1
 make_scratch

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# exports.sh PREFIX LIBRARY: the library shows its users what exports/LIBRARY.txt lists, no more and no less.
+# exports.sh PREFIX LIBRARY: the library exports exactly the symbols in exports/LIBRARY.txt.
 . "$(dirname "$0")/common.sh"
 make_scratch
 library="libKXAPI_$2.so"

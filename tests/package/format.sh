@@ -7,7 +7,7 @@ if ! command -v clang-format; then
     echo "skipped: clang-format is not installed"
     exit 77
 fi
-# A clone may belong to another user than the one who tests it, in a container for instance.
+# The clone may belong to another user, in a container for instance.
 mapfile -d '' -t files < <(git -c safe.directory='*' ls-files -z -- '*.cpp' '*.h')
 [ "${#files[@]}" -gt 0 ] || fail "git lists no source file"
 clang-format --dry-run -Werror "${files[@]}"

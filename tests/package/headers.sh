@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# headers.sh PREFIX: each installed header compiles as the first and only one, also in a program that is strict, and
-# with what a program may have switched off in Boost.Thread.
+# headers.sh PREFIX: each installed header compiles alone, also with strict warnings and with parts of Boost.Thread
+# switched off.
 . "$(dirname "$0")/common.sh"
 cd "$1/$KX_INCLUDEDIR"
 
@@ -14,7 +14,7 @@ headers=$(find . -name '*.h' -printf '%P\n' | sort)
 [ -n "$headers" ] || fail "no header is installed"
 xargs -P 2 -n 1 bash -c 'compile_alone "$0"' <<<"$headers"
 
-# What Qt and X11 define in a program that includes them first.
+# Macros that Qt and X11 define.
 foreign=(-Dslots= -Dsignals=public -Demit= -Dforeach=for -DNone=0L -DBool=int -DStatus=int -DSuccess=0 -DKeyPress=2
     -DKeyRelease=3)
 for header in $headers; do

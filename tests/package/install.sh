@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# install.sh PREFIX: everything that is promised lands there, and what runs finds what it needs.
+# install.sh PREFIX: all promised files are there, and programs and libraries find the libraries that they need.
 . "$(dirname "$0")/common.sh"
 prefix=$1
 
@@ -13,7 +13,7 @@ for file in "$prefix"/bin/* "$prefix/$KX_LIBDIR"/lib*.so; do
     expect_loads_from "$prefix" "$file"
 done
 
-# A header that shows something to users is theirs.
+# Headers that declare exported names are public.
 cd "$KX_SOURCE"
 shown=0
 while read -r header; do

@@ -1,10 +1,9 @@
 #!/usr/bin/env bash
-# layers-notices.sh: the check of the layers lets an include downwards pass and refuses each kind of include that it is
-# there to refuse.
+# layers-notices.sh: layers.sh accepts an include downwards and refuses each kind of forbidden include.
 . "$(dirname "$0")/common.sh"
 make_scratch
 
-# expect STATUS FILE HEADER: of the check, for a project of one source that includes one header.
+# expect STATUS FILE HEADER: the status of layers.sh for a project of one source that includes one header.
 expect() {
     local folder="$scratch/$((++projects))" status=0
     mkdir -p "$folder/$(dirname "$2")"

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# layers.sh [FOLDER]: no source of the project, or of the one in FOLDER, includes a header of a layer above its own. The
-# folders of the library, from the lowest up: platform, events, encoder and actions, input. Programs stand above them.
+# layers.sh [FOLDER]: no source of the project, or of FOLDER, includes a header of a higher layer. The layers from
+# the bottom: platform, events, encoder and actions, input, programs.
 . "$(dirname "$0")/common.sh"
 cd "${1:-$KX_SOURCE}"
 
@@ -34,7 +34,7 @@ check() {
         *" $target "*) ;;
         *) refuse "$file" "$line" "$folder is below $target and may not include $header" ;;
     esac
-    # One platform or the other is linked; nothing else may know which.
+    # Programs link one platform or the other; nothing else may depend on the choice.
     case $header in
         platform/linux/*)
             case $file in

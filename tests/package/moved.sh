@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# An installation works after its folder was moved, and has forgotten where it was.
+# An installation works after its folder was moved, and does not contain the old path.
 . "$(dirname "$0")/common.sh"
 make_scratch
-# A name with a blank, as people have them.
+# A name with a blank.
 prefix="$scratch/where it went"
 
 install_into "$scratch/where_it_was"
@@ -19,7 +19,7 @@ build_with_cmake "$prefix" "$scratch/consumer"
 expect_loads_from "$prefix" "$scratch/consumer/build/keypress"
 expect_output 'KEY_PRESS_EVENT key=0' "$scratch/consumer/build/keypress"
 
-# pkg-config hands flags to the shell, where a blank parts them.
+# The shell splits the flags of pkg-config at blanks.
 mv "$prefix" "$scratch/moved_again"
 cp "$KX_SOURCE/tests/package/consumer/keypress.cpp" "$scratch"
 build_with_pkgconfig "$scratch/moved_again" keypress.cpp "$scratch/keypress"

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# own-platform.sh PREFIX: the library is built and used on platform libraries that are an integrator's. Those that are
-# installed at PREFIX stand for them.
+# own-platform.sh PREFIX: the library is built and used on an integrator's platform libraries. The test takes the
+# ones at PREFIX as such.
 . "$(dirname "$0")/common.sh"
 prefix=$1
 make_scratch
@@ -22,5 +22,5 @@ configure "$scratch/build" -DCMAKE_PREFIX_PATH="$prefix" || fail "not configured
 
 build_with_cmake "$scratch/installed;$prefix" "$scratch/consumer"
 cd "$scratch/consumer/build"
-# The integrator's libraries stand in a folder of their own, which a terminal's loader knows.
+# The integrator's libraries are in a folder of their own; a terminal's loader would know it.
 expect_output 'KEY_PRESS_EVENT key=0' env LD_LIBRARY_PATH="$prefix/$KX_LIBDIR" ./keypress

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# soname.sh PREFIX LIBRARY: programs linked today keep to the libraries of today's major version.
+# soname.sh PREFIX LIBRARY: a linked program needs the library of the present major version.
 . "$(dirname "$0")/common.sh"
 library="libKXAPI_$2.so"
 

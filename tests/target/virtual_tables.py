@@ -1,12 +1,12 @@
 #!/usr/bin/env python3
-"""virtual_tables.py SOURCE LIST COMPILER...: compares the virtual tables of the classes in SOURCE, as the compiler lays
-them out, with those of LIST."""
+"""virtual_tables.py SOURCE LIST COMPILER...: compares the compiler's virtual tables of the classes in SOURCE with
+the tables in LIST."""
 import re
 import subprocess
 import sys
 import tempfile
 
-IMPLEMENTED = "Implemented"  # what the name of a class begins with that stands for its abstract base
+IMPLEMENTED = "Implemented"  # prefix of a class that stands for its abstract base
 
 
 def listed_tables(path):
@@ -30,7 +30,7 @@ def dump_classes(source, compiler):
 
 
 def operations(table):
-    """Those of the primary table: from its type information to the next offset or number, which begins another."""
+    """The functions of the primary table, from its type information to the next offset or number."""
     lines = table.splitlines()
     first = next(index for index, line in enumerate(lines) if "(& _ZTI" in line) + 1
     names = []
@@ -50,7 +50,7 @@ def merge_destructors(names):
 
 
 def compiled_tables(dump):
-    """By class; an abstract one has no names in its own table and is found by its implementation."""
+    """Tables by class. An abstract class has no names in its own table, so its implementation's table is used."""
     tables = {}
     for found in re.finditer(r"^Vtable for KX::(\w+)\n.*\n((?:.+\n)*)", dump, re.MULTILINE):
         if "__cxa_pure_virtual" not in found[2]:

@@ -1,4 +1,4 @@
-// What an application's own test looks like: two seconds pass in no time.
+// An example of an application's test: two seconds pass at once.
 
 #include "events/KXEventType.h"
 #include "input/KXInputEventManager.h"

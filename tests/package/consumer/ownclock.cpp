@@ -1,5 +1,5 @@
-// A program that brings one class of the platform itself: all libraries must go by this clock, also the one that has
-// such a class of its own.
+// A program that replaces one class of the platform. All libraries must use this clock, also the library that has
+// the class.
 
 #include "events/KXEventQueue.h"
 #include "events/KXEventType.h"
@@ -13,7 +13,7 @@
 #include <cstdlib>
 #include <poll.h>
 
-// From the start so far ahead that whoever compares this clock with another one waits for days.
+// So far ahead that code which compares this clock with another one waits for days.
 static std::atomic<unsigned int> aheadMs{1000000000};
 
 unsigned int KX::KXTick::getTickCount() {
@@ -26,11 +26,11 @@ static void printNextEvent() {
     auto* manager = KX::KXInputEventManager::getInstance();
     const auto& inbox = dynamic_cast<KX::KXEndPoint&>(*manager->getInputEventsQueue());
     pollfd wakeUp = {inbox.getReadEndPointID(), POLLIN, 0};
-    // Far longer than the worker's pass of 100 ms, far shorter than the hour that a long press takes here.
+    // Far longer than the worker's 100 ms, far shorter than the long press of one hour here.
     if (poll(&wakeUp, 1, 30000) != 1) {
         std::puts("nothing came: the libraries do not go by the program's clock");
         std::fflush(stdout);
-        std::_Exit(1); // an orderly end would wait for them
+        std::_Exit(1); // a normal exit would wait for the threads
     }
     std::puts(KX::translateEventTypeToString(manager->getNextEvent().eventType).c_str());
 }

@@ -1,13 +1,13 @@
 # shellcheck shell=bash
-# To be sourced by what checks the Debian packages. A check is a function; for each there is one line on standard
-# output, which begins with ok, failed or skipped, and on standard error what went wrong.
+# Sourced by the checks of the Debian packages. A check is a function. It gives one line on standard output, which
+# begins with ok, failed or skipped, and errors on standard error.
 
 # check NAME COMMAND...
 check() {
     local name=$1 status=0 log
     shift
     log=$(mktemp)
-    # Not as a condition: there the shell would go on after a command that fails.
+    # Not as a condition: inside one the shell goes on after a command fails.
     set +e
     (set -e && "$@") >"$log" 2>&1
     status=$?

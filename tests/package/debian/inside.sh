@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Run as root in a fresh Debian system: installs the packages that lie in /kx/packages, uses them and removes them.
-# Nothing is fetched: what they may depend on is at hand, but not installed.
+# Run as root in a fresh Debian system: installs the packages in /kx/packages, uses them and removes them. Fetches
+# nothing: their dependencies lie in the system as package files.
 . /kx/tests/package/common.sh
 . /kx/tests/package/debian/common.sh
 export LC_ALL=C DEBIAN_FRONTEND=noninteractive HOME=/root QT_QPA_PLATFORM=offscreen
@@ -14,7 +14,7 @@ for file in "${packages[@]}"; do
     names+=("$(dpkg-deb -f "$file" Package):$architecture")
 done
 
-# What of tests/package/common.sh is used here goes by these.
+# tests/package/common.sh needs these.
 CMAKE=cmake CXX=g++ KX_SOURCE=/kx KX_SANITIZE=''
 session=/kx/tests/recordings/minute
 emulator=()
@@ -26,13 +26,13 @@ if [ "$architecture" != "$(dpkg --print-architecture)" ]; then
     export CMAKE_TOOLCHAIN_FILE=/kx/tests/package/debian/arm.cmake
 fi
 
-# Nothing can be fetched through a proxy that is not there.
+# A proxy that does not exist: nothing can be fetched.
 apt() {
     apt-get --yes --no-install-recommends -o Acquire::http::Proxy=http://localhost:9 \
         -o Acquire::https::Proxy=http://localhost:9 -o Acquire::Retries=0 "$@"
 }
 
-# As on a system that has this architecture only, and nothing installed.
+# As on a system with this architecture only and nothing installed.
 suffice_with_debian() {
     : >/kx/nothing_installed
     apt --simulate -o "APT::Architecture=$architecture" -o "APT::Architectures=$architecture" \
@@ -45,7 +45,7 @@ install_all() {
     [ -z "$(dpkg --audit)" ] || fail "dpkg finds something wrong"
 }
 
-# Asked is the loader of the architecture, for which an ldconfig of another one does nothing.
+# Asks the architecture's own loader: an ldconfig of another architecture does not serve it.
 loader_finds_libraries() {
     local loader name
     loader=$(readelf -l /usr/bin/kxterminal | sed -n 's/.*interpreter: \(.*\)\]/\1/p')
@@ -55,7 +55,7 @@ loader_finds_libraries() {
     done
 }
 
-# says_version PROGRAM: its own, which is the package's without the number after the dash.
+# says_version PROGRAM: it prints the package's version without the number after the dash.
 says_version() {
     expect_output "$1 ${version%-*}" "${emulator[@]}" "/usr/bin/$1" --version
 }
@@ -65,7 +65,7 @@ replay_session() {
     timeout 60 "${emulator[@]}" /usr/bin/kxreplay --expect "$session.expected" "$session.kxr"
 }
 
-# The library's messages come between the events.
+    # Messages of the library stand between the events.
 show_session() {
     timeout 120 "${emulator[@]}" /usr/bin/kxterminal --replay "$session.kxr" --speed 1000 --exit-at-end --print \
         >/kx/printed
@@ -102,7 +102,7 @@ use_with_pkgconfig() {
     run_consumer
 }
 
-# make_newer FILE: the same package with a higher version, in /kx/newer.
+# make_newer FILE: makes the same package with a higher version in /kx/newer.
 make_newer() {
     rm -rf /kx/unpacked
     dpkg-deb --raw-extract "$1" /kx/unpacked
