@@ -12,7 +12,7 @@ class KXSomeEvent;
 /// little-endian one. Slots of virtual tables, flags and padding are written as 0 and skipped when read.
 using EventRecord = std::array<std::uint8_t, 136>;
 
-/// Encodes \p event like a holder made from it. Making no holder saves a tenth of a post.
+/// Encodes \p event like a holder made from it, without making the holder.
 /// \throws std::bad_cast  the event claims a class that it is not
 EventRecord encodeEvent(KXEvent& event);
 
