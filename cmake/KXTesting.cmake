@@ -1,5 +1,6 @@
 # kx_add_test(NAME PLATFORM simulated|linux [LAYERS ...] SOURCES ... [LIBRARIES ...] [PROPERTIES ...]) adds a
-# GoogleTest program. Each of its tests is a test of CTest; with sanitizers, which start slowly, the program is.
+# GoogleTest program. Each of its tests is a test of CTest. Programs start slowly with sanitizers and in the emulator:
+# there, the whole program is one test.
 # PLATFORM: links the library's objects, hidden functions included, with this platform. LAYERS: only these objects,
 # to show that a layer needs nothing above it. PROPERTIES: of each test, as for set_tests_properties.
 #
@@ -65,7 +66,7 @@ function(kx_add_test name)
         target_precompile_headers(${name} REUSE_FROM kx_precompiled_tests)
     endif()
     kx_emulate(${name})
-    if(KXAPI_SANITIZE)
+    if(KXAPI_SANITIZE OR CMAKE_CROSSCOMPILING_EMULATOR)
         add_test(NAME ${name} COMMAND ${name})
         set_tests_properties(${name} PROPERTIES TIMEOUT 900 COST 50 ${arg_PROPERTIES})
     else()

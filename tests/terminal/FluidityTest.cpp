@@ -15,6 +15,8 @@
 #include "terminal/ScreenButton.h"
 
 #include <QElapsedTimer>
+#include <QImage>
+#include <QPainter>
 #include <QScrollBar>
 #include <QtTest>
 
@@ -33,20 +35,39 @@ constexpr int eventsPerSecond = 200;
 constexpr int updatesPerPage = 25;
 constexpr int eventsPerUpdate = eventsPerSecond * RefreshPace::shortestIntervalMs / 1000;
 
-// Instrumented or emulated code is several times slower.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr double slowness = 16; // a run that records whole stacks was 40 times slower
-#else
-constexpr double slowness = KX_TIME_SCALE;
-#endif
-constexpr double medianLimitMs = 20 * slowness;
-constexpr double worstLimitMs = 100 * slowness;
+// Limits are in multiples of what this machine needs to draw a page, so a slow, instrumented or emulated one gives
+// the same result. Where a page takes 2.5 ms, the median is half of the interval.
+constexpr double medianLimitInPages = 8;
+constexpr double worstLimitInPages = 40;
 
 // Other programs do not count, so a busy machine gives the same result.
 double usedProcessorMs() {
     timespec used = {};
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
     return static_cast<double>(used.tv_sec) * 1e3 + static_cast<double>(used.tv_nsec) / 1e6;
+}
+
+// A small window full of words and marks, drawn without any widget.
+double msToDrawAPage() {
+    constexpr int drawings = 25;
+    QImage image(800, 480, QImage::Format_ARGB32_Premultiplied);
+    std::vector<double> used;
+    for (int i = 0; i < drawings; ++i) {
+        const double before = usedProcessorMs();
+        QPainter painter(&image);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.fillRect(image.rect(), Qt::white);
+        const int rowHeight = painter.fontMetrics().height();
+        for (int y = rowHeight; y < image.height(); y += rowHeight)
+            for (int x = 0; x < image.width(); x += 200) {
+                painter.drawText(x, y, QStringLiteral("ENCODER_MOVE_EVENT %1").arg(y * i + x));
+                painter.drawRoundedRect(QRectF(x + 0.3, y - 7.7, 30, 7), 2, 2);
+                painter.drawEllipse(QPointF(x + 40.5, y - 4.2), 4, 4);
+            }
+        used.push_back(usedProcessorMs() - before);
+    }
+    std::sort(used.begin(), used.end());
+    return used[drawings / 2];
 }
 
 // An operator who does everything at once: presses and releases soft keys and turns the knob in between.
@@ -83,6 +104,10 @@ class FluidityTest : public testing::TestWithParam<QSize> {
 protected:
     FluidityTest() : settings([](InputSettings::Setting, int) { return 0; }), window(model, settings) {
         model.append(nextEvents(EventModel::capacity));
+        const double pageMs = msToDrawAPage();
+        std::cout << "drawing a page takes " << pageMs << " ms here\n";
+        medianLimitMs = medianLimitInPages * pageMs;
+        worstLimitMs = worstLimitInPages * pageMs;
         window.resize(GetParam());
         window.show();
         QTest::qWait(200);
@@ -110,6 +135,8 @@ protected:
     InputSettings settings;
     MainWindow window;
     unsigned int nextNumber = 1;
+    double medianLimitMs = 0;
+    double worstLimitMs = 0;
 };
 
 } // namespace
