@@ -44,6 +44,10 @@ KXInputEventManager* KXInputEventManager::getInstance() {
     return theInstance;
 }
 
+bool KXInputEventManager::hasInstance() {
+    return theInstance != nullptr;
+}
+
 void KXInputEventManager::deleteInstance() {
     delete theInstance;
     theInstance = nullptr;

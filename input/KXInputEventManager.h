@@ -41,6 +41,9 @@ public:
     /// The manager. Without one, reports that on standard error and aborts the process.
     static KXInputEventManager* getInstance();
 
+    /// Whether there is a manager. For the thread that creates and deletes it.
+    static bool hasInstance();
+
     /// Stops the worker thread, which takes up to 100 ms, and destroys the manager, its queue with all events in
     /// it and the encoder dynamics. Harmless without a manager.
     static void deleteInstance();

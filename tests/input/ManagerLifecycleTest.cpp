@@ -21,6 +21,14 @@ TEST_F(Manager, is_created_once_and_says_so_for_each_further_call) {
     EXPECT_EQ(KXInputEventManager::getInstance(), manager);
 }
 
+TEST_F(Manager, says_whether_there_is_one) {
+    EXPECT_TRUE(KXInputEventManager::hasInstance());
+    manager->deinitialize();
+    EXPECT_TRUE(KXInputEventManager::hasInstance()) << "it can be initialised again";
+    KXInputEventManager::deleteInstance();
+    EXPECT_FALSE(KXInputEventManager::hasInstance());
+}
+
 TEST_F(Manager, has_a_pipe_queue_that_a_main_loop_can_wait_on) {
     auto* const queue = dynamic_cast<KXEventQueueAsPipe*>(manager->getInputEventsQueue());
     ASSERT_NE(queue, nullptr);
