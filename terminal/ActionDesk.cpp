@@ -53,13 +53,12 @@ ActionDesk::ActionDesk(QObject* parent)
     connect(&rest, &QTimer::timeout, this, &ActionDesk::runActions);
 }
 
-void ActionDesk::takeEvents(const ClassifiedEvents& events) {
-    for (const KX::KXInputEvent& event : events)
-        takeEvent(event);
+void ActionDesk::takeEvent(const KX::KXInputEvent& event) {
+    postActionsOn(event);
     runActions();
 }
 
-void ActionDesk::takeEvent(KX::KXInputEvent event) {
+void ActionDesk::postActionsOn(KX::KXInputEvent event) {
     // Posted without an object: an action that the operator requests again is no loop, however soon.
     post(noteEvent, event, nullptr);
     if (KeyCodes::isPress(event)) {

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "events/KXEvent.h"
 #include "terminal/ActionLedger.h"
-#include "terminal/EventPump.h"
 
 #include <QObject>
 #include <QTimer>
@@ -27,7 +27,7 @@ public:
     /// KXActionQueue exists before the desk and is released before the desk is destroyed.
     explicit ActionDesk(QObject* parent = nullptr);
 
-    void takeEvents(const ClassifiedEvents& events);
+    void takeEvent(const KX::KXInputEvent& event);
 
     /// A soft key went down in the window. The next classified press of the mouse belongs to it.
     void softKeyWentDown(int number);
@@ -53,7 +53,7 @@ private:
         bool working = false;
     };
 
-    void takeEvent(KX::KXInputEvent event);
+    void postActionsOn(KX::KXInputEvent event);
     void takeSoftKey(int number, KX::KXInputEvent& event);
     void startLoopOn(KX::KXEvent& event);
     void post(ActionLedger::Entry& action, KX::KXEvent& event, void* object);

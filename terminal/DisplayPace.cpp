@@ -6,9 +6,13 @@ namespace Terminal {
 
 DisplayPace::DisplayPace(QObject* parent) : QObject(parent), pace([this] { flush(); }) {}
 
-void DisplayPace::take(const ClassifiedEvents& events) {
-    waiting.insert(waiting.end(), events.begin(), events.end());
-    pace.request();
+void DisplayPace::take(const KX::KXInputEvent& event) {
+    waiting.push_back(event);
+    // Posted, so that the first event of a turn waits for the others of the same turn, and not they for the next
+    // refresh.
+    if (waiting.size() == 1)
+        QMetaObject::invokeMethod(
+            this, [this] { pace.request(); }, Qt::QueuedConnection);
 }
 
 void DisplayPace::flush() {

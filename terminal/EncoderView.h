@@ -1,8 +1,8 @@
 #pragma once
 
 #include "encoder/KXEncoderDynamic.h"
+#include "terminal/DisplayPace.h"
 #include "terminal/EncoderTrace.h"
-#include "terminal/EventPump.h"
 #include "terminal/RefreshPace.h"
 
 #include <QWidget>

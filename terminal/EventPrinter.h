@@ -1,6 +1,6 @@
 #pragma once
 
-#include "terminal/EventPump.h"
+#include "events/KXEvent.h"
 
 #include <cstdio>
 
@@ -14,7 +14,7 @@ public:
     /// The caller keeps ownership of \p output.
     explicit EventPrinter(std::FILE* output);
 
-    void print(const ClassifiedEvents& events);
+    void print(const KX::KXInputEvent& event);
 
 private:
     std::FILE* output;

@@ -1,7 +1,7 @@
 #include "terminal/KeypadKnob.h"
 
-#include "terminal/SeparateDevice.h"
 #include "terminal/Theme.h"
+#include "toolkit/KXToolkitLayer.h"
 
 #include <QMouseEvent>
 #include <QPainter>
@@ -31,7 +31,7 @@ double toRadians(double degrees) {
 KeypadKnob::KeypadKnob(QWidget* parent) : QWidget(parent) {
     setFocusPolicy(Qt::NoFocus);
     setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Expanding);
-    SeparateDevice::takesWheel(*this);
+    KX::KXToolkitLayer::leaveWheelTo(*this);
 }
 
 QSize KeypadKnob::sizeHint() const {

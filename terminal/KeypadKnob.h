@@ -1,6 +1,6 @@
 #pragma once
 
-#include "terminal/WheelDetents.h"
+#include "toolkit/KXWheelDetents.h"
 
 #include <QWidget>
 
@@ -39,7 +39,7 @@ private:
     void paintFace(QPainter& painter, const QRectF& circle) const;
     void paintHints(QPainter& painter, const QRectF& circle) const;
 
-    WheelDetents wheelDetents;
+    KX::KXWheelDetents wheelDetents;
     double lastAngle = 0;    // of the pointer, in degrees
     double draggedAngle = 0; // not turned into detents yet
     bool isDragged = false;  // the press is more than a click

@@ -3,8 +3,8 @@
 #include "input/KXInputEventManager.h"
 #include "terminal/KeypadKey.h"
 #include "terminal/KeypadKnob.h"
-#include "terminal/SeparateDevice.h"
 #include "terminal/Theme.h"
+#include "toolkit/KXToolkitLayer.h"
 #include "tools/keylayout/KeyLayout.h"
 
 #include <QGridLayout>
@@ -33,7 +33,7 @@ QString labelOf(int keyCode) {
 KeypadPanel::KeypadPanel(QWidget* parent)
     : QWidget(parent), frames(KeyLayout::empty()), grid(new QGridLayout), turningKnob(new KeypadKnob),
       keys(KeyLayout::keyCount, nullptr) {
-    SeparateDevice::takesPresses(*this);
+    KX::KXToolkitLayer::leavePressesTo(*this);
     auto* row = new QHBoxLayout(this);
     row->setContentsMargins(Theme::spacing, Theme::spacing + titleHeight, Theme::spacing, Theme::spacing);
     row->setSpacing(Theme::spacing);

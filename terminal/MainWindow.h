@@ -1,6 +1,6 @@
 #pragma once
 
-#include "terminal/EventPump.h"
+#include "terminal/DisplayPace.h"
 #include "terminal/Page.h"
 
 #include <QWidget>

@@ -11,7 +11,6 @@
 #include "terminal/EncoderWatch.h"
 #include "terminal/EventModel.h"
 #include "terminal/EventPrinter.h"
-#include "terminal/EventPump.h"
 #include "terminal/InputSettings.h"
 #include "terminal/KeyCodes.h"
 #include "terminal/KeypadBus.h"
@@ -22,8 +21,9 @@
 #include "terminal/SoftKeyBar.h"
 #include "terminal/TerminationSignals.h"
 #include "terminal/Theme.h"
-#include "terminal/ToolkitLayer.h"
 #include "terminal/WorkerHold.h"
+#include "toolkit/KXEventNotifier.h"
+#include "toolkit/KXToolkitLayer.h"
 #include "tools/keylayout/FunctionKeys.h"
 #include "tools/keylayout/KeyLayout.h"
 #include "tools/progress/Progress.h"
@@ -105,7 +105,7 @@ private:
     WorkerHold& observer;
 };
 
-// Members are destroyed from the last to the first: input ends before the pump, then the manager's thread, which
+// Members are destroyed from the last to the first: input ends before the notifier, then the manager's thread, which
 // posts the keypad's keys to the window. The queue of actions goes after all that posts to it, and before them.
 class Terminal {
 public:
@@ -141,8 +141,8 @@ private:
     Manager manager;
     Observing observing;
     DisplayPace pace;
-    EventPump pump;
-    ToolkitLayer toolkitLayer;
+    KX::KXEventNotifier notifier;
+    KX::KXToolkitLayer toolkitLayer;
     std::unique_ptr<DemoSession> demo;
     std::unique_ptr<SessionPlayer> player;
     std::unique_ptr<Progress::Reporter> replayProgress;
@@ -156,7 +156,8 @@ Terminal::Terminal(const CommandLine& commandLine)
       }),
       window(model, inputSettings), actionQueue(KX::KXActionQueue::create()), recorder(startRecording(settings)),
       manager(KX::KXInputEventManager::createInstance()), observing(recorder ? *recorder : workerHold),
-      pump(*manager), toolkitLayer(window, [this](KX::KXToolkitEvent& event) { takeReport(event); }) {
+      toolkitLayer(window) {
+    toolkitLayer.setReport([this](KX::KXToolkitEvent& event) { takeReport(event); });
     handOverSettings();
     if (settings.replayFile.isEmpty())
         openKeypad();
@@ -233,7 +234,7 @@ void Terminal::openKeypad() {
 
 void Terminal::connectActions() {
     ActionPanel& panel = window.actions();
-    QObject::connect(&pump, &EventPump::eventsTaken, &desk, &ActionDesk::takeEvents);
+    QObject::connect(&notifier, &KX::KXEventNotifier::eventOccurred, &desk, &ActionDesk::takeEvent);
     QObject::connect(&window.softKeyBar(), &SoftKeyBar::keyWentDown, &desk, &ActionDesk::softKeyWentDown);
     QObject::connect(&panel, &ActionPanel::loopRequested, &desk, &ActionDesk::startLoop);
     panel.watch(desk);
@@ -241,11 +242,11 @@ void Terminal::connectActions() {
 
 void Terminal::connectParts() {
     watchEncoder(window.encoder(), inputSettings);
-    QObject::connect(&pump, &EventPump::eventsTaken, &pace, &DisplayPace::take);
+    QObject::connect(&notifier, &KX::KXEventNotifier::eventOccurred, &pace, &DisplayPace::take);
     QObject::connect(&pace, &DisplayPace::due, &model, &EventModel::append);
     if (settings.print)
-        QObject::connect(&pump, &EventPump::eventsTaken, &pump,
-                         [this](const ClassifiedEvents& events) { printer.print(events); });
+        QObject::connect(&notifier, &KX::KXEventNotifier::eventOccurred, &notifier,
+                         [this](const KX::KXInputEvent& event) { printer.print(event); });
     QObject::connect(&terminationSignals, &TerminationSignals::terminationRequested, qApp,
                      &QCoreApplication::quit);
 }
@@ -292,7 +293,7 @@ bool Terminal::endSession() {
     if (recorder)
         recorder->keep();
     while (manager->hasEvents())
-        pump.takeWaitingEvents();
+        notifier.takeWaitingEvents();
     return !recorder || recorder->end();
 }
 

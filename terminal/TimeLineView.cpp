@@ -5,9 +5,9 @@
 #include "terminal/KeyLanesItem.h"
 #include "terminal/PlotLook.h"
 #include "terminal/ScreenButton.h"
-#include "terminal/SeparateDevice.h"
 #include "terminal/Theme.h"
 #include "terminal/TimeLineLegend.h"
+#include "toolkit/KXToolkitLayer.h"
 
 #include <QHBoxLayout>
 #include <QMouseEvent>
@@ -75,7 +75,7 @@ public:
 TimeLineView::TimeLineView(QWidget* parent) : QWidget(parent), pace([this] { refresh(); }), zoomLevel(firstLevel) {
     setFocusPolicy(Qt::NoFocus);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
-    SeparateDevice::takesPresses(*this); // looking at the past must not add events
+    KX::KXToolkitLayer::leavePressesTo(*this); // looking at the past must not add events
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(10, 6, 10, 3);
     column->setSpacing(3);

@@ -1,8 +1,9 @@
-#include "terminal/ToolkitLayer.h"
+#include "toolkit/InputFilter.h"
 
 #include "events/KXEventType.h"
 #include "platform/KXTick.h"
-#include "terminal/SeparateDevice.h"
+#include "toolkit/InputClock.h"
+#include "toolkit/InputOwners.h"
 
 #include <QApplication>
 #include <QKeyEvent>
@@ -14,7 +15,7 @@
 #include <cstdlib>
 #include <utility>
 
-namespace Terminal {
+namespace KX {
 
 namespace {
 
@@ -33,102 +34,122 @@ bool keysBelongToWidget() {
     if (QApplication::activePopupWidget())
         return true;
     const QWidget* focus = QApplication::focusWidget();
-    return focus && focus->testAttribute(Qt::WA_InputMethodEnabled);
+    return focus && (focus->testAttribute(Qt::WA_InputMethodEnabled) || ownsInput(*focus, InputKind::Keys));
 }
 
 } // namespace
 
-ToolkitLayer::ToolkitLayer(QWidget& watchedWindow, Report reportFunction, Repeats repeatsOfKeys)
-    : window(watchedWindow), report(std::move(reportFunction)), repeats(repeatsOfKeys) {
+WindowSystem WindowSystem::ofApplication() {
+    const QString name = QGuiApplication::platformName();
+    const bool isX11 = name == QLatin1String("xcb");
+    return {isX11 || name.startsWith(QLatin1String("wayland")), isX11};
+}
+
+InputFilter::InputFilter(QWidget& watchedWindow, Report reportFunction, WindowSystem windowSystem,
+                         InputClock& inputClock)
+    : window(&watchedWindow), report(std::move(reportFunction)), system(windowSystem), clock(inputClock) {
     suspicionTimer.setSingleShot(true);
     suspicionTimer.setInterval(suspicionMs);
-    connect(&suspicionTimer, &QTimer::timeout, this, &ToolkitLayer::reportSuspectedRelease);
+    connect(&suspicionTimer, &QTimer::timeout, this, &InputFilter::reportSuspectedRelease);
+    connect(&watchedWindow, &QObject::destroyed, this, &InputFilter::releaseAll);
     QCoreApplication::instance()->installEventFilter(this);
 }
 
-ToolkitLayer::Repeats ToolkitLayer::repeatsOfPlatform() {
-    return QGuiApplication::platformName() == QLatin1String("xcb") ? Repeats::MayLookTyped : Repeats::AreMarked;
+void InputFilter::setReport(Report reportFunction) {
+    report = std::move(reportFunction);
 }
 
-bool ToolkitLayer::eventFilter(QObject* receiver, QEvent* event) {
-    if (receiver == window.windowHandle())
+bool InputFilter::eventFilter(QObject* receiver, QEvent* event) {
+    if (!window)
+        return false;
+    if (receiver == window->windowHandle())
         return nativeWindowGets(event);
     if (isKeyOfLibrary(receiver, event)) {
-        reportKey(*static_cast<QKeyEvent*>(event));
+        reportKey(*static_cast<QKeyEvent*>(event), tickOfNow());
         return true;
     }
-    return receiver == &window && windowWidgetGets(event);
+    return receiver == window.data() && windowWidgetGets(event);
 }
 
-bool ToolkitLayer::nativeWindowGets(QEvent* event) {
+bool InputFilter::nativeWindowGets(QEvent* event) {
+    // Enter and leave have no time, and the clock must not know of them: what the operator did before, and what is
+    // seen only after them, would lose its own time.
+    const auto* const input = dynamic_cast<const QInputEvent*>(event);
+    const unsigned int tick = input ? tickOf(*input) : KXTick::getTickCount();
     switch (event->type()) {
     case QEvent::KeyPress:
-    case QEvent::KeyRelease: return takeKey(*static_cast<QKeyEvent*>(event));
-    case QEvent::MouseButtonPress: pressMouse(*static_cast<QMouseEvent*>(event)); return false;
-    case QEvent::MouseButtonDblClick: doublePressMouse(*static_cast<QMouseEvent*>(event)); return false;
-    case QEvent::MouseButtonRelease: releaseMouse(*static_cast<QMouseEvent*>(event)); return false;
-    case QEvent::MouseMove: moveMouse(*static_cast<QMouseEvent*>(event)); return false;
-    case QEvent::Wheel: return takeWheel(*static_cast<QWheelEvent*>(event));
-    case QEvent::Enter: sendMouse(KX::TOOLKIT_MOUSE_ENTER_EVENT, Qt::NoButton); return false;
-    case QEvent::Leave: sendMouse(KX::TOOLKIT_MOUSE_EXIT_EVENT, Qt::NoButton); return false;
+    case QEvent::KeyRelease: return takeKey(*static_cast<QKeyEvent*>(event), tick);
+    case QEvent::MouseButtonPress: pressMouse(*static_cast<QMouseEvent*>(event), tick); return false;
+    case QEvent::MouseButtonDblClick: doublePressMouse(*static_cast<QMouseEvent*>(event), tick); return false;
+    case QEvent::MouseButtonRelease: releaseMouse(*static_cast<QMouseEvent*>(event), tick); return false;
+    case QEvent::MouseMove: moveMouse(*static_cast<QMouseEvent*>(event), tick); return false;
+    case QEvent::Wheel: return takeWheel(*static_cast<QWheelEvent*>(event), tick);
+    case QEvent::Enter: sendMouse(TOOLKIT_MOUSE_ENTER_EVENT, Qt::NoButton, tick); return false;
+    case QEvent::Leave: sendMouse(TOOLKIT_MOUSE_EXIT_EVENT, Qt::NoButton, tick); return false;
     case QEvent::TouchCancel:
         // Qt will also release the left button, which stands for the touch. That release is not reported.
-        escapeButtons(heldButtons);
+        escapeButtons(heldButtons, tick);
         return false;
     default: return false;
     }
 }
 
-bool ToolkitLayer::windowWidgetGets(QEvent* event) {
+bool InputFilter::windowWidgetGets(QEvent* event) {
     switch (event->type()) {
     case QEvent::WindowDeactivate:
     case QEvent::WindowBlocked:
-    case QEvent::Hide:
-        escapeButtons(heldButtons);
-        releaseHeldKeys();
-        break;
+    case QEvent::Hide: releaseAll(); break;
     default: break;
     }
     return false;
 }
 
-bool ToolkitLayer::takeKey(const QKeyEvent& event) {
+unsigned int InputFilter::tickOf(const QInputEvent& event) {
+    const auto stamp = system.stampsInput ? static_cast<std::uint32_t>(event.timestamp()) : InputClock::noStamp;
+    return clock.tickOf(stamp, KXTick::getTickCount());
+}
+
+unsigned int InputFilter::tickOfNow() {
+    return clock.tickOf(InputClock::noStamp, KXTick::getTickCount());
+}
+
+bool InputFilter::takeKey(const QKeyEvent& event, unsigned int tick) {
     const bool endsReportedPress = event.type() == QEvent::KeyRelease && heldKeys.contains(event.key());
     if (keysBelongToWidget() && !endsReportedPress)
         return false;
-    reportKey(event);
+    reportKey(event, tick);
     return true;
 }
 
-void ToolkitLayer::reportKey(const QKeyEvent& event) {
+void InputFilter::reportKey(const QKeyEvent& event, unsigned int tick) {
     const bool press = event.type() == QEvent::KeyPress;
     if (event.isAutoRepeat() || (press && provesAutoRepeat(event))) {
-        reportAutoRepeat(event);
+        reportAutoRepeat(event, tick);
     } else if (press) {
-        sendKey(KX::TOOLKIT_KEY_PRESS_EVENT, event.key());
+        sendKey(TOOLKIT_KEY_PRESS_EVENT, event.key(), tick);
         heldKeys.insert(event.key(), event.timestamp());
     } else if (mayBeAutoRepeat(event)) {
-        suspectRelease(event);
+        suspectRelease(event, tick);
     } else {
-        sendKey(KX::TOOLKIT_KEY_RELEASE_EVENT, event.key());
+        sendKey(TOOLKIT_KEY_RELEASE_EVENT, event.key(), tick);
         heldKeys.remove(event.key());
     }
 }
 
-void ToolkitLayer::reportAutoRepeat(const QKeyEvent& event) {
+void InputFilter::reportAutoRepeat(const QKeyEvent& event, unsigned int tick) {
     const bool press = event.type() == QEvent::KeyPress;
     if (press && provesAutoRepeat(event)) {
-        const unsigned int tick = suspectedRelease->tick;
+        const unsigned int releaseTick = suspectedRelease->tick;
         suspectedRelease.reset();
         suspicionTimer.stop();
-        sendKeyAt(tick, KX::TOOLKIT_KEY_AUTO_REPEAT_RELEASE_EVENT, event.key());
+        sendKey(TOOLKIT_KEY_AUTO_REPEAT_RELEASE_EVENT, event.key(), releaseTick);
     }
-    sendKey(press ? KX::TOOLKIT_KEY_AUTO_REPEAT_PRESS_EVENT : KX::TOOLKIT_KEY_AUTO_REPEAT_RELEASE_EVENT,
-            event.key());
+    sendKey(press ? TOOLKIT_KEY_AUTO_REPEAT_PRESS_EVENT : TOOLKIT_KEY_AUTO_REPEAT_RELEASE_EVENT, event.key(),
+            tick);
 }
 
-bool ToolkitLayer::mayBeAutoRepeat(const QKeyEvent& release) const {
-    if (repeats == Repeats::AreMarked)
+bool InputFilter::mayBeAutoRepeat(const QKeyEvent& release) const {
+    if (!system.repeatsLookTyped)
         return false;
     const auto held = heldKeys.constFind(release.key());
     // Keys from the library have no time and never repeat.
@@ -136,130 +157,136 @@ bool ToolkitLayer::mayBeAutoRepeat(const QKeyEvent& release) const {
            release.timestamp() - held.value() >= shortestRepeatDelayMs;
 }
 
-bool ToolkitLayer::provesAutoRepeat(const QKeyEvent& press) const {
+bool InputFilter::provesAutoRepeat(const QKeyEvent& press) const {
     return suspectedRelease && suspectedRelease->osKeyCode == press.key() &&
            suspectedRelease->windowSystemTime == press.timestamp();
 }
 
-void ToolkitLayer::suspectRelease(const QKeyEvent& release) {
+void InputFilter::suspectRelease(const QKeyEvent& release, unsigned int tick) {
     reportSuspectedRelease();
-    suspectedRelease = SuspectedRelease{release.key(), release.timestamp(), KX::KXTick::getTickCount()};
+    suspectedRelease = SuspectedRelease{release.key(), release.timestamp(), tick};
     suspicionTimer.start();
 }
 
-void ToolkitLayer::reportSuspectedRelease() {
+void InputFilter::reportSuspectedRelease() {
     suspicionTimer.stop();
     const std::optional<SuspectedRelease> release = std::exchange(suspectedRelease, std::nullopt);
     if (!release)
         return;
     heldKeys.remove(release->osKeyCode);
-    sendKeyAt(release->tick, KX::TOOLKIT_KEY_RELEASE_EVENT, release->osKeyCode);
+    sendKey(TOOLKIT_KEY_RELEASE_EVENT, release->osKeyCode, release->tick);
 }
 
-void ToolkitLayer::pressMouse(const QMouseEvent& event) {
+bool InputFilter::widgetOwns(const QPoint& position, InputKind kind) const {
+    const QWidget* const child = window->childAt(position);
+    return ownsInput(child ? *child : *window, kind);
+}
+
+void InputFilter::pressMouse(const QMouseEvent& event, unsigned int tick) {
     // While one button is held outside the window, Qt also delivers presses of other buttons there.
-    if (!window.rect().contains(event.pos()))
+    if (!window->rect().contains(event.pos()))
         return;
     // The release and the moves of this press are ignored too.
-    if (SeparateDevice::ownsPress(window, event.pos()))
+    if (widgetOwns(event.pos(), InputKind::Presses))
         return;
     heldButtons |= event.button();
     lastMovePosition = event.pos();
-    sendMouse(KX::TOOLKIT_MOUSE_PRESS_EVENT, event.button());
+    sendMouse(TOOLKIT_MOUSE_PRESS_EVENT, event.button(), tick);
 }
 
 // The manager finds double presses itself and ignores the toolkit's. A native window gets the second press and
 // then the double click; a widget gets the double click instead of the press. In both cases the second press must
 // be reported once.
-void ToolkitLayer::doublePressMouse(const QMouseEvent& event) {
+void InputFilter::doublePressMouse(const QMouseEvent& event, unsigned int tick) {
     if (heldButtons.testFlag(event.button()))
-        sendMouse(KX::TOOLKIT_MOUSE_DOUBLE_PRESS_EVENT, event.button());
+        sendMouse(TOOLKIT_MOUSE_DOUBLE_PRESS_EVENT, event.button(), tick);
     else
-        pressMouse(event);
+        pressMouse(event, tick);
 }
 
-void ToolkitLayer::releaseMouse(const QMouseEvent& event) {
+void InputFilter::releaseMouse(const QMouseEvent& event, unsigned int tick) {
     if (!heldButtons.testFlag(event.button()))
         return; // pressed elsewhere, or escaped already
-    if (!window.rect().contains(event.pos())) {
-        escapeButtons(event.button());
+    if (!window->rect().contains(event.pos())) {
+        escapeButtons(event.button(), tick);
         return;
     }
     heldButtons &= ~Qt::MouseButtons(event.button());
-    sendMouse(KX::TOOLKIT_MOUSE_RELEASE_EVENT, event.button());
+    sendMouse(TOOLKIT_MOUSE_RELEASE_EVENT, event.button(), tick);
 }
 
-void ToolkitLayer::moveMouse(const QMouseEvent& event) {
+void InputFilter::moveMouse(const QMouseEvent& event, unsigned int tick) {
     // A release can get lost, for example when another program grabs the pointer. The next move shows it.
-    escapeButtons(heldButtons & ~event.buttons());
+    escapeButtons(heldButtons & ~event.buttons(), tick);
     const bool movedEnough = (event.pos() - lastMovePosition).manhattanLength() >= moveDistance;
     if (heldButtons == Qt::NoButton || !movedEnough)
         return;
     lastMovePosition = event.pos();
     const auto lowestHeld = static_cast<unsigned int>(heldButtons) & -static_cast<unsigned int>(heldButtons);
-    sendMouse(KX::TOOLKIT_MOUSE_MOVE_EVENT, static_cast<Qt::MouseButton>(lowestHeld));
+    sendMouse(TOOLKIT_MOUSE_MOVE_EVENT, static_cast<Qt::MouseButton>(lowestHeld), tick);
 }
 
-bool ToolkitLayer::takeWheel(const QWheelEvent& event) {
-    if (SeparateDevice::ownsWheel(window, event.position().toPoint()))
+bool InputFilter::takeWheel(const QWheelEvent& event, unsigned int tick) {
+    if (widgetOwns(event.position().toPoint(), InputKind::Wheel))
         return false;
-    turnWheel(event);
+    turnWheel(event, tick);
     return true;
 }
 
-void ToolkitLayer::turnWheel(const QWheelEvent& event) {
+void InputFilter::turnWheel(const QWheelEvent& event, unsigned int tick) {
     const int detents = wheelDetents.turn(event.angleDelta().y());
     if (detents == 0)
         return;
-    KX::KXToolkitEvent turn;
-    turn.eventType = KX::TOOLKIT_WHEEL_EVENT;
+    KXToolkitEvent turn;
     turn.count = std::abs(detents);
-    turn.keyCode = detents > 0 ? KX::KX_KEY_UP : KX::KX_KEY_DOWN;
-    send(turn);
+    turn.keyCode = detents > 0 ? KX_KEY_UP : KX_KEY_DOWN;
+    send(turn, TOOLKIT_WHEEL_EVENT, tick);
 }
 
-void ToolkitLayer::escapeButtons(Qt::MouseButtons buttons) {
+void InputFilter::releaseAll() {
+    if (heldButtons == Qt::NoButton && heldKeys.isEmpty())
+        return;
+    const unsigned int tick = tickOfNow();
+    escapeButtons(heldButtons, tick);
+    releaseHeldKeys(tick);
+}
+
+void InputFilter::escapeButtons(Qt::MouseButtons buttons, unsigned int tick) {
     for (unsigned int bit = Qt::LeftButton; bit <= Qt::MaxMouseButton; bit <<= 1U) {
         const auto button = static_cast<Qt::MouseButton>(bit);
         if (!buttons.testFlag(button))
             continue;
         heldButtons &= ~Qt::MouseButtons(button);
-        sendMouse(KX::TOOLKIT_MOUSE_ESCAPE_EVENT, button);
+        sendMouse(TOOLKIT_MOUSE_ESCAPE_EVENT, button, tick);
     }
 }
 
-void ToolkitLayer::releaseHeldKeys() {
+void InputFilter::releaseHeldKeys(unsigned int tick) {
     reportSuspectedRelease();
     const QList<int> released = heldKeys.keys();
     heldKeys.clear();
     for (const int osKeyCode : released)
-        sendKey(KX::TOOLKIT_KEY_RELEASE_EVENT, osKeyCode);
+        sendKey(TOOLKIT_KEY_RELEASE_EVENT, osKeyCode, tick);
 }
 
-void ToolkitLayer::send(KX::KXToolkitEvent& event) {
+// What was held back comes first.
+void InputFilter::send(KXToolkitEvent& event, int type, unsigned int tick) {
     reportSuspectedRelease();
-    event.timeStamp = KX::KXTick::getTickCount();
-    report(event);
-}
-
-void ToolkitLayer::sendKey(int type, int osKeyCode) {
-    reportSuspectedRelease();
-    sendKeyAt(KX::KXTick::getTickCount(), type, osKeyCode);
-}
-
-void ToolkitLayer::sendKeyAt(unsigned int tick, int type, int osKeyCode) {
-    KX::KXToolkitEvent event;
     event.eventType = type;
-    event.osKeyCode = osKeyCode;
     event.timeStamp = tick;
     report(event);
 }
 
-void ToolkitLayer::sendMouse(int type, Qt::MouseButton button) {
-    KX::KXToolkitEvent event;
-    event.eventType = type;
-    event.eventData[1] = static_cast<unsigned int>(button);
-    send(event);
+void InputFilter::sendKey(int type, int osKeyCode, unsigned int tick) {
+    KXToolkitEvent event;
+    event.osKeyCode = osKeyCode;
+    send(event, type, tick);
 }
 
-} // namespace Terminal
+void InputFilter::sendMouse(int type, Qt::MouseButton button, unsigned int tick) {
+    KXToolkitEvent event;
+    event.eventData[1] = static_cast<unsigned int>(button);
+    send(event, type, tick);
+}
+
+} // namespace KX

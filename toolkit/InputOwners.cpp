@@ -1,41 +1,36 @@
-#include "terminal/SeparateDevice.h"
+#include "toolkit/InputOwners.h"
 
 #include <QVariant>
 #include <QWidget>
 
-namespace Terminal {
+namespace KX {
 
 namespace {
 
-const char* const pressMark = "separateDeviceTakesPresses";
-const char* const wheelMark = "separateDeviceTakesWheel";
-
-bool isMarked(const QWidget& window, const QPoint& position, const char* mark) {
-    const QWidget* widget = window.childAt(position);
-    while (widget && widget != &window) {
-        if (widget->property(mark).toBool())
-            return true;
-        widget = widget->parentWidget();
+// A property goes with its widget, so nothing is left behind when that is destroyed.
+const char* markOf(InputKind kind) {
+    switch (kind) {
+    case InputKind::Presses: return "kxOwnsPresses";
+    case InputKind::Wheel: return "kxOwnsWheel";
+    case InputKind::Keys: break;
     }
-    return false;
+    return "kxOwnsKeys";
 }
 
 } // namespace
 
-void SeparateDevice::takesPresses(QWidget& widget) {
-    widget.setProperty(pressMark, true);
+void setOwnsInput(QWidget& widget, InputKind kind, bool owns) {
+    widget.setProperty(markOf(kind), owns);
 }
 
-void SeparateDevice::takesWheel(QWidget& widget) {
-    widget.setProperty(wheelMark, true);
+bool ownsInput(const QWidget& widget, InputKind kind) {
+    const QWidget* owner = &widget;
+    while (!owner->property(markOf(kind)).toBool()) {
+        if (owner->isWindow() || !owner->parentWidget())
+            return false;
+        owner = owner->parentWidget();
+    }
+    return true;
 }
 
-bool SeparateDevice::ownsPress(const QWidget& window, const QPoint& position) {
-    return isMarked(window, position, pressMark);
-}
-
-bool SeparateDevice::ownsWheel(const QWidget& window, const QPoint& position) {
-    return isMarked(window, position, wheelMark);
-}
-
-} // namespace Terminal
+} // namespace KX

@@ -1,19 +1,16 @@
 #pragma once
 
-class QPoint;
 class QWidget;
 
-/// Parts of the window that are not part of the terminal's screen, but pictures of separate devices. The device
-/// itself reports what the mouse does there, so the toolkit layer ignores it.
-namespace Terminal::SeparateDevice {
+namespace KX {
 
-/// Mouse presses that begin on \p widget or its children belong to the device.
-void takesPresses(QWidget& widget);
+enum class InputKind { Presses, Wheel, Keys };
 
-/// The wheel over \p widget or its children belongs to the device.
-void takesWheel(QWidget& widget);
+/// Marks whether \p widget and its children handle this kind of input themselves. The toolkit layer then leaves it
+/// to them and does not report it.
+void setOwnsInput(QWidget& widget, InputKind kind, bool owns);
 
-bool ownsPress(const QWidget& window, const QPoint& position);
-bool ownsWheel(const QWidget& window, const QPoint& position);
+/// Whether \p widget, or a parent of it in the same window, is marked.
+bool ownsInput(const QWidget& widget, InputKind kind);
 
-} // namespace Terminal::SeparateDevice
+} // namespace KX

@@ -1,40 +1,78 @@
-#include "terminal/EventPump.h"
+#include "toolkit/KXEventNotifier.h"
 
 #include "events/KXEventQueue.h"
 #include "input/KXInputEventManager.h"
 #include "platform/KXEndPoint.h"
 
-#include <cstddef>
+#include <QPointer>
+#include <QSocketNotifier>
+
+#include <algorithm>
 #include <stdexcept>
 
-namespace Terminal {
+namespace KX {
 
 namespace {
 
-// More than one batch stays in the pipe and triggers the notifier again. In between the window can react.
-constexpr std::size_t batchLimit = 1000;
+constexpr int closedId = -1;
 
-int readEndPointOf(KX::KXInputEventManager& manager) {
-    const auto* endPoint = dynamic_cast<KX::KXEndPoint*>(manager.getInputEventsQueue());
-    const int id = endPoint ? endPoint->getReadEndPointID() : -1;
-    if (id == -1)
+int readEndPointOf(KXInputEventManager& manager) {
+    const auto* const endPoint = dynamic_cast<KXEndPoint*>(manager.getInputEventsQueue());
+    return endPoint ? endPoint->getReadEndPointID() : closedId;
+}
+
+int readEndPointToWaitOn() {
+    if (!KXInputEventManager::hasInstance())
+        throw std::runtime_error("there is no input event manager");
+    const int id = readEndPointOf(*KXInputEventManager::getInstance());
+    if (id == closedId)
         throw std::runtime_error("the queue of classified events is not open");
     return id;
 }
 
 } // namespace
 
-EventPump::EventPump(KX::KXInputEventManager& inputEventManager)
-    : manager(inputEventManager), readable(readEndPointOf(inputEventManager), QSocketNotifier::Read) {
-    connect(&readable, &QSocketNotifier::activated, this, &EventPump::takeWaitingEvents);
+struct KXEventNotifier::State {
+    QSocketNotifier readable{readEndPointToWaitOn(), QSocketNotifier::Read};
+    bool isEmitting = false;
+
+    // The manager while it has the queue that this waits on. Any slot may have deleted it.
+    KXInputEventManager* manager() const {
+        if (!KXInputEventManager::hasInstance())
+            return nullptr;
+        KXInputEventManager* const present = KXInputEventManager::getInstance();
+        return readEndPointOf(*present) == readable.socket() ? present : nullptr;
+    }
+};
+
+KXEventNotifier::KXEventNotifier(QObject* parent) : QObject(parent), state(std::make_unique<State>()) {
+    qRegisterMetaType<KXInputEvent>(); // for connections to other threads
+    connect(&state->readable, &QSocketNotifier::activated, this, [this] { takeUpTo(mostAtOnce); });
 }
 
-void EventPump::takeWaitingEvents() {
-    ClassifiedEvents batch;
-    while (batch.size() < batchLimit && manager.hasEvents())
-        batch.push_back(manager.getNextEvent());
-    if (!batch.empty())
-        emit eventsTaken(batch);
+KXEventNotifier::~KXEventNotifier() = default;
+
+void KXEventNotifier::takeWaitingEvents() {
+    if (KXInputEventManager* const manager = state->manager())
+        takeUpTo(manager->getInputEventsQueue()->getSize());
 }
 
-} // namespace Terminal
+void KXEventNotifier::takeUpTo(std::size_t most) {
+    if (state->isEmitting)
+        return;
+    state->isEmitting = true;
+    // An event loop in a slot would find the end point readable all the time.
+    state->readable.setEnabled(false);
+    const QPointer<KXEventNotifier> self(this);
+    KXInputEventManager* manager = state->manager();
+    for (; most > 0 && manager && manager->hasEvents(); --most) {
+        emit eventOccurred(manager->getNextEvent());
+        if (!self)
+            return;
+        manager = state->manager();
+    }
+    state->isEmitting = false;
+    state->readable.setEnabled(manager != nullptr);
+}
+
+} // namespace KX

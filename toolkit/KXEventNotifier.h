@@ -1,42 +1,59 @@
 #pragma once
 
 #include "events/KXEvent.h"
+#include "platform/KXExport.h"
 
+#include <QMetaType>
 #include <QObject>
-#include <QSocketNotifier>
 
-#include <vector>
+#include <cstddef>
+#include <memory>
 
 namespace KX {
-class KXInputEventManager;
-}
 
-namespace Terminal {
-
-using ClassifiedEvents = std::vector<KX::KXInputEvent>;
-
-/// The part of the main loop that takes classified events.
+/// Takes the classified events of the input event manager in Qt's main loop and hands them on as a signal.
 ///
-/// It waits on the read end point of the manager's queue, so an idle terminal costs nothing. It hands on all
-/// waiting events as one batch, oldest first.
-class EventPump : public QObject {
+///     KX::KXEventNotifier notifier;
+///     QObject::connect(&notifier, &KX::KXEventNotifier::eventOccurred, &page, &Page::takeInput);
+///
+/// It waits on the read end point of the manager's queue, so an idle application costs nothing. Make it after the
+/// manager, on a thread with an event loop, and use it on that thread only. It belongs to the queue that the manager
+/// has at that moment. Once the manager is deleted or deinitialised it emits nothing more; a later manager needs a
+/// new notifier. Delete it before the manager, except from a slot: Qt warns about an end point that vanishes.
+///
+/// On the simulated platform end points cannot wake Qt. Tests call \ref takeWaitingEvents.
+class KX_EXPORT KXEventNotifier : public QObject {
     Q_OBJECT
 
 public:
-    /// \p manager must outlive the pump.
-    /// \throws std::runtime_error  a main loop cannot wait on the manager's queue
-    explicit EventPump(KX::KXInputEventManager& manager);
+    /// So many events at most are handed on before other parts of the main loop get their turn.
+    static constexpr std::size_t mostAtOnce = 1000;
 
-    /// Takes the waiting events. For the time after the main loop has ended.
+    /// \throws std::runtime_error  there is no manager, or its queue is not open: a main loop cannot wait on it
+    explicit KXEventNotifier(QObject* parent = nullptr);
+
+    ~KXEventNotifier() override;
+
+    /// Emits the events that wait now, however many. For the time after the main loop has ended. Does nothing while
+    /// \ref eventOccurred is being emitted.
     void takeWaitingEvents();
 
-signals:
-    /// \p events has at least one event.
-    void eventsTaken(const ClassifiedEvents& events);
+Q_SIGNALS:
+    /// One event; each is emitted once, oldest first.
+    ///
+    /// A slot may do anything: delete this object or the manager, post events, run an event loop. As no event
+    /// overtakes another, an event loop in a slot gets none of this notifier. A dialog that is operated by events
+    /// while QDialog::exec runs makes a notifier of its own, which takes them until it is deleted.
+    void eventOccurred(const KX::KXInputEvent& event);
 
 private:
-    KX::KXInputEventManager& manager;
-    QSocketNotifier readable;
+    struct State;
+
+    KX_LOCAL void takeUpTo(std::size_t most);
+
+    const std::unique_ptr<State> state;
 };
 
-} // namespace Terminal
+} // namespace KX
+
+Q_DECLARE_METATYPE(KX::KXInputEvent)

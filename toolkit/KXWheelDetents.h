@@ -1,13 +1,16 @@
 #pragma once
 
-namespace Terminal {
+namespace KX {
 
-/// Turns the reports of a wheel into whole detents.
+/// Turns the reports of a wheel into whole detents, for a widget that handles the wheel itself
+/// (KXToolkitLayer::leaveWheelTo).
 ///
-/// Ordinary wheels report one detent at a time. High-resolution wheels report fractions, which add up here.
-class WheelDetents {
+/// Ordinary wheels report one detent at a time. High-resolution wheels report fractions, which add up here. Each
+/// wheel needs an object of its own.
+class KXWheelDetents {
 public:
-    /// \param angle  of the turn in eighths of a degree; positive is away from the operator
+    /// \param angle  of the turn in eighths of a degree, as QWheelEvent::angleDelta has it; positive is away from
+    ///               the operator
     /// \return whole detents that are due now; negative is towards the operator
     int turn(int angle) {
         const bool reversed = (angle < 0) != (remainder < 0);
@@ -25,4 +28,4 @@ private:
     int remainder = 0;
 };
 
-} // namespace Terminal
+} // namespace KX

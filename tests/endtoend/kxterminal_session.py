@@ -3,19 +3,16 @@
 import os
 import queue
 import signal
-import struct
 import subprocess
 import tempfile
 import threading
 import time
 import unittest
 
+from display import GENEROUS_SECONDS, Display
 from printed_event import LIBRARY_LINE, Event
 
 KXTERMINAL = os.environ["KXTERMINAL"]
-
-# For steps that take a moment, on a machine that is busy or slowed down by a sanitizer.
-GENEROUS_SECONDS = 60
 
 # Within this time everything is printed that the worker thread posts in its passes every 100 ms.
 QUIET_SECONDS = 0.7
@@ -25,50 +22,6 @@ DOUBLE_PRESS_MS = 300
 
 # How often a test tries a gesture that a busy machine may make too slowly.
 ATTEMPTS = 8
-
-
-class Display:
-    """An X server without a screen, and the tool that presses its keys."""
-
-    SIZE = (1280, 1024)
-
-    def __init__(self, size=SIZE):
-        read_end, write_end = os.pipe()
-        self.memory = tempfile.TemporaryDirectory()  # where the screen's pixels can be read
-        self.server = subprocess.Popen(
-            ["Xvfb", "-displayfd", str(write_end), "-screen", "0", "%dx%dx24" % size, "-nolisten", "tcp",
-             "-noreset", "-fbdir", self.memory.name],
-            pass_fds=[write_end], stderr=subprocess.DEVNULL)
-        os.close(write_end)
-        with os.fdopen(read_end) as number:
-            self.name = ":" + number.readline().strip()
-        if self.name == ":":
-            raise AssertionError("Xvfb has not started")
-
-    def xdotool(self, *arguments):
-        done = subprocess.run(["xdotool", *map(str, arguments)], env=dict(os.environ, DISPLAY=self.name),
-                              stdout=subprocess.PIPE, text=True, timeout=GENEROUS_SECONDS, check=True)
-        return done.stdout.strip()
-
-    def pixels(self, left, top, width, height):
-        """The pixels that the screen shows there: rows of colours, each (red, green, blue)."""
-        with open(os.path.join(self.memory.name, "Xvfb_screen0"), "rb") as file:
-            data = file.read()
-        # An X window dump: a header of 32-bit numbers, a colour table, and 4 bytes per pixel.
-        header = struct.unpack_from(">25I", data)
-        start, bytes_per_line, bits_per_pixel = header[0] + 12 * header[19], header[12], header[11]
-        assert bits_per_pixel == 32, header
-        rows = []
-        for y in range(top, top + height):
-            line = start + y * bytes_per_line
-            rows.append([tuple(data[line + 4 * x + channel] for channel in (2, 1, 0))
-                         for x in range(left, left + width)])
-        return rows
-
-    def close(self):
-        self.server.terminate()
-        self.server.wait()
-        self.memory.cleanup()
 
 
 class Terminal:
@@ -143,8 +96,8 @@ class Operator:
     def __init__(self, display, terminal):
         self.display = display
         self.terminal = terminal
-        self.window = self._wait_for_window()
-        self._focus_window()
+        self.window = display.wait_for_window("kxterminal", terminal.process)
+        display.focus(self.window)
         self.width, self.height = self._window_size()
 
     def do(self, *arguments):
@@ -153,25 +106,6 @@ class Operator:
 
     def point_at(self, x, y):
         self.do("mousemove", "--window", self.window, x, y)
-
-    def _wait_for_window(self):
-        deadline = time.monotonic() + GENEROUS_SECONDS
-        while time.monotonic() < deadline:
-            found = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", "^kxterminal$"],
-                                   env=dict(os.environ, DISPLAY=self.display.name), text=True,
-                                   stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, check=False).stdout.split()
-            if found:
-                return found[0]
-            if self.terminal.process.poll() is not None:
-                raise AssertionError("kxterminal has ended before it showed its window")
-            time.sleep(0.05)
-        raise AssertionError("the window has not appeared")
-
-    def _focus_window(self):
-        # No window manager sets the focus.
-        self.do("windowfocus", "--sync", self.window)
-        if self.display.xdotool("getwindowfocus", "-f") != self.window:
-            raise AssertionError("the window has not got the focus")
 
     def _window_size(self):
         geometry = self.display.xdotool("getwindowgeometry", "--shell", self.window)

@@ -1,9 +1,9 @@
 #include "actions/KXActionQueue.h"
 #include "platform/KXCANMessage.h"
-#include "terminal/ToolkitLayer.h"
 #include "tests/support/OffscreenKeys.h"
 #include "tests/support/OperatorTest.h"
 #include "tests/support/TestAction.h"
+#include "toolkit/KXToolkitLayer.h"
 
 #include <gmock/gmock.h>
 
@@ -35,8 +35,7 @@ protected:
         QApplication::setActiveWindow(&window);
         QApplication::processEvents();
         ASSERT_EQ(QApplication::activeWindow(), &window);
-        layer = std::make_unique<Terminal::ToolkitLayer>(
-            window, [this](KXToolkitEvent& event) { manager->toolkitEventOccurred(event); });
+        layer = std::make_unique<KXToolkitLayer>(window);
         manager->setCANRemoteOptions(keypad());
         encoderGoesTo(1000); // an earlier test may have left it anywhere
         timePasses(1000);
@@ -105,7 +104,7 @@ protected:
 
     KXActionQueue* queue = nullptr;
     QWidget window;
-    std::unique_ptr<Terminal::ToolkitLayer> layer;
+    std::unique_ptr<KXToolkitLayer> layer;
     int position = 0;
 };
 

@@ -82,24 +82,26 @@ TEST_F(ActionDeskTest, BeginsWithNothingCounted) {
 }
 
 TEST_F(ActionDeskTest, EachEventPostsAnActionAndASoftKeyOneMore) {
-    desk.takeEvents({press(0), press(6)});
+    desk.takeEvent(press(0));
+    desk.takeEvent(press(6));
     EXPECT_EQ("2 2 0 0", shown());
-    desk.takeEvents({softKey(ActionDesk::Fold)});
+    desk.takeEvent(softKey(ActionDesk::Fold));
     EXPECT_EQ("4 4 0 0", shown());
     EXPECT_EQ("unfolded, lifted, at rest", desk.implementState().toStdString());
 }
 
 TEST_F(ActionDeskTest, AFoldedImplementIsNotReadyToBeLowered) {
-    desk.takeEvents({softKey(ActionDesk::Lower)});
+    desk.takeEvent(softKey(ActionDesk::Lower));
     EXPECT_EQ("2 1 1 0", shown());
     EXPECT_EQ("\u201cLower\u201d not ready: it is folded", dropped());
     EXPECT_EQ("folded", desk.implementState().toStdString());
 
-    desk.takeEvents({softKey(ActionDesk::Fold), softKey(ActionDesk::Lower)});
+    desk.takeEvent(softKey(ActionDesk::Fold));
+    desk.takeEvent(softKey(ActionDesk::Lower));
     EXPECT_EQ("6 5 1 0", shown());
     EXPECT_EQ("unfolded, lowered, at rest", desk.implementState().toStdString());
 
-    desk.takeEvents({softKey(ActionDesk::Fold)});
+    desk.takeEvent(softKey(ActionDesk::Fold));
     EXPECT_EQ("8 6 2 0", shown());
     EXPECT_EQ("\u201cFold\u201d not ready: it is in use", dropped());
 }
@@ -109,9 +111,9 @@ TEST_F(ActionDeskTest, ASoftKeyOnTheScreenActsWithTheNextPressOfTheMouseOnly) {
     mouse.eventType = KX::MOUSE_PRESS_EVENT;
     desk.softKeyWentDown(ActionDesk::Fold);
     EXPECT_EQ("folded", desk.implementState().toStdString());
-    desk.takeEvents({mouse});
+    desk.takeEvent(mouse);
     EXPECT_EQ("unfolded, lifted, at rest", desk.implementState().toStdString());
-    desk.takeEvents({mouse});
+    desk.takeEvent(mouse);
     EXPECT_EQ("3 3 0 0", shown());
 }
 
@@ -120,7 +122,7 @@ TEST_F(ActionDeskTest, ALoopIsStoppedAndSaidOnceForEachChain) {
     // Two actions run in turns. The second is refused when it should run again.
     EXPECT_EQ("4 3 0 1", shown());
     EXPECT_EQ("Loop stopped at \u201cAdjust valve\u201d", dropped());
-    desk.takeEvents({press(KeyCodes::startLoop)});
+    desk.takeEvent(press(KeyCodes::startLoop));
     EXPECT_EQ("9 7 0 2", shown());
     EXPECT_EQ(0U, KXActionQueue::instance()->pendingItems.size());
 }
@@ -137,7 +139,7 @@ TEST_F(ActionDeskTest, WhatDoesNotFitIntoTheBudgetRunsWhenTheMainLoopHadItsTurn)
     KX::KXEvent event;
     for (int i = 0; i < 3; ++i)
         KXActionQueue::instance()->postAction(&slow, &event, nullptr);
-    desk.takeEvents({press(0)});
+    desk.takeEvent(press(0));
     EXPECT_EQ(1, slow.executed);
     EXPECT_EQ("1 0 0 0", shown());
     EXPECT_TRUE(QTest::qWaitFor([this] { return shown() == "1 1 0 0"; })) << shown();

@@ -13,11 +13,10 @@ using namespace Terminal;
 
 namespace {
 
-ClassifiedEvents twoEvents() {
-    ClassifiedEvents events(2);
-    events[0].eventType = KX::KEY_PRESS_EVENT;
-    events[1].eventType = KX::KEY_RELEASE_EVENT;
-    return events;
+KX::KXInputEvent eventOf(int type) {
+    KX::KXInputEvent event;
+    event.eventType = type;
+    return event;
 }
 
 struct Closer {
@@ -31,7 +30,9 @@ TEST(EventPrinterTest, EveryLineIsOutBeforeTheNextEventIsTaken) {
     int ends[2];
     ASSERT_EQ(0, pipe(ends));
     const File output(fdopen(ends[1], "w"));
-    EventPrinter(output.get()).print(twoEvents());
+    EventPrinter printer(output.get());
+    printer.print(eventOf(KX::KEY_PRESS_EVENT));
+    printer.print(eventOf(KX::KEY_RELEASE_EVENT));
 
     // Without a flush the pipe would still be empty, and reading would block: output stays open.
     char text[512];
@@ -47,9 +48,9 @@ TEST(EventPrinterTest, FallsSilentWhenNothingCanBeWritten) {
     const File full(std::fopen("/dev/full", "w"));
     ASSERT_NE(nullptr, full);
     EventPrinter printer(full.get());
-    printer.print(twoEvents());
+    printer.print(eventOf(KX::KEY_PRESS_EVENT));
     EXPECT_NE(0, std::ferror(full.get()));
     std::clearerr(full.get());
-    printer.print(twoEvents());
+    printer.print(eventOf(KX::KEY_RELEASE_EVENT));
     EXPECT_EQ(0, std::ferror(full.get())) << "it has tried again";
 }

@@ -6,7 +6,7 @@
 #include "terminal/KeyCodes.h"
 #include "terminal/KeypadKey.h"
 #include "terminal/KeypadKnob.h"
-#include "terminal/ToolkitLayer.h"
+#include "toolkit/KXToolkitLayer.h"
 #include "tools/keylayout/KeyLayout.h"
 
 #include <QVBoxLayout>
@@ -59,7 +59,8 @@ KX::CANRemoteOptions sharedFrame() {
 // A window with the keypad in its lower half and a toolkit layer.
 class KeypadPanelTest : public testing::Test {
 protected:
-    KeypadPanelTest() : layer(window, [this](KX::KXToolkitEvent& event) { report(event); }) {
+    KeypadPanelTest() : layer(window) {
+        layer.setReport([this](KX::KXToolkitEvent& event) { report(event); });
         KX::KXSimulation::reset();
         KX::KXInputEventManager::createInstance()->setKeyMapping(KeyCodes::functionKeys());
         auto* column = new QVBoxLayout(&window);
@@ -116,7 +117,7 @@ protected:
     KeypadPanel* panel = nullptr;
     std::vector<Frame> frames;
     std::vector<int> reported;
-    ToolkitLayer layer;
+    KX::KXToolkitLayer layer;
 };
 
 } // namespace

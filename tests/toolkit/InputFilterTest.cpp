@@ -1,7 +1,9 @@
-#include "terminal/ToolkitLayer.h"
+#include "toolkit/InputFilter.h"
 
 #include "events/KXEventType.h"
 #include "platform/simulated/KXSimulation.h"
+#include "toolkit/InputClock.h"
+#include "toolkit/InputOwners.h"
 
 #include <QCoreApplication>
 #include <QKeyEvent>
@@ -16,20 +18,20 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <ostream>
 #include <vector>
 
-using namespace Terminal;
+namespace KX {
+namespace {
 
-using KX::KXSimulation;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-namespace {
 
 struct Reported {
     int type;
     long long what; // key of the toolkit, or button
+    unsigned int tick = 0;
 };
 
 bool operator==(const Reported& left, const Reported& right) {
@@ -37,7 +39,7 @@ bool operator==(const Reported& left, const Reported& right) {
 }
 
 std::ostream& operator<<(std::ostream& stream, const Reported& reported) {
-    return stream << KX::translateEventTypeToString(reported.type) << " of " << reported.what;
+    return stream << translateEventTypeToString(reported.type) << " of " << reported.what;
 }
 
 constexpr int width = 400;
@@ -47,11 +49,11 @@ const QPoint outside(width + 5, 200);
 
 // A window with a button and a text field on a display without a screen. The operator's input goes to the native
 // window, where the window system would deliver it.
-class ToolkitLayerTest : public testing::Test {
+class InputFilterTest : public testing::Test {
 protected:
-    explicit ToolkitLayerTest(ToolkitLayer::Repeats repeats = ToolkitLayer::Repeats::MayLookTyped)
-        : layer(
-              window, [this](KX::KXToolkitEvent& event) { take(event); }, repeats) {
+    explicit InputFilterTest(WindowSystem system = {false, true})
+        : filter(
+              window, [this](KXToolkitEvent& event) { take(event); }, system, clock) {
         KXSimulation::reset();
         window.resize(width, height);
         button.setGeometry(10, 10, 100, 50);
@@ -67,14 +69,15 @@ protected:
 
     QWindow* native() const { return window.windowHandle(); }
 
-    void take(const KX::KXToolkitEvent& event) {
+    void take(const KXToolkitEvent& event) {
         EXPECT_EQ(2, event.eventClass);
         lastReport = event;
         // The pointer may be anywhere on this display.
-        if (event.eventType == KX::TOOLKIT_MOUSE_ENTER_EVENT || event.eventType == KX::TOOLKIT_MOUSE_EXIT_EVENT)
+        if (event.eventType == TOOLKIT_MOUSE_ENTER_EVENT || event.eventType == TOOLKIT_MOUSE_EXIT_EVENT)
             return;
         const bool key = event.osKeyCode != -1;
-        reports.push_back({event.eventType, key ? event.osKeyCode : static_cast<long long>(event.eventData[1])});
+        reports.push_back({event.eventType, key ? event.osKeyCode : static_cast<long long>(event.eventData[1]),
+                           event.timeStamp});
     }
 
     void turnWheel(int angle) {
@@ -109,47 +112,74 @@ protected:
     QPushButton button{&window};
     QLineEdit field{&window};
     std::vector<Reported> reports;
-    KX::KXToolkitEvent lastReport;
-    ToolkitLayer layer;
+    KXToolkitEvent lastReport;
+    InputClock clock;
+    InputFilter filter;
 };
 
-class MarkedRepeatsTest : public ToolkitLayerTest {
+class MarkedRepeatsTest : public InputFilterTest {
 protected:
-    MarkedRepeatsTest() : ToolkitLayerTest(ToolkitLayer::Repeats::AreMarked) {}
+    MarkedRepeatsTest() : InputFilterTest({false, false}) {}
 };
 
-} // namespace
+// A window system that says when an input was made, as X11 does.
+class StampedInputTest : public InputFilterTest {
+protected:
+    StampedInputTest() : InputFilterTest({true, true}) {
+        KXSimulation::setTick(10000);
+        reports.clear();
+    }
 
-TEST_F(ToolkitLayerTest, ReportsAKeyWithTheToolkitsCodeAndTheTick) {
+    void sendStamped(QInputEvent& event, unsigned long stamp) {
+        event.setTimestamp(stamp);
+        QCoreApplication::sendEvent(native(), &event);
+    }
+
+    void sendMouseAt(unsigned long stamp, QEvent::Type type, const QPoint& position = inside,
+                     Qt::MouseButtons buttons = Qt::NoButton) {
+        const bool move = type == QEvent::MouseMove;
+        QMouseEvent event(type, position, move ? Qt::NoButton : Qt::LeftButton, buttons, Qt::NoModifier);
+        sendStamped(event, stamp);
+    }
+
+    std::vector<unsigned int> ticks() const {
+        std::vector<unsigned int> all;
+        for (const Reported& report : reports)
+            all.push_back(report.tick);
+        return all;
+    }
+};
+
+TEST_F(InputFilterTest, ReportsAKeyWithTheToolkitsCodeAndTheTick) {
     KXSimulation::setTick(4711);
     QTest::keyPress(native(), Qt::Key_Up);
     EXPECT_EQ(4711U, lastReport.timeStamp);
     QTest::keyRelease(native(), Qt::Key_Up);
-    EXPECT_THAT(reports, ElementsAre(Reported{KX::TOOLKIT_KEY_PRESS_EVENT, Qt::Key_Up},
-                                     Reported{KX::TOOLKIT_KEY_RELEASE_EVENT, Qt::Key_Up}));
+    EXPECT_THAT(reports, ElementsAre(Reported{TOOLKIT_KEY_PRESS_EVENT, Qt::Key_Up},
+                                     Reported{TOOLKIT_KEY_RELEASE_EVENT, Qt::Key_Up}));
     EXPECT_EQ(-1, lastReport.keyCode);
     EXPECT_EQ(-1, lastReport.count);
 }
 
-TEST_F(ToolkitLayerTest, ReportsAutoRepeatAsSuch) {
+TEST_F(InputFilterTest, ReportsAutoRepeatAsSuch) {
     for (const QEvent::Type type : {QEvent::KeyRelease, QEvent::KeyPress}) {
         QKeyEvent repeat(type, Qt::Key_End, Qt::NoModifier, QString(), true);
         QCoreApplication::sendEvent(native(), &repeat);
     }
-    EXPECT_THAT(reports, ElementsAre(Reported{KX::TOOLKIT_KEY_AUTO_REPEAT_RELEASE_EVENT, Qt::Key_End},
-                                     Reported{KX::TOOLKIT_KEY_AUTO_REPEAT_PRESS_EVENT, Qt::Key_End}));
+    EXPECT_THAT(reports, ElementsAre(Reported{TOOLKIT_KEY_AUTO_REPEAT_RELEASE_EVENT, Qt::Key_End},
+                                     Reported{TOOLKIT_KEY_AUTO_REPEAT_PRESS_EVENT, Qt::Key_End}));
 }
 
-TEST_F(ToolkitLayerTest, AReleaseAndAPressOfTheSameTimeAreAutoRepeat) {
+TEST_F(InputFilterTest, AReleaseAndAPressOfTheSameTimeAreAutoRepeat) {
     sendKey(QEvent::KeyPress, 1000);
     for (const unsigned long repeated : {1500UL, 1540UL}) {
         sendKey(QEvent::KeyRelease, repeated);
         sendKey(QEvent::KeyPress, repeated);
     }
-    const Reported repeatRelease{KX::TOOLKIT_KEY_AUTO_REPEAT_RELEASE_EVENT, Qt::Key_End};
-    const Reported repeatPress{KX::TOOLKIT_KEY_AUTO_REPEAT_PRESS_EVENT, Qt::Key_End};
-    EXPECT_THAT(reports, ElementsAre(Reported{KX::TOOLKIT_KEY_PRESS_EVENT, Qt::Key_End}, repeatRelease,
-                                     repeatPress, repeatRelease, repeatPress));
+    const Reported repeatRelease{TOOLKIT_KEY_AUTO_REPEAT_RELEASE_EVENT, Qt::Key_End};
+    const Reported repeatPress{TOOLKIT_KEY_AUTO_REPEAT_PRESS_EVENT, Qt::Key_End};
+    EXPECT_THAT(reports, ElementsAre(Reported{TOOLKIT_KEY_PRESS_EVENT, Qt::Key_End}, repeatRelease, repeatPress,
+                                     repeatRelease, repeatPress));
 }
 
 TEST_F(MarkedRepeatsTest, TwoTapsThatWereReadLateStayTaps) {
@@ -157,57 +187,57 @@ TEST_F(MarkedRepeatsTest, TwoTapsThatWereReadLateStayTaps) {
         sendKey(QEvent::KeyPress, time);
         sendKey(QEvent::KeyRelease, 1100);
     }
-    const Reported press{KX::TOOLKIT_KEY_PRESS_EVENT, Qt::Key_End};
-    const Reported release{KX::TOOLKIT_KEY_RELEASE_EVENT, Qt::Key_End};
+    const Reported press{TOOLKIT_KEY_PRESS_EVENT, Qt::Key_End};
+    const Reported release{TOOLKIT_KEY_RELEASE_EVENT, Qt::Key_End};
     EXPECT_THAT(reports, ElementsAre(press, release, press, release));
 }
 
-TEST_F(ToolkitLayerTest, AReleaseThatNoPressFollowsIsReportedWithItsOwnTime) {
+TEST_F(InputFilterTest, AReleaseThatNoPressFollowsIsReportedWithItsOwnTime) {
     sendKey(QEvent::KeyPress, 1000);
     KXSimulation::setTick(77);
     sendKey(QEvent::KeyRelease, 3300);
     KXSimulation::setTick(99);
     EXPECT_EQ(1U, reports.size());
     EXPECT_TRUE(QTest::qWaitFor([this] { return reports.size() == 2; }));
-    EXPECT_EQ(KX::TOOLKIT_KEY_RELEASE_EVENT, lastReport.eventType);
+    EXPECT_EQ(TOOLKIT_KEY_RELEASE_EVENT, lastReport.eventType);
     EXPECT_EQ(77U, lastReport.timeStamp);
 }
 
-TEST_F(ToolkitLayerTest, AReleaseThatAPressOfAnotherTimeFollowsIsReportedBeforeIt) {
+TEST_F(InputFilterTest, AReleaseThatAPressOfAnotherTimeFollowsIsReportedBeforeIt) {
     sendKey(QEvent::KeyPress, 1000);
     sendKey(QEvent::KeyRelease, 3300);
     sendKey(QEvent::KeyPress, 3301);
-    const Reported press{KX::TOOLKIT_KEY_PRESS_EVENT, Qt::Key_End};
-    EXPECT_THAT(reports, ElementsAre(press, Reported{KX::TOOLKIT_KEY_RELEASE_EVENT, Qt::Key_End}, press));
+    const Reported press{TOOLKIT_KEY_PRESS_EVENT, Qt::Key_End};
+    EXPECT_THAT(reports, ElementsAre(press, Reported{TOOLKIT_KEY_RELEASE_EVENT, Qt::Key_End}, press));
 }
 
-TEST_F(ToolkitLayerTest, AReleaseIsReportedBeforeWhateverComesNext) {
+TEST_F(InputFilterTest, AReleaseIsReportedBeforeWhateverComesNext) {
     sendKey(QEvent::KeyPress, 1000);
     sendKey(QEvent::KeyRelease, 3300);
     turnWheel(120);
     ASSERT_EQ(3U, reports.size());
-    EXPECT_EQ(KX::TOOLKIT_KEY_RELEASE_EVENT, reports[1].type);
-    EXPECT_EQ(KX::TOOLKIT_WHEEL_EVENT, reports[2].type);
+    EXPECT_EQ(TOOLKIT_KEY_RELEASE_EVENT, reports[1].type);
+    EXPECT_EQ(TOOLKIT_WHEEL_EVENT, reports[2].type);
 }
 
-TEST_F(ToolkitLayerTest, TheReleaseOfATapIsReportedAtOnce) {
-    for (const int heldMs : {ToolkitLayer::shortestRepeatDelayMs - 1, ToolkitLayer::shortestRepeatDelayMs}) {
+TEST_F(InputFilterTest, TheReleaseOfATapIsReportedAtOnce) {
+    for (const int heldMs : {InputFilter::shortestRepeatDelayMs - 1, InputFilter::shortestRepeatDelayMs}) {
         reports.clear();
         sendKey(QEvent::KeyPress, 5000);
         sendKey(QEvent::KeyRelease, 5000UL + static_cast<unsigned long>(heldMs));
-        EXPECT_EQ(heldMs < ToolkitLayer::shortestRepeatDelayMs ? 2U : 1U, reports.size()) << "held for " << heldMs;
+        EXPECT_EQ(heldMs < InputFilter::shortestRepeatDelayMs ? 2U : 1U, reports.size()) << "held for " << heldMs;
     }
 }
 
-TEST_F(ToolkitLayerTest, ReportsAKeyThatTheLibraryPostsToTheWindow) {
+TEST_F(InputFilterTest, ReportsAKeyThatTheLibraryPostsToTheWindow) {
     QCoreApplication::postEvent(&window, new QKeyEvent(QEvent::KeyPress, Qt::Key_Home, Qt::NoModifier));
     QCoreApplication::postEvent(&window, new QKeyEvent(QEvent::KeyRelease, Qt::Key_Home, Qt::NoModifier));
     QCoreApplication::processEvents();
-    EXPECT_THAT(reports, ElementsAre(Reported{KX::TOOLKIT_KEY_PRESS_EVENT, Qt::Key_Home},
-                                     Reported{KX::TOOLKIT_KEY_RELEASE_EVENT, Qt::Key_Home}));
+    EXPECT_THAT(reports, ElementsAre(Reported{TOOLKIT_KEY_PRESS_EVENT, Qt::Key_Home},
+                                     Reported{TOOLKIT_KEY_RELEASE_EVENT, Qt::Key_Home}));
 }
 
-TEST_F(ToolkitLayerTest, KeysReachNoWidget) {
+TEST_F(InputFilterTest, KeysReachNoWidget) {
     button.setFocusPolicy(Qt::StrongFocus);
     button.setFocus();
     bool clicked = false;
@@ -219,7 +249,7 @@ TEST_F(ToolkitLayerTest, KeysReachNoWidget) {
     EXPECT_TRUE(button.hasFocus());
 }
 
-TEST_F(ToolkitLayerTest, KeysAreThoseOfAFieldForTextWhileItHasTheFocus) {
+TEST_F(InputFilterTest, KeysAreThoseOfAFieldForTextWhileItHasTheFocus) {
     field.setFocus();
     QTest::keyClick(native(), Qt::Key_7, Qt::NoModifier);
     QTest::keyClick(native(), Qt::Key_Escape);
@@ -227,68 +257,68 @@ TEST_F(ToolkitLayerTest, KeysAreThoseOfAFieldForTextWhileItHasTheFocus) {
     EXPECT_THAT(reports, IsEmpty());
 }
 
-TEST_F(ToolkitLayerTest, AKeyThatWasReportedIsReportedAsReleasedInAFieldForTextToo) {
+TEST_F(InputFilterTest, AKeyThatWasReportedIsReportedAsReleasedInAFieldForTextToo) {
     QTest::keyPress(native(), Qt::Key_End);
     field.setFocus();
     QTest::keyRelease(native(), Qt::Key_End);
-    EXPECT_THAT(reports, ElementsAre(Reported{KX::TOOLKIT_KEY_PRESS_EVENT, Qt::Key_End},
-                                     Reported{KX::TOOLKIT_KEY_RELEASE_EVENT, Qt::Key_End}));
+    EXPECT_THAT(reports, ElementsAre(Reported{TOOLKIT_KEY_PRESS_EVENT, Qt::Key_End},
+                                     Reported{TOOLKIT_KEY_RELEASE_EVENT, Qt::Key_End}));
 }
 
-TEST_F(ToolkitLayerTest, KeysHeldWhenTheWindowStopsBeingActiveAreReleased) {
+TEST_F(InputFilterTest, KeysHeldWhenTheWindowStopsBeingActiveAreReleased) {
     QTest::keyPress(native(), Qt::Key_End);
     send(&window, QEvent::WindowDeactivate);
     send(&window, QEvent::WindowDeactivate);
-    EXPECT_THAT(reports, ElementsAre(Reported{KX::TOOLKIT_KEY_PRESS_EVENT, Qt::Key_End},
-                                     Reported{KX::TOOLKIT_KEY_RELEASE_EVENT, Qt::Key_End}));
+    EXPECT_THAT(reports, ElementsAre(Reported{TOOLKIT_KEY_PRESS_EVENT, Qt::Key_End},
+                                     Reported{TOOLKIT_KEY_RELEASE_EVENT, Qt::Key_End}));
 }
 
-TEST_F(ToolkitLayerTest, ReportsAMouseButtonOnceAndLetsTheWidgetReact) {
+TEST_F(InputFilterTest, ReportsAMouseButtonOnceAndLetsTheWidgetReact) {
     KXSimulation::setTick(99);
     bool clicked = false;
     QObject::connect(&button, &QPushButton::clicked, [&] { clicked = true; });
     QTest::mouseClick(native(), Qt::LeftButton, Qt::NoModifier, button.geometry().center());
-    EXPECT_THAT(reports, ElementsAre(Reported{KX::TOOLKIT_MOUSE_PRESS_EVENT, Qt::LeftButton},
-                                     Reported{KX::TOOLKIT_MOUSE_RELEASE_EVENT, Qt::LeftButton}));
+    EXPECT_THAT(reports, ElementsAre(Reported{TOOLKIT_MOUSE_PRESS_EVENT, Qt::LeftButton},
+                                     Reported{TOOLKIT_MOUSE_RELEASE_EVENT, Qt::LeftButton}));
     EXPECT_EQ(99U, lastReport.timeStamp);
     EXPECT_EQ(-1, lastReport.osKeyCode);
     EXPECT_TRUE(clicked);
 }
 
-TEST_F(ToolkitLayerTest, ADoubleClickIsTwoPresses) {
+TEST_F(InputFilterTest, ADoubleClickIsTwoPresses) {
     QTest::mouseDClick(native(), Qt::LeftButton, Qt::NoModifier, inside);
     std::vector<Reported> counted;
     for (const Reported& report : reports)
-        if (report.type != KX::TOOLKIT_MOUSE_DOUBLE_PRESS_EVENT) // the manager ignores it
+        if (report.type != TOOLKIT_MOUSE_DOUBLE_PRESS_EVENT) // the manager ignores it
             counted.push_back(report);
-    const Reported press{KX::TOOLKIT_MOUSE_PRESS_EVENT, Qt::LeftButton};
-    const Reported release{KX::TOOLKIT_MOUSE_RELEASE_EVENT, Qt::LeftButton};
+    const Reported press{TOOLKIT_MOUSE_PRESS_EVENT, Qt::LeftButton};
+    const Reported release{TOOLKIT_MOUSE_RELEASE_EVENT, Qt::LeftButton};
     EXPECT_THAT(counted, ElementsAre(press, release, press, release));
 }
 
-TEST_F(ToolkitLayerTest, ADoubleClickInsteadOfTheSecondPressIsAPress) {
+TEST_F(InputFilterTest, ADoubleClickInsteadOfTheSecondPressIsAPress) {
     for (const QEvent::Type type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease,
                                     QEvent::MouseButtonDblClick, QEvent::MouseButtonRelease})
         sendMouse(type, inside, Qt::RightButton);
-    const Reported press{KX::TOOLKIT_MOUSE_PRESS_EVENT, Qt::RightButton};
-    const Reported release{KX::TOOLKIT_MOUSE_RELEASE_EVENT, Qt::RightButton};
+    const Reported press{TOOLKIT_MOUSE_PRESS_EVENT, Qt::RightButton};
+    const Reported release{TOOLKIT_MOUSE_RELEASE_EVENT, Qt::RightButton};
     EXPECT_THAT(reports, ElementsAre(press, release, press, release));
 }
 
-TEST_F(ToolkitLayerTest, APressOutsideTheWindowIsNotReported) {
+TEST_F(InputFilterTest, APressOutsideTheWindowIsNotReported) {
     sendMouse(QEvent::MouseButtonPress, outside);
     sendMouse(QEvent::MouseButtonRelease, inside);
     EXPECT_THAT(reports, IsEmpty());
 }
 
-TEST_F(ToolkitLayerTest, AReleaseOutsideTheWindowIsAnEscape) {
+TEST_F(InputFilterTest, AReleaseOutsideTheWindowIsAnEscape) {
     sendMouse(QEvent::MouseButtonPress, inside);
     sendMouse(QEvent::MouseButtonRelease, outside);
-    EXPECT_THAT(reports, ElementsAre(Reported{KX::TOOLKIT_MOUSE_PRESS_EVENT, Qt::LeftButton},
-                                     Reported{KX::TOOLKIT_MOUSE_ESCAPE_EVENT, Qt::LeftButton}));
+    EXPECT_THAT(reports, ElementsAre(Reported{TOOLKIT_MOUSE_PRESS_EVENT, Qt::LeftButton},
+                                     Reported{TOOLKIT_MOUSE_ESCAPE_EVENT, Qt::LeftButton}));
 }
 
-TEST_F(ToolkitLayerTest, APressThatIsTakenAwayIsAnEscapeAndItsReleaseIsNothing) {
+TEST_F(InputFilterTest, APressThatIsTakenAwayIsAnEscapeAndItsReleaseIsNothing) {
     struct Case {
         const char* name;
         QObject* receiver;
@@ -308,53 +338,53 @@ TEST_F(ToolkitLayerTest, APressThatIsTakenAwayIsAnEscapeAndItsReleaseIsNothing) 
             send(taken.receiver, taken.type);
         }
         sendMouse(QEvent::MouseButtonRelease, inside);
-        EXPECT_THAT(reports, ElementsAre(Reported{KX::TOOLKIT_MOUSE_PRESS_EVENT, Qt::LeftButton},
-                                         Reported{KX::TOOLKIT_MOUSE_ESCAPE_EVENT, Qt::LeftButton}));
+        EXPECT_THAT(reports, ElementsAre(Reported{TOOLKIT_MOUSE_PRESS_EVENT, Qt::LeftButton},
+                                         Reported{TOOLKIT_MOUSE_ESCAPE_EVENT, Qt::LeftButton}));
     }
 }
 
-TEST_F(ToolkitLayerTest, ALostReleaseIsAnEscapeAsSoonAsAMoveTells) {
+TEST_F(InputFilterTest, ALostReleaseIsAnEscapeAsSoonAsAMoveTells) {
     sendMouse(QEvent::MouseButtonPress, inside);
     moveTo(inside + QPoint(50, 0), Qt::NoButton);
-    EXPECT_THAT(reports, ElementsAre(Reported{KX::TOOLKIT_MOUSE_PRESS_EVENT, Qt::LeftButton},
-                                     Reported{KX::TOOLKIT_MOUSE_ESCAPE_EVENT, Qt::LeftButton}));
+    EXPECT_THAT(reports, ElementsAre(Reported{TOOLKIT_MOUSE_PRESS_EVENT, Qt::LeftButton},
+                                     Reported{TOOLKIT_MOUSE_ESCAPE_EVENT, Qt::LeftButton}));
 }
 
-TEST_F(ToolkitLayerTest, ATouchIsTheLeftButton) {
+TEST_F(InputFilterTest, ATouchIsTheLeftButton) {
     QTouchDevice* screen = QTest::createTouchDevice();
     QTest::touchEvent(native(), screen).press(0, inside, native());
     QTest::touchEvent(native(), screen).release(0, inside, native());
-    EXPECT_THAT(reports, ElementsAre(Reported{KX::TOOLKIT_MOUSE_PRESS_EVENT, Qt::LeftButton},
-                                     Reported{KX::TOOLKIT_MOUSE_RELEASE_EVENT, Qt::LeftButton}));
+    EXPECT_THAT(reports, ElementsAre(Reported{TOOLKIT_MOUSE_PRESS_EVENT, Qt::LeftButton},
+                                     Reported{TOOLKIT_MOUSE_RELEASE_EVENT, Qt::LeftButton}));
 }
 
-TEST_F(ToolkitLayerTest, MovesAreReportedWhileAButtonIsDown) {
+TEST_F(InputFilterTest, MovesAreReportedWhileAButtonIsDown) {
     moveTo(inside, Qt::NoButton);
     moveTo(inside + QPoint(50, 0), Qt::NoButton);
     EXPECT_THAT(reports, IsEmpty());
     sendMouse(QEvent::MouseButtonPress, inside, Qt::RightButton);
     moveTo(inside + QPoint(50, 0), Qt::RightButton);
-    EXPECT_THAT(reports, ElementsAre(Reported{KX::TOOLKIT_MOUSE_PRESS_EVENT, Qt::RightButton},
-                                     Reported{KX::TOOLKIT_MOUSE_MOVE_EVENT, Qt::RightButton}));
+    EXPECT_THAT(reports, ElementsAre(Reported{TOOLKIT_MOUSE_PRESS_EVENT, Qt::RightButton},
+                                     Reported{TOOLKIT_MOUSE_MOVE_EVENT, Qt::RightButton}));
 }
 
-TEST_F(ToolkitLayerTest, AFingerAtRestIsSilentUpToTheMoveDistance) {
+TEST_F(InputFilterTest, AFingerAtRestIsSilentUpToTheMoveDistance) {
     sendMouse(QEvent::MouseButtonPress, inside);
     reports.clear();
-    moveTo(inside + QPoint(ToolkitLayer::moveDistance - 1, 0), Qt::LeftButton);
-    moveTo(inside - QPoint(0, ToolkitLayer::moveDistance - 1), Qt::LeftButton);
+    moveTo(inside + QPoint(InputFilter::moveDistance - 1, 0), Qt::LeftButton);
+    moveTo(inside - QPoint(0, InputFilter::moveDistance - 1), Qt::LeftButton);
     EXPECT_THAT(reports, IsEmpty());
-    moveTo(inside + QPoint(0, ToolkitLayer::moveDistance), Qt::LeftButton);
+    moveTo(inside + QPoint(0, InputFilter::moveDistance), Qt::LeftButton);
     EXPECT_EQ(1U, reports.size());
-    moveTo(inside + QPoint(1, ToolkitLayer::moveDistance), Qt::LeftButton);
+    moveTo(inside + QPoint(1, InputFilter::moveDistance), Qt::LeftButton);
     EXPECT_EQ(1U, reports.size()) << "the distance counts from the last report";
-    moveTo(inside + QPoint(2, 2 * ToolkitLayer::moveDistance), Qt::LeftButton);
+    moveTo(inside + QPoint(2, 2 * InputFilter::moveDistance), Qt::LeftButton);
     EXPECT_EQ(2U, reports.size());
 }
 
-TEST_F(ToolkitLayerTest, AWheelTurnCarriesItsStepsAndTheStepKeyOfItsDirection) {
+TEST_F(InputFilterTest, AWheelTurnCarriesItsStepsAndTheStepKeyOfItsDirection) {
     turnWheel(120);
-    EXPECT_EQ(KX::TOOLKIT_WHEEL_EVENT, lastReport.eventType);
+    EXPECT_EQ(TOOLKIT_WHEEL_EVENT, lastReport.eventType);
     EXPECT_EQ(1, lastReport.count);
     EXPECT_EQ(4, lastReport.keyCode);
     turnWheel(-360);
@@ -363,7 +393,7 @@ TEST_F(ToolkitLayerTest, AWheelTurnCarriesItsStepsAndTheStepKeyOfItsDirection) {
     EXPECT_EQ(2U, reports.size());
 }
 
-TEST_F(ToolkitLayerTest, AFineWheelIsReportedByWholeDetents) {
+TEST_F(InputFilterTest, AFineWheelIsReportedByWholeDetents) {
     for (int turn = 0; turn < 7; ++turn)
         turnWheel(15);
     EXPECT_THAT(reports, IsEmpty());
@@ -372,15 +402,15 @@ TEST_F(ToolkitLayerTest, AFineWheelIsReportedByWholeDetents) {
     EXPECT_EQ(1, lastReport.count);
 }
 
-TEST_F(ToolkitLayerTest, EnteringAndLeavingTheWindowIsReported) {
+TEST_F(InputFilterTest, EnteringAndLeavingTheWindowIsReported) {
     send(native(), QEvent::Leave);
-    EXPECT_EQ(KX::TOOLKIT_MOUSE_EXIT_EVENT, lastReport.eventType);
+    EXPECT_EQ(TOOLKIT_MOUSE_EXIT_EVENT, lastReport.eventType);
     QEnterEvent enter(inside, inside, inside);
     QCoreApplication::sendEvent(native(), &enter);
-    EXPECT_EQ(KX::TOOLKIT_MOUSE_ENTER_EVENT, lastReport.eventType);
+    EXPECT_EQ(TOOLKIT_MOUSE_ENTER_EVENT, lastReport.eventType);
 }
 
-TEST_F(ToolkitLayerTest, InputOfOtherWindowsIsNotReported) {
+TEST_F(InputFilterTest, InputOfOtherWindowsIsNotReported) {
     QWidget other;
     other.resize(width, height);
     other.show();
@@ -389,3 +419,178 @@ TEST_F(ToolkitLayerTest, InputOfOtherWindowsIsNotReported) {
     QTest::keyClick(other.windowHandle(), Qt::Key_Up);
     EXPECT_THAT(reports, IsEmpty());
 }
+
+TEST_F(InputFilterTest, InputBelongsToTheWidgetThatOwnsItAndToItsChildren) {
+    QWidget panel(&window);
+    panel.setGeometry(150, 150, 100, 100);
+    QWidget part(&panel);
+    part.setGeometry(10, 10, 80, 80);
+    panel.show();
+    setOwnsInput(panel, InputKind::Presses, true);
+    sendMouse(QEvent::MouseButtonPress, inside);
+    moveTo(inside + QPoint(100, 0), Qt::LeftButton);
+    sendMouse(QEvent::MouseButtonRelease, QPoint(20, 200)); // not on the panel
+    EXPECT_THAT(reports, IsEmpty());
+    turnWheel(120);
+    EXPECT_EQ(1U, reports.size()) << "of the wheel nothing was said";
+
+    setOwnsInput(panel, InputKind::Wheel, true);
+    turnWheel(120);
+    EXPECT_EQ(1U, reports.size());
+    setOwnsInput(panel, InputKind::Presses, false);
+    setOwnsInput(panel, InputKind::Wheel, false);
+    sendMouse(QEvent::MouseButtonPress, inside);
+    turnWheel(120);
+    EXPECT_EQ(3U, reports.size());
+}
+
+TEST_F(InputFilterTest, AWindowThatOwnsItsInputKeepsAllOfIt) {
+    setOwnsInput(window, InputKind::Presses, true);
+    setOwnsInput(window, InputKind::Wheel, true);
+    setOwnsInput(window, InputKind::Keys, true);
+    sendMouse(QEvent::MouseButtonPress, inside);
+    turnWheel(120);
+    QTest::keyClick(native(), Qt::Key_End);
+    EXPECT_THAT(reports, IsEmpty());
+}
+
+TEST_F(InputFilterTest, KeysAreThoseOfAWidgetThatOwnsThemWhileItHasTheFocus) {
+    button.setFocusPolicy(Qt::StrongFocus);
+    setOwnsInput(button, InputKind::Keys, true);
+    QTest::keyClick(native(), Qt::Key_Space);
+    EXPECT_EQ(2U, reports.size()) << "the button has not got the focus";
+    button.setFocus();
+    bool clicked = false;
+    QObject::connect(&button, &QPushButton::clicked, [&] { clicked = true; });
+    QTest::keyClick(native(), Qt::Key_Space);
+    EXPECT_EQ(2U, reports.size());
+    EXPECT_TRUE(clicked);
+}
+
+TEST_F(InputFilterTest, WithoutTimesOfTheWindowSystemInputIsMadeWhenItIsSeen) {
+    KXSimulation::setTick(5000);
+    sendKey(QEvent::KeyPress, 4000);
+    EXPECT_EQ(5000U, lastReport.timeStamp);
+}
+
+TEST_F(StampedInputTest, EachKindOfInputHasItsOwnTime) {
+    sendKey(QEvent::KeyPress, 9000, Qt::Key_Home);
+    sendKey(QEvent::KeyRelease, 9050, Qt::Key_Home);
+    sendMouseAt(9100, QEvent::MouseButtonPress);
+    sendMouseAt(9200, QEvent::MouseMove, inside + QPoint(50, 0), Qt::LeftButton);
+    sendMouseAt(9300, QEvent::MouseButtonRelease);
+    sendMouseAt(9400, QEvent::MouseButtonDblClick);
+    sendMouseAt(9450, QEvent::MouseButtonRelease, outside);
+    QWheelEvent turn(inside, window.mapToGlobal(inside), QPoint(), QPoint(0, 120), Qt::NoButton, Qt::NoModifier,
+                     Qt::NoScrollPhase, false);
+    sendStamped(turn, 9500);
+    EXPECT_THAT(ticks(), ElementsAre(9000U, 9050U, 9100U, 9200U, 9300U, 9400U, 9450U, 9500U));
+    EXPECT_EQ(TOOLKIT_MOUSE_ESCAPE_EVENT, reports[6].type);
+}
+
+TEST_F(StampedInputTest, ASuspectedReleaseKeepsItsTime) {
+    sendKey(QEvent::KeyPress, 9000);
+    sendKey(QEvent::KeyRelease, 9500);
+    KXSimulation::setTick(10040);
+    EXPECT_TRUE(QTest::qWaitFor([this] { return reports.size() == 2; }));
+    EXPECT_EQ(TOOLKIT_KEY_RELEASE_EVENT, lastReport.eventType);
+    EXPECT_EQ(9500U, lastReport.timeStamp);
+}
+
+TEST_F(StampedInputTest, AutoRepeatHasItsOwnTimes) {
+    sendKey(QEvent::KeyPress, 9000);
+    sendKey(QEvent::KeyRelease, 9500);
+    sendKey(QEvent::KeyPress, 9500);
+    sendKey(QEvent::KeyRelease, 9540);
+    turnWheel(120);
+    EXPECT_THAT(ticks(), ElementsAre(9000U, 9500U, 9500U, 9540U, 10000U));
+    EXPECT_EQ(TOOLKIT_KEY_AUTO_REPEAT_PRESS_EVENT, reports[2].type);
+    EXPECT_EQ(TOOLKIT_KEY_RELEASE_EVENT, reports[3].type);
+}
+
+TEST_F(StampedInputTest, ATouchHasItsOwnTime) {
+    // Qt makes the mouse events of a touch. They must have its time.
+    class Stamps : public QObject {
+    public:
+        bool eventFilter(QObject* /*receiver*/, QEvent* event) override {
+            if (event->type() == QEvent::TouchBegin)
+                ofTouch = static_cast<QInputEvent*>(event)->timestamp();
+            if (event->type() == QEvent::MouseButtonPress)
+                ofPress = static_cast<QInputEvent*>(event)->timestamp();
+            return false;
+        }
+        unsigned long ofTouch = 0;
+        unsigned long ofPress = 0;
+    } stamps;
+    native()->installEventFilter(&stamps);
+    QTouchDevice* screen = QTest::createTouchDevice();
+    KXSimulation::setTick(50000); // Qt counts from the start of the program
+    QTest::touchEvent(native(), screen).press(0, inside, native());
+    QTest::touchEvent(native(), screen).release(0, inside, native());
+    EXPECT_NE(0U, stamps.ofTouch);
+    EXPECT_EQ(stamps.ofTouch, stamps.ofPress);
+    ASSERT_EQ(2U, reports.size());
+    EXPECT_EQ(stamps.ofTouch, reports[0].tick);
+}
+
+TEST_F(StampedInputTest, WhatNoInputCausedIsMadeWhenItIsReported) {
+    sendKey(QEvent::KeyPress, 9000);
+    sendMouseAt(9100, QEvent::MouseButtonPress);
+    send(&window, QEvent::WindowDeactivate);
+    EXPECT_THAT(ticks(), ElementsAre(9000U, 9100U, 10000U, 10000U));
+}
+
+TEST_F(StampedInputTest, AKeyOfTheLibraryIsMadeWhenItIsReported) {
+    QCoreApplication::postEvent(&window, new QKeyEvent(QEvent::KeyPress, Qt::Key_Home, Qt::NoModifier));
+    QCoreApplication::processEvents();
+    EXPECT_THAT(ticks(), ElementsAre(10000U));
+}
+
+TEST_F(StampedInputTest, NoTimeIsBeforeThatOfAnEarlierReport) {
+    QCoreApplication::postEvent(&window, new QKeyEvent(QEvent::KeyPress, Qt::Key_Home, Qt::NoModifier));
+    QCoreApplication::processEvents();
+    sendKey(QEvent::KeyPress, 9000);
+    EXPECT_THAT(ticks(), ElementsAre(10000U, 10000U));
+}
+
+TEST_F(StampedInputTest, APointerThatEntersTakesNoPressItsTime) {
+    QEnterEvent enter(inside, inside, inside);
+    QCoreApplication::sendEvent(native(), &enter);
+    EXPECT_EQ(10000U, lastReport.timeStamp);
+    sendMouseAt(9100, QEvent::MouseButtonPress);
+    EXPECT_EQ(9100U, lastReport.timeStamp);
+    send(native(), QEvent::Leave);
+    EXPECT_EQ(10000U, lastReport.timeStamp);
+    sendMouseAt(9500, QEvent::MouseButtonRelease);
+    EXPECT_EQ(9500U, lastReport.timeStamp);
+}
+
+TEST_F(StampedInputTest, AWindowThatLosesNothingTakesNoPressItsTime) {
+    send(&window, QEvent::WindowBlocked);
+    sendMouseAt(9100, QEvent::MouseButtonPress);
+    EXPECT_THAT(ticks(), ElementsAre(9100U));
+}
+
+TEST(InputFilterOfAWindowThatIsDestroyed, ReleasesWhatIsDownAndReportsNothingMore) {
+    KXSimulation::reset();
+    auto window = std::make_unique<QWidget>();
+    std::vector<int> types;
+    InputClock clock;
+    InputFilter filter(
+        *window, [&](KXToolkitEvent& event) { types.push_back(event.eventType); }, {false, true}, clock);
+    window->resize(width, height);
+    window->show();
+    QCoreApplication::processEvents();
+    types.clear();
+    QTest::keyPress(window->windowHandle(), Qt::Key_End);
+    window.reset();
+    EXPECT_THAT(types, ElementsAre(TOOLKIT_KEY_PRESS_EVENT, TOOLKIT_KEY_RELEASE_EVENT));
+    QWidget other;
+    other.show();
+    QCoreApplication::postEvent(&other, new QKeyEvent(QEvent::KeyPress, Qt::Key_Home, Qt::NoModifier));
+    QCoreApplication::processEvents();
+    EXPECT_EQ(2U, types.size());
+}
+
+} // namespace
+} // namespace KX
