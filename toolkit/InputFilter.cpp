@@ -51,7 +51,6 @@ InputFilter::InputFilter(QWidget& watchedWindow, Report reportFunction, WindowSy
     suspicionTimer.setSingleShot(true);
     suspicionTimer.setInterval(suspicionMs);
     connect(&suspicionTimer, &QTimer::timeout, this, &InputFilter::reportSuspectedRelease);
-    connect(&watchedWindow, &QObject::destroyed, this, &InputFilter::releaseAll);
     QCoreApplication::instance()->installEventFilter(this);
 }
 

@@ -121,6 +121,12 @@ TEST(InputClockTest, ALearnedDistanceGrowsOverManyInputsToo) {
     EXPECT_EQ(now + 20000 - 50 + 2, clock.tickOf(now - distance + 20000 - 50, now + 20000));
 }
 
+TEST(InputClockTest, ADistanceThatIsLearnedAnewGrowsFromThenOn) {
+    InputClock clock = learnedClock();
+    clock.tickOf(now - distance + 9000 + 100, now + 9000); // less delayed than the first by 100 ms
+    EXPECT_EQ(now + 18000, clock.tickOf(now - distance + 18000 + 100, now + 18500));
+}
+
 TEST(InputClockTest, ASharedClockDoesNotDrift) {
     InputClock clock;
     EXPECT_EQ(now, clock.tickOf(now, now));
@@ -176,6 +182,15 @@ TEST(InputClockTest, WhenAllInputIsLateForMoreThanAMinuteTheClocksDiffer) {
             EXPECT_EQ(end + (differ ? late : 0), clock.tickOf(end, end + late)) << late << " ms late";
         }
     }
+}
+
+TEST(InputClockTest, ADistanceThatIsLearnedAnewIsNotRefutedByTheNextLateInput) {
+    InputClock clock;
+    clock.tickOf(now, now);
+    for (std::uint32_t passed = 1000; passed <= 60000; passed += 1000)
+        clock.tickOf(now + passed, now + passed + 5000);
+    EXPECT_EQ(now + 70000, clock.tickOf(now + 65000, now + 70000)) << "learned";
+    EXPECT_EQ(now + 75000, clock.tickOf(now + 70000, now + 76500));
 }
 
 TEST(InputClockTest, OneInputInTimeShowsThatTheOthersWereLate) {
