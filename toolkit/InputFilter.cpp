@@ -39,8 +39,7 @@ bool keysBelongToWidget() {
 
 } // namespace
 
-WindowSystem WindowSystem::ofApplication() {
-    const QString name = QGuiApplication::platformName();
+WindowSystem WindowSystem::ofPlatform(const QString& name) {
     const bool isX11 = name == QLatin1String("xcb");
     return {isX11 || name.startsWith(QLatin1String("wayland")), isX11};
 }

@@ -7,6 +7,7 @@
 #include <QObject>
 #include <QPoint>
 #include <QPointer>
+#include <QString>
 #include <QTimer>
 
 #include <functional>
@@ -28,7 +29,8 @@ struct WindowSystem {
     bool stampsInput;      ///< an event has the time at which the operator made it
     bool repeatsLookTyped; ///< a held key looks like releases and presses, as on X11
 
-    static WindowSystem ofApplication();
+    /// \param name  as QGuiApplication::platformName has it
+    static WindowSystem ofPlatform(const QString& name);
 };
 
 /// Watches what Qt delivers to a window and reports the operator's input, as KXToolkitLayer describes.

@@ -17,9 +17,9 @@ namespace KX {
 ///     QObject::connect(&notifier, &KX::KXEventNotifier::eventOccurred, &page, &Page::takeInput);
 ///
 /// It waits on the read end point of the manager's queue, so an idle application costs nothing. Make it after the
-/// manager, on a thread with an event loop, and use it on that thread only. It belongs to the queue that the manager
-/// has at that moment. Once the manager is deleted or deinitialised it emits nothing more; a later manager needs a
-/// new notifier. Delete it before the manager, except from a slot: Qt warns about an end point that vanishes.
+/// manager and use it on the main loop's thread, where it also emits. It belongs to the queue that the manager has at
+/// that moment. Once the manager is deleted or deinitialised it emits nothing more; a later manager needs a new
+/// notifier. Outside its slots, delete it before the manager: Qt warns about an end point that vanishes.
 ///
 /// On the simulated platform end points cannot wake Qt. Tests call \ref takeWaitingEvents.
 class KX_EXPORT KXEventNotifier : public QObject {

@@ -5,6 +5,8 @@
 #include "toolkit/InputFilter.h"
 #include "toolkit/InputOwners.h"
 
+#include <QGuiApplication>
+
 #include <utility>
 
 namespace KX {
@@ -25,8 +27,8 @@ InputClock& clockOfProcess() {
 } // namespace
 
 KXToolkitLayer::KXToolkitLayer(QWidget& window)
-    : filter(std::make_unique<InputFilter>(window, reportToManager, WindowSystem::ofApplication(),
-                                           clockOfProcess())) {}
+    : filter(std::make_unique<InputFilter>(
+          window, reportToManager, WindowSystem::ofPlatform(QGuiApplication::platformName()), clockOfProcess())) {}
 
 KXToolkitLayer::~KXToolkitLayer() = default;
 

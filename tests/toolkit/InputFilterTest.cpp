@@ -571,6 +571,22 @@ TEST_F(StampedInputTest, AWindowThatLosesNothingTakesNoPressItsTime) {
     EXPECT_THAT(ticks(), ElementsAre(9100U));
 }
 
+TEST(WindowSystemTest, X11AndWaylandStampInputAndOnX11RepeatsLookTyped) {
+    struct Case {
+        const char* name;
+        bool stampsInput;
+        bool repeatsLookTyped;
+    };
+    for (const Case& platform :
+         {Case{"xcb", true, true}, Case{"wayland", true, false}, Case{"wayland-egl", true, false},
+          Case{"linuxfb", false, false}, Case{"eglfs", false, false}, Case{"offscreen", false, false},
+          Case{"minimal", false, false}, Case{"vnc", false, false}}) {
+        const WindowSystem system = WindowSystem::ofPlatform(QLatin1String(platform.name));
+        EXPECT_EQ(platform.stampsInput, system.stampsInput) << platform.name;
+        EXPECT_EQ(platform.repeatsLookTyped, system.repeatsLookTyped) << platform.name;
+    }
+}
+
 TEST(InputFilterOfAWindowThatIsDestroyed, ReleasesWhatIsDownAndReportsNothingMore) {
     KXSimulation::reset();
     auto window = std::make_unique<QWidget>();
