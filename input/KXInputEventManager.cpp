@@ -33,6 +33,10 @@ KXInputEventManager* KXInputEventManager::createInstance() {
     return theInstance;
 }
 
+bool KXInputEventManager::hasInstance() {
+    return theInstance;
+}
+
 KXInputEventManager* KXInputEventManager::getInstance() {
     if (!theInstance) {
         writeLine(std::cerr, {"KXInputEventManager::getInstance() called without creating an KXInputEventManager "
@@ -64,8 +68,8 @@ KXInputEventManager::~KXInputEventManager() {
 
 int KXInputEventManager::initialize() {
     acceptInput(true);
-    setDoubleKeyPressDuration(300);
-    setLongKeyPressDuration(2000);
+    setDoubleKeyPressDuration(defaultDoublePressMs);
+    setLongKeyPressDuration(defaultLongPressMs);
     encoderDynamic = KXEncoderDynamic::instance();
     stopThread = false;
     // Objects of an earlier call are in use: the worker waits on one, the application on the other's end point.

@@ -22,7 +22,7 @@ bool isVirtual(const std::string& name) {
 
 bool isHeldByAnother(const std::string& name) {
     try {
-        const CanBus::CANSender probe(name);
+        const KX::CanBus::CANSender probe(name);
         return true;
     } catch (const std::runtime_error&) {
         return false; // a socket without a listener is replaced
@@ -50,9 +50,9 @@ void checkPath(const std::string& name) {
         throw SettingsError(name + ": no permission to write into the folder");
 }
 
-std::unique_ptr<CanBus::CANSender> openSender(const std::string& name) {
+std::unique_ptr<KX::CanBus::CANSender> openSender(const std::string& name) {
     try {
-        return std::make_unique<CanBus::CANSender>(name, longestWait);
+        return std::make_unique<KX::CanBus::CANSender>(name, longestWait);
     } catch (const std::runtime_error& error) {
         throw SettingsError(error.what());
     }

@@ -44,7 +44,7 @@ public:
 private:
     std::unique_ptr<QTemporaryDir> privateFolder;
     std::string name;
-    std::unique_ptr<CanBus::CANSender> sender;
+    std::unique_ptr<KX::CanBus::CANSender> sender;
 };
 
 } // namespace Terminal

@@ -1,7 +1,7 @@
 #include "terminal/KeypadFrames.h"
 
-#include "tools/canbus/CANLog.h"
-#include "tools/keylayout/KeyLayout.h"
+#include "recording/CANLog.h"
+#include "recording/KXKeyLayout.h"
 
 namespace Terminal {
 
@@ -23,14 +23,15 @@ KX::KXCANMessage KeypadFrames::turn(bool up) {
 
 std::optional<bool> KeypadFrames::keyIn(const KX::KXCANMessage& message, int entry) const {
     const KX::KeyOptionsCANRemote& key = layout.keys[entry];
-    if (!KeyLayout::isUsed(key) ||
-        static_cast<std::uint32_t>(key.canId) != (message.canId & CanBus::extendedIdentifierBits))
+    if (!KX::KeyLayout::isUsed(key) ||
+        static_cast<std::uint32_t>(key.canId) != (message.canId & KX::CanBus::extendedIdentifierBits))
         return std::nullopt;
     return (message.canData[key.byteIndex] >> key.bitIndex & 1U) != 0;
 }
 
 std::optional<int> KeypadFrames::detentsIn(const KX::KXCANMessage& message) const {
-    if (!KeyLayout::hasEncoder(layout) || layout.encoderCANId != (message.canId & CanBus::extendedIdentifierBits))
+    if (!KX::KeyLayout::hasEncoder(layout) ||
+        layout.encoderCANId != (message.canId & KX::CanBus::extendedIdentifierBits))
         return std::nullopt;
     const int low = layout.encoderByteIndex;
     const int high = layout.encoderLittleEndian ? low + 1 : low - 1;
@@ -41,13 +42,13 @@ std::optional<int> KeypadFrames::detentsIn(const KX::KXCANMessage& message) cons
 
 KX::KXCANMessage KeypadFrames::frame(std::uint32_t identifier) const {
     KX::KXCANMessage message;
-    message.canId = identifier | CanBus::extendedFlag;
+    message.canId = identifier | KX::CanBus::extendedFlag;
     for (std::size_t i = 0; i < pressedKeys.size(); ++i) {
         const KX::KeyOptionsCANRemote& key = layout.keys[i];
         if (pressedKeys[i] && static_cast<std::uint32_t>(key.canId) == identifier)
             message.canData[key.byteIndex] |= static_cast<unsigned char>(1U << key.bitIndex);
     }
-    if (KeyLayout::hasEncoder(layout) && layout.encoderCANId == identifier)
+    if (KX::KeyLayout::hasEncoder(layout) && layout.encoderCANId == identifier)
         addPosition(message);
     return message;
 }

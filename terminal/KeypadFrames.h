@@ -13,7 +13,7 @@ namespace Terminal {
 /// makes the frames that report them.
 class KeypadFrames {
 public:
-    /// \p layout must have passed KeyLayout::check.
+    /// \p layout must have passed KX::KeyLayout::check.
     explicit KeypadFrames(const KX::CANRemoteOptions& layout);
 
     /// \param entry  index of the layout's keys

@@ -1,11 +1,11 @@
 #include "terminal/KeypadPanel.h"
 
 #include "input/KXInputEventManager.h"
+#include "recording/KXKeyLayout.h"
 #include "terminal/KeypadKey.h"
 #include "terminal/KeypadKnob.h"
 #include "terminal/SeparateDevice.h"
 #include "terminal/Theme.h"
-#include "tools/keylayout/KeyLayout.h"
 
 #include <QGridLayout>
 #include <QHBoxLayout>
@@ -31,8 +31,8 @@ QString labelOf(int keyCode) {
 } // namespace
 
 KeypadPanel::KeypadPanel(QWidget* parent)
-    : QWidget(parent), frames(KeyLayout::empty()), grid(new QGridLayout), turningKnob(new KeypadKnob),
-      keys(KeyLayout::keyCount, nullptr) {
+    : QWidget(parent), frames(KX::KeyLayout::empty()), grid(new QGridLayout), turningKnob(new KeypadKnob),
+      keys(KX::KeyLayout::keyCount, nullptr) {
     SeparateDevice::takesPresses(*this);
     auto* row = new QHBoxLayout(this);
     row->setContentsMargins(Theme::spacing, Theme::spacing + titleHeight, Theme::spacing, Theme::spacing);
@@ -45,10 +45,10 @@ KeypadPanel::KeypadPanel(QWidget* parent)
 
 void KeypadPanel::setLayoutOfKeys(const KX::CANRemoteOptions& layout) {
     frames = KeypadFrames(layout);
-    for (int entry = 0; entry < KeyLayout::keyCount; ++entry)
-        if (KeyLayout::isUsed(layout.keys[entry]))
+    for (int entry = 0; entry < KX::KeyLayout::keyCount; ++entry)
+        if (KX::KeyLayout::isUsed(layout.keys[entry]))
             addKey(entry, layout.keys[entry]);
-    turningKnob->setVisible(KeyLayout::hasEncoder(layout));
+    turningKnob->setVisible(KX::KeyLayout::hasEncoder(layout));
 }
 
 void KeypadPanel::addKey(int entry, const KX::KeyOptionsCANRemote& options) {

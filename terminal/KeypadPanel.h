@@ -24,7 +24,7 @@ public:
     explicit KeypadPanel(QWidget* parent = nullptr);
 
     /// Shows the keys of \p layout, labelled with the toolkit's names. \p layout must have passed
-    /// KeyLayout::check. Call it once.
+    /// KX::KeyLayout::check. Call it once.
     void setLayoutOfKeys(const KX::CANRemoteOptions& layout);
 
     /// The key with this number on the keypad; null if there is none.

@@ -1,8 +1,8 @@
 #include "terminal/SessionPlayer.h"
 
 #include "input/KXInputEventManager.h"
-#include "tools/keylayout/KeyLayout.h"
-#include "tools/recording/RecordedCalls.h"
+#include "recording/KXKeyLayout.h"
+#include "recording/KXRecordedCalls.h"
 
 #include <algorithm>
 #include <cmath>
@@ -12,38 +12,15 @@ namespace Terminal {
 
 namespace {
 
-// The worker's own beat, for sessions that do not tell when it passed.
-constexpr std::uint64_t passIntervalMs = 100;
-
-// So long the worker goes on behind the last input of such a session, unless that ends later: the last bundle of
-// steps comes out.
-constexpr std::uint64_t restMs = 200;
-
 // What is due at one moment is played at once, but the window gets its turn in between.
 constexpr std::size_t mostAtOnce = 2000;
 
-bool isInput(const Recording::Entry& entry) {
-    return std::holds_alternative<KX::KXToolkitEvent>(entry.input) ||
-           std::holds_alternative<Recording::Frame>(entry.input);
-}
-
-std::uint64_t endOf(const Recording::Session& session) {
-    if (session.entries.empty())
-        return 0;
-    const std::uint64_t lastLineMs = session.entries.back().timeMs;
-    if (session.hasPasses)
-        return lastLineMs;
-    const auto lastInput = std::find_if(session.entries.rbegin(), session.entries.rend(), isInput);
-    const Recording::Entry& last = lastInput == session.entries.rend() ? session.entries.front() : *lastInput;
-    return std::max(lastLineMs, last.timeMs + restMs);
-}
-
 } // namespace
 
-SessionPlayer::SessionPlayer(Recording::Session recordedSession, double speed,
+SessionPlayer::SessionPlayer(KX::Recording::Session recordedSession, double speed,
                              KX::KXInputEventManager& inputEventManager, Set set)
-    : session(std::move(recordedSession)), endMs(endOf(session)), speedFactor(speed), manager(inputEventManager),
-      applySetting(std::move(set)) {
+    : session(std::move(recordedSession)), schedule(session), endMs(schedule.endMs()), speedFactor(speed),
+      manager(inputEventManager), applySetting(std::move(set)) {
     timer.setSingleShot(true);
     timer.setTimerType(Qt::PreciseTimer);
     connect(&timer, &QTimer::timeout, this, &SessionPlayer::playWhatIsDue);
@@ -51,7 +28,6 @@ SessionPlayer::SessionPlayer(Recording::Session recordedSession, double speed,
 
 void SessionPlayer::start() {
     sinceStart.start();
-    lastPassMs = session.entries.empty() ? 0 : session.entries.front().timeMs;
     timer.start(0);
 }
 
@@ -60,10 +36,10 @@ unsigned int SessionPlayer::tick() const {
 }
 
 KX::CANRemoteOptions SessionPlayer::keypadLayout() const {
-    for (const Recording::Entry& entry : session.entries)
-        if (const auto* const keypad = std::get_if<Recording::Keypad>(&entry.input))
+    for (const KX::Recording::Entry& entry : session.entries)
+        if (const auto* const keypad = std::get_if<KX::Recording::Keypad>(&entry.input))
             return *keypad->layout;
-    return KeyLayout::empty();
+    return KX::KeyLayout::empty();
 }
 
 std::uint64_t SessionPlayer::sessionTime() const {
@@ -93,7 +69,7 @@ void SessionPlayer::playWhatIsDue() {
 
 void SessionPlayer::waitFor(std::uint64_t timeMs) {
     // Not longer than the worker would wait: the passes between two inputs are to be seen in time.
-    const std::uint64_t dueMs = session.hasPasses ? timeMs : std::min(timeMs, lastPassMs + passIntervalMs);
+    const std::uint64_t dueMs = std::min(timeMs, schedule.nextMs().value_or(timeMs));
     const double untilMs = static_cast<double>(dueMs - session.entries.front().timeMs) / speedFactor;
     const double restOfWait = untilMs - static_cast<double>(sinceStart.elapsed());
     // A wait that is longer than a timer takes is cut into several.
@@ -105,43 +81,34 @@ struct SessionPlayer::Play {
     SessionPlayer& player;
     std::uint64_t timeMs;
 
-    void operator()(const KX::KXToolkitEvent& event) const { Recording::repeatCall(event, player.manager); }
-    void operator()(const Recording::NumberSetting& setting) const { player.applySetting(setting); }
-    void operator()(const Recording::SpeedTable& table) const {
-        Recording::repeatCall(table, player.manager);
+    void operator()(const KX::KXToolkitEvent& event) const { KX::Recording::repeatCall(event, player.manager); }
+    void operator()(const KX::KXInputEvent& event) const { KX::Recording::repeatCall(event, player.manager); }
+    void operator()(const KX::Recording::Post& post) const { KX::Recording::repeatCall(post, player.manager); }
+    void operator()(const KX::Recording::NumberSetting& setting) const { player.applySetting(setting); }
+    void operator()(const KX::Recording::SpeedTable& table) const {
+        KX::Recording::repeatCall(table, player.manager);
         emit player.speedTableChanged();
     }
-    void operator()(const Recording::KeyMapping& mapping) const { Recording::repeatCall(mapping, player.manager); }
-    void operator()(const Recording::Frame& frame) const {
-        emit player.framePassed(frame.message);
-        player.makePassOfFrame(timeMs);
+    void operator()(const KX::Recording::KeyMapping& mapping) const {
+        KX::Recording::repeatCall(mapping, player.manager);
     }
-    void operator()(const Recording::Pass& /*pass*/) const { player.pass(static_cast<unsigned int>(timeMs)); }
+    void operator()(const KX::Recording::Frame& frame) const { emit player.framePassed(frame.message); }
+    void operator()(const KX::Recording::Pass& /*pass*/) const { player.pass(static_cast<unsigned int>(timeMs)); }
     // The library listens to no keypad in a replay, see above; its worker passes as if it did.
-    void operator()(const Recording::Keypad& /*keypad*/) const { player.listensToBus = true; }
-    void operator()(const Recording::End& /*end*/) const {}
+    void operator()(const KX::Recording::Keypad& /*keypad*/) const {}
+    void operator()(const KX::Recording::End& /*end*/) const {}
 };
 
-void SessionPlayer::play(const Recording::Entry& entry) {
+void SessionPlayer::play(const KX::Recording::Entry& entry) {
     makePassesUntil(entry.timeMs);
     std::visit(Play{*this, entry.timeMs}, entry.input);
+    if (schedule.played(entry))
+        pass(entry.tick());
 }
 
 void SessionPlayer::makePassesUntil(std::uint64_t timeMs) {
-    if (session.hasPasses)
-        return;
-    while (lastPassMs + passIntervalMs <= timeMs) {
-        lastPassMs += passIntervalMs;
-        pass(static_cast<unsigned int>(lastPassMs));
-    }
-}
-
-// A frame ends the wait of a worker that listens, and the next wait begins with its pass.
-void SessionPlayer::makePassOfFrame(std::uint64_t timeMs) {
-    if (session.hasPasses || !listensToBus)
-        return;
-    lastPassMs = timeMs;
-    pass(static_cast<unsigned int>(timeMs));
+    while (const auto passMs = schedule.takeNext(timeMs))
+        pass(static_cast<unsigned int>(*passMs));
 }
 
 void SessionPlayer::pass(unsigned int tick) {

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "tools/recording/RecordingReader.h"
+#include "recording/KXPassSchedule.h"
+#include "recording/KXRecording.h"
 
 #include <QElapsedTimer>
 #include <QObject>
@@ -27,11 +28,11 @@ class SessionPlayer : public QObject {
 
 public:
     /// What is to be done with a setting of the recording.
-    using Set = std::function<void(const Recording::NumberSetting&)>;
+    using Set = std::function<void(const KX::Recording::NumberSetting&)>;
 
     /// \param session  a recording, no plain log
     /// \param speed    how many times faster than it was recorded, above 0
-    SessionPlayer(Recording::Session session, double speed, KX::KXInputEventManager& manager, Set set);
+    SessionPlayer(KX::Recording::Session session, double speed, KX::KXInputEventManager& manager, Set set);
 
     void start();
 
@@ -56,14 +57,14 @@ private:
     struct Play;
 
     void playWhatIsDue();
-    void play(const Recording::Entry& entry);
+    void play(const KX::Recording::Entry& entry);
     void makePassesUntil(std::uint64_t timeMs);
-    void makePassOfFrame(std::uint64_t timeMs);
     void pass(unsigned int tick);
     std::uint64_t sessionTime() const;
     void waitFor(std::uint64_t timeMs);
 
-    const Recording::Session session;
+    const KX::Recording::Session session;
+    KX::KXPassSchedule schedule;
     const std::uint64_t endMs;
     const double speedFactor;
     KX::KXInputEventManager& manager;
@@ -71,8 +72,6 @@ private:
     QElapsedTimer sinceStart;
     QTimer timer;
     std::size_t next = 0;
-    std::uint64_t lastPassMs = 0; // of a session without recorded passes
-    bool listensToBus = false;    // as the recorded library did
     bool hasFinished = false;
 };
 

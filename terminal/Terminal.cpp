@@ -3,6 +3,12 @@
 #include "actions/KXActionQueue.h"
 #include "encoder/KXEncoderDynamic.h"
 #include "input/KXInputEventManager.h"
+#include "recording/KXFunctionKeys.h"
+#include "recording/KXKeyLayout.h"
+#include "recording/KXRecordedCalls.h"
+#include "recording/KXRecording.h"
+#include "recording/KXSessionRecorder.h"
+#include "recording/KXWorkerHold.h"
 #include "terminal/ActionDesk.h"
 #include "terminal/ActionPanel.h"
 #include "terminal/DemoSession.h"
@@ -18,17 +24,11 @@
 #include "terminal/KeypadPanel.h"
 #include "terminal/MainWindow.h"
 #include "terminal/SessionPlayer.h"
-#include "terminal/SessionRecorder.h"
 #include "terminal/SoftKeyBar.h"
 #include "terminal/TerminationSignals.h"
 #include "terminal/Theme.h"
 #include "terminal/ToolkitLayer.h"
-#include "terminal/WorkerHold.h"
-#include "tools/keylayout/FunctionKeys.h"
-#include "tools/keylayout/KeyLayout.h"
 #include "tools/progress/Progress.h"
-#include "tools/recording/RecordedCalls.h"
-#include "tools/recording/RecordingReader.h"
 
 #include <QApplication>
 #include <QFileInfo>
@@ -41,6 +41,7 @@
 #include <exception>
 #include <limits>
 #include <memory>
+#include <optional>
 
 namespace Terminal {
 
@@ -57,52 +58,51 @@ struct ReleaseActions {
 using ActionQueue = std::unique_ptr<KX::KXActionQueue, ReleaseActions>;
 
 // Settings of the window and of recordings are the same five, in the same order.
-Recording::NumberSetting recordedSetting(InputSettings::Setting setting, int value) {
+KX::Recording::NumberSetting recordedSetting(InputSettings::Setting setting, int value) {
     static_assert(static_cast<int>(KX::KXInputSetting::AcceptInput) == InputSettings::AcceptInput);
     return {static_cast<KX::KXInputSetting>(setting), value};
 }
 
-InputSettings::Setting settingOf(const Recording::NumberSetting& setting) {
+InputSettings::Setting settingOf(const KX::Recording::NumberSetting& setting) {
     return static_cast<InputSettings::Setting>(setting.name);
 }
 
 KX::CANRemoteOptions readLayout(const QString& file) {
-    const KeyLayout::ToolkitKeys keyCodes = KeyLayout::keyCodesOfTerminal();
+    const KX::KeyLayout::ToolkitKeys keyCodes = KX::KeyLayout::keyCodesOfTerminal();
     if (file.isEmpty())
-        return KeyLayout::builtIn();
+        return KX::KeyLayout::builtIn();
     try {
-        return KeyLayout::readFile(file.toLocal8Bit().toStdString(), keyCodes);
+        return KX::KeyLayout::readFile(file.toLocal8Bit().toStdString(), keyCodes);
     } catch (const std::runtime_error& error) {
         throw FileError(error.what());
     }
 }
 
-std::unique_ptr<SessionRecorder> startRecording(const CommandLine& settings) {
+std::unique_ptr<KX::KXSessionRecorder> startRecording(const CommandLine& settings) {
     if (settings.recordFile.isEmpty())
         return nullptr;
-    try {
-        return std::make_unique<SessionRecorder>(settings.recordFile.toLocal8Bit().toStdString());
-    } catch (const std::runtime_error& error) {
-        throw FileError(error.what());
-    }
+    auto recorder = std::make_unique<KX::KXSessionRecorder>();
+    if (!recorder->start(settings.recordFile.toLocal8Bit().toStdString()))
+        throw FileError(recorder->problem());
+    return recorder;
 }
 
-// Lets somebody observe the manager for as long as it lives.
-class Observing {
+// Keeps the worker from its passes during a replay, which makes the recorded ones itself.
+class HeldWorker {
 public:
-    explicit Observing(WorkerHold& workersObserver) : observer(workersObserver) {
-        KX::KXInputEventManager::setObserver(&observer);
-    }
-    ~Observing() {
-        observer.release();
+    HeldWorker() { KX::KXInputEventManager::setObserver(&hold); }
+    ~HeldWorker() {
+        hold.release();
         KX::KXInputEventManager::setObserver(nullptr);
     }
 
-    Observing(const Observing&) = delete;
-    Observing& operator=(const Observing&) = delete;
+    HeldWorker(const HeldWorker&) = delete;
+    HeldWorker& operator=(const HeldWorker&) = delete;
+
+    void keep() { hold.keep(); }
 
 private:
-    WorkerHold& observer;
+    KX::KXWorkerHold hold;
 };
 
 // Members are destroyed from the last to the first: input ends before the pump, then the manager's thread, which
@@ -117,7 +117,7 @@ private:
     void handOverSettings();
     void openKeypad();
     void openReplay();
-    void repeatSetting(const Recording::NumberSetting& setting);
+    void repeatSetting(const KX::Recording::NumberSetting& setting);
     void connectParts();
     void takeReport(KX::KXToolkitEvent& event);
     void connectActions();
@@ -136,10 +136,9 @@ private:
     MainWindow window;
     ActionDesk desk;
     ActionQueue actionQueue;
-    std::unique_ptr<SessionRecorder> recorder;
-    WorkerHold workerHold; // of a replay
+    std::unique_ptr<KX::KXSessionRecorder> recorder;
     Manager manager;
-    Observing observing;
+    std::optional<HeldWorker> heldWorker; // of a replay
     DisplayPace pace;
     EventPump pump;
     ToolkitLayer toolkitLayer;
@@ -152,11 +151,11 @@ private:
 Terminal::Terminal(const CommandLine& commandLine)
     : settings(commandLine), layout(readLayout(settings.keypadFile)), bus(settings.canBus), printer(stdout),
       inputSettings([this](InputSettings::Setting setting, int value) {
-          return Recording::repeatCall(recordedSetting(setting, value), *manager);
+          return KX::Recording::repeatCall(recordedSetting(setting, value), *manager);
       }),
       window(model, inputSettings), actionQueue(KX::KXActionQueue::create()), recorder(startRecording(settings)),
-      manager(KX::KXInputEventManager::createInstance()), observing(recorder ? *recorder : workerHold),
-      pump(*manager), toolkitLayer(window, [this](KX::KXToolkitEvent& event) { takeReport(event); }) {
+      manager(KX::KXInputEventManager::createInstance()), pump(*manager),
+      toolkitLayer(window, [this](KX::KXToolkitEvent& event) { takeReport(event); }) {
     handOverSettings();
     if (settings.replayFile.isEmpty())
         openKeypad();
@@ -172,7 +171,7 @@ void Terminal::handOverSettings() {
     manager->setKeyMapping(KeyCodes::functionKeys());
     for (int setting = 0; setting < InputSettings::SettingCount; ++setting) {
         const auto name = static_cast<InputSettings::Setting>(setting);
-        Recording::repeatCall(recordedSetting(name, inputSettings.value(name)), *manager);
+        KX::Recording::repeatCall(recordedSetting(name, inputSettings.value(name)), *manager);
     }
     if (KX::KXEncoderDynamic* const encoder = KX::KXEncoderDynamic::instance())
         encoder->setDynamicParameters(encoder->getDynamicParameters());
@@ -181,26 +180,27 @@ void Terminal::handOverSettings() {
 void Terminal::takeReport(KX::KXToolkitEvent& event) {
     // A replay takes the place of the operator, who may still look around in the window.
     if (!player)
-        Recording::repeatCall(event, *manager);
+        KX::Recording::repeatCall(event, *manager);
     window.takeReport(event);
 }
 
 // A duration may be longer than the window can set it.
-void Terminal::repeatSetting(const Recording::NumberSetting& setting) {
+void Terminal::repeatSetting(const KX::Recording::NumberSetting& setting) {
     if (setting.value <= std::numeric_limits<int>::max())
         inputSettings.set(settingOf(setting), static_cast<int>(setting.value));
     else
-        Recording::repeatCall(setting, *manager);
+        KX::Recording::repeatCall(setting, *manager);
 }
 
 void Terminal::openReplay() {
-    workerHold.keep();
-    Recording::Session session;
+    heldWorker.emplace();
+    heldWorker->keep();
+    KX::Recording::Session session;
     try {
-        session = Recording::readFile(
+        session = KX::Recording::readFile(
             settings.replayFile.toLocal8Bit().toStdString(),
             [](const std::string& warning) { std::fprintf(stderr, "%s\n", warning.c_str()); });
-    } catch (const Recording::BadFile& error) {
+    } catch (const KX::Recording::BadFile& error) {
         throw FileError(error.what());
     }
     if (session.isPlainLog)
@@ -211,7 +211,7 @@ void Terminal::openReplay() {
     window.beginReplay(QFileInfo(settings.replayFile).fileName());
     player = std::make_unique<SessionPlayer>(
         std::move(session), settings.speed, *manager,
-        [this](const Recording::NumberSetting& setting) { repeatSetting(setting); });
+        [this](const KX::Recording::NumberSetting& setting) { repeatSetting(setting); });
     QObject::connect(player.get(), &SessionPlayer::speedTableChanged, &window.encoder(),
                      [this] { showSpeedTable(window.encoder()); });
     KeypadPanel& keypad = window.keypad();
@@ -220,7 +220,7 @@ void Terminal::openReplay() {
 }
 
 void Terminal::openKeypad() {
-    if (const auto problem = KeyLayout::check(layout, *KX::KXInputEventManager::getKXtoOSCodeMap()))
+    if (const auto problem = KX::KeyLayout::check(layout, *KX::KXInputEventManager::getKXtoOSCodeMap()))
         throw SettingsError("the layout of the keypad: " + problem->text);
     KeypadPanel& keypad = window.keypad();
     keypad.setLayoutOfKeys(layout);
@@ -290,10 +290,10 @@ int Terminal::run() {
 // Returns whether what was to be recorded is.
 bool Terminal::endSession() {
     if (recorder)
-        recorder->keep();
+        recorder->holdWorker();
     while (manager->hasEvents())
         pump.takeWaitingEvents();
-    return !recorder || recorder->end();
+    return !recorder || recorder->stop();
 }
 
 int Terminal::writePicture() {
