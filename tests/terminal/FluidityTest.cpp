@@ -102,6 +102,12 @@ public:
 
 class FluidityTest : public testing::TestWithParam<QSize> {
 protected:
+    void SetUp() override {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+        GTEST_SKIP() << "What it costs with a sanitizer says nothing of the program.";
+#endif
+    }
+
     FluidityTest() : settings([](InputSettings::Setting, int) { return 0; }), window(model, settings) {
         model.append(nextEvents(EventModel::capacity));
         const double pageMs = msToDrawAPage();
