@@ -1,7 +1,7 @@
-#include "terminal/CommandLine.h"
-#include "terminal/Terminal.h"
-#include "terminal/TerminationSignals.h"
-#include "terminal/WindowSystemStart.h"
+#include "terminal/session/CommandLine.h"
+#include "terminal/session/Terminal.h"
+#include "terminal/session/TerminationSignals.h"
+#include "terminal/session/WindowSystemStart.h"
 
 #include <QApplication>
 

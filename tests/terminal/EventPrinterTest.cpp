@@ -1,4 +1,4 @@
-#include "terminal/EventPrinter.h"
+#include "terminal/session/EventPrinter.h"
 
 #include "events/KXEventType.h"
 

@@ -1,4 +1,4 @@
-#include "terminal/EventText.h"
+#include "terminal/events/EventText.h"
 
 #include "events/KXEventType.h"
 #include "input/KXInputEventManager.h"

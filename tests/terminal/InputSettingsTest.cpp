@@ -1,10 +1,10 @@
-#include "terminal/InputSettings.h"
+#include "terminal/settings/InputSettings.h"
 
 #include "encoder/KXEncoderDynamic.h"
 #include "events/KXEventType.h"
 #include "input/KXInputEventManager.h"
 #include "platform/simulated/KXSimulation.h"
-#include "terminal/SettingText.h"
+#include "terminal/settings/SettingText.h"
 
 #include <QSignalSpy>
 

@@ -1,12 +1,12 @@
-#include "terminal/KeypadPanel.h"
+#include "terminal/keypad/KeypadPanel.h"
 
 #include "events/KXEventType.h"
 #include "input/KXInputEventManager.h"
 #include "platform/simulated/KXSimulation.h"
-#include "terminal/KeyCodes.h"
-#include "terminal/KeypadKey.h"
-#include "terminal/KeypadKnob.h"
-#include "terminal/ToolkitLayer.h"
+#include "terminal/keypad/KeypadKey.h"
+#include "terminal/keypad/KeypadKnob.h"
+#include "terminal/session/ToolkitLayer.h"
+#include "terminal/window/KeyCodes.h"
 #include "tools/keylayout/KeyLayout.h"
 
 #include <QVBoxLayout>
