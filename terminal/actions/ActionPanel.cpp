@@ -1,7 +1,7 @@
 #include "terminal/actions/ActionPanel.h"
 
 #include "terminal/actions/ActionDesk.h"
-#include "terminal/window/RefreshPace.h"
+#include "terminal/window/DisplayPace.h"
 #include "terminal/window/ScreenButton.h"
 #include "terminal/window/Theme.h"
 

@@ -3,7 +3,7 @@
 #include "encoder/KXEncoderDynamic.h"
 #include "terminal/encoder/EncoderTrace.h"
 #include "terminal/session/EventPump.h"
-#include "terminal/window/RefreshPace.h"
+#include "terminal/window/DisplayPace.h"
 
 #include <QWidget>
 

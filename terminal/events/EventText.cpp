@@ -2,8 +2,11 @@
 
 #include "events/KXEventKind.h"
 #include "input/KXInputEventManager.h"
+#include "tools/eventline/EventLine.h"
 
 #include <QKeySequence>
+
+#include <string_view>
 
 namespace Terminal {
 
@@ -76,6 +79,19 @@ QString EventText::value(const KX::KXEvent& event) {
 
 QString EventText::count(const KX::KXEvent& event) {
     return event.count == noCount ? dash() : QString::number(event.count);
+}
+
+EventPrinter::EventPrinter(std::FILE* outputFile) : output(outputFile) {}
+
+void EventPrinter::print(const ClassifiedEvents& events) {
+    for (const KX::KXInputEvent& event : events) {
+        if (readerIsGone)
+            return;
+        const EventLine::Line line(event);
+        const std::string_view text = line.textWithLineEnd();
+        const bool written = std::fwrite(text.data(), 1, text.size(), output) == text.size();
+        readerIsGone = !written || std::fflush(output) != 0;
+    }
 }
 
 } // namespace Terminal

@@ -1,12 +1,17 @@
 #pragma once
 
 #include "events/KXEvent.h"
+#include "terminal/session/EventPump.h"
 
 #include <QString>
 
+#include <cstdio>
+
+namespace Terminal {
+
 /// The words with which the views show the fields of a classified event. A field without a value is shown as a
 /// dash.
-namespace Terminal::EventText {
+namespace EventText {
 
 QString name(const KX::KXEvent& event);
 
@@ -24,4 +29,21 @@ QString value(const KX::KXEvent& event);
 
 QString count(const KX::KXEvent& event);
 
-} // namespace Terminal::EventText
+} // namespace EventText
+
+/// Prints each classified event as a line and flushes it at once, so that another program can follow.
+///
+/// When the reader goes away, the printer stops printing and the terminal goes on.
+class EventPrinter {
+public:
+    /// The caller keeps ownership of \p output.
+    explicit EventPrinter(std::FILE* output);
+
+    void print(const ClassifiedEvents& events);
+
+private:
+    std::FILE* output;
+    bool readerIsGone = false;
+};
+
+} // namespace Terminal

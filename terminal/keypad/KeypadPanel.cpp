@@ -1,8 +1,7 @@
 #include "terminal/keypad/KeypadPanel.h"
 
 #include "input/KXInputEventManager.h"
-#include "terminal/keypad/KeypadKey.h"
-#include "terminal/keypad/KeypadKnob.h"
+#include "terminal/keypad/KeypadControls.h"
 #include "terminal/session/SeparateDevice.h"
 #include "terminal/window/Theme.h"
 #include "tools/keylayout/KeyLayout.h"

@@ -2,10 +2,10 @@
 
 #include "platform/KXTick.h"
 #include "terminal/actions/ActionPanel.h"
-#include "terminal/keypad/KeypadKey.h"
-#include "terminal/keypad/KeypadKnob.h"
+#include "terminal/keypad/KeypadControls.h"
 #include "terminal/keypad/KeypadPanel.h"
 #include "terminal/window/MainWindow.h"
+#include "terminal/window/PageArea.h"
 #include "terminal/window/ScreenButton.h"
 
 #include <QCoreApplication>
@@ -44,42 +44,52 @@ void DemoSession::start() {
 
 void DemoSession::writeScript() {
     tapKey(pauseMs, Qt::Key_Home, tapMs);
-
     then(pauseMs, [this] { window.showPage(Page::TimeLine); });
+    useKeys();
+    then(pauseMs, [this] { window.showPage(Page::Encoder); });
+    useEncoder();
+    then(pauseMs, [this] { window.showPage(Page::Events); });
+    useSoftKeys();
+    then(pauseMs, [this] { window.showPage(Page::Keypad); });
+    useKeypad();
+    then(
+        pauseMs, [this] { window.showPage(Page::Actions); });
+    touch(
+        pauseMs, [this]() -> const QWidget& { return window.actions().loopButton(); }, tapMs);
+    // The last events are still on their way when the last input is posted.
+    then(pauseMs, [this] { emit finished(); });
+}
+
+void DemoSession::useKeys() {
     tapKey(pauseMs, Qt::Key_Escape, tapMs);
     tapKey(doubleTapGapMs, Qt::Key_Escape, tapMs);
 
     tapKey(pauseMs, Qt::Key_End, holdMs);
+}
 
-    then(pauseMs, [this] { window.showPage(Page::Encoder); });
+void DemoSession::useEncoder() {
     for (int step = 0; step < 12; ++step)
         tapKey(step == 0 ? pauseMs : 12, Qt::Key_Up, 6);
 
     for (const int gapMs : {pauseMs, 90, 60, 40, 30, 25, 20})
         turnWheel(gapMs, 1);
     turnWheel(pauseMs, -2);
+}
 
-    then(pauseMs, [this] { window.showPage(Page::Events); });
+void DemoSession::useSoftKeys() {
     touchSoftKey(pauseMs, 5, tapMs);
 
     touchSoftKey(pauseMs, 2, tapMs);
     touchSoftKey(doubleTapGapMs, 2, tapMs);
 
     touchSoftKey(pauseMs, 3, holdMs);
+}
 
-    then(pauseMs, [this] { window.showPage(Page::Keypad); });
+void DemoSession::useKeypad() {
     tapKeypad(pauseMs, foldKey, tapMs);
     tapKeypad(pauseMs, lowerKey, holdMs);
     for (const int gapMs : {pauseMs, 90, 60, 40, 30, 25, 20})
         turnKnob(gapMs, 1);
-
-    then(
-        pauseMs, [this] { window.showPage(Page::Actions); });
-    touch(
-        pauseMs, [this]() -> const QWidget& { return window.actions().loopButton(); }, tapMs);
-
-    // The last events are still on their way when the last input is posted.
-    then(pauseMs, [this] { emit finished(); });
 }
 
 void DemoSession::doNextStep() {

@@ -36,6 +36,10 @@ private:
     };
 
     void writeScript();
+    void useKeys();
+    void useEncoder();
+    void useSoftKeys();
+    void useKeypad();
     void doNextStep();
 
     void then(int delayMs, std::function<void()> action);

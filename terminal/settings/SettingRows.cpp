@@ -2,7 +2,6 @@
 
 #include "terminal/settings/SettingText.h"
 #include "terminal/window/ScreenButton.h"
-#include "terminal/window/SwitchButton.h"
 #include "terminal/window/Theme.h"
 
 #include <QHBoxLayout>

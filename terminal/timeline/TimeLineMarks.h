@@ -1,7 +1,7 @@
 #pragma once
 
-#include <QColor>
 #include <QPointF>
+#include <QWidget>
 
 class QPainter;
 
@@ -23,5 +23,19 @@ constexpr int size = 14; ///< width and height in pixels
 void draw(QPainter& painter, TimeLineMark mark, const QPointF& centre);
 
 } // namespace TimeLineMarks
+
+/// Explains the marks of the time line, in two rows.
+class TimeLineLegend : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit TimeLineLegend(QWidget* parent = nullptr);
+
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+};
 
 } // namespace Terminal

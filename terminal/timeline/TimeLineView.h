@@ -1,9 +1,9 @@
 #pragma once
 
 #include "terminal/session/EventPump.h"
+#include "terminal/timeline/KeyLanes.h"
 #include "terminal/timeline/KeyTimeLine.h"
-#include "terminal/timeline/LaneChoice.h"
-#include "terminal/window/RefreshPace.h"
+#include "terminal/window/DisplayPace.h"
 
 #include <QWidget>
 
@@ -14,7 +14,6 @@ class QwtPlot;
 
 namespace Terminal {
 
-class KeyLanesItem;
 class LaneNamesScale;
 class ScreenButton;
 

@@ -1,23 +1,23 @@
 #include "terminal/window/MainWindow.h"
 
 #include "events/KXEventType.h"
+#include "input/KXInputEventManager.h"
 #include "terminal/events/EventModel.h"
 #include "terminal/settings/InputSettings.h"
-#include "terminal/window/InputOffBanner.h"
 #include "terminal/window/KeyCodes.h"
 #include "terminal/window/OperatorScreen.h"
 #include "terminal/window/PageArea.h"
-#include "terminal/window/PageBar.h"
-#include "terminal/window/SoftKey.h"
 #include "terminal/window/SoftKeyBar.h"
 #include "terminal/window/Theme.h"
-#include "terminal/window/ViewerKeys.h"
 
 #include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QScreen>
 #include <QVBoxLayout>
+
+#include <algorithm>
+#include <optional>
 
 namespace Terminal {
 
@@ -35,6 +35,41 @@ QLabel* makeLabel(const QString& text, const QFont& font, const QColor& colour) 
     palette.setColor(QPalette::WindowText, colour);
     label->setPalette(palette);
     return label;
+}
+
+// From the toolkit's key to the key code. The library offers only the opposite table.
+int keyCodeOf(int toolkitKey) {
+    const auto& toolkitKeys = *KX::KXInputEventManager::getKXtoOSCodeMap();
+    const auto found = std::find_if(toolkitKeys.begin(), toolkitKeys.end(),
+                                    [toolkitKey](const auto& entry) { return entry.second == toolkitKey; });
+    return found == toolkitKeys.end() ? KX::KX_KEY_NONE : found->first;
+}
+
+// During a replay no classified event tells of the viewer's keys and wheel, because the recording has taken the
+// operator's place. This makes the event that such a report would have become, without classification. It makes
+// nothing of reports that the views ignore.
+std::optional<KX::KXInputEvent> viewerEvent(const KX::KXToolkitEvent& report) {
+    KX::KXInputEvent event;
+    event.timeStamp = report.timeStamp;
+    event.osKeyCode = report.osKeyCode;
+    switch (report.eventType) {
+    case KX::TOOLKIT_WHEEL_EVENT:
+        event.eventType = KX::ENCODER_MOVE_EVENT;
+        event.keyCode = report.keyCode;
+        event.count = report.count;
+        return event;
+    case KX::TOOLKIT_KEY_PRESS_EVENT:
+    case KX::TOOLKIT_KEY_AUTO_REPEAT_PRESS_EVENT: // a held key scrolls on
+        event.keyCode = keyCodeOf(report.osKeyCode);
+        event.count = 1;
+        event.eventType = KX::isStepKey(event.keyCode) ? KX::ENCODER_MOVE_EVENT : KX::KEY_PRESS_EVENT;
+        return event;
+    case KX::TOOLKIT_KEY_RELEASE_EVENT:
+        event.keyCode = keyCodeOf(report.osKeyCode);
+        event.eventType = KX::KEY_RELEASE_EVENT;
+        return event;
+    default: return std::nullopt;
+    }
 }
 
 } // namespace

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "terminal/session/EventPump.h"
-#include "terminal/window/Page.h"
 
 #include <QWidget>
 
@@ -19,6 +18,7 @@ class KeypadPanel;
 class OperatorScreen;
 class PageArea;
 class SoftKeyBar;
+enum class Page;
 
 /// The window of the terminal. It shows what \p model holds and does not know where events come from.
 ///
@@ -58,8 +58,8 @@ public:
     /// Progress of the replay in percent.
     void showReplayProgress(int percent);
 
-    /// Takes a report of the toolkit layer before the library gets it. There are two reasons: while input is off,
-    /// no classified event tells of the key that switches it on again, and in a replay none tells of any key.
+    /// Takes every report of the toolkit layer, because classified events do not tell of all keys: none tells of the
+    /// key that switches input on again, and in a replay none tells of any key of the viewer.
     void takeReport(const KX::KXToolkitEvent& event);
 
 protected:

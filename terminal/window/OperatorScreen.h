@@ -2,7 +2,7 @@
 
 #include "events/KXEvent.h"
 
-#include <QWidget>
+#include <QAbstractButton>
 
 #include <optional>
 
@@ -34,6 +34,18 @@ private:
     bool isCompact = false;
     std::optional<KX::KXInputEvent> lastEvent;
     std::optional<KX::KXInputEvent> lastEncoderMove;
+};
+
+/// Covers the screen while input is off, and says so in large letters. A touch on it, or the key that it names,
+/// switches input on.
+class InputOffBanner : public QAbstractButton {
+    Q_OBJECT
+
+public:
+    explicit InputOffBanner(QWidget* parent = nullptr);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
 };
 
 } // namespace Terminal

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "events/KXEvent.h"
-#include "terminal/window/Page.h"
 
 #include <QVector>
 #include <QWidget>
@@ -17,9 +16,39 @@ class EventModel;
 class EventPage;
 class InputSettings;
 class KeypadPanel;
-class PageBar;
+class ScreenButton;
 class SettingsPanel;
 class TimeLineView;
+
+/// The pages below the soft keys, in the order in which they are turned.
+///
+/// In a large window the keypad and the actions are always visible and are not pages.
+enum class Page { Events, TimeLine, Encoder, Keypad, Actions, Settings };
+
+constexpr int pageCount = 6;
+
+/// One button per page, between the names of the keys that turn the pages.
+class PageBar : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit PageBar(QWidget* parent = nullptr);
+
+    /// Sets which pages exist now.
+    void setPages(const QVector<Page>& pages);
+    QVector<Page> pages() const;
+
+    void setShownPage(Page page);
+
+    ScreenButton& button(Page page) const;
+
+signals:
+    void chosen(Page page);
+
+private:
+    ScreenButton* buttons[pageCount] = {};
+    QVector<Page> currentPages;
+};
 
 /// The area below the soft keys. It shows one of the pages, and in a large window the keypad and the actions above
 /// it.

@@ -27,11 +27,28 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
+    void paintTexts(QPainter& painter) const;
     QString words() const;
     QString keyName() const;
 
     int textSize = 14;
     bool keyBelow = false;
+};
+
+/// A switch that shows whether it is on. It takes no keyboard focus; its text names the key that does the same.
+class SwitchButton : public QAbstractButton {
+    Q_OBJECT
+
+public:
+    explicit SwitchButton(QWidget* parent = nullptr);
+
+    QSize sizeHint() const override;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    void paintKnob(QPainter& painter, const QRectF& track) const;
 };
 
 } // namespace Terminal

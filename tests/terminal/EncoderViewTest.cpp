@@ -1,7 +1,7 @@
 #include "terminal/encoder/EncoderView.h"
 
 #include "events/KXEventType.h"
-#include "terminal/window/RefreshPace.h"
+#include "terminal/window/DisplayPace.h"
 #include "terminal/window/Theme.h"
 
 #include <QImage>

@@ -2,16 +2,14 @@
 // arrive faster than hands can make them.
 
 #include "events/KXEventType.h"
-#include "terminal/events/EventListView.h"
 #include "terminal/events/EventModel.h"
 #include "terminal/events/EventPage.h"
 #include "terminal/settings/InputSettings.h"
+#include "terminal/window/DisplayPace.h"
 #include "terminal/window/KeyCodes.h"
 #include "terminal/window/MainWindow.h"
 #include "terminal/window/OperatorScreen.h"
 #include "terminal/window/PageArea.h"
-#include "terminal/window/PageBar.h"
-#include "terminal/window/RefreshPace.h"
 #include "terminal/window/ScreenButton.h"
 
 #include <QElapsedTimer>

@@ -4,7 +4,6 @@
 #include "terminal/settings/SettingRows.h"
 #include "terminal/window/KeyCodes.h"
 #include "terminal/window/ScreenButton.h"
-#include "terminal/window/SwitchButton.h"
 
 #include <QtTest>
 

@@ -3,7 +3,7 @@
 #include "events/KXEventType.h"
 #include "platform/simulated/KXSimulation.h"
 #include "terminal/timeline/TimeLineView.h"
-#include "terminal/window/RefreshPace.h"
+#include "terminal/window/DisplayPace.h"
 #include "terminal/window/Theme.h"
 
 #include <QImage>

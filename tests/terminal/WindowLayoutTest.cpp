@@ -4,7 +4,6 @@
 #include "terminal/settings/InputSettings.h"
 #include "terminal/window/MainWindow.h"
 #include "terminal/window/PageArea.h"
-#include "terminal/window/PageBar.h"
 #include "terminal/window/ScreenButton.h"
 
 #include <QAbstractButton>

@@ -2,9 +2,27 @@
 
 #include "terminal/session/WheelDetents.h"
 
-#include <QWidget>
+#include <QAbstractButton>
+#include <QPoint>
 
 namespace Terminal {
+
+/// A key of the keypad. It takes no keyboard focus.
+class KeypadKey : public QAbstractButton {
+    Q_OBJECT
+
+public:
+    KeypadKey(int number, const QString& label, QWidget* parent = nullptr);
+
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    int number;
+};
 
 /// The knob of the keypad. Dragging around its centre, a click on its right (up) or left half (down), and the
 /// wheel turn it.
