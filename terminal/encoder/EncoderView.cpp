@@ -1,6 +1,6 @@
 #include "terminal/encoder/EncoderView.h"
 
-#include "terminal/encoder/EncoderTrailItem.h"
+#include "terminal/settings/InputSettings.h"
 #include "terminal/window/PlotLook.h"
 #include "terminal/window/Theme.h"
 
@@ -10,12 +10,9 @@
 
 #include <qwt_plot.h>
 #include <qwt_plot_curve.h>
-#include <qwt_scale_draw.h>
-#include <qwt_scale_engine.h>
 #include <qwt_symbol.h>
 
 #include <algorithm>
-#include <cmath>
 #include <iterator>
 #include <utility>
 
@@ -26,8 +23,6 @@ namespace {
 constexpr int headingHeight = 22;
 constexpr int numbersWidth = 164;
 constexpr int smallestNumber = 12;
-constexpr double shortestStep = 1; // a logarithmic axis has no 0
-constexpr double smallestIncrement = 1;
 constexpr int thousandths = 1000;
 constexpr double valueTicks = 5;
 constexpr double historyTickMs = 2000;
@@ -38,37 +33,6 @@ std::vector<KX::KXEncoderDynamicPair> defaultTable() {
         table.push_back({static_cast<unsigned int>(KX::DEFAULT_TIME_GAPS[row]),
                          static_cast<unsigned int>(KX::DEFAULT_INCREMENTS[row])});
     return table;
-}
-
-// Writes 1234567 as "1.23 M", so that the axis keeps its width.
-class ShortNumbers : public QwtScaleDraw {
-public:
-    ShortNumbers() {
-        enableComponent(Backbone, false);
-        enableComponent(Ticks, false);
-        setMinimumExtent(46);
-        setSpacing(5);
-    }
-
-    QwtText label(double number) const override {
-        const double size = std::abs(number);
-        if (size >= 1e6)
-            return QStringLiteral("%1 M").arg(number / 1e6, 0, 'g', 4);
-        if (size >= 1e4)
-            return QStringLiteral("%1 k").arg(number / 1e3, 0, 'g', 4);
-        return QString::number(number, 'g', 6);
-    }
-};
-
-// Drops values that are too near to each other to be labelled on a logarithmic axis.
-std::vector<double> readableTicks(std::vector<double> all, double first, double last, double mostLabels) {
-    std::sort(all.begin(), all.end());
-    const double nearest = std::pow(last / first, 1 / mostLabels);
-    std::vector<double> ticks;
-    for (const double value : all)
-        if (ticks.empty() || value >= ticks.back() * nearest)
-            ticks.push_back(value);
-    return ticks;
 }
 
 // Groups thousands with thin spaces.
@@ -101,31 +65,11 @@ EncoderView::EncoderView(QWidget* parent) : QWidget(parent), pace([this] { refre
     auto* row = new QHBoxLayout(this);
     row->setContentsMargins(8, headingHeight + 6, 12 + numbersWidth, 4);
     row->setSpacing(14);
-    makeCurvePlot();
+    curvePlot = new SpeedCurve;
     makeValuePlot();
     row->addWidget(curvePlot, 6);
     row->addWidget(valuePlot, 5);
     setSpeedTable(defaultTable(), thousandths);
-}
-
-void EncoderView::makeCurvePlot() {
-    curvePlot = new QwtPlot;
-    PlotLook::dress(*curvePlot);
-    PlotLook::addGrid(*curvePlot, true, true);
-    curvePlot->setAxisScaleEngine(QwtPlot::xBottom, new QwtLogScaleEngine);
-    curvePlot->setAxisScaleEngine(QwtPlot::yLeft, new QwtLogScaleEngine);
-    curvePlot->setAxisScaleDraw(QwtPlot::yLeft, new ShortNumbers);
-    curve = new QwtPlotCurve;
-    const QColor colour = Theme::encoder();
-    QColor below = colour;
-    below.setAlpha(45);
-    curve->setPen(colour, 2.5);
-    curve->setBrush(below);
-    curve->setBaseline(smallestIncrement);
-    curve->setRenderHint(QwtPlotItem::RenderAntialiased);
-    curve->attach(curvePlot);
-    trailItem = new EncoderTrailItem;
-    trailItem->attach(curvePlot);
 }
 
 void EncoderView::makeValuePlot() {
@@ -133,7 +77,7 @@ void EncoderView::makeValuePlot() {
     PlotLook::dress(*valuePlot);
     PlotLook::addGrid(*valuePlot, true, true);
     valuePlot->setAxisScaleDraw(QwtPlot::xBottom, PlotLook::makeSecondsScale());
-    valuePlot->setAxisScaleDraw(QwtPlot::yLeft, new ShortNumbers);
+    valuePlot->setAxisScaleDraw(QwtPlot::yLeft, PlotLook::makeNumbersScale());
     values = new QwtPlotCurve;
     values->setPen(Theme::accent(), 2);
     values->setSymbol(new QwtSymbol(QwtSymbol::Ellipse, Theme::accent(), Qt::NoPen, QSize(5, 5)));
@@ -145,56 +89,14 @@ QSize EncoderView::sizeHint() const {
     return {780, 240};
 }
 
-void EncoderView::setSpeedTable(const std::vector<KX::KXEncoderDynamicPair>& table, int factor) {
-    speedTable = table;
-    userFactor = factor;
+void EncoderView::setSpeedTable(const std::vector<KX::KXEncoderDynamicPair>& table, int userFactor) {
     encoderTrace.setSpeedTable(table);
-    setCurveScales();
-    const std::vector<QPointF> corners = curveCorners();
-    curve->setSamples(QVector<QPointF>(corners.begin(), corners.end()));
+    curvePlot->setSpeedTable(table, userFactor, encoderTrace.longestStepTimeMs());
     refresh();
 }
 
 void EncoderView::setStepTimeSource(std::function<int()> read) {
     readStepTime = std::move(read);
-}
-
-std::vector<QPointF> EncoderView::curveCorners() const {
-    std::vector<QPointF> corners;
-    double from = shortestStep;
-    for (const KX::KXEncoderDynamicPair& row : speedTable) {
-        const double increment = std::max(smallestIncrement, double(row.increment) * userFactor / thousandths);
-        const double to = std::max(shortestStep, double(row.timeGap));
-        corners.emplace_back(from, increment);
-        corners.emplace_back(to, increment);
-        from = to;
-    }
-    const double slow = std::max(smallestIncrement, double(userFactor) / thousandths);
-    corners.emplace_back(from, slow);
-    corners.emplace_back(std::max<double>(2 * from, encoderTrace.longestStepTimeMs()), slow);
-    return corners;
-}
-
-// The values of the table label the axes.
-void EncoderView::setCurveScales() {
-    const std::vector<QPointF> corners = curveCorners();
-    const double slowest = corners.back().x();
-    double largest = 10;
-    std::vector<double> increments = {smallestIncrement};
-    std::vector<double> times;
-    for (const QPointF& corner : corners) {
-        largest = std::max(largest, corner.y());
-        increments.push_back(corner.y());
-        times.push_back(corner.x());
-    }
-    largest *= 2;
-    const double smallest = smallestIncrement * 0.8;
-    curvePlot->setAxisScaleDiv(
-        QwtPlot::xBottom,
-        PlotLook::ticksAt(shortestStep, slowest, readableTicks(times, shortestStep, slowest, 14)));
-    curvePlot->setAxisScaleDiv(
-        QwtPlot::yLeft, PlotLook::ticksAt(smallest, largest, readableTicks(increments, smallest, largest, 9)));
-    curve->setBaseline(smallest);
 }
 
 void EncoderView::append(const ClassifiedEvents& events) {
@@ -222,20 +124,11 @@ void EncoderView::scheduleRefresh() {
 
 void EncoderView::refresh() {
     pace.noteRefresh();
-    showTrail();
+    curvePlot->setSteps(encoderTrace.steps());
     showValues();
     curvePlot->replot();
     valuePlot->replot();
     update();
-}
-
-void EncoderView::showTrail() {
-    const auto& steps = encoderTrace.steps();
-    const std::size_t length = std::min<std::size_t>(steps.size(), trailLength);
-    std::vector<QPointF> points;
-    for (auto step = steps.end() - static_cast<std::ptrdiff_t>(length); step != steps.end(); ++step)
-        points.emplace_back(std::max(shortestStep, double(step->stepTimeMs)), step->increment);
-    trailItem->setPoints(std::move(points));
 }
 
 // A value holds until the next step, so the curve has corners.
@@ -268,8 +161,12 @@ const EncoderTrace& EncoderView::trace() const {
     return encoderTrace;
 }
 
+const std::vector<QPointF>& EncoderView::curveCorners() const {
+    return curvePlot->corners();
+}
+
 const std::vector<QPointF>& EncoderView::trail() const {
-    return trailItem->points();
+    return curvePlot->trail();
 }
 
 QString EncoderView::stepTimeText() const {
@@ -322,6 +219,17 @@ void EncoderView::showEvent(QShowEvent* event) {
 void EncoderView::hideEvent(QHideEvent* event) {
     QWidget::hideEvent(event);
     pace.stop();
+}
+
+void watchEncoder(EncoderView& view, InputSettings& settings) {
+    QObject::connect(&settings, &InputSettings::changed, &view, [&view] { showSpeedTable(view); });
+    showSpeedTable(view);
+    view.setStepTimeSource([] { return KX::KXEncoderDynamic::instance()->getTimeGap(); });
+}
+
+void showSpeedTable(EncoderView& view) {
+    const KX::KXEncoderDynamic& encoder = *KX::KXEncoderDynamic::instance();
+    view.setSpeedTable(encoder.getDynamicParameters(), encoder.getUserFactor());
 }
 
 } // namespace Terminal

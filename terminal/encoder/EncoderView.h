@@ -2,6 +2,7 @@
 
 #include "encoder/KXEncoderDynamic.h"
 #include "terminal/encoder/EncoderTrace.h"
+#include "terminal/encoder/SpeedCurve.h"
 #include "terminal/session/EventPump.h"
 #include "terminal/window/DisplayPace.h"
 
@@ -10,12 +11,11 @@
 #include <functional>
 #include <vector>
 
-class QwtPlot;
 class QwtPlotCurve;
 
 namespace Terminal {
 
-class EncoderTrailItem;
+class InputSettings;
 
 /// Shows how the encoder accelerates: the speed table as a curve with the present step on it, and the value of the
 /// present turn.
@@ -25,7 +25,7 @@ class EncoderView : public QWidget {
     Q_OBJECT
 
 public:
-    static constexpr int trailLength = 8;
+    static constexpr int trailLength = SpeedCurve::trailLength;
     static constexpr int historyMs = 8000;
 
     explicit EncoderView(QWidget* parent = nullptr);
@@ -46,7 +46,7 @@ public:
     const EncoderTrace& trace() const;
 
     /// The corners of the curve that the table makes: step time and increment.
-    std::vector<QPointF> curveCorners() const;
+    const std::vector<QPointF>& curveCorners() const;
 
     /// The points on the curve, the present one last.
     const std::vector<QPointF>& trail() const;
@@ -64,26 +64,27 @@ protected:
     void hideEvent(QHideEvent* event) override;
 
 private:
-    void makeCurvePlot();
     void makeValuePlot();
-    void setCurveScales();
     void scheduleRefresh();
     void refresh();
-    void showTrail();
     void showValues();
     QRect numbersArea() const;
     void drawHeading(QPainter& painter, const QwtPlot& below, const QString& text) const;
 
     EncoderTrace encoderTrace;
-    std::vector<KX::KXEncoderDynamicPair> speedTable;
-    int userFactor = 1000;
     std::function<int()> readStepTime;
-    QwtPlot* curvePlot = nullptr;
+    SpeedCurve* curvePlot = nullptr;
     QwtPlot* valuePlot = nullptr;
-    QwtPlotCurve* curve = nullptr;
     QwtPlotCurve* values = nullptr;
-    EncoderTrailItem* trailItem = nullptr;
     RefreshPace pace;
 };
+
+/// Makes \p view show the library's encoder: its speed table, scaled by the factor in \p settings, and the present
+/// step time. Must be called on the thread that reports input, because the encoder takes no lock. The
+/// library's encoder must exist as long as \p view gets events.
+void watchEncoder(EncoderView& view, InputSettings& settings);
+
+/// Shows the library's speed table as it is now.
+void showSpeedTable(EncoderView& view);
 
 } // namespace Terminal

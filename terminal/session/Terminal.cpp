@@ -6,7 +6,6 @@
 #include "terminal/actions/ActionDesk.h"
 #include "terminal/actions/ActionPanel.h"
 #include "terminal/encoder/EncoderView.h"
-#include "terminal/encoder/EncoderWatch.h"
 #include "terminal/events/EventModel.h"
 #include "terminal/events/EventText.h"
 #include "terminal/keypad/KeypadBus.h"

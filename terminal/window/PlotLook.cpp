@@ -26,6 +26,26 @@ public:
     QwtText label(double ms) const override { return PlotLook::secondsText(ms); }
 };
 
+// Writes 1234567 as "1.23 M", so that the axis keeps its width.
+class ShortNumbers : public QwtScaleDraw {
+public:
+    ShortNumbers() {
+        enableComponent(Backbone, false);
+        enableComponent(Ticks, false);
+        setMinimumExtent(46);
+        setSpacing(5);
+    }
+
+    QwtText label(double number) const override {
+        const double size = std::abs(number);
+        if (size >= 1e6)
+            return QStringLiteral("%1 M").arg(number / 1e6, 0, 'g', 4);
+        if (size >= 1e4)
+            return QStringLiteral("%1 k").arg(number / 1e3, 0, 'g', 4);
+        return QString::number(number, 'g', 6);
+    }
+};
+
 void dressAxis(QwtPlot& plot, int axis) {
     plot.setAxisFont(axis, Theme::font(axisTextSize));
     QwtScaleWidget& scale = *plot.axisWidget(axis);
@@ -100,6 +120,10 @@ QwtScaleDraw* PlotLook::makeSecondsScale() {
     scale->enableComponent(QwtAbstractScaleDraw::Ticks, false);
     scale->setSpacing(5);
     return scale;
+}
+
+QwtScaleDraw* PlotLook::makeNumbersScale() {
+    return new ShortNumbers;
 }
 
 double PlotLook::roundStep(double smallest) {

@@ -31,6 +31,10 @@ QString secondsText(double ms);
 /// A scale for an axis of time in ms. The axis takes ownership.
 QwtScaleDraw* makeSecondsScale();
 
+/// A scale that writes large numbers short, "1.23 M" for 1234567, so that the axis keeps its width. The axis takes
+/// ownership.
+QwtScaleDraw* makeNumbersScale();
+
 /// A distance between ticks that is easy to count: 1, 2 or 5 times a power of ten, at least \p smallest.
 double roundStep(double smallest);
 
