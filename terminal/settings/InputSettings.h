@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QObject>
+#include <QString>
 
 #include <array>
 #include <functional>
@@ -14,6 +15,7 @@ class InputSettings : public QObject {
     Q_OBJECT
 
 public:
+    /// The index of the setting in \ref settingTable.
     enum Setting {
         DoublePressMs,
         LongPressMs,
@@ -32,6 +34,10 @@ public:
 
     int value(Setting setting) const;
 
+    /// The values that are possible now: a double press must be shorter than a long press.
+    int leastNow(Setting setting) const;
+    int greatestNow(Setting setting) const;
+
     /// Applies \p value at once.
     /// \return the library's status; the setting is unchanged unless this is \ref KX::STATUS_OK
     int set(Setting setting, int value);
@@ -39,17 +45,32 @@ public:
     /// Resets the two durations and the two factors to their defaults. Does not change whether input is accepted.
     void restoreDefaults();
 
-    static int defaultValue(Setting setting);
-
 signals:
     void changed(InputSettings::Setting setting, int value);
     void refused(InputSettings::Setting setting, int value, int status);
 
 private:
     int apply(Setting setting, int value) const;
+    void restoreDefault(Setting setting);
 
     Apply applyToLibrary;
     std::array<int, SettingCount> values;
 };
+
+/// The texts of the settings on the screen.
+namespace SettingText {
+
+QString name(InputSettings::Setting setting);
+
+/// Empty for a setting without a unit.
+QString unit(InputSettings::Setting setting);
+
+/// The values that are possible now: "0 to 1999 ms".
+QString range(InputSettings::Setting setting, const InputSettings& settings);
+
+/// Why the library refused \p value with \p status.
+QString refusal(InputSettings::Setting setting, int value, int status, const InputSettings& settings);
+
+} // namespace SettingText
 
 } // namespace Terminal

@@ -14,9 +14,6 @@ namespace {
 
 constexpr int columns = 2;
 constexpr int rowGap = 6;
-constexpr int durationStepMs = 10;
-constexpr int longDurationStepMs = 50;
-constexpr int factorStep = 50;
 
 QLabel* makeHint() {
     auto* hint = new QLabel(QStringLiteral("Tab chooses the next row. Up, Down, wheel or knob change its value; "
@@ -34,10 +31,8 @@ QLabel* makeHint() {
 SettingsPanel::SettingsPanel(InputSettings& settings, QWidget* parent)
     : QWidget(parent), accept(new SwitchRow(settings, InputSettings::AcceptInput)),
       defaults(new ButtonRow(QStringLiteral("Defaults"), QStringLiteral("Restore"))) {
-    for (int setting = InputSettings::DoublePressMs; setting <= InputSettings::LowPassFactor; ++setting) {
-        static constexpr int steps[] = {durationStepMs, longDurationStepMs, factorStep, factorStep};
-        numbers.append(new NumberRow(settings, static_cast<InputSettings::Setting>(setting), steps[setting]));
-    }
+    for (int setting = InputSettings::DoublePressMs; setting <= InputSettings::LowPassFactor; ++setting)
+        numbers.append(new NumberRow(settings, static_cast<InputSettings::Setting>(setting)));
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(rowGap);
