@@ -24,7 +24,8 @@ public:
 
     enum SoftKeyNumber { Start, Stop, Lift, Lower, Fold, SoftKeyCount = 8 };
 
-    /// KXActionQueue exists before the desk and is released before the desk is destroyed.
+    /// KXActionQueue must exist while the desk gets events. Release it before the desk is destroyed, because it holds
+    /// actions of the desk.
     explicit ActionDesk(QObject* parent = nullptr);
 
     void takeEvents(const ClassifiedEvents& events);

@@ -43,7 +43,7 @@ private:
     Entry* pending = nullptr; // it said that it is ready, and was not executed yet
 };
 
-/// An action that the ledger counts. For the executing thread only.
+/// An action that the ledger counts. Use it on the executing thread only.
 class ActionLedger::Entry : public KX::KXAction {
 public:
     using Ready = std::function<bool()>;

@@ -131,15 +131,19 @@ void ActionPanel::paintEvent(QPaintEvent* /*event*/) {
     QRect tile(inset, inside.bottom() + gap, tileWidth, sizes.tileHeight);
     for (int i = 0; i < TileCount; ++i, tile.translate(tileWidth, 0))
         paintTile(painter, tile, static_cast<Tile>(i));
+    paintLines(painter, QRect(inset, tile.bottom() + gap, inside.width(), sizes.lineHeight));
+    paintBudget(painter, QRect(inset, button->y(), button->x() - inset - Theme::spacing, button->height()));
+}
 
-    QRect line(inset, tile.bottom() + gap, inside.width(), sizes.lineHeight);
+// What was dropped last, and below it the state of the implement.
+void ActionPanel::paintLines(QPainter& painter, const QRect& firstLine) const {
+    const Sizes& sizes = sizesFor(*this);
     painter.setFont(Theme::font(sizes.line));
     painter.setPen(Theme::colourOf(dropped.startsWith(QLatin1String("Loop")) ? KX::KXGesture::Escape
                                                                              : KX::KXGesture::LongPress));
-    drawElided(painter, line, dropped);
+    drawElided(painter, firstLine, dropped);
     painter.setPen(Theme::text());
-    drawElided(painter, line.translated(0, sizes.lineHeight), state.isEmpty() ? QString() : stateText());
-    paintBudget(painter, QRect(inset, button->y(), button->x() - inset - Theme::spacing, button->height()));
+    drawElided(painter, firstLine.translated(0, sizes.lineHeight), state.isEmpty() ? QString() : stateText());
 }
 
 void ActionPanel::paintTile(QPainter& painter, const QRect& area, Tile tile) const {

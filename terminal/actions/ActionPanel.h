@@ -42,6 +42,7 @@ protected:
 
 private:
     void paintTile(QPainter& painter, const QRect& area, Tile tile) const;
+    void paintLines(QPainter& painter, const QRect& firstLine) const;
     void paintBudget(QPainter& painter, const QRect& area) const;
 
     quint64 numbers[TileCount] = {};

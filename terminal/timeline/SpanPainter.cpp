@@ -179,11 +179,22 @@ void SpanPainter::drawGap(const Span& span, const Extent& extent) {
     painter.setFont(labelFont());
     painter.drawLine(QPointF(from, y - 4), QPointF(from, y + 4));
     painter.drawLine(QPointF(to, y - 4), QPointF(to, y + 4));
+    const QLineF gap(from, y, to, y);
+    if (!drawGapText(gapTexts(span), gap, extent.next))
+        painter.drawLine(gap);
+}
+
+// Draws the line of the gap with the longest text that fits; the next span begins at next. Draws nothing and
+// returns false if no text fits.
+bool SpanPainter::drawGapText(const QStringList& texts, const QLineF& gap, qreal next) {
+    const qreal from = gap.x1();
+    const qreal to = gap.x2();
+    const qreal y = gap.y1();
     const qreal bandUsedBefore = std::exchange(bandUsed, to);
-    for (const QString& text : gapTexts(span)) {
+    for (const QString& text : texts) {
         const qreal width = widthOf(text);
         const bool fitsOn = to - from >= width + 14;
-        const bool fitsBehind = extent.next - to >= width + 10;
+        const bool fitsBehind = next - to >= width + 10;
         if (!fitsOn && !fitsBehind && from - bandUsedBefore < width + 10)
             continue;
         const qreal beside = fitsBehind ? to + 5 : from - 5 - width;
@@ -194,9 +205,9 @@ void SpanPainter::drawGap(const Span& span, const Extent& extent) {
         if (fitsOn)
             painter.drawLine(QPointF(textLeft + width + 3, y), QPointF(to, y));
         bandUsed = std::max(to, textLeft + width);
-        return;
+        return true;
     }
-    painter.drawLine(QPointF(from, y), QPointF(to, y));
+    return false;
 }
 
 } // namespace Terminal

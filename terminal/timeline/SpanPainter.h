@@ -3,7 +3,9 @@
 #include "terminal/timeline/KeyTimeLine.h"
 #include "terminal/timeline/TimeLineMarks.h"
 
+#include <QLineF>
 #include <QRectF>
+#include <QStringList>
 
 #include <limits>
 
@@ -41,6 +43,7 @@ private:
     void drawMark(TimeLineMark mark, qreal x);
     void drawLength(const KeyTimeLine::Span& span, const Extent& extent, KeyTimeLine::Time lengthMs);
     void drawGap(const KeyTimeLine::Span& span, const Extent& extent);
+    bool drawGapText(const QStringList& texts, const QLineF& gap, qreal next);
 
     QPainter& painter;
     const QRectF rowArea;
