@@ -1,4 +1,4 @@
-#include "terminal/SessionPlayer.h"
+#include "terminal/session/SessionPlayer.h"
 
 #include "tests/support/OperatorTest.h"
 #include "tools/eventline/EventLine.h"

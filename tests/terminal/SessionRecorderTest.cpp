@@ -1,4 +1,4 @@
-#include "terminal/SessionRecorder.h"
+#include "terminal/session/SessionRecorder.h"
 
 #include "encoder/KXEncoderDynamic.h"
 #include "input/KXInputEventManager.h"

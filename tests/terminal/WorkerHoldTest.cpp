@@ -1,4 +1,4 @@
-#include "terminal/WorkerHold.h"
+#include "terminal/session/WorkerHold.h"
 
 #include <gtest/gtest.h>
 
