@@ -6,7 +6,7 @@ set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME development)
 # The public headers tell by their names: what is exported bears the prefix. Others are the library's own.
 file(GLOB kx_public_headers RELATIVE "${PROJECT_SOURCE_DIR}" CONFIGURE_DEPENDS
     events/KX*.h events/sync/KX*.h encoder/KX*.h actions/KX*.h input/KX*.h input/CANRemote*.h
-    toolkit/KX*.h recording/KX*.h replay/KX*.h
+    recording/KX*.h replay/KX*.h
     platform/KX*.h platform/simulated/KXSimulation.h)
 foreach(header IN LISTS kx_public_headers)
     get_filename_component(folder "${header}" DIRECTORY)
@@ -45,7 +45,6 @@ endfunction()
 
 kx_add_pkg_config(events ""
     "-lKXAPI_Events -lKXAPI_OS_ABS -lKXAPI_Hardware -lKXAPI_Utility -lboost_thread -pthread")
-kx_add_pkg_config(toolkit "kxapi-events, Qt5Widgets" "-lKXAPI_Toolkit")
 kx_add_pkg_config(recording kxapi-events "-lKXAPI_Recording")
 kx_add_pkg_config(replay kxapi-recording
     "-Wl,--whole-archive,-lKXAPI_Simulated,--no-whole-archive -lKXAPI_Replay")

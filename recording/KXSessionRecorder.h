@@ -61,7 +61,7 @@ public:
     void holdWorker();
 
 private:
-    class Session;
+    class KX_LOCAL Session;
 
     const std::unique_ptr<Session> session;
 };

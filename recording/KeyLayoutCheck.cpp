@@ -6,7 +6,6 @@ namespace KX::KeyLayout {
 
 namespace {
 
-
 using Text = std::optional<std::string>;
 
 constexpr long long greatestIdentifier = 0x1FFFFFFF;

@@ -2,8 +2,8 @@
 
 #include "recording/CANLog.h"
 #include "recording/KXKeyLayout.h"
+#include "recording/KXRecordingWords.h"
 #include "recording/RecordingFields.h"
-#include "recording/RecordingWords.h"
 #include "recording/Text.h"
 
 namespace KX::Recording {

@@ -1,7 +1,7 @@
 #include "recording/KXKeyLayout.h"
+#include "recording/KXRecordingWords.h"
 #include "recording/RecordingFields.h"
 #include "recording/RecordingFormat.h"
-#include "recording/RecordingWords.h"
 #include "recording/Text.h"
 
 #include <algorithm>

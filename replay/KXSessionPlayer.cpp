@@ -188,8 +188,7 @@ void KXSessionPlayer::Play::pass() {
         return;
     if (!session.isPlainLog)
         window->dropKeys();
-    for (KXToolkitEvent& key : window->takeKeys(KXTick::getTickCount()))
-        manager->toolkitEventOccurred(key);
+    window->takeKeys(KXTick::getTickCount(), [this](KXToolkitEvent& key) { manager->toolkitEventOccurred(key); });
 }
 
 void KXSessionPlayer::Play::bringFrame(const KXCANMessage& frame) {

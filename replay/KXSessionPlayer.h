@@ -71,7 +71,7 @@ public:
     const std::vector<std::string>& warnings() const;
 
 private:
-    class Play;
+    class KX_LOCAL Play;
 
     const std::unique_ptr<Play> running;
 };

@@ -11,11 +11,15 @@ KeyWindow::KeyWindow() {
     QApplication::setActiveWindow(this);
 }
 
-std::vector<KXToolkitEvent> KeyWindow::takeKeys(unsigned int tick) {
+void KeyWindow::takeKeys(unsigned int tick, const std::function<void(KXToolkitEvent&)>& take) {
     QCoreApplication::sendPostedEvents(this);
-    for (KXToolkitEvent& key : keys)
-        key.timeStamp = tick;
-    return std::exchange(keys, {});
+    for (const Key& key : std::exchange(keys, {})) {
+        KXToolkitEvent event;
+        event.eventType = key.eventType;
+        event.osKeyCode = key.osKeyCode;
+        event.timeStamp = tick;
+        take(event);
+    }
 }
 
 void KeyWindow::dropKeys() {
@@ -25,10 +29,9 @@ void KeyWindow::dropKeys() {
 bool KeyWindow::event(QEvent* event) {
     if (event->type() != QEvent::KeyPress && event->type() != QEvent::KeyRelease)
         return QWidget::event(event);
-    KXToolkitEvent key;
-    key.eventType = event->type() == QEvent::KeyPress ? TOOLKIT_KEY_PRESS_EVENT : TOOLKIT_KEY_RELEASE_EVENT;
-    key.osKeyCode = static_cast<const QKeyEvent*>(event)->key();
-    keys.push_back(key);
+    const bool isPress = event->type() == QEvent::KeyPress;
+    keys.push_back({isPress ? TOOLKIT_KEY_PRESS_EVENT : TOOLKIT_KEY_RELEASE_EVENT,
+                    static_cast<const QKeyEvent*>(event)->key()});
     return true;
 }
 

@@ -4,6 +4,7 @@
 
 #include <QWidget>
 
+#include <functional>
 #include <vector>
 
 namespace KX {
@@ -15,8 +16,8 @@ class KeyWindow : private QWidget {
 public:
     KeyWindow();
 
-    /// The keys that were posted since the last call, as the toolkit layer of a terminal reports them at \p tick.
-    std::vector<KXToolkitEvent> takeKeys(unsigned int tick);
+    /// Hands out the keys that were posted since the last call, as a toolkit layer reports them at \p tick.
+    void takeKeys(unsigned int tick, const std::function<void(KXToolkitEvent&)>& take);
 
     /// Drops the posted keys.
     void dropKeys();
@@ -24,7 +25,12 @@ public:
 private:
     bool event(QEvent* event) override;
 
-    std::vector<KXToolkitEvent> keys;
+    struct Key {
+        int eventType;
+        int osKeyCode;
+    };
+
+    std::vector<Key> keys;
 };
 
 } // namespace KX

@@ -1,6 +1,6 @@
 #include "actions/KXActionQueue.h"
 #include "platform/KXCANMessage.h"
-#include "terminal/ToolkitLayer.h"
+#include "terminal/session/ToolkitLayer.h"
 #include "tests/support/OffscreenKeys.h"
 #include "tests/support/OperatorTest.h"
 #include "tests/support/TestAction.h"

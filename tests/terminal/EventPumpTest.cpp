@@ -1,4 +1,4 @@
-#include "terminal/EventPump.h"
+#include "terminal/session/EventPump.h"
 
 #include "events/KXEventType.h"
 #include "input/KXInputEventManager.h"

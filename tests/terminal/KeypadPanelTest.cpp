@@ -1,13 +1,12 @@
-#include "terminal/KeypadPanel.h"
+#include "terminal/keypad/KeypadPanel.h"
 
 #include "events/KXEventType.h"
 #include "input/KXInputEventManager.h"
 #include "platform/simulated/KXSimulation.h"
 #include "recording/KXKeyLayout.h"
-#include "terminal/KeyCodes.h"
-#include "terminal/KeypadKey.h"
-#include "terminal/KeypadKnob.h"
-#include "terminal/ToolkitLayer.h"
+#include "terminal/keypad/KeypadControls.h"
+#include "terminal/session/ToolkitLayer.h"
+#include "terminal/window/KeyCodes.h"
 
 #include <QVBoxLayout>
 #include <QWheelEvent>

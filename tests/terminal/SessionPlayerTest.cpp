@@ -1,4 +1,4 @@
-#include "terminal/SessionPlayer.h"
+#include "terminal/session/SessionPlayer.h"
 
 #include "recording/KXRecordedCalls.h"
 #include "tests/support/OperatorTest.h"

@@ -1,4 +1,4 @@
-#include "terminal/ToolkitLayer.h"
+#include "terminal/session/ToolkitLayer.h"
 
 #include "events/KXEventType.h"
 #include "platform/simulated/KXSimulation.h"

@@ -1,4 +1,4 @@
-#include "terminal/WheelDetents.h"
+#include "terminal/session/WheelDetents.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-namespace CanBus {
+namespace KX::CanBus {
 class CANSender;
 }
 
