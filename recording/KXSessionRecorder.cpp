@@ -87,6 +87,7 @@ public:
 
 private:
     void endObserving();
+    bool endRecording();
     void note(Input input);
     void take(unsigned int tick, Input&& input);
     void forgetAll(unsigned int tick, const std::string& why);
@@ -129,10 +130,9 @@ void KXSessionRecorder::Session::observe() {
 void KXSessionRecorder::Session::endObserving() {
     if (!isObserver)
         return;
-    release();
+    stop();
     KXInputEventManager::setObserver(nullptr);
     isObserved = false;
-    stop();
 }
 
 bool KXSessionRecorder::Session::start(const std::string& newPath) {
@@ -170,7 +170,12 @@ SessionState KXSessionRecorder::Session::stateAt(const EntryLog::Place& place) c
 }
 
 bool KXSessionRecorder::Session::stop() {
-    release();
+    const bool isWritten = endRecording();
+    release(); // a pass may come only behind the end
+    return isWritten;
+}
+
+bool KXSessionRecorder::Session::endRecording() {
     const std::lock_guard<std::mutex> guard(lock);
     if (file && isWaitingForRest) {
         isWhole = fail(path + ": the recording is empty, because no moment of rest came");

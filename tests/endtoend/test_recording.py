@@ -245,7 +245,7 @@ class Files(RecordingTestCase):
                 self.assertRegex(done.stderr, rf"\A{self.file}:{line}: [^\n]+\n\Z")
 
     def test_what_is_no_recording_is_told(self):
-        for text in ("a letter\n", "kxrecording 2\n"):
+        for text in ("a letter\n", "kxrecording 3\n"):
             with self.subTest(text=text):
                 self.write(text)
                 done = self.play(self.file)
