@@ -4,7 +4,6 @@
 #include "encoder/KXEncoderDynamic.h"
 #include "events/KXEventType.h"
 #include "input/KXInputEventManager.h"
-#include "input/KXInputMemory.h"
 #include "input/Observation.h"
 #include "platform/KXMutex.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "input/KXInputMemory.h"
+#include "input/KXInputObserver.h"
 #include "recording/EntryLog.h"
 
 #include <deque>
