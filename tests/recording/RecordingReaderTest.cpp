@@ -315,7 +315,7 @@ TEST(RecordingReaderTest, TheExampleOfTheManualIsARecording) {
     std::ifstream manual(KX_RECORDING_MANUAL);
     std::string example;
     for (std::string line; std::getline(manual, line);) {
-        const bool isExample = line == "    kxrecording 1" || (!example.empty() && line.substr(0, 4) == "    ");
+        const bool isExample = line == "    kxrecording 2" || (!example.empty() && line.substr(0, 4) == "    ");
         if (isExample)
             example += line.substr(4) + "\n";
         else if (!example.empty())
