@@ -22,7 +22,7 @@ constexpr unsigned int passIntervalMs = 100;
 
 } // namespace
 
-KXInputEventManager* KXInputEventManager::theInstance = nullptr;
+std::atomic<KXInputEventManager*> KXInputEventManager::theInstance{nullptr};
 
 KXInputEventManager* KXInputEventManager::createInstance() {
     if (theInstance)
@@ -49,7 +49,7 @@ KXInputEventManager* KXInputEventManager::getInstance() {
 }
 
 void KXInputEventManager::deleteInstance() {
-    delete theInstance;
+    delete theInstance.load();
     theInstance = nullptr;
 }
 

@@ -218,7 +218,7 @@ private:
     KX_LOCAL void turnEncoderBundleBack(KXInputEvent& step);
     KX_LOCAL void accelerate(KXInputEvent& step, KXInputEvent& sum);
 
-    static KXInputEventManager* theInstance;
+    static std::atomic<KXInputEventManager*> theInstance;
     static std::map<int, int> kxCodeToOSCodeMap; // written by setKeyMapping only, see there
 
     // Set from any thread.

@@ -102,11 +102,12 @@ private:
 void KXInputEventManager::setObserver(KXInputObserver* observer) {
     static EncoderSettings encoderSettings;
     const std::lock_guard<std::mutex> noPassIsDue(passDueMutex);
-    const KXAutoLock lock(theInstance ? theInstance->mutex : nullptr);
+    const KXInputEventManager* const manager = theInstance;
+    const KXAutoLock lock(manager ? manager->mutex : nullptr);
     EncoderObserver::set(observer ? &encoderSettings : nullptr);
     inputObserver.store(observer, std::memory_order_release);
-    if (observer && theInstance)
-        theInstance->tellSettings(*observer);
+    if (observer && manager)
+        manager->tellSettings(*observer);
 }
 
 void KXInputEventManager::tellSettings(KXInputObserver& observer) const {
@@ -132,17 +133,17 @@ void KXInputEventManager::tellSettings(KXInputObserver& observer) const {
 
 KXInputMemory KXInputEventManager::getMemory() {
     KXInputMemory memory;
-    if (!theInstance)
+    const KXInputEventManager* const manager = theInstance;
+    if (!manager)
         return memory;
-    const KXInputEventManager& manager = *theInstance;
-    memory.isPressPending = manager.longPressCandidate.eventType != 0;
-    memory.isBundleOpen = manager.encoderBundle.eventType == ENCODER_MOVE_EVENT;
-    memory.hasPress = manager.lastPressEvent.eventType != 0;
-    memory.pressTimeStamp = manager.lastPressEvent.timeStamp;
-    memory.doublePressMs = manager.pressDurations.load().doublePressMs;
-    if (manager.encoderDynamic) {
-        memory.stepTimeStamp = manager.encoderDynamic->getLastTimeStamp();
-        memory.restartGapMs = manager.encoderDynamic->getRestartTimeGap();
+    memory.isPressPending = manager->longPressCandidate.eventType != 0;
+    memory.isBundleOpen = manager->encoderBundle.eventType == ENCODER_MOVE_EVENT;
+    memory.hasPress = manager->lastPressEvent.eventType != 0;
+    memory.pressTimeStamp = manager->lastPressEvent.timeStamp;
+    memory.doublePressMs = manager->pressDurations.load().doublePressMs;
+    if (manager->encoderDynamic) {
+        memory.stepTimeStamp = manager->encoderDynamic->getLastTimeStamp();
+        memory.restartGapMs = manager->encoderDynamic->getRestartTimeGap();
     }
     return memory;
 }

@@ -86,7 +86,7 @@ Input unpack(Kind kind, unsigned int tick, const std::uint8_t*& bytes,
         const auto name = static_cast<KXInputSetting>(unpackNumber(bytes));
         return NumberSetting{name, unfoldSign(unpackNumber(bytes))};
     }
-    case ObjectKind: return *objects[unpackNumber(bytes)];
+    case ObjectKind: return *objects[static_cast<std::size_t>(unpackNumber(bytes))];
     case PassKind: break;
     }
     return Pass();
@@ -142,7 +142,7 @@ EntryLog::Copy EntryLog::copy(const Place& from, const Place& to) const {
     Copy copy;
     copy.begin = from;
     for (std::uint64_t number = from.chunk; number <= to.chunk && number - firstChunk < chunks.size(); ++number) {
-        const std::shared_ptr<Chunk>& chunk = chunks[number - firstChunk];
+        const std::shared_ptr<Chunk>& chunk = chunks[static_cast<std::size_t>(number - firstChunk)];
         copy.parts.push_back({chunk, chunk->objects, number == to.chunk ? to.offset : chunk->size});
     }
     return copy;

@@ -26,14 +26,18 @@ using Recording::EntryLog;
 using Recording::Input;
 using Recording::SessionState;
 
-constexpr std::size_t bytesPerHour = std::size_t{4} << 20;
-constexpr std::size_t leastBytes = std::size_t{256} << 10;
+constexpr std::uint64_t bytesPerHour = std::uint64_t{4} << 20;
+constexpr std::uint64_t leastBytes = std::uint64_t{256} << 10;
+
+// So much is there even if nothing is to be kept: a rest may turn out to be none.
+constexpr unsigned int leastKeptMs = 10000;
+
 constexpr unsigned int msPerHour = 3600 * 1000;
 
 std::atomic<bool> isObserved{false};
 
-std::size_t bytesFor(unsigned int keptMs) {
-    return std::max<std::size_t>(leastBytes, bytesPerHour * std::uint64_t{keptMs} / msPerHour);
+std::uint64_t bytesFor(unsigned int keptMs) {
+    return std::max(leastBytes, bytesPerHour * keptMs / msPerHour);
 }
 
 // In one insertion, so that lines of several threads do not mix.
@@ -46,14 +50,23 @@ void addHead(Recording::File& file, const SessionState& state, std::uint64_t tim
         file.add({timeMs, std::move(input)});
 }
 
-// The head has the time of the first entry.
-void addEntries(Recording::File& file, const SessionState& state, const EntryLog::Copy& entries) {
+// The head has the time of the first entry. A recording begins with a pass, which changes nothing at rest: it has the
+// passes of the worker, even if no other one comes.
+void addEntries(Recording::File& file, const SessionState& state, const EntryLog::Copy& entries,
+                std::uint64_t lastMs) {
     bool isFirst = true;
+    const auto begin = [&](std::uint64_t timeMs, bool isPass) {
+        if (!std::exchange(isFirst, false))
+            return;
+        addHead(file, state, timeMs);
+        if (!isPass)
+            file.add({timeMs, Recording::Pass()});
+    };
     entries.forEach([&](const Entry& entry) {
-        if (std::exchange(isFirst, false))
-            addHead(file, state, entry.timeMs);
+        begin(entry.timeMs, std::holds_alternative<Recording::Pass>(entry.input));
         file.add(entry);
     });
+    begin(lastMs, false);
 }
 
 } // namespace
@@ -88,12 +101,14 @@ public:
 private:
     void endObserving();
     bool endRecording();
+    std::uint64_t timeOfEnd() const;
     void note(Input input);
     void take(unsigned int tick, Input&& input);
     void forgetAll(unsigned int tick, const std::string& why);
     void trim();
     void beginFile();
     void writeLast(const Entry& entry);
+    void waitForRest();
     void endFile(const std::string& why);
     bool fail(const std::string& what);
     SessionState stateAt(const EntryLog::Place& place) const;
@@ -108,6 +123,7 @@ private:
     std::uint64_t lastMs = 0;
     std::unique_ptr<Recording::File> file; // of a recording that goes on
     std::string path;                      // of the last recording
+    EntryLog::Place beganAt;               // the rest
     bool isWaitingForRest = false;         // nothing is in the file yet
     bool isWhole = true;                   // what was recorded since start
     std::string lastProblem;
@@ -158,7 +174,8 @@ bool KXSessionRecorder::Session::start(const std::string& newPath) {
 void KXSessionRecorder::Session::beginFile() {
     isWaitingForRest = false;
     const EntryLog::Place place = *rests.last();
-    addEntries(*file, stateAt(place), log.copy(place, log.end()));
+    beganAt = place;
+    addEntries(*file, stateAt(place), log.copy(place, log.end()), lastMs);
     if (!file->flush())
         endFile(*file->problem());
 }
@@ -180,13 +197,19 @@ bool KXSessionRecorder::Session::endRecording() {
     if (file && isWaitingForRest) {
         isWhole = fail(path + ": the recording is empty, because no moment of rest came");
     } else if (file) {
-        file->add({Recording::continueTime(KXTick::getTickCount(), lastMs), Recording::End()});
+        file->add({timeOfEnd(), Recording::End()});
         isWhole = file->flush();
         if (!isWhole)
             fail(*file->problem());
     }
     file.reset();
     return std::exchange(isWhole, true);
+}
+
+// The clock may have gone back behind the last entry.
+std::uint64_t KXSessionRecorder::Session::timeOfEnd() const {
+    const auto sinceLast = static_cast<int>(KXTick::getTickCount() - static_cast<unsigned int>(lastMs));
+    return lastMs + static_cast<unsigned int>(std::max(sinceLast, 0));
 }
 
 bool KXSessionRecorder::Session::save(const std::string& newPath) {
@@ -207,7 +230,7 @@ bool KXSessionRecorder::Session::save(const std::string& newPath) {
     try {
         Recording::File saved(newPath);
         before.forEach([&state](const Entry& entry) { state.apply(entry.input); });
-        addEntries(saved, state, kept);
+        addEntries(saved, state, kept, endMs);
         saved.add({endMs, Recording::End()});
         if (saved.flush())
             return true;
@@ -295,18 +318,29 @@ void KXSessionRecorder::Session::take(unsigned int tick, Input&& input) {
         rests.input(entry, place, memory);
     log.append(entry);
     lastMs = entry.timeMs;
-    if (file && !isWaitingForRest)
+    if (file)
         writeLast(entry);
-    else if (file && rests.last())
-        beginFile();
     if (log.end().chunk != place.chunk)
         trim();
 }
 
 void KXSessionRecorder::Session::writeLast(const Entry& entry) {
+    if (isWaitingForRest || !rests.has(beganAt)) {
+        if (!rests.last())
+            return waitForRest();
+        if (!isWaitingForRest && !file->restart())
+            return endFile(*file->problem());
+        return beginFile();
+    }
     file->add(entry);
     if (!file->flush())
         endFile(*file->problem());
+}
+
+// What was written from a moment on that was no rest stays: it is better than nothing.
+void KXSessionRecorder::Session::waitForRest() {
+    if (!isWaitingForRest)
+        endFile(path + ": the moment at which it began was no rest");
 }
 
 // The application goes on without its recording: the operator works with it.
@@ -327,7 +361,8 @@ void KXSessionRecorder::Session::forgetAll(unsigned int tick, const std::string&
 }
 
 void KXSessionRecorder::Session::trim() {
-    const auto needed = keptMs == 0 ? rests.last() : rests.lastBefore(lastMs > keptMs ? lastMs - keptMs : 0);
+    const unsigned int neededMs = std::max(keptMs, leastKeptMs);
+    const auto needed = rests.lastBefore(lastMs > neededMs ? lastMs - neededMs : 0);
     const auto apply = [this](const Entry& entry) { stateAtBegin.apply(entry.input); };
     if (needed)
         log.dropBefore(*needed, apply);

@@ -41,7 +41,9 @@ int repeatCall(const KXToolkitEvent& event, KXInputEventManager& manager) {
 }
 
 int repeatCall(const KXInputEvent& event, KXInputEventManager& manager) {
-    KXInputEvent delivered(event);
+    // A holder is of every class, whichever the event claims.
+    KXSomeEvent delivered;
+    static_cast<KXInputEvent&>(delivered) = event;
     return manager.inputEventOccurred(delivered);
 }
 

@@ -44,7 +44,7 @@ File::File(std::string path) : name(std::move(path)) {
     descriptor = openToAppend(name);
     if (descriptor < 0)
         throw std::runtime_error(name + ": " + whyNotOpened(errno));
-    buffer = std::string(firstLine()) + "\n# written by KXAPI_Recording " KXAPI_VERSION "\n";
+    addHead();
     const bool isTaken = holdsSomething(descriptor);
     if (isTaken || !flush()) {
         close(descriptor);
@@ -54,6 +54,17 @@ File::File(std::string path) : name(std::move(path)) {
 
 File::~File() {
     close(descriptor);
+}
+
+void File::addHead() {
+    buffer = std::string(firstLine()) + "\n# written by KXAPI_Recording " KXAPI_VERSION "\n";
+}
+
+bool File::restart() {
+    if (!failure && ftruncate(descriptor, 0) != 0)
+        failure = name + ": cannot begin anew: " + std::strerror(errno);
+    addHead();
+    return flush();
 }
 
 void File::add(const Entry& entry) {

@@ -31,10 +31,16 @@ public:
     /// \return whether all entries were written
     bool flush();
 
+    /// Takes back all entries. A pipe or a device cannot do that.
+    /// \return whether the file is as new
+    bool restart();
+
     /// Why writing failed, in one line "path: reason"; nothing as long as it works.
     const std::optional<std::string>& problem() const { return failure; }
 
 private:
+    void addHead();
+
     const std::string name;
     int descriptor = -1;
     std::string buffer;

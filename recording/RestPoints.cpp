@@ -36,7 +36,8 @@ void RestPoints::input(const Entry& entry, const EntryLog::Place& place, const K
         return;
     if (mayPair(event->timeStamp, memory))
         dropSince(lastPress);
-    const unsigned int steps = event->count > 1 ? static_cast<unsigned int>(event->count) : 1;
+    // The encoder divides by it, whatever its sign.
+    const unsigned int steps = event->count == 0 ? 1 : static_cast<unsigned int>(event->count);
     const bool hasStep = memory.stepTimeStamp != 0;
     if (hasStep && (continuesTurn(event->timeStamp, steps, memory.stepTimeStamp, memory.restartGapMs) ||
                     continuesTurn(event->timeStamp, steps, 0, memory.restartGapMs)))
@@ -80,6 +81,10 @@ std::optional<EntryLog::Place> RestPoints::lastBefore(std::uint64_t timeMs) cons
     const auto later = std::find_if(points.begin(), points.end(),
                                     [timeMs](const EntryLog::Place& point) { return point.timeMs > timeMs; });
     return later == points.begin() ? points.front() : *(later - 1);
+}
+
+bool RestPoints::has(const EntryLog::Place& place) const {
+    return !points.empty() && !(points.back() < place);
 }
 
 void RestPoints::dropBefore(const EntryLog::Place& place) {

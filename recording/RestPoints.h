@@ -31,6 +31,9 @@ public:
     /// The last rest that was over \p timeMs; else the first one.
     std::optional<EntryLog::Place> lastBefore(std::uint64_t timeMs) const;
 
+    /// Whether a recording that began at \p place, a rest then, began at rest as far as is known now.
+    bool has(const EntryLog::Place& place) const;
+
     void dropBefore(const EntryLog::Place& place);
 
     /// In a long rest only every so many ms is kept, and the last one.

@@ -33,8 +33,8 @@ TEST_F(RecorderTest, says_what_it_is_and_who_wrote_it) {
     EXPECT_TRUE(recorder.isRecording());
     EXPECT_TRUE(recorder.stop());
     EXPECT_FALSE(recorder.isRecording());
-    EXPECT_THAT(linesOf(path),
-                ElementsAre("kxrecording 2", MatchesRegex("# written by KXAPI_Recording [0-9.]+"), "0 end"));
+    EXPECT_THAT(linesOf(path), ElementsAre("kxrecording 2", MatchesRegex("# written by KXAPI_Recording [0-9.]+"),
+                                           "0 pass", "0 end"));
 }
 
 TEST_F(RecorderTest, made_before_the_manager_records_its_defaults) {
@@ -43,7 +43,7 @@ TEST_F(RecorderTest, made_before_the_manager_records_its_defaults) {
     manager();
     recorder.stop();
     EXPECT_THAT(entriesOf(path),
-                ElementsAre("0 set accept-input on", "0 set double-press 300", "0 set long-press 2000",
+                ElementsAre("0 pass", "0 set accept-input on", "0 set double-press 300", "0 set long-press 2000",
                             StartsWith("0 set speed-table 2:4096 "), "0 set low-pass 900",
                             "0 set user-factor 1000", StartsWith("0 set key-mapping 0x1000000=0 "), "0 end"));
 }
@@ -87,8 +87,8 @@ TEST_F(RecorderTest, records_every_way_in_in_the_managers_order) {
     KXSimulation::advance(93);
     recorder.stop();
     const std::vector<std::string> entries = entriesOf(path);
-    ASSERT_EQ(14U, entries.size());
-    EXPECT_THAT(std::vector<std::string>(entries.begin() + 7, entries.end()),
+    ASSERT_EQ(15U, entries.size());
+    EXPECT_THAT(std::vector<std::string>(entries.begin() + 8, entries.end()),
                 ElementsAre(at(7, pressLine), "7 input KEY_PRESS_EVENT time=6 key=2",
                             "7 post 4711 time=0 class=6 signal-data=0,5000000000 source-class=6",
                             "7 post KEY_PRESS_EVENT time=0 key=0 os=0xffff value=-1", "7 set user-factor 0",
@@ -186,7 +186,7 @@ TEST_F(RecorderTest, a_rest_after_which_a_longer_double_press_time_pairs_presses
     press();
     recorder.start(path);
     recorder.stop();
-    EXPECT_EQ("100 pass", inputsOf(path).front());
+    EXPECT_LE(std::stol(inputsOf(path).front()), 100);
 }
 
 TEST_F(RecorderTest, a_rest_after_which_a_wheel_goes_on_with_its_turn_is_none) {
@@ -202,6 +202,47 @@ TEST_F(RecorderTest, a_rest_after_which_a_wheel_goes_on_with_its_turn_is_none) {
     EXPECT_EQ("100100 pass", inputsOf(path).front());
 }
 
+TEST_F(RecorderTest, a_recording_begins_anew_when_its_rest_turns_out_to_be_none) {
+    KXSimulation::setTick(100000);
+    KXSessionRecorder recorder;
+    manager();
+    KXSimulation::advance(100);
+    turnWheel(1);
+    KXSimulation::advance(1000);
+    recorder.start(path);
+    EXPECT_EQ("101100 pass", inputsOf(path).front());
+    turnWheel(10);
+    recorder.stop();
+    EXPECT_EQ("100100 pass", inputsOf(path).front());
+    EXPECT_EQ("", recorder.problem());
+}
+
+TEST_F(RecorderTest, a_late_press_that_pairs_with_one_before_the_beginning_belongs_to_the_recording) {
+    KXSessionRecorder recorder;
+    manager();
+    KXSimulation::advance(1000);
+    press();
+    release();
+    KXSimulation::advance(450);
+    recorder.start(path);
+    KXToolkitEvent late;
+    late.eventType = TOOLKIT_KEY_PRESS_EVENT;
+    late.osKeyCode = escape;
+    late.timeStamp = 1290;
+    manager().toolkitEventOccurred(late);
+    recorder.stop();
+    EXPECT_LE(std::stol(inputsOf(path).front()), 1000);
+}
+
+TEST_F(RecorderTest, stop_works_while_the_clock_has_gone_back) {
+    KXSimulation::setTick(100);
+    KXSessionRecorder recorder;
+    recorder.start(path);
+    KXSimulation::setTick(50);
+    EXPECT_TRUE(recorder.stop());
+    EXPECT_THAT(entriesOf(path), ElementsAre("100 pass", "100 end"));
+}
+
 TEST_F(RecorderTest, what_comes_behind_the_end_is_left_out) {
     KXSessionRecorder recorder;
     recorder.start(path);
@@ -209,7 +250,7 @@ TEST_F(RecorderTest, what_comes_behind_the_end_is_left_out) {
     EXPECT_TRUE(recorder.stop());
     manager();
     EXPECT_TRUE(recorder.stop());
-    EXPECT_THAT(entriesOf(path), ElementsAre("7 end"));
+    EXPECT_THAT(entriesOf(path), ElementsAre("0 pass", "7 end"));
 }
 
 TEST_F(RecorderTest, ends_its_recording_at_its_own_end) {
@@ -217,7 +258,7 @@ TEST_F(RecorderTest, ends_its_recording_at_its_own_end) {
         KXSessionRecorder recorder;
         recorder.start(path);
     }
-    EXPECT_THAT(entriesOf(path), ElementsAre("0 end"));
+    EXPECT_THAT(entriesOf(path), ElementsAre("0 pass", "0 end"));
 }
 
 TEST_F(RecorderTest, goes_on_where_the_tick_wraps) {
@@ -284,7 +325,7 @@ TEST_F(RecorderTest, a_second_recorder_is_told_that_it_is_one) {
     EXPECT_TRUE(first.start(path)); // which the second one's end has not disturbed
     press();
     EXPECT_TRUE(first.stop());
-    EXPECT_EQ(1U, inputsOf(path).size() - 1);
+    EXPECT_THAT(inputsOf(path), ElementsAre("0 pass", at(0, pressLine), "0 end"));
 }
 
 TEST_F(RecorderTest, a_clock_that_goes_back_ends_the_recording) {
@@ -299,7 +340,7 @@ TEST_F(RecorderTest, a_clock_that_goes_back_ends_the_recording) {
                   ": the tick 99 lies before that of the line above, 100; the recording ends here\n",
               testing::internal::GetCapturedStderr());
     EXPECT_FALSE(recorder.stop());
-    EXPECT_TRUE(inputsOf(path).empty());
+    EXPECT_THAT(inputsOf(path), ElementsAre("100 pass"));
 }
 
 TEST_F(RecorderTest, holds_the_worker_until_it_stops) {

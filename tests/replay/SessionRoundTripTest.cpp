@@ -73,7 +73,7 @@ protected:
         take();
         static constexpr unsigned int pauses[] = {0, 3, 10, 20, 40, 60, 60, 90, 150, 250, 301, 400, 2500};
         wait(oneOf(pauses));
-        if (below(40) == 0)
+        if (below(25) == 0)
             wait(5000); // even the encoder comes to rest
     }
 
@@ -216,7 +216,7 @@ TEST_F(RoundTripTest, what_the_flight_recorder_saves_gives_the_same_events) {
             for (int i = 0; i < actions; ++i) {
                 act();
                 const std::string file = inFolder(std::to_string(seed) + "-" + std::to_string(i));
-                if (below(actions / 8) == 0 && recorder.save(file))
+                if (below(12) == 0 && recorder.save(file))
                     saves.push_back({file, taken.size()});
             }
             KXInputEventManager::deleteInstance();
