@@ -6,6 +6,7 @@ set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME development)
 # The public headers tell by their names: what is exported bears the prefix. Others are the library's own.
 file(GLOB kx_public_headers RELATIVE "${PROJECT_SOURCE_DIR}" CONFIGURE_DEPENDS
     events/KX*.h events/sync/KX*.h encoder/KX*.h actions/KX*.h input/KX*.h input/CANRemote*.h
+    toolkit/KX*.h recording/KX*.h replay/KX*.h
     platform/KX*.h platform/simulated/KXSimulation.h)
 foreach(header IN LISTS kx_public_headers)
     get_filename_component(folder "${header}" DIRECTORY)
@@ -34,7 +35,17 @@ install(FILES "${PROJECT_BINARY_DIR}/KXAPI_EventsConfig.cmake"
     "${PROJECT_BINARY_DIR}/KXAPI_EventsConfigVersion.cmake" DESTINATION "${kx_package_dir}")
 install(EXPORT KXAPI_Events FILE KXAPI_EventsTargets.cmake NAMESPACE KXAPI:: DESTINATION "${kx_package_dir}")
 
-# Relative to the .pc file, so that the prefix can be moved.
-file(RELATIVE_PATH kx_pkgconfig_to_prefix "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
-configure_file(cmake/kxapi-events.pc.in "${PROJECT_BINARY_DIR}/kxapi-events.pc" @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/kxapi-events.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+# kx_add_pkg_config(NAME REQUIRES LIBRARIES): of one library, as kxapi-NAME. Its paths are relative to the file, so that
+# the prefix can be moved.
+function(kx_add_pkg_config name requires libraries)
+    file(RELATIVE_PATH to_prefix "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
+    configure_file(cmake/kxapi.pc.in "${PROJECT_BINARY_DIR}/kxapi-${name}.pc" @ONLY)
+    install(FILES "${PROJECT_BINARY_DIR}/kxapi-${name}.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+endfunction()
+
+kx_add_pkg_config(events ""
+    "-lKXAPI_Events -lKXAPI_OS_ABS -lKXAPI_Hardware -lKXAPI_Utility -lboost_thread -pthread")
+kx_add_pkg_config(toolkit "kxapi-events Qt5Widgets" "-lKXAPI_Toolkit")
+kx_add_pkg_config(recording kxapi-events "-lKXAPI_Recording")
+kx_add_pkg_config(replay kxapi-recording
+    "-Wl,--whole-archive,-lKXAPI_Simulated,--no-whole-archive -lKXAPI_Replay")

@@ -126,6 +126,10 @@ int KXEncoderDynamic::getTimeGap() const {
     return timeGap;
 }
 
+unsigned int KXEncoderDynamic::getRestartTimeGap() const {
+    return maxTimeGap;
+}
+
 std::uint64_t KXEncoderDynamic::getLastTimeStamp() const {
     return lastTimeStamp;
 }

@@ -63,6 +63,9 @@ public:
     /// The smoothed time of a step, in ms.
     int getTimeGap() const;
 
+    /// The encoder restarts after a step that took longer, in ms.
+    unsigned int getRestartTimeGap() const;
+
     /// Tick of the last step handled.
     std::uint64_t getLastTimeStamp() const;
 

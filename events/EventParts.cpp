@@ -14,7 +14,8 @@ template<class Class, class Part>
 bool findPart(KXEvent& event, Part*& part) {
     if (&typeid(event) != &typeid(Class))
         return false;
-    part = static_cast<Class*>(dynamic_cast<void*>(&event));
+    Class& object = *static_cast<Class*>(dynamic_cast<void*>(&event));
+    part = &static_cast<Part&>(object);
     return true;
 }
 

@@ -97,6 +97,16 @@ void decodeKey(const KXCANMessage& message, KeyOptionsCANRemote& key, unsigned i
     key.pressed = bit;
 }
 
+void copyEncoder(CANRemoteOptions& to, const CANRemoteOptions& from) {
+    to.encoderUpKeyCode = from.encoderUpKeyCode;
+    to.encoderDownKeyCode = from.encoderDownKeyCode;
+    to.encoderCANId = from.encoderCANId;
+    to.encoderByteIndex = from.encoderByteIndex;
+    to.endPointSetting = from.endPointSetting;
+    to.encoderMask = from.encoderMask;
+    to.encoderLittleEndian = from.encoderLittleEndian;
+}
+
 // The observation's mutex orders frames and other inputs. Decoding needs none: only this thread uses the keys'
 // states.
 void tellFrame(const KXInputEventManager* manager, const KXCANMessage& message) {
@@ -126,14 +136,20 @@ int KXInputEventManager::setCANRemoteOptions(CANRemoteOptions options) {
         key.pressed = 0;
         canRemoteOptions.keyIndex.emplace(key.canId, &key);
     }
-    canRemoteOptions.encoderUpKeyCode = options.encoderUpKeyCode;
-    canRemoteOptions.encoderDownKeyCode = options.encoderDownKeyCode;
-    canRemoteOptions.encoderCANId = options.encoderCANId;
-    canRemoteOptions.encoderByteIndex = options.encoderByteIndex;
-    canRemoteOptions.endPointSetting = options.endPointSetting;
-    canRemoteOptions.encoderMask = options.encoderMask;
-    canRemoteOptions.encoderLittleEndian = options.encoderLittleEndian;
+    copyEncoder(canRemoteOptions, options);
     return options.enabled ? openCANRemote() : STATUS_OK;
+}
+
+// As it was set: the states of the keys belong to the thread that decodes frames.
+CANRemoteOptions KXInputEventManager::getKeypad() const {
+    CANRemoteOptions options;
+    options.enabled = true;
+    for (std::size_t i = 0; i < std::size(options.keys); ++i) {
+        const KeyOptionsCANRemote& key = canRemoteOptions.keys[i];
+        options.keys[i] = {key.keyNumber, key.keyCode, key.byteIndex, key.bitIndex, key.canId, 0};
+    }
+    copyEncoder(options, canRemoteOptions);
+    return options;
 }
 
 int KXInputEventManager::openCANRemote() {

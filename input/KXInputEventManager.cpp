@@ -22,7 +22,7 @@ constexpr unsigned int passIntervalMs = 100;
 
 } // namespace
 
-KXInputEventManager* KXInputEventManager::theInstance = nullptr;
+std::atomic<KXInputEventManager*> KXInputEventManager::theInstance{nullptr};
 
 KXInputEventManager* KXInputEventManager::createInstance() {
     if (theInstance)
@@ -49,7 +49,7 @@ bool KXInputEventManager::hasInstance() {
 }
 
 void KXInputEventManager::deleteInstance() {
-    delete theInstance;
+    delete theInstance.load();
     theInstance = nullptr;
 }
 
@@ -68,8 +68,8 @@ KXInputEventManager::~KXInputEventManager() {
 
 int KXInputEventManager::initialize() {
     acceptInput(true);
-    setDoubleKeyPressDuration(300);
-    setLongKeyPressDuration(2000);
+    setDoubleKeyPressDuration(defaultDoublePressMs);
+    setLongKeyPressDuration(defaultLongPressMs);
     encoderDynamic = KXEncoderDynamic::instance();
     stopThread = false;
     // Objects of an earlier call are in use: the worker waits on one, the application on the other's end point.

@@ -18,6 +18,7 @@ class KXEndPointManager;
 class KXInputObserver;
 class KXMutex;
 class KXThread;
+struct KXInputMemory;
 
 /// Turns operator input into classified events: presses, double presses, long presses, releases and accelerated
 /// encoder moves.
@@ -41,7 +42,7 @@ public:
     /// The manager. Without one, reports that on standard error and aborts the process.
     static KXInputEventManager* getInstance();
 
-    /// Whether there is a manager. For the thread that creates and deletes it.
+    /// Whether there is a manager.
     static bool hasInstance();
 
     /// Stops the worker thread, which takes up to 100 ms, and destroys the manager, its queue with all events in
@@ -68,8 +69,13 @@ public:
 
     /// Sets the observer of the process, which sees all that reaches the manager; null: none. Any thread, before
     /// or after \ref createInstance and not during it, but not from a hook or an observer. A call that is under way
-    /// may go untold. Waits until no thread is inside the former observer.
+    /// may go untold. Waits until no thread is inside the former observer. A new observer is first told the present
+    /// settings of the manager, as if they were set now; nobody may set the encoder or the keys meanwhile.
     static void setObserver(KXInputObserver* observer);
+
+    /// For observers, inside an operation other than onPassDue: what the manager remembers at this moment.
+    /// \return a default one without a manager
+    static KXInputMemory getMemory();
 
     /// Sets the defaults and makes the queue, the encoder dynamics, the mutex and the worker thread. The
     /// constructor calls it. If the platform refuses the thread, the platform reports that, and long presses
@@ -187,6 +193,9 @@ private:
         std::uint32_t longPressMs;
     };
 
+    static constexpr std::uint32_t defaultDoublePressMs = 300;
+    static constexpr std::uint32_t defaultLongPressMs = 2000;
+
     class EncoderSettings;         // tells the observer of the encoder's settings
     friend class CANRemoteHandler; // decodes frames by the layout
     friend class Observation;      // tells the observer with the mutex held
@@ -198,6 +207,8 @@ private:
     KX_LOCAL void post(KXEvent& event);
     KX_LOCAL int renumber(KXToolkitEvent& event);
     KX_LOCAL int openCANRemote();
+    KX_LOCAL void tellSettings(KXInputObserver& observer) const;
+    KX_LOCAL CANRemoteOptions getKeypad() const;
     KX_LOCAL int keyCodeOf(int osKeyCode) const;
     KX_LOCAL int forwardAs(int eventType, KXToolkitEvent& event);
     KX_LOCAL int forwardKeyAs(int eventType, KXToolkitEvent& event);
@@ -208,12 +219,12 @@ private:
     KX_LOCAL void turnEncoderBundleBack(KXInputEvent& step);
     KX_LOCAL void accelerate(KXInputEvent& step, KXInputEvent& sum);
 
-    static KXInputEventManager* theInstance;
+    static std::atomic<KXInputEventManager*> theInstance;
     static std::map<int, int> kxCodeToOSCodeMap; // written by setKeyMapping only, see there
 
     // Set from any thread.
     std::atomic<bool> acceptingInput{true};
-    std::atomic<PressDurations> pressDurations{PressDurations{300, 2000}};
+    std::atomic<PressDurations> pressDurations{PressDurations{defaultDoublePressMs, defaultLongPressMs}};
     std::atomic<bool> stopThread{false};
 
     // Change only while the worker thread does not run and no input is delivered.

@@ -1,6 +1,8 @@
 #include "input/KXInputObserver.h"
 
 #include "encoder/EncoderObserver.h"
+#include "encoder/KXEncoderDynamic.h"
+#include "events/KXEventType.h"
 #include "input/KXInputEventManager.h"
 #include "input/Observation.h"
 #include "platform/KXMutex.h"
@@ -100,9 +102,50 @@ private:
 void KXInputEventManager::setObserver(KXInputObserver* observer) {
     static EncoderSettings encoderSettings;
     const std::lock_guard<std::mutex> noPassIsDue(passDueMutex);
-    const KXAutoLock lock(theInstance ? theInstance->mutex : nullptr);
+    const KXInputEventManager* const manager = theInstance;
+    const KXAutoLock lock(manager ? manager->mutex : nullptr);
     EncoderObserver::set(observer ? &encoderSettings : nullptr);
     inputObserver.store(observer, std::memory_order_release);
+    if (observer && manager)
+        manager->tellSettings(*observer);
+}
+
+void KXInputEventManager::tellSettings(KXInputObserver& observer) const {
+    const auto [doublePressMs, longPressMs] = pressDurations.load();
+    // In the order that a new manager accepts, whose long-press time is the default one.
+    const bool longIsFirst = doublePressMs >= defaultLongPressMs;
+    if (longIsFirst)
+        observer.onSetting(KXInputSetting::LongKeyPressDuration, longPressMs);
+    observer.onSetting(KXInputSetting::DoubleKeyPressDuration, doublePressMs);
+    if (!longIsFirst)
+        observer.onSetting(KXInputSetting::LongKeyPressDuration, longPressMs);
+    observer.onSetting(KXInputSetting::AcceptInput, acceptingInput);
+    observer.onSetting(KXInputSetting::KeyboardLayout, keyboardLayout);
+    if (encoderDynamic) {
+        observer.onSetting(KXInputSetting::EncoderUserFactor, encoderDynamic->getUserFactor());
+        observer.onSetting(KXInputSetting::EncoderLowPassFactor, encoderDynamic->getLowPassFactor());
+        observer.onSpeedTable(encoderDynamic->getDynamicParameters());
+    }
+    observer.onKeyMapping(osCodeToKXCodeMap);
+    if (canRemoteEndPoint)
+        observer.onKeypad(getKeypad());
+}
+
+KXInputMemory KXInputEventManager::getMemory() {
+    KXInputMemory memory;
+    const KXInputEventManager* const manager = theInstance;
+    if (!manager)
+        return memory;
+    memory.isPressPending = manager->longPressCandidate.eventType != 0;
+    memory.isBundleOpen = manager->encoderBundle.eventType == ENCODER_MOVE_EVENT;
+    memory.hasPress = manager->lastPressEvent.eventType != 0;
+    memory.pressTimeStamp = manager->lastPressEvent.timeStamp;
+    memory.doublePressMs = manager->pressDurations.load().doublePressMs;
+    if (manager->encoderDynamic) {
+        memory.stepTimeStamp = manager->encoderDynamic->getLastTimeStamp();
+        memory.restartGapMs = manager->encoderDynamic->getRestartTimeGap();
+    }
+    return memory;
 }
 
 } // namespace KX

@@ -1,27 +1,55 @@
-#include "terminal/CommandLine.h"
-#include "terminal/Terminal.h"
-#include "terminal/TerminationSignals.h"
-#include "terminal/WindowSystemStart.h"
+#include "terminal/session/CommandLine.h"
+#include "terminal/session/Terminal.h"
+#include "terminal/session/TerminationSignals.h"
 
 #include <QApplication>
+#include <QStringList>
 
 #include <csignal>
 #include <cstdio>
 #include <memory>
+#include <unistd.h>
 
 namespace Terminal {
 
 namespace {
 
+// Kept until it is clear whether Qt gives up.
+QStringList warningsOfStart;
+
+void print(const QString& line) {
+    std::fprintf(stderr, "%s\n", line.toLocal8Bit().constData());
+}
+
+void handleMessageOfStart(QtMsgType type, const QMessageLogContext& /*context*/, const QString& message) {
+    if (type != QtFatalMsg) {
+        warningsOfStart.append(message);
+        return;
+    }
+    // The first message says more than Qt's last one, which lists all plugins.
+    const QStringList reasons =
+        warningsOfStart.filter(QStringLiteral("display")) + warningsOfStart + QStringList(message);
+    print(QStringLiteral("kxterminal: cannot start the window system: %1 (QT_QPA_PLATFORM=offscreen needs none)")
+              .arg(reasons.first().simplified()));
+    _exit(1);
+}
+
+// A window system that Qt cannot start ends the process with one line on standard error and status 1. Qt itself
+// would print a page and abort, and a missing display would leave a core dump.
+std::unique_ptr<QApplication> startWindowSystem(int& argc, char** argv) {
+    qInstallMessageHandler(handleMessageOfStart);
+    auto application = std::make_unique<QApplication>(argc, argv);
+    qInstallMessageHandler(nullptr);
+    for (const QString& warning : qAsConst(warningsOfStart))
+        print(warning);
+    warningsOfStart.clear();
+    return application;
+}
+
 CommandLine parseCommandLine(int argc, char** argv) {
     // Help and errors need no window system, so they work where there is none.
     const QCoreApplication application(argc, argv);
     return CommandLine::parse(QCoreApplication::arguments());
-}
-
-std::unique_ptr<QApplication> startWindowSystem(int& argc, char** argv) {
-    const WindowSystemStart start;
-    return std::make_unique<QApplication>(argc, argv);
 }
 
 } // namespace

@@ -22,7 +22,7 @@ namespace KX {
 /// notifier. Outside its slots, delete it before the manager: Qt warns about an end point that vanishes.
 ///
 /// On the simulated platform end points cannot wake Qt. Tests call \ref takeWaitingEvents.
-class KX_EXPORT KXEventNotifier : public QObject {
+class KX_TOOLKIT_API KXEventNotifier : public QObject {
     Q_OBJECT
 
 public:

@@ -51,7 +51,7 @@ class KXToolkitEvent;
 ///
 /// Make the layer after the QApplication, and use it on the application's thread, where it also reports. A layer
 /// whose window was destroyed reports nothing. When the layer is destroyed, it does not release what is down.
-class KX_EXPORT KXToolkitLayer : public QObject {
+class KX_TOOLKIT_API KXToolkitLayer : public QObject {
     Q_OBJECT
 
 public:

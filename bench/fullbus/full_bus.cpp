@@ -49,7 +49,7 @@ void countFrame(int descriptor, const void* buffer) {
 std::uint32_t sendAll(const std::string& bus, const BusTraffic& traffic, std::uint32_t frames) {
     std::uint32_t sent = 0;
     try {
-        CanBus::CANSender sender(bus);
+        KX::CanBus::CANSender sender(bus);
         const auto start = std::chrono::steady_clock::now();
         for (; sent < frames; ++sent) {
             std::this_thread::sleep_until(

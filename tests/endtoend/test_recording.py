@@ -173,7 +173,7 @@ class Demo(RecordingTestCase):
         done = self.run_kxterminal("--demo", "--print", "--record", self.file, preexec_fn=limit_files,
                                    restore_signals=False)
         self.assertEqual(1, done.returncode)
-        self.assertEqual(f"kxterminal: --record: {self.file}: File too large; the recording ends here\n", done.stderr)
+        self.assertEqual(f"KXSessionRecorder: {self.file}: File too large; the recording ends here\n", done.stderr)
         self.assertEqual(size, len(self.read_recording()))
         replay = self.replay(self.file)
         self.assertEqual(0, replay.returncode, replay.stderr)
@@ -211,7 +211,7 @@ class Files(RecordingTestCase):
     def test_an_empty_file_is_written(self):
         self.write("")
         self.assertEqual((0, ""), ((done := self.record(self.file)).returncode, done.stderr))
-        self.assertRegex(self.read_recording(), r"\Akxrecording 1\n(.*\n)*\d+ end\n\Z")
+        self.assertRegex(self.read_recording(), r"\Akxrecording 2\n(.*\n)*\d+ end\n\Z")
 
     def test_a_device_that_is_full_is_told(self):
         self.check_refused(self.record("/dev/full"), "/dev/full: No space left on device")
@@ -245,7 +245,7 @@ class Files(RecordingTestCase):
                 self.assertRegex(done.stderr, rf"\A{self.file}:{line}: [^\n]+\n\Z")
 
     def test_what_is_no_recording_is_told(self):
-        for text in ("a letter\n", "kxrecording 2\n"):
+        for text in ("a letter\n", "kxrecording 3\n"):
             with self.subTest(text=text):
                 self.write(text)
                 done = self.play(self.file)

@@ -29,8 +29,8 @@ const char* const placesToMend =
     "  events/EventFields.h                      what is copied between events and holders\n"
     "  events/EventRecord.cpp                    its place in the record of 136 bytes, whose layout is fixed\n"
     "  tools/eventline                           the printed line of an event\n"
-    "  tools/recording/RecordingFields.cpp       the line of a recording, and docs/recording.md\n"
-    "  terminal/EventModel.cpp                   the list of events\n"
+    "  recording/RecordingFields.cpp             the line of a recording, and docs/recording.md\n"
+    "  terminal/events/EventModel.cpp            the list of events\n"
     "  tests/support/EventSamples.h              the fields that tests compare, and tests/models/HolderModel.h\n"
     "Then set the size here anew.";
 

@@ -23,7 +23,7 @@ TEST(RecordingCorpusTest, EveryFileIsRefusedOrStaysTheSame) {
         SCOPED_TRACE(file.path().filename());
         const std::string content = contentOf(file.path());
         EXPECT_EQ(file.file_size(), content.size());
-        EXPECT_EQ("", Recording::test::problemWith(content));
+        EXPECT_EQ("", KX::Recording::test::problemWith(content));
         ++count;
     }
     EXPECT_LT(50U, count) << "the corpus is not where it was";

@@ -1,13 +1,14 @@
 #include "RecordingTarget.h"
 
+#include "recording/KXRecording.h"
+#include "recording/RecordingFormat.h"
 #include "support/RecordingComparison.h"
-#include "tools/recording/RecordingReader.h"
 
 #include <algorithm>
 #include <optional>
 #include <sstream>
 
-namespace Recording::test {
+namespace KX::Recording::test {
 
 namespace {
 
@@ -80,4 +81,4 @@ std::string problemWith(const std::string& bytes) {
     return problemBetween(*first.session, *second.session);
 }
 
-} // namespace Recording::test
+} // namespace KX::Recording::test

@@ -191,6 +191,7 @@ TEST_F(ObserverSetLater, sees_what_comes_from_then_on_and_nothing_after_it_was_t
     operatorPresses(Qt::Key_Home);
     {
         Notes notes;
+        notes.take(); // the settings
         operatorReleases(Qt::Key_Home);
         EXPECT_THAT(notes.take(), ElementsAre("toolkit 301 class 2 key -1"));
         KXInputEventManager::setObserver(nullptr);
@@ -202,6 +203,17 @@ TEST_F(ObserverSetLater, sees_what_comes_from_then_on_and_nothing_after_it_was_t
     expectPosted(KEY_PRESS_EVENT);
     expectPosted(KEY_RELEASE_EVENT);
     expectPosted(KEY_DOUBLE_PRESS_EVENT);
+}
+
+TEST_F(ObserverSetLater, is_told_the_settings_of_the_moment_first) {
+    manager->setLongKeyPressDuration(4000);
+    manager->setDoubleKeyPressDuration(2500); // a new manager takes it behind the long press only
+    manager->acceptInput(false);
+    KXEncoderDynamic::instance()->setUserFactor(1500);
+    manager->setKeyMapping({{66, 9}});
+    Notes notes;
+    EXPECT_THAT(notes.take(), ElementsAre("setting 1 = 4000", "setting 0 = 2500", "setting 4 = 0", "setting 5 = 0",
+                                          "setting 2 = 1500", "setting 3 = 900", "table of 7", "keys: 8"));
 }
 
 TEST_F(ObserverSetLater, changes_nothing_that_is_posted) {

@@ -1,10 +1,17 @@
 #!/usr/bin/env bash
 # headers.sh PREFIX: each installed header compiles alone, also with strict warnings and with parts of Boost.Thread
-# switched off.
+# switched off. Only those of the toolkit library need Qt.
 . "$(dirname "$0")/common.sh"
 cd "$1/$KX_INCLUDEDIR"
 
+qt=$(pkg-config --cflags Qt5Widgets)
+export qt=${qt//-I/-isystem}
+
 compile_alone() {
+    case $1 in
+        # shellcheck disable=SC2086 # several words
+        toolkit/*) set -- "$@" $qt -fPIC ;;
+    esac
     echo "#include \"$1\"" | "$CXX" "${@:2}" -std=c++17 -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror \
         -fsyntax-only -I . -x c++ - || { echo "FAILED: $1 does not compile alone" && return 1; }
 }
@@ -18,7 +25,10 @@ xargs -P 2 -n 1 bash -c 'compile_alone "$0"' <<<"$headers"
 foreign=(-Dslots= -Dsignals=public -Demit= -Dforeach=for -DNone=0L -DBool=int -DStatus=int -DSuccess=0 -DKeyPress=2
     -DKeyRelease=3)
 for header in $headers; do
-    compile_alone "$header" "${foreign[@]}"
+    case $header in
+        toolkit/*) compile_alone "$header" -DQT_NO_KEYWORDS ;;
+        *) compile_alone "$header" "${foreign[@]}" ;;
+    esac
 done
 
 for choice in VERSION=4 DONT_USE_DATETIME DONT_USE_CHRONO; do

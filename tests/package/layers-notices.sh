@@ -22,7 +22,7 @@ expect 1 events/A.h input/KXInputEventManager.h
 expect 1 encoder/A.cpp actions/KXActionQueue.h
 expect 1 actions/A.cpp encoder/KXEncoderDynamic.h
 expect 1 platform/linux/A.cpp events/KXEvent.h
-expect 1 tools/A.cpp terminal/MainWindow.h
+expect 1 tools/A.cpp terminal/window/MainWindow.h
 expect 0 platform/linux/os_abs/A.cpp platform/linux/os_abs/B.h
 expect 0 tests/platform_linux/A.cpp platform/linux/os_abs/B.h
 expect 0 bench/A.cpp platform/linux/os_abs/B.h

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # layers.sh [FOLDER]: no source of the project, or of FOLDER, includes a header of a higher layer. The layers from
-# the bottom: platform, events, encoder and actions, input, programs.
+# the bottom: platform, events, encoder and actions, input, toolkit and recording, replay, programs.
 . "$(dirname "$0")/common.sh"
 cd "${1:-$KX_SOURCE}"
 
@@ -14,11 +14,15 @@ allow events platform
 allow encoder events platform
 allow actions events platform
 allow input encoder actions events platform
-allow tools input encoder actions events platform
-allow terminal tools input encoder actions events platform
-allow bench tools input encoder actions events platform
-allow examples terminal tools input encoder actions events platform
-allow tests bench terminal tools input encoder actions events platform
+library="input encoder actions events platform"
+allow toolkit $library
+allow recording $library
+allow replay recording $library
+allow tools replay recording $library
+allow terminal tools toolkit recording $library
+allow bench tools recording $library
+allow examples replay recording toolkit $library
+allow tests bench terminal tools replay recording toolkit $library
 
 wrong=0
 refuse() {
@@ -44,8 +48,8 @@ check() {
             ;;
         platform/simulated/*)
             case $file in
-                platform/simulated/* | tools/* | tests/*) ;;
-                *) refuse "$file" "$line" "only tools and tests know the simulated platform and may include $header" ;;
+                platform/simulated/* | replay/* | tools/* | tests/*) ;;
+                *) refuse "$file" "$line" "only replays, tools and tests know the simulated platform and may include $header" ;;
             esac
             ;;
     esac

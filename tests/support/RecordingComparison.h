@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tools/recording/Recording.h"
+#include "recording/KXRecording.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -10,21 +10,32 @@
 #include <vector>
 
 /// Compares entries of recordings field by field, independent of their text.
-namespace Recording::test {
+namespace KX::Recording::test {
 
 template<typename Value, std::size_t size>
 bool isSame(const Value (&left)[size], const Value (&right)[size]) {
     return std::equal(std::begin(left), std::end(left), std::begin(right));
 }
 
-inline bool isSame(const KX::KXToolkitEvent& left, const KX::KXToolkitEvent& right) {
-    const auto numbers = [](const KX::KXToolkitEvent& event) {
+inline bool isSame(const KXInputEvent& left, const KXInputEvent& right) {
+    const auto numbers = [](const KXInputEvent& event) {
         return std::make_tuple(event.eventClass, event.eventType, event.timeStamp, event.value, event.count,
-                               event.keyCode, event.osKeyCode, event.inputValue, event.incidentFlag,
-                               event.toolkitFlag);
+                               event.keyCode, event.osKeyCode, event.inputValue, event.incidentFlag);
     };
     return numbers(left) == numbers(right) && isSame(left.eventData, right.eventData) &&
            isSame(left.inputData, right.inputData);
+}
+
+inline bool isSame(const KXToolkitEvent& left, const KXToolkitEvent& right) {
+    const KXInputEvent& input = left;
+    return isSame(input, static_cast<const KXInputEvent&>(right)) && left.toolkitFlag == right.toolkitFlag;
+}
+
+inline bool isSame(const Post& left, const Post& right) {
+    const KXInputEvent& input = left.event;
+    return isSame(input, static_cast<const KXInputEvent&>(right.event)) &&
+           isSame(left.event.signalData, right.event.signalData) &&
+           left.event.sourceClass == right.event.sourceClass;
 }
 
 inline bool isSame(const Frame& left, const Frame& right) {
@@ -92,4 +103,4 @@ inline std::size_t firstDifference(const std::vector<Entry>& left, const std::ve
     return areSame ? left.size() : static_cast<std::size_t>(inLeft - left.begin());
 }
 
-} // namespace Recording::test
+} // namespace KX::Recording::test

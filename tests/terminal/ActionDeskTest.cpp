@@ -1,12 +1,12 @@
-#include "terminal/ActionDesk.h"
+#include "terminal/actions/ActionDesk.h"
 
 #include "actions/KXActionQueue.h"
 #include "events/KXEventType.h"
 #include "platform/KXTick.h"
 #include "platform/simulated/KXSimulation.h"
-#include "terminal/ActionPanel.h"
-#include "terminal/KeyCodes.h"
-#include "terminal/ScreenButton.h"
+#include "terminal/actions/ActionPanel.h"
+#include "terminal/window/KeyCodes.h"
+#include "terminal/window/ScreenButton.h"
 
 #include <QCoreApplication>
 #include <QtTest>

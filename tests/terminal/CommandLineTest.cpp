@@ -1,4 +1,4 @@
-#include "terminal/CommandLine.h"
+#include "terminal/session/CommandLine.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "terminal/DisplayPace.h"
+#include "terminal/window/DisplayPace.h"
 
 #include <QCoreApplication>
 #include <QtTest>

@@ -1,8 +1,8 @@
-#include "terminal/EncoderView.h"
+#include "terminal/encoder/EncoderView.h"
 
 #include "events/KXEventType.h"
-#include "terminal/RefreshPace.h"
-#include "terminal/Theme.h"
+#include "terminal/window/DisplayPace.h"
+#include "terminal/window/Theme.h"
 
 #include <QImage>
 #include <QtTest>

@@ -1,7 +1,7 @@
-#include "terminal/EventModel.h"
+#include "terminal/events/EventModel.h"
 
 #include "events/KXEventType.h"
-#include "terminal/EventListView.h"
+#include "terminal/events/EventPage.h"
 
 #include <QAbstractItemModelTester>
 #include <QScrollBar>

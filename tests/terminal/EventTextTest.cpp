@@ -1,10 +1,15 @@
-#include "terminal/EventText.h"
+#include "terminal/events/EventText.h"
 
 #include "events/KXEventType.h"
 #include "input/KXInputEventManager.h"
 #include "platform/simulated/KXSimulation.h"
 
 #include <gtest/gtest.h>
+
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <unistd.h>
 
 using namespace Terminal;
 
@@ -22,6 +27,17 @@ protected:
 
     KX::KXInputEvent event;
 };
+
+KX::KXInputEvent eventOf(int type) {
+    KX::KXInputEvent event;
+    event.eventType = type;
+    return event;
+}
+
+struct Closer {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using File = std::unique_ptr<std::FILE, Closer>;
 
 } // namespace
 
@@ -62,4 +78,33 @@ TEST_F(EventTextTest, ShowsADashForWhatIsNotSet) {
     event.osKeyCode = 0x1000013;
     EXPECT_EQ("0", EventText::count(event).toStdString());
     EXPECT_EQ("0x1000013", EventText::toolkitKey(event).toStdString());
+}
+
+TEST(EventPrinterTest, EveryLineIsOutBeforeTheNextEventIsTaken) {
+    int ends[2];
+    ASSERT_EQ(0, pipe(ends));
+    const File output(fdopen(ends[1], "w"));
+    EventPrinter printer(output.get());
+    printer.print(eventOf(KX::KEY_PRESS_EVENT));
+    printer.print(eventOf(KX::KEY_RELEASE_EVENT));
+
+    // Without a flush the pipe would still be empty, and reading would block: output stays open.
+    char text[512];
+    const ssize_t length = read(ends[0], text, sizeof text);
+    ASSERT_GT(length, 0);
+    EXPECT_EQ("0 KEY_PRESS_EVENT class=3 key=-1 os=-1 value=0 count=-1 data=0,0,0,0\n"
+              "0 KEY_RELEASE_EVENT class=3 key=-1 os=-1 value=0 count=-1 data=0,0,0,0\n",
+              std::string(text, static_cast<std::size_t>(length)));
+    close(ends[0]);
+}
+
+TEST(EventPrinterTest, FallsSilentWhenNothingCanBeWritten) {
+    const File full(std::fopen("/dev/full", "w"));
+    ASSERT_NE(nullptr, full);
+    EventPrinter printer(full.get());
+    printer.print(eventOf(KX::KEY_PRESS_EVENT));
+    EXPECT_NE(0, std::ferror(full.get()));
+    std::clearerr(full.get());
+    printer.print(eventOf(KX::KEY_RELEASE_EVENT));
+    EXPECT_EQ(0, std::ferror(full.get())) << "it has tried again";
 }

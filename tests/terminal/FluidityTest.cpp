@@ -2,17 +2,15 @@
 // arrive faster than hands can make them.
 
 #include "events/KXEventType.h"
-#include "terminal/EventListView.h"
-#include "terminal/EventModel.h"
-#include "terminal/EventPage.h"
-#include "terminal/InputSettings.h"
-#include "terminal/KeyCodes.h"
-#include "terminal/MainWindow.h"
-#include "terminal/OperatorScreen.h"
-#include "terminal/PageArea.h"
-#include "terminal/PageBar.h"
-#include "terminal/RefreshPace.h"
-#include "terminal/ScreenButton.h"
+#include "terminal/events/EventModel.h"
+#include "terminal/events/EventPage.h"
+#include "terminal/settings/InputSettings.h"
+#include "terminal/window/DisplayPace.h"
+#include "terminal/window/KeyCodes.h"
+#include "terminal/window/MainWindow.h"
+#include "terminal/window/OperatorScreen.h"
+#include "terminal/window/PageArea.h"
+#include "terminal/window/ScreenButton.h"
 
 #include <QElapsedTimer>
 #include <QImage>
@@ -102,6 +100,12 @@ public:
 
 class FluidityTest : public testing::TestWithParam<QSize> {
 protected:
+    void SetUp() override {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+        GTEST_SKIP() << "What it costs with a sanitizer says nothing of the program.";
+#endif
+    }
+
     FluidityTest() : settings([](InputSettings::Setting, int) { return 0; }), window(model, settings) {
         model.append(nextEvents(EventModel::capacity));
         const double pageMs = msToDrawAPage();

@@ -1,10 +1,10 @@
-#include "terminal/InputSettings.h"
+#include "terminal/settings/InputSettings.h"
 
 #include "encoder/KXEncoderDynamic.h"
 #include "events/KXEventType.h"
 #include "input/KXInputEventManager.h"
 #include "platform/simulated/KXSimulation.h"
-#include "terminal/SettingText.h"
+#include "terminal/settings/SettingTable.h"
 
 #include <QSignalSpy>
 
@@ -173,4 +173,13 @@ TEST_F(InputSettingsTest, ARefusalIsPutIntoWords) {
     EXPECT_EQ("Not below 1 \u2030", words(InputSettings::LowPassFactor, 0, 24));
     EXPECT_EQ("Not above 1000 \u2030", words(InputSettings::LowPassFactor, 1050, 24));
     EXPECT_EQ("Refused with status 99", words(InputSettings::LowPassFactor, 1, 99));
+}
+
+TEST(SettingTableTest, GivesEachSettingTheWordThatRecordingsHave) {
+    const auto word = [](InputSettings::Setting setting) { return settingTable.at(setting).wordInRecordings(); };
+    EXPECT_EQ("double-press", word(InputSettings::DoublePressMs));
+    EXPECT_EQ("long-press", word(InputSettings::LongPressMs));
+    EXPECT_EQ("user-factor", word(InputSettings::UserFactor));
+    EXPECT_EQ("low-pass", word(InputSettings::LowPassFactor));
+    EXPECT_EQ("accept-input", word(InputSettings::AcceptInput));
 }

@@ -1,4 +1,4 @@
-#include "terminal/KeyTimeLine.h"
+#include "terminal/timeline/KeyTimeLine.h"
 
 #include "events/KXEventType.h"
 

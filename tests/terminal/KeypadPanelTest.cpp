@@ -1,13 +1,12 @@
-#include "terminal/KeypadPanel.h"
+#include "terminal/keypad/KeypadPanel.h"
 
 #include "events/KXEventType.h"
 #include "input/KXInputEventManager.h"
 #include "platform/simulated/KXSimulation.h"
-#include "terminal/KeyCodes.h"
-#include "terminal/KeypadKey.h"
-#include "terminal/KeypadKnob.h"
+#include "recording/KXKeyLayout.h"
+#include "terminal/keypad/KeypadControls.h"
+#include "terminal/window/KeyCodes.h"
 #include "toolkit/KXToolkitLayer.h"
-#include "tools/keylayout/KeyLayout.h"
 
 #include <QVBoxLayout>
 #include <QWheelEvent>
@@ -47,7 +46,7 @@ Frame frameOf(const KX::KXCANMessage& message) {
 }
 
 KX::CANRemoteOptions sharedFrame() {
-    KX::CANRemoteOptions layout = KeyLayout::empty();
+    KX::CANRemoteOptions layout = KX::KeyLayout::empty();
     layout.keys[0] = {1, 0, 3, 7, 0x100, 0};
     layout.encoderCANId = 0x100;
     layout.encoderByteIndex = 3;
@@ -66,7 +65,7 @@ protected:
         auto* column = new QVBoxLayout(&window);
         column->addSpacing(100);
         column->addWidget(panel = new KeypadPanel);
-        panel->setLayoutOfKeys(KeyLayout::builtIn());
+        panel->setLayoutOfKeys(KX::KeyLayout::builtIn());
         QObject::connect(panel, &KeypadPanel::frameChanged,
                          [this](const KX::KXCANMessage& frame) { frames.push_back(frameOf(frame)); });
         window.show();
@@ -123,7 +122,7 @@ protected:
 } // namespace
 
 TEST(KeypadFramesTest, AFrameTellsOfAllKeysThatShareIt) {
-    KeypadFrames frames(KeyLayout::builtIn());
+    KeypadFrames frames(KX::KeyLayout::builtIn());
     EXPECT_EQ((Frame{extended | 0x18FF0001U, {1, 0, 0, 0, 0, 0, 0, 0}}), frameOf(frames.setKey(0, true)));
     EXPECT_EQ((Frame{extended | 0x18FF0001U, {0x81, 0, 0, 0, 0, 0, 0, 0}}), frameOf(frames.setKey(1, true)));
     EXPECT_EQ((Frame{extended | 0x18FF0002U, {0, 0, 0, 0, 0, 0, 0, 8}}), frameOf(frames.setKey(15, true)));
@@ -133,7 +132,7 @@ TEST(KeypadFramesTest, AFrameTellsOfAllKeysThatShareIt) {
 }
 
 TEST(KeypadFramesTest, TheCounterHas16BitsAndWraps) {
-    KeypadFrames frames(KeyLayout::builtIn());
+    KeypadFrames frames(KX::KeyLayout::builtIn());
     const auto position = [](const KX::KXCANMessage& frame) { return frame.canData[2] | frame.canData[3] << 8; };
     EXPECT_EQ(0xFFFF, position(frames.turn(false)));
     EXPECT_EQ(0, position(frames.turn(true)));
@@ -230,7 +229,7 @@ TEST_F(KeypadPanelTest, NothingOnTheKeypadTakesTheKeyboardFocus) {
 
 TEST_F(KeypadPanelTest, ALayoutWithoutAnEncoderHasNoKnob) {
     KeypadPanel bare;
-    KX::CANRemoteOptions layout = KeyLayout::empty();
+    KX::CANRemoteOptions layout = KX::KeyLayout::empty();
     layout.keys[4] = {5, 0, 0, 0, 1, 0};
     bare.setLayoutOfKeys(layout);
     EXPECT_TRUE(bare.knob().isHidden());

@@ -1,8 +1,8 @@
-#include "terminal/SessionPlayer.h"
+#include "terminal/session/SessionPlayer.h"
 
+#include "recording/KXRecordedCalls.h"
 #include "tests/support/OperatorTest.h"
 #include "tools/eventline/EventLine.h"
-#include "tools/recording/RecordedCalls.h"
 
 #include <QElapsedTimer>
 #include <QEventLoop>
@@ -19,7 +19,7 @@ using namespace Terminal;
 
 namespace {
 
-using Recording::Session;
+using KX::Recording::Session;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using Lines = std::vector<std::string>;
@@ -28,7 +28,7 @@ constexpr int longestPlayMs = 60000;
 
 Session sessionOf(const std::string& lines) {
     std::istringstream input("kxrecording 1\n" + lines);
-    return Recording::read(input, "session", [](const std::string& warning) { ADD_FAILURE() << warning; });
+    return KX::Recording::read(input, "session", [](const std::string& warning) { ADD_FAILURE() << warning; });
 }
 
 // A line whose tick is relative to a base, so that the same session can also cross the wrap.
@@ -68,9 +68,9 @@ protected:
     std::unique_ptr<SessionPlayer> playerOf(const Session& session, double speed) {
         return std::make_unique<SessionPlayer>(
             session, speed, *manager,
-            [this](const Recording::NumberSetting& setting) {
+            [this](const KX::Recording::NumberSetting& setting) {
                 settings.push_back(setting);
-                Recording::repeatCall(setting, *manager);
+                KX::Recording::repeatCall(setting, *manager);
             });
     }
 
@@ -95,7 +95,7 @@ protected:
     Lines driveDirectly(const Session& session) {
         TearDown();
         SetUp();
-        for (const Recording::Entry& entry : session.entries)
+        for (const KX::Recording::Entry& entry : session.entries)
             std::visit([&](const auto& input) { apply(input, entry.tick()); }, entry.input);
         Lines posted = takePosted();
         TearDown();
@@ -103,19 +103,19 @@ protected:
         return posted;
     }
 
-    std::vector<Recording::NumberSetting> settings;
+    std::vector<KX::Recording::NumberSetting> settings;
 
 private:
     template<typename Call>
     void apply(const Call& call, unsigned int /*tick*/) {
-        Recording::repeatCall(call, *manager);
+        KX::Recording::repeatCall(call, *manager);
     }
-    void apply(const Recording::Pass& /*pass*/, unsigned int tick) {
+    void apply(const KX::Recording::Pass& /*pass*/, unsigned int tick) {
         manager->sendLongPressEvent(tick);
         manager->sendEncoderMoveEvent(tick);
     }
-    void apply(const Recording::End& /*end*/, unsigned int /*tick*/) {}
-    void apply(const Recording::Frame& /*frame*/, unsigned int /*tick*/) {}
+    void apply(const KX::Recording::End& /*end*/, unsigned int /*tick*/) {}
+    void apply(const KX::Recording::Frame& /*frame*/, unsigned int /*tick*/) {}
 };
 
 } // namespace

@@ -1,10 +1,9 @@
-#include "terminal/SettingsPanel.h"
+#include "terminal/settings/SettingsPanel.h"
 
 #include "events/KXEventType.h"
-#include "terminal/KeyCodes.h"
-#include "terminal/ScreenButton.h"
-#include "terminal/SettingRows.h"
-#include "terminal/SwitchButton.h"
+#include "terminal/settings/SettingRows.h"
+#include "terminal/window/KeyCodes.h"
+#include "terminal/window/ScreenButton.h"
 
 #include <QtTest>
 

@@ -1,4 +1,4 @@
-#include "terminal/SpanPainter.h"
+#include "terminal/timeline/SpanPainter.h"
 
 #include <QImage>
 #include <QPainter>

@@ -2,9 +2,9 @@
 
 #include "events/KXEventType.h"
 #include "platform/simulated/KXSimulation.h"
-#include "terminal/RefreshPace.h"
-#include "terminal/Theme.h"
-#include "terminal/TimeLineView.h"
+#include "terminal/timeline/TimeLineView.h"
+#include "terminal/window/DisplayPace.h"
+#include "terminal/window/Theme.h"
 
 #include <QImage>
 #include <QtTest>

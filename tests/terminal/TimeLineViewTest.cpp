@@ -1,7 +1,7 @@
 #include "TimeLineViewFixture.h"
 
-#include "terminal/EventText.h"
-#include "terminal/KeyLanesItem.h"
+#include "terminal/events/EventText.h"
+#include "terminal/timeline/KeyLanes.h"
 
 #include <gtest/gtest.h>
 

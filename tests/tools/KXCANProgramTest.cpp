@@ -1,7 +1,7 @@
 #include "CANProgram.h"
 
 #include "platform/KXCANRaw.h"
-#include "tools/canbus/CANLog.h"
+#include "recording/CANLog.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -15,7 +15,7 @@
 #include <memory>
 #include <poll.h>
 
-using namespace CanBus;
+using namespace KX::CanBus;
 
 namespace {
 

@@ -8,6 +8,7 @@
 namespace Replay::test {
 namespace {
 
+using KX::Recording::NumberSetting;
 using KX::test::ClassificationModel;
 using KX::test::Fields;
 using KX::test::fieldsOf;
@@ -15,7 +16,6 @@ using KX::test::PlainEvent;
 using KX::test::Random;
 using KX::test::RandomInput;
 using KX::test::WorkerModel;
-using Recording::NumberSetting;
 
 KX::KXToolkitEvent toolkitEventOf(const Fields& fields) {
     KX::KXToolkitEvent event;
@@ -42,7 +42,7 @@ public:
         worker.isRunning = !withPasses;
         worker.nextPass = now() + 100;
         session.hasPasses = withPasses;
-        add(Recording::Pass()); // without recorded passes the first entry sets their beat
+        add(KX::Recording::Pass()); // without recorded passes the first entry sets their beat
         if (!withPasses)
             session.entries.back().input = NumberSetting{KX::KXInputSetting::AcceptInput, 1};
     }
@@ -62,13 +62,13 @@ public:
 
     void finish() { timePasses(hasPasses ? 0 : 200); }
 
-    Recording::Session session;
+    KX::Recording::Session session;
     ClassificationModel model;
 
 private:
     unsigned int now() const { return static_cast<unsigned int>(nowMs); }
 
-    void add(Recording::Input what) {
+    void add(KX::Recording::Input what) {
         session.entries.push_back({nowMs, std::move(what), session.entries.size() + 1});
     }
 
@@ -84,7 +84,7 @@ private:
     }
 
     void addPass() {
-        add(Recording::Pass());
+        add(KX::Recording::Pass());
         pass(now());
     }
 
@@ -127,11 +127,11 @@ private:
     void addSpeedTableOrKeys() {
         if (random.oneIn(2)) {
             const auto mapping = input.keyMapping();
-            add(Recording::KeyMapping{mapping});
+            add(KX::Recording::KeyMapping{mapping});
             model.setKeys(mapping);
             return;
         }
-        Recording::SpeedTable table;
+        KX::Recording::SpeedTable table;
         KX::test::EncoderModel::Table modelTable;
         for (int rows = random.between(0, 4); rows > 0; --rows) {
             table.rows.push_back({random.below(100), random.below(5000)});

@@ -105,7 +105,8 @@ TEST_F(KXReplayDurations, a_setting_later_that_does_not_fit_is_told_with_its_lin
 
 class KXReplayComparison : public ReplayTest {
 protected:
-    std::vector<PlayedEvent> playWith(const Recording::Session& session, std::optional<unsigned int> doublePressMs,
+    std::vector<PlayedEvent> playWith(const KX::Recording::Session& session,
+                                      std::optional<unsigned int> doublePressMs,
                                       std::optional<unsigned int> longPressMs) {
         Player::Options options;
         options.other.doublePressMs = doublePressMs;
@@ -115,7 +116,7 @@ protected:
 };
 
 TEST_F(KXReplayComparison, marks_what_is_another_event_and_what_comes_in_one_play_only) {
-    const Recording::Session session =
+    const KX::Recording::Session session =
         recording("1000" + press + "1100" + release + "1280" + press + "2600 pass\n3200 pass\n3280 pass\n3300" +
                   release + "3400 toolkit TOOLKIT_MOUSE_PRESS_EVENT data=0,1,0,0\n");
     const Comparison comparison(playEvents(session), playWith(session, 250, 1300));
@@ -135,7 +136,7 @@ TEST_F(KXReplayComparison, marks_what_is_another_event_and_what_comes_in_one_pla
 }
 
 TEST_F(KXReplayComparison, events_of_one_input_are_put_beside_what_they_belong_to) {
-    const Recording::Session session = recording("1000" + press + "3000 pass\n3001" + release);
+    const KX::Recording::Session session = recording("1000" + press + "3000 pass\n3001" + release);
     const Comparison comparison(playEvents(session), playWith(session, {}, 2500));
     EXPECT_EQ(comparison.getRows().size(), 4U);
     EXPECT_THAT(
@@ -146,7 +147,7 @@ TEST_F(KXReplayComparison, events_of_one_input_are_put_beside_what_they_belong_t
 }
 
 TEST_F(KXReplayComparison, of_equal_plays_counts_the_events) {
-    const Recording::Session session = recording("1000" + press + "1100 pass\n");
+    const KX::Recording::Session session = recording("1000" + press + "1100 pass\n");
     const Comparison comparison(playEvents(session), playWith(session, 299, {}));
     EXPECT_THAT(comparison.toText("x"), testing::EndsWith("no differences in 1 event\n"));
     EXPECT_EQ(comparison.toJSON(), "{\"differences\":0}\n");
@@ -154,7 +155,7 @@ TEST_F(KXReplayComparison, of_equal_plays_counts_the_events) {
 }
 
 TEST_F(KXReplayComparison, as_json_has_an_object_for_each_difference) {
-    const Recording::Session session = recording("1000" + press + "1300" + press + "3300 pass\n");
+    const KX::Recording::Session session = recording("1000" + press + "1300" + press + "3300 pass\n");
     const Comparison comparison(playEvents(session), playWith(session, 299, 2001));
     const auto json = [](int time, int type, const std::string& name) {
         return "{\"time\":" + std::to_string(time) + ",\"type\":" + std::to_string(type) + ",\"name\":\"" + name +
@@ -170,7 +171,7 @@ TEST_F(KXReplayComparison, as_json_has_an_object_for_each_difference) {
 }
 
 TEST_F(KXReplayComparison, cells_that_are_too_wide_are_cut) {
-    const Recording::Session session = recording(
+    const KX::Recording::Session session = recording(
         "4000000000 set user-factor 2000000000\n4000000000 toolkit TOOLKIT_WHEEL_EVENT key=4 count=2000000000 "
         "os=0x1000013\n4000000001 toolkit 102\n");
     std::istringstream lines(Comparison(playEvents(session), {}).toText("x"));
@@ -181,7 +182,7 @@ TEST_F(KXReplayComparison, cells_that_are_too_wide_are_cut) {
 class KXReplayClosestCalls : public ReplayTest {
 protected:
     Summary summaryOf(const std::string& lines) {
-        const Recording::Session session = recording(lines);
+        const KX::Recording::Session session = recording(lines);
         Summary summary(session);
         for (const PlayedEvent& played : playEvents(session))
             summary.take(played);

@@ -214,18 +214,18 @@ protected:
 };
 
 TEST_F(KXReplayOtherSettings, hold_from_the_beginning_whatever_the_recording_sets) {
-    const Recording::Session presses =
+    const KX::Recording::Session presses =
         recording("0 pass\n1000 set double-press 100\n1000" + press + escapeKey + "1200" + press + escapeKey +
                   "1401" + press + escapeKey + "1401 pass\n");
     EXPECT_EQ(play(presses, with("double-press", 200)),
               Lines({"1000 KEY_PRESS_EVENT 0", "1200 KEY_DOUBLE_PRESS_EVENT 0", "1401 KEY_PRESS_EVENT 0"}));
-    const Recording::Session hold =
+    const KX::Recording::Session hold =
         recording("0 pass\n1000 set long-press 1000\n1000" + press + escapeKey + "2499 pass\n2500 pass\n");
     EXPECT_EQ(play(hold, with("long-press", 1500)).back(), "2500 KEY_LONG_PRESS_EVENT 0");
-    const Recording::Session turn = recording("0 pass\n1000 set user-factor 5000\n1000 set low-pass 1\n"
-                                              "1000 set speed-table 500:10\n"
-                                              "1000 toolkit TOOLKIT_WHEEL_EVENT key=4 count=1\n"
-                                              "1100 toolkit TOOLKIT_WHEEL_EVENT key=4 count=1\n");
+    const KX::Recording::Session turn = recording("0 pass\n1000 set user-factor 5000\n1000 set low-pass 1\n"
+                                                  "1000 set speed-table 500:10\n"
+                                                  "1000 toolkit TOOLKIT_WHEEL_EVENT key=4 count=1\n"
+                                                  "1100 toolkit TOOLKIT_WHEEL_EVENT key=4 count=1\n");
     EXPECT_EQ(play(turn), Lines({"1000 ENCODER_MOVE_EVENT 4 5/1", "1100 ENCODER_MOVE_EVENT 4 25/1"}));
     EXPECT_EQ(play(turn, with("user-factor", 9000)),
               Lines({"1000 ENCODER_MOVE_EVENT 4 9/1", "1100 ENCODER_MOVE_EVENT 4 81/1"}));
@@ -234,7 +234,7 @@ TEST_F(KXReplayOtherSettings, hold_from_the_beginning_whatever_the_recording_set
 }
 
 TEST_F(KXReplayOtherSettings, leave_the_other_duration_as_recorded_and_refused_settings_refused) {
-    const Recording::Session session =
+    const KX::Recording::Session session =
         recording("0 set long-press 5000\n0 set double-press 5000\n0 pass\n1000" + press + escapeKey + "3500" +
                   press + escapeKey + "6600" + press + escapeKey + "11599 pass\n11600 pass\n");
     EXPECT_EQ(play(session, with("double-press", 3000)),
@@ -257,7 +257,7 @@ const std::string log = "(1436509052.249713) can0 ";
 class KXReplayLog : public ReplayTest {
 protected:
     /// One frame per text, 100 ms apart.
-    static Recording::Session logOf(const Lines& frames) {
+    static KX::Recording::Session logOf(const Lines& frames) {
         std::string text;
         for (std::size_t i = 0; i < frames.size(); ++i) {
             const std::string ms = std::to_string(10000 + 100 * i);
@@ -312,7 +312,7 @@ TEST_F(KXReplayLog, the_knob_turns_up_and_down_and_across_its_wrap) {
 }
 
 TEST_F(KXReplayLog, frames_of_one_tick_are_played_one_after_the_other) {
-    const Recording::Session session =
+    const KX::Recording::Session session =
         readText(log + "18FF0001#01\n" + log + "18FF0001#00\n" + log + "18FF0001#01\n" + log + "18FF0001#00\n");
     EXPECT_THAT(play(session), ElementsAre("1000 KEY_PRESS_EVENT 0", "1000 KEY_RELEASE_EVENT 0",
                                            "1000 KEY_DOUBLE_PRESS_EVENT 0", "1000 KEY_RELEASE_EVENT 0"));
@@ -325,8 +325,9 @@ TEST_F(KXReplayLog, error_and_remote_frames_are_passed_over) {
 
 TEST_F(KXReplayLog, a_keypad_of_another_layout_is_read_by_that) {
     Player::Options options;
-    options.keypad = KeyLayout::empty();
-    options.keypad.keys[3] = {4, 6, 7, 7, 0x123, 0};
+    KX::CANRemoteOptions keypad = KX::KeyLayout::empty();
+    keypad.keys[3] = {4, 6, 7, 7, 0x123, 0};
+    options.keypad = std::make_shared<const KX::CANRemoteOptions>(keypad);
     EXPECT_THAT(play(logOf({"123#0000000000000080", "18FF0001#01", "123#00"}), options),
                 ElementsAre("1000 KEY_PRESS_EVENT 6", "1200 KEY_RELEASE_EVENT 6"));
 }
@@ -338,9 +339,9 @@ TEST_F(KXReplayLog, a_clock_that_was_set_meanwhile_is_played_at_once) {
 }
 
 TEST_F(KXReplayLog, each_play_of_a_process_gives_the_same) {
-    const Recording::Session turn =
+    const KX::Recording::Session turn =
         logOf({"18FF0003#0000FFFF", "18FF0001#01", "18FF0002#10", "18FF0003#00000500"});
-    const Recording::Session mapping = recording("0 set key-mapping 0x1000000=9\n1" + press + escapeKey);
+    const KX::Recording::Session mapping = recording("0 set key-mapping 0x1000000=9\n1" + press + escapeKey);
     const Lines first = play(turn);
     const std::string firstLibrary = library;
     EXPECT_EQ(first.size(), 4U);

@@ -1,9 +1,10 @@
 #pragma once
 
 #include "events/KXEventKind.h"
+#include "recording/KXRecording.h"
+#include "recording/RecordingFormat.h"
 #include "tools/kxreplay/EventOutput.h"
 #include "tools/kxreplay/Player.h"
-#include "tools/recording/RecordingReader.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -16,14 +17,14 @@
 namespace Replay::test {
 
 /// Reads a text as a file; a warning fails the test.
-inline Recording::Session readText(const std::string& text) {
+inline KX::Recording::Session readText(const std::string& text) {
     std::istringstream input(text);
-    return Recording::read(input, "day.kxr", [](const std::string& warning) { ADD_FAILURE() << warning; });
+    return KX::Recording::read(input, "day.kxr", [](const std::string& warning) { ADD_FAILURE() << warning; });
 }
 
 /// A recording with these lines after its first line.
-inline Recording::Session recording(const std::string& lines) {
-    return readText(std::string(Recording::firstLine()) + "\n" + lines);
+inline KX::Recording::Session recording(const std::string& lines) {
+    return readText(std::string(KX::Recording::firstLine()) + "\n" + lines);
 }
 
 /// The important part of an event: "1000 KEY_PRESS_EVENT 0". A move has value and count, "1000 ENCODER_MOVE_EVENT
@@ -42,13 +43,14 @@ inline std::string brief(const KX::KXInputEvent& event) {
 /// Plays in this process and keeps what the library prints.
 class ReplayTest : public testing::Test {
 protected:
-    std::vector<PlayedEvent> playEvents(const Recording::Session& session, const Player::Options& options = {}) {
+    std::vector<PlayedEvent> playEvents(const KX::Recording::Session& session,
+                                        const Player::Options& options = {}) {
         std::ostringstream written;
         std::streambuf* const standardOutput = std::cout.rdbuf(written.rdbuf());
         std::streambuf* const standardError = std::cerr.rdbuf(written.rdbuf());
         std::vector<PlayedEvent> events;
         std::size_t steps = 0;
-        Player(session, options)
+        Player(std::make_shared<const KX::Recording::Session>(session), options)
             .play([&events](const PlayedEvent& event) { events.push_back(event); }, [&steps] { ++steps; });
         std::cout.rdbuf(standardOutput);
         std::cerr.rdbuf(standardError);
@@ -57,7 +59,7 @@ protected:
         return events;
     }
 
-    std::vector<std::string> play(const Recording::Session& session, const Player::Options& options = {}) {
+    std::vector<std::string> play(const KX::Recording::Session& session, const Player::Options& options = {}) {
         std::vector<std::string> lines;
         for (const PlayedEvent& played : playEvents(session, options))
             lines.push_back(brief(played.event));

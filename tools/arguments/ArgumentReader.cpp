@@ -1,6 +1,6 @@
 #include "tools/arguments/ArgumentReader.h"
 
-#include "tools/text/Text.h"
+#include "recording/Text.h"
 
 #include <utility>
 
@@ -24,7 +24,7 @@ void ArgumentReader::refuse(const std::string& reason) const {
 }
 
 void ArgumentReader::refuseUnknown(const std::string& what) const {
-    refuse(what + " " + Text::quoted(arguments[next - 1]));
+    refuse(what + " " + KX::Text::quoted(arguments[next - 1]));
 }
 
 bool ArgumentReader::isOption(const std::string& text) {

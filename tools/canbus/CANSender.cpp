@@ -16,7 +16,7 @@
 #include <thread>
 #include <unistd.h>
 
-namespace CanBus {
+namespace KX::CanBus {
 
 namespace {
 
@@ -172,4 +172,4 @@ void CANSender::waitForRoom(int error, Clock::time_point limit) const {
     poll(&waiting, 1, static_cast<int>(left.count()));
 }
 
-} // namespace CanBus
+} // namespace KX::CanBus

@@ -5,7 +5,7 @@
 #include <chrono>
 #include <string>
 
-namespace CanBus {
+namespace KX::CanBus {
 
 /// Puts frames onto a CAN bus: an interface of the system, or the virtual bus of a machine without CAN.
 ///
@@ -49,4 +49,4 @@ private:
     int descriptor = -1;
 };
 
-} // namespace CanBus
+} // namespace KX::CanBus

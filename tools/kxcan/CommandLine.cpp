@@ -1,6 +1,6 @@
 #include "tools/kxcan/CommandLine.h"
 
-#include "tools/canbus/CANLog.h"
+#include "recording/CANLog.h"
 
 #include <charconv>
 #include <optional>
@@ -42,7 +42,7 @@ CommandLine parseSend(Arguments::ArgumentReader& reader, CommandLine result) {
     do {
         const std::string& text = reader.take("the frame");
         try {
-            result.frames.push_back(checkThatItCanBeSent(CanBus::parseCANFrame(text)));
+            result.frames.push_back(checkThatItCanBeSent(KX::CanBus::parseCANFrame(text)));
         } catch (const std::runtime_error& error) {
             reader.refuse(error.what());
         }
@@ -90,7 +90,7 @@ CommandLine parseCommandLine(const std::vector<std::string>& arguments) {
 }
 
 const KX::KXCANMessage& checkThatItCanBeSent(const KX::KXCANMessage& frame) {
-    if ((frame.canId & CanBus::errorFlag) != 0)
+    if ((frame.canId & KX::CanBus::errorFlag) != 0)
         throw Arguments::BadInput("an error frame cannot be sent; only the driver of a bus makes them");
     return frame;
 }

@@ -1,6 +1,6 @@
 #include "tools/kxcan/Playback.h"
 
-#include "tools/canbus/CANLog.h"
+#include "recording/CANLog.h"
 #include "tools/canbus/CANSender.h"
 #include "tools/kxcan/CommandLine.h"
 #include "tools/progress/Progress.h"
@@ -48,10 +48,10 @@ public:
     /// \return false after the last frame
     bool read(Entry& entry) {
         while (readLine()) {
-            if (CanBus::isCANLogComment(line))
+            if (KX::CanBus::isCANLogComment(line))
                 continue;
             try {
-                const CanBus::CANLogLine parsed = CanBus::parseCANLogLine(line);
+                const KX::CanBus::CANLogLine parsed = KX::CanBus::parseCANLogLine(line);
                 entry = Entry{parsed.time, checkThatItCanBeSent(parsed.frame)};
                 return true;
             } catch (const std::runtime_error& error) {
@@ -130,12 +130,12 @@ Playback::Playback(std::string fileName, double speed) : name(std::move(fileName
 
 void Playback::run(const std::string& bus) {
     if (name == "-") {
-        CanBus::CANSender sender(bus);
+        KX::CanBus::CANSender sender(bus);
         playStandardInput(sender);
         return;
     }
     const std::vector<Entry> entries = readAll(name);
-    CanBus::CANSender sender(bus);
+    KX::CanBus::CANSender sender(bus);
     Schedule schedule(speedFactor);
     Progress::Reporter progress("kxcan", "frames sent", entries.size());
     for (const Entry& entry : entries) {
@@ -145,7 +145,7 @@ void Playback::run(const std::string& bus) {
     }
 }
 
-void Playback::playStandardInput(CanBus::CANSender& sender) const {
+void Playback::playStandardInput(KX::CanBus::CANSender& sender) const {
     LogReader reader(name);
     Schedule schedule(speedFactor);
     Progress::Reporter progress("kxcan", "frames sent", 0);

@@ -2,7 +2,7 @@
 
 #include <string>
 
-namespace CanBus {
+namespace KX::CanBus {
 class CANSender;
 }
 
@@ -23,7 +23,7 @@ public:
     void run(const std::string& bus);
 
 private:
-    void playStandardInput(CanBus::CANSender& sender) const;
+    void playStandardInput(KX::CanBus::CANSender& sender) const;
 
     const std::string name;
     const double speedFactor;

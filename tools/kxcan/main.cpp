@@ -50,7 +50,7 @@ void run(const std::vector<std::string>& words) {
     case CommandLine::Action::ShowHelp: std::fputs(helpText, stdout); break;
     case CommandLine::Action::ShowVersion: std::puts("kxcan " KXCAN_VERSION); break;
     case CommandLine::Action::Send: {
-        CanBus::CANSender sender(arguments.bus);
+        KX::CanBus::CANSender sender(arguments.bus);
         for (const KX::KXCANMessage& frame : arguments.frames)
             sender.send(frame);
         break;

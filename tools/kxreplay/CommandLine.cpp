@@ -1,7 +1,7 @@
 #include "tools/kxreplay/CommandLine.h"
 
+#include "recording/Text.h"
 #include "tools/arguments/ArgumentReader.h"
-#include "tools/text/Text.h"
 
 #include <algorithm>
 #include <limits>
@@ -18,8 +18,8 @@ template<typename Number>
 Number takeNumber(Arguments::ArgumentReader& reader, const std::string& option, Number least, Number greatest) {
     const std::string& text = reader.take("the number of " + option);
     Number number{};
-    if (!Text::parseNumber(text, 10, number) || number < least || number > greatest) {
-        reader.refuse(option + ": " + Text::quoted(text) + " is not a number from " + std::to_string(least) +
+    if (!KX::Text::parseNumber(text, 10, number) || number < least || number > greatest) {
+        reader.refuse(option + ": " + KX::Text::quoted(text) + " is not a number from " + std::to_string(least) +
                       " to " + std::to_string(greatest));
     }
     return number;

@@ -1,12 +1,12 @@
 #include "tools/kxreplay/Program.h"
 
+#include "recording/KXFunctionKeys.h"
+#include "recording/KXKeyLayout.h"
+#include "replay/LibraryOutput.h"
 #include "tools/arguments/ArgumentReader.h"
-#include "tools/keylayout/FunctionKeys.h"
-#include "tools/keylayout/KeyLayout.h"
 #include "tools/kxreplay/Comparison.h"
 #include "tools/kxreplay/Expectation.h"
-#include "tools/kxreplay/KeyWindow.h"
-#include "tools/kxreplay/LibraryOutput.h"
+#include "tools/kxreplay/OffscreenToolkit.h"
 #include "tools/kxreplay/Player.h"
 #include "tools/kxreplay/Summary.h"
 #include "tools/progress/Progress.h"
@@ -25,6 +25,7 @@ namespace Replay {
 
 namespace {
 
+using SharedSession = std::shared_ptr<const KX::Recording::Session>;
 using Write = std::function<void(const std::string&)>;
 
 // Few enough to play at once on any machine.
@@ -36,29 +37,29 @@ void tell(const std::string& line) {
 
 KX::CANRemoteOptions readKeypad(const std::string& file) {
     try {
-        return KeyLayout::readFile(file, KeyLayout::keyCodesOfTerminal());
+        return KX::KeyLayout::readFile(file, KX::KeyLayout::keyCodesOfTerminal());
     } catch (const std::runtime_error& error) {
         throw Arguments::BadInput(error.what());
     }
 }
 
-Player::Options recordedOptions(const CommandLine& arguments, const Recording::Session& session) {
+Player::Options recordedOptions(const CommandLine& arguments, const KX::Recording::Session& session) {
     Player::Options options;
     if (arguments.keypadFile.empty())
         return options;
     if (!session.isPlainLog)
         throw Arguments::BadInput(
             "kxreplay: --keypad is for the log of a CAN bus; a recording has its own layout");
-    options.keypad = readKeypad(arguments.keypadFile);
+    options.keypad = std::make_shared<const KX::CANRemoteOptions>(readKeypad(arguments.keypadFile));
     return options;
 }
 
 /// One run of the program: the session, what to do with it, and where the output goes.
 class Run {
 public:
-    Run(const CommandLine& givenArguments, const Recording::Session& givenSession, Write writeFunction)
-        : arguments(givenArguments), session(givenSession), write(std::move(writeFunction)),
-          recorded(recordedOptions(arguments, session)), changed(recorded) {
+    Run(const CommandLine& givenArguments, SharedSession givenSession, Write writeFunction)
+        : arguments(givenArguments), session(std::move(givenSession)), write(std::move(writeFunction)),
+          recorded(recordedOptions(arguments, *session)), changed(recorded) {
         changed.other = arguments.other;
     }
 
@@ -73,8 +74,8 @@ public:
 private:
     void play(const Player::Options& options, const Player::Take& take) const {
         std::optional<Progress::Reporter> progress;
-        if (session.entries.size() > fewLines && !showsByItself())
-            progress.emplace("kxreplay", "lines played", session.entries.size());
+        if (session->entries.size() > fewLines && !showsByItself())
+            progress.emplace("kxreplay", "lines played", session->entries.size());
         Player(session, options).play(take, [&progress] {
             if (progress)
                 progress->countOne();
@@ -104,7 +105,7 @@ private:
     }
 
     void printSummary() const {
-        Summary summary(session);
+        Summary summary(*session);
         play(changed, [&summary](const PlayedEvent& played) { summary.take(played); });
         write(isText() ? summary.toText() : summary.toJSON());
     }
@@ -112,7 +113,7 @@ private:
     bool isText() const { return arguments.format == Format::Text; }
 
     const CommandLine& arguments;
-    const Recording::Session& session;
+    const SharedSession session;
     const Write write;
     const Player::Options recorded;
     Player::Options changed;
@@ -141,7 +142,7 @@ int compareWith(const Expectation& expectation, const std::string& printed) {
     return failed;
 }
 
-int print(const CommandLine& arguments, const Recording::Session& session) {
+int print(const CommandLine& arguments, const SharedSession& session) {
     if (arguments.expectationFile.empty()) {
         Run(arguments, session, &writeToStandardOutput).print();
         return played;
@@ -160,15 +161,16 @@ void flushStandardOutput() {
 }
 
 int run(const CommandLine& arguments) {
-    const Recording::Session session = Recording::readFile(arguments.file, &tell);
+    const auto session =
+        std::make_shared<const KX::Recording::Session>(KX::Recording::readFile(arguments.file, &tell));
     const std::string name = arguments.file == "-" ? "standard input" : arguments.file;
-    checkDurations(arguments.other, session, name);
-    const LibraryOutput library(arguments.showLibraryOutput ? LibraryOutput::Goes::ToStandardError
-                                                            : LibraryOutput::Goes::Nowhere);
+    checkDurations(arguments.other, *session, name);
+    const KX::LibraryOutput library(arguments.showLibraryOutput ? KX::LibraryOutput::Goes::ToStandardError
+                                                                : KX::LibraryOutput::Goes::Nowhere);
     std::optional<OffscreenToolkit> toolkit;
-    if (needsToolkit(session))
+    if (needsToolkit(*session))
         toolkit.emplace();
-    if (session.entries.empty())
+    if (session->entries.empty())
         tell(name + ": there is nothing to play in it");
     return print(arguments, session);
 }

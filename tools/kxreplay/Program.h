@@ -1,7 +1,7 @@
 #pragma once
 
+#include "recording/KXRecording.h"
 #include "tools/kxreplay/CommandLine.h"
-#include "tools/recording/RecordingReader.h"
 
 #include <string>
 #include <string_view>
@@ -18,7 +18,7 @@ void flushStandardOutput();
 
 /// Does what the command line asks for, with standard output and standard error.
 /// \return the exit status
-/// \throws BadInput, Recording::BadFile  exit with badInput
+/// \throws BadInput, KX::Recording::BadFile  exit with badInput
 /// \throws std::runtime_error             standard output cannot be written; exit with failed
 int run(const CommandLine& arguments);
 

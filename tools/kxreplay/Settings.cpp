@@ -8,20 +8,20 @@ namespace Replay {
 
 namespace {
 
-using Recording::Entry;
-using Recording::NumberSetting;
+using KX::Recording::Entry;
+using KX::Recording::NumberSetting;
 
 bool isOperatorsOrPass(const Entry& entry) {
     return std::holds_alternative<KX::KXToolkitEvent>(entry.input) ||
-           std::holds_alternative<Recording::Frame>(entry.input) ||
-           std::holds_alternative<Recording::Pass>(entry.input);
+           std::holds_alternative<KX::Recording::Frame>(entry.input) ||
+           std::holds_alternative<KX::Recording::Pass>(entry.input);
 }
 
-std::vector<Entry>::const_iterator firstInput(const Recording::Session& session) {
+std::vector<Entry>::const_iterator firstInput(const KX::Recording::Session& session) {
     return std::find_if(session.entries.begin(), session.entries.end(), isOperatorsOrPass);
 }
 
-Durations durationsAtFirstInput(const Recording::Session& session) {
+Durations durationsAtFirstInput(const KX::Recording::Session& session) {
     Durations durations;
     const auto end = firstInput(session);
     for (auto entry = session.entries.begin(); entry != end; ++entry)
@@ -77,7 +77,7 @@ Durations OtherSettings::applyTo(Durations recorded) const {
 }
 
 // Settings before the first input may come in any order. Only their result counts.
-void checkDurations(const OtherSettings& settings, const Recording::Session& session,
+void checkDurations(const OtherSettings& settings, const KX::Recording::Session& session,
                     const std::string& fileName) {
     if (!settings.haveDurations())
         return;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tools/recording/RecordingReader.h"
+#include "recording/KXRecording.h"
 
 #include <optional>
 #include <string>
@@ -14,7 +14,7 @@ struct Durations {
 
     /// Follows the manager: it refuses a double press that is not shorter than a long press. Other settings change
     /// nothing.
-    void take(const Recording::NumberSetting& setting);
+    void take(const KX::Recording::NumberSetting& setting);
 
     bool areAllowed() const;
 };
@@ -38,6 +38,7 @@ struct OtherSettings {
 /// Checks that the manager will accept the settings at every point of the session.
 /// \param fileName  of the recording, for messages
 /// \throws BadInput
-void checkDurations(const OtherSettings& settings, const Recording::Session& session, const std::string& fileName);
+void checkDurations(const OtherSettings& settings, const KX::Recording::Session& session,
+                    const std::string& fileName);
 
 } // namespace Replay

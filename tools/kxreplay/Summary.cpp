@@ -79,11 +79,11 @@ std::string withSeconds(std::uint64_t durationMs) {
 
 } // namespace
 
-Summary::Summary(const Recording::Session& session) {
-    for (const Recording::Entry& entry : session.entries) {
+Summary::Summary(const KX::Recording::Session& session) {
+    for (const KX::Recording::Entry& entry : session.entries) {
         inputs.toolkitEvents += std::holds_alternative<KX::KXToolkitEvent>(entry.input) ? 1 : 0;
-        inputs.frames += std::holds_alternative<Recording::Frame>(entry.input) ? 1 : 0;
-        inputs.passes += std::holds_alternative<Recording::Pass>(entry.input) ? 1 : 0;
+        inputs.frames += std::holds_alternative<KX::Recording::Frame>(entry.input) ? 1 : 0;
+        inputs.passes += std::holds_alternative<KX::Recording::Pass>(entry.input) ? 1 : 0;
     }
     if (!session.entries.empty()) {
         firstMs = session.entries.front().timeMs;

@@ -12,7 +12,7 @@ namespace Replay {
 /// A session at a glance: how many events of each type, and which input was nearly classified differently.
 class Summary {
 public:
-    explicit Summary(const Recording::Session& session);
+    explicit Summary(const KX::Recording::Session& session);
 
     void take(const PlayedEvent& played);
 

@@ -82,7 +82,7 @@ int main(int argc, char** argv) {
         return Replay::runWith(std::vector<std::string>(argv + (argc > 0 ? 1 : 0), argv + argc));
     } catch (const Arguments::BadInput& error) {
         return Replay::fail(Replay::badInput, error.what());
-    } catch (const Recording::BadFile& error) {
+    } catch (const KX::Recording::BadFile& error) {
         return Replay::fail(Replay::badInput, error.what());
     } catch (const std::exception& error) {
         std::fputs("kxreplay: ", stderr);

@@ -15,7 +15,7 @@ for file in "${packages[@]}"; do
 done
 
 # tests/package/common.sh needs these.
-CMAKE=cmake CXX=g++ KX_SOURCE=/kx KX_SANITIZE=''
+CMAKE=cmake CXX=g++ KX_SOURCE=/kx
 session=/kx/tests/recordings/minute
 emulator=()
 triplet=$(gcc -print-multiarch)

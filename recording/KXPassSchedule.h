@@ -1,0 +1,44 @@
+#pragma once
+
+#include "platform/KXExport.h"
+#include "recording/KXRecording.h"
+
+#include <cstdint>
+#include <optional>
+
+namespace KX {
+
+/// When the worker makes its passes in a session that does not tell: a plain log, or a recording written by hand. It
+/// makes one every 100 ms from the first entry on, and one after each frame if it listens to the keypad's bus. The
+/// last one is 200 ms after the last input or at the last entry, whichever is later. In a long pause, when nothing is
+/// pending any more, passes have no effect and are left out.
+///
+/// A session with passes needs none of this: the schedule then has no pass.
+class KX_RECORDING_API KXPassSchedule {
+public:
+    explicit KXPassSchedule(const Recording::Session& session);
+
+    /// When the next pass is due that must be made before what comes at \p timeMs. Call it again after that pass.
+    /// \return nothing when no pass is due until then
+    std::optional<std::uint64_t> takeNext(std::uint64_t timeMs);
+
+    /// When the next pass is due, if nothing happens before.
+    std::optional<std::uint64_t> nextMs() const;
+
+    /// Notes that an entry was played.
+    /// \return whether the worker makes a pass at once, for a frame
+    bool played(const Recording::Entry& entry);
+
+    /// When the session is over.
+    std::uint64_t endMs() const { return sessionEndMs; }
+
+private:
+    const bool isNeeded;
+    const std::uint64_t sessionEndMs;
+    const std::uint64_t pendingMs; // after an input, something may be pending for so long
+    bool listensToBus;
+    std::uint64_t lastPassMs;
+    std::uint64_t lastInputMs;
+};
+
+} // namespace KX

@@ -1,0 +1,404 @@
+#include "recording/KXSessionRecorder.h"
+
+#include "events/KXEventClass.h"
+#include "input/KXInputEventManager.h"
+#include "platform/KXTick.h"
+#include "recording/EntryLog.h"
+#include "recording/KXKeyLayout.h"
+#include "recording/KXWorkerHold.h"
+#include "recording/RecordingFile.h"
+#include "recording/RecordingFormat.h"
+#include "recording/RestPoints.h"
+#include "recording/SessionState.h"
+
+#include <algorithm>
+#include <atomic>
+#include <iostream>
+#include <mutex>
+#include <utility>
+
+namespace KX {
+
+namespace {
+
+using Recording::Entry;
+using Recording::EntryLog;
+using Recording::Input;
+using Recording::SessionState;
+
+constexpr std::uint64_t bytesPerHour = std::uint64_t{4} << 20;
+constexpr std::uint64_t leastBytes = std::uint64_t{256} << 10;
+
+// So much is there even if nothing is to be kept: a rest may turn out to be none.
+constexpr unsigned int leastKeptMs = 10000;
+
+constexpr unsigned int msPerHour = 3600 * 1000;
+
+std::atomic<bool> isObserved{false};
+
+std::uint64_t bytesFor(unsigned int keptMs) {
+    return std::max(leastBytes, bytesPerHour * keptMs / msPerHour);
+}
+
+// In one insertion, so that lines of several threads do not mix.
+void tell(const std::string& text) {
+    std::cerr << "KXSessionRecorder: " + text + "\n" << std::flush;
+}
+
+void addHead(Recording::File& file, const SessionState& state, std::uint64_t timeMs) {
+    for (Input& input : state.asInputs())
+        file.add({timeMs, std::move(input)});
+}
+
+// The head has the time of the first entry. A recording begins with a pass, which changes nothing at rest: it has the
+// passes of the worker, even if no other one comes.
+void addEntries(Recording::File& file, const SessionState& state, const EntryLog::Copy& entries,
+                std::uint64_t lastMs) {
+    bool isFirst = true;
+    const auto begin = [&](std::uint64_t timeMs, bool isPass) {
+        if (!std::exchange(isFirst, false))
+            return;
+        addHead(file, state, timeMs);
+        if (!isPass)
+            file.add({timeMs, Recording::Pass()});
+    };
+    entries.forEach([&](const Entry& entry) {
+        begin(entry.timeMs, std::holds_alternative<Recording::Pass>(entry.input));
+        file.add(entry);
+    });
+    begin(lastMs, false);
+}
+
+} // namespace
+
+// The manager calls the observer's operations with its mutex held. So no operation here may call the manager with the
+// lock held, other than what only reads.
+class KXSessionRecorder::Session final : public KXWorkerHold {
+public:
+    explicit Session(unsigned int keptMilliseconds) : keptMs(keptMilliseconds) {}
+    ~Session() override { endObserving(); }
+
+    void observe();
+
+    bool start(const std::string& path);
+    bool stop();
+    bool save(const std::string& path);
+    std::string problem() const;
+    bool isRecording() const;
+
+    void onToolkitEvent(const KXToolkitEvent& event) override { note(event); }
+    void onInputEvent(const KXInputEvent& event) override { note(event); }
+    void onPostedEvent(const KXEvent& event) override;
+    void onSetting(KXInputSetting setting, std::int64_t value) override;
+    void onSpeedTable(const std::vector<KXEncoderDynamicPair>& pairs) override {
+        note(Recording::SpeedTable{pairs});
+    }
+    void onKeyMapping(const std::map<int, int>& mapping) override { note(Recording::KeyMapping{mapping}); }
+    void onKeypad(const CANRemoteOptions& options) override;
+    void onFrame(const KXCANMessage& frame) override { note(Recording::Frame{Recording::keypadBus, frame}); }
+    void onPass(unsigned int tick) override;
+
+private:
+    void endObserving();
+    bool endRecording();
+    std::uint64_t timeOfEnd() const;
+    void note(Input input);
+    void take(unsigned int tick, Input&& input);
+    void forgetAll(unsigned int tick, const std::string& why);
+    void trim();
+    void beginFile();
+    void writeLast(const Entry& entry);
+    void waitForRest();
+    void endFile(const std::string& why);
+    bool fail(const std::string& what);
+    SessionState stateAt(const EntryLog::Place& place) const;
+
+    const unsigned int keptMs;
+    bool isObserver = false; // set by the constructor
+
+    mutable std::mutex lock; // guards what follows
+    EntryLog log;
+    SessionState stateAtBegin; // of the log
+    Recording::RestPoints rests;
+    std::uint64_t lastMs = 0;
+    std::unique_ptr<Recording::File> file; // of a recording that goes on
+    std::string path;                      // of the last recording
+    EntryLog::Place beganAt;               // the rest
+    bool isWaitingForRest = false;         // nothing is in the file yet
+    bool isWhole = true;                   // what was recorded since start
+    std::string lastProblem;
+};
+
+void KXSessionRecorder::Session::observe() {
+    if (isObserved.exchange(true)) {
+        lastProblem = "another recorder observes the session";
+        tell(lastProblem + "; this one records nothing");
+        return;
+    }
+    isObserver = true;
+    lastMs = KXTick::getTickCount();
+    KXInputEventManager::setObserver(this); // which tells the settings of a manager that is there
+    const std::lock_guard<std::mutex> guard(lock);
+    if (log.bytes() == 0)
+        rests.addBeginning(log.begin());
+}
+
+void KXSessionRecorder::Session::endObserving() {
+    if (!isObserver)
+        return;
+    stop();
+    KXInputEventManager::setObserver(nullptr);
+    isObserved = false;
+}
+
+bool KXSessionRecorder::Session::start(const std::string& newPath) {
+    const std::lock_guard<std::mutex> guard(lock);
+    if (!isObserver)
+        return fail(newPath + ": another recorder observes the session");
+    if (file)
+        return fail(newPath + ": a recording goes on");
+    try {
+        file = std::make_unique<Recording::File>(newPath);
+    } catch (const std::runtime_error& error) {
+        return fail(error.what());
+    }
+    path = newPath;
+    isWhole = true;
+    isWaitingForRest = !rests.last();
+    if (!isWaitingForRest)
+        beginFile();
+    return true;
+}
+
+// From the last rest on. The pass that showed the rest is in the log already.
+void KXSessionRecorder::Session::beginFile() {
+    isWaitingForRest = false;
+    const EntryLog::Place place = *rests.last();
+    beganAt = place;
+    addEntries(*file, stateAt(place), log.copy(place, log.end()), lastMs);
+    if (!file->flush())
+        endFile(*file->problem());
+}
+
+SessionState KXSessionRecorder::Session::stateAt(const EntryLog::Place& place) const {
+    SessionState state = stateAtBegin;
+    log.copy(log.begin(), place).forEach([&state](const Entry& entry) { state.apply(entry.input); });
+    return state;
+}
+
+bool KXSessionRecorder::Session::stop() {
+    const bool isWritten = endRecording();
+    release(); // a pass may come only behind the end
+    return isWritten;
+}
+
+bool KXSessionRecorder::Session::endRecording() {
+    const std::lock_guard<std::mutex> guard(lock);
+    if (file && isWaitingForRest) {
+        isWhole = fail(path + ": the recording is empty, because no moment of rest came");
+    } else if (file) {
+        file->add({timeOfEnd(), Recording::End()});
+        isWhole = file->flush();
+        if (!isWhole)
+            fail(*file->problem());
+    }
+    file.reset();
+    return std::exchange(isWhole, true);
+}
+
+// The clock may have gone back behind the last entry.
+std::uint64_t KXSessionRecorder::Session::timeOfEnd() const {
+    const auto sinceLast = static_cast<int>(KXTick::getTickCount() - static_cast<unsigned int>(lastMs));
+    return lastMs + static_cast<unsigned int>(std::max(sinceLast, 0));
+}
+
+bool KXSessionRecorder::Session::save(const std::string& newPath) {
+    std::unique_lock<std::mutex> guard(lock);
+    if (!isObserver)
+        return fail(newPath + ": another recorder observes the session");
+    if (keptMs == 0)
+        return fail(newPath + ": nothing is kept");
+    const auto place = rests.lastBefore(lastMs > keptMs ? lastMs - keptMs : 0);
+    if (!place)
+        return fail(newPath + ": no moment of rest came, at which a recording can begin");
+    SessionState state = stateAtBegin;
+    const EntryLog::Copy before = log.copy(log.begin(), *place);
+    const EntryLog::Copy kept = log.copy(*place, log.end());
+    const std::uint64_t endMs = lastMs;
+    guard.unlock(); // the input goes on
+    std::string why;
+    try {
+        Recording::File saved(newPath);
+        before.forEach([&state](const Entry& entry) { state.apply(entry.input); });
+        addEntries(saved, state, kept, endMs);
+        saved.add({endMs, Recording::End()});
+        if (saved.flush())
+            return true;
+        why = *saved.problem();
+    } catch (const std::runtime_error& error) {
+        why = error.what();
+    }
+    guard.lock();
+    return fail(why);
+}
+
+bool KXSessionRecorder::Session::fail(const std::string& what) {
+    lastProblem = what;
+    return false;
+}
+
+std::string KXSessionRecorder::Session::problem() const {
+    const std::lock_guard<std::mutex> guard(lock);
+    return lastProblem;
+}
+
+bool KXSessionRecorder::Session::isRecording() const {
+    const std::lock_guard<std::mutex> guard(lock);
+    return file != nullptr;
+}
+
+void KXSessionRecorder::Session::onSetting(KXInputSetting setting, std::int64_t value) {
+    if (setting != KXInputSetting::KeyboardLayout) // no event depends on it
+        note(Recording::NumberSetting{setting, value});
+}
+
+// An event of an unknown class is posted with its type only.
+void KXSessionRecorder::Session::onPostedEvent(const KXEvent& event) {
+    Recording::Post post;
+    const bool isKnown = event.eventClass >= EVENT_CLASS && event.eventClass <= SOME_EVENT_CLASS;
+    if (isKnown) {
+        try {
+            post.event = KXSomeEvent(const_cast<KXEvent&>(event)); // which is only read
+        } catch (const std::bad_cast&) {
+            return; // the queue will not take it either
+        }
+    } else {
+        post.event.eventType = event.eventType;
+        post.event.eventClass = event.eventClass;
+    }
+    note(std::move(post));
+}
+
+// A replay checks the layout as the tools do. What they refuse would make the whole recording useless; its keys are
+// recorded all the same, as the toolkit reports them.
+void KXSessionRecorder::Session::onKeypad(const CANRemoteOptions& options) {
+    if (!options.enabled)
+        return;
+    if (const auto wrong = KeyLayout::check(options, *KXInputEventManager::getKXtoOSCodeMap()))
+        tell("the layout of the keypad is left out: " + wrong->text);
+    else
+        note(Recording::Keypad{std::make_shared<const CANRemoteOptions>(options)});
+}
+
+void KXSessionRecorder::Session::onPass(unsigned int tick) {
+    const std::lock_guard<std::mutex> guard(lock);
+    take(tick, Recording::Pass());
+}
+
+// The tick is read under the lock, so an entry that waited for another one is not earlier.
+void KXSessionRecorder::Session::note(Input input) {
+    const std::lock_guard<std::mutex> guard(lock);
+    take(KXTick::getTickCount(), std::move(input));
+}
+
+void KXSessionRecorder::Session::take(unsigned int tick, Input&& input) {
+    Entry entry;
+    try {
+        entry.timeMs = Recording::continueTime(tick, lastMs);
+    } catch (const std::runtime_error& error) {
+        forgetAll(tick, error.what());
+        entry.timeMs = tick;
+    }
+    entry.input = std::move(input);
+    const EntryLog::Place place = log.end();
+    const KXInputMemory memory = KXInputEventManager::getMemory();
+    if (std::holds_alternative<Recording::Pass>(entry.input))
+        rests.pass(tick, place, memory);
+    else
+        rests.input(entry, place, memory);
+    log.append(entry);
+    lastMs = entry.timeMs;
+    if (file)
+        writeLast(entry);
+    if (log.end().chunk != place.chunk)
+        trim();
+}
+
+void KXSessionRecorder::Session::writeLast(const Entry& entry) {
+    if (isWaitingForRest || !rests.has(beganAt)) {
+        if (!rests.last())
+            return waitForRest();
+        if (!isWaitingForRest && !file->restart())
+            return endFile(*file->problem());
+        return beginFile();
+    }
+    file->add(entry);
+    if (!file->flush())
+        endFile(*file->problem());
+}
+
+// What was written from a moment on that was no rest stays: it is better than nothing.
+void KXSessionRecorder::Session::waitForRest() {
+    if (!isWaitingForRest)
+        endFile(path + ": the moment at which it began was no rest");
+}
+
+// The application goes on without its recording: the operator works with it.
+void KXSessionRecorder::Session::endFile(const std::string& why) {
+    isWhole = fail(why);
+    file.reset();
+    tell(lastProblem + "; the recording ends here");
+}
+
+// The clock went back: what was before has no place in a recording with what comes.
+void KXSessionRecorder::Session::forgetAll(unsigned int tick, const std::string& why) {
+    if (file)
+        endFile(path + ": " + why);
+    stateAtBegin = stateAt(log.end());
+    log = EntryLog();
+    rests = {};
+    lastMs = tick;
+}
+
+void KXSessionRecorder::Session::trim() {
+    const unsigned int neededMs = std::max(keptMs, leastKeptMs);
+    const auto needed = rests.lastBefore(lastMs > neededMs ? lastMs - neededMs : 0);
+    const auto apply = [this](const Entry& entry) { stateAtBegin.apply(entry.input); };
+    if (needed)
+        log.dropBefore(*needed, apply);
+    while (log.bytes() > bytesFor(keptMs))
+        log.dropBefore({log.begin().chunk + 1, 0, 0}, apply);
+    rests.dropBefore(log.begin());
+}
+
+KXSessionRecorder::KXSessionRecorder(unsigned int keptMs) : session(std::make_unique<Session>(keptMs)) {
+    session->observe();
+}
+
+KXSessionRecorder::~KXSessionRecorder() = default;
+
+bool KXSessionRecorder::start(const std::string& path) {
+    return session->start(path);
+}
+
+bool KXSessionRecorder::stop() {
+    return session->stop();
+}
+
+bool KXSessionRecorder::save(const std::string& path) {
+    return session->save(path);
+}
+
+std::string KXSessionRecorder::problem() const {
+    return session->problem();
+}
+
+bool KXSessionRecorder::isRecording() const {
+    return session->isRecording();
+}
+
+void KXSessionRecorder::holdWorker() {
+    session->keep();
+}
+
+} // namespace KX

@@ -1,0 +1,69 @@
+#pragma once
+
+#include "platform/KXExport.h"
+
+#include <memory>
+#include <string>
+
+namespace KX {
+
+/// Records a session of the application: every input that reaches the input event manager, with its tick, the
+/// settings, the keypad with its frames, and the passes of the worker. The application calls the manager as before.
+///
+///     KX::KXSessionRecorder recorder(5 * 60 * 1000);   // before or after the manager
+///     ...
+///     recorder.save("/var/log/complaint.kxr");         // the last five minutes, when the operator complains
+///
+/// A recording begins at a moment of rest, so that a replay gives the same events to the byte: no press is pending, a
+/// press could not become a double press, no bundle of encoder steps is open, and the encoder would restart. The
+/// settings of that moment and the last frames of the keypad stand at its head. docs/recording.md describes the file.
+/// It tells which keys were pressed: handle it like typed text.
+///
+/// One recorder at a time observes the session; it takes the place of an observer that was set before. A second one
+/// records nothing, and its \ref problem says so. Any thread may call the operations, but no hook and no observer.
+/// The operator's input waits while a line is written, not while \ref save writes. Problems are told by one line on
+/// standard error, too.
+class KX_RECORDING_API KXSessionRecorder {
+public:
+    /// \param keptMs  the last so many milliseconds stay in memory, for \ref save; 0: nothing. They need at most
+    ///                4 MiB an hour, and at least 256 KiB: if more happens, the oldest give way.
+    explicit KXSessionRecorder(unsigned int keptMs = 0);
+
+    /// Ends a recording that goes on.
+    ~KXSessionRecorder();
+
+    KXSessionRecorder(const KXSessionRecorder&) = delete;
+    KXSessionRecorder& operator=(const KXSessionRecorder&) = delete;
+
+    /// Records into a new file, from the last moment of rest on. In mid-session, with a new recorder, the first one is
+    /// the next pass of the worker at which all is at rest. A file that is not empty is never overwritten. Each input
+    /// reaches the system before the library gets it.
+    /// \return whether the file was made; otherwise see \ref problem
+    bool start(const std::string& path);
+
+    /// Ends the recording. Without one it does nothing.
+    /// \return whether all of it was written, from its beginning
+    bool stop();
+
+    /// Writes what is kept into a new file, as a recording, and goes on.
+    /// \return whether all of it was written; otherwise see \ref problem
+    bool save(const std::string& path);
+
+    /// Why something failed last, in one line "path: why"; empty: nothing did. A recording that failed ends there, and
+    /// another one may be started.
+    std::string problem() const;
+
+    /// Whether a recording goes on.
+    bool isRecording() const;
+
+    /// Keeps the worker from making a pass until \ref stop. The events that are taken meanwhile are those that a replay
+    /// of the recording gives.
+    void holdWorker();
+
+private:
+    class KX_LOCAL Session;
+
+    const std::unique_ptr<Session> session;
+};
+
+} // namespace KX

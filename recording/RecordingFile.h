@@ -1,0 +1,50 @@
+#pragma once
+
+#include "recording/KXRecording.h"
+
+#include <optional>
+#include <string>
+
+namespace KX::Recording {
+
+/// Writes a recording.
+///
+/// A flushed entry has reached the system, so it survives the end of the process. A crash can cut only the last line.
+/// One thread at a time.
+class File {
+public:
+    /// Creates the file with its first lines. The umask decides who may read it.
+    /// \throws std::runtime_error  "path: reason"; also when the file is not empty, because it is never
+    /// overwritten
+    explicit File(std::string path);
+    ~File();
+
+    File(const File&) = delete;
+    File& operator=(const File&) = delete;
+
+    /// Adds an entry, whose time must not be before that of the previous one, for the next \ref flush. A large buffer
+    /// is flushed at once.
+    void add(const Entry& entry);
+
+    /// Hands what was added to the system. After a failure nothing more is written, so that no line is missing between
+    /// others.
+    /// \return whether all entries were written
+    bool flush();
+
+    /// Takes back all entries. A pipe or a device cannot do that.
+    /// \return whether the file is as new
+    bool restart();
+
+    /// Why writing failed, in one line "path: reason"; nothing as long as it works.
+    const std::optional<std::string>& problem() const { return failure; }
+
+private:
+    void addHead();
+
+    const std::string name;
+    int descriptor = -1;
+    std::string buffer;
+    std::optional<std::string> failure;
+};
+
+} // namespace KX::Recording

@@ -1,0 +1,152 @@
+#include "recording/KXKeyLayout.h"
+#include "recording/KXRecordingWords.h"
+#include "recording/RecordingFields.h"
+#include "recording/RecordingFormat.h"
+#include "recording/Text.h"
+
+#include <algorithm>
+#include <sstream>
+#include <stdexcept>
+
+namespace KX::Recording {
+
+namespace {
+
+[[noreturn]] void fail(const std::string& what) {
+    throw std::runtime_error(what);
+}
+
+void mustBeAtEnd(std::string_view words) {
+    if (!words.empty())
+        fail("unexpected " + Text::quoted(words) + " at the end");
+}
+
+NumberSetting parseNumberSetting(const NumberWord& setting, std::string_view words) {
+    const std::string_view text = Text::takeWord(words);
+    mustBeAtEnd(words);
+    if (setting.name == KXInputSetting::AcceptInput) {
+        if (text != "on" && text != "off")
+            fail(Text::quoted(text) + " is neither 'on' nor 'off'");
+        return {setting.name, text == "on" ? 1 : 0};
+    }
+    std::int64_t value = 0;
+    if (!Text::parseNumber(text, 10, value) || value < setting.least || value > setting.greatest)
+        fail(Text::quoted(text) + " is no number from " + std::to_string(setting.least) + " to " +
+             std::to_string(setting.greatest));
+    return {setting.name, value};
+}
+
+SpeedTable parseSpeedTable(std::string_view words) {
+    SpeedTable table;
+    while (!words.empty()) {
+        std::string_view increment = Text::takeWord(words);
+        const std::string_view word = increment;
+        const std::string_view timeGap = Text::takeUntil(increment, ':');
+        KXEncoderDynamicPair row{};
+        if (!Text::parseNumber(timeGap, 10, row.timeGap) || !Text::parseNumber(increment, 10, row.increment))
+            fail(Text::quoted(word) + " is no row of a speed table; it is to be gap:increment");
+        table.rows.push_back(row);
+    }
+    return table;
+}
+
+KeyMapping parseKeyMapping(std::string_view words) {
+    KeyMapping mapping;
+    while (!words.empty()) {
+        std::string_view keyCode = Text::takeWord(words);
+        const std::string_view word = keyCode;
+        const std::string_view toolkitKey = Text::takeUntil(keyCode, '=');
+        unsigned int bits = 0;
+        int code = 0;
+        if (toolkitKey.substr(0, 2) != "0x" || !Text::parseNumber(toolkitKey.substr(2), 16, bits) ||
+            !Text::parseNumber(keyCode, 10, code))
+            fail(Text::quoted(word) + " maps no key; it is to be 0xTOOLKITKEY=KEYCODE");
+        if (!mapping.keyCodeOfToolkitKey.emplace(static_cast<int>(bits), code).second)
+            fail("the key " + Text::quoted(toolkitKey) + " is there twice");
+    }
+    return mapping;
+}
+
+Keypad parseKeypad(std::string_view words, const std::map<int, int>& toolkitKeys) {
+    std::string text(words);
+    // The line number in the message becomes the number of the entry.
+    std::replace(text.begin(), text.end(), ';', '\n');
+    std::istringstream lines(text);
+    try {
+        return {std::make_shared<const CANRemoteOptions>(KeyLayout::read(lines, "keypad, entry", toolkitKeys))};
+    } catch (const std::runtime_error& error) {
+        std::string what = error.what();
+        what.replace(what.find(':'), 1, " ");
+        fail(what);
+    }
+}
+
+std::optional<Input> parseSetting(std::string_view words, const std::map<int, int>& toolkitKeys,
+                                  std::string& unknown) {
+    const std::string_view name = Text::takeWord(words);
+    for (const NumberWord& setting : numberWords)
+        if (setting.word == name)
+            return parseNumberSetting(setting, words);
+    if (name == "speed-table")
+        return parseSpeedTable(words);
+    if (name == "key-mapping")
+        return parseKeyMapping(words);
+    if (name == "keypad")
+        return parseKeypad(words, toolkitKeys);
+    if (name.empty())
+        fail("what is set is missing");
+    unknown = "the setting " + Text::quoted(name);
+    return std::nullopt;
+}
+
+std::optional<Input> parseInput(std::string_view words, unsigned int tick, const std::map<int, int>& toolkitKeys,
+                                std::string& unknown) {
+    const std::string_view kind = Text::takeWord(words);
+    if (kind == "toolkit")
+        return parseEvent<KXToolkitEvent>(words, tick, unknown);
+    if (kind == "input")
+        return parseEvent<KXInputEvent>(words, tick, unknown);
+    if (kind == "post")
+        return Post{parseEvent<KXSomeEvent>(words, tick, unknown)};
+    if (kind == "set")
+        return parseSetting(words, toolkitKeys, unknown);
+    if (kind == "pass" || kind == "end") {
+        mustBeAtEnd(words);
+        return kind == "pass" ? Input(Pass()) : Input(End());
+    }
+    if (kind.empty())
+        fail("the line ends behind the tick");
+    unknown = "the line " + Text::quoted(kind);
+    return std::nullopt;
+}
+
+} // namespace
+
+std::uint64_t continueTime(unsigned int tick, std::optional<std::uint64_t> previousMs) {
+    if (!previousMs)
+        return tick;
+    // A tick less than half the range behind has gone back. Every other tick is ahead, perhaps across the wrap.
+    const auto distance = static_cast<int>(tick - static_cast<unsigned int>(*previousMs));
+    if (distance < 0)
+        fail("the tick " + std::to_string(tick) + " lies before that of the line above, " +
+             std::to_string(static_cast<unsigned int>(*previousMs)));
+    return *previousMs + static_cast<unsigned int>(distance);
+}
+
+std::optional<Entry> parse(std::string_view line, std::optional<std::uint64_t> previousMs,
+                           const std::map<int, int>& toolkitKeys, std::string& unknown) {
+    std::string_view words = line;
+    const std::string_view tickWord = Text::takeWord(words);
+    unsigned int tick = 0;
+    if (!Text::parseNumber(tickWord, 10, tick))
+        fail(Text::quoted(tickWord) + " is neither a tick nor the (time) of a frame");
+    Entry entry;
+    entry.timeMs = continueTime(tick, previousMs);
+    std::optional<Input> input = parseInput(words, tick, toolkitKeys, unknown);
+    if (!input)
+        return std::nullopt;
+    entry.input = std::move(*input);
+    return entry;
+}
+
+} // namespace KX::Recording

@@ -1,0 +1,95 @@
+#include "recording/RestPoints.h"
+
+#include <algorithm>
+
+namespace KX::Recording {
+
+namespace {
+
+bool mayPair(unsigned int timeStamp, const KXInputMemory& memory) {
+    return memory.hasPress && timeStamp - memory.pressTimeStamp <= memory.doublePressMs;
+}
+
+// Whether a step at \p timeStamp would continue the turn of a step at \p lastStep. A new encoder has 0 there.
+bool continuesTurn(unsigned int timeStamp, unsigned int steps, std::uint64_t lastStep, unsigned int restartGapMs) {
+    return lastStep >= timeStamp || (timeStamp - lastStep) / steps <= restartGapMs;
+}
+
+const KXEvent* eventOf(const Input& input) {
+    if (const auto* const event = std::get_if<KXToolkitEvent>(&input))
+        return event;
+    return std::get_if<KXInputEvent>(&input);
+}
+
+} // namespace
+
+void RestPoints::addBeginning(const EntryLog::Place& place) {
+    points.assign(1, place);
+    lastPress = lastStep = place;
+    before = {};
+}
+
+void RestPoints::input(const Entry& entry, const EntryLog::Place& place, const KXInputMemory& memory) {
+    noteChanges(place, memory);
+    const KXEvent* const event = eventOf(entry.input);
+    if (!event)
+        return;
+    if (mayPair(event->timeStamp, memory))
+        dropSince(lastPress);
+    // The encoder divides by it, whatever its sign.
+    const unsigned int steps = event->count == 0 ? 1 : static_cast<unsigned int>(event->count);
+    const bool hasStep = memory.stepTimeStamp != 0;
+    if (hasStep && (continuesTurn(event->timeStamp, steps, memory.stepTimeStamp, memory.restartGapMs) ||
+                    continuesTurn(event->timeStamp, steps, 0, memory.restartGapMs)))
+        dropSince(lastStep);
+}
+
+void RestPoints::pass(unsigned int tick, const EntryLog::Place& place, const KXInputMemory& memory) {
+    noteChanges(place, memory);
+    const bool encoderRests =
+        memory.stepTimeStamp == 0 || !continuesTurn(tick, 1, memory.stepTimeStamp, memory.restartGapMs);
+    if (memory.isPressPending || memory.isBundleOpen || mayPair(tick, memory) || !encoderRests)
+        return;
+    if (points.size() >= 2 && place.timeMs - points[points.size() - 2].timeMs < spacingMs)
+        points.back() = place;
+    else
+        points.push_back(place);
+}
+
+// The memory has changed by the entry before.
+void RestPoints::noteChanges(const EntryLog::Place& place, const KXInputMemory& memory) {
+    if (memory.hasPress && (!before.hasPress || memory.pressTimeStamp != before.pressTimeStamp))
+        lastPress = place;
+    if (memory.stepTimeStamp != before.stepTimeStamp)
+        lastStep = place;
+    before = memory;
+}
+
+// A place behind the input that made the memory does not know it.
+void RestPoints::dropSince(const EntryLog::Place& place) {
+    while (!points.empty() && !(points.back() < place))
+        points.pop_back();
+}
+
+std::optional<EntryLog::Place> RestPoints::last() const {
+    return points.empty() ? std::nullopt : std::make_optional(points.back());
+}
+
+std::optional<EntryLog::Place> RestPoints::lastBefore(std::uint64_t timeMs) const {
+    if (points.empty())
+        return std::nullopt;
+    const auto later = std::find_if(points.begin(), points.end(),
+                                    [timeMs](const EntryLog::Place& point) { return point.timeMs > timeMs; });
+    return later == points.begin() ? points.front() : *(later - 1);
+}
+
+bool RestPoints::has(const EntryLog::Place& place) const {
+    return !points.empty() && !(points.back() < place);
+}
+
+void RestPoints::dropBefore(const EntryLog::Place& place) {
+    while (!points.empty() && points.front() < place)
+        points.pop_front();
+}
+
+} // namespace KX::Recording

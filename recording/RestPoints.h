@@ -1,0 +1,52 @@
+#pragma once
+
+#include "input/KXInputObserver.h"
+#include "recording/EntryLog.h"
+
+#include <deque>
+#include <optional>
+
+namespace KX::Recording {
+
+/// The moments in a log at which the manager was at rest: a new manager with the same settings would go on the same.
+///
+/// Whether that holds shows only with the next input. A press may pair with one before the rest when the double-press
+/// time became longer meanwhile, and a wheel that turned many detents at once goes on with the encoder's last turn.
+/// Such a rest is none. It does not matter that a key may be down whose press cannot become long any more: its release
+/// is the same for every manager, and a lost release must not end all rest.
+class RestPoints {
+public:
+    /// The session begins here, with a new manager.
+    void addBeginning(const EntryLog::Place& place);
+
+    /// To be told before each input but passes.
+    /// \param place  of the entry
+    void input(const Entry& entry, const EntryLog::Place& place, const KXInputMemory& memory);
+
+    /// To be told before each pass.
+    void pass(unsigned int tick, const EntryLog::Place& place, const KXInputMemory& memory);
+
+    std::optional<EntryLog::Place> last() const;
+
+    /// The last rest that was over \p timeMs; else the first one.
+    std::optional<EntryLog::Place> lastBefore(std::uint64_t timeMs) const;
+
+    /// Whether a recording that began at \p place, a rest then, began at rest as far as is known now.
+    bool has(const EntryLog::Place& place) const;
+
+    void dropBefore(const EntryLog::Place& place);
+
+    /// In a long rest only every so many ms is kept, and the last one.
+    static constexpr unsigned int spacingMs = 1000;
+
+private:
+    void noteChanges(const EntryLog::Place& place, const KXInputMemory& memory);
+    void dropSince(const EntryLog::Place& place);
+
+    std::deque<EntryLog::Place> points;
+    KXInputMemory before;
+    EntryLog::Place lastPress; // behind it
+    EntryLog::Place lastStep;
+};
+
+} // namespace KX::Recording

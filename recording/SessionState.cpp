@@ -1,0 +1,90 @@
+#include "recording/SessionState.h"
+
+#include <algorithm>
+
+namespace KX::Recording {
+
+namespace {
+
+constexpr std::int64_t defaultDoublePressMs = 300;
+constexpr std::int64_t defaultLongPressMs = 2000;
+constexpr std::int64_t greatestLowPass = 1000;
+
+bool isRising(const SpeedTable& table) {
+    const auto isNotLess = [](const KXEncoderDynamicPair& one, const KXEncoderDynamicPair& next) {
+        return one.timeGap >= next.timeGap;
+    };
+    return std::adjacent_find(table.rows.begin(), table.rows.end(), isNotLess) == table.rows.end();
+}
+
+} // namespace
+
+void SessionState::apply(const Input& input) {
+    if (const auto* const number = std::get_if<NumberSetting>(&input)) {
+        apply(*number);
+    } else if (const auto* const newTable = std::get_if<SpeedTable>(&input)) {
+        const bool isAccepted = isRising(*newTable);
+        (isAccepted ? table : refusedTable) = *newTable;
+        if (isAccepted)
+            refusedTable.reset();
+    } else if (const auto* const mapping = std::get_if<KeyMapping>(&input)) {
+        for (const auto& [toolkitKey, keyCode] : mapping->keyCodeOfToolkitKey)
+            keys.keyCodeOfToolkitKey[toolkitKey] = keyCode;
+    } else if (const auto* const newKeypad = std::get_if<Keypad>(&input)) {
+        keypad = *newKeypad;
+    } else if (const auto* const frame = std::get_if<Frame>(&input)) {
+        lastFrames[frame->message.canId] = *frame;
+    }
+}
+
+void SessionState::apply(const NumberSetting& setting) {
+    const std::int64_t value = setting.value;
+    switch (setting.name) {
+    case KXInputSetting::DoubleKeyPressDuration:
+        if (value < longPressMs.value_or(defaultLongPressMs))
+            doublePressMs = value;
+        break;
+    case KXInputSetting::LongKeyPressDuration:
+        if (value > doublePressMs.value_or(defaultDoublePressMs))
+            longPressMs = value;
+        break;
+    case KXInputSetting::EncoderUserFactor:
+        if (value > 0)
+            factors[setting.name] = value;
+        break;
+    case KXInputSetting::EncoderLowPassFactor:
+        if (value > 0 && value <= greatestLowPass)
+            factors[setting.name] = value;
+        break;
+    case KXInputSetting::AcceptInput: factors[setting.name] = value; break;
+    case KXInputSetting::KeyboardLayout: break; // no event depends on it
+    }
+}
+
+std::vector<Input> SessionState::asInputs() const {
+    std::vector<Input> inputs;
+    const bool longIsFirst = doublePressMs.value_or(defaultDoublePressMs) >= defaultLongPressMs;
+    if (longPressMs && longIsFirst)
+        inputs.emplace_back(NumberSetting{KXInputSetting::LongKeyPressDuration, *longPressMs});
+    if (doublePressMs)
+        inputs.emplace_back(NumberSetting{KXInputSetting::DoubleKeyPressDuration, *doublePressMs});
+    if (longPressMs && !longIsFirst)
+        inputs.emplace_back(NumberSetting{KXInputSetting::LongKeyPressDuration, *longPressMs});
+    for (const auto& [name, value] : factors)
+        inputs.emplace_back(NumberSetting{name, value});
+    if (table)
+        inputs.emplace_back(*table);
+    if (refusedTable)
+        inputs.emplace_back(*refusedTable);
+    if (!keys.keyCodeOfToolkitKey.empty())
+        inputs.emplace_back(keys);
+    if (keypad)
+        inputs.emplace_back(*keypad);
+    for (const auto& [identifier, frame] : lastFrames) {
+        inputs.emplace_back(frame);
+        inputs.emplace_back(Pass());
+    }
+    return inputs;
+}
+
+} // namespace KX::Recording

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "recording/KXRecording.h"
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace KX::Recording {
+
+/// The settings of a session at one moment, and the last frames of the keypad. They stand at the head of a recording
+/// that begins in mid-session.
+class SessionState {
+public:
+    /// Takes over a setting as the library does, which refuses some, and a frame. Other input changes nothing.
+    void apply(const Input& input);
+
+    /// Calls and frames that bring a new manager into this state, in an order that it accepts. A pass of the worker
+    /// follows each frame, which reads it.
+    std::vector<Input> asInputs() const;
+
+private:
+    void apply(const NumberSetting& setting);
+
+    // Nothing was told yet: the library's default holds.
+    std::optional<std::int64_t> doublePressMs;
+    std::optional<std::int64_t> longPressMs;
+    std::map<KXInputSetting, std::int64_t> factors;
+    std::optional<SpeedTable> table;
+    std::optional<SpeedTable> refusedTable; // changes when the encoder restarts
+    KeyMapping keys;
+    std::optional<Keypad> keypad;
+    std::map<std::uint32_t, Frame> lastFrames; // by identifier
+};
+
+} // namespace KX::Recording

@@ -1,0 +1,228 @@
+#include "replay/KXSessionPlayer.h"
+
+#include "input/KXInputEventManager.h"
+#include "platform/KXTick.h"
+#include "platform/simulated/KXSimulation.h"
+#include "recording/KXFunctionKeys.h"
+#include "recording/KXKeyLayout.h"
+#include "recording/KXPassSchedule.h"
+#include "recording/KXRecordedCalls.h"
+#include "replay/KeyWindow.h"
+#include "replay/LibraryOutput.h"
+
+#include <QCoreApplication>
+
+#include <algorithm>
+#include <deque>
+#include <stdexcept>
+#include <utility>
+#include <variant>
+
+namespace KX {
+
+namespace {
+
+using Recording::Entry;
+using Recording::Session;
+
+constexpr int keypadsBus = 0;
+constexpr std::uint64_t longestStepMs = 1U << 30; // a longer one would lie in the past of the tick
+
+bool hasFrames(const Session& session) {
+    return std::any_of(
+        session.entries.begin(), session.entries.end(),
+        [](const Entry& entry) { return std::holds_alternative<Recording::Frame>(entry.input); });
+}
+
+std::shared_ptr<const Session> read(const std::string& path, std::vector<std::string>& warnings) {
+    return std::make_shared<const Session>(Recording::readFile(
+        path, [&warnings](const std::string& warning) { warnings.push_back(warning); }));
+}
+
+} // namespace
+
+class KXSessionPlayer::Play {
+public:
+    explicit Play(const std::string& path) : shared(read(path, warnings)), schedule(session) { begin(); }
+    Play(std::shared_ptr<const Session> givenSession, Options givenOptions)
+        : shared(std::move(givenSession)), options(std::move(givenOptions)), schedule(session) {
+        begin();
+    }
+    ~Play();
+
+    Play(const Play&) = delete;
+    Play& operator=(const Play&) = delete;
+
+    bool step();
+
+    std::vector<std::string> warnings;
+    const std::shared_ptr<const Session> shared;
+    const Session& session = *shared;
+    std::size_t position = 0; // of the entry that comes next, or of the last one
+
+private:
+    void begin();
+    void beginLog();
+    void turnKnobBack();
+    void setTime(std::uint64_t timeMs);
+    void pass();
+    void bringFrame(const KXCANMessage& frame);
+
+    void apply(const Recording::NumberSetting& setting);
+    void apply(const Recording::Frame& frame);
+    void apply(const Recording::Pass& /*pass*/) { pass(); }
+    void apply(const Recording::End& /*end*/) {}
+    template<class Call>
+    void apply(const Call& call) {
+        Recording::repeatCall(call, *manager);
+    }
+
+    const Options options;
+    KXPassSchedule schedule;
+    std::unique_ptr<KeyWindow> window; // null: frames are left out
+    KXInputEventManager* manager = nullptr;
+    bool ownsManager = false;
+    std::deque<KXCANMessage> unreadFrames; // for the next passes
+    std::size_t next = 0;                  // entry
+    std::uint64_t nowMs = 0;
+};
+
+void KXSessionPlayer::Play::begin() {
+    ownsManager = !KXInputEventManager::hasInstance();
+    // An application's own window must stay the active one, and the keys of a recording's frames are for nobody.
+    if (hasFrames(session) && (ownsManager || session.isPlainLog) && QCoreApplication::instance())
+        window = std::make_unique<KeyWindow>();
+    if (session.isPlainLog && !session.entries.empty() && !window)
+        throw std::runtime_error("the log of a CAN bus needs a QApplication, which makes keys of its frames");
+    if (ownsManager) {
+        KXSimulation::reset();
+        KXSimulation::setDebugLevel(1);
+    }
+    nowMs = session.entries.empty() ? 0 : session.entries.front().timeMs;
+    KXSimulation::setTick(static_cast<unsigned int>(nowMs));
+    if (ownsManager) {
+        // The table outlives managers; keys that an earlier play mapped must not stay.
+        KXInputEventManager::getKXtoOSCodeMap()->clear();
+        KXInputEventManager::createInstance();
+    }
+    manager = KXInputEventManager::getInstance();
+    if (session.isPlainLog)
+        beginLog();
+}
+
+void KXSessionPlayer::Play::beginLog() {
+    manager->setKeyMapping(KeyLayout::functionKeys());
+    manager->setCANRemoteOptions(options.keypad ? *options.keypad : KeyLayout::builtIn());
+}
+
+KXSessionPlayer::Play::~Play() {
+    if (!ownsManager)
+        return;
+    if (window)
+        turnKnobBack();
+    KXInputEventManager::deleteInstance();
+}
+
+// The library keeps the knob's position as long as the process lives, but the next play must start at 0.
+void KXSessionPlayer::Play::turnKnobBack() {
+    CANRemoteOptions layout = KeyLayout::builtIn();
+    layout.enabled = false; // the library keeps an open bus and opens no other
+    const LibraryOutput library(LibraryOutput::Goes::Nowhere);
+    manager->setCANRemoteOptions(layout);
+    KXCANMessage frame;
+    frame.canId = layout.encoderCANId;
+    bringFrame(frame);
+    KXSimulation::endWaits();
+    window->dropKeys();
+}
+
+bool KXSessionPlayer::Play::step() {
+    const bool hasEntry = next < session.entries.size();
+    if (!hasEntry && session.entries.empty())
+        return false;
+    position = std::min(next, session.entries.size() - 1);
+    if (const auto passMs = schedule.takeNext(hasEntry ? session.entries[next].timeMs : schedule.endMs())) {
+        setTime(*passMs);
+        pass();
+        return true;
+    }
+    if (!hasEntry)
+        return false;
+    const Entry& entry = session.entries[next++];
+    setTime(entry.timeMs);
+    std::visit([this](const auto& input) { apply(input); }, entry.input);
+    if (schedule.played(entry))
+        pass();
+    return true;
+}
+
+void KXSessionPlayer::Play::setTime(std::uint64_t timeMs) {
+    while (nowMs < timeMs) {
+        nowMs += std::min(longestStepMs, timeMs - nowMs);
+        KXSimulation::setTick(static_cast<unsigned int>(nowMs));
+    }
+}
+
+void KXSessionPlayer::Play::apply(const Recording::NumberSetting& setting) {
+    if (options.set)
+        options.set(setting);
+    else
+        Recording::repeatCall(setting, *manager);
+}
+
+// The next pass reads it.
+void KXSessionPlayer::Play::apply(const Recording::Frame& frame) {
+    if (window)
+        unreadFrames.push_back(frame.message);
+}
+
+// The worker reads a frame that is waiting on the bus at once, in a pass of its own. So each pass reads at most one
+// frame.
+void KXSessionPlayer::Play::pass() {
+    if (!unreadFrames.empty()) {
+        bringFrame(unreadFrames.front());
+        unreadFrames.pop_front();
+    }
+    KXSimulation::endWaits();
+    if (!window)
+        return;
+    if (!session.isPlainLog)
+        window->dropKeys();
+    window->takeKeys(KXTick::getTickCount(), [this](KXToolkitEvent& key) { manager->toolkitEventOccurred(key); });
+}
+
+void KXSessionPlayer::Play::bringFrame(const KXCANMessage& frame) {
+    KXSimulation::scheduleCANFrame(keypadsBus, KXTick::getTickCount(), frame);
+}
+
+KXSessionPlayer::KXSessionPlayer(const std::string& path) : running(std::make_unique<Play>(path)) {}
+
+KXSessionPlayer::KXSessionPlayer(std::shared_ptr<const Recording::Session> session, Options options)
+    : running(std::make_unique<Play>(std::move(session), std::move(options))) {}
+
+KXSessionPlayer::~KXSessionPlayer() = default;
+
+void KXSessionPlayer::play(const std::function<void(const KXInputEvent&)>& take) {
+    KXInputEventManager& manager = *KXInputEventManager::getInstance();
+    while (step())
+        while (manager.hasEvents())
+            take(manager.getNextEvent());
+}
+
+bool KXSessionPlayer::step() {
+    return running->step();
+}
+
+std::size_t KXSessionPlayer::entry() const {
+    return running->position;
+}
+
+const Recording::Session& KXSessionPlayer::session() const {
+    return running->session;
+}
+
+const std::vector<std::string>& KXSessionPlayer::warnings() const {
+    return running->warnings;
+}
+
+} // namespace KX

@@ -1,0 +1,95 @@
+#include "terminal/events/EventText.h"
+
+#include "events/KXEventKind.h"
+#include "input/KXInputEventManager.h"
+#include "tools/eventline/EventLine.h"
+
+#include <QKeySequence>
+
+#include <string_view>
+
+namespace Terminal {
+
+namespace {
+
+constexpr int noCount = -1;
+
+QString dash() {
+    return QStringLiteral("\u2013");
+}
+
+QString buttonName(unsigned int button) {
+    switch (button) {
+    case Qt::LeftButton: return QStringLiteral("Left button");
+    case Qt::RightButton: return QStringLiteral("Right button");
+    case Qt::MiddleButton: return QStringLiteral("Middle button");
+    default: return QStringLiteral("Button %1").arg(button);
+    }
+}
+
+// Key codes of the library have no names; the toolkit's key for a code has one.
+QString keyName(int keyCode) {
+    const std::map<int, int>& toolkitKeys = *KX::KXInputEventManager::getKXtoOSCodeMap();
+    const auto found = toolkitKeys.find(keyCode);
+    return found == toolkitKeys.end() ? QString() : QKeySequence(found->second).toString();
+}
+
+QString className(int eventClass) {
+    switch (eventClass) {
+    case KX::EVENT_CLASS: return QStringLiteral("event");
+    case KX::INCIDENT_CLASS: return QStringLiteral("incident");
+    case KX::TOOLKIT_EVENT_CLASS: return QStringLiteral("toolkit");
+    case KX::INPUT_EVENT_CLASS: return QStringLiteral("input");
+    case KX::NAVIGATION_EVENT_CLASS: return QStringLiteral("navigation");
+    case KX::TRIGGER_CLASS: return QStringLiteral("trigger");
+    case KX::SIGNAL_CLASS: return QStringLiteral("signal");
+    default: return QStringLiteral("holder");
+    }
+}
+
+} // namespace
+
+QString EventText::name(const KX::KXEvent& event) {
+    return QString::fromStdString(KX::translateEventTypeToString(event.eventType));
+}
+
+QString EventText::eventClass(const KX::KXEvent& event) {
+    return QStringLiteral("%1 %2").arg(event.eventClass).arg(className(event.eventClass));
+}
+
+QString EventText::key(const KX::KXInputEvent& event) {
+    if (KX::isMouseEvent(event.eventType))
+        return buttonName(event.eventData[1]);
+    if (event.keyCode == KX::KX_KEY_NONE)
+        return dash();
+    if (event.keyCode == KX::KX_KEY_UNMAPPED)
+        return QStringLiteral("not mapped");
+    return QStringLiteral("%1 %2").arg(event.keyCode).arg(keyName(event.keyCode)).trimmed();
+}
+
+QString EventText::toolkitKey(const KX::KXInputEvent& event) {
+    if (event.osKeyCode == KX::KX_KEY_NONE)
+        return dash();
+    return QStringLiteral("0x%1").arg(static_cast<unsigned int>(event.osKeyCode), 0, 16);
+}
+
+QString EventText::value(const KX::KXEvent& event) {
+    return event.eventType == KX::ENCODER_MOVE_EVENT || event.value != 0 ? QString::number(event.value) : dash();
+}
+
+QString EventText::count(const KX::KXEvent& event) {
+    return event.count == noCount ? dash() : QString::number(event.count);
+}
+
+EventPrinter::EventPrinter(std::FILE* outputFile) : output(outputFile) {}
+
+void EventPrinter::print(const KX::KXInputEvent& event) {
+    if (readerIsGone)
+        return;
+    const EventLine::Line line(event);
+    const std::string_view text = line.textWithLineEnd();
+    const bool written = std::fwrite(text.data(), 1, text.size(), output) == text.size();
+    readerIsGone = !written || std::fflush(output) != 0;
+}
+
+} // namespace Terminal

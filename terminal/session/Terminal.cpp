@@ -1,0 +1,316 @@
+#include "terminal/session/Terminal.h"
+
+#include "actions/KXActionQueue.h"
+#include "encoder/KXEncoderDynamic.h"
+#include "input/KXInputEventManager.h"
+#include "recording/KXFunctionKeys.h"
+#include "recording/KXKeyLayout.h"
+#include "recording/KXRecordedCalls.h"
+#include "recording/KXRecording.h"
+#include "recording/KXSessionRecorder.h"
+#include "recording/KXWorkerHold.h"
+#include "terminal/actions/ActionDesk.h"
+#include "terminal/actions/ActionPanel.h"
+#include "terminal/encoder/EncoderView.h"
+#include "terminal/events/EventModel.h"
+#include "terminal/events/EventText.h"
+#include "terminal/keypad/KeypadBus.h"
+#include "terminal/keypad/KeypadPanel.h"
+#include "terminal/session/DemoSession.h"
+#include "terminal/session/SessionPlayer.h"
+#include "terminal/session/TerminationSignals.h"
+#include "terminal/settings/InputSettings.h"
+#include "terminal/window/DisplayPace.h"
+#include "terminal/window/KeyCodes.h"
+#include "terminal/window/MainWindow.h"
+#include "terminal/window/SoftKeyBar.h"
+#include "terminal/window/Theme.h"
+#include "toolkit/KXEventNotifier.h"
+#include "toolkit/KXToolkitLayer.h"
+#include "tools/progress/Progress.h"
+
+#include <QApplication>
+#include <QFileInfo>
+#include <QImage>
+#include <QImageWriter>
+#include <QPixmap>
+#include <QTimer>
+
+#include <cstdio>
+#include <exception>
+#include <limits>
+#include <memory>
+#include <optional>
+
+namespace Terminal {
+
+namespace {
+
+struct DeleteManager {
+    void operator()(KX::KXInputEventManager* /*manager*/) const { KX::KXInputEventManager::deleteInstance(); }
+};
+using Manager = std::unique_ptr<KX::KXInputEventManager, DeleteManager>;
+
+struct ReleaseActions {
+    void operator()(KX::KXActionQueue* /*queue*/) const { KX::KXActionQueue::release(); }
+};
+using ActionQueue = std::unique_ptr<KX::KXActionQueue, ReleaseActions>;
+
+// Settings of the window and of recordings are the same five, in the same order.
+KX::Recording::NumberSetting recordedSetting(InputSettings::Setting setting, int value) {
+    static_assert(static_cast<int>(KX::KXInputSetting::AcceptInput) == InputSettings::AcceptInput);
+    return {static_cast<KX::KXInputSetting>(setting), value};
+}
+
+InputSettings::Setting settingOf(const KX::Recording::NumberSetting& setting) {
+    return static_cast<InputSettings::Setting>(setting.name);
+}
+
+KX::CANRemoteOptions readLayout(const QString& file) {
+    const KX::KeyLayout::ToolkitKeys keyCodes = KX::KeyLayout::keyCodesOfTerminal();
+    if (file.isEmpty())
+        return KX::KeyLayout::builtIn();
+    try {
+        return KX::KeyLayout::readFile(file.toLocal8Bit().toStdString(), keyCodes);
+    } catch (const std::runtime_error& error) {
+        throw FileError(error.what());
+    }
+}
+
+std::unique_ptr<KX::KXSessionRecorder> startRecording(const CommandLine& settings) {
+    if (settings.recordFile.isEmpty())
+        return nullptr;
+    auto recorder = std::make_unique<KX::KXSessionRecorder>();
+    if (!recorder->start(settings.recordFile.toLocal8Bit().toStdString()))
+        throw FileError(recorder->problem());
+    return recorder;
+}
+
+// Keeps the worker from its passes during a replay, which makes the recorded ones itself.
+class HeldWorker {
+public:
+    HeldWorker() { KX::KXInputEventManager::setObserver(&hold); }
+    ~HeldWorker() {
+        hold.release();
+        KX::KXInputEventManager::setObserver(nullptr);
+    }
+
+    HeldWorker(const HeldWorker&) = delete;
+    HeldWorker& operator=(const HeldWorker&) = delete;
+
+    void keep() { hold.keep(); }
+
+private:
+    KX::KXWorkerHold hold;
+};
+
+// Members are destroyed from the last to the first: input ends before the notifier, then the manager's thread, which
+// posts the keypad's keys to the window. The queue of actions goes after all that posts to it, and before them.
+class Terminal {
+public:
+    explicit Terminal(const CommandLine& settings);
+
+    int run();
+
+private:
+    void openKeypad();
+    void openReplay();
+    void repeatSetting(const KX::Recording::NumberSetting& setting);
+    void connectParts();
+    void takeReport(KX::KXToolkitEvent& event);
+    void connectActions();
+    void scheduleEnd();
+    void showReplayProgress();
+    bool endSession();
+    int writePicture();
+
+    const CommandLine& settings;
+    TerminationSignals terminationSignals;
+    const KX::CANRemoteOptions layout; // of the keypad; read before a recording is begun in vain
+    KeypadBus bus;
+    EventPrinter printer;
+    EventModel model;
+    InputSettings inputSettings;
+    MainWindow window;
+    ActionDesk desk;
+    ActionQueue actionQueue;
+    std::unique_ptr<KX::KXSessionRecorder> recorder;
+    Manager manager;
+    std::optional<HeldWorker> heldWorker; // of a replay
+    DisplayPace pace;
+    KX::KXEventNotifier notifier;
+    KX::KXToolkitLayer toolkitLayer;
+    std::unique_ptr<DemoSession> demo;
+    std::unique_ptr<SessionPlayer> player;
+    std::unique_ptr<Progress::Reporter> replayProgress;
+    std::size_t replayedInputs = 0;
+};
+
+Terminal::Terminal(const CommandLine& commandLine)
+    : settings(commandLine), layout(readLayout(settings.keypadFile)), bus(settings.canBus), printer(stdout),
+      inputSettings([this](InputSettings::Setting setting, int value) {
+          return KX::Recording::repeatCall(recordedSetting(setting, value), *manager);
+      }),
+      window(model, inputSettings), actionQueue(KX::KXActionQueue::create()), recorder(startRecording(settings)),
+      manager(KX::KXInputEventManager::createInstance()), toolkitLayer(window) {
+    toolkitLayer.setReport([this](KX::KXToolkitEvent& event) { takeReport(event); });
+    manager->setKeyMapping(KeyCodes::functionKeys());
+    if (settings.replayFile.isEmpty())
+        openKeypad();
+    else
+        openReplay();
+    connectParts();
+    connectActions();
+}
+
+void Terminal::takeReport(KX::KXToolkitEvent& event) {
+    // A replay takes the place of the operator, who may still look around in the window.
+    if (!player)
+        KX::Recording::repeatCall(event, *manager);
+    window.takeReport(event);
+}
+
+// A duration may be longer than the window can set it.
+void Terminal::repeatSetting(const KX::Recording::NumberSetting& setting) {
+    if (setting.value <= std::numeric_limits<int>::max())
+        inputSettings.set(settingOf(setting), static_cast<int>(setting.value));
+    else
+        KX::Recording::repeatCall(setting, *manager);
+}
+
+void Terminal::openReplay() {
+    heldWorker.emplace();
+    heldWorker->keep();
+    KX::Recording::Session session;
+    try {
+        session = KX::Recording::readFile(
+            settings.replayFile.toLocal8Bit().toStdString(),
+            [](const std::string& warning) { std::fprintf(stderr, "%s\n", warning.c_str()); });
+    } catch (const KX::Recording::BadFile& error) {
+        throw FileError(error.what());
+    }
+    if (session.isPlainLog)
+        throw FileError(
+            settings.replayFile.toLocal8Bit().toStdString() +
+            ": a log of a CAN bus; play it onto the bus of a terminal with kxcan play, or with kxreplay");
+    replayProgress = std::make_unique<Progress::Reporter>("kxterminal", "inputs replayed", session.entries.size());
+    window.beginReplay(QFileInfo(settings.replayFile).fileName());
+    player = std::make_unique<SessionPlayer>(
+        std::move(session), settings.speed, *manager,
+        [this](const KX::Recording::NumberSetting& setting) { repeatSetting(setting); });
+    QObject::connect(player.get(), &SessionPlayer::speedTableChanged, &window.encoder(),
+                     [this] { showSpeedTable(window.encoder()); });
+    KeypadPanel& keypad = window.keypad();
+    keypad.setLayoutOfKeys(player->keypadLayout());
+    QObject::connect(player.get(), &SessionPlayer::framePassed, &keypad, &KeypadPanel::showFrame);
+}
+
+void Terminal::openKeypad() {
+    if (const auto problem = KX::KeyLayout::check(layout, *KX::KXInputEventManager::getKXtoOSCodeMap()))
+        throw SettingsError("the layout of the keypad: " + problem->text);
+    KeypadPanel& keypad = window.keypad();
+    keypad.setLayoutOfKeys(layout);
+    manager->setCANRemoteOptions(layout);
+    bus.connectToListener();
+    QObject::connect(&keypad, &KeypadPanel::frameChanged, &keypad, [this, &keypad](const KX::KXCANMessage& frame) {
+        keypad.showFault(bus.send(frame).value_or(QString()));
+    });
+}
+
+void Terminal::connectActions() {
+    ActionPanel& panel = window.actions();
+    QObject::connect(&notifier, &KX::KXEventNotifier::eventOccurred, &desk, &ActionDesk::takeEvent);
+    QObject::connect(&window.softKeyBar(), &SoftKeyBar::keyWentDown, &desk, &ActionDesk::softKeyWentDown);
+    QObject::connect(&panel, &ActionPanel::loopRequested, &desk, &ActionDesk::startLoop);
+    panel.watch(desk);
+}
+
+void Terminal::connectParts() {
+    watchEncoder(window.encoder(), inputSettings);
+    QObject::connect(&notifier, &KX::KXEventNotifier::eventOccurred, &pace, &DisplayPace::take);
+    QObject::connect(&pace, &DisplayPace::due, &model, &EventModel::append);
+    if (settings.print)
+        QObject::connect(&notifier, &KX::KXEventNotifier::eventOccurred, &notifier,
+                         [this](const KX::KXInputEvent& event) { printer.print(event); });
+    QObject::connect(&terminationSignals, &TerminationSignals::terminationRequested, qApp,
+                     &QCoreApplication::quit);
+}
+
+void Terminal::scheduleEnd() {
+    if (settings.exitAfterMs)
+        QTimer::singleShot(*settings.exitAfterMs, Qt::PreciseTimer, qApp, &QCoreApplication::quit);
+    if (player) {
+        QObject::connect(player.get(), &SessionPlayer::progressed, player.get(), [this] { showReplayProgress(); });
+        if (settings.exitAtEnd)
+            QObject::connect(player.get(), &SessionPlayer::finished, qApp, &QCoreApplication::quit);
+        player->start();
+    }
+    if (!settings.demo)
+        return;
+    demo = std::make_unique<DemoSession>(window);
+    QObject::connect(demo.get(), &DemoSession::finished, qApp, &QCoreApplication::quit);
+    demo->start();
+}
+
+void Terminal::showReplayProgress() {
+    const std::size_t total = player->inputCount();
+    window.showReplayProgress(total == 0 ? 100 : static_cast<int>(100 * player->playedInputs() / total));
+    for (; replayedInputs < player->playedInputs(); ++replayedInputs)
+        replayProgress->countOne();
+}
+
+int Terminal::run() {
+    window.show();
+    // The keypad's keys go to the active window, also where no window manager makes one active.
+    window.activateWindow();
+    scheduleEnd();
+    QCoreApplication::exec();
+    const bool isRecorded = endSession();
+    pace.flush();
+    window.actions().showState(desk);
+    const int pictureStatus = settings.screenshotFile.isEmpty() ? 0 : writePicture();
+    return isRecorded ? pictureStatus : 1;
+}
+
+// Takes the last events, and ends the recording before another pass of the worker can make more of them.
+// Returns whether what was to be recorded is.
+bool Terminal::endSession() {
+    if (recorder)
+        recorder->holdWorker();
+    while (manager->hasEvents())
+        notifier.takeWaitingEvents();
+    return !recorder || recorder->stop();
+}
+
+int Terminal::writePicture() {
+    QImageWriter writer(settings.screenshotFile, "PNG");
+    // A text that has just changed may have asked for another place.
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
+    if (writer.write(window.grab().toImage()))
+        return 0;
+    std::fprintf(stderr, "kxterminal: --screenshot: cannot write %s: %s\n",
+                 settings.screenshotFile.toLocal8Bit().constData(),
+                 writer.errorString().toLocal8Bit().constData());
+    return 2;
+}
+
+} // namespace
+
+int runTerminal(QApplication& application, const CommandLine& settings) {
+    try {
+        Theme::apply(application);
+        Terminal terminal(settings);
+        return terminal.run();
+    } catch (const FileError& error) {
+        std::fprintf(stderr, "%s\n", error.what());
+        return 2;
+    } catch (const SettingsError& error) {
+        std::fprintf(stderr, "kxterminal: %s\n", error.what());
+        return 2;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "kxterminal: %s\n", error.what());
+        return 1;
+    }
+}
+
+} // namespace Terminal

@@ -1,0 +1,129 @@
+#pragma once
+
+#include "terminal/settings/InputSettings.h"
+
+#include <QWidget>
+
+class QHBoxLayout;
+
+namespace Terminal {
+
+class ScreenButton;
+class SwitchButton;
+
+/// A row of the settings: a name, a line of information below it, and controls at the right.
+class SettingRow : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit SettingRow(const QString& name, QWidget* parent = nullptr);
+
+    /// Shows information below the name.
+    void showInfo(const QString& text);
+
+    /// Shows below the name why a value was refused, until the next information.
+    void showRefusal(const QString& text);
+    QString infoText() const;
+    bool saysRefusal() const;
+
+    /// Whether the keys change this row. A chosen row is highlighted, and its controls show the names of the keys.
+    virtual void setChosen(bool chosen);
+    bool isChosen() const;
+
+    /// Turns the knob; positive is to the right.
+    virtual void turn(int steps);
+
+    /// Handles the key Return.
+    virtual void activate();
+
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+
+signals:
+    /// The operator has touched the row.
+    void touched();
+
+protected:
+    static constexpr int controlHeight = 50;
+
+    QHBoxLayout& controls() const;
+
+    void paintEvent(QPaintEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+
+private:
+    QString title;
+    QString info;
+    bool infoIsRefusal = false;
+    bool chosenByKeys = false;
+    QHBoxLayout* controlLayout;
+};
+
+/// A number with a button that lowers it and one that raises it. The buttons repeat while they are held.
+class NumberRow : public SettingRow {
+    Q_OBJECT
+
+public:
+    /// \p settings must outlive the row.
+    NumberRow(InputSettings& settings, InputSettings::Setting setting);
+
+    void setChosen(bool chosen) override;
+    void turn(int steps) override;
+
+    ScreenButton& minusButton() const;
+    ScreenButton& plusButton() const;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    ScreenButton* addButton(int direction);
+
+    InputSettings& settings;
+    InputSettings::Setting setting;
+    ScreenButton* minus;
+    ScreenButton* plus;
+};
+
+/// A switch, on or off.
+class SwitchRow : public SettingRow {
+    Q_OBJECT
+
+public:
+    /// \p settings must outlive the row.
+    SwitchRow(InputSettings& settings, InputSettings::Setting setting);
+
+    void setChosen(bool chosen) override;
+    void activate() override;
+
+    SwitchButton& switchButton() const;
+
+private:
+    void showValue();
+
+    InputSettings& settings;
+    InputSettings::Setting setting;
+    SwitchButton* button;
+};
+
+/// A single button.
+class ButtonRow : public SettingRow {
+    Q_OBJECT
+
+public:
+    ButtonRow(const QString& name, const QString& buttonText);
+
+    void setChosen(bool chosen) override;
+    void activate() override;
+
+    ScreenButton& pressButton() const;
+
+signals:
+    void pressed();
+
+private:
+    QString text;
+    ScreenButton* button;
+};
+
+} // namespace Terminal

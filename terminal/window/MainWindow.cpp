@@ -1,0 +1,232 @@
+#include "terminal/window/MainWindow.h"
+
+#include "events/KXEventType.h"
+#include "input/KXInputEventManager.h"
+#include "terminal/events/EventModel.h"
+#include "terminal/settings/InputSettings.h"
+#include "terminal/window/KeyCodes.h"
+#include "terminal/window/OperatorScreen.h"
+#include "terminal/window/PageArea.h"
+#include "terminal/window/SoftKeyBar.h"
+#include "terminal/window/Theme.h"
+
+#include <QGuiApplication>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QScreen>
+#include <QVBoxLayout>
+
+#include <algorithm>
+#include <optional>
+
+namespace Terminal {
+
+namespace {
+
+constexpr QSize desktopSize(1024, 768);
+constexpr QSize smallestSize(800, 480);
+constexpr QSize sizeForEverything(1000, 700);
+constexpr int heightForTallScreen = 720;
+
+QLabel* makeLabel(const QString& text, const QFont& font, const QColor& colour) {
+    auto* label = new QLabel(text);
+    label->setFont(font);
+    QPalette palette = label->palette();
+    palette.setColor(QPalette::WindowText, colour);
+    label->setPalette(palette);
+    return label;
+}
+
+// From the toolkit's key to the key code. The library offers only the opposite table.
+int keyCodeOf(int toolkitKey) {
+    const auto& toolkitKeys = *KX::KXInputEventManager::getKXtoOSCodeMap();
+    const auto found = std::find_if(toolkitKeys.begin(), toolkitKeys.end(),
+                                    [toolkitKey](const auto& entry) { return entry.second == toolkitKey; });
+    return found == toolkitKeys.end() ? KX::KX_KEY_NONE : found->first;
+}
+
+// During a replay no classified event tells of the viewer's keys and wheel, because the recording has taken the
+// operator's place. This makes the event that such a report would have become, without classification. It makes
+// nothing of reports that the views ignore.
+std::optional<KX::KXInputEvent> viewerEvent(const KX::KXToolkitEvent& report) {
+    KX::KXInputEvent event;
+    event.timeStamp = report.timeStamp;
+    event.osKeyCode = report.osKeyCode;
+    switch (report.eventType) {
+    case KX::TOOLKIT_WHEEL_EVENT:
+        event.eventType = KX::ENCODER_MOVE_EVENT;
+        event.keyCode = report.keyCode;
+        event.count = report.count;
+        return event;
+    case KX::TOOLKIT_KEY_PRESS_EVENT:
+    case KX::TOOLKIT_KEY_AUTO_REPEAT_PRESS_EVENT: // a held key scrolls on
+        event.keyCode = keyCodeOf(report.osKeyCode);
+        event.count = 1;
+        event.eventType = KX::isStepKey(event.keyCode) ? KX::ENCODER_MOVE_EVENT : KX::KEY_PRESS_EVENT;
+        return event;
+    case KX::TOOLKIT_KEY_RELEASE_EVENT:
+        event.keyCode = keyCodeOf(report.osKeyCode);
+        event.eventType = KX::KEY_RELEASE_EVENT;
+        return event;
+    default: return std::nullopt;
+    }
+}
+
+} // namespace
+
+MainWindow::MainWindow(EventModel& eventModel, InputSettings& inputSettings)
+    : model(eventModel), settings(inputSettings) {
+    setWindowTitle(QStringLiteral("kxterminal"));
+    auto* column = new QVBoxLayout(this);
+    column->setContentsMargins(Theme::spacing, Theme::spacing, Theme::spacing, Theme::spacing);
+    column->setSpacing(Theme::spacing);
+    column->addWidget(makeHeader());
+    column->addWidget(screen = new OperatorScreen);
+    column->addWidget(softKeys = new SoftKeyBar);
+    column->addWidget(area = new PageArea(model, settings), 1);
+    makeBanner();
+
+    setMinimumSize(smallestSize);
+    resize(desktopSize.boundedTo(QGuiApplication::primaryScreen()->availableSize()));
+    arrange();
+    connect(&model, &EventModel::appended, this, &MainWindow::showEvents);
+}
+
+QWidget* MainWindow::makeHeader() {
+    auto* header = new QWidget;
+    headerRow = new QHBoxLayout(header);
+    headerRow->setContentsMargins(4, 0, 4, 0);
+    headerRow->addWidget(makeLabel(QStringLiteral("KX"), Theme::font(18, true), Theme::accent()));
+    headerRow->addWidget(title =
+                             makeLabel(QStringLiteral("OPERATOR TERMINAL"), Theme::font(14, true), Theme::text()));
+    headerRow->addStretch(1);
+    eventCount = makeLabel(QString(), Theme::font(14), Theme::quietText());
+    eventCount->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    headerRow->addWidget(eventCount);
+    return header;
+}
+
+void MainWindow::makeBanner() {
+    auto* cover = new QVBoxLayout(screen);
+    cover->setContentsMargins(0, 0, 0, 0);
+    cover->addWidget(banner = new InputOffBanner);
+    const auto show = [this] { banner->setVisible(settings.value(InputSettings::AcceptInput) == 0); };
+    connect(&settings, &InputSettings::changed, this, show);
+    connect(banner, &QAbstractButton::clicked, this, [this] { settings.set(InputSettings::AcceptInput, 1); });
+    show();
+}
+
+bool MainWindow::hasPages() const {
+    return width() < sizeForEverything.width() || height() < sizeForEverything.height();
+}
+
+void MainWindow::showPage(Page page) {
+    area->showPage(page);
+}
+
+void MainWindow::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    arrange();
+}
+
+void MainWindow::arrange() {
+    const bool paged = hasPages();
+    screen->setCompact(height() < heightForTallScreen);
+    title->setVisible(!paged);
+    area->setPaged(paged);
+    if (paged && headerRow->indexOf(&area->bar()) < 0)
+        headerRow->insertWidget(2, &area->bar());
+    eventCount->setFont(Theme::font(paged ? 12 : 14));
+    showCount();
+}
+
+void MainWindow::showCount() {
+    const quint64 count = model.appendedCount();
+    const QString unit = count == 1 ? QStringLiteral("event") : QStringLiteral("events");
+    // Beside the pages there is room for two short lines. The title is hidden there, so they show how far a replay
+    // is.
+    if (!hasPages())
+        eventCount->setText(QStringLiteral("%1 %2").arg(count).arg(unit));
+    else if (replayName.isNull())
+        eventCount->setText(QStringLiteral("%1\n%2").arg(count).arg(unit));
+    else
+        eventCount->setText(QStringLiteral("%1 %\n%2").arg(replayPercent).arg(count));
+}
+
+void MainWindow::showEvents(const ClassifiedEvents& events) {
+    showCount();
+    // The screen gets every event: the encoder's numbers must stay even if another event follows in the same
+    // batch.
+    for (const KX::KXInputEvent& event : events)
+        screen->showInput(event);
+    softKeys->showEvents(events);
+    if (!replayName.isNull())
+        return;
+    for (const KX::KXInputEvent& event : events)
+        takeInput(event);
+}
+
+void MainWindow::beginReplay(const QString& name) {
+    replayName = name;
+    showReplayProgress(0);
+}
+
+void MainWindow::showReplayProgress(int percent) {
+    replayPercent = percent;
+    title->setText(QStringLiteral("REPLAY  %1  %2 %").arg(replayName).arg(replayPercent));
+    showCount();
+}
+
+void MainWindow::takeInput(const KX::KXInputEvent& event) {
+    const int key = KeyCodes::isPress(event) ? event.keyCode : KX::KX_KEY_NONE;
+    switch (key) {
+    case KeyCodes::previousPage: area->turnPage(-1); break;
+    case KeyCodes::nextPage: area->turnPage(1); break;
+    case KeyCodes::settingsPage: area->toggleSettings(); break;
+    default: area->takeInput(event);
+    }
+}
+
+void MainWindow::takeReport(const KX::KXToolkitEvent& event) {
+    if (event.eventType == KX::TOOLKIT_KEY_PRESS_EVENT && event.osKeyCode == Qt::Key_F12 &&
+        settings.value(InputSettings::AcceptInput) == 0)
+        settings.set(InputSettings::AcceptInput, 1);
+    else if (!replayName.isNull()) {
+        if (const auto input = viewerEvent(event))
+            takeInput(*input);
+    }
+}
+
+QPoint MainWindow::softKeyPosition(int number) const {
+    return positionOf(*softKeys->keys().at(number));
+}
+
+QPoint MainWindow::positionOf(const QWidget& widget) const {
+    return widget.mapTo(this, widget.rect().center());
+}
+
+KeypadPanel& MainWindow::keypad() const {
+    return area->keypad();
+}
+
+ActionPanel& MainWindow::actions() const {
+    return area->actions();
+}
+
+SoftKeyBar& MainWindow::softKeyBar() const {
+    return *softKeys;
+}
+
+EncoderView& MainWindow::encoder() const {
+    return area->encoder();
+}
+
+PageArea& MainWindow::pages() const {
+    return *area;
+}
+
+InputOffBanner& MainWindow::inputOffBanner() const {
+    return *banner;
+}
+
+} // namespace Terminal

@@ -1,0 +1,81 @@
+# kx_add_test(NAME PLATFORM simulated|linux [LAYERS ...] SOURCES ... [LIBRARIES ...] [PROPERTIES ...]) adds a
+# GoogleTest program. Each of its tests is a test of CTest. Programs start slowly with sanitizers and in the emulator:
+# there, the whole program is one test.
+# PLATFORM: links the library's objects, hidden functions included, with this platform. LAYERS: only these objects,
+# to show that a layer needs nothing above it. PROPERTIES: of each test, as for set_tests_properties.
+#
+# kx_get_time_limit(VARIABLE SECONDS): the limit of a test that may take SECONDS on a real machine.
+# kx_get_startable(VARIABLE TARGET): the path by which a test starts another program of the build.
+
+find_package(GTest REQUIRED)
+include(GoogleTest)
+
+set(KXAPI_TIME_SCALE 1 CACHE STRING "Factor by which tests may take longer than on a real machine")
+mark_as_advanced(KXAPI_TIME_SCALE)
+
+function(kx_get_time_limit variable seconds)
+    math(EXPR limit "${seconds} * ${KXAPI_TIME_SCALE}")
+    set(${variable} ${limit} PARENT_SCOPE)
+endfunction()
+
+# kx_emulate(TARGET): makes a script that starts an emulated program. The program gets the script's name as its
+# own, so that death tests, which start the program again, run the script. The kernel cannot start the program
+# itself.
+function(kx_emulate target)
+    if(NOT CMAKE_CROSSCOMPILING_EMULATOR)
+        return()
+    endif()
+    set(script "${CMAKE_CURRENT_BINARY_DIR}/start_${target}")
+    set(emulator ${CMAKE_CROSSCOMPILING_EMULATOR} -0 "${script}")
+    set_target_properties(${target} PROPERTIES CROSSCOMPILING_EMULATOR "${emulator}" KX_STARTABLE "${script}")
+    list(JOIN emulator "' '" words)
+    file(GENERATE OUTPUT "${script}"
+        CONTENT "#!/bin/sh\nexec '${words}' '$<TARGET_FILE:${target}>' \"$@\"\n"
+        FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
+endfunction()
+
+function(kx_get_startable variable target)
+    get_target_property(script ${target} KX_STARTABLE)
+    if(CMAKE_CROSSCOMPILING_EMULATOR AND NOT script)
+        kx_emulate(${target})
+        get_target_property(script ${target} KX_STARTABLE)
+    endif()
+    if(NOT script)
+        set(script "$<TARGET_FILE:${target}>")
+    endif()
+    set(${variable} "${script}" PARENT_SCOPE)
+endfunction()
+
+# kx_run_tests(TARGET plain|qt PROPERTIES...): makes tests of a GoogleTest program. Its kind is for precompiled headers.
+function(kx_run_tests target kind)
+    if(KXAPI_PRECOMPILE)
+        target_precompile_headers(${target} REUSE_FROM kx_precompiled_${kind})
+    endif()
+    kx_emulate(${target})
+    if(KXAPI_SANITIZE OR CMAKE_CROSSCOMPILING_EMULATOR)
+        add_test(NAME ${target} COMMAND ${target})
+        set_tests_properties(${target} PROPERTIES TIMEOUT 900 COST 50 ${ARGN})
+    else()
+        kx_get_time_limit(limit 120)
+        gtest_discover_tests(${target} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT ${limit} ${ARGN})
+    endif()
+endfunction()
+
+function(kx_add_test name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "PLATFORM" "LAYERS;SOURCES;LIBRARIES;PROPERTIES")
+    set(kind plain)
+    if(NOT arg_LAYERS)
+        set(kind qt)
+        set(arg_LAYERS ${kx_layers} Qt5::Core Qt5::Gui Qt5::Widgets)
+    endif()
+    add_executable(${name} ${arg_SOURCES})
+    target_link_libraries(${name} PRIVATE KXAPI_build_flags GTest::gmock GTest::gtest_main ${arg_LIBRARIES})
+    if(arg_PLATFORM STREQUAL "simulated")
+        target_link_libraries(${name} PRIVATE ${arg_LAYERS} KXAPI_Simulated)
+    elseif(arg_PLATFORM STREQUAL "linux")
+        target_link_libraries(${name} PRIVATE ${arg_LAYERS} KXAPI_OS_ABS KXAPI_Hardware KXAPI_Utility)
+    else()
+        message(FATAL_ERROR "kx_add_test(${name}): PLATFORM is simulated or linux")
+    endif()
+    kx_run_tests(${name} ${kind} ${arg_PROPERTIES})
+endfunction()

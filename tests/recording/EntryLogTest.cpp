@@ -1,0 +1,124 @@
+#include "recording/EntryLog.h"
+#include "tests/support/RecordingComparison.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+namespace KX::Recording {
+namespace {
+
+Entry passAt(std::uint64_t timeMs) {
+    Entry entry;
+    entry.timeMs = timeMs;
+    entry.input = Pass();
+    return entry;
+}
+
+std::vector<Entry> all(const EntryLog::Copy& copy) {
+    std::vector<Entry> entries;
+    copy.forEach([&entries](const Entry& entry) { entries.push_back(entry); });
+    return entries;
+}
+
+std::vector<Entry> all(const EntryLog& log) {
+    return all(log.copy(log.begin(), log.end()));
+}
+
+// One of each kind, with extreme values.
+std::vector<Input> inputs() {
+    KXToolkitEvent toolkit;
+    toolkit.eventType = TOOLKIT_WHEEL_EVENT;
+    toolkit.count = 2147483647;
+    toolkit.value = -2147483647 - 1;
+    toolkit.inputData[3] = 4294967295;
+    toolkit.toolkitFlag = toolkit.incidentFlag = true;
+    KXInputEvent own;
+    own.eventType = -5;
+    own.eventClass = INPUT_EVENT_CLASS;
+    own.timeStamp = 4294967295;
+    Post post;
+    post.event.eventClass = SIGNAL_CLASS;
+    post.event.signalData[0] = 18446744073709551615U;
+    KXCANMessage message;
+    message.canId = 0x98FF0001;
+    message.canLength = 3;
+    message.canData[0] = 255;
+    return {toolkit,
+            own,
+            post,
+            Frame{"can0", message},
+            Frame{"can1", message},
+            NumberSetting{KXInputSetting::EncoderUserFactor, -7},
+            SpeedTable{{{1, 2}, {4294967295, 4}}},
+            KeyMapping{{{-1, 5}, {2, -3}}},
+            Pass()};
+}
+
+} // namespace
+
+TEST(EntryLog, keeps_every_kind_of_entry) {
+    EntryLog log;
+    std::vector<Entry> entries;
+    std::uint64_t timeMs = 4294967290;
+    for (const Input& input : inputs()) {
+        Entry entry;
+        entry.timeMs = timeMs += 3;
+        entry.input = input;
+        log.append(entry);
+        entries.push_back(entry);
+    }
+    EXPECT_EQ(entries.size(), test::firstDifference(entries, all(log)));
+}
+
+TEST(EntryLog, a_copy_does_not_see_what_comes_later) {
+    EntryLog log;
+    log.append(passAt(5));
+    const EntryLog::Copy copy = log.copy(log.begin(), log.end());
+    log.append(passAt(6));
+    EXPECT_EQ(1U, all(copy).size());
+}
+
+TEST(EntryLog, can_be_read_from_any_place_on) {
+    EntryLog log;
+    std::vector<EntryLog::Place> places;
+    constexpr int count = 20000; // several chunks
+    for (int i = 0; i < count; ++i) {
+        places.push_back(log.end());
+        log.append(passAt(static_cast<std::uint64_t>(i) * 200));
+    }
+    for (const int i : {0, 1, 7777, count - 1}) {
+        const auto index = static_cast<std::size_t>(i);
+        const std::vector<Entry> rest = all(log.copy(places[index], log.end()));
+        ASSERT_EQ(count - index, rest.size());
+        EXPECT_EQ(index * 200, rest.front().timeMs);
+        EXPECT_EQ(index, all(log.copy(log.begin(), places[index])).size());
+    }
+}
+
+TEST(EntryLog, drops_whole_chunks_before_a_place_and_shows_what_it_drops) {
+    EntryLog log;
+    std::vector<EntryLog::Place> places;
+    for (std::uint64_t i = 0; i < 30000; ++i) {
+        places.push_back(log.end());
+        log.append(passAt(i));
+    }
+    std::uint64_t dropped = 0;
+    const std::size_t before = log.bytes();
+    log.dropBefore(places[25000], [&dropped](const Entry& entry) { EXPECT_EQ(dropped++, entry.timeMs); });
+    EXPECT_GT(dropped, 0U);
+    EXPECT_LE(dropped, 25000U);
+    EXPECT_LT(log.bytes(), before);
+    const std::vector<Entry> rest = all(log);
+    EXPECT_EQ(dropped, rest.front().timeMs);
+    EXPECT_EQ(30000 - dropped, rest.size());
+}
+
+TEST(EntryLog, an_idle_hour_takes_less_than_96_kilobytes) {
+    EntryLog log;
+    for (std::uint64_t i = 0; i < 36000; ++i)
+        log.append(passAt(i * 100));
+    EXPECT_LE(log.bytes(), 96U * 1024);
+}
+
+} // namespace KX::Recording

@@ -1,0 +1,409 @@
+#include "tests/recording/RecorderFixture.h"
+
+#include "input/KXInputObserver.h"
+#include "platform/KXCANMessage.h"
+
+#include <thread>
+
+namespace KX {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::MatchesRegex;
+using testing::StartsWith;
+
+class RecorderTest : public test::RecorderFixture {
+protected:
+    KXInputEventManager& manager() { return *KXInputEventManager::createInstance(); }
+};
+
+constexpr const char* pressLine = "toolkit TOOLKIT_KEY_PRESS_EVENT os=0x1000000";
+constexpr const char* releaseLine = "toolkit TOOLKIT_KEY_RELEASE_EVENT os=0x1000000";
+
+std::string at(unsigned int tick, const std::string& what) {
+    return std::to_string(tick) + " " + what;
+}
+
+} // namespace
+
+TEST_F(RecorderTest, says_what_it_is_and_who_wrote_it) {
+    KXSessionRecorder recorder;
+    EXPECT_TRUE(recorder.start(path));
+    EXPECT_TRUE(recorder.isRecording());
+    EXPECT_TRUE(recorder.stop());
+    EXPECT_FALSE(recorder.isRecording());
+    EXPECT_THAT(linesOf(path), ElementsAre("kxrecording 2", MatchesRegex("# written by KXAPI_Recording [0-9.]+"),
+                                           "0 pass", "0 end"));
+}
+
+TEST_F(RecorderTest, made_before_the_manager_records_its_defaults) {
+    KXSessionRecorder recorder;
+    recorder.start(path);
+    manager();
+    recorder.stop();
+    EXPECT_THAT(entriesOf(path),
+                ElementsAre("0 pass", "0 set accept-input on", "0 set double-press 300", "0 set long-press 2000",
+                            StartsWith("0 set speed-table 2:4096 "), "0 set low-pass 900",
+                            "0 set user-factor 1000", StartsWith("0 set key-mapping 0x1000000=0 "), "0 end"));
+}
+
+TEST_F(RecorderTest, made_after_the_manager_begins_with_its_settings_at_the_first_rest) {
+    manager().setLongKeyPressDuration(4000);
+    manager().setDoubleKeyPressDuration(3000);
+    manager().setKeyMapping({{66, 9}});
+    manager().acceptInput(false);
+    KXEncoderDynamic::instance()->setDynamicParameters({{5, 1}, {40, 2}});
+    KXSimulation::advance(50);
+    KXSessionRecorder recorder;
+    recorder.start(path);
+    KXSimulation::advance(100);
+    recorder.stop();
+    EXPECT_THAT(entriesOf(path),
+                ElementsAre("100 set long-press 4000", "100 set double-press 3000", "100 set user-factor 1000",
+                            "100 set low-pass 900", "100 set accept-input off", "100 set speed-table 5:1 40:2",
+                            testing::AllOf(StartsWith("100 set key-mapping "), HasSubstr(" 0x1000000=0 ")),
+                            "100 pass", "150 end"));
+}
+
+TEST_F(RecorderTest, records_every_way_in_in_the_managers_order) {
+    KXSessionRecorder recorder;
+    recorder.start(path);
+    manager();
+    KXSimulation::advance(7);
+    press();
+    KXInputEvent own;
+    own.eventType = KEY_PRESS_EVENT;
+    own.keyCode = 2;
+    own.timeStamp = 6;
+    manager().inputEventOccurred(own);
+    KXSignal signal;
+    signal.eventClass = SIGNAL_CLASS;
+    signal.eventType = 4711;
+    signal.signalData[1] = 5000000000;
+    manager().postToEventQueue(signal);
+    manager().postESCtoEventQueue(true);
+    KXEncoderDynamic::instance()->setUserFactor(0);
+    KXSimulation::advance(93);
+    recorder.stop();
+    const std::vector<std::string> entries = entriesOf(path);
+    ASSERT_EQ(15U, entries.size());
+    EXPECT_THAT(std::vector<std::string>(entries.begin() + 8, entries.end()),
+                ElementsAre(at(7, pressLine), "7 input KEY_PRESS_EVENT time=6 key=2",
+                            "7 post 4711 time=0 class=6 signal-data=0,5000000000 source-class=6",
+                            "7 post KEY_PRESS_EVENT time=0 key=0 os=0xffff value=-1", "7 set user-factor 0",
+                            "100 pass", "100 end"));
+}
+
+TEST_F(RecorderTest, records_the_keypad_and_its_frames) {
+    KXSessionRecorder recorder;
+    recorder.start(path);
+    CANRemoteOptions options;
+    options.enabled = true;
+    options.encoderCANId = 0x123;
+    for (int i = 0; i < 16; ++i)
+        options.keys[i].canId = 0x20000000;
+    options.keys[0] = {1, 0, 0, 0, 0x456, 0};
+    manager().setCANRemoteOptions(options);
+    KXCANMessage frame;
+    frame.canId = 0x456;
+    KXSimulation::scheduleCANFrame(0, 20, frame);
+    testing::internal::CaptureStdout();
+    KXSimulation::advance(30);
+    testing::internal::GetCapturedStdout();
+    recorder.stop();
+    EXPECT_THAT(
+        entriesOf(path),
+        testing::IsSupersetOf({"0 set keypad key 1 code 0 byte 0 bit 0 id 456; encoder id 123 byte 0 little "
+                               "mask FFFF up 4 down 5",
+                               "(0000000000.020000) can0 456#0000000000000000", "20 pass"}));
+}
+
+TEST_F(RecorderTest, leaves_out_a_layout_that_no_replay_would_take_and_says_so) {
+    KXSessionRecorder recorder;
+    recorder.start(path);
+    CANRemoteOptions options;
+    options.enabled = true;
+    options.encoderCANId = 0x123;
+    options.encoderMask = 0;
+    testing::internal::CaptureStderr();
+    manager().setCANRemoteOptions(options);
+    EXPECT_EQ(
+        "KXSessionRecorder: the layout of the keypad is left out: encoder: mask 0 is not a run of bits within "
+        "FFFF\n",
+        testing::internal::GetCapturedStderr());
+    recorder.stop();
+    for (const std::string& entry : entriesOf(path))
+        EXPECT_THAT(entry, testing::Not(HasSubstr("keypad")));
+}
+
+TEST_F(RecorderTest, start_in_mid_session_goes_back_to_the_last_rest) {
+    KXSessionRecorder recorder;
+    manager();
+    KXSimulation::advance(5000); // a rest at each pass
+    press();
+    KXSimulation::advance(20);
+    recorder.start(path);
+    KXSimulation::advance(20);
+    release();
+    recorder.stop();
+    EXPECT_THAT(inputsOf(path), ElementsAre("5000 pass", at(5000, pressLine), at(5040, releaseLine), "5040 end"));
+}
+
+TEST_F(RecorderTest, rest_comes_one_after_the_double_press_time) {
+    KXSessionRecorder recorder;
+    manager().setDoubleKeyPressDuration(199);
+    KXSimulation::advance(100);
+    press();
+    release();
+    KXSimulation::advance(200); // the pass at 299 is none: there is one at 200 and one at 300
+    recorder.start(path);
+    recorder.stop();
+    EXPECT_THAT(inputsOf(path), ElementsAre("300 pass", "300 end"));
+}
+
+TEST_F(RecorderTest, no_rest_comes_within_the_double_press_time) {
+    KXSessionRecorder recorder;
+    manager().setDoubleKeyPressDuration(200);
+    KXSimulation::advance(100);
+    press();
+    release();
+    KXSimulation::advance(200);
+    recorder.start(path);
+    recorder.stop();
+    EXPECT_THAT(inputsOf(path), ElementsAre("100 pass", at(100, pressLine), at(100, releaseLine), "200 pass",
+                                            "300 pass", "300 end"));
+}
+
+TEST_F(RecorderTest, a_rest_after_which_a_longer_double_press_time_pairs_presses_is_none) {
+    KXSessionRecorder recorder;
+    manager();
+    KXSimulation::advance(100);
+    press();
+    release();
+    KXSimulation::advance(1000);
+    manager().setDoubleKeyPressDuration(1500);
+    press();
+    recorder.start(path);
+    recorder.stop();
+    EXPECT_LE(std::stol(inputsOf(path).front()), 100);
+}
+
+TEST_F(RecorderTest, a_rest_after_which_a_wheel_goes_on_with_its_turn_is_none) {
+    KXSessionRecorder recorder;
+    KXSimulation::setTick(100000);
+    manager();
+    KXSimulation::advance(100);
+    turnWheel(1);
+    KXSimulation::advance(1000);
+    turnWheel(10);
+    recorder.start(path);
+    recorder.stop();
+    EXPECT_EQ("100100 pass", inputsOf(path).front());
+}
+
+TEST_F(RecorderTest, a_recording_begins_anew_when_its_rest_turns_out_to_be_none) {
+    KXSimulation::setTick(100000);
+    KXSessionRecorder recorder;
+    manager();
+    KXSimulation::advance(100);
+    turnWheel(1);
+    KXSimulation::advance(1000);
+    recorder.start(path);
+    EXPECT_EQ("101100 pass", inputsOf(path).front());
+    turnWheel(10);
+    recorder.stop();
+    EXPECT_EQ("100100 pass", inputsOf(path).front());
+    EXPECT_EQ("", recorder.problem());
+}
+
+TEST_F(RecorderTest, a_late_press_that_pairs_with_one_before_the_beginning_belongs_to_the_recording) {
+    KXSessionRecorder recorder;
+    manager();
+    KXSimulation::advance(1000);
+    press();
+    release();
+    KXSimulation::advance(450);
+    recorder.start(path);
+    KXToolkitEvent late;
+    late.eventType = TOOLKIT_KEY_PRESS_EVENT;
+    late.osKeyCode = escape;
+    late.timeStamp = 1290;
+    manager().toolkitEventOccurred(late);
+    recorder.stop();
+    EXPECT_LE(std::stol(inputsOf(path).front()), 1000);
+}
+
+TEST_F(RecorderTest, stop_works_while_the_clock_has_gone_back) {
+    KXSimulation::setTick(100);
+    KXSessionRecorder recorder;
+    recorder.start(path);
+    KXSimulation::setTick(50);
+    EXPECT_TRUE(recorder.stop());
+    EXPECT_THAT(entriesOf(path), ElementsAre("100 pass", "100 end"));
+}
+
+TEST_F(RecorderTest, what_comes_behind_the_end_is_left_out) {
+    KXSessionRecorder recorder;
+    recorder.start(path);
+    KXSimulation::setTick(7);
+    EXPECT_TRUE(recorder.stop());
+    manager();
+    EXPECT_TRUE(recorder.stop());
+    EXPECT_THAT(entriesOf(path), ElementsAre("0 pass", "7 end"));
+}
+
+TEST_F(RecorderTest, ends_its_recording_at_its_own_end) {
+    {
+        KXSessionRecorder recorder;
+        recorder.start(path);
+    }
+    EXPECT_THAT(entriesOf(path), ElementsAre("0 pass", "0 end"));
+}
+
+TEST_F(RecorderTest, goes_on_where_the_tick_wraps) {
+    KXSimulation::setTick(4294967200);
+    manager();
+    KXSessionRecorder recorder;
+    recorder.start(path);
+    KXSimulation::advance(100);
+    press();
+    recorder.stop();
+    EXPECT_THAT(inputsOf(path), ElementsAre("4 pass", at(4, pressLine), "4 end"));
+}
+
+TEST_F(RecorderTest, a_file_that_cannot_be_made_is_told_and_another_can_be_started) {
+    KXSessionRecorder recorder;
+    const std::string wrong = inFolder("none/day.kxr");
+    EXPECT_FALSE(recorder.start(wrong));
+    EXPECT_EQ(wrong + ": No such file or directory", recorder.problem());
+    EXPECT_TRUE(recorder.start(path));
+    EXPECT_TRUE(recorder.stop());
+}
+
+TEST_F(RecorderTest, never_overwrites) {
+    std::ofstream(path) << "precious\n";
+    KXSessionRecorder recorder(60000);
+    EXPECT_FALSE(recorder.start(path));
+    EXPECT_EQ(path + ": it is there already and is not overwritten", recorder.problem());
+    EXPECT_FALSE(recorder.save(path));
+    EXPECT_THAT(linesOf(path), ElementsAre("precious"));
+}
+
+TEST_F(RecorderTest, a_full_disk_is_told_once_and_the_session_goes_on) {
+    KXSessionRecorder recorder;
+    EXPECT_FALSE(recorder.start("/dev/full"));
+    EXPECT_EQ("/dev/full: No space left on device", recorder.problem());
+    EXPECT_FALSE(recorder.isRecording());
+    manager();
+    press();
+    EXPECT_TRUE(manager().hasEvents());
+    EXPECT_TRUE(recorder.start(path));
+}
+
+TEST_F(RecorderTest, one_recording_at_a_time) {
+    KXSessionRecorder recorder;
+    EXPECT_TRUE(recorder.start(path));
+    EXPECT_FALSE(recorder.start(inFolder("second.kxr")));
+    EXPECT_EQ(inFolder("second.kxr") + ": a recording goes on", recorder.problem());
+    EXPECT_TRUE(recorder.stop());
+}
+
+TEST_F(RecorderTest, a_second_recorder_is_told_that_it_is_one) {
+    KXSessionRecorder first(60000);
+    testing::internal::CaptureStderr();
+    {
+        KXSessionRecorder second(60000);
+        EXPECT_EQ("KXSessionRecorder: another recorder observes the session; this one records nothing\n",
+                  testing::internal::GetCapturedStderr());
+        EXPECT_EQ("another recorder observes the session", second.problem());
+        EXPECT_FALSE(second.start(path));
+        EXPECT_EQ(path + ": another recorder observes the session", second.problem());
+        EXPECT_FALSE(second.save(path));
+    }
+    manager();
+    EXPECT_TRUE(first.start(path)); // which the second one's end has not disturbed
+    press();
+    EXPECT_TRUE(first.stop());
+    EXPECT_THAT(inputsOf(path), ElementsAre("0 pass", at(0, pressLine), "0 end"));
+}
+
+TEST_F(RecorderTest, a_clock_that_goes_back_ends_the_recording) {
+    KXSimulation::setTick(100);
+    KXSessionRecorder recorder;
+    recorder.start(path);
+    manager();
+    KXSimulation::setTick(99);
+    testing::internal::CaptureStderr();
+    press();
+    EXPECT_EQ("KXSessionRecorder: " + path +
+                  ": the tick 99 lies before that of the line above, 100; the recording ends here\n",
+              testing::internal::GetCapturedStderr());
+    EXPECT_FALSE(recorder.stop());
+    EXPECT_THAT(inputsOf(path), ElementsAre("100 pass"));
+}
+
+TEST_F(RecorderTest, holds_the_worker_until_it_stops) {
+    KXSessionRecorder recorder;
+    recorder.start(path);
+    recorder.holdWorker(); // without a worker
+    manager();
+    EXPECT_TRUE(recorder.stop());
+    KXSimulation::advance(100);
+}
+
+TEST_F(RecorderTest, nothing_is_saved_where_nothing_is_kept) {
+    KXSessionRecorder recorder;
+    EXPECT_FALSE(recorder.save(path));
+    EXPECT_EQ(path + ": nothing is kept", recorder.problem());
+    EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+TEST_F(RecorderTest, nothing_is_saved_before_the_first_rest) {
+    manager();
+    press();
+    KXSessionRecorder recorder(60000);
+    EXPECT_FALSE(recorder.save(path));
+    EXPECT_EQ(path + ": no moment of rest came, at which a recording can begin", recorder.problem());
+}
+
+TEST_F(RecorderTest, save_begins_at_the_last_rest_before_what_is_to_be_kept) {
+    KXSessionRecorder recorder(10000);
+    manager();
+    KXSimulation::advance(30000);
+    press();
+    ASSERT_TRUE(recorder.save(path)) << recorder.problem();
+    const std::vector<std::string> inputs = inputsOf(path);
+    const long begin = std::stol(inputs.front());
+    EXPECT_LE(begin, 20000);
+    EXPECT_GE(begin, 20000 - 1200); // a long rest is noted every second
+    EXPECT_EQ("30000 end", inputs.back());
+    EXPECT_TRUE(recorder.save(inFolder("again.kxr")));
+}
+
+TEST_F(RecorderTest, what_is_older_gives_way) {
+    KXSessionRecorder recorder(60000);
+    manager();
+    for (int minute = 0; minute < 30; ++minute)
+        KXSimulation::advance(60000);
+    ASSERT_TRUE(recorder.save(path));
+    const long begin = std::stol(inputsOf(path).front());
+    EXPECT_LE(begin, 29 * 60000);
+    EXPECT_GE(begin, 29 * 60000 - 1200);
+}
+
+TEST_F(RecorderTest, may_be_made_and_ended_while_input_arrives) {
+    manager();
+    std::thread operators([] {
+        for (int i = 0; i < 2000; ++i)
+            i % 2 == 0 ? press() : release();
+    });
+    for (int i = 0; i < 20; ++i) {
+        KXSessionRecorder recorder(1000);
+        recorder.start(inFolder(std::to_string(i)));
+        recorder.save(inFolder("kept" + std::to_string(i)));
+    }
+    operators.join();
+}
+
+} // namespace KX

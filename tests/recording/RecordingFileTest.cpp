@@ -1,0 +1,291 @@
+// Written entries are in the file whatever happens to the writer.
+
+#include "recording/RecordingFile.h"
+
+#include "RecordingText.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <memory>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+using namespace KX::Recording;
+using KX::Recording::test::Outcome;
+using KX::Recording::test::outcomeOf;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+using testing::StartsWith;
+
+const std::string head = "kxrecording 2\n# written by KXAPI_Recording " KXAPI_VERSION "\n";
+
+// Writes each entry at once, as a recorder does.
+class EntryFile : public File {
+public:
+    using File::File;
+
+    bool write(unsigned int tick, const Input& input) {
+        Entry entry;
+        lastMs = entry.timeMs = continueTime(tick, lastMs);
+        entry.input = input;
+        add(entry);
+        return flush();
+    }
+
+private:
+    std::optional<std::uint64_t> lastMs;
+};
+
+class RecordingFileTest : public testing::Test {
+protected:
+    RecordingFileTest() {
+        std::string pattern = testing::TempDir() + "kx-recording-XXXXXX";
+        folder = mkdtemp(pattern.data());
+        path = folder / "day.kxr";
+    }
+
+    ~RecordingFileTest() override { std::filesystem::remove_all(folder); }
+
+    std::string content() const {
+        std::ifstream file(path, std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    }
+
+    static std::string refusalOf(const std::string& name) {
+        try {
+            const File file(name);
+        } catch (const std::runtime_error& error) {
+            return error.what();
+        }
+        return "it was made";
+    }
+
+    std::filesystem::path folder;
+    std::filesystem::path path;
+};
+
+// Acts like a disk that is full at this file size. The signal for a write beyond it, which would end the program,
+// is ignored.
+class Disk {
+public:
+    explicit Disk(rlim_t size) {
+        getrlimit(RLIMIT_FSIZE, &before);
+        rlimit limit = before;
+        limit.rlim_cur = size;
+        setrlimit(RLIMIT_FSIZE, &limit);
+    }
+
+    ~Disk() {
+        setrlimit(RLIMIT_FSIZE, &before);
+        signal(SIGXFSZ, handler);
+    }
+
+    Disk(const Disk&) = delete;
+    Disk& operator=(const Disk&) = delete;
+
+private:
+    rlimit before{};
+    void (*const handler)(int) = signal(SIGXFSZ, SIG_IGN);
+};
+
+// Runs \p work in a separate process until \p isEnough, then kills it.
+void killInTheMiddle(const std::function<void()>& work, const std::function<bool()>& isEnough) {
+    const pid_t child = fork();
+    if (child == 0) {
+        work();
+        _exit(1); // the process should have been killed
+    }
+    ASSERT_GT(child, 0);
+    int status = 0;
+    while (!isEnough() && waitpid(child, &status, WNOHANG) == 0)
+        std::this_thread::yield();
+    kill(child, SIGKILL);
+    waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL) << status;
+}
+
+// How many write calls the process has made; nothing where the system does not count them.
+std::optional<long> countOfWrites() {
+    std::ifstream accounts("/proc/self/io");
+    for (std::string name; accounts >> name;) {
+        long count = 0;
+        accounts >> count;
+        if (name == "syscw:")
+            return count;
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+TEST_F(RecordingFileTest, BeginsWithTheVersionAndTheWriter) {
+    const File file(path);
+    EXPECT_EQ(head, content());
+    EXPECT_EQ(std::nullopt, file.problem());
+}
+
+TEST_F(RecordingFileTest, EachEntryIsThereAsSoonAsItIsWritten) {
+    EntryFile file(path);
+    EXPECT_TRUE(file.write(5, Pass()));
+    EXPECT_EQ(head + "5 pass\n", content());
+    EXPECT_TRUE(file.write(5, NumberSetting{KX::KXInputSetting::EncoderLowPassFactor, 3}));
+    EXPECT_EQ(head + "5 pass\n5 set low-pass 3\n", content());
+    EXPECT_TRUE(file.write(6, End()));
+    EXPECT_EQ(head + "5 pass\n5 set low-pass 3\n6 end\n", content());
+}
+
+TEST_F(RecordingFileTest, EachLineIsOneWrite) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "a sanitizer writes, too";
+#endif
+    EntryFile file(path);
+    const std::optional<long> before = countOfWrites();
+    if (!before)
+        GTEST_SKIP() << "this system does not count writes";
+    for (unsigned int tick = 0; tick < 100; ++tick)
+        file.write(tick, SpeedTable{std::vector<KX::KXEncoderDynamicPair>(500, {1, 1})});
+    EXPECT_EQ(100, *countOfWrites() - *before);
+}
+
+TEST_F(RecordingFileTest, TheTimeOfFramesGoesOnWhereTheTickWraps) {
+    EntryFile file(path);
+    EXPECT_TRUE(file.write(4294967295, Frame{"can0", {}}));
+    EXPECT_TRUE(file.write(1, Frame{"can0", {}}));
+    EXPECT_TRUE(file.write(2, Pass()));
+    EXPECT_EQ(head + "(0004294967.295000) can0 000#0000000000000000\n"
+                     "(0004294967.297000) can0 000#0000000000000000\n2 pass\n",
+              content());
+}
+
+TEST_F(RecordingFileTest, WhatIsThereIsNotOverwritten) {
+    std::ofstream(path) << "x";
+    EXPECT_EQ(path.string() + ": it is there already and is not overwritten", refusalOf(path));
+    EXPECT_EQ("x", content());
+}
+
+TEST_F(RecordingFileTest, WhatIsThereIsNotOverwrittenHoweverLargeItIs) {
+    constexpr std::uintmax_t mostIn32Bits = 0x7FFFFFFF;
+    for (const std::uintmax_t size : {mostIn32Bits, mostIn32Bits + 1}) {
+        std::ofstream(path) << "x";
+        std::filesystem::resize_file(path, size); // uses no space on the disk
+        EXPECT_EQ(path.string() + ": it is there already and is not overwritten", refusalOf(path)) << size;
+        EXPECT_EQ(size, std::filesystem::file_size(path));
+    }
+}
+
+TEST_F(RecordingFileTest, AnEmptyFileIsTaken) {
+    std::ofstream(path).close();
+    EXPECT_EQ("it was made", refusalOf(path));
+    EXPECT_EQ(head, content());
+}
+
+TEST_F(RecordingFileTest, TellsWhyItCannotBeMade) {
+    EXPECT_EQ((folder / "none" / "day.kxr").string() + ": No such file or directory",
+              refusalOf(folder / "none" / "day.kxr"));
+    EXPECT_EQ(folder.string() + ": Is a directory", refusalOf(folder));
+    EXPECT_EQ("/dev/full: No space left on device", refusalOf("/dev/full"));
+}
+
+TEST_F(RecordingFileTest, ADeviceTakesIt) {
+    EXPECT_EQ("it was made", refusalOf("/dev/null"));
+}
+
+TEST_F(RecordingFileTest, APipeThatNobodyReadsIsRefused) {
+    ASSERT_EQ(0, mkfifo(path.c_str(), 0600));
+    EXPECT_EQ(path.string() + ": nobody reads this pipe", refusalOf(path));
+}
+
+TEST_F(RecordingFileTest, APipeTakesItAndWaitsForItsReader) {
+    ASSERT_EQ(0, mkfifo(path.c_str(), 0600));
+    const int reader = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    ASSERT_GE(reader, 0);
+    fcntl(reader, F_SETFL, 0);
+    auto file = std::make_unique<EntryFile>(path);
+    std::thread writer([&file] {
+        // More than a pipe can hold.
+        for (unsigned int tick = 10000; tick < 30000; ++tick)
+            EXPECT_TRUE(file->write(tick, Pass()));
+        file.reset(); // the reader sees the end
+    });
+    std::size_t count = 0;
+    std::array<char, 4096> buffer{};
+    for (ssize_t size = read(reader, buffer.data(), buffer.size()); size > 0;
+         size = read(reader, buffer.data(), buffer.size()))
+        count += static_cast<std::size_t>(size);
+    writer.join();
+    close(reader);
+    EXPECT_EQ(head.size() + 20000 * std::string("10000 pass\n").size(), count);
+}
+
+TEST_F(RecordingFileTest, IsReadableForWhomTheProcessLets) {
+    const mode_t before = umask(027);
+    refusalOf(path);
+    umask(before);
+    EXPECT_EQ(std::filesystem::perms(0640), std::filesystem::status(path).permissions());
+}
+
+TEST_F(RecordingFileTest, AFullDiskEndsIt) {
+    const Disk disk(head.size() + 10);
+    EntryFile file(path);
+    EXPECT_TRUE(file.write(5, Pass()));
+    EXPECT_FALSE(file.write(6, Pass()));
+    EXPECT_EQ(path.string() + ": File too large", file.problem());
+    EXPECT_EQ(head + "5 pass\n6 p", content());
+    const Outcome outcome = outcomeOf(content());
+    EXPECT_EQ("", outcome.error);
+    EXPECT_THAT(outcome.session.entries, SizeIs(1));
+    EXPECT_THAT(outcome.warnings, ElementsAre("day.kxr:4: the last line is cut off; it is left out"));
+}
+
+TEST_F(RecordingFileTest, AfterAFailureNothingIsWrittenAnyMore) {
+    EntryFile file(path);
+    {
+        const Disk disk(head.size());
+        EXPECT_FALSE(file.write(5, Pass()));
+    }
+    EXPECT_FALSE(file.write(6, Pass()));
+    EXPECT_EQ(path.string() + ": File too large", file.problem());
+    EXPECT_EQ(head, content());
+}
+
+TEST_F(RecordingFileTest, AKilledProcessLeavesWholeLines) {
+    for (int round = 0; round < 20; ++round) {
+        std::filesystem::remove(path);
+        const auto write = [this] {
+            EntryFile file(path);
+            for (int i = 0; i < 10000000; ++i)
+                file.write(static_cast<unsigned int>(i),
+                           NumberSetting{KX::KXInputSetting::EncoderLowPassFactor, i});
+        };
+        const std::uintmax_t enough = 100 + static_cast<std::uintmax_t>(round) * 5000;
+        std::error_code notThereYet;
+        killInTheMiddle(write, [&] {
+            const std::uintmax_t size = std::filesystem::file_size(path, notThereYet);
+            return !notThereYet && size >= enough;
+        });
+        const std::string left = content();
+        const Outcome outcome = outcomeOf(left);
+        ASSERT_EQ("", outcome.error);
+        ASSERT_THAT(outcome.warnings, SizeIs(left.back() == '\n' ? 0 : 1));
+        ASSERT_THAT(outcome.session.entries, SizeIs(std::count(left.begin(), left.end(), '\n') - 2));
+        int expected = 0;
+        for (const Entry& entry : outcome.session.entries)
+            ASSERT_EQ(expected++, std::get<NumberSetting>(entry.input).value);
+        ASSERT_GT(expected, 0);
+    }
+}

@@ -1,0 +1,94 @@
+#include "recording/Text.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstdint>
+#include <utility>
+
+namespace {
+
+using Parts = std::pair<std::string, std::string>;
+
+Parts wordAndRest(std::string_view text) {
+    const std::string_view word = KX::Text::takeWord(text);
+    return {std::string(word), std::string(text)};
+}
+
+Parts partAndRest(std::string_view text) {
+    const std::string_view part = KX::Text::takeUntil(text, ',');
+    return {std::string(part), std::string(text)};
+}
+
+template<typename Number>
+bool isNumber(std::string_view text, int base = 10) {
+    Number number{};
+    return KX::Text::parseNumber(text, base, number);
+}
+
+template<typename Number>
+Number numberOf(std::string_view text, int base = 10) {
+    Number number{};
+    EXPECT_TRUE(KX::Text::parseNumber(text, base, number)) << text;
+    return number;
+}
+
+} // namespace
+
+TEST(TextTest, TrimsBlanksOfEveryKind) {
+    EXPECT_EQ("a b", KX::Text::trimmed(" \t\r\v\fa b\f\v\r\t "));
+    EXPECT_EQ("", KX::Text::trimmed(""));
+    EXPECT_EQ("", KX::Text::trimmed(" \r"));
+    EXPECT_EQ("a", KX::Text::trimmed("a"));
+}
+
+TEST(TextTest, ALineEndAndAZeroAreNoBlanks) {
+    EXPECT_EQ("\n", KX::Text::trimmed(" \n "));
+    EXPECT_EQ(std::string_view("\0", 1), KX::Text::trimmed(std::string_view(" \0 ", 3)));
+}
+
+TEST(TextTest, TakesOneWordAndTheBlanksAroundIt) {
+    EXPECT_EQ(Parts("a", "b c"), wordAndRest("  a \t b c  "));
+    EXPECT_EQ(Parts("a", ""), wordAndRest("a"));
+    EXPECT_EQ(Parts("a", ""), wordAndRest("a\r"));
+    EXPECT_EQ(Parts("", ""), wordAndRest(" "));
+    EXPECT_EQ(Parts("", ""), wordAndRest(""));
+}
+
+TEST(TextTest, TakesWhatStandsBeforeASeparator) {
+    EXPECT_EQ(Parts("a", "b,c"), partAndRest("a,b,c"));
+    EXPECT_EQ(Parts("", "b"), partAndRest(",b"));
+    EXPECT_EQ(Parts("a", ""), partAndRest("a,"));
+    EXPECT_EQ(Parts("a", ""), partAndRest("a"));
+    EXPECT_EQ(Parts("", ""), partAndRest(","));
+    EXPECT_EQ(Parts("", ""), partAndRest(""));
+}
+
+TEST(TextTest, ANumberIsDigitsAndNothingElse) {
+    EXPECT_EQ(0U, numberOf<unsigned int>("0"));
+    EXPECT_EQ(7U, numberOf<unsigned int>("007"));
+    EXPECT_EQ(UINT_MAX, numberOf<unsigned int>("4294967295"));
+    EXPECT_EQ(INT_MIN, numberOf<int>("-2147483648"));
+    EXPECT_EQ(INT64_MIN, numberOf<std::int64_t>("-9223372036854775808"));
+    EXPECT_EQ(0xABCDEFU, numberOf<unsigned int>("aBcDeF", 16));
+    for (const char* const none : {"", " 1", "1 ", "+1", "0x1", "1.0", "1a", "-", "--1", "4294967296", "-1"})
+        EXPECT_FALSE(isNumber<unsigned int>(none)) << none;
+    EXPECT_FALSE(isNumber<int>("2147483648"));
+    EXPECT_FALSE(isNumber<int>("-2147483649"));
+    EXPECT_FALSE(isNumber<unsigned int>("100000000", 16));
+    EXPECT_FALSE(isNumber<unsigned int>(std::string_view("1\0", 2)));
+}
+
+TEST(TextTest, HexadecimalIsLowerCaseWithoutLeadingZeros) {
+    EXPECT_EQ("0", KX::Text::hexadecimal(0));
+    EXPECT_EQ("abcdef", KX::Text::hexadecimal(0xABCDEF));
+    EXPECT_EQ("ffffffff", KX::Text::hexadecimal(UINT_MAX));
+}
+
+TEST(TextTest, AQuotationStaysOneReadableLine) {
+    EXPECT_EQ("''", KX::Text::quoted(""));
+    EXPECT_EQ("' ~'", KX::Text::quoted(" ~"));
+    EXPECT_EQ("'a??b????z'", KX::Text::quoted("a\n\tb\x7f\x1f\x80\xffz"));
+    EXPECT_EQ("'" + std::string(40, 'x') + "'", KX::Text::quoted(std::string(40, 'x')));
+    EXPECT_EQ("'" + std::string(40, 'x') + "...'", KX::Text::quoted(std::string(41, 'x')));
+}

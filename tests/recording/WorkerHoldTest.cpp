@@ -1,0 +1,68 @@
+#include "recording/KXWorkerHold.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <future>
+#include <thread>
+
+using namespace KX;
+
+namespace {
+
+using namespace std::chrono_literals;
+
+// Long enough for a thread that could go on to do so; one that cannot does not matter how long.
+constexpr auto moment = 50ms;
+constexpr auto longEnough = 60s;
+
+std::future<void> passElsewhere(KXWorkerHold& hold) {
+    return std::async(
+        std::launch::async, [&hold] { hold.onPassDue(); });
+}
+
+} // namespace
+
+TEST(WorkerHoldTest, LetsPassesGoUntilItIsToldToKeepThem) {
+    KXWorkerHold hold;
+    hold.onPassDue();
+    hold.release();
+    hold.onPassDue();
+}
+
+TEST(WorkerHoldTest, KeepsAPassUntilItIsReleased) {
+    KXWorkerHold hold;
+    std::atomic<bool> isOver{false};
+    std::thread worker([&] {
+        while (!isOver)
+            hold.onPassDue();
+    });
+    hold.keep();
+    isOver = true; // the worker is kept now, and looks at this only when it is released
+    const std::future<void> end = std::async(std::launch::async, [&worker] { worker.join(); });
+    EXPECT_EQ(std::future_status::timeout, end.wait_for(moment));
+    hold.release();
+    EXPECT_EQ(std::future_status::ready, end.wait_for(longEnough));
+}
+
+TEST(WorkerHoldTest, KeepsOnePassAfterTheOther) {
+    KXWorkerHold hold;
+    for (int round = 0; round < 3; ++round) {
+        const std::future<void> pass = std::async(std::launch::async, [&hold] {
+            std::this_thread::sleep_for(1ms);
+            hold.onPassDue();
+        });
+        hold.keep();
+        EXPECT_EQ(std::future_status::timeout, pass.wait_for(0s));
+        hold.release();
+        EXPECT_EQ(std::future_status::ready, pass.wait_for(longEnough));
+    }
+}
+
+TEST(WorkerHoldTest, DoesNotWaitForEverWithoutAWorker) {
+    KXWorkerHold hold;
+    hold.keep();
+    hold.release();
+    EXPECT_EQ(std::future_status::ready, passElsewhere(hold).wait_for(longEnough));
+}

@@ -1,0 +1,137 @@
+#include "replay/KXSessionPlayer.h"
+
+#include "input/KXInputEventManager.h"
+#include "platform/KXTick.h"
+#include "tests/recording/RecorderFixture.h"
+
+namespace KX {
+namespace {
+
+using testing::ElementsAre;
+
+class PlayerTest : public test::RecorderFixture {
+protected:
+    const std::string& recording(const std::string& lines) {
+        std::ofstream(path) << "kxrecording 1\n" << lines;
+        return path;
+    }
+
+    static std::string brief(const KXInputEvent& event) {
+        return std::to_string(event.timeStamp) + " " + translateEventTypeToString(event.eventType);
+    }
+
+    static std::vector<std::string> play(KXSessionPlayer& player) {
+        std::vector<std::string> events;
+        player.play([&events](const KXInputEvent& event) { events.push_back(brief(event)); });
+        return events;
+    }
+};
+
+constexpr const char* heldKey = "1000 toolkit TOOLKIT_KEY_PRESS_EVENT os=0x1000000\n"
+                                "3050 toolkit TOOLKIT_KEY_RELEASE_EVENT os=0x1000000\n";
+
+} // namespace
+
+TEST_F(PlayerTest, plays_a_complaint_whole) {
+    KXSessionPlayer player(recording(heldKey));
+    EXPECT_THAT(play(player), ElementsAre("1000 KEY_PRESS_EVENT", "3000 KEY_LONG_PRESS_EVENT",
+                                          "3000 KEY_LONG_RELEASE_EVENT", "3050 KEY_RELEASE_EVENT"));
+    EXPECT_FALSE(player.step());
+}
+
+TEST_F(PlayerTest, steps_leave_the_events_in_the_managers_queue) {
+    KXSessionPlayer player(recording("5 toolkit TOOLKIT_KEY_PRESS_EVENT os=0x1000000\n"
+                                     "6 pass\n"
+                                     "7 end\n"));
+    KXInputEventManager& manager = *KXInputEventManager::getInstance();
+    EXPECT_FALSE(manager.hasEvents());
+    EXPECT_TRUE(player.step());
+    EXPECT_EQ("5 KEY_PRESS_EVENT", brief(manager.getNextEvent()));
+    EXPECT_EQ(0U, player.entry());
+    EXPECT_TRUE(player.step());
+    EXPECT_EQ(6U, KXTick::getTickCount());
+    EXPECT_EQ(1U, player.entry());
+    EXPECT_TRUE(player.step());
+    EXPECT_FALSE(player.step());
+    EXPECT_FALSE(player.step());
+}
+
+TEST_F(PlayerTest, what_is_left_after_some_steps_can_be_played) {
+    KXSessionPlayer player(recording(heldKey));
+    player.step();
+    EXPECT_EQ(4U, play(player).size()); // the first event still waits
+}
+
+TEST_F(PlayerTest, an_empty_recording_has_no_step) {
+    KXSessionPlayer player(recording(""));
+    EXPECT_FALSE(player.step());
+    EXPECT_TRUE(play(player).empty());
+}
+
+TEST_F(PlayerTest, takes_the_manager_that_is_there_and_leaves_it) {
+    KXInputEventManager* const manager = KXInputEventManager::createInstance();
+    manager->setLongKeyPressDuration(5000);
+    {
+        KXSessionPlayer player(recording(heldKey));
+        EXPECT_EQ(2U, play(player).size());
+    }
+    EXPECT_TRUE(KXInputEventManager::hasInstance());
+    EXPECT_EQ(manager, KXInputEventManager::getInstance());
+}
+
+TEST_F(PlayerTest, makes_a_manager_and_deletes_it) {
+    {
+        const KXSessionPlayer player(recording(heldKey));
+        EXPECT_TRUE(KXInputEventManager::hasInstance());
+    }
+    EXPECT_FALSE(KXInputEventManager::hasInstance());
+}
+
+TEST_F(PlayerTest, each_play_begins_like_a_new_process) {
+    for (int i = 0; i < 2; ++i) {
+        KXSessionPlayer player(recording("0 set key-mapping 0x41=" + std::to_string(7 + i) +
+                                         "\n10 toolkit TOOLKIT_KEY_PRESS_EVENT os=0x41\n"));
+        EXPECT_THAT(play(player), ElementsAre("10 KEY_PRESS_EVENT"));
+        EXPECT_EQ(0U, KXInputEventManager::getKXtoOSCodeMap()->count(8 - i));
+    }
+}
+
+TEST_F(PlayerTest, a_bad_file_is_told_with_its_line) {
+    try {
+        const KXSessionPlayer player(recording("nonsense\n"));
+        FAIL();
+    } catch (const std::runtime_error& error) {
+        EXPECT_EQ(path + ":2: 'nonsense' is neither a tick nor the (time) of a frame", error.what());
+    }
+    EXPECT_FALSE(KXInputEventManager::hasInstance());
+    EXPECT_THROW(KXSessionPlayer(inFolder("none.kxr")), std::runtime_error);
+}
+
+TEST_F(PlayerTest, tells_what_it_left_out) {
+    const KXSessionPlayer player(recording("5 pass\n6 pa"));
+    EXPECT_THAT(player.warnings(), ElementsAre(path + ":3: the last line is cut off; it is left out"));
+}
+
+TEST_F(PlayerTest, the_log_of_a_bus_needs_the_toolkit) {
+    std::ofstream(path) << "(0000000001.000000) can0 18FF0001#0100000000000000\n";
+    EXPECT_THROW(KXSessionPlayer{path}, std::runtime_error);
+}
+
+TEST_F(PlayerTest, frames_of_a_recording_need_no_toolkit) {
+    KXSessionPlayer player(recording("5 set keypad key 1 code 0 byte 0 bit 0 id 18FF0001\n"
+                                     "(0000000000.006000) can0 18FF0001#0100000000000000\n"
+                                     "6 pass\n"
+                                     "7 toolkit TOOLKIT_KEY_PRESS_EVENT os=0x1000000\n"));
+    testing::internal::CaptureStdout();
+    EXPECT_THAT(play(player), ElementsAre("7 KEY_PRESS_EVENT"));
+    testing::internal::GetCapturedStdout();
+}
+
+TEST_F(PlayerTest, across_the_wrap_of_the_tick) {
+    KXSessionPlayer player(recording("4294967290 toolkit TOOLKIT_KEY_PRESS_EVENT os=0x1000000\n"
+                                     "2100 toolkit TOOLKIT_KEY_RELEASE_EVENT os=0x1000000\n"));
+    EXPECT_THAT(play(player), ElementsAre("4294967290 KEY_PRESS_EVENT", "1994 KEY_LONG_PRESS_EVENT",
+                                          "1994 KEY_LONG_RELEASE_EVENT", "2100 KEY_RELEASE_EVENT"));
+}
+
+} // namespace KX

@@ -1,0 +1,260 @@
+// Random sessions of an application, recorded and played again. A replay gives the same events, from the beginning or
+// from any moment at which the flight recorder saved.
+
+#include "replay/KXSessionPlayer.h"
+#include "tests/recording/RecorderFixture.h"
+
+#include "platform/KXCANMessage.h"
+
+#include <iostream>
+#include <random>
+#include <sstream>
+
+namespace KX {
+namespace {
+
+constexpr int sessions = 50;
+constexpr int actions = 200;
+constexpr unsigned int longestStepMs = 25;
+
+std::string lineOf(const KXInputEvent& event) {
+    std::ostringstream line;
+    line << event.timeStamp << ' ' << event.eventType << " class " << event.eventClass << " key " << event.keyCode
+         << " os " << event.osKeyCode << " value " << event.value << " count " << event.count << " data";
+    for (const unsigned int word : event.eventData)
+        line << ' ' << word;
+    for (const unsigned int word : event.inputData)
+        line << ' ' << word;
+    return line.str();
+}
+
+struct TakenEvent {
+    unsigned int tick;
+    std::string line;
+};
+
+class RoundTripTest : public test::RecorderFixture {
+protected:
+    RoundTripTest() : output(std::cout.rdbuf(swallowed.rdbuf())), errors(std::cerr.rdbuf(swallowed.rdbuf())) {}
+    ~RoundTripTest() override {
+        std::cout.rdbuf(output);
+        std::cerr.rdbuf(errors);
+    }
+
+    unsigned int below(unsigned int limit) {
+        return std::uniform_int_distribution<unsigned int>(0, limit - 1)(random);
+    }
+
+    template<class Choices>
+    auto oneOf(const Choices& choices) {
+        return choices[below(static_cast<unsigned int>(std::size(choices)))];
+    }
+
+    KXInputEventManager& manager() { return *KXInputEventManager::getInstance(); }
+
+    void act() {
+        static constexpr int keys[] = {0x1000000, 0x1000010, 0x1000013, 0x1000015, 0x1000004, 0x41};
+        switch (below(16)) {
+        case 0:
+        case 1:
+        case 2:
+        case 3: report(TOOLKIT_KEY_PRESS_EVENT, oneOf(keys)); break;
+        case 4:
+        case 5:
+        case 6: report(TOOLKIT_KEY_RELEASE_EVENT, oneOf(keys)); break;
+        case 7: turnWheel(static_cast<int>(1 + below(20))); break;
+        case 8: useMouse(); break;
+        case 9: handInAnEvent(); break;
+        case 10: postAnEvent(); break;
+        case 11: changeASetting(); break;
+        case 12: sendAFrame(); break;
+        default: break;
+        }
+        take();
+        static constexpr unsigned int pauses[] = {0, 3, 10, 20, 40, 60, 60, 90, 150, 250, 301, 400, 2500};
+        wait(oneOf(pauses));
+        if (below(25) == 0)
+            wait(5000); // even the encoder comes to rest
+    }
+
+    void wait(unsigned int ms) {
+        while (ms > 0) {
+            const unsigned int step = std::min(ms, longestStepMs);
+            KXSimulation::advance(step);
+            take();
+            ms -= step;
+        }
+    }
+
+    void useMouse() {
+        static constexpr int types[] = {TOOLKIT_MOUSE_PRESS_EVENT, TOOLKIT_MOUSE_RELEASE_EVENT,
+                                        TOOLKIT_MOUSE_ESCAPE_EVENT, TOOLKIT_MOUSE_MOVE_EVENT};
+        KXToolkitEvent event;
+        event.eventType = oneOf(types);
+        event.timeStamp = KXTick::getTickCount() - below(50); // a busy application sees it later
+        event.eventData[1] = 1 + below(2);
+        manager().toolkitEventOccurred(event);
+    }
+
+    void handInAnEvent() {
+        static constexpr int types[] = {KEY_PRESS_EVENT, KEY_RELEASE_EVENT, ENCODER_MOVE_EVENT};
+        KXInputEvent event;
+        event.eventType = oneOf(types);
+        event.keyCode = static_cast<int>(below(7));
+        event.timeStamp = KXTick::getTickCount();
+        event.count = static_cast<int>(below(3));
+        manager().inputEventOccurred(event);
+    }
+
+    void postAnEvent() {
+        if (below(2) == 0) {
+            manager().postESCtoEventQueue(below(2) == 0);
+            return;
+        }
+        KXIncident incident;
+        incident.eventClass = INCIDENT_CLASS;
+        incident.eventType = static_cast<int>(below(2000));
+        incident.eventData[2] = below(100);
+        manager().postToEventQueue(incident);
+    }
+
+    void changeASetting() {
+        KXEncoderDynamic& encoder = *KXEncoderDynamic::instance();
+        switch (below(8)) {
+        case 0: manager().setDoubleKeyPressDuration(below(2500)); break;
+        case 1: manager().setLongKeyPressDuration(below(5000)); break;
+        case 2: encoder.setUserFactor(static_cast<int>(below(3000))); break;
+        case 3: encoder.setLowPassFactor(static_cast<int>(below(1100))); break;
+        case 4: encoder.setDynamicParameters({{5, 100}, {5 + below(200), 10}}); break;
+        case 5: encoder.setDynamicParameters({}); break;
+        case 6: manager().acceptInput(below(3) != 0); break;
+        default: manager().setKeyMapping({{0x41, static_cast<int>(below(8))}}); break;
+        }
+    }
+
+    void sendAFrame() {
+        KXCANMessage frame;
+        frame.canId = 0x18FF0001 + below(3);
+        frame.canData[2] = static_cast<unsigned char>(below(256));
+        KXSimulation::scheduleCANFrame(0, KXTick::getTickCount(), frame);
+    }
+
+    void take() {
+        while (manager().hasEvents())
+            taken.push_back({KXTick::getTickCount(), lineOf(manager().getNextEvent())});
+    }
+
+    static std::vector<std::string> played(const std::string& file) {
+        std::vector<std::string> lines;
+        KXSessionPlayer player(file);
+        player.play([&lines](const KXInputEvent& event) { lines.push_back(lineOf(event)); });
+        return lines;
+    }
+
+    // The replay's events are the last ones of the session, and none that came after its first entry is missing.
+    void expectTheEnd(const std::string& file, std::size_t count) {
+        const std::vector<std::string> lines = played(file);
+        ASSERT_LE(lines.size(), count) << file;
+        for (std::size_t i = 0; i < lines.size(); ++i)
+            ASSERT_EQ(taken[count - lines.size() + i].line, lines[i]) << file << ", event " << i;
+        const std::uint64_t firstMs = Recording::readFile(file, {}).entries.front().timeMs;
+        if (lines.size() < count)
+            EXPECT_LT(taken[count - lines.size() - 1].tick, firstMs + longestStepMs) << file;
+    }
+
+    std::mt19937 random;
+    std::vector<TakenEvent> taken;
+    std::ostringstream swallowed;
+    std::streambuf* const output;
+    std::streambuf* const errors;
+};
+
+} // namespace
+
+TEST_F(RoundTripTest, whole_sessions_give_the_same_events) {
+    std::size_t events = 0;
+    for (unsigned int seed = 1; seed <= sessions; ++seed) {
+        random.seed(seed);
+        taken.clear();
+        KXSimulation::reset();
+        KXSimulation::setTick(seed % 3 == 0 ? 4294900000U : seed * 100000);
+        const std::string file = inFolder(std::to_string(seed));
+        {
+            KXSessionRecorder recorder;
+            ASSERT_TRUE(recorder.start(file));
+            KXInputEventManager::createInstance();
+            for (int i = 0; i < actions; ++i)
+                act();
+            ASSERT_TRUE(recorder.stop()) << recorder.problem();
+            KXInputEventManager::deleteInstance();
+        }
+        const std::vector<std::string> lines = played(file);
+        ASSERT_EQ(taken.size(), lines.size()) << "seed " << seed;
+        for (std::size_t i = 0; i < lines.size(); ++i)
+            ASSERT_EQ(taken[i].line, lines[i]) << "seed " << seed << ", event " << i;
+        events += lines.size();
+    }
+}
+
+TEST_F(RoundTripTest, what_the_flight_recorder_saves_gives_the_same_events) {
+    struct Saved {
+        std::string file;
+        std::size_t count; // of events that were taken until then
+    };
+    int inMidSession = 0;
+    for (unsigned int seed = 1; seed <= sessions; ++seed) {
+        random.seed(seed + 1000);
+        taken.clear();
+        KXSimulation::reset();
+        KXSimulation::setTick(seed * 100000);
+        std::vector<Saved> saves;
+        {
+            KXInputEventManager::createInstance();
+            for (int i = 0; i < 50; ++i)
+                act();
+            KXSessionRecorder recorder(below(2) == 0 ? 5000 : 60000);
+            for (int i = 0; i < actions; ++i) {
+                act();
+                const std::string file = inFolder(std::to_string(seed) + "-" + std::to_string(i));
+                if (below(12) == 0 && recorder.save(file))
+                    saves.push_back({file, taken.size()});
+            }
+            KXInputEventManager::deleteInstance();
+        }
+        for (const Saved& saved : saves) {
+            expectTheEnd(saved.file, saved.count);
+            ++inMidSession;
+            if (HasFatalFailure())
+                return;
+        }
+    }
+    EXPECT_GE(inMidSession, 200);
+}
+
+TEST_F(RoundTripTest, what_is_recorded_from_mid_session_on_gives_the_same_events) {
+    for (unsigned int seed = 1; seed <= sessions; ++seed) {
+        random.seed(seed + 2000);
+        taken.clear();
+        KXSimulation::reset();
+        KXSimulation::setTick(seed * 100000);
+        const std::string file = inFolder(std::to_string(seed));
+        bool isWhole = false;
+        {
+            KXSessionRecorder recorder;
+            KXInputEventManager::createInstance();
+            for (int i = 0; i < 100; ++i)
+                act();
+            ASSERT_TRUE(recorder.start(file));
+            for (int i = 0; i < 100; ++i)
+                act();
+            isWhole = recorder.stop();
+            KXInputEventManager::deleteInstance();
+        }
+        ASSERT_TRUE(isWhole);
+        expectTheEnd(file, taken.size());
+        if (HasFatalFailure())
+            return;
+    }
+}
+
+} // namespace KX
