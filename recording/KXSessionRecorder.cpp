@@ -325,7 +325,7 @@ void KXSessionRecorder::Session::take(unsigned int tick, Input&& input) {
 }
 
 void KXSessionRecorder::Session::writeLast(const Entry& entry) {
-    if (isWaitingForRest || !rests.has(beganAt)) {
+    if (isWaitingForRest || rests.wasNone(beganAt)) {
         if (!rests.last())
             return waitForRest();
         if (!isWaitingForRest && !file->restart())

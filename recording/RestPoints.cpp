@@ -30,6 +30,7 @@ void RestPoints::addBeginning(const EntryLog::Place& place) {
 }
 
 void RestPoints::input(const Entry& entry, const EntryLog::Place& place, const KXInputMemory& memory) {
+    noRestSince.reset();
     noteChanges(place, memory);
     const KXEvent* const event = eventOf(entry.input);
     if (!event)
@@ -45,6 +46,7 @@ void RestPoints::input(const Entry& entry, const EntryLog::Place& place, const K
 }
 
 void RestPoints::pass(unsigned int tick, const EntryLog::Place& place, const KXInputMemory& memory) {
+    noRestSince.reset();
     noteChanges(place, memory);
     const bool encoderRests =
         memory.stepTimeStamp == 0 || !continuesTurn(tick, 1, memory.stepTimeStamp, memory.restartGapMs);
@@ -69,6 +71,8 @@ void RestPoints::noteChanges(const EntryLog::Place& place, const KXInputMemory& 
 void RestPoints::dropSince(const EntryLog::Place& place) {
     while (!points.empty() && !(points.back() < place))
         points.pop_back();
+    if (!noRestSince || place < *noRestSince)
+        noRestSince = place;
 }
 
 std::optional<EntryLog::Place> RestPoints::last() const {
@@ -83,8 +87,8 @@ std::optional<EntryLog::Place> RestPoints::lastBefore(std::uint64_t timeMs) cons
     return later == points.begin() ? points.front() : *(later - 1);
 }
 
-bool RestPoints::has(const EntryLog::Place& place) const {
-    return !points.empty() && !(points.back() < place);
+bool RestPoints::wasNone(const EntryLog::Place& place) const {
+    return noRestSince && !(place < *noRestSince);
 }
 
 void RestPoints::dropBefore(const EntryLog::Place& place) {

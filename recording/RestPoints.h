@@ -31,8 +31,9 @@ public:
     /// The last rest that was over \p timeMs; else the first one.
     std::optional<EntryLog::Place> lastBefore(std::uint64_t timeMs) const;
 
-    /// Whether a recording that began at \p place, a rest then, began at rest as far as is known now.
-    bool has(const EntryLog::Place& place) const;
+    /// Whether the entry that was told last has shown that \p place, a rest until then, was none. Also for a place that
+    /// was dropped.
+    bool wasNone(const EntryLog::Place& place) const;
 
     void dropBefore(const EntryLog::Place& place);
 
@@ -44,6 +45,7 @@ private:
     void dropSince(const EntryLog::Place& place);
 
     std::deque<EntryLog::Place> points;
+    std::optional<EntryLog::Place> noRestSince; // as the last entry has shown
     KXInputMemory before;
     EntryLog::Place lastPress; // behind it
     EntryLog::Place lastStep;

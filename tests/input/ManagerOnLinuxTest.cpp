@@ -80,7 +80,11 @@ KXInputEvent nextEventWithin(KXInputEventManager& manager, int timeoutMs) {
 
 class ManagerOnLinux : public testing::Test {
 protected:
-    void SetUp() override { manager = KXInputEventManager::createInstance(); }
+    // The worker of the test before is not to be taken for this one's.
+    void SetUp() override {
+        ASSERT_TRUE(workerVanishes());
+        manager = KXInputEventManager::createInstance();
+    }
 
     void TearDown() override { KXInputEventManager::deleteInstance(); }
 

@@ -217,6 +217,27 @@ TEST_F(RecorderTest, a_recording_begins_anew_when_its_rest_turns_out_to_be_none)
     EXPECT_EQ("", recorder.problem());
 }
 
+TEST_F(RecorderTest, a_wheel_that_goes_on_with_its_turn_says_nothing_of_a_rest_that_is_long_over) {
+    KXSimulation::setTick(100000);
+    KXSessionRecorder recorder;
+    manager();
+    recorder.start(path);
+    // More than what stays in memory when nothing is to be kept.
+    for (int seconds = 0; seconds < 60; ++seconds) {
+        for (int taps = 0; taps < 100; ++taps) {
+            press();
+            release();
+        }
+        KXSimulation::advance(1000);
+    }
+    turnWheel(1);
+    turnWheel(10);
+    press();
+    EXPECT_TRUE(recorder.stop()) << recorder.problem();
+    EXPECT_EQ("", recorder.problem());
+    EXPECT_GT(inputsOf(path).size(), 12000U);
+}
+
 TEST_F(RecorderTest, a_late_press_that_pairs_with_one_before_the_beginning_belongs_to_the_recording) {
     KXSessionRecorder recorder;
     manager();
