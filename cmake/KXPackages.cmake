@@ -52,15 +52,16 @@ foreach(library KXAPI_Events KXAPI_Toolkit KXAPI_Recording KXAPI_Replay KXAPI_OS
     list(APPEND CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${folder}")
 endforeach()
 
+set(kx_description "The libraries number and name events, carry them between threads, and turn
+keys, mouse, wheel and rotary encoder, of a keypad on the CAN bus too, into
+presses, double and long presses, releases and accelerated moves.
+.
+This package holds")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME "libkxapi-events${PROJECT_VERSION_MAJOR}")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${PROJECT_SOURCE_DIR}/packaging/debian/triggers")
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "event layer of an embedded operator terminal
-The libraries number and name events, carry them between threads, and turn
-keys, mouse, wheel and rotary encoder, of a keypad on the CAN bus too, into
-presses, double and long presses, releases and accelerated moves.
-.
-This package holds the libraries that programs need to run.")
+${kx_description} the libraries that programs need to run.")
 
 set(kx_runtime_dependency "${CPACK_DEBIAN_RUNTIME_PACKAGE_NAME} (= ${kx_package_version})")
 
@@ -69,11 +70,7 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${kx_runtime_dependency}, libboost-thread-dev (>= 1.74)")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "event layer of an embedded operator terminal, for development
-The libraries number and name events, carry them between threads, and turn
-keys, mouse, wheel and rotary encoder, of a keypad on the CAN bus too, into
-presses, double and long presses, releases and accelerated moves.
-.
-This package holds what programs are built with: the headers, the CMake
+${kx_description} what programs are built with: the headers, the CMake
 package KXAPI_Events, kxapi-events for pkg-config, and the simulated platform,
 on which programs run in virtual time.")
 

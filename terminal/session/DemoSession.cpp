@@ -14,6 +14,7 @@
 #include <QWheelEvent>
 #include <QWindow>
 
+#include <algorithm>
 #include <utility>
 
 namespace Terminal {
@@ -22,8 +23,9 @@ namespace {
 
 constexpr int tapMs = 70;
 constexpr int doubleTapGapMs = 90;
-constexpr int holdMs = 2300; // beyond the 2 s of a long press
-constexpr int pauseMs = 600; // beyond the 300 ms of a double press
+constexpr int holdMs = 2300;    // beyond the 2 s of a long press
+constexpr int pauseMs = 600;    // beyond the 300 ms of a double press
+constexpr int leastDelayMs = 5; // two steps of the encoder in one millisecond would be an error
 
 // Keys of the built-in keypad. The implement is folded first, so it cannot be lowered.
 constexpr int lowerKey = 12;
@@ -39,7 +41,7 @@ DemoSession::DemoSession(MainWindow& mainWindow) : window(mainWindow) {
 }
 
 void DemoSession::start() {
-    timer.start(script.front().delayMs);
+    waitForNextStep();
 }
 
 void DemoSession::writeScript() {
@@ -96,7 +98,19 @@ void DemoSession::doNextStep() {
     const Step& step = script[nextStep++];
     step.action();
     if (nextStep < script.size())
-        timer.start(script[nextStep].delayMs);
+        waitForNextStep();
+}
+
+// Between the steps of one gesture, a terminal that is busy drawing must not add up its delays: two quick taps would
+// become slow ones.
+void DemoSession::waitForNextStep() {
+    const int delayMs = script[nextStep].delayMs;
+    if (delayMs >= pauseMs || !sinceGesture.isValid()) {
+        sinceGesture.start();
+        dueMs = 0;
+    }
+    dueMs += delayMs;
+    timer.start(std::max(leastDelayMs, dueMs - static_cast<int>(sinceGesture.elapsed())));
 }
 
 void DemoSession::then(int delayMs, std::function<void()> action) {

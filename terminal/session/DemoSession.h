@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QElapsedTimer>
 #include <QObject>
 #include <QPoint>
 #include <QTimer>
@@ -41,6 +42,7 @@ private:
     void useSoftKeys();
     void useKeypad();
     void doNextStep();
+    void waitForNextStep();
 
     void then(int delayMs, std::function<void()> action);
     void tapKey(int delayMs, int key, int holdMs);
@@ -57,6 +59,8 @@ private:
     MainWindow& window;
     std::vector<Step> script;
     std::size_t nextStep = 0;
+    QElapsedTimer sinceGesture;
+    int dueMs = 0; // the next step, since the gesture began
     QTimer timer;
 };
 

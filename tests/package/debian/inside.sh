@@ -50,7 +50,7 @@ loader_finds_libraries() {
     local loader name
     loader=$(readelf -l /usr/bin/kxterminal | sed -n 's/.*interpreter: \(.*\)\]/\1/p')
     "${emulator[@]}" "$loader" --list /usr/bin/kxterminal | tee /kx/found
-    for name in Events OS_ABS Hardware Utility; do
+    for name in Events Toolkit Recording OS_ABS Hardware Utility; do
         grep "libKXAPI_$name\.so\.1 => .*/$triplet/" /kx/found || fail "the loader does not find libKXAPI_$name.so.1"
     done
 }
