@@ -3,8 +3,6 @@
 #include "recording/Text.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 #include <iterator>
 #include <stdexcept>
 
@@ -74,11 +72,16 @@ std::chrono::microseconds parseTime(std::string_view word) {
                                      static_cast<long long>(microseconds));
 }
 
-template<typename... Values>
-std::string format(const char* pattern, Values... values) {
-    std::array<char, 48> text{};
-    std::snprintf(text.data(), text.size(), pattern, values...);
-    return text.data();
+void appendDecimal(long long number, std::size_t leastDigits, std::string& text) {
+    const std::string digits = std::to_string(number);
+    text.append(leastDigits - std::min(leastDigits, digits.size()), '0');
+    text += digits;
+}
+
+// In capitals, as can-utils do.
+void appendHexadecimal(std::uint32_t number, int digits, std::string& text) {
+    for (int shift = 4 * (digits - 1); shift >= 0; shift -= 4)
+        text += "0123456789ABCDEF"[number >> shift & 0xFU];
 }
 
 } // namespace
@@ -101,12 +104,14 @@ KXCANMessage parseCANFrame(std::string_view text) {
 
 std::string formatCANFrame(const KXCANMessage& frame) {
     const bool isLong = (frame.canId & (extendedFlag | errorFlag)) != 0;
-    std::string text = isLong ? format("%08X#", frame.canId & (extendedIdentifierBits | errorFlag))
-                              : format("%03X#", frame.canId & greatestStandard);
+    std::string text;
+    appendHexadecimal(frame.canId & (isLong ? extendedIdentifierBits | errorFlag : greatestStandard),
+                      isLong ? 8 : 3, text);
+    text += '#';
     if ((frame.canId & remoteFlag) != 0)
-        return text + (frame.canLength == 0 ? "R" : format("R%u", frame.canLength));
+        return text + (frame.canLength == 0 ? "R" : "R" + std::to_string(frame.canLength));
     for (std::size_t i = 0; i < std::min<std::size_t>(frame.canLength, longestData); ++i)
-        text += format("%02X", static_cast<unsigned int>(frame.canData[i]));
+        appendHexadecimal(frame.canData[i], 2, text);
     return text;
 }
 
@@ -131,8 +136,11 @@ CANLogLine parseCANLogLine(std::string_view text) {
 
 std::string formatCANLogLine(const CANLogLine& line) {
     const long long time = line.time.count();
-    std::string text = format("(%010lld.%06lld) ", time / microsecondsPerSecond, time % microsecondsPerSecond) +
-                       line.bus + ' ' + formatCANFrame(line.frame);
+    std::string text = "(";
+    appendDecimal(time / microsecondsPerSecond, 10, text);
+    text += '.';
+    appendDecimal(time % microsecondsPerSecond, 6, text);
+    text += ") " + line.bus + ' ' + formatCANFrame(line.frame);
     return line.direction == '\0' ? text : text + ' ' + line.direction;
 }
 
