@@ -1,6 +1,6 @@
 #include "terminal/session/CommandLine.h"
 #include "terminal/session/Terminal.h"
-#include "terminal/session/TerminationSignals.h"
+#include "terminal/session/ProcessSignals.h"
 
 #include <QApplication>
 #include <QStringList>
@@ -68,7 +68,7 @@ int main(int argc, char** argv) {
     case Terminal::CommandLine::Outcome::Run: break;
     }
 
-    Terminal::TerminationSignals::hold();
+    Terminal::ProcessSignals::hold();
     const std::unique_ptr<QApplication> application = Terminal::startWindowSystem(argc, argv);
     return Terminal::runTerminal(*application, commandLine);
 }

@@ -15,6 +15,7 @@ const auto examples =
     QStringLiteral("Examples:\n"
                    "  kxterminal --print\n"
                    "  kxterminal --record complaint.kxr\n"
+                   "  kxterminal --keep-last 10 --save-to /var/lib/complaints\n"
                    "  kxterminal --replay complaint.kxr --speed 4\n"
                    "  kxterminal --can-bus can0 --keypad keypad.txt\n"
                    "  QT_QPA_PLATFORM=offscreen kxterminal --replay complaint.kxr --speed 100 "
@@ -49,6 +50,19 @@ struct Options {
                               QStringLiteral("Write every input with its tick into FILE, which must not hold "
                                              "anything yet. kxreplay plays it."),
                               QStringLiteral("FILE")};
+    QCommandLineOption keepLast{
+        QStringLiteral("keep-last"),
+        QStringLiteral("Keep the input of the last MINUTES (1 to 1440) in memory. Ctrl+S or the "
+                       "signal SIGUSR1 saves it as a recording."),
+        QStringLiteral("MINUTES")};
+    QCommandLineOption saveTo{QStringLiteral("save-to"),
+                              QStringLiteral("Folder of what is saved; else the current one."),
+                              QStringLiteral("FOLDER")};
+    QCommandLineOption saveMost{
+        QStringLiteral("save-most"),
+        QStringLiteral("Keep at most COUNT saved files (1 to 9999; else 20). The oldest are "
+                       "deleted."),
+        QStringLiteral("COUNT")};
     QCommandLineOption replay{QStringLiteral("replay"),
                               QStringLiteral("Play the recording in FILE instead of taking the operator's input."),
                               QStringLiteral("FILE")};
@@ -61,8 +75,8 @@ struct Options {
                                QStringLiteral("Show the version.")};
 
     void addTo(QCommandLineParser& parser) const {
-        parser.addOptions(
-            {record, replay, speed, exitAtEnd, print, canBus, keypad, exitAfter, screenshot, demo, help, version});
+        parser.addOptions({record, keepLast, saveTo, saveMost, replay, speed, exitAtEnd, print, canBus, keypad,
+                           exitAfter, screenshot, demo, help, version});
     }
 };
 
@@ -100,7 +114,7 @@ QString whatIsWrong(const QCommandLineParser& parser) {
     return QStringLiteral("unknown option ") + quoted((name.size() == 1 ? "-" : "--") + name);
 }
 
-std::optional<int> parseMilliseconds(const QString& text) {
+std::optional<int> parseNumber(const QString& text) {
     // toInt alone would accept signs and blanks.
     for (const QChar character : text)
         if (character < QLatin1Char('0') || character > QLatin1Char('9'))
@@ -126,10 +140,13 @@ QString readTexts(const QCommandLineParser& parser, const Options& options, Comm
     } fileOptions[] = {{options.screenshot, settings.screenshotFile},
                        {options.keypad, settings.keypadFile},
                        {options.record, settings.recordFile},
+                       {options.saveTo, settings.saveFolder},
                        {options.replay, settings.replayFile}};
     for (const auto& [option, value] : fileOptions) {
+        if (!parser.isSet(option))
+            continue;
         value = parser.value(option);
-        if (parser.isSet(option) && value.isEmpty())
+        if (value.isEmpty())
             return QStringLiteral("--%1: the file name is empty").arg(option.names().constFirst());
     }
     if (parser.isSet(options.canBus)) {
@@ -143,10 +160,24 @@ QString readTexts(const QCommandLineParser& parser, const Options& options, Comm
 QString readNumbers(const QCommandLineParser& parser, const Options& options, CommandLine& settings) {
     if (parser.isSet(options.exitAfter)) {
         const QString value = parser.value(options.exitAfter);
-        settings.exitAfterMs = parseMilliseconds(value);
+        settings.exitAfterMs = parseNumber(value);
         if (!settings.exitAfterMs)
             return QStringLiteral("--exit-after: %1 is not a number of milliseconds (0 to 2147483647)")
                 .arg(quoted(value));
+    }
+    const struct {
+        const QCommandLineOption& option;
+        int& value;
+        int most;
+    } counts[] = {{options.keepLast, settings.keptMinutes, 1440}, {options.saveMost, settings.mostSaved, 9999}};
+    for (const auto& [option, value, most] : counts) {
+        if (!parser.isSet(option))
+            continue;
+        value = parseNumber(parser.value(option)).value_or(0);
+        if (value < 1 || value > most)
+            return QStringLiteral("--%1: %2 is not a number from 1 to %3")
+                .arg(option.names().constFirst(), quoted(parser.value(option)))
+                .arg(most);
     }
     if (parser.isSet(options.speed)) {
         const QString value = parser.value(options.speed);
@@ -161,7 +192,8 @@ QString readNumbers(const QCommandLineParser& parser, const Options& options, Co
 // Options that exclude each other.
 QString findContradiction(const QCommandLineParser& parser, const Options& options) {
     const bool replays = parser.isSet(options.replay);
-    for (const QCommandLineOption* const input : {&options.record, &options.demo, &options.keypad}) {
+    for (const QCommandLineOption* const input :
+         {&options.record, &options.keepLast, &options.demo, &options.keypad}) {
         if (replays && parser.isSet(*input))
             return QStringLiteral("--replay takes the place of the operator: it does not go together with --%1")
                 .arg(input->names().constFirst());
@@ -169,6 +201,9 @@ QString findContradiction(const QCommandLineParser& parser, const Options& optio
     for (const QCommandLineOption* const ofReplay : {&options.speed, &options.exitAtEnd})
         if (!replays && parser.isSet(*ofReplay))
             return QStringLiteral("--%1 is for --replay only").arg(ofReplay->names().constFirst());
+    for (const QCommandLineOption* const ofSaving : {&options.saveTo, &options.saveMost})
+        if (!parser.isSet(options.keepLast) && parser.isSet(*ofSaving))
+            return QStringLiteral("--%1 is for --keep-last only").arg(ofSaving->names().constFirst());
     return QString();
 }
 

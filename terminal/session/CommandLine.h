@@ -23,8 +23,11 @@ struct CommandLine {
     std::optional<int> exitAfterMs;
     QString screenshotFile; ///< empty: none
     std::optional<QString> canBus;
-    QString keypadFile; ///< empty: the built-in layout
-    QString recordFile; ///< empty: nothing is recorded
+    QString keypadFile;  ///< empty: the built-in layout
+    QString recordFile;  ///< empty: nothing is recorded
+    int keptMinutes = 0; ///< of input that can be saved; 0: none
+    QString saveFolder = QStringLiteral(".");
+    int mostSaved = 20; ///< files
     QString replayFile; ///< empty: the operator makes the input
     double speed = 1;   ///< of the replay
     bool exitAtEnd = false;

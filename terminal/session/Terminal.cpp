@@ -17,8 +17,9 @@
 #include "terminal/keypad/KeypadBus.h"
 #include "terminal/keypad/KeypadPanel.h"
 #include "terminal/session/DemoSession.h"
+#include "terminal/session/ProcessSignals.h"
+#include "terminal/session/SavedSessions.h"
 #include "terminal/session/SessionPlayer.h"
-#include "terminal/session/TerminationSignals.h"
 #include "terminal/settings/InputSettings.h"
 #include "terminal/window/DisplayPace.h"
 #include "terminal/window/KeyCodes.h"
@@ -78,10 +79,12 @@ KX::CANRemoteOptions readLayout(const QString& file) {
 }
 
 std::unique_ptr<KX::KXSessionRecorder> startRecording(const CommandLine& settings) {
-    if (settings.recordFile.isEmpty())
+    constexpr unsigned int msPerMinute = 60000;
+    if (settings.recordFile.isEmpty() && settings.keptMinutes == 0)
         return nullptr;
-    auto recorder = std::make_unique<KX::KXSessionRecorder>();
-    if (!recorder->start(settings.recordFile.toLocal8Bit().toStdString()))
+    auto recorder =
+        std::make_unique<KX::KXSessionRecorder>(msPerMinute * static_cast<unsigned int>(settings.keptMinutes));
+    if (!settings.recordFile.isEmpty() && !recorder->start(settings.recordFile.toLocal8Bit().toStdString()))
         throw FileError(recorder->problem());
     return recorder;
 }
@@ -118,6 +121,8 @@ private:
     void repeatSetting(const KX::Recording::NumberSetting& setting);
     void connectParts();
     void takeReport(KX::KXToolkitEvent& event);
+    QString saveInto(const QString& path);
+    void saveSession();
     void connectActions();
     void scheduleEnd();
     void showReplayProgress();
@@ -125,7 +130,7 @@ private:
     int writePicture();
 
     const CommandLine& settings;
-    TerminationSignals terminationSignals;
+    ProcessSignals processSignals;
     const KX::CANRemoteOptions layout; // of the keypad; read before a recording is begun in vain
     KeypadBus bus;
     EventPrinter printer;
@@ -135,6 +140,8 @@ private:
     ActionDesk desk;
     ActionQueue actionQueue;
     std::unique_ptr<KX::KXSessionRecorder> recorder;
+    const SavedSessions savedSessions;
+    SaveChord saveChord;
     Manager manager;
     std::optional<HeldWorker> heldWorker; // of a replay
     DisplayPace pace;
@@ -152,6 +159,8 @@ Terminal::Terminal(const CommandLine& commandLine)
           return KX::Recording::repeatCall(recordedSetting(setting, value), *manager);
       }),
       window(model, inputSettings), actionQueue(KX::KXActionQueue::create()), recorder(startRecording(settings)),
+      savedSessions(settings.saveFolder, settings.mostSaved,
+                    [this](const QString& path) { return saveInto(path); }),
       manager(KX::KXInputEventManager::createInstance()), toolkitLayer(window) {
     toolkitLayer.setReport([this](KX::KXToolkitEvent& event) { takeReport(event); });
     manager->setKeyMapping(KeyCodes::functionKeys());
@@ -163,11 +172,26 @@ Terminal::Terminal(const CommandLine& commandLine)
     connectActions();
 }
 
+QString Terminal::saveInto(const QString& path) {
+    return recorder->save(path.toLocal8Bit().toStdString()) ? QString()
+                                                            : QString::fromLocal8Bit(recorder->problem().c_str());
+}
+
+void Terminal::saveSession() {
+    const QString told = settings.keptMinutes == 0
+                             ? QStringLiteral("not saved: nothing is kept without --keep-last")
+                             : savedSessions.save(QDateTime::currentDateTime());
+    std::fprintf(stderr, "kxterminal: %s\n", told.toLocal8Bit().constData());
+}
+
 void Terminal::takeReport(KX::KXToolkitEvent& event) {
+    const bool saves = saveChord.take(event); // before the manager changes the event
     // A replay takes the place of the operator, who may still look around in the window.
     if (!player)
         KX::Recording::repeatCall(event, *manager);
     window.takeReport(event);
+    if (saves)
+        saveSession();
 }
 
 // A duration may be longer than the window can set it.
@@ -232,8 +256,8 @@ void Terminal::connectParts() {
     if (settings.print)
         QObject::connect(&notifier, &KX::KXEventNotifier::eventOccurred, &notifier,
                          [this](const KX::KXInputEvent& event) { printer.print(event); });
-    QObject::connect(&terminationSignals, &TerminationSignals::terminationRequested, qApp,
-                     &QCoreApplication::quit);
+    QObject::connect(&processSignals, &ProcessSignals::terminationRequested, qApp, &QCoreApplication::quit);
+    QObject::connect(&processSignals, &ProcessSignals::saveRequested, qApp, [this] { saveSession(); });
 }
 
 void Terminal::scheduleEnd() {

@@ -157,6 +157,62 @@ class Session(RecordingTestCase):
         self.assertLessEqual(len(done.stdout.splitlines()) - len(printed), 20, "so much cannot have been on its way")
 
 
+class Saved(RecordingTestCase):
+    """What a terminal keeps is saved when the operator or another program asks for it."""
+
+    def setUp(self):
+        super().setUp()
+        self.display = Display()
+        self.addCleanup(self.display.close)
+        self.saved = os.path.join(self.folder, "saved")
+        os.mkdir(self.saved)
+        self.terminal = Terminal("--keep-last", "5", "--save-to", self.saved, "--save-most", "2", "--can-bus", self.bus,
+                                 display=self.display)
+        self.addCleanup(self.end_terminal)
+        self.operator = Operator(self.display, self.terminal).do
+
+    def end_terminal(self):
+        self.terminal.signal(signal.SIGTERM)
+        self.terminal.wait()
+
+    def files(self):
+        return {os.path.join(self.saved, name) for name in os.listdir(self.saved)}
+
+    def newest(self, before):
+        """The file that is not one of those, once it is written to its end."""
+        deadline = time.monotonic() + GENEROUS_SECONDS
+        while time.monotonic() < deadline:
+            for path in self.files() - before:
+                with open(path, encoding="ascii") as file:
+                    if file.read().endswith(" end\n"):
+                        return path
+            time.sleep(0.05)
+        return self.fail("nothing was saved")
+
+    def test_a_signal_and_ctrl_s_save_what_replays_as_it_was_printed(self):
+        self.operator("key", "--delay", 70, "Escape", "Escape", "Home")
+        printed = [self.terminal.lines.get(timeout=GENEROUS_SECONDS) for _ in range(6)]
+        self.terminal.signal(signal.SIGUSR1)
+        first = self.newest(set())
+        self.assertRegex(os.path.basename(first), r"^kxterminal-\d{4}-\d\d-\d\d-\d{6}\.kxr$")
+        done = self.replay(first)
+        self.assertEqual((0, ""), (done.returncode, done.stderr))
+        self.assertEqual(printed, done.stdout.splitlines())
+
+        self.operator("key", "ctrl+s")
+        second = self.newest({first})
+        done = self.replay(second)
+        self.assertEqual((0, ""), (done.returncode, done.stderr))
+        self.assertEqual(printed, done.stdout.splitlines()[:6])
+
+        self.terminal.signal(signal.SIGUSR1)
+        third = self.newest({first, second})
+        deadline = time.monotonic() + GENEROUS_SECONDS
+        while len(self.files()) > 2 and time.monotonic() < deadline:
+            time.sleep(0.05)
+        self.assertEqual({second, third}, self.files())
+
+
 class Demo(RecordingTestCase):
     def test_the_demo_is_replayed_as_it_was_printed(self):
         done = self.run_kxterminal("--demo", "--print", "--record", self.file)

@@ -63,3 +63,29 @@ TEST(CommandLineTest, HelpAndVersionComeBeforeOtherSettings) {
     EXPECT_EQ(CommandLine::Outcome::Inform, parse({"--help", "--exit-after", "x"}).outcome);
     EXPECT_EQ(CommandLine::Outcome::Inform, parse({"-v"}).outcome);
 }
+
+TEST(CommandLineTest, TakesWhatToKeepAndWhereToSaveIt) {
+    const CommandLine settings = parse({"--keep-last", "10", "--save-to", "complaints", "--save-most=3"});
+    EXPECT_EQ(CommandLine::Outcome::Run, settings.outcome) << settings.text.toStdString();
+    EXPECT_EQ(10, settings.keptMinutes);
+    EXPECT_EQ(QStringLiteral("complaints"), settings.saveFolder);
+    EXPECT_EQ(3, settings.mostSaved);
+    EXPECT_EQ(0, parse({}).keptMinutes);
+    EXPECT_EQ(QStringLiteral("."), parse({"--keep-last", "1"}).saveFolder);
+}
+
+TEST(CommandLineTest, MinutesGoFromOneToADay) {
+    EXPECT_EQ(1, parse({"--keep-last", "1"}).keptMinutes);
+    EXPECT_EQ(1440, parse({"--keep-last", "1440"}).keptMinutes);
+    for (const char* bad : {"0", "1441", "", "-1", "1.5", "ten"}) {
+        const CommandLine refused = parse({"--keep-last", bad});
+        EXPECT_EQ(QStringLiteral("kxterminal: --keep-last: '%1' is not a number from 1 to 1440").arg(bad),
+                  refused.text);
+    }
+}
+
+TEST(CommandLineTest, SavesOnlyWhatIsKept) {
+    EXPECT_EQ("kxterminal: --save-to is for --keep-last only", parse({"--save-to", "x"}).text.toStdString());
+    EXPECT_EQ("kxterminal: --save-most is for --keep-last only", parse({"--save-most", "3"}).text.toStdString());
+    EXPECT_EQ(CommandLine::Outcome::Refuse, parse({"--keep-last", "3", "--replay", "a.kxr"}).outcome);
+}

@@ -1,4 +1,4 @@
-#include "terminal/session/TerminationSignals.h"
+#include "terminal/session/ProcessSignals.h"
 
 #include <cerrno>
 #include <csignal>
@@ -10,39 +10,44 @@ namespace Terminal {
 
 namespace {
 
-sigset_t terminationSignals() {
+sigset_t heldSignals() {
     sigset_t set;
     sigemptyset(&set);
     sigaddset(&set, SIGINT);
     sigaddset(&set, SIGTERM);
+    sigaddset(&set, SIGUSR1);
     return set;
 }
 
 } // namespace
 
-void TerminationSignals::hold() {
-    const sigset_t set = terminationSignals();
+void ProcessSignals::hold() {
+    const sigset_t set = heldSignals();
     pthread_sigmask(SIG_BLOCK, &set, nullptr);
 }
 
-TerminationSignals::TerminationSignals() {
-    const sigset_t set = terminationSignals();
+ProcessSignals::ProcessSignals() {
+    const sigset_t set = heldSignals();
     descriptor = signalfd(-1, &set, SFD_NONBLOCK | SFD_CLOEXEC);
     if (descriptor == -1) // no descriptors or no memory left at start-up: give up
         throw std::system_error(errno, std::generic_category(), "signalfd");
     readable = std::make_unique<QSocketNotifier>(descriptor, QSocketNotifier::Read);
-    connect(readable.get(), &QSocketNotifier::activated, this, &TerminationSignals::takeSignals);
+    connect(readable.get(), &QSocketNotifier::activated, this, &ProcessSignals::takeSignals);
 }
 
-TerminationSignals::~TerminationSignals() {
+ProcessSignals::~ProcessSignals() {
     readable.reset(); // stop watching before the descriptor is closed
     close(descriptor);
 }
 
-void TerminationSignals::takeSignals() {
-    // Both signals have the same effect. A read that fails means that the signal was taken before.
+void ProcessSignals::takeSignals() {
+    // A read that fails means that the signal was taken before.
     signalfd_siginfo signal;
-    if (read(descriptor, &signal, sizeof signal) == sizeof signal)
+    if (read(descriptor, &signal, sizeof signal) != sizeof signal)
+        return;
+    if (signal.ssi_signo == SIGUSR1)
+        emit saveRequested();
+    else
         emit terminationRequested();
 }
 

@@ -1,0 +1,56 @@
+#include "terminal/session/SavedSessions.h"
+
+#include "events/KXEvent.h"
+#include "events/KXEventType.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <utility>
+
+namespace Terminal {
+
+namespace {
+
+const auto beginning = QStringLiteral("kxterminal-");
+const auto ending = QStringLiteral(".kxr");
+
+} // namespace
+
+SavedSessions::SavedSessions(QString folderOfFiles, int mostFiles, Save save)
+    : folder(std::move(folderOfFiles)), most(mostFiles), saveInto(std::move(save)) {}
+
+QString SavedSessions::save(const QDateTime& now) const {
+    const QString path = freePath(now);
+    const QString problem = saveInto(path);
+    if (!problem.isEmpty())
+        return QStringLiteral("not saved: ") + problem;
+    dropOldest();
+    return QStringLiteral("saved ") + path;
+}
+
+// Several files of one second are numbered from 2 on.
+QString SavedSessions::freePath(const QDateTime& now) const {
+    const QString stem = QDir(folder).filePath(beginning + now.toString(QStringLiteral("yyyy-MM-dd-HHmmss")));
+    QString path = stem + ending;
+    for (int number = 2; QFile::exists(path); ++number)
+        path = QStringLiteral("%1-%2%3").arg(stem).arg(number).arg(ending);
+    return path;
+}
+
+// By their times of writing: the clock of a terminal may have been set, and then the names mislead.
+void SavedSessions::dropOldest() const {
+    const QFileInfoList newestFirst = QDir(folder).entryInfoList({beginning + QLatin1Char('*') + ending},
+                                                                 QDir::Files | QDir::NoSymLinks, QDir::Time);
+    for (int i = most; i < newestFirst.size(); ++i)
+        QFile::remove(newestFirst[i].filePath());
+}
+
+bool SaveChord::take(const KX::KXToolkitEvent& event) {
+    const bool isPress = event.eventType == KX::TOOLKIT_KEY_PRESS_EVENT;
+    if (event.osKeyCode == Qt::Key_Control && (isPress || event.eventType == KX::TOOLKIT_KEY_RELEASE_EVENT))
+        isControlDown = isPress;
+    return isPress && event.osKeyCode == Qt::Key_S && isControlDown;
+}
+
+} // namespace Terminal
