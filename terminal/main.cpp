@@ -1,6 +1,6 @@
 #include "terminal/session/CommandLine.h"
-#include "terminal/session/Terminal.h"
 #include "terminal/session/ProcessSignals.h"
+#include "terminal/session/Terminal.h"
 
 #include <QApplication>
 #include <QStringList>

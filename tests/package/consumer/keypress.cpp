@@ -1,5 +1,3 @@
-// The README shows the lines between the two marks.
-// README begins
 #include "events/KXEventQueue.h"
 #include "events/KXEventType.h"
 #include "input/KXInputEventManager.h"
@@ -26,4 +24,3 @@ int main() {
 
     KX::KXInputEventManager::deleteInstance();
 }
-// README ends
