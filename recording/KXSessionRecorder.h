@@ -21,8 +21,10 @@ namespace KX {
 ///
 /// One recorder at a time observes the session; it takes the place of an observer that was set before. A second one
 /// records nothing, and its \ref problem says so. Any thread may call the operations, but no hook and no observer.
-/// The operator's input waits while a line is written, not while \ref save writes. Problems are told by one line on
-/// standard error, too.
+/// The operator's input waits while a line is written, not while \ref save writes. Make it and destroy it while no other
+/// thread calls KXInputEventManager::setKeyMapping or a setter of KXEncoderDynamic.
+///
+/// When a recording cannot go on, one line on standard error says why. Other problems are told by \ref problem only.
 class KX_RECORDING_API KXSessionRecorder {
 public:
     /// \param keptMs  the last so many milliseconds stay in memory, for \ref save; 0: nothing. They need at most

@@ -10,10 +10,10 @@ namespace KX::Recording {
 
 /// The moments in a log at which the manager was at rest: a new manager with the same settings would go on the same.
 ///
-/// Whether that holds shows only with the next input. A press may pair with one before the rest when the double-press
-/// time became longer meanwhile, and a wheel that turned many detents at once goes on with the encoder's last turn.
-/// Such a rest is none. It does not matter that a key may be down whose press cannot become long any more: its release
-/// is the same for every manager, and a lost release must not end all rest.
+/// The next input may show that a moment was no rest after all. A press may pair with one before that moment, because the
+/// double-press time became longer meanwhile. A wheel that turns many detents at once may go on with the encoder's last
+/// turn. A key may be down at rest if its press cannot become long any more: every manager takes its release alike. If a
+/// lost release ended all rest, nothing could be saved.
 class RestPoints {
 public:
     /// The session begins here, with a new manager.
