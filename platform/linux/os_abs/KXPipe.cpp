@@ -7,7 +7,6 @@
 #include <climits>
 #include <cstddef>
 #include <fcntl.h>
-#include <poll.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -136,16 +135,7 @@ int KXPipe::readFromPipe(void* data, int size) {
 }
 
 bool KXPipe::isReadable() const {
-    pollfd query{};
-    query.fd = implementation->readEnd;
-    query.events = POLLIN;
-    int ready;
-    do {
-        // poll ignores a closed end, which is -1.
-        ready = poll(&query, 1, 0);
-        // EINTR: a signal came first.
-    } while (ready < 0 && errno == EINTR);
-    return ready > 0 && (query.revents & POLLIN) != 0;
+    return implementation->countBytes() > 0;
 }
 
 int KXPipe::getNoOfBytesAvailable() const {
