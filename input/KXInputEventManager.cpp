@@ -138,7 +138,8 @@ void KXInputEventManager::makePass() {
 }
 
 int KXInputEventManager::inputEventOccurred(KXInputEvent& event) {
-    {
+    // Refused input waits for nobody, but an observer sees it in the manager's order.
+    if (acceptingInput || inputObserver.load(std::memory_order_relaxed)) {
         const KXAutoLock lock(mutex);
         const Observation observation(Observation::mutexIsHeld);
         if (observation)

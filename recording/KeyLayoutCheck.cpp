@@ -64,7 +64,7 @@ Text checkKey(const CANRemoteOptions& layout, int entry, const ToolkitKeys& tool
     const KeyOptionsCANRemote& key = layout.keys[entry];
     if (key.keyNumber < 1 || key.keyNumber > keyCount)
         return "its number is not in the range 1 to " + std::to_string(keyCount);
-    if (const Text wrong = checkPlace(key))
+    if (Text wrong = checkPlace(key))
         return wrong;
     if (toolkitKeys.count(key.keyCode) == 0)
         return unknownCode("code ", key.keyCode);
@@ -103,7 +103,7 @@ Text checkEncoder(const CANRemoteOptions& layout, const ToolkitKeys& toolkitKeys
         return notInRange("byte", layout.encoderByteIndex, lastByte);
     if (isOutside(highByteOf(layout), lastByte))
         return notInRange("the byte of its high half,", highByteOf(layout), lastByte);
-    if (const Text wrong = checkMask(layout.encoderMask))
+    if (Text wrong = checkMask(layout.encoderMask))
         return wrong;
     if (toolkitKeys.count(layout.encoderUpKeyCode) == 0)
         return unknownCode("up ", layout.encoderUpKeyCode);
@@ -116,13 +116,13 @@ Text checkEncoder(const CANRemoteOptions& layout, const ToolkitKeys& toolkitKeys
 
 std::optional<Problem> check(const CANRemoteOptions& layout, const ToolkitKeys& toolkitKeys) {
     if (hasEncoder(layout)) {
-        if (const Text wrong = checkEncoder(layout, toolkitKeys))
+        if (Text wrong = checkEncoder(layout, toolkitKeys))
             return Problem{encoderEntry, "encoder: " + *wrong};
     }
     for (int i = 0; i < keyCount; ++i) {
         if (!isUsed(layout.keys[i]))
             continue;
-        if (const Text wrong = checkKey(layout, i, toolkitKeys))
+        if (Text wrong = checkKey(layout, i, toolkitKeys))
             return Problem{i, "key " + std::to_string(layout.keys[i].keyNumber) + ": " + *wrong};
     }
     return std::nullopt;

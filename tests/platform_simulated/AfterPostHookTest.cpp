@@ -67,6 +67,18 @@ TEST_F(AfterPostHook, ThatHandsInputInOnTheWorkerIsReported) {
     expectReport();
 }
 
+TEST_F(AfterPostHook, ThatHandsInputInWhileItIsRefusedIsNotReported) {
+    manager->getInputEventsQueue()->setAfterPostFunction([] {
+        manager->acceptInput(false);
+        reportKey(TOOLKIT_KEY_PRESS_EVENT, Qt::Key_End);
+        manager->acceptInput(true);
+    });
+    testing::internal::CaptureStdout();
+    reportKey(TOOLKIT_KEY_PRESS_EVENT, Qt::Key_Home);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "KXInputEventManager::inputEventOccurred: Input IGNORED.\n");
+    EXPECT_TRUE(KXSimulation::takeDebugMessages().empty());
+}
+
 TEST_F(AfterPostHook, ThatPostsPastTheClassificationIsNotReported) {
     manager->getInputEventsQueue()->setAfterPostFunction([] {
         if (++callsOfHook == 1)
