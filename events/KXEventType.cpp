@@ -44,14 +44,14 @@ constexpr NameIndex makeNameIndex() {
     for (auto& place : index.places)
         place = noName;
     std::uint8_t end = 0;
-    for (std::uint8_t place = 0; place < std::size(namedTypes) - 1; ++place) {
+    for (std::size_t place = 0; place < std::size(namedTypes) - 1; ++place) {
         const int number = namedTypes[place].number;
         NameIndex::Family& family = index.families[static_cast<std::size_t>(number / familySize)];
         if (family.size == 0)
             family.begin = end;
         family.size = static_cast<std::uint8_t>(number % familySize + 1);
         end = static_cast<std::uint8_t>(family.begin + family.size);
-        index.places[end - 1U] = place;
+        index.places[end - 1U] = static_cast<std::uint8_t>(place);
     }
     return index;
 }
