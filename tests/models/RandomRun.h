@@ -62,7 +62,7 @@ inline std::vector<std::uint32_t> seedsOfRun() {
     return {1, 20260, 0xC0FFEE};
 }
 
-/// Steps of all seeds together; KX_TEST_STEPS reduces them for emulated machines.
+/// Steps of all seeds together; KX_TEST_STEPS reduces them for slow machines.
 constexpr std::uint32_t fullSteps = 120000;
 
 inline std::uint32_t stepsOfRun() {
