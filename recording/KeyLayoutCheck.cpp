@@ -6,7 +6,7 @@ namespace KX::KeyLayout {
 
 namespace {
 
-using Text = std::optional<std::string>;
+using Finding = std::optional<std::string>;
 
 constexpr long long greatestIdentifier = 0x1FFFFFFF;
 constexpr int lastByte = 7;
@@ -50,7 +50,7 @@ bool isSameBit(const KeyOptionsCANRemote& one, const KeyOptionsCANRemote& other)
     return one.canId == other.canId && one.byteIndex == other.byteIndex && one.bitIndex == other.bitIndex;
 }
 
-Text checkPlace(const KeyOptionsCANRemote& key) {
+Finding checkPlace(const KeyOptionsCANRemote& key) {
     if (isOutside(key.byteIndex, lastByte))
         return notInRange("byte", key.byteIndex, lastByte);
     if (isOutside(key.bitIndex, lastBit))
@@ -60,11 +60,11 @@ Text checkPlace(const KeyOptionsCANRemote& key) {
     return std::nullopt;
 }
 
-Text checkKey(const CANRemoteOptions& layout, int entry, const ToolkitKeys& toolkitKeys) {
+Finding checkKey(const CANRemoteOptions& layout, int entry, const ToolkitKeys& toolkitKeys) {
     const KeyOptionsCANRemote& key = layout.keys[entry];
     if (key.keyNumber < 1 || key.keyNumber > keyCount)
         return "its number is not in the range 1 to " + std::to_string(keyCount);
-    if (Text wrong = checkPlace(key))
+    if (Finding wrong = checkPlace(key))
         return wrong;
     if (toolkitKeys.count(key.keyCode) == 0)
         return unknownCode("code ", key.keyCode);
@@ -84,7 +84,7 @@ Text checkKey(const CANRemoteOptions& layout, int entry, const ToolkitKeys& tool
 
 // The position must be contiguous bits: a gap would make it leap. With fewer than four bits every step looks like
 // a wrap.
-Text checkMask(std::uint32_t mask) {
+Finding checkMask(std::uint32_t mask) {
     const std::uint32_t lowestBit = mask & (~mask + 1);
     const bool isRun = mask != 0 && mask <= 0xFFFF && ((mask + lowestBit) & mask) == 0;
     if (!isRun)
@@ -94,7 +94,7 @@ Text checkMask(std::uint32_t mask) {
     return std::nullopt;
 }
 
-Text checkEncoder(const CANRemoteOptions& layout, const ToolkitKeys& toolkitKeys) {
+Finding checkEncoder(const CANRemoteOptions& layout, const ToolkitKeys& toolkitKeys) {
     if (layout.encoderCANId == 0)
         return "identifier 0 is never the encoder's";
     if (layout.encoderCANId > greatestIdentifier)
@@ -103,7 +103,7 @@ Text checkEncoder(const CANRemoteOptions& layout, const ToolkitKeys& toolkitKeys
         return notInRange("byte", layout.encoderByteIndex, lastByte);
     if (isOutside(highByteOf(layout), lastByte))
         return notInRange("the byte of its high half,", highByteOf(layout), lastByte);
-    if (Text wrong = checkMask(layout.encoderMask))
+    if (Finding wrong = checkMask(layout.encoderMask))
         return wrong;
     if (toolkitKeys.count(layout.encoderUpKeyCode) == 0)
         return unknownCode("up ", layout.encoderUpKeyCode);
@@ -116,13 +116,13 @@ Text checkEncoder(const CANRemoteOptions& layout, const ToolkitKeys& toolkitKeys
 
 std::optional<Problem> check(const CANRemoteOptions& layout, const ToolkitKeys& toolkitKeys) {
     if (hasEncoder(layout)) {
-        if (Text wrong = checkEncoder(layout, toolkitKeys))
+        if (Finding wrong = checkEncoder(layout, toolkitKeys))
             return Problem{encoderEntry, "encoder: " + *wrong};
     }
     for (int i = 0; i < keyCount; ++i) {
         if (!isUsed(layout.keys[i]))
             continue;
-        if (Text wrong = checkKey(layout, i, toolkitKeys))
+        if (Finding wrong = checkKey(layout, i, toolkitKeys))
             return Problem{i, "key " + std::to_string(layout.keys[i].keyNumber) + ": " + *wrong};
     }
     return std::nullopt;

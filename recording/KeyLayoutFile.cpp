@@ -19,8 +19,8 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-constexpr int decimal = 10;
-constexpr int hexadecimal = 16;
+constexpr int decimalBase = 10;
+constexpr int hexadecimalBase = 16;
 
 Words wordsOf(const std::string& line) {
     std::istringstream input(line.substr(0, line.find('#')));
@@ -37,7 +37,7 @@ Number numberOf(const std::string& word, int base) {
     const auto [stopped, error] = std::from_chars(word.data(), end, number, base);
     if (error != std::errc() || stopped != end)
         throw std::runtime_error(Text::quoted(word) + " is not a " +
-                                 (base == decimal ? "decimal" : "hexadecimal") + " number that fits");
+                                 (base == decimalBase ? "decimal" : "hexadecimal") + " number that fits");
     return number;
 }
 
@@ -115,7 +115,7 @@ private:
         if (words.size() < 2)
             throw std::runtime_error("the number of the key is missing");
         KeyOptionsCANRemote key;
-        key.keyNumber = numberOf<int>(words[1], decimal);
+        key.keyNumber = numberOf<int>(words[1], decimalBase);
         if (key.keyNumber < 1 || key.keyNumber > keyCount)
             throw std::runtime_error("key " + std::to_string(key.keyNumber) +
                                      ": its number is not in the range 1 to 16");
@@ -133,13 +133,13 @@ private:
 
     static void setField(KeyOptionsCANRemote& key, const std::string& what, Pairs& pairs) {
         if (what == "code")
-            key.keyCode = pairs.takeNumber<int>(decimal);
+            key.keyCode = pairs.takeNumber<int>(decimalBase);
         else if (what == "byte")
-            key.byteIndex = pairs.takeNumber<int>(decimal);
+            key.byteIndex = pairs.takeNumber<int>(decimalBase);
         else if (what == "bit")
-            key.bitIndex = pairs.takeNumber<int>(decimal);
+            key.bitIndex = pairs.takeNumber<int>(decimalBase);
         else if (what == "id")
-            key.canId = static_cast<int>(pairs.takeNumber<std::uint32_t>(hexadecimal));
+            key.canId = static_cast<int>(pairs.takeNumber<std::uint32_t>(hexadecimalBase));
         else
             throw std::runtime_error(Text::quoted(what) + " is nothing that a key has");
     }
@@ -164,15 +164,15 @@ private:
 
     void setEncoderField(const std::string& what, Pairs& pairs) {
         if (what == "id")
-            setEncoderIdentifier(pairs.takeNumber<std::uint32_t>(hexadecimal));
+            setEncoderIdentifier(pairs.takeNumber<std::uint32_t>(hexadecimalBase));
         else if (what == "byte")
-            layout.encoderByteIndex = pairs.takeNumber<std::uint8_t>(decimal);
+            layout.encoderByteIndex = pairs.takeNumber<std::uint8_t>(decimalBase);
         else if (what == "mask")
-            layout.encoderMask = pairs.takeNumber<std::uint32_t>(hexadecimal);
+            layout.encoderMask = pairs.takeNumber<std::uint32_t>(hexadecimalBase);
         else if (what == "up")
-            layout.encoderUpKeyCode = pairs.takeNumber<int>(decimal);
+            layout.encoderUpKeyCode = pairs.takeNumber<int>(decimalBase);
         else if (what == "down")
-            layout.encoderDownKeyCode = pairs.takeNumber<int>(decimal);
+            layout.encoderDownKeyCode = pairs.takeNumber<int>(decimalBase);
         else
             throw std::runtime_error(Text::quoted(what) + " is nothing that an encoder has");
     }

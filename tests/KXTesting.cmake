@@ -4,10 +4,15 @@
 # PLATFORM: links the library's objects, hidden functions included, with this platform. LAYERS: only these objects,
 # to show that a layer needs nothing above it. PROPERTIES: of each test, as for set_tests_properties.
 #
+# kx_add_script_tests(VARIABLE SCRIPT [PREFIX PREFIX] [CASES CASE ...] [WHOLE_CASES]) adds the tests of a Python script,
+# or of these of its unittest classes: each method, or with WHOLE_CASES each class, is a test of CTest. Sets VARIABLE
+# to their names, PREFIX with CASE or CASE.METHOD, for set_tests_properties.
+#
 # kx_get_time_limit(VARIABLE SECONDS): the limit of a test that may take SECONDS on a real machine.
 # kx_get_startable(VARIABLE TARGET): the path by which a test starts another program of the build.
 
 find_package(GTest REQUIRED)
+find_package(Python3 3.10 REQUIRED COMPONENTS Interpreter)
 include(GoogleTest)
 
 set(KXAPI_TIME_SCALE 1 CACHE STRING "Factor by which tests may take longer than on a real machine")
@@ -69,7 +74,7 @@ function(kx_add_test name)
         set(arg_LAYERS ${kx_layers} Qt5::Core Qt5::Gui Qt5::Widgets)
     endif()
     add_executable(${name} ${arg_SOURCES})
-    target_link_libraries(${name} PRIVATE KXAPI_build_flags GTest::gmock GTest::gtest_main ${arg_LIBRARIES})
+    target_link_libraries(${name} PRIVATE KXAPI_build_flags kx_test_flags GTest::gmock GTest::gtest_main ${arg_LIBRARIES})
     if(arg_PLATFORM STREQUAL "simulated")
         target_link_libraries(${name} PRIVATE ${arg_LAYERS} KXAPI_Simulated)
     elseif(arg_PLATFORM STREQUAL "linux")
@@ -78,4 +83,34 @@ function(kx_add_test name)
         message(FATAL_ERROR "kx_add_test(${name}): PLATFORM is simulated or linux")
     endif()
     kx_run_tests(${name} ${kind} ${arg_PROPERTIES})
+endfunction()
+
+function(kx_add_script_tests variable script)
+    cmake_parse_arguments(PARSE_ARGV 2 arg "WHOLE_CASES" "PREFIX" "CASES")
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${script}")
+    file(STRINGS "${script}" lines REGEX "^class |^    def test_")
+    set(tests)
+    foreach(line IN LISTS lines)
+        string(REGEX MATCH "^class ([A-Za-z0-9]+)(.unittest)?|def (test_(.+))\\(" match "${line}")
+        if(CMAKE_MATCH_1)
+            set(case "${CMAKE_MATCH_1}")
+            set(has_tests "${CMAKE_MATCH_2}")
+        endif()
+        if(arg_CASES AND NOT case IN_LIST arg_CASES)
+            continue()
+        elseif(arg_WHOLE_CASES AND CMAKE_MATCH_1 AND has_tests)
+            set(selected "${case}")
+            set(name "${case}")
+        elseif(CMAKE_MATCH_3 AND NOT arg_WHOLE_CASES)
+            set(selected "${case}.${CMAKE_MATCH_3}")
+            set(name "${case}.${CMAKE_MATCH_4}")
+        else()
+            continue()
+        endif()
+        add_test(NAME "${arg_PREFIX}${name}"
+            COMMAND Python3::Interpreter "${CMAKE_CURRENT_SOURCE_DIR}/${script}" -v "${selected}")
+        list(APPEND tests "${arg_PREFIX}${name}")
+    endforeach()
+    set_tests_properties(${tests} PROPERTIES TIMEOUT 300)
+    set(${variable} ${tests} PARENT_SCOPE)
 endfunction()

@@ -49,7 +49,7 @@ InputFilter::InputFilter(QWidget& watchedWindow, Report reportFunction, WindowSy
     : window(&watchedWindow), report(std::move(reportFunction)), system(windowSystem), clock(inputClock) {
     suspicionTimer.setSingleShot(true);
     suspicionTimer.setInterval(suspicionMs);
-    connect(&suspicionTimer, &QTimer::timeout, this, &InputFilter::reportSuspectedRelease);
+    connect(&suspicionTimer, &QTimer::timeout, this, &InputFilter::endSuspicion);
     QCoreApplication::instance()->installEventFilter(this);
 }
 
@@ -162,8 +162,18 @@ bool InputFilter::provesAutoRepeat(const QKeyEvent& press) const {
 
 void InputFilter::suspectRelease(const QKeyEvent& release, unsigned int tick) {
     reportSuspectedRelease();
-    suspectedRelease = SuspectedRelease{release.key(), release.timestamp(), tick};
+    suspectedRelease = SuspectedRelease{release.key(), release.timestamp(), tick, KXTick::getTickCount()};
     suspicionTimer.start();
+}
+
+void InputFilter::endSuspicion() {
+    const unsigned int now = KXTick::getTickCount();
+    if (suspectedRelease && now - suspectedRelease->waitingSince >= lateMs) {
+        suspectedRelease->waitingSince = now;
+        suspicionTimer.start();
+        return;
+    }
+    reportSuspectedRelease();
 }
 
 void InputFilter::reportSuspectedRelease() {

@@ -40,7 +40,8 @@ struct WindowSystem {
 ///
 /// X11 repeats a held key by a release and a press with the same time. Qt recognises the pair only when both have
 /// arrived. So the release of a key that was held long enough to repeat is reported \ref suspicionMs later with its
-/// own time stamp, or before the next report. On other systems two quick taps look the same when a busy application
+/// own time stamp, or before the next report. When even the timer was late, the machine was busy: the press may not be
+/// read yet, so the release waits once more. On other systems two quick taps look the same when a busy application
 /// sees them late; they stay taps.
 class InputFilter : public QObject {
 public:
@@ -49,6 +50,7 @@ public:
     static constexpr int moveDistance = 10;
     static constexpr int shortestRepeatDelayMs = 100; ///< no keyboard repeats a key sooner
     static constexpr int suspicionMs = 50;
+    static constexpr int lateMs = 2 * suspicionMs; ///< a timer of suspicionMs that took so long was late
 
     /// \p clock must outlive the filter.
     InputFilter(QWidget& window, Report report, WindowSystem system, InputClock& clock);
@@ -70,6 +72,7 @@ private:
     bool mayBeAutoRepeat(const QKeyEvent& release) const;
     bool provesAutoRepeat(const QKeyEvent& press) const;
     void suspectRelease(const QKeyEvent& release, unsigned int tick);
+    void endSuspicion();
     void reportSuspectedRelease();
     bool widgetOwns(const QPoint& position, InputKind kind) const;
     void pressMouse(const QMouseEvent& event, unsigned int tick);
@@ -92,6 +95,7 @@ private:
         int osKeyCode;
         unsigned long windowSystemTime;
         unsigned int tick;
+        unsigned int waitingSince; // as a tick
     };
 
     const QPointer<QWidget> window;

@@ -30,7 +30,8 @@ class KXToolkitEvent;
 ///   that the library posts (KXInputEventManager::generateKeyEvent) are reported like typed ones, whichever window
 ///   of the application they go to.
 /// - Auto-repeat as such, also on X11, where a held key looks like releases and presses. There the release of a key
-///   that was held for 100 ms or more is reported up to 50 ms later, with its own time stamp.
+///   that was held for 100 ms or more is reported up to 50 ms later, or 150 ms on a busy machine, with its own time
+///   stamp.
 /// - Mouse buttons, with the button in \c eventData[1]. They are passed on, so that widgets can react. A touch is
 ///   the left button. Moves are reported while a button is down, every 10 pixels.
 /// - The wheel, wherever the pointer is, by whole detents: their number in \c count and KX_KEY_UP or KX_KEY_DOWN in

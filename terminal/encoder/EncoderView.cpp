@@ -23,7 +23,6 @@ namespace {
 constexpr int headingHeight = 22;
 constexpr int numbersWidth = 164;
 constexpr int smallestNumber = 12;
-constexpr int thousandths = 1000;
 constexpr double valueTicks = 5;
 constexpr double historyTickMs = 2000;
 
@@ -69,7 +68,7 @@ EncoderView::EncoderView(QWidget* parent) : QWidget(parent), pace([this] { refre
     makeValuePlot();
     row->addWidget(curvePlot, 6);
     row->addWidget(valuePlot, 5);
-    setSpeedTable(defaultTable(), thousandths);
+    setSpeedTable(defaultTable(), SpeedCurve::neutralUserFactor);
 }
 
 void EncoderView::makeValuePlot() {

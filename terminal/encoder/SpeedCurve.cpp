@@ -20,7 +20,6 @@ namespace {
 
 constexpr double shortestStep = 1; // a logarithmic axis has no 0
 constexpr double smallestIncrement = 1;
-constexpr int thousandths = 1000;
 constexpr double mostTimes = 14; // labels on the axis of step times
 constexpr double mostIncrements = 9;
 
@@ -29,13 +28,14 @@ std::vector<QPointF> cornersOf(const std::vector<KX::KXEncoderDynamicPair>& tabl
     std::vector<QPointF> corners;
     double from = shortestStep;
     for (const KX::KXEncoderDynamicPair& row : table) {
-        const double increment = std::max(smallestIncrement, double(row.increment) * userFactor / thousandths);
+        const double increment =
+            std::max(smallestIncrement, double(row.increment) * userFactor / SpeedCurve::neutralUserFactor);
         const double to = std::max(shortestStep, double(row.timeGap));
         corners.emplace_back(from, increment);
         corners.emplace_back(to, increment);
         from = to;
     }
-    const double slow = std::max(smallestIncrement, double(userFactor) / thousandths);
+    const double slow = std::max(smallestIncrement, double(userFactor) / SpeedCurve::neutralUserFactor);
     corners.emplace_back(from, slow);
     corners.emplace_back(std::max<double>(2 * from, longestStepTimeMs), slow);
     return corners;

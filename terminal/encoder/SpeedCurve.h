@@ -20,6 +20,7 @@ namespace Terminal {
 class SpeedCurve : public QwtPlot {
 public:
     static constexpr int trailLength = 8;
+    static constexpr int neutralUserFactor = 1000; ///< in thousandths
 
     SpeedCurve();
 

@@ -10,9 +10,9 @@ namespace Terminal {
 
 namespace {
 
-constexpr int inset = 11;
-constexpr int narrowInset = 6;
-constexpr int gap = 10;
+constexpr int textInset = 11;
+constexpr int narrowTextInset = 6;
+constexpr int keyGap = 10;
 constexpr int keySize = 12;
 
 constexpr int trackHeight = 32;
@@ -48,9 +48,9 @@ QSize ScreenButton::sizeHint() const {
     const int textWidth = QFontMetrics(Theme::font(textSize, true)).horizontalAdvance(words());
     const int keyWidth = keyName().isEmpty() ? 0 : QFontMetrics(Theme::font(keySize)).horizontalAdvance(keyName());
     if (keyBelow)
-        return {std::max(std::max(textWidth, keyWidth) + 2 * narrowInset, touchSize), touchSize};
-    const int both = keyWidth == 0 ? textWidth : textWidth + gap + keyWidth;
-    return {std::max(both + 2 * inset, touchSize), touchSize};
+        return {std::max(std::max(textWidth, keyWidth) + 2 * narrowTextInset, touchSize), touchSize};
+    const int both = keyWidth == 0 ? textWidth : textWidth + keyGap + keyWidth;
+    return {std::max(both + 2 * textInset, touchSize), touchSize};
 }
 
 void ScreenButton::paintEvent(QPaintEvent* /*event*/) {
@@ -66,7 +66,7 @@ void ScreenButton::paintEvent(QPaintEvent* /*event*/) {
 void ScreenButton::paintTexts(QPainter& painter) const {
     const QFont textFont = Theme::font(textSize, true);
     const QFont keyFont = Theme::font(keySize);
-    QRect textArea = rect().adjusted(inset, 0, -inset, 0);
+    QRect textArea = rect().adjusted(textInset, 0, -textInset, 0);
     QRect keyArea = textArea;
     const bool alone = keyName().isEmpty();
     if (keyBelow && !alone) {

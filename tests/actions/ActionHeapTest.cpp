@@ -2,6 +2,7 @@
 #include "events/KXEvent.h"
 #include "events/KXEventType.h"
 #include "tests/support/HeapCount.h"
+#include "tests/support/TestAction.h"
 
 #include <gtest/gtest.h>
 
@@ -12,7 +13,8 @@
 namespace KX {
 namespace {
 
-constexpr unsigned int farAhead = 0xFFFFFFFFU;
+using test::farAhead;
+
 constexpr int drained = 0;
 
 /// Actions that each post the next one; a test can ask how many have run.

@@ -16,9 +16,8 @@
 namespace KX {
 namespace {
 
+using test::farAhead;
 using test::TestAction;
-
-constexpr unsigned int farAhead = 0xFFFFFFFFU;
 
 // Four threads post while one drains: every item runs once, and each thread's items run in their order.
 TEST(ActionQueueThreads, run_every_item_once_in_the_order_of_each_poster) {

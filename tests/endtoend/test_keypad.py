@@ -236,14 +236,5 @@ class Settings(unittest.TestCase):
         self.assertEqual([], glob.glob(os.path.join(self.folder, "kxterminal*")))
 
 
-class Demo(unittest.TestCase):
-    def test_the_demo_uses_the_keypad_and_the_loop_button(self):
-        terminal = Terminal("--demo", platform="offscreen")
-        self.assertEqual(0, terminal.wait())
-        self.assertEqual("Key 13, KeyCode: 11, pressed", terminal.next_library_line("Key "))
-        self.assertEqual("ENCODER UP: 1 (0)", terminal.next_library_line("ENCODER"))
-        self.assertIn("Found loop", terminal.next_library_line("KXActionQueue::executeActions: "))
-
-
 if __name__ == "__main__":
     unittest.main()

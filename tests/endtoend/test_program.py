@@ -6,7 +6,7 @@ import subprocess
 import tempfile
 import unittest
 
-from kxterminal_session import GENEROUS_SECONDS, KXTERMINAL, Terminal
+from kxterminal_session import ATTEMPTS, DOUBLE_PRESS_MS, GENEROUS_SECONDS, KXTERMINAL, Terminal
 from picture import size_and_lines
 
 
@@ -115,23 +115,44 @@ class Picture(ProgramTestCase):
 
 
 class Demo(ProgramTestCase):
+    EVERY_KIND = {"KEY_PRESS_EVENT", "KEY_DOUBLE_PRESS_EVENT", "KEY_LONG_PRESS_EVENT", "KEY_LONG_RELEASE_EVENT",
+                  "KEY_RELEASE_EVENT", "MOUSE_PRESS_EVENT", "MOUSE_DOUBLE_PRESS_EVENT", "MOUSE_LONG_PRESS_EVENT",
+                  "MOUSE_LONG_RELEASE_EVENT", "MOUSE_RELEASE_EVENT", "ENCODER_MOVE_EVENT"}
+
     def test_the_demo_shows_every_kind_of_event_and_ends_by_itself(self):
+        for _ in range(ATTEMPTS):
+            events = self.run_demo()
+            names = {event.name for event in events}
+            if names == self.EVERY_KIND:
+                return
+            # Only a double press may be missing, where the machine was too slow for its second tap.
+            self.assertLessEqual(names ^ self.EVERY_KIND, {"KEY_DOUBLE_PRESS_EVENT", "MOUSE_DOUBLE_PRESS_EVENT"})
+            self.assertTrue(self.has_slow_double_tap(events), events)
+        self.fail(f"this machine never made two taps within {DOUBLE_PRESS_MS} ms")
+
+    def run_demo(self):
+        """One demonstration, with all checks that do not depend on the machine's speed."""
         terminal = Terminal("--demo", platform="offscreen")
         self.assertEqual(0, terminal.wait())
         events = terminal.events_until_quiet(0)
-        names = [event.name for event in events]
-        for name in ("KEY_PRESS_EVENT", "KEY_DOUBLE_PRESS_EVENT", "KEY_LONG_PRESS_EVENT", "KEY_LONG_RELEASE_EVENT",
-                     "KEY_RELEASE_EVENT", "MOUSE_PRESS_EVENT", "MOUSE_DOUBLE_PRESS_EVENT", "MOUSE_LONG_PRESS_EVENT",
-                     "MOUSE_LONG_RELEASE_EVENT", "MOUSE_RELEASE_EVENT", "ENCODER_MOVE_EVENT"):
-            self.assertIn(name, names)
-        self.assertEqual("MOUSE_RELEASE_EVENT", names[-1])
-        steps_by_key = sum(event.count for event in events
-                           if event.name == "ENCODER_MOVE_EVENT" and event.os_key != -1)  # including the knob
-        steps_by_wheel = sum(event.count for event in events
-                             if event.name == "ENCODER_MOVE_EVENT" and event.os_key == -1)
+        self.assertEqual("MOUSE_RELEASE_EVENT", events[-1].name)
+        moves = [event for event in events if event.name == "ENCODER_MOVE_EVENT"]
+        steps_by_key = sum(event.count for event in moves if event.os_key != -1)  # including the knob
+        steps_by_wheel = sum(event.count for event in moves if event.os_key == -1)
         self.assertEqual((12 + 7, 9), (steps_by_key, steps_by_wheel))
         self.assertIn(("KEY_LONG_PRESS_EVENT", 10), [(event.name, event.key) for event in events])
+        self.assertEqual("Key 13, KeyCode: 11, pressed", terminal.next_library_line("Key "))
+        self.assertEqual("ENCODER UP: 1 (0)", terminal.next_library_line("ENCODER"))
         self.assertIn("Found loop", terminal.next_library_line("KXActionQueue::executeActions: "))
+        return events
+
+    @staticmethod
+    def has_slow_double_tap(events):
+        """The demo presses a key twice in succession only for a double press."""
+        presses = [event for event in events if event.name in ("KEY_PRESS_EVENT", "MOUSE_PRESS_EVENT")]
+        return any((first.name, first.key, first.data) == (second.name, second.key, second.data) and
+                   second.time - first.time > DOUBLE_PRESS_MS
+                   for first, second in zip(presses, presses[1:]))
 
 
 if __name__ == "__main__":

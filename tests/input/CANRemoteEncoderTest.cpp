@@ -9,13 +9,13 @@ namespace {
 
 using CANRemoteEncoder = test::CANRemoteKeypad;
 using test::encoderId;
+using test::homePress;
 using test::ToolkitKey;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
 const ToolkitKey upPress{true, Qt::Key_Up};
 const ToolkitKey downPress{true, Qt::Key_Down};
-const ToolkitKey homePress{true, Qt::Key_Home};
 
 TEST_F(CANRemoteEncoder, the_first_position_of_a_process_is_compared_with_0) {
     testing::FLAGS_gtest_death_test_style = "threadsafe"; // runs in a new process, which has decoded no frame yet

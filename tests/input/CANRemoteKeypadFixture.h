@@ -19,6 +19,8 @@ namespace KX::test {
 constexpr std::uint32_t encoderId = 0x18FF0100;
 constexpr int keyId = 0x18FF0001;
 
+const ToolkitKey homePress{true, Qt::Key_Home};
+
 /// Passes frames to a handler on the test's own bus, with a layout that is not enabled. Default keys would belong
 /// to identifier 0, so they get another one.
 class CANRemoteKeypad : public testing::Test {

@@ -9,6 +9,7 @@ namespace {
 
 using test::CANRemoteKeypad;
 using test::encoderId;
+using test::homePress;
 using test::keyId;
 using test::ToolkitKey;
 using testing::ElementsAre;
@@ -18,7 +19,6 @@ const auto* const environment = testing::AddGlobalTestEnvironment(new test::Offs
 
 constexpr const char* enabledLine = "KXInputEventManager::setRask44options: 44 enabled\n";
 
-const ToolkitKey homePress{true, Qt::Key_Home};
 const ToolkitKey homeRelease{false, Qt::Key_Home};
 
 TEST_F(CANRemoteKeypad, a_key_is_pressed_once_and_released_once) {

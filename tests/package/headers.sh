@@ -7,15 +7,22 @@ cd "$1/$KX_INCLUDEDIR"
 qt=$(pkg-config --cflags Qt5Widgets)
 export qt=${qt//-I/-isystem}
 
+compile() {
+    "$CXX" "$@" -std=c++17 -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror -fsyntax-only -I . -x c++ -
+}
+
 compile_alone() {
     case $1 in
         # shellcheck disable=SC2086 # several words
         toolkit/*) set -- "$@" $qt -fPIC ;;
     esac
-    echo "#include \"$1\"" | "$CXX" "${@:2}" -std=c++17 -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror \
-        -fsyntax-only -I . -x c++ - || { echo "FAILED: $1 does not compile alone" && return 1; }
+    echo "#include \"$1\"" | compile "${@:2}" || { echo "FAILED: $1 does not compile alone" && return 1; }
 }
-export -f compile_alone
+export -f compile compile_alone
+
+include_each() {
+    sed 's/.*/#include "&"/'
+}
 
 headers=$(find . -name '*.h' -printf '%P\n' | sort)
 [ -n "$headers" ] || fail "no header is installed"
@@ -24,12 +31,11 @@ xargs -P 2 -n 1 bash -c 'compile_alone "$0"' <<<"$headers"
 # Macros that Qt and X11 define.
 foreign=(-Dslots= -Dsignals=public -Demit= -Dforeach=for -DNone=0L -DBool=int -DStatus=int -DSuccess=0 -DKeyPress=2
     -DKeyRelease=3)
-for header in $headers; do
-    case $header in
-        toolkit/*) compile_alone "$header" -DQT_NO_KEYWORDS ;;
-        *) compile_alone "$header" "${foreign[@]}" ;;
-    esac
-done
+grep -v '^toolkit/' <<<"$headers" | include_each | compile "${foreign[@]}" ||
+    fail "the headers do not compile with macros of Qt and X11"
+# shellcheck disable=SC2086 # several words
+grep '^toolkit/' <<<"$headers" | include_each | compile $qt -fPIC -DQT_NO_KEYWORDS ||
+    fail "the headers of the toolkit library need Qt's keywords"
 
 for choice in VERSION=4 DONT_USE_DATETIME DONT_USE_CHRONO; do
     compile_alone actions/KXActionQueue.h "-DBOOST_THREAD_$choice"

@@ -3,12 +3,11 @@
 #include "actions/KXActionQueue.h"
 #include "events/KXEventType.h"
 #include "platform/simulated/KXSimulation.h"
+#include "tests/support/TestAction.h"
 
 #include <gtest/gtest.h>
 
 namespace KX::test {
-
-constexpr unsigned int farAhead = 0xFFFFFFFFU;
 
 /// An action queue in virtual time on a single thread, and an event and an object to post with.
 class ActionQueueTest : public testing::Test {

@@ -6,6 +6,8 @@
 
 namespace KX::test {
 
+constexpr unsigned int farAhead = 0xFFFFFFFFU; ///< a deadline that no drain reaches
+
 /// An action that runs a test's function and counts its calls.
 class TestAction : public KXAction {
 public:

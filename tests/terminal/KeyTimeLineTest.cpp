@@ -11,12 +11,12 @@ namespace {
 using Ending = KeyTimeLine::Span::Ending;
 using Time = KeyTimeLine::Time;
 
-constexpr int keyA = 7;
-constexpr int keyB = 8;
+constexpr int aKey = 7;
+constexpr int otherKey = 8;
 
 class KeyTimeLineTest : public testing::Test {
 protected:
-    void key(int eventType, unsigned int tick, int keyCode = keyA) {
+    void key(int eventType, unsigned int tick, int keyCode = aKey) {
         KX::KXInputEvent event;
         event.eventType = eventType;
         event.timeStamp = tick;
@@ -24,7 +24,7 @@ protected:
         line.append(event);
     }
 
-    void tap(unsigned int tick, int keyCode = keyA) {
+    void tap(unsigned int tick, int keyCode = aKey) {
         key(KX::KEY_PRESS_EVENT, tick, keyCode);
         key(KX::KEY_RELEASE_EVENT, tick + 10, keyCode);
     }
@@ -47,7 +47,7 @@ protected:
         line.append(event);
     }
 
-    const std::deque<KeyTimeLine::Span>& spans(int keyCode = keyA) const {
+    const std::deque<KeyTimeLine::Span>& spans(int keyCode = aKey) const {
         return line.lanes().at({KeyTimeLine::LaneKind::Key, static_cast<unsigned int>(keyCode)}).spans;
     }
 
@@ -100,14 +100,14 @@ TEST_F(KeyTimeLineTest, ADoublePressTellsItsDistanceAndTheWindowAtThatTime) {
 }
 
 TEST_F(KeyTimeLineTest, APressOfAnotherKeyInterrupts) {
-    tap(1000, keyA);
-    tap(1100, keyB);
-    tap(1200, keyA);
-    tap(1300, keyA);
-    ASSERT_EQ(3U, spans(keyA).size());
-    EXPECT_EQ(200U, spans(keyA)[1].sincePreviousPress);
-    EXPECT_TRUE(spans(keyA)[1].isInterrupted);
-    EXPECT_FALSE(spans(keyA)[2].isInterrupted);
+    tap(1000, aKey);
+    tap(1100, otherKey);
+    tap(1200, aKey);
+    tap(1300, aKey);
+    ASSERT_EQ(3U, spans(aKey).size());
+    EXPECT_EQ(200U, spans(aKey)[1].sincePreviousPress);
+    EXPECT_TRUE(spans(aKey)[1].isInterrupted);
+    EXPECT_FALSE(spans(aKey)[2].isInterrupted);
 }
 
 TEST_F(KeyTimeLineTest, ALongPressAndItsReleaseAreMarkedWhereTheyWereRecognised) {
@@ -266,15 +266,15 @@ TEST_F(KeyTimeLineTest, KeepsWhatTheNewestEventsTell) {
 }
 
 TEST_F(KeyTimeLineTest, ALaneGoesWhenNothingInItIsKept) {
-    tap(1000, keyA);
-    key(KX::KEY_PRESS_EVENT, 1100, keyB); // and stays down
+    tap(1000, aKey);
+    key(KX::KEY_PRESS_EVENT, 1100, otherKey); // and stays down
     for (int number = 0; number < KeyTimeLine::capacity; ++number)
         encoder(2000U + static_cast<unsigned int>(number), 4, 1);
     EXPECT_TRUE(line.lanes().empty());
     EXPECT_FALSE(line.isAnyKeyDown());
     EXPECT_EQ(KeyTimeLine::capacity, line.eventCount());
-    key(KX::KEY_RELEASE_EVENT, 20000, keyB);
-    EXPECT_FALSE(spans(keyB)[0].isPressSeen);
+    key(KX::KEY_RELEASE_EVENT, 20000, otherKey);
+    EXPECT_FALSE(spans(otherKey)[0].isPressSeen);
     EXPECT_FALSE(line.isAnyKeyDown());
 }
 

@@ -60,11 +60,26 @@ TEST_F(InputFilterTest, AReleaseThatNoPressFollowsIsReportedWithItsOwnTime) {
     sendKey(QEvent::KeyPress, 1000);
     KXSimulation::setTick(77);
     sendKey(QEvent::KeyRelease, 3300);
-    KXSimulation::setTick(99);
+    KXSimulation::setTick(77 + InputFilter::lateMs - 1);
     EXPECT_EQ(1U, reports.size());
     EXPECT_TRUE(QTest::qWaitFor([this] { return reports.size() == 2; }));
     EXPECT_EQ(TOOLKIT_KEY_RELEASE_EVENT, lastReport.eventType);
     EXPECT_EQ(77U, lastReport.timeStamp);
+}
+
+// The machine is so busy that every timer is late by its ticks. Then a press of the same time may still come.
+TEST_F(InputFilterTest, AReleaseIsNotJudgedByATimerThatWasLate) {
+    sendKey(QEvent::KeyPress, 1000);
+    sendKey(QEvent::KeyRelease, 1500);
+    QTimer busyMachine;
+    QObject::connect(&busyMachine, &QTimer::timeout, &window, [] { KXSimulation::advance(InputFilter::lateMs); });
+    busyMachine.start(1);
+    QTest::qWait(4 * InputFilter::suspicionMs);
+    busyMachine.stop();
+    sendKey(QEvent::KeyPress, 1500);
+    EXPECT_THAT(reports, ElementsAre(Reported{TOOLKIT_KEY_PRESS_EVENT, Qt::Key_End},
+                                     Reported{TOOLKIT_KEY_AUTO_REPEAT_RELEASE_EVENT, Qt::Key_End},
+                                     Reported{TOOLKIT_KEY_AUTO_REPEAT_PRESS_EVENT, Qt::Key_End}));
 }
 
 TEST_F(InputFilterTest, AReleaseThatAPressOfAnotherTimeFollowsIsReportedBeforeIt) {

@@ -12,18 +12,18 @@ using testing::IsEmpty;
 using Lines = std::vector<std::string>;
 
 const std::string escapeKey = " os=0x1000000\n";
-const std::string press = " toolkit TOOLKIT_KEY_PRESS_EVENT";
-const std::string release = " toolkit TOOLKIT_KEY_RELEASE_EVENT";
-const std::string up = press + " os=0x1000013\n";
-const std::string down = press + " os=0x1000015\n";
+const std::string anyPress = " toolkit TOOLKIT_KEY_PRESS_EVENT";
+const std::string anyRelease = " toolkit TOOLKIT_KEY_RELEASE_EVENT";
+const std::string up = anyPress + " os=0x1000013\n";
+const std::string down = anyPress + " os=0x1000015\n";
 
 class KXReplayRecording : public ReplayTest {};
 
 TEST_F(KXReplayRecording, a_second_press_within_300_is_a_double_press) {
     for (const unsigned int apartMs : {299U, 300U, 301U}) {
         const std::string second = std::to_string(1000 + apartMs);
-        const Lines lines = play(recording("1000" + press + escapeKey + "1100" + release + escapeKey + second +
-                                           press + escapeKey + second + " pass\n"));
+        const Lines lines = play(recording("1000" + anyPress + escapeKey + "1100" + anyRelease + escapeKey +
+                                           second + anyPress + escapeKey + second + " pass\n"));
         EXPECT_THAT(lines,
                     ElementsAre("1000 KEY_PRESS_EVENT 0", "1100 KEY_RELEASE_EVENT 0",
                                 second + (apartMs <= 300 ? " KEY_DOUBLE_PRESS_EVENT 0" : " KEY_PRESS_EVENT 0")));
@@ -32,10 +32,10 @@ TEST_F(KXReplayRecording, a_second_press_within_300_is_a_double_press) {
 
 TEST_F(KXReplayRecording, a_long_press_comes_in_the_first_pass_from_2000_on) {
     const auto withPassesAt = [this](const Lines& ticks) {
-        std::string lines = "1000" + press + escapeKey;
+        std::string lines = "1000" + anyPress + escapeKey;
         for (const std::string& tick : ticks)
             lines += tick + " pass\n";
-        return play(recording(lines + "9000" + release + escapeKey));
+        return play(recording(lines + "9000" + anyRelease + escapeKey));
     };
     EXPECT_THAT(withPassesAt({"2999"}), ElementsAre("1000 KEY_PRESS_EVENT 0", "9000 KEY_RELEASE_EVENT 0"));
     for (const std::string tick : {"3000", "3001", "8999"}) {
@@ -46,7 +46,7 @@ TEST_F(KXReplayRecording, a_long_press_comes_in_the_first_pass_from_2000_on) {
 }
 
 TEST_F(KXReplayRecording, a_pass_after_the_release_comes_too_late_for_a_long_press) {
-    EXPECT_THAT(play(recording("1000" + press + escapeKey + "3050" + release + escapeKey + "3050 pass\n")),
+    EXPECT_THAT(play(recording("1000" + anyPress + escapeKey + "3050" + anyRelease + escapeKey + "3050 pass\n")),
                 ElementsAre("1000 KEY_PRESS_EVENT 0", "3050 KEY_RELEASE_EVENT 0"));
 }
 
@@ -61,30 +61,30 @@ TEST_F(KXReplayRecording, has_the_passes_that_are_in_it_and_no_others) {
 
 TEST_F(KXReplayRecording, key_3_sends_the_steps_before_itself) {
     EXPECT_THAT(
-        play(recording("0 pass\n1000" + up + "1010" + up + "1020" + press + " os=0x1000004\n")),
+        play(recording("0 pass\n1000" + up + "1010" + up + "1020" + anyPress + " os=0x1000004\n")),
         ElementsAre("1000 ENCODER_MOVE_EVENT 4 1/1", "1000 ENCODER_MOVE_EVENT 4 3/1", "1020 KEY_PRESS_EVENT 3"));
 }
 
 TEST_F(KXReplayRecording, input_that_is_not_accepted_is_lost) {
-    EXPECT_THAT(play(recording("0 pass\n1 set accept-input off\n2" + press + escapeKey +
-                               "3 set accept-input on\n4" + release + escapeKey)),
+    EXPECT_THAT(play(recording("0 pass\n1 set accept-input off\n2" + anyPress + escapeKey +
+                               "3 set accept-input on\n4" + anyRelease + escapeKey)),
                 ElementsAre("4 KEY_RELEASE_EVENT 0"));
     EXPECT_EQ(library, "KXInputEventManager::inputEventOccurred: Input IGNORED.\n");
 }
 
 TEST_F(KXReplayRecording, goes_on_where_the_tick_wraps) {
-    EXPECT_THAT(play(recording("4294966296" + press + escapeKey + "4294967200" + release + escapeKey +
-                               "4294967290" + press + escapeKey + "4294967295" + release + escapeKey + "200" +
-                               press + escapeKey + "2199 pass\n2200 pass\n")),
+    EXPECT_THAT(play(recording("4294966296" + anyPress + escapeKey + "4294967200" + anyRelease + escapeKey +
+                               "4294967290" + anyPress + escapeKey + "4294967295" + anyRelease + escapeKey +
+                               "200" + anyPress + escapeKey + "2199 pass\n2200 pass\n")),
                 ElementsAre("4294966296 KEY_PRESS_EVENT 0", "4294967200 KEY_RELEASE_EVENT 0",
                             "4294967290 KEY_PRESS_EVENT 0", "4294967295 KEY_RELEASE_EVENT 0",
                             "200 KEY_DOUBLE_PRESS_EVENT 0", "2200 KEY_LONG_PRESS_EVENT 0"));
 }
 
 TEST_F(KXReplayRecording, events_keep_the_time_that_the_toolkit_gave_them) {
-    EXPECT_THAT(
-        play(recording("1000" + press + escapeKey + "1400" + press + " time=1300" + escapeKey + "1400 pass\n")),
-        ElementsAre("1000 KEY_PRESS_EVENT 0", "1300 KEY_DOUBLE_PRESS_EVENT 0"));
+    EXPECT_THAT(play(recording("1000" + anyPress + escapeKey + "1400" + anyPress + " time=1300" + escapeKey +
+                               "1400 pass\n")),
+                ElementsAre("1000 KEY_PRESS_EVENT 0", "1300 KEY_DOUBLE_PRESS_EVENT 0"));
 }
 
 TEST_F(KXReplayRecording, settings_hold_from_where_they_stand) {
@@ -92,7 +92,7 @@ TEST_F(KXReplayRecording, settings_hold_from_where_they_stand) {
                                "1000 set double-press 100\n1000 set long-press 500\n"
                                "1000 set key-mapping 0x41=9\n"
                                "1000" +
-                               press + " os=0x41\n1101" + press + " os=0x41\n1201" + press +
+                               anyPress + " os=0x41\n1101" + anyPress + " os=0x41\n1201" + anyPress +
                                " os=0x41\n1700 pass\n1701 pass\n")),
                 ElementsAre("1000 KEY_PRESS_EVENT 9", "1101 KEY_PRESS_EVENT 9", "1201 KEY_DOUBLE_PRESS_EVENT 9",
                             "1701 KEY_LONG_PRESS_EVENT 9"));
@@ -107,13 +107,13 @@ TEST_F(KXReplayRecording, keys_of_frames_are_not_delivered_again) {
     EXPECT_THAT(play(recording("0 set keypad key 1 code 0 byte 0 bit 0 id 18FF0001\n"
                                "(0000000000.100000) can0 18FF0001#01\n100 pass\n"
                                "101" +
-                               press + escapeKey)),
+                               anyPress + escapeKey)),
                 ElementsAre("101 KEY_PRESS_EVENT 0"));
     EXPECT_THAT(library, HasSubstr("Key 1, KeyCode: 0, pressed\n"));
     EXPECT_THAT(play(recording("0 set keypad key 1 code 0 byte 0 bit 0 id 18FF0001\n"
                                "(0000000000.100000) can0 18FF0001#01\n"
                                "101" +
-                               press + escapeKey)),
+                               anyPress + escapeKey)),
                 ElementsAre("101 KEY_PRESS_EVENT 0"))
         << "without passes";
 }
@@ -135,8 +135,9 @@ TEST_F(KXReplayRecording, each_pass_reads_one_frame) {
 }
 
 TEST_F(KXReplayRecording, frames_that_nobody_reads_do_not_keep_passes_back) {
-    EXPECT_THAT(play(recording("1000" + press + escapeKey + "(0000000003.000000) can0 18FF0001#01\n3000 pass\n")),
-                ElementsAre("1000 KEY_PRESS_EVENT 0", "3000 KEY_LONG_PRESS_EVENT 0"));
+    EXPECT_THAT(
+        play(recording("1000" + anyPress + escapeKey + "(0000000003.000000) can0 18FF0001#01\n3000 pass\n")),
+        ElementsAre("1000 KEY_PRESS_EVENT 0", "3000 KEY_LONG_PRESS_EVENT 0"));
 }
 
 TEST_F(KXReplayRecording, that_is_cut_off_ends_where_it_ends) {
@@ -147,14 +148,14 @@ TEST_F(KXReplayRecording, that_is_cut_off_ends_where_it_ends) {
 class KXReplayWithoutPasses : public ReplayTest {};
 
 TEST_F(KXReplayWithoutPasses, the_worker_passes_every_100_ms_from_the_first_line_on) {
-    EXPECT_THAT(play(recording("1000" + press + escapeKey + "3500" + release + escapeKey)),
+    EXPECT_THAT(play(recording("1000" + anyPress + escapeKey + "3500" + anyRelease + escapeKey)),
                 ElementsAre("1000 KEY_PRESS_EVENT 0", "3000 KEY_LONG_PRESS_EVENT 0",
                             "3000 KEY_LONG_RELEASE_EVENT 0", "3500 KEY_RELEASE_EVENT 0"));
     EXPECT_THAT(
-        play(recording("999 set accept-input on\n1000" + press + escapeKey + "3098" + release + escapeKey)),
+        play(recording("999 set accept-input on\n1000" + anyPress + escapeKey + "3098" + anyRelease + escapeKey)),
         ElementsAre("1000 KEY_PRESS_EVENT 0", "3098 KEY_RELEASE_EVENT 0"))
         << "passes at 2999 and 3099";
-    EXPECT_THAT(play(recording("4294966000" + press + escapeKey + "1000" + release + escapeKey)),
+    EXPECT_THAT(play(recording("4294966000" + anyPress + escapeKey + "1000" + anyRelease + escapeKey)),
                 ElementsAre("4294966000 KEY_PRESS_EVENT 0", "704 KEY_LONG_PRESS_EVENT 0",
                             "704 KEY_LONG_RELEASE_EVENT 0", "1000 KEY_RELEASE_EVENT 0"))
         << "across the wrap";
@@ -166,7 +167,7 @@ TEST_F(KXReplayWithoutPasses, the_bundle_behind_the_last_input_comes_out) {
 }
 
 TEST_F(KXReplayWithoutPasses, playing_goes_on_for_200_ms_or_to_the_end_if_that_is_later) {
-    const auto heldSince = [](unsigned int tick) { return std::to_string(tick) + press + escapeKey; };
+    const auto heldSince = [](unsigned int tick) { return std::to_string(tick) + anyPress + escapeKey; };
     const std::string wheel = "3000 toolkit TOOLKIT_WHEEL_EVENT key=4 count=1\n";
     EXPECT_EQ(play(recording("0 end\n")), Lines());
     EXPECT_EQ(play(recording("0 set accept-input on\n" + heldSince(1200) + wheel)).back(),
@@ -178,8 +179,8 @@ TEST_F(KXReplayWithoutPasses, playing_goes_on_for_200_ms_or_to_the_end_if_that_i
 }
 
 TEST_F(KXReplayWithoutPasses, a_gap_of_many_days_is_played_at_once) {
-    EXPECT_THAT(play(recording("1000" + press + escapeKey + "2147484000" + release + escapeKey + "2147484050" +
-                               up + "2147484060" + up + "4294967000" + press + escapeKey)),
+    EXPECT_THAT(play(recording("1000" + anyPress + escapeKey + "2147484000" + anyRelease + escapeKey +
+                               "2147484050" + up + "2147484060" + up + "4294967000" + anyPress + escapeKey)),
                 ElementsAre("1000 KEY_PRESS_EVENT 0", "3000 KEY_LONG_PRESS_EVENT 0",
                             "3000 KEY_LONG_RELEASE_EVENT 0", "2147484000 KEY_RELEASE_EVENT 0",
                             "2147484050 ENCODER_MOVE_EVENT 4 1/1", "2147484050 ENCODER_MOVE_EVENT 4 3/1",
@@ -189,7 +190,7 @@ TEST_F(KXReplayWithoutPasses, a_gap_of_many_days_is_played_at_once) {
 TEST_F(KXReplayWithoutPasses, a_frame_starts_the_beat_anew_which_a_gap_does_not_disturb) {
     const std::string start = "1000 set keypad key 1 code 0 byte 0 bit 0 id 18FF0001\n";
     const std::string frame = "(0000000001.030000) can0 18FF0001#01\n";
-    const std::string hold = "60000" + press + escapeKey + "62050" + release + escapeKey;
+    const std::string hold = "60000" + anyPress + escapeKey + "62050" + anyRelease + escapeKey;
     EXPECT_THAT(play(recording(start + frame + hold)), testing::Contains("62030 KEY_LONG_PRESS_EVENT 0"));
     EXPECT_THAT(play(recording(start + hold)), testing::Contains("62000 KEY_LONG_PRESS_EVENT 0"));
     EXPECT_THAT(play(recording("1000 set accept-input on\n" + frame + hold)),
@@ -215,12 +216,12 @@ protected:
 
 TEST_F(KXReplayOtherSettings, hold_from_the_beginning_whatever_the_recording_sets) {
     const KX::Recording::Session presses =
-        recording("0 pass\n1000 set double-press 100\n1000" + press + escapeKey + "1200" + press + escapeKey +
-                  "1401" + press + escapeKey + "1401 pass\n");
+        recording("0 pass\n1000 set double-press 100\n1000" + anyPress + escapeKey + "1200" + anyPress +
+                  escapeKey + "1401" + anyPress + escapeKey + "1401 pass\n");
     EXPECT_EQ(play(presses, with("double-press", 200)),
               Lines({"1000 KEY_PRESS_EVENT 0", "1200 KEY_DOUBLE_PRESS_EVENT 0", "1401 KEY_PRESS_EVENT 0"}));
     const KX::Recording::Session hold =
-        recording("0 pass\n1000 set long-press 1000\n1000" + press + escapeKey + "2499 pass\n2500 pass\n");
+        recording("0 pass\n1000 set long-press 1000\n1000" + anyPress + escapeKey + "2499 pass\n2500 pass\n");
     EXPECT_EQ(play(hold, with("long-press", 1500)).back(), "2500 KEY_LONG_PRESS_EVENT 0");
     const KX::Recording::Session turn = recording("0 pass\n1000 set user-factor 5000\n1000 set low-pass 1\n"
                                                   "1000 set speed-table 500:10\n"
@@ -235,8 +236,8 @@ TEST_F(KXReplayOtherSettings, hold_from_the_beginning_whatever_the_recording_set
 
 TEST_F(KXReplayOtherSettings, leave_the_other_duration_as_recorded_and_refused_settings_refused) {
     const KX::Recording::Session session =
-        recording("0 set long-press 5000\n0 set double-press 5000\n0 pass\n1000" + press + escapeKey + "3500" +
-                  press + escapeKey + "6600" + press + escapeKey + "11599 pass\n11600 pass\n");
+        recording("0 set long-press 5000\n0 set double-press 5000\n0 pass\n1000" + anyPress + escapeKey + "3500" +
+                  anyPress + escapeKey + "6600" + anyPress + escapeKey + "11599 pass\n11600 pass\n");
     EXPECT_EQ(play(session, with("double-press", 3000)),
               Lines({"1000 KEY_PRESS_EVENT 0", "3500 KEY_DOUBLE_PRESS_EVENT 0", "6600 KEY_PRESS_EVENT 0",
                      "11600 KEY_LONG_PRESS_EVENT 0"}));
@@ -247,9 +248,10 @@ TEST_F(KXReplayOtherSettings, leave_the_other_duration_as_recorded_and_refused_s
 TEST_F(KXReplayOtherSettings, may_both_lie_beyond_what_the_manager_begins_with) {
     Player::Options options = with("double-press", 5000);
     options.other.longPressMs = 6000;
-    EXPECT_EQ(play(recording("1000" + press + escapeKey + "6000" + press + escapeKey + "11999 pass\n12000 pass\n"),
-                   options),
-              Lines({"1000 KEY_PRESS_EVENT 0", "6000 KEY_DOUBLE_PRESS_EVENT 0", "12000 KEY_LONG_PRESS_EVENT 0"}));
+    EXPECT_EQ(
+        play(recording("1000" + anyPress + escapeKey + "6000" + anyPress + escapeKey + "11999 pass\n12000 pass\n"),
+             options),
+        Lines({"1000 KEY_PRESS_EVENT 0", "6000 KEY_DOUBLE_PRESS_EVENT 0", "12000 KEY_LONG_PRESS_EVENT 0"}));
 }
 
 const std::string log = "(1436509052.249713) can0 ";
@@ -341,7 +343,7 @@ TEST_F(KXReplayLog, a_clock_that_was_set_meanwhile_is_played_at_once) {
 TEST_F(KXReplayLog, each_play_of_a_process_gives_the_same) {
     const KX::Recording::Session turn =
         logOf({"18FF0003#0000FFFF", "18FF0001#01", "18FF0002#10", "18FF0003#00000500"});
-    const KX::Recording::Session mapping = recording("0 set key-mapping 0x1000000=9\n1" + press + escapeKey);
+    const KX::Recording::Session mapping = recording("0 set key-mapping 0x1000000=9\n1" + anyPress + escapeKey);
     const Lines first = play(turn);
     const std::string firstLibrary = library;
     EXPECT_EQ(first.size(), 4U);
