@@ -104,7 +104,8 @@ private:
     std::uint64_t timeOfEnd() const;
     void note(Input input);
     void take(unsigned int tick, Input&& input);
-    void forgetAll(unsigned int tick, const std::string& why);
+    void forgetDeletedManager();
+    void forgetAll(SessionState presentState, std::uint64_t presentMs, const std::string& why);
     void trim();
     void beginFile();
     void writeLast(const Entry& entry);
@@ -121,6 +122,7 @@ private:
     SessionState stateAtBegin; // of the log
     Recording::RestPoints rests;
     std::uint64_t lastMs = 0;
+    bool hadManager = false;               // at the last entry
     std::unique_ptr<Recording::File> file; // of a recording that goes on
     std::string path;                      // of the last recording
     EntryLog::Place beganAt;               // the rest
@@ -157,6 +159,7 @@ bool KXSessionRecorder::Session::start(const std::string& newPath) {
         return fail(newPath + ": another recorder observes the session");
     if (file)
         return fail(newPath + ": a recording goes on");
+    forgetDeletedManager();
     try {
         file = std::make_unique<Recording::File>(newPath);
     } catch (const std::runtime_error& error) {
@@ -302,11 +305,14 @@ void KXSessionRecorder::Session::note(Input input) {
 }
 
 void KXSessionRecorder::Session::take(unsigned int tick, Input&& input) {
+    forgetDeletedManager();
+    hadManager = KXInputEventManager::hasInstance();
     Entry entry;
     try {
         entry.timeMs = Recording::continueTime(tick, lastMs);
     } catch (const std::runtime_error& error) {
-        forgetAll(tick, error.what());
+        // What was before has no place in a recording with what comes.
+        forgetAll(stateAt(log.end()), tick, error.what());
         entry.timeMs = tick;
     }
     entry.input = std::move(input);
@@ -350,14 +356,25 @@ void KXSessionRecorder::Session::endFile(const std::string& why) {
     tell(lastProblem + "; the recording ends here");
 }
 
-// The clock went back: what was before has no place in a recording with what comes.
-void KXSessionRecorder::Session::forgetAll(unsigned int tick, const std::string& why) {
-    if (file)
+// Nobody tells the observer of a manager's end. The next manager tells its settings while it is made, before the
+// process has it. It knows nothing of the former one, and a replay makes only one manager.
+void KXSessionRecorder::Session::forgetDeletedManager() {
+    if (!hadManager || KXInputEventManager::hasInstance())
+        return;
+    hadManager = false;
+    forgetAll({}, lastMs, "the manager was deleted and made anew");
+    rests.addBeginning(log.begin());
+}
+
+// A recording that waits for a moment of rest has nothing yet, so it can go on.
+void KXSessionRecorder::Session::forgetAll(SessionState presentState, std::uint64_t presentMs,
+                                           const std::string& why) {
+    if (file && !isWaitingForRest)
         endFile(path + ": " + why);
-    stateAtBegin = stateAt(log.end());
+    stateAtBegin = std::move(presentState);
     log = EntryLog();
     rests = {};
-    lastMs = tick;
+    lastMs = presentMs;
 }
 
 void KXSessionRecorder::Session::trim() {

@@ -24,6 +24,9 @@ namespace KX {
 /// The operator's input waits while a line is written, not while \ref save writes. Make it and destroy it while no other
 /// thread calls KXInputEventManager::setKeyMapping or a setter of KXEncoderDynamic.
 ///
+/// A recording is of one manager. It ends when the application deletes the manager and makes another one. From then on
+/// \ref save writes only what the other one got.
+///
 /// When a recording cannot go on, one line on standard error says why. Other problems are told by \ref problem only.
 class KX_RECORDING_API KXSessionRecorder {
 public:

@@ -364,6 +364,73 @@ TEST_F(RecorderTest, a_clock_that_goes_back_ends_the_recording) {
     EXPECT_THAT(inputsOf(path), ElementsAre("100 pass"));
 }
 
+TEST_F(RecorderTest, a_manager_made_anew_ends_the_recording) {
+    KXSessionRecorder recorder;
+    recorder.start(path);
+    manager();
+    press();
+    KXSimulation::advance(100);
+    KXInputEventManager::deleteInstance();
+    testing::internal::CaptureStderr();
+    manager();
+    const std::string problem = path + ": the manager was deleted and made anew";
+    EXPECT_EQ("KXSessionRecorder: " + problem + "; the recording ends here\n",
+              testing::internal::GetCapturedStderr());
+    EXPECT_FALSE(recorder.isRecording());
+    press();
+    EXPECT_FALSE(recorder.stop());
+    EXPECT_EQ(problem, recorder.problem());
+    // The worker makes a last pass when the manager is deleted.
+    EXPECT_THAT(inputsOf(path), ElementsAre("0 pass", at(0, pressLine), "100 pass", "100 pass"));
+}
+
+TEST_F(RecorderTest, a_recording_after_a_manager_made_anew_begins_with_that_one) {
+    KXSessionRecorder recorder;
+    manager().setLongKeyPressDuration(5000);
+    manager().setKeyMapping({{66, 9}});
+    press(66);
+    KXSimulation::advance(100);
+    KXInputEventManager::deleteInstance();
+    manager();
+    ASSERT_TRUE(recorder.start(path)); // the key is still down, but the new manager does not know it
+    release(66);
+    EXPECT_TRUE(recorder.stop()) << recorder.problem();
+    EXPECT_THAT(entriesOf(path),
+                ElementsAre("100 pass", "100 set accept-input on", "100 set double-press 300",
+                            "100 set long-press 2000", StartsWith("100 set speed-table "), "100 set low-pass 900",
+                            "100 set user-factor 1000", testing::Not(HasSubstr("=9")),
+                            "100 toolkit TOOLKIT_KEY_RELEASE_EVENT os=0x42", "100 end"));
+}
+
+TEST_F(RecorderTest, a_recording_started_between_two_managers_has_the_second_one_whole) {
+    KXSessionRecorder recorder;
+    manager();
+    press();
+    KXSimulation::advance(100);
+    KXInputEventManager::deleteInstance();
+    ASSERT_TRUE(recorder.start(path));
+    manager();
+    press();
+    EXPECT_TRUE(recorder.stop()) << recorder.problem();
+    EXPECT_THAT(inputsOf(path), ElementsAre("100 pass", at(100, pressLine), "100 end"));
+}
+
+TEST_F(RecorderTest, what_is_saved_after_a_manager_made_anew_begins_with_that_one) {
+    KXSessionRecorder recorder(60000);
+    manager();
+    press();
+    KXSimulation::advance(100);
+    KXInputEventManager::deleteInstance();
+    ASSERT_TRUE(recorder.save(inFolder("before.kxr"))) << "what was before can be saved until then";
+    EXPECT_THAT(inputsOf(inFolder("before.kxr")),
+                ElementsAre("0 pass", at(0, pressLine), "100 pass", "100 pass", "100 end"));
+    manager();
+    KXSimulation::advance(50);
+    release();
+    ASSERT_TRUE(recorder.save(path)) << recorder.problem();
+    EXPECT_THAT(inputsOf(path), ElementsAre("100 pass", at(150, releaseLine), "150 end"));
+}
+
 TEST_F(RecorderTest, holds_the_worker_until_it_stops) {
     KXSessionRecorder recorder;
     recorder.start(path);
