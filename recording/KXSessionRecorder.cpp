@@ -107,7 +107,7 @@ private:
     void forgetDeletedManager();
     void forgetAll(SessionState presentState, std::uint64_t presentMs, const std::string& why);
     void trim();
-    void beginFile();
+    bool beginFile();
     void writeLast(const Entry& entry);
     void waitForRest();
     void endFile(const std::string& why);
@@ -168,19 +168,21 @@ bool KXSessionRecorder::Session::start(const std::string& newPath) {
     path = newPath;
     isWhole = true;
     isWaitingForRest = !rests.last();
-    if (!isWaitingForRest)
-        beginFile();
-    return true;
+    if (isWaitingForRest || beginFile())
+        return true;
+    fail(*file->problem());
+    file->discard();
+    file.reset();
+    return false;
 }
 
 // From the last rest on. The pass that showed the rest is in the log already.
-void KXSessionRecorder::Session::beginFile() {
+bool KXSessionRecorder::Session::beginFile() {
     isWaitingForRest = false;
     const EntryLog::Place place = *rests.last();
     beganAt = place;
     addEntries(*file, stateAt(place), log.copy(place, log.end()), lastMs);
-    if (!file->flush())
-        endFile(*file->problem());
+    return file->flush();
 }
 
 SessionState KXSessionRecorder::Session::stateAt(const EntryLog::Place& place) const {
@@ -196,17 +198,18 @@ bool KXSessionRecorder::Session::stop() {
 }
 
 bool KXSessionRecorder::Session::endRecording() {
-    const std::lock_guard<std::mutex> guard(lock);
-    if (file && isWaitingForRest) {
+    std::unique_lock<std::mutex> guard(lock);
+    if (file && isWaitingForRest)
         isWhole = fail(path + ": the recording is empty, because no moment of rest came");
-    } else if (file) {
+    else if (file)
         file->add({timeOfEnd(), Recording::End()});
-        isWhole = file->flush();
-        if (!isWhole)
-            fail(*file->problem());
-    }
-    file.reset();
-    return std::exchange(isWhole, true);
+    const std::unique_ptr<Recording::File> ended = std::move(file);
+    const bool wasWhole = std::exchange(isWhole, true);
+    guard.unlock(); // the input goes on
+    if (!ended || ended->finish())
+        return wasWhole;
+    guard.lock();
+    return fail(*ended->problem());
 }
 
 // The clock may have gone back behind the last entry.
@@ -235,8 +238,9 @@ bool KXSessionRecorder::Session::save(const std::string& newPath) {
         before.forEach([&state](const Entry& entry) { state.apply(entry.input); });
         addEntries(saved, state, kept, endMs);
         saved.add({endMs, Recording::End()});
-        if (saved.flush())
+        if (saved.finish())
             return true;
+        saved.discard();
         why = *saved.problem();
     } catch (const std::runtime_error& error) {
         why = error.what();
@@ -334,9 +338,12 @@ void KXSessionRecorder::Session::writeLast(const Entry& entry) {
     if (isWaitingForRest || rests.wasNone(beganAt)) {
         if (!rests.last())
             return waitForRest();
-        if (!isWaitingForRest && !file->restart())
-            return endFile(*file->problem());
-        return beginFile();
+        const bool wasEmpty = isWaitingForRest;
+        if ((wasEmpty || file->restart()) && beginFile())
+            return;
+        if (wasEmpty)
+            file->discard();
+        return endFile(*file->problem());
     }
     file->add(entry);
     if (!file->flush())

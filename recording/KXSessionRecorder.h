@@ -43,15 +43,15 @@ public:
     /// Records into a new file, from the last moment of rest on. In mid-session, with a new recorder, the first one is
     /// the next pass of the worker at which all is at rest. A file that is not empty is never overwritten. Each input
     /// reaches the system before the library gets it.
-    /// \return whether the file was made; otherwise see \ref problem
+    /// \return whether it goes on; otherwise there is no new file, and \ref problem says why
     bool start(const std::string& path);
 
-    /// Ends the recording. Without one it does nothing.
+    /// Ends the recording, and waits until the disk has it. Without one it does nothing.
     /// \return whether all of it was written, from its beginning
     bool stop();
 
-    /// Writes what is kept into a new file, as a recording, and goes on.
-    /// \return whether all of it was written; otherwise see \ref problem
+    /// Writes what is kept into a new file, as a recording, waits until the disk has it, and goes on.
+    /// \return whether all of it was written; otherwise there is no new file, and \ref problem says why
     bool save(const std::string& path);
 
     /// Why something failed last, in one line "path: why"; empty: nothing did. A recording that failed ends there, and

@@ -19,9 +19,9 @@ constexpr std::size_t largeBuffer = 65536;
 
 // Opening a pipe without a reader would block, and a signal could not end the program. Without blocking, such a
 // pipe is refused. Later writes wait for the reader as usual.
-int openToAppend(const std::string& name) {
+int openToAppend(const std::string& name, int otherFlags) {
     const int descriptor =
-        open(name.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK, accessForAll);
+        open(name.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK | otherFlags, accessForAll);
     if (descriptor >= 0)
         fcntl(descriptor, F_SETFL, O_APPEND); // no other flag can change; this does not fail
     return descriptor;
@@ -32,28 +32,47 @@ std::string whyNotOpened(int error) {
     return error == ENXIO ? "nobody reads this pipe" : std::strerror(error);
 }
 
-// Whether the file may hold something that must not be lost. A pipe or a device has no size.
-bool holdsSomething(int descriptor) {
-    struct stat state {};
-    return fstat(descriptor, &state) != 0 || (S_ISREG(state.st_mode) && state.st_size > 0);
-}
-
 } // namespace
 
 File::File(std::string path) : name(std::move(path)) {
-    descriptor = openToAppend(name);
-    if (descriptor < 0)
-        throw std::runtime_error(name + ": " + whyNotOpened(errno));
+    open();
     addHead();
-    const bool isTaken = holdsSomething(descriptor);
-    if (isTaken || !flush()) {
-        close(descriptor);
-        throw std::runtime_error(isTaken ? name + ": it is there already and is not overwritten" : *failure);
+    if (!flush()) {
+        discard();
+        throw std::runtime_error(*failure);
     }
 }
 
 File::~File() {
-    close(descriptor);
+    if (descriptor >= 0)
+        close(descriptor);
+}
+
+// A file that is not empty holds something that must not be lost. A pipe or a device has no size.
+void File::open() {
+    descriptor = openToAppend(name, O_EXCL);
+    isMade = descriptor >= 0;
+    if (!isMade && errno == EEXIST)
+        descriptor = openToAppend(name, 0);
+    struct stat state {};
+    if (descriptor < 0 || fstat(descriptor, &state) != 0)
+        refuse(whyNotOpened(errno));
+    isRegular = S_ISREG(state.st_mode);
+    device = state.st_dev;
+    number = state.st_ino;
+    if (isRegular && state.st_size > 0)
+        refuse("it is there already and is not overwritten");
+}
+
+void File::refuse(const std::string& why) {
+    if (descriptor >= 0)
+        close(descriptor);
+    throw std::runtime_error(name + ": " + why);
+}
+
+void File::fail(int error, const char* during) {
+    if (!failure)
+        failure = name + ": " + during + std::strerror(error);
 }
 
 void File::addHead() {
@@ -62,9 +81,35 @@ void File::addHead() {
 
 bool File::restart() {
     if (!failure && ftruncate(descriptor, 0) != 0)
-        failure = name + ": cannot begin anew: " + std::strerror(errno);
+        fail(errno, "cannot begin anew: ");
     addHead();
     return flush();
+}
+
+// A disk over a network may tell only now that it is full. After a failed close the descriptor is closed, too.
+bool File::finish() {
+    if (!flush())
+        return false;
+    if (isRegular && fsync(descriptor) != 0)
+        fail(errno);
+    if (close(std::exchange(descriptor, -1)) != 0)
+        fail(errno);
+    return !failure;
+}
+
+void File::discard() {
+    if (isMade && hasItsName())
+        unlink(name.c_str());
+    else if (isRegular && descriptor >= 0 && ftruncate(descriptor, 0) != 0)
+        fail(errno);
+    if (descriptor >= 0)
+        close(std::exchange(descriptor, -1));
+}
+
+// Somebody may have moved the file, and another one may have its name.
+bool File::hasItsName() const {
+    struct stat named {};
+    return stat(name.c_str(), &named) == 0 && named.st_dev == device && named.st_ino == number;
 }
 
 void File::add(const Entry& entry) {
@@ -80,8 +125,10 @@ bool File::flush() {
         const ssize_t written = ::write(descriptor, text.data(), text.size());
         if (written > 0)
             text.remove_prefix(static_cast<std::size_t>(written)); // all, unless the disk fills up
+        else if (written == 0)
+            fail(ENOSPC); // which sets no error
         else if (errno != EINTR)
-            failure = name + ": " + std::strerror(errno);
+            fail(errno);
     }
     buffer.clear();
     return !failure;

@@ -1,3 +1,4 @@
+#include "tests/recording/FullDisk.h"
 #include "tests/recording/RecorderFixture.h"
 
 #include "input/KXInputObserver.h"
@@ -320,6 +321,87 @@ TEST_F(RecorderTest, a_full_disk_is_told_once_and_the_session_goes_on) {
     press();
     EXPECT_TRUE(manager().hasEvents());
     EXPECT_TRUE(recorder.start(path));
+}
+
+// In a recording of a few lines, so that the first lines of the file can be written and the rest cannot.
+TEST_F(RecorderTest, a_save_that_fails_leaves_no_file_and_a_later_one_works) {
+    KXSessionRecorder recorder(60000);
+    manager();
+    {
+        const test::Disk disk(200);
+        EXPECT_FALSE(recorder.save(path));
+    }
+    EXPECT_EQ(path + ": File too large", recorder.problem());
+    EXPECT_FALSE(std::filesystem::exists(path));
+    press();
+    EXPECT_TRUE(manager().hasEvents());
+    EXPECT_TRUE(recorder.save(path)) << recorder.problem();
+    EXPECT_THAT(inputsOf(path), ElementsAre("0 pass", at(0, pressLine), "0 end"));
+}
+
+TEST_F(RecorderTest, a_start_that_fails_leaves_no_file_and_a_later_one_works) {
+    KXSessionRecorder recorder;
+    manager();
+    {
+        const test::Disk disk(200);
+        EXPECT_FALSE(recorder.start(path));
+    }
+    EXPECT_EQ(path + ": File too large", recorder.problem());
+    EXPECT_FALSE(recorder.isRecording());
+    EXPECT_FALSE(std::filesystem::exists(path));
+    EXPECT_TRUE(recorder.start(path));
+    EXPECT_TRUE(recorder.stop());
+}
+
+TEST_F(RecorderTest, a_recording_whose_beginning_cannot_be_written_at_its_first_rest_is_removed) {
+    manager();
+    KXSessionRecorder recorder;
+    ASSERT_TRUE(recorder.start(path));
+    testing::internal::CaptureStderr();
+    {
+        const test::Disk disk(200);
+        KXSimulation::advance(100);
+    }
+    EXPECT_EQ("KXSessionRecorder: " + path + ": File too large; the recording ends here\n",
+              testing::internal::GetCapturedStderr());
+    EXPECT_FALSE(std::filesystem::exists(path));
+    EXPECT_FALSE(recorder.stop());
+}
+
+TEST_F(RecorderTest, a_disk_that_fills_up_meanwhile_ends_the_recording_with_one_line) {
+    KXSessionRecorder recorder;
+    ASSERT_TRUE(recorder.start(path));
+    manager();
+    testing::internal::CaptureStderr();
+    {
+        const test::Disk disk(std::filesystem::file_size(path));
+        press();
+        release();
+    }
+    EXPECT_EQ("KXSessionRecorder: " + path + ": File too large; the recording ends here\n",
+              testing::internal::GetCapturedStderr());
+    EXPECT_EQ(path + ": File too large", recorder.problem());
+    EXPECT_EQ(KEY_PRESS_EVENT, manager().getNextEvent().eventType);
+    EXPECT_FALSE(recorder.stop());
+    EXPECT_EQ("0 pass", inputsOf(path).back()) << "what was written before stays";
+    EXPECT_TRUE(recorder.start(inFolder("next.kxr")));
+    EXPECT_TRUE(recorder.stop());
+}
+
+TEST_F(RecorderTest, a_folder_that_vanishes_is_told_by_the_next_save_and_ends_no_recording) {
+    const std::string gone = inFolder("gone");
+    std::filesystem::create_directory(gone);
+    KXSessionRecorder recorder(60000);
+    ASSERT_TRUE(recorder.start(gone + "/day.kxr"));
+    std::filesystem::remove_all(gone);
+    manager();
+    press();
+    EXPECT_TRUE(manager().hasEvents());
+    EXPECT_FALSE(recorder.save(gone + "/kept.kxr"));
+    EXPECT_EQ(gone + "/kept.kxr: No such file or directory", recorder.problem());
+    recorder.stop();
+    EXPECT_TRUE(recorder.start(path)) << recorder.problem();
+    EXPECT_TRUE(recorder.stop());
 }
 
 TEST_F(RecorderTest, one_recording_at_a_time) {

@@ -3,11 +3,13 @@
 #include "recording/RecordingFile.h"
 
 #include "RecordingText.h"
+#include "tests/recording/FullDisk.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
@@ -16,7 +18,6 @@
 #include <functional>
 #include <iterator>
 #include <memory>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
@@ -24,9 +25,24 @@
 
 namespace {
 
+int errorOfSync = 0; // 0: works
+
+} // namespace
+
+// Takes the place of the system's call, so that it can fail.
+extern "C" int fsync(int descriptor) {
+    if (errorOfSync == 0)
+        return fdatasync(descriptor);
+    errno = errorOfSync;
+    return -1;
+}
+
+namespace {
+
 using namespace KX::Recording;
 using KX::Recording::test::Outcome;
 using KX::Recording::test::outcomeOf;
+using KX::test::Disk;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
@@ -77,30 +93,6 @@ protected:
 
     std::filesystem::path folder;
     std::filesystem::path path;
-};
-
-// Acts like a disk that is full at this file size. The signal for a write beyond it, which would end the program,
-// is ignored.
-class Disk {
-public:
-    explicit Disk(rlim_t size) {
-        getrlimit(RLIMIT_FSIZE, &before);
-        rlimit limit = before;
-        limit.rlim_cur = size;
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-
-    ~Disk() {
-        setrlimit(RLIMIT_FSIZE, &before);
-        signal(SIGXFSZ, handler);
-    }
-
-    Disk(const Disk&) = delete;
-    Disk& operator=(const Disk&) = delete;
-
-private:
-    rlimit before{};
-    void (*const handler)(int) = signal(SIGXFSZ, SIG_IGN);
 };
 
 // Runs \p work in a separate process until \p isEnough, then kills it.
@@ -261,6 +253,53 @@ TEST_F(RecordingFileTest, AfterAFailureNothingIsWrittenAnyMore) {
     EXPECT_FALSE(file.write(6, Pass()));
     EXPECT_EQ(path.string() + ": File too large", file.problem());
     EXPECT_EQ(head, content());
+}
+
+TEST_F(RecordingFileTest, AFileWithoutItsFirstLinesIsRemoved) {
+    const Disk disk(head.size() - 1);
+    EXPECT_EQ(path.string() + ": File too large", refusalOf(path));
+    EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+TEST_F(RecordingFileTest, AnEmptyFileThatWasThereStaysEmpty) {
+    std::ofstream(path).close();
+    const Disk disk(head.size() - 1);
+    EXPECT_EQ(path.string() + ": File too large", refusalOf(path));
+    EXPECT_TRUE(std::filesystem::exists(path));
+    EXPECT_EQ("", content());
+}
+
+TEST_F(RecordingFileTest, ADiscardedFileIsRemoved) {
+    EntryFile file(path);
+    file.write(5, Pass());
+    file.discard();
+    EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+TEST_F(RecordingFileTest, ADiscardedFileThatAnotherOneHasReplacedLeavesThatOne) {
+    EntryFile file(path);
+    std::filesystem::remove(path);
+    std::ofstream(path) << "x";
+    file.discard();
+    EXPECT_EQ("x", content());
+}
+
+TEST_F(RecordingFileTest, FinishedMeansThatTheDiskHasIt) {
+    {
+        EntryFile file(path);
+        EXPECT_TRUE(file.finish());
+    }
+    std::filesystem::remove(path);
+    EntryFile file(path);
+    errorOfSync = EIO;
+    EXPECT_FALSE(file.finish());
+    errorOfSync = 0;
+    EXPECT_EQ(path.string() + ": Input/output error", file.problem());
+}
+
+TEST_F(RecordingFileTest, ADeviceNeedsNoDisk) {
+    EntryFile file("/dev/null");
+    EXPECT_TRUE(file.finish());
 }
 
 TEST_F(RecordingFileTest, AKilledProcessLeavesWholeLines) {
