@@ -78,13 +78,14 @@ public:
     explicit Session(unsigned int keptMilliseconds) : keptMs(keptMilliseconds) {}
     ~Session() override { endObserving(); }
 
-    void observe();
+    bool observe();
 
     bool start(const std::string& path);
     bool stop();
     bool save(const std::string& path);
     std::string problem() const;
     bool isRecording() const;
+    void holdWorker();
 
     void onToolkitEvent(const KXToolkitEvent& event) override { note(event); }
     void onInputEvent(const KXInputEvent& event) override { note(event); }
@@ -93,13 +94,15 @@ public:
     void onSpeedTable(const std::vector<KXEncoderDynamicPair>& pairs) override {
         note(Recording::SpeedTable{pairs});
     }
-    void onKeyMapping(const std::map<int, int>& mapping) override { note(Recording::KeyMapping{mapping}); }
+    void onKeyMapping(const std::map<int, int>& mapping) override;
     void onKeypad(const CANRemoteOptions& options) override;
     void onFrame(const KXCANMessage& frame) override { note(Recording::Frame{Recording::keypadBus, frame}); }
     void onPass(unsigned int tick) override;
 
 private:
     void endObserving();
+    bool isStillObserver();
+    void loseObservation();
     bool endRecording();
     std::uint64_t timeOfEnd() const;
     void note(Input input);
@@ -115,9 +118,11 @@ private:
     SessionState stateAt(const EntryLog::Place& place) const;
 
     const unsigned int keptMs;
-    bool isObserver = false; // set by the constructor
+    std::atomic<unsigned int> probes{0}; // that have reached this observer
 
     mutable std::mutex lock; // guards what follows
+    bool isObserver = false;
+    std::string whyNoObserver;
     EntryLog log;
     SessionState stateAtBegin; // of the log
     Recording::RestPoints rests;
@@ -131,32 +136,66 @@ private:
     std::string lastProblem;
 };
 
-void KXSessionRecorder::Session::observe() {
+// The manager tells its settings in setObserver, so the lock must be free.
+bool KXSessionRecorder::Session::observe() {
+    std::unique_lock<std::mutex> guard(lock);
     if (isObserved.exchange(true)) {
-        lastProblem = "another recorder observes the session";
-        tell(lastProblem + "; this one records nothing");
-        return;
+        whyNoObserver = "another recorder observes the session";
+        return fail(whyNoObserver);
     }
     isObserver = true;
-    lastMs = KXTick::getTickCount();
-    KXInputEventManager::setObserver(this); // which tells the settings of a manager that is there
-    const std::lock_guard<std::mutex> guard(lock);
+    hadManager = false;
+    forgetAll({}, KXTick::getTickCount(), "");
+    guard.unlock();
+    KXInputEventManager::setObserver(this);
+    guard.lock();
     if (log.bytes() == 0)
         rests.addBeginning(log.begin());
+    return true;
 }
 
 void KXSessionRecorder::Session::endObserving() {
+    stop();
     if (!isObserver)
         return;
-    stop();
     KXInputEventManager::setObserver(nullptr);
     isObserved = false;
 }
 
+// Nobody tells an observer that another one has taken its place, so this makes a call that changes nothing and looks
+// whether it is told of it. Without a manager it cannot know.
+bool KXSessionRecorder::Session::isStillObserver() {
+    {
+        const std::lock_guard<std::mutex> guard(lock);
+        if (!isObserver)
+            return false;
+    }
+    const unsigned int before = probes;
+    if (!KXInputEventManager::hasInstance())
+        return true;
+    KXInputEventManager::getInstance()->setKeyMapping({});
+    if (probes != before)
+        return true;
+    loseObservation();
+    return false;
+}
+
+void KXSessionRecorder::Session::loseObservation() {
+    const std::lock_guard<std::mutex> guard(lock);
+    if (!std::exchange(isObserver, false))
+        return;
+    isObserved = false;
+    whyNoObserver = "another observer has taken the place of the recorder";
+    if (file)
+        endFile(path + ": " + whyNoObserver);
+}
+
 bool KXSessionRecorder::Session::start(const std::string& newPath) {
+    if (!isStillObserver())
+        observe();
     const std::lock_guard<std::mutex> guard(lock);
     if (!isObserver)
-        return fail(newPath + ": another recorder observes the session");
+        return fail(newPath + ": " + whyNoObserver);
     if (file)
         return fail(newPath + ": a recording goes on");
     forgetDeletedManager();
@@ -192,6 +231,7 @@ SessionState KXSessionRecorder::Session::stateAt(const EntryLog::Place& place) c
 }
 
 bool KXSessionRecorder::Session::stop() {
+    isStillObserver();
     const bool isWritten = endRecording();
     release(); // a pass may come only behind the end
     return isWritten;
@@ -219,9 +259,10 @@ std::uint64_t KXSessionRecorder::Session::timeOfEnd() const {
 }
 
 bool KXSessionRecorder::Session::save(const std::string& newPath) {
+    isStillObserver();
     std::unique_lock<std::mutex> guard(lock);
     if (!isObserver)
-        return fail(newPath + ": another recorder observes the session");
+        return fail(newPath + ": " + whyNoObserver);
     if (keptMs == 0)
         return fail(newPath + ": nothing is kept");
     const auto place = rests.lastBefore(lastMs > keptMs ? lastMs - keptMs : 0);
@@ -264,6 +305,13 @@ bool KXSessionRecorder::Session::isRecording() const {
     return file != nullptr;
 }
 
+void KXSessionRecorder::Session::holdWorker() {
+    if (isStillObserver())
+        return keep();
+    const std::lock_guard<std::mutex> guard(lock);
+    fail(whyNoObserver);
+}
+
 void KXSessionRecorder::Session::onSetting(KXInputSetting setting, std::int64_t value) {
     if (setting != KXInputSetting::KeyboardLayout) // no event depends on it
         note(Recording::NumberSetting{setting, value});
@@ -284,6 +332,12 @@ void KXSessionRecorder::Session::onPostedEvent(const KXEvent& event) {
         post.event.eventClass = event.eventClass;
     }
     note(std::move(post));
+}
+
+void KXSessionRecorder::Session::onKeyMapping(const std::map<int, int>& mapping) {
+    ++probes;
+    if (!mapping.empty())
+        note(Recording::KeyMapping{mapping});
 }
 
 // A replay checks the layout as the tools do. What they refuse would make the whole recording useless; its keys are
@@ -396,7 +450,8 @@ void KXSessionRecorder::Session::trim() {
 }
 
 KXSessionRecorder::KXSessionRecorder(unsigned int keptMs) : session(std::make_unique<Session>(keptMs)) {
-    session->observe();
+    if (!session->observe())
+        tell(session->problem() + "; this one records nothing");
 }
 
 KXSessionRecorder::~KXSessionRecorder() = default;
@@ -422,7 +477,7 @@ bool KXSessionRecorder::isRecording() const {
 }
 
 void KXSessionRecorder::holdWorker() {
-    session->keep();
+    session->holdWorker();
 }
 
 } // namespace KX

@@ -4,6 +4,7 @@
 #include "input/KXInputObserver.h"
 #include "platform/KXCANMessage.h"
 
+#include <memory>
 #include <thread>
 
 namespace KX {
@@ -17,6 +18,16 @@ using testing::StartsWith;
 class RecorderTest : public test::RecorderFixture {
 protected:
     KXInputEventManager& manager() { return *KXInputEventManager::createInstance(); }
+};
+
+class OtherObserver : public KXInputObserver {
+public:
+    ~OtherObserver() override { KXInputEventManager::setObserver(nullptr); }
+
+    void observe() { KXInputEventManager::setObserver(this); }
+    void onToolkitEvent(const KXToolkitEvent& /*event*/) override { ++events; }
+
+    int events = 0;
 };
 
 constexpr const char* pressLine = "toolkit TOOLKIT_KEY_PRESS_EVENT os=0x1000000";
@@ -423,12 +434,78 @@ TEST_F(RecorderTest, a_second_recorder_is_told_that_it_is_one) {
         EXPECT_FALSE(second.start(path));
         EXPECT_EQ(path + ": another recorder observes the session", second.problem());
         EXPECT_FALSE(second.save(path));
+        second.holdWorker(); // which would stop the first one's worker
+        EXPECT_EQ("another recorder observes the session", second.problem());
     }
     manager();
     EXPECT_TRUE(first.start(path)); // which the second one's end has not disturbed
     press();
     EXPECT_TRUE(first.stop());
     EXPECT_THAT(inputsOf(path), ElementsAre("0 pass", at(0, pressLine), "0 end"));
+}
+
+TEST_F(RecorderTest, a_second_recorder_can_be_started_when_the_first_one_has_gone) {
+    testing::internal::CaptureStderr();
+    auto first = std::make_unique<KXSessionRecorder>();
+    KXSessionRecorder second;
+    testing::internal::GetCapturedStderr();
+    manager();
+    press();
+    EXPECT_TRUE(second.stop()) << "there is nothing to end";
+    first.reset();
+    KXSimulation::advance(5000);
+    ASSERT_TRUE(second.start(path)) << second.problem();
+    release();
+    KXSimulation::advance(100); // a rest, as the press was long ago
+    press();
+    EXPECT_TRUE(second.stop());
+    EXPECT_EQ(at(5100, pressLine), inputsOf(path)[1]);
+}
+
+TEST_F(RecorderTest, another_observer_in_its_place_ends_the_recording) {
+    KXSessionRecorder recorder;
+    ASSERT_TRUE(recorder.start(path));
+    manager();
+    OtherObserver other;
+    other.observe();
+    press();
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(recorder.stop());
+    const std::string problem = path + ": another observer has taken the place of the recorder";
+    EXPECT_EQ("KXSessionRecorder: " + problem + "; the recording ends here\n",
+              testing::internal::GetCapturedStderr());
+    EXPECT_EQ(problem, recorder.problem());
+    EXPECT_FALSE(recorder.isRecording());
+    EXPECT_THAT(inputsOf(path), ElementsAre("0 pass")) << "neither the press nor an end";
+}
+
+TEST_F(RecorderTest, another_observer_in_its_place_is_told_by_save_and_start_takes_the_place_back) {
+    KXSessionRecorder recorder(60000);
+    manager();
+    press();
+    OtherObserver other;
+    other.observe();
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_FALSE(recorder.save(path));
+        EXPECT_EQ(path + ": another observer has taken the place of the recorder", recorder.problem());
+    }
+    release();
+    KXSimulation::advance(5000);
+    EXPECT_TRUE(recorder.start(path)) << recorder.problem();
+    KXSimulation::advance(100);
+    EXPECT_TRUE(recorder.stop());
+    EXPECT_THAT(inputsOf(path), ElementsAre("5100 pass", "5100 end"));
+}
+
+TEST_F(RecorderTest, its_end_leaves_another_observer_in_its_place) {
+    manager();
+    OtherObserver other;
+    {
+        KXSessionRecorder recorder;
+        other.observe();
+    }
+    press();
+    EXPECT_EQ(1, other.events);
 }
 
 TEST_F(RecorderTest, a_clock_that_goes_back_ends_the_recording) {
