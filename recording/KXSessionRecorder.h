@@ -46,8 +46,9 @@ public:
     KXSessionRecorder& operator=(const KXSessionRecorder&) = delete;
 
     /// Records into a new file, from the last moment of rest on. In mid-session, with a new recorder, the first one is
-    /// the next pass of the worker at which all is at rest. A file that is not empty is never overwritten. Each input
-    /// reaches the system before the library gets it.
+    /// the next pass of the worker at which all is at rest. A file that is not empty is never overwritten. A pipe or a
+    /// device works, too, but input waits for the reader of a full pipe. Each input reaches the system before the
+    /// library gets it.
     /// \return whether it goes on; otherwise there is no new file, and \ref problem says why
     bool start(const std::string& path);
 

@@ -3,8 +3,10 @@
 #include "recording/RecordingFormat.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <fcntl.h>
+#include <optional>
 #include <stdexcept>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -26,6 +28,34 @@ int openToAppend(const std::string& name, int otherFlags) {
         fcntl(descriptor, F_SETFL, O_APPEND); // no other flag can change; this does not fail
     return descriptor;
 }
+
+// A pipe whose reader has ended raises a signal in the thread that writes, and the signal would end the application.
+// This object blocks it and takes it away again.
+class BlockedPipeSignal {
+public:
+    BlockedPipeSignal() {
+        sigemptyset(&pipeSignal);
+        sigaddset(&pipeSignal, SIGPIPE);
+        sigset_t pending;
+        wasPending = sigpending(&pending) == 0 && sigismember(&pending, SIGPIPE) == 1;
+        pthread_sigmask(SIG_BLOCK, &pipeSignal, &before);
+    }
+
+    ~BlockedPipeSignal() {
+        constexpr timespec atOnce{};
+        if (!wasPending)
+            sigtimedwait(&pipeSignal, nullptr, &atOnce);
+        pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    }
+
+    BlockedPipeSignal(const BlockedPipeSignal&) = delete;
+    BlockedPipeSignal& operator=(const BlockedPipeSignal&) = delete;
+
+private:
+    sigset_t pipeSignal{};
+    sigset_t before{};
+    bool wasPending = false; // it is somebody else's
+};
 
 // The text for ENXIO is "No such device or address", which does not help.
 std::string whyNotOpened(int error) {
@@ -120,6 +150,9 @@ void File::add(const Entry& entry) {
 }
 
 bool File::flush() {
+    std::optional<BlockedPipeSignal> noSignal;
+    if (!isRegular)
+        noSignal.emplace();
     std::string_view text = buffer;
     while (!failure && !text.empty()) {
         const ssize_t written = ::write(descriptor, text.data(), text.size());

@@ -4,8 +4,11 @@
 #include "input/KXInputObserver.h"
 #include "platform/KXCANMessage.h"
 
+#include <fcntl.h>
 #include <memory>
+#include <sys/stat.h>
 #include <thread>
+#include <unistd.h>
 
 namespace KX {
 namespace {
@@ -413,6 +416,23 @@ TEST_F(RecorderTest, a_folder_that_vanishes_is_told_by_the_next_save_and_ends_no
     recorder.stop();
     EXPECT_TRUE(recorder.start(path)) << recorder.problem();
     EXPECT_TRUE(recorder.stop());
+}
+
+TEST_F(RecorderTest, a_pipe_whose_reader_ends_is_told_in_one_line_and_the_session_goes_on) {
+    ASSERT_EQ(0, mkfifo(path.c_str(), 0600));
+    const int reader = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    KXSessionRecorder recorder;
+    ASSERT_TRUE(recorder.start(path)) << recorder.problem();
+    manager();
+    close(reader);
+    testing::internal::CaptureStderr();
+    press();
+    release();
+    EXPECT_EQ("KXSessionRecorder: " + path + ": Broken pipe; the recording ends here\n",
+              testing::internal::GetCapturedStderr());
+    EXPECT_EQ(KEY_PRESS_EVENT, manager().getNextEvent().eventType);
+    EXPECT_FALSE(recorder.stop());
+    EXPECT_TRUE(recorder.start(inFolder("next.kxr")));
 }
 
 TEST_F(RecorderTest, one_recording_at_a_time) {

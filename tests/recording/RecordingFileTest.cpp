@@ -224,6 +224,20 @@ TEST_F(RecordingFileTest, APipeTakesItAndWaitsForItsReader) {
     EXPECT_EQ(head.size() + 20000 * std::string("10000 pass\n").size(), count);
 }
 
+TEST_F(RecordingFileTest, APipeWhoseReaderHasEndedFailsAndEndsNoProgram) {
+    ASSERT_EQ(0, mkfifo(path.c_str(), 0600));
+    const int reader = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    EntryFile file(path);
+    EXPECT_TRUE(file.write(5, Pass()));
+    close(reader);
+    EXPECT_FALSE(file.write(6, Pass()));
+    EXPECT_EQ(path.string() + ": Broken pipe", file.problem());
+    sigset_t pending;
+    sigpending(&pending);
+    EXPECT_FALSE(sigismember(&pending, SIGPIPE));
+    EXPECT_TRUE(std::filesystem::exists(path)) << "the pipe is not the recorder's";
+}
+
 TEST_F(RecordingFileTest, IsReadableForWhomTheProcessLets) {
     const mode_t before = umask(027);
     refusalOf(path);
