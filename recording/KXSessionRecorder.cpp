@@ -91,9 +91,7 @@ public:
     void onInputEvent(const KXInputEvent& event) override { note(event); }
     void onPostedEvent(const KXEvent& event) override;
     void onSetting(KXInputSetting setting, std::int64_t value) override;
-    void onSpeedTable(const std::vector<KXEncoderDynamicPair>& pairs) override {
-        note(Recording::SpeedTable{pairs});
-    }
+    void onSpeedTable(const std::vector<KXEncoderDynamicPair>& pairs) override;
     void onKeyMapping(const std::map<int, int>& mapping) override;
     void onKeypad(const CANRemoteOptions& options) override;
     void onFrame(const KXCANMessage& frame) override { note(Recording::Frame{Recording::keypadBus, frame}); }
@@ -107,7 +105,9 @@ private:
     std::uint64_t timeOfEnd() const;
     void note(Input input);
     void take(unsigned int tick, Input&& input);
+    void learnEncoder();
     void forgetDeletedManager();
+    void forgetTurn(const KXInputMemory& memory);
     void forgetAll(SessionState presentState, std::uint64_t presentMs, const std::string& why);
     void trim();
     bool beginFile();
@@ -128,6 +128,9 @@ private:
     Recording::RestPoints rests;
     std::uint64_t lastMs = 0;
     bool hadManager = false;               // at the last entry
+    bool knowsEncoder = false;             // what was set before the recorder was there, too
+    bool knowsTable = false;               // of the encoder
+    bool wasUserFactorSet = false;         // by the last entry that is no pass
     std::unique_ptr<Recording::File> file; // of a recording that goes on
     std::string path;                      // of the last recording
     EntryLog::Place beganAt;               // the rest
@@ -144,7 +147,7 @@ bool KXSessionRecorder::Session::observe() {
         return fail(whyNoObserver);
     }
     isObserver = true;
-    hadManager = false;
+    hadManager = knowsEncoder = knowsTable = false;
     forgetAll({}, KXTick::getTickCount(), "");
     guard.unlock();
     KXInputEventManager::setObserver(this);
@@ -334,10 +337,44 @@ void KXSessionRecorder::Session::onPostedEvent(const KXEvent& event) {
     note(std::move(post));
 }
 
+void KXSessionRecorder::Session::onSpeedTable(const std::vector<KXEncoderDynamicPair>& pairs) {
+    note(Recording::SpeedTable{pairs});
+    const std::lock_guard<std::mutex> guard(lock);
+    knowsTable = true;
+}
+
+// A manager, new or old, tells its keys when it has told its settings and those of an encoder that it has made.
 void KXSessionRecorder::Session::onKeyMapping(const std::map<int, int>& mapping) {
     ++probes;
-    if (!mapping.empty())
-        note(Recording::KeyMapping{mapping});
+    if (mapping.empty())
+        return;
+    note(Recording::KeyMapping{mapping});
+    learnEncoder();
+}
+
+// Nobody tells of an encoder that was set before there was a recorder, nor of a table that it refused by then. A
+// refused table changes when the encoder restarts.
+void KXSessionRecorder::Session::learnEncoder() {
+    bool knewTable = false;
+    {
+        const std::lock_guard<std::mutex> guard(lock);
+        const bool hasNoEncoder =
+            KXInputEventManager::hasInstance() && KXInputEventManager::getMemory().restartGapMs == 0;
+        if (hasNoEncoder || std::exchange(knowsEncoder, true))
+            return;
+        knewTable = std::exchange(knowsTable, true);
+    }
+    const KXEncoderDynamic* const encoder = KXEncoderDynamic::instance();
+    if (!encoder)
+        return;
+    const Recording::SpeedTable table{encoder->getDynamicParameters()};
+    if (!knewTable) {
+        note(table);
+        note(Recording::NumberSetting{KXInputSetting::EncoderLowPassFactor, encoder->getLowPassFactor()});
+        note(Recording::NumberSetting{KXInputSetting::EncoderUserFactor, encoder->getUserFactor()});
+    }
+    if (encoder->getRestartTimeGap() != Recording::restartGapOf(table))
+        note(Recording::SpeedTable{{{1, 1}, {1, 1}}});
 }
 
 // A replay checks the layout as the tools do. What they refuse would make the whole recording useless; its keys are
@@ -373,13 +410,17 @@ void KXSessionRecorder::Session::take(unsigned int tick, Input&& input) {
         forgetAll(stateAt(log.end()), tick, error.what());
         entry.timeMs = tick;
     }
+    const KXInputMemory memory = KXInputEventManager::getMemory();
+    forgetTurn(memory);
     entry.input = std::move(input);
     const EntryLog::Place place = log.end();
-    const KXInputMemory memory = KXInputEventManager::getMemory();
-    if (std::holds_alternative<Recording::Pass>(entry.input))
+    if (std::holds_alternative<Recording::Pass>(entry.input)) {
         rests.pass(tick, place, memory);
-    else
+    } else {
         rests.input(entry, place, memory);
+        const auto* const setting = std::get_if<Recording::NumberSetting>(&entry.input);
+        wasUserFactorSet = setting && setting->name == KXInputSetting::EncoderUserFactor;
+    }
     log.append(entry);
     lastMs = entry.timeMs;
     if (file)
@@ -422,9 +463,16 @@ void KXSessionRecorder::Session::endFile(const std::string& why) {
 void KXSessionRecorder::Session::forgetDeletedManager() {
     if (!hadManager || KXInputEventManager::hasInstance())
         return;
-    hadManager = false;
+    hadManager = knowsEncoder = knowsTable = false;
     forgetAll({}, lastMs, "the manager was deleted and made anew");
     rests.addBeginning(log.begin());
+}
+
+// KXEncoderDynamic::initialize forgets the turn when it has set the user factor, and a new encoder knows none. A step
+// with time stamp 0 looks the same, but it is not forgotten.
+void KXSessionRecorder::Session::forgetTurn(const KXInputMemory& memory) {
+    if (rests.hasLostStep(memory) && (wasUserFactorSet || memory.restartGapMs == 0))
+        forgetAll(stateAt(log.end()), lastMs, "the encoder was initialised anew and has forgotten its last turn");
 }
 
 // A recording that waits for a moment of rest has nothing yet, so it can go on.

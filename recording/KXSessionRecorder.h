@@ -30,7 +30,7 @@ namespace KX {
 /// thread calls KXInputEventManager::setKeyMapping or a setter of KXEncoderDynamic.
 ///
 /// A recording is of one manager. It ends when the application deletes the manager and makes another one. From then on
-/// \ref save writes only what the other one got.
+/// \ref save writes only what the other one got. It also ends when KXEncoderDynamic::initialize forgets a turn.
 ///
 /// When a recording cannot go on, one line on standard error says why. Other problems are told by \ref problem only.
 class KX_RECORDING_API KXSessionRecorder {

@@ -27,6 +27,7 @@ void RestPoints::addBeginning(const EntryLog::Place& place) {
     points.assign(1, place);
     lastPress = lastStep = place;
     before = {};
+    hasStep = false;
 }
 
 void RestPoints::input(const Entry& entry, const EntryLog::Place& place, const KXInputMemory& memory) {
@@ -39,7 +40,6 @@ void RestPoints::input(const Entry& entry, const EntryLog::Place& place, const K
         dropSince(lastPress);
     // The encoder divides by it, whatever its sign.
     const unsigned int steps = event->count == 0 ? 1 : static_cast<unsigned int>(event->count);
-    const bool hasStep = memory.stepTimeStamp != 0;
     if (hasStep && (continuesTurn(event->timeStamp, steps, memory.stepTimeStamp, memory.restartGapMs) ||
                     continuesTurn(event->timeStamp, steps, 0, memory.restartGapMs)))
         dropSince(lastStep);
@@ -48,8 +48,7 @@ void RestPoints::input(const Entry& entry, const EntryLog::Place& place, const K
 void RestPoints::pass(unsigned int tick, const EntryLog::Place& place, const KXInputMemory& memory) {
     noRestSince.reset();
     noteChanges(place, memory);
-    const bool encoderRests =
-        memory.stepTimeStamp == 0 || !continuesTurn(tick, 1, memory.stepTimeStamp, memory.restartGapMs);
+    const bool encoderRests = !hasStep || !continuesTurn(tick, 1, memory.stepTimeStamp, memory.restartGapMs);
     if (memory.isPressPending || memory.isBundleOpen || mayPair(tick, memory) || !encoderRests)
         return;
     if (points.size() >= 2 && place.timeMs - points[points.size() - 2].timeMs < spacingMs)
@@ -62,8 +61,10 @@ void RestPoints::pass(unsigned int tick, const EntryLog::Place& place, const KXI
 void RestPoints::noteChanges(const EntryLog::Place& place, const KXInputMemory& memory) {
     if (memory.hasPress && (!before.hasPress || memory.pressTimeStamp != before.pressTimeStamp))
         lastPress = place;
-    if (memory.stepTimeStamp != before.stepTimeStamp)
+    if (memory.stepTimeStamp != before.stepTimeStamp) {
+        hasStep = true;
         lastStep = place;
+    }
     before = memory;
 }
 

@@ -26,6 +26,11 @@ public:
     /// To be told before each pass.
     void pass(unsigned int tick, const EntryLog::Place& place, const KXInputMemory& memory);
 
+    /// Whether the encoder had a last step when the last entry was told, and has none now.
+    bool hasLostStep(const KXInputMemory& memory) const {
+        return before.stepTimeStamp != 0 && memory.stepTimeStamp == 0;
+    }
+
     std::optional<EntryLog::Place> last() const;
 
     /// The last rest that was over \p timeMs; else the first one.
@@ -47,6 +52,7 @@ private:
     std::deque<EntryLog::Place> points;
     std::optional<EntryLog::Place> noRestSince; // as the last entry has shown
     KXInputMemory before;
+    bool hasStep = false;      // a step's time stamp may be 0
     EntryLog::Place lastPress; // behind it
     EntryLog::Place lastStep;
 };

@@ -19,6 +19,11 @@ bool isRising(const SpeedTable& table) {
 
 } // namespace
 
+unsigned int restartGapOf(const SpeedTable& table) {
+    constexpr unsigned int gapWithoutTableMs = 500;
+    return table.rows.size() < 2 ? gapWithoutTableMs : 2 * table.rows.back().timeGap;
+}
+
 void SessionState::apply(const Input& input) {
     if (const auto* const number = std::get_if<NumberSetting>(&input)) {
         apply(*number);

@@ -81,6 +81,38 @@ TEST_F(RecorderTest, made_after_the_manager_begins_with_its_settings_at_the_firs
                             "100 pass", "150 end"));
 }
 
+TEST_F(RecorderTest, made_after_the_manager_knows_that_the_encoder_has_refused_a_table) {
+    manager();
+    KXEncoderDynamic::instance()->setDynamicParameters({{9, 1}, {9, 1}}); // which sets the restart gap to 500 ms
+    KXSessionRecorder recorder;
+    KXSimulation::advance(100);
+    recorder.start(path);
+    recorder.stop();
+    std::vector<std::string> tables = entriesOf(path);
+    tables.erase(
+        std::remove_if(tables.begin(), tables.end(),
+                       [](const std::string& line) { return line.find("speed-table") == std::string::npos; }),
+        tables.end());
+    ASSERT_EQ(2U, tables.size());
+    EXPECT_THAT(tables[0], HasSubstr(" 2:4096 "));
+    EXPECT_EQ("100 set speed-table 1:1 1:1", tables[1]);
+}
+
+TEST_F(RecorderTest, knows_an_encoder_that_was_set_before_there_was_a_recorder_or_a_manager) {
+    KXEncoderDynamic& encoder = *KXEncoderDynamic::instance();
+    encoder.setUserFactor(500);
+    encoder.setLowPassFactor(700);
+    encoder.setDynamicParameters({{5, 1}, {40, 2}});
+    KXSessionRecorder recorder;
+    recorder.start(path);
+    manager();
+    recorder.stop();
+    EXPECT_THAT(entriesOf(path),
+                ElementsAre("0 pass", "0 set accept-input on", "0 set double-press 300", "0 set long-press 2000",
+                            StartsWith("0 set key-mapping "), "0 set speed-table 5:1 40:2", "0 set low-pass 700",
+                            "0 set user-factor 500", "0 end"));
+}
+
 TEST_F(RecorderTest, records_every_way_in_in_the_managers_order) {
     KXSessionRecorder recorder;
     recorder.start(path);
@@ -608,6 +640,38 @@ TEST_F(RecorderTest, what_is_saved_after_a_manager_made_anew_begins_with_that_on
     release();
     ASSERT_TRUE(recorder.save(path)) << recorder.problem();
     EXPECT_THAT(inputsOf(path), ElementsAre("100 pass", at(150, releaseLine), "150 end"));
+}
+
+TEST_F(RecorderTest, an_encoder_that_forgets_its_turn_ends_the_recording) {
+    KXSimulation::setTick(100000);
+    KXSessionRecorder recorder;
+    manager();
+    recorder.start(path);
+    KXEncoderDynamic::instance()->initialize(); // which has nothing to forget
+    turnWheel(1);
+    EXPECT_TRUE(recorder.isRecording());
+    KXEncoderDynamic::instance()->initialize();
+    testing::internal::CaptureStderr();
+    KXSimulation::advance(50);
+    turnWheel(1);
+    const std::string problem = path + ": the encoder was initialised anew and has forgotten its last turn";
+    EXPECT_EQ("KXSessionRecorder: " + problem + "; the recording ends here\n",
+              testing::internal::GetCapturedStderr());
+    EXPECT_FALSE(recorder.stop());
+    EXPECT_EQ(problem, recorder.problem());
+}
+
+TEST_F(RecorderTest, a_manager_that_is_initialised_anew_with_a_new_encoder_ends_the_recording_after_a_turn) {
+    KXSimulation::setTick(100000);
+    KXSessionRecorder recorder;
+    recorder.start(path);
+    manager();
+    turnWheel(1);
+    manager().deinitialize();
+    testing::internal::CaptureStderr();
+    manager().initialize();
+    testing::internal::GetCapturedStderr();
+    EXPECT_FALSE(recorder.stop());
 }
 
 TEST_F(RecorderTest, holds_the_worker_until_it_stops) {
