@@ -1,5 +1,7 @@
 #include "recording/RestPoints.h"
 
+#include "events/KXEventType.h"
+
 #include <algorithm>
 
 namespace KX::Recording {
@@ -21,6 +23,17 @@ const KXEvent* eventOf(const Input& input) {
     return std::get_if<KXInputEvent>(&input);
 }
 
+// The encoder's steps in an event; 0: it is none of the encoder's. The encoder divides by them, whatever their sign.
+unsigned int stepsIn(const KXEvent& event) {
+    switch (event.eventType) {
+    case TOOLKIT_WHEEL_EVENT:
+    case ENCODER_MOVE_EVENT: return event.count == 0 ? 1 : static_cast<unsigned int>(event.count);
+    case TOOLKIT_KEY_PRESS_EVENT: // of a knob that is wired as a keyboard
+    case KEY_PRESS_EVENT: return 1;
+    default: return 0;
+    }
+}
+
 } // namespace
 
 void RestPoints::addBeginning(const EntryLog::Place& place) {
@@ -38,10 +51,10 @@ void RestPoints::input(const Entry& entry, const EntryLog::Place& place, const K
         return;
     if (mayPair(event->timeStamp, memory))
         dropSince(lastPress);
-    // The encoder divides by it, whatever its sign.
-    const unsigned int steps = event->count == 0 ? 1 : static_cast<unsigned int>(event->count);
-    if (hasStep && (continuesTurn(event->timeStamp, steps, memory.stepTimeStamp, memory.restartGapMs) ||
-                    continuesTurn(event->timeStamp, steps, 0, memory.restartGapMs)))
+    const unsigned int steps = stepsIn(*event);
+    if (hasStep && steps != 0 &&
+        (continuesTurn(event->timeStamp, steps, memory.stepTimeStamp, memory.restartGapMs) ||
+         continuesTurn(event->timeStamp, steps, 0, memory.restartGapMs)))
         dropSince(lastStep);
 }
 

@@ -249,6 +249,18 @@ TEST_F(RecorderTest, a_rest_after_which_a_wheel_goes_on_with_its_turn_is_none) {
     EXPECT_EQ("100100 pass", inputsOf(path).front());
 }
 
+TEST_F(RecorderTest, a_rest_after_which_a_key_is_pressed_stays_one_although_the_wheel_was_turned_before) {
+    KXSimulation::setTick(100000);
+    KXSessionRecorder recorder;
+    manager();
+    turnWheel(1);
+    KXSimulation::advance(10000);
+    press();
+    recorder.start(path);
+    recorder.stop();
+    EXPECT_EQ("110000 pass", inputsOf(path).front());
+}
+
 TEST_F(RecorderTest, a_recording_begins_anew_when_its_rest_turns_out_to_be_none) {
     KXSimulation::setTick(100000);
     KXSessionRecorder recorder;
