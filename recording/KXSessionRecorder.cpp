@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <iostream>
 #include <mutex>
 #include <utility>
@@ -31,6 +32,9 @@ constexpr std::uint64_t leastBytes = std::uint64_t{256} << 10;
 
 // So much is there even if nothing is to be kept: a rest may turn out to be none.
 constexpr unsigned int leastKeptMs = 10000;
+
+// Taking the last events needs some milliseconds, even on a slow machine.
+constexpr std::chrono::seconds longestWorkerHold{5};
 
 constexpr unsigned int msPerHour = 3600 * 1000;
 
@@ -310,7 +314,7 @@ bool KXSessionRecorder::Session::isRecording() const {
 
 void KXSessionRecorder::Session::holdWorker() {
     if (isStillObserver())
-        return keep();
+        return keep(longestWorkerHold);
     const std::lock_guard<std::mutex> guard(lock);
     fail(whyNoObserver);
 }

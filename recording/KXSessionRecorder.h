@@ -67,8 +67,9 @@ public:
     /// Whether a recording goes on.
     bool isRecording() const;
 
-    /// Keeps the worker from making a pass until \ref stop. The events that are taken meanwhile are those that a replay
-    /// of the recording gives.
+    /// Keeps the worker from making a pass until \ref stop, at most for five seconds: deleting the manager waits for the
+    /// worker. The events that are taken meanwhile are those that a replay of the recording gives. A recorder that does
+    /// not observe the session only says so in \ref problem.
     void holdWorker();
 
 private:

@@ -3,6 +3,7 @@
 #include "input/KXInputObserver.h"
 #include "platform/KXExport.h"
 
+#include <chrono>
 #include <condition_variable>
 #include <mutex>
 
@@ -14,8 +15,12 @@ class KX_RECORDING_API KXWorkerHold : public KXInputObserver {
 public:
     ~KXWorkerHold() override;
 
+    static constexpr std::chrono::hours forever{1 << 20};
+
     /// Keeps the worker from now on. Waits until it is kept, at most for a second; then there is no worker.
-    void keep();
+    /// \param longest  after this time the worker goes all the same. KXInputEventManager::deleteInstance and setObserver
+    ///                 wait for it: if you keep it for ever, call \ref release before.
+    void keep(std::chrono::milliseconds longest = forever);
 
     /// Lets the worker go. To be called before another observer takes the place of this one.
     void release();
@@ -24,8 +29,9 @@ public:
 
 private:
     std::mutex lock;
-    bool isWanted = false; // guarded by lock
-    bool isKept = false;   // guarded by lock
+    bool isWanted = false;                   // guarded by lock
+    bool isKept = false;                     // guarded by lock
+    std::chrono::milliseconds longestHold{}; // guarded by lock
     std::condition_variable changed;
 };
 

@@ -1,14 +1,13 @@
 #include "recording/KXWorkerHold.h"
 
-#include <chrono>
-
 namespace KX {
 
 KXWorkerHold::~KXWorkerHold() = default;
 
-void KXWorkerHold::keep() {
+void KXWorkerHold::keep(std::chrono::milliseconds longest) {
     std::unique_lock<std::mutex> guard(lock);
     isWanted = true;
+    longestHold = longest;
     changed.wait_for(guard, std::chrono::seconds(1), [this] { return isKept; });
 }
 
@@ -22,7 +21,8 @@ void KXWorkerHold::onPassDue() {
     std::unique_lock<std::mutex> guard(lock);
     isKept = isWanted;
     changed.notify_all();
-    changed.wait(guard, [this] { return !isWanted; });
+    if (!changed.wait_for(guard, longestHold, [this] { return !isWanted; }))
+        isWanted = false;
     isKept = false;
 }
 
