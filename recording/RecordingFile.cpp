@@ -19,6 +19,9 @@ namespace {
 constexpr mode_t accessForAll = 0666; // minus the umask of the process
 constexpr std::size_t largeBuffer = 65536;
 
+// Of at most 23 characters each: " 0xFFFFFFFF=-2147483648".
+constexpr std::size_t mostKeysInLine = 2500;
+
 // Opening a pipe without a reader would block, and a signal could not end the program. Without blocking, such a
 // pipe is refused. Later writes wait for the reader as usual.
 int openToAppend(const std::string& name, int otherFlags) {
@@ -142,8 +145,26 @@ bool File::hasItsName() const {
     return stat(name.c_str(), &named) == 0 && named.st_dev == device && named.st_ino == number;
 }
 
+// Calls of setKeyMapping add to each other, so a long one can be several.
 void File::add(const Entry& entry) {
+    const auto* const mapping = std::get_if<KeyMapping>(&entry.input);
+    if (!mapping || mapping->keyCodeOfToolkitKey.size() <= mostKeysInLine)
+        return addLine(entry);
+    KeyMapping part;
+    for (const auto& key : mapping->keyCodeOfToolkitKey) {
+        part.keyCodeOfToolkitKey.insert(key);
+        if (part.keyCodeOfToolkitKey.size() == mostKeysInLine)
+            addLine({entry.timeMs, std::exchange(part, {})});
+    }
+    if (!part.keyCodeOfToolkitKey.empty())
+        addLine({entry.timeMs, part});
+}
+
+void File::addLine(const Entry& entry) {
+    const std::size_t begin = buffer.size();
     format(entry, buffer);
+    if (buffer.size() - begin > longestLine && !failure)
+        failure = name + ": a line would be longer than " + std::to_string(longestLine) + " characters";
     buffer += '\n';
     if (buffer.size() > largeBuffer)
         flush();

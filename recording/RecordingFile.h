@@ -24,7 +24,8 @@ public:
     File& operator=(const File&) = delete;
 
     /// Adds an entry, whose time must not be before that of the previous one, for the next \ref flush. A large buffer
-    /// is flushed at once.
+    /// is flushed at once. A long key mapping becomes several lines. Any other line that is longer than \ref longestLine
+    /// counts as a failure, because no reader takes it.
     void add(const Entry& entry);
 
     /// Hands what was added to the system. After a failure nothing more is written, so that no line is missing between
@@ -50,6 +51,7 @@ private:
     void open();
     [[noreturn]] void refuse(const std::string& why);
     void addHead();
+    void addLine(const Entry& entry);
     void fail(int error, const char* during = "");
     bool hasItsName() const;
 

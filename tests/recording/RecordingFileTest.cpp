@@ -17,6 +17,7 @@
 #include <fstream>
 #include <functional>
 #include <iterator>
+#include <limits>
 #include <memory>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -152,6 +153,34 @@ TEST_F(RecordingFileTest, EachLineIsOneWrite) {
     for (unsigned int tick = 0; tick < 100; ++tick)
         file.write(tick, SpeedTable{std::vector<KX::KXEncoderDynamicPair>(500, {1, 1})});
     EXPECT_EQ(100, *countOfWrites() - *before);
+}
+
+TEST_F(RecordingFileTest, TheWidestKeyMappingIsWrittenInLinesThatAReaderTakes) {
+    KeyMapping mapping;
+    for (int i = 0; i < 10000; ++i)
+        mapping.keyCodeOfToolkitKey[-1 - i] = std::numeric_limits<int>::min() + i;
+    EntryFile file(path);
+    EXPECT_TRUE(file.write(5, mapping));
+    const Outcome outcome = outcomeOf(content());
+    EXPECT_EQ("", outcome.error);
+    KeyMapping read;
+    for (const Entry& entry : outcome.session.entries)
+        read.keyCodeOfToolkitKey.merge(std::get<KeyMapping>(Input(entry.input)).keyCodeOfToolkitKey);
+    EXPECT_EQ(mapping.keyCodeOfToolkitKey, read.keyCodeOfToolkitKey);
+}
+
+TEST_F(RecordingFileTest, ALineThatNoReaderTakesEndsIt) {
+    // "5 set speed-table" and 4 characters a row, the last one 7: 65536 together.
+    SpeedTable table{std::vector<KX::KXEncoderDynamicPair>(16378, {1, 1})};
+    table.rows.push_back({1000, 1});
+    EntryFile file(path);
+    EXPECT_TRUE(file.write(5, table));
+    EXPECT_EQ(head.size() + 65536 + 1, content().size());
+    EXPECT_EQ("", outcomeOf(content()).error);
+    table.rows.back() = {10000, 1};
+    EXPECT_FALSE(file.write(5, table));
+    EXPECT_EQ(path.string() + ": a line would be longer than 65536 characters", file.problem());
+    EXPECT_EQ("", outcomeOf(content()).error) << "nothing of it is in the file";
 }
 
 TEST_F(RecordingFileTest, TheTimeOfFramesGoesOnWhereTheTickWraps) {
