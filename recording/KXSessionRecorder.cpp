@@ -105,6 +105,8 @@ private:
     void endObserving();
     bool isStillObserver();
     void loseObservation();
+    bool mayStart(const std::string& newPath);
+    bool startInto(std::unique_ptr<Recording::File> newFile, const std::string& newPath);
     bool endRecording();
     std::uint64_t timeOfEnd() const;
     void note(Input input);
@@ -200,17 +202,34 @@ void KXSessionRecorder::Session::loseObservation() {
 bool KXSessionRecorder::Session::start(const std::string& newPath) {
     if (!isStillObserver())
         observe();
-    const std::lock_guard<std::mutex> guard(lock);
+    std::unique_lock<std::mutex> guard(lock);
+    if (!mayStart(newPath))
+        return false;
+    guard.unlock(); // the input goes on
+    std::unique_ptr<Recording::File> newFile;
+    std::string why;
+    try {
+        newFile = std::make_unique<Recording::File>(newPath);
+    } catch (const std::runtime_error& error) {
+        why = error.what();
+    }
+    guard.lock();
+    return newFile ? startInto(std::move(newFile), newPath) : fail(why);
+}
+
+bool KXSessionRecorder::Session::mayStart(const std::string& newPath) {
     if (!isObserver)
         return fail(newPath + ": " + whyNoObserver);
-    if (file)
-        return fail(newPath + ": a recording goes on");
-    forgetDeletedManager();
-    try {
-        file = std::make_unique<Recording::File>(newPath);
-    } catch (const std::runtime_error& error) {
-        return fail(error.what());
+    return !file || fail(newPath + ": a recording goes on");
+}
+
+bool KXSessionRecorder::Session::startInto(std::unique_ptr<Recording::File> newFile, const std::string& newPath) {
+    if (!mayStart(newPath)) { // another thread was faster
+        newFile->discard();
+        return false;
     }
+    forgetDeletedManager();
+    file = std::move(newFile);
     path = newPath;
     isWhole = true;
     isWaitingForRest = !rests.last();

@@ -26,8 +26,12 @@ namespace KX {
 /// recorder cannot find out, so set no other observer then.
 ///
 /// Any thread may call the operations, but no hook and no observer, and not while the manager is deleted.
-/// The operator's input waits while a line is written, not while \ref save writes. Make it and destroy it while no other
-/// thread calls KXInputEventManager::setKeyMapping or a setter of KXEncoderDynamic.
+/// The operator's input waits while a line is written, and while \ref start writes the settings and what came since the
+/// last moment of rest, but not while a file is made, nor for \ref save and \ref stop. Make a recorder and destroy it
+/// while no other thread calls KXInputEventManager::setKeyMapping or a setter of KXEncoderDynamic.
+///
+/// When the knob was turned before the tick wraps, no moment of rest is found after it until the knob is turned again.
+/// The frames at the head are the last ones of each identifier that came while the recorder observed the session.
 ///
 /// A recording is of one manager. It ends when the application deletes the manager and makes another one. From then on
 /// \ref save writes only what the other one got. It also ends when KXEncoderDynamic::initialize forgets a turn.
