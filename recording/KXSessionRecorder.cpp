@@ -453,7 +453,7 @@ void KXSessionRecorder::Session::take(unsigned int tick, Input&& input) {
 }
 
 void KXSessionRecorder::Session::writeLast(const Entry& entry) {
-    if (isWaitingForRest || rests.wasNone(beganAt)) {
+    if (isWaitingForRest || rests.wasDisproved(beganAt)) {
         if (!rests.last())
             return waitForRest();
         const bool wasEmpty = isWaitingForRest;

@@ -8,7 +8,7 @@ namespace KX::Recording {
 
 namespace {
 
-bool mayPair(unsigned int timeStamp, const KXInputMemory& memory) {
+bool wouldPair(unsigned int timeStamp, const KXInputMemory& memory) {
     return memory.hasPress && timeStamp - memory.pressTimeStamp <= memory.doublePressMs;
 }
 
@@ -44,12 +44,12 @@ void RestPoints::addBeginning(const EntryLog::Place& place) {
 }
 
 void RestPoints::input(const Entry& entry, const EntryLog::Place& place, const KXInputMemory& memory) {
-    noRestSince.reset();
+    disprovedSince.reset();
     noteChanges(place, memory);
     const KXEvent* const event = eventOf(entry.input);
     if (!event)
         return;
-    if (mayPair(event->timeStamp, memory))
+    if (wouldPair(event->timeStamp, memory))
         dropSince(lastPress);
     const unsigned int steps = stepsIn(*event);
     if (hasStep && steps != 0 &&
@@ -59,10 +59,10 @@ void RestPoints::input(const Entry& entry, const EntryLog::Place& place, const K
 }
 
 void RestPoints::pass(unsigned int tick, const EntryLog::Place& place, const KXInputMemory& memory) {
-    noRestSince.reset();
+    disprovedSince.reset();
     noteChanges(place, memory);
     const bool encoderRests = !hasStep || !continuesTurn(tick, 1, memory.stepTimeStamp, memory.restartGapMs);
-    if (memory.isPressPending || memory.isBundleOpen || mayPair(tick, memory) || !encoderRests)
+    if (memory.isPressPending || memory.isBundleOpen || wouldPair(tick, memory) || !encoderRests)
         return;
     if (points.size() >= 2 && place.timeMs - points[points.size() - 2].timeMs < spacingMs)
         points.back() = place;
@@ -85,8 +85,8 @@ void RestPoints::noteChanges(const EntryLog::Place& place, const KXInputMemory& 
 void RestPoints::dropSince(const EntryLog::Place& place) {
     while (!points.empty() && !(points.back() < place))
         points.pop_back();
-    if (!noRestSince || place < *noRestSince)
-        noRestSince = place;
+    if (!disprovedSince || place < *disprovedSince)
+        disprovedSince = place;
 }
 
 std::optional<EntryLog::Place> RestPoints::last() const {
@@ -101,8 +101,8 @@ std::optional<EntryLog::Place> RestPoints::lastBefore(std::uint64_t timeMs) cons
     return later == points.begin() ? points.front() : *(later - 1);
 }
 
-bool RestPoints::wasNone(const EntryLog::Place& place) const {
-    return noRestSince && !(place < *noRestSince);
+bool RestPoints::wasDisproved(const EntryLog::Place& place) const {
+    return disprovedSince && !(place < *disprovedSince);
 }
 
 void RestPoints::dropBefore(const EntryLog::Place& place) {

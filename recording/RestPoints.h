@@ -38,7 +38,7 @@ public:
 
     /// Whether the entry that was told last has shown that \p place, a rest until then, was none. Also for a place that
     /// was dropped.
-    bool wasNone(const EntryLog::Place& place) const;
+    bool wasDisproved(const EntryLog::Place& place) const;
 
     void dropBefore(const EntryLog::Place& place);
 
@@ -50,7 +50,7 @@ private:
     void dropSince(const EntryLog::Place& place);
 
     std::deque<EntryLog::Place> points;
-    std::optional<EntryLog::Place> noRestSince; // as the last entry has shown
+    std::optional<EntryLog::Place> disprovedSince; // as the last entry has shown
     KXInputMemory before;
     bool hasStep = false;      // a step's time stamp may be 0
     EntryLog::Place lastPress; // behind it
