@@ -479,6 +479,26 @@ TEST_F(RecorderTest, a_pipe_whose_reader_ends_is_told_in_one_line_and_the_sessio
     EXPECT_TRUE(recorder.start(inFolder("next.kxr")));
 }
 
+TEST_F(RecorderTest, a_save_to_a_full_disk_is_told_and_removes_no_device) {
+    KXSessionRecorder recorder(60000);
+    EXPECT_FALSE(recorder.save("/dev/full"));
+    EXPECT_EQ("/dev/full: No space left on device", recorder.problem());
+    EXPECT_TRUE(std::filesystem::exists("/dev/full"));
+    EXPECT_TRUE(recorder.save(path)) << recorder.problem();
+}
+
+TEST_F(RecorderTest, a_speed_table_that_no_line_can_hold_ends_the_recording) {
+    KXSessionRecorder recorder;
+    recorder.start(path);
+    manager();
+    testing::internal::CaptureStderr();
+    KXEncoderDynamic::instance()->setDynamicParameters(std::vector<KXEncoderDynamicPair>(20000, {1, 1}));
+    EXPECT_EQ("KXSessionRecorder: " + path +
+                  ": a line would be longer than 65536 characters; the recording ends here\n",
+              testing::internal::GetCapturedStderr());
+    EXPECT_FALSE(recorder.stop());
+}
+
 TEST_F(RecorderTest, one_recording_at_a_time) {
     KXSessionRecorder recorder;
     EXPECT_TRUE(recorder.start(path));
