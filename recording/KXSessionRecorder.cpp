@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <utility>
 
 namespace KX {
@@ -19,7 +18,7 @@ using Recording::Input;
 using Recording::SessionState;
 
 // Taking the last events needs some milliseconds, even on a slow machine.
-constexpr std::chrono::seconds longestWorkerHold{5};
+constexpr unsigned int mostWorkerHoldMs = 5000;
 
 std::atomic<bool> isObserved{false};
 
@@ -237,7 +236,7 @@ bool KXSessionRecorder::Session::isRecording() const {
 
 void KXSessionRecorder::Session::holdWorker() {
     if (isStillObserver())
-        return keep(longestWorkerHold);
+        return keep(mostWorkerHoldMs);
     const std::lock_guard<std::mutex> guard(lock);
     fail(whyNoObserver);
 }

@@ -1,13 +1,15 @@
 #include "recording/KXWorkerHold.h"
 
+#include <chrono>
+
 namespace KX {
 
 KXWorkerHold::~KXWorkerHold() = default;
 
-void KXWorkerHold::keep(std::chrono::milliseconds longest) {
+void KXWorkerHold::keep(unsigned int mostMs) {
     std::unique_lock<std::mutex> guard(lock);
     isWanted = true;
-    longestHold = longest;
+    mostHeldMs = mostMs;
     changed.wait_for(guard, std::chrono::seconds(1), [this] { return isKept; });
 }
 
@@ -21,7 +23,7 @@ void KXWorkerHold::onPassDue() {
     std::unique_lock<std::mutex> guard(lock);
     isKept = isWanted;
     changed.notify_all();
-    if (!changed.wait_for(guard, longestHold, [this] { return !isWanted; }))
+    if (!changed.wait_for(guard, std::chrono::milliseconds(mostHeldMs), [this] { return !isWanted; }))
         isWanted = false;
     isKept = false;
 }

@@ -86,7 +86,7 @@ TEST(WorkerHoldTest, LetsTheWorkerGoAfterTheLongestTime) {
         while (!isOver)
             hold.onPassDue();
     });
-    hold.keep(moment);
+    hold.keep(50);
     isOver = true;
     std::future<void> end = std::async(std::launch::async, [&worker] { worker.join(); });
     EXPECT_EQ(std::future_status::ready, end.wait_for(longEnough));
@@ -98,7 +98,7 @@ TEST(WorkerHoldTest, AManagerCanBeDeletedWhileItsWorkerIsKeptForALimitedTime) {
     KXInputEventManager::createInstance();
     KXWorkerHold hold;
     KXInputEventManager::setObserver(&hold);
-    hold.keep(moment); // the simulated worker waits for the clock, so it is kept when the manager wakes it to end
+    hold.keep(50); // the simulated worker waits for the clock, so it is kept when the manager wakes it to end
     KXInputEventManager::deleteInstance();
     EXPECT_FALSE(KXInputEventManager::hasInstance());
     KXInputEventManager::setObserver(nullptr);
