@@ -1,20 +1,11 @@
 #include "recording/KXSessionRecorder.h"
 
-#include "events/KXEventClass.h"
 #include "input/KXInputEventManager.h"
 #include "platform/KXTick.h"
-#include "recording/EntryLog.h"
-#include "recording/KXKeyLayout.h"
-#include "recording/KXWorkerHold.h"
-#include "recording/RecordingFile.h"
-#include "recording/RecordingFormat.h"
-#include "recording/RestPoints.h"
-#include "recording/SessionState.h"
+#include "recording/RecorderSession.h"
 
 #include <algorithm>
 #include <atomic>
-#include <iostream>
-#include <mutex>
 #include <utility>
 
 namespace KX {
@@ -26,24 +17,10 @@ using Recording::EntryLog;
 using Recording::Input;
 using Recording::SessionState;
 
-constexpr std::uint64_t bytesPerHour = std::uint64_t{4} << 20;
-constexpr std::uint64_t leastBytes = std::uint64_t{256} << 10;
-
-// So much is there even if nothing is to be kept: a rest may turn out to be none.
-constexpr unsigned int leastKeptMs = 10000;
-
-constexpr unsigned int msPerHour = 3600 * 1000;
+// Taking the last events needs some milliseconds, even on a slow machine.
+constexpr unsigned int mostWorkerHoldMs = 5000;
 
 std::atomic<bool> isObserved{false};
-
-std::uint64_t bytesFor(unsigned int keptMs) {
-    return std::max(leastBytes, bytesPerHour * keptMs / msPerHour);
-}
-
-// In one insertion, so that lines of several threads do not mix.
-void tell(const std::string& text) {
-    std::cerr << "KXSessionRecorder: " + text + "\n" << std::flush;
-}
 
 void addHead(Recording::File& file, const SessionState& state, std::uint64_t timeMs) {
     for (Input& input : state.asInputs())
@@ -71,113 +48,109 @@ void addEntries(Recording::File& file, const SessionState& state, const EntryLog
 
 } // namespace
 
-// The manager calls the observer's operations with its mutex held. So no operation here may call the manager with the
-// lock held, other than what only reads.
-class KXSessionRecorder::Session final : public KXWorkerHold {
-public:
-    explicit Session(unsigned int keptMilliseconds) : keptMs(keptMilliseconds) {}
-    ~Session() override { endObserving(); }
-
-    void observe();
-
-    bool start(const std::string& path);
-    bool stop();
-    bool save(const std::string& path);
-    std::string problem() const;
-    bool isRecording() const;
-
-    void onToolkitEvent(const KXToolkitEvent& event) override { note(event); }
-    void onInputEvent(const KXInputEvent& event) override { note(event); }
-    void onPostedEvent(const KXEvent& event) override;
-    void onSetting(KXInputSetting setting, std::int64_t value) override;
-    void onSpeedTable(const std::vector<KXEncoderDynamicPair>& pairs) override {
-        note(Recording::SpeedTable{pairs});
-    }
-    void onKeyMapping(const std::map<int, int>& mapping) override { note(Recording::KeyMapping{mapping}); }
-    void onKeypad(const CANRemoteOptions& options) override;
-    void onFrame(const KXCANMessage& frame) override { note(Recording::Frame{Recording::keypadBus, frame}); }
-    void onPass(unsigned int tick) override;
-
-private:
-    void endObserving();
-    bool endRecording();
-    std::uint64_t timeOfEnd() const;
-    void note(Input input);
-    void take(unsigned int tick, Input&& input);
-    void forgetAll(unsigned int tick, const std::string& why);
-    void trim();
-    void beginFile();
-    void writeLast(const Entry& entry);
-    void waitForRest();
-    void endFile(const std::string& why);
-    bool fail(const std::string& what);
-    SessionState stateAt(const EntryLog::Place& place) const;
-
-    const unsigned int keptMs;
-    bool isObserver = false; // set by the constructor
-
-    mutable std::mutex lock; // guards what follows
-    EntryLog log;
-    SessionState stateAtBegin; // of the log
-    Recording::RestPoints rests;
-    std::uint64_t lastMs = 0;
-    std::unique_ptr<Recording::File> file; // of a recording that goes on
-    std::string path;                      // of the last recording
-    EntryLog::Place beganAt;               // the rest
-    bool isWaitingForRest = false;         // nothing is in the file yet
-    bool isWhole = true;                   // what was recorded since start
-    std::string lastProblem;
-};
-
-void KXSessionRecorder::Session::observe() {
+// The manager tells its settings in setObserver, so the lock must be free.
+bool KXSessionRecorder::Session::observe() {
+    std::unique_lock<std::mutex> guard(lock);
     if (isObserved.exchange(true)) {
-        lastProblem = "another recorder observes the session";
-        tell(lastProblem + "; this one records nothing");
-        return;
+        whyNoObserver = "another recorder observes the session";
+        return fail(whyNoObserver);
     }
     isObserver = true;
-    lastMs = KXTick::getTickCount();
-    KXInputEventManager::setObserver(this); // which tells the settings of a manager that is there
-    const std::lock_guard<std::mutex> guard(lock);
+    hadManager = knowsEncoder = knowsTable = false;
+    forgetAll({}, KXTick::getTickCount(), "");
+    guard.unlock();
+    KXInputEventManager::setObserver(this);
+    guard.lock();
     if (log.bytes() == 0)
         rests.addBeginning(log.begin());
+    return true;
 }
 
 void KXSessionRecorder::Session::endObserving() {
+    stop();
     if (!isObserver)
         return;
-    stop();
     KXInputEventManager::setObserver(nullptr);
     isObserved = false;
 }
 
-bool KXSessionRecorder::Session::start(const std::string& newPath) {
-    const std::lock_guard<std::mutex> guard(lock);
-    if (!isObserver)
-        return fail(newPath + ": another recorder observes the session");
-    if (file)
-        return fail(newPath + ": a recording goes on");
-    try {
-        file = std::make_unique<Recording::File>(newPath);
-    } catch (const std::runtime_error& error) {
-        return fail(error.what());
+// Nobody tells an observer that another one has taken its place, so this makes a call that changes nothing and looks
+// whether it is told of it. Without a manager it cannot know.
+bool KXSessionRecorder::Session::isStillObserver() {
+    {
+        const std::lock_guard<std::mutex> guard(lock);
+        if (!isObserver)
+            return false;
     }
+    const unsigned int before = probes;
+    if (!KXInputEventManager::hasInstance())
+        return true;
+    KXInputEventManager::getInstance()->setKeyMapping({});
+    if (probes != before)
+        return true;
+    loseObservation();
+    return false;
+}
+
+void KXSessionRecorder::Session::loseObservation() {
+    const std::lock_guard<std::mutex> guard(lock);
+    if (!std::exchange(isObserver, false))
+        return;
+    isObserved = false;
+    whyNoObserver = "another observer has taken the place of the recorder";
+    if (file)
+        endFile(path + ": " + whyNoObserver);
+}
+
+bool KXSessionRecorder::Session::start(const std::string& newPath) {
+    if (!isStillObserver())
+        observe();
+    std::unique_lock<std::mutex> guard(lock);
+    if (!mayStart(newPath))
+        return false;
+    guard.unlock(); // the input goes on
+    std::unique_ptr<Recording::File> newFile;
+    std::string why;
+    try {
+        newFile = std::make_unique<Recording::File>(newPath);
+    } catch (const std::runtime_error& error) {
+        why = error.what();
+    }
+    guard.lock();
+    return newFile ? startInto(std::move(newFile), newPath) : fail(why);
+}
+
+bool KXSessionRecorder::Session::mayStart(const std::string& newPath) {
+    if (!isObserver)
+        return fail(newPath + ": " + whyNoObserver);
+    return !file || fail(newPath + ": a recording goes on");
+}
+
+bool KXSessionRecorder::Session::startInto(std::unique_ptr<Recording::File> newFile, const std::string& newPath) {
+    if (!mayStart(newPath)) { // another thread was faster
+        newFile->discard();
+        return false;
+    }
+    forgetDeletedManager();
+    file = std::move(newFile);
     path = newPath;
     isWhole = true;
     isWaitingForRest = !rests.last();
-    if (!isWaitingForRest)
-        beginFile();
-    return true;
+    if (isWaitingForRest || beginFile())
+        return true;
+    fail(*file->problem());
+    file->discard();
+    file.reset();
+    return false;
 }
 
 // From the last rest on. The pass that showed the rest is in the log already.
-void KXSessionRecorder::Session::beginFile() {
+bool KXSessionRecorder::Session::beginFile() {
     isWaitingForRest = false;
     const EntryLog::Place place = *rests.last();
     beganAt = place;
     addEntries(*file, stateAt(place), log.copy(place, log.end()), lastMs);
-    if (!file->flush())
-        endFile(*file->problem());
+    return file->flush();
 }
 
 SessionState KXSessionRecorder::Session::stateAt(const EntryLog::Place& place) const {
@@ -187,23 +160,25 @@ SessionState KXSessionRecorder::Session::stateAt(const EntryLog::Place& place) c
 }
 
 bool KXSessionRecorder::Session::stop() {
+    isStillObserver();
     const bool isWritten = endRecording();
     release(); // a pass may come only behind the end
     return isWritten;
 }
 
 bool KXSessionRecorder::Session::endRecording() {
-    const std::lock_guard<std::mutex> guard(lock);
-    if (file && isWaitingForRest) {
+    std::unique_lock<std::mutex> guard(lock);
+    if (file && isWaitingForRest)
         isWhole = fail(path + ": the recording is empty, because no moment of rest came");
-    } else if (file) {
+    else if (file)
         file->add({timeOfEnd(), Recording::End()});
-        isWhole = file->flush();
-        if (!isWhole)
-            fail(*file->problem());
-    }
-    file.reset();
-    return std::exchange(isWhole, true);
+    const std::unique_ptr<Recording::File> ended = std::move(file);
+    const bool wasWhole = std::exchange(isWhole, true);
+    guard.unlock(); // the input goes on
+    if (!ended || ended->finish())
+        return wasWhole;
+    guard.lock();
+    return fail(*ended->problem());
 }
 
 // The clock may have gone back behind the last entry.
@@ -213,9 +188,10 @@ std::uint64_t KXSessionRecorder::Session::timeOfEnd() const {
 }
 
 bool KXSessionRecorder::Session::save(const std::string& newPath) {
+    isStillObserver();
     std::unique_lock<std::mutex> guard(lock);
     if (!isObserver)
-        return fail(newPath + ": another recorder observes the session");
+        return fail(newPath + ": " + whyNoObserver);
     if (keptMs == 0)
         return fail(newPath + ": nothing is kept");
     const auto place = rests.lastBefore(lastMs > keptMs ? lastMs - keptMs : 0);
@@ -232,8 +208,9 @@ bool KXSessionRecorder::Session::save(const std::string& newPath) {
         before.forEach([&state](const Entry& entry) { state.apply(entry.input); });
         addEntries(saved, state, kept, endMs);
         saved.add({endMs, Recording::End()});
-        if (saved.flush())
+        if (saved.finish())
             return true;
+        saved.discard();
         why = *saved.problem();
     } catch (const std::runtime_error& error) {
         why = error.what();
@@ -257,122 +234,16 @@ bool KXSessionRecorder::Session::isRecording() const {
     return file != nullptr;
 }
 
-void KXSessionRecorder::Session::onSetting(KXInputSetting setting, std::int64_t value) {
-    if (setting != KXInputSetting::KeyboardLayout) // no event depends on it
-        note(Recording::NumberSetting{setting, value});
-}
-
-// An event of an unknown class is posted with its type only.
-void KXSessionRecorder::Session::onPostedEvent(const KXEvent& event) {
-    Recording::Post post;
-    const bool isKnown = event.eventClass >= EVENT_CLASS && event.eventClass <= SOME_EVENT_CLASS;
-    if (isKnown) {
-        try {
-            post.event = KXSomeEvent(const_cast<KXEvent&>(event)); // which is only read
-        } catch (const std::bad_cast&) {
-            return; // the queue will not take it either
-        }
-    } else {
-        post.event.eventType = event.eventType;
-        post.event.eventClass = event.eventClass;
-    }
-    note(std::move(post));
-}
-
-// A replay checks the layout as the tools do. What they refuse would make the whole recording useless; its keys are
-// recorded all the same, as the toolkit reports them.
-void KXSessionRecorder::Session::onKeypad(const CANRemoteOptions& options) {
-    if (!options.enabled)
-        return;
-    if (const auto wrong = KeyLayout::check(options, *KXInputEventManager::getKXtoOSCodeMap()))
-        tell("the layout of the keypad is left out: " + wrong->text);
-    else
-        note(Recording::Keypad{std::make_shared<const CANRemoteOptions>(options)});
-}
-
-void KXSessionRecorder::Session::onPass(unsigned int tick) {
+void KXSessionRecorder::Session::holdWorker() {
+    if (isStillObserver())
+        return keep(mostWorkerHoldMs);
     const std::lock_guard<std::mutex> guard(lock);
-    take(tick, Recording::Pass());
-}
-
-// The tick is read under the lock, so an entry that waited for another one is not earlier.
-void KXSessionRecorder::Session::note(Input input) {
-    const std::lock_guard<std::mutex> guard(lock);
-    take(KXTick::getTickCount(), std::move(input));
-}
-
-void KXSessionRecorder::Session::take(unsigned int tick, Input&& input) {
-    Entry entry;
-    try {
-        entry.timeMs = Recording::continueTime(tick, lastMs);
-    } catch (const std::runtime_error& error) {
-        forgetAll(tick, error.what());
-        entry.timeMs = tick;
-    }
-    entry.input = std::move(input);
-    const EntryLog::Place place = log.end();
-    const KXInputMemory memory = KXInputEventManager::getMemory();
-    if (std::holds_alternative<Recording::Pass>(entry.input))
-        rests.pass(tick, place, memory);
-    else
-        rests.input(entry, place, memory);
-    log.append(entry);
-    lastMs = entry.timeMs;
-    if (file)
-        writeLast(entry);
-    if (log.end().chunk != place.chunk)
-        trim();
-}
-
-void KXSessionRecorder::Session::writeLast(const Entry& entry) {
-    if (isWaitingForRest || rests.wasNone(beganAt)) {
-        if (!rests.last())
-            return waitForRest();
-        if (!isWaitingForRest && !file->restart())
-            return endFile(*file->problem());
-        return beginFile();
-    }
-    file->add(entry);
-    if (!file->flush())
-        endFile(*file->problem());
-}
-
-// What was written from a moment on that was no rest stays: it is better than nothing.
-void KXSessionRecorder::Session::waitForRest() {
-    if (!isWaitingForRest)
-        endFile(path + ": the moment at which it began was no rest");
-}
-
-// The application goes on without its recording: the operator works with it.
-void KXSessionRecorder::Session::endFile(const std::string& why) {
-    isWhole = fail(why);
-    file.reset();
-    tell(lastProblem + "; the recording ends here");
-}
-
-// The clock went back: what was before has no place in a recording with what comes.
-void KXSessionRecorder::Session::forgetAll(unsigned int tick, const std::string& why) {
-    if (file)
-        endFile(path + ": " + why);
-    stateAtBegin = stateAt(log.end());
-    log = EntryLog();
-    rests = {};
-    lastMs = tick;
-}
-
-void KXSessionRecorder::Session::trim() {
-    const unsigned int neededMs = std::max(keptMs, leastKeptMs);
-    const auto needed = rests.lastBefore(lastMs > neededMs ? lastMs - neededMs : 0);
-    const auto apply = [this](const Entry& entry) { stateAtBegin.apply(entry.input); };
-    if (needed)
-        log.dropBefore(*needed, apply);
-    while (log.bytes() > bytesFor(keptMs))
-        log.dropBefore({log.begin().chunk + 1, 0, 0}, apply);
-    rests.dropBefore(log.begin());
+    fail(whyNoObserver);
 }
 
 KXSessionRecorder::KXSessionRecorder(unsigned int keptMs) : session(std::make_unique<Session>(keptMs)) {
-    session->observe();
+    if (!session->observe())
+        Session::tell(session->problem() + "; this one records nothing");
 }
 
 KXSessionRecorder::~KXSessionRecorder() = default;
@@ -398,7 +269,7 @@ bool KXSessionRecorder::isRecording() const {
 }
 
 void KXSessionRecorder::holdWorker() {
-    session->keep();
+    session->holdWorker();
 }
 
 } // namespace KX

@@ -20,9 +20,21 @@ namespace KX {
 /// It tells which keys were pressed: handle it like typed text.
 ///
 /// One recorder at a time observes the session; it takes the place of an observer that was set before. A second one
-/// records nothing, and its \ref problem says so. Any thread may call the operations, but no hook and no observer.
-/// The operator's input waits while a line is written, not while \ref save writes. Make it and destroy it while no other
-/// thread calls KXInputEventManager::setKeyMapping or a setter of KXEncoderDynamic.
+/// records nothing, and its \ref problem says so; once the first one has gone, \ref start makes it the observer. Another
+/// observer that the application sets takes the recorder's place, and nobody tells the recorder. Its next operation
+/// finds out: the recording ends, and \ref problem says so. \ref start takes the place back. Without a manager the
+/// recorder cannot find out, so set no other observer then.
+///
+/// Any thread may call the operations, but no hook and no observer, and not while the manager is deleted.
+/// The operator's input waits while a line is written, and while \ref start writes the settings and what came since the
+/// last moment of rest, but not while a file is made, nor for \ref save and \ref stop. Make a recorder and destroy it
+/// while no other thread calls KXInputEventManager::setKeyMapping or a setter of KXEncoderDynamic.
+///
+/// When the knob was turned before the tick wraps, no moment of rest is found after it until the knob is turned again.
+/// The frames at the head are the last ones of each identifier that came while the recorder observed the session.
+///
+/// A recording is of one manager. It ends when the application deletes the manager and makes another one. From then on
+/// \ref save writes only what the other one got. It also ends when KXEncoderDynamic::initialize forgets a turn.
 ///
 /// When a recording cannot go on, one line on standard error says why. Other problems are told by \ref problem only.
 class KX_RECORDING_API KXSessionRecorder {
@@ -38,17 +50,18 @@ public:
     KXSessionRecorder& operator=(const KXSessionRecorder&) = delete;
 
     /// Records into a new file, from the last moment of rest on. In mid-session, with a new recorder, the first one is
-    /// the next pass of the worker at which all is at rest. A file that is not empty is never overwritten. Each input
-    /// reaches the system before the library gets it.
-    /// \return whether the file was made; otherwise see \ref problem
+    /// the next pass of the worker at which all is at rest. A file that is not empty is never overwritten. A pipe or a
+    /// device works, too, but input waits for the reader of a full pipe. Each input reaches the system before the
+    /// library gets it.
+    /// \return whether it goes on; otherwise there is no new file, and \ref problem says why
     bool start(const std::string& path);
 
-    /// Ends the recording. Without one it does nothing.
+    /// Ends the recording, and waits until the disk has it. Without one it does nothing.
     /// \return whether all of it was written, from its beginning
     bool stop();
 
-    /// Writes what is kept into a new file, as a recording, and goes on.
-    /// \return whether all of it was written; otherwise see \ref problem
+    /// Writes what is kept into a new file, as a recording, waits until the disk has it, and goes on.
+    /// \return whether all of it was written; otherwise there is no new file, and \ref problem says why
     bool save(const std::string& path);
 
     /// Why something failed last, in one line "path: why"; empty: nothing did. A recording that failed ends there, and
@@ -58,8 +71,9 @@ public:
     /// Whether a recording goes on.
     bool isRecording() const;
 
-    /// Keeps the worker from making a pass until \ref stop. The events that are taken meanwhile are those that a replay
-    /// of the recording gives.
+    /// Keeps the worker from making a pass until \ref stop, at most for five seconds: deleting the manager waits for the
+    /// worker. The events that are taken meanwhile are those that a replay of the recording gives. A recorder that does
+    /// not observe the session only says so in \ref problem.
     void holdWorker();
 
 private:

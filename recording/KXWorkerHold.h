@@ -14,8 +14,12 @@ class KX_RECORDING_API KXWorkerHold : public KXInputObserver {
 public:
     ~KXWorkerHold() override;
 
+    static constexpr unsigned int longestMs = 0xFFFFFFFF; ///< 49 days
+
     /// Keeps the worker from now on. Waits until it is kept, at most for a second; then there is no worker.
-    void keep();
+    /// \param mostMs  after this time the worker goes all the same. KXInputEventManager::deleteInstance and setObserver
+    ///                wait for it: if you keep it for long, call \ref release before.
+    void keep(unsigned int mostMs = longestMs);
 
     /// Lets the worker go. To be called before another observer takes the place of this one.
     void release();
@@ -24,8 +28,9 @@ public:
 
 private:
     std::mutex lock;
-    bool isWanted = false; // guarded by lock
-    bool isKept = false;   // guarded by lock
+    bool isWanted = false;               // guarded by lock
+    bool isKept = false;                 // guarded by lock
+    unsigned int mostHeldMs = longestMs; // guarded by lock
     std::condition_variable changed;
 };
 

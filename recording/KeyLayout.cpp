@@ -37,6 +37,10 @@ constexpr Place places[] = {
 };
 static_assert(std::size(places) == keyCount);
 
+// The toolkit's number, without its headers: programs without the toolkit read layouts, too.
+constexpr int toolkitF1 = 0x1000030;
+constexpr int functionKeyCount = 12;
+
 } // namespace
 
 CANRemoteOptions empty() {
@@ -65,6 +69,22 @@ bool isUsed(const KeyOptionsCANRemote& key) {
 
 bool hasEncoder(const CANRemoteOptions& layout) {
     return layout.encoderCANId != static_cast<std::uint32_t>(noFramesIdentifier);
+}
+
+std::map<int, int> functionKeys() {
+    std::map<int, int> keys;
+    for (int i = 0; i < functionKeyCount; ++i)
+        keys[toolkitF1 + i] = functionKeyCode + i;
+    return keys;
+}
+
+std::map<int, int> keyCodesOfTerminal() {
+    std::map<int, int> keys;
+    for (int keyCode = KX_KEY_ESCAPE; keyCode < functionKeyCode; ++keyCode)
+        keys[keyCode] = keyCode;
+    for (const auto& [toolkitKey, keyCode] : functionKeys())
+        keys[keyCode] = toolkitKey;
+    return keys;
 }
 
 } // namespace KX::KeyLayout

@@ -1,5 +1,7 @@
 #include "recording/KXPassSchedule.h"
 
+#include "recording/RecordingFormat.h"
+
 #include <algorithm>
 
 namespace KX {
@@ -11,7 +13,6 @@ using Recording::Session;
 
 constexpr std::uint64_t passIntervalMs = 100;
 constexpr std::uint64_t restMs = 200;
-constexpr std::uint64_t defaultLongPressMs = 2000;
 
 bool isInput(const Entry& entry) {
     return std::holds_alternative<KXToolkitEvent>(entry.input) ||
@@ -36,7 +37,7 @@ std::uint64_t endOf(const Session& session) {
 
 // Until the longest long press of the session is due, and some passes more for a bundle of steps.
 std::uint64_t longestPending(const Session& session) {
-    std::uint64_t longest = defaultLongPressMs;
+    std::uint64_t longest = Recording::defaultLongPressMs;
     for (const Entry& entry : session.entries) {
         const auto* const setting = std::get_if<Recording::NumberSetting>(&entry.input);
         if (setting && setting->name == KXInputSetting::LongKeyPressDuration)

@@ -3,8 +3,10 @@
 #include "recording/RecordingFormat.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <fcntl.h>
+#include <optional>
 #include <stdexcept>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -17,43 +19,93 @@ namespace {
 constexpr mode_t accessForAll = 0666; // minus the umask of the process
 constexpr std::size_t largeBuffer = 65536;
 
+// Of at most 23 characters each: " 0xFFFFFFFF=-2147483648".
+constexpr std::size_t mostKeysInLine = 2500;
+
 // Opening a pipe without a reader would block, and a signal could not end the program. Without blocking, such a
 // pipe is refused. Later writes wait for the reader as usual.
-int openToAppend(const std::string& name) {
+int openToAppend(const std::string& name, int otherFlags) {
     const int descriptor =
-        open(name.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK, accessForAll);
+        open(name.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK | otherFlags, accessForAll);
     if (descriptor >= 0)
         fcntl(descriptor, F_SETFL, O_APPEND); // no other flag can change; this does not fail
     return descriptor;
 }
+
+// A pipe whose reader has ended raises a signal in the thread that writes, and the signal would end the application.
+// This object blocks it and takes it away again.
+class BlockedPipeSignal {
+public:
+    BlockedPipeSignal() {
+        sigemptyset(&pipeSignal);
+        sigaddset(&pipeSignal, SIGPIPE);
+        sigset_t pending;
+        wasPending = sigpending(&pending) == 0 && sigismember(&pending, SIGPIPE) == 1;
+        pthread_sigmask(SIG_BLOCK, &pipeSignal, &before);
+    }
+
+    ~BlockedPipeSignal() {
+        constexpr timespec atOnce{};
+        if (!wasPending)
+            sigtimedwait(&pipeSignal, nullptr, &atOnce);
+        pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    }
+
+    BlockedPipeSignal(const BlockedPipeSignal&) = delete;
+    BlockedPipeSignal& operator=(const BlockedPipeSignal&) = delete;
+
+private:
+    sigset_t pipeSignal{};
+    sigset_t before{};
+    bool wasPending = false; // it is somebody else's
+};
 
 // The text for ENXIO is "No such device or address", which does not help.
 std::string whyNotOpened(int error) {
     return error == ENXIO ? "nobody reads this pipe" : std::strerror(error);
 }
 
-// Whether the file may hold something that must not be lost. A pipe or a device has no size.
-bool holdsSomething(int descriptor) {
-    struct stat state {};
-    return fstat(descriptor, &state) != 0 || (S_ISREG(state.st_mode) && state.st_size > 0);
-}
-
 } // namespace
 
 File::File(std::string path) : name(std::move(path)) {
-    descriptor = openToAppend(name);
-    if (descriptor < 0)
-        throw std::runtime_error(name + ": " + whyNotOpened(errno));
+    open();
     addHead();
-    const bool isTaken = holdsSomething(descriptor);
-    if (isTaken || !flush()) {
-        close(descriptor);
-        throw std::runtime_error(isTaken ? name + ": it is there already and is not overwritten" : *failure);
+    if (!flush()) {
+        discard();
+        throw std::runtime_error(*failure);
     }
 }
 
 File::~File() {
-    close(descriptor);
+    if (descriptor >= 0)
+        close(descriptor);
+}
+
+// A file that is not empty holds something that must not be lost. A pipe or a device has no size.
+void File::open() {
+    descriptor = openToAppend(name, O_EXCL);
+    isMade = descriptor >= 0;
+    if (!isMade && errno == EEXIST)
+        descriptor = openToAppend(name, 0);
+    struct stat state {};
+    if (descriptor < 0 || fstat(descriptor, &state) != 0)
+        refuse(whyNotOpened(errno));
+    isRegular = S_ISREG(state.st_mode);
+    device = state.st_dev;
+    number = state.st_ino;
+    if (isRegular && state.st_size > 0)
+        refuse("it is there already and is not overwritten");
+}
+
+void File::refuse(const std::string& why) {
+    if (descriptor >= 0)
+        close(descriptor);
+    throw std::runtime_error(name + ": " + why);
+}
+
+void File::fail(int error, const char* during) {
+    if (!failure)
+        failure = name + ": " + during + std::strerror(error);
 }
 
 void File::addHead() {
@@ -62,26 +114,75 @@ void File::addHead() {
 
 bool File::restart() {
     if (!failure && ftruncate(descriptor, 0) != 0)
-        failure = name + ": cannot begin anew: " + std::strerror(errno);
+        fail(errno, "cannot begin anew: ");
     addHead();
     return flush();
 }
 
+// A disk over a network may tell only now that it is full. After a failed close the descriptor is closed, too.
+bool File::finish() {
+    if (!flush())
+        return false;
+    if (isRegular && fsync(descriptor) != 0)
+        fail(errno);
+    if (close(std::exchange(descriptor, -1)) != 0)
+        fail(errno);
+    return !failure;
+}
+
+void File::discard() {
+    if (isMade && hasItsName())
+        unlink(name.c_str());
+    else if (isRegular && descriptor >= 0 && ftruncate(descriptor, 0) != 0)
+        fail(errno);
+    if (descriptor >= 0)
+        close(std::exchange(descriptor, -1));
+}
+
+// Somebody may have moved the file, and another one may have its name.
+bool File::hasItsName() const {
+    struct stat named {};
+    return stat(name.c_str(), &named) == 0 && named.st_dev == device && named.st_ino == number;
+}
+
+// Calls of setKeyMapping add to each other, so a long one can be several.
 void File::add(const Entry& entry) {
+    const auto* const mapping = std::get_if<KeyMapping>(&entry.input);
+    if (!mapping || mapping->keyCodeOfToolkitKey.size() <= mostKeysInLine)
+        return addLine(entry);
+    KeyMapping part;
+    for (const auto& key : mapping->keyCodeOfToolkitKey) {
+        part.keyCodeOfToolkitKey.insert(key);
+        if (part.keyCodeOfToolkitKey.size() == mostKeysInLine)
+            addLine({entry.timeMs, std::exchange(part, {})});
+    }
+    if (!part.keyCodeOfToolkitKey.empty())
+        addLine({entry.timeMs, part});
+}
+
+void File::addLine(const Entry& entry) {
+    const std::size_t begin = buffer.size();
     format(entry, buffer);
+    if (buffer.size() - begin > longestLine && !failure)
+        failure = name + ": a line would be longer than " + std::to_string(longestLine) + " characters";
     buffer += '\n';
     if (buffer.size() > largeBuffer)
         flush();
 }
 
 bool File::flush() {
+    std::optional<BlockedPipeSignal> noSignal;
+    if (!isRegular)
+        noSignal.emplace();
     std::string_view text = buffer;
     while (!failure && !text.empty()) {
         const ssize_t written = ::write(descriptor, text.data(), text.size());
         if (written > 0)
             text.remove_prefix(static_cast<std::size_t>(written)); // all, unless the disk fills up
+        else if (written == 0)
+            fail(ENOSPC); // which sets no error
         else if (errno != EINTR)
-            failure = name + ": " + std::strerror(errno);
+            fail(errno);
     }
     buffer.clear();
     return !failure;

@@ -4,6 +4,7 @@
 
 #include <optional>
 #include <string>
+#include <sys/types.h>
 
 namespace KX::Recording {
 
@@ -23,13 +24,21 @@ public:
     File& operator=(const File&) = delete;
 
     /// Adds an entry, whose time must not be before that of the previous one, for the next \ref flush. A large buffer
-    /// is flushed at once.
+    /// is flushed at once. A long key mapping becomes several lines. Any other line that is longer than \ref longestLine
+    /// counts as a failure, because no reader takes it.
     void add(const Entry& entry);
 
     /// Hands what was added to the system. After a failure nothing more is written, so that no line is missing between
     /// others.
     /// \return whether all entries were written
     bool flush();
+
+    /// Ends the file: flushes, and waits until the disk has it. Nothing may be added any more.
+    /// \return whether all entries are on the disk; of a pipe or a device, whether it took them
+    bool finish();
+
+    /// Ends the file and takes it back: it is removed, or empty if it was there before. Nothing may be added any more.
+    void discard();
 
     /// Takes back all entries. A pipe or a device cannot do that.
     /// \return whether the file is as new
@@ -39,10 +48,19 @@ public:
     const std::optional<std::string>& problem() const { return failure; }
 
 private:
+    void open();
+    [[noreturn]] void refuse(const std::string& why);
     void addHead();
+    void addLine(const Entry& entry);
+    void fail(int error, const char* during = "");
+    bool hasItsName() const;
 
     const std::string name;
-    int descriptor = -1;
+    int descriptor = -1; // closed
+    bool isMade = false; // by this object
+    bool isRegular = false;
+    dev_t device = 0; // which the file is on, and its number there
+    ino_t number = 0;
     std::string buffer;
     std::optional<std::string> failure;
 };

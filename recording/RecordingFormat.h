@@ -2,6 +2,7 @@
 
 #include "recording/KXRecording.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -20,6 +21,13 @@ constexpr unsigned int newestVersion = 2;
 /// The bus of the keypad, by the number that the library knows: the name of the interface may differ on the next
 /// machine.
 constexpr const char* keypadBus = "can0";
+
+/// What a new manager has if a recording says nothing, in ms.
+constexpr unsigned int defaultDoublePressMs = 300;
+constexpr unsigned int defaultLongPressMs = 2000;
+
+/// Of a recording or a log, without the line end. No longer line is written or read.
+constexpr std::size_t longestLine = 65536;
 
 /// The first line of a recording, without a line end.
 std::string_view firstLine();

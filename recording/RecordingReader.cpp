@@ -24,9 +24,6 @@ constexpr std::uint32_t errorOrRemoteFlags = CanBus::errorFlag | CanBus::remoteF
 // Some editors write this before a text in UTF-8.
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 
-// Longer than any line of a recording. A file without line ends is refused before it fills the memory.
-constexpr std::size_t longestLine = 65536;
-
 // The key codes that the toolkit knows without a mapping. The values are placeholders.
 std::map<int, int> keysOfEveryManager() {
     std::map<int, int> keys;
@@ -68,7 +65,7 @@ private:
                 hasLineEnd = true;
                 return true;
             }
-            if (line.size() == longestLine)
+            if (line.size() == longestLine) // before a file without line ends fills the memory
                 fail("the line is longer than " + std::to_string(longestLine) + " characters");
             line.push_back(static_cast<char>(character));
         }

@@ -1,12 +1,14 @@
 #include "recording/RestPoints.h"
 
+#include "events/KXEventType.h"
+
 #include <algorithm>
 
 namespace KX::Recording {
 
 namespace {
 
-bool mayPair(unsigned int timeStamp, const KXInputMemory& memory) {
+bool wouldPair(unsigned int timeStamp, const KXInputMemory& memory) {
     return memory.hasPress && timeStamp - memory.pressTimeStamp <= memory.doublePressMs;
 }
 
@@ -21,36 +23,46 @@ const KXEvent* eventOf(const Input& input) {
     return std::get_if<KXInputEvent>(&input);
 }
 
+// The encoder's steps in an event; 0: it is none of the encoder's. The encoder divides by them, whatever their sign.
+unsigned int stepsIn(const KXEvent& event) {
+    switch (event.eventType) {
+    case TOOLKIT_WHEEL_EVENT:
+    case ENCODER_MOVE_EVENT: return event.count == 0 ? 1 : static_cast<unsigned int>(event.count);
+    case TOOLKIT_KEY_PRESS_EVENT: // of a knob that is wired as a keyboard
+    case KEY_PRESS_EVENT: return 1;
+    default: return 0;
+    }
+}
+
 } // namespace
 
 void RestPoints::addBeginning(const EntryLog::Place& place) {
     points.assign(1, place);
     lastPress = lastStep = place;
     before = {};
+    hasStep = false;
 }
 
 void RestPoints::input(const Entry& entry, const EntryLog::Place& place, const KXInputMemory& memory) {
-    noRestSince.reset();
+    disprovedSince.reset();
     noteChanges(place, memory);
     const KXEvent* const event = eventOf(entry.input);
     if (!event)
         return;
-    if (mayPair(event->timeStamp, memory))
+    if (wouldPair(event->timeStamp, memory))
         dropSince(lastPress);
-    // The encoder divides by it, whatever its sign.
-    const unsigned int steps = event->count == 0 ? 1 : static_cast<unsigned int>(event->count);
-    const bool hasStep = memory.stepTimeStamp != 0;
-    if (hasStep && (continuesTurn(event->timeStamp, steps, memory.stepTimeStamp, memory.restartGapMs) ||
-                    continuesTurn(event->timeStamp, steps, 0, memory.restartGapMs)))
+    const unsigned int steps = stepsIn(*event);
+    if (hasStep && steps != 0 &&
+        (continuesTurn(event->timeStamp, steps, memory.stepTimeStamp, memory.restartGapMs) ||
+         continuesTurn(event->timeStamp, steps, 0, memory.restartGapMs)))
         dropSince(lastStep);
 }
 
 void RestPoints::pass(unsigned int tick, const EntryLog::Place& place, const KXInputMemory& memory) {
-    noRestSince.reset();
+    disprovedSince.reset();
     noteChanges(place, memory);
-    const bool encoderRests =
-        memory.stepTimeStamp == 0 || !continuesTurn(tick, 1, memory.stepTimeStamp, memory.restartGapMs);
-    if (memory.isPressPending || memory.isBundleOpen || mayPair(tick, memory) || !encoderRests)
+    const bool encoderRests = !hasStep || !continuesTurn(tick, 1, memory.stepTimeStamp, memory.restartGapMs);
+    if (memory.isPressPending || memory.isBundleOpen || wouldPair(tick, memory) || !encoderRests)
         return;
     if (points.size() >= 2 && place.timeMs - points[points.size() - 2].timeMs < spacingMs)
         points.back() = place;
@@ -62,8 +74,10 @@ void RestPoints::pass(unsigned int tick, const EntryLog::Place& place, const KXI
 void RestPoints::noteChanges(const EntryLog::Place& place, const KXInputMemory& memory) {
     if (memory.hasPress && (!before.hasPress || memory.pressTimeStamp != before.pressTimeStamp))
         lastPress = place;
-    if (memory.stepTimeStamp != before.stepTimeStamp)
+    if (memory.stepTimeStamp != before.stepTimeStamp) {
+        hasStep = true;
         lastStep = place;
+    }
     before = memory;
 }
 
@@ -71,8 +85,8 @@ void RestPoints::noteChanges(const EntryLog::Place& place, const KXInputMemory& 
 void RestPoints::dropSince(const EntryLog::Place& place) {
     while (!points.empty() && !(points.back() < place))
         points.pop_back();
-    if (!noRestSince || place < *noRestSince)
-        noRestSince = place;
+    if (!disprovedSince || place < *disprovedSince)
+        disprovedSince = place;
 }
 
 std::optional<EntryLog::Place> RestPoints::last() const {
@@ -87,8 +101,8 @@ std::optional<EntryLog::Place> RestPoints::lastBefore(std::uint64_t timeMs) cons
     return later == points.begin() ? points.front() : *(later - 1);
 }
 
-bool RestPoints::wasNone(const EntryLog::Place& place) const {
-    return noRestSince && !(place < *noRestSince);
+bool RestPoints::wasDisproved(const EntryLog::Place& place) const {
+    return disprovedSince && !(place < *disprovedSince);
 }
 
 void RestPoints::dropBefore(const EntryLog::Place& place) {

@@ -26,6 +26,11 @@ public:
     /// To be told before each pass.
     void pass(unsigned int tick, const EntryLog::Place& place, const KXInputMemory& memory);
 
+    /// Whether the encoder had a last step when the last entry was told, and has none now.
+    bool hasLostStep(const KXInputMemory& memory) const {
+        return before.stepTimeStamp != 0 && memory.stepTimeStamp == 0;
+    }
+
     std::optional<EntryLog::Place> last() const;
 
     /// The last rest that was over \p timeMs; else the first one.
@@ -33,7 +38,7 @@ public:
 
     /// Whether the entry that was told last has shown that \p place, a rest until then, was none. Also for a place that
     /// was dropped.
-    bool wasNone(const EntryLog::Place& place) const;
+    bool wasDisproved(const EntryLog::Place& place) const;
 
     void dropBefore(const EntryLog::Place& place);
 
@@ -45,8 +50,9 @@ private:
     void dropSince(const EntryLog::Place& place);
 
     std::deque<EntryLog::Place> points;
-    std::optional<EntryLog::Place> noRestSince; // as the last entry has shown
+    std::optional<EntryLog::Place> disprovedSince; // as the last entry has shown
     KXInputMemory before;
+    bool hasStep = false;      // a step's time stamp may be 0
     EntryLog::Place lastPress; // behind it
     EntryLog::Place lastStep;
 };

@@ -1,16 +1,16 @@
 #include "recording/SessionState.h"
 
+#include "recording/RecordingFormat.h"
+
 #include <algorithm>
 
 namespace KX::Recording {
 
 namespace {
 
-constexpr std::int64_t defaultDoublePressMs = 300;
-constexpr std::int64_t defaultLongPressMs = 2000;
 constexpr std::int64_t greatestLowPass = 1000;
 
-bool isRising(const SpeedTable& table) {
+bool timeGapsRise(const SpeedTable& table) {
     const auto isNotLess = [](const KXEncoderDynamicPair& one, const KXEncoderDynamicPair& next) {
         return one.timeGap >= next.timeGap;
     };
@@ -19,11 +19,16 @@ bool isRising(const SpeedTable& table) {
 
 } // namespace
 
+unsigned int restartGapOf(const SpeedTable& table) {
+    constexpr unsigned int gapWithoutTableMs = 500;
+    return table.rows.size() < 2 ? gapWithoutTableMs : 2 * table.rows.back().timeGap;
+}
+
 void SessionState::apply(const Input& input) {
     if (const auto* const number = std::get_if<NumberSetting>(&input)) {
         apply(*number);
     } else if (const auto* const newTable = std::get_if<SpeedTable>(&input)) {
-        const bool isAccepted = isRising(*newTable);
+        const bool isAccepted = timeGapsRise(*newTable);
         (isAccepted ? table : refusedTable) = *newTable;
         if (isAccepted)
             refusedTable.reset();

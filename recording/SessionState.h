@@ -10,6 +10,9 @@
 
 namespace KX::Recording {
 
+/// After a longer step than this, an encoder with this table restarts, unless it has refused another table since.
+unsigned int restartGapOf(const SpeedTable& table);
+
 /// The settings of a session at one moment, and the last frames of the keypad. They stand at the head of a recording
 /// that begins in mid-session.
 class SessionState {

@@ -6,9 +6,10 @@ namespace KX {
 
 KXWorkerHold::~KXWorkerHold() = default;
 
-void KXWorkerHold::keep() {
+void KXWorkerHold::keep(unsigned int mostMs) {
     std::unique_lock<std::mutex> guard(lock);
     isWanted = true;
+    mostHeldMs = mostMs;
     changed.wait_for(guard, std::chrono::seconds(1), [this] { return isKept; });
 }
 
@@ -22,7 +23,8 @@ void KXWorkerHold::onPassDue() {
     std::unique_lock<std::mutex> guard(lock);
     isKept = isWanted;
     changed.notify_all();
-    changed.wait(guard, [this] { return !isWanted; });
+    if (!changed.wait_for(guard, std::chrono::milliseconds(mostHeldMs), [this] { return !isWanted; }))
+        isWanted = false;
     isKept = false;
 }
 

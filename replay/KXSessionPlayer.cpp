@@ -34,6 +34,24 @@ bool hasFrames(const Session& session) {
         [](const Entry& entry) { return std::holds_alternative<Recording::Frame>(entry.input); });
 }
 
+bool isOperated(const Entry& entry) {
+    return std::holds_alternative<KXToolkitEvent>(entry.input) ||
+           std::holds_alternative<KXInputEvent>(entry.input) ||
+           std::holds_alternative<Recording::Post>(entry.input);
+}
+
+// The first setting of that name before the operator does anything.
+const Recording::NumberSetting* findAtHead(const Session& session, KXInputSetting name) {
+    for (const Entry& entry : session.entries) {
+        const auto* const setting = std::get_if<Recording::NumberSetting>(&entry.input);
+        if (setting && setting->name == name)
+            return setting;
+        if (isOperated(entry))
+            break;
+    }
+    return nullptr;
+}
+
 std::shared_ptr<const Session> read(const std::string& path, std::vector<std::string>& warnings) {
     return std::make_shared<const Session>(Recording::readFile(
         path, [&warnings](const std::string& warning) { warnings.push_back(warning); }));
@@ -63,6 +81,7 @@ public:
 private:
     void begin();
     void beginLog();
+    void makeRoomForDurations();
     void turnKnobBack();
     void setTime(std::uint64_t timeMs);
     void pass();
@@ -108,6 +127,21 @@ void KXSessionPlayer::Play::begin() {
     manager = KXInputEventManager::getInstance();
     if (session.isPlainLog)
         beginLog();
+    if (!ownsManager)
+        makeRoomForDurations();
+}
+
+// The durations at the head of a recording have an order that a new manager accepts. One with durations of its own
+// may refuse the first, which must stay apart from the second. It takes both in this order: if the long one is
+// refused at first, the double one is below both of its own.
+void KXSessionPlayer::Play::makeRoomForDurations() {
+    const auto* const doublePress = findAtHead(session, KXInputSetting::DoubleKeyPressDuration);
+    const auto* const longPress = findAtHead(session, KXInputSetting::LongKeyPressDuration);
+    if (!doublePress || !longPress || doublePress->value >= longPress->value)
+        return;
+    apply(*longPress);
+    apply(*doublePress);
+    apply(*longPress);
 }
 
 void KXSessionPlayer::Play::beginLog() {

@@ -23,10 +23,10 @@ namespace KX {
 /// needs. For programs that link KXAPI::Replay and with it the simulated platform, on the thread that drives the
 /// simulation.
 ///
-/// A manager that exists is used: make it before, or let the player make one and delete it at its end. In the second
-/// case the simulation is reset first, no key is mapped, and the knob of the keypad is at its start, as in a new
-/// process. If the recording has the passes of the worker, the player makes exactly these; otherwise those of
-/// KXPassSchedule.
+/// A manager that exists is used, with its own settings where the recording has none: make it before, or let the player
+/// make one and delete it at its end. In the second case the simulation is reset first, no key is mapped, and the knob
+/// of the keypad is at its start, as in a new process. If the recording has the passes of the worker, the player makes
+/// exactly these; otherwise those of KXPassSchedule.
 ///
 /// The log of a CAN bus (`candump -l`) is played, too: its frames become keys. It needs a QApplication, as frames do.
 /// The frames of a recording only document the bus, because its keys are recorded as toolkit events; without a

@@ -1,9 +1,14 @@
+#include "tests/recording/FullDisk.h"
 #include "tests/recording/RecorderFixture.h"
 
 #include "input/KXInputObserver.h"
 #include "platform/KXCANMessage.h"
 
+#include <fcntl.h>
+#include <memory>
+#include <sys/stat.h>
 #include <thread>
+#include <unistd.h>
 
 namespace KX {
 namespace {
@@ -16,6 +21,16 @@ using testing::StartsWith;
 class RecorderTest : public test::RecorderFixture {
 protected:
     KXInputEventManager& manager() { return *KXInputEventManager::createInstance(); }
+};
+
+class OtherObserver : public KXInputObserver {
+public:
+    ~OtherObserver() override { KXInputEventManager::setObserver(nullptr); }
+
+    void observe() { KXInputEventManager::setObserver(this); }
+    void onToolkitEvent(const KXToolkitEvent& /*event*/) override { ++events; }
+
+    int events = 0;
 };
 
 constexpr const char* pressLine = "toolkit TOOLKIT_KEY_PRESS_EVENT os=0x1000000";
@@ -64,6 +79,38 @@ TEST_F(RecorderTest, made_after_the_manager_begins_with_its_settings_at_the_firs
                             "100 set low-pass 900", "100 set accept-input off", "100 set speed-table 5:1 40:2",
                             testing::AllOf(StartsWith("100 set key-mapping "), HasSubstr(" 0x1000000=0 ")),
                             "100 pass", "150 end"));
+}
+
+TEST_F(RecorderTest, made_after_the_manager_knows_that_the_encoder_has_refused_a_table) {
+    manager();
+    KXEncoderDynamic::instance()->setDynamicParameters({{9, 1}, {9, 1}}); // which sets the restart gap to 500 ms
+    KXSessionRecorder recorder;
+    KXSimulation::advance(100);
+    recorder.start(path);
+    recorder.stop();
+    std::vector<std::string> tables = entriesOf(path);
+    tables.erase(
+        std::remove_if(tables.begin(), tables.end(),
+                       [](const std::string& line) { return line.find("speed-table") == std::string::npos; }),
+        tables.end());
+    ASSERT_EQ(2U, tables.size());
+    EXPECT_THAT(tables[0], HasSubstr(" 2:4096 "));
+    EXPECT_EQ("100 set speed-table 1:1 1:1", tables[1]);
+}
+
+TEST_F(RecorderTest, knows_an_encoder_that_was_set_before_there_was_a_recorder_or_a_manager) {
+    KXEncoderDynamic& encoder = *KXEncoderDynamic::instance();
+    encoder.setUserFactor(500);
+    encoder.setLowPassFactor(700);
+    encoder.setDynamicParameters({{5, 1}, {40, 2}});
+    KXSessionRecorder recorder;
+    recorder.start(path);
+    manager();
+    recorder.stop();
+    EXPECT_THAT(entriesOf(path),
+                ElementsAre("0 pass", "0 set accept-input on", "0 set double-press 300", "0 set long-press 2000",
+                            StartsWith("0 set key-mapping "), "0 set speed-table 5:1 40:2", "0 set low-pass 700",
+                            "0 set user-factor 500", "0 end"));
 }
 
 TEST_F(RecorderTest, records_every_way_in_in_the_managers_order) {
@@ -202,6 +249,18 @@ TEST_F(RecorderTest, a_rest_after_which_a_wheel_goes_on_with_its_turn_is_none) {
     EXPECT_EQ("100100 pass", inputsOf(path).front());
 }
 
+TEST_F(RecorderTest, a_rest_after_which_a_key_is_pressed_stays_one_although_the_wheel_was_turned_before) {
+    KXSimulation::setTick(100000);
+    KXSessionRecorder recorder;
+    manager();
+    turnWheel(1);
+    KXSimulation::advance(10000);
+    press();
+    recorder.start(path);
+    recorder.stop();
+    EXPECT_EQ("110000 pass", inputsOf(path).front());
+}
+
 TEST_F(RecorderTest, a_recording_begins_anew_when_its_rest_turns_out_to_be_none) {
     KXSimulation::setTick(100000);
     KXSessionRecorder recorder;
@@ -322,6 +381,124 @@ TEST_F(RecorderTest, a_full_disk_is_told_once_and_the_session_goes_on) {
     EXPECT_TRUE(recorder.start(path));
 }
 
+// In a recording of a few lines, so that the first lines of the file can be written and the rest cannot.
+TEST_F(RecorderTest, a_save_that_fails_leaves_no_file_and_a_later_one_works) {
+    KXSessionRecorder recorder(60000);
+    manager();
+    {
+        const test::Disk disk(200);
+        EXPECT_FALSE(recorder.save(path));
+    }
+    EXPECT_EQ(path + ": File too large", recorder.problem());
+    EXPECT_FALSE(std::filesystem::exists(path));
+    press();
+    EXPECT_TRUE(manager().hasEvents());
+    EXPECT_TRUE(recorder.save(path)) << recorder.problem();
+    EXPECT_THAT(inputsOf(path), ElementsAre("0 pass", at(0, pressLine), "0 end"));
+}
+
+TEST_F(RecorderTest, a_start_that_fails_leaves_no_file_and_a_later_one_works) {
+    KXSessionRecorder recorder;
+    manager();
+    {
+        const test::Disk disk(200);
+        EXPECT_FALSE(recorder.start(path));
+    }
+    EXPECT_EQ(path + ": File too large", recorder.problem());
+    EXPECT_FALSE(recorder.isRecording());
+    EXPECT_FALSE(std::filesystem::exists(path));
+    EXPECT_TRUE(recorder.start(path));
+    EXPECT_TRUE(recorder.stop());
+}
+
+TEST_F(RecorderTest, a_recording_whose_beginning_cannot_be_written_at_its_first_rest_is_removed) {
+    manager();
+    KXSessionRecorder recorder;
+    ASSERT_TRUE(recorder.start(path));
+    testing::internal::CaptureStderr();
+    {
+        const test::Disk disk(200);
+        KXSimulation::advance(100);
+    }
+    EXPECT_EQ("KXSessionRecorder: " + path + ": File too large; the recording ends here\n",
+              testing::internal::GetCapturedStderr());
+    EXPECT_FALSE(std::filesystem::exists(path));
+    EXPECT_FALSE(recorder.stop());
+}
+
+TEST_F(RecorderTest, a_disk_that_fills_up_meanwhile_ends_the_recording_with_one_line) {
+    KXSessionRecorder recorder;
+    ASSERT_TRUE(recorder.start(path));
+    manager();
+    testing::internal::CaptureStderr();
+    {
+        const test::Disk disk(std::filesystem::file_size(path));
+        press();
+        release();
+    }
+    EXPECT_EQ("KXSessionRecorder: " + path + ": File too large; the recording ends here\n",
+              testing::internal::GetCapturedStderr());
+    EXPECT_EQ(path + ": File too large", recorder.problem());
+    EXPECT_EQ(KEY_PRESS_EVENT, manager().getNextEvent().eventType);
+    EXPECT_FALSE(recorder.stop());
+    EXPECT_EQ("0 pass", inputsOf(path).back()) << "what was written before stays";
+    EXPECT_TRUE(recorder.start(inFolder("next.kxr")));
+    EXPECT_TRUE(recorder.stop());
+}
+
+TEST_F(RecorderTest, a_folder_that_vanishes_is_told_by_the_next_save_and_ends_no_recording) {
+    const std::string gone = inFolder("gone");
+    std::filesystem::create_directory(gone);
+    KXSessionRecorder recorder(60000);
+    ASSERT_TRUE(recorder.start(gone + "/day.kxr"));
+    std::filesystem::remove_all(gone);
+    manager();
+    press();
+    EXPECT_TRUE(manager().hasEvents());
+    EXPECT_FALSE(recorder.save(gone + "/kept.kxr"));
+    EXPECT_EQ(gone + "/kept.kxr: No such file or directory", recorder.problem());
+    recorder.stop();
+    EXPECT_TRUE(recorder.start(path)) << recorder.problem();
+    EXPECT_TRUE(recorder.stop());
+}
+
+TEST_F(RecorderTest, a_pipe_whose_reader_ends_is_told_in_one_line_and_the_session_goes_on) {
+    ASSERT_EQ(0, mkfifo(path.c_str(), 0600));
+    const int reader = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    KXSessionRecorder recorder;
+    ASSERT_TRUE(recorder.start(path)) << recorder.problem();
+    manager();
+    close(reader);
+    testing::internal::CaptureStderr();
+    press();
+    release();
+    EXPECT_EQ("KXSessionRecorder: " + path + ": Broken pipe; the recording ends here\n",
+              testing::internal::GetCapturedStderr());
+    EXPECT_EQ(KEY_PRESS_EVENT, manager().getNextEvent().eventType);
+    EXPECT_FALSE(recorder.stop());
+    EXPECT_TRUE(recorder.start(inFolder("next.kxr")));
+}
+
+TEST_F(RecorderTest, a_save_to_a_full_disk_is_told_and_removes_no_device) {
+    KXSessionRecorder recorder(60000);
+    EXPECT_FALSE(recorder.save("/dev/full"));
+    EXPECT_EQ("/dev/full: No space left on device", recorder.problem());
+    EXPECT_TRUE(std::filesystem::exists("/dev/full"));
+    EXPECT_TRUE(recorder.save(path)) << recorder.problem();
+}
+
+TEST_F(RecorderTest, a_speed_table_that_no_line_can_hold_ends_the_recording) {
+    KXSessionRecorder recorder;
+    recorder.start(path);
+    manager();
+    testing::internal::CaptureStderr();
+    KXEncoderDynamic::instance()->setDynamicParameters(std::vector<KXEncoderDynamicPair>(20000, {1, 1}));
+    EXPECT_EQ("KXSessionRecorder: " + path +
+                  ": a line would be longer than 65536 characters; the recording ends here\n",
+              testing::internal::GetCapturedStderr());
+    EXPECT_FALSE(recorder.stop());
+}
+
 TEST_F(RecorderTest, one_recording_at_a_time) {
     KXSessionRecorder recorder;
     EXPECT_TRUE(recorder.start(path));
@@ -341,12 +518,78 @@ TEST_F(RecorderTest, a_second_recorder_is_told_that_it_is_one) {
         EXPECT_FALSE(second.start(path));
         EXPECT_EQ(path + ": another recorder observes the session", second.problem());
         EXPECT_FALSE(second.save(path));
+        second.holdWorker(); // which would stop the first one's worker
+        EXPECT_EQ("another recorder observes the session", second.problem());
     }
     manager();
     EXPECT_TRUE(first.start(path)); // which the second one's end has not disturbed
     press();
     EXPECT_TRUE(first.stop());
     EXPECT_THAT(inputsOf(path), ElementsAre("0 pass", at(0, pressLine), "0 end"));
+}
+
+TEST_F(RecorderTest, a_second_recorder_can_be_started_when_the_first_one_has_gone) {
+    testing::internal::CaptureStderr();
+    auto first = std::make_unique<KXSessionRecorder>();
+    KXSessionRecorder second;
+    testing::internal::GetCapturedStderr();
+    manager();
+    press();
+    EXPECT_TRUE(second.stop()) << "there is nothing to end";
+    first.reset();
+    KXSimulation::advance(5000);
+    ASSERT_TRUE(second.start(path)) << second.problem();
+    release();
+    KXSimulation::advance(100); // a rest, as the press was long ago
+    press();
+    EXPECT_TRUE(second.stop());
+    EXPECT_EQ(at(5100, pressLine), inputsOf(path)[1]);
+}
+
+TEST_F(RecorderTest, another_observer_in_its_place_ends_the_recording) {
+    KXSessionRecorder recorder;
+    ASSERT_TRUE(recorder.start(path));
+    manager();
+    OtherObserver other;
+    other.observe();
+    press();
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(recorder.stop());
+    const std::string problem = path + ": another observer has taken the place of the recorder";
+    EXPECT_EQ("KXSessionRecorder: " + problem + "; the recording ends here\n",
+              testing::internal::GetCapturedStderr());
+    EXPECT_EQ(problem, recorder.problem());
+    EXPECT_FALSE(recorder.isRecording());
+    EXPECT_THAT(inputsOf(path), ElementsAre("0 pass")) << "neither the press nor an end";
+}
+
+TEST_F(RecorderTest, another_observer_in_its_place_is_told_by_save_and_start_takes_the_place_back) {
+    KXSessionRecorder recorder(60000);
+    manager();
+    press();
+    OtherObserver other;
+    other.observe();
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_FALSE(recorder.save(path));
+        EXPECT_EQ(path + ": another observer has taken the place of the recorder", recorder.problem());
+    }
+    release();
+    KXSimulation::advance(5000);
+    EXPECT_TRUE(recorder.start(path)) << recorder.problem();
+    KXSimulation::advance(100);
+    EXPECT_TRUE(recorder.stop());
+    EXPECT_THAT(inputsOf(path), ElementsAre("5100 pass", "5100 end"));
+}
+
+TEST_F(RecorderTest, its_end_leaves_another_observer_in_its_place) {
+    manager();
+    OtherObserver other;
+    {
+        KXSessionRecorder recorder;
+        other.observe();
+    }
+    press();
+    EXPECT_EQ(1, other.events);
 }
 
 TEST_F(RecorderTest, a_clock_that_goes_back_ends_the_recording) {
@@ -362,6 +605,105 @@ TEST_F(RecorderTest, a_clock_that_goes_back_ends_the_recording) {
               testing::internal::GetCapturedStderr());
     EXPECT_FALSE(recorder.stop());
     EXPECT_THAT(inputsOf(path), ElementsAre("100 pass"));
+}
+
+TEST_F(RecorderTest, a_manager_made_anew_ends_the_recording) {
+    KXSessionRecorder recorder;
+    recorder.start(path);
+    manager();
+    press();
+    KXSimulation::advance(100);
+    KXInputEventManager::deleteInstance();
+    testing::internal::CaptureStderr();
+    manager();
+    const std::string problem = path + ": the manager was deleted and made anew";
+    EXPECT_EQ("KXSessionRecorder: " + problem + "; the recording ends here\n",
+              testing::internal::GetCapturedStderr());
+    EXPECT_FALSE(recorder.isRecording());
+    press();
+    EXPECT_FALSE(recorder.stop());
+    EXPECT_EQ(problem, recorder.problem());
+    // The worker makes a last pass when the manager is deleted.
+    EXPECT_THAT(inputsOf(path), ElementsAre("0 pass", at(0, pressLine), "100 pass", "100 pass"));
+}
+
+TEST_F(RecorderTest, a_recording_after_a_manager_made_anew_begins_with_that_one) {
+    KXSessionRecorder recorder;
+    manager().setLongKeyPressDuration(5000);
+    manager().setKeyMapping({{66, 9}});
+    press(66);
+    KXSimulation::advance(100);
+    KXInputEventManager::deleteInstance();
+    manager();
+    ASSERT_TRUE(recorder.start(path)); // the key is still down, but the new manager does not know it
+    release(66);
+    EXPECT_TRUE(recorder.stop()) << recorder.problem();
+    EXPECT_THAT(entriesOf(path),
+                ElementsAre("100 pass", "100 set accept-input on", "100 set double-press 300",
+                            "100 set long-press 2000", StartsWith("100 set speed-table "), "100 set low-pass 900",
+                            "100 set user-factor 1000", testing::Not(HasSubstr("=9")),
+                            "100 toolkit TOOLKIT_KEY_RELEASE_EVENT os=0x42", "100 end"));
+}
+
+TEST_F(RecorderTest, a_recording_started_between_two_managers_has_the_second_one_whole) {
+    KXSessionRecorder recorder;
+    manager();
+    press();
+    KXSimulation::advance(100);
+    KXInputEventManager::deleteInstance();
+    ASSERT_TRUE(recorder.start(path));
+    manager();
+    press();
+    EXPECT_TRUE(recorder.stop()) << recorder.problem();
+    EXPECT_THAT(inputsOf(path), ElementsAre("100 pass", at(100, pressLine), "100 end"));
+}
+
+TEST_F(RecorderTest, what_is_saved_after_a_manager_made_anew_begins_with_that_one) {
+    KXSessionRecorder recorder(60000);
+    manager();
+    press();
+    KXSimulation::advance(100);
+    KXInputEventManager::deleteInstance();
+    ASSERT_TRUE(recorder.save(inFolder("before.kxr"))) << "what was before can be saved until then";
+    EXPECT_THAT(inputsOf(inFolder("before.kxr")),
+                ElementsAre("0 pass", at(0, pressLine), "100 pass", "100 pass", "100 end"));
+    manager();
+    KXSimulation::advance(50);
+    release();
+    ASSERT_TRUE(recorder.save(path)) << recorder.problem();
+    EXPECT_THAT(inputsOf(path), ElementsAre("100 pass", at(150, releaseLine), "150 end"));
+}
+
+TEST_F(RecorderTest, an_encoder_that_forgets_its_turn_ends_the_recording) {
+    KXSimulation::setTick(100000);
+    KXSessionRecorder recorder;
+    manager();
+    recorder.start(path);
+    KXEncoderDynamic::instance()->initialize(); // which has nothing to forget
+    turnWheel(1);
+    EXPECT_TRUE(recorder.isRecording());
+    KXEncoderDynamic::instance()->initialize();
+    testing::internal::CaptureStderr();
+    KXSimulation::advance(50);
+    turnWheel(1);
+    const std::string problem = path + ": the encoder was initialised anew and has forgotten its last turn";
+    EXPECT_EQ("KXSessionRecorder: " + problem + "; the recording ends here\n",
+              testing::internal::GetCapturedStderr());
+    EXPECT_FALSE(recorder.stop());
+    EXPECT_EQ(problem, recorder.problem());
+}
+
+TEST_F(RecorderTest, a_manager_that_is_initialised_anew_with_a_new_encoder_ends_the_recording_after_a_turn) {
+    KXSimulation::setTick(100000);
+    KXSessionRecorder recorder;
+    recorder.start(path);
+    manager();
+    turnWheel(1);
+    manager().deinitialize();
+    testing::internal::CaptureStderr();
+    manager().initialize();
+    testing::internal::GetCapturedStderr();
+    EXPECT_FALSE(recorder.stop());
 }
 
 TEST_F(RecorderTest, holds_the_worker_until_it_stops) {

@@ -3,11 +3,13 @@
 #include "recording/RecordingFile.h"
 
 #include "RecordingText.h"
+#include "tests/recording/FullDisk.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
@@ -15,8 +17,8 @@
 #include <fstream>
 #include <functional>
 #include <iterator>
+#include <limits>
 #include <memory>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
@@ -24,9 +26,24 @@
 
 namespace {
 
+int errorOfSync = 0; // 0: works
+
+} // namespace
+
+// Takes the place of the system's call, so that it can fail.
+extern "C" int fsync(int descriptor) {
+    if (errorOfSync == 0)
+        return fdatasync(descriptor);
+    errno = errorOfSync;
+    return -1;
+}
+
+namespace {
+
 using namespace KX::Recording;
 using KX::Recording::test::Outcome;
 using KX::Recording::test::outcomeOf;
+using KX::test::Disk;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
@@ -77,30 +94,6 @@ protected:
 
     std::filesystem::path folder;
     std::filesystem::path path;
-};
-
-// Acts like a disk that is full at this file size. The signal for a write beyond it, which would end the program,
-// is ignored.
-class Disk {
-public:
-    explicit Disk(rlim_t size) {
-        getrlimit(RLIMIT_FSIZE, &before);
-        rlimit limit = before;
-        limit.rlim_cur = size;
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-
-    ~Disk() {
-        setrlimit(RLIMIT_FSIZE, &before);
-        signal(SIGXFSZ, handler);
-    }
-
-    Disk(const Disk&) = delete;
-    Disk& operator=(const Disk&) = delete;
-
-private:
-    rlimit before{};
-    void (*const handler)(int) = signal(SIGXFSZ, SIG_IGN);
 };
 
 // Runs \p work in a separate process until \p isEnough, then kills it.
@@ -160,6 +153,34 @@ TEST_F(RecordingFileTest, EachLineIsOneWrite) {
     for (unsigned int tick = 0; tick < 100; ++tick)
         file.write(tick, SpeedTable{std::vector<KX::KXEncoderDynamicPair>(500, {1, 1})});
     EXPECT_EQ(100, *countOfWrites() - *before);
+}
+
+TEST_F(RecordingFileTest, TheWidestKeyMappingIsWrittenInLinesThatAReaderTakes) {
+    KeyMapping mapping;
+    for (int i = 0; i < 10000; ++i)
+        mapping.keyCodeOfToolkitKey[-1 - i] = std::numeric_limits<int>::min() + i;
+    EntryFile file(path);
+    EXPECT_TRUE(file.write(5, mapping));
+    const Outcome outcome = outcomeOf(content());
+    EXPECT_EQ("", outcome.error);
+    KeyMapping read;
+    for (const Entry& entry : outcome.session.entries)
+        read.keyCodeOfToolkitKey.merge(std::get<KeyMapping>(Input(entry.input)).keyCodeOfToolkitKey);
+    EXPECT_EQ(mapping.keyCodeOfToolkitKey, read.keyCodeOfToolkitKey);
+}
+
+TEST_F(RecordingFileTest, ALineThatNoReaderTakesEndsIt) {
+    // "5 set speed-table" and 4 characters a row, the last one 7: 65536 together.
+    SpeedTable table{std::vector<KX::KXEncoderDynamicPair>(16378, {1, 1})};
+    table.rows.push_back({1000, 1});
+    EntryFile file(path);
+    EXPECT_TRUE(file.write(5, table));
+    EXPECT_EQ(head.size() + 65536 + 1, content().size());
+    EXPECT_EQ("", outcomeOf(content()).error);
+    table.rows.back() = {10000, 1};
+    EXPECT_FALSE(file.write(5, table));
+    EXPECT_EQ(path.string() + ": a line would be longer than 65536 characters", file.problem());
+    EXPECT_EQ("", outcomeOf(content()).error) << "nothing of it is in the file";
 }
 
 TEST_F(RecordingFileTest, TheTimeOfFramesGoesOnWhereTheTickWraps) {
@@ -232,6 +253,20 @@ TEST_F(RecordingFileTest, APipeTakesItAndWaitsForItsReader) {
     EXPECT_EQ(head.size() + 20000 * std::string("10000 pass\n").size(), count);
 }
 
+TEST_F(RecordingFileTest, APipeWhoseReaderHasEndedFailsAndEndsNoProgram) {
+    ASSERT_EQ(0, mkfifo(path.c_str(), 0600));
+    const int reader = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    EntryFile file(path);
+    EXPECT_TRUE(file.write(5, Pass()));
+    close(reader);
+    EXPECT_FALSE(file.write(6, Pass()));
+    EXPECT_EQ(path.string() + ": Broken pipe", file.problem());
+    sigset_t pending;
+    sigpending(&pending);
+    EXPECT_FALSE(sigismember(&pending, SIGPIPE));
+    EXPECT_TRUE(std::filesystem::exists(path)) << "the pipe is not the recorder's";
+}
+
 TEST_F(RecordingFileTest, IsReadableForWhomTheProcessLets) {
     const mode_t before = umask(027);
     refusalOf(path);
@@ -261,6 +296,53 @@ TEST_F(RecordingFileTest, AfterAFailureNothingIsWrittenAnyMore) {
     EXPECT_FALSE(file.write(6, Pass()));
     EXPECT_EQ(path.string() + ": File too large", file.problem());
     EXPECT_EQ(head, content());
+}
+
+TEST_F(RecordingFileTest, AFileWithoutItsFirstLinesIsRemoved) {
+    const Disk disk(head.size() - 1);
+    EXPECT_EQ(path.string() + ": File too large", refusalOf(path));
+    EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+TEST_F(RecordingFileTest, AnEmptyFileThatWasThereStaysEmpty) {
+    std::ofstream(path).close();
+    const Disk disk(head.size() - 1);
+    EXPECT_EQ(path.string() + ": File too large", refusalOf(path));
+    EXPECT_TRUE(std::filesystem::exists(path));
+    EXPECT_EQ("", content());
+}
+
+TEST_F(RecordingFileTest, ADiscardedFileIsRemoved) {
+    EntryFile file(path);
+    file.write(5, Pass());
+    file.discard();
+    EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+TEST_F(RecordingFileTest, ADiscardedFileThatAnotherOneHasReplacedLeavesThatOne) {
+    EntryFile file(path);
+    std::filesystem::remove(path);
+    std::ofstream(path) << "x";
+    file.discard();
+    EXPECT_EQ("x", content());
+}
+
+TEST_F(RecordingFileTest, FinishedMeansThatTheDiskHasIt) {
+    {
+        EntryFile file(path);
+        EXPECT_TRUE(file.finish());
+    }
+    std::filesystem::remove(path);
+    EntryFile file(path);
+    errorOfSync = EIO;
+    EXPECT_FALSE(file.finish());
+    errorOfSync = 0;
+    EXPECT_EQ(path.string() + ": Input/output error", file.problem());
+}
+
+TEST_F(RecordingFileTest, ADeviceNeedsNoDisk) {
+    EntryFile file("/dev/null");
+    EXPECT_TRUE(file.finish());
 }
 
 TEST_F(RecordingFileTest, AKilledProcessLeavesWholeLines) {

@@ -1,5 +1,8 @@
 #include "recording/KXWorkerHold.h"
 
+#include "input/KXInputEventManager.h"
+#include "platform/simulated/KXSimulation.h"
+
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -74,4 +77,29 @@ TEST(WorkerHoldTest, DoesNotWaitForEverWithoutAWorker) {
     hold.keep();
     hold.release();
     EXPECT_EQ(std::future_status::ready, passElsewhere(hold).wait_for(longEnough));
+}
+
+TEST(WorkerHoldTest, LetsTheWorkerGoAfterTheLongestTime) {
+    KXWorkerHold hold;
+    std::atomic<bool> isOver{false};
+    std::thread worker([&] {
+        while (!isOver)
+            hold.onPassDue();
+    });
+    hold.keep(50);
+    isOver = true;
+    std::future<void> end = std::async(std::launch::async, [&worker] { worker.join(); });
+    EXPECT_EQ(std::future_status::ready, end.wait_for(longEnough));
+    hold.release();
+}
+
+TEST(WorkerHoldTest, AManagerCanBeDeletedWhileItsWorkerIsKeptForALimitedTime) {
+    KXSimulation::reset();
+    KXInputEventManager::createInstance();
+    KXWorkerHold hold;
+    KXInputEventManager::setObserver(&hold);
+    hold.keep(50); // the simulated worker waits for the clock, so it is kept when the manager wakes it to end
+    KXInputEventManager::deleteInstance();
+    EXPECT_FALSE(KXInputEventManager::hasInstance());
+    KXInputEventManager::setObserver(nullptr);
 }

@@ -1,6 +1,7 @@
 #include "replay/KXSessionPlayer.h"
 
 #include "input/KXInputEventManager.h"
+#include "input/KXInputObserver.h"
 #include "platform/KXTick.h"
 #include "tests/recording/RecorderFixture.h"
 
@@ -25,6 +26,19 @@ protected:
         player.play([&events](const KXInputEvent& event) { events.push_back(brief(event)); });
         return events;
     }
+};
+
+class DurationsSeen : public KXInputObserver {
+public:
+    void onSetting(KXInputSetting setting, std::int64_t value) override {
+        if (setting == KXInputSetting::DoubleKeyPressDuration)
+            doublePressMs = value;
+        if (setting == KXInputSetting::LongKeyPressDuration)
+            longPressMs = value;
+    }
+
+    std::int64_t doublePressMs = 0;
+    std::int64_t longPressMs = 0;
 };
 
 constexpr const char* heldKey = "1000 toolkit TOOLKIT_KEY_PRESS_EVENT os=0x1000000\n"
@@ -77,6 +91,26 @@ TEST_F(PlayerTest, takes_the_manager_that_is_there_and_leaves_it) {
     }
     EXPECT_TRUE(KXInputEventManager::hasInstance());
     EXPECT_EQ(manager, KXInputEventManager::getInstance());
+}
+
+TEST_F(PlayerTest, a_manager_that_is_there_takes_the_durations_at_the_head_whatever_its_own_are) {
+    const std::string shortOnes = "1 set double-press 100\n1 set long-press 500\n1 pass\n";
+    const std::string longOnes = "1 set long-press 4000\n1 set double-press 3500\n1 pass\n";
+    KXInputEventManager& manager = *KXInputEventManager::createInstance();
+    DurationsSeen seen;
+    for (const bool hasLongOnes : {true, false}) {
+        for (const bool playsLongOnes : {true, false}) {
+            manager.setDoubleKeyPressDuration(0);
+            manager.setLongKeyPressDuration(hasLongOnes ? 9000 : 50);
+            manager.setDoubleKeyPressDuration(hasLongOnes ? 8000 : 10);
+            KXSessionPlayer player(recording(playsLongOnes ? longOnes : shortOnes));
+            play(player);
+            KXInputEventManager::setObserver(&seen); // which tells it the present ones
+            KXInputEventManager::setObserver(nullptr);
+            EXPECT_EQ(playsLongOnes ? 3500 : 100, seen.doublePressMs) << hasLongOnes;
+            EXPECT_EQ(playsLongOnes ? 4000 : 500, seen.longPressMs) << hasLongOnes;
+        }
+    }
 }
 
 TEST_F(PlayerTest, makes_a_manager_and_deletes_it) {

@@ -162,6 +162,29 @@ protected:
             EXPECT_LT(taken[count - lines.size() - 1].tick, firstMs + longestStepMs) << file;
     }
 
+    // Either the recording gives the same events, or the recorder says that it cannot.
+    void expectTheSameSteps(
+        const std::function<void()>& operate, const std::function<void()>& operateBefore = [] {}) {
+        KXSessionRecorder recorder;
+        operateBefore();
+        wait(100);
+        ASSERT_TRUE(recorder.start(path));
+        take();
+        const std::size_t before = taken.size();
+        operate();
+        take();
+        const bool isWhole = recorder.stop();
+        KXInputEventManager::deleteInstance();
+        if (!isWhole) {
+            EXPECT_NE("", recorder.problem());
+            return;
+        }
+        const std::vector<std::string> lines = played(path);
+        ASSERT_EQ(taken.size() - before, lines.size());
+        for (std::size_t i = 0; i < lines.size(); ++i)
+            EXPECT_EQ(taken[before + i].line, lines[i]) << i;
+    }
+
     std::mt19937 random;
     std::vector<TakenEvent> taken;
     std::ostringstream swallowed;
@@ -255,6 +278,54 @@ TEST_F(RoundTripTest, what_is_recorded_from_mid_session_on_gives_the_same_events
         if (HasFatalFailure())
             return;
     }
+}
+
+// Directed sessions in which a recorder of the head could go wrong.
+
+TEST_F(RoundTripTest, a_refused_table_before_the_recorder_gives_the_same_steps) {
+    KXSimulation::setTick(100000);
+    KXInputEventManager::createInstance();
+    KXEncoderDynamic::instance()->setDynamicParameters({{9, 1}, {9, 1}}); // restarts after 500 ms from now on
+    expectTheSameSteps([this] {
+        turnWheel(20);
+        wait(10);
+        turnWheel(20);
+        wait(300);
+        turnWheel(1);
+    });
+}
+
+TEST_F(RoundTripTest, a_knob_that_is_turned_at_tick_0_gives_the_same_steps) {
+    KXSimulation::setTick(4294967200U);
+    KXInputEventManager::createInstance();
+    const auto turnUntilTick0 = [this] {
+        turnWheel(30);
+        wait(86);
+        turnWheel(30);
+        wait(10);
+        turnWheel(1);
+    };
+    expectTheSameSteps(
+        [this] {
+            wait(10);
+            turnWheel(1);
+            wait(10);
+            turnWheel(1);
+        },
+        turnUntilTick0);
+}
+
+TEST_F(RoundTripTest, an_initialised_encoder_gives_the_same_steps) {
+    KXSimulation::setTick(100000);
+    KXInputEventManager::createInstance();
+    expectTheSameSteps([this] {
+        turnWheel(30);
+        wait(150);
+        KXEncoderDynamic::instance()->initialize();
+        turnWheel(30);
+        wait(10);
+        turnWheel(30);
+    });
 }
 
 } // namespace KX

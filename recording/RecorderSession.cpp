@@ -1,0 +1,224 @@
+// What the recorder notes of the session, in memory and in the file of a recording that goes on.
+
+#include "recording/RecorderSession.h"
+
+#include "events/KXEventClass.h"
+#include "input/KXInputEventManager.h"
+#include "platform/KXTick.h"
+#include "recording/KXKeyLayout.h"
+
+#include <algorithm>
+#include <iostream>
+#include <utility>
+
+namespace KX {
+
+namespace {
+
+using Recording::Entry;
+using Recording::EntryLog;
+using Recording::Input;
+using Recording::SessionState;
+
+constexpr std::uint64_t bytesPerHour = std::uint64_t{4} << 20;
+constexpr std::uint64_t leastBytes = std::uint64_t{256} << 10;
+
+// So much is there even if nothing is to be kept: a rest may turn out to be none.
+constexpr unsigned int leastKeptMs = 10000;
+
+constexpr unsigned int msPerHour = 3600 * 1000;
+
+std::uint64_t bytesFor(unsigned int keptMs) {
+    return std::max(leastBytes, bytesPerHour * keptMs / msPerHour);
+}
+
+} // namespace
+
+// In one insertion, so that lines of several threads do not mix.
+void KXSessionRecorder::Session::tell(const std::string& text) {
+    std::cerr << "KXSessionRecorder: " + text + "\n" << std::flush;
+}
+
+void KXSessionRecorder::Session::onSetting(KXInputSetting setting, std::int64_t value) {
+    if (setting != KXInputSetting::KeyboardLayout) // no event depends on it
+        note(Recording::NumberSetting{setting, value});
+}
+
+// An event of an unknown class is posted with its type only.
+void KXSessionRecorder::Session::onPostedEvent(const KXEvent& event) {
+    Recording::Post post;
+    const bool isKnown = event.eventClass >= EVENT_CLASS && event.eventClass <= SOME_EVENT_CLASS;
+    if (isKnown) {
+        try {
+            post.event = KXSomeEvent(const_cast<KXEvent&>(event)); // which is only read
+        } catch (const std::bad_cast&) {
+            return; // the queue will not take it either
+        }
+    } else {
+        post.event.eventType = event.eventType;
+        post.event.eventClass = event.eventClass;
+    }
+    note(std::move(post));
+}
+
+void KXSessionRecorder::Session::onSpeedTable(const std::vector<KXEncoderDynamicPair>& pairs) {
+    note(Recording::SpeedTable{pairs});
+    const std::lock_guard<std::mutex> guard(lock);
+    knowsTable = true;
+}
+
+// A manager, new or old, tells its keys when it has told its settings and those of an encoder that it has made.
+void KXSessionRecorder::Session::onKeyMapping(const std::map<int, int>& mapping) {
+    ++probes;
+    if (mapping.empty())
+        return;
+    note(Recording::KeyMapping{mapping});
+    learnEncoder();
+}
+
+// Nobody tells of an encoder that was set before there was a recorder, nor of a table that it refused by then. A
+// refused table changes when the encoder restarts.
+void KXSessionRecorder::Session::learnEncoder() {
+    bool knewTable = false;
+    {
+        const std::lock_guard<std::mutex> guard(lock);
+        const bool hasNoEncoder =
+            KXInputEventManager::hasInstance() && KXInputEventManager::getMemory().restartGapMs == 0;
+        if (hasNoEncoder || std::exchange(knowsEncoder, true))
+            return;
+        knewTable = std::exchange(knowsTable, true);
+    }
+    const KXEncoderDynamic* const encoder = KXEncoderDynamic::instance();
+    if (!encoder)
+        return;
+    const Recording::SpeedTable table{encoder->getDynamicParameters()};
+    if (!knewTable) {
+        note(table);
+        note(Recording::NumberSetting{KXInputSetting::EncoderLowPassFactor, encoder->getLowPassFactor()});
+        note(Recording::NumberSetting{KXInputSetting::EncoderUserFactor, encoder->getUserFactor()});
+    }
+    if (encoder->getRestartTimeGap() != Recording::restartGapOf(table))
+        note(Recording::SpeedTable{{{1, 1}, {1, 1}}});
+}
+
+// A replay checks the layout as the tools do. What they refuse would make the whole recording useless; its keys are
+// recorded all the same, as the toolkit reports them.
+void KXSessionRecorder::Session::onKeypad(const CANRemoteOptions& options) {
+    if (!options.enabled)
+        return;
+    if (const auto wrong = KeyLayout::check(options, *KXInputEventManager::getKXtoOSCodeMap()))
+        tell("the layout of the keypad is left out: " + wrong->text);
+    else
+        note(Recording::Keypad{std::make_shared<const CANRemoteOptions>(options)});
+}
+
+void KXSessionRecorder::Session::onPass(unsigned int tick) {
+    const std::lock_guard<std::mutex> guard(lock);
+    take(tick, Recording::Pass());
+}
+
+// The tick is read under the lock, so an entry that waited for another one is not earlier.
+void KXSessionRecorder::Session::note(Input input) {
+    const std::lock_guard<std::mutex> guard(lock);
+    take(KXTick::getTickCount(), std::move(input));
+}
+
+void KXSessionRecorder::Session::take(unsigned int tick, Input&& input) {
+    forgetDeletedManager();
+    hadManager = KXInputEventManager::hasInstance();
+    Entry entry;
+    try {
+        entry.timeMs = Recording::continueTime(tick, lastMs);
+    } catch (const std::runtime_error& error) {
+        // What was before has no place in a recording with what comes.
+        forgetAll(stateAt(log.end()), tick, error.what());
+        entry.timeMs = tick;
+    }
+    const KXInputMemory memory = KXInputEventManager::getMemory();
+    forgetTurn(memory);
+    entry.input = std::move(input);
+    const EntryLog::Place place = log.end();
+    if (std::holds_alternative<Recording::Pass>(entry.input)) {
+        rests.pass(tick, place, memory);
+    } else {
+        rests.input(entry, place, memory);
+        const auto* const setting = std::get_if<Recording::NumberSetting>(&entry.input);
+        wasUserFactorSet = setting && setting->name == KXInputSetting::EncoderUserFactor;
+    }
+    log.append(entry);
+    lastMs = entry.timeMs;
+    if (file)
+        writeLast(entry);
+    if (log.end().chunk != place.chunk)
+        trim();
+}
+
+void KXSessionRecorder::Session::writeLast(const Entry& entry) {
+    if (isWaitingForRest || rests.wasDisproved(beganAt)) {
+        if (!rests.last())
+            return waitForRest();
+        const bool wasEmpty = isWaitingForRest;
+        if ((wasEmpty || file->restart()) && beginFile())
+            return;
+        if (wasEmpty)
+            file->discard();
+        return endFile(*file->problem());
+    }
+    file->add(entry);
+    if (!file->flush())
+        endFile(*file->problem());
+}
+
+// What was written from a moment on that was no rest stays: it is better than nothing.
+void KXSessionRecorder::Session::waitForRest() {
+    if (!isWaitingForRest)
+        endFile(path + ": the moment at which it began was no rest");
+}
+
+// The application goes on without its recording: the operator works with it.
+void KXSessionRecorder::Session::endFile(const std::string& why) {
+    isWhole = fail(why);
+    file.reset();
+    tell(lastProblem + "; the recording ends here");
+}
+
+// Nobody tells the observer of a manager's end. The next manager tells its settings while it is made, before the
+// process has it. It knows nothing of the former one, and a replay makes only one manager.
+void KXSessionRecorder::Session::forgetDeletedManager() {
+    if (!hadManager || KXInputEventManager::hasInstance())
+        return;
+    hadManager = knowsEncoder = knowsTable = false;
+    forgetAll({}, lastMs, "the manager was deleted and made anew");
+    rests.addBeginning(log.begin());
+}
+
+// KXEncoderDynamic::initialize forgets the turn when it has set the user factor, and a new encoder knows none. A step
+// with time stamp 0 looks the same, but it is not forgotten.
+void KXSessionRecorder::Session::forgetTurn(const KXInputMemory& memory) {
+    if (rests.hasLostStep(memory) && (wasUserFactorSet || memory.restartGapMs == 0))
+        forgetAll(stateAt(log.end()), lastMs, "the encoder was initialised anew and has forgotten its last turn");
+}
+
+// A recording that waits for a moment of rest has nothing yet, so it can go on.
+void KXSessionRecorder::Session::forgetAll(SessionState presentState, std::uint64_t presentMs,
+                                           const std::string& why) {
+    if (file && !isWaitingForRest)
+        endFile(path + ": " + why);
+    stateAtBegin = std::move(presentState);
+    log = EntryLog();
+    rests = {};
+    lastMs = presentMs;
+}
+
+void KXSessionRecorder::Session::trim() {
+    const unsigned int neededMs = std::max(keptMs, leastKeptMs);
+    const auto needed = rests.lastBefore(lastMs > neededMs ? lastMs - neededMs : 0);
+    const auto apply = [this](const Entry& entry) { stateAtBegin.apply(entry.input); };
+    if (needed)
+        log.dropBefore(*needed, apply);
+    while (log.bytes() > bytesFor(keptMs))
+        log.dropBefore({log.begin().chunk + 1, 0, 0}, apply);
+    rests.dropBefore(log.begin());
+}
+
+} // namespace KX

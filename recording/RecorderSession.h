@@ -1,0 +1,91 @@
+#pragma once
+
+#include "recording/EntryLog.h"
+#include "recording/KXSessionRecorder.h"
+#include "recording/KXWorkerHold.h"
+#include "recording/RecordingFile.h"
+#include "recording/RecordingFormat.h"
+#include "recording/RestPoints.h"
+#include "recording/SessionState.h"
+
+#include <atomic>
+#include <mutex>
+
+namespace KX {
+
+// What a recorder does.
+//
+// The manager calls the observer's operations with its mutex held. So no operation here may call the manager with the
+// lock held, other than what only reads.
+class KXSessionRecorder::Session final : public KXWorkerHold {
+public:
+    explicit Session(unsigned int keptMilliseconds) : keptMs(keptMilliseconds) {}
+    ~Session() override { endObserving(); }
+
+    bool observe();
+
+    bool start(const std::string& path);
+    bool stop();
+    bool save(const std::string& path);
+    std::string problem() const;
+    bool isRecording() const;
+    void holdWorker();
+
+    void onToolkitEvent(const KXToolkitEvent& event) override { note(event); }
+    void onInputEvent(const KXInputEvent& event) override { note(event); }
+    void onPostedEvent(const KXEvent& event) override;
+    void onSetting(KXInputSetting setting, std::int64_t value) override;
+    void onSpeedTable(const std::vector<KXEncoderDynamicPair>& pairs) override;
+    void onKeyMapping(const std::map<int, int>& mapping) override;
+    void onKeypad(const CANRemoteOptions& options) override;
+    void onFrame(const KXCANMessage& frame) override { note(Recording::Frame{Recording::keypadBus, frame}); }
+    void onPass(unsigned int tick) override;
+
+    // A line on standard error.
+    static void tell(const std::string& text);
+
+private:
+    void endObserving();
+    bool isStillObserver();
+    void loseObservation();
+    bool mayStart(const std::string& newPath);
+    bool startInto(std::unique_ptr<Recording::File> newFile, const std::string& newPath);
+    bool endRecording();
+    std::uint64_t timeOfEnd() const;
+    void note(Recording::Input input);
+    void take(unsigned int tick, Recording::Input&& input);
+    void learnEncoder();
+    void forgetDeletedManager();
+    void forgetTurn(const KXInputMemory& memory);
+    void forgetAll(Recording::SessionState presentState, std::uint64_t presentMs, const std::string& why);
+    void trim();
+    bool beginFile();
+    void writeLast(const Recording::Entry& entry);
+    void waitForRest();
+    void endFile(const std::string& why);
+    bool fail(const std::string& what);
+    Recording::SessionState stateAt(const Recording::EntryLog::Place& place) const;
+
+    const unsigned int keptMs;
+    std::atomic<unsigned int> probes{0}; // that have reached this observer
+
+    mutable std::mutex lock; // guards what follows
+    bool isObserver = false;
+    std::string whyNoObserver;
+    Recording::EntryLog log;
+    Recording::SessionState stateAtBegin; // of the log
+    Recording::RestPoints rests;
+    std::uint64_t lastMs = 0;
+    bool hadManager = false;               // at the last entry
+    bool knowsEncoder = false;             // what was set before the recorder was there, too
+    bool knowsTable = false;               // of the encoder
+    bool wasUserFactorSet = false;         // by the last entry that is no pass
+    std::unique_ptr<Recording::File> file; // of a recording that goes on
+    std::string path;                      // of the last recording
+    Recording::EntryLog::Place beganAt;    // the rest
+    bool isWaitingForRest = false;         // nothing is in the file yet
+    bool isWhole = true;                   // what was recorded since start
+    std::string lastProblem;
+};
+
+} // namespace KX
