@@ -1,4 +1,4 @@
-// What an hour in the memory of a recorder takes. It is long where the code is slow, so only fast builds have this test.
+// What an hour in the memory of a recorder takes. An hour is long where the code is slow, so only fast builds have it.
 
 #include "tests/recording/RecorderFixture.h"
 
