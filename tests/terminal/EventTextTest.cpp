@@ -45,8 +45,8 @@ TEST_F(EventTextTest, NamesTheKeysOfTheLibrary) {
     event.eventType = KX::KEY_PRESS_EVENT;
     event.keyCode = 4;
     EXPECT_EQ("4 Up", EventText::key(event).toStdString());
-    event.keyCode = 7;
-    EXPECT_EQ("7", EventText::key(event).toStdString());
+    event.keyCode = 100; // no test maps a key to it
+    EXPECT_EQ("100", EventText::key(event).toStdString());
     event.keyCode = 65535;
     EXPECT_EQ("not mapped", EventText::key(event).toStdString());
     event.keyCode = -1;

@@ -1,4 +1,4 @@
-// A window whose thread blocks on demand, for test_busy_window.py.
+// A window whose thread blocks on demand, for test_busy_window.py. Usage: busy_window RECORDING
 //
 // Standard input: "block MS" blocks the thread for so long, "end" ends the program. Standard output: "ready",
 // "blocked TICK" and "free TICK", and each classified event as "NAME TIMESTAMP KEY BUTTON".
@@ -6,6 +6,7 @@
 #include "events/KXEventType.h"
 #include "input/KXInputEventManager.h"
 #include "platform/KXTick.h"
+#include "recording/KXSessionRecorder.h"
 #include "toolkit/KXEventNotifier.h"
 #include "toolkit/KXToolkitLayer.h"
 
@@ -55,19 +56,29 @@ void readLine() {
 
 int main(int argc, char** argv) {
     const QApplication application(argc, argv);
+    KX::KXSessionRecorder recorder;
+    if (argc != 2 || !recorder.start(argv[1])) {
+        std::fprintf(stderr, "nothing is recorded: %s\n", recorder.problem().c_str());
+        return 2;
+    }
+    bool isRecorded = false;
     KX::KXInputEventManager::createInstance();
     {
         QWidget window;
         window.setWindowTitle(QStringLiteral("busy window"));
         window.resize(400, 300);
         const KX::KXToolkitLayer layer(window);
-        const KX::KXEventNotifier notifier;
+        KX::KXEventNotifier notifier;
         QObject::connect(&notifier, &KX::KXEventNotifier::eventOccurred, print);
         const QSocketNotifier commands(STDIN_FILENO, QSocketNotifier::Read);
         QObject::connect(&commands, &QSocketNotifier::activated, readLine);
         window.show();
         QTimer::singleShot(0, [] { tell("ready"); });
         QCoreApplication::exec();
+        recorder.holdWorker(); // no event comes behind those that are printed now
+        notifier.takeWaitingEvents();
+        isRecorded = recorder.stop();
     }
     KX::KXInputEventManager::deleteInstance();
+    return isRecorded ? 0 : 1;
 }

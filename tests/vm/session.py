@@ -31,9 +31,11 @@ def wait_for_file(path):
 
 
 class Terminal:
-    """A kxterminal on the machine's screen, which records what it does."""
+    """A kxterminal on the machine's screen, which records what it does and also keeps it in memory."""
 
     RECORDING = "/run/session.kxr"
+    SAVED = "/run/saved"
+    KEPT_MINUTES = 60  # longer than any session here
 
     def __init__(self, machine, folder):
         """folder: where the pictures of its screen are put."""
@@ -42,8 +44,8 @@ class Terminal:
         self.last_picture = os.path.join(folder, "terminal.png")
         self.event_lines = []  # all that were printed
         self.shown = (0, 0, 0)
-        machine.run(f"(terminal --print --record {self.RECORDING} >/dev/events 2>/dev/ttyAMA0; "
-                    "echo $? >/run/terminal.status) &")
+        machine.run(f"mkdir {self.SAVED}; (terminal --print --record {self.RECORDING} --keep-last {self.KEPT_MINUTES} "
+                    f"--save-to {self.SAVED} >/dev/events 2>/dev/ttyAMA0; echo $? >/run/terminal.status) &")
 
     def wait_until_shown(self):
         deadline = time.monotonic() + START_SECONDS
@@ -94,6 +96,13 @@ class Terminal:
     def waiting_events(self):
         """Those that were printed already."""
         return list(iter(lambda: self.next_event(0), None))
+
+    def save(self):
+        """Has it save what it keeps. The path of the only file that it has saved."""
+        self.machine.run("kill -USR1 $(pidof kxterminal)")
+        return self.machine.run("for i in $(seq 250); do "
+                                f"tail -n 1 {self.SAVED}/*.kxr 2>/dev/null | grep -q ' end$' && break; sleep 0.2; "
+                                f"done; ls {self.SAVED}/*.kxr")
 
     def end(self):
         """Its exit status."""
