@@ -28,8 +28,10 @@ constexpr unsigned int leastKeptMs = 10000;
 
 constexpr unsigned int msPerHour = 3600 * 1000;
 
+constexpr std::uint64_t ownBytes = 16 << 10; // of the recorder's other members, and the heap's own
+
 std::uint64_t bytesFor(unsigned int keptMs) {
-    return std::max(leastBytes, bytesPerHour * keptMs / msPerHour);
+    return std::max(leastBytes, bytesPerHour * keptMs / msPerHour) - ownBytes;
 }
 
 } // namespace
@@ -216,9 +218,11 @@ void KXSessionRecorder::Session::trim() {
     const auto apply = [this](const Entry& entry) { stateAtBegin.apply(entry.input); };
     if (needed)
         log.dropBefore(*needed, apply);
-    while (log.bytes() > bytesFor(keptMs))
-        log.dropBefore({log.begin().chunk + 1, 0, 0}, apply);
     rests.dropBefore(log.begin());
+    while (log.bytes() + rests.bytes() > bytesFor(keptMs)) {
+        log.dropBefore({log.begin().chunk + 1, 0, 0}, apply);
+        rests.dropBefore(log.begin());
+    }
 }
 
 } // namespace KX

@@ -42,6 +42,8 @@ public:
 
     void dropBefore(const EntryLog::Place& place);
 
+    std::size_t bytes() const { return points.size() * sizeof(EntryLog::Place); }
+
     /// In a long rest only every so many ms is kept, and the last one.
     static constexpr unsigned int spacingMs = 1000;
 
