@@ -220,12 +220,14 @@ TEST_F(EventNotifierOnLinux, HandsOnToAnObjectOfAnotherThread) {
     std::atomic<QThread*> receivingThread{nullptr};
     // Qt hands the event over under a lock of its own, which ThreadSanitizer cannot see. This is one that it sees.
     std::atomic<bool> isHandedOver{false};
-    QObject::connect(notifier.get(), &KXEventNotifier::eventOccurred, &receiver, [&](const KXInputEvent& event) {
-        while (!isHandedOver)
-            std::this_thread::yield();
-        receivingThread = QThread::currentThread();
-        received = event.timeStamp;
-    });
+    QObject::connect(
+        notifier.get(), &KXEventNotifier::eventOccurred, &receiver,
+        [&](const KXInputEvent& event) {
+            while (!isHandedOver)
+                std::this_thread::yield();
+            receivingThread = QThread::currentThread();
+            received = event.timeStamp;
+        });
     onEvent([&](const KXInputEvent& /*event*/) { isHandedOver = true; });
     thread.start();
     post(7);

@@ -149,7 +149,7 @@ class Keyboard(TerminalTestCase):
         self.assertEqual([(3, 0, -1)] * 2, [(event.event_class, event.value, event.count) for event in events])
 
     def test_two_quick_taps_are_a_press_and_a_double_press(self):
-        self.check_two_presses(lambda: self.tap("esc", "esc"), ESCAPE, quick=True)
+        self.check_two_presses(lambda: self.tap("esc", "esc", half_ms=10), ESCAPE, quick=True)
 
     def test_two_slow_taps_are_two_presses(self):
         def tap_slowly():
