@@ -25,7 +25,7 @@ QString SavedSessions::save(const QDateTime& now) const {
     const QString problem = saveInto(path);
     if (!problem.isEmpty())
         return QStringLiteral("not saved: ") + problem;
-    dropOldest();
+    makeRoomFor(path);
     return QStringLiteral("saved ") + path;
 }
 
@@ -38,12 +38,13 @@ QString SavedSessions::freePath(const QDateTime& now) const {
     return path;
 }
 
-// By their times of writing: the clock of a terminal may have been set, and then the names mislead.
-void SavedSessions::dropOldest() const {
-    const QFileInfoList newestFirst = QDir(folder).entryInfoList({beginning + QLatin1Char('*') + ending},
-                                                                 QDir::Files | QDir::NoSymLinks, QDir::Time);
-    for (int i = most; i < newestFirst.size(); ++i)
-        QFile::remove(newestFirst[i].filePath());
+// The others go by their times of writing. Where the clock was set back, they may seem newer than the file just saved.
+void SavedSessions::makeRoomFor(const QString& path) const {
+    QFileInfoList others = QDir(folder).entryInfoList({beginning + QLatin1Char('*') + ending},
+                                                      QDir::Files | QDir::NoSymLinks, QDir::Time);
+    others.removeOne(QFileInfo(path));
+    for (int i = most - 1; i < others.size(); ++i)
+        QFile::remove(others[i].filePath());
 }
 
 bool SaveChord::take(const KX::KXToolkitEvent& event) {

@@ -27,7 +27,7 @@ public:
 
 private:
     QString freePath(const QDateTime& now) const;
-    void dropOldest() const;
+    void makeRoomFor(const QString& path) const;
 
     const QString folder;
     const int most;

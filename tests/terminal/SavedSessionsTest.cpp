@@ -74,6 +74,15 @@ TEST_F(SavedSessionsTest, AsManyAsToldStayAndTheOldestGiveWay) {
                                      "kxterminal-2026-11-22-064513.kxr"));
 }
 
+TEST_F(SavedSessionsTest, TheFileJustSavedStaysThoughTheOthersSeemNewer) {
+    writtenFiles = 100;
+    save(2);
+    save(2, morning.addSecs(1));
+    writtenFiles = 0; // the clock was set back
+    save(2, morning.addDays(-1));
+    EXPECT_THAT(files(), ElementsAre("kxterminal-2026-11-21-064511.kxr", "kxterminal-2026-11-22-064512.kxr"));
+}
+
 TEST_F(SavedSessionsTest, OtherFilesAreLeftAlone) {
     for (const char* name : {"kxterminal-notes.txt", "complaint.kxr"})
         write(folder.filePath(name));
