@@ -112,11 +112,20 @@ unsigned int InputFilter::tickOfNow() {
 }
 
 bool InputFilter::takeKey(const QKeyEvent& event, unsigned int tick) {
-    const bool endsReportedPress = event.type() == QEvent::KeyRelease && heldKeys.contains(event.key());
+    const bool endsReportedPress = event.type() == QEvent::KeyRelease && heldKeys.contains(keyOf(event));
     if (keysBelongToWidget() && !endsReportedPress)
         return false;
     reportKey(event, tick);
     return true;
+}
+
+// Another modifier gives a key that is held another code. Its release must end the press that was reported.
+int InputFilter::keyOf(const QKeyEvent& event) const {
+    if (event.nativeScanCode() != 0)
+        for (auto held = heldKeys.begin(); held != heldKeys.end(); ++held)
+            if (held->scanCode == event.nativeScanCode())
+                return held.key();
+    return event.key();
 }
 
 void InputFilter::reportKey(const QKeyEvent& event, unsigned int tick) {
@@ -125,12 +134,13 @@ void InputFilter::reportKey(const QKeyEvent& event, unsigned int tick) {
         reportAutoRepeat(event, tick);
     } else if (press) {
         sendKey(TOOLKIT_KEY_PRESS_EVENT, event.key(), tick);
-        heldKeys.insert(event.key(), event.timestamp());
+        heldKeys.insert(event.key(), {event.timestamp(), event.nativeScanCode()});
     } else if (mayBeAutoRepeat(event)) {
         suspectRelease(event, tick);
     } else {
-        sendKey(TOOLKIT_KEY_RELEASE_EVENT, event.key(), tick);
-        heldKeys.remove(event.key());
+        const int osKeyCode = keyOf(event);
+        sendKey(TOOLKIT_KEY_RELEASE_EVENT, osKeyCode, tick);
+        heldKeys.remove(osKeyCode);
     }
 }
 
@@ -140,29 +150,29 @@ void InputFilter::reportAutoRepeat(const QKeyEvent& event, unsigned int tick) {
         const unsigned int releaseTick = suspectedRelease->tick;
         suspectedRelease.reset();
         suspicionTimer.stop();
-        sendKey(TOOLKIT_KEY_AUTO_REPEAT_RELEASE_EVENT, event.key(), releaseTick);
+        sendKey(TOOLKIT_KEY_AUTO_REPEAT_RELEASE_EVENT, keyOf(event), releaseTick);
     }
-    sendKey(press ? TOOLKIT_KEY_AUTO_REPEAT_PRESS_EVENT : TOOLKIT_KEY_AUTO_REPEAT_RELEASE_EVENT, event.key(),
+    sendKey(press ? TOOLKIT_KEY_AUTO_REPEAT_PRESS_EVENT : TOOLKIT_KEY_AUTO_REPEAT_RELEASE_EVENT, keyOf(event),
             tick);
 }
 
 bool InputFilter::mayBeAutoRepeat(const QKeyEvent& release) const {
     if (!system.repeatsLookTyped)
         return false;
-    const auto held = heldKeys.constFind(release.key());
+    const auto held = heldKeys.constFind(keyOf(release));
     // Keys from the library have no time and never repeat.
     return held != heldKeys.constEnd() && release.timestamp() != 0 &&
-           release.timestamp() - held.value() >= shortestRepeatDelayMs;
+           release.timestamp() - held->windowSystemTime >= shortestRepeatDelayMs;
 }
 
 bool InputFilter::provesAutoRepeat(const QKeyEvent& press) const {
-    return suspectedRelease && suspectedRelease->osKeyCode == press.key() &&
+    return suspectedRelease && suspectedRelease->osKeyCode == keyOf(press) &&
            suspectedRelease->windowSystemTime == press.timestamp();
 }
 
 void InputFilter::suspectRelease(const QKeyEvent& release, unsigned int tick) {
     reportSuspectedRelease();
-    suspectedRelease = SuspectedRelease{release.key(), release.timestamp(), tick, KXTick::getTickCount()};
+    suspectedRelease = SuspectedRelease{keyOf(release), release.timestamp(), tick, KXTick::getTickCount()};
     suspicionTimer.start();
 }
 

@@ -67,6 +67,7 @@ private:
     unsigned int tickOfNow();
 
     bool takeKey(const QKeyEvent& event, unsigned int tick);
+    int keyOf(const QKeyEvent& event) const;
     void reportKey(const QKeyEvent& event, unsigned int tick);
     void reportAutoRepeat(const QKeyEvent& event, unsigned int tick);
     bool mayBeAutoRepeat(const QKeyEvent& release) const;
@@ -90,6 +91,11 @@ private:
     void sendKey(int type, int osKeyCode, unsigned int tick);
     void sendMouse(int type, Qt::MouseButton button, unsigned int tick);
 
+    struct HeldKey {
+        unsigned long windowSystemTime;
+        quint32 scanCode; // of the physical key; 0: unknown
+    };
+
     // A release that may be the first half of an auto-repeat.
     struct SuspectedRelease {
         int osKeyCode;
@@ -102,7 +108,7 @@ private:
     Report report;
     const WindowSystem system;
     InputClock& clock;
-    QHash<int, unsigned long> heldKeys; // with the window system's time of each press
+    QHash<int, HeldKey> heldKeys; // by the code of the press
     std::optional<SuspectedRelease> suspectedRelease;
     QTimer suspicionTimer;
     Qt::MouseButtons heldButtons = Qt::NoButton;

@@ -13,7 +13,7 @@ public:
     ///               the operator
     /// \return whole detents that are due now; negative is towards the operator
     int turn(int angle) {
-        const bool reversed = (angle < 0) != (remainder < 0);
+        const bool reversed = (angle < 0 && remainder > 0) || (angle > 0 && remainder < 0);
         if (reversed)
             remainder = 0; // the rest of the other direction must not delay this one
         remainder += angle;

@@ -34,6 +34,36 @@ TEST_F(InputFilterTest, ReportsAutoRepeatAsSuch) {
                                      Reported{TOOLKIT_KEY_AUTO_REPEAT_PRESS_EVENT, Qt::Key_End}));
 }
 
+// Shift is let go before the key.
+TEST_F(InputFilterTest, AReleaseWithAnotherModifierEndsThePressOfTheSameKey) {
+    constexpr quint32 scanCode = 10;
+    const auto send = [this](QEvent::Type type, int key, unsigned long time) {
+        QKeyEvent event(type, key, Qt::NoModifier, scanCode, 0, 0);
+        event.setTimestamp(time);
+        QCoreApplication::sendEvent(native(), &event);
+    };
+    send(QEvent::KeyPress, Qt::Key_Exclam, 1000);
+    send(QEvent::KeyRelease, Qt::Key_1, 1050);
+    send(QEvent::KeyPress, Qt::Key_1, 2000);
+    send(QEvent::KeyRelease, Qt::Key_1, 2050);
+    const Reported repeatRelease{TOOLKIT_KEY_AUTO_REPEAT_RELEASE_EVENT, Qt::Key_Exclam};
+    const Reported repeatPress{TOOLKIT_KEY_AUTO_REPEAT_PRESS_EVENT, Qt::Key_Exclam};
+    EXPECT_THAT(reports, ElementsAre(Reported{TOOLKIT_KEY_PRESS_EVENT, Qt::Key_Exclam},
+                                     Reported{TOOLKIT_KEY_RELEASE_EVENT, Qt::Key_Exclam},
+                                     Reported{TOOLKIT_KEY_PRESS_EVENT, Qt::Key_1},
+                                     Reported{TOOLKIT_KEY_RELEASE_EVENT, Qt::Key_1}));
+    reports.clear();
+    send(QEvent::KeyPress, Qt::Key_Exclam, 3000);
+    send(QEvent::KeyRelease, Qt::Key_1, 3500);
+    send(QEvent::KeyPress, Qt::Key_1, 3500);
+    send(QEvent::KeyRelease, Qt::Key_1, 3540);
+    turnWheel(120); // whatever is held back comes first
+    ASSERT_EQ(5U, reports.size());
+    EXPECT_EQ(repeatRelease, reports[1]);
+    EXPECT_EQ(repeatPress, reports[2]);
+    EXPECT_EQ((Reported{TOOLKIT_KEY_RELEASE_EVENT, Qt::Key_Exclam}), reports[3]);
+}
+
 TEST_F(InputFilterTest, AReleaseAndAPressOfTheSameTimeAreAutoRepeat) {
     sendKey(QEvent::KeyPress, 1000);
     for (const unsigned long repeated : {1500UL, 1540UL}) {

@@ -28,6 +28,15 @@ TEST(WheelDetentsTest, WhatIsLeftOfADetentCountsForTheNext) {
     EXPECT_EQ(0, wheel.turn(119));
 }
 
+TEST(WheelDetentsTest, ATurnToTheSideLosesNothing) {
+    for (const int sign : {1, -1}) {
+        KXWheelDetents wheel;
+        EXPECT_EQ(0, wheel.turn(sign * 60));
+        EXPECT_EQ(0, wheel.turn(0));
+        EXPECT_EQ(sign, wheel.turn(sign * 60));
+    }
+}
+
 TEST(WheelDetentsTest, AFastTurnIsSeveralDetentsAtOnce) {
     EXPECT_EQ(4, KXWheelDetents().turn(480));
     EXPECT_EQ(-4, KXWheelDetents().turn(-480));
