@@ -61,7 +61,10 @@ std::shared_ptr<const Session> read(const std::string& path, std::vector<std::st
 
 class KXSessionPlayer::Play {
 public:
-    explicit Play(const std::string& path) : shared(read(path, warnings)), schedule(session) { begin(); }
+    Play(const std::string& path, Options givenOptions)
+        : shared(read(path, warnings)), options(std::move(givenOptions)), name(path), schedule(session) {
+        begin();
+    }
     Play(std::shared_ptr<const Session> givenSession, Options givenOptions)
         : shared(std::move(givenSession)), options(std::move(givenOptions)), schedule(session) {
         begin();
@@ -91,12 +94,17 @@ private:
     void apply(const Recording::Frame& frame);
     void apply(const Recording::Pass& /*pass*/) { pass(); }
     void apply(const Recording::End& /*end*/) {}
+    void apply(const Recording::Post& post) {
+        if (options.playsPosts)
+            Recording::repeatCall(post, *manager);
+    }
     template<class Call>
     void apply(const Call& call) {
         Recording::repeatCall(call, *manager);
     }
 
     const Options options;
+    const std::string name = "the recording"; // for messages
     KXPassSchedule schedule;
     std::unique_ptr<KeyWindow> window; // null: frames are left out
     KXInputEventManager* manager = nullptr;
@@ -112,7 +120,8 @@ void KXSessionPlayer::Play::begin() {
     if (hasFrames(session) && (ownsManager || session.isPlainLog) && QCoreApplication::instance())
         window = std::make_unique<KeyWindow>();
     if (session.isPlainLog && !session.entries.empty() && !window)
-        throw std::runtime_error("the log of a CAN bus needs a QApplication, which makes keys of its frames");
+        throw std::runtime_error(name +
+                                 ": the log of a CAN bus needs a QApplication, which makes keys of its frames");
     if (ownsManager) {
         KXSimulation::reset();
         KXSimulation::setDebugLevel(1);
@@ -229,7 +238,10 @@ void KXSessionPlayer::Play::bringFrame(const KXCANMessage& frame) {
     KXSimulation::scheduleCANFrame(keypadsBus, KXTick::getTickCount(), frame);
 }
 
-KXSessionPlayer::KXSessionPlayer(const std::string& path) : running(std::make_unique<Play>(path)) {}
+KXSessionPlayer::KXSessionPlayer(const std::string& path) : KXSessionPlayer(path, Options()) {}
+
+KXSessionPlayer::KXSessionPlayer(const std::string& path, Options options)
+    : running(std::make_unique<Play>(path, std::move(options))) {}
 
 KXSessionPlayer::KXSessionPlayer(std::shared_ptr<const Recording::Session> session, Options options)
     : running(std::make_unique<Play>(std::move(session), std::move(options))) {}

@@ -39,11 +39,16 @@ public:
 
         /// Takes the place of the call that sets a number.
         std::function<void(const Recording::NumberSetting&)> set;
+
+        /// Whether to post what the application posted past classification (postToEventQueue, postESCtoEventQueue).
+        /// Not for the test of an application that posts it again when it takes the events.
+        bool playsPosts = true;
     };
 
     /// \param path  "-" is standard input
     /// \throws std::runtime_error  the file is bad: "file:line: what"
     explicit KXSessionPlayer(const std::string& path);
+    KXSessionPlayer(const std::string& path, Options options);
 
     /// \throws std::runtime_error  a log of a CAN bus without a QApplication
     KXSessionPlayer(std::shared_ptr<const Recording::Session> session, Options options);
