@@ -71,7 +71,7 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${kx_runtime_dependency}, libboost-thread-dev (>= 1.74)")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "event layer of an embedded operator terminal, for development
 ${kx_description} what programs are built with: the headers, the CMake
-package KXAPI_Events, kxapi-events for pkg-config, and the simulated platform,
+package KXAPI_Events, files for pkg-config, and the simulated platform,
 on which programs run in virtual time.")
 
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME kxapi-tools)

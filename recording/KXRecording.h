@@ -113,4 +113,11 @@ KX_RECORDING_API Session read(std::istream& input, const std::string& name, cons
 /// \ref read from the file at \p path; "-" is standard input.
 KX_RECORDING_API Session readFile(const std::string& path, const Warn& warn);
 
+/// Writes a recording that \ref read reads with the same entries, for a tool that shortens or changes one. Blocks until
+/// the disk has it.
+/// \param path  of a new file, or of an empty one
+/// \throws std::runtime_error  "path: reason"; a file that was made is then removed. Reasons are also entries whose time
+/// goes back or leaps by 2^31 ms or more, and the log of a CAN bus, which is no recording.
+KX_RECORDING_API void writeFile(const std::string& path, const Session& session);
+
 } // namespace KX::Recording

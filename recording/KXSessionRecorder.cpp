@@ -173,12 +173,16 @@ bool KXSessionRecorder::Session::endRecording() {
     else if (file)
         file->add({timeOfEnd(), Recording::End()});
     const std::unique_ptr<Recording::File> ended = std::move(file);
+    const bool wasEmpty = std::exchange(isWaitingForRest, false);
     const bool wasWhole = std::exchange(isWhole, true);
     guard.unlock(); // the input goes on
-    if (!ended || ended->finish())
-        return wasWhole;
-    guard.lock();
-    return fail(*ended->problem());
+    if (ended && wasEmpty)
+        ended->discard();
+    else if (ended && !ended->finish()) {
+        guard.lock();
+        return fail(*ended->problem());
+    }
+    return wasWhole;
 }
 
 // The clock may have gone back behind the last entry.

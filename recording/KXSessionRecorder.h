@@ -31,7 +31,8 @@ namespace KX {
 /// while no other thread calls KXInputEventManager::setKeyMapping or a setter of KXEncoderDynamic.
 ///
 /// When the knob was turned before the tick wraps, no moment of rest is found after it until the knob is turned again.
-/// The frames at the head are the last ones of each identifier that came while the recorder observed the session.
+/// The frames at the head are the keypad's last ones that came while the recorder observed the session. A key may be down
+/// at rest if its press cannot become long any more: every manager takes its release alike.
 ///
 /// A recording is of one manager. It ends when the application deletes the manager and makes another one. From then on
 /// \ref save writes only what the other one got. It also ends when KXEncoderDynamic::initialize forgets a turn.
@@ -40,7 +41,8 @@ namespace KX {
 class KX_RECORDING_API KXSessionRecorder {
 public:
     /// \param keptMs  the last so many milliseconds stay in memory, for \ref save; 0: nothing. They need at most
-    ///                4 MiB an hour, and at least 256 KiB: if more happens, the oldest give way.
+    ///                4 MiB an hour, and at least 256 KiB: if more happens, the oldest give way. Frames that the
+    ///                keypad ignores are not kept; each pass that they bring takes 2 bytes.
     explicit KXSessionRecorder(unsigned int keptMs = 0);
 
     /// Ends a recording that goes on.
@@ -56,8 +58,10 @@ public:
     /// \return whether it goes on; otherwise there is no new file, and \ref problem says why
     bool start(const std::string& path);
 
-    /// Ends the recording, and waits until the disk has it. Without one it does nothing.
-    /// \return whether all of it was written, from its beginning
+    /// Ends the recording, and waits until the disk has it. Without one it does nothing. A file that is still empty,
+    /// because no moment of rest came, is removed.
+    /// \return whether all of it was written, from its beginning, and the file was not removed meanwhile; that is noticed
+    ///         within a second and told like a full disk
     bool stop();
 
     /// Writes what is kept into a new file, as a recording, waits until the disk has it, and goes on.

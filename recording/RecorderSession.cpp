@@ -147,12 +147,21 @@ void KXSessionRecorder::Session::take(unsigned int tick, Input&& input) {
         const auto* const setting = std::get_if<Recording::NumberSetting>(&entry.input);
         wasUserFactorSet = setting && setting->name == KXInputSetting::EncoderUserFactor;
     }
-    log.append(entry);
+    if (const auto* const keypad = std::get_if<Recording::Keypad>(&entry.input))
+        layout = keypad->layout;
+    if (!isForeignFrame(entry.input))
+        log.append(entry);
     lastMs = entry.timeMs;
     if (file)
         writeLast(entry);
     if (log.end().chunk != place.chunk)
         trim();
+}
+
+// Of a busy bus nearly all frames are for others. In memory they would take the place of minutes.
+bool KXSessionRecorder::Session::isForeignFrame(const Recording::Input& input) const {
+    const auto* const frame = std::get_if<Recording::Frame>(&input);
+    return frame && layout && Recording::isForeign(*frame, *layout);
 }
 
 void KXSessionRecorder::Session::writeLast(const Entry& entry) {
@@ -167,8 +176,17 @@ void KXSessionRecorder::Session::writeLast(const Entry& entry) {
         return endFile(*file->problem());
     }
     file->add(entry);
-    if (!file->flush())
+    if (!file->flush() || isFileGone(entry.timeMs))
         endFile(*file->problem());
+}
+
+// Asks the system once a second, not at each line.
+bool KXSessionRecorder::Session::isFileGone(std::uint64_t nowMs) {
+    constexpr unsigned int pauseMs = 1000;
+    if (nowMs - lookedAtFileMs < pauseMs)
+        return false;
+    lookedAtFileMs = nowMs;
+    return file->isGone();
 }
 
 // What was written from a moment on that was no rest stays: it is better than nothing.

@@ -61,6 +61,8 @@ private:
     void trim();
     bool beginFile();
     void writeLast(const Recording::Entry& entry);
+    bool isForeignFrame(const Recording::Input& input) const;
+    bool isFileGone(std::uint64_t nowMs);
     void waitForRest();
     void endFile(const std::string& why);
     bool fail(const std::string& what);
@@ -76,15 +78,17 @@ private:
     Recording::SessionState stateAtBegin; // of the log
     Recording::RestPoints rests;
     std::uint64_t lastMs = 0;
-    bool hadManager = false;               // at the last entry
-    bool knowsEncoder = false;             // what was set before the recorder was there, too
-    bool knowsTable = false;               // of the encoder
-    bool wasUserFactorSet = false;         // by the last entry that is no pass
-    std::unique_ptr<Recording::File> file; // of a recording that goes on
-    std::string path;                      // of the last recording
-    Recording::EntryLog::Place beganAt;    // the rest
-    bool isWaitingForRest = false;         // nothing is in the file yet
-    bool isWhole = true;                   // what was recorded since start
+    std::shared_ptr<const CANRemoteOptions> layout; // of the keypad
+    bool hadManager = false;                        // at the last entry
+    bool knowsEncoder = false;                      // what was set before the recorder was there, too
+    bool knowsTable = false;                        // of the encoder
+    bool wasUserFactorSet = false;                  // by the last entry that is no pass
+    std::unique_ptr<Recording::File> file;          // of a recording that goes on
+    std::string path;                               // of the last recording
+    std::uint64_t lookedAtFileMs = 0;               // whether it is still there
+    Recording::EntryLog::Place beganAt;             // the rest
+    bool isWaitingForRest = false;                  // nothing is in the file yet
+    bool isWhole = true;                            // what was recorded since start
     std::string lastProblem;
 };
 

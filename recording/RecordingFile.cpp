@@ -2,6 +2,7 @@
 
 #include "recording/RecordingFormat.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
@@ -59,6 +60,20 @@ private:
     sigset_t before{};
     bool wasPending = false; // it is somebody else's
 };
+
+// A new file's name is on the disk when its folder is.
+bool syncFolder(const std::string& name) {
+    const std::size_t slash = name.rfind('/');
+    const std::string folder = slash == std::string::npos ? "." : name.substr(0, slash + 1);
+    const int descriptor = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor < 0)
+        return errno == EACCES; // it may be written but not read, so the system decides when
+    const bool isSynced = fsync(descriptor) == 0 || errno == EINVAL; // which some file systems do not know
+    const int error = errno;
+    close(descriptor);
+    errno = error;
+    return isSynced;
+}
 
 // The text for ENXIO is "No such device or address", which does not help.
 std::string whyNotOpened(int error) {
@@ -123,11 +138,22 @@ bool File::restart() {
 bool File::finish() {
     if (!flush())
         return false;
-    if (isRegular && fsync(descriptor) != 0)
+    if (isGone())
+        return false;
+    if (isRegular && (fsync(descriptor) != 0 || !syncFolder(name)))
         fail(errno);
     if (close(std::exchange(descriptor, -1)) != 0)
         fail(errno);
     return !failure;
+}
+
+bool File::isGone() {
+    struct stat state {};
+    if (!isRegular || fstat(descriptor, &state) != 0 || state.st_nlink > 0)
+        return false;
+    if (!failure)
+        failure = name + ": the file was removed";
+    return true;
 }
 
 void File::discard() {
@@ -186,6 +212,37 @@ bool File::flush() {
     }
     buffer.clear();
     return !failure;
+}
+
+namespace {
+
+bool areInOrder(const Entry& one, const Entry& next) {
+    constexpr std::uint64_t longestPauseMs = 0x7FFFFFFF;
+    return one.timeMs <= next.timeMs && next.timeMs - one.timeMs <= longestPauseMs;
+}
+
+void check(const std::string& path, const Session& session) {
+    if (session.isPlainLog)
+        throw std::runtime_error(path + ": the log of a CAN bus is no recording");
+    const auto wrong =
+        std::adjacent_find(session.entries.begin(), session.entries.end(),
+                           [](const Entry& one, const Entry& next) { return !areInOrder(one, next); });
+    if (wrong != session.entries.end())
+        throw std::runtime_error(path + ": entry " + std::to_string(wrong - session.entries.begin() + 2) +
+                                 " does not follow the one before in time");
+}
+
+} // namespace
+
+void writeFile(const std::string& path, const Session& session) {
+    check(path, session);
+    File file(path);
+    for (const Entry& entry : session.entries)
+        file.add(entry);
+    if (file.finish())
+        return;
+    file.discard();
+    throw std::runtime_error(*file.problem());
 }
 
 } // namespace KX::Recording

@@ -40,6 +40,9 @@ public:
     /// Ends the file and takes it back: it is removed, or empty if it was there before. Nothing may be added any more.
     void discard();
 
+    /// Whether somebody has removed the file, which counts as a failure. A file that was moved is still there.
+    bool isGone();
+
     /// Takes back all entries. A pipe or a device cannot do that.
     /// \return whether the file is as new
     bool restart();

@@ -3,6 +3,7 @@
 #include "recording/RecordingFormat.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace KX::Recording {
 
@@ -24,6 +25,16 @@ unsigned int restartGapOf(const SpeedTable& table) {
     return table.rows.size() < 2 ? gapWithoutTableMs : 2 * table.rows.back().timeGap;
 }
 
+bool isForeign(const Frame& frame, const CANRemoteOptions& layout) {
+    constexpr std::uint32_t identifierBits = 0x1FFFFFFF;
+    const std::uint32_t identifier = frame.message.canId & identifierBits;
+    return identifier != layout.encoderCANId &&
+           std::none_of(std::begin(layout.keys), std::end(layout.keys),
+                        [identifier](const KeyOptionsCANRemote& key) {
+                            return static_cast<std::uint32_t>(key.canId) == identifier;
+                        });
+}
+
 void SessionState::apply(const Input& input) {
     if (const auto* const number = std::get_if<NumberSetting>(&input)) {
         apply(*number);
@@ -38,7 +49,8 @@ void SessionState::apply(const Input& input) {
     } else if (const auto* const newKeypad = std::get_if<Keypad>(&input)) {
         keypad = *newKeypad;
     } else if (const auto* const frame = std::get_if<Frame>(&input)) {
-        lastFrames[frame->message.canId] = *frame;
+        if (!keypad || !isForeign(*frame, *keypad->layout))
+            lastFrames[frame->message.canId] = *frame;
     }
 }
 

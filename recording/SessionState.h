@@ -13,6 +13,9 @@ namespace KX::Recording {
 /// After a longer step than this, an encoder with this table restarts, unless it has refused another table since.
 unsigned int restartGapOf(const SpeedTable& table);
 
+/// Whether a keypad of this layout ignores the frame.
+bool isForeign(const Frame& frame, const CANRemoteOptions& layout);
+
 /// The settings of a session at one moment, and the last frames of the keypad. They stand at the head of a recording
 /// that begins in mid-session.
 class SessionState {
@@ -35,7 +38,7 @@ private:
     std::optional<SpeedTable> refusedTable; // changes when the encoder restarts
     KeyMapping keys;
     std::optional<Keypad> keypad;
-    std::map<std::uint32_t, Frame> lastFrames; // by identifier
+    std::map<std::uint32_t, Frame> lastFrames; // of the keypad, by identifier
 };
 
 } // namespace KX::Recording

@@ -142,16 +142,21 @@ TEST_F(RecorderTest, records_every_way_in_in_the_managers_order) {
                             "100 pass", "100 end"));
 }
 
-TEST_F(RecorderTest, records_the_keypad_and_its_frames) {
-    KXSessionRecorder recorder;
-    recorder.start(path);
+// One key, and the knob.
+CANRemoteOptions smallKeypad() {
     CANRemoteOptions options;
     options.enabled = true;
     options.encoderCANId = 0x123;
-    for (int i = 0; i < 16; ++i)
-        options.keys[i].canId = 0x20000000;
+    for (KeyOptionsCANRemote& key : options.keys)
+        key.canId = 0x20000000;
     options.keys[0] = {1, 0, 0, 0, 0x456, 0};
-    manager().setCANRemoteOptions(options);
+    return options;
+}
+
+TEST_F(RecorderTest, records_the_keypad_and_its_frames) {
+    KXSessionRecorder recorder;
+    recorder.start(path);
+    manager().setCANRemoteOptions(smallKeypad());
     KXCANMessage frame;
     frame.canId = 0x456;
     KXSimulation::scheduleCANFrame(0, 20, frame);
@@ -164,6 +169,56 @@ TEST_F(RecorderTest, records_the_keypad_and_its_frames) {
         testing::IsSupersetOf({"0 set keypad key 1 code 0 byte 0 bit 0 id 456; encoder id 123 byte 0 little "
                                "mask FFFF up 4 down 5",
                                "(0000000000.020000) can0 456#0000000000000000", "20 pass"}));
+}
+
+// 0x456 is a key's, 0x123 the knob's, and 0x457 belongs to another device.
+TEST_F(RecorderTest, frames_that_the_keypad_ignores_are_in_a_file_but_not_in_memory) {
+    KXSessionRecorder recorder(60000);
+    recorder.start(path);
+    manager().setCANRemoteOptions(smallKeypad());
+    testing::internal::CaptureStdout();
+    for (const std::uint32_t identifier : {0x456U, 0x457U, 0x123U}) {
+        KXCANMessage frame;
+        frame.canId = identifier;
+        KXSimulation::scheduleCANFrame(0, KXTick::getTickCount() + 20, frame);
+        KXSimulation::advance(1000);
+    }
+    testing::internal::GetCapturedStdout();
+    EXPECT_TRUE(recorder.save(inFolder("kept.kxr"))) << recorder.problem();
+    EXPECT_TRUE(recorder.stop());
+    const auto framesOf = [](const std::string& file) {
+        std::vector<std::string> frames;
+        for (const std::string& entry : entriesOf(file))
+            if (entry.front() == '(')
+                frames.push_back(entry.substr(entry.find(" can0 ") + 6, 3));
+        return frames;
+    };
+    EXPECT_THAT(framesOf(path), ElementsAre("456", "457", "123"));
+    EXPECT_THAT(framesOf(inFolder("kept.kxr")), ElementsAre("456", "123"));
+}
+
+// They are thousands on some buses, and would make a long head.
+TEST_F(RecorderTest, the_head_has_no_frames_that_the_keypad_ignores) {
+    KXSessionRecorder recorder;
+    manager().setCANRemoteOptions(smallKeypad());
+    for (const std::uint32_t identifier : {0x456U, 0x457U, 0x123U}) {
+        KXCANMessage frame;
+        frame.canId = identifier;
+        recorder.start(path);
+        KXSimulation::scheduleCANFrame(0, KXTick::getTickCount() + 20, frame);
+        testing::internal::CaptureStdout();
+        KXSimulation::advance(1000);
+        testing::internal::GetCapturedStdout();
+        recorder.stop();
+        std::filesystem::remove(path);
+    }
+    ASSERT_TRUE(recorder.start(path));
+    EXPECT_TRUE(recorder.stop());
+    std::string frames;
+    for (const std::string& entry : entriesOf(path))
+        if (entry.front() == '(')
+            frames += entry.substr(entry.find(" can0 ") + 6, 4);
+    EXPECT_EQ("123#456#", frames);
 }
 
 TEST_F(RecorderTest, leaves_out_a_layout_that_no_replay_would_take_and_says_so) {
@@ -446,20 +501,58 @@ TEST_F(RecorderTest, a_disk_that_fills_up_meanwhile_ends_the_recording_with_one_
     EXPECT_TRUE(recorder.stop());
 }
 
-TEST_F(RecorderTest, a_folder_that_vanishes_is_told_by_the_next_save_and_ends_no_recording) {
+TEST_F(RecorderTest, a_folder_that_vanishes_is_told_within_a_second_and_by_the_next_save) {
     const std::string gone = inFolder("gone");
     std::filesystem::create_directory(gone);
     KXSessionRecorder recorder(60000);
     ASSERT_TRUE(recorder.start(gone + "/day.kxr"));
     std::filesystem::remove_all(gone);
     manager();
+    testing::internal::CaptureStderr();
     press();
+    KXSimulation::advance(1100);
+    EXPECT_EQ("KXSessionRecorder: " + gone + "/day.kxr: the file was removed; the recording ends here\n",
+              testing::internal::GetCapturedStderr());
+    EXPECT_EQ(gone + "/day.kxr: the file was removed", recorder.problem());
     EXPECT_TRUE(manager().hasEvents());
     EXPECT_FALSE(recorder.save(gone + "/kept.kxr"));
     EXPECT_EQ(gone + "/kept.kxr: No such file or directory", recorder.problem());
-    recorder.stop();
+    EXPECT_FALSE(recorder.stop());
     EXPECT_TRUE(recorder.start(path)) << recorder.problem();
     EXPECT_TRUE(recorder.stop());
+}
+
+TEST_F(RecorderTest, a_file_that_is_removed_is_told_at_the_latest_when_the_recording_ends) {
+    KXSessionRecorder recorder;
+    manager();
+    ASSERT_TRUE(recorder.start(path));
+    std::filesystem::remove(path);
+    EXPECT_FALSE(recorder.stop());
+    EXPECT_EQ(path + ": the file was removed", recorder.problem());
+}
+
+TEST_F(RecorderTest, a_file_that_is_moved_holds_the_whole_recording) {
+    KXSessionRecorder recorder;
+    ASSERT_TRUE(recorder.start(path));
+    manager();
+    std::filesystem::rename(path, inFolder("moved.kxr"));
+    press();
+    KXSimulation::advance(3000);
+    EXPECT_TRUE(recorder.stop()) << recorder.problem();
+    EXPECT_FALSE(std::filesystem::exists(path));
+    EXPECT_THAT(linesOf(inFolder("moved.kxr")).back(), HasSubstr(" end"));
+}
+
+TEST_F(RecorderTest, a_recording_that_never_found_a_moment_of_rest_leaves_no_file) {
+    manager();
+    press();
+    KXSessionRecorder recorder;
+    ASSERT_TRUE(recorder.start(path));
+    EXPECT_FALSE(recorder.stop());
+    EXPECT_EQ(path + ": the recording is empty, because no moment of rest came", recorder.problem());
+    EXPECT_FALSE(std::filesystem::exists(path));
+    KXSimulation::advance(3000);
+    EXPECT_TRUE(recorder.start(path)) << recorder.problem();
 }
 
 TEST_F(RecorderTest, a_pipe_whose_reader_ends_is_told_in_one_line_and_the_session_goes_on) {

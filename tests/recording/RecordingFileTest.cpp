@@ -4,6 +4,7 @@
 
 #include "RecordingText.h"
 #include "tests/recording/FullDisk.h"
+#include "tests/support/RecordingComparison.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -343,6 +344,57 @@ TEST_F(RecordingFileTest, FinishedMeansThatTheDiskHasIt) {
 TEST_F(RecordingFileTest, ADeviceNeedsNoDisk) {
     EntryFile file("/dev/null");
     EXPECT_TRUE(file.finish());
+}
+
+std::string whyNotWritten(const std::filesystem::path& path, const Session& session) {
+    try {
+        writeFile(path, session);
+    } catch (const std::runtime_error& error) {
+        return error.what();
+    }
+    return "it was written";
+}
+
+TEST_F(RecordingFileTest, ASessionThatWasReadIsWrittenAsItWas) {
+    const auto warn = [](const std::string& warning) { FAIL() << warning; };
+    int recordings = 0;
+    for (const auto& file : std::filesystem::directory_iterator(KX_RECORDINGS)) {
+        if (file.path().extension() != ".kxr")
+            continue;
+        SCOPED_TRACE(file.path());
+        ++recordings;
+        const Session session = readFile(file.path(), warn);
+        std::filesystem::remove(path);
+        writeFile(path, session);
+        const Session again = readFile(path, warn);
+        EXPECT_EQ(session.entries.size(), KX::Recording::test::firstDifference(session.entries, again.entries));
+        EXPECT_EQ(session.entries.size(), again.entries.size());
+    }
+    EXPECT_GE(recordings, 25);
+}
+
+TEST_F(RecordingFileTest, ASessionThatNoReaderWouldTakeIsNotWritten) {
+    constexpr std::uint64_t longestPauseMs = 0x7FFFFFFF;
+    Session session;
+    session.entries = {{5, Pass(), 0}, {5, Pass(), 0}, {5 + longestPauseMs, Pass(), 0}};
+    EXPECT_EQ("it was written", whyNotWritten(path, session));
+    EXPECT_EQ(path.string() + ": it is there already and is not overwritten", whyNotWritten(path, session));
+    std::filesystem::remove(path);
+    session.entries[1].timeMs = 4;
+    EXPECT_EQ(path.string() + ": entry 2 does not follow the one before in time", whyNotWritten(path, session));
+    session.entries = {{5, Pass(), 0}, {6 + longestPauseMs, Pass(), 0}};
+    EXPECT_EQ(path.string() + ": entry 2 does not follow the one before in time", whyNotWritten(path, session));
+    session.isPlainLog = true;
+    EXPECT_EQ(path.string() + ": the log of a CAN bus is no recording", whyNotWritten(path, session));
+    EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+TEST_F(RecordingFileTest, ASessionThatTheDiskDoesNotTakeLeavesNoFile) {
+    Session session;
+    session.entries.assign(1000, {5, Pass(), 0});
+    const Disk disk(2000);
+    EXPECT_EQ(path.string() + ": File too large", whyNotWritten(path, session));
+    EXPECT_FALSE(std::filesystem::exists(path));
 }
 
 TEST_F(RecordingFileTest, AKilledProcessLeavesWholeLines) {
