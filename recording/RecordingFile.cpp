@@ -67,7 +67,7 @@ bool syncFolder(const std::string& name) {
     const std::string folder = slash == std::string::npos ? "." : name.substr(0, slash + 1);
     const int descriptor = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (descriptor < 0)
-        return errno == EACCES; // it may be written but not read, so the system decides when
+        return errno == EACCES || errno == ENOENT; // may not be read, or was moved: the system decides when
     const bool isSynced = fsync(descriptor) == 0 || errno == EINVAL; // which some file systems do not know
     const int error = errno;
     close(descriptor);

@@ -543,6 +543,17 @@ TEST_F(RecorderTest, a_file_that_is_moved_holds_the_whole_recording) {
     EXPECT_THAT(linesOf(inFolder("moved.kxr")).back(), HasSubstr(" end"));
 }
 
+TEST_F(RecorderTest, a_folder_that_is_moved_holds_the_whole_recording) {
+    const std::string before = inFolder("before");
+    std::filesystem::create_directory(before);
+    KXSessionRecorder recorder;
+    ASSERT_TRUE(recorder.start(before + "/day.kxr"));
+    std::filesystem::rename(before, inFolder("after"));
+    manager();
+    EXPECT_TRUE(recorder.stop()) << recorder.problem();
+    EXPECT_THAT(linesOf(inFolder("after/day.kxr")).back(), HasSubstr(" end"));
+}
+
 TEST_F(RecorderTest, a_recording_that_never_found_a_moment_of_rest_leaves_no_file) {
     manager();
     press();
