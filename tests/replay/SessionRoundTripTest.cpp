@@ -173,7 +173,8 @@ protected:
         const std::size_t before = taken.size();
         operate();
         take();
-        EXPECT_EQ(recorder.problem().empty(), recorder.stop());
+        const bool isWhole = recorder.stop();
+        EXPECT_EQ(recorder.problem().empty(), isWhole);
         KXInputEventManager::deleteInstance();
         std::vector<std::string> lines;
         for (std::size_t i = before; i < taken.size(); ++i)
