@@ -2,7 +2,7 @@
 
 #include "recording/CANLog.h"
 #include "recording/KXKeyLayout.h"
-#include "recording/KXRecordingWords.h"
+#include "recording/KXSettingTable.h"
 #include "recording/RecordingFields.h"
 #include "recording/Text.h"
 
@@ -36,8 +36,9 @@ struct Formatter {
         formatEvent(post.event, tick, text);
     }
     void operator()(const NumberSetting& setting) const {
-        text += "set " + std::string(wordOf(setting.name)) + " ";
-        if (setting.name == KXInputSetting::AcceptInput)
+        const KXSettingRow& row = settingRow(setting.name);
+        text += "set " + std::string(row.word) + " ";
+        if (row.isSwitch())
             text += setting.value != 0 ? "on" : "off";
         else
             text += std::to_string(setting.value);

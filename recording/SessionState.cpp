@@ -1,6 +1,6 @@
 #include "recording/SessionState.h"
 
-#include "recording/RecordingFormat.h"
+#include "recording/KXSettingTable.h"
 
 #include <algorithm>
 #include <iterator>
@@ -9,7 +9,8 @@ namespace KX::Recording {
 
 namespace {
 
-constexpr std::int64_t greatestLowPass = 1000;
+constexpr std::int64_t defaultDoublePressMs = settingRow(KXInputSetting::DoubleKeyPressDuration).defaultValue;
+constexpr std::int64_t defaultLongPressMs = settingRow(KXInputSetting::LongKeyPressDuration).defaultValue;
 
 bool timeGapsRise(const SpeedTable& table) {
     const auto isNotLess = [](const KXEncoderDynamicPair& one, const KXEncoderDynamicPair& next) {
@@ -66,11 +67,8 @@ void SessionState::apply(const NumberSetting& setting) {
             longPressMs = value;
         break;
     case KXInputSetting::EncoderUserFactor:
-        if (value > 0)
-            factors[setting.name] = value;
-        break;
     case KXInputSetting::EncoderLowPassFactor:
-        if (value > 0 && value <= greatestLowPass)
+        if (settingRow(setting.name).range.contains(value))
             factors[setting.name] = value;
         break;
     case KXInputSetting::AcceptInput: factors[setting.name] = value; break;

@@ -57,16 +57,6 @@ struct ReleaseActions {
 };
 using ActionQueue = std::unique_ptr<KX::KXActionQueue, ReleaseActions>;
 
-// Settings of the window and of recordings are the same five, in the same order.
-KX::Recording::NumberSetting recordedSetting(InputSettings::Setting setting, int value) {
-    static_assert(static_cast<int>(KX::KXInputSetting::AcceptInput) == InputSettings::AcceptInput);
-    return {static_cast<KX::KXInputSetting>(setting), value};
-}
-
-InputSettings::Setting settingOf(const KX::Recording::NumberSetting& setting) {
-    return static_cast<InputSettings::Setting>(setting.name);
-}
-
 KX::CANRemoteOptions readLayout(const QString& file) {
     const KX::KeyLayout::ToolkitKeys keyCodes = KX::KeyLayout::keyCodesOfTerminal();
     if (file.isEmpty())
@@ -155,8 +145,8 @@ private:
 
 Terminal::Terminal(const CommandLine& commandLine)
     : settings(commandLine), layout(readLayout(settings.keypadFile)), bus(settings.canBus), printer(stdout),
-      inputSettings([this](InputSettings::Setting setting, int value) {
-          return KX::Recording::repeatCall(recordedSetting(setting, value), *manager);
+      inputSettings([this](KX::KXInputSetting setting, int value) {
+          return KX::Recording::repeatCall(KX::Recording::NumberSetting{setting, value}, *manager);
       }),
       window(model, inputSettings), actionQueue(KX::KXActionQueue::create()), recorder(startRecording(settings)),
       savedSessions(settings.saveFolder, settings.mostSaved,
@@ -197,7 +187,7 @@ void Terminal::takeReport(KX::KXToolkitEvent& event) {
 // A duration may be longer than the window can set it.
 void Terminal::repeatSetting(const KX::Recording::NumberSetting& setting) {
     if (setting.value <= std::numeric_limits<int>::max())
-        inputSettings.set(settingOf(setting), static_cast<int>(setting.value));
+        inputSettings.set(setting.name, static_cast<int>(setting.value));
     else
         KX::Recording::repeatCall(setting, *manager);
 }

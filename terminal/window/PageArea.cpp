@@ -93,7 +93,7 @@ void PageArea::feedViews(EventModel& model, InputSettings& settings) {
     connect(&model, &EventModel::appended, encoderView, &EncoderView::append);
     const auto showDoublePress = [this, &settings] {
         timeLineView->setDoublePressWindow(
-            static_cast<unsigned int>(settings.value(InputSettings::DoublePressMs)));
+            static_cast<unsigned int>(settings.value(KX::KXInputSetting::DoubleKeyPressDuration)));
     };
     connect(&settings, &InputSettings::changed, timeLineView, showDoublePress);
     showDoublePress();

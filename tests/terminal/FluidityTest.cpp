@@ -106,7 +106,7 @@ protected:
 #endif
     }
 
-    FluidityTest() : settings([](InputSettings::Setting, int) { return 0; }), window(model, settings) {
+    FluidityTest() : settings([](KX::KXInputSetting, int) { return 0; }), window(model, settings) {
         model.append(nextEvents(EventModel::capacity));
         const double pageMs = msToDrawAPage();
         std::cout << "drawing a page takes " << pageMs << " ms here\n";

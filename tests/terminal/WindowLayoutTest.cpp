@@ -20,7 +20,7 @@ namespace {
 
 class WindowLayoutTest : public testing::TestWithParam<QSize> {
 protected:
-    WindowLayoutTest() : settings([](InputSettings::Setting, int) { return 0; }), window(model, settings) {
+    WindowLayoutTest() : settings([](KX::KXInputSetting, int) { return 0; }), window(model, settings) {
         model.append(ClassifiedEvents(10000)); // makes the counter wide
         window.resize(GetParam());
         window.show();
