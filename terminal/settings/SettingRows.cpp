@@ -1,7 +1,7 @@
 #include "terminal/settings/SettingRows.h"
 
-#include "terminal/window/ScreenButton.h"
-#include "terminal/window/Theme.h"
+#include "terminal/look/ScreenButton.h"
+#include "terminal/look/Theme.h"
 
 #include <QHBoxLayout>
 #include <QPainter>

@@ -1,9 +1,9 @@
 #include "terminal/settings/SettingsPanel.h"
 
 #include "events/KXEventType.h"
+#include "terminal/look/KeyCodes.h"
+#include "terminal/look/Theme.h"
 #include "terminal/settings/SettingRows.h"
-#include "terminal/window/KeyCodes.h"
-#include "terminal/window/Theme.h"
 
 #include <QGridLayout>
 #include <QLabel>

@@ -3,12 +3,12 @@
 #include "events/KXEventType.h"
 #include "input/KXInputEventManager.h"
 #include "terminal/events/EventModel.h"
+#include "terminal/look/KeyCodes.h"
+#include "terminal/look/Theme.h"
 #include "terminal/settings/InputSettings.h"
-#include "terminal/window/KeyCodes.h"
 #include "terminal/window/OperatorScreen.h"
 #include "terminal/window/PageArea.h"
 #include "terminal/window/SoftKeyBar.h"
-#include "terminal/window/Theme.h"
 
 #include <QGuiApplication>
 #include <QHBoxLayout>

@@ -4,13 +4,13 @@
 #include "events/KXEventType.h"
 #include "terminal/events/EventModel.h"
 #include "terminal/events/EventPage.h"
+#include "terminal/look/DisplayPace.h"
+#include "terminal/look/KeyCodes.h"
+#include "terminal/look/ScreenButton.h"
 #include "terminal/settings/InputSettings.h"
-#include "terminal/window/DisplayPace.h"
-#include "terminal/window/KeyCodes.h"
 #include "terminal/window/MainWindow.h"
 #include "terminal/window/OperatorScreen.h"
 #include "terminal/window/PageArea.h"
-#include "terminal/window/ScreenButton.h"
 
 #include <QElapsedTimer>
 #include <QImage>

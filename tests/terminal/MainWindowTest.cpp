@@ -7,12 +7,12 @@
 #include "terminal/events/EventModel.h"
 #include "terminal/events/EventPage.h"
 #include "terminal/keypad/KeypadPanel.h"
+#include "terminal/look/KeyCodes.h"
+#include "terminal/look/ScreenButton.h"
 #include "terminal/settings/InputSettings.h"
 #include "terminal/timeline/TimeLineView.h"
-#include "terminal/window/KeyCodes.h"
 #include "terminal/window/OperatorScreen.h"
 #include "terminal/window/PageArea.h"
-#include "terminal/window/ScreenButton.h"
 #include "terminal/window/SoftKeyBar.h"
 
 #include <QImage>

@@ -1,9 +1,9 @@
 #include "terminal/settings/SettingsPanel.h"
 
 #include "events/KXEventType.h"
+#include "terminal/look/KeyCodes.h"
+#include "terminal/look/ScreenButton.h"
 #include "terminal/settings/SettingRows.h"
-#include "terminal/window/KeyCodes.h"
-#include "terminal/window/ScreenButton.h"
 
 #include <QtTest>
 

@@ -1,10 +1,10 @@
 // On every screen size nothing is cut off, nothing overlaps, and a finger can hit everything.
 
 #include "terminal/events/EventModel.h"
+#include "terminal/look/ScreenButton.h"
 #include "terminal/settings/InputSettings.h"
 #include "terminal/window/MainWindow.h"
 #include "terminal/window/PageArea.h"
-#include "terminal/window/ScreenButton.h"
 
 #include <QAbstractButton>
 #include <QLabel>

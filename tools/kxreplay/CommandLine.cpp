@@ -1,7 +1,7 @@
 #include "tools/kxreplay/CommandLine.h"
 
 #include "recording/KXSettingTable.h"
-#include "recording/Text.h"
+#include "recording/format/Text.h"
 #include "tools/arguments/ArgumentReader.h"
 
 #include <algorithm>

@@ -1,10 +1,10 @@
-#include "recording/RecordingFormat.h"
+#include "recording/format/RecordingFormat.h"
 
-#include "recording/CANLog.h"
 #include "recording/KXKeyLayout.h"
 #include "recording/KXSettingTable.h"
-#include "recording/RecordingFields.h"
-#include "recording/Text.h"
+#include "recording/format/CANLog.h"
+#include "recording/format/RecordingFields.h"
+#include "recording/format/Text.h"
 
 namespace KX::Recording {
 

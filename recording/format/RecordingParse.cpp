@@ -1,8 +1,8 @@
 #include "recording/KXKeyLayout.h"
 #include "recording/KXSettingTable.h"
-#include "recording/RecordingFields.h"
-#include "recording/RecordingFormat.h"
-#include "recording/Text.h"
+#include "recording/format/RecordingFields.h"
+#include "recording/format/RecordingFormat.h"
+#include "recording/format/Text.h"
 
 #include <algorithm>
 #include <sstream>

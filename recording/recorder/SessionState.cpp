@@ -1,5 +1,6 @@
-#include "recording/SessionState.h"
+#include "recording/recorder/SessionState.h"
 
+#include "recording/KXCANIdentifier.h"
 #include "recording/KXSettingTable.h"
 
 #include <algorithm>
@@ -27,8 +28,7 @@ unsigned int restartGapOf(const SpeedTable& table) {
 }
 
 bool isForeign(const Frame& frame, const CANRemoteOptions& layout) {
-    constexpr std::uint32_t identifierBits = 0x1FFFFFFF;
-    const std::uint32_t identifier = frame.message.canId & identifierBits;
+    const std::uint32_t identifier = frame.message.canId & CanBus::extendedIdentifierBits;
     return identifier != layout.encoderCANId &&
            std::none_of(std::begin(layout.keys), std::end(layout.keys),
                         [identifier](const KeyOptionsCANRemote& key) {
