@@ -5,6 +5,7 @@
 
 #include "events/KXEventType.h"
 #include "input/KXInputEventManager.h"
+#include "recording/KXEventLine.h"
 #include "recording/KXKeyLayout.h"
 #include "recording/KXSessionRecorder.h"
 #include "toolkit/KXEventNotifier.h"
@@ -24,8 +25,8 @@ struct DeleteManager {
 
 // The application's own doing: it prints events. F5 and F6 choose how quick a double press has to be, F10 ends it.
 void take(const KX::KXInputEvent& event) {
-    std::printf("%u %s key=%d value=%d count=%d\n", event.timeStamp,
-                KX::translateEventTypeToString(event.eventType).c_str(), event.keyCode, event.value, event.count);
+    const KX::KXEventLine line(event); // as kxreplay prints it
+    std::fwrite(line.textWithLineEnd().data(), 1, line.textWithLineEnd().size(), stdout);
     std::fflush(stdout);
     auto* const manager = KX::KXInputEventManager::getInstance();
     if (event.eventType != KX::KEY_PRESS_EVENT && event.eventType != KX::KEY_DOUBLE_PRESS_EVENT)

@@ -26,13 +26,13 @@ namespace KX {
 /// recorder cannot find out, so set no other observer then.
 ///
 /// Any thread may call the operations, but no hook and no observer, and not while the manager is deleted.
-/// The operator's input waits while a line is written, and while \ref start writes the settings and what came since the
-/// last moment of rest, but not while a file is made, nor for \ref save and \ref stop. Make a recorder and destroy it
-/// while no other thread calls KXInputEventManager::setKeyMapping or a setter of KXEncoderDynamic.
+/// The operator's input waits while a line is written. It also waits while \ref start writes the settings and the input
+/// since the last moment of rest. It does not wait while a file is made, nor for \ref save and \ref stop. Make a recorder
+/// and destroy it while no other thread calls KXInputEventManager::setKeyMapping or a setter of KXEncoderDynamic.
 ///
 /// When the knob was turned before the tick wraps, no moment of rest is found after it until the knob is turned again.
 /// The frames at the head are the keypad's last ones that came while the recorder observed the session. A key may be down
-/// at rest if its press cannot become long any more: every manager takes its release alike.
+/// at rest if its press cannot become long any more: every manager handles its release alike.
 ///
 /// A recording is of one manager. It ends when the application deletes the manager and makes another one. From then on
 /// \ref save writes only what the other one got. It also ends when KXEncoderDynamic::initialize forgets a turn.
@@ -41,7 +41,7 @@ namespace KX {
 class KX_RECORDING_API KXSessionRecorder {
 public:
     /// \param keptMs  the last so many milliseconds stay in memory, for \ref save; 0: nothing. They need at most
-    ///                4 MiB an hour, and at least 256 KiB: if more happens, the oldest give way. Frames that the
+    ///                4 MiB an hour, and at least 256 KiB. If more happens, the oldest are dropped. Frames that the
     ///                keypad ignores are not kept; each pass that they bring takes 2 bytes.
     explicit KXSessionRecorder(unsigned int keptMs = 0);
 

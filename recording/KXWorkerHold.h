@@ -17,11 +17,11 @@ public:
     static constexpr unsigned int longestMs = 0xFFFFFFFF; ///< 49 days
 
     /// Keeps the worker from now on. Waits until it is kept, at most for a second; then there is no worker.
-    /// \param mostMs  after this time the worker goes all the same. KXInputEventManager::deleteInstance and setObserver
-    ///                wait for it: if you keep it for long, call \ref release before.
+    /// \param mostMs  the worker goes on after this time at the latest. KXInputEventManager::deleteInstance and
+    ///                setObserver wait for the worker: if you keep it for long, call \ref release first.
     void keep(unsigned int mostMs = longestMs);
 
-    /// Lets the worker go. To be called before another observer takes the place of this one.
+    /// Lets the worker go on. Call it before another observer takes the place of this one.
     void release();
 
     void onPassDue() override;

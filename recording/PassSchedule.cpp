@@ -1,6 +1,6 @@
 #include "recording/KXPassSchedule.h"
 
-#include "recording/RecordingFormat.h"
+#include "recording/KXSettingTable.h"
 
 #include <algorithm>
 
@@ -37,13 +37,13 @@ std::uint64_t endOf(const Session& session) {
 
 // Until the longest long press of the session is due, and some passes more for a bundle of steps.
 std::uint64_t longestPending(const Session& session) {
-    std::uint64_t longest = Recording::defaultLongPressMs;
+    std::int64_t longest = settingRow(KXInputSetting::LongKeyPressDuration).defaultValue;
     for (const Entry& entry : session.entries) {
         const auto* const setting = std::get_if<Recording::NumberSetting>(&entry.input);
         if (setting && setting->name == KXInputSetting::LongKeyPressDuration)
-            longest = std::max(longest, static_cast<std::uint64_t>(setting->value));
+            longest = std::max(longest, setting->value);
     }
-    return longest + 10 * passIntervalMs;
+    return static_cast<std::uint64_t>(longest) + 10 * passIntervalMs;
 }
 
 } // namespace

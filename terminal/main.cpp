@@ -1,3 +1,4 @@
+#include "terminal/look/Theme.h"
 #include "terminal/session/CommandLine.h"
 #include "terminal/session/ProcessSignals.h"
 #include "terminal/session/Terminal.h"
@@ -7,6 +8,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <exception>
 #include <memory>
 #include <unistd.h>
 
@@ -52,6 +54,23 @@ CommandLine parseCommandLine(int argc, char** argv) {
     return CommandLine::parse(QCoreApplication::arguments());
 }
 
+int run(QApplication& application, const CommandLine& settings) {
+    try {
+        Theme::apply(application);
+        Terminal terminal(settings);
+        return terminal.run();
+    } catch (const FileError& error) {
+        std::fprintf(stderr, "%s\n", error.what());
+        return 2;
+    } catch (const SettingsError& error) {
+        std::fprintf(stderr, "kxterminal: %s\n", error.what());
+        return 2;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "kxterminal: %s\n", error.what());
+        return 1;
+    }
+}
+
 } // namespace
 
 } // namespace Terminal
@@ -70,5 +89,5 @@ int main(int argc, char** argv) {
 
     Terminal::ProcessSignals::hold();
     const std::unique_ptr<QApplication> application = Terminal::startWindowSystem(argc, argv);
-    return Terminal::runTerminal(*application, commandLine);
+    return Terminal::run(*application, commandLine);
 }

@@ -4,7 +4,7 @@
 #include "events/KXEventKind.h"
 #include "platform/KXStatus.h"
 #include "platform/KXTick.h"
-#include "terminal/window/KeyCodes.h"
+#include "terminal/look/KeyCodes.h"
 
 #include <QElapsedTimer>
 

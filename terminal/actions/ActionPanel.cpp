@@ -1,9 +1,9 @@
 #include "terminal/actions/ActionPanel.h"
 
 #include "terminal/actions/ActionDesk.h"
-#include "terminal/window/DisplayPace.h"
-#include "terminal/window/ScreenButton.h"
-#include "terminal/window/Theme.h"
+#include "terminal/look/DisplayPace.h"
+#include "terminal/look/ScreenButton.h"
+#include "terminal/look/Theme.h"
 
 #include <QHBoxLayout>
 #include <QPainter>

@@ -1,8 +1,8 @@
 #include "terminal/encoder/EncoderView.h"
 
+#include "terminal/look/PlotLook.h"
+#include "terminal/look/Theme.h"
 #include "terminal/settings/InputSettings.h"
-#include "terminal/window/PlotLook.h"
-#include "terminal/window/Theme.h"
 
 #include <QHBoxLayout>
 #include <QLocale>

@@ -3,7 +3,7 @@
 #include "encoder/KXEncoderDynamic.h"
 #include "terminal/encoder/EncoderTrace.h"
 #include "terminal/encoder/SpeedCurve.h"
-#include "terminal/window/DisplayPace.h"
+#include "terminal/look/DisplayPace.h"
 
 #include <QWidget>
 

@@ -1,7 +1,7 @@
 #include "terminal/encoder/SpeedCurve.h"
 
-#include "terminal/window/PlotLook.h"
-#include "terminal/window/Theme.h"
+#include "terminal/look/PlotLook.h"
+#include "terminal/look/Theme.h"
 
 #include <QPainter>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "terminal/window/DisplayPace.h"
+#include "terminal/look/DisplayPace.h"
 
 #include <QAbstractTableModel>
 

@@ -1,9 +1,9 @@
 #include "terminal/events/EventPage.h"
 
 #include "terminal/events/EventModel.h"
-#include "terminal/window/KeyCodes.h"
-#include "terminal/window/ScreenButton.h"
-#include "terminal/window/Theme.h"
+#include "terminal/look/KeyCodes.h"
+#include "terminal/look/ScreenButton.h"
+#include "terminal/look/Theme.h"
 
 #include <QHBoxLayout>
 #include <QHeaderView>

@@ -2,7 +2,7 @@
 
 #include "events/KXEventKind.h"
 #include "input/KXInputEventManager.h"
-#include "tools/eventline/EventLine.h"
+#include "recording/KXEventLine.h"
 
 #include <QKeySequence>
 
@@ -86,7 +86,7 @@ EventPrinter::EventPrinter(std::FILE* outputFile) : output(outputFile) {}
 void EventPrinter::print(const KX::KXInputEvent& event) {
     if (readerIsGone)
         return;
-    const EventLine::Line line(event);
+    const KX::KXEventLine line(event);
     const std::string_view text = line.textWithLineEnd();
     const bool written = std::fwrite(text.data(), 1, text.size(), output) == text.size();
     readerIsGone = !written || std::fflush(output) != 0;

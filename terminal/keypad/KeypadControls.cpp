@@ -1,6 +1,6 @@
 #include "terminal/keypad/KeypadControls.h"
 
-#include "terminal/window/Theme.h"
+#include "terminal/look/Theme.h"
 #include "toolkit/KXToolkitLayer.h"
 
 #include <QMouseEvent>

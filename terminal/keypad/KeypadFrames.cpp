@@ -1,6 +1,6 @@
 #include "terminal/keypad/KeypadFrames.h"
 
-#include "recording/CANLog.h"
+#include "recording/KXCANIdentifier.h"
 #include "recording/KXKeyLayout.h"
 
 namespace Terminal {

@@ -3,7 +3,7 @@
 #include "input/KXInputEventManager.h"
 #include "recording/KXKeyLayout.h"
 #include "terminal/keypad/KeypadControls.h"
-#include "terminal/window/Theme.h"
+#include "terminal/look/Theme.h"
 #include "toolkit/KXToolkitLayer.h"
 
 #include <QGridLayout>

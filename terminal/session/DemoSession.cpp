@@ -4,9 +4,9 @@
 #include "terminal/actions/ActionPanel.h"
 #include "terminal/keypad/KeypadControls.h"
 #include "terminal/keypad/KeypadPanel.h"
+#include "terminal/look/ScreenButton.h"
 #include "terminal/window/MainWindow.h"
 #include "terminal/window/PageArea.h"
-#include "terminal/window/ScreenButton.h"
 
 #include <QCoreApplication>
 #include <QKeyEvent>

@@ -20,9 +20,8 @@ namespace Terminal {
 /// Plays a recorded session through the library, at its own pace or faster.
 ///
 /// The library gets every input with its recorded time, and the passes of its worker are made here at the recorded
-/// ticks, so what it posts is what it posted then, at any speed. The worker must be kept from its passes meanwhile, and
-/// nobody else may deliver input. Frames are left out: the keys
-/// that came of them are recorded as events of the toolkit.
+/// ticks. So it posts the same events as then, at any speed. The worker must be kept from its passes meanwhile, and no
+/// other input may be delivered. Frames are left out: the recording has their keys as events of the toolkit.
 class SessionPlayer : public QObject {
     Q_OBJECT
 

@@ -1,33 +1,17 @@
 #include "terminal/session/Terminal.h"
 
-#include "actions/KXActionQueue.h"
 #include "encoder/KXEncoderDynamic.h"
-#include "input/KXInputEventManager.h"
 #include "recording/KXFunctionKeys.h"
 #include "recording/KXKeyLayout.h"
 #include "recording/KXRecordedCalls.h"
-#include "recording/KXRecording.h"
 #include "recording/KXSessionRecorder.h"
-#include "recording/KXWorkerHold.h"
-#include "terminal/actions/ActionDesk.h"
 #include "terminal/actions/ActionPanel.h"
 #include "terminal/encoder/EncoderView.h"
-#include "terminal/events/EventModel.h"
-#include "terminal/events/EventText.h"
-#include "terminal/keypad/KeypadBus.h"
 #include "terminal/keypad/KeypadPanel.h"
+#include "terminal/look/KeyCodes.h"
 #include "terminal/session/DemoSession.h"
-#include "terminal/session/ProcessSignals.h"
-#include "terminal/session/SavedSessions.h"
 #include "terminal/session/SessionPlayer.h"
-#include "terminal/settings/InputSettings.h"
-#include "terminal/window/DisplayPace.h"
-#include "terminal/window/KeyCodes.h"
-#include "terminal/window/MainWindow.h"
 #include "terminal/window/SoftKeyBar.h"
-#include "terminal/window/Theme.h"
-#include "toolkit/KXEventNotifier.h"
-#include "toolkit/KXToolkitLayer.h"
 #include "tools/progress/Progress.h"
 
 #include <QApplication>
@@ -38,34 +22,11 @@
 #include <QTimer>
 
 #include <cstdio>
-#include <exception>
 #include <limits>
-#include <memory>
-#include <optional>
 
 namespace Terminal {
 
 namespace {
-
-struct DeleteManager {
-    void operator()(KX::KXInputEventManager* /*manager*/) const { KX::KXInputEventManager::deleteInstance(); }
-};
-using Manager = std::unique_ptr<KX::KXInputEventManager, DeleteManager>;
-
-struct ReleaseActions {
-    void operator()(KX::KXActionQueue* /*queue*/) const { KX::KXActionQueue::release(); }
-};
-using ActionQueue = std::unique_ptr<KX::KXActionQueue, ReleaseActions>;
-
-// Settings of the window and of recordings are the same five, in the same order.
-KX::Recording::NumberSetting recordedSetting(InputSettings::Setting setting, int value) {
-    static_assert(static_cast<int>(KX::KXInputSetting::AcceptInput) == InputSettings::AcceptInput);
-    return {static_cast<KX::KXInputSetting>(setting), value};
-}
-
-InputSettings::Setting settingOf(const KX::Recording::NumberSetting& setting) {
-    return static_cast<InputSettings::Setting>(setting.name);
-}
 
 KX::CANRemoteOptions readLayout(const QString& file) {
     const KX::KeyLayout::ToolkitKeys keyCodes = KX::KeyLayout::keyCodesOfTerminal();
@@ -89,74 +50,12 @@ std::unique_ptr<KX::KXSessionRecorder> startRecording(const CommandLine& setting
     return recorder;
 }
 
-// Keeps the worker from its passes during a replay, which makes the recorded ones itself.
-class HeldWorker {
-public:
-    HeldWorker() { KX::KXInputEventManager::setObserver(&hold); }
-    ~HeldWorker() {
-        hold.release();
-        KX::KXInputEventManager::setObserver(nullptr);
-    }
-
-    HeldWorker(const HeldWorker&) = delete;
-    HeldWorker& operator=(const HeldWorker&) = delete;
-
-    void keep() { hold.keep(); }
-
-private:
-    KX::KXWorkerHold hold;
-};
-
-// Members are destroyed from the last to the first: input ends before the notifier, then the manager's thread, which
-// posts the keypad's keys to the window. The queue of actions goes after all that posts to it, and before them.
-class Terminal {
-public:
-    explicit Terminal(const CommandLine& settings);
-
-    int run();
-
-private:
-    void openKeypad();
-    void openReplay();
-    void repeatSetting(const KX::Recording::NumberSetting& setting);
-    void connectParts();
-    void takeReport(KX::KXToolkitEvent& event);
-    QString saveInto(const QString& path);
-    void saveSession();
-    void connectActions();
-    void scheduleEnd();
-    void showReplayProgress();
-    bool endSession();
-    int writePicture();
-
-    const CommandLine& settings;
-    ProcessSignals processSignals;
-    const KX::CANRemoteOptions layout; // of the keypad; read before a recording is begun in vain
-    KeypadBus bus;
-    EventPrinter printer;
-    EventModel model;
-    InputSettings inputSettings;
-    MainWindow window;
-    ActionDesk desk;
-    ActionQueue actionQueue;
-    std::unique_ptr<KX::KXSessionRecorder> recorder;
-    const SavedSessions savedSessions;
-    SaveChord saveChord;
-    Manager manager;
-    std::optional<HeldWorker> heldWorker; // of a replay
-    DisplayPace pace;
-    KX::KXEventNotifier notifier;
-    KX::KXToolkitLayer toolkitLayer;
-    std::unique_ptr<DemoSession> demo;
-    std::unique_ptr<SessionPlayer> player;
-    std::unique_ptr<Progress::Reporter> replayProgress;
-    std::size_t replayedInputs = 0;
-};
+} // namespace
 
 Terminal::Terminal(const CommandLine& commandLine)
     : settings(commandLine), layout(readLayout(settings.keypadFile)), bus(settings.canBus), printer(stdout),
-      inputSettings([this](InputSettings::Setting setting, int value) {
-          return KX::Recording::repeatCall(recordedSetting(setting, value), *manager);
+      inputSettings([this](KX::KXInputSetting setting, int value) {
+          return KX::Recording::repeatCall(KX::Recording::NumberSetting{setting, value}, *manager);
       }),
       window(model, inputSettings), actionQueue(KX::KXActionQueue::create()), recorder(startRecording(settings)),
       savedSessions(settings.saveFolder, settings.mostSaved,
@@ -171,6 +70,8 @@ Terminal::Terminal(const CommandLine& commandLine)
     connectParts();
     connectActions();
 }
+
+Terminal::~Terminal() = default;
 
 QString Terminal::saveInto(const QString& path) {
     return recorder->save(path.toLocal8Bit().toStdString()) ? QString()
@@ -197,7 +98,7 @@ void Terminal::takeReport(KX::KXToolkitEvent& event) {
 // A duration may be longer than the window can set it.
 void Terminal::repeatSetting(const KX::Recording::NumberSetting& setting) {
     if (setting.value <= std::numeric_limits<int>::max())
-        inputSettings.set(settingOf(setting), static_cast<int>(setting.value));
+        inputSettings.set(setting.name, static_cast<int>(setting.value));
     else
         KX::Recording::repeatCall(setting, *manager);
 }
@@ -316,25 +217,6 @@ int Terminal::writePicture() {
                  settings.screenshotFile.toLocal8Bit().constData(),
                  writer.errorString().toLocal8Bit().constData());
     return 2;
-}
-
-} // namespace
-
-int runTerminal(QApplication& application, const CommandLine& settings) {
-    try {
-        Theme::apply(application);
-        Terminal terminal(settings);
-        return terminal.run();
-    } catch (const FileError& error) {
-        std::fprintf(stderr, "%s\n", error.what());
-        return 2;
-    } catch (const SettingsError& error) {
-        std::fprintf(stderr, "kxterminal: %s\n", error.what());
-        return 2;
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "kxterminal: %s\n", error.what());
-        return 1;
-    }
 }
 
 } // namespace Terminal

@@ -1,42 +1,53 @@
 #include "terminal/settings/InputSettings.h"
 
 #include "platform/KXStatus.h"
-#include "terminal/settings/SettingTable.h"
 
+#include <algorithm>
 #include <cstddef>
+#include <cstdint>
+#include <limits>
 #include <utility>
 
 namespace Terminal {
 
 namespace {
 
-static_assert(settingTable.size() == InputSettings::SettingCount);
+using KX::KXInputSetting;
 
-const SettingEntry& entryOf(InputSettings::Setting setting) {
-    return settingTable.at(setting);
+// Numbers in the window are of this type. The window shows a greater limit, or this one, as none.
+constexpr int noLimit = std::numeric_limits<int>::max();
+
+int toInt(std::int64_t value) {
+    return static_cast<int>(std::min<std::int64_t>(value, noLimit));
 }
 
-bool isDuration(InputSettings::Setting setting) {
-    return setting == InputSettings::DoublePressMs || setting == InputSettings::LongPressMs;
+int leastOf(KXInputSetting setting) {
+    return toInt(KX::settingRow(setting).range.least);
 }
 
-std::array<int, InputSettings::SettingCount> defaultValues() {
-    std::array<int, InputSettings::SettingCount> values{};
+int greatestOf(KXInputSetting setting) {
+    return toInt(KX::settingRow(setting).range.greatest);
+}
+
+std::array<int, KX::settingTable.size()> defaultValues() {
+    std::array<int, KX::settingTable.size()> values{};
     for (std::size_t number = 0; number < values.size(); ++number)
-        values[number] = settingTable[number].defaultValue;
+        values[number] = toInt(KX::settingTable[number].defaultValue);
     return values;
 }
 
-QString withUnit(int value, InputSettings::Setting setting) {
+QString withUnit(int value, KXInputSetting setting) {
     return QStringLiteral("%1 %2").arg(value).arg(SettingText::unit(setting));
 }
 
-QString refusedDuration(InputSettings::Setting setting, int value, const InputSettings& settings) {
-    if (value < entryOf(setting).least)
-        return QStringLiteral("Not below %1").arg(withUnit(entryOf(setting).least, setting));
-    if (setting == InputSettings::DoublePressMs)
-        return QStringLiteral("Not below the long press of %1 ms").arg(settings.value(InputSettings::LongPressMs));
-    return QStringLiteral("Not above the double press of %1 ms").arg(settings.value(InputSettings::DoublePressMs));
+QString refusedDuration(KXInputSetting setting, int value, const InputSettings& settings) {
+    if (value < leastOf(setting))
+        return QStringLiteral("Not below %1").arg(withUnit(leastOf(setting), setting));
+    if (setting == KXInputSetting::DoubleKeyPressDuration)
+        return QStringLiteral("Not below the long press of %1 ms")
+            .arg(settings.value(KXInputSetting::LongKeyPressDuration));
+    return QStringLiteral("Not above the double press of %1 ms")
+        .arg(settings.value(KXInputSetting::DoubleKeyPressDuration));
 }
 
 } // namespace
@@ -44,77 +55,88 @@ QString refusedDuration(InputSettings::Setting setting, int value, const InputSe
 InputSettings::InputSettings(Apply applyFunction, QObject* parent)
     : QObject(parent), applyToLibrary(std::move(applyFunction)), values(defaultValues()) {}
 
-int InputSettings::value(Setting setting) const {
-    return values.at(setting);
+int InputSettings::value(KXInputSetting setting) const {
+    return values.at(static_cast<std::size_t>(setting));
 }
 
-int InputSettings::leastNow(Setting setting) const {
-    return setting == LongPressMs ? value(DoublePressMs) + 1 : entryOf(setting).least;
+int InputSettings::leastNow(KXInputSetting setting) const {
+    return setting == KXInputSetting::LongKeyPressDuration ? value(KXInputSetting::DoubleKeyPressDuration) + 1
+                                                           : leastOf(setting);
 }
 
-int InputSettings::greatestNow(Setting setting) const {
-    return setting == DoublePressMs ? value(LongPressMs) - 1 : entryOf(setting).greatest;
+int InputSettings::greatestNow(KXInputSetting setting) const {
+    return setting == KXInputSetting::DoubleKeyPressDuration ? value(KXInputSetting::LongKeyPressDuration) - 1
+                                                             : greatestOf(setting);
 }
 
-int InputSettings::set(Setting setting, int value) {
+int InputSettings::set(KXInputSetting setting, int value) {
     const int status = apply(setting, value);
     if (status != KX::STATUS_OK)
         emit refused(setting, value, status);
-    else if (std::exchange(values.at(setting), value) != value)
+    else if (std::exchange(values.at(static_cast<std::size_t>(setting)), value) != value)
         emit changed(setting, value);
     return status;
 }
 
-int InputSettings::apply(Setting setting, int value) const {
+int InputSettings::apply(KXInputSetting setting, int value) const {
     // The library takes unsigned durations: a negative value would become a very long time.
-    if (isDuration(setting) && value < 0)
+    if (KX::settingRow(setting).isDuration() && value < 0)
         return KX::STATUS_REFUSED;
     return applyToLibrary(setting, value);
 }
 
 void InputSettings::restoreDefaults() {
     // The duration that does not conflict with the old value of the other comes first.
-    if (value(DoublePressMs) < entryOf(LongPressMs).defaultValue) {
-        restoreDefault(LongPressMs);
-        restoreDefault(DoublePressMs);
+    if (value(KXInputSetting::DoubleKeyPressDuration) <
+        KX::settingRow(KXInputSetting::LongKeyPressDuration).defaultValue) {
+        restoreDefault(KXInputSetting::LongKeyPressDuration);
+        restoreDefault(KXInputSetting::DoubleKeyPressDuration);
     } else {
-        restoreDefault(DoublePressMs);
-        restoreDefault(LongPressMs);
+        restoreDefault(KXInputSetting::DoubleKeyPressDuration);
+        restoreDefault(KXInputSetting::LongKeyPressDuration);
     }
-    restoreDefault(UserFactor);
-    restoreDefault(LowPassFactor);
+    restoreDefault(KXInputSetting::EncoderUserFactor);
+    restoreDefault(KXInputSetting::EncoderLowPassFactor);
 }
 
-void InputSettings::restoreDefault(Setting setting) {
-    set(setting, entryOf(setting).defaultValue);
+void InputSettings::restoreDefault(KXInputSetting setting) {
+    set(setting, toInt(KX::settingRow(setting).defaultValue));
 }
 
-QString SettingText::name(InputSettings::Setting setting) {
-    return QString::fromUtf8(entryOf(setting).label);
+QString SettingText::name(KXInputSetting setting) {
+    switch (setting) {
+    case KXInputSetting::DoubleKeyPressDuration: return QStringLiteral("Double press");
+    case KXInputSetting::LongKeyPressDuration: return QStringLiteral("Long press");
+    case KXInputSetting::EncoderUserFactor: return QStringLiteral("Encoder factor");
+    case KXInputSetting::EncoderLowPassFactor: return QStringLiteral("Encoder low-pass");
+    case KXInputSetting::AcceptInput: return QStringLiteral("Accept input");
+    case KXInputSetting::KeyboardLayout: break; // not on the page
+    }
+    return {};
 }
 
-QString SettingText::unit(InputSettings::Setting setting) {
-    return QString::fromUtf8(entryOf(setting).unit);
+QString SettingText::unit(KXInputSetting setting) {
+    const std::string_view unit = KX::settingRow(setting).unit;
+    return QString::fromUtf8(unit.data(), static_cast<int>(unit.size()));
 }
 
-QString SettingText::range(InputSettings::Setting setting, const InputSettings& settings) {
-    if (setting == InputSettings::AcceptInput)
+QString SettingText::range(KXInputSetting setting, const InputSettings& settings) {
+    if (setting == KXInputSetting::AcceptInput)
         return settings.value(setting) != 0 ? QStringLiteral("Input is taken") : QStringLiteral("Input is lost");
     const int least = settings.leastNow(setting);
     const int greatest = settings.greatestNow(setting);
-    if (greatest == SettingEntry::noLimit)
+    if (greatest == noLimit)
         return QStringLiteral("%1 or more").arg(withUnit(least, setting));
     return QStringLiteral("%1 to %2").arg(least).arg(withUnit(greatest, setting));
 }
 
-QString SettingText::refusal(InputSettings::Setting setting, int value, int status,
-                             const InputSettings& settings) {
+QString SettingText::refusal(KXInputSetting setting, int value, int status, const InputSettings& settings) {
     switch (status) {
     case KX::STATUS_REFUSED: return refusedDuration(setting, value, settings);
     case KX::STATUS_OUT_OF_RANGE:
-        return value < entryOf(setting).least
-                   ? QStringLiteral("Not below %1").arg(withUnit(entryOf(setting).least, setting))
-                   : QStringLiteral("Not above %1").arg(withUnit(entryOf(setting).greatest, setting));
+        return value < leastOf(setting)
+                   ? QStringLiteral("Not below %1").arg(withUnit(leastOf(setting), setting))
+                   : QStringLiteral("Not above %1").arg(withUnit(greatestOf(setting), setting));
     default: return QStringLiteral("Refused with status %1").arg(status);
     }
 }

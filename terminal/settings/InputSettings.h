@@ -1,5 +1,8 @@
 #pragma once
 
+#include "recording/KXSettingTable.h"
+
+#include <QMetaType>
 #include <QObject>
 #include <QString>
 
@@ -15,62 +18,53 @@ class InputSettings : public QObject {
     Q_OBJECT
 
 public:
-    /// The index of the setting in \ref settingTable.
-    enum Setting {
-        DoublePressMs,
-        LongPressMs,
-        UserFactor,    ///< in thousandths
-        LowPassFactor, ///< in thousandths
-        AcceptInput,   ///< 0 or 1
-        SettingCount
-    };
-    Q_ENUM(Setting)
-
     /// Hands a value to the library.
     /// \return the library's status; \ref KX::STATUS_OK when it accepted the value
-    using Apply = std::function<int(Setting setting, int value)>;
+    using Apply = std::function<int(KX::KXInputSetting setting, int value)>;
 
     explicit InputSettings(Apply apply, QObject* parent = nullptr);
 
-    int value(Setting setting) const;
+    int value(KX::KXInputSetting setting) const;
 
     /// The values that are possible now: a double press must be shorter than a long press.
-    int leastNow(Setting setting) const;
-    int greatestNow(Setting setting) const;
+    int leastNow(KX::KXInputSetting setting) const;
+    int greatestNow(KX::KXInputSetting setting) const;
 
     /// Applies \p value at once.
     /// \return the library's status; the setting is unchanged unless this is \ref KX::STATUS_OK
-    int set(Setting setting, int value);
+    int set(KX::KXInputSetting setting, int value);
 
     /// Resets the two durations and the two factors to their defaults. Does not change whether input is accepted.
     void restoreDefaults();
 
 signals:
-    void changed(InputSettings::Setting setting, int value);
-    void refused(InputSettings::Setting setting, int value, int status);
+    void changed(KX::KXInputSetting setting, int value);
+    void refused(KX::KXInputSetting setting, int value, int status);
 
 private:
-    int apply(Setting setting, int value) const;
-    void restoreDefault(Setting setting);
+    int apply(KX::KXInputSetting setting, int value) const;
+    void restoreDefault(KX::KXInputSetting setting);
 
     Apply applyToLibrary;
-    std::array<int, SettingCount> values;
+    std::array<int, KX::settingTable.size()> values; // by setting
 };
 
 /// The texts of the settings on the screen.
 namespace SettingText {
 
-QString name(InputSettings::Setting setting);
+QString name(KX::KXInputSetting setting);
 
 /// Empty for a setting without a unit.
-QString unit(InputSettings::Setting setting);
+QString unit(KX::KXInputSetting setting);
 
 /// The values that are possible now: "0 to 1999 ms".
-QString range(InputSettings::Setting setting, const InputSettings& settings);
+QString range(KX::KXInputSetting setting, const InputSettings& settings);
 
 /// Why the library refused \p value with \p status.
-QString refusal(InputSettings::Setting setting, int value, int status, const InputSettings& settings);
+QString refusal(KX::KXInputSetting setting, int value, int status, const InputSettings& settings);
 
 } // namespace SettingText
 
 } // namespace Terminal
+
+Q_DECLARE_METATYPE(KX::KXInputSetting)

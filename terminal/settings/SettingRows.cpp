@@ -1,8 +1,7 @@
 #include "terminal/settings/SettingRows.h"
 
-#include "terminal/settings/SettingTable.h"
-#include "terminal/window/ScreenButton.h"
-#include "terminal/window/Theme.h"
+#include "terminal/look/ScreenButton.h"
+#include "terminal/look/Theme.h"
 
 #include <QHBoxLayout>
 #include <QPainter>
@@ -110,7 +109,7 @@ void SettingRow::paintEvent(QPaintEvent* /*event*/) {
     painter.drawText(words.adjusted(0, nameHeight, 0, 0), Qt::TextWordWrap, info);
 }
 
-NumberRow::NumberRow(InputSettings& inputSettings, InputSettings::Setting which)
+NumberRow::NumberRow(InputSettings& inputSettings, KX::KXInputSetting which)
     : SettingRow(SettingText::name(which)), settings(inputSettings), setting(which) {
     minus = addButton(-1);
     controls().addSpacing(valueWidth);
@@ -119,11 +118,10 @@ NumberRow::NumberRow(InputSettings& inputSettings, InputSettings::Setting which)
     showInfo(SettingText::range(setting, settings));
     connect(
         &settings, &InputSettings::changed, this, [this] { showInfo(SettingText::range(setting, settings)); });
-    connect(&settings, &InputSettings::refused, this,
-            [this](InputSettings::Setting refused, int value, int status) {
-                if (refused == setting)
-                    showRefusal(SettingText::refusal(setting, value, status, settings));
-            });
+    connect(&settings, &InputSettings::refused, this, [this](KX::KXInputSetting refused, int value, int status) {
+        if (refused == setting)
+            showRefusal(SettingText::refusal(setting, value, status, settings));
+    });
 }
 
 ScreenButton* NumberRow::addButton(int direction) {
@@ -147,7 +145,8 @@ void NumberRow::setChosen(bool chosen) {
 }
 
 void NumberRow::turn(int steps) {
-    settings.set(setting, steppedValue(settings.value(setting), settingTable.at(setting).step, steps));
+    settings.set(setting,
+                 steppedValue(settings.value(setting), static_cast<int>(KX::settingRow(setting).step), steps));
 }
 
 ScreenButton& NumberRow::minusButton() const {
@@ -178,7 +177,7 @@ void NumberRow::paintEvent(QPaintEvent* event) {
     painter.drawText(start + numberWidth, baseLine, unit);
 }
 
-SwitchRow::SwitchRow(InputSettings& inputSettings, InputSettings::Setting which)
+SwitchRow::SwitchRow(InputSettings& inputSettings, KX::KXInputSetting which)
     : SettingRow(SettingText::name(which)), settings(inputSettings), setting(which), button(new SwitchButton) {
     button->setFixedHeight(controlHeight);
     controls().addWidget(button);

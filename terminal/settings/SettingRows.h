@@ -65,7 +65,7 @@ class NumberRow : public SettingRow {
 
 public:
     /// \p settings must outlive the row.
-    NumberRow(InputSettings& settings, InputSettings::Setting setting);
+    NumberRow(InputSettings& settings, KX::KXInputSetting setting);
 
     void setChosen(bool chosen) override;
     void turn(int steps) override;
@@ -80,7 +80,7 @@ private:
     ScreenButton* addButton(int direction);
 
     InputSettings& settings;
-    InputSettings::Setting setting;
+    KX::KXInputSetting setting;
     ScreenButton* minus;
     ScreenButton* plus;
 };
@@ -91,7 +91,7 @@ class SwitchRow : public SettingRow {
 
 public:
     /// \p settings must outlive the row.
-    SwitchRow(InputSettings& settings, InputSettings::Setting setting);
+    SwitchRow(InputSettings& settings, KX::KXInputSetting setting);
 
     void setChosen(bool chosen) override;
     void activate() override;
@@ -102,7 +102,7 @@ private:
     void showValue();
 
     InputSettings& settings;
-    InputSettings::Setting setting;
+    KX::KXInputSetting setting;
     SwitchButton* button;
 };
 

@@ -1,9 +1,9 @@
 #include "terminal/settings/SettingsPanel.h"
 
 #include "events/KXEventType.h"
+#include "terminal/look/KeyCodes.h"
+#include "terminal/look/Theme.h"
 #include "terminal/settings/SettingRows.h"
-#include "terminal/window/KeyCodes.h"
-#include "terminal/window/Theme.h"
 
 #include <QGridLayout>
 #include <QLabel>
@@ -29,10 +29,11 @@ QLabel* makeHint() {
 } // namespace
 
 SettingsPanel::SettingsPanel(InputSettings& settings, QWidget* parent)
-    : QWidget(parent), accept(new SwitchRow(settings, InputSettings::AcceptInput)),
+    : QWidget(parent), accept(new SwitchRow(settings, KX::KXInputSetting::AcceptInput)),
       defaults(new ButtonRow(QStringLiteral("Defaults"), QStringLiteral("Restore"))) {
-    for (int setting = InputSettings::DoublePressMs; setting <= InputSettings::LowPassFactor; ++setting)
-        numbers.append(new NumberRow(settings, static_cast<InputSettings::Setting>(setting)));
+    for (const KX::KXSettingRow& row : KX::settingTable)
+        if (!row.isSwitch())
+            numbers.append(new NumberRow(settings, row.name));
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(rowGap);
@@ -93,8 +94,8 @@ int SettingsPanel::chosenRow() const {
     return chosen;
 }
 
-NumberRow& SettingsPanel::numberRow(InputSettings::Setting setting) const {
-    return *numbers.at(setting);
+NumberRow& SettingsPanel::numberRow(KX::KXInputSetting setting) const {
+    return *numbers.at(static_cast<int>(setting));
 }
 
 SwitchRow& SettingsPanel::acceptRow() const {

@@ -30,7 +30,7 @@ public:
     const QVector<SettingRow*>& rows() const;
     int chosenRow() const;
 
-    NumberRow& numberRow(InputSettings::Setting setting) const;
+    NumberRow& numberRow(KX::KXInputSetting setting) const;
     SwitchRow& acceptRow() const;
     ButtonRow& defaultsRow() const;
 

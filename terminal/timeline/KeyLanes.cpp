@@ -1,8 +1,8 @@
 #include "terminal/timeline/KeyLanes.h"
 
+#include "terminal/look/PlotLook.h"
+#include "terminal/look/Theme.h"
 #include "terminal/timeline/SpanPainter.h"
-#include "terminal/window/PlotLook.h"
-#include "terminal/window/Theme.h"
 
 #include <QPainter>
 

@@ -1,6 +1,6 @@
 #include "terminal/timeline/SpanPainter.h"
 
-#include "terminal/window/Theme.h"
+#include "terminal/look/Theme.h"
 
 #include <QFontMetricsF>
 #include <QLinearGradient>

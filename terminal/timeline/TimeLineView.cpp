@@ -2,11 +2,11 @@
 
 #include "platform/KXTick.h"
 #include "terminal/events/EventText.h"
+#include "terminal/look/PlotLook.h"
+#include "terminal/look/ScreenButton.h"
+#include "terminal/look/Theme.h"
 #include "terminal/timeline/KeyLanes.h"
 #include "terminal/timeline/TimeLineMarks.h"
-#include "terminal/window/PlotLook.h"
-#include "terminal/window/ScreenButton.h"
-#include "terminal/window/Theme.h"
 #include "toolkit/KXToolkitLayer.h"
 
 #include <QHBoxLayout>

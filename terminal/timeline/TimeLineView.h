@@ -1,8 +1,8 @@
 #pragma once
 
+#include "terminal/look/DisplayPace.h"
 #include "terminal/timeline/KeyLanes.h"
 #include "terminal/timeline/KeyTimeLine.h"
-#include "terminal/window/DisplayPace.h"
 
 #include <QWidget>
 

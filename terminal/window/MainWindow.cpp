@@ -3,12 +3,12 @@
 #include "events/KXEventType.h"
 #include "input/KXInputEventManager.h"
 #include "terminal/events/EventModel.h"
+#include "terminal/look/KeyCodes.h"
+#include "terminal/look/Theme.h"
 #include "terminal/settings/InputSettings.h"
-#include "terminal/window/KeyCodes.h"
 #include "terminal/window/OperatorScreen.h"
 #include "terminal/window/PageArea.h"
 #include "terminal/window/SoftKeyBar.h"
-#include "terminal/window/Theme.h"
 
 #include <QGuiApplication>
 #include <QHBoxLayout>
@@ -110,9 +110,9 @@ void MainWindow::makeBanner() {
     auto* cover = new QVBoxLayout(screen);
     cover->setContentsMargins(0, 0, 0, 0);
     cover->addWidget(banner = new InputOffBanner);
-    const auto show = [this] { banner->setVisible(settings.value(InputSettings::AcceptInput) == 0); };
+    const auto show = [this] { banner->setVisible(settings.value(KX::KXInputSetting::AcceptInput) == 0); };
     connect(&settings, &InputSettings::changed, this, show);
-    connect(banner, &QAbstractButton::clicked, this, [this] { settings.set(InputSettings::AcceptInput, 1); });
+    connect(banner, &QAbstractButton::clicked, this, [this] { settings.set(KX::KXInputSetting::AcceptInput, 1); });
     show();
 }
 
@@ -189,8 +189,8 @@ void MainWindow::takeInput(const KX::KXInputEvent& event) {
 
 void MainWindow::takeReport(const KX::KXToolkitEvent& event) {
     if (event.eventType == KX::TOOLKIT_KEY_PRESS_EVENT && event.osKeyCode == Qt::Key_F12 &&
-        settings.value(InputSettings::AcceptInput) == 0)
-        settings.set(InputSettings::AcceptInput, 1);
+        settings.value(KX::KXInputSetting::AcceptInput) == 0)
+        settings.set(KX::KXInputSetting::AcceptInput, 1);
     else if (!replayName.isNull()) {
         if (const auto input = viewerEvent(event))
             takeInput(*input);

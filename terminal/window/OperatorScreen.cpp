@@ -2,7 +2,7 @@
 
 #include "events/KXEventKind.h"
 #include "terminal/events/EventText.h"
-#include "terminal/window/Theme.h"
+#include "terminal/look/Theme.h"
 
 #include <QPainter>
 

@@ -6,12 +6,12 @@
 #include "terminal/events/EventModel.h"
 #include "terminal/events/EventPage.h"
 #include "terminal/keypad/KeypadPanel.h"
+#include "terminal/look/KeyCodes.h"
+#include "terminal/look/ScreenButton.h"
+#include "terminal/look/Theme.h"
 #include "terminal/settings/InputSettings.h"
 #include "terminal/settings/SettingsPanel.h"
 #include "terminal/timeline/TimeLineView.h"
-#include "terminal/window/KeyCodes.h"
-#include "terminal/window/ScreenButton.h"
-#include "terminal/window/Theme.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -93,7 +93,7 @@ void PageArea::feedViews(EventModel& model, InputSettings& settings) {
     connect(&model, &EventModel::appended, encoderView, &EncoderView::append);
     const auto showDoublePress = [this, &settings] {
         timeLineView->setDoublePressWindow(
-            static_cast<unsigned int>(settings.value(InputSettings::DoublePressMs)));
+            static_cast<unsigned int>(settings.value(KX::KXInputSetting::DoubleKeyPressDuration)));
     };
     connect(&settings, &InputSettings::changed, timeLineView, showDoublePress);
     showDoublePress();

@@ -1,6 +1,6 @@
 #include "terminal/window/SoftKeyBar.h"
 
-#include "terminal/window/Theme.h"
+#include "terminal/look/Theme.h"
 
 #include <QHBoxLayout>
 #include <QPainter>

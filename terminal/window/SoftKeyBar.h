@@ -1,7 +1,7 @@
 #pragma once
 
 #include "events/KXEventKind.h"
-#include "terminal/window/DisplayPace.h"
+#include "terminal/look/DisplayPace.h"
 
 #include <QAbstractButton>
 #include <QVector>

@@ -28,8 +28,8 @@ const char* const placesToMend =
     "  events/KXEvent.h, events/KXSomeEvent.h    the field, its default and its meaning\n"
     "  events/EventFields.h                      what is copied between events and holders\n"
     "  events/EventRecord.cpp                    its place in the record of 136 bytes, whose layout is fixed\n"
-    "  tools/eventline                           the printed line of an event\n"
-    "  recording/RecordingFields.cpp             the line of a recording, and docs/recording.md\n"
+    "  recording/KXEventLine.h                   the printed line of an event\n"
+    "  recording/format/RecordingFields.cpp      the line of a recording, and docs/recording.md\n"
     "  terminal/events/EventModel.cpp            the list of events\n"
     "  tests/support/EventSamples.h              the fields that tests compare, and tests/models/HolderModel.h\n"
     "Then set the size here anew.";

@@ -1,7 +1,7 @@
 #include "RecordingTarget.h"
 
 #include "recording/KXRecording.h"
-#include "recording/RecordingFormat.h"
+#include "recording/format/RecordingFormat.h"
 #include "support/RecordingComparison.h"
 
 #include <algorithm>

@@ -1,7 +1,20 @@
 #!/usr/bin/env bash
-# layers.sh [FOLDER]: no source of the project, or of FOLDER, includes a header of a higher layer. The layers from
-# the bottom: platform, events, encoder and actions, input, toolkit and recording, replay, programs.
+# layers.sh [FOLDER]: no source of the project, or of FOLDER, includes a header of a higher layer or of a higher room
+# of its layer. The layers from the bottom: platform, events, encoder and actions, input, toolkit and recording,
+# replay, programs. kxterminal is a user of the libraries: it includes only headers that are installed.
 . "$(dirname "$0")/common.sh"
+
+# The headers that are installed, found by the patterns of the installation.
+install_script="$KX_SOURCE/cmake/KXInstall.cmake"
+patterns=$(sed -n '/^file(GLOB kx_public_headers /,/)$/p' "$install_script" | grep -oE '[a-z_/]+/[A-Za-z*]+\.h')
+[ -n "$patterns" ] || fail "$install_script does not tell which headers are installed"
+# shellcheck disable=SC2086 # several patterns
+headers=$(cd "$KX_SOURCE" && ls $patterns)
+declare -A installed=()
+for header in $headers; do
+    installed[$header]=
+done
+
 cd "${1:-$KX_SOURCE}"
 
 # allow FOLDER ALLOWED...: the folders whose headers the sources of FOLDER may include beside their own.
@@ -24,10 +37,51 @@ allow bench tools recording $library
 allow examples replay recording toolkit $library
 allow tests bench terminal tools replay recording toolkit $library
 
+# The same for the rooms of a folder. What is in no room may include them all, and they may include it.
+declare -A rooms=()
+room() {
+    rooms[$1]="${*:2}"
+}
+room recording/format
+room recording/layout recording/format
+room recording/recorder recording/format recording/layout
+room terminal/look
+room terminal/events terminal/look
+room terminal/settings terminal/look
+room terminal/keypad terminal/look
+room terminal/actions terminal/look
+room terminal/encoder terminal/settings terminal/look
+room terminal/timeline terminal/events terminal/look
+views="terminal/timeline terminal/encoder terminal/actions terminal/keypad terminal/settings terminal/events terminal/look"
+room terminal/window $views
+room terminal/session terminal/window $views
+
 wrong=0
 refuse() {
     echo "$1:$2: $3"
     wrong=1
+}
+
+# check_room FILE LINE HEADER: a source in a room includes no header of a higher room.
+check_room() {
+    local inside=${1#*/} other=${3%/*}
+    local room=${1%%/*}/${inside%%/*}
+    [ -n "${rooms[$room]+there}" ] && [ -n "${rooms[$other]+there}" ] || return 0
+    case " $room ${rooms[$room]} " in
+        *" $other "*) ;;
+        *) refuse "$1" "$2" "$room is below $other or beside it and may not include $3" ;;
+    esac
+}
+
+# check_user FILE LINE HEADER: kxterminal includes its own headers, the installed ones and those that the programs
+# share.
+check_user() {
+    case $3 in
+        terminal/*) ;;
+        tools/kx*) refuse "$1" "$2" "$3 belongs to another program" ;;
+        tools/*) ;;
+        *) [ -n "${installed[$3]+there}" ] || refuse "$1" "$2" "$3 is not installed" ;;
+    esac
 }
 
 # check FILE LINE HEADER: of one #include "HEADER".
@@ -38,6 +92,8 @@ check() {
         *" $target "*) ;;
         *) refuse "$file" "$line" "$folder is below $target and may not include $header" ;;
     esac
+    check_room "$file" "$line" "$header"
+    [ "$folder" != terminal ] || check_user "$file" "$line" "$header"
     # Programs link one platform or the other; nothing else may depend on the choice.
     case $header in
         platform/linux/*)

@@ -1,4 +1,4 @@
-#include "recording/CANLog.h"
+#include "recording/format/CANLog.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "recording/EntryLog.h"
+#include "recording/recorder/EntryLog.h"
 #include "tests/support/RecordingComparison.h"
 
 #include <gtest/gtest.h>

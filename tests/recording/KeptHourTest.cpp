@@ -2,8 +2,8 @@
 
 #include "tests/recording/RecorderFixture.h"
 
-#include "recording/EntryLog.h"
 #include "recording/KXRecordedCalls.h"
+#include "recording/recorder/EntryLog.h"
 
 #include <malloc.h>
 

@@ -1,6 +1,6 @@
 // Written entries are in the file whatever happens to the writer.
 
-#include "recording/RecordingFile.h"
+#include "recording/format/RecordingFile.h"
 
 #include "RecordingText.h"
 #include "tests/recording/FullDisk.h"

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "recording/KXRecording.h"
-#include "recording/RecordingFormat.h"
+#include "recording/format/RecordingFormat.h"
 
 #include <sstream>
 #include <string>

@@ -5,8 +5,8 @@
 #include "platform/KXTick.h"
 #include "platform/simulated/KXSimulation.h"
 #include "terminal/actions/ActionPanel.h"
-#include "terminal/window/KeyCodes.h"
-#include "terminal/window/ScreenButton.h"
+#include "terminal/look/KeyCodes.h"
+#include "terminal/look/ScreenButton.h"
 
 #include <QCoreApplication>
 #include <QtTest>

@@ -1,8 +1,8 @@
 #include "terminal/encoder/EncoderView.h"
 
 #include "events/KXEventType.h"
-#include "terminal/window/DisplayPace.h"
-#include "terminal/window/Theme.h"
+#include "terminal/look/DisplayPace.h"
+#include "terminal/look/Theme.h"
 
 #include <QImage>
 #include <QtTest>

@@ -4,13 +4,13 @@
 #include "events/KXEventType.h"
 #include "terminal/events/EventModel.h"
 #include "terminal/events/EventPage.h"
+#include "terminal/look/DisplayPace.h"
+#include "terminal/look/KeyCodes.h"
+#include "terminal/look/ScreenButton.h"
 #include "terminal/settings/InputSettings.h"
-#include "terminal/window/DisplayPace.h"
-#include "terminal/window/KeyCodes.h"
 #include "terminal/window/MainWindow.h"
 #include "terminal/window/OperatorScreen.h"
 #include "terminal/window/PageArea.h"
-#include "terminal/window/ScreenButton.h"
 
 #include <QElapsedTimer>
 #include <QImage>
@@ -106,7 +106,7 @@ protected:
 #endif
     }
 
-    FluidityTest() : settings([](InputSettings::Setting, int) { return 0; }), window(model, settings) {
+    FluidityTest() : settings([](KX::KXInputSetting, int) { return 0; }), window(model, settings) {
         model.append(nextEvents(EventModel::capacity));
         const double pageMs = msToDrawAPage();
         std::cout << "drawing a page takes " << pageMs << " ms here\n";

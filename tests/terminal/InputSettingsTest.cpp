@@ -4,7 +4,6 @@
 #include "events/KXEventType.h"
 #include "input/KXInputEventManager.h"
 #include "platform/simulated/KXSimulation.h"
-#include "terminal/settings/SettingTable.h"
 
 #include <QSignalSpy>
 
@@ -19,13 +18,16 @@ using testing::ElementsAre;
 
 namespace {
 
-int applyToLibrary(InputSettings::Setting setting, int value) {
+int applyToLibrary(KX::KXInputSetting setting, int value) {
     KX::KXInputEventManager& manager = *KX::KXInputEventManager::getInstance();
     switch (setting) {
-    case InputSettings::DoublePressMs: return manager.setDoubleKeyPressDuration(static_cast<unsigned int>(value));
-    case InputSettings::LongPressMs: return manager.setLongKeyPressDuration(static_cast<unsigned int>(value));
-    case InputSettings::UserFactor: return KX::KXEncoderDynamic::instance()->setUserFactor(value);
-    case InputSettings::LowPassFactor: return KX::KXEncoderDynamic::instance()->setLowPassFactor(value);
+    case KX::KXInputSetting::DoubleKeyPressDuration:
+        return manager.setDoubleKeyPressDuration(static_cast<unsigned int>(value));
+    case KX::KXInputSetting::LongKeyPressDuration:
+        return manager.setLongKeyPressDuration(static_cast<unsigned int>(value));
+    case KX::KXInputSetting::EncoderUserFactor: return KX::KXEncoderDynamic::instance()->setUserFactor(value);
+    case KX::KXInputSetting::EncoderLowPassFactor:
+        return KX::KXEncoderDynamic::instance()->setLowPassFactor(value);
     default: return manager.acceptInput(value != 0);
     }
 }
@@ -34,7 +36,7 @@ int applyToLibrary(InputSettings::Setting setting, int value) {
 class InputSettingsTest : public testing::Test {
 protected:
     InputSettingsTest() : settings(applyToLibrary) {
-        qRegisterMetaType<InputSettings::Setting>();
+        qRegisterMetaType<KX::KXInputSetting>();
         KX::KXSimulation::reset();
         manager = KX::KXInputEventManager::createInstance();
     }
@@ -43,8 +45,8 @@ protected:
 
     std::vector<int> values() const {
         std::vector<int> all;
-        for (int setting = 0; setting < InputSettings::SettingCount; ++setting)
-            all.push_back(settings.value(static_cast<InputSettings::Setting>(setting)));
+        for (const KX::KXSettingRow& row : KX::settingTable)
+            all.push_back(settings.value(row.name));
         return all;
     }
 
@@ -69,7 +71,7 @@ protected:
     KX::KXInputEventManager* manager;
 };
 
-void expectRefused(InputSettings& settings, InputSettings::Setting setting, int value, int status) {
+void expectRefused(InputSettings& settings, KX::KXInputSetting setting, int value, int status) {
     const int before = settings.value(setting);
     QSignalSpy changed(&settings, &InputSettings::changed);
     QSignalSpy refused(&settings, &InputSettings::refused);
@@ -85,20 +87,22 @@ void expectRefused(InputSettings& settings, InputSettings::Setting setting, int 
 
 TEST_F(InputSettingsTest, TheyBeginAsTheLibraryDoes) {
     EXPECT_THAT(values(), ElementsAre(300, 2000, 1000, 900, 1));
-    EXPECT_EQ(KX::KXEncoderDynamic::instance()->getUserFactor(), settings.value(InputSettings::UserFactor));
-    EXPECT_EQ(KX::KXEncoderDynamic::instance()->getLowPassFactor(), settings.value(InputSettings::LowPassFactor));
+    EXPECT_EQ(KX::KXEncoderDynamic::instance()->getUserFactor(),
+              settings.value(KX::KXInputSetting::EncoderUserFactor));
+    EXPECT_EQ(KX::KXEncoderDynamic::instance()->getLowPassFactor(),
+              settings.value(KX::KXInputSetting::EncoderLowPassFactor));
     EXPECT_EQ(KX::KEY_DOUBLE_PRESS_EVENT, secondPressAfter(300));
     EXPECT_EQ(KX::KEY_PRESS_EVENT, secondPressAfter(301));
 }
 
 TEST_F(InputSettingsTest, AChangeTakesEffectAtOnceAndIsTold) {
     QSignalSpy changed(&settings, &InputSettings::changed);
-    EXPECT_EQ(0, settings.set(InputSettings::DoublePressMs, 100));
+    EXPECT_EQ(0, settings.set(KX::KXInputSetting::DoubleKeyPressDuration, 100));
     EXPECT_EQ(KX::KEY_DOUBLE_PRESS_EVENT, secondPressAfter(100));
     EXPECT_EQ(KX::KEY_PRESS_EVENT, secondPressAfter(101));
-    EXPECT_EQ(0, settings.set(InputSettings::UserFactor, 2500));
+    EXPECT_EQ(0, settings.set(KX::KXInputSetting::EncoderUserFactor, 2500));
     EXPECT_EQ(2500, KX::KXEncoderDynamic::instance()->getUserFactor());
-    EXPECT_EQ(0, settings.set(InputSettings::LowPassFactor, 1));
+    EXPECT_EQ(0, settings.set(KX::KXInputSetting::EncoderLowPassFactor, 1));
     EXPECT_EQ(1, KX::KXEncoderDynamic::instance()->getLowPassFactor());
     ASSERT_EQ(3, changed.size());
     EXPECT_EQ(100, changed[0][1].toInt());
@@ -108,35 +112,35 @@ TEST_F(InputSettingsTest, AChangeTakesEffectAtOnceAndIsTold) {
 
 TEST_F(InputSettingsTest, TheSameValueAgainIsNoChange) {
     QSignalSpy changed(&settings, &InputSettings::changed);
-    EXPECT_EQ(0, settings.set(InputSettings::LongPressMs, 2000));
+    EXPECT_EQ(0, settings.set(KX::KXInputSetting::LongKeyPressDuration, 2000));
     EXPECT_EQ(0, changed.size());
 }
 
 TEST_F(InputSettingsTest, TheDoublePressStaysBelowTheLongPress) {
-    EXPECT_EQ(0, settings.set(InputSettings::DoublePressMs, 1999));
-    expectRefused(settings, InputSettings::DoublePressMs, 2000, 20);
-    expectRefused(settings, InputSettings::DoublePressMs, 2001, 20);
-    EXPECT_EQ(0, settings.set(InputSettings::LongPressMs, 2001));
-    EXPECT_EQ(0, settings.set(InputSettings::LongPressMs, 2000));
-    expectRefused(settings, InputSettings::LongPressMs, 1999, 20);
-    EXPECT_EQ(0, settings.set(InputSettings::DoublePressMs, 0));
-    expectRefused(settings, InputSettings::DoublePressMs, -1, 20);
-    expectRefused(settings, InputSettings::LongPressMs, -1, 20);
+    EXPECT_EQ(0, settings.set(KX::KXInputSetting::DoubleKeyPressDuration, 1999));
+    expectRefused(settings, KX::KXInputSetting::DoubleKeyPressDuration, 2000, 20);
+    expectRefused(settings, KX::KXInputSetting::DoubleKeyPressDuration, 2001, 20);
+    EXPECT_EQ(0, settings.set(KX::KXInputSetting::LongKeyPressDuration, 2001));
+    EXPECT_EQ(0, settings.set(KX::KXInputSetting::LongKeyPressDuration, 2000));
+    expectRefused(settings, KX::KXInputSetting::LongKeyPressDuration, 1999, 20);
+    EXPECT_EQ(0, settings.set(KX::KXInputSetting::DoubleKeyPressDuration, 0));
+    expectRefused(settings, KX::KXInputSetting::DoubleKeyPressDuration, -1, 20);
+    expectRefused(settings, KX::KXInputSetting::LongKeyPressDuration, -1, 20);
 }
 
 TEST_F(InputSettingsTest, FactorsOutOfRangeAreRefused) {
-    expectRefused(settings, InputSettings::UserFactor, 0, 24);
-    EXPECT_EQ(0, settings.set(InputSettings::UserFactor, 1));
-    expectRefused(settings, InputSettings::LowPassFactor, 0, 24);
-    expectRefused(settings, InputSettings::LowPassFactor, 1001, 24);
-    EXPECT_EQ(0, settings.set(InputSettings::LowPassFactor, 1000));
+    expectRefused(settings, KX::KXInputSetting::EncoderUserFactor, 0, 24);
+    EXPECT_EQ(0, settings.set(KX::KXInputSetting::EncoderUserFactor, 1));
+    expectRefused(settings, KX::KXInputSetting::EncoderLowPassFactor, 0, 24);
+    expectRefused(settings, KX::KXInputSetting::EncoderLowPassFactor, 1001, 24);
+    EXPECT_EQ(0, settings.set(KX::KXInputSetting::EncoderLowPassFactor, 1000));
 }
 
 TEST_F(InputSettingsTest, InputIsLostWhileItIsNotAccepted) {
-    settings.set(InputSettings::AcceptInput, 0);
+    settings.set(KX::KXInputSetting::AcceptInput, 0);
     press(1000);
     EXPECT_FALSE(manager->hasEvents());
-    settings.set(InputSettings::AcceptInput, 1);
+    settings.set(KX::KXInputSetting::AcceptInput, 1);
     press(3000);
     EXPECT_TRUE(manager->hasEvents());
 }
@@ -148,14 +152,14 @@ TEST_F(InputSettingsTest, DefaultsComeBackFromAnywhere) {
     };
     for (const Durations from :
          {Durations{0, 1}, {299, 300}, {300, 301}, {1999, 2000}, {2000, 2001}, {5000, 9000}}) {
-        settings.set(InputSettings::LongPressMs, 10000);
-        settings.set(InputSettings::DoublePressMs, from.doublePressMs);
-        settings.set(InputSettings::LongPressMs, from.longPressMs);
-        ASSERT_EQ(from.doublePressMs, settings.value(InputSettings::DoublePressMs));
-        ASSERT_EQ(from.longPressMs, settings.value(InputSettings::LongPressMs));
-        settings.set(InputSettings::UserFactor, 5);
-        settings.set(InputSettings::LowPassFactor, 5);
-        settings.set(InputSettings::AcceptInput, 0);
+        settings.set(KX::KXInputSetting::LongKeyPressDuration, 10000);
+        settings.set(KX::KXInputSetting::DoubleKeyPressDuration, from.doublePressMs);
+        settings.set(KX::KXInputSetting::LongKeyPressDuration, from.longPressMs);
+        ASSERT_EQ(from.doublePressMs, settings.value(KX::KXInputSetting::DoubleKeyPressDuration));
+        ASSERT_EQ(from.longPressMs, settings.value(KX::KXInputSetting::LongKeyPressDuration));
+        settings.set(KX::KXInputSetting::EncoderUserFactor, 5);
+        settings.set(KX::KXInputSetting::EncoderLowPassFactor, 5);
+        settings.set(KX::KXInputSetting::AcceptInput, 0);
         settings.restoreDefaults();
         EXPECT_THAT(values(), ElementsAre(300, 2000, 1000, 900, 0))
             << from.doublePressMs << ' ' << from.longPressMs;
@@ -163,23 +167,14 @@ TEST_F(InputSettingsTest, DefaultsComeBackFromAnywhere) {
 }
 
 TEST_F(InputSettingsTest, ARefusalIsPutIntoWords) {
-    const auto words = [this](InputSettings::Setting setting, int value, int status) {
+    const auto words = [this](KX::KXInputSetting setting, int value, int status) {
         return SettingText::refusal(setting, value, status, settings).toStdString();
     };
-    EXPECT_EQ("Not below the long press of 2000 ms", words(InputSettings::DoublePressMs, 2000, 20));
-    EXPECT_EQ("Not below 0 ms", words(InputSettings::DoublePressMs, -10, 20));
-    EXPECT_EQ("Not above the double press of 300 ms", words(InputSettings::LongPressMs, 300, 20));
-    EXPECT_EQ("Not below 1 \u2030", words(InputSettings::UserFactor, 0, 24));
-    EXPECT_EQ("Not below 1 \u2030", words(InputSettings::LowPassFactor, 0, 24));
-    EXPECT_EQ("Not above 1000 \u2030", words(InputSettings::LowPassFactor, 1050, 24));
-    EXPECT_EQ("Refused with status 99", words(InputSettings::LowPassFactor, 1, 99));
-}
-
-TEST(SettingTableTest, GivesEachSettingTheWordThatRecordingsHave) {
-    const auto word = [](InputSettings::Setting setting) { return settingTable.at(setting).wordInRecordings(); };
-    EXPECT_EQ("double-press", word(InputSettings::DoublePressMs));
-    EXPECT_EQ("long-press", word(InputSettings::LongPressMs));
-    EXPECT_EQ("user-factor", word(InputSettings::UserFactor));
-    EXPECT_EQ("low-pass", word(InputSettings::LowPassFactor));
-    EXPECT_EQ("accept-input", word(InputSettings::AcceptInput));
+    EXPECT_EQ("Not below the long press of 2000 ms", words(KX::KXInputSetting::DoubleKeyPressDuration, 2000, 20));
+    EXPECT_EQ("Not below 0 ms", words(KX::KXInputSetting::DoubleKeyPressDuration, -10, 20));
+    EXPECT_EQ("Not above the double press of 300 ms", words(KX::KXInputSetting::LongKeyPressDuration, 300, 20));
+    EXPECT_EQ("Not below 1 \u2030", words(KX::KXInputSetting::EncoderUserFactor, 0, 24));
+    EXPECT_EQ("Not below 1 \u2030", words(KX::KXInputSetting::EncoderLowPassFactor, 0, 24));
+    EXPECT_EQ("Not above 1000 \u2030", words(KX::KXInputSetting::EncoderLowPassFactor, 1050, 24));
+    EXPECT_EQ("Refused with status 99", words(KX::KXInputSetting::EncoderLowPassFactor, 1, 99));
 }

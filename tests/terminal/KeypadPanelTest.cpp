@@ -5,7 +5,7 @@
 #include "platform/simulated/KXSimulation.h"
 #include "recording/KXKeyLayout.h"
 #include "terminal/keypad/KeypadControls.h"
-#include "terminal/window/KeyCodes.h"
+#include "terminal/look/KeyCodes.h"
 #include "toolkit/KXToolkitLayer.h"
 
 #include <QVBoxLayout>

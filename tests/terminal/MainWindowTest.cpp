@@ -7,12 +7,12 @@
 #include "terminal/events/EventModel.h"
 #include "terminal/events/EventPage.h"
 #include "terminal/keypad/KeypadPanel.h"
+#include "terminal/look/KeyCodes.h"
+#include "terminal/look/ScreenButton.h"
 #include "terminal/settings/InputSettings.h"
 #include "terminal/timeline/TimeLineView.h"
-#include "terminal/window/KeyCodes.h"
 #include "terminal/window/OperatorScreen.h"
 #include "terminal/window/PageArea.h"
-#include "terminal/window/ScreenButton.h"
 #include "terminal/window/SoftKeyBar.h"
 
 #include <QImage>
@@ -28,7 +28,7 @@ namespace {
 
 class MainWindowTest : public testing::Test {
 protected:
-    MainWindowTest() : settings([](InputSettings::Setting, int) { return 0; }), window(model, settings) {
+    MainWindowTest() : settings([](KX::KXInputSetting, int) { return 0; }), window(model, settings) {
         window.show();
         QCoreApplication::processEvents();
     }
@@ -244,10 +244,10 @@ TEST_F(MainWindowTest, InALargeWindowTheKeypadAndTheActionsAreNoPages) {
 TEST_F(MainWindowTest, KeysGoToTheShownPageOnly) {
     keyPressed(KeyCodes::settingsPage);
     turn(KX::KX_KEY_DOWN);
-    EXPECT_EQ(290, settings.value(InputSettings::DoublePressMs));
+    EXPECT_EQ(290, settings.value(KX::KXInputSetting::DoubleKeyPressDuration));
     keyPressed(KeyCodes::settingsPage);
     turn(KX::KX_KEY_DOWN);
-    EXPECT_EQ(290, settings.value(InputSettings::DoublePressMs));
+    EXPECT_EQ(290, settings.value(KX::KXInputSetting::DoubleKeyPressDuration));
 }
 
 TEST_F(MainWindowTest, KeysZoomAndScrollTheTimeLine) {
@@ -309,7 +309,7 @@ TEST_F(MainWindowTest, KeysScrollTheListOfEvents) {
 
 TEST_F(MainWindowTest, ABannerSaysThatInputIsOffAndATouchSwitchesItOn) {
     EXPECT_FALSE(window.inputOffBanner().isVisible());
-    settings.set(InputSettings::AcceptInput, 0);
+    settings.set(KX::KXInputSetting::AcceptInput, 0);
     QCoreApplication::processEvents();
     for (const QSize size : {QSize(800, 480), QSize(1024, 768)}) {
         window.resize(size);
@@ -318,18 +318,18 @@ TEST_F(MainWindowTest, ABannerSaysThatInputIsOffAndATouchSwitchesItOn) {
         EXPECT_EQ(window.findChild<OperatorScreen*>()->size(), window.inputOffBanner().size());
     }
     QTest::mouseClick(&window.inputOffBanner(), Qt::LeftButton);
-    EXPECT_EQ(1, settings.value(InputSettings::AcceptInput));
+    EXPECT_EQ(1, settings.value(KX::KXInputSetting::AcceptInput));
     EXPECT_FALSE(window.inputOffBanner().isVisible());
 }
 
 TEST_F(MainWindowTest, OnlyThePressOfF12SwitchesInputOn) {
-    settings.set(InputSettings::AcceptInput, 0);
+    settings.set(KX::KXInputSetting::AcceptInput, 0);
     const auto report = [this](int type, int toolkitKey) {
         KX::KXToolkitEvent event;
         event.eventType = type;
         event.osKeyCode = toolkitKey;
         window.takeReport(event);
-        return settings.value(InputSettings::AcceptInput);
+        return settings.value(KX::KXInputSetting::AcceptInput);
     };
     EXPECT_EQ(0, report(KX::TOOLKIT_KEY_PRESS_EVENT, Qt::Key_F11));
     EXPECT_EQ(0, report(KX::TOOLKIT_KEY_RELEASE_EVENT, Qt::Key_F12));

@@ -1,6 +1,6 @@
 // One application without a display for all tests of the program, because Qt allows only one.
 
-#include "terminal/window/Theme.h"
+#include "terminal/look/Theme.h"
 
 #include <QApplication>
 

@@ -1,8 +1,8 @@
 #include "terminal/session/SessionPlayer.h"
 
+#include "recording/KXEventLine.h"
 #include "recording/KXRecordedCalls.h"
 #include "tests/support/OperatorTest.h"
-#include "tools/eventline/EventLine.h"
 
 #include <QElapsedTimer>
 #include <QEventLoop>
@@ -87,7 +87,7 @@ protected:
     Lines takePosted() {
         Lines posted;
         while (manager->hasEvents())
-            posted.emplace_back(EventLine::Line(manager->getNextEvent()).text());
+            posted.emplace_back(KX::KXEventLine(manager->getNextEvent()).text());
         return posted;
     }
 

@@ -1,9 +1,9 @@
 #include "terminal/settings/SettingsPanel.h"
 
 #include "events/KXEventType.h"
+#include "terminal/look/KeyCodes.h"
+#include "terminal/look/ScreenButton.h"
 #include "terminal/settings/SettingRows.h"
-#include "terminal/window/KeyCodes.h"
-#include "terminal/window/ScreenButton.h"
 
 #include <QtTest>
 
@@ -14,12 +14,14 @@ using namespace Terminal;
 namespace {
 
 // Refuses values like the library.
-int judge(InputSettings& settings, InputSettings::Setting setting, int value) {
+int judge(InputSettings& settings, KX::KXInputSetting setting, int value) {
     switch (setting) {
-    case InputSettings::DoublePressMs: return value < settings.value(InputSettings::LongPressMs) ? 0 : 20;
-    case InputSettings::LongPressMs: return value > settings.value(InputSettings::DoublePressMs) ? 0 : 20;
-    case InputSettings::UserFactor: return value > 0 ? 0 : 24;
-    case InputSettings::LowPassFactor: return value > 0 && value <= 1000 ? 0 : 24;
+    case KX::KXInputSetting::DoubleKeyPressDuration:
+        return value < settings.value(KX::KXInputSetting::LongKeyPressDuration) ? 0 : 20;
+    case KX::KXInputSetting::LongKeyPressDuration:
+        return value > settings.value(KX::KXInputSetting::DoubleKeyPressDuration) ? 0 : 20;
+    case KX::KXInputSetting::EncoderUserFactor: return value > 0 ? 0 : 24;
+    case KX::KXInputSetting::EncoderLowPassFactor: return value > 0 && value <= 1000 ? 0 : 24;
     default: return 0;
     }
 }
@@ -27,7 +29,7 @@ int judge(InputSettings& settings, InputSettings::Setting setting, int value) {
 class SettingsPanelTest : public testing::Test {
 protected:
     SettingsPanelTest()
-        : settings([this](InputSettings::Setting setting, int value) { return judge(settings, setting, value); }),
+        : settings([this](KX::KXInputSetting setting, int value) { return judge(settings, setting, value); }),
           panel(settings) {
         panel.resize(780, 220);
         panel.show();
@@ -57,7 +59,7 @@ protected:
 
     static void touch(QWidget& target) { QTest::mouseClick(&target, Qt::LeftButton); }
 
-    int value(InputSettings::Setting setting) const { return settings.value(setting); }
+    int value(KX::KXInputSetting setting) const { return settings.value(setting); }
 
     InputSettings settings;
     SettingsPanel panel;
@@ -90,45 +92,46 @@ TEST_F(SettingsPanelTest, TabGoesThroughAllRowsAndRoundTheEndAndOneIsMarked) {
 
 TEST_F(SettingsPanelTest, TheEncoderChangesTheChosenRowByItsCount) {
     turn(KX::KX_KEY_UP, 1);
-    EXPECT_EQ(310, value(InputSettings::DoublePressMs));
+    EXPECT_EQ(310, value(KX::KXInputSetting::DoubleKeyPressDuration));
     turn(KX::KX_KEY_DOWN, 21);
-    EXPECT_EQ(100, value(InputSettings::DoublePressMs));
-    choose(panel.numberRow(InputSettings::LongPressMs));
+    EXPECT_EQ(100, value(KX::KXInputSetting::DoubleKeyPressDuration));
+    choose(panel.numberRow(KX::KXInputSetting::LongKeyPressDuration));
     turn(KX::KX_KEY_DOWN, 2);
-    EXPECT_EQ(1900, value(InputSettings::LongPressMs));
-    EXPECT_EQ(100, value(InputSettings::DoublePressMs));
+    EXPECT_EQ(1900, value(KX::KXInputSetting::LongKeyPressDuration));
+    EXPECT_EQ(100, value(KX::KXInputSetting::DoubleKeyPressDuration));
 }
 
 TEST_F(SettingsPanelTest, ButtonsChangeTheirRowAndChooseIt) {
-    NumberRow& row = panel.numberRow(InputSettings::UserFactor);
+    NumberRow& row = panel.numberRow(KX::KXInputSetting::EncoderUserFactor);
     touch(row.plusButton());
-    EXPECT_EQ(1050, value(InputSettings::UserFactor));
+    EXPECT_EQ(1050, value(KX::KXInputSetting::EncoderUserFactor));
     EXPECT_TRUE(row.isChosen());
     touch(row.minusButton());
     touch(row.minusButton());
-    EXPECT_EQ(950, value(InputSettings::UserFactor));
+    EXPECT_EQ(950, value(KX::KXInputSetting::EncoderUserFactor));
 }
 
 TEST_F(SettingsPanelTest, AHeldButtonGoesOn) {
-    NumberRow& row = panel.numberRow(InputSettings::DoublePressMs);
+    NumberRow& row = panel.numberRow(KX::KXInputSetting::DoubleKeyPressDuration);
     QTest::mousePress(&row.minusButton(), Qt::LeftButton);
-    EXPECT_TRUE(QTest::qWaitFor([this] { return value(InputSettings::DoublePressMs) <= 250; }, 20000))
-        << value(InputSettings::DoublePressMs);
+    EXPECT_TRUE(
+        QTest::qWaitFor([this] { return value(KX::KXInputSetting::DoubleKeyPressDuration) <= 250; }, 20000))
+        << value(KX::KXInputSetting::DoubleKeyPressDuration);
     QTest::mouseRelease(&row.minusButton(), Qt::LeftButton);
 }
 
 TEST_F(SettingsPanelTest, ARefusalIsToldInItsRowAndChangesNothing) {
-    NumberRow& row = panel.numberRow(InputSettings::DoublePressMs);
-    settings.set(InputSettings::LongPressMs, 310);
+    NumberRow& row = panel.numberRow(KX::KXInputSetting::DoubleKeyPressDuration);
+    settings.set(KX::KXInputSetting::LongKeyPressDuration, 310);
     const QString range = row.infoText();
     EXPECT_EQ(QStringLiteral("0 to 309 ms"), range);
     touch(row.plusButton());
-    EXPECT_EQ(300, value(InputSettings::DoublePressMs));
+    EXPECT_EQ(300, value(KX::KXInputSetting::DoubleKeyPressDuration));
     EXPECT_TRUE(row.saysRefusal());
     EXPECT_EQ(QStringLiteral("Not below the long press of 310 ms"), row.infoText());
-    EXPECT_FALSE(panel.numberRow(InputSettings::LongPressMs).saysRefusal());
+    EXPECT_FALSE(panel.numberRow(KX::KXInputSetting::LongKeyPressDuration).saysRefusal());
     touch(row.minusButton());
-    EXPECT_EQ(290, value(InputSettings::DoublePressMs));
+    EXPECT_EQ(290, value(KX::KXInputSetting::DoubleKeyPressDuration));
     EXPECT_FALSE(row.saysRefusal());
     EXPECT_EQ(range, row.infoText());
 }
@@ -136,17 +139,17 @@ TEST_F(SettingsPanelTest, ARefusalIsToldInItsRowAndChangesNothing) {
 TEST_F(SettingsPanelTest, ReturnSwitchesAndPressesWhenItIsReleased) {
     choose(panel.acceptRow());
     event(KX::KEY_PRESS_EVENT, KX::KX_KEY_RETURN);
-    EXPECT_EQ(1, value(InputSettings::AcceptInput)) << "the release of the key would be lost";
+    EXPECT_EQ(1, value(KX::KXInputSetting::AcceptInput)) << "the release of the key would be lost";
     event(KX::KEY_RELEASE_EVENT, KX::KX_KEY_RETURN);
-    EXPECT_EQ(0, value(InputSettings::AcceptInput));
+    EXPECT_EQ(0, value(KX::KXInputSetting::AcceptInput));
     EXPECT_FALSE(panel.acceptRow().switchButton().isChecked());
     key(KX::KX_KEY_RETURN);
-    EXPECT_EQ(1, value(InputSettings::AcceptInput));
+    EXPECT_EQ(1, value(KX::KXInputSetting::AcceptInput));
 
-    settings.set(InputSettings::DoublePressMs, 111);
+    settings.set(KX::KXInputSetting::DoubleKeyPressDuration, 111);
     choose(panel.defaultsRow());
     key(KX::KX_KEY_RETURN);
-    EXPECT_EQ(300, value(InputSettings::DoublePressMs));
+    EXPECT_EQ(300, value(KX::KXInputSetting::DoubleKeyPressDuration));
 }
 
 TEST_F(SettingsPanelTest, AReleaseOfReturnThatWasPressedElsewhereDoesNothing) {
@@ -156,42 +159,42 @@ TEST_F(SettingsPanelTest, AReleaseOfReturnThatWasPressedElsewhereDoesNothing) {
     panel.hide();
     panel.show();
     event(KX::KEY_RELEASE_EVENT, KX::KX_KEY_RETURN);
-    EXPECT_EQ(1, value(InputSettings::AcceptInput));
+    EXPECT_EQ(1, value(KX::KXInputSetting::AcceptInput));
 }
 
 TEST_F(SettingsPanelTest, TheEncoderDoesNotSwitchAndReturnDoesNotChangeNumbers) {
     key(KX::KX_KEY_RETURN);
     choose(panel.acceptRow());
     turn(KX::KX_KEY_DOWN, 3);
-    EXPECT_EQ(1, value(InputSettings::AcceptInput));
-    EXPECT_EQ(300, value(InputSettings::DoublePressMs));
+    EXPECT_EQ(1, value(KX::KXInputSetting::AcceptInput));
+    EXPECT_EQ(300, value(KX::KXInputSetting::DoubleKeyPressDuration));
 }
 
 TEST_F(SettingsPanelTest, TheSwitchAndTheButtonWorkByTouch) {
     touch(panel.acceptRow().switchButton());
-    EXPECT_EQ(0, value(InputSettings::AcceptInput));
+    EXPECT_EQ(0, value(KX::KXInputSetting::AcceptInput));
     EXPECT_FALSE(panel.acceptRow().switchButton().isChecked());
     touch(panel.acceptRow().switchButton());
-    EXPECT_EQ(1, value(InputSettings::AcceptInput));
+    EXPECT_EQ(1, value(KX::KXInputSetting::AcceptInput));
     EXPECT_TRUE(panel.acceptRow().switchButton().isChecked());
-    settings.set(InputSettings::LowPassFactor, 1);
+    settings.set(KX::KXInputSetting::EncoderLowPassFactor, 1);
     touch(panel.defaultsRow().pressButton());
-    EXPECT_EQ(900, value(InputSettings::LowPassFactor));
+    EXPECT_EQ(900, value(KX::KXInputSetting::EncoderLowPassFactor));
 }
 
 TEST_F(SettingsPanelTest, WhatIsSetElsewhereIsShown) {
     const QImage before = panel.grab().toImage();
-    settings.set(InputSettings::LowPassFactor, 500);
+    settings.set(KX::KXInputSetting::EncoderLowPassFactor, 500);
     EXPECT_NE(before, panel.grab().toImage());
-    settings.set(InputSettings::AcceptInput, 0);
+    settings.set(KX::KXInputSetting::AcceptInput, 0);
     EXPECT_FALSE(panel.acceptRow().switchButton().isChecked());
 }
 
 TEST_F(SettingsPanelTest, ValuesBecomeMultiplesOfTheStep) {
-    settings.set(InputSettings::DoublePressMs, 5);
+    settings.set(KX::KXInputSetting::DoubleKeyPressDuration, 5);
     turn(KX::KX_KEY_UP, 1);
-    EXPECT_EQ(10, value(InputSettings::DoublePressMs));
-    settings.set(InputSettings::DoublePressMs, 5);
+    EXPECT_EQ(10, value(KX::KXInputSetting::DoubleKeyPressDuration));
+    settings.set(KX::KXInputSetting::DoubleKeyPressDuration, 5);
     turn(KX::KX_KEY_DOWN, 1);
-    EXPECT_EQ(0, value(InputSettings::DoublePressMs));
+    EXPECT_EQ(0, value(KX::KXInputSetting::DoubleKeyPressDuration));
 }

@@ -2,9 +2,9 @@
 
 #include "events/KXEventType.h"
 #include "platform/simulated/KXSimulation.h"
+#include "terminal/look/DisplayPace.h"
+#include "terminal/look/Theme.h"
 #include "terminal/timeline/TimeLineView.h"
-#include "terminal/window/DisplayPace.h"
-#include "terminal/window/Theme.h"
 
 #include <QImage>
 #include <QtTest>

@@ -1,10 +1,10 @@
 // On every screen size nothing is cut off, nothing overlaps, and a finger can hit everything.
 
 #include "terminal/events/EventModel.h"
+#include "terminal/look/ScreenButton.h"
 #include "terminal/settings/InputSettings.h"
 #include "terminal/window/MainWindow.h"
 #include "terminal/window/PageArea.h"
-#include "terminal/window/ScreenButton.h"
 
 #include <QAbstractButton>
 #include <QLabel>
@@ -20,7 +20,7 @@ namespace {
 
 class WindowLayoutTest : public testing::TestWithParam<QSize> {
 protected:
-    WindowLayoutTest() : settings([](InputSettings::Setting, int) { return 0; }), window(model, settings) {
+    WindowLayoutTest() : settings([](KX::KXInputSetting, int) { return 0; }), window(model, settings) {
         model.append(ClassifiedEvents(10000)); // makes the counter wide
         window.resize(GetParam());
         window.show();

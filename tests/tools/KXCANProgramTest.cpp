@@ -1,7 +1,7 @@
 #include "CANProgram.h"
 
 #include "platform/KXCANRaw.h"
-#include "recording/CANLog.h"
+#include "recording/format/CANLog.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -65,13 +65,20 @@ TEST(KXReplayExpectation, of_a_file_that_cannot_be_read_is_refused) {
     EXPECT_THROW(Expectation("/"), Arguments::BadInput);
 }
 
+OtherSettings durations(std::optional<unsigned int> doublePressMs, std::optional<unsigned int> longPressMs) {
+    OtherSettings settings;
+    if (doublePressMs)
+        settings.values[KX::KXInputSetting::DoubleKeyPressDuration] = *doublePressMs;
+    if (longPressMs)
+        settings.values[KX::KXInputSetting::LongKeyPressDuration] = *longPressMs;
+    return settings;
+}
+
 class KXReplayDurations : public testing::Test {
 protected:
     static std::string check(std::optional<unsigned int> doublePressMs, std::optional<unsigned int> longPressMs,
                              const std::string& lines) {
-        OtherSettings settings;
-        settings.doublePressMs = doublePressMs;
-        settings.longPressMs = longPressMs;
+        const OtherSettings settings = durations(doublePressMs, longPressMs);
         try {
             checkDurations(settings, recording(lines), "day.kxr");
             return "accepted";
@@ -109,8 +116,7 @@ protected:
                                       std::optional<unsigned int> doublePressMs,
                                       std::optional<unsigned int> longPressMs) {
         Player::Options options;
-        options.other.doublePressMs = doublePressMs;
-        options.other.longPressMs = longPressMs;
+        options.other = durations(doublePressMs, longPressMs);
         return playEvents(session, options);
     }
 };

@@ -200,16 +200,9 @@ TEST_F(KXReplayWithoutPasses, a_frame_starts_the_beat_anew_which_a_gap_does_not_
 
 class KXReplayOtherSettings : public ReplayTest {
 protected:
-    static Player::Options with(const std::string& name, unsigned int number) {
+    static Player::Options with(KX::KXInputSetting name, std::int64_t number) {
         Player::Options options;
-        if (name == "double-press")
-            options.other.doublePressMs = number;
-        else if (name == "long-press")
-            options.other.longPressMs = number;
-        else if (name == "user-factor")
-            options.other.userFactor = static_cast<int>(number);
-        else
-            options.other.lowPass = static_cast<int>(number);
+        options.other.values[name] = number;
         return options;
     }
 };
@@ -218,19 +211,20 @@ TEST_F(KXReplayOtherSettings, hold_from_the_beginning_whatever_the_recording_set
     const KX::Recording::Session presses =
         recording("0 pass\n1000 set double-press 100\n1000" + anyPress + escapeKey + "1200" + anyPress +
                   escapeKey + "1401" + anyPress + escapeKey + "1401 pass\n");
-    EXPECT_EQ(play(presses, with("double-press", 200)),
+    EXPECT_EQ(play(presses, with(KX::KXInputSetting::DoubleKeyPressDuration, 200)),
               Lines({"1000 KEY_PRESS_EVENT 0", "1200 KEY_DOUBLE_PRESS_EVENT 0", "1401 KEY_PRESS_EVENT 0"}));
     const KX::Recording::Session hold =
         recording("0 pass\n1000 set long-press 1000\n1000" + anyPress + escapeKey + "2499 pass\n2500 pass\n");
-    EXPECT_EQ(play(hold, with("long-press", 1500)).back(), "2500 KEY_LONG_PRESS_EVENT 0");
+    EXPECT_EQ(play(hold, with(KX::KXInputSetting::LongKeyPressDuration, 1500)).back(),
+              "2500 KEY_LONG_PRESS_EVENT 0");
     const KX::Recording::Session turn = recording("0 pass\n1000 set user-factor 5000\n1000 set low-pass 1\n"
                                                   "1000 set speed-table 500:10\n"
                                                   "1000 toolkit TOOLKIT_WHEEL_EVENT key=4 count=1\n"
                                                   "1100 toolkit TOOLKIT_WHEEL_EVENT key=4 count=1\n");
     EXPECT_EQ(play(turn), Lines({"1000 ENCODER_MOVE_EVENT 4 5/1", "1100 ENCODER_MOVE_EVENT 4 25/1"}));
-    EXPECT_EQ(play(turn, with("user-factor", 9000)),
+    EXPECT_EQ(play(turn, with(KX::KXInputSetting::EncoderUserFactor, 9000)),
               Lines({"1000 ENCODER_MOVE_EVENT 4 9/1", "1100 ENCODER_MOVE_EVENT 4 81/1"}));
-    EXPECT_EQ(play(turn, with("low-pass", 1000)),
+    EXPECT_EQ(play(turn, with(KX::KXInputSetting::EncoderLowPassFactor, 1000)),
               Lines({"1000 ENCODER_MOVE_EVENT 4 5/1", "1100 ENCODER_MOVE_EVENT 4 50/1"}));
 }
 
@@ -238,16 +232,16 @@ TEST_F(KXReplayOtherSettings, leave_the_other_duration_as_recorded_and_refused_s
     const KX::Recording::Session session =
         recording("0 set long-press 5000\n0 set double-press 5000\n0 pass\n1000" + anyPress + escapeKey + "3500" +
                   anyPress + escapeKey + "6600" + anyPress + escapeKey + "11599 pass\n11600 pass\n");
-    EXPECT_EQ(play(session, with("double-press", 3000)),
+    EXPECT_EQ(play(session, with(KX::KXInputSetting::DoubleKeyPressDuration, 3000)),
               Lines({"1000 KEY_PRESS_EVENT 0", "3500 KEY_DOUBLE_PRESS_EVENT 0", "6600 KEY_PRESS_EVENT 0",
                      "11600 KEY_LONG_PRESS_EVENT 0"}));
-    EXPECT_EQ(play(session, with("long-press", 6000)),
+    EXPECT_EQ(play(session, with(KX::KXInputSetting::LongKeyPressDuration, 6000)),
               Lines({"1000 KEY_PRESS_EVENT 0", "3500 KEY_PRESS_EVENT 0", "6600 KEY_PRESS_EVENT 0"}));
 }
 
 TEST_F(KXReplayOtherSettings, may_both_lie_beyond_what_the_manager_begins_with) {
-    Player::Options options = with("double-press", 5000);
-    options.other.longPressMs = 6000;
+    Player::Options options = with(KX::KXInputSetting::DoubleKeyPressDuration, 5000);
+    options.other.values[KX::KXInputSetting::LongKeyPressDuration] = 6000;
     EXPECT_EQ(
         play(recording("1000" + anyPress + escapeKey + "6000" + anyPress + escapeKey + "11999 pass\n12000 pass\n"),
              options),

@@ -2,7 +2,7 @@
 
 #include "events/KXEventKind.h"
 #include "recording/KXRecording.h"
-#include "recording/RecordingFormat.h"
+#include "recording/format/RecordingFormat.h"
 #include "tools/kxreplay/EventOutput.h"
 #include "tools/kxreplay/Player.h"
 

@@ -1,6 +1,6 @@
 #include "tools/arguments/ArgumentReader.h"
 
-#include "recording/Text.h"
+#include "recording/format/Text.h"
 
 #include <utility>
 

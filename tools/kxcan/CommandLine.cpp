@@ -1,6 +1,6 @@
 #include "tools/kxcan/CommandLine.h"
 
-#include "recording/CANLog.h"
+#include "recording/format/CANLog.h"
 
 #include <charconv>
 #include <optional>

@@ -1,6 +1,6 @@
 #include "tools/kxcan/Playback.h"
 
-#include "recording/CANLog.h"
+#include "recording/format/CANLog.h"
 #include "tools/canbus/CANSender.h"
 #include "tools/kxcan/CommandLine.h"
 #include "tools/progress/Progress.h"

@@ -1,27 +1,25 @@
 #include "tools/kxreplay/CommandLine.h"
 
-#include "recording/Text.h"
+#include "recording/KXSettingTable.h"
+#include "recording/format/Text.h"
 #include "tools/arguments/ArgumentReader.h"
 
 #include <algorithm>
-#include <limits>
+#include <cstdint>
 #include <optional>
 
 namespace Replay {
 
 namespace {
 
-constexpr int leastFactor = 1;
-constexpr int greatestLowPass = 1000;
-
-template<typename Number>
-Number takeNumber(Arguments::ArgumentReader& reader, const std::string& option, Number least, Number greatest) {
+// Takes no sign, because no setting is negative.
+std::int64_t takeNumber(Arguments::ArgumentReader& reader, const std::string& option,
+                        const KX::KXSettingRange& range) {
     const std::string& text = reader.take("the number of " + option);
-    Number number{};
-    if (!KX::Text::parseNumber(text, 10, number) || number < least || number > greatest) {
-        reader.refuse(option + ": " + KX::Text::quoted(text) + " is not a number from " + std::to_string(least) +
-                      " to " + std::to_string(greatest));
-    }
+    std::uint32_t number = 0;
+    if (!KX::Text::parseNumber(text, 10, number) || !range.contains(number))
+        reader.refuse(option + ": " + KX::Text::quoted(text) + " is not a number from " +
+                      std::to_string(range.least) + " to " + std::to_string(range.greatest));
     return number;
 }
 
@@ -90,24 +88,16 @@ private:
     }
 
     bool takeSetting(const std::string& option) {
-        constexpr unsigned int longest = std::numeric_limits<unsigned int>::max();
-        constexpr int greatest = std::numeric_limits<int>::max();
-        if (option == "--double-press")
-            note(option, result.other.doublePressMs = takeNumber(reader, option, 0U, longest));
-        else if (option == "--long-press")
-            note(option, result.other.longPressMs = takeNumber(reader, option, 0U, longest));
-        else if (option == "--user-factor")
-            note(option, result.other.userFactor = takeNumber(reader, option, leastFactor, greatest));
-        else if (option == "--low-pass")
-            note(option, result.other.lowPass = takeNumber(reader, option, leastFactor, greatestLowPass));
-        else
+        const auto row = std::find_if(
+            KX::settingTable.begin(), KX::settingTable.end(), [&option](const KX::KXSettingRow& candidate) {
+                return !candidate.isSwitch() && option == "--" + std::string(candidate.word);
+            });
+        if (row == KX::settingTable.end())
             return false;
+        const std::int64_t number = takeNumber(reader, option, row->range);
+        result.other.values[row->name] = number;
+        result.otherText += (result.otherText.empty() ? "" : " ") + option + " " + std::to_string(number);
         return true;
-    }
-
-    template<typename Number>
-    void note(const std::string& option, const std::optional<Number>& number) {
-        result.otherText += (result.otherText.empty() ? "" : " ") + option + " " + std::to_string(*number);
     }
 
     void takeFile(const std::string& name) {
@@ -119,7 +109,7 @@ private:
     }
 
     void checkThatTheyGoTogether() const {
-        if (result.output == CommandLine::Output::Comparison && result.other.isEmpty())
+        if (result.output == CommandLine::Output::Comparison && result.other.values.empty())
             throw Arguments::BadInput("kxreplay: --compare shows what other settings change: give --double-press, "
                                       "--long-press, --user-factor or --low-pass too");
     }

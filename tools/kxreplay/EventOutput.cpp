@@ -1,7 +1,7 @@
 #include "tools/kxreplay/EventOutput.h"
 
 #include "events/KXEventKind.h"
-#include "tools/eventline/EventLine.h"
+#include "recording/KXEventLine.h"
 
 #include <QKeySequence>
 
@@ -29,7 +29,7 @@ std::string toolkitName(int osKeyCode) {
 std::string formatEvent(const KX::KXInputEvent& event, Format format) {
     if (format == Format::JSON)
         return toJSON(event) + "\n";
-    return std::string(EventLine::Line(event).textWithLineEnd());
+    return std::string(KX::KXEventLine(event).textWithLineEnd());
 }
 
 // The names of events need no quoting: they consist of letters, digits and underscores.

@@ -1,9 +1,9 @@
 #include "tools/kxreplay/Player.h"
 
-#include "encoder/KXEncoderDynamic.h"
 #include "input/KXInputEventManager.h"
 #include "platform/simulated/KXSimulation.h"
 #include "recording/KXRecordedCalls.h"
+#include "recording/KXSettingTable.h"
 #include "replay/KXSessionPlayer.h"
 
 #include <algorithm>
@@ -27,7 +27,7 @@ Player::Player(std::shared_ptr<const KX::Recording::Session> playedSession, Opti
 void Player::play(const Take& take, const EntryDone& entryDone) {
     KX::KXSessionPlayer player(
         session, {options.keypad, [this](const KX::Recording::NumberSetting& setting) { apply(setting); }});
-    recordedDurations = durations = {};
+    recordedDurations = durations = Durations();
     applyOtherSettings();
     std::size_t done = 0;
     while (player.step()) {
@@ -40,18 +40,15 @@ void Player::play(const Take& take, const EntryDone& entryDone) {
 }
 
 void Player::applyOtherSettings() {
-    const OtherSettings& other = options.other;
-    setDurations(other.applyTo(recordedDurations));
-    KX::KXEncoderDynamic* const encoder = KX::KXEncoderDynamic::instance();
-    if (other.userFactor)
-        encoder->setUserFactor(*other.userFactor);
-    if (other.lowPass)
-        encoder->setLowPassFactor(*other.lowPass);
+    setDurations(options.other.applyTo(recordedDurations));
+    for (const auto& [name, value] : options.other.values)
+        if (!KX::settingRow(name).isDuration())
+            KX::Recording::repeatCall(KX::Recording::NumberSetting{name, value},
+                                      *KX::KXInputEventManager::getInstance());
 }
 
 void Player::apply(const KX::Recording::NumberSetting& setting) {
-    if (setting.name == KX::KXInputSetting::DoubleKeyPressDuration ||
-        setting.name == KX::KXInputSetting::LongKeyPressDuration) {
+    if (KX::settingRow(setting.name).isDuration()) {
         recordedDurations.take(setting);
         setDurations(options.other.applyTo(recordedDurations));
     } else if (!options.other.replace(setting.name)) {

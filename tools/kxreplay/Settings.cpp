@@ -1,5 +1,6 @@
 #include "tools/kxreplay/Settings.h"
 
+#include "recording/KXSettingTable.h"
 #include "tools/arguments/ArgumentReader.h"
 
 #include <algorithm>
@@ -8,8 +9,13 @@ namespace Replay {
 
 namespace {
 
+using KX::KXInputSetting;
 using KX::Recording::Entry;
 using KX::Recording::NumberSetting;
+
+unsigned int defaultMs(KXInputSetting name) {
+    return static_cast<unsigned int>(KX::settingRow(name).defaultValue);
+}
 
 bool isOperatorsOrPass(const Entry& entry) {
     return std::holds_alternative<KX::KXToolkitEvent>(entry.input) ||
@@ -40,11 +46,18 @@ void check(const Durations& durations, const std::string& where) {
 
 } // namespace
 
+Durations::Durations()
+    : Durations(defaultMs(KXInputSetting::DoubleKeyPressDuration),
+                defaultMs(KXInputSetting::LongKeyPressDuration)) {}
+
+Durations::Durations(unsigned int doublePress, unsigned int longPress)
+    : doublePressMs(doublePress), longPressMs(longPress) {}
+
 void Durations::take(const NumberSetting& setting) {
     const auto ms = static_cast<unsigned int>(setting.value);
-    if (setting.name == KX::KXInputSetting::DoubleKeyPressDuration && ms < longPressMs)
+    if (setting.name == KXInputSetting::DoubleKeyPressDuration && ms < longPressMs)
         doublePressMs = ms;
-    else if (setting.name == KX::KXInputSetting::LongKeyPressDuration && ms > doublePressMs)
+    else if (setting.name == KXInputSetting::LongKeyPressDuration && ms > doublePressMs)
         longPressMs = ms;
 }
 
@@ -52,28 +65,20 @@ bool Durations::areAllowed() const {
     return doublePressMs < longPressMs;
 }
 
-bool OtherSettings::isEmpty() const {
-    return !haveDurations() && !userFactor && !lowPass;
-}
-
 bool OtherSettings::haveDurations() const {
-    return doublePressMs || longPressMs;
+    return replace(KXInputSetting::DoubleKeyPressDuration) || replace(KXInputSetting::LongKeyPressDuration);
 }
 
-bool OtherSettings::replace(KX::KXInputSetting name) const {
-    switch (name) {
-    case KX::KXInputSetting::DoubleKeyPressDuration: return doublePressMs.has_value();
-    case KX::KXInputSetting::LongKeyPressDuration: return longPressMs.has_value();
-    case KX::KXInputSetting::EncoderUserFactor: return userFactor.has_value();
-    case KX::KXInputSetting::EncoderLowPassFactor: return lowPass.has_value();
-    case KX::KXInputSetting::AcceptInput:
-    case KX::KXInputSetting::KeyboardLayout: return false;
-    }
-    return false;
+bool OtherSettings::replace(KXInputSetting name) const {
+    return values.count(name) != 0;
 }
 
 Durations OtherSettings::applyTo(Durations recorded) const {
-    return {doublePressMs.value_or(recorded.doublePressMs), longPressMs.value_or(recorded.longPressMs)};
+    if (replace(KXInputSetting::DoubleKeyPressDuration))
+        recorded.doublePressMs = static_cast<unsigned int>(values.at(KXInputSetting::DoubleKeyPressDuration));
+    if (replace(KXInputSetting::LongKeyPressDuration))
+        recorded.longPressMs = static_cast<unsigned int>(values.at(KXInputSetting::LongKeyPressDuration));
+    return recorded;
 }
 
 // Settings before the first input may come in any order. Only their result counts.

@@ -2,15 +2,20 @@
 
 #include "recording/KXRecording.h"
 
-#include <optional>
+#include <cstdint>
+#include <map>
 #include <string>
 
 namespace Replay {
 
-/// The two durations that classify presses. They start with the manager's defaults.
+/// The two durations that classify presses.
 struct Durations {
-    unsigned int doublePressMs = 300;
-    unsigned int longPressMs = 2000;
+    /// Those of a new manager.
+    Durations();
+    Durations(unsigned int doublePress, unsigned int longPress);
+
+    unsigned int doublePressMs;
+    unsigned int longPressMs;
 
     /// Follows the manager: it refuses a double press that is not shorter than a long press. Other settings change
     /// nothing.
@@ -21,12 +26,8 @@ struct Durations {
 
 /// Settings that hold for the whole play and override those of the recording.
 struct OtherSettings {
-    std::optional<unsigned int> doublePressMs;
-    std::optional<unsigned int> longPressMs;
-    std::optional<int> userFactor;
-    std::optional<int> lowPass;
+    std::map<KX::KXInputSetting, std::int64_t> values;
 
-    bool isEmpty() const;
     bool haveDurations() const;
 
     /// Whether the play ignores the recorded settings of this name.

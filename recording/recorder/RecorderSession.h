@@ -1,22 +1,22 @@
 #pragma once
 
-#include "recording/EntryLog.h"
 #include "recording/KXSessionRecorder.h"
 #include "recording/KXWorkerHold.h"
-#include "recording/RecordingFile.h"
-#include "recording/RecordingFormat.h"
-#include "recording/RestPoints.h"
-#include "recording/SessionState.h"
+#include "recording/format/RecordingFile.h"
+#include "recording/format/RecordingFormat.h"
+#include "recording/recorder/EntryLog.h"
+#include "recording/recorder/RestPoints.h"
+#include "recording/recorder/SessionState.h"
 
 #include <atomic>
 #include <mutex>
 
 namespace KX {
 
-// What a recorder does.
+// Observes the manager, and keeps or writes what it sees.
 //
-// The manager calls the observer's operations with its mutex held. So no operation here may call the manager with the
-// lock held, other than what only reads.
+// The manager calls the observer's operations with its mutex held. So an operation here that holds the lock may only
+// read from the manager.
 class KXSessionRecorder::Session final : public KXWorkerHold {
 public:
     explicit Session(unsigned int keptMilliseconds) : keptMs(keptMilliseconds) {}
@@ -69,9 +69,9 @@ private:
     Recording::SessionState stateAt(const Recording::EntryLog::Place& place) const;
 
     const unsigned int keptMs;
-    std::atomic<unsigned int> probes{0}; // that have reached this observer
+    std::atomic<unsigned int> probes{0}; // calls of isStillObserver that have reached this observer
 
-    mutable std::mutex lock; // guards what follows
+    mutable std::mutex lock; // guards the members below
     bool isObserver = false;
     std::string whyNoObserver;
     Recording::EntryLog log;

@@ -1,4 +1,4 @@
-#include "tools/eventline/EventLine.h"
+#include "recording/KXEventLine.h"
 
 #include "events/KXEvent.h"
 #include "events/KXEventType.h"
@@ -9,7 +9,7 @@
 #include <clocale>
 #include <string>
 
-using EventLine::Line;
+using KX::KXEventLine;
 using KX::KXInputEvent;
 
 namespace {
@@ -24,7 +24,7 @@ KXInputEvent keyPress() {
 }
 
 std::string lineOf(const KXInputEvent& event) {
-    return std::string(Line(event).text());
+    return std::string(KXEventLine(event).text());
 }
 
 } // namespace
@@ -81,7 +81,7 @@ TEST(EventLineTest, TakesTheLongestNameWithTheLongestNumbersWhole) {
 }
 
 TEST(EventLineTest, EndsTheLineOnRequestOnly) {
-    const Line line(keyPress());
+    const KXEventLine line(keyPress());
     EXPECT_EQ(std::string(line.text()) + "\n", std::string(line.textWithLineEnd()));
 }
 

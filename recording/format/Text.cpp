@@ -1,4 +1,4 @@
-#include "recording/Text.h"
+#include "recording/format/Text.h"
 
 #include <algorithm>
 #include <array>

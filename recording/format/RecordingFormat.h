@@ -22,10 +22,6 @@ constexpr unsigned int newestVersion = 2;
 /// machine.
 constexpr const char* keypadBus = "can0";
 
-/// What a new manager has if a recording says nothing, in ms.
-constexpr unsigned int defaultDoublePressMs = 300;
-constexpr unsigned int defaultLongPressMs = 2000;
-
 /// Of a recording or a log, without the line end. No longer line is written or read.
 constexpr std::size_t longestLine = 65536;
 

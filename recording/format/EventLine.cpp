@@ -1,4 +1,4 @@
-#include "tools/eventline/EventLine.h"
+#include "recording/KXEventLine.h"
 
 #include "events/KXEvent.h"
 #include "events/KXEventType.h"
@@ -6,18 +6,18 @@
 #include <algorithm>
 #include <charconv>
 
-namespace EventLine {
+namespace KX {
 
-Line::Line(const KX::KXInputEvent& event) {
+KXEventLine::KXEventLine(const KXInputEvent& event) {
     appendNumber(event.timeStamp);
     append(" ");
-    append(KX::translateEventTypeToString(event.eventType));
+    append(translateEventTypeToString(event.eventType));
     append(" class=");
     appendNumber(event.eventClass);
     append(" key=");
     appendNumber(event.keyCode);
     append(" os=");
-    if (event.osKeyCode == KX::KX_KEY_NONE) {
+    if (event.osKeyCode == KX_KEY_NONE) {
         append("-1");
     } else {
         append("0x");
@@ -35,25 +35,25 @@ Line::Line(const KX::KXInputEvent& event) {
     characters[length] = '\n';
 }
 
-std::string_view Line::text() const {
+std::string_view KXEventLine::text() const {
     return {characters.data(), length};
 }
 
-std::string_view Line::textWithLineEnd() const {
+std::string_view KXEventLine::textWithLineEnd() const {
     return {characters.data(), length + 1};
 }
 
-void Line::append(std::string_view part) {
+void KXEventLine::append(std::string_view part) {
     const std::size_t room = characters.size() - 1 - length;
     const std::size_t taken = std::min(part.size(), room);
     std::copy_n(part.data(), taken, characters.data() + length);
     length += taken;
 }
 
-void Line::appendNumber(long long number, int base) {
+void KXEventLine::appendNumber(long long number, int base) {
     std::array<char, 24> digits;
     const auto result = std::to_chars(digits.data(), digits.data() + digits.size(), number, base);
     append({digits.data(), static_cast<std::size_t>(result.ptr - digits.data())});
 }
 
-} // namespace EventLine
+} // namespace KX

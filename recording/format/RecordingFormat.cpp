@@ -1,10 +1,10 @@
-#include "recording/RecordingFormat.h"
+#include "recording/format/RecordingFormat.h"
 
-#include "recording/CANLog.h"
 #include "recording/KXKeyLayout.h"
-#include "recording/KXRecordingWords.h"
-#include "recording/RecordingFields.h"
-#include "recording/Text.h"
+#include "recording/KXSettingTable.h"
+#include "recording/format/CANLog.h"
+#include "recording/format/RecordingFields.h"
+#include "recording/format/Text.h"
 
 namespace KX::Recording {
 
@@ -36,8 +36,9 @@ struct Formatter {
         formatEvent(post.event, tick, text);
     }
     void operator()(const NumberSetting& setting) const {
-        text += "set " + std::string(wordOf(setting.name)) + " ";
-        if (setting.name == KXInputSetting::AcceptInput)
+        const KXSettingRow& row = settingRow(setting.name);
+        text += "set " + std::string(row.word) + " ";
+        if (row.isSwitch())
             text += setting.value != 0 ? "on" : "off";
         else
             text += std::to_string(setting.value);

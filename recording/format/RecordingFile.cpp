@@ -1,6 +1,6 @@
-#include "recording/RecordingFile.h"
+#include "recording/format/RecordingFile.h"
 
-#include "recording/RecordingFormat.h"
+#include "recording/format/RecordingFormat.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,6 +1,6 @@
-#include "terminal/window/ScreenButton.h"
+#include "terminal/look/ScreenButton.h"
 
-#include "terminal/window/Theme.h"
+#include "terminal/look/Theme.h"
 
 #include <QPainter>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "input/KXInputObserver.h"
-#include "recording/EntryLog.h"
+#include "recording/recorder/EntryLog.h"
 
 #include <deque>
 #include <optional>
@@ -12,39 +12,38 @@ namespace KX::Recording {
 ///
 /// The next input may show that a moment was no rest after all. A press may pair with one before that moment, because the
 /// double-press time became longer meanwhile. A wheel that turns many detents at once may go on with the encoder's last
-/// turn. A key may be down at rest if its press cannot become long any more: every manager takes its release alike. If a
-/// lost release ended all rest, nothing could be saved.
+/// turn. A key may be down at rest if its press cannot become long any more: every manager handles its release alike.
+/// Otherwise there would be no more rest after a lost release, and nothing could be saved.
 class RestPoints {
 public:
     /// The session begins here, with a new manager.
     void addBeginning(const EntryLog::Place& place);
 
-    /// To be told before each input but passes.
+    /// Call it before each input, except for passes.
     /// \param place  of the entry
     void input(const Entry& entry, const EntryLog::Place& place, const KXInputMemory& memory);
 
-    /// To be told before each pass.
+    /// Call it before each pass.
     void pass(unsigned int tick, const EntryLog::Place& place, const KXInputMemory& memory);
 
-    /// Whether the encoder had a last step when the last entry was told, and has none now.
+    /// Whether the encoder has forgotten its last step since the last entry.
     bool hasLostStep(const KXInputMemory& memory) const {
         return before.stepTimeStamp != 0 && memory.stepTimeStamp == 0;
     }
 
     std::optional<EntryLog::Place> last() const;
 
-    /// The last rest that was over \p timeMs; else the first one.
+    /// The last rest at or before \p timeMs; else the first one.
     std::optional<EntryLog::Place> lastBefore(std::uint64_t timeMs) const;
 
-    /// Whether the entry that was told last has shown that \p place, a rest until then, was none. Also for a place that
-    /// was dropped.
+    /// Whether the last entry has shown that \p place was no rest after all. \p place may have been dropped.
     bool wasDisproved(const EntryLog::Place& place) const;
 
     void dropBefore(const EntryLog::Place& place);
 
     std::size_t bytes() const { return points.size() * sizeof(EntryLog::Place); }
 
-    /// In a long rest only every so many ms is kept, and the last one.
+    /// In a long rest, only one point in this time is kept, and the last one.
     static constexpr unsigned int spacingMs = 1000;
 
 private:

@@ -1,9 +1,9 @@
 #include "recording/KXRecording.h"
 
 #include "events/KXKeyCode.h"
-#include "recording/CANLog.h"
-#include "recording/RecordingFormat.h"
-#include "recording/Text.h"
+#include "recording/format/CANLog.h"
+#include "recording/format/RecordingFormat.h"
+#include "recording/format/Text.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,6 +1,6 @@
-#include "recording/CANLog.h"
+#include "recording/format/CANLog.h"
 
-#include "recording/Text.h"
+#include "recording/format/Text.h"
 
 #include <algorithm>
 #include <iterator>
@@ -10,7 +10,6 @@ namespace KX::CanBus {
 
 namespace {
 
-constexpr std::uint32_t greatestStandard = 0x7FF;
 constexpr std::size_t longestData = 8;
 constexpr long long microsecondsPerSecond = 1000000;
 constexpr std::size_t mostSecondsDigits = 12; // leaves room when microseconds are stored in 64 bits
@@ -24,7 +23,7 @@ std::uint32_t parseIdentifier(std::string_view text) {
     if ((text.size() != 3 && text.size() != 8) || !Text::parseNumber(text, 16, identifier))
         fail("the identifier " + Text::quoted(text) + " has not 3 or 8 hexadecimal digits");
     if (text.size() == 3) {
-        if (identifier > greatestStandard)
+        if (identifier > standardIdentifierBits)
             fail("the identifier " + Text::quoted(text) + " is above 7FF; one of 29 bits has 8 digits");
         return identifier;
     }
@@ -105,7 +104,7 @@ KXCANMessage parseCANFrame(std::string_view text) {
 std::string formatCANFrame(const KXCANMessage& frame) {
     const bool isLong = (frame.canId & (extendedFlag | errorFlag)) != 0;
     std::string text;
-    appendHexadecimal(frame.canId & (isLong ? extendedIdentifierBits | errorFlag : greatestStandard),
+    appendHexadecimal(frame.canId & (isLong ? extendedIdentifierBits | errorFlag : standardIdentifierBits),
                       isLong ? 8 : 3, text);
     text += '#';
     if ((frame.canId & remoteFlag) != 0)

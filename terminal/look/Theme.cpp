@@ -1,4 +1,4 @@
-#include "terminal/window/Theme.h"
+#include "terminal/look/Theme.h"
 
 #include <QApplication>
 #include <QPalette>

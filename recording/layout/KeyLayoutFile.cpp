@@ -1,6 +1,6 @@
 #include "recording/KXKeyLayout.h"
 
-#include "recording/Text.h"
+#include "recording/format/Text.h"
 
 #include <array>
 #include <cerrno>

@@ -1,8 +1,8 @@
-#include "recording/EntryLog.h"
+#include "recording/recorder/EntryLog.h"
 
-#include "recording/RecordingFields.h"
-#include "recording/RecordingFormat.h"
-#include "recording/Varint.h"
+#include "recording/format/RecordingFields.h"
+#include "recording/format/RecordingFormat.h"
+#include "recording/format/Varint.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,6 +1,6 @@
 // What the recorder notes of the session, in memory and in the file of a recording that goes on.
 
-#include "recording/RecorderSession.h"
+#include "recording/recorder/RecorderSession.h"
 
 #include "events/KXEventClass.h"
 #include "input/KXInputEventManager.h"
@@ -23,7 +23,7 @@ using Recording::SessionState;
 constexpr std::uint64_t bytesPerHour = std::uint64_t{4} << 20;
 constexpr std::uint64_t leastBytes = std::uint64_t{256} << 10;
 
-// So much is there even if nothing is to be kept: a rest may turn out to be none.
+// The log keeps this time even if the application asks for none: a moment of rest may turn out to be none.
 constexpr unsigned int leastKeptMs = 10000;
 
 constexpr unsigned int msPerHour = 3600 * 1000;
@@ -69,7 +69,7 @@ void KXSessionRecorder::Session::onSpeedTable(const std::vector<KXEncoderDynamic
     knowsTable = true;
 }
 
-// A manager, new or old, tells its keys when it has told its settings and those of an encoder that it has made.
+// The keys come last: the manager has told its settings and those of its encoder by then.
 void KXSessionRecorder::Session::onKeyMapping(const std::map<int, int>& mapping) {
     ++probes;
     if (mapping.empty())
@@ -78,7 +78,7 @@ void KXSessionRecorder::Session::onKeyMapping(const std::map<int, int>& mapping)
     learnEncoder();
 }
 
-// Nobody tells of an encoder that was set before there was a recorder, nor of a table that it refused by then. A
+// Settings that the encoder got before the recorder existed were not observed, and neither was a refused table. A
 // refused table changes when the encoder restarts.
 void KXSessionRecorder::Session::learnEncoder() {
     bool knewTable = false;
@@ -103,8 +103,8 @@ void KXSessionRecorder::Session::learnEncoder() {
         note(Recording::SpeedTable{{{1, 1}, {1, 1}}});
 }
 
-// A replay checks the layout as the tools do. What they refuse would make the whole recording useless; its keys are
-// recorded all the same, as the toolkit reports them.
+// A replay checks the layout. A layout that it refuses would make the whole recording useless, so it is left out. The
+// recording still has the keys of the keypad, because the toolkit reports them.
 void KXSessionRecorder::Session::onKeypad(const CANRemoteOptions& options) {
     if (!options.enabled)
         return;
@@ -158,7 +158,7 @@ void KXSessionRecorder::Session::take(unsigned int tick, Input&& input) {
         trim();
 }
 
-// Of a busy bus nearly all frames are for others. In memory they would take the place of minutes.
+// Nearly all frames of a busy bus are for other devices. Without them, the memory holds more minutes.
 bool KXSessionRecorder::Session::isForeignFrame(const Recording::Input& input) const {
     const auto* const frame = std::get_if<Recording::Frame>(&input);
     return frame && layout && Recording::isForeign(*frame, *layout);
@@ -189,21 +189,21 @@ bool KXSessionRecorder::Session::isFileGone(std::uint64_t nowMs) {
     return file->isGone();
 }
 
-// What was written from a moment on that was no rest stays: it is better than nothing.
+// The file stays, although it did not begin at rest: a part of the session is better than nothing.
 void KXSessionRecorder::Session::waitForRest() {
     if (!isWaitingForRest)
         endFile(path + ": the moment at which it began was no rest");
 }
 
-// The application goes on without its recording: the operator works with it.
+// A failed recording must not disturb the operator's work, so the application goes on without it.
 void KXSessionRecorder::Session::endFile(const std::string& why) {
     isWhole = fail(why);
     file.reset();
     tell(lastProblem + "; the recording ends here");
 }
 
-// Nobody tells the observer of a manager's end. The next manager tells its settings while it is made, before the
-// process has it. It knows nothing of the former one, and a replay makes only one manager.
+// The observer does not notice the end of a manager. The next manager tells its settings in its constructor, before
+// the process has it. It knows nothing of the former one, and a replay makes only one manager.
 void KXSessionRecorder::Session::forgetDeletedManager() {
     if (!hadManager || KXInputEventManager::hasInstance())
         return;
@@ -212,8 +212,8 @@ void KXSessionRecorder::Session::forgetDeletedManager() {
     rests.addBeginning(log.begin());
 }
 
-// KXEncoderDynamic::initialize forgets the turn when it has set the user factor, and a new encoder knows none. A step
-// with time stamp 0 looks the same, but it is not forgotten.
+// KXEncoderDynamic::initialize sets the user factor and then forgets the turn. A new encoder has no turn. A step with
+// time stamp 0 looks like a forgotten turn, but only these two cases are one.
 void KXSessionRecorder::Session::forgetTurn(const KXInputMemory& memory) {
     if (rests.hasLostStep(memory) && (wasUserFactorSet || memory.restartGapMs == 0))
         forgetAll(stateAt(log.end()), lastMs, "the encoder was initialised anew and has forgotten its last turn");

@@ -1,4 +1,4 @@
-#include "terminal/window/DisplayPace.h"
+#include "terminal/look/DisplayPace.h"
 
 #include <utility>
 

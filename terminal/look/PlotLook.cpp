@@ -1,6 +1,6 @@
-#include "terminal/window/PlotLook.h"
+#include "terminal/look/PlotLook.h"
 
-#include "terminal/window/Theme.h"
+#include "terminal/look/Theme.h"
 
 #include <QPainter>
 #include <QString>

@@ -1,8 +1,8 @@
 #include "recording/KXKeyLayout.h"
-#include "recording/KXRecordingWords.h"
-#include "recording/RecordingFields.h"
-#include "recording/RecordingFormat.h"
-#include "recording/Text.h"
+#include "recording/KXSettingTable.h"
+#include "recording/format/RecordingFields.h"
+#include "recording/format/RecordingFormat.h"
+#include "recording/format/Text.h"
 
 #include <algorithm>
 #include <sstream>
@@ -21,19 +21,19 @@ void mustBeAtEnd(std::string_view words) {
         fail("unexpected " + Text::quoted(words) + " at the end");
 }
 
-NumberSetting parseNumberSetting(const NumberWord& setting, std::string_view words) {
+NumberSetting parseNumberSetting(const KXSettingRow& row, std::string_view words) {
     const std::string_view text = Text::takeWord(words);
     mustBeAtEnd(words);
-    if (setting.name == KXInputSetting::AcceptInput) {
+    if (row.isSwitch()) {
         if (text != "on" && text != "off")
             fail(Text::quoted(text) + " is neither 'on' nor 'off'");
-        return {setting.name, text == "on" ? 1 : 0};
+        return {row.name, text == "on" ? 1 : 0};
     }
     std::int64_t value = 0;
-    if (!Text::parseNumber(text, 10, value) || value < setting.least || value > setting.greatest)
-        fail(Text::quoted(text) + " is no number from " + std::to_string(setting.least) + " to " +
-             std::to_string(setting.greatest));
-    return {setting.name, value};
+    if (!Text::parseNumber(text, 10, value) || !row.argument.contains(value))
+        fail(Text::quoted(text) + " is no number from " + std::to_string(row.argument.least) + " to " +
+             std::to_string(row.argument.greatest));
+    return {row.name, value};
 }
 
 SpeedTable parseSpeedTable(std::string_view words) {
@@ -84,9 +84,9 @@ Keypad parseKeypad(std::string_view words, const std::map<int, int>& toolkitKeys
 std::optional<Input> parseSetting(std::string_view words, const std::map<int, int>& toolkitKeys,
                                   std::string& unknown) {
     const std::string_view name = Text::takeWord(words);
-    for (const NumberWord& setting : numberWords)
-        if (setting.word == name)
-            return parseNumberSetting(setting, words);
+    for (const KXSettingRow& row : settingTable)
+        if (row.word == name)
+            return parseNumberSetting(row, words);
     if (name == "speed-table")
         return parseSpeedTable(words);
     if (name == "key-mapping")

@@ -1,4 +1,4 @@
-#include "recording/RestPoints.h"
+#include "recording/recorder/RestPoints.h"
 
 #include "events/KXEventType.h"
 

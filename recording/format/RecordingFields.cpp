@@ -1,8 +1,8 @@
-#include "recording/RecordingFields.h"
+#include "recording/format/RecordingFields.h"
 
 #include "events/KXEventType.h"
-#include "recording/Text.h"
-#include "recording/Varint.h"
+#include "recording/format/Text.h"
+#include "recording/format/Varint.h"
 
 #include <algorithm>
 #include <charconv>

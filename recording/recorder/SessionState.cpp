@@ -1,6 +1,7 @@
-#include "recording/SessionState.h"
+#include "recording/recorder/SessionState.h"
 
-#include "recording/RecordingFormat.h"
+#include "recording/KXCANIdentifier.h"
+#include "recording/KXSettingTable.h"
 
 #include <algorithm>
 #include <iterator>
@@ -9,7 +10,8 @@ namespace KX::Recording {
 
 namespace {
 
-constexpr std::int64_t greatestLowPass = 1000;
+constexpr std::int64_t defaultDoublePressMs = settingRow(KXInputSetting::DoubleKeyPressDuration).defaultValue;
+constexpr std::int64_t defaultLongPressMs = settingRow(KXInputSetting::LongKeyPressDuration).defaultValue;
 
 bool timeGapsRise(const SpeedTable& table) {
     const auto isNotLess = [](const KXEncoderDynamicPair& one, const KXEncoderDynamicPair& next) {
@@ -26,8 +28,7 @@ unsigned int restartGapOf(const SpeedTable& table) {
 }
 
 bool isForeign(const Frame& frame, const CANRemoteOptions& layout) {
-    constexpr std::uint32_t identifierBits = 0x1FFFFFFF;
-    const std::uint32_t identifier = frame.message.canId & identifierBits;
+    const std::uint32_t identifier = frame.message.canId & CanBus::extendedIdentifierBits;
     return identifier != layout.encoderCANId &&
            std::none_of(std::begin(layout.keys), std::end(layout.keys),
                         [identifier](const KeyOptionsCANRemote& key) {
@@ -66,11 +67,8 @@ void SessionState::apply(const NumberSetting& setting) {
             longPressMs = value;
         break;
     case KXInputSetting::EncoderUserFactor:
-        if (value > 0)
-            factors[setting.name] = value;
-        break;
     case KXInputSetting::EncoderLowPassFactor:
-        if (value > 0 && value <= greatestLowPass)
+        if (settingRow(setting.name).range.contains(value))
             factors[setting.name] = value;
         break;
     case KXInputSetting::AcceptInput: factors[setting.name] = value; break;

@@ -2,7 +2,7 @@
 
 #include "input/KXInputEventManager.h"
 #include "platform/KXTick.h"
-#include "recording/RecorderSession.h"
+#include "recording/recorder/RecorderSession.h"
 
 #include <algorithm>
 #include <atomic>

@@ -1,3 +1,4 @@
+#include "recording/KXCANIdentifier.h"
 #include "recording/KXKeyLayout.h"
 
 #include <cstdio>
@@ -8,7 +9,6 @@ namespace {
 
 using Finding = std::optional<std::string>;
 
-constexpr long long greatestIdentifier = 0x1FFFFFFF;
 constexpr int lastByte = 7;
 constexpr int lastBit = 7;
 
@@ -55,7 +55,7 @@ Finding checkPlace(const KeyOptionsCANRemote& key) {
         return notInRange("byte", key.byteIndex, lastByte);
     if (isOutside(key.bitIndex, lastBit))
         return notInRange("bit", key.bitIndex, lastBit);
-    if (key.canId < 0 || key.canId > greatestIdentifier)
+    if (key.canId < 0 || key.canId > static_cast<int>(CanBus::extendedIdentifierBits))
         return "identifier " + hexadecimal(static_cast<std::uint32_t>(key.canId)) + " has more than 29 bits";
     return std::nullopt;
 }
@@ -97,7 +97,7 @@ Finding checkMask(std::uint32_t mask) {
 Finding checkEncoder(const CANRemoteOptions& layout, const ToolkitKeys& toolkitKeys) {
     if (layout.encoderCANId == 0)
         return "identifier 0 is never the encoder's";
-    if (layout.encoderCANId > greatestIdentifier)
+    if (layout.encoderCANId > CanBus::extendedIdentifierBits)
         return "identifier " + hexadecimal(layout.encoderCANId) + " has more than 29 bits";
     if (isOutside(layout.encoderByteIndex, lastByte))
         return notInRange("byte", layout.encoderByteIndex, lastByte);

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "platform/KXCANMessage.h"
+#include "recording/KXCANIdentifier.h"
 
 #include <chrono>
-#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -18,13 +18,6 @@ namespace KX::CanBus {
 ///
 /// Parsing a formatted text gives the same again. Formatting a parsed text also does, if the text is in upper case
 /// and has no dots, extra blanks or "R0".
-
-// Flags in a canId. An identifier without the extended flag has 11 bits.
-constexpr std::uint32_t extendedFlag = 0x80000000;
-constexpr std::uint32_t remoteFlag = 0x40000000;
-constexpr std::uint32_t errorFlag = 0x20000000;
-
-constexpr std::uint32_t extendedIdentifierBits = 0x1FFFFFFF;
 
 /// One line of a log: `(1436509052.249713) can0 18FF0001#0102`. Some logs add ` R` or ` T`.
 struct CANLogLine {
