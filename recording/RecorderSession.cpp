@@ -71,7 +71,6 @@ void KXSessionRecorder::Session::onSpeedTable(const std::vector<KXEncoderDynamic
 
 // A manager, new or old, tells its keys when it has told its settings and those of an encoder that it has made.
 void KXSessionRecorder::Session::onKeyMapping(const std::map<int, int>& mapping) {
-    ++probes;
     if (mapping.empty())
         return;
     note(Recording::KeyMapping{mapping});

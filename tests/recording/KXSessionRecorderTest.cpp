@@ -685,6 +685,15 @@ TEST_F(RecorderTest, another_observer_in_its_place_is_told_by_save_and_start_tak
     EXPECT_THAT(inputsOf(path), ElementsAre("5100 pass", "5100 end"));
 }
 
+TEST_F(RecorderTest, another_observer_in_its_place_is_noticed_without_a_manager) {
+    KXSessionRecorder recorder;
+    ASSERT_TRUE(recorder.start(path));
+    OtherObserver other;
+    other.observe();
+    EXPECT_FALSE(recorder.stop());
+    EXPECT_EQ(path + ": another observer has taken the place of the recorder", recorder.problem());
+}
+
 TEST_F(RecorderTest, its_end_leaves_another_observer_in_its_place) {
     manager();
     OtherObserver other;
