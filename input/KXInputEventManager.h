@@ -108,6 +108,10 @@ public:
     /// readable while it holds an event.
     KXEventQueue* getInputEventsQueue();
 
+    /// The number of that queue among all that managers of this process made, from 1 on; 0 when not initialised. A new
+    /// queue may have the address and the end points of a former one, but never its number.
+    unsigned int getInputEventsQueueNumber() const { return inputEventsQueue ? inputEventsQueueNumber : 0; }
+
     /// Takes the oldest classified event; a default one (\c eventType 0) if the queue is empty.
     KXInputEvent getNextEvent();
 
@@ -232,6 +236,7 @@ private:
     // Change only while the worker thread does not run and no input is delivered.
     std::map<int, int> osCodeToKXCodeMap;
     KXEventQueue* inputEventsQueue = nullptr; // owned
+    unsigned int inputEventsQueueNumber = 0;
     KXEndPointManager* endPointManager = nullptr; // owned
     KXThread* thread = nullptr;                   // owned
     KXMutex* mutex = nullptr;                     // owned
