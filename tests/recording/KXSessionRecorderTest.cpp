@@ -3,6 +3,7 @@
 
 #include "input/KXInputObserver.h"
 #include "platform/KXCANMessage.h"
+#include "recording/KXRecording.h"
 
 #include <fcntl.h>
 #include <memory>
@@ -237,6 +238,54 @@ TEST_F(RecorderTest, leaves_out_a_layout_that_no_replay_would_take_and_says_so) 
     recorder.stop();
     for (const std::string& entry : entriesOf(path))
         EXPECT_THAT(entry, testing::Not(HasSubstr("keypad")));
+}
+
+CANRemoteOptions keypadWithCode(int keyCode) {
+    CANRemoteOptions options = smallKeypad();
+    options.keys[0].keyCode = keyCode;
+    return options;
+}
+
+bool hasKeypad(const std::string& file) {
+    const std::vector<Recording::Entry> entries = Recording::readFile(file, {}).entries;
+    return std::any_of(entries.begin(), entries.end(), [](const Recording::Entry& entry) {
+        return std::holds_alternative<Recording::Keypad>(entry.input);
+    });
+}
+
+TEST_F(RecorderTest, a_reader_takes_a_keypad_whose_key_code_has_lost_its_key_meanwhile) {
+    KXSessionRecorder recorder;
+    manager().setKeyMapping({{0x41, 77}, {0x42, 78}});
+    manager().setCANRemoteOptions(keypadWithCode(77));
+    manager().setKeyMapping({{0x41, 78}});
+    manager().setKeyMapping({{0x41, 79}});
+    KXSimulation::advance(5000);
+    ASSERT_TRUE(recorder.start(path));
+    EXPECT_TRUE(recorder.stop());
+    EXPECT_TRUE(hasKeypad(path));
+    std::map<int, int> replayed;
+    for (const Recording::Entry& entry : Recording::readFile(path, {}).entries)
+        if (const auto* const mapping = std::get_if<Recording::KeyMapping>(&entry.input))
+            for (const auto& [toolkitKey, keyCode] : mapping->keyCodeOfToolkitKey)
+                replayed[toolkitKey] = keyCode;
+    EXPECT_EQ(79, replayed[0x41]);
+    EXPECT_EQ(78, replayed[0x42]);
+}
+
+// The table of the process outlives managers, but a replay knows only what its recording tells.
+TEST_F(RecorderTest, leaves_out_a_keypad_with_a_key_code_of_an_earlier_manager) {
+    manager().setKeyMapping({{0x41, 80}});
+    KXInputEventManager::deleteInstance();
+    KXSessionRecorder recorder;
+    ASSERT_TRUE(recorder.start(path));
+    testing::internal::CaptureStderr();
+    manager().setCANRemoteOptions(keypadWithCode(80));
+    EXPECT_EQ(
+        "KXSessionRecorder: the layout of the keypad is left out: key 1: code 80 is a key code that the toolkit "
+        "has no key for\n",
+        testing::internal::GetCapturedStderr());
+    EXPECT_TRUE(recorder.stop());
+    EXPECT_FALSE(hasKeypad(path));
 }
 
 TEST_F(RecorderTest, start_in_mid_session_goes_back_to_the_last_rest) {
