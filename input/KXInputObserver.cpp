@@ -111,7 +111,7 @@ void KXInputEventManager::setObserver(KXInputObserver* observer) {
 }
 
 KXInputObserver* KXInputEventManager::getObserver() {
-    return inputObserver.load(std::memory_order_relaxed);
+    return inputObserver.load(std::memory_order_acquire);
 }
 
 void KXInputEventManager::tellSettings(KXInputObserver& observer) const {
