@@ -892,6 +892,34 @@ TEST_F(RecorderTest, nothing_is_saved_before_the_first_rest) {
     EXPECT_EQ(path + ": no moment of rest came, at which a recording can begin", recorder.problem());
 }
 
+TEST_F(RecorderTest, save_begins_before_a_press_that_is_held_for_longer_than_what_is_to_be_kept) {
+    manager();
+    KXSessionRecorder recorder(5000);
+    KXSimulation::advance(10000);
+    press();
+    KXSimulation::advance(60000);
+    ASSERT_TRUE(recorder.save(path)) << recorder.problem();
+    EXPECT_THAT(entriesOf(path), testing::Contains("10000 toolkit TOOLKIT_KEY_PRESS_EVENT os=0x1000000"));
+    release();
+    KXSimulation::advance(60000);
+    ASSERT_TRUE(recorder.save(inFolder("later.kxr"))) << recorder.problem();
+    EXPECT_THAT(inputsOf(inFolder("later.kxr")).front(), testing::StartsWith("125")) << "5 s before the end";
+}
+
+TEST_F(RecorderTest, save_begins_before_a_wrap_of_the_tick_until_a_knob_that_was_turned_is_turned_again) {
+    KXSimulation::setTick(4294960000U);
+    manager();
+    KXSessionRecorder recorder(1000);
+    turnWheel(1);
+    KXSimulation::advance(60000);
+    ASSERT_TRUE(recorder.save(path)) << recorder.problem();
+    EXPECT_THAT(inputsOf(path).front(), testing::StartsWith("42949"));
+    turnWheel(1);
+    KXSimulation::advance(5000);
+    ASSERT_TRUE(recorder.save(inFolder("later.kxr"))) << recorder.problem();
+    EXPECT_THAT(inputsOf(inFolder("later.kxr")).front(), testing::StartsWith("56")) << "1 s before the end";
+}
+
 TEST_F(RecorderTest, save_begins_at_the_last_rest_before_what_is_to_be_kept) {
     KXSessionRecorder recorder(10000);
     manager();
