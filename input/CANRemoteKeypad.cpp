@@ -16,6 +16,7 @@
 
 #include <iostream>
 #include <iterator>
+#include <utility>
 
 namespace KX {
 
@@ -97,16 +98,6 @@ void decodeKey(const KXCANMessage& message, KeyOptionsCANRemote& key, unsigned i
     key.pressed = bit;
 }
 
-void copyEncoder(CANRemoteOptions& to, const CANRemoteOptions& from) {
-    to.encoderUpKeyCode = from.encoderUpKeyCode;
-    to.encoderDownKeyCode = from.encoderDownKeyCode;
-    to.encoderCANId = from.encoderCANId;
-    to.encoderByteIndex = from.encoderByteIndex;
-    to.endPointSetting = from.endPointSetting;
-    to.encoderMask = from.encoderMask;
-    to.encoderLittleEndian = from.encoderLittleEndian;
-}
-
 // The observation's mutex orders frames and other inputs. Decoding needs none: only this thread uses the keys'
 // states.
 void tellFrame(const KXInputEventManager* manager, const KXCANMessage& message) {
@@ -130,26 +121,18 @@ int KXInputEventManager::setCANRemoteOptions(CANRemoteOptions options) {
     const Observation observation(this);
     if (observation)
         observation->onKeypad(options);
-    for (std::size_t i = 0; i < std::size(options.keys); ++i) {
-        KeyOptionsCANRemote& key = canRemoteOptions.keys[i];
-        key = options.keys[i];
+    for (KeyOptionsCANRemote& key : options.keys)
         key.pressed = 0;
-        canRemoteOptions.keyIndex.emplace(key.canId, &key);
-    }
-    copyEncoder(canRemoteOptions, options);
-    return options.enabled ? openCANRemote() : STATUS_OK;
-}
-
-// As it was set: the states of the keys belong to the thread that decodes frames.
-CANRemoteOptions KXInputEventManager::getKeypad() const {
-    CANRemoteOptions options;
-    options.enabled = true;
-    for (std::size_t i = 0; i < std::size(options.keys); ++i) {
-        const KeyOptionsCANRemote& key = canRemoteOptions.keys[i];
-        options.keys[i] = {key.keyNumber, key.keyCode, key.byteIndex, key.bitIndex, key.canId, 0};
-    }
-    copyEncoder(options, canRemoteOptions);
-    return options;
+    const bool isEnabled = std::exchange(options.enabled, true);
+    options.keyIndex.clear();
+    canRemoteLayout = options;
+    // The index has the keys of all layouts so far.
+    options.enabled = false;
+    options.keyIndex = std::move(canRemoteOptions.keyIndex);
+    for (KeyOptionsCANRemote& key : canRemoteOptions.keys)
+        options.keyIndex.emplace(options.keys[&key - canRemoteOptions.keys].canId, &key);
+    canRemoteOptions = std::move(options);
+    return isEnabled ? openCANRemote() : STATUS_OK;
 }
 
 int KXInputEventManager::openCANRemote() {

@@ -20,6 +20,8 @@ namespace {
 // Between two passes of the worker thread; the longest delay of a long press, an encoder bundle and the shut-down.
 constexpr unsigned int passIntervalMs = 100;
 
+std::atomic<unsigned int> queuesMade{0};
+
 } // namespace
 
 std::atomic<KXInputEventManager*> KXInputEventManager::theInstance{nullptr};
@@ -75,8 +77,10 @@ int KXInputEventManager::initialize() {
     // Objects of an earlier call are in use: the worker waits on one, the application on the other's end point.
     if (!endPointManager)
         endPointManager = new KXEndPointManager;
-    if (!inputEventsQueue)
+    if (!inputEventsQueue) {
         inputEventsQueue = KXEventQueue::create(KXEventQueue::EVENT_QUEUE_AS_PIPE);
+        inputEventsQueueNumber = ++queuesMade;
+    }
     initializeOSCodeToKXCodeMap();
     if (!thread)
         startWorker();

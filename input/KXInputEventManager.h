@@ -73,6 +73,9 @@ public:
     /// settings of the manager, as if they were set now; nobody may set the encoder or the keys meanwhile.
     static void setObserver(KXInputObserver* observer);
 
+    /// The observer that was set last; null: none. Any thread, also from a hook or an observer: takes no lock.
+    static KXInputObserver* getObserver();
+
     /// For observers, inside an operation other than onPassDue: what the manager remembers at this moment.
     /// \return a default one without a manager
     static KXInputMemory getMemory();
@@ -104,6 +107,10 @@ public:
     /// The queue of classified events, owned by the manager; null when not initialised. Its read end point is
     /// readable while it holds an event.
     KXEventQueue* getInputEventsQueue();
+
+    /// The number of that queue among all that managers of this process made, from 1 on; 0 when not initialised. A new
+    /// queue may have the address and the end points of a former one, but never its number.
+    unsigned int getInputEventsQueueNumber() const { return inputEventsQueue ? inputEventsQueueNumber : 0; }
 
     /// Takes the oldest classified event; a default one (\c eventType 0) if the queue is empty.
     KXInputEvent getNextEvent();
@@ -208,7 +215,6 @@ private:
     KX_LOCAL int renumber(KXToolkitEvent& event);
     KX_LOCAL int openCANRemote();
     KX_LOCAL void tellSettings(KXInputObserver& observer) const;
-    KX_LOCAL CANRemoteOptions getKeypad() const;
     KX_LOCAL int keyCodeOf(int osKeyCode) const;
     KX_LOCAL int forwardAs(int eventType, KXToolkitEvent& event);
     KX_LOCAL int forwardKeyAs(int eventType, KXToolkitEvent& event);
@@ -229,7 +235,8 @@ private:
 
     // Change only while the worker thread does not run and no input is delivered.
     std::map<int, int> osCodeToKXCodeMap;
-    KXEventQueue* inputEventsQueue = nullptr;     // owned
+    KXEventQueue* inputEventsQueue = nullptr; // owned
+    unsigned int inputEventsQueueNumber = 0;
     KXEndPointManager* endPointManager = nullptr; // owned
     KXThread* thread = nullptr;                   // owned
     KXMutex* mutex = nullptr;                     // owned
@@ -240,6 +247,7 @@ private:
     CANRemoteHandler* canRemoteHandler = nullptr; // never released
     KXCANRaw* canRemoteEndPoint = nullptr;        // never released
     CANRemoteOptions canRemoteOptions;
+    CANRemoteOptions canRemoteLayout; // as it was set: for observers, which must not read the keys' states
 
     // Guarded by mutex.
     KXInputEvent lastPressEvent;     // previous press, as it was before it was reclassified

@@ -110,6 +110,10 @@ void KXInputEventManager::setObserver(KXInputObserver* observer) {
         manager->tellSettings(*observer);
 }
 
+KXInputObserver* KXInputEventManager::getObserver() {
+    return inputObserver.load(std::memory_order_acquire);
+}
+
 void KXInputEventManager::tellSettings(KXInputObserver& observer) const {
     const auto [doublePressMs, longPressMs] = pressDurations.load();
     // In the order that a new manager accepts, whose long-press time is the default one.
@@ -128,7 +132,7 @@ void KXInputEventManager::tellSettings(KXInputObserver& observer) const {
     }
     observer.onKeyMapping(osCodeToKXCodeMap);
     if (canRemoteEndPoint)
-        observer.onKeypad(getKeypad());
+        observer.onKeypad(canRemoteLayout);
 }
 
 KXInputMemory KXInputEventManager::getMemory() {

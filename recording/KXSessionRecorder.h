@@ -22,8 +22,7 @@ namespace KX {
 /// One recorder at a time observes the session; it takes the place of an observer that was set before. A second one
 /// records nothing, and its \ref problem says so; once the first one has gone, \ref start makes it the observer. Another
 /// observer that the application sets takes the recorder's place, and nobody tells the recorder. Its next operation
-/// finds out: the recording ends, and \ref problem says so. \ref start takes the place back. Without a manager the
-/// recorder cannot find out, so set no other observer then.
+/// finds out: the recording ends, and \ref problem says so. \ref start takes the place back.
 ///
 /// Any thread may call the operations, but no hook and no observer, and not while the manager is deleted.
 /// The operator's input waits while a line is written. It also waits while \ref start writes the settings and the input

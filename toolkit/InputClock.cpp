@@ -1,6 +1,7 @@
 #include "toolkit/InputClock.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace KX {
 
@@ -37,8 +38,25 @@ void InputClock::allowForDrift(std::uint32_t passedMs) {
 bool InputClock::isRefutedBy(std::int32_t delay, std::uint32_t passedMs) {
     if (delay < (sharesClock ? -toleranceMs : 0) || delay > longestDelayMs)
         return true;
-    latenessMs = delay > lateMs ? latenessMs + std::min(passedMs, longestRestMs) : 0;
-    return latenessMs > longestLatenessMs;
+    const std::uint32_t countedMs = std::min(passedMs, longestRestMs);
+    latenessMs = delay > lateMs ? latenessMs + countedMs : 0;
+    return isSteadilyLate(delay, countedMs) || latenessMs > longestLatenessMs;
+}
+
+bool InputClock::isSteadilyLate(std::int32_t delay, std::uint32_t passedMs) {
+    if (delay <= steadyLateMs) {
+        equallyLate = 0;
+        return false;
+    }
+    if (equallyLate > 0 && std::abs(delay - steadyDelay) <= toleranceMs) {
+        ++equallyLate;
+        equallyLateMs += passedMs;
+    } else {
+        steadyDelay = delay;
+        equallyLate = 1;
+        equallyLateMs = 0;
+    }
+    return equallyLate >= steadyInputs && equallyLateMs >= steadyMs;
 }
 
 void InputClock::learn(std::uint32_t newDistance) {
@@ -46,6 +64,7 @@ void InputClock::learn(std::uint32_t newDistance) {
     distance = sharesClock ? 0 : newDistance;
     undriftedMs = 0;
     latenessMs = 0;
+    equallyLate = 0;
 }
 
 } // namespace KX

@@ -19,10 +19,12 @@ namespace KX {
 /// - is more than 5 ms ahead of the shared clock: the clocks differ;
 /// - is ahead of a learned distance: it is the least delayed one so far;
 /// - is more than 60 s late: the window system's clock was set, or its server restarted;
-/// - is more than 1 s late, as all inputs for over 60 s: the same, by less than 60 s. A rest counts as one second
-///   at most, so that two inputs that each met a busy application refute nothing.
+/// - is the tenth in a row that is more than 100 ms late, all equally to 5 ms, in 2 s or more: the clocks differ by
+///   less than 60 s. A busy application sees its inputs after delays that differ;
+/// - is more than 1 s late, as all inputs for over 60 s: the same, where the connection delays inputs unequally.
 ///
-/// So a learned distance is the least one that was seen. It may grow by 100 ppm of the time that passes, as clocks
+/// A rest counts as one second at most in these times, so that two inputs that each met a busy application refute
+/// nothing. A learned distance is the least one that was seen. It may grow by 100 ppm of the time that passes, as clocks
 /// that run apart do. A learned distance of 0 to 5 ms is the shared clock again.
 ///
 /// Results never lie in the future, nor before the previous result.
@@ -34,6 +36,9 @@ public:
     static constexpr std::int32_t longestDelayMs = 60000;
     static constexpr std::uint32_t longestLatenessMs = 60000;
     static constexpr std::uint32_t longestRestMs = 1000;
+    static constexpr std::int32_t steadyLateMs = 100;
+    static constexpr int steadyInputs = 10;
+    static constexpr std::uint32_t steadyMs = 2000;
     static constexpr std::uint32_t msPerMsOfDrift = 10000; ///< 100 ppm
 
     /// \param now  the present tick
@@ -44,6 +49,7 @@ private:
     std::uint32_t delayOf(std::uint32_t stamp, std::uint32_t now);
     void allowForDrift(std::uint32_t passedMs);
     bool isRefutedBy(std::int32_t delay, std::uint32_t passedMs);
+    bool isSteadilyLate(std::int32_t delay, std::uint32_t passedMs);
     void learn(std::uint32_t newDistance);
 
     bool sharesClock = true;
@@ -51,6 +57,9 @@ private:
     std::uint64_t undriftedMs = 0; // since the distance was learned or grew
     std::uint32_t lastSeen = 0;    // the tick of the last call with a stamp
     std::uint32_t latenessMs = 0;  // how long all inputs have been late
+    std::int32_t steadyDelay = 0;  // of the first input of those that are equally late
+    int equallyLate = 0;           // so many inputs are
+    std::uint32_t equallyLateMs = 0;
     std::optional<std::uint32_t> lastResult;
 };
 

@@ -37,6 +37,11 @@ bool keysBelongToWidget() {
     return focus && (focus->testAttribute(Qt::WA_InputMethodEnabled) || ownsInput(*focus, InputKind::Keys));
 }
 
+QMouseEvent inWindow(const QEvent* event, const QPoint& origin) {
+    const auto& mouse = *static_cast<const QMouseEvent*>(event);
+    return {mouse.type(), mouse.localPos() + origin, mouse.button(), mouse.buttons(), mouse.modifiers()};
+}
+
 } // namespace
 
 WindowSystem WindowSystem::ofPlatform(const QString& name) {
@@ -61,7 +66,11 @@ bool InputFilter::eventFilter(QObject* receiver, QEvent* event) {
     if (!window)
         return false;
     if (receiver == window->windowHandle())
-        return nativeWindowGets(event);
+        return nativeWindowGets(event, QPoint());
+    if (const std::optional<QPoint> origin = originOfNativeChild(receiver)) {
+        const bool isOfWindow = event->type() == QEvent::Enter || event->type() == QEvent::Leave;
+        return !isOfWindow && nativeWindowGets(event, *origin);
+    }
     if (isKeyOfLibrary(receiver, event)) {
         reportKey(*static_cast<QKeyEvent*>(event), tickOfNow());
         return true;
@@ -69,7 +78,18 @@ bool InputFilter::eventFilter(QObject* receiver, QEvent* event) {
     return receiver == window.data() && windowWidgetGets(event);
 }
 
-bool InputFilter::nativeWindowGets(QEvent* event) {
+// In the coordinates of the watched window. A QWindow without a widget, which an application embeds, keeps its input.
+std::optional<QPoint> InputFilter::originOfNativeChild(const QObject* receiver) const {
+    if (!receiver->isWindowType())
+        return std::nullopt;
+    const auto* const native = static_cast<const QWindow*>(receiver);
+    const QWidget* const widget = native->handle() ? QWidget::find(native->winId()) : nullptr;
+    if (!widget || widget->isWindow() || widget->window() != window)
+        return std::nullopt;
+    return widget->mapTo(window, QPoint());
+}
+
+bool InputFilter::nativeWindowGets(QEvent* event, const QPoint& origin) {
     // Enter and leave have no time, and the clock must not know of them: what the operator did before, and what is
     // seen only after them, would lose its own time.
     const auto* const input = dynamic_cast<const QInputEvent*>(event);
@@ -77,11 +97,14 @@ bool InputFilter::nativeWindowGets(QEvent* event) {
     switch (event->type()) {
     case QEvent::KeyPress:
     case QEvent::KeyRelease: return takeKey(*static_cast<QKeyEvent*>(event), tick);
-    case QEvent::MouseButtonPress: pressMouse(*static_cast<QMouseEvent*>(event), tick); return false;
-    case QEvent::MouseButtonDblClick: doublePressMouse(*static_cast<QMouseEvent*>(event), tick); return false;
-    case QEvent::MouseButtonRelease: releaseMouse(*static_cast<QMouseEvent*>(event), tick); return false;
-    case QEvent::MouseMove: moveMouse(*static_cast<QMouseEvent*>(event), tick); return false;
-    case QEvent::Wheel: return takeWheel(*static_cast<QWheelEvent*>(event), tick);
+    case QEvent::MouseButtonPress: pressMouse(inWindow(event, origin), tick); return false;
+    case QEvent::MouseButtonDblClick: doublePressMouse(inWindow(event, origin), tick); return false;
+    case QEvent::MouseButtonRelease: releaseMouse(inWindow(event, origin), tick); return false;
+    case QEvent::MouseMove: moveMouse(inWindow(event, origin), tick); return false;
+    case QEvent::Wheel: {
+        const auto& turn = *static_cast<QWheelEvent*>(event);
+        return takeWheel(turn, turn.position().toPoint() + origin, tick);
+    }
     case QEvent::Enter: sendMouse(TOOLKIT_MOUSE_ENTER_EVENT, Qt::NoButton, tick); return false;
     case QEvent::Leave: sendMouse(TOOLKIT_MOUSE_EXIT_EVENT, Qt::NoButton, tick); return false;
     case QEvent::TouchCancel:
@@ -244,8 +267,8 @@ void InputFilter::moveMouse(const QMouseEvent& event, unsigned int tick) {
     sendMouse(TOOLKIT_MOUSE_MOVE_EVENT, static_cast<Qt::MouseButton>(lowestHeld), tick);
 }
 
-bool InputFilter::takeWheel(const QWheelEvent& event, unsigned int tick) {
-    if (widgetOwns(event.position().toPoint(), InputKind::Wheel))
+bool InputFilter::takeWheel(const QWheelEvent& event, const QPoint& position, unsigned int tick) {
+    if (widgetOwns(position, InputKind::Wheel))
         return false;
     turnWheel(event, tick);
     return true;

@@ -36,7 +36,8 @@ struct WindowSystem {
 /// Watches what Qt delivers to a window and reports the operator's input, as KXToolkitLayer describes.
 ///
 /// It takes each input where Qt hands it to the native window, before any widget. So each input is seen once,
-/// however many widgets it passes afterwards.
+/// however many widgets it passes afterwards. A native child widget (Qt::WA_NativeWindow) has a native window of its
+/// own inside that one.
 ///
 /// X11 repeats a held key by a release and a press with the same time. Qt recognises the pair only when both have
 /// arrived. So the release of a key that was held long enough to repeat is reported \ref suspicionMs later with its
@@ -60,7 +61,8 @@ public:
     bool eventFilter(QObject* receiver, QEvent* event) override;
 
 private:
-    bool nativeWindowGets(QEvent* event);
+    bool nativeWindowGets(QEvent* event, const QPoint& origin);
+    std::optional<QPoint> originOfNativeChild(const QObject* receiver) const;
     bool windowWidgetGets(QEvent* event);
 
     unsigned int tickOf(const QInputEvent& event);
@@ -80,7 +82,7 @@ private:
     void doublePressMouse(const QMouseEvent& event, unsigned int tick);
     void releaseMouse(const QMouseEvent& event, unsigned int tick);
     void moveMouse(const QMouseEvent& event, unsigned int tick);
-    bool takeWheel(const QWheelEvent& event, unsigned int tick);
+    bool takeWheel(const QWheelEvent& event, const QPoint& position, unsigned int tick);
     void turnWheel(const QWheelEvent& event, unsigned int tick);
 
     void releaseAll();

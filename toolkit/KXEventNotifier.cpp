@@ -16,15 +16,12 @@ namespace {
 
 constexpr int closedId = -1;
 
-int readEndPointOf(KXInputEventManager& manager) {
-    const auto* const endPoint = dynamic_cast<KXEndPoint*>(manager.getInputEventsQueue());
-    return endPoint ? endPoint->getReadEndPointID() : closedId;
-}
-
 int readEndPointToWaitOn() {
     if (!KXInputEventManager::hasInstance())
         throw std::runtime_error("there is no input event manager");
-    const int id = readEndPointOf(*KXInputEventManager::getInstance());
+    const auto* const endPoint =
+        dynamic_cast<KXEndPoint*>(KXInputEventManager::getInstance()->getInputEventsQueue());
+    const int id = endPoint ? endPoint->getReadEndPointID() : closedId;
     if (id == closedId)
         throw std::runtime_error("the queue of classified events is not open");
     return id;
@@ -34,14 +31,16 @@ int readEndPointToWaitOn() {
 
 struct KXEventNotifier::State {
     QSocketNotifier readable{readEndPointToWaitOn(), QSocketNotifier::Read};
+    const unsigned int queueNumber = KXInputEventManager::getInstance()->getInputEventsQueueNumber();
     bool isEmitting = false;
 
-    // The manager while it has the queue that this waits on. Any slot may have deleted it.
+    // The manager while it has the queue that this waits on. Any slot may have deleted it, and the queue of another
+    // manager may have the same descriptor.
     KXInputEventManager* manager() const {
         if (!KXInputEventManager::hasInstance())
             return nullptr;
         KXInputEventManager* const present = KXInputEventManager::getInstance();
-        return readEndPointOf(*present) == readable.socket() ? present : nullptr;
+        return present->getInputEventsQueueNumber() == queueNumber ? present : nullptr;
     }
 };
 

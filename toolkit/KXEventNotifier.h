@@ -17,9 +17,18 @@ namespace KX {
 ///     QObject::connect(&notifier, &KX::KXEventNotifier::eventOccurred, &page, &Page::takeInput);
 ///
 /// It waits on the read end point of the manager's queue, so an idle application costs nothing. Make it after the
-/// manager and use it on the main loop's thread, where it also emits. It belongs to the queue that the manager has at
-/// that moment. Once the manager is deleted or deinitialised it emits nothing more; a later manager needs a new
-/// notifier. Outside its slots, delete it before the manager: Qt warns about an end point that vanishes.
+/// manager and use it on the main loop's thread, where it also emits.
+///
+/// It belongs to the queue that the manager has at that moment. Once the manager is deleted or deinitialised it emits
+/// nothing more, even if the queue of a later manager gets the same descriptor. An application that makes its manager
+/// anew deletes the notifier, then the manager, makes the manager, and then a new notifier, which it connects again:
+///
+///     notifier.reset();
+///     KX::KXInputEventManager::deleteInstance();
+///     KX::KXInputEventManager::createInstance();
+///     notifier = std::make_unique<KX::KXEventNotifier>();
+///
+/// A slot may delete the manager first. Elsewhere Qt would warn about an end point that vanishes.
 ///
 /// On the simulated platform end points cannot wake Qt. Tests call \ref takeWaitingEvents.
 class KX_TOOLKIT_API KXEventNotifier : public QObject {

@@ -38,6 +38,9 @@ class KXToolkitEvent;
 ///   \c keyCode. It stops here.
 /// - The pointer that enters or leaves the window.
 ///
+/// Input of native child widgets (Qt::WA_NativeWindow) is reported like that of other children. A QWindow without a
+/// widget, as QWidget::createWindowContainer embeds it, keeps its input.
+///
 /// A press that does not end with a release inside the window ends with TOOLKIT_MOUSE_ESCAPE_EVENT: it was released
 /// outside, the touch was cancelled, the release got lost, or the window was hidden, destroyed, blocked by a dialog
 /// or no longer active. Keys that are down when one of the last four happens are reported as released, because
@@ -49,6 +52,13 @@ class KXToolkitEvent;
 /// report. That is also the time stamp of reports that no input caused, such as the release of a key when the
 /// window is no longer active, of an enter or leave, and of the keys that the library posts. Time stamps never
 /// go back, except after an enter or leave, which the manager ignores.
+///
+/// The window system's clock may differ from that of the tick, as on the display of another computer. A clock that is
+/// ahead or more than 60 s behind is found out at the first input. A clock that is less behind looks at first like
+/// an application that is late: time stamps are that much too early, and a press becomes long that much too soon.
+/// This ends with the tenth input in a row that is equally late to 5 ms, after 2 s of input or more. A network may delay
+/// inputs unequally. Then it ends after 60 s of input, but stays if the clock is at most 1 s behind. It also stays if
+/// the clock is at most 100 ms behind. A pause between two inputs counts as 1 s at most.
 ///
 /// Make the layer after the QApplication, and use it on the application's thread, where it also reports. A layer
 /// whose window was destroyed reports nothing. When the layer is destroyed, it does not release what is down.

@@ -1,8 +1,8 @@
 #include "recording/KXRecording.h"
 
-#include "events/KXKeyCode.h"
 #include "recording/format/CANLog.h"
 #include "recording/format/RecordingFormat.h"
+#include "recording/format/SessionState.h"
 #include "recording/format/Text.h"
 
 #include <algorithm>
@@ -23,14 +23,6 @@ constexpr std::uint32_t errorOrRemoteFlags = CanBus::errorFlag | CanBus::remoteF
 
 // Some editors write this before a text in UTF-8.
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
-
-// The key codes that the toolkit knows without a mapping. The values are placeholders.
-std::map<int, int> keysOfEveryManager() {
-    std::map<int, int> keys;
-    for (int keyCode = KX_KEY_ESCAPE; keyCode <= KX_KEY_END; ++keyCode)
-        keys[keyCode] = keyCode;
-    return keys;
-}
 
 class Reader {
 public:
@@ -161,7 +153,7 @@ private:
 
     void takeOwnLine() {
         std::string unknown;
-        std::optional<Entry> entry = parse(line, previousMs, toolkitKeys, unknown);
+        std::optional<Entry> entry = parse(line, previousMs, keyTable.toolkitKeys(), unknown);
         if (!unknown.empty() && unknownCount++ == 0)
             firstUnknown = ":" + std::to_string(lineNumber) + ": " + unknown + " is not known";
         if (!entry)
@@ -176,8 +168,7 @@ private:
         session.hasPasses = session.hasPasses || std::holds_alternative<Pass>(what);
         hasEnded = std::holds_alternative<End>(what);
         if (const auto* const mapping = std::get_if<KeyMapping>(&what))
-            for (const auto& [toolkitKey, keyCode] : mapping->keyCodeOfToolkitKey)
-                toolkitKeys[keyCode] = toolkitKey;
+            keyTable.add(*mapping);
     }
 
     void tellWhatIsUnknown() const {
@@ -199,7 +190,7 @@ private:
     bool hasEnded = false;
     std::optional<std::uint64_t> previousMs;
     std::optional<std::chrono::microseconds> logStart;
-    std::map<int, int> toolkitKeys = keysOfEveryManager();
+    ToldKeys keyTable;
     std::string firstUnknown;
     std::size_t unknownCount = 0;
 };

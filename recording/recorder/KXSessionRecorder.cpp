@@ -55,12 +55,12 @@ bool KXSessionRecorder::Session::observe() {
         whyNoObserver = "another recorder observes the session";
         return fail(whyNoObserver);
     }
-    isObserver = true;
     hadManager = knowsEncoder = knowsTable = false;
     forgetAll({}, KXTick::getTickCount(), "");
     guard.unlock();
     KXInputEventManager::setObserver(this);
     guard.lock();
+    isObserver = true;
     if (log.bytes() == 0)
         rests.addBeginning(log.begin());
     return true;
@@ -74,32 +74,16 @@ void KXSessionRecorder::Session::endObserving() {
     isObserved = false;
 }
 
-// Nobody tells an observer that another one has taken its place, so this makes a call that changes nothing and looks
-// whether it is told of it. Without a manager it cannot know.
+// Nobody tells an observer that another one has taken its place.
 bool KXSessionRecorder::Session::isStillObserver() {
-    {
-        const std::lock_guard<std::mutex> guard(lock);
-        if (!isObserver)
-            return false;
-    }
-    const unsigned int before = probes;
-    if (!KXInputEventManager::hasInstance())
-        return true;
-    KXInputEventManager::getInstance()->setKeyMapping({});
-    if (probes != before)
-        return true;
-    loseObservation();
-    return false;
-}
-
-void KXSessionRecorder::Session::loseObservation() {
     const std::lock_guard<std::mutex> guard(lock);
-    if (!std::exchange(isObserver, false))
-        return;
-    isObserved = false;
+    if (!isObserver || KXInputEventManager::getObserver() == this)
+        return isObserver;
+    isObserver = isObserved = false;
     whyNoObserver = "another observer has taken the place of the recorder";
     if (file)
         endFile(path + ": " + whyNoObserver);
+    return false;
 }
 
 bool KXSessionRecorder::Session::start(const std::string& newPath) {

@@ -71,7 +71,6 @@ void KXSessionRecorder::Session::onSpeedTable(const std::vector<KXEncoderDynamic
 
 // The keys come last: the manager has told its settings and those of its encoder by then.
 void KXSessionRecorder::Session::onKeyMapping(const std::map<int, int>& mapping) {
-    ++probes;
     if (mapping.empty())
         return;
     note(Recording::KeyMapping{mapping});
@@ -103,12 +102,15 @@ void KXSessionRecorder::Session::learnEncoder() {
         note(Recording::SpeedTable{{{1, 1}, {1, 1}}});
 }
 
-// A replay checks the layout. A layout that it refuses would make the whole recording useless, so it is left out. The
-// recording still has the keys of the keypad, because the toolkit reports them.
+// A replay checks the layout as the tools do, by the keys of which the recording tells. What it refuses would make the
+// whole recording useless; its keys are recorded all the same, as the toolkit reports them.
 void KXSessionRecorder::Session::onKeypad(const CANRemoteOptions& options) {
     if (!options.enabled)
         return;
-    if (const auto wrong = KeyLayout::check(options, *KXInputEventManager::getKXtoOSCodeMap()))
+    std::unique_lock<std::mutex> guard(lock);
+    const auto wrong = KeyLayout::check(options, stateAt(log.end()).toldKeys().toolkitKeys());
+    guard.unlock();
+    if (wrong)
         tell("the layout of the keypad is left out: " + wrong->text);
     else
         note(Recording::Keypad{std::make_shared<const CANRemoteOptions>(options)});

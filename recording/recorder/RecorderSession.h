@@ -6,9 +6,8 @@
 #include "recording/format/RecordingFormat.h"
 #include "recording/recorder/EntryLog.h"
 #include "recording/recorder/RestPoints.h"
-#include "recording/recorder/SessionState.h"
+#include "recording/format/SessionState.h"
 
-#include <atomic>
 #include <mutex>
 
 namespace KX {
@@ -47,7 +46,6 @@ public:
 private:
     void endObserving();
     bool isStillObserver();
-    void loseObservation();
     bool mayStart(const std::string& newPath);
     bool startInto(std::unique_ptr<Recording::File> newFile, const std::string& newPath);
     bool endRecording();
@@ -69,7 +67,6 @@ private:
     Recording::SessionState stateAt(const Recording::EntryLog::Place& place) const;
 
     const unsigned int keptMs;
-    std::atomic<unsigned int> probes{0}; // calls of isStillObserver that have reached this observer
 
     mutable std::mutex lock; // guards the members below
     bool isObserver = false;

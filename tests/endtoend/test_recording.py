@@ -1,6 +1,7 @@
 """Recorded sessions that are played again, and recordings when something goes wrong."""
 
 import os
+import re
 import resource
 import signal
 import subprocess
@@ -20,6 +21,8 @@ BESIDE_EVERYTHING = (840, 350)
 DOUBLE_PRESS_MINUS = (314, 541)
 ACCEPT_INPUT_SWITCH = (453, 698)
 INPUT_OFF_BANNER = (400, 100)
+EDGE_OF_SETTINGS_BUTTON = (380, 451)
+LIT = (0xf2, 0xb7, 0x05)
 
 HOME_DOWN, HOME_UP = "18FF0001#8000000000000000", "18FF0001#0000000000000000"
 
@@ -101,8 +104,16 @@ class Session(RecordingTestCase):
         self.point_at(*KNOB)
         self.operator("click", "--repeat", 8, "--delay", 20, 5)
 
+    def open_settings(self):
+        """An operator touches only what he sees. A touch that comes sooner is for the page before."""
+        self.operator("key", "F12")
+        deadline = time.monotonic() + GENEROUS_SECONDS
+        while self.display.pixels(*EDGE_OF_SETTINGS_BUTTON, 1, 1) != [[LIT]]:
+            self.assertLess(time.monotonic(), deadline, "the settings have not appeared")
+            time.sleep(0.05)
+
     def use_settings(self):
-        self.operator("key", "F12", "sleep", 0.2)
+        self.open_settings()
         self.click_at(DOUBLE_PRESS_MINUS, "--repeat", 10, "--delay", 40)
         self.operator("key", "--delay", 250, "End", "End")
         self.click_at(ACCEPT_INPUT_SWITCH)
@@ -110,6 +121,18 @@ class Session(RecordingTestCase):
         self.send("18FF0003#0000000000000000", HOME_DOWN, HOME_UP)
         self.click_at(INPUT_OFF_BANNER)
         self.operator("sleep", 0.1, "key", "Home", "key", "F12")
+
+    def test_touches_that_are_seen_late_all_count(self):
+        self.open_settings()
+        self.terminal.signal(signal.SIGSTOP)
+        self.click_at(DOUBLE_PRESS_MINUS, "--repeat", 10, "--delay", 40)
+        self.terminal.signal(signal.SIGCONT)
+        releases = 0
+        while releases < 10:
+            releases += self.terminal.lines.get(timeout=GENEROUS_SECONDS).count("MOUSE_RELEASE_EVENT")
+        self.assertEqual(0, self.end_by(signal.SIGTERM))
+        changes = re.findall(r"set double-press (\d+)", self.read_recording())
+        self.assertEqual([str(ms) for ms in range(300, 199, -10)], changes)
 
     def test_a_replay_prints_what_the_terminal_printed(self):
         for use in (self.use_keys, self.use_mouse, self.use_keypad, self.use_settings):

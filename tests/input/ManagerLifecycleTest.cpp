@@ -93,6 +93,19 @@ TEST_F(Manager, deinitialized_drops_posts_and_has_no_events) {
     EXPECT_EQ(KXSimulation::getLivingObjects(), 0U);
 }
 
+TEST_F(Manager, numbers_each_queue_that_it_makes) {
+    const unsigned int first = manager->getInputEventsQueueNumber();
+    EXPECT_NE(0U, first);
+    manager->initialize();
+    EXPECT_EQ(first, manager->getInputEventsQueueNumber()) << "the queue is the same";
+    manager->deinitialize();
+    EXPECT_EQ(0U, manager->getInputEventsQueueNumber());
+    manager->initialize();
+    EXPECT_EQ(first + 1, manager->getInputEventsQueueNumber());
+    KXInputEventManager::deleteInstance();
+    EXPECT_EQ(first + 2, KXInputEventManager::createInstance()->getInputEventsQueueNumber());
+}
+
 TEST_F(Manager, deinitialized_twice_is_deinitialized) {
     manager->deinitialize();
     manager->deinitialize();

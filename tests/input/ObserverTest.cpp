@@ -235,6 +235,34 @@ TEST_F(ObserverSetLater, changes_nothing_that_is_posted) {
     }
 }
 
+TEST_F(ObserverSetLater, is_the_one_that_the_manager_names) {
+    EXPECT_EQ(nullptr, KXInputEventManager::getObserver());
+    {
+        const Notes notes;
+        EXPECT_EQ(&notes, KXInputEventManager::getObserver());
+        KXInputEventManager::deleteInstance();
+        EXPECT_EQ(&notes, KXInputEventManager::getObserver()) << "without a manager, too";
+        const Notes later;
+        EXPECT_EQ(&later, KXInputEventManager::getObserver());
+    }
+    EXPECT_EQ(nullptr, KXInputEventManager::getObserver());
+}
+
+// An observer asks while the manager's mutex is held.
+TEST_F(ObserverSetLater, may_ask_inside_an_operation_who_the_observer_is) {
+    struct Asking final : KXInputObserver {
+        void onToolkitEvent(const KXToolkitEvent& /*event*/) override {
+            found = KXInputEventManager::getObserver();
+        }
+        KXInputObserver* found = nullptr;
+    } asking;
+    KXInputEventManager::setObserver(&asking);
+    operatorPresses(Qt::Key_Home);
+    KXInputEventManager::setObserver(nullptr);
+    EXPECT_EQ(&asking, asking.found);
+    expectPosted(KEY_PRESS_EVENT);
+}
+
 TEST_F(ObserverSetLater, may_be_there_without_a_manager) {
     KXInputEventManager::deleteInstance();
     {

@@ -3,6 +3,7 @@
 
 #include "input/KXInputObserver.h"
 #include "platform/KXCANMessage.h"
+#include "recording/KXRecording.h"
 
 #include <fcntl.h>
 #include <memory>
@@ -237,6 +238,54 @@ TEST_F(RecorderTest, leaves_out_a_layout_that_no_replay_would_take_and_says_so) 
     recorder.stop();
     for (const std::string& entry : entriesOf(path))
         EXPECT_THAT(entry, testing::Not(HasSubstr("keypad")));
+}
+
+CANRemoteOptions keypadWithCode(int keyCode) {
+    CANRemoteOptions options = smallKeypad();
+    options.keys[0].keyCode = keyCode;
+    return options;
+}
+
+bool hasKeypad(const std::string& file) {
+    const std::vector<Recording::Entry> entries = Recording::readFile(file, {}).entries;
+    return std::any_of(entries.begin(), entries.end(), [](const Recording::Entry& entry) {
+        return std::holds_alternative<Recording::Keypad>(entry.input);
+    });
+}
+
+TEST_F(RecorderTest, a_reader_takes_a_keypad_whose_key_code_has_lost_its_key_meanwhile) {
+    KXSessionRecorder recorder;
+    manager().setKeyMapping({{0x41, 77}, {0x42, 78}});
+    manager().setCANRemoteOptions(keypadWithCode(77));
+    manager().setKeyMapping({{0x41, 78}});
+    manager().setKeyMapping({{0x41, 79}});
+    KXSimulation::advance(5000);
+    ASSERT_TRUE(recorder.start(path));
+    EXPECT_TRUE(recorder.stop());
+    EXPECT_TRUE(hasKeypad(path));
+    std::map<int, int> replayed;
+    for (const Recording::Entry& entry : Recording::readFile(path, {}).entries)
+        if (const auto* const mapping = std::get_if<Recording::KeyMapping>(&entry.input))
+            for (const auto& [toolkitKey, keyCode] : mapping->keyCodeOfToolkitKey)
+                replayed[toolkitKey] = keyCode;
+    EXPECT_EQ(79, replayed[0x41]);
+    EXPECT_EQ(78, replayed[0x42]);
+}
+
+// The table of the process outlives managers, but a replay knows only what its recording tells.
+TEST_F(RecorderTest, leaves_out_a_keypad_with_a_key_code_of_an_earlier_manager) {
+    manager().setKeyMapping({{0x41, 80}});
+    KXInputEventManager::deleteInstance();
+    KXSessionRecorder recorder;
+    ASSERT_TRUE(recorder.start(path));
+    testing::internal::CaptureStderr();
+    manager().setCANRemoteOptions(keypadWithCode(80));
+    EXPECT_EQ(
+        "KXSessionRecorder: the layout of the keypad is left out: key 1: code 80 is a key code that the toolkit "
+        "has no key for\n",
+        testing::internal::GetCapturedStderr());
+    EXPECT_TRUE(recorder.stop());
+    EXPECT_FALSE(hasKeypad(path));
 }
 
 TEST_F(RecorderTest, start_in_mid_session_goes_back_to_the_last_rest) {
@@ -685,6 +734,15 @@ TEST_F(RecorderTest, another_observer_in_its_place_is_told_by_save_and_start_tak
     EXPECT_THAT(inputsOf(path), ElementsAre("5100 pass", "5100 end"));
 }
 
+TEST_F(RecorderTest, another_observer_in_its_place_is_noticed_without_a_manager) {
+    KXSessionRecorder recorder;
+    ASSERT_TRUE(recorder.start(path));
+    OtherObserver other;
+    other.observe();
+    EXPECT_FALSE(recorder.stop());
+    EXPECT_EQ(path + ": another observer has taken the place of the recorder", recorder.problem());
+}
+
 TEST_F(RecorderTest, its_end_leaves_another_observer_in_its_place) {
     manager();
     OtherObserver other;
@@ -832,6 +890,34 @@ TEST_F(RecorderTest, nothing_is_saved_before_the_first_rest) {
     KXSessionRecorder recorder(60000);
     EXPECT_FALSE(recorder.save(path));
     EXPECT_EQ(path + ": no moment of rest came, at which a recording can begin", recorder.problem());
+}
+
+TEST_F(RecorderTest, save_begins_before_a_press_that_is_held_for_longer_than_what_is_to_be_kept) {
+    manager();
+    KXSessionRecorder recorder(5000);
+    KXSimulation::advance(10000);
+    press();
+    KXSimulation::advance(60000);
+    ASSERT_TRUE(recorder.save(path)) << recorder.problem();
+    EXPECT_THAT(entriesOf(path), testing::Contains("10000 toolkit TOOLKIT_KEY_PRESS_EVENT os=0x1000000"));
+    release();
+    KXSimulation::advance(60000);
+    ASSERT_TRUE(recorder.save(inFolder("later.kxr"))) << recorder.problem();
+    EXPECT_THAT(inputsOf(inFolder("later.kxr")).front(), testing::StartsWith("125")) << "5 s before the end";
+}
+
+TEST_F(RecorderTest, save_begins_before_a_wrap_of_the_tick_until_a_knob_that_was_turned_is_turned_again) {
+    KXSimulation::setTick(4294960000U);
+    manager();
+    KXSessionRecorder recorder(1000);
+    turnWheel(1);
+    KXSimulation::advance(60000);
+    ASSERT_TRUE(recorder.save(path)) << recorder.problem();
+    EXPECT_THAT(inputsOf(path).front(), testing::StartsWith("42949"));
+    turnWheel(1);
+    KXSimulation::advance(5000);
+    ASSERT_TRUE(recorder.save(inFolder("later.kxr"))) << recorder.problem();
+    EXPECT_THAT(inputsOf(inFolder("later.kxr")).front(), testing::StartsWith("56")) << "1 s before the end";
 }
 
 TEST_F(RecorderTest, save_begins_at_the_last_rest_before_what_is_to_be_kept) {

@@ -3,10 +3,15 @@
 
 #include "replay/KXSessionPlayer.h"
 #include "tests/recording/RecorderFixture.h"
+#include "tests/support/OffscreenKeys.h"
 
 #include "platform/KXCANMessage.h"
+#include "recording/KXFunctionKeys.h"
+#include "recording/KXKeyLayout.h"
 
+#include <array>
 #include <iostream>
+#include <optional>
 #include <random>
 #include <sstream>
 
@@ -14,7 +19,9 @@ namespace KX {
 namespace {
 
 constexpr int sessions = 50;
-constexpr int actions = 200;
+constexpr int actions = 150;
+constexpr int leastSaves = 200;
+constexpr int actionsBetweenSaves = 24; // on average
 constexpr unsigned int longestStepMs = 25;
 
 std::string lineOf(const KXInputEvent& event) {
@@ -28,17 +35,53 @@ std::string lineOf(const KXInputEvent& event) {
     return line.str();
 }
 
+bool isSame(const KXInputEvent& one, const KXInputEvent& other) {
+    return one.timeStamp == other.timeStamp && one.eventType == other.eventType &&
+           one.eventClass == other.eventClass && one.keyCode == other.keyCode &&
+           one.osKeyCode == other.osKeyCode && one.value == other.value && one.count == other.count &&
+           std::equal(std::begin(one.eventData), std::end(one.eventData), other.eventData) &&
+           std::equal(std::begin(one.inputData), std::end(one.inputData), other.inputData);
+}
+
 struct TakenEvent {
     unsigned int tick;
-    std::string line;
+    KXInputEvent event;
+};
+
+struct Played {
+    std::vector<KXInputEvent> events;
+    std::uint64_t firstMs; // of the recording
 };
 
 class RoundTripTest : public test::RecorderFixture {
 protected:
-    RoundTripTest() : output(std::cout.rdbuf(swallowed.rdbuf())), errors(std::cerr.rdbuf(swallowed.rdbuf())) {}
+    RoundTripTest() : output(std::cout.rdbuf(nullptr)), errors(std::cerr.rdbuf(nullptr)) {}
     ~RoundTripTest() override {
+        KXInputEventManager::deleteInstance();
+        keypadKeys.reset();
+        if (application)
+            application->TearDown();
         std::cout.rdbuf(output);
         std::cerr.rdbuf(errors);
+    }
+
+    // A new session in virtual time. In every second one there is a keypad, which may come to a manager in mid-session.
+    void begin(unsigned int seed, unsigned int tick) {
+        random.seed(seed);
+        taken.clear();
+        KXSimulation::reset();
+        KXSimulation::setTick(tick);
+        keypadKeys.reset();
+        keypadFrames.fill({});
+        actionsUntilKeypad.reset();
+        if (seed % 2 == 0)
+            return;
+        if (!application) {
+            application.emplace();
+            application->SetUp();
+        }
+        keypadKeys.emplace();
+        actionsUntilKeypad = below(2) == 0 ? 0 : below(actions / 2);
     }
 
     unsigned int below(unsigned int limit) {
@@ -53,6 +96,11 @@ protected:
     KXInputEventManager& manager() { return *KXInputEventManager::getInstance(); }
 
     void act() {
+        if (actionsUntilKeypad && (*actionsUntilKeypad)-- == 0) {
+            actionsUntilKeypad.reset();
+            manager().setKeyMapping(KeyLayout::functionKeys());
+            manager().setCANRemoteOptions(KeyLayout::builtIn());
+        }
         static constexpr int keys[] = {0x1000000, 0x1000010, 0x1000013, 0x1000015, 0x1000004, 0x41};
         switch (below(16)) {
         case 0:
@@ -68,10 +116,15 @@ protected:
         case 10: postAnEvent(); break;
         case 11: changeASetting(); break;
         case 12: sendAFrame(); break;
+        case 13:
+        case 14:
+            if (keypadKeys)
+                useKeypad();
+            break;
         default: break;
         }
         take();
-        static constexpr unsigned int pauses[] = {0, 3, 10, 20, 40, 60, 60, 90, 150, 250, 301, 400, 2500};
+        static constexpr unsigned int pauses[] = {0, 3, 10, 20, 40, 60, 60, 90, 150, 250, 301, 400, 2100};
         wait(oneOf(pauses));
         if (below(25) == 0)
             wait(5000); // even the encoder comes to rest
@@ -81,6 +134,8 @@ protected:
         while (ms > 0) {
             const unsigned int step = std::min(ms, longestStepMs);
             KXSimulation::advance(step);
+            if (keypadKeys && below(4) != 0) // a busy application sees them later
+                reportKeysOfKeypad();
             take();
             ms -= step;
         }
@@ -139,27 +194,65 @@ protected:
         KXSimulation::scheduleCANFrame(0, KXTick::getTickCount(), frame);
     }
 
-    void take() {
-        while (manager().hasEvents())
-            taken.push_back({KXTick::getTickCount(), lineOf(manager().getNextEvent())});
+    // Presses a key of the drawn keypad, or releases it if it is down, or turns the knob.
+    void useKeypad() {
+        const CANRemoteOptions layout = KeyLayout::builtIn();
+        if (below(3) == 0) {
+            KXCANMessage& frame = keypadFrames.back();
+            frame.canId = layout.encoderCANId;
+            frame.canData[2] = static_cast<unsigned char>(frame.canData[2] + below(11) - 5);
+            KXSimulation::scheduleCANFrame(0, KXTick::getTickCount() + below(30), frame);
+            return;
+        }
+        const KeyOptionsCANRemote key = oneOf(layout.keys);
+        KXCANMessage& frame = keypadFrames[key.canId == layout.keys[0].canId ? 0 : 1];
+        frame.canId = static_cast<std::uint32_t>(key.canId);
+        frame.canData[key.byteIndex] ^= static_cast<unsigned char>(1U << key.bitIndex);
+        KXSimulation::scheduleCANFrame(0, KXTick::getTickCount() + below(30), frame);
     }
 
-    static std::vector<std::string> played(const std::string& file) {
-        std::vector<std::string> lines;
+    // As the toolkit layer does.
+    void reportKeysOfKeypad() {
+        for (const test::ToolkitKey& key : keypadKeys->take())
+            report(key.isPress ? TOOLKIT_KEY_PRESS_EVENT : TOOLKIT_KEY_RELEASE_EVENT, key.key);
+    }
+
+    bool isKeyOfKeypadHeld() const {
+        const auto isHeld = [](const KXCANMessage& frame) {
+            return std::any_of(std::begin(frame.canData), std::end(frame.canData),
+                               [](unsigned char bits) { return bits != 0; });
+        };
+        return isHeld(keypadFrames[0]) || isHeld(keypadFrames[1]);
+    }
+
+    void take() {
+        while (manager().hasEvents())
+            taken.push_back({KXTick::getTickCount(), manager().getNextEvent()});
+    }
+
+    static Played played(const std::string& file) {
         KXSessionPlayer player(file);
-        player.play([&lines](const KXInputEvent& event) { lines.push_back(lineOf(event)); });
-        return lines;
+        Played found{{}, player.session().entries.front().timeMs};
+        player.play([&found](const KXInputEvent& event) { found.events.push_back(event); });
+        return found;
+    }
+
+    // The events from the one at this index on.
+    void expectSame(std::size_t first, const std::vector<KXInputEvent>& events, const std::string& file) {
+        for (std::size_t i = 0; i < events.size(); ++i)
+            if (!isSame(taken[first + i].event, events[i]))
+                FAIL() << file << ", event " << i << ": " << lineOf(taken[first + i].event) << " became "
+                       << lineOf(events[i]);
     }
 
     // The replay's events are the last ones of the session, and none that came after its first entry is missing.
     void expectTheEnd(const std::string& file, std::size_t count) {
-        const std::vector<std::string> lines = played(file);
-        ASSERT_LE(lines.size(), count) << file;
-        for (std::size_t i = 0; i < lines.size(); ++i)
-            ASSERT_EQ(taken[count - lines.size() + i].line, lines[i]) << file << ", event " << i;
-        const std::uint64_t firstMs = Recording::readFile(file, {}).entries.front().timeMs;
-        if (lines.size() < count)
-            EXPECT_LT(taken[count - lines.size() - 1].tick, firstMs + longestStepMs) << file;
+        const Played replay = played(file);
+        ASSERT_LE(replay.events.size(), count) << file;
+        const std::size_t first = count - replay.events.size();
+        expectSame(first, replay.events, file);
+        if (first > 0)
+            EXPECT_LT(taken[first - 1].tick, replay.firstMs + longestStepMs) << file;
     }
 
     // The events since the recording began, and the recorder's problem with it.
@@ -178,13 +271,23 @@ protected:
         KXInputEventManager::deleteInstance();
         std::vector<std::string> lines;
         for (std::size_t i = before; i < taken.size(); ++i)
-            lines.push_back(taken[i].line);
+            lines.push_back(lineOf(taken[i].event));
         return {lines, recorder.problem()};
+    }
+
+    static std::vector<std::string> playedLines(const std::string& file) {
+        std::vector<std::string> lines;
+        for (const KXInputEvent& event : played(file).events)
+            lines.push_back(lineOf(event));
+        return lines;
     }
 
     std::mt19937 random;
     std::vector<TakenEvent> taken;
-    std::ostringstream swallowed;
+    std::optional<test::OffscreenApplication> application; // takes long to start
+    std::optional<test::KeyRecorder> keypadKeys;           // of the keypad; none: there is no keypad
+    std::array<KXCANMessage, 3> keypadFrames;
+    std::optional<unsigned int> actionsUntilKeypad;
     std::streambuf* const output;
     std::streambuf* const errors;
 };
@@ -192,12 +295,8 @@ protected:
 } // namespace
 
 TEST_F(RoundTripTest, whole_sessions_give_the_same_events) {
-    std::size_t events = 0;
     for (unsigned int seed = 1; seed <= sessions; ++seed) {
-        random.seed(seed);
-        taken.clear();
-        KXSimulation::reset();
-        KXSimulation::setTick(seed % 3 == 0 ? 4294900000U : seed * 100000);
+        begin(seed, seed % 3 == 0 ? 4294900000U : seed * 100000);
         const std::string file = inFolder(std::to_string(seed));
         {
             KXSessionRecorder recorder;
@@ -208,11 +307,11 @@ TEST_F(RoundTripTest, whole_sessions_give_the_same_events) {
             ASSERT_TRUE(recorder.stop()) << recorder.problem();
             KXInputEventManager::deleteInstance();
         }
-        const std::vector<std::string> lines = played(file);
-        ASSERT_EQ(taken.size(), lines.size()) << "seed " << seed;
-        for (std::size_t i = 0; i < lines.size(); ++i)
-            ASSERT_EQ(taken[i].line, lines[i]) << "seed " << seed << ", event " << i;
-        events += lines.size();
+        const std::vector<KXInputEvent> events = played(file).events;
+        ASSERT_EQ(taken.size(), events.size()) << "seed " << seed;
+        expectSame(0, events, file);
+        if (HasFatalFailure())
+            return;
     }
 }
 
@@ -222,22 +321,22 @@ TEST_F(RoundTripTest, what_the_flight_recorder_saves_gives_the_same_events) {
         std::size_t count; // of events that were taken until then
     };
     int inMidSession = 0;
+    int withHeldKey = 0; // of the keypad
     for (unsigned int seed = 1; seed <= sessions; ++seed) {
-        random.seed(seed + 1000);
-        taken.clear();
-        KXSimulation::reset();
-        KXSimulation::setTick(seed * 100000);
+        begin(seed + 1000, seed * 100000);
         std::vector<Saved> saves;
         {
             KXInputEventManager::createInstance();
             for (int i = 0; i < 50; ++i)
                 act();
-            KXSessionRecorder recorder(below(2) == 0 ? 5000 : 60000);
+            KXSessionRecorder recorder(below(2) == 0 ? 5000 : 20000);
             for (int i = 0; i < actions; ++i) {
                 act();
                 const std::string file = inFolder(std::to_string(seed) + "-" + std::to_string(i));
-                if (below(12) == 0 && recorder.save(file))
-                    saves.push_back({file, taken.size()});
+                if (below(actionsBetweenSaves) != 0 || !recorder.save(file))
+                    continue;
+                saves.push_back({file, taken.size()});
+                withHeldKey += isKeyOfKeypadHeld();
             }
             KXInputEventManager::deleteInstance();
         }
@@ -248,24 +347,22 @@ TEST_F(RoundTripTest, what_the_flight_recorder_saves_gives_the_same_events) {
                 return;
         }
     }
-    EXPECT_GE(inMidSession, 200);
+    EXPECT_GE(inMidSession, leastSaves);
+    EXPECT_GE(withHeldKey, leastSaves / 4);
 }
 
 TEST_F(RoundTripTest, what_is_recorded_from_mid_session_on_gives_the_same_events) {
     for (unsigned int seed = 1; seed <= sessions; ++seed) {
-        random.seed(seed + 2000);
-        taken.clear();
-        KXSimulation::reset();
-        KXSimulation::setTick(seed * 100000);
+        begin(seed + 2000, seed * 100000);
         const std::string file = inFolder(std::to_string(seed));
         bool isWhole = false;
         {
             KXSessionRecorder recorder;
             KXInputEventManager::createInstance();
-            for (int i = 0; i < 100; ++i)
+            for (int i = 0; i < actions / 2; ++i)
                 act();
             ASSERT_TRUE(recorder.start(file));
-            for (int i = 0; i < 100; ++i)
+            for (int i = 0; i < actions / 2; ++i)
                 act();
             isWhole = recorder.stop();
             KXInputEventManager::deleteInstance();
@@ -293,7 +390,7 @@ TEST_F(RoundTripTest, a_refused_table_before_the_recorder_gives_the_same_steps) 
                                               });
     EXPECT_EQ("", problem);
     EXPECT_FALSE(lines.empty());
-    EXPECT_EQ(lines, played(path));
+    EXPECT_EQ(lines, playedLines(path));
 }
 
 // A time stamp of 0 is a step, too, and the next one goes on with its turn.
@@ -330,7 +427,7 @@ TEST_F(RoundTripTest, a_recording_ends_where_an_encoder_is_initialised_and_gives
                                                   turnWheel(30);
                                               });
     EXPECT_EQ(path + ": the encoder was initialised anew and has forgotten its last turn", problem);
-    const std::vector<std::string> replayed = played(path);
+    const std::vector<std::string> replayed = playedLines(path);
     ASSERT_FALSE(replayed.empty());
     ASSERT_LT(replayed.size(), lines.size());
     EXPECT_TRUE(std::equal(replayed.begin(), replayed.end(), lines.begin()));

@@ -2,6 +2,7 @@
 
 #include "events/KXEventType.h"
 #include "input/KXInputEventManager.h"
+#include "platform/KXEndPoint.h"
 #include "platform/KXTick.h"
 #include "tests/support/OffscreenKeys.h"
 
@@ -26,6 +27,7 @@ namespace KX {
 namespace {
 
 using testing::ElementsAre;
+using testing::IsEmpty;
 
 const auto* const environment = testing::AddGlobalTestEnvironment(new test::OffscreenApplication);
 
@@ -247,6 +249,28 @@ TEST_F(EventNotifierOnLinux, SerialNotifiersTakeEachWhatTheOneBeforeLeft) {
     watch();
     EXPECT_TRUE(loopUntilSeen(4));
     EXPECT_EQ(numbersBelow(4), seen);
+}
+
+// The system gives a new pipe the lowest descriptors that are free: those of the pipe that was closed.
+TEST_F(EventNotifierOnLinux, TakesNothingOfALaterQueueWithTheSameDescriptor) {
+    const auto descriptor = [] {
+        return dynamic_cast<KXEndPoint&>(*KXInputEventManager::getInstance()->getInputEventsQueue())
+            .getReadEndPointID();
+    };
+    watch();
+    const int before = descriptor();
+    KXInputEventManager::deleteInstance();
+    KXInputEventManager::createInstance();
+    ASSERT_EQ(before, descriptor()) << "this test shows nothing";
+    post(0, 2);
+    notifier->takeWaitingEvents();
+    for (int turn = 0; turn < 10; ++turn)
+        QCoreApplication::processEvents();
+    EXPECT_THAT(seen, IsEmpty());
+    notifier = std::make_unique<KXEventNotifier>();
+    watch();
+    EXPECT_TRUE(loopUntilSeen(2));
+    EXPECT_EQ(numbersBelow(2), seen);
 }
 
 } // namespace

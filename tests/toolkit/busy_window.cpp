@@ -1,5 +1,7 @@
 // A window whose thread blocks on demand, for test_busy_window.py. Usage: busy_window RECORDING
 //
+// A child at 300, 200 with a size of 80, 80 has a native window of its own.
+//
 // Standard input: "block MS" blocks the thread for so long, "end" ends the program. Standard output: "ready",
 // "blocked TICK" and "free TICK", and each classified event as "NAME TIMESTAMP KEY BUTTON".
 
@@ -67,6 +69,9 @@ int main(int argc, char** argv) {
         QWidget window;
         window.setWindowTitle(QStringLiteral("busy window"));
         window.resize(400, 300);
+        QWidget nativeChild(&window);
+        nativeChild.setGeometry(300, 200, 80, 80);
+        nativeChild.setAttribute(Qt::WA_NativeWindow);
         const KX::KXToolkitLayer layer(window);
         KX::KXEventNotifier notifier;
         QObject::connect(&notifier, &KX::KXEventNotifier::eventOccurred, print);

@@ -87,6 +87,12 @@ class BusyWindow(unittest.TestCase):
     def test_clicks_keep_their_times_when_the_pointer_enters_meanwhile(self):
         self.check_gaps(("click", "--delay", 0, 1), "MOUSE", LEFT, comes_in=True)
 
+    def test_a_click_on_a_native_child_is_reported(self):
+        self.display.xdotool("mousemove", "--window", self.window, 340, 240)
+        self.display.xdotool("click", 1, "key", "Escape")
+        self.assertEqual([("MOUSE_PRESS_EVENT", LEFT), ("MOUSE_RELEASE_EVENT", LEFT)],
+                         [(event.name, event.button) for event in (self._next_event(), self._next_event())])
+
     def check_gaps(self, press, kind, what, comes_in=False):
         for gap in (150, 200, 400, 500):
             judged = {True: 0, False: 0}

@@ -1,10 +1,12 @@
-#include "recording/recorder/SessionState.h"
+#include "recording/format/SessionState.h"
 
+#include "events/KXKeyCode.h"
 #include "recording/KXCANIdentifier.h"
 #include "recording/KXSettingTable.h"
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 namespace KX::Recording {
 
@@ -18,6 +20,10 @@ bool timeGapsRise(const SpeedTable& table) {
         return one.timeGap >= next.timeGap;
     };
     return std::adjacent_find(table.rows.begin(), table.rows.end(), isNotLess) == table.rows.end();
+}
+
+bool isOfEveryManager(int keyCode) {
+    return keyCode >= KX_KEY_ESCAPE && keyCode <= KX_KEY_END;
 }
 
 } // namespace
@@ -36,6 +42,31 @@ bool isForeign(const Frame& frame, const CANRemoteOptions& layout) {
                         });
 }
 
+// Every manager has the codes up to End. Their keys here are placeholders.
+ToldKeys::ToldKeys() {
+    for (int keyCode = KX_KEY_ESCAPE; keyCode <= KX_KEY_END; ++keyCode)
+        keyOfCode[keyCode] = keyCode;
+}
+
+void ToldKeys::add(const KeyMapping& mapping) {
+    for (const auto& [toolkitKey, keyCode] : mapping.keyCodeOfToolkitKey) {
+        present.keyCodeOfToolkitKey[toolkitKey] = keyCode;
+        keyOfCode[keyCode] = toolkitKey;
+    }
+}
+
+std::vector<KeyMapping> ToldKeys::mappings() const {
+    std::vector<KeyMapping> found;
+    for (const auto& [keyCode, toolkitKey] : keyOfCode) {
+        const auto key = present.keyCodeOfToolkitKey.find(toolkitKey);
+        if (!isOfEveryManager(keyCode) && key != present.keyCodeOfToolkitKey.end() && key->second != keyCode)
+            found.push_back({{{toolkitKey, keyCode}}});
+    }
+    if (!present.keyCodeOfToolkitKey.empty())
+        found.push_back(present);
+    return found;
+}
+
 void SessionState::apply(const Input& input) {
     if (const auto* const number = std::get_if<NumberSetting>(&input)) {
         apply(*number);
@@ -45,8 +76,7 @@ void SessionState::apply(const Input& input) {
         if (isAccepted)
             refusedTable.reset();
     } else if (const auto* const mapping = std::get_if<KeyMapping>(&input)) {
-        for (const auto& [toolkitKey, keyCode] : mapping->keyCodeOfToolkitKey)
-            keys.keyCodeOfToolkitKey[toolkitKey] = keyCode;
+        keys.add(*mapping);
     } else if (const auto* const newKeypad = std::get_if<Keypad>(&input)) {
         keypad = *newKeypad;
     } else if (const auto* const frame = std::get_if<Frame>(&input)) {
@@ -91,8 +121,8 @@ std::vector<Input> SessionState::asInputs() const {
         inputs.emplace_back(*table);
     if (refusedTable)
         inputs.emplace_back(*refusedTable);
-    if (!keys.keyCodeOfToolkitKey.empty())
-        inputs.emplace_back(keys);
+    for (KeyMapping& mapping : keys.mappings())
+        inputs.emplace_back(std::move(mapping));
     if (keypad)
         inputs.emplace_back(*keypad);
     for (const auto& [identifier, frame] : lastFrames) {

@@ -16,6 +16,24 @@ unsigned int restartGapOf(const SpeedTable& table);
 /// Whether a keypad of this layout ignores the frame.
 bool isForeign(const Frame& frame, const CANRemoteOptions& layout);
 
+/// The keys of which a recording tells. Who replays it knows no others, whatever the table of this process holds.
+class ToldKeys {
+public:
+    ToldKeys();
+
+    void add(const KeyMapping& mapping);
+
+    /// From key codes to the toolkit's keys, as KXInputEventManager::getKXtoOSCodeMap would have them.
+    const std::map<int, int>& toolkitKeys() const { return keyOfCode; }
+
+    /// The mappings for a head. Those come first whose key has another code meanwhile: the keypad may still use theirs.
+    std::vector<KeyMapping> mappings() const;
+
+private:
+    KeyMapping present;
+    std::map<int, int> keyOfCode;
+};
+
 /// The settings of a session at one moment, and the last frames of the keypad. They stand at the head of a recording
 /// that begins in mid-session.
 class SessionState {
@@ -27,6 +45,8 @@ public:
     /// follows each frame, which reads it.
     std::vector<Input> asInputs() const;
 
+    const ToldKeys& toldKeys() const { return keys; }
+
 private:
     void apply(const NumberSetting& setting);
 
@@ -36,7 +56,7 @@ private:
     std::map<KXInputSetting, std::int64_t> factors;
     std::optional<SpeedTable> table;
     std::optional<SpeedTable> refusedTable; // changes when the encoder restarts
-    KeyMapping keys;
+    ToldKeys keys;
     std::optional<Keypad> keypad;
     std::map<std::uint32_t, Frame> lastFrames; // of the keypad, by identifier
 };
