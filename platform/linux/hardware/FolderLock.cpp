@@ -15,15 +15,10 @@ namespace {
 constexpr int mostAttempts = 20;
 constexpr std::chrono::milliseconds pauseBetween{1};
 
-std::string getFolder(const std::string& path) {
-    const std::size_t slash = path.rfind('/');
-    return slash == std::string::npos ? "." : path.substr(0, slash + 1);
-}
-
 } // namespace
 
-FolderLock::FolderLock(const std::string& pathOfFile)
-    : descriptor(open(getFolder(pathOfFile).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+FolderLock::FolderLock(const std::string& folder)
+    : descriptor(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
     // EACCES: a folder that may be used, but not listed. Whatever else is wrong, the caller will meet it again.
     if (descriptor < 0)
         return;

@@ -4,11 +4,11 @@
 
 namespace KX {
 
-/// The lock of the folder that a file is in, for a scope. It excludes processes and threads that take it, too.
+/// The lock of a folder, for a scope. It excludes processes and threads that take it, too. Allocates no memory.
 class FolderLock {
 public:
     /// Waits some milliseconds for another owner.
-    explicit FolderLock(const std::string& pathOfFile);
+    explicit FolderLock(const std::string& folder);
     ~FolderLock();
 
     FolderLock(const FolderLock&) = delete;

@@ -26,6 +26,11 @@ std::string getLocation(const std::string& path) {
     return error || absolute.size() >= sizeof(sockaddr_un::sun_path) ? path : absolute;
 }
 
+std::string getFolder(const std::string& path) {
+    const std::size_t slash = path.rfind('/');
+    return slash == std::string::npos ? "." : path.substr(0, slash + 1);
+}
+
 /// Removes a socket file at the end of the scope, unless it is kept.
 class NewFile {
 public:
@@ -73,7 +78,7 @@ bool getIdentity(const std::string& path, FileIdentity& identity) {
 } // namespace
 
 VirtualCAN::VirtualCAN(int busNumber, const std::string& pathOfSocket)
-    : CANSocket(busNumber), path(pathOfSocket), location(getLocation(pathOfSocket)) {}
+    : CANSocket(busNumber), path(pathOfSocket), location(getLocation(pathOfSocket)), folder(getFolder(location)) {}
 
 VirtualCAN::~VirtualCAN() {
     closeSocket();
@@ -100,7 +105,7 @@ CANSocket::Opening VirtualCAN::openSocket(int& newDescriptor, std::string& reaso
 
 CANSocket::Opening VirtualCAN::bindSocket(int unboundSocket, std::string& reason) {
     // Of two processes that find a stale file, the slower one would remove the new file of the faster one.
-    const FolderLock folderLock(location);
+    const FolderLock folderLock(folder);
     if (folderLock.isTakenByAnother()) {
         reason = path + ": another process has locked the folder";
         return Opening::later;
@@ -178,7 +183,7 @@ void VirtualCAN::socketCloses() {
     if (boundBy != getpid())
         return;
     // Without the lock, a second end point of this process may bind the path between the look and the removal.
-    const FolderLock folderLock(location);
+    const FolderLock folderLock(folder);
     FileIdentity present;
     if (getIdentity(location, present) && present == boundFile)
         unlink(location.c_str());

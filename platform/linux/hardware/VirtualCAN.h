@@ -37,6 +37,7 @@ private:
 
     const std::string path;
     const std::string location; // the same, whatever folder the application works in later
+    const std::string folder;   // of the location
 
     // Written by the reading thread, which needs no lock to read them.
     FileIdentity boundFile; // guarded by lock
