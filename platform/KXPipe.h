@@ -20,7 +20,8 @@ public:
     /// Closes both ends. Bytes that were not read are lost.
     ~KXPipe() override;
 
-    /// Opens both ends.
+    /// Opens both ends. The Linux platform reports through \ref KXDebug, once, a pipe that the system makes smaller
+    /// than 1 MiB: the pipes of one user share a limit, some 64 of that size.
     /// \return STATUS_OK, also when they are open already; STATUS_REFUSED when the system refuses a pipe
     int init();
 
