@@ -17,7 +17,7 @@ namespace KX {
 /// by \c rdbuf. On Linux the thread starts with SIGPIPE blocked, so an output whose reader has gone only fails.
 /// Programs that the thread starts inherit that.
 ///
-/// An object belongs to one thread at a time, which sets, starts, waits and deletes.
+/// An object belongs to one thread at a time. Only that thread sets the entry function, starts, waits and deletes.
 class KX_OS_ABS_API KXThread {
 public:
     /// Makes a thread that does not run yet. Any thread.

@@ -211,6 +211,16 @@ TEST_F(KXDebugLossTest, aPipeThatMayNotBeOpenedAnewDelaysOneLineOnly) {
     EXPECT_EQ(Account(read).whole, 1u);
 }
 
+TEST_F(KXDebugLossTest, aPipeIsWrittenToWithoutAFreeDescriptor) {
+    const OutputEnds pipe = OutputEnds::makePipe();
+    {
+        const RedirectedError redirected(pipe.writer);
+        const NoMoreDescriptors limit;
+        print("text");
+    }
+    EXPECT_EQ(pipe.readAll(), "[loss:1] text\n");
+}
+
 TEST_F(KXDebugLossTest, aShortLineIsTakenWholeOrNotAtAll) {
     for (const std::size_t length : {95u, 96u, 97u}) {
         const OutputEnds pipe = OutputEnds::makePipe();
