@@ -24,7 +24,7 @@ namespace {
 using testing::EndsWith;
 using testing::StartsWith;
 
-/// What an output without a reader costs altogether is 100 ms; any machine is fast enough for this limit.
+/// A flood into an output without a reader waits 100 ms in all. Any machine is fast enough for this limit.
 constexpr long long muchTimeMs = 20000;
 
 class KXDebugLossTest : public testing::Test {

@@ -14,7 +14,7 @@ namespace {
 constexpr int page = 4096;
 constexpr int wanted = 256 * page;
 
-/// What the system grants the pipes of this user; all of them are of that size from the start on.
+/// The size of each pipe of this user, from its start on. The system grants no more.
 int grantedCapacity = wanted;
 
 } // namespace

@@ -63,7 +63,7 @@ public:
     std::vector<std::string> trace;
 };
 
-/// What a process finds that opens the bus.
+/// The result of an attempt to open the bus.
 enum Found { noBus, closedBus, openBus };
 
 class VirtualCANLossTest : public testing::Test {

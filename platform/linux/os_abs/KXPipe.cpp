@@ -18,7 +18,7 @@ namespace {
 /// Room for over 7,000 event records.
 constexpr int wantedCapacity = 1024 * 1024;
 
-/// What an event queue writes at once. A record that does not fit into the last page starts a new one.
+/// An event queue writes so many bytes at once. A record that does not fit into the last page starts a new one.
 constexpr int eventRecordSize = 136;
 
 int getPageSize() {

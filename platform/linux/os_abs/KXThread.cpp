@@ -137,7 +137,7 @@ private:
     pthread_t thread{};
     bool joinable = false;
 
-    // What the thread runs: copied before it exists, so that a later setEntryFunction cannot race with it.
+    // The thread runs these copies, made before it exists. A later setEntryFunction cannot race with it.
     void* (*runningFunction)(void*) = nullptr;
     void* runningArgument = nullptr;
 
