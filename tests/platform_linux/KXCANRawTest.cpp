@@ -33,13 +33,6 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
 
-sockaddr_un makeAddress(const std::string& path) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    path.copy(address.sun_path, sizeof(address.sun_path) - 1);
-    return address;
-}
-
 /// Sends to a virtual bus as another program does.
 class Sender {
 public:

@@ -98,7 +98,7 @@ void* writeWithoutReader(void* argument) {
         return nullptr;
     close(ends[0]);
     errno = 0;
-    const ssize_t written = write(ends[1], "x", 1);
+    const ssize_t written = ::write(ends[1], "x", 1);
     static_cast<Report*>(argument)->error = written < 0 ? errno : 0;
     close(ends[1]);
     return nullptr;

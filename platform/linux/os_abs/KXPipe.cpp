@@ -29,13 +29,13 @@ int countEvents(int capacity) {
     return capacity / getPageSize() * (getPageSize() / eventRecordSize);
 }
 
-unsigned int getDebugKey() {
+unsigned int getPipeDebugKey() {
     static const unsigned int key = KXDebug::insertNewDebugSection("kx_pipe");
     return key;
 }
 
 /// Registers the section when the library is loaded: opening a pipe then needs no memory for it.
-[[maybe_unused]] const unsigned int keyOfLoadTime = getDebugKey();
+[[maybe_unused]] const unsigned int pipeKeyOfLoadTime = getPipeDebugKey();
 
 /// Makes the pipe as large as the system allows, up to the wanted size. A smaller pipe works, but is full earlier.
 /// \return the capacity in bytes
@@ -95,7 +95,7 @@ private:
             return;
         reportedCapacity = capacity;
         KXDebug::debugPrintError(
-            1, getDebugKey(),
+            1, getPipeDebugKey(),
             "the system grants a pipe %d bytes in place of %d: room for %d events in place of %d", capacity,
             wantedCapacity, countEvents(capacity), countEvents(wantedCapacity));
     }

@@ -16,14 +16,14 @@ std::string makeFolder() {
     return mkdtemp(name);
 }
 
+} // namespace
+
 sockaddr_un makeAddress(const std::string& path) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     path.copy(address.sun_path, sizeof(address.sun_path) - 1);
     return address;
 }
-
-} // namespace
 
 BusFolder::BusFolder() : folder(makeFolder()), path(folder + "/bus") {
     setenv("KX_CAN_BUS_0", ("unix:" + path).c_str(), 1);
