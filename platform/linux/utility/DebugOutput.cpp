@@ -36,12 +36,13 @@ std::size_t write(const NonBlockingError& output, const char* text, std::size_t 
         if (written > 0) {
             done += static_cast<std::size_t>(written);
             isMidLine = text[done - 1] != '\n';
-        } else if (written == 0 || (errno != EINTR && errno != EAGAIN)) {
-            // EBADF: closed. EPIPE, EIO, ENOSPC: the output is gone or full.
-            break;
-        } else if (errno == EAGAIN && !output.waitForRoom(limit)) {
-            break;
+            continue;
         }
+        const bool isFull = written < 0 && errno == EAGAIN;
+        const bool isInterrupted = written < 0 && errno == EINTR;
+        // EBADF: closed. EPIPE, EIO, ENOSPC: the output is gone or full for good.
+        if (!isInterrupted && !(isFull && output.waitForRoom(limit)))
+            break;
     }
     return done;
 }
