@@ -19,9 +19,9 @@ public:
     /// \param bus            number of the bus, from 0
     /// \param bitRate        in bit/s; 0: as the system has it
     /// \param receiveBuffer  number of frames that the system holds until they are read; 0: as the system has it
-    /// \return owned by the caller; null when there is no such bus or the system refuses it. A bus that exists but
-    ///         is down gives a closed end point (see \ref isConnected). It opens by \ref reconnect once the bus is
-    ///         up, so a keypad works even if the terminal starts before the bus does
+    /// \return owned by the caller; null when there is no such bus, no memory is left or the system refuses it. A
+    ///         bus that exists but is down gives a closed end point (see \ref isConnected). It opens by \ref
+    ///         reconnect once the bus is up, so a keypad works even if the terminal starts before the bus does
     static KXCANRaw* create(int bus, int bitRate, int receiveBuffer);
 
     /// Closes the bus. The end point must have been removed from its manager before.

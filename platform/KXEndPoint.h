@@ -14,7 +14,7 @@ public:
     /// A registered end point must be removed from its manager before.
     virtual ~KXEndPoint();
 
-    /// What the system waits on until something can be read: a file descriptor on Linux; -1 while closed. It
+    /// The system waits on this until something can be read: a file descriptor on Linux; -1 while closed. It
     /// belongs to the end point: do not close it.
     virtual int getReadEndPointID() const = 0;
 

@@ -11,7 +11,8 @@ class KXEndPointManager;
 ///
 /// The application derives from this class; a platform provides the destructor. A \ref KXEndPointManager calls on
 /// the thread that waits, with no lock of the manager held. So a handler may add and remove end points, its own
-/// included.
+/// included. A handler that blocks, on a standard output say that nobody reads, holds up all end points of its
+/// manager.
 class KX_OS_ABS_API KXEndPointHandler {
 public:
     /// \p endPoint can be read without blocking. The handler must read from it, else it is called again at once.

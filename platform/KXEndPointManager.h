@@ -14,7 +14,7 @@ class KXEndPointHandler;
 /// until they are removed or the manager is destroyed.
 class KX_OS_ABS_API KXEndPointManager {
 public:
-    /// Where the system refuses what is needed to wait, \ref addEndPoint refuses every end point.
+    /// If the system has no descriptors left for the wait, \ref addEndPoint refuses every end point.
     KXEndPointManager();
 
     /// No thread may wait any more. End points that are still registered are left alone.
@@ -28,7 +28,7 @@ public:
     /// A closed end point is taken, too. The next wait, or the one that goes on, reports it as disconnected, and
     /// it is retried like one that was lost.
     /// \return STATUS_OK; STATUS_OUT_OF_RANGE for a null argument; STATUS_REFUSED when the end point is registered
-    ///         already or the system cannot wait on it
+    ///         already, no memory is left or the system cannot wait on it
     int addEndPoint(KXEndPoint* endPoint, KXEndPointHandler* handler);
 
     /// Removes an end point. Its handler is not called any more once this returns, so both may be destroyed then.

@@ -9,6 +9,11 @@ namespace KX {
 /// A platform provides \ref create, the constructor, the destructor, \ref KXAutoLock and a class derived from this
 /// one. Where the system supports it, the mutex has priority inheritance: the toolkit thread and the worker share
 /// one, and a thread of middle priority must not delay either while the other holds it.
+///
+/// Nothing else inherits priority. A boost::mutex guards the in-process event queue and the action queue, and a
+/// std::mutex the Linux platform's end points and its debug output. A thread of low priority that holds one of them
+/// can be held up by a thread of middle priority, and then so is each thread that waits for it. Give the threads
+/// that post to one queue the same priority, or use the pipe queue, which takes no lock.
 class KX_OS_ABS_API KXMutex {
 public:
     /// Makes an unlocked mutex. Any thread.

@@ -7,8 +7,8 @@ namespace KX {
 /// A one-way stream of bytes between threads of one process. A main loop can wait on its read end.
 ///
 /// A platform provides all of this class; the pipe event queue derives from it. Nothing here blocks. Any number of
-/// threads may write, one thread reads. The const functions may be called on any thread. \ref init, \ref reconnect
-/// and the destructor need the pipe for themselves.
+/// threads may write, one thread reads. The const functions may be called on any thread. No other thread may use the
+/// pipe during \ref init, \ref reconnect and the destructor.
 ///
 /// A write is taken whole or not at all. That holds for several threads at once up to 4096 bytes, and for a single
 /// writing thread with any size. A pipe should hold as much as the system allows: a full one loses events.
@@ -20,7 +20,8 @@ public:
     /// Closes both ends. Bytes that were not read are lost.
     ~KXPipe() override;
 
-    /// Opens both ends.
+    /// Opens both ends. The Linux platform reports through \ref KXDebug, once, a pipe that the system makes smaller
+    /// than 1 MiB: the pipes of one user share a limit, some 64 of that size.
     /// \return STATUS_OK, also when they are open already; STATUS_REFUSED when the system refuses a pipe
     int init();
 

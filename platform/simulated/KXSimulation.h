@@ -41,7 +41,7 @@ public:
 
     /// Advances the clock by \p ms, across the wrap, too. Everything happens at its tick: scripted frames arrive,
     /// and waits return whose tick comes or whose end points become readable, one thread after the other in the
-    /// order in which they began to wait. Returns when every thread waits again or has ended. advance(0) runs what
+    /// order in which they began to wait. Returns when every thread waits again or has ended. advance(0) runs all that
     /// is due now.
     static void advance(unsigned int ms);
 

@@ -14,7 +14,7 @@ namespace KX {
 /// set back beyond where the program started.
 using VirtualTime = std::int64_t;
 
-/// What a wait watches besides the clock.
+/// A condition that ends a wait before its time.
 class Watched {
 public:
     /// Whether the wait has something to do now. Called without the scheduler's lock.
@@ -42,7 +42,7 @@ struct Participant {
     Baton hasStopped; ///< given back when it waits again or has ended
 };
 
-/// The clock, and who may run.
+/// The clock, and the right to run.
 ///
 /// Of the driver and the simulated threads exactly one runs at a time; the others block in \ref Baton::take.
 /// Never destroyed, because threads and static objects may outlive main().

@@ -3,6 +3,7 @@
 #include "platform/KXCANMessage.h"
 #include "platform/KXEndPointManager.h"
 #include "platform/KXTick.h"
+#include "support/BusFolder.h"
 #include "support/SocketEndPoint.h"
 #include "support/Waiting.h"
 
@@ -14,13 +15,11 @@
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
-#include <functional>
 #include <linux/can.h>
 #include <memory>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
-#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 #include <utility>
@@ -33,13 +32,6 @@ using KX::KXCANRaw;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
-
-sockaddr_un makeAddress(const std::string& path) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    path.copy(address.sun_path, sizeof(address.sun_path) - 1);
-    return address;
-}
 
 /// Sends to a virtual bus as another program does.
 class Sender {
@@ -70,47 +62,17 @@ private:
     const int descriptor = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
 };
 
-/// Binds a socket to a path, as another program does. The file stays when the socket is closed.
-int bindSocket(const std::string& path, int type = SOCK_DGRAM) {
-    const int descriptor = socket(AF_UNIX, type | SOCK_CLOEXEC, 0);
-    const sockaddr_un address = makeAddress(path);
-    EXPECT_EQ(bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
-    return descriptor;
-}
-
-/// Runs something in another process. \return what it returned
-int runInChild(const std::function<int()>& function) {
-    const pid_t child = fork();
-    if (child == 0)
-        _exit(function());
-    int status = 0;
-    waitpid(child, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
-
 class VirtualCANTest : public testing::Test {
 protected:
-    void SetUp() override {
-        char name[] = "/tmp/kx_can_XXXXXX";
-        ASSERT_NE(mkdtemp(name), nullptr);
-        folder = name;
-        path = folder + "/bus";
-        setBus("unix:" + path);
-    }
-
-    void TearDown() override {
-        unsetenv("KX_CAN_BUS_0");
-        std::filesystem::remove_all(folder);
-    }
-
     static void setBus(const std::string& value) { setenv("KX_CAN_BUS_0", value.c_str(), 1); }
 
     static std::unique_ptr<KXCANRaw> create(int bus = 0) {
         return std::unique_ptr<KXCANRaw>(KXCANRaw::create(bus, 0, 0));
     }
 
-    std::string folder;
-    std::string path;
+    const BusFolder busFolder;
+    const std::string& folder = busFolder.folder;
+    const std::string& path = busFolder.path;
 };
 
 TEST_F(VirtualCANTest, givesAFrameAsItWasSent) {

@@ -34,6 +34,15 @@ TEST_F(KXDebugCost, aLongMessageThatIsOnIsCountedByTheSameMeans) {
     EXPECT_GT(after, before) << "the replaced allocator does not see the library's allocations";
 }
 
+TEST_F(KXDebugCost, aShortMessageThatIsOnAllocatesNothing) {
+    testing::internal::CaptureStderr();
+    const long before = countAllocations();
+    KX::KXDebug::debugPrintError(1, key, "%d", 1);
+    const long after = countAllocations();
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "[cost:1] 1\n");
+    EXPECT_EQ(after, before);
+}
+
 /// \c %n writes when the format is used.
 TEST_F(KXDebugCost, aMessageThatIsOffIsNotFormatted) {
     int written = -1;

@@ -9,6 +9,8 @@
 #include <atomic>
 #include <cerrno>
 #include <climits>
+#include <csignal>
+#include <fcntl.h>
 #include <fstream>
 #include <memory>
 #include <pthread.h>
@@ -42,6 +44,7 @@ struct Report {
     unsigned int id = 0;
     std::string name;
     std::size_t stackSize = 0;
+    int error = 0;
     int policy = -1;
     int priority = -1;
 };
@@ -89,6 +92,18 @@ void* reportAndWait(void* argument) {
     return nullptr;
 }
 
+void* writeWithoutReader(void* argument) {
+    int ends[2] = {-1, -1};
+    if (pipe2(ends, O_CLOEXEC) != 0)
+        return nullptr;
+    close(ends[0]);
+    errno = 0;
+    const ssize_t written = ::write(ends[1], "x", 1);
+    static_cast<Report*>(argument)->error = written < 0 ? errno : 0;
+    close(ends[1]);
+    return nullptr;
+}
+
 class KXThreadTest : public testing::Test {
 protected:
     std::unique_ptr<KX::KXThread> makeThread(void* (*function)(void*), const std::string& name = "inputEventMgr") {
@@ -112,6 +127,16 @@ protected:
         return testing::internal::GetCapturedStderr();
     }
 };
+
+TEST_F(KXThreadTest, anOutputWhoseReaderHasGoneDoesNotEndTheProgram) {
+    const auto thread = makeThread(writeWithoutReader);
+    ASSERT_EQ(thread->start(0, 0), 0);
+    ASSERT_EQ(thread->stopAndWait(), 0);
+    EXPECT_EQ(report.error, EPIPE);
+    sigset_t mask;
+    pthread_sigmask(SIG_BLOCK, nullptr, &mask);
+    EXPECT_FALSE(sigismember(&mask, SIGPIPE)) << "the starting thread is the application's";
+}
 
 TEST_F(KXThreadTest, runsTheEntryFunctionInAThreadOfTheGivenName) {
     const auto thread = makeThread(reportAndEnd);

@@ -2,7 +2,8 @@
 //
 //     say SECTION LEVEL TEXT          one message, as given
 //     length SECTION LEVEL COUNT      one message of COUNT letters
-//     threads SECTION COUNT MESSAGES  COUNT threads that say that many messages each, some of them long
+//     threads SECTION COUNT MESSAGES  COUNT threads that say that many messages each, some of them long,
+//                                     and a last one when they are done
 //     unknown LEVEL TEXT              a message under a key that nobody has
 //     errno                           fails when a message changes errno
 //     late SECTION TEXT               a message from a static destructor
@@ -11,6 +12,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <poll.h>
 #include <string>
 #include <thread>
 #include <unistd.h>
@@ -41,6 +43,10 @@ void speakInThreads(unsigned int key, int count, int messages) {
     }
     for (std::thread& thread : threads)
         thread.join();
+    // After this line, nothing is left to be told.
+    pollfd query{STDERR_FILENO, POLLOUT, 0};
+    poll(&query, 1, -1);
+    KX::KXDebug::debugPrintError(1, key, "the end");
 }
 
 } // namespace

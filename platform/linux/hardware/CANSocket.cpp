@@ -9,6 +9,7 @@
 #include <cstring>
 #include <iterator>
 #include <linux/can.h>
+#include <new>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -27,6 +28,9 @@ void copyFrame(const can_frame& frame, KXCANMessage& message) {
     std::fill(std::begin(message.canData), std::end(message.canData), static_cast<unsigned char>(0));
     std::copy_n(frame.data, frame.can_dlc, message.canData);
 }
+
+/// Registers the section when the library is loaded: a lack of memory can be reported only if it is there already.
+[[maybe_unused]] const unsigned int keyOfLoadTime = getCANDebugKey();
 
 } // namespace
 
@@ -48,14 +52,21 @@ CANSocket::Opening CANSocket::open(int reportLevel) {
     closeSocket();
     int newDescriptor = -1;
     std::string reason;
-    const Opening result = openSocket(newDescriptor, reason);
+    const char* text = nullptr;
+    Opening result = Opening::refused;
+    try {
+        result = openSocket(newDescriptor, reason);
+        text = reason.c_str();
+    } catch (const std::bad_alloc&) {
+        text = "no memory is left";
+    }
     if (result == Opening::done) {
         descriptor = newDescriptor;
         return result;
     }
     if (newDescriptor >= 0)
         close(newDescriptor);
-    KXDebug::debugPrintError(reportLevel, getCANDebugKey(), "bus %d: %s", bus, reason.c_str());
+    KXDebug::debugPrintError(reportLevel, getCANDebugKey(), "bus %d: %s", bus, text);
     return result;
 }
 

@@ -24,7 +24,7 @@ public:
 
     ~CANSocket() override;
 
-    /// Opens the socket anew.
+    /// Opens the socket anew. A lack of memory is a failure like others.
     /// \param reportLevel  debug level at which a failure is reported
     Opening open(int reportLevel);
 
@@ -48,6 +48,8 @@ protected:
     virtual void socketCloses() {}
 
     void closeSocket();
+
+    int getBus() const { return bus; }
 
 private:
     bool isFrame(const can_frame& frame, ssize_t size);

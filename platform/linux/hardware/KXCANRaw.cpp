@@ -6,6 +6,7 @@
 
 #include <cstdlib>
 #include <memory>
+#include <new>
 
 namespace KX {
 
@@ -40,10 +41,15 @@ KXCANRaw* KXCANRaw::create(int bus, int bitRate, int receiveBuffer) {
                                  bus, bitRate, receiveBuffer);
         return nullptr;
     }
-    std::unique_ptr<CANSocket> socket = makeSocket(bus, bitRate, receiveBuffer);
-    // A bus that is down gives a closed end point, which an end-point manager retries: the terminal may start
-    // before the bus.
-    return socket->open(1) == CANSocket::Opening::refused ? nullptr : socket.release();
+    try {
+        std::unique_ptr<CANSocket> socket = makeSocket(bus, bitRate, receiveBuffer);
+        // A bus that is down gives a closed end point, which an end-point manager retries: the terminal may start
+        // before the bus.
+        return socket->open(1) == CANSocket::Opening::refused ? nullptr : socket.release();
+    } catch (const std::bad_alloc&) {
+        KXDebug::debugPrintError(1, getCANDebugKey(), "bus %d: no memory is left", bus);
+        return nullptr;
+    }
 }
 
 KXCANRaw::KXCANRaw() = default;

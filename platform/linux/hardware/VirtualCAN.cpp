@@ -1,52 +1,53 @@
 #include "platform/linux/hardware/VirtualCAN.h"
 
-#include <algorithm>
+#include "platform/KXDebug.h"
+#include "platform/linux/hardware/FolderLock.h"
+
 #include <cerrno>
 #include <cstring>
-#include <mutex>
+#include <filesystem>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
+#include <system_error>
 #include <unistd.h>
-#include <vector>
 
 namespace KX {
 
 namespace {
 
-/// The socket files that this process has bound and not closed. Any thread.
-///
-/// A second end point for a bus replaces the first one of the same process, but does not take a bus away from
-/// another process. The file itself does not tell which process has bound it.
-class OwnSockets {
+/// A file that is lost is noticed within this time. A wait asks far more often, with each frame of a busy bus.
+constexpr std::chrono::seconds lookInterval{1};
+
+/// \return the absolute path where a socket can have one that long
+std::string getLocation(const std::string& path) {
+    std::error_code error;
+    const std::string absolute = std::filesystem::absolute(path, error).string();
+    return error || absolute.size() >= sizeof(sockaddr_un::sun_path) ? path : absolute;
+}
+
+std::string getFolder(const std::string& path) {
+    const std::size_t slash = path.rfind('/');
+    return slash == std::string::npos ? "." : path.substr(0, slash + 1);
+}
+
+/// Removes a socket file at the end of the scope, unless it is kept.
+class NewFile {
 public:
-    /// Never destroyed: a static destructor may close a bus.
-    static OwnSockets& get() {
-        static OwnSockets& ownSockets = *new OwnSockets;
-        return ownSockets;
+    explicit NewFile(const std::string& pathOfFile) : path(pathOfFile) {}
+    ~NewFile() {
+        if (!kept)
+            unlink(path.c_str());
     }
 
-    void insert(const FileIdentity& file) {
-        const std::lock_guard<std::mutex> guard(lock);
-        files.emplace_back(getpid(), file);
-    }
+    NewFile(const NewFile&) = delete;
+    NewFile& operator=(const NewFile&) = delete;
 
-    void remove(const FileIdentity& file) {
-        const std::lock_guard<std::mutex> guard(lock);
-        files.erase(std::remove(files.begin(), files.end(), Owned(getpid(), file)), files.end());
-    }
-
-    /// False in the child of a fork for what the parent has bound.
-    bool contains(const FileIdentity& file) {
-        const std::lock_guard<std::mutex> guard(lock);
-        return std::find(files.begin(), files.end(), Owned(getpid(), file)) != files.end();
-    }
+    void keep() { kept = true; }
 
 private:
-    using Owned = std::pair<pid_t, FileIdentity>;
-
-    std::mutex lock;
-    std::vector<Owned> files; // guarded by lock
+    const std::string& path;
+    bool kept = false;
 };
 
 sockaddr_un makeAddress(const std::string& path) {
@@ -74,17 +75,17 @@ bool getIdentity(const std::string& path, FileIdentity& identity) {
     return true;
 }
 
-std::string describeError(const std::string& path) {
-    return path + ": " + std::strerror(errno);
-}
-
 } // namespace
 
 VirtualCAN::VirtualCAN(int busNumber, const std::string& pathOfSocket)
-    : CANSocket(busNumber), path(pathOfSocket) {}
+    : CANSocket(busNumber), path(pathOfSocket), location(getLocation(pathOfSocket)), folder(getFolder(location)) {}
 
 VirtualCAN::~VirtualCAN() {
     closeSocket();
+}
+
+std::string VirtualCAN::describeError() const {
+    return path + ": " + std::strerror(errno);
 }
 
 CANSocket::Opening VirtualCAN::openSocket(int& newDescriptor, std::string& reason) {
@@ -93,25 +94,54 @@ CANSocket::Opening VirtualCAN::openSocket(int& newDescriptor, std::string& reaso
                  std::to_string(sizeof(sockaddr_un::sun_path) - 1) + " bytes";
         return Opening::refused;
     }
-    if (!makeRoom(reason))
-        return Opening::refused;
     newDescriptor = makeSocket();
-    // bind gives the file the mode of the socket, so other users never have access. EADDRINUSE: another process
-    // was faster.
-    if (newDescriptor < 0 || fchmod(newDescriptor, S_IRUSR | S_IWUSR) != 0 ||
-        callWithAddress(bind, newDescriptor, path) != 0 || !getIdentity(path, boundFile)) {
-        reason = describeError(path);
+    // bind gives the file the mode of the socket, so other users never have access.
+    if (newDescriptor < 0 || fchmod(newDescriptor, S_IRUSR | S_IWUSR) != 0) {
+        reason = describeError();
         return Opening::refused;
     }
-    OwnSockets::get().insert(boundFile);
+    return bindSocket(newDescriptor, reason);
+}
+
+CANSocket::Opening VirtualCAN::bindSocket(int unboundSocket, std::string& reason) {
+    // Of two processes that find a stale file, the slower one would remove the new file of the faster one.
+    const FolderLock folderLock(folder);
+    if (folderLock.isTakenByAnother()) {
+        reason = path + ": another process has locked the folder";
+        return Opening::later;
+    }
+    if (!makeRoom(reason))
+        return Opening::refused;
+    // EADDRINUSE: a process that cannot lock the folder was faster.
+    if (callWithAddress(bind, unboundSocket, location) != 0) {
+        reason = describeError();
+        return Opening::refused;
+    }
+    NewFile newFile(location);
+    FileIdentity identity;
+    if (!getIdentity(location, identity)) {
+        reason = describeError();
+        return Opening::refused;
+    }
+    rememberFile(identity);
+    newFile.keep();
     return Opening::done;
+}
+
+void VirtualCAN::rememberFile(const FileIdentity& file) {
+    OwnSockets::get().insert(file);
+    boundBy = getpid();
+    const std::lock_guard<std::mutex> guard(lock);
+    boundFile = file;
+    fileLost = false;
+    lookDue = Clock::now() + lookInterval;
 }
 
 /// Removes a socket file from the path, unless another process has bound it.
 /// \return whether the path can be bound now
 bool VirtualCAN::makeRoom(std::string& reason) const {
     struct stat status {};
-    if (lstat(path.c_str(), &status) != 0) {
+    if (lstat(location.c_str(), &status) != 0) {
         // ENOENT: nothing is there. bind reports any other error.
         return true;
     }
@@ -123,8 +153,8 @@ bool VirtualCAN::makeRoom(std::string& reason) const {
     if (!isOurs && isHeldByAnotherProcess(reason))
         return false;
     // ENOENT: its owner has removed it meanwhile.
-    if (unlink(path.c_str()) != 0 && errno != ENOENT) {
-        reason = describeError(path);
+    if (unlink(location.c_str()) != 0 && errno != ENOENT) {
+        reason = describeError();
         return false;
     }
     return true;
@@ -133,10 +163,10 @@ bool VirtualCAN::makeRoom(std::string& reason) const {
 bool VirtualCAN::isHeldByAnotherProcess(std::string& reason) const {
     const int probe = makeSocket();
     if (probe < 0) {
-        reason = describeError(path);
+        reason = describeError();
         return true;
     }
-    const int error = callWithAddress(connect, probe, path) == 0 ? 0 : errno;
+    const int error = callWithAddress(connect, probe, location) == 0 ? 0 : errno;
     close(probe);
     if (error == ECONNREFUSED || error == ENOENT) {
         // Left behind by a process that has ended, or removed meanwhile.
@@ -149,11 +179,38 @@ bool VirtualCAN::isHeldByAnotherProcess(std::string& reason) const {
 }
 
 void VirtualCAN::socketCloses() {
+    // The child of a fork has a copy of the socket, but the file is the parent's.
+    if (boundBy != getpid())
+        return;
+    // Without the lock, a second end point of this process may bind the path between the look and the removal.
+    const FolderLock folderLock(folder);
     FileIdentity present;
-    // A later end point may have bound the path meanwhile.
-    if (getIdentity(path, present) && present == boundFile)
-        unlink(path.c_str());
+    if (getIdentity(location, present) && present == boundFile)
+        unlink(location.c_str());
     OwnSockets::get().remove(boundFile);
+}
+
+bool VirtualCAN::isConnected() const {
+    return CANSocket::isConnected() && !isFileLost();
+}
+
+/// Whether the path does not lead to this socket any more, so that no sender finds it.
+bool VirtualCAN::isFileLost() const {
+    const std::lock_guard<std::mutex> guard(lock);
+    const Clock::time_point now = Clock::now();
+    if (fileLost || now < lookDue)
+        return fileLost;
+    lookDue = now + lookInterval;
+    FileIdentity present;
+    if (getIdentity(location, present))
+        fileLost = present != boundFile && !OwnSockets::get().contains(present);
+    else
+        fileLost = errno == ENOENT;
+    if (fileLost) {
+        KXDebug::debugPrintError(1, getCANDebugKey(), "bus %d: %s was removed or replaced and is bound anew",
+                                 getBus(), path.c_str());
+    }
+    return fileLost;
 }
 
 } // namespace KX

@@ -1,34 +1,51 @@
 #pragma once
 
 #include "platform/linux/hardware/CANSocket.h"
+#include "platform/linux/hardware/OwnSockets.h"
 
+#include <chrono>
+#include <mutex>
 #include <string>
 #include <sys/types.h>
-#include <utility>
 
 namespace KX {
-
-/// Tells a file from others, whatever its path is.
-using FileIdentity = std::pair<dev_t, ino_t>;
 
 /// A bus on a machine without CAN: a datagram socket bound to a path, with access for the user of this process
 /// only.
 ///
 /// Each datagram is one struct can_frame. A stale socket file is replaced. So is one of this process; the end
-/// point that had bound it receives nothing any more.
+/// point that had bound it receives nothing any more. A file that somebody else removes or replaces makes the end
+/// point unconnected, within a second, so that its manager binds it anew.
 class VirtualCAN final : public CANSocket {
 public:
     VirtualCAN(int busNumber, const std::string& pathOfSocket);
     ~VirtualCAN() override;
 
+    bool isConnected() const override;
+
 private:
+    using Clock = std::chrono::steady_clock;
+
     Opening openSocket(int& newDescriptor, std::string& reason) override;
     void socketCloses() override;
+    Opening bindSocket(int unboundSocket, std::string& reason);
     bool makeRoom(std::string& reason) const;
     bool isHeldByAnotherProcess(std::string& reason) const;
+    std::string describeError() const;
+    void rememberFile(const FileIdentity& file);
+    bool isFileLost() const;
 
     const std::string path;
-    FileIdentity boundFile;
+    const std::string location; // the same, whatever folder the application works in later
+    const std::string folder;   // of the location
+
+    // Written by the reading thread, which needs no lock to read them.
+    FileIdentity boundFile; // guarded by lock
+    pid_t boundBy = -1;
+
+    mutable std::mutex lock;
+    mutable bool fileLost = false;     // guarded by lock
+    mutable Clock::time_point lookDue; // guarded by lock
 };
 
 } // namespace KX

@@ -12,6 +12,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory_resource>
+#include <new>
 #include <poll.h>
 #include <sys/epoll.h>
 #include <sys/ioctl.h>
@@ -222,7 +223,11 @@ int KXEndPointManager::addEndPoint(KXEndPoint* endPoint, KXEndPointHandler* hand
     if (!endPoint || !handler)
         return STATUS_OUT_OF_RANGE;
     const int descriptor = endPoint->isConnected() ? endPoint->getReadEndPointID() : -1;
-    return implementation->table.add(endPoint, handler, descriptor) ? STATUS_OK : STATUS_REFUSED;
+    try {
+        return implementation->table.add(endPoint, handler, descriptor) ? STATUS_OK : STATUS_REFUSED;
+    } catch (const std::bad_alloc&) {
+        return STATUS_REFUSED;
+    }
 }
 
 int KXEndPointManager::removeEndPoint(KXEndPoint* endPoint) {

@@ -1,5 +1,6 @@
 #include "platform/KXPipe.h"
 
+#include "platform/KXDebug.h"
 #include "platform/KXStatus.h"
 
 #include <atomic>
@@ -17,14 +18,36 @@ namespace {
 /// Room for over 7,000 event records.
 constexpr int wantedCapacity = 1024 * 1024;
 
+/// An event queue writes so many bytes at once. A record that does not fit into the last page starts a new one.
+constexpr int eventRecordSize = 136;
+
+int getPageSize() {
+    return static_cast<int>(sysconf(_SC_PAGESIZE));
+}
+
+int countEvents(int capacity) {
+    return capacity / getPageSize() * (getPageSize() / eventRecordSize);
+}
+
+unsigned int getPipeDebugKey() {
+    static const unsigned int key = KXDebug::insertNewDebugSection("kx_pipe");
+    return key;
+}
+
+/// Registers the section when the library is loaded: opening a pipe then needs no memory for it.
+[[maybe_unused]] const unsigned int pipeKeyOfLoadTime = getPipeDebugKey();
+
 /// Makes the pipe as large as the system allows, up to the wanted size. A smaller pipe works, but is full earlier.
-void enlarge(int writeEnd) {
+/// \return the capacity in bytes
+int enlarge(int writeEnd) {
     const int presentCapacity = fcntl(writeEnd, F_GETPIPE_SZ);
     for (int capacity = wantedCapacity; capacity > presentCapacity; capacity /= 2) {
         // EPERM: above the limit of this user. EBUSY and ENOMEM: no kernel memory for that many pages.
-        if (fcntl(writeEnd, F_SETPIPE_SZ, capacity) >= 0)
-            return;
+        const int granted = fcntl(writeEnd, F_SETPIPE_SZ, capacity);
+        if (granted >= 0)
+            return granted;
     }
+    return presentCapacity;
 }
 
 } // namespace
@@ -46,7 +69,7 @@ public:
             // EMFILE, ENFILE: no descriptors left. Nothing was opened.
             return STATUS_REFUSED;
         }
-        enlarge(ends[1]);
+        reportCapacity(enlarge(ends[1]));
         readEnd = ends[0];
         writeEnd = ends[1];
         return STATUS_OK;
@@ -66,6 +89,17 @@ public:
     bool hasRoomFor(int size) const;
 
 private:
+    /// Reports a pipe that is smaller than wanted: it loses events that a larger one would hold.
+    void reportCapacity(int capacity) {
+        if (capacity >= wantedCapacity || capacity == reportedCapacity)
+            return;
+        reportedCapacity = capacity;
+        KXDebug::debugPrintError(
+            1, getPipeDebugKey(),
+            "the system grants a pipe %d bytes in place of %d: room for %d events in place of %d", capacity,
+            wantedCapacity, countEvents(capacity), countEvents(wantedCapacity));
+    }
+
     static void closeEnd(std::atomic<int>& end) {
         const int descriptor = end.exchange(-1);
         if (descriptor >= 0) {
@@ -74,6 +108,9 @@ private:
             ::close(descriptor);
         }
     }
+
+    // Used while the pipe is opened, by one thread. A reconnect that changes nothing is not reported again.
+    int reportedCapacity = 0;
 };
 
 /// Whether the kernel will take a write of more than PIPE_BUF bytes whole. Without room for all it takes a part.
@@ -84,7 +121,7 @@ bool KXPipe::Implementation::hasRoomFor(int size) const {
     const int capacity = fcntl(writeEnd, F_GETPIPE_SZ);
     if (capacity <= 0)
         return false;
-    const int pageSize = static_cast<int>(sysconf(_SC_PAGESIZE));
+    const int pageSize = getPageSize();
     const int bytes = countBytes();
     const int pagesInUse = bytes == 0 ? 0 : 2 * (bytes / pageSize) + 2;
     const int pagesNeeded = (size - 1) / pageSize + 1;

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cerrno>
 #include <climits>
+#include <csignal>
 #include <cstdarg>
 #include <cstddef>
 #include <cstdio>
@@ -97,6 +98,14 @@ unsigned int askForOwnID() {
     return id;
 }
 
+/// The library prints to std::cout and std::cerr on its worker. A reader that has gone must not end the program.
+void blockPipeSignal() {
+    sigset_t pipeSignal;
+    sigemptyset(&pipeSignal);
+    sigaddset(&pipeSignal, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &pipeSignal, nullptr);
+}
+
 /// One owner uses it; only \ref running is shared with the thread itself.
 class PosixThread final : public KXThread {
 public:
@@ -128,7 +137,7 @@ private:
     pthread_t thread{};
     bool joinable = false;
 
-    // What the thread runs: copied before it exists, so that a later setEntryFunction cannot race with it.
+    // The thread runs these copies, made before it exists. A later setEntryFunction cannot race with it.
     void* (*runningFunction)(void*) = nullptr;
     void* runningArgument = nullptr;
 
@@ -208,6 +217,7 @@ void* PosixThread::run(void* self) {
         ~Ending() { thread->running = false; }
     } ending{static_cast<PosixThread*>(self)};
     ownThread = self;
+    blockPipeSignal();
 
     // Fails only for a name that is too long, and a thread works without a name.
     pthread_setname_np(pthread_self(), ending.thread->name.c_str());

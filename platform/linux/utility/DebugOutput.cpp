@@ -1,25 +1,67 @@
 #include "platform/linux/utility/DebugOutput.h"
 
+#include "platform/linux/utility/BlockedPipeSignal.h"
+#include "platform/linux/utility/NonBlockingError.h"
+
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
+#include <climits>
+#include <cstdio>
 #include <mutex>
-#include <poll.h>
-#include <unistd.h>
 
 namespace KX {
 
 namespace {
 
+/// A reader that is alive empties a pipe within this time. An operator hardly notices such a delay, once.
+constexpr std::chrono::milliseconds patience{100};
+
 /// Held while a line is written: a pipe may take a long line in pieces, and no other line may come in between.
 /// Constant-initialised and never destroyed, so static initialisers and destructors may use it.
 std::mutex lineLock;
 
-void waitUntilWritable() {
-    pollfd query{};
-    query.fd = STDERR_FILENO;
-    query.events = POLLOUT;
-    // EINTR: the caller tries to write, and waits again if that was too early.
-    poll(&query, 1, -1);
+// Guarded by lineLock.
+unsigned long lostLines = 0;
+bool isMidLine = false; // the last line that began was not finished
+bool isStalled = false; // the last line was lost
+
+using Clock = NonBlockingError::Clock;
+
+/// \return characters that were written before \p limit
+std::size_t write(const NonBlockingError& output, const char* text, std::size_t length, Clock::time_point limit) {
+    std::size_t done = 0;
+    while (done < length) {
+        const ssize_t written = output.write(text + done, length - done);
+        if (written > 0) {
+            done += static_cast<std::size_t>(written);
+            isMidLine = text[done - 1] != '\n';
+            continue;
+        }
+        const bool isFull = written < 0 && errno == EAGAIN;
+        const bool isInterrupted = written < 0 && errno == EINTR;
+        // EBADF: closed. EPIPE, EIO, ENOSPC: the output is gone or full for good.
+        if (!isInterrupted && !(isFull && output.waitForRoom(limit)))
+            break;
+    }
+    return done;
+}
+
+/// Tells first how many lines were lost. Both lines go in one piece if a pipe takes that whole: a notice that finds
+/// room without its line would come again and again.
+[[gnu::noinline]] bool writeBehindNotice(const NonBlockingError& output, const char* line, std::size_t length,
+                                         Clock::time_point limit) {
+    char text[PIPE_BUF];
+    const int noticeLength = std::snprintf(text, sizeof(text), "%s[kx_debug:1] %lu %s lost\n",
+                                           isMidLine ? "\n" : "", lostLines, lostLines == 1 ? "line" : "lines");
+    const auto notice = static_cast<std::size_t>(noticeLength);
+    const bool fits = length <= sizeof(text) - notice;
+    const std::size_t total = notice + (fits ? length : 0);
+    std::copy_n(line, total - notice, text + notice);
+    const std::size_t written = write(output, text, total, limit);
+    if (written >= notice)
+        lostLines = 0;
+    return written == total && (fits || write(output, line, length, limit) == length);
 }
 
 } // namespace
@@ -34,22 +76,14 @@ void DebugOutput::writeLine(char* line, std::size_t length) {
         line, line + length, [](char c) { return c == '\n' || c == '\r'; }, ' ');
     line[length] = '\n';
     const std::lock_guard<std::mutex> guard(lineLock);
-    const char* rest = line;
-    std::size_t restLength = length + 1;
-    while (restLength > 0) {
-        const ssize_t written = write(STDERR_FILENO, rest, restLength);
-        if (written > 0) {
-            // A short transfer: a signal came while a pipe was full.
-            rest += written;
-            restLength -= static_cast<std::size_t>(written);
-        } else if (written < 0 && errno == EAGAIN) {
-            // Standard error is non-blocking and full.
-            waitUntilWritable();
-        } else if (written == 0 || errno != EINTR) {
-            // EBADF: closed. EPIPE, EIO, ENOSPC: the output is gone or full. The line is lost.
-            return;
-        }
-    }
+    const BlockedPipeSignal blockedSignal;
+    const NonBlockingError output;
+    const auto limit = Clock::now() + (isStalled ? Clock::duration::zero() : patience);
+    const bool isWritten = lostLines == 0 ? write(output, line, length + 1, limit) == length + 1
+                                          : writeBehindNotice(output, line, length + 1, limit);
+    isStalled = !isWritten;
+    if (isStalled)
+        ++lostLines;
 }
 
 } // namespace KX

@@ -5,13 +5,15 @@
 
 namespace KX {
 
-/// Standard error, line by line.
+/// Standard error, line by line. Any thread.
+///
+/// A line stays whole among those of other threads. A full output gets 100 ms to take a line. After that the line
+/// is lost, and so is each further line that finds no room at once, until one gets through. That one follows a
+/// line which tells how many were lost.
 class DebugOutput {
 public:
     DebugOutput() = delete;
 
-    /// Writes a line that stays whole among those of other threads. Blocks while standard error does. A line that
-    /// cannot be written is lost.
     /// \param line  without line end; line ends inside become blanks
     static void writeLine(std::string& line);
 

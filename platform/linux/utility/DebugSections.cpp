@@ -28,7 +28,7 @@ std::array<std::atomic<DebugSections::Block*>, DebugSections::mostBlocks> DebugS
 std::atomic<unsigned int> DebugSections::sectionCount;
 std::atomic<int> DebugSections::highestLevel{std::numeric_limits<int>::max()};
 
-/// What registration needs. Made by the first call and never destroyed, because static initialisers and
+/// The state of registration. Made by the first call and never destroyed, because static initialisers and
 /// destructors of any library may call.
 struct DebugSections::Registry {
     Registry() { highestLevel.store(levels.getHighestLevel(), std::memory_order_relaxed); }

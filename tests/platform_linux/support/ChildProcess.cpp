@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <fcntl.h>
 #include <sstream>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -41,6 +42,8 @@ ChildResult runWithDebugSetting(const char* debugSetting, std::vector<std::strin
         ADD_FAILURE() << "no pipe";
         return result;
     }
+    // The child must not lose lines because this process does not get to run.
+    fcntl(ends[1], F_SETPIPE_SZ, 1024 * 1024);
     const pid_t child = fork();
     if (child == 0) {
         close(ends[0]);

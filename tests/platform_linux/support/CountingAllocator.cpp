@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <limits>
 #include <new>
 
 // In a source of its own, so that the compiler cannot optimise the calls away.
@@ -9,7 +10,13 @@
 namespace {
 
 std::atomic<long> allocations{0};
-std::atomic<bool> isMemoryLeft{true};
+constexpr long enough = std::numeric_limits<long>::max();
+std::atomic<long> allocationsLeft{enough};
+
+/// Whether the next allocation succeeds.
+bool isMemoryLeft() {
+    return allocationsLeft == enough || allocationsLeft-- > 0;
+}
 
 } // namespace
 
@@ -17,17 +24,17 @@ long countAllocations() {
     return allocations;
 }
 
-NoMoreMemory::NoMoreMemory() {
-    isMemoryLeft = false;
+NoMoreMemory::NoMoreMemory(long successes) {
+    allocationsLeft = successes;
 }
 
 NoMoreMemory::~NoMoreMemory() {
-    isMemoryLeft = true;
+    allocationsLeft = enough;
 }
 
 void* operator new(std::size_t size) {
     ++allocations;
-    void* const memory = isMemoryLeft ? std::malloc(size) : nullptr;
+    void* const memory = isMemoryLeft() ? std::malloc(size) : nullptr;
     if (!memory)
         throw std::bad_alloc();
     return memory;

@@ -50,16 +50,22 @@ NoMoreAddressSpace::~NoMoreAddressSpace() {
     setrlimit(RLIMIT_AS, &before);
 }
 
-NoRealTimePriority::NoRealTimePriority() : userBefore(geteuid()) {
-    getrlimit(RLIMIT_RTPRIO, &before);
-    rlimit limit = before;
-    limit.rlim_cur = 0;
-    setrlimit(RLIMIT_RTPRIO, &limit);
+NoAdministrator::NoAdministrator() : userBefore(geteuid()) {
     const uid_t nobody = 65534;
     setEffectiveUser(nobody);
 }
 
-NoRealTimePriority::~NoRealTimePriority() {
+NoAdministrator::~NoAdministrator() {
     setEffectiveUser(userBefore);
+}
+
+NoRealTimePriority::NoRealTimePriority() {
+    getrlimit(RLIMIT_RTPRIO, &before);
+    rlimit limit = before;
+    limit.rlim_cur = 0;
+    setrlimit(RLIMIT_RTPRIO, &limit);
+}
+
+NoRealTimePriority::~NoRealTimePriority() {
     setrlimit(RLIMIT_RTPRIO, &before);
 }

@@ -29,6 +29,19 @@ private:
     rlimit before{};
 };
 
+/// Takes the administrator's rights from the calling thread until the end of the scope.
+class NoAdministrator {
+public:
+    NoAdministrator();
+    ~NoAdministrator();
+
+    NoAdministrator(const NoAdministrator&) = delete;
+    NoAdministrator& operator=(const NoAdministrator&) = delete;
+
+private:
+    const uid_t userBefore;
+};
+
 /// Takes the right to real-time priorities from the calling thread, the administrator's too, until the end of the
 /// scope.
 class NoRealTimePriority {
@@ -41,5 +54,5 @@ public:
 
 private:
     rlimit before{};
-    uid_t userBefore;
+    NoAdministrator ordinary;
 };

@@ -1,0 +1,87 @@
+#include "platform/KXCANRaw.h"
+#include "platform/KXEndPointHandler.h"
+#include "platform/KXEndPointManager.h"
+#include "support/BusFolder.h"
+#include "support/CountingAllocator.h"
+#include "support/Waiting.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <memory>
+
+namespace {
+
+using KX::KXCANRaw;
+
+class IdleHandler : public KX::KXEndPointHandler {
+    void onEndPointReadable(KX::KXEndPoint*, KX::KXEndPointManager*) override {}
+    void onEndPointReconnected(KX::KXEndPoint*) override {}
+    void onEndPointDisconnected(KX::KXEndPoint*) override {}
+};
+
+/// Calls \p attempt with memory for 0, 1, 2, ... allocations until it succeeds. \return how often it failed
+template<class Attempt>
+long countFailures(Attempt attempt) {
+    for (long successes = 0; successes < 1000; ++successes)
+        if (attempt(successes))
+            return successes;
+    return -1;
+}
+
+/// Each step of the opening may find no memory.
+TEST(KXCANRawMemory, aBusThatFindsNoMemoryIsNullAndLeavesNothingBehind) {
+    const BusFolder folder;
+    testing::internal::CaptureStderr();
+    const int descriptors = countOpenDescriptors();
+    const long failures = countFailures([&](long successes) {
+        std::unique_ptr<KXCANRaw> bus;
+        {
+            const NoMoreMemory limit(successes);
+            bus.reset(KXCANRaw::create(0, 0, 0));
+        }
+        if (!bus) {
+            EXPECT_FALSE(std::filesystem::exists(folder.path)) << "with memory for " << successes;
+            EXPECT_EQ(countOpenDescriptors(), descriptors) << "with memory for " << successes;
+        }
+        return bus != nullptr;
+    });
+    const std::string said = testing::internal::GetCapturedStderr();
+    EXPECT_GT(failures, 2) << "the replaced allocator does not see the library's allocations";
+    EXPECT_EQ(said.find("[kx_can_raw:1] bus 0: no memory is left\n"), 0u) << said;
+}
+
+TEST(KXCANRawMemory, aReconnectWithoutMemoryFailsOrSucceedsAsWithIt) {
+    const BusFolder folder;
+    const std::unique_ptr<KXCANRaw> bus(KXCANRaw::create(0, 0, 0));
+    ASSERT_NE(bus, nullptr);
+    const auto reconnect = [&] {
+        const NoMoreMemory limit;
+        return bus->reconnect();
+    };
+    std::filesystem::remove(folder.path);
+    std::filesystem::create_directory(folder.path);
+    EXPECT_EQ(reconnect(), 20) << "the reason takes memory";
+    std::filesystem::remove(folder.path);
+    EXPECT_EQ(reconnect(), 0);
+    EXPECT_TRUE(bus->isConnected());
+}
+
+TEST(KXEndPointManagerMemory, anEndPointForWhichNoMemoryIsLeftIsRefused) {
+    const BusFolder folder;
+    const std::unique_ptr<KXCANRaw> bus(KXCANRaw::create(0, 0, 0));
+    ASSERT_NE(bus, nullptr);
+    KX::KXEndPointManager manager;
+    IdleHandler handler;
+    int status = -1;
+    {
+        const NoMoreMemory limit;
+        status = manager.addEndPoint(bus.get(), &handler);
+    }
+    EXPECT_EQ(status, 20);
+    EXPECT_EQ(manager.removeEndPoint(bus.get()), 20) << "it was registered";
+    EXPECT_EQ(manager.addEndPoint(bus.get(), &handler), 0);
+    EXPECT_EQ(manager.removeEndPoint(bus.get()), 0);
+}
+
+} // namespace

@@ -1,0 +1,208 @@
+#include "platform/KXCANMessage.h"
+#include "platform/KXCANRaw.h"
+#include "platform/KXEndPointHandler.h"
+#include "platform/KXEndPointManager.h"
+#include "platform/KXTick.h"
+#include "support/BusFolder.h"
+#include "support/ResourceLimit.h"
+#include "support/Waiting.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+#include <sys/file.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+namespace {
+
+/// Runs once, when a process has found nobody behind a socket file.
+std::function<void()> afterProbe;
+
+} // namespace
+
+// Replaces a function of the system for the whole program, libraries included.
+extern "C" KX_EXPORT int connect(int descriptor, const sockaddr* address, socklen_t size) {
+    const auto result = static_cast<int>(syscall(SYS_connect, descriptor, address, size));
+    const int error = errno;
+    if (const std::function<void()> call = std::exchange(afterProbe, nullptr))
+        call();
+    errno = error;
+    return result;
+}
+
+namespace {
+
+using KX::KXCANRaw;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+class TracingHandler : public KX::KXEndPointHandler {
+public:
+    void onEndPointReadable(KX::KXEndPoint* endPoint, KX::KXEndPointManager*) override {
+        KX::KXCANMessage message;
+        while (static_cast<KXCANRaw*>(endPoint)->readFrame(message) == 0)
+            trace.push_back("frame " + std::to_string(message.canId));
+    }
+
+    void onEndPointReconnected(KX::KXEndPoint*) override { trace.push_back("back"); }
+
+    void onEndPointDisconnected(KX::KXEndPoint*) override { trace.push_back("lost"); }
+
+    std::vector<std::string> trace;
+};
+
+/// The result of an attempt to open the bus.
+enum Found { noBus, closedBus, openBus };
+
+class VirtualCANLossTest : public testing::Test {
+protected:
+    static std::unique_ptr<KXCANRaw> open() { return std::unique_ptr<KXCANRaw>(KXCANRaw::create(0, 0, 0)); }
+
+    static int openAndTell() {
+        const auto bus = open();
+        if (!bus)
+            return noBus;
+        return bus->isConnected() ? openBus : closedBus;
+    }
+
+    bool isReached(KXCANRaw& bus) {
+        KX::KXCANMessage message;
+        return sendFrame(folder.path, 0x77) && bus.readFrame(message) == 0;
+    }
+
+    void waitUntilTraceHas(std::size_t entries) {
+        EXPECT_TRUE(waitUntil([&] {
+            manager.waitForEndPoints(KX::KXTick::getTickCount() + 20, 0);
+            return handler.trace.size() >= entries;
+        }));
+    }
+
+    const BusFolder folder;
+    KX::KXEndPointManager manager;
+    TracingHandler handler;
+};
+
+TEST_F(VirtualCANLossTest, ofTwoThatStartAtOnceOneServesTheBusAndTheOtherSaysSo) {
+    close(bindSocket(folder.path));
+    int other = -1;
+    afterProbe = [&] { other = runInChild(openAndTell); };
+    testing::internal::CaptureStderr();
+    const auto bus = open();
+    const std::string said = testing::internal::GetCapturedStderr();
+    ASSERT_NE(bus, nullptr);
+    EXPECT_TRUE(bus->isConnected());
+    EXPECT_EQ(other, closedBus) << "it joins later";
+    EXPECT_EQ(said, "[kx_can_raw:1] bus 0: " + folder.path + ": another process has locked the folder\n");
+    EXPECT_TRUE(isReached(*bus)) << "nobody serves the file";
+}
+
+TEST_F(VirtualCANLossTest, aFolderThatIsLockedOpensTheBusLater) {
+    const int other = ::open(folder.folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    ASSERT_EQ(flock(other, LOCK_EX), 0);
+    const auto bus = open();
+    ASSERT_NE(bus, nullptr);
+    EXPECT_FALSE(bus->isConnected());
+    EXPECT_EQ(bus->reconnect(), 20);
+    close(other);
+    EXPECT_EQ(bus->reconnect(), 0);
+    EXPECT_TRUE(isReached(*bus));
+}
+
+TEST_F(VirtualCANLossTest, aFolderThatMayNotBeListedStillServes) {
+    const uid_t nobody = 65534;
+    if (geteuid() == 0)
+        ASSERT_EQ(chown(folder.folder.c_str(), nobody, nobody), 0);
+    ASSERT_EQ(chmod(folder.folder.c_str(), 0300), 0);
+    std::unique_ptr<KXCANRaw> bus;
+    {
+        const NoAdministrator ordinary;
+        ASSERT_EQ(::open(folder.folder.c_str(), O_RDONLY | O_CLOEXEC), -1);
+        bus = open();
+    }
+    chmod(folder.folder.c_str(), 0700);
+    ASSERT_NE(bus, nullptr);
+    EXPECT_TRUE(isReached(*bus));
+}
+
+TEST_F(VirtualCANLossTest, aFileThatIsRemovedIsToldOnceAndBoundAnew) {
+    const auto bus = open();
+    ASSERT_NE(bus, nullptr);
+    ASSERT_EQ(manager.addEndPoint(bus.get(), &handler), 0);
+    testing::internal::CaptureStderr();
+    std::filesystem::remove(folder.path);
+    waitUntilTraceHas(2);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "[kx_can_raw:1] bus 0: " + folder.path + " was removed or replaced and is bound anew\n");
+    ASSERT_TRUE(sendFrame(folder.path, 5));
+    waitUntilTraceHas(3);
+    EXPECT_THAT(handler.trace, ElementsAre("lost", "back", "frame 5"));
+    EXPECT_EQ(manager.removeEndPoint(bus.get()), 0);
+}
+
+TEST_F(VirtualCANLossTest, aFileOfAnotherProcessIsLeftAloneUntilThatHasGone) {
+    const auto bus = open();
+    ASSERT_NE(bus, nullptr);
+    std::filesystem::remove(folder.path);
+    const int other = bindSocket(folder.path);
+    testing::internal::CaptureStderr();
+    EXPECT_TRUE(waitUntil([&] { return !bus->isConnected(); }));
+    EXPECT_EQ(bus->reconnect(), 20);
+    EXPECT_EQ(bus->reconnect(), 20);
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("was removed or replaced")) << "told";
+    EXPECT_TRUE(sendFrame(folder.path, 1)) << "the other one's file is gone";
+    close(other);
+    EXPECT_EQ(bus->reconnect(), 0);
+    EXPECT_TRUE(isReached(*bus));
+}
+
+TEST_F(VirtualCANLossTest, twoEndPointsOfOneProcessDoNotTakeTheBusFromEachOther) {
+    const auto first = open();
+    const auto second = open();
+    ASSERT_EQ(manager.addEndPoint(first.get(), &handler), 0);
+    ASSERT_EQ(manager.addEndPoint(second.get(), &handler), 0);
+    // Each of them looks at the file in this time.
+    EXPECT_EQ(manager.waitForEndPoints(KX::KXTick::getTickCount() + 2500, 0), 0);
+    EXPECT_TRUE(isReached(*second));
+    EXPECT_EQ(manager.removeEndPoint(first.get()), 0);
+    EXPECT_EQ(manager.removeEndPoint(second.get()), 0);
+}
+
+TEST_F(VirtualCANLossTest, theChildOfAForkLeavesTheFileToItsParent) {
+    auto bus = open();
+    ASSERT_NE(bus, nullptr);
+    EXPECT_EQ(runInChild([&] {
+                  bus.reset();
+                  return 0;
+              }),
+              0);
+    EXPECT_TRUE(isReached(*bus));
+    bus.reset();
+    EXPECT_FALSE(std::filesystem::exists(folder.path)) << "the parent removes it";
+}
+
+TEST_F(VirtualCANLossTest, aChangeOfTheWorkingFolderDoesNotLoseTheBus) {
+    const auto before = std::filesystem::current_path();
+    std::filesystem::current_path(folder.folder);
+    setenv("KX_CAN_BUS_0", "unix:bus", 1);
+    auto bus = open();
+    std::filesystem::current_path(before);
+    ASSERT_NE(bus, nullptr);
+    EXPECT_EQ(bus->reconnect(), 0);
+    EXPECT_TRUE(isReached(*bus));
+    bus.reset();
+    EXPECT_FALSE(std::filesystem::exists(folder.path));
+}
+
+} // namespace
