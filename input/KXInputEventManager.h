@@ -156,6 +156,7 @@ public:
     /// another bus.
     /// \return STATUS_OK (0), also when the keypad is not enabled, the bus does not exist or the manager is not
     ///         initialised; else what KXEndPointManager::addEndPoint returns
+    /// \throws std::bad_alloc  the layout is unchanged, no bus is open
     int setCANRemoteOptions(CANRemoteOptions options);
 
     /// Stores a number for the layout of the keyboard. No translation depends on it.
@@ -206,7 +207,7 @@ private:
     KX_LOCAL int classify(KXInputEvent& event);
     KX_LOCAL void post(KXEvent& event);
     KX_LOCAL int renumber(KXToolkitEvent& event);
-    KX_LOCAL int openCANRemote();
+    KX_LOCAL int openCANRemote(CANRemoteOptions& layout);
     KX_LOCAL void tellSettings(KXInputObserver& observer) const;
     KX_LOCAL CANRemoteOptions getKeypad() const;
     KX_LOCAL int keyCodeOf(int osKeyCode) const;
