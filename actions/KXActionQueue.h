@@ -77,6 +77,11 @@ public:
     ///
     /// Call it always on the same thread: only posts of the thread that called it first can be loops. It waits
     /// only if another thread took the last item meanwhile. The wait is a Boost interruption point.
+    ///
+    /// An action may call it. The inner call runs what is queued, and if it empties the queue, it forgets the
+    /// history, the calling action included: a loop of actions that do so is not found and ends with the stack.
+    ///
+    /// If an action throws, the exception passes to the caller. The action's item is gone, the others stay.
     /// \param deadline     tick (see KXTick) after which no further item is begun
     /// \param detectLoops  whether to keep the history by which loops are found
     /// \return STATUS_OK (0) the queue was emptied; STATUS_QUEUE_EMPTY (23) it was empty on entry;

@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <iterator>
+#include <memory>
 
 namespace KX {
 
@@ -49,11 +50,12 @@ KXEncoderDynamic* KXEncoderDynamic::theInstance = nullptr;
 KXEncoderDynamic* KXEncoderDynamic::instance() {
     if (theInstance)
         return theInstance;
-    theInstance = new KXEncoderDynamic;
-    if (theInstance->initialize() != STATUS_OK) {
+    auto made = std::make_unique<KXEncoderDynamic>();
+    if (made->initialize() != STATUS_OK) {
         reportError("Initializing encoder dynamics failed.");
-        delete theInstance; // which resets theInstance
+        return nullptr;
     }
+    theInstance = made.release();
     return theInstance;
 }
 
@@ -80,15 +82,16 @@ int KXEncoderDynamic::initialize() {
 }
 
 int KXEncoderDynamic::setDynamicParameters(const std::vector<KXEncoderDynamicPair>& pairs) {
+    std::vector<KXEncoderDynamicPair> table(pairs); // first: nothing changes if memory is lacking
     if (EncoderObserver* const observer = encoderObserver)
         observer->onSpeedTable(pairs);
     // Before the check on purpose: terminals in the field rely on this effect of a refused table.
     maxTimeGap = 500;
-    if (!timeGapsRise(pairs))
+    if (!timeGapsRise(table))
         return STATUS_TABLE_NOT_RISING;
-    if (pairs.size() >= 2)
-        maxTimeGap = 2 * pairs.back().timeGap;
-    dynamicParameters = pairs;
+    if (table.size() >= 2)
+        maxTimeGap = 2 * table.back().timeGap;
+    dynamicParameters.swap(table);
     return STATUS_OK;
 }
 

@@ -47,6 +47,7 @@ public:
     /// After a longer step than twice the last time gap the encoder counts as restarted. With fewer than two rows,
     /// and after a refused table, that limit is 500 ms.
     /// \return 0; 3 when the gaps do not rise, and then the old table stays
+    /// \throws std::bad_alloc  nothing is changed
     int setDynamicParameters(const std::vector<KXEncoderDynamicPair>& pairs);
     std::vector<KXEncoderDynamicPair> getDynamicParameters() const;
 

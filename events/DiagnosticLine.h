@@ -10,6 +10,7 @@ namespace KX {
 class LinePiece {
 public:
     LinePiece(const char* pieceText) : text(pieceText) {}
+    explicit LinePiece(std::string_view pieceText) : text(pieceText) {}
     LinePiece(int number);
     LinePiece(unsigned int number);
     LinePiece(const void* pointer);

@@ -5,12 +5,13 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
-#include <type_traits>
 
 namespace KX {
 
 // On a 32-bit machine a record has the layout of a holder in memory.
 static_assert(sizeof(void*) != 4 || (sizeof(KXSomeEvent) == sizeof(EventRecord) && alignof(KXSomeEvent) == 8));
+
+static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "records are little-endian, and so is every terminal");
 
 namespace {
 
@@ -44,47 +45,21 @@ struct Gap {
 };
 constexpr Gap gaps[] = {{0, 24}, {44, 48}, {76, 88}, {124, std::tuple_size_v<EventRecord>}};
 
-// Records are little-endian.
-template<class Field>
-void swapWhereBigEndian(Field& field) {
-    if constexpr (__BYTE_ORDER__ == __ORDER_BIG_ENDIAN__) {
-        if constexpr (std::is_array_v<Field>) {
-            for (auto& element : field)
-                swapWhereBigEndian(element);
-        } else {
-            auto* const bytes = reinterpret_cast<std::uint8_t*>(&field);
-            std::reverse(bytes, bytes + sizeof(Field));
-        }
-    }
-}
-
-class Writer {
-public:
-    explicit Writer(EventRecord& writtenRecord) : record(writtenRecord) {}
-
+struct Writer {
     template<class Field>
     void operator()(std::size_t place, const Field& field) const {
-        std::remove_const_t<Field> copy;
-        std::memcpy(&copy, &field, sizeof(Field));
-        swapWhereBigEndian(copy);
-        std::memcpy(&record[place], &copy, sizeof(Field));
+        std::memcpy(&record[place], &field, sizeof(Field));
     }
 
-private:
     EventRecord& record;
 };
 
-class Reader {
-public:
-    explicit Reader(const EventRecord& readRecord) : record(readRecord) {}
-
+struct Reader {
     template<class Field>
     void operator()(std::size_t place, Field& field) const {
         std::memcpy(&field, &record[place], sizeof(Field));
-        swapWhereBigEndian(field);
     }
 
-private:
     const EventRecord& record;
 };
 
@@ -98,7 +73,7 @@ void writeNoInput(const Writer& write) {
 
 void writeParts(EventRecord& record, const KXEvent& event, const EventParts& parts) {
     // Every byte is written once: clearing the whole record first costs more than filling it.
-    const Writer write(record);
+    const Writer write{record};
     for (const Gap& gap : gaps)
         std::fill(record.begin() + gap.begin, record.begin() + gap.end, std::uint8_t{0});
     constexpr std::uint64_t noSignal[2] = {};
@@ -130,7 +105,7 @@ EventRecord encodeEvent(KXEvent& event) {
 }
 
 void decodeEvent(const EventRecord& record, KXSomeEvent& event) {
-    const Reader read(record);
+    const Reader read{record};
     read(placeOfSignal, event.signalData);
     read(placeOfSourceClass, event.sourceClass);
     visitInputFields(static_cast<KXInputEvent&>(event), read);

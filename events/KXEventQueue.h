@@ -24,7 +24,8 @@ public:
     /// post calls it even if the pipe could not take the event. Not locked: set it before events are posted.
     ///
     /// For classified events the hook of the input event manager's queue runs with the manager's mutex held. It may
-    /// use the queue. It must not call inputEventOccurred or toolkitEventOccurred: the thread may deadlock.
+    /// use the queue. It must not call inputEventOccurred or toolkitEventOccurred: the thread may deadlock. If it
+    /// throws, the exception leaves \ref postEvent, and the event is queued all the same.
     void setAfterPostFunction(void (*function)());
 
     virtual ~KXEventQueue();

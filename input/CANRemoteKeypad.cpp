@@ -8,6 +8,7 @@
 #include "events/DiagnosticLine.h"
 #include "events/KXEventType.h"
 #include "input/Observation.h"
+#include "input/RunStep.h"
 #include "platform/KXCANMessage.h"
 #include "platform/KXCANRaw.h"
 #include "platform/KXEndPointManager.h"
@@ -16,6 +17,7 @@
 
 #include <iostream>
 #include <iterator>
+#include <memory>
 #include <utility>
 
 namespace KX {
@@ -85,8 +87,11 @@ void decodeEncoder(const KXCANMessage& message, const CANRemoteOptions& options,
         return;
     const EncoderMove move = encoderMove(position, last, options);
     writeLine(std::cout, {move.text, position, " (", last, ")"});
-    generateKey(ENCODER_MOVE_EVENT, move.keyCode, now);
-    lastEncoderPosition = static_cast<std::uint16_t>(position);
+    // An encoder or a key whose event fails keeps its state, and the next frame brings the event.
+    runStep("send the move of the keypad's encoder", [&] {
+        generateKey(ENCODER_MOVE_EVENT, move.keyCode, now);
+        lastEncoderPosition = static_cast<std::uint16_t>(position);
+    });
 }
 
 void decodeKey(const KXCANMessage& message, KeyOptionsCANRemote& key, unsigned int now) {
@@ -94,8 +99,20 @@ void decodeKey(const KXCANMessage& message, KeyOptionsCANRemote& key, unsigned i
     if (bit == key.pressed)
         return;
     writeLine(std::cout, {"Key ", key.keyNumber, ", KeyCode: ", key.keyCode, ", ", bit ? "pressed" : "released"});
-    generateKey(bit ? KEY_PRESS_EVENT : KEY_RELEASE_EVENT, key.keyCode, now);
-    key.pressed = bit;
+    runStep("send the keypad's key ", key.keyNumber, [&] {
+        generateKey(bit ? KEY_PRESS_EVENT : KEY_RELEASE_EVENT, key.keyCode, now);
+        key.pressed = bit;
+    });
+}
+
+void copyEncoder(CANRemoteOptions& to, const CANRemoteOptions& from) {
+    to.encoderUpKeyCode = from.encoderUpKeyCode;
+    to.encoderDownKeyCode = from.encoderDownKeyCode;
+    to.encoderCANId = from.encoderCANId;
+    to.encoderByteIndex = from.encoderByteIndex;
+    to.endPointSetting = from.endPointSetting;
+    to.encoderMask = from.encoderMask;
+    to.encoderLittleEndian = from.encoderLittleEndian;
 }
 
 // The observation's mutex orders frames and other inputs. Decoding needs none: only this thread uses the keys'
@@ -118,34 +135,55 @@ void decodeFrame(const KXCANMessage& message, CANRemoteOptions& options, unsigne
 } // namespace
 
 int KXInputEventManager::setCANRemoteOptions(CANRemoteOptions options) {
+    // A copy, so that nothing is half set if memory is lacking.
+    CANRemoteOptions layout = canRemoteOptions;
+    copyEncoder(layout, options);
+    for (std::size_t i = 0; i < std::size(options.keys); ++i) {
+        layout.keys[i] = options.keys[i];
+        layout.keys[i].pressed = 0;
+        layout.keyIndex.emplace(options.keys[i].canId, &canRemoteOptions.keys[i]);
+    }
     const Observation observation(this);
     if (observation)
         observation->onKeypad(options);
-    for (KeyOptionsCANRemote& key : options.keys)
-        key.pressed = 0;
-    const bool isEnabled = std::exchange(options.enabled, true);
-    options.keyIndex.clear();
-    canRemoteLayout = options;
-    // The index has the keys of all layouts so far.
-    options.enabled = false;
-    options.keyIndex = std::move(canRemoteOptions.keyIndex);
-    for (KeyOptionsCANRemote& key : canRemoteOptions.keys)
-        options.keyIndex.emplace(options.keys[&key - canRemoteOptions.keys].canId, &key);
-    canRemoteOptions = std::move(options);
-    return isEnabled ? openCANRemote() : STATUS_OK;
+    if (options.enabled && endPointManager)
+        return openCANRemote(layout);
+    std::swap(canRemoteOptions, layout);
+    return STATUS_OK;
 }
 
-int KXInputEventManager::openCANRemote() {
-    if (!endPointManager)
-        return STATUS_OK;
+// As it was set: the states of the keys belong to the thread that decodes frames.
+CANRemoteOptions KXInputEventManager::getKeypad() const {
+    CANRemoteOptions options;
+    options.enabled = true;
+    for (std::size_t i = 0; i < std::size(options.keys); ++i) {
+        const KeyOptionsCANRemote& key = canRemoteOptions.keys[i];
+        options.keys[i] = {key.keyNumber, key.keyCode, key.byteIndex, key.bitIndex, key.canId, 0};
+    }
+    copyEncoder(options, canRemoteOptions);
+    return options;
+}
+
+int KXInputEventManager::openCANRemote(CANRemoteOptions& layout) {
+    auto handler = std::make_unique<CANRemoteHandler>(this);
     writeLine(std::cout, {"KXInputEventManager::setRask44options: 44 enabled"});
-    canRemoteEndPoint = KXCANRaw::create(0, 0, 0);
-    if (!canRemoteEndPoint)
-        return STATUS_OK;
-    canRemoteEndPoint->configure(canRemoteOptions.endPointSetting);
+    std::unique_ptr<KXCANRaw> bus(KXCANRaw::create(0, 0, 0));
+    if (bus)
+        bus->configure(layout.endPointSetting);
+    std::swap(canRemoteOptions, layout); // before the first frame
+    int status = STATUS_OK;
+    try {
+        if (bus)
+            status = endPointManager->addEndPoint(bus.get(), handler.get());
+    } catch (...) {
+        std::swap(canRemoteOptions, layout);
+        throw;
+    }
+    canRemoteEndPoint = bus.release();
     // The bus and the handler are never released: an enabled keypad stays on until the process ends.
-    canRemoteHandler = new CANRemoteHandler(this);
-    return endPointManager->addEndPoint(canRemoteEndPoint, canRemoteHandler);
+    if (canRemoteEndPoint)
+        canRemoteHandler = handler.release();
+    return status;
 }
 
 CANRemoteHandler::CANRemoteHandler(KXInputEventManager* servedManager) : inputEventManager(servedManager) {}
@@ -158,7 +196,7 @@ void CANRemoteHandler::onEndPointReadable(KXEndPoint* endPoint, KXEndPointManage
     KXCANMessage message;
     if (!bus || bus->readFrame(message) != 0)
         return;
-    tellFrame(inputEventManager, message);
+    runStep("tell the observer of a frame", [&] { tellFrame(inputEventManager, message); });
     decodeFrame(message, inputEventManager->canRemoteOptions, now);
 }
 

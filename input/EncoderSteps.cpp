@@ -106,22 +106,24 @@ void KXInputEventManager::turnEncoderBundleBack(KXInputEvent& step) {
 void KXInputEventManager::endEncoderBundle() {
     if (!isOpen(encoderBundle))
         return;
-    if (encoderBundle.count != 0)
-        post(encoderBundle);
+    KXInputEvent steps = encoderBundle;
     encoderBundle.count = 0;
     encoderBundle.eventType = bundleClosed;
+    if (steps.count != 0)
+        post(steps); // last: after a hook that throws, the steps are not posted again
 }
 
 int KXInputEventManager::sendEncoderMoveEvent(unsigned int now) {
     if (now - encoderBundle.timeStamp < bundleIntervalMs)
         return STATUS_OK;
-    // A posted bundle stays open and keeps its value for the next one. A bundle without new steps is closed.
-    if (isOpen(encoderBundle) && encoderBundle.count != 0)
-        post(encoderBundle);
-    else
-        encoderBundle.eventType = bundleClosed;
+    KXInputEvent steps = encoderBundle;
     encoderBundle.timeStamp = now;
     encoderBundle.count = 0;
+    // A posted bundle stays open and keeps its value for the next one. A bundle without new steps is closed.
+    if (isOpen(steps) && steps.count != 0)
+        post(steps); // last, as above
+    else
+        encoderBundle.eventType = bundleClosed;
     return STATUS_OK;
 }
 

@@ -4,6 +4,7 @@
 #include "events/DiagnosticLine.h"
 #include "events/EventFields.h"
 #include "input/Observation.h"
+#include "input/RunStep.h"
 #include "platform/KXEndPointManager.h"
 #include "platform/KXMutex.h"
 #include "platform/KXStatus.h"
@@ -11,6 +12,7 @@
 #include "platform/KXTick.h"
 
 #include <cstdlib>
+#include <exception>
 #include <iostream>
 
 namespace KX {
@@ -119,10 +121,24 @@ void* KXInputEventManager::inputEventManagerThreadFunc(void* manager) {
     return nullptr;
 }
 
+void reportException(const char* aim, const LinePiece& detail) {
+    const auto write = [&](const char* reason) {
+        writeLine(std::cerr, {"KXInputEventManager: Failed to ", aim, LinePiece(detail.text), ": ", reason});
+    };
+    try {
+        throw;
+    } catch (const std::exception& exception) {
+        write(exception.what());
+    } catch (...) {
+        write("unknown exception");
+    }
+}
+
 void KXInputEventManager::runWorker() {
     while (!stopThread) {
-        endPointManager->waitForEndPoints(KXTick::getTickCount() + passIntervalMs, 0);
-        tellPassDue();
+        runStep("wait for end points",
+                [this] { endPointManager->waitForEndPoints(KXTick::getTickCount() + passIntervalMs, 0); });
+        runStep("tell the observer that a pass is due", tellPassDue);
         makePass();
     }
 }
@@ -134,9 +150,11 @@ void KXInputEventManager::makePass() {
         const Observation observation(Observation::mutexIsHeld);
         const unsigned int now = KXTick::getTickCount();
         if (observation)
-            observation->onPass(now);
-        sendLongPressEvent(now);
-        sendEncoderMoveEvent(now);
+            runStep(
+                "tell the observer of a pass", [&] { observation->onPass(now); });
+        runStep(
+            "finish the post of a long press", [&] { sendLongPressEvent(now); });
+        runStep("finish the post of encoder steps", [&] { sendEncoderMoveEvent(now); });
     }
     mutex->unlock();
 }

@@ -8,6 +8,7 @@
 #include <atomic>
 #include <cstdint>
 #include <map>
+#include <optional>
 
 namespace KX {
 
@@ -31,6 +32,15 @@ struct KXInputMemory;
 /// classified events on the toolkit's thread or the worker, with the manager's mutex held. It must not hand input
 /// in: the mutex is not recursive, so the thread may deadlock. Both platforms here report it instead, in the debug
 /// section "kx_mutex" at level 1.
+///
+/// A hook that throws: the event is in the queue. On the toolkit's thread the exception passes to the caller, and
+/// what the same input would have posted next is lost, such as a release after its long release. On the worker one
+/// line on standard error says what was not finished, also for an observer that throws and for a lack of memory.
+/// The worker goes on.
+///
+/// The worker writes a line to standard output for each key of a keypad. If nobody reads the pipe there, it blocks
+/// as soon as the pipe is full: frames, long presses, bundles and \ref deleteInstance wait. It holds no mutex
+/// meanwhile, so the toolkit's thread goes on until it writes a line itself.
 ///
 /// One manager serves the process. Create it at start-up and delete it at shut-down, on one thread.
 class KX_EVENTS_API KXInputEventManager {
@@ -142,9 +152,10 @@ public:
     int setLongKeyPressDuration(unsigned int ms);
 
     /// Adds to the key tables or overwrites entries, from toolkit key codes to the library's and back. If two
-    /// toolkit keys have the same key code, the way back leads to the greater one. Not locked: never call it while
-    /// input is delivered.
+    /// toolkit keys have the same key code, the way back leads to the greater one. Call it while no input is
+    /// delivered. Other threads may generate keys meanwhile.
     /// \return STATUS_OK (0)
+    /// \throws std::bad_alloc  no key is changed
     int setKeyMapping(std::map<int, int> mapping);
 
     /// Restores the default keys (Escape, Home, Tab, Return, Up, Down, End) in the key tables; others stay.
@@ -163,16 +174,23 @@ public:
     /// another bus.
     /// \return STATUS_OK (0), also when the keypad is not enabled, the bus does not exist or the manager is not
     ///         initialised; else what KXEndPointManager::addEndPoint returns
+    /// \throws std::bad_alloc  the layout is unchanged, no bus is open
     int setCANRemoteOptions(CANRemoteOptions options);
 
     /// Stores a number for the layout of the keyboard. No translation depends on it.
     void setKeyboardLayout(int layout);
 
     /// Posts a Qt key event for the key of \p event to the active window: a press for KEY_PRESS_EVENT and
-    /// ENCODER_MOVE_EVENT, a release for any other type. Any thread.
+    /// ENCODER_MOVE_EVENT, a release for any other type.
+    ///
+    /// Any thread. On another thread than the QApplication's, the call only posts a request. The application's
+    /// thread takes it in a turn of its event loop, looks for the active window and posts the key, which arrives in
+    /// the next turn. Keys keep their order. Requests that wait when the QApplication is destroyed are taken then.
     ///
     /// A key code that is not in \ref getKXtoOSCodeMap gives Qt a null event, which crashes it: check a key layout
-    /// before use. A missing active window is reported on standard error, and the Qt event is not freed.
+    /// before use. The thread that looks for the window reports a missing one on standard error, and the Qt event
+    /// is not freed. Without a QApplication that is the calling thread.
+    /// \throws std::bad_alloc  nothing is posted
     static void generateKeyEvent(KXInputEvent event);
 
     // The steps of classification, in their order. Public for programs that drive them with a clock of their own.
@@ -204,6 +222,7 @@ private:
     static constexpr std::uint32_t defaultLongPressMs = 2000;
 
     class EncoderSettings;         // tells the observer of the encoder's settings
+    class KeyRequests;             // brings generated keys to the application's thread
     friend class CANRemoteHandler; // decodes frames by the layout
     friend class Observation;      // tells the observer with the mutex held
 
@@ -213,9 +232,12 @@ private:
     KX_LOCAL int classify(KXInputEvent& event);
     KX_LOCAL void post(KXEvent& event);
     KX_LOCAL int renumber(KXToolkitEvent& event);
-    KX_LOCAL int openCANRemote();
+    KX_LOCAL int openCANRemote(CANRemoteOptions& layout);
     KX_LOCAL void tellSettings(KXInputObserver& observer) const;
+    KX_LOCAL CANRemoteOptions getKeypad() const;
     KX_LOCAL int keyCodeOf(int osKeyCode) const;
+    KX_LOCAL static std::optional<int> toolkitCodeOf(int keyCode);
+    KX_LOCAL static void postKey(const KXInputEvent& event);
     KX_LOCAL int forwardAs(int eventType, KXToolkitEvent& event);
     KX_LOCAL int forwardKeyAs(int eventType, KXToolkitEvent& event);
     KX_LOCAL void endLongPress(int releaseType);
@@ -226,7 +248,7 @@ private:
     KX_LOCAL void accelerate(KXInputEvent& step, KXInputEvent& sum);
 
     static std::atomic<KXInputEventManager*> theInstance;
-    static std::map<int, int> kxCodeToOSCodeMap; // written by setKeyMapping only, see there
+    static std::map<int, int>& kxCodeToOSCodeMap; // guarded by a mutex beside its definition; never destroyed
 
     // Set from any thread.
     std::atomic<bool> acceptingInput{true};
@@ -247,7 +269,6 @@ private:
     CANRemoteHandler* canRemoteHandler = nullptr; // never released
     KXCANRaw* canRemoteEndPoint = nullptr;        // never released
     CANRemoteOptions canRemoteOptions;
-    CANRemoteOptions canRemoteLayout; // as it was set: for observers, which must not read the keys' states
 
     // Guarded by mutex.
     KXInputEvent lastPressEvent;     // previous press, as it was before it was reclassified

@@ -132,7 +132,7 @@ void KXInputEventManager::tellSettings(KXInputObserver& observer) const {
     }
     observer.onKeyMapping(osCodeToKXCodeMap);
     if (canRemoteEndPoint)
-        observer.onKeypad(canRemoteLayout);
+        observer.onKeypad(getKeypad());
 }
 
 KXInputMemory KXInputEventManager::getMemory() {

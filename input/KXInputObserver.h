@@ -41,7 +41,8 @@ struct KXInputMemory {
 ///
 /// The operations run on the thread that brings the input, with the manager's mutex held, except \ref onPassDue.
 /// They must not block for long, must not hand input in and must not wait for a thread that calls the manager.
-/// Arguments live for the call only. Calls that the manager refuses are reported too.
+/// Arguments live for the call only. Calls that the manager refuses are reported too. If an operation throws, the
+/// worker reports it and goes on; any other thread drops the input and passes the exception to its caller.
 class KX_EVENTS_API KXInputObserver {
 public:
     virtual ~KXInputObserver();

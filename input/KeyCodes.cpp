@@ -6,6 +6,8 @@
 
 #include <Qt>
 
+#include <mutex>
+
 namespace KX {
 
 namespace {
@@ -29,29 +31,35 @@ std::map<int, int> defaultKeyMapping() {
     return mapping;
 }
 
+// The new entries replace those with the same key. Nothing is removed: a generated key may still need a toolkit key
+// for a code that no key produces any more. No allocation.
+void enter(std::map<int, int>& entries, std::map<int, int>& table) {
+    entries.merge(table);
+    table.swap(entries);
+}
+
+// Any thread may generate keys, also while another one sets the table. Held for one entry or one merge.
+std::mutex keyTableMutex;
+
 } // namespace
 
-std::map<int, int> KXInputEventManager::kxCodeToOSCodeMap;
+// Other threads may generate keys until the process ends.
+std::map<int, int>& KXInputEventManager::kxCodeToOSCodeMap = *new std::map<int, int>;
 
 void KXInputEventManager::initializeOSCodeToKXCodeMap() {
-    const Observation observation(this);
-    if (observation)
-        observation->onKeyMapping(defaultKeyMapping());
-    for (const KeyAssignment& key : defaultKeys)
-        osCodeToKXCodeMap[key.toolkitCode] = key.keyCode;
-    for (const KeyAssignment& key : defaultKeys)
-        kxCodeToOSCodeMap[key.keyCode] = key.toolkitCode;
+    setKeyMapping(defaultKeyMapping());
 }
 
 int KXInputEventManager::setKeyMapping(std::map<int, int> mapping) {
+    std::map<int, int> toolkitCodes;
+    for (const auto& [toolkitCode, keyCode] : mapping)
+        toolkitCodes[keyCode] = toolkitCode;
     const Observation observation(this);
     if (observation)
         observation->onKeyMapping(mapping);
-    // Nothing is removed: generateKeyEvent may still need a toolkit key for a code that no key produces any more.
-    for (const auto& [toolkitCode, keyCode] : mapping) {
-        osCodeToKXCodeMap[toolkitCode] = keyCode;
-        kxCodeToOSCodeMap[keyCode] = toolkitCode;
-    }
+    enter(mapping, osCodeToKXCodeMap);
+    const std::lock_guard<std::mutex> lock(keyTableMutex);
+    enter(toolkitCodes, kxCodeToOSCodeMap);
     return STATUS_OK;
 }
 
@@ -69,6 +77,12 @@ void KXInputEventManager::setKeyboardLayout(int layout) {
 int KXInputEventManager::keyCodeOf(int osKeyCode) const {
     const auto entry = osCodeToKXCodeMap.find(osKeyCode);
     return entry == osCodeToKXCodeMap.end() ? KX_KEY_UNMAPPED : entry->second;
+}
+
+std::optional<int> KXInputEventManager::toolkitCodeOf(int keyCode) {
+    const std::lock_guard<std::mutex> lock(keyTableMutex);
+    const auto entry = kxCodeToOSCodeMap.find(keyCode);
+    return entry == kxCodeToOSCodeMap.end() ? std::nullopt : std::optional(entry->second);
 }
 
 } // namespace KX

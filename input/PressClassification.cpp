@@ -106,24 +106,25 @@ int KXInputEventManager::markPossibleLongPress(KXInputEvent& event) {
 }
 
 void KXInputEventManager::endLongPress(int releaseType) {
-    switch (longPressCandidate.eventType) {
+    KXInputEvent ended = longPressCandidate;
+    longPressCandidate.eventType = nothingPending; // first: a hook may throw
+    switch (ended.eventType) {
     case KEY_LONG_PRESS_EVENT:
-        longPressCandidate.eventType = KEY_LONG_RELEASE_EVENT;
-        post(longPressCandidate);
+        ended.eventType = KEY_LONG_RELEASE_EVENT;
+        post(ended);
         break;
     case MOUSE_LONG_PRESS_EVENT:
         if (releaseType != MOUSE_ESCAPE_EVENT) {
-            longPressCandidate.eventType = MOUSE_LONG_RELEASE_EVENT;
-            post(longPressCandidate);
+            ended.eventType = MOUSE_LONG_RELEASE_EVENT;
+            post(ended);
         }
         break;
     default:
-        if (longPressCandidate.eventType != nothingPending && !isPressEvent(longPressCandidate.eventType))
-            writeLine(std::cerr, {"KXInputEventManager::markPossibleLongPress(): unknown input event: ",
-                                  longPressCandidate.eventType});
+        if (ended.eventType != nothingPending && !isPressEvent(ended.eventType))
+            writeLine(std::cerr,
+                      {"KXInputEventManager::markPossibleLongPress(): unknown input event: ", ended.eventType});
         break;
     }
-    longPressCandidate.eventType = nothingPending;
 }
 
 int KXInputEventManager::sendLongPressEvent(unsigned int now) {

@@ -7,11 +7,6 @@
 #include "input/Observation.h"
 #include "platform/KXStatus.h"
 
-#include <QApplication>
-#include <QKeyEvent>
-#include <QString>
-#include <QWidget>
-
 #include <iostream>
 
 namespace KX {
@@ -20,11 +15,6 @@ namespace {
 
 // No event type has this number; applications know clicks by it.
 constexpr int clickEventType = 1010;
-
-QEvent::Type qtTypeOf(int eventType) {
-    const bool isPress = eventType == KEY_PRESS_EVENT || eventType == ENCODER_MOVE_EVENT;
-    return isPress ? QEvent::KeyPress : QEvent::KeyRelease;
-}
 
 } // namespace
 
@@ -77,25 +67,6 @@ int KXInputEventManager::forwardAs(int eventType, KXToolkitEvent& event) {
     event.eventType = eventType;
     event.eventClass = INPUT_EVENT_CLASS;
     return inputEventOccurred(event);
-}
-
-void KXInputEventManager::generateKeyEvent(KXInputEvent event) {
-    // An unknown key posts a null event, which crashes Qt. Applications must check a key layout before use; a key
-    // without effect would hide a missing check.
-    QKeyEvent* keyEvent = nullptr;
-    const auto key = kxCodeToOSCodeMap.find(event.keyCode);
-    if (key != kxCodeToOSCodeMap.end())
-        keyEvent = new QKeyEvent(qtTypeOf(event.eventType), key->second, Qt::NoModifier, QString(), false, 1);
-
-    QWidget* const window = QApplication::activeWindow();
-    if (!window) {
-        // The Qt event is not freed. It does not happen while a window is active.
-        writeLine(std::cerr,
-                  {"KXInputEventManager::generateKeyEvent(): Failed to find the active window to send the "
-                   "event to."});
-        return;
-    }
-    QCoreApplication::postEvent(window, keyEvent, Qt::NormalEventPriority);
 }
 
 int KXInputEventManager::postESCtoEventQueue(bool pressed) {

@@ -15,9 +15,5 @@ bool printMap() {
     while (std::fgets(line, sizeof line, map))
         std::fputs(line, stdout);
     std::fclose(map);
-    std::puts("");
-    const bool printed = std::fflush(stdout) == 0;
-    while (std::getchar() != EOF) {
-    }
-    return printed;
+    return std::fflush(stdout) == 0;
 }

@@ -2,9 +2,7 @@
 arguments. The command for both is measure."""
 
 import argparse
-import json
 import os
-import statistics
 import sys
 import tempfile
 
@@ -13,7 +11,7 @@ from shared import TOP, Failed, call, read_cache, say
 from . import elf, emulator, report
 
 LIBRARIES = ("libKXAPI_Events", "libKXAPI_OS_ABS", "libKXAPI_Hardware", "libKXAPI_Utility")
-STARTS, TIMED_RUNS = ("goes_without", "links", "creates"), 20
+RUNS = 3  # of each program: the counts must be the same
 
 
 class Footprint:
@@ -38,23 +36,15 @@ class Footprint:
         mark = elf.address(self.readelf, built, "footprintMark")
         return tell(*emulator.count(self.emulator, f"{self.folder}/bin/footprint_{name}", mark))
 
-    def watch_starts(self):
-        """One after the other, so that whatever else the machine does hits all of them."""
-        say(f"Watching the programs start, {TIMED_RUNS} times")
-        runs = [{name: emulator.watch_start(self.emulator, f"{self.folder}/bin/footprint_{name}") for name in STARTS}
-                for _ in range(TIMED_RUNS)]
-        return {name: {value: statistics.median(run[name][value] for run in runs) for value in runs[0][name]}
-                for name in STARTS}
-
-    def measure(self, runs):
-        measured = {"emulator": call(self.emulator[0], "--version").splitlines()[0], "watched": self.watch_starts(),
+    def measure(self):
+        measured = {"emulator": call(self.emulator[0], "--version").splitlines()[0],
                     "libraries": {name: elf.measure(self.readelf, os.path.realpath(f"{self.folder}/lib/{name}.so.1"))
                                   for name in LIBRARIES}}
         for name, what, tell in (("goes_without", "a start without the library", report.start),
                                  ("links", "a start with the library", report.start),
                                  ("creates", "a start that creates a manager", report.creation),
                                  ("presses", "key presses", report.presses)):
-            measured[name] = repeated(what, runs, lambda name=name, tell=tell: self.count(name, tell))
+            measured[name] = repeated(what, RUNS, lambda name=name, tell=tell: self.count(name, tell))
         return measured
 
     def check_presses(self):
@@ -81,12 +71,8 @@ def main():
         description="Builds the library for 32-bit ARM and prints its sizes, and what a start and a key press take.")
     parser.add_argument("--build", help=argparse.SUPPRESS)
     parser.add_argument("--check-presses", help=argparse.SUPPRESS, action="store_true")
-    parser.add_argument("--runs", type=int, default=3, help="how often each is counted; 3 if not told otherwise")
-    parser.add_argument("--json", action="store_true", help="print all that was measured as JSON instead of tables")
     parser.add_argument("--write", action="store_true", help="also put the tables into docs/footprint.md")
     arguments = parser.parse_args()
-    if arguments.runs < 2:
-        parser.error("whether a count repeats shows from 2 runs on")
     if not arguments.build:
         return 0
     try:
@@ -94,10 +80,10 @@ def main():
             footprint = Footprint(arguments.build, folder)
             if arguments.check_presses:
                 return footprint.check_presses()
-            measured = footprint.measure(arguments.runs)
-        print(json.dumps(measured, indent=2) if arguments.json else report.tables(measured))
+            tables = report.tables(footprint.measure())
+        print(tables)
         if arguments.write:
-            report.replace(os.path.join(TOP, "docs", "footprint.md"), report.tables(measured))
+            report.replace(os.path.join(TOP, "docs", "footprint.md"), tables)
         return 0
     except (Failed, OSError) as error:
         say(f"error: {error}")

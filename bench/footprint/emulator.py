@@ -3,11 +3,9 @@
 The log lists the instructions of a block of code when the block is translated, and has a line each time that a thread
 enters a block, and for each system call. A block is executed to its end. Only the first thread, number 0, counts."""
 
-import contextlib
 import os
 import re
 import subprocess
-import time
 from collections import Counter
 
 from shared import Failed
@@ -83,55 +81,17 @@ class Execution:
             self.take_all([trace + rest])
 
 
-@contextlib.contextmanager
-def running(emulator, program, **arguments):
-    """The program without an environment: else the count would not repeat."""
-    with subprocess.Popen([*emulator, program], env={}, stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True,
-                          **arguments) as process:
-        yield process
-    if process.returncode != 0:
-        raise Failed(f"{os.path.basename(program)} ended with status {process.returncode} in the emulator")
-
-
-def watch_start(emulator, program):
-    """Seconds until the program prints its map, and in KiB what memory it has then."""
-    begin = time.monotonic()
-    with running(emulator, program) as process:
-        first_area = process.stdout.readline()
-        seconds = time.monotonic() - begin
-        while process.stdout.readline().strip():
-            pass  # the map ends with an empty line, the output with nothing
-        memory = memory_of(process.pid, program, first_area) if first_area else {}
-    return {"seconds": seconds, **memory}
-
-
 def count(emulator, program, mark):
-    """The stretches of the program between its marks, and its map."""
+    """The stretches of the program between its marks, and its map. No environment: else the count would not repeat."""
     reader, writer = os.pipe()
     execution = Execution(mark)
     log_options = ["-d", "in_asm,exec,nochain,strace", "-D", f"/dev/fd/{writer}"]
-    with running([*emulator, *log_options], program, pass_fds=[writer]) as process:
+    with subprocess.Popen([*emulator, *log_options, program], env={}, stdout=subprocess.PIPE, text=True,
+                          pass_fds=[writer]) as process:
         os.close(writer)
-        process.stdin.close()
         with os.fdopen(reader, "rb") as log:
             execution.take_all(log)
         output = process.stdout.read()
+    if process.returncode != 0:
+        raise Failed(f"{os.path.basename(program)} ended with status {process.returncode} in the emulator")
     return execution.stretches, output.splitlines()
-
-
-def memory_of(pid, program, first_area):
-    """What it has written to (anonymous; what is called dirty has pages of files, too), and the most that it and the
-    emulator had together. The program's addresses lie in the emulator's from where the program's address 0 is."""
-    base, inside, written = None, False, 0
-    with open(f"/proc/{pid}/smaps", encoding="utf-8") as lines:
-        for name, *fields in map(str.split, lines):
-            if "-" in name:
-                begin = int(name.split("-")[0], 16)
-                if base is None and fields[-1] == os.path.realpath(program):
-                    base = begin - int(first_area.split("-")[0], 16)
-                inside = base is not None and base <= begin < base + 2**32
-            elif inside and name == "Anonymous:":
-                written += int(fields[0])
-    with open(f"/proc/{pid}/status", encoding="utf-8") as lines:
-        most = next(int(line.split()[1]) for line in lines if line.startswith("VmHWM:"))
-    return {"written_kib": written, "emulator_kib": most}

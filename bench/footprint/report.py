@@ -83,8 +83,7 @@ def tables(measured):
 
 def runs(measured):
     """The starts and the presses."""
-    counted, watched = ([found[name] for name in ("goes_without", "links", "creates")]
-                        for found in (measured, measured["watched"]))
+    counted = [measured[name] for name in ("goes_without", "links", "creates")]
     first, last = measured["presses"][0], measured["presses"][-1]
     columns = {f"{name}: {half}": press[half] for name, press in (("first", first), ("later", last))
                for half in ("toolkitEventOccurred", "getNextEvent")}
@@ -94,10 +93,7 @@ def runs(measured):
         table([["start", "Qt and Boost only", "with the libraries", "and a manager"],
                ["instructions before main", *(count["instructions"] for count in counted)],
                ["of these the loader's", *(count["loader"] for count in counted)],
-               ["instructions of createInstance", "", "", counted[-1]["creation"]],
-               ["memory written, KiB", *(round(watch["written_kib"]) for watch in watched)],
-               ["most memory, with the emulator's own, KiB", *(round(watch["emulator_kib"]) for watch in watched)],
-               ["time in the emulator, ms", *(round(1000 * watch["seconds"]) for watch in watched)]]),
+               ["instructions of createInstance", "", "", counted[-1]["creation"]]]),
         table([["instructions of createInstance", "number"], *counted[-1]["owners"].items(),
                ["together", counted[-1]["creation"]]]),
         table([["instructions of a key press", *columns],

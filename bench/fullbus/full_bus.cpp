@@ -4,6 +4,7 @@
 
 #include "bench/fullbus/KeypadApplication.h"
 #include "bench/support/Heap.h"
+#include "input/KXInputObserver.h"
 #include "tools/canbus/CANSender.h"
 
 #include <QElapsedTimer>
@@ -17,10 +18,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
-#include <dlfcn.h>
 #include <exception>
 #include <fcntl.h>
-#include <linux/can.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <thread>
@@ -29,20 +28,20 @@
 namespace Bench {
 namespace {
 
-// The frames that the library takes from its bus, counted at its calls of recv by the thread that reads the bus. One is
-// out of order when its number does not follow that of its predecessor.
-std::atomic<std::uint32_t> framesTaken{0};
-std::atomic<std::uint32_t> framesOutOfOrder{0};
+/// Counts the frames that the library takes from its bus, on the thread that reads the bus. One is out of order when
+/// its number does not follow that of its predecessor.
+struct FrameCount : KX::KXInputObserver {
+    FrameCount() { KX::KXInputEventManager::setObserver(this); }
+    ~FrameCount() override { KX::KXInputEventManager::setObserver(nullptr); }
 
-void countFrame(int descriptor, const void* buffer) {
-    int type = 0;
-    socklen_t size = sizeof type;
-    if (getsockopt(descriptor, SOL_SOCKET, SO_TYPE, &type, &size) != 0 || type != SOCK_DGRAM)
-        return;
-    const std::uint32_t expected = framesTaken++;
-    if (BusTraffic::getNumber(static_cast<const can_frame*>(buffer)->data) != expected)
-        ++framesOutOfOrder;
-}
+    void onFrame(const KX::KXCANMessage& frame) override {
+        if (BusTraffic::getNumber(frame.canData) != taken++)
+            ++outOfOrder;
+    }
+
+    std::atomic<std::uint32_t> taken{0};
+    std::atomic<std::uint32_t> outOfOrder{0};
+};
 
 /// Sends the frames one by one as on a bus: the reader has to wake up for each.
 /// \return how many; 0 when it failed, which it has said on standard error
@@ -121,7 +120,7 @@ struct Result {
 };
 
 /// Runs the main loop until all was sent, and until the last events are there.
-Result run(int bus, const BusTraffic& traffic, const KeypadApplication& application) {
+Result run(int bus, const BusTraffic& traffic, const KeypadApplication& application, const FrameCount& frames) {
     Result result;
     QElapsedTimer clock;
     clock.start();
@@ -139,7 +138,8 @@ Result run(int bus, const BusTraffic& traffic, const KeypadApplication& applicat
     QCoreApplication::exec();
     sent.setEnabled(false);
     const auto isComplete = [&] {
-        return framesTaken >= result.sent && application.taken.keyEvents >= traffic.countKeyChanges(result.sent) &&
+        return frames.taken >= result.sent &&
+               application.taken.keyEvents >= traffic.countKeyChanges(result.sent) &&
                application.taken.encoderSteps >= BusTraffic::countEncoderFrames(result.sent);
     };
     const int longForAnyMachineMs = 10000;
@@ -153,11 +153,11 @@ Result run(int bus, const BusTraffic& traffic, const KeypadApplication& applicat
 }
 
 bool report(std::FILE* output, const Result& result, const BusTraffic& traffic, const Taken& taken,
-            double mostPercent) {
+            const FrameCount& counted, double mostPercent) {
     const std::uint32_t keys = traffic.countKeyChanges(result.sent);
     const std::uint32_t steps = BusTraffic::countEncoderFrames(result.sent);
-    const std::uint32_t frames = framesTaken;
-    const std::uint32_t outOfOrder = framesOutOfOrder;
+    const std::uint32_t frames = counted.taken;
+    const std::uint32_t outOfOrder = counted.outOfOrder;
     const double percent = 100 * result.processorSeconds / result.seconds;
     std::fprintf(output,
                  "frames sent          %u in %.2f s, %.0f a second\n"
@@ -186,23 +186,14 @@ bool measure(int argc, char** argv, const Options& options, std::FILE* output) {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     qputenv("KX_CAN_BUS_0", bus.c_str());
     const QApplication application(argc, argv);
+    const FrameCount frames;
     const KeypadApplication keypad(traffic);
-    const Result result = run(process, traffic, keypad);
-    return report(output, result, traffic, keypad.taken, options.mostPercent);
+    const Result result = run(process, traffic, keypad, frames);
+    return report(output, result, traffic, keypad.taken, frames, options.mostPercent);
 }
 
 } // namespace
 } // namespace Bench
-
-// Stands before the C library's for everything in this process; nothing else in it receives datagrams of a frame's size.
-extern "C" __attribute__((visibility("default"))) ssize_t recv(int descriptor, void* buffer, size_t size,
-                                                               int flags) {
-    static const auto next = reinterpret_cast<ssize_t (*)(int, void*, size_t, int)>(dlsym(RTLD_NEXT, "recv"));
-    const ssize_t received = next(descriptor, buffer, size, flags);
-    if (received == static_cast<ssize_t>(sizeof(can_frame)) && size == sizeof(can_frame))
-        Bench::countFrame(descriptor, buffer);
-    return received;
-}
 
 int main(int argc, char** argv) {
     Bench::Options options;

@@ -239,6 +239,22 @@ TEST_F(ActionQueue, lets_an_exception_of_an_action_through_and_goes_on_behind_it
     EXPECT_EQ(failing.executions, 1);
 }
 
+TEST_F(ActionQueue, may_be_drained_by_an_action_which_then_triggers_no_more) {
+    TestAction inner, late;
+    TestAction outer([&] {
+        post(inner);
+        EXPECT_EQ(queue->executeActions(farAhead, true), 0);
+        EXPECT_EQ(inner.executions, 1);
+        EXPECT_EQ(queue->currentAction, nullptr) << "forgotten with the history";
+        post(late);
+        EXPECT_EQ(queue->pendingItems.front().triggeringAction, nullptr);
+    });
+    post(outer);
+    EXPECT_EQ(queue->executeActions(farAhead, true), 0);
+    EXPECT_EQ(late.executions, 1);
+    EXPECT_EQ(queue->executedCount, 0U);
+}
+
 TEST_F(ActionQueue, drains_a_million_items) {
     TestAction action;
     for (int i = 0; i < 1000000; ++i)

@@ -63,7 +63,8 @@ protected:
     void frameComes(const KXCANMessage& frame) {
         KXSimulation::scheduleCANFrame(0, KXTick::getTickCount(), frame);
         KXSimulation::advance(0);
-        QCoreApplication::sendPostedEvents();
+        QCoreApplication::sendPostedEvents(); // the worker's request for a key
+        QCoreApplication::sendPostedEvents(); // the key
     }
 
     void keypadShows(int bits) {

@@ -54,6 +54,7 @@ public:
 
     /// Key events posted since the last call.
     std::vector<ToolkitKey> take() {
+        QCoreApplication::sendPostedEvents(); // keys of other threads are posted now
         QCoreApplication::sendPostedEvents(this);
         return std::exchange(keys, {});
     }

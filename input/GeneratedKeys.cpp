@@ -1,0 +1,157 @@
+// Keys that the library generates: Qt key events for the active window.
+//
+// Only the application's thread knows which window is active, and may delete it at any time. A key that another
+// thread generates goes to that thread as a request, and becomes a key event there.
+
+#include "input/KXInputEventManager.h"
+
+#include "events/DiagnosticLine.h"
+#include "events/KXEventType.h"
+#include "input/RunStep.h"
+
+#include <QApplication>
+#include <QKeyEvent>
+#include <QString>
+#include <QThread>
+#include <QWidget>
+
+#include <atomic>
+#include <iostream>
+#include <memory>
+#include <mutex>
+#include <utility>
+
+namespace KX {
+
+namespace {
+
+QEvent::Type qtTypeOf(int eventType) {
+    const bool isPress = eventType == KEY_PRESS_EVENT || eventType == ENCODER_MOVE_EVENT;
+    return isPress ? QEvent::KeyPress : QEvent::KeyRelease;
+}
+
+QEvent::Type requestType() {
+    static const int type = QEvent::registerEventType();
+    return static_cast<QEvent::Type>(type);
+}
+
+struct KeyRequest : QEvent {
+    explicit KeyRequest(const KXInputEvent& requestedKey) : QEvent(requestType()), key(requestedKey) {}
+
+    const KXInputEvent key;
+};
+
+// The calling thread is that of an application with windows.
+thread_local bool mayUseWindows = false;
+
+} // namespace
+
+/// Takes the requests, on the application's thread.
+class KX_LOCAL KXInputEventManager::KeyRequests : public QObject {
+public:
+    /// \return false when there is no application with windows
+    static bool add(const KXInputEvent& key);
+
+    /// Takes what other threads requested before now, so that keys keep their order. On the application's thread.
+    static void takeWaiting();
+
+    bool event(QEvent* event) override;
+
+private:
+    static void open();
+    static void close();
+
+    /// When the process exits, Qt ends after this library. From then on nothing is posted.
+    struct ProcessEnd {
+        ~ProcessEnd() {
+            const std::lock_guard<std::mutex> lock(mutex);
+            isOver = true;
+        }
+    };
+
+    // Locked while a request is posted: the application does not end meanwhile.
+    inline static std::mutex mutex;
+    inline static bool isOver = false;             // guarded by mutex
+    inline static KeyRequests* receiver = nullptr; // guarded by mutex; changes on the application's thread only
+    inline static std::atomic<int> waiting{0};     // posted and not yet taken; each change passes a request on
+    inline static const ProcessEnd processEnd;
+
+    // Qt calls it for each application that is made, or now if there is one already.
+    inline static const bool isKnownToQt = (qAddPreRoutine(&open), true);
+};
+
+void KXInputEventManager::KeyRequests::open() {
+    const auto* const application = qobject_cast<QApplication*>(QCoreApplication::instance());
+    if (!application)
+        return;
+    auto* const opened = new KeyRequests;
+    opened->moveToThread(application->thread()); // a program may load this library on another one
+    mayUseWindows = opened->thread() == QThread::currentThread();
+    qAddPostRoutine(&close);
+    const std::lock_guard<std::mutex> lock(mutex);
+    receiver = opened;
+}
+
+void KXInputEventManager::KeyRequests::close() {
+    KeyRequests* closed = nullptr;
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        closed = std::exchange(receiver, nullptr);
+    }
+    // The windows still exist, and a key for which none is active is reported.
+    QCoreApplication::sendPostedEvents(closed);
+    delete closed;
+    mayUseWindows = false;
+}
+
+bool KXInputEventManager::KeyRequests::add(const KXInputEvent& key) {
+    const std::lock_guard<std::mutex> lock(mutex);
+    if (!receiver || isOver)
+        return false;
+    auto request = std::make_unique<KeyRequest>(key);
+    ++waiting;
+    QCoreApplication::postEvent(receiver, request.release());
+    return true;
+}
+
+void KXInputEventManager::KeyRequests::takeWaiting() {
+    if (waiting > 0)
+        QCoreApplication::sendPostedEvents(receiver, requestType());
+}
+
+bool KXInputEventManager::KeyRequests::event(QEvent* event) {
+    if (event->type() != requestType())
+        return QObject::event(event);
+    --waiting;
+    mayUseWindows = true; // its events come on the application's thread
+    runStep("post a generated key", [&] { postKey(static_cast<KeyRequest*>(event)->key); });
+    return true;
+}
+
+void KXInputEventManager::generateKeyEvent(KXInputEvent event) {
+    if (mayUseWindows)
+        KeyRequests::takeWaiting();
+    else if (KeyRequests::add(event))
+        return;
+    postKey(event);
+}
+
+void KXInputEventManager::postKey(const KXInputEvent& event) {
+    // An unknown key posts a null event, which crashes Qt. Applications must check a key layout before use; a key
+    // without effect would hide a missing check.
+    QKeyEvent* keyEvent = nullptr;
+    if (const auto key = toolkitCodeOf(event.keyCode))
+        keyEvent = new QKeyEvent(qtTypeOf(event.eventType), *key, Qt::NoModifier, QString(), false, 1);
+
+    QWidget* const window = mayUseWindows ? QApplication::activeWindow() : nullptr;
+    if (!window) {
+        // The Qt event is not freed. It does not happen while a window is active.
+        writeLine(std::cerr,
+                  {"KXInputEventManager::generateKeyEvent(): Failed to find the active window to send the "
+                   "event to."});
+        return;
+    }
+    QCoreApplication::postEvent(window, keyEvent, Qt::NormalEventPriority);
+}
+
+} // namespace KX
