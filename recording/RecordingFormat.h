@@ -1,6 +1,7 @@
 #pragma once
 
 #include "recording/KXRecording.h"
+#include "recording/Text.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -26,8 +27,8 @@ constexpr const char* keypadBus = "can0";
 constexpr unsigned int defaultDoublePressMs = 300;
 constexpr unsigned int defaultLongPressMs = 2000;
 
-/// Of a recording or a log, without the line end. No longer line is written or read.
-constexpr std::size_t longestLine = 65536;
+/// Of a recording, without the line end. No longer line is written or read.
+constexpr std::size_t longestLine = Text::longestLine;
 
 /// The first line of a recording, without a line end.
 std::string_view firstLine();
