@@ -212,8 +212,8 @@ protected:
     KXInputEventManager();
 
 private:
-    // One atomic, because double < long must hold whichever thread sets one of them.
-    struct PressDurations {
+    // One atomic, because double < long must hold whichever thread sets one. Unaligned, clang would call a library.
+    struct alignas(2 * sizeof(std::uint32_t)) PressDurations {
         std::uint32_t doublePressMs;
         std::uint32_t longPressMs;
     };

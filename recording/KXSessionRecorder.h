@@ -17,7 +17,7 @@ namespace KX {
 /// A recording begins at a moment of rest, so that a replay gives the same events to the byte: no press is pending, a
 /// press could not become a double press, no bundle of encoder steps is open, and the encoder would restart. The
 /// settings of that moment and the last frames of the keypad stand at its head. docs/recording.md describes the file.
-/// It tells which keys were pressed: handle it like typed text.
+/// It tells which keys were pressed, so only the owner may read it: handle it like typed text.
 ///
 /// One recorder at a time observes the session; it takes the place of an observer that was set before. A second one
 /// records nothing, and its \ref problem says so; once the first one has gone, \ref start makes it the observer. Another
@@ -51,9 +51,9 @@ public:
     KXSessionRecorder& operator=(const KXSessionRecorder&) = delete;
 
     /// Records into a new file, from the last moment of rest on. In mid-session, with a new recorder, the first one is
-    /// the next pass of the worker at which all is at rest. A file that is not empty is never overwritten. A pipe or a
-    /// device works, too, but input waits for the reader of a full pipe. Each input reaches the system before the
-    /// library gets it.
+    /// the next pass of the worker at which all is at rest. A file that is not empty is never overwritten, and a
+    /// symbolic link is not followed. A pipe or a device works, too, but input waits for the reader of a full pipe. Each
+    /// input reaches the system before the library gets it, and the disk within two seconds.
     /// \return whether it goes on; otherwise there is no new file, and \ref problem says why
     bool start(const std::string& path);
 

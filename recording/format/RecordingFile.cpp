@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <optional>
 #include <stdexcept>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -17,7 +18,9 @@ namespace KX::Recording {
 
 namespace {
 
-constexpr mode_t accessForAll = 0666; // minus the umask of the process
+// A recording has every key that was pressed.
+constexpr mode_t accessForOwner = 0600;
+constexpr mode_t accessOfOthers = 0077;
 constexpr std::size_t largeBuffer = 65536;
 
 // Of at most 23 characters each: " 0xFFFFFFFF=-2147483648".
@@ -26,8 +29,8 @@ constexpr std::size_t mostKeysInLine = 2500;
 // Opening a pipe without a reader would block, and a signal could not end the program. Without blocking, such a
 // pipe is refused. Later writes wait for the reader as usual.
 int openToAppend(const std::string& name, int otherFlags) {
-    const int descriptor =
-        open(name.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK | otherFlags, accessForAll);
+    constexpr int flags = O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW;
+    const int descriptor = open(name.c_str(), flags | otherFlags, accessForOwner);
     if (descriptor >= 0)
         fcntl(descriptor, F_SETFL, O_APPEND); // no other flag can change; this does not fail
     return descriptor;
@@ -75,9 +78,21 @@ bool syncFolder(const std::string& name) {
     return isSynced;
 }
 
-// The text for ENXIO is "No such device or address", which does not help.
-std::string whyNotOpened(int error) {
-    return error == ENXIO ? "nobody reads this pipe" : std::strerror(error);
+bool isLink(const std::string& name) {
+    struct stat state {};
+    return lstat(name.c_str(), &state) == 0 && S_ISLNK(state.st_mode);
+}
+
+// The system's texts for these, "No such device or address" and "Too many levels of symbolic links", do not help.
+std::string whyNotOpened(const std::string& name, int error) {
+    if (error == ENXIO)
+        return "nobody reads this pipe";
+    return error == ELOOP && isLink(name) ? "it is a symbolic link, which is not followed" : std::strerror(error);
+}
+
+// Some network file systems have no locks; a recording goes there all the same.
+bool isLockedByAnother(int descriptor) {
+    return flock(descriptor, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
 }
 
 } // namespace
@@ -85,7 +100,7 @@ std::string whyNotOpened(int error) {
 File::File(std::string path) : name(std::move(path)) {
     open();
     addHead();
-    if (!flush()) {
+    if (!flush() || !syncName()) {
         discard();
         throw std::runtime_error(*failure);
     }
@@ -96,7 +111,6 @@ File::~File() {
         close(descriptor);
 }
 
-// A file that is not empty holds something that must not be lost. A pipe or a device has no size.
 void File::open() {
     descriptor = openToAppend(name, O_EXCL);
     isMade = descriptor >= 0;
@@ -104,12 +118,34 @@ void File::open() {
         descriptor = openToAppend(name, 0);
     struct stat state {};
     if (descriptor < 0 || fstat(descriptor, &state) != 0)
-        refuse(whyNotOpened(errno));
+        refuse(whyNotOpened(name, errno));
     isRegular = S_ISREG(state.st_mode);
     device = state.st_dev;
     number = state.st_ino;
-    if (isRegular && state.st_size > 0)
+    if (isRegular)
+        claim();
+}
+
+// A file that is not empty holds something that must not be lost. Only its writer holds the lock, so it is taken before
+// the size is read.
+void File::claim() {
+    if (isLockedByAnother(descriptor))
+        refuse("another recording is being written into it");
+    struct stat state {};
+    if (fstat(descriptor, &state) != 0)
+        refuse(std::strerror(errno));
+    if (state.st_size > 0)
         refuse("it is there already and is not overwritten");
+    if (!isMade)
+        makePrivate(state);
+}
+
+// A file that this object has made needs none of it. On some file systems all files belong to one user.
+void File::makePrivate(const struct stat& state) {
+    if (state.st_uid != geteuid())
+        refuse("it belongs to another user, who could read the recording");
+    if ((state.st_mode & accessOfOthers) != 0 && fchmod(descriptor, accessForOwner) != 0)
+        refuse(std::strerror(errno));
 }
 
 void File::refuse(const std::string& why) {
@@ -140,9 +176,23 @@ bool File::finish() {
         return false;
     if (isGone())
         return false;
-    if (isRegular && (fsync(descriptor) != 0 || !syncFolder(name)))
+    if (isRegular && fsync(descriptor) != 0)
         fail(errno);
     if (close(std::exchange(descriptor, -1)) != 0)
+        fail(errno);
+    return !failure;
+}
+
+bool File::startSync() {
+    if (!isRegular || failure)
+        return !failure;
+    if (const int error = sync.request(descriptor))
+        fail(error);
+    return !failure;
+}
+
+bool File::syncName() {
+    if (isMade && isRegular && !syncFolder(name))
         fail(errno);
     return !failure;
 }
@@ -168,7 +218,7 @@ void File::discard() {
 // Somebody may have moved the file, and another one may have its name.
 bool File::hasItsName() const {
     struct stat named {};
-    return stat(name.c_str(), &named) == 0 && named.st_dev == device && named.st_ino == number;
+    return lstat(name.c_str(), &named) == 0 && named.st_dev == device && named.st_ino == number;
 }
 
 // Calls of setKeyMapping add to each other, so a long one can be several.

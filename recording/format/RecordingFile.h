@@ -1,22 +1,25 @@
 #pragma once
 
 #include "recording/KXRecording.h"
+#include "recording/format/BackgroundSync.h"
 
 #include <optional>
 #include <string>
-#include <sys/types.h>
+#include <sys/stat.h>
 
 namespace KX::Recording {
 
 /// Writes a recording.
 ///
 /// A flushed entry has reached the system, so it survives the end of the process. A crash can cut only the last line.
+/// A lock keeps other writers away. Only the owner may read and write the file.
 /// One thread at a time.
 class File {
 public:
-    /// Creates the file with its first lines. The umask decides who may read it.
+    /// Creates the file with its first lines, and waits until the disk has its name. An empty file is taken over, a
+    /// pipe or a device as well; a symbolic link is not followed.
     /// \throws std::runtime_error  "path: reason"; also when the file is not empty, because it is never
-    /// overwritten
+    /// overwritten, belongs to another user or has a writer
     explicit File(std::string path);
     ~File();
 
@@ -32,6 +35,11 @@ public:
     /// others.
     /// \return whether all entries were written
     bool flush();
+
+    /// Starts to put onto the disk what was flushed. Does not wait for the disk. To be called again and again: each call
+    /// learns only how the one before has ended.
+    /// \return whether the disk has taken all so far; a pipe or a device needs none
+    bool startSync();
 
     /// Ends the file: flushes, and waits until the disk has it. Nothing may be added any more.
     /// \return whether all entries are on the disk; of a pipe or a device, whether it took them
@@ -52,10 +60,13 @@ public:
 
 private:
     void open();
+    void claim();
+    void makePrivate(const struct stat& state);
     [[noreturn]] void refuse(const std::string& why);
     void addHead();
     void addLine(const Entry& entry);
     void fail(int error, const char* during = "");
+    bool syncName();
     bool hasItsName() const;
 
     const std::string name;
@@ -64,6 +75,7 @@ private:
     bool isRegular = false;
     dev_t device = 0; // which the file is on, and its number there
     ino_t number = 0;
+    BackgroundSync sync;
     std::string buffer;
     std::optional<std::string> failure;
 };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "recording/KXRecording.h"
+#include "recording/format/Text.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -22,8 +23,8 @@ constexpr unsigned int newestVersion = 2;
 /// machine.
 constexpr const char* keypadBus = "can0";
 
-/// Of a recording or a log, without the line end. No longer line is written or read.
-constexpr std::size_t longestLine = 65536;
+/// Of a recording, without the line end. No longer line is written or read.
+constexpr std::size_t longestLine = Text::longestLine;
 
 /// The first line of a recording, without a line end.
 std::string_view firstLine();

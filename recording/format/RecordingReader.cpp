@@ -30,12 +30,11 @@ public:
         : input(inputStream), name(fileName), warn(warnFunction) {}
 
     Session read() {
-        while (readLine()) {
-            try {
+        try {
+            while (readLine())
                 takeLine();
-            } catch (const std::runtime_error& error) {
-                fail(error.what());
-            }
+        } catch (const std::runtime_error& error) {
+            throw BadFile(name + ":" + std::to_string(lineNumber) + ": " + error.what());
         }
         if (input.bad())
             throw BadFile(name + ": cannot be read to its end");
@@ -44,24 +43,11 @@ public:
     }
 
 private:
-    [[noreturn]] void fail(const std::string& what) const {
-        throw BadFile(name + ":" + std::to_string(lineNumber) + ": " + what);
-    }
-
     bool readLine() {
-        line.clear();
-        hasLineEnd = false;
         ++lineNumber;
-        for (int character = input.get(); character != std::istream::traits_type::eof(); character = input.get()) {
-            if (character == '\n') {
-                hasLineEnd = true;
-                return true;
-            }
-            if (line.size() == longestLine) // before a file without line ends fills the memory
-                fail("the line is longer than " + std::to_string(longestLine) + " characters");
-            line.push_back(static_cast<char>(character));
-        }
-        return !line.empty();
+        const bool isThere = Text::readLine(input, line);
+        hasLineEnd = !input.eof();
+        return isThere;
     }
 
     void takeLine() {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <stdexcept>
 
 namespace KX::Text {
 
@@ -32,6 +33,23 @@ std::string_view takeUntil(std::string_view& text, char separator) {
     const std::string_view part = text.substr(0, end);
     text.remove_prefix(std::min(end + 1, text.size()));
     return part;
+}
+
+bool readLine(std::istream& input, std::string& line) {
+    line.clear();
+    for (int character = input.get(); character != std::istream::traits_type::eof(); character = input.get()) {
+        if (character == '\n')
+            return true;
+        appendToLine(line, static_cast<char>(character));
+    }
+    return !line.empty();
+}
+
+// A file without line ends must not fill the memory.
+void appendToLine(std::string& line, char character) {
+    if (line.size() == longestLine)
+        throw std::runtime_error("the line is longer than " + std::to_string(longestLine) + " characters");
+    line.push_back(character);
 }
 
 std::string hexadecimal(unsigned int number) {

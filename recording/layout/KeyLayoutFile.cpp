@@ -80,13 +80,11 @@ public:
     explicit Reader(std::string fileName) : name(std::move(fileName)) {}
 
     CANRemoteOptions read(std::istream& input, const ToolkitKeys& toolkitKeys) {
-        for (std::string line; std::getline(input, line);) {
-            ++lineNumber;
-            try {
+        try {
+            for (std::string line; nextLine(input, line);)
                 readLine(wordsOf(line));
-            } catch (const std::runtime_error& error) {
-                fail(lineNumber, error.what());
-            }
+        } catch (const std::runtime_error& error) {
+            fail(lineNumber, error.what());
         }
         if (input.bad())
             throw std::runtime_error(name + ": cannot be read to its end");
@@ -96,6 +94,11 @@ public:
     }
 
 private:
+    bool nextLine(std::istream& input, std::string& line) {
+        ++lineNumber;
+        return Text::readLine(input, line);
+    }
+
     [[noreturn]] void fail(int line, const std::string& what) const {
         throw std::runtime_error(name + ":" + std::to_string(line) + ": " + what);
     }

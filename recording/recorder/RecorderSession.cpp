@@ -178,17 +178,18 @@ void KXSessionRecorder::Session::writeLast(const Entry& entry) {
         return endFile(*file->problem());
     }
     file->add(entry);
-    if (!file->flush() || isFileGone(entry.timeMs))
+    if (!file->flush() || isFileLost(entry.timeMs))
         endFile(*file->problem());
 }
 
-// Asks the system once a second, not at each line.
-bool KXSessionRecorder::Session::isFileGone(std::uint64_t nowMs) {
+// Asks the system once a second, not at each line. The worker's passes come every 100 ms, so a line has to wait for the
+// disk a little longer than that.
+bool KXSessionRecorder::Session::isFileLost(std::uint64_t nowMs) {
     constexpr unsigned int pauseMs = 1000;
     if (nowMs - lookedAtFileMs < pauseMs)
         return false;
     lookedAtFileMs = nowMs;
-    return file->isGone();
+    return file->isGone() || !file->startSync();
 }
 
 // The file stays, although it did not begin at rest: a part of the session is better than nothing.

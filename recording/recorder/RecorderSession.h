@@ -60,7 +60,7 @@ private:
     bool beginFile();
     void writeLast(const Recording::Entry& entry);
     bool isForeignFrame(const Recording::Input& input) const;
-    bool isFileGone(std::uint64_t nowMs);
+    bool isFileLost(std::uint64_t nowMs);
     void waitForRest();
     void endFile(const std::string& why);
     bool fail(const std::string& what);
@@ -82,7 +82,7 @@ private:
     bool wasUserFactorSet = false;                  // by the last entry that is no pass
     std::unique_ptr<Recording::File> file;          // of a recording that goes on
     std::string path;                               // of the last recording
-    std::uint64_t lookedAtFileMs = 0;               // whether it is still there
+    std::uint64_t lookedAtFileMs = 0;               // whether it is still there and on the disk
     Recording::EntryLog::Place beganAt;             // the rest
     bool isWaitingForRest = false;                  // nothing is in the file yet
     bool isWhole = true;                            // what was recorded since start

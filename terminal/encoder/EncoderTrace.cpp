@@ -25,10 +25,10 @@ int EncoderTrace::longestStepTimeMs() const {
 int EncoderTrace::expectedStepTimeMs(const KX::KXInputEvent& move) const {
     if (kept.empty())
         return restartStepTimeMs;
-    const unsigned int gap = (move.timeStamp - lastTick) / static_cast<unsigned int>(rawStepsOf(move));
-    if (gap > static_cast<unsigned int>(restartStepTimeMs))
+    const unsigned int gapMs = (move.timeStamp - lastTick) / static_cast<unsigned int>(rawStepsOf(move));
+    if (gapMs > static_cast<unsigned int>(restartStepTimeMs))
         return restartStepTimeMs;
-    return (static_cast<int>(gap) + lastStepTimeMs) / 2;
+    return (static_cast<int>(gapMs) + lastStepTimeMs) / 2;
 }
 
 // Moves from step keys belong to a bundle, whose value grows until it is closed. Each move of the wheel stands

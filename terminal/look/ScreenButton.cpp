@@ -77,10 +77,12 @@ void ScreenButton::paintTexts(QPainter& painter) const {
     }
     painter.setPen(Theme::text());
     painter.setFont(textFont);
-    painter.drawText(textArea, Qt::AlignVCenter | (alone || keyBelow ? Qt::AlignHCenter : Qt::AlignLeft), words());
+    const Qt::Alignment ofText = alone || keyBelow ? Qt::AlignHCenter : Qt::AlignLeft;
+    painter.drawText(textArea, static_cast<int>(Qt::AlignVCenter | ofText), words());
     painter.setPen(Theme::quietText());
     painter.setFont(keyFont);
-    painter.drawText(keyArea, Qt::AlignVCenter | (keyBelow ? Qt::AlignHCenter : Qt::AlignRight), keyName());
+    const Qt::Alignment ofKey = keyBelow ? Qt::AlignHCenter : Qt::AlignRight;
+    painter.drawText(keyArea, static_cast<int>(Qt::AlignVCenter | ofKey), keyName());
 }
 
 SwitchButton::SwitchButton(QWidget* parent) : QAbstractButton(parent) {

@@ -198,13 +198,13 @@ bool SpanPainter::drawGapText(const QStringList& texts, const QLineF& gap, qreal
         if (!fitsOn && !fitsBehind && from - bandUsedBefore < width + 10)
             continue;
         const qreal beside = fitsBehind ? to + 5 : from - 5 - width;
-        const qreal textLeft = fitsOn ? (from + to - width) / 2 : beside;
-        painter.drawText(QRectF(textLeft, y - bandHeight / 2, width + 2, bandHeight),
+        const qreal textX = fitsOn ? (from + to - width) / 2 : beside;
+        painter.drawText(QRectF(textX, y - bandHeight / 2, width + 2, bandHeight),
                          Qt::AlignLeft | Qt::AlignVCenter, text);
-        painter.drawLine(QPointF(from, y), QPointF(fitsOn ? textLeft - 3 : to, y));
+        painter.drawLine(QPointF(from, y), QPointF(fitsOn ? textX - 3 : to, y));
         if (fitsOn)
-            painter.drawLine(QPointF(textLeft + width + 3, y), QPointF(to, y));
-        bandUsed = std::max(to, textLeft + width);
+            painter.drawLine(QPointF(textX + width + 3, y), QPointF(to, y));
+        bandUsed = std::max(to, textX + width);
         return true;
     }
     return false;

@@ -6,16 +6,34 @@
 #include <limits>
 #include <random>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace KX::test {
 
-/// A seed gives the same numbers on every machine, which the standard's distributions do not guarantee.
+/// A seed gives the same numbers on every machine, which the standard's distributions do not guarantee. The bytes of a
+/// fuzzer are numbers, too.
 class Random {
 public:
     explicit Random(std::uint32_t seed) : generator(seed) {}
 
-    std::uint32_t word() { return static_cast<std::uint32_t>(generator()); }
+    /// Each number takes a byte, and a large one four more. When no byte is left, all are 0.
+    explicit Random(std::string_view theBytes) : bytes(theBytes), isFromBytes(true) {}
+
+    bool isAtEnd() const { return isFromBytes && bytes.empty(); }
+
+    std::uint32_t word() {
+        if (!isFromBytes)
+            return static_cast<std::uint32_t>(generator());
+        constexpr std::uint32_t large = 0xFF;
+        const std::uint32_t first = takeByte();
+        if (first < large)
+            return first;
+        std::uint32_t number = 0;
+        for (int i = 0; i < 4; ++i)
+            number = number << 8U | takeByte();
+        return number;
+    }
 
     /// 0 to \p limit - 1.
     std::uint32_t below(std::uint32_t limit) { return word() % limit; }
@@ -46,7 +64,17 @@ public:
     }
 
 private:
+    std::uint32_t takeByte() {
+        if (bytes.empty())
+            return 0;
+        const auto byte = static_cast<unsigned char>(bytes.front());
+        bytes.remove_prefix(1);
+        return byte;
+    }
+
     std::mt19937 generator; // its numbers are fixed by the standard
+    std::string_view bytes;
+    bool isFromBytes = false;
 };
 
 inline std::uint32_t numberFromEnvironment(const char* name, std::uint32_t otherwise) {

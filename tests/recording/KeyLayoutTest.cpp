@@ -119,6 +119,12 @@ TEST(KeyLayoutTest, TellsFileAndLineOfWhatItCannotRead) {
     EXPECT_EQ("keys.txt:1: 'a?b' is neither 'key' nor 'encoder'", refusal("a\033b"));
 }
 
+TEST(KeyLayoutTest, RefusesALineThatIsTooLong) {
+    const std::string longest = "#" + std::string(65535, 'x');
+    EXPECT_EQ("it was accepted", refusal("# first\n" + longest + "\n"));
+    EXPECT_EQ("keys.txt:2: the line is longer than 65536 characters", refusal("# first\n" + longest + "x\n"));
+}
+
 TEST(KeyLayoutTest, TellsTheLineOfTheKeyThatFailsTheCheck) {
     EXPECT_EQ("keys.txt:3: key 1: bit 8 is not in the range 0 to 7",
               refusal("key 2 code 0 byte 0 bit 0 id 1\n#\nkey 1 code 0 byte 0 bit 8 id 1"));

@@ -268,11 +268,57 @@ TEST_F(RecordingFileTest, APipeWhoseReaderHasEndedFailsAndEndsNoProgram) {
     EXPECT_TRUE(std::filesystem::exists(path)) << "the pipe is not the recorder's";
 }
 
-TEST_F(RecordingFileTest, IsReadableForWhomTheProcessLets) {
-    const mode_t before = umask(027);
-    refusalOf(path);
+TEST_F(RecordingFileTest, OnlyItsOwnerMayReadItWhateverTheProcessLetsOthersDo) {
+    const mode_t before = umask(0);
+    EXPECT_EQ("it was made", refusalOf(path));
     umask(before);
-    EXPECT_EQ(std::filesystem::perms(0640), std::filesystem::status(path).permissions());
+    EXPECT_EQ(std::filesystem::perms(0600), std::filesystem::status(path).permissions());
+}
+
+TEST_F(RecordingFileTest, AnEmptyFileThatOthersMayReadIsTheOwnersAloneFromThenOn) {
+    std::ofstream(path).close();
+    std::filesystem::permissions(path, std::filesystem::perms(0644));
+    EXPECT_EQ("it was made", refusalOf(path));
+    EXPECT_EQ(std::filesystem::perms(0600), std::filesystem::status(path).permissions());
+}
+
+TEST_F(RecordingFileTest, AnEmptyFileOfAnotherUserIsRefused) {
+    std::ofstream(path).close();
+    constexpr uid_t another = 12345;
+    if (chown(path.c_str(), another, static_cast<gid_t>(-1)) != 0)
+        GTEST_SKIP() << "only root can give files away";
+    EXPECT_EQ(path.string() + ": it belongs to another user, who could read the recording", refusalOf(path));
+    EXPECT_EQ("", content());
+}
+
+TEST_F(RecordingFileTest, ASymbolicLinkIsNotFollowed) {
+    const std::filesystem::path target = folder / "target";
+    const std::string refusal = path.string() + ": it is a symbolic link, which is not followed";
+    std::filesystem::create_symlink(target, path);
+    EXPECT_EQ(refusal, refusalOf(path));
+    EXPECT_FALSE(std::filesystem::exists(target));
+    std::ofstream(target).close();
+    EXPECT_EQ(refusal, refusalOf(path));
+    EXPECT_EQ(0U, std::filesystem::file_size(target));
+}
+
+TEST_F(RecordingFileTest, AFolderMayBeASymbolicLink) {
+    std::filesystem::create_directory(folder / "there");
+    std::filesystem::create_symlink(folder / "there", folder / "link");
+    EXPECT_EQ("it was made", refusalOf(folder / "link" / "day.kxr"));
+    EXPECT_TRUE(std::filesystem::exists(folder / "there" / "day.kxr"));
+}
+
+TEST_F(RecordingFileTest, ASecondWriterIsTold) {
+    EntryFile file(path);
+    const std::string refusal = path.string() + ": another recording is being written into it";
+    EXPECT_EQ(refusal, refusalOf(path));
+    std::filesystem::resize_file(path, 0);
+    EXPECT_EQ(refusal, refusalOf(path)) << "also while it is empty";
+    EXPECT_TRUE(file.write(5, Pass())) << "the first one goes on";
+    EXPECT_TRUE(file.finish());
+    std::filesystem::resize_file(path, 0);
+    EXPECT_EQ("it was made", refusalOf(path)) << "the first one has ended";
 }
 
 TEST_F(RecordingFileTest, AFullDiskEndsIt) {

@@ -4,7 +4,10 @@
 
 #include <climits>
 #include <cstdint>
+#include <sstream>
+#include <stdexcept>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -33,7 +36,39 @@ Number numberOf(std::string_view text, int base = 10) {
     return number;
 }
 
+// The lines, and what refuses the next one.
+std::vector<std::string> linesOf(const std::string& text) {
+    std::istringstream input(text);
+    std::vector<std::string> lines;
+    try {
+        for (std::string line; KX::Text::readLine(input, line);)
+            lines.push_back(line);
+    } catch (const std::runtime_error& error) {
+        lines.emplace_back(error.what());
+    }
+    return lines;
+}
+
+using Lines = std::vector<std::string>;
+
 } // namespace
+
+TEST(TextTest, ReadsLinesWithAndWithoutALineEnd) {
+    EXPECT_EQ(Lines{}, linesOf(""));
+    EXPECT_EQ(Lines({"", ""}), linesOf("\n\n"));
+    EXPECT_EQ(Lines({"a\r", "b"}), linesOf("a\r\nb\n"));
+    EXPECT_EQ(Lines({"a", "b"}), linesOf("a\nb"));
+}
+
+TEST(TextTest, ReadsLinesUpToTheLongest) {
+    const std::string refusal = "the line is longer than 65536 characters";
+    for (const std::size_t size : {65535U, 65536U}) {
+        EXPECT_EQ(Lines({std::string(size, 'x'), "y"}), linesOf(std::string(size, 'x') + "\ny")) << size;
+        EXPECT_EQ(Lines{std::string(size, 'x')}, linesOf(std::string(size, 'x'))) << size;
+    }
+    EXPECT_EQ(Lines{refusal}, linesOf(std::string(65537, 'x') + "\ny"));
+    EXPECT_EQ(Lines({"y", refusal}), linesOf("y\n" + std::string(65537, 'x')));
+}
 
 TEST(TextTest, TrimsBlanksOfEveryKind) {
     EXPECT_EQ("a b", KX::Text::trimmed(" \t\r\v\fa b\f\v\r\t "));

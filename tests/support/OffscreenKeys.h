@@ -37,8 +37,8 @@ struct ToolkitKey {
 
     bool operator==(const ToolkitKey& other) const { return isPress == other.isPress && key == other.key; }
 
-    friend std::ostream& operator<<(std::ostream& out, const ToolkitKey& key) {
-        return out << (key.isPress ? "press of 0x" : "release of 0x") << std::hex << key.key << std::dec;
+    friend std::ostream& operator<<(std::ostream& out, const ToolkitKey& shown) {
+        return out << (shown.isPress ? "press of 0x" : "release of 0x") << std::hex << shown.key << std::dec;
     }
 };
 

@@ -14,6 +14,7 @@
 #include <linux/can.h>
 #include <memory>
 #include <poll.h>
+#include <unistd.h>
 
 using namespace KX::CanBus;
 
@@ -23,6 +24,8 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::StartsWith;
 using Clock = std::chrono::steady_clock;
+
+constexpr off_t hugeFile = off_t{1} << 32;
 
 class KXCANProgramTest : public testing::Test {
 protected:
@@ -166,6 +169,22 @@ TEST_F(KXCANProgramTest, aFileWithABadLineIsNotPlayedAtAll) {
     expectRefused(2, {"play", bus, log},
                   log + ":4: the time 'what' is not (seconds.microseconds) with 6 digits behind the point");
     EXPECT_TRUE(receiver.isEmpty());
+}
+
+TEST_F(KXCANProgramTest, aLineThatIsTooLongIsRefused) {
+    const std::string longest = "#" + std::string(65535, 'x');
+    const BusSocket receiver(path);
+    EXPECT_EQ(run({"play", "--fast", bus, folder.write("log", longest + "\n")}), 0) << errors;
+    const std::string log = folder.write("log", "# first\n" + longest + "x\n");
+    expectRefused(2, {"play", "--fast", bus, log}, log + ":2: the line is longer than 65536 characters");
+    EXPECT_EQ(run({"play", "--fast", bus, "-"}, longest + "x"), 2);
+    EXPECT_EQ(errors, "-:1: the line is longer than 65536 characters\n");
+}
+
+TEST_F(KXCANProgramTest, aHugeFileWithoutALineEndIsRefusedAtItsBeginning) {
+    const std::string log = folder.write("log", "");
+    ASSERT_EQ(truncate(log.c_str(), hugeFile), 0); // uses no space on the disk
+    expectRefused(2, {"play", "--fast", bus, log}, log + ":1: the line is longer than 65536 characters");
 }
 
 TEST_F(KXCANProgramTest, framesThatNobodyCanSendAreRefused) {

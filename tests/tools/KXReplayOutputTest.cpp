@@ -1,4 +1,5 @@
 #include "ReplayTest.h"
+#include "ToolProgram.h"
 #include "tools/arguments/ArgumentReader.h"
 #include "tools/kxreplay/ClosestCalls.h"
 #include "tools/kxreplay/Comparison.h"
@@ -72,6 +73,25 @@ OtherSettings durations(std::optional<unsigned int> doublePressMs, std::optional
     if (longPressMs)
         settings.values[KX::KXInputSetting::LongKeyPressDuration] = *longPressMs;
     return settings;
+}
+
+TEST(KXReplayExpectation, is_the_text_of_the_file_to_the_byte) {
+    const TestFolder folder;
+    for (const std::string text : {"", "\n", "a", "a\n", "a\n\nb", "a\r\n"})
+        EXPECT_TRUE(Expectation(folder.write("expected", text)).isMetBy(text)) << text;
+}
+
+TEST(KXReplayExpectation, with_a_line_that_is_too_long_is_refused) {
+    const TestFolder folder;
+    const std::string longest = "first\n" + std::string(65536, 'x');
+    EXPECT_TRUE(Expectation(folder.write("expected", longest)).isMetBy(longest));
+    const std::string file = folder.write("expected", longest + "x");
+    try {
+        const Expectation expectation(file);
+        ADD_FAILURE() << "it was accepted";
+    } catch (const Arguments::BadInput& error) {
+        EXPECT_EQ(error.what(), file + ":2: the line is longer than 65536 characters");
+    }
 }
 
 class KXReplayDurations : public testing::Test {

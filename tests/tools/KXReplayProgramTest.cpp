@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
+#include <unistd.h>
 
 namespace {
 
@@ -149,6 +150,16 @@ TEST_F(KXReplayProgram, what_differs_from_the_expected_is_shown) {
     EXPECT_EQ(run({"--expect", folder.write("expected", ""), file}), 1);
     EXPECT_THAT(output, HasSubstr("@@ -0,0 +1,4 @@\n+1000 "));
     expectRefused({"--expect", folder / "none", file}, folder / "none" + ": No such file or directory");
+}
+
+TEST_F(KXReplayProgram, huge_files_without_a_line_end_are_refused_at_their_beginning) {
+    const std::string huge = folder.write("huge", "");
+    constexpr off_t size = off_t{1} << 32;
+    ASSERT_EQ(truncate(huge.c_str(), size), 0); // uses no space on the disk
+    const std::string refusal = huge + ":1: the line is longer than 65536 characters";
+    expectRefused({huge}, refusal);
+    expectRefused({"--expect", huge, folder.write("a.kxr", complaint)}, refusal);
+    expectRefused({"--keypad", huge, folder.write("a.log", keypadLog)}, refusal);
 }
 
 TEST_F(KXReplayProgram, compares_with_other_settings) {

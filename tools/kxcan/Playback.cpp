@@ -1,6 +1,7 @@
 #include "tools/kxcan/Playback.h"
 
 #include "recording/format/CANLog.h"
+#include "recording/format/Text.h"
 #include "tools/canbus/CANSender.h"
 #include "tools/kxcan/CommandLine.h"
 #include "tools/progress/Progress.h"
@@ -8,10 +9,8 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -39,7 +38,6 @@ public:
     ~LogReader() {
         if (file && file != stdin)
             std::fclose(file);
-        std::free(buffer);
     }
 
     LogReader(const LogReader&) = delete;
@@ -47,46 +45,40 @@ public:
 
     /// \return false after the last frame
     bool read(Entry& entry) {
-        while (readLine()) {
-            if (KX::CanBus::isCANLogComment(line))
-                continue;
-            try {
+        try {
+            while (readLine()) {
+                if (KX::CanBus::isCANLogComment(line))
+                    continue;
                 const KX::CanBus::CANLogLine parsed = KX::CanBus::parseCANLogLine(line);
                 entry = Entry{parsed.time, checkThatItCanBeSent(parsed.frame)};
                 return true;
-            } catch (const std::runtime_error& error) {
-                fail(std::to_string(lineNumber) + ": " + error.what());
             }
+        } catch (const std::runtime_error& error) {
+            throw Arguments::BadInput(name + ":" + std::to_string(lineNumber) + ": " + error.what());
         }
+        // EISDIR: a folder, which fopen accepts. EIO: the medium has gone.
+        if (std::ferror(file) != 0)
+            fail(std::strerror(errno));
         return false;
     }
 
 private:
     bool readLine() {
-        errno = 0;
-        const ssize_t size = getline(&buffer, &capacity, file);
-        if (size < 0) {
-            // EISDIR: a folder, which fopen accepts. EIO: the medium has gone.
-            if (std::feof(file) == 0)
-                fail(std::strerror(errno));
-            return false;
-        }
+        line.clear();
         ++lineNumber;
-        line = std::string_view(buffer, static_cast<std::size_t>(size));
-        if (!line.empty() && line.back() == '\n')
-            line.remove_suffix(1);
-        return true;
+        for (int character = getc_unlocked(file); character != EOF; character = getc_unlocked(file)) {
+            if (character == '\n')
+                return true;
+            KX::Text::appendToLine(line, static_cast<char>(character));
+        }
+        return !line.empty() && std::ferror(file) == 0;
     }
 
-    [[noreturn]] void fail(const std::string& reason) const {
-        throw Arguments::BadInput(name + ":" + (lineNumber == 0 ? " " : "") + reason);
-    }
+    [[noreturn]] void fail(const std::string& reason) const { throw Arguments::BadInput(name + ": " + reason); }
 
     const std::string name;
     std::FILE* file = stdin;
-    char* buffer = nullptr; // grown by getline
-    std::size_t capacity = 0;
-    std::string_view line;
+    std::string line;
     unsigned long lineNumber = 0;
 };
 

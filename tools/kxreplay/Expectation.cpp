@@ -1,12 +1,12 @@
 #include "tools/kxreplay/Expectation.h"
 
+#include "recording/format/Text.h"
 #include "tools/arguments/ArgumentReader.h"
 #include "tools/kxreplay/UnifiedDiff.h"
 
 #include <cerrno>
 #include <cstring>
 #include <fstream>
-#include <sstream>
 #include <utility>
 
 namespace Replay {
@@ -17,14 +17,18 @@ std::string readFile(const std::string& name) {
     std::ifstream file(name, std::ios::binary);
     if (!file)
         throw Arguments::BadInput(name + ": " + std::strerror(errno));
-    std::ostringstream text;
-    // Of an empty file nothing is taken over, which counts as a failure of the stream that takes.
-    if (file.peek() != std::ifstream::traits_type::eof())
-        text << file.rdbuf();
+    std::string text;
+    std::size_t lineNumber = 1;
+    try {
+        for (std::string line; KX::Text::readLine(file, line); ++lineNumber)
+            text += file.eof() ? line : line + '\n';
+    } catch (const std::runtime_error& error) {
+        throw Arguments::BadInput(name + ":" + std::to_string(lineNumber) + ": " + error.what());
+    }
     // A folder can be opened, but not be read.
-    if (file.bad() || text.fail())
+    if (file.bad())
         throw Arguments::BadInput(name + ": cannot be read");
-    return text.str();
+    return text;
 }
 
 } // namespace

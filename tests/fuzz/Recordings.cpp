@@ -1,4 +1,4 @@
-#include "RecordingTarget.h"
+#include "Targets.h"
 
 #include "recording/KXRecording.h"
 #include "recording/format/RecordingFormat.h"
@@ -8,9 +8,12 @@
 #include <optional>
 #include <sstream>
 
-namespace KX::Recording::test {
+namespace Fuzz {
 
 namespace {
+
+using namespace KX::Recording;
+using KX::Recording::test::firstDifference;
 
 // A plain log starts at tick 1000. If its frames lie 31,000 years apart, the last one has no notation any more.
 constexpr std::uint64_t firstTimeWithoutNotationMs = 1000000000000000;
@@ -47,12 +50,6 @@ bool areInOrder(const std::vector<Entry>& entries) {
         [](const Entry& one, const Entry& other) { return one.timeMs < other.timeMs || one.line < other.line; });
 }
 
-// Messages go to a terminal, which must not get raw bytes of a stranger's file.
-bool isPrintable(const std::string& words) {
-    return std::all_of(
-        words.begin(), words.end(), [](unsigned char c) { return c == '\n' || (c >= ' ' && c <= '~'); });
-}
-
 std::string problemBetween(const Session& first, const Session& second) {
     const std::size_t different = firstDifference(first.entries, second.entries);
     if (different != first.entries.size())
@@ -65,7 +62,7 @@ std::string problemBetween(const Session& first, const Session& second) {
 
 } // namespace
 
-std::string problemWith(const std::string& bytes) {
+std::string problemWithRecording(const std::string& bytes) {
     const Outcome first = readText(bytes);
     if (!first.session)
         return isPrintable(first.words) ? "" : "what is said of it cannot be printed";
@@ -81,4 +78,4 @@ std::string problemWith(const std::string& bytes) {
     return problemBetween(*first.session, *second.session);
 }
 
-} // namespace KX::Recording::test
+} // namespace Fuzz
