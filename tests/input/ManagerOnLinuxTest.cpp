@@ -6,6 +6,7 @@
 #include <Qt>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -193,6 +194,45 @@ TEST_F(ManagerOnLinux, concurrent_setters_never_bring_the_durations_out_of_order
         ++doubleMs; // the first long duration that is accepted is one above the double one
     EXPECT_GE(doubleMs, 1U);
     EXPECT_LE(doubleMs, 7U);
+}
+
+// A duration that was accepted stays, so the other one is refused on the wrong side of it.
+TEST_F(ManagerOnLinux, a_double_press_duration_outlives_concurrent_settings_of_the_long_one) {
+    manager->setDoubleKeyPressDuration(10);
+    std::atomic<bool> done{false};
+    std::thread other([&] {
+        while (!done)
+            for (const unsigned int ms : {100U, 101U})
+                manager->setLongKeyPressDuration(ms);
+    });
+    int losses = 0;
+    for (int i = 0; i < 100000; ++i) {
+        manager->setDoubleKeyPressDuration(10);
+        manager->setDoubleKeyPressDuration(20);
+        losses += manager->setLongKeyPressDuration(20) == 20 ? 0 : 1;
+    }
+    done = true;
+    other.join();
+    EXPECT_EQ(losses, 0);
+}
+
+TEST_F(ManagerOnLinux, a_long_press_duration_outlives_concurrent_settings_of_the_double_one) {
+    manager->setDoubleKeyPressDuration(10);
+    std::atomic<bool> done{false};
+    std::thread other([&] {
+        while (!done)
+            for (const unsigned int ms : {10U, 11U})
+                manager->setDoubleKeyPressDuration(ms);
+    });
+    int losses = 0;
+    for (int i = 0; i < 100000; ++i) {
+        manager->setLongKeyPressDuration(200);
+        manager->setLongKeyPressDuration(100);
+        losses += manager->setDoubleKeyPressDuration(100) == 20 ? 0 : 1;
+    }
+    done = true;
+    other.join();
+    EXPECT_EQ(losses, 0);
 }
 
 // How often this thread began to wait, without the sanitizers' own threads.

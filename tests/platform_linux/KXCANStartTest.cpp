@@ -12,6 +12,7 @@
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <linux/can.h>
 #include <memory>
 #include <net/if.h>
@@ -120,6 +121,7 @@ TEST_F(KXCANStartTest, oneThatIsUpIsGivenOpen) {
     ASSERT_NE(bus, nullptr);
     EXPECT_TRUE(bus->isConnected());
     EXPECT_GE(bus->getReadEndPointID(), 0);
+    EXPECT_NE(fcntl(bus->getReadEndPointID(), F_GETFD) & FD_CLOEXEC, 0) << "a program that is started inherits it";
 }
 
 TEST_F(KXCANStartTest, oneThatIsDownIsGivenClosedUntilItsReconnectSucceeds) {
