@@ -17,6 +17,10 @@ class MutantByHand:
     line: str
     is_about_threads: bool
 
+    @property
+    def is_only_about_threads(self):
+        return self.is_about_threads
+
     def apply(self, _text):
         return self.text
 

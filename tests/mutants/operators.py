@@ -26,7 +26,11 @@ class Mutant:
 
     @property
     def is_about_threads(self):
-        return self.operator in ("lock", "publication") or bool(THREADS.search(self.line))
+        return self.is_only_about_threads or bool(THREADS.search(self.line))
+
+    @property
+    def is_only_about_threads(self):
+        return self.operator in ("lock", "publication")
 
     def apply(self, text):
         return text[:self.begin] + self.replacement + text[self.end:]

@@ -198,8 +198,7 @@ class Run:
     def find_out(self, tree, mutant, text):
         self.prepare(tree, mutant.file)
         tree.change(mutant.file, mutant.apply(text))
-        threads_first = mutant.operator in ("lock", "publication")
-        for preset, program in steps_for(mutant.file, mutant.is_about_threads, threads_first):
+        for preset, program in steps_for(mutant.file, mutant.is_about_threads, mutant.is_only_about_threads):
             built, output = tree.build(preset, [program])
             if not built:
                 return "unbuildable", output[-2000:]
