@@ -71,6 +71,23 @@ TEST(HashedSet, tells_apart_by_each_of_four_fields) {
     }
 }
 
+struct SameHash {
+    std::uint32_t operator()(const Item&) const { return 7; }
+};
+
+TEST(HashedSet, tells_items_of_one_hash_apart) {
+    KXHashedSet<Item, SameHash> items;
+    constexpr unsigned int number = 20; // enough for the hash table
+    for (unsigned int i = 0; i < number; ++i)
+        EXPECT_TRUE(items.add(makeItem(i, 1, 1, 1, i)));
+    for (unsigned int i = 0; i < number; ++i) {
+        const Item* const found = items.lookUp(makeItem(i, 1, 1, 1));
+        ASSERT_TRUE(found);
+        EXPECT_EQ(found->executedCount, i);
+    }
+    EXPECT_FALSE(items.lookUp(makeItem(number, 1, 1, 1)));
+}
+
 TEST(HashedSet, holds_nothing_after_it_was_cleared_and_can_be_filled_again) {
     ItemSet items;
     for (const unsigned int number : {3U, 8U, 9U, 200U, 5000U, 10U}) {

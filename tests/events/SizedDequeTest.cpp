@@ -3,9 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <functional>
 #include <mutex>
 #include <numeric>
 #include <random>
+#include <stdexcept>
 #include <thread>
 #include <vector>
 
@@ -36,6 +38,26 @@ TEST(SizedDeque, gives_items_in_the_order_in_which_they_came_across_blocks) {
         deque.pop_front();
         EXPECT_EQ(deque.size(), static_cast<std::size_t>(8 - i));
     }
+    EXPECT_TRUE(deque.empty());
+}
+
+struct Made {
+    explicit Made(const std::function<void()>& whileItIsMade) { whileItIsMade(); }
+};
+
+// Another thread that reads the size takes the item next.
+TEST(SizedDeque, counts_an_item_only_after_it_is_made) {
+    KXSizedDeque<Made, 4> deque;
+    std::size_t sizeMeanwhile = 99;
+    deque.emplace_back([&] { sizeMeanwhile = deque.size(); });
+    EXPECT_EQ(sizeMeanwhile, 0U);
+    EXPECT_EQ(deque.size(), 1U);
+}
+
+TEST(SizedDeque, does_not_count_an_item_that_could_not_be_made) {
+    KXSizedDeque<Made, 4> deque;
+    EXPECT_THROW(deque.emplace_back([] { throw std::runtime_error("no"); }), std::runtime_error);
+    EXPECT_EQ(deque.size(), 0U);
     EXPECT_TRUE(deque.empty());
 }
 

@@ -6,6 +6,10 @@
 
 #include <Qt>
 #include <gtest/gtest.h>
+
+#include <filesystem>
+#include <iterator>
+#include <new>
 #include <poll.h>
 
 namespace KX {
@@ -67,6 +71,34 @@ TEST(ManagerHeap, an_event_from_the_toolkit_to_the_main_loop_allocates_nothing) 
     allocationsOf(*manager, 10);
     EXPECT_EQ(allocationsOf(*manager, 2000), 0U);
     KXInputEventManager::deleteInstance();
+}
+
+std::ptrdiff_t openDescriptors() {
+    using std::filesystem::directory_iterator;
+    return std::distance(directory_iterator("/proc/self/fd"), directory_iterator());
+}
+
+unsigned long allocationsOfALife() {
+    const unsigned long before = test::heapAllocations;
+    KXInputEventManager::createInstance();
+    const unsigned long allocations = test::heapAllocations - before;
+    KXInputEventManager::deleteInstance();
+    return allocations;
+}
+
+TEST(ManagerHeap, a_manager_that_runs_out_of_memory_while_it_is_made_leaves_nothing_open) {
+    allocationsOfALife(); // makes what stays until the process ends
+    // The first of them make the encoder, the end points, the queue and the key codes. The worker's come last.
+    constexpr unsigned long ownAllocations = 12;
+    ASSERT_GE(allocationsOfALife(), ownAllocations);
+    const std::ptrdiff_t descriptors = openDescriptors();
+    for (unsigned long failing = 1; failing <= ownAllocations; ++failing) {
+        test::failingAllocation = test::heapAllocations + failing;
+        EXPECT_THROW(KXInputEventManager::createInstance(), std::bad_alloc) << failing;
+        test::failingAllocation = 0;
+        EXPECT_FALSE(KXInputEventManager::hasInstance());
+        EXPECT_EQ(openDescriptors(), descriptors) << failing;
+    }
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 #include <Qt>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -193,6 +194,52 @@ TEST_F(ManagerOnLinux, concurrent_setters_never_bring_the_durations_out_of_order
         ++doubleMs; // the first long duration that is accepted is one above the double one
     EXPECT_GE(doubleMs, 1U);
     EXPECT_LE(doubleMs, 7U);
+}
+
+// A duration that was accepted stays, so the other one is refused on the wrong side of it. Many rounds, because the
+// threads have to meet between two instructions.
+class ConcurrentSettings : public ManagerOnLinux {
+protected:
+    static constexpr int rounds = 500000;
+
+    // How often a round lost a setting while another thread makes its own.
+    template<class Set, class Round>
+    static int countLosses(Set set, Round losesASetting) {
+        std::atomic<bool> begun{false};
+        std::atomic<bool> done{false};
+        std::thread other([&] {
+            for (unsigned int i = 0; !done; ++i, begun = true)
+                set(i % 2);
+        });
+        while (!begun)
+            std::this_thread::yield();
+        int losses = 0;
+        for (int i = 0; i < rounds; ++i)
+            losses += losesASetting() ? 1 : 0;
+        done = true;
+        other.join();
+        return losses;
+    }
+};
+
+TEST_F(ConcurrentSettings, of_the_long_press_lose_none_of_the_double_press) {
+    manager->setDoubleKeyPressDuration(10);
+    const auto setLong = [this](unsigned int odd) { manager->setLongKeyPressDuration(100 + odd); };
+    EXPECT_EQ(0, countLosses(setLong, [this] {
+                  manager->setDoubleKeyPressDuration(10);
+                  manager->setDoubleKeyPressDuration(20);
+                  return manager->setLongKeyPressDuration(20) != 20;
+              }));
+}
+
+TEST_F(ConcurrentSettings, of_the_double_press_lose_none_of_the_long_press) {
+    manager->setDoubleKeyPressDuration(10);
+    const auto setDouble = [this](unsigned int odd) { manager->setDoubleKeyPressDuration(10 + odd); };
+    EXPECT_EQ(0, countLosses(setDouble, [this] {
+                  manager->setLongKeyPressDuration(200);
+                  manager->setLongKeyPressDuration(100);
+                  return manager->setDoubleKeyPressDuration(100) != 20;
+              }));
 }
 
 // How often this thread began to wait, without the sanitizers' own threads.

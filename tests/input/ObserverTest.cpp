@@ -187,6 +187,24 @@ TEST_F(Observer, sees_a_pass_before_what_becomes_due_in_it) {
     expectPosted(KEY_LONG_PRESS_EVENT);
 }
 
+TEST_F(ObserverSetLater, need_not_take_notice_of_anything) {
+    KXInputObserver idle;
+    KXInputEventManager::setObserver(&idle);
+    manager->setCANRemoteOptions(CANRemoteOptions());
+    OwnCANBus bus;
+    bus.frames.emplace_back();
+    CANRemoteHandler handler(manager);
+    handler.onEndPointReadable(&bus, nullptr);
+    EXPECT_THAT(bus.frames, IsEmpty());
+    KXInputEvent event;
+    event.eventType = KEY_PRESS_EVENT;
+    manager->inputEventOccurred(event);
+    EXPECT_EQ(manager->getNextEvent().eventType, KEY_PRESS_EVENT);
+    manager->postToEventQueue(event);
+    EXPECT_EQ(manager->getNextEvent().eventType, KEY_PRESS_EVENT);
+    KXInputEventManager::setObserver(nullptr);
+}
+
 TEST_F(ObserverSetLater, sees_what_comes_from_then_on_and_nothing_after_it_was_taken_away) {
     operatorPresses(Qt::Key_Home);
     {

@@ -90,6 +90,12 @@ TEST_F(VirtualCANTest, givesAFrameAsItWasSent) {
     EXPECT_NE(bus->readFrame(message), 0);
 }
 
+TEST_F(VirtualCANTest, isNotInheritedByAProgramThatIsStarted) {
+    const auto bus = create();
+    ASSERT_NE(bus, nullptr);
+    EXPECT_NE(fcntl(bus->getReadEndPointID(), F_GETFD) & FD_CLOEXEC, 0);
+}
+
 TEST_F(VirtualCANTest, bytesBeyondTheLengthAreZero) {
     const auto bus = create();
     ASSERT_NE(bus, nullptr);

@@ -12,6 +12,7 @@
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <linux/can.h>
 #include <memory>
 #include <net/if.h>
@@ -27,6 +28,7 @@ namespace {
 /// Stands in for a CAN interface "can0", which the kernel may not have.
 struct {
     bool isUp = false;
+    bool refusesToBind = false;
     int otherNode = -1;
 } can0;
 
@@ -67,7 +69,12 @@ extern "C" KX_EXPORT int ioctl(int descriptor, unsigned long question, ...) noex
 }
 
 extern "C" KX_EXPORT int bind(int descriptor, const sockaddr* address, socklen_t size) noexcept {
-    return address->sa_family == AF_CAN ? 0 : static_cast<int>(syscall(SYS_bind, descriptor, address, size));
+    if (address->sa_family != AF_CAN)
+        return static_cast<int>(syscall(SYS_bind, descriptor, address, size));
+    if (!can0.refusesToBind)
+        return 0;
+    errno = ENODEV;
+    return -1;
 }
 
 namespace {
@@ -97,6 +104,7 @@ class KXCANStartTest : public testing::Test {
 protected:
     void TearDown() override {
         can0.isUp = false;
+        can0.refusesToBind = false;
         unsetenv("KX_CAN_BUS_0");
     }
 
@@ -120,6 +128,7 @@ TEST_F(KXCANStartTest, oneThatIsUpIsGivenOpen) {
     ASSERT_NE(bus, nullptr);
     EXPECT_TRUE(bus->isConnected());
     EXPECT_GE(bus->getReadEndPointID(), 0);
+    EXPECT_NE(fcntl(bus->getReadEndPointID(), F_GETFD) & FD_CLOEXEC, 0) << "a program that is started inherits it";
 }
 
 TEST_F(KXCANStartTest, oneThatIsDownIsGivenClosedUntilItsReconnectSucceeds) {
@@ -141,6 +150,36 @@ TEST_F(KXCANStartTest, oneThatDoesNotExistIsNullAndTold) {
     testing::internal::CaptureStderr();
     EXPECT_EQ(open(), nullptr);
     EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("[kx_can_raw:1] bus 0: can7: No such device"));
+}
+
+TEST_F(KXCANStartTest, oneThatIsNoCANInterfaceIsNullAndTold) {
+    can0.isUp = true;
+    can0.refusesToBind = true;
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(open(), nullptr);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "[kx_can_raw:1] bus 0: can0: No such device\n");
+}
+
+TEST_F(KXCANStartTest, aBitRateIsLeftToTheSystemAndTold) {
+    can0.isUp = true;
+    testing::internal::CaptureStderr();
+    const std::unique_ptr<KXCANRaw> bus(KXCANRaw::create(0, 250000, 0));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "[kx_can_raw:1] bus 0: the bit rate of can0 is set up by the system, not to 250000\n");
+    ASSERT_NE(bus, nullptr);
+    EXPECT_TRUE(bus->isConnected());
+}
+
+TEST_F(KXCANStartTest, aLargerReceiveBufferIsLarger) {
+    can0.isUp = true;
+    const auto sizeOf = [](int frames) {
+        const std::unique_ptr<KXCANRaw> bus(KXCANRaw::create(0, 0, frames));
+        int bytes = 0;
+        socklen_t size = sizeof(bytes);
+        EXPECT_EQ(getsockopt(bus->getReadEndPointID(), SOL_SOCKET, SO_RCVBUF, &bytes, &size), 0);
+        return bytes;
+    };
+    EXPECT_LT(sizeOf(8), sizeOf(80));
 }
 
 TEST_F(KXCANStartTest, managerReportsOneThatIsDownWhenAddedAndItsReturn) {

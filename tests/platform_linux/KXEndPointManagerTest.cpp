@@ -236,6 +236,20 @@ TEST(KXEndPointManagerAtTheLimit, stillWaitsTheTimeOutAndRefusesEndPoints) {
     EXPECT_LT(getThreadCpuMs() - cpuBefore, 100) << "the wait was a busy loop";
 }
 
+TEST(KXEndPointManagerDescriptors, noneIsInheritedByAProgramThatIsStarted) {
+    const auto inherited = [] {
+        int count = 0;
+        for (int descriptor = 0; descriptor < 1000; ++descriptor) {
+            const int flags = fcntl(descriptor, F_GETFD);
+            count += flags >= 0 && (flags & FD_CLOEXEC) == 0 ? 1 : 0;
+        }
+        return count;
+    };
+    const int before = inherited();
+    const KXEndPointManager manager;
+    EXPECT_EQ(inherited(), before);
+}
+
 TEST(KXEndPointManagerDescriptors, noneIsLeftOpen) {
     const int before = countOpenDescriptors();
     for (int i = 0; i < 20; ++i) {

@@ -6,8 +6,10 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <sys/epoll.h>
 #include <thread>
+#include <utility>
 
 namespace {
 
@@ -15,6 +17,9 @@ namespace {
 std::atomic<unsigned int> clockOffset{0};
 std::atomic<bool> clockStands{false};
 std::atomic<int> sleeps{0};
+
+/// Runs once, between the end of a sleep and the look at what it found.
+std::function<void()> afterSleep;
 
 } // namespace
 
@@ -26,7 +31,10 @@ unsigned int KX::KXTick::getTickCount() {
 
 extern "C" KX_EXPORT int epoll_wait(int descriptor, epoll_event* events, int most, int timeoutMs) {
     ++sleeps;
-    return epoll_pwait(descriptor, events, most, timeoutMs, nullptr);
+    const int found = epoll_pwait(descriptor, events, most, timeoutMs, nullptr);
+    if (const auto action = std::exchange(afterSleep, nullptr))
+        action();
+    return found;
 }
 
 namespace {
@@ -73,6 +81,17 @@ TEST_F(KXEndPointWaitTest, endsAfterItsTimeWhenTheClockOfTheProgramIsSetBack) {
     });
     EXPECT_EQ(manager.waitForEndPoints(until, 0), 0);
     setter.join();
+}
+
+TEST_F(KXEndPointWaitTest, whatWasFoundOnAnEarlierDescriptorIsNotToldOfTheNewOne) {
+    endPoint.peerSends("x");
+    afterSleep = [this] {
+        endPoint.reconnect();
+        // Another thread waits meanwhile, so the new descriptor is watched already.
+        std::thread([this] { manager.waitForEndPoints(KXTick::getTickCount(), 0); }).join();
+    };
+    EXPECT_EQ(manager.waitForEndPoints(KXTick::getTickCount(), 0), 0);
+    EXPECT_EQ(handler.readable, 0);
 }
 
 TEST_F(KXEndPointWaitTest, anIdleWaitOfTheWorkerIsOneSleepingSystemCall) {

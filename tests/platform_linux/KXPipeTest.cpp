@@ -65,6 +65,12 @@ TEST(KXPipeUnopened, takesAndGivesNothing) {
     EXPECT_EQ(pipe.getWriteEndPointID(), -1);
 }
 
+TEST(KXPipeUnopened, refusesALargeWriteToo) {
+    KX::KXPipe pipe;
+    std::vector<char> bytes(70000, 'x');
+    EXPECT_EQ(pipe.writeIntoPipe(bytes.data(), static_cast<int>(bytes.size())), 20);
+}
+
 TEST(KXPipeUnopened, isOpenedByReconnect) {
     KX::KXPipe pipe;
     EXPECT_EQ(pipe.reconnect(), 0);
