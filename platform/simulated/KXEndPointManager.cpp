@@ -11,7 +11,6 @@
 #include <algorithm>
 #include <condition_variable>
 #include <mutex>
-#include <thread>
 #include <vector>
 
 namespace KX {
@@ -55,7 +54,7 @@ public:
 private:
     struct Use {
         const KXEndPoint* endPoint;
-        std::thread::id thread;
+        const void* user;
     };
 
     int dispatch();
@@ -205,7 +204,7 @@ bool KXEndPointManager::Implementation::beginUse(const Registration& registratio
     const std::lock_guard<std::mutex> lock(mutex);
     if (find(registration) == registrations.end())
         return false;
-    uses.push_back({registration.endPoint, std::this_thread::get_id()});
+    uses.push_back({registration.endPoint, Scheduler::caller()});
     return true;
 }
 
@@ -218,9 +217,7 @@ void KXEndPointManager::Implementation::endUse() {
 bool KXEndPointManager::Implementation::isUsedElsewhere(const KXEndPoint* endPoint) const {
     return std::any_of(
         uses.begin(), uses.end(),
-        [endPoint](const Use& use) {
-            return use.endPoint == endPoint && use.thread != std::this_thread::get_id();
-        });
+        [endPoint](const Use& use) { return use.endPoint == endPoint && use.user != Scheduler::caller(); });
 }
 
 std::vector<Registration>::iterator KXEndPointManager::Implementation::find(const KXEndPoint* endPoint) {

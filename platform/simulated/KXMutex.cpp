@@ -2,10 +2,10 @@
 
 #include "platform/KXDebug.h"
 #include "platform/simulated/Accounts.h"
+#include "platform/simulated/Scheduler.h"
 
 #include <atomic>
 #include <mutex>
-#include <thread>
 
 namespace KX {
 
@@ -24,7 +24,7 @@ public:
     ~SimulatedMutex() override { --livingObjects.mutexes; }
 
     bool lock() override {
-        const std::thread::id self = std::this_thread::get_id();
+        const void* const self = Scheduler::caller();
         if (owner == self) {
             reportDoubleLock();
             return false;
@@ -37,16 +37,16 @@ public:
     }
 
     void unlock() override {
-        owner = std::thread::id();
+        owner = nullptr;
         mutex.unlock();
     }
 
 private:
     std::mutex mutex;
 
-    // Atomic because lock reads it without the mutex. Only a thread itself writes its id here and takes it away,
+    // Atomic because lock reads it without the mutex. Only a thread itself writes its mark here and takes it away,
     // so a thread is never wrong about itself.
-    std::atomic<std::thread::id> owner{};
+    std::atomic<const void*> owner{nullptr};
 };
 
 } // namespace

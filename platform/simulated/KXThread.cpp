@@ -4,8 +4,8 @@
 #include "platform/simulated/Accounts.h"
 #include "platform/simulated/Scheduler.h"
 
+#include <memory>
 #include <system_error>
-#include <thread>
 
 namespace KX {
 
@@ -38,40 +38,26 @@ public:
         return launch();
     }
 
-    int stopAndWait() override {
-        if (!thread.joinable())
-            return STATUS_OK;
-        if (!scheduler.stop(participant))
-            return STATUS_REFUSED;
-        thread.join();
-        return STATUS_OK;
-    }
+    int stopAndWait() override { return scheduler.stop(participant) ? STATUS_OK : STATUS_REFUSED; }
 
 private:
     int launch() {
-        if (thread.joinable())
-            thread.join(); // of an earlier run that has ended
+        // Handed over by value: setEntryFunction on a running thread has no effect on it.
+        const auto body = [function = entry, argument = entryArgument] { function(argument); };
+        try {
+            participant.coroutine = std::make_unique<Coroutine>(body);
+        } catch (const std::system_error&) {
+            return STATUS_REFUSED;
+        }
         participant.id = newThreadId();
         participant.stopping = false;
         scheduler.setState(participant, Participant::State::running);
-        try {
-            // Handed over by value: setEntryFunction on a running thread has no effect on it.
-            thread = std::thread([this, function = entry, argument = entryArgument] {
-                Scheduler::become(participant);
-                function(argument);
-                scheduler.end(participant);
-            });
-        } catch (const std::system_error&) {
-            scheduler.setState(participant, Participant::State::ended);
-            return STATUS_REFUSED;
-        }
         scheduler.runLaunched(participant);
         return STATUS_OK;
     }
 
     Scheduler& scheduler = Scheduler::instance();
     Participant participant;
-    std::thread thread;
     void* (*entry)(void*) = nullptr;
     void* entryArgument = nullptr;
 };

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <utility>
 
 namespace KX {
 
@@ -69,33 +70,30 @@ Participant* Scheduler::current() {
     return currentParticipant;
 }
 
-void Scheduler::become(Participant& self) {
-    currentParticipant = &self;
-    self.mayRun.take();
+const void* Scheduler::caller() {
+    if (currentParticipant)
+        return currentParticipant;
+    return &currentParticipant; // each thread has its own
 }
 
 void Scheduler::runLaunched(Participant& self) {
     release(self);
 }
 
-void Scheduler::end(Participant& self) {
-    setState(self, Participant::State::ended);
-    self.hasStopped.give();
-}
-
 bool Scheduler::stop(Participant& self) {
-    {
-        const std::lock_guard<std::mutex> lock(mutex);
-        if (self.state == Participant::State::running && currentParticipant)
-            return false;
-        self.stopping = true;
-        waitsSinceMove = 0;
-        const auto wait = std::find_if(waits.begin(), waits.end(),
-                                       [&self](const Waits::value_type& entry) { return entry.second == &self; });
-        if (wait == waits.end())
-            return true;
-        takeOut(wait);
+    std::unique_lock<std::mutex> lock(mutex);
+    if (self.state == Participant::State::running && currentParticipant)
+        return false;
+    self.stopping = true;
+    waitsSinceMove = 0;
+    const auto wait = std::find_if(waits.begin(), waits.end(),
+                                   [&self](const Waits::value_type& entry) { return entry.second == &self; });
+    if (wait == waits.end()) { // another thread of the system runs it at the moment, or nobody does any more
+        hasEnded.wait(lock, [&self] { return self.state != Participant::State::running; });
+        return true;
     }
+    takeOut(wait);
+    lock.unlock();
     release(self);
     return true;
 }
@@ -146,8 +144,7 @@ bool Scheduler::handOver(Participant& self, VirtualTime wakeTime, Watched& watch
         self.watched = &watched;
         waits.emplace(nextWaitNumber++, &self);
     }
-    self.hasStopped.give();
-    self.mayRun.take();
+    self.coroutine->pause();
     const std::lock_guard<std::mutex> lock(mutex);
     return self.waitEnded || self.stopping;
 }
@@ -229,8 +226,13 @@ void Scheduler::moveTo(VirtualTime target) {
 }
 
 void Scheduler::release(Participant& participant) {
-    participant.mayRun.give();
-    participant.hasStopped.take();
+    Participant* const resumer = std::exchange(currentParticipant, &participant);
+    const bool isOver = participant.coroutine->resume();
+    currentParticipant = resumer;
+    if (!isOver) // another thread may have stopped it by now
+        return;
+    setState(participant, Participant::State::ended);
+    hasEnded.notify_all();
 }
 
 void requireDriver(const char* function) {

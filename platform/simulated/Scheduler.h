@@ -1,10 +1,12 @@
 #pragma once
 
-#include "platform/simulated/Baton.h"
+#include "platform/simulated/Coroutine.h"
 
 #include <atomic>
+#include <condition_variable>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 
@@ -38,13 +40,13 @@ struct Participant {
     VirtualTime wakeTime = 0;
     Watched* watched = nullptr;
 
-    Baton mayRun;     ///< given to the thread
-    Baton hasStopped; ///< given back when it waits again or has ended
+    std::unique_ptr<Coroutine> coroutine; ///< paused in each wait; null before the first run
 };
 
 /// The clock, and the right to run.
 ///
-/// Of the driver and the simulated threads exactly one runs at a time; the others block in \ref Baton::take.
+/// Simulated threads are coroutines. They run on the driver's thread of the system, one at a time, and pause in their
+/// waits.
 /// Never destroyed, because threads and static objects may outlive main().
 class Scheduler {
 public:
@@ -64,14 +66,11 @@ public:
     /// The simulated thread that calls; null on any other thread.
     static Participant* current();
 
-    /// Makes the calling thread the simulated thread \p self, and waits until whoever launched it is ready too.
-    static void become(Participant& self);
+    /// Tells apart who calls: the address of a simulated thread, or of something that a thread of the system has alone.
+    static const void* caller();
 
     /// Lets \p self, which has just been launched, run until it waits or ends.
     void runLaunched(Participant& self);
-
-    /// Called by \p self as its last action.
-    void end(Participant& self);
 
     /// Makes the waits of \p self return at once and lets it run until it ends.
     /// \return false when the caller would wait for itself, directly or by way of another thread
@@ -105,6 +104,7 @@ private:
     void takeOut(Waits::iterator wait);
 
     mutable std::mutex mutex;
+    std::condition_variable hasEnded;  // a participant
     std::atomic<unsigned int> tick{0}; // low bits of time, for readers without the lock
 
     // guarded by mutex

@@ -1,5 +1,6 @@
 #include "Simulated.h"
 
+#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <thread>
@@ -232,6 +233,46 @@ TEST_F(Threads, ThatWaitForEachOtherAreToldSo) {
     EXPECT_EQ(status, 20);
 }
 
+// Whether the thread waits or runs at that moment, is the system's choice.
+TEST_F(Threads, MayBeStoppedByAnotherThreadThanTheDriver) {
+    std::atomic<bool> stopped{false};
+    int waits = 0;
+    Script script("s", [&] {
+        KXEndPointManager manager;
+        while (!stopped) {
+            manager.waitForEndPoints(KXTick::getTickCount() + 1, 0);
+            ++waits;
+        }
+    });
+    ASSERT_EQ(script.start(), 0);
+    std::thread stopper([&] {
+        stopped = true;
+        EXPECT_EQ(script.stopAndWait(), 0);
+    });
+    stopper.join();
+    EXPECT_EQ(waits, 1);
+}
+
+TEST_F(Threads, AreStoppedWhileTheDriverRunsThem) {
+    std::atomic<bool> stops{false};
+    std::thread stopper;
+    int waits = 0;
+    Script script("s", [&] {
+        KXEndPointManager manager;
+        stopper = std::thread([&] {
+            stops = true;
+            EXPECT_EQ(script.stopAndWait(), 0);
+        });
+        while (!stops)
+            std::this_thread::yield();
+        manager.waitForEndPoints(100, 0);
+        ++waits;
+    });
+    ASSERT_EQ(script.start(), 0);
+    stopper.join();
+    EXPECT_EQ(waits, 1);
+}
+
 TEST_F(Threads, IdsAreSmallAndUniqueAndTheDriversIsTheFirst) {
     std::vector<unsigned int> ids;
     const auto note = [&] { ids.push_back(KXThread::getCurrentThreadID()); };
@@ -269,7 +310,7 @@ TEST_F(Threads, AnHourOfPassesTakesNoTimeWorthMentioning) {
     script.stopAndWait();
     std::printf("36,000 passes took %.3f s\n", taken.count());
     EXPECT_EQ(passes, 36'001) << "one of them because of the stop";
-    // A hundred times what it takes. A slow machine does not reach it; a sleep in the hand-over would.
+    // A hundred times what it takes. A slow machine does not reach it; a sleep at each pass would.
     EXPECT_LT(taken.count(), 30.0);
 }
 

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "platform/simulated/Stack.h"
+
+#include <functional>
+#include <mutex>
+
+namespace KX {
+
+/// A function with a stack of its own. It runs on the thread of its caller and can pause in the midst of a call, which
+/// takes much less time than to hand over to another thread.
+class Coroutine {
+public:
+    /// Does not run \p body yet.
+    /// \throws std::system_error  there is no memory for the stack
+    explicit Coroutine(std::function<void()> body);
+
+    /// Ends the program if the body has begun and not ended: nobody could run its destructors any more.
+    ~Coroutine();
+
+    Coroutine(const Coroutine&) = delete;
+    Coroutine& operator=(const Coroutine&) = delete;
+
+    /// Runs the body until it pauses or ends. An exception that leaves the body ends the program. Any thread: a second one
+    /// waits until the body has paused.
+    /// \return whether the body has ended, so that nothing may be called any more
+    bool resume();
+
+    /// Called by the body: returns from \ref resume, and returns itself in the next one.
+    void pause();
+
+private:
+    /// The exceptions that a thread handles, in the layout of the C++ run-time library.
+    struct Exceptions {
+        void* caught = nullptr;
+        unsigned int uncaughtCount = 0;
+#ifdef __ARM_EABI_UNWINDER__
+        void* propagating = nullptr;
+#endif
+    };
+
+    static void begin();
+    void run() noexcept;
+    void swapExceptions();
+
+    std::function<void()> body;
+    std::mutex resuming; ///< held until the body has paused
+    Stack caller;
+    Stack own{begin};
+    Exceptions othersExceptions; ///< of the caller while the body runs, of the body while it pauses
+    enum { ready, begun, ended } state = ready;
+};
+
+} // namespace KX
