@@ -213,7 +213,7 @@ TEST_F(KeysFromOtherThreads, survive_that_windows_close_meanwhile) {
     testing::internal::CaptureStderr(); // no window is active between two
     {
         BusyKeypad keypad;
-        for (int i = 0; i < 500; ++i) {
+        for (int i = 0; i < 200; ++i) {
             const Window window(keys);
             keypad.generateKeys(100);
             takeTurns();
@@ -227,7 +227,7 @@ TEST_F(KeysFromOtherThreads, survive_that_the_application_ends_meanwhile) {
     testing::internal::CaptureStderr();
     {
         BusyKeypad keypad;
-        for (int i = 0; i < 30; ++i) {
+        for (int i = 0; i < 10; ++i) {
             makeApplication();
             keypad.generateKeys(1000);
             application.reset();
