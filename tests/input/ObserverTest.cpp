@@ -187,25 +187,6 @@ TEST_F(Observer, sees_a_pass_before_what_becomes_due_in_it) {
     expectPosted(KEY_LONG_PRESS_EVENT);
 }
 
-TEST_F(ObserverSetLater, is_told_the_keypad_that_is_on) {
-    CANRemoteOptions options;
-    options.enabled = true;
-    options.encoderCANId = 77;
-    options.keys[1].keyCode = 9;
-    manager->setCANRemoteOptions(options);
-    class Keypad : public KXInputObserver {
-    public:
-        void onKeypad(const CANRemoteOptions& told) override { keypads.push_back(told); }
-        std::vector<CANRemoteOptions> keypads;
-    } observer;
-    KXInputEventManager::setObserver(&observer);
-    KXInputEventManager::setObserver(nullptr);
-    ASSERT_EQ(observer.keypads.size(), 1U);
-    EXPECT_TRUE(observer.keypads[0].enabled);
-    EXPECT_EQ(observer.keypads[0].encoderCANId, 77U);
-    EXPECT_EQ(observer.keypads[0].keys[1].keyCode, 9);
-}
-
 TEST_F(ObserverSetLater, need_not_take_notice_of_anything) {
     KXInputObserver idle;
     KXInputEventManager::setObserver(&idle);
