@@ -1,8 +1,10 @@
 #include "CANRemoteKeypadFixture.h"
+#include "input/KXInputObserver.h"
 
 #include <gmock/gmock.h>
 
 #include <limits>
+#include <vector>
 
 namespace KX {
 namespace {
@@ -159,6 +161,23 @@ TEST_F(CANRemoteKeypad, a_layout_that_is_not_enabled_opens_no_bus) {
     set(0, "");
     EXPECT_EQ(KXSimulation::getLivingObjects(), living);
     EXPECT_EQ(KXSimulation::getCANSetting(0), -1);
+}
+
+TEST_F(CANRemoteKeypad, that_is_on_is_told_to_an_observer_that_comes_later) {
+    describeKey(1, 9, 0, 0);
+    options.enabled = true;
+    set(0, enabledLine);
+    class Keypads : public KXInputObserver {
+    public:
+        void onKeypad(const CANRemoteOptions& keypad) override { told.push_back(keypad); }
+        std::vector<CANRemoteOptions> told;
+    } observer;
+    KXInputEventManager::setObserver(&observer);
+    KXInputEventManager::setObserver(nullptr);
+    ASSERT_EQ(observer.told.size(), 1U);
+    EXPECT_TRUE(observer.told[0].enabled);
+    EXPECT_EQ(observer.told[0].encoderCANId, options.encoderCANId);
+    EXPECT_EQ(observer.told[0].keys[1].keyNumber, 9);
 }
 
 TEST_F(CANRemoteKeypad, an_enabled_one_hears_the_frames_of_bus_0) {

@@ -335,8 +335,9 @@ def main():
         show(mutant)
     counts = run.counts
     not_run = run.total - counts["killed"] - counts["survived"] - counts["equivalent"]
+    why = "have no substitute that can be built" if at_its_end else "not tested"
     print(f"{counts['killed']} killed, {counts['survived']} survived, {counts['equivalent']} equivalent"
-          + (f"; {not_run} not tested" if not_run else ""))
+          + (f"; {not_run} {why}" if not_run else ""))
     return 0 if at_its_end and not counts["survived"] else 1
 
 
