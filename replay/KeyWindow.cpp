@@ -7,21 +7,11 @@
 
 namespace KX {
 
-namespace {
-
-// The library posts a key in two turns: the worker's request, then the key.
-void postRequestedKeys() {
-    QCoreApplication::sendPostedEvents();
-}
-
-} // namespace
-
 KeyWindow::KeyWindow() {
     QApplication::setActiveWindow(this);
 }
 
 void KeyWindow::takeKeys(unsigned int tick, const std::function<void(KXToolkitEvent&)>& take) {
-    postRequestedKeys();
     QCoreApplication::sendPostedEvents(this);
     for (const Key& key : std::exchange(keys, {})) {
         KXToolkitEvent event;
@@ -33,7 +23,6 @@ void KeyWindow::takeKeys(unsigned int tick, const std::function<void(KXToolkitEv
 }
 
 void KeyWindow::dropKeys() {
-    postRequestedKeys();
     QCoreApplication::removePostedEvents(this);
 }
 

@@ -4,9 +4,9 @@
 #include "recording/KXWorkerHold.h"
 #include "recording/format/RecordingFile.h"
 #include "recording/format/RecordingFormat.h"
+#include "recording/format/SessionState.h"
 #include "recording/recorder/EntryLog.h"
 #include "recording/recorder/RestPoints.h"
-#include "recording/format/SessionState.h"
 
 #include <mutex>
 

@@ -1,9 +1,9 @@
 #include "Targets.h"
 
+#include "recording/KXEventLine.h"
 #include "recording/KXRecording.h"
 #include "replay/KXSessionPlayer.h"
 #include "replay/LibraryOutput.h"
-#include "tools/eventline/EventLine.h"
 
 #include <optional>
 #include <sstream>
@@ -38,7 +38,7 @@ std::string eventsOf(const std::shared_ptr<const Session>& session) {
     const KX::LibraryOutput library(KX::LibraryOutput::Goes::Nowhere);
     std::string events;
     KX::KXSessionPlayer(session, {}).play([&events](const KX::KXInputEvent& event) {
-        events += EventLine::Line(event).textWithLineEnd();
+        events += KX::KXEventLine(event).textWithLineEnd();
     });
     return events;
 }
