@@ -79,7 +79,7 @@ public:
     /// only if another thread took the last item meanwhile. The wait is a Boost interruption point.
     ///
     /// An action may call it. The inner call runs what is queued, and if it empties the queue, it forgets the
-    /// history, the calling action included: a loop of actions that do so is not found and ends with the stack.
+    /// history, the calling action included: a loop of actions that do so is not found and ends in a stack overflow.
     ///
     /// If an action throws, the exception passes to the caller. The action's item is gone, the others stay.
     /// \param deadline     tick (see KXTick) after which no further item is begun

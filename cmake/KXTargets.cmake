@@ -70,7 +70,8 @@ function(kx_add_shared_library name exported)
     add_library(${name} SHARED ${ARGN})
     kx_export_target(${name} ${exported})
     set(exports "${PROJECT_SOURCE_DIR}/cmake/exports.map")
-    target_link_options(${name} PRIVATE "LINKER:--version-script=${exports}" LINKER:--no-undefined)
+    target_link_options(${name} PRIVATE "LINKER:--version-script=${exports}" LINKER:--no-undefined
+        LINKER:-z,nodelete) # Qt and running threads may call a library as long as the process lives
     set_target_properties(${name} PROPERTIES
         VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} LINK_DEPENDS "${exports}")
 endfunction()

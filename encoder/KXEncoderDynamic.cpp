@@ -51,12 +51,11 @@ KXEncoderDynamic* KXEncoderDynamic::instance() {
     if (theInstance)
         return theInstance;
     auto made = std::make_unique<KXEncoderDynamic>();
-    if (made->initialize() != STATUS_OK) {
-        reportError("Initializing encoder dynamics failed.");
-        return nullptr;
-    }
-    theInstance = made.release();
-    return theInstance;
+    theInstance = made.get(); // for an observer; the destructor takes it back
+    if (made->initialize() == STATUS_OK)
+        return made.release();
+    reportError("Initializing encoder dynamics failed.");
+    return nullptr;
 }
 
 KXEncoderDynamic::KXEncoderDynamic()

@@ -5,6 +5,7 @@
 
 #include "events/KXEventType.h"
 #include "input/KXInputEventManager.h"
+#include "recording/KXFunctionKeys.h"
 #include "recording/KXKeyLayout.h"
 #include "toolkit/KXEventNotifier.h"
 #include "toolkit/KXToolkitLayer.h"
@@ -32,6 +33,7 @@ void print(const KX::KXInputEvent& event) {
 
 int run(int argc, char** argv) {
     auto* const manager = KX::KXInputEventManager::createInstance();
+    manager->setKeyMapping(KX::KeyLayout::functionKeys());
     // The keys of the keypad arrive as key events of the active window.
     QWidget window;
     window.setWindowTitle("keypad_on_can");

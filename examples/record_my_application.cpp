@@ -6,6 +6,7 @@
 #include "events/KXEventType.h"
 #include "input/KXInputEventManager.h"
 #include "recording/KXEventLine.h"
+#include "recording/KXFunctionKeys.h"
 #include "recording/KXKeyLayout.h"
 #include "recording/KXSessionRecorder.h"
 #include "toolkit/KXEventNotifier.h"
@@ -59,6 +60,7 @@ int main(int argc, char** argv) {
     const KX::KXToolkitLayer layer(window);
     KX::KXEventNotifier notifier;
     QObject::connect(&notifier, &KX::KXEventNotifier::eventOccurred, take);
+    manager->setKeyMapping(KX::KeyLayout::functionKeys()); // which the keypad has, too
     manager->setCANRemoteOptions(KX::KeyLayout::builtIn());
     window.show();
     window.activateWindow();

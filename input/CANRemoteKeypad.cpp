@@ -105,16 +105,6 @@ void decodeKey(const KXCANMessage& message, KeyOptionsCANRemote& key, unsigned i
     });
 }
 
-void copyEncoder(CANRemoteOptions& to, const CANRemoteOptions& from) {
-    to.encoderUpKeyCode = from.encoderUpKeyCode;
-    to.encoderDownKeyCode = from.encoderDownKeyCode;
-    to.encoderCANId = from.encoderCANId;
-    to.encoderByteIndex = from.encoderByteIndex;
-    to.endPointSetting = from.endPointSetting;
-    to.encoderMask = from.encoderMask;
-    to.encoderLittleEndian = from.encoderLittleEndian;
-}
-
 // The observation's mutex orders frames and other inputs. Decoding needs none: only this thread uses the keys'
 // states.
 void tellFrame(const KXInputEventManager* manager, const KXCANMessage& message) {
@@ -134,55 +124,50 @@ void decodeFrame(const KXCANMessage& message, CANRemoteOptions& options, unsigne
 
 } // namespace
 
+// All that can fail comes before the first change.
 int KXInputEventManager::setCANRemoteOptions(CANRemoteOptions options) {
-    // A copy, so that nothing is half set if memory is lacking.
-    CANRemoteOptions layout = canRemoteOptions;
-    copyEncoder(layout, options);
-    for (std::size_t i = 0; i < std::size(options.keys); ++i) {
-        layout.keys[i] = options.keys[i];
-        layout.keys[i].pressed = 0;
-        layout.keyIndex.emplace(options.keys[i].canId, &canRemoteOptions.keys[i]);
-    }
+    CANRemoteOptions layout = options;
+    for (KeyOptionsCANRemote& key : layout.keys)
+        key.pressed = 0;
+    layout.enabled = true;
+    layout.keyIndex.clear();
+    CANRemoteOptions toldLayout = layout;
+    layout.enabled = false;
+    layout.keyIndex = canRemoteOptions.keyIndex; // of all layouts so far
+    for (KeyOptionsCANRemote& key : canRemoteOptions.keys)
+        layout.keyIndex.emplace(options.keys[&key - canRemoteOptions.keys].canId, &key);
+    const bool isOpened = options.enabled && endPointManager;
+    auto handler = isOpened ? std::make_unique<CANRemoteHandler>(this) : nullptr;
     const Observation observation(this);
     if (observation)
         observation->onKeypad(options);
-    if (options.enabled && endPointManager)
-        return openCANRemote(layout);
-    std::swap(canRemoteOptions, layout);
-    return STATUS_OK;
+    int status = STATUS_OK;
+    if (isOpened)
+        status = openCANRemote(layout, std::move(handler));
+    else
+        std::swap(canRemoteOptions, layout);
+    std::swap(canRemoteLayout, toldLayout);
+    return status;
 }
 
-// As it was set: the states of the keys belong to the thread that decodes frames.
-CANRemoteOptions KXInputEventManager::getKeypad() const {
-    CANRemoteOptions options;
-    options.enabled = true;
-    for (std::size_t i = 0; i < std::size(options.keys); ++i) {
-        const KeyOptionsCANRemote& key = canRemoteOptions.keys[i];
-        options.keys[i] = {key.keyNumber, key.keyCode, key.byteIndex, key.bitIndex, key.canId, 0};
-    }
-    copyEncoder(options, canRemoteOptions);
-    return options;
-}
-
-int KXInputEventManager::openCANRemote(CANRemoteOptions& layout) {
-    auto handler = std::make_unique<CANRemoteHandler>(this);
+int KXInputEventManager::openCANRemote(CANRemoteOptions& layout, std::unique_ptr<CANRemoteHandler> handler) {
     writeLine(std::cout, {"KXInputEventManager::setRask44options: 44 enabled"});
     std::unique_ptr<KXCANRaw> bus(KXCANRaw::create(0, 0, 0));
     if (bus)
         bus->configure(layout.endPointSetting);
     std::swap(canRemoteOptions, layout); // before the first frame
+    if (!bus)
+        return STATUS_OK;
     int status = STATUS_OK;
     try {
-        if (bus)
-            status = endPointManager->addEndPoint(bus.get(), handler.get());
+        status = endPointManager->addEndPoint(bus.get(), handler.get());
     } catch (...) {
         std::swap(canRemoteOptions, layout);
         throw;
     }
-    canRemoteEndPoint = bus.release();
     // The bus and the handler are never released: an enabled keypad stays on until the process ends.
-    if (canRemoteEndPoint)
-        canRemoteHandler = handler.release();
+    canRemoteEndPoint = bus.release();
+    canRemoteHandler = handler.release();
     return status;
 }
 

@@ -98,7 +98,7 @@ void KXInputEventManager::KeyRequests::close() {
         const std::lock_guard<std::mutex> lock(mutex);
         closed = std::exchange(receiver, nullptr);
     }
-    // The windows still exist, and a key for which none is active is reported.
+    // A key is reported if no window is active any more.
     QCoreApplication::sendPostedEvents(closed);
     delete closed;
     mayUseWindows = false;
@@ -143,7 +143,8 @@ void KXInputEventManager::postKey(const KXInputEvent& event) {
     if (const auto key = toolkitCodeOf(event.keyCode))
         keyEvent = new QKeyEvent(qtTypeOf(event.eventType), *key, Qt::NoModifier, QString(), false, 1);
 
-    QWidget* const window = mayUseWindows ? QApplication::activeWindow() : nullptr;
+    const bool isAllowed = mayUseWindows || !QCoreApplication::instance();
+    QWidget* const window = isAllowed ? QApplication::activeWindow() : nullptr;
     if (!window) {
         // The Qt event is not freed. It does not happen while a window is active.
         writeLine(std::cerr,

@@ -74,7 +74,8 @@ int KXInputEventManager::initialize() {
     acceptInput(true);
     setDoubleKeyPressDuration(defaultDoublePressMs);
     setLongKeyPressDuration(defaultLongPressMs);
-    encoderDynamic = KXEncoderDynamic::instance();
+    if (!encoderDynamic) // the worker may read it
+        encoderDynamic = KXEncoderDynamic::instance();
     stopThread = false;
     // Objects of an earlier call are in use: the worker waits on one, the application on the other's end point.
     if (!endPointManager)

@@ -8,6 +8,7 @@
 #include <atomic>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <optional>
 
 namespace KX {
@@ -33,12 +34,12 @@ struct KXInputMemory;
 /// in: the mutex is not recursive, so the thread may deadlock. Both platforms here report it instead, in the debug
 /// section "kx_mutex" at level 1.
 ///
-/// A hook that throws: the event is in the queue. On the toolkit's thread the exception passes to the caller, and
+/// If a hook throws, the event is in the queue. On the toolkit's thread the exception passes to the caller, and
 /// what the same input would have posted next is lost, such as a release after its long release. On the worker one
 /// line on standard error says what was not finished, also for an observer that throws and for a lack of memory.
 /// The worker goes on.
 ///
-/// The worker writes a line to standard output for each key of a keypad. If nobody reads the pipe there, it blocks
+/// The worker writes a line to standard output for each key and each encoder move of a keypad. If nobody reads the pipe there, it blocks
 /// as soon as the pipe is full: frames, long presses, bundles and \ref deleteInstance wait. It holds no mutex
 /// meanwhile, so the toolkit's thread goes on until it writes a line itself.
 ///
@@ -78,8 +79,8 @@ public:
     virtual int toolkitEventOccurred(KXToolkitEvent& event);
 
     /// Sets the observer of the process, which sees all that reaches the manager; null: none. Any thread, before
-    /// or after \ref createInstance and not during it, but not from a hook or an observer. A call that is under way
-    /// may go untold. Waits until no thread is inside the former observer. A new observer is first told the present
+    /// or after \ref createInstance, but not while a manager is made, initialised or deleted, nor from a hook or an
+    /// observer. A call that is under way may go untold. If it throws, there is no observer. Waits until no thread is inside the former observer. A new observer is first told the present
     /// settings of the manager, as if they were set now; nobody may set the encoder or the keys meanwhile.
     static void setObserver(KXInputObserver* observer);
 
@@ -112,14 +113,14 @@ public:
     /// The worker thread's function; \p manager is a KXInputEventManager*.
     static void* inputEventManagerThreadFunc(void* manager);
 
-    // For the application's main loop. The next three neither wait nor lock.
+    // For the application's main loop. The next four neither wait nor lock.
 
     /// The queue of classified events, owned by the manager; null when not initialised. Its read end point is
     /// readable while it holds an event.
     KXEventQueue* getInputEventsQueue();
 
-    /// The number of that queue among all that managers of this process made, from 1 on; 0 when not initialised. A new
-    /// queue may have the address and the end points of a former one, but never its number.
+    /// Counts the queues that the managers of this process have made, from 1; 0 when not initialised. A new queue may
+    /// have the address and the end points of a former one, but never its number.
     unsigned int getInputEventsQueueNumber() const { return inputEventsQueue ? inputEventsQueueNumber : 0; }
 
     /// Takes the oldest classified event; a default one (\c eventType 0) if the queue is empty.
@@ -162,7 +163,7 @@ public:
     void initializeOSCodeToKXCodeMap();
 
     /// The table from the library's key codes to the toolkit's. The library owns it, and it outlives every
-    /// manager. Read it only while \ref setKeyMapping does not run.
+    /// manager. Read it only while \ref setKeyMapping does not run, which makes references into it invalid.
     static std::map<int, int>* getKXtoOSCodeMap();
 
     /// Sets the layout of a keypad on the CAN bus. If the keypad is enabled, opens bus 0 and listens to it. Each
@@ -232,9 +233,8 @@ private:
     KX_LOCAL int classify(KXInputEvent& event);
     KX_LOCAL void post(KXEvent& event);
     KX_LOCAL int renumber(KXToolkitEvent& event);
-    KX_LOCAL int openCANRemote(CANRemoteOptions& layout);
+    KX_LOCAL int openCANRemote(CANRemoteOptions& layout, std::unique_ptr<CANRemoteHandler> handler);
     KX_LOCAL void tellSettings(KXInputObserver& observer) const;
-    KX_LOCAL CANRemoteOptions getKeypad() const;
     KX_LOCAL int keyCodeOf(int osKeyCode) const;
     KX_LOCAL static std::optional<int> toolkitCodeOf(int keyCode);
     KX_LOCAL static void postKey(const KXInputEvent& event);
@@ -269,6 +269,7 @@ private:
     CANRemoteHandler* canRemoteHandler = nullptr; // never released
     KXCANRaw* canRemoteEndPoint = nullptr;        // never released
     CANRemoteOptions canRemoteOptions;
+    CANRemoteOptions canRemoteLayout; // as it was set: for observers, which must not read the keys' states
 
     // Guarded by mutex.
     KXInputEvent lastPressEvent;     // previous press, as it was before it was reclassified

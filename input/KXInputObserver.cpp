@@ -106,8 +106,15 @@ void KXInputEventManager::setObserver(KXInputObserver* observer) {
     const KXAutoLock lock(manager ? manager->mutex : nullptr);
     EncoderObserver::set(observer ? &encoderSettings : nullptr);
     inputObserver.store(observer, std::memory_order_release);
-    if (observer && manager)
+    if (!observer || !manager)
+        return;
+    try {
         manager->tellSettings(*observer);
+    } catch (...) { // the caller cannot know that it observes, and may delete the observer
+        EncoderObserver::set(nullptr);
+        inputObserver = nullptr;
+        throw;
+    }
 }
 
 KXInputObserver* KXInputEventManager::getObserver() {
@@ -132,7 +139,7 @@ void KXInputEventManager::tellSettings(KXInputObserver& observer) const {
     }
     observer.onKeyMapping(osCodeToKXCodeMap);
     if (canRemoteEndPoint)
-        observer.onKeypad(getKeypad());
+        observer.onKeypad(canRemoteLayout);
 }
 
 KXInputMemory KXInputEventManager::getMemory() {

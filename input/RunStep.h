@@ -7,7 +7,7 @@ namespace KX {
 /// For a handler of an exception: a line on standard error says what was not finished, and why.
 [[gnu::cold]] void reportException(const char* aim, const LinePiece& detail);
 
-/// Runs a step of a thread that must go on after an exception, as the worker and Qt's event loop. An after-post hook
+/// Runs a step of a thread that must go on after an exception, such as the worker and Qt's event loop. An after-post hook
 /// or an observer may throw, and memory may be lacking.
 template<class Step>
 void runStep(const char* aim, const LinePiece& detail, Step step) {

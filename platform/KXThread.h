@@ -11,7 +11,7 @@ namespace KX {
 /// A platform provides \ref create, \ref getCurrentThreadID, the constructor, the destructor and a class derived
 /// from this one. The input event manager has one such thread, "inputEventMgr", which wakes up ten times a second.
 ///
-/// That worker prints a line to std::cout for each key and each overflow of a CAN keypad. While the standard output
+/// That worker prints a line to std::cout for each key and each move of the encoder of a CAN keypad. While the standard output
 /// blocks, so does the worker: it reads no frames and sends no long presses and no bundles of encoder steps. The
 /// manager's \c deinitialize waits for it. An application whose output may block gives std::cout another buffer,
 /// by \c rdbuf. On Linux the thread starts with SIGPIPE blocked, so an output whose reader has gone only fails.

@@ -35,7 +35,8 @@ struct Problem {
 KX_RECORDING_API CANRemoteOptions empty();
 
 /// The layout of the keypad that kxterminal draws: keys 1 to 16 with the key codes 0 to 15 in two frames, and the
-/// encoder in a third frame.
+/// encoder in a third frame. Its function keys need a manager that knows \ref functionKeys: a key without a toolkit key
+/// crashes Qt.
 KX_RECORDING_API CANRemoteOptions builtIn();
 
 KX_RECORDING_API bool isUsed(const KeyOptionsCANRemote& key);

@@ -26,8 +26,8 @@ namespace KX {
 ///
 /// Any thread may call the operations, but no hook and no observer, and not while the manager is deleted.
 /// The operator's input waits while a line is written. It also waits while \ref start writes the settings and the input
-/// since the last moment of rest. It does not wait while a file is made, nor for \ref save and \ref stop. Make a recorder
-/// and destroy it while no other thread calls KXInputEventManager::setKeyMapping or a setter of KXEncoderDynamic.
+/// since the last moment of rest. It does not wait while a file is made, nor for \ref save and \ref stop. Make a recorder,
+/// destroy it and call \ref start while no other thread calls KXInputEventManager::setKeyMapping or a setter of KXEncoderDynamic.
 ///
 /// When the knob was turned before the tick wraps, no moment of rest is found after it until the knob is turned again.
 /// The frames at the head are the keypad's last ones that came while the recorder observed the session. A key may be down

@@ -159,7 +159,7 @@ void KXSessionPlayer::Play::beginLog() {
 }
 
 KXSessionPlayer::Play::~Play() {
-    if (!ownsManager)
+    if (!ownsManager || !KXInputEventManager::hasInstance())
         return;
     if (window)
         turnKnobBack();

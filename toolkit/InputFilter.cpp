@@ -37,6 +37,21 @@ bool keysBelongToWidget() {
     return focus && (focus->testAttribute(Qt::WA_InputMethodEnabled) || ownsInput(*focus, InputKind::Keys));
 }
 
+// Whether it is reported with the operator's time.
+bool isTimed(QEvent::Type type) {
+    switch (type) {
+    case QEvent::KeyPress:
+    case QEvent::KeyRelease:
+    case QEvent::MouseButtonPress:
+    case QEvent::MouseButtonDblClick:
+    case QEvent::MouseButtonRelease:
+    case QEvent::MouseMove:
+    case QEvent::Wheel:
+    case QEvent::TouchCancel: return true;
+    default: return false;
+    }
+}
+
 QMouseEvent inWindow(const QEvent* event, const QPoint& origin) {
     const auto& mouse = *static_cast<const QMouseEvent*>(event);
     return {mouse.type(), mouse.localPos() + origin, mouse.button(), mouse.buttons(), mouse.modifiers()};
@@ -90,10 +105,10 @@ std::optional<QPoint> InputFilter::originOfNativeChild(const QObject* receiver) 
 }
 
 bool InputFilter::nativeWindowGets(QEvent* event, const QPoint& origin) {
-    // Enter and leave have no time, and the clock must not know of them: what the operator did before, and what is
-    // seen only after them, would lose its own time.
-    const auto* const input = dynamic_cast<const QInputEvent*>(event);
-    const unsigned int tick = input ? tickOf(*input) : KXTick::getTickCount();
+    // The clock must not know of an event without a time, such as enter, leave or a context menu: what the operator did
+    // before, and what is seen only after it, would lose its own time.
+    const unsigned int tick =
+        isTimed(event->type()) ? tickOf(*static_cast<const QInputEvent*>(event)) : KXTick::getTickCount();
     switch (event->type()) {
     case QEvent::KeyPress:
     case QEvent::KeyRelease: return takeKey(*static_cast<QKeyEvent*>(event), tick);

@@ -141,9 +141,11 @@ bool KXEndPointManager::Implementation::serve(const Registration& registration) 
     // Removed meanwhile by a handler of this round or by another thread: it may be destroyed already.
     if (!beginUse(registration))
         return false;
-    const bool isCalled = serveInUse(registration);
-    endUse();
-    return isCalled;
+    const struct EndOfUse { // also when a handler throws
+        Implementation& used;
+        ~EndOfUse() { used.endUse(); }
+    } end{*this};
+    return serveInUse(registration);
 }
 
 bool KXEndPointManager::Implementation::serveInUse(const Registration& registration) {

@@ -38,7 +38,7 @@ private:
     const void* bottom = nullptr; ///< for AddressSanitizer, like the next two
     std::size_t size = 0;
     void* fakeStack = nullptr;
-    void* fiber = nullptr; ///< for ThreadSanitizer
+    [[maybe_unused]] void* fiber = nullptr; ///< for ThreadSanitizer
 };
 
 } // namespace KX

@@ -176,8 +176,10 @@ bool File::finish() {
         return false;
     if (isGone())
         return false;
-    if (isRegular && fsync(descriptor) != 0)
+    if (isRegular && fsync(descriptor) != 0) {
         fail(errno);
+        return false; // discard needs the descriptor
+    }
     if (close(std::exchange(descriptor, -1)) != 0)
         fail(errno);
     return !failure;

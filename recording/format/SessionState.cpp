@@ -80,7 +80,7 @@ void SessionState::apply(const Input& input) {
     } else if (const auto* const newKeypad = std::get_if<Keypad>(&input)) {
         keypad = *newKeypad;
     } else if (const auto* const frame = std::get_if<Frame>(&input)) {
-        if (!keypad || !isForeign(*frame, *keypad->layout))
+        if (keypad && !isForeign(*frame, *keypad->layout))
             lastFrames[frame->message.canId] = *frame;
     }
 }

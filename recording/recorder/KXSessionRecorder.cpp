@@ -58,7 +58,12 @@ bool KXSessionRecorder::Session::observe() {
     hadManager = knowsEncoder = knowsTable = false;
     forgetAll({}, KXTick::getTickCount(), "");
     guard.unlock();
-    KXInputEventManager::setObserver(this);
+    try {
+        KXInputEventManager::setObserver(this);
+    } catch (...) {
+        isObserved = false;
+        throw;
+    }
     guard.lock();
     isObserver = true;
     if (log.bytes() == 0)

@@ -5,7 +5,9 @@
 
 #include <QDir>
 #include <QFile>
+#include <QRegularExpression>
 
+#include <algorithm>
 #include <utility>
 
 namespace Terminal {
@@ -14,6 +16,13 @@ namespace {
 
 const auto beginning = QStringLiteral("kxterminal-");
 const auto ending = QStringLiteral(".kxr");
+
+// Whether somebody else has given the file its name.
+bool isForeign(const QFileInfo& file) {
+    static const QRegularExpression ownName(
+        QStringLiteral("^kxterminal-\\d{4}-\\d\\d-\\d\\d-\\d{6}(-\\d+)?\\.kxr$"));
+    return !ownName.match(file.fileName()).hasMatch();
+}
 
 } // namespace
 
@@ -43,6 +52,7 @@ void SavedSessions::makeRoomFor(const QString& path) const {
     QFileInfoList others = QDir(folder).entryInfoList({beginning + QLatin1Char('*') + ending},
                                                       QDir::Files | QDir::NoSymLinks, QDir::Time);
     others.removeOne(QFileInfo(path));
+    others.erase(std::remove_if(others.begin(), others.end(), isForeign), others.end());
     for (int i = most - 1; i < others.size(); ++i)
         QFile::remove(others[i].filePath());
 }

@@ -62,11 +62,12 @@ Terminal::Terminal(const CommandLine& commandLine)
                     [this](const QString& path) { return saveInto(path); }),
       manager(KX::KXInputEventManager::createInstance()), toolkitLayer(window) {
     toolkitLayer.setReport([this](KX::KXToolkitEvent& event) { takeReport(event); });
-    manager->setKeyMapping(KeyCodes::functionKeys());
-    if (settings.replayFile.isEmpty())
+    if (settings.replayFile.isEmpty()) {
+        manager->setKeyMapping(KeyCodes::functionKeys());
         openKeypad();
-    else
-        openReplay();
+    } else {
+        openReplay(); // a recording tells which keys its application knew
+    }
     connectParts();
     connectActions();
 }

@@ -2,6 +2,7 @@
 
 #include "events/KXEvent.h"
 #include "events/KXEventKind.h"
+#include "recording/KXSettingTable.h"
 
 #include <cstdint>
 #include <deque>
@@ -115,7 +116,8 @@ private:
     bool hasTime = false;
     LaneKey lastPressed;
     std::uint64_t openedLanes = 0;
-    unsigned int doublePressWindowMs = 300;
+    unsigned int doublePressWindowMs =
+        static_cast<unsigned int>(settingRow(KX::KXInputSetting::DoubleKeyPressDuration).defaultValue);
     int keptEvents = 0;
     int keysDown = 0;
 };

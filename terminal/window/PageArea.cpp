@@ -21,7 +21,7 @@ namespace Terminal {
 
 namespace {
 
-const char* const labels[pageCount] = {"Events", "Time line", "Encoder", "Keypad", "Actions", "Settings\tF12"};
+const char* const pageLabels[pageCount] = {"Events", "Time line", "Encoder", "Keypad", "Actions", "Settings\tF12"};
 
 QLabel* makeKeyName(const QString& text) {
     auto* label = new QLabel(text);
@@ -41,7 +41,7 @@ PageBar::PageBar(QWidget* parent) : QWidget(parent) {
     row->setSpacing(6);
     row->addWidget(makeKeyName(QStringLiteral("F10 \u25c2")));
     for (int page = 0; page < pageCount; ++page) {
-        auto* button = buttons[page] = new ScreenButton(QString::fromLatin1(labels[page]));
+        auto* button = buttons[page] = new ScreenButton(QString::fromLatin1(pageLabels[page]));
         button->setCheckable(true);
         row->addWidget(button);
         connect(button, &QAbstractButton::clicked, this, [this, page] { emit chosen(static_cast<Page>(page)); });

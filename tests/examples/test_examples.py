@@ -135,7 +135,8 @@ class Record(unittest.TestCase):
     """Random operators at the application that records itself, on the real platform and in real time."""
 
     KEYS = ("Escape", "Home", "End", "Up", "Down", "Return", "a", "F5", "F6")
-    FRAMES = ["18FF0001#8000000000000000", "18FF0001#C000000000000000", "18FF0001#0000000000000000"]
+    FRAMES = ["18FF0001#8000000000000000", "18FF0001#C000000000000000", "18FF0001#0000000000000000",
+              "18FF0002#1000000000000000", "18FF0002#0000000000000000"]
 
     def setUp(self):
         folder = tempfile.TemporaryDirectory()
@@ -193,6 +194,8 @@ class Record(unittest.TestCase):
         for number in range(SESSIONS):
             file, printed = self.play_session(number, chance)
             self.assertEqual(printed, self.replay(file), f"session {number} of seed {seed}")
+            with open(file, encoding="ascii") as recording:
+                self.assertIn("set keypad", recording.read())
             events += len(printed)
         print(f"{SESSIONS} sessions, {events} events")
 

@@ -72,14 +72,14 @@ TEST_F(KXPipeLimitTest, oneThatIsAPageSmallerIsToldWithItsNumbers) {
     grantedCapacity = wanted - page;
     KX::KXPipe pipe;
     EXPECT_EQ(listen(init, pipe),
-              "[kx_pipe:1] the system grants a pipe 1044480 bytes in place of 1048576: room for "
-              "7650 events in place of 7680\n");
+              "[kx_pipe:1] the system grants a pipe 1044480 bytes instead of 1048576: room for "
+              "7650 events instead of 7680\n");
 }
 
 TEST_F(KXPipeLimitTest, theSixtyFifthOfAUserIsToldOnceAndEachPipeOnItsOwn) {
     grantedCapacity = 2 * page;
-    const std::string report = "[kx_pipe:1] the system grants a pipe 8192 bytes in place of 1048576: room for 60 "
-                               "events in place of 7680\n";
+    const std::string report = "[kx_pipe:1] the system grants a pipe 8192 bytes instead of 1048576: room for 60 "
+                               "events instead of 7680\n";
     KX::KXPipe pipe;
     EXPECT_EQ(listen(init, pipe), report);
     EXPECT_EQ(listen(init, pipe), "");

@@ -46,6 +46,10 @@ class InTheTerminal(unittest.TestCase):
             with self.subTest(name=name):
                 self.check(name, 100)
 
+    # The terminal gives codes to the function keys, but the recorded application did not.
+    def test_only_the_keys_that_the_recording_tells_have_codes(self):
+        self.check("keys-without-code", 50)
+
     def test_the_keys_of_recorded_frames_come_once(self):
         self.check("keypad-keys", 100)
 

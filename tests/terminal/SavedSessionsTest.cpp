@@ -84,11 +84,14 @@ TEST_F(SavedSessionsTest, TheFileJustSavedStaysThoughTheOthersSeemNewer) {
 }
 
 TEST_F(SavedSessionsTest, OtherFilesAreLeftAlone) {
-    for (const char* name : {"kxterminal-notes.txt", "complaint.kxr"})
+    for (const char* name : {"kxterminal-notes.txt", "complaint.kxr", "kxterminal-day.kxr",
+                             "kxterminal-2026-11-21-064511-brake.kxr", "kxterminal-2026-11-21.kxr"})
         write(folder.filePath(name));
     save(1);
     save(1, morning.addSecs(1));
-    EXPECT_THAT(files(), ElementsAre("complaint.kxr", "kxterminal-2026-11-22-064512.kxr", "kxterminal-notes.txt"));
+    EXPECT_THAT(files(),
+                ElementsAre("complaint.kxr", "kxterminal-2026-11-21-064511-brake.kxr", "kxterminal-2026-11-21.kxr",
+                            "kxterminal-2026-11-22-064512.kxr", "kxterminal-day.kxr", "kxterminal-notes.txt"));
 }
 
 TEST_F(SavedSessionsTest, AFailureIsToldAndNothingGivesWay) {

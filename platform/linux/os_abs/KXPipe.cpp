@@ -3,6 +3,7 @@
 #include "platform/KXDebug.h"
 #include "platform/KXStatus.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <climits>
@@ -40,7 +41,7 @@ unsigned int getPipeDebugKey() {
 /// Makes the pipe as large as the system allows, up to the wanted size. A smaller pipe works, but is full earlier.
 /// \return the capacity in bytes
 int enlarge(int writeEnd) {
-    const int presentCapacity = fcntl(writeEnd, F_GETPIPE_SZ);
+    const int presentCapacity = std::max(fcntl(writeEnd, F_GETPIPE_SZ), 0); // 0: not told
     for (int capacity = wantedCapacity; capacity > presentCapacity; capacity /= 2) {
         // EPERM: above the limit of this user. EBUSY and ENOMEM: no kernel memory for that many pages.
         const int granted = fcntl(writeEnd, F_SETPIPE_SZ, capacity);
@@ -91,12 +92,12 @@ public:
 private:
     /// Reports a pipe that is smaller than wanted: it loses events that a larger one would hold.
     void reportCapacity(int capacity) {
-        if (capacity >= wantedCapacity || capacity == reportedCapacity)
+        if (capacity == 0 || capacity >= wantedCapacity || capacity == reportedCapacity)
             return;
         reportedCapacity = capacity;
         KXDebug::debugPrintError(
             1, getPipeDebugKey(),
-            "the system grants a pipe %d bytes in place of %d: room for %d events in place of %d", capacity,
+            "the system grants a pipe %d bytes instead of %d: room for %d events instead of %d", capacity,
             wantedCapacity, countEvents(capacity), countEvents(wantedCapacity));
     }
 
