@@ -53,7 +53,7 @@ void TimeLineMarks::draw(QPainter& painter, TimeLineMark mark, const QPointF& ce
 
 namespace {
 
-constexpr int columns = 4;
+constexpr int markColumns = 4;
 constexpr int lines = 2;
 constexpr int textLeft = 26;
 
@@ -87,7 +87,7 @@ struct Entry {
     void (*drawSign)(QPainter& painter, const QPointF& centre);
 };
 
-const Entry entries[lines][columns] = {
+const Entry entries[lines][markColumns] = {
     {
         {"Down", drawBar<KX::KXGesture::Press>},
         {"Double press", drawMark<TimeLineMark::DoublePress>},
@@ -101,7 +101,7 @@ const Entry entries[lines][columns] = {
         {"Escaped", drawMark<TimeLineMark::Escape>},
     },
 };
-constexpr int widths[columns] = {76, 134, 106, 102};
+constexpr int widths[markColumns] = {76, 134, 106, 102};
 
 } // namespace
 
@@ -125,7 +125,7 @@ void TimeLineLegend::paintEvent(QPaintEvent* /*event*/) {
     const int lineHeight = height() / lines;
     for (int line = 0; line < lines; ++line) {
         int left = 0;
-        for (int column = 0; column < columns; ++column) {
+        for (int column = 0; column < markColumns; ++column) {
             const Entry& entry = entries[line][column];
             const QRect place(left, line * lineHeight, widths[column], lineHeight);
             entry.drawSign(painter, QPointF(left + 12, place.center().y() + 0.5));
