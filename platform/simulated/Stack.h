@@ -34,10 +34,10 @@ private:
     void tellArrivalFrom(Stack& other);
 
     ucontext_t context{};
-    char* memory = nullptr;       ///< of a new stack
-    const void* bottom = nullptr; ///< for AddressSanitizer, like the next two
+    char* memory = nullptr;                        ///< of a new stack
+    [[maybe_unused]] const void* bottom = nullptr; ///< for AddressSanitizer, like the next two
     std::size_t size = 0;
-    void* fakeStack = nullptr;
+    [[maybe_unused]] void* fakeStack = nullptr;
     [[maybe_unused]] void* fiber = nullptr; ///< for ThreadSanitizer
 };
 
