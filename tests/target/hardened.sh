@@ -7,7 +7,7 @@ failed=0
 
 # must FILE WHAT PATTERN READELF-OPTION: what readelf prints has the pattern.
 must() {
-    "$readelf" -W "$4" "$1" | grep -q -e "$3" || {
+    grep -q -e "$3" <<<"$("$readelf" -W "$4" "$1")" || {
         echo "FAILED: ${1##*/}: $2"
         failed=1
     }
