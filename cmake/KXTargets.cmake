@@ -22,13 +22,13 @@ if(KXAPI_SANITIZE)
     target_compile_options(KXAPI_build_flags INTERFACE
         -fsanitize=${KXAPI_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(KXAPI_build_flags INTERFACE -fsanitize=${KXAPI_SANITIZE})
-else() # like Debian's own packages; checked copies need an optimised build
-    target_compile_options(KXAPI_build_flags INTERFACE
-        "$<$<NOT:$<CONFIG:Debug>>:-fstack-protector-strong;-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>")
-    target_link_options(KXAPI_build_flags INTERFACE "$<$<NOT:$<CONFIG:Debug>>:LINKER:-z,relro,-z,now>")
 endif()
-# Packages do not tell the path of the build folder.
-target_compile_options(KXAPI_build_flags INTERFACE "$<$<BOOL:${KXAPI_PACKAGES}>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>")
+if(KXAPI_PACKAGES)
+    # Like Debian's own packages, and without the path of the build folder.
+    target_compile_options(KXAPI_build_flags INTERFACE
+        -fstack-protector-strong -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 "-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.")
+    target_link_options(KXAPI_build_flags INTERFACE LINKER:-z,relro,-z,now)
+endif()
 
 set(KXAPI_INCLUDE_DIR "${CMAKE_INSTALL_INCLUDEDIR}/KXAPI")
 
