@@ -1,10 +1,10 @@
 #include "recording/format/RecordingFile.h"
 
+#include "platform/BlockedPipeSignal.h"
 #include "recording/format/RecordingFormat.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
 #include <cstring>
 #include <fcntl.h>
 #include <optional>
@@ -35,34 +35,6 @@ int openToAppend(const std::string& name, int otherFlags) {
         fcntl(descriptor, F_SETFL, O_APPEND); // no other flag can change; this does not fail
     return descriptor;
 }
-
-// A pipe whose reader has ended raises a signal in the thread that writes, and the signal would end the application.
-// This object blocks it and takes it away again.
-class BlockedPipeSignal {
-public:
-    BlockedPipeSignal() {
-        sigemptyset(&pipeSignal);
-        sigaddset(&pipeSignal, SIGPIPE);
-        sigset_t pending;
-        wasPending = sigpending(&pending) == 0 && sigismember(&pending, SIGPIPE) == 1;
-        pthread_sigmask(SIG_BLOCK, &pipeSignal, &before);
-    }
-
-    ~BlockedPipeSignal() {
-        constexpr timespec atOnce{};
-        if (!wasPending)
-            sigtimedwait(&pipeSignal, nullptr, &atOnce);
-        pthread_sigmask(SIG_SETMASK, &before, nullptr);
-    }
-
-    BlockedPipeSignal(const BlockedPipeSignal&) = delete;
-    BlockedPipeSignal& operator=(const BlockedPipeSignal&) = delete;
-
-private:
-    sigset_t pipeSignal{};
-    sigset_t before{};
-    bool wasPending = false; // it is somebody else's
-};
 
 // A new file's name is on the disk when its folder is.
 bool syncFolder(const std::string& name) {

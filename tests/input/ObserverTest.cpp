@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 
 #include <memory>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -386,6 +387,36 @@ TEST_F(Observer, that_throws_for_a_dropped_type_lets_its_exception_out) {
     notes.take();
     operatorPresses(Qt::Key_Home);
     EXPECT_THAT(notes.take(), ElementsAre("toolkit 300 class 2 key -1"));
+}
+
+// The caller has an exception and no observer, so it may delete what it wanted to set.
+TEST_F(ObserverSetLater, that_cannot_take_the_settings_is_not_set) {
+    class Full : public KXInputObserver {
+        void onKeyMapping(const std::map<int, int>&) override { throw std::bad_alloc(); }
+    };
+    auto full = std::make_unique<Full>();
+    EXPECT_THROW(KXInputEventManager::setObserver(full.get()), std::bad_alloc);
+    full.reset();
+    EXPECT_EQ(KXInputEventManager::getObserver(), nullptr);
+    operatorPresses(Qt::Key_Home);
+    KXEncoderDynamic::instance()->setUserFactor(1000);
+    expectPosted(KEY_PRESS_EVENT);
+}
+
+TEST_F(ObserverSetLater, may_ask_for_the_encoder_while_that_is_made) {
+    KXInputEventManager::deleteInstance();
+    class Asking : public KXInputObserver {
+    public:
+        void onSpeedTable(const std::vector<KXEncoderDynamicPair>&) override {
+            seen = KXEncoderDynamic::instance();
+        }
+        KXEncoderDynamic* seen = nullptr;
+    } asking;
+    KXInputEventManager::setObserver(&asking);
+    manager = KXInputEventManager::createInstance();
+    EXPECT_NE(asking.seen, nullptr);
+    EXPECT_EQ(asking.seen, KXEncoderDynamic::instance());
+    KXInputEventManager::setObserver(nullptr);
 }
 
 TEST_F(Observer, sees_that_the_encoder_is_set_back) {

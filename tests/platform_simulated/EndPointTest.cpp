@@ -2,6 +2,7 @@
 
 #include "platform/KXPipe.h"
 
+#include <stdexcept>
 #include <thread>
 
 namespace KX::test {
@@ -80,6 +81,22 @@ TEST_F(EndPoints, OneRoundCallsEachReadableHandlerOnceInTheOrderAdded) {
     EXPECT_THAT(trace, ElementsAre("h readable@0", "last readable@0"));
     EXPECT_EQ(manager.waitForEndPoints(100, 0), 1) << "what was not read is told again";
     EXPECT_EQ(KXTick::getTickCount(), 0u);
+}
+
+// The driver would wait for ever for a handler that is no longer called.
+TEST_F(EndPoints, AHandlerThatThrewIsNotInUse) {
+    KXEndPointManager manager;
+    TracingHandler throwing("h", trace, [](KXEndPoint*) { throw std::runtime_error("not now"); });
+    manager.addEndPoint(&endPoint, &throwing);
+    Script script("s", [&] {
+        EXPECT_THROW(manager.waitForEndPoints(100, 0), std::runtime_error);
+        KXSimulation::setReadable(&endPoint, false);
+        manager.waitForEndPoints(200, 0);
+    });
+    KXSimulation::setReadable(&endPoint, true);
+    ASSERT_EQ(script.start(), 0);
+    EXPECT_EQ(manager.removeEndPoint(&endPoint), 0);
+    script.stopAndWait();
 }
 
 TEST_F(EndPoints, HandlersGetTheEndPointAndTheManager) {

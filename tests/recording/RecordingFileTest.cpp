@@ -366,6 +366,17 @@ TEST_F(RecordingFileTest, ADiscardedFileIsRemoved) {
     EXPECT_FALSE(std::filesystem::exists(path));
 }
 
+TEST_F(RecordingFileTest, AFileThatWasThereIsEmptyAgainWhenTheDiskDidNotTakeItsContent) {
+    std::ofstream(path).close();
+    EntryFile file(path);
+    file.write(5, Pass());
+    errorOfSync = EIO;
+    EXPECT_FALSE(file.finish());
+    errorOfSync = 0;
+    file.discard();
+    EXPECT_EQ("", content());
+}
+
 TEST_F(RecordingFileTest, ADiscardedFileThatAnotherOneHasReplacedLeavesThatOne) {
     EntryFile file(path);
     std::filesystem::remove(path);

@@ -48,6 +48,15 @@ TEST_F(StampedInputTest, EachKindOfInputHasItsOwnTime) {
     EXPECT_EQ(TOOLKIT_MOUSE_ESCAPE_EVENT, reports[6].type);
 }
 
+// The Menu key brings such an event, without a time, before its press.
+TEST_F(StampedInputTest, AnEventThatIsNotReportedDoesNotMoveTheClock) {
+    sendKey(QEvent::KeyPress, 9000, Qt::Key_Home);
+    QContextMenuEvent menu(QContextMenuEvent::Keyboard, inside);
+    sendStamped(menu, 0);
+    sendKey(QEvent::KeyRelease, 9050, Qt::Key_Home);
+    EXPECT_THAT(ticks(), ElementsAre(9000U, 9050U));
+}
+
 TEST_F(StampedInputTest, ASuspectedReleaseKeepsItsTime) {
     sendKey(QEvent::KeyPress, 9000);
     sendKey(QEvent::KeyRelease, 9500);

@@ -1,6 +1,6 @@
 #include "platform/linux/utility/DebugOutput.h"
 
-#include "platform/linux/utility/BlockedPipeSignal.h"
+#include "platform/BlockedPipeSignal.h"
 #include "platform/linux/utility/NonBlockingError.h"
 
 #include <algorithm>
