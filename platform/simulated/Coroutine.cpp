@@ -1,19 +1,37 @@
 #include "platform/simulated/Coroutine.h"
 
+#include <boost/context/preallocated.hpp>
+#include <boost/context/protected_fixedsize_stack.hpp>
+
 #include <cxxabi.h>
 #include <exception>
+#include <memory>
 #include <utility>
 
 namespace KX {
 
 namespace {
 
-// The coroutine that begins on this thread: a new stack has no arguments.
-thread_local Coroutine* beginning = nullptr;
+constexpr std::size_t stackBytes = 1024 * 1024;
+
+// Nobody may touch the page below a stack, so an overflow is noticed.
+using Stacks = boost::context::protected_fixedsize_stack;
+
+// The coroutine keeps its stack until it is destroyed.
+struct Keeper {
+    void deallocate(boost::context::stack_context& /*memory*/) noexcept {}
+};
 
 } // namespace
 
-Coroutine::Coroutine(std::function<void()> theBody) : body(std::move(theBody)) {}
+Coroutine::Stack::Stack() : memory(Stacks(stackBytes).allocate()) {}
+
+Coroutine::Stack::~Stack() {
+    Stacks(stackBytes).deallocate(memory);
+}
+
+Coroutine::Coroutine(std::function<void()> theBody)
+    : body(std::move(theBody)), ownReport(static_cast<char*>(stack.memory.sp) - stackBytes, stackBytes) {}
 
 Coroutine::~Coroutine() {
     if (state == begun)
@@ -22,29 +40,36 @@ Coroutine::~Coroutine() {
 
 bool Coroutine::resume() {
     const std::lock_guard<std::mutex> guard(resuming);
-    if (state == ready)
-        beginning = this;
     swapExceptions();
-    caller.switchTo(own);
+    callersReport.leaveFor(ownReport);
+    if (state == ready)
+        begin();
+    other = std::move(other).resume();
+    callersReport.arriveFrom(ownReport);
     swapExceptions();
     return state == ended;
 }
 
 void Coroutine::pause() {
-    own.switchTo(caller);
+    ownReport.leaveFor(callersReport);
+    other = std::move(other).resume();
+    ownReport.arriveFrom(callersReport);
 }
 
 void Coroutine::begin() {
-    Coroutine& self = *beginning;
-    self.own.hasBegunFrom(self.caller);
-    self.state = begun;
-    self.run();
-    self.state = ended;
-    self.own.leaveFor(self.caller);
+    const boost::context::preallocated memory(stack.memory.sp, stack.memory.size, stack.memory);
+    other = boost::context::fiber(std::allocator_arg, memory, Keeper(),
+                                  [this](boost::context::fiber&& resumer) { return run(std::move(resumer)); });
+    state = begun;
 }
 
-void Coroutine::run() noexcept {
-    body();
+boost::context::fiber Coroutine::run(boost::context::fiber&& resumer) {
+    other = std::move(resumer);
+    ownReport.arriveFrom(callersReport);
+    runBody();
+    state = ended;
+    ownReport.leaveForEverFor(callersReport);
+    return std::move(other);
 }
 
 void Coroutine::swapExceptions() {

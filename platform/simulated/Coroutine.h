@@ -1,6 +1,9 @@
 #pragma once
 
-#include "platform/simulated/Stack.h"
+#include "platform/simulated/SwitchReport.h"
+
+#include <boost/context/fiber.hpp>
+#include <boost/context/stack_context.hpp>
 
 #include <functional>
 #include <mutex>
@@ -12,7 +15,7 @@ namespace KX {
 class Coroutine {
 public:
     /// Does not run \p body yet.
-    /// \throws std::system_error  there is no memory for the stack
+    /// \throws std::bad_alloc  there is no memory for the stack
     explicit Coroutine(std::function<void()> body);
 
     /// Ends the program if the body has begun and not ended: nobody could run its destructors any more.
@@ -39,14 +42,31 @@ private:
 #endif
     };
 
-    static void begin();
-    void run() noexcept;
+    /// The system makes only those of its pages that are touched.
+    class Stack {
+    public:
+        Stack();
+        ~Stack();
+
+        Stack(const Stack&) = delete;
+        Stack& operator=(const Stack&) = delete;
+
+        boost::context::stack_context memory;
+    };
+
+    void begin();
+    boost::context::fiber run(boost::context::fiber&& resumer);
+    void runBody() noexcept {
+        body();
+    }
     void swapExceptions();
 
     std::function<void()> body;
     std::mutex resuming; ///< held until the body has paused
-    Stack caller;
-    Stack own{begin};
+    Stack stack;
+    SwitchReport callersReport;
+    SwitchReport ownReport;
+    boost::context::fiber other; ///< while the body pauses, the body; while it runs, its caller
     Exceptions othersExceptions; ///< of the caller while the body runs, of the body while it pauses
     enum { ready, begun, ended } state = ready;
 };

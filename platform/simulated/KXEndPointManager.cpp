@@ -8,6 +8,8 @@
 #include "platform/simulated/ReadableMarks.h"
 #include "platform/simulated/Scheduler.h"
 
+#include <boost/container/small_vector.hpp>
+
 #include <algorithm>
 #include <condition_variable>
 #include <mutex>
@@ -22,17 +24,19 @@ constexpr VirtualTime retryIntervalMs = 1000;
 struct Registration {
     unsigned int number; // tells an end point that was added again from its earlier registration
     KXEndPoint* endPoint;
+    const KXPipe* pipe;      // null: the end point is none
+    const SimulatedCAN* can; // the same
     KXEndPointHandler* handler;
     bool isLost;           // reported as disconnected
     VirtualTime retryTime; // of the next reconnect of one that is lost
 };
 
-bool isReadable(const KXEndPoint* endPoint) {
-    if (const auto* pipe = dynamic_cast<const KXPipe*>(endPoint))
-        return pipe->isReadable();
-    if (const auto* can = dynamic_cast<const SimulatedCAN*>(endPoint))
-        return can->hasFrames();
-    return isMarkedReadable(endPoint);
+bool isReadable(const Registration& registration) {
+    if (registration.pipe)
+        return registration.pipe->isReadable();
+    if (registration.can)
+        return registration.can->hasFrames();
+    return isMarkedReadable(registration.endPoint);
 }
 
 } // namespace
@@ -89,7 +93,8 @@ bool KXEndPointManager::Implementation::add(KXEndPoint* endPoint, KXEndPointHand
     const std::lock_guard<std::mutex> lock(mutex);
     if (find(endPoint) != registrations.end())
         return false;
-    registrations.push_back({nextNumber++, endPoint, handler, false, 0});
+    registrations.push_back({nextNumber++, endPoint, dynamic_cast<const KXPipe*>(endPoint),
+                             dynamic_cast<const SimulatedCAN*>(endPoint), handler, false, 0});
     return true;
 }
 
@@ -122,16 +127,16 @@ bool KXEndPointManager::Implementation::isReady() {
     const std::lock_guard<std::mutex> lock(mutex);
     return std::any_of(registrations.begin(), registrations.end(), [](const Registration& registration) {
         const bool isConnected = registration.endPoint->isConnected();
-        return isConnected == registration.isLost || (isConnected && isReadable(registration.endPoint));
+        return isConnected == registration.isLost || (isConnected && isReadable(registration));
     });
 }
 
 int KXEndPointManager::Implementation::dispatch() {
-    std::vector<Registration> round;
+    boost::container::small_vector<Registration, 4> round;
     {
         // Handlers may add and remove end points meanwhile.
         const std::lock_guard<std::mutex> lock(mutex);
-        round = registrations;
+        round.assign(registrations.begin(), registrations.end());
     }
     return static_cast<int>(std::count_if(
         round.begin(), round.end(), [this](const Registration& registration) { return serve(registration); }));
@@ -154,7 +159,7 @@ bool KXEndPointManager::Implementation::serveInUse(const Registration& registrat
         return isConnected ? reportBack(registration) : retry(registration);
     if (!isConnected)
         return reportLost(registration);
-    if (!isReadable(registration.endPoint))
+    if (!isReadable(registration))
         return false;
     registration.handler->onEndPointReadable(registration.endPoint, &owner);
     return true;

@@ -5,7 +5,7 @@
 #include "platform/simulated/Scheduler.h"
 
 #include <memory>
-#include <system_error>
+#include <new>
 
 namespace KX {
 
@@ -46,7 +46,7 @@ private:
         const auto body = [function = entry, argument = entryArgument] { function(argument); };
         try {
             participant.coroutine = std::make_unique<Coroutine>(body);
-        } catch (const std::system_error&) {
+        } catch (const std::bad_alloc&) {
             return STATUS_REFUSED;
         }
         participant.id = newThreadId();

@@ -26,19 +26,18 @@ Scheduler& Scheduler::instance() {
 }
 
 unsigned int Scheduler::getTick() const {
-    return tick.load(std::memory_order_relaxed);
+    return static_cast<unsigned int>(now());
 }
 
 VirtualTime Scheduler::now() const {
-    const std::lock_guard<std::mutex> lock(mutex);
-    return time;
+    return time.load(std::memory_order_relaxed);
 }
 
 VirtualTime Scheduler::timeOf(unsigned int wantedTick) const {
-    const std::lock_guard<std::mutex> lock(mutex);
-    const auto presentTick = static_cast<unsigned int>(time);
+    const VirtualTime present = now();
+    const auto presentTick = static_cast<unsigned int>(present);
     const unsigned int behind = presentTick - wantedTick;
-    return behind < halfRange ? time - behind : time + (wantedTick - presentTick);
+    return behind < halfRange ? present - behind : present + (wantedTick - presentTick);
 }
 
 void Scheduler::setTick(unsigned int wantedTick) {
@@ -87,7 +86,7 @@ bool Scheduler::stop(Participant& self) {
     self.stopping = true;
     waitsSinceMove = 0;
     const auto wait = std::find_if(waits.begin(), waits.end(),
-                                   [&self](const Waits::value_type& entry) { return entry.second == &self; });
+                                   [&self](const Wait& candidate) { return candidate.participant == &self; });
     if (wait == waits.end()) { // another thread of the system runs it at the moment, or nobody does any more
         hasEnded.wait(lock, [&self] { return self.state != Participant::State::running; });
         return true;
@@ -129,7 +128,7 @@ void Scheduler::countWait() {
     std::fprintf(stderr,
                  "KXSimulation: thread \"%s\" waits again and again at tick %u and time cannot go on: a handler "
                  "does not read, or a loop does not see that it is to stop\n",
-                 currentParticipant->name.c_str(), static_cast<unsigned int>(time));
+                 currentParticipant->name.c_str(), getTick());
     std::abort();
 }
 
@@ -142,7 +141,7 @@ bool Scheduler::handOver(Participant& self, VirtualTime wakeTime, Watched& watch
         self.waitEnded = false;
         self.wakeTime = wakeTime;
         self.watched = &watched;
-        waits.emplace(nextWaitNumber++, &self);
+        waits.push_back({nextWaitNumber++, &self});
     }
     self.coroutine->pause();
     const std::lock_guard<std::mutex> lock(mutex);
@@ -177,13 +176,13 @@ Participant* Scheduler::takeFirstDue() {
     auto wait = waits.begin();
     while (wait != waits.end()) {
         const auto [number, participant] = *wait;
-        bool isDue = participant->wakeTime <= time;
+        bool isDue = participant->wakeTime <= now();
         if (!isDue) {
             Watched& watched = *participant->watched;
             lock.unlock();
             isDue = watched.isReady();
             lock.lock();
-            wait = waits.lower_bound(number);
+            wait = firstFrom(number);
         }
         if (isDue) {
             takeOut(wait);
@@ -197,31 +196,35 @@ Participant* Scheduler::takeFirstDue() {
 Participant* Scheduler::takeFirstBefore(std::uint64_t waitNumber) {
     const std::lock_guard<std::mutex> lock(mutex);
     const auto wait = waits.begin();
-    if (wait == waits.end() || wait->first >= waitNumber)
+    if (wait == waits.end() || wait->number >= waitNumber)
         return nullptr;
-    Participant* participant = wait->second;
+    Participant* participant = wait->participant;
     participant->waitEnded = true;
     takeOut(wait);
     return participant;
 }
 
+Scheduler::Waits::iterator Scheduler::firstFrom(std::uint64_t waitNumber) {
+    return std::find_if(
+        waits.begin(), waits.end(), [waitNumber](const Wait& wait) { return wait.number >= waitNumber; });
+}
+
 void Scheduler::takeOut(Waits::iterator wait) {
-    wait->second->state = Participant::State::running;
+    wait->participant->state = Participant::State::running;
     waits.erase(wait);
 }
 
 VirtualTime Scheduler::nextEvent() const {
     VirtualTime next = CANBuses::instance().getNextFrameTime();
     const std::lock_guard<std::mutex> lock(mutex);
-    for (const auto& [number, participant] : waits)
-        next = std::min(next, participant->wakeTime);
+    for (const Wait& wait : waits)
+        next = std::min(next, wait.participant->wakeTime);
     return next;
 }
 
 void Scheduler::moveTo(VirtualTime target) {
     const std::lock_guard<std::mutex> lock(mutex);
-    time = target;
-    tick.store(static_cast<unsigned int>(target), std::memory_order_relaxed);
+    time.store(target, std::memory_order_relaxed);
     waitsSinceMove = 0;
 }
 

@@ -5,10 +5,10 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <vector>
 
 namespace KX {
 
@@ -100,16 +100,20 @@ private:
     void moveTo(VirtualTime target);
     void release(Participant& participant);
 
-    using Waits = std::map<std::uint64_t, Participant*>;
+    struct Wait {
+        std::uint64_t number;
+        Participant* participant;
+    };
+    using Waits = std::vector<Wait>;
+    Waits::iterator firstFrom(std::uint64_t waitNumber);
     void takeOut(Waits::iterator wait);
 
     mutable std::mutex mutex;
-    std::condition_variable hasEnded;  // a participant
-    std::atomic<unsigned int> tick{0}; // low bits of time, for readers without the lock
+    std::condition_variable hasEnded; // a participant
+    std::atomic<VirtualTime> time{0};
 
     // guarded by mutex
-    VirtualTime time = 0;
-    Waits waits; // by number, so in the order in which they began
+    Waits waits; // in the order in which they began, so by number
     std::uint64_t nextWaitNumber = 0;
     unsigned int waitsSinceMove = 0;
 };

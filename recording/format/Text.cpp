@@ -6,6 +6,14 @@
 
 namespace KX::Text {
 
+namespace {
+
+bool isBlank(char character) {
+    return character == ' ' || character == '\t' || character == '\r' || character == '\v' || character == '\f';
+}
+
+} // namespace
+
 std::string quoted(std::string_view text) {
     const std::size_t longest = 40;
     std::string result(text.substr(0, longest));
@@ -15,16 +23,17 @@ std::string quoted(std::string_view text) {
 }
 
 std::string_view trimmed(std::string_view text) {
-    const std::size_t first = text.find_first_not_of(blanks);
-    return first == std::string_view::npos ? std::string_view()
-                                           : text.substr(first, text.find_last_not_of(blanks) - first + 1);
+    while (!text.empty() && isBlank(text.front()))
+        text.remove_prefix(1);
+    while (!text.empty() && isBlank(text.back()))
+        text.remove_suffix(1);
+    return text;
 }
 
 std::string_view takeWord(std::string_view& text) {
     text = trimmed(text);
-    const std::size_t end = std::min(text.find_first_of(blanks), text.size());
-    const std::string_view word = text.substr(0, end);
-    text = trimmed(text.substr(end));
+    const std::string_view word = text.substr(0, std::find_if(text.begin(), text.end(), isBlank) - text.begin());
+    text = trimmed(text.substr(word.size()));
     return word;
 }
 
@@ -35,21 +44,28 @@ std::string_view takeUntil(std::string_view& text, char separator) {
     return part;
 }
 
+// In pieces, which the stream searches for the end of the line.
 bool readLine(std::istream& input, std::string& line) {
     line.clear();
-    for (int character = input.get(); character != std::istream::traits_type::eof(); character = input.get()) {
-        if (character == '\n')
+    std::array<char, 1024> piece;
+    for (;;) {
+        input.getline(piece.data(), piece.size());
+        const auto taken = static_cast<std::size_t>(input.gcount());
+        const bool hasEnd = input.good();
+        appendToLine(line, {piece.data(), hasEnd ? taken - 1 : taken});
+        if (hasEnd)
             return true;
-        appendToLine(line, static_cast<char>(character));
+        if (taken + 1 < piece.size())
+            return !line.empty();
+        input.clear(); // the line is longer than a piece
     }
-    return !line.empty();
 }
 
 // A file without line ends must not fill the memory.
-void appendToLine(std::string& line, char character) {
-    if (line.size() == longestLine)
+void appendToLine(std::string& line, std::string_view text) {
+    if (text.size() > longestLine - line.size())
         throw std::runtime_error("the line is longer than " + std::to_string(longestLine) + " characters");
-    line.push_back(character);
+    line.append(text);
 }
 
 std::string hexadecimal(unsigned int number) {

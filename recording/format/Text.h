@@ -13,15 +13,13 @@ namespace KX::Text {
 /// Of any input file, without the line end.
 constexpr std::size_t longestLine = 65536;
 
-constexpr std::string_view blanks = " \t\r\v\f";
-
 /// Reads the next line, without its line end. The last line may have none; then \p input is at its end.
 /// \return false when there is no line left
 /// \throws std::runtime_error  the line is longer than \ref longestLine; nothing more is read
 bool readLine(std::istream& input, std::string& line);
 
-/// \throws std::runtime_error  there is no room for another character
-void appendToLine(std::string& line, char character);
+/// \throws std::runtime_error  there is no room for \p text
+void appendToLine(std::string& line, std::string_view text);
 
 /// Quotes a text from the input for a message. The result is always one readable line.
 std::string quoted(std::string_view text);

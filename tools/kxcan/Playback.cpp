@@ -69,7 +69,8 @@ private:
         for (int character = getc_unlocked(file); character != EOF; character = getc_unlocked(file)) {
             if (character == '\n')
                 return true;
-            KX::Text::appendToLine(line, static_cast<char>(character));
+            const char taken = static_cast<char>(character);
+            KX::Text::appendToLine(line, {&taken, 1});
         }
         return !line.empty() && std::ferror(file) == 0;
     }
