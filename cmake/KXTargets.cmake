@@ -16,6 +16,9 @@ set(CMAKE_INSTALL_RPATH "\$ORIGIN" "\$ORIGIN/${kx_bin_to_lib}")
 add_library(KXAPI_build_flags INTERFACE)
 target_compile_options(KXAPI_build_flags INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Werror)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang") # the only one that checks platform/KXThreadSafety.h
+    target_compile_options(KXAPI_build_flags INTERFACE -Wthread-safety -Wthread-safety-beta)
+endif()
 # Without it, 32-bit programs cannot open files of more than 2 GiB or with large inode numbers.
 target_compile_definitions(KXAPI_build_flags INTERFACE _FILE_OFFSET_BITS=64)
 if(KXAPI_SANITIZE)

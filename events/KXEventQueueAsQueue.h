@@ -4,6 +4,7 @@
 #include "events/sync/KXBackoffMutex.h"
 #include "events/sync/KXCountedCondition.h"
 #include "events/sync/KXSizedDeque.h"
+#include "platform/KXThreadSafety.h"
 
 namespace KX {
 
@@ -30,10 +31,10 @@ public:
     bool isEmpty() override;
 
 private:
-    inline KX_LOCAL KXSomeEvent takeOldest();
-    [[gnu::noinline]] KX_LOCAL void waitForEvent();
+    inline KX_LOCAL KXSomeEvent takeOldest() KX_EXCLUDES(queueMutex);
+    [[gnu::noinline]] KX_LOCAL void waitForEvent() KX_REQUIRES(queueMutex);
 
-    KXSizedDeque<KXSomeEvent, 64> eventDeque; // guarded by queueMutex, but for empty() and size()
+    KXSizedDeque<KXSomeEvent, 64> eventDeque KX_GUARDED_BY(queueMutex); // but for empty() and size()
     KXBackoffMutex queueMutex;
     KXCountedCondition queueCondition; // goes with queueMutex
 };

@@ -4,6 +4,7 @@
 #include "events/KXEventQueue.h"
 #include "input/CANRemoteOptions.h"
 #include "platform/KXExport.h"
+#include "platform/KXLocks.h"
 
 #include <atomic>
 #include <cstdint>
@@ -195,18 +196,19 @@ public:
     static void generateKeyEvent(KXInputEvent event);
 
     // The steps of classification, in their order. Public for programs that drive them with a clock of their own.
-    // They take no lock: never call them while a worker thread or a toolkit thread uses the same manager.
+    // They take no lock: never call them while a worker thread or a toolkit thread uses the same manager. If clang
+    // checks locks in your program, mark the calling function with KX_NO_THREAD_SAFETY_ANALYSIS.
     // STATUS_OK (0): go on; STATUS_CONSUMED (11): the step has consumed the event, which is not posted.
 
-    int convertToEncoderEvents(KXInputEvent& event);
-    int bundleKeyEncoderEvents(KXInputEvent& event);
-    int convertToDoublePressEvent(KXInputEvent& event);
-    int markPossibleLongPress(KXInputEvent& event);
+    int convertToEncoderEvents(KXInputEvent& event) KX_REQUIRES(mutex);
+    int bundleKeyEncoderEvents(KXInputEvent& event) KX_REQUIRES(mutex);
+    int convertToDoublePressEvent(KXInputEvent& event) KX_REQUIRES(mutex);
+    int markPossibleLongPress(KXInputEvent& event) KX_REQUIRES(mutex);
 
     // The two steps of a pass; \p now is the present tick. Both return STATUS_OK (0).
 
-    int sendLongPressEvent(unsigned int now);
-    int sendEncoderMoveEvent(unsigned int now);
+    int sendLongPressEvent(unsigned int now) KX_REQUIRES(mutex);
+    int sendEncoderMoveEvent(unsigned int now) KX_REQUIRES(mutex);
 
 protected:
     /// The singleton makes the manager; a test may derive from it.
@@ -229,26 +231,29 @@ private:
 
     KX_LOCAL void startWorker();
     KX_LOCAL void runWorker();
-    KX_LOCAL void makePass();
-    KX_LOCAL int classify(KXInputEvent& event);
+    KX_LOCAL void makePass() KX_EXCLUDES(mutex);
+    KX_LOCAL int classify(KXInputEvent& event) KX_REQUIRES(mutex);
     KX_LOCAL void post(KXEvent& event);
     KX_LOCAL int renumber(KXToolkitEvent& event);
     KX_LOCAL int openCANRemote(CANRemoteOptions& layout, std::unique_ptr<CANRemoteHandler> handler);
     KX_LOCAL void tellSettings(KXInputObserver& observer) const;
     KX_LOCAL int keyCodeOf(int osKeyCode) const;
-    KX_LOCAL static std::optional<int> toolkitCodeOf(int keyCode);
+    KX_LOCAL static std::optional<int> toolkitCodeOf(int keyCode) KX_EXCLUDES(keyTableMutex);
     KX_LOCAL static void postKey(const KXInputEvent& event);
     KX_LOCAL int forwardAs(int eventType, KXToolkitEvent& event);
     KX_LOCAL int forwardKeyAs(int eventType, KXToolkitEvent& event);
-    KX_LOCAL void endLongPress(int releaseType);
-    KX_LOCAL int convertStepKey(KXInputEvent& event);
-    KX_LOCAL void openEncoderBundle(KXInputEvent& step);
-    KX_LOCAL void endEncoderBundle();
-    KX_LOCAL void turnEncoderBundleBack(KXInputEvent& step);
-    KX_LOCAL void accelerate(KXInputEvent& step, KXInputEvent& sum);
+    KX_LOCAL void endLongPress(int releaseType) KX_REQUIRES(mutex);
+    KX_LOCAL int convertStepKey(KXInputEvent& event) KX_REQUIRES(mutex);
+    KX_LOCAL void openEncoderBundle(KXInputEvent& step) KX_REQUIRES(mutex);
+    KX_LOCAL void endEncoderBundle() KX_REQUIRES(mutex);
+    KX_LOCAL void turnEncoderBundleBack(KXInputEvent& step) KX_REQUIRES(mutex);
+    KX_LOCAL void accelerate(KXInputEvent& step, KXInputEvent& sum) KX_REQUIRES(mutex);
 
     static std::atomic<KXInputEventManager*> theInstance;
-    static std::map<int, int>& kxCodeToOSCodeMap; // guarded by a mutex beside its definition; never destroyed
+
+    // Any thread may generate keys, also while another one sets the table. Held for one entry or one merge.
+    KX_LOCAL static KXStdMutex keyTableMutex;
+    static std::map<int, int>& kxCodeToOSCodeMap KX_GUARDED_BY(keyTableMutex); // never destroyed
 
     // Set from any thread.
     std::atomic<bool> acceptingInput{true};
@@ -271,10 +276,14 @@ private:
     CANRemoteOptions canRemoteOptions;
     CANRemoteOptions canRemoteLayout; // as it was set: for observers, which must not read the keys' states
 
-    // Guarded by mutex.
-    KXInputEvent lastPressEvent;     // previous press, as it was before it was reclassified
-    KXInputEvent longPressCandidate; // its eventType is the state: press-like, long press sent, or 0
-    KXInputEvent encoderBundle;      // open while its eventType is ENCODER_MOVE_EVENT
+    // Previous press, as it was before it was reclassified.
+    KXInputEvent lastPressEvent KX_GUARDED_BY(mutex);
+
+    // Its eventType is the state: press-like, long press sent, or 0.
+    KXInputEvent longPressCandidate KX_GUARDED_BY(mutex);
+
+    // Open while its eventType is ENCODER_MOVE_EVENT.
+    KXInputEvent encoderBundle KX_GUARDED_BY(mutex);
 };
 
 } // namespace KX

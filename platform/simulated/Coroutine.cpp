@@ -21,7 +21,7 @@ Coroutine::~Coroutine() {
 }
 
 bool Coroutine::resume() {
-    const std::lock_guard<std::mutex> guard(resuming);
+    const KXLockGuard guard(resuming);
     if (state == ready)
         beginning = this;
     swapExceptions();

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "platform/KXLocks.h"
 #include "platform/simulated/Stack.h"
 
 #include <functional>
-#include <mutex>
 
 namespace KX {
 
@@ -24,7 +24,7 @@ public:
     /// Runs the body until it pauses or ends. An exception that leaves the body ends the program. Any thread: a second one
     /// waits until the body has paused.
     /// \return whether the body has ended, so that nothing may be called any more
-    bool resume();
+    bool resume() KX_EXCLUDES(resuming);
 
     /// Called by the body: returns from \ref resume, and returns itself in the next one.
     void pause();
@@ -39,16 +39,19 @@ private:
 #endif
     };
 
-    static void begin();
+    // On the coroutine's own stack, while the caller holds the lock in resume: clang does not see that.
+    static void begin() KX_NO_THREAD_SAFETY_ANALYSIS;
     void run() noexcept;
-    void swapExceptions();
+    void swapExceptions() KX_REQUIRES(resuming);
 
     std::function<void()> body;
-    std::mutex resuming; ///< held until the body has paused
+    KXStdMutex resuming; ///< held until the body has paused
     Stack caller;
     Stack own{begin};
-    Exceptions othersExceptions; ///< of the caller while the body runs, of the body while it pauses
-    enum { ready, begun, ended } state = ready;
+    enum { ready, begun, ended } state KX_GUARDED_BY(resuming) = ready;
+
+    // Of the caller while the body runs, of the body while it pauses.
+    Exceptions othersExceptions KX_GUARDED_BY(resuming);
 };
 
 } // namespace KX
