@@ -55,9 +55,9 @@ public:
     static void release();
 
     /// \throws boost::thread_resource_error  the system has no mutex or condition variable left
-    KXActionQueue();
+    [[gnu::cold]] KXActionQueue();
 
-    virtual ~KXActionQueue();
+    [[gnu::cold]] virtual ~KXActionQueue();
 
     KXActionQueue(const KXActionQueue&) = delete;
     KXActionQueue& operator=(const KXActionQueue&) = delete;

@@ -15,8 +15,8 @@ namespace KX {
 class KX_EVENTS_API KXEventQueueAsQueue : public KXEventQueue {
 public:
     /// \throws boost::thread_resource_error  the system has no mutex or condition variable left
-    KXEventQueueAsQueue();
-    ~KXEventQueueAsQueue() override;
+    [[gnu::cold]] KXEventQueueAsQueue();
+    [[gnu::cold]] ~KXEventQueueAsQueue() override;
 
     /// Appends a copy of \p event, wakes one waiting consumer, releases the lock and calls the after-post hook.
     /// \throws std::bad_cast  the event claims a class it is not; the queue is unchanged, the hook does not run

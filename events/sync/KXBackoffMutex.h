@@ -35,9 +35,10 @@ public:
     }
 
     /// Unlocks the mutex, waits for \p condition and locks the mutex again, also when the wait throws. The caller
-    /// holds the mutex. An interrupted wait may have consumed a wake-up, so it wakes another waiting thread.
+    /// holds the mutex. An interrupted wait may have consumed a wake-up, so it wakes another waiting thread. Out of
+    /// line: a queue hardly ever waits.
     template<class Condition>
-    void wait(Condition& condition) KX_REQUIRES(this) KX_NO_THREAD_SAFETY_ANALYSIS {
+    [[gnu::noinline, gnu::cold]] void wait(Condition& condition) KX_REQUIRES(this) KX_NO_THREAD_SAFETY_ANALYSIS {
         isTaken.store(false, std::memory_order_relaxed);
         const MarkTaken markTaken(isTaken);
         boost::unique_lock<boost::mutex> lock(*this, boost::adopt_lock);
