@@ -3,11 +3,11 @@
 #include "events/DiagnosticLine.h"
 #include "events/EventTypeName.h"
 #include "events/KXEventType.h"
+#include "platform/KXLocks.h"
 #include "platform/KXStatus.h"
 #include "platform/KXThread.h"
 #include "platform/KXTick.h"
 
-#include <boost/thread/lock_guard.hpp>
 #include <cstdlib>
 #include <iostream>
 #include <tuple>
@@ -115,9 +115,14 @@ void KXActionQueue::postAction(KXAction* action, KXEvent* event, void* userData)
     const actionItem item = {
         action,   currentAction.load(std::memory_order_relaxed), eventType,
         userData, executedCount.load(std::memory_order_relaxed), KXThread::getCurrentThreadID()};
-    const boost::lock_guard<KXBackoffMutex> lock(mutex);
+    const KXLockGuard lock(mutex);
     pendingItems.push_back(item);
     itemPosted.notifyOneIfAwaited();
+}
+
+// The deque's size is an atomic, so it needs no lock.
+inline bool KXActionQueue::hasItems() const KX_NO_THREAD_SAFETY_ANALYSIS {
+    return !pendingItems.empty();
 }
 
 int KXActionQueue::executeActions(unsigned int deadline, bool detectLoops) {
@@ -125,7 +130,7 @@ int KXActionQueue::executeActions(unsigned int deadline, bool detectLoops) {
     static const unsigned int executingThreadID = KXThread::getCurrentThreadID();
 
     int status = STATUS_QUEUE_EMPTY;
-    while (!pendingItems.empty()) {
+    while (hasItems()) {
         const actionItem item = takeOldest();
         status = STATUS_OK;
         if (item.action->isReady()) {
@@ -142,7 +147,7 @@ int KXActionQueue::executeActions(unsigned int deadline, bool detectLoops) {
 }
 
 inline KXActionQueue::actionItem KXActionQueue::takeOldest() {
-    const boost::lock_guard<KXBackoffMutex> lock(mutex);
+    const KXLockGuard lock(mutex);
     if (pendingItems.empty())
         waitForItem();
     const actionItem item = pendingItems.front();

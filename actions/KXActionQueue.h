@@ -7,6 +7,7 @@
 #include "events/sync/KXSizedDeque.h"
 #include "platform/KXAction.h"
 #include "platform/KXExport.h"
+#include "platform/KXThreadSafety.h"
 
 #include <atomic>
 #include <cstdint>
@@ -54,9 +55,9 @@ public:
     static void release();
 
     /// \throws boost::thread_resource_error  the system has no mutex or condition variable left
-    KXActionQueue();
+    [[gnu::cold]] KXActionQueue();
 
-    virtual ~KXActionQueue();
+    [[gnu::cold]] virtual ~KXActionQueue();
 
     KXActionQueue(const KXActionQueue&) = delete;
     KXActionQueue& operator=(const KXActionQueue&) = delete;
@@ -91,8 +92,8 @@ public:
 
     // Public for debuggers and tests. Only the queue itself changes them.
 
-    itemDeque pendingItems;        ///< in posting order; guarded by mutex, but for empty() and size()
-    KXBackoffMutex mutex;          ///< a boost::mutex
+    itemDeque pendingItems KX_GUARDED_BY(mutex); ///< in posting order; empty() and size() need no lock
+    KXBackoffMutex mutex;                        ///< a boost::mutex
     KXCountedCondition itemPosted; ///< a boost::condition_variable, goes with mutex; signalled once a post
 
     // Only the executing thread writes them. Posting threads read the atomics without the lock.
@@ -106,9 +107,10 @@ public:
     static KXActionQueue* theInstance; ///< null unless \ref create has made one
 
 private:
-    inline KX_LOCAL actionItem takeOldest();
+    inline KX_LOCAL bool hasItems() const;
+    inline KX_LOCAL actionItem takeOldest() KX_EXCLUDES(mutex);
     KX_LOCAL void forgetDrain();
-    KX_LOCAL void waitForItem();
+    KX_LOCAL void waitForItem() KX_REQUIRES(mutex);
     KX_LOCAL void executeUnlessLoop(const actionItem& item, unsigned int executingThreadID);
     KX_LOCAL void openGeneration(const actionItem& item);
     KX_LOCAL bool isLoop(const actionItem& item, unsigned int executingThreadID) const;

@@ -16,18 +16,30 @@ set(CMAKE_INSTALL_RPATH "\$ORIGIN" "\$ORIGIN/${kx_bin_to_lib}")
 add_library(KXAPI_build_flags INTERFACE)
 target_compile_options(KXAPI_build_flags INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Werror)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang") # the only one that checks platform/KXThreadSafety.h
+    target_compile_options(KXAPI_build_flags INTERFACE -Wthread-safety -Wthread-safety-beta)
+endif()
 # Without it, 32-bit programs cannot open files of more than 2 GiB or with large inode numbers.
 target_compile_definitions(KXAPI_build_flags INTERFACE _FILE_OFFSET_BITS=64)
 if(KXAPI_SANITIZE)
     target_compile_options(KXAPI_build_flags INTERFACE
         -fsanitize=${KXAPI_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(KXAPI_build_flags INTERFACE -fsanitize=${KXAPI_SANITIZE})
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang" AND KXAPI_SANITIZE STREQUAL "thread")
+        # In a library of its own, as g++ has it: shared libraries find its functions, and tests replace operator new.
+        execute_process(COMMAND "${CMAKE_CXX_COMPILER}" -print-runtime-dir
+            OUTPUT_VARIABLE kx_clang_runtime OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+        target_link_options(KXAPI_build_flags INTERFACE -shared-libsan "LINKER:-rpath,${kx_clang_runtime}")
+    endif()
+endif()
+if(KXAPI_HARDEN) # like Debian's own packages
+    target_compile_options(KXAPI_build_flags INTERFACE
+        -fstack-protector-strong -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
+    target_link_options(KXAPI_build_flags INTERFACE LINKER:-z,relro,-z,now)
 endif()
 if(KXAPI_PACKAGES)
-    # Like Debian's own packages, and without the path of the build folder.
-    target_compile_options(KXAPI_build_flags INTERFACE
-        -fstack-protector-strong -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 "-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.")
-    target_link_options(KXAPI_build_flags INTERFACE LINKER:-z,relro,-z,now)
+    # Packages do not tell the path of the build folder.
+    target_compile_options(KXAPI_build_flags INTERFACE "-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.")
 endif()
 
 set(KXAPI_INCLUDE_DIR "${CMAKE_INSTALL_INCLUDEDIR}/KXAPI")
@@ -52,6 +64,14 @@ function(kx_add_layer name)
     # directly.
     target_compile_options(kx_${name} PRIVATE -fno-semantic-interposition)
     kx_optimise_as_a_whole(kx_${name})
+endfunction()
+
+# kx_run_often(SOURCES...): each key press, post or action runs these. Protection of the stack takes 17 instructions
+# for a call on the target, so here only functions with arrays of characters have it.
+function(kx_run_often)
+    if(KXAPI_HARDEN)
+        set_property(SOURCE ${ARGN} APPEND PROPERTY COMPILE_OPTIONS -fstack-protector)
+    endif()
 endfunction()
 
 # kx_export_target(NAME EXPORTED): users link the target as KXAPI::EXPORTED, in the build tree and installed.

@@ -1,8 +1,7 @@
 #include "events/KXEventQueueAsQueue.h"
 
 #include "events/EventParts.h"
-
-#include <boost/thread/lock_guard.hpp>
+#include "platform/KXLocks.h"
 
 namespace KX {
 
@@ -14,7 +13,7 @@ void KXEventQueueAsQueue::postEvent(KXEvent& event) {
     // All that can fail or write a line is done before the lock is taken.
     const EventParts parts = partsOf(event);
     {
-        const boost::lock_guard<KXBackoffMutex> lock(queueMutex);
+        const KXLockGuard lock(queueMutex);
         eventDeque.emplace_back(event, parts);
         queueCondition.notifyOneIfAwaited();
     }
@@ -23,7 +22,7 @@ void KXEventQueueAsQueue::postEvent(KXEvent& event) {
 
 // With a single return value the compiler copies the event straight into the caller's variable.
 inline KXSomeEvent KXEventQueueAsQueue::takeOldest() {
-    const boost::lock_guard<KXBackoffMutex> lock(queueMutex);
+    const KXLockGuard lock(queueMutex);
     while (eventDeque.empty())
         waitForEvent();
     const KXSomeEvent oldest(eventDeque.front());
@@ -39,11 +38,12 @@ void KXEventQueueAsQueue::waitForEvent() {
     queueMutex.wait(queueCondition);
 }
 
-unsigned int KXEventQueueAsQueue::getSize() {
+// The deque's size is an atomic, so neither function needs the lock.
+unsigned int KXEventQueueAsQueue::getSize() KX_NO_THREAD_SAFETY_ANALYSIS {
     return static_cast<unsigned int>(eventDeque.size());
 }
 
-bool KXEventQueueAsQueue::isEmpty() {
+bool KXEventQueueAsQueue::isEmpty() KX_NO_THREAD_SAFETY_ANALYSIS {
     return eventDeque.empty();
 }
 

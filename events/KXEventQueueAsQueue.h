@@ -4,6 +4,7 @@
 #include "events/sync/KXBackoffMutex.h"
 #include "events/sync/KXCountedCondition.h"
 #include "events/sync/KXSizedDeque.h"
+#include "platform/KXThreadSafety.h"
 
 namespace KX {
 
@@ -14,8 +15,8 @@ namespace KX {
 class KX_EVENTS_API KXEventQueueAsQueue : public KXEventQueue {
 public:
     /// \throws boost::thread_resource_error  the system has no mutex or condition variable left
-    KXEventQueueAsQueue();
-    ~KXEventQueueAsQueue() override;
+    [[gnu::cold]] KXEventQueueAsQueue();
+    [[gnu::cold]] ~KXEventQueueAsQueue() override;
 
     /// Appends a copy of \p event, wakes one waiting consumer, releases the lock and calls the after-post hook.
     /// \throws std::bad_cast  the event claims a class it is not; the queue is unchanged, the hook does not run
@@ -30,10 +31,10 @@ public:
     bool isEmpty() override;
 
 private:
-    inline KX_LOCAL KXSomeEvent takeOldest();
-    [[gnu::noinline]] KX_LOCAL void waitForEvent();
+    inline KX_LOCAL KXSomeEvent takeOldest() KX_EXCLUDES(queueMutex);
+    [[gnu::noinline]] KX_LOCAL void waitForEvent() KX_REQUIRES(queueMutex);
 
-    KXSizedDeque<KXSomeEvent, 64> eventDeque; // guarded by queueMutex, but for empty() and size()
+    KXSizedDeque<KXSomeEvent, 64> eventDeque KX_GUARDED_BY(queueMutex); // but for empty() and size()
     KXBackoffMutex queueMutex;
     KXCountedCondition queueCondition; // goes with queueMutex
 };

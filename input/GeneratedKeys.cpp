@@ -8,6 +8,7 @@
 #include "events/DiagnosticLine.h"
 #include "events/KXEventType.h"
 #include "input/RunStep.h"
+#include "platform/KXLocks.h"
 
 #include <QApplication>
 #include <QKeyEvent>
@@ -18,7 +19,6 @@
 #include <atomic>
 #include <iostream>
 #include <memory>
-#include <mutex>
 #include <utility>
 
 namespace KX {
@@ -64,16 +64,17 @@ private:
     /// When the process exits, Qt ends after this library. From then on nothing is posted.
     struct ProcessEnd {
         ~ProcessEnd() {
-            const std::lock_guard<std::mutex> lock(mutex);
+            const KXLockGuard lock(mutex);
             isOver = true;
         }
     };
 
     // Locked while a request is posted: the application does not end meanwhile.
-    inline static std::mutex mutex;
-    inline static bool isOver = false;             // guarded by mutex
-    inline static KeyRequests* receiver = nullptr; // guarded by mutex; changes on the application's thread only
-    inline static std::atomic<int> waiting{0};     // posted and not yet taken; each change passes a request on
+    inline static KXStdMutex mutex;
+    inline static bool isOver KX_GUARDED_BY(mutex) = false;
+    // Changes on the application's thread only.
+    inline static KeyRequests* receiver KX_GUARDED_BY(mutex) = nullptr;
+    inline static std::atomic<int> waiting{0}; // posted and not yet taken; each change passes a request on
     inline static const ProcessEnd processEnd;
 
     // Qt calls it for each application that is made, or now if there is one already.
@@ -88,14 +89,14 @@ void KXInputEventManager::KeyRequests::open() {
     opened->moveToThread(application->thread()); // a program may load this library on another one
     mayUseWindows = opened->thread() == QThread::currentThread();
     qAddPostRoutine(&close);
-    const std::lock_guard<std::mutex> lock(mutex);
+    const KXLockGuard lock(mutex);
     receiver = opened;
 }
 
 void KXInputEventManager::KeyRequests::close() {
     KeyRequests* closed = nullptr;
     {
-        const std::lock_guard<std::mutex> lock(mutex);
+        const KXLockGuard lock(mutex);
         closed = std::exchange(receiver, nullptr);
     }
     // A key is reported if no window is active any more.
@@ -105,7 +106,7 @@ void KXInputEventManager::KeyRequests::close() {
 }
 
 bool KXInputEventManager::KeyRequests::add(const KXInputEvent& key) {
-    const std::lock_guard<std::mutex> lock(mutex);
+    const KXLockGuard lock(mutex);
     if (!receiver || isOver)
         return false;
     auto request = std::make_unique<KeyRequest>(key);
@@ -114,7 +115,8 @@ bool KXInputEventManager::KeyRequests::add(const KXInputEvent& key) {
     return true;
 }
 
-void KXInputEventManager::KeyRequests::takeWaiting() {
+// Only this thread changes the receiver, so it reads it without the lock.
+void KXInputEventManager::KeyRequests::takeWaiting() KX_NO_THREAD_SAFETY_ANALYSIS {
     if (waiting > 0)
         QCoreApplication::sendPostedEvents(receiver, requestType());
 }

@@ -154,8 +154,8 @@ void KXInputEventManager::makePass() {
             runStep(
                 "tell the observer of a pass", [&] { observation->onPass(now); });
         runStep(
-            "finish the post of a long press", [&] { sendLongPressEvent(now); });
-        runStep("finish the post of encoder steps", [&] { sendEncoderMoveEvent(now); });
+            "finish the post of a long press", [&]() KX_REQUIRES(mutex) { sendLongPressEvent(now); });
+        runStep("finish the post of encoder steps", [&]() KX_REQUIRES(mutex) { sendEncoderMoveEvent(now); });
     }
     mutex->unlock();
 }

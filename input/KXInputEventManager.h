@@ -4,6 +4,7 @@
 #include "events/KXEventQueue.h"
 #include "input/CANRemoteOptions.h"
 #include "platform/KXExport.h"
+#include "platform/KXLocks.h"
 
 #include <atomic>
 #include <cstdint>
@@ -48,7 +49,7 @@ class KX_EVENTS_API KXInputEventManager {
 public:
     /// Makes the manager and starts its worker thread. If one exists already, reports that on standard error and
     /// returns it.
-    static KXInputEventManager* createInstance();
+    [[gnu::cold]] static KXInputEventManager* createInstance();
 
     /// The manager. Without one, reports that on standard error and aborts the process.
     static KXInputEventManager* getInstance();
@@ -58,9 +59,9 @@ public:
 
     /// Stops the worker thread, which takes up to 100 ms, and destroys the manager, its queue with all events in
     /// it and the encoder dynamics. Harmless without a manager.
-    static void deleteInstance();
+    [[gnu::cold]] static void deleteInstance();
 
-    virtual ~KXInputEventManager();
+    [[gnu::cold]] virtual ~KXInputEventManager();
 
     KXInputEventManager(const KXInputEventManager&) = delete;
     KXInputEventManager& operator=(const KXInputEventManager&) = delete;
@@ -103,15 +104,15 @@ public:
     /// After \ref deinitialize it makes everything new, with the default settings of the encoder. The keypad's bus
     /// is not read until \ref setCANRemoteOptions opens it again.
     /// \return STATUS_OK (0)
-    int initialize();
+    [[gnu::cold]] int initialize();
 
     /// Stops the worker thread, which takes up to 100 ms, and destroys what \ref initialize made, with all queued
     /// events. The destructor calls it. A second call does nothing. The key tables, the press that may become
     /// long, an open bundle, the durations and the keypad's layout stay. Its bus is no longer read.
-    void deinitialize();
+    [[gnu::cold]] void deinitialize();
 
     /// The worker thread's function; \p manager is a KXInputEventManager*.
-    static void* inputEventManagerThreadFunc(void* manager);
+    [[gnu::cold]] static void* inputEventManagerThreadFunc(void* manager);
 
     // For the application's main loop. The next four neither wait nor lock.
 
@@ -157,10 +158,10 @@ public:
     /// delivered. Other threads may generate keys meanwhile.
     /// \return STATUS_OK (0)
     /// \throws std::bad_alloc  no key is changed
-    int setKeyMapping(std::map<int, int> mapping);
+    [[gnu::cold]] int setKeyMapping(std::map<int, int> mapping);
 
     /// Restores the default keys (Escape, Home, Tab, Return, Up, Down, End) in the key tables; others stay.
-    void initializeOSCodeToKXCodeMap();
+    [[gnu::cold]] void initializeOSCodeToKXCodeMap();
 
     /// The table from the library's key codes to the toolkit's. The library owns it, and it outlives every
     /// manager. Read it only while \ref setKeyMapping does not run, which makes references into it invalid.
@@ -195,28 +196,55 @@ public:
     static void generateKeyEvent(KXInputEvent event);
 
     // The steps of classification, in their order. Public for programs that drive them with a clock of their own.
-    // They take no lock: never call them while a worker thread or a toolkit thread uses the same manager.
+    // They take no lock: never call them while a worker thread or a toolkit thread uses the same manager. If clang
+    // checks locks in your program, mark the calling function with KX_NO_THREAD_SAFETY_ANALYSIS.
     // STATUS_OK (0): go on; STATUS_CONSUMED (11): the step has consumed the event, which is not posted.
 
-    int convertToEncoderEvents(KXInputEvent& event);
-    int bundleKeyEncoderEvents(KXInputEvent& event);
-    int convertToDoublePressEvent(KXInputEvent& event);
-    int markPossibleLongPress(KXInputEvent& event);
+    int convertToEncoderEvents(KXInputEvent& event) KX_REQUIRES(mutex);
+    int bundleKeyEncoderEvents(KXInputEvent& event) KX_REQUIRES(mutex);
+    int convertToDoublePressEvent(KXInputEvent& event) KX_REQUIRES(mutex);
+    int markPossibleLongPress(KXInputEvent& event) KX_REQUIRES(mutex);
 
     // The two steps of a pass; \p now is the present tick. Both return STATUS_OK (0).
 
-    int sendLongPressEvent(unsigned int now);
-    int sendEncoderMoveEvent(unsigned int now);
+    int sendLongPressEvent(unsigned int now) KX_REQUIRES(mutex);
+    int sendEncoderMoveEvent(unsigned int now) KX_REQUIRES(mutex);
 
 protected:
     /// The singleton makes the manager; a test may derive from it.
-    KXInputEventManager();
+    [[gnu::cold]] KXInputEventManager();
 
 private:
-    // One atomic, because double < long must hold whichever thread sets one. Unaligned, clang would call a library.
-    struct alignas(2 * sizeof(std::uint32_t)) PressDurations {
+    struct PressDurations {
         std::uint32_t doublePressMs;
         std::uint32_t longPressMs;
+    };
+
+    // One atomic, because double < long must hold whichever thread sets one. It is a number: a std::atomic of the
+    // struct copies through a buffer, which a protected stack makes 17 instructions longer on the target.
+    class AtomicPressDurations {
+    public:
+        explicit AtomicPressDurations(PressDurations durations) : both(toNumber(durations)) {}
+
+        PressDurations load() const { return fromNumber(both.load()); }
+
+        bool compare_exchange_weak(PressDurations& expected, PressDurations durations) {
+            std::uint64_t number = toNumber(expected);
+            const bool isExchanged = both.compare_exchange_weak(number, toNumber(durations));
+            expected = fromNumber(number);
+            return isExchanged;
+        }
+
+    private:
+        static constexpr std::uint64_t toNumber(PressDurations durations) {
+            return std::uint64_t{durations.longPressMs} << 32 | durations.doublePressMs;
+        }
+
+        static constexpr PressDurations fromNumber(std::uint64_t number) {
+            return {static_cast<std::uint32_t>(number), static_cast<std::uint32_t>(number >> 32)};
+        }
+
+        std::atomic<std::uint64_t> both;
     };
 
     static constexpr std::uint32_t defaultDoublePressMs = 300;
@@ -227,32 +255,35 @@ private:
     friend class CANRemoteHandler; // decodes frames by the layout
     friend class Observation;      // tells the observer with the mutex held
 
-    KX_LOCAL void startWorker();
-    KX_LOCAL void runWorker();
-    KX_LOCAL void makePass();
-    KX_LOCAL int classify(KXInputEvent& event);
+    [[gnu::cold]] KX_LOCAL void startWorker();
+    [[gnu::cold]] KX_LOCAL void runWorker();
+    [[gnu::cold]] KX_LOCAL void makePass() KX_EXCLUDES(mutex);
+    KX_LOCAL int classify(KXInputEvent& event) KX_REQUIRES(mutex);
     KX_LOCAL void post(KXEvent& event);
     KX_LOCAL int renumber(KXToolkitEvent& event);
     KX_LOCAL int openCANRemote(CANRemoteOptions& layout, std::unique_ptr<CANRemoteHandler> handler);
     KX_LOCAL void tellSettings(KXInputObserver& observer) const;
     KX_LOCAL int keyCodeOf(int osKeyCode) const;
-    KX_LOCAL static std::optional<int> toolkitCodeOf(int keyCode);
+    KX_LOCAL static std::optional<int> toolkitCodeOf(int keyCode) KX_EXCLUDES(keyTableMutex);
     KX_LOCAL static void postKey(const KXInputEvent& event);
     KX_LOCAL int forwardAs(int eventType, KXToolkitEvent& event);
     KX_LOCAL int forwardKeyAs(int eventType, KXToolkitEvent& event);
-    KX_LOCAL void endLongPress(int releaseType);
-    KX_LOCAL int convertStepKey(KXInputEvent& event);
-    KX_LOCAL void openEncoderBundle(KXInputEvent& step);
-    KX_LOCAL void endEncoderBundle();
-    KX_LOCAL void turnEncoderBundleBack(KXInputEvent& step);
-    KX_LOCAL void accelerate(KXInputEvent& step, KXInputEvent& sum);
+    KX_LOCAL void endLongPress(int releaseType) KX_REQUIRES(mutex);
+    KX_LOCAL int convertStepKey(KXInputEvent& event) KX_REQUIRES(mutex);
+    KX_LOCAL void openEncoderBundle(KXInputEvent& step) KX_REQUIRES(mutex);
+    KX_LOCAL void endEncoderBundle() KX_REQUIRES(mutex);
+    KX_LOCAL void turnEncoderBundleBack(KXInputEvent& step) KX_REQUIRES(mutex);
+    KX_LOCAL void accelerate(KXInputEvent& step, KXInputEvent& sum) KX_REQUIRES(mutex);
 
     static std::atomic<KXInputEventManager*> theInstance;
-    static std::map<int, int>& kxCodeToOSCodeMap; // guarded by a mutex beside its definition; never destroyed
+
+    // Any thread may generate keys, also while another one sets the table. Held for one entry or one merge.
+    KX_LOCAL static KXStdMutex keyTableMutex;
+    static std::map<int, int>& kxCodeToOSCodeMap KX_GUARDED_BY(keyTableMutex); // never destroyed
 
     // Set from any thread.
     std::atomic<bool> acceptingInput{true};
-    std::atomic<PressDurations> pressDurations{PressDurations{defaultDoublePressMs, defaultLongPressMs}};
+    AtomicPressDurations pressDurations{{defaultDoublePressMs, defaultLongPressMs}};
     std::atomic<bool> stopThread{false};
 
     // Change only while the worker thread does not run and no input is delivered.
@@ -271,10 +302,14 @@ private:
     CANRemoteOptions canRemoteOptions;
     CANRemoteOptions canRemoteLayout; // as it was set: for observers, which must not read the keys' states
 
-    // Guarded by mutex.
-    KXInputEvent lastPressEvent;     // previous press, as it was before it was reclassified
-    KXInputEvent longPressCandidate; // its eventType is the state: press-like, long press sent, or 0
-    KXInputEvent encoderBundle;      // open while its eventType is ENCODER_MOVE_EVENT
+    // Previous press, as it was before it was reclassified.
+    KXInputEvent lastPressEvent KX_GUARDED_BY(mutex);
+
+    // Its eventType is the state: press-like, long press sent, or 0.
+    KXInputEvent longPressCandidate KX_GUARDED_BY(mutex);
+
+    // Open while its eventType is ENCODER_MOVE_EVENT.
+    KXInputEvent encoderBundle KX_GUARDED_BY(mutex);
 };
 
 } // namespace KX

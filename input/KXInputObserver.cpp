@@ -5,9 +5,9 @@
 #include "events/KXEventType.h"
 #include "input/KXInputEventManager.h"
 #include "input/Observation.h"
+#include "platform/KXLocks.h"
 #include "platform/KXMutex.h"
 
-#include <mutex>
 #include <utility>
 
 namespace KX {
@@ -25,7 +25,7 @@ thread_local bool isObserving = false;
 thread_local ToolkitReport* currentReport = nullptr;
 
 // Locked during onPassDue, so that setObserver waits until it returns.
-std::mutex passDueMutex;
+KXStdMutex passDueMutex;
 
 } // namespace
 
@@ -73,7 +73,7 @@ void ToolkitReport::tellUnlessTold(const KXInputEventManager* manager) {
 void tellPassDue() {
     if (!inputObserver.load(std::memory_order_relaxed))
         return;
-    const std::lock_guard<std::mutex> lock(passDueMutex);
+    const KXLockGuard lock(passDueMutex);
     if (KXInputObserver* const observer = inputObserver.load(std::memory_order_acquire))
         observer->onPassDue();
 }
@@ -101,7 +101,7 @@ private:
 
 void KXInputEventManager::setObserver(KXInputObserver* observer) {
     static EncoderSettings encoderSettings;
-    const std::lock_guard<std::mutex> noPassIsDue(passDueMutex);
+    const KXLockGuard noPassIsDue(passDueMutex);
     const KXInputEventManager* const manager = theInstance;
     const KXAutoLock lock(manager ? manager->mutex : nullptr);
     EncoderObserver::set(observer ? &encoderSettings : nullptr);
@@ -142,7 +142,8 @@ void KXInputEventManager::tellSettings(KXInputObserver& observer) const {
         observer.onKeypad(canRemoteLayout);
 }
 
-KXInputMemory KXInputEventManager::getMemory() {
+// The caller is inside an observation, so its thread holds the mutex.
+KXInputMemory KXInputEventManager::getMemory() KX_NO_THREAD_SAFETY_ANALYSIS {
     KXInputMemory memory;
     const KXInputEventManager* const manager = theInstance;
     if (!manager)

@@ -6,8 +6,6 @@
 
 #include <Qt>
 
-#include <mutex>
-
 namespace KX {
 
 namespace {
@@ -38,10 +36,9 @@ void enter(std::map<int, int>& entries, std::map<int, int>& table) {
     table.swap(entries);
 }
 
-// Any thread may generate keys, also while another one sets the table. Held for one entry or one merge.
-std::mutex keyTableMutex;
-
 } // namespace
+
+KXStdMutex KXInputEventManager::keyTableMutex;
 
 // Other threads may generate keys until the process ends.
 std::map<int, int>& KXInputEventManager::kxCodeToOSCodeMap = *new std::map<int, int>;
@@ -58,7 +55,7 @@ int KXInputEventManager::setKeyMapping(std::map<int, int> mapping) {
     if (observation)
         observation->onKeyMapping(mapping);
     enter(mapping, osCodeToKXCodeMap);
-    const std::lock_guard<std::mutex> lock(keyTableMutex);
+    const KXLockGuard lock(keyTableMutex);
     enter(toolkitCodes, kxCodeToOSCodeMap);
     return STATUS_OK;
 }
@@ -80,7 +77,7 @@ int KXInputEventManager::keyCodeOf(int osKeyCode) const {
 }
 
 std::optional<int> KXInputEventManager::toolkitCodeOf(int keyCode) {
-    const std::lock_guard<std::mutex> lock(keyTableMutex);
+    const KXLockGuard lock(keyTableMutex);
     const auto entry = kxCodeToOSCodeMap.find(keyCode);
     return entry == kxCodeToOSCodeMap.end() ? std::nullopt : std::optional(entry->second);
 }

@@ -57,7 +57,7 @@ int KXInputEventManager::setDoubleKeyPressDuration(unsigned int ms) {
     const Observation observation(this);
     if (observation)
         observation->onSetting(KXInputSetting::DoubleKeyPressDuration, ms);
-    PressDurations current = pressDurations;
+    PressDurations current = pressDurations.load();
     do {
         if (ms >= current.longPressMs)
             return STATUS_REFUSED;
@@ -69,7 +69,7 @@ int KXInputEventManager::setLongKeyPressDuration(unsigned int ms) {
     const Observation observation(this);
     if (observation)
         observation->onSetting(KXInputSetting::LongKeyPressDuration, ms);
-    PressDurations current = pressDurations;
+    PressDurations current = pressDurations.load();
     do {
         if (ms <= current.doublePressMs)
             return STATUS_REFUSED;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "events/DiagnosticLine.h"
+#include "platform/KXThreadSafety.h"
 
 namespace KX {
 
@@ -8,9 +9,9 @@ namespace KX {
 [[gnu::cold]] void reportException(const char* aim, const LinePiece& detail);
 
 /// Runs a step of a thread that must go on after an exception, such as the worker and Qt's event loop. An after-post hook
-/// or an observer may throw, and memory may be lacking.
+/// or an observer may throw, and memory may be lacking. A step may need a lock that only its caller knows.
 template<class Step>
-void runStep(const char* aim, const LinePiece& detail, Step step) {
+void runStep(const char* aim, const LinePiece& detail, Step step) KX_NO_THREAD_SAFETY_ANALYSIS {
     try {
         step();
     } catch (...) {

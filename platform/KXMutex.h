@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/KXExport.h"
+#include "platform/KXThreadSafety.h"
 
 namespace KX {
 
@@ -14,7 +15,7 @@ namespace KX {
 /// std::mutex the Linux platform's end points and its debug output. A thread of low priority that holds one of them
 /// can be held up by a thread of middle priority, and then so is each thread that waits for it. Give the threads
 /// that post to one queue the same priority, or use the pipe queue, which takes no lock.
-class KX_OS_ABS_API KXMutex {
+class KX_CAPABILITY("mutex") KX_OS_ABS_API KXMutex {
 public:
     /// Makes an unlocked mutex. Any thread.
     /// \return owned by the caller, who unlocks it before deleting it; null when the system refuses one
@@ -28,10 +29,10 @@ public:
     /// \ref KXDebug.
     /// \return true when the calling thread now holds the mutex; false when it could not be locked: then the
     ///         caller must not unlock it
-    virtual bool lock() = 0;
+    virtual bool lock() KX_TRY_ACQUIRE(true) = 0;
 
     /// Releases the mutex. Only the thread that holds it may call this. Does not block.
-    virtual void unlock() = 0;
+    virtual void unlock() KX_RELEASE() = 0;
 
 protected:
     KXMutex();
@@ -42,11 +43,11 @@ protected:
 /// Holds a mutex for a scope.
 ///
 /// A null mutex is allowed and nothing is locked. A mutex that could not be locked is not unlocked; the scope then
-/// runs without it.
-class KX_OS_ABS_API KXAutoLock {
+/// runs without it. clang's thread-safety analysis takes the mutex for held in either case.
+class KX_SCOPED_CAPABILITY KX_OS_ABS_API KXAutoLock {
 public:
-    explicit KXAutoLock(KXMutex* mutex);
-    ~KXAutoLock();
+    explicit KXAutoLock(KXMutex* mutex) KX_ACQUIRE(mutex);
+    ~KXAutoLock() KX_RELEASE();
 
     KXAutoLock(const KXAutoLock&) = delete;
     KXAutoLock& operator=(const KXAutoLock&) = delete;

@@ -2,9 +2,9 @@
 
 #include "input/KXInputObserver.h"
 #include "platform/KXExport.h"
+#include "platform/KXLocks.h"
 
 #include <condition_variable>
-#include <mutex>
 
 namespace KX {
 
@@ -27,10 +27,10 @@ public:
     void onPassDue() override;
 
 private:
-    std::mutex lock;
-    bool isWanted = false;               // guarded by lock
-    bool isKept = false;                 // guarded by lock
-    unsigned int mostHeldMs = longestMs; // guarded by lock
+    KXStdMutex lock;
+    bool isWanted KX_GUARDED_BY(lock) = false;
+    bool isKept KX_GUARDED_BY(lock) = false;
+    unsigned int mostHeldMs KX_GUARDED_BY(lock) = longestMs;
     std::condition_variable changed;
 };
 

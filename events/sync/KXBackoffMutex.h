@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/KXCPU.h"
+#include "platform/KXThreadSafety.h"
 
 #include <atomic>
 #include <boost/thread/locks.hpp>
@@ -16,25 +17,28 @@ namespace KX {
 ///
 /// The flag \c isTaken is only a hint: the mutex itself decides. A thread that locks the plain boost::mutex does
 /// not set the flag; others then skip the back-off. On a single core the back-off wastes some microseconds.
-class KXBackoffMutex : public boost::mutex {
+class KX_CAPABILITY("mutex") KXBackoffMutex : public boost::mutex {
 public:
+    // boost::mutex has annotations only on demand, so clang cannot follow these three.
+
     /// \throws boost::lock_error  as boost::mutex does
-    void lock() {
+    void lock() KX_ACQUIRE() KX_NO_THREAD_SAFETY_ANALYSIS {
         if (isTaken.load(std::memory_order_relaxed))
             backOff();
         boost::mutex::lock();
         isTaken.store(true, std::memory_order_relaxed);
     }
 
-    void unlock() {
+    void unlock() KX_RELEASE() KX_NO_THREAD_SAFETY_ANALYSIS {
         isTaken.store(false, std::memory_order_relaxed);
         boost::mutex::unlock();
     }
 
     /// Unlocks the mutex, waits for \p condition and locks the mutex again, also when the wait throws. The caller
-    /// holds the mutex. An interrupted wait may have consumed a wake-up, so it wakes another waiting thread.
+    /// holds the mutex. An interrupted wait may have consumed a wake-up, so it wakes another waiting thread. Out of
+    /// line: a queue hardly ever waits.
     template<class Condition>
-    void wait(Condition& condition) {
+    [[gnu::noinline, gnu::cold]] void wait(Condition& condition) KX_REQUIRES(this) KX_NO_THREAD_SAFETY_ANALYSIS {
         isTaken.store(false, std::memory_order_relaxed);
         const MarkTaken markTaken(isTaken);
         boost::unique_lock<boost::mutex> lock(*this, boost::adopt_lock);

@@ -8,11 +8,9 @@
 
 namespace KX {
 
-using Lock = std::lock_guard<std::mutex>;
-
 SimulatedCAN::SimulatedCAN(int bus) : busNumber(bus) {
     CANBuses& buses = CANBuses::instance();
-    const Lock lock(buses.mutex);
+    const KXLockGuard lock(CANBuses::mutex);
     buses.buses[busNumber].endPoints.push_back(this);
     buses.connect(*this);
     ++livingObjects.canEndPoints;
@@ -20,7 +18,7 @@ SimulatedCAN::SimulatedCAN(int bus) : busNumber(bus) {
 
 SimulatedCAN::~SimulatedCAN() {
     CANBuses& buses = CANBuses::instance();
-    const Lock lock(buses.mutex);
+    const KXLockGuard lock(CANBuses::mutex);
     auto& endPoints = buses.buses[busNumber].endPoints;
     endPoints.erase(std::remove(endPoints.begin(), endPoints.end(), this), endPoints.end());
     if (!forgotten)
@@ -29,13 +27,13 @@ SimulatedCAN::~SimulatedCAN() {
 
 int SimulatedCAN::configure(unsigned char setting) {
     CANBuses& buses = CANBuses::instance();
-    const Lock lock(buses.mutex);
+    const KXLockGuard lock(CANBuses::mutex);
     buses.buses[busNumber].setting = setting;
     return STATUS_OK;
 }
 
 int SimulatedCAN::readFrame(KXCANMessage& message) {
-    const Lock lock(CANBuses::instance().mutex);
+    const KXLockGuard lock(CANBuses::mutex);
     if (received.empty())
         return STATUS_REFUSED;
     message = received.front();
@@ -44,7 +42,7 @@ int SimulatedCAN::readFrame(KXCANMessage& message) {
 }
 
 int SimulatedCAN::getReadEndPointID() const {
-    const Lock lock(CANBuses::instance().mutex);
+    const KXLockGuard lock(CANBuses::mutex);
     return readId;
 }
 
@@ -58,13 +56,13 @@ bool SimulatedCAN::isConnected() const {
 
 int SimulatedCAN::reconnect() {
     CANBuses& buses = CANBuses::instance();
-    const Lock lock(buses.mutex);
+    const KXLockGuard lock(CANBuses::mutex);
     buses.disconnect(*this);
     return buses.connect(*this);
 }
 
 bool SimulatedCAN::hasFrames() const {
-    const Lock lock(CANBuses::instance().mutex);
+    const KXLockGuard lock(CANBuses::mutex);
     return !received.empty();
 }
 
@@ -74,12 +72,12 @@ CANBuses& CANBuses::instance() {
 }
 
 void CANBuses::schedule(int bus, VirtualTime time, const KXCANMessage& frame) {
-    const Lock lock(mutex);
+    const KXLockGuard lock(mutex);
     script.emplace(time, Scheduled{bus, frame});
 }
 
 void CANBuses::deliverUntil(VirtualTime time) {
-    const Lock lock(mutex);
+    const KXLockGuard lock(mutex);
     while (!script.empty() && script.begin()->first <= time) {
         const Scheduled& due = script.begin()->second;
         const auto bus = buses.find(due.bus);
@@ -93,12 +91,12 @@ void CANBuses::deliverUntil(VirtualTime time) {
 }
 
 VirtualTime CANBuses::getNextFrameTime() const {
-    const Lock lock(mutex);
+    const KXLockGuard lock(mutex);
     return script.empty() ? std::numeric_limits<VirtualTime>::max() : script.begin()->first;
 }
 
 void CANBuses::setDown(int bus, bool down) {
-    const Lock lock(mutex);
+    const KXLockGuard lock(mutex);
     buses[bus].isDown = down;
     if (down)
         for (SimulatedCAN* endPoint : buses[bus].endPoints)
@@ -106,7 +104,7 @@ void CANBuses::setDown(int bus, bool down) {
 }
 
 unsigned int CANBuses::countPending() const {
-    const Lock lock(mutex);
+    const KXLockGuard lock(mutex);
     std::size_t pending = script.size();
     for (const auto& [number, bus] : buses)
         for (const SimulatedCAN* endPoint : bus.endPoints)
@@ -115,13 +113,13 @@ unsigned int CANBuses::countPending() const {
 }
 
 int CANBuses::getSetting(int bus) const {
-    const Lock lock(mutex);
+    const KXLockGuard lock(mutex);
     const auto found = buses.find(bus);
     return found == buses.end() ? -1 : found->second.setting;
 }
 
 void CANBuses::reset() {
-    const Lock lock(mutex);
+    const KXLockGuard lock(mutex);
     for (auto& [number, bus] : buses) {
         for (SimulatedCAN* endPoint : bus.endPoints) {
             disconnect(*endPoint);

@@ -2,39 +2,16 @@
 
 #include "platform/KXCANMessage.h"
 #include "platform/KXCANRaw.h"
+#include "platform/KXLocks.h"
 #include "platform/simulated/Scheduler.h"
 
 #include <deque>
 #include <map>
-#include <mutex>
 #include <vector>
 
 namespace KX {
 
-/// An end point on a bus. Its state is guarded by the mutex of \ref CANBuses.
-class SimulatedCAN : public KXCANRaw {
-public:
-    /// Closed when the bus is down.
-    explicit SimulatedCAN(int bus);
-    ~SimulatedCAN() override;
-
-    int configure(unsigned char setting) override;
-    int readFrame(KXCANMessage& message) override;
-    int getReadEndPointID() const override;
-    int getWriteEndPointID() const override;
-    bool isConnected() const override;
-    int reconnect() override;
-
-    bool hasFrames() const;
-
-private:
-    friend class CANBuses;
-
-    const int busNumber;
-    int readId = -1;        // -1: disconnected
-    bool forgotten = false; // made before a reset: cut off from its bus and not counted
-    std::deque<KXCANMessage> received;
-};
+class SimulatedCAN;
 
 /// The buses and the script of frames. Any thread; never destroyed.
 class CANBuses {
@@ -68,14 +45,39 @@ private:
         KXCANMessage frame;
     };
 
-    void disconnect(SimulatedCAN& endPoint);
-    int connect(SimulatedCAN& endPoint);
+    void disconnect(SimulatedCAN& endPoint) KX_REQUIRES(mutex);
+    int connect(SimulatedCAN& endPoint) KX_REQUIRES(mutex);
 
-    mutable std::mutex mutex;
+    inline static KXStdMutex mutex; // static: it also guards the end points
+    std::map<int, Bus> buses KX_GUARDED_BY(mutex);
+    // Equal times stay in the order of the calls.
+    std::multimap<VirtualTime, Scheduled> script KX_GUARDED_BY(mutex);
+};
 
-    // guarded by mutex
-    std::map<int, Bus> buses;
-    std::multimap<VirtualTime, Scheduled> script; // equal times stay in the order of the calls
+/// An end point on a bus.
+class SimulatedCAN : public KXCANRaw {
+public:
+    /// Closed when the bus is down.
+    explicit SimulatedCAN(int bus);
+    ~SimulatedCAN() override;
+
+    int configure(unsigned char setting) override;
+    int readFrame(KXCANMessage& message) override;
+    int getReadEndPointID() const override;
+    int getWriteEndPointID() const override;
+    bool isConnected() const override;
+    int reconnect() override;
+
+    bool hasFrames() const;
+
+private:
+    friend class CANBuses;
+
+    const int busNumber;
+    int readId KX_GUARDED_BY(CANBuses::mutex) = -1; // -1: disconnected
+    // Made before a reset: cut off from its bus and not counted.
+    bool forgotten KX_GUARDED_BY(CANBuses::mutex) = false;
+    std::deque<KXCANMessage> received KX_GUARDED_BY(CANBuses::mutex);
 };
 
 } // namespace KX

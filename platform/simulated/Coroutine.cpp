@@ -39,7 +39,7 @@ Coroutine::~Coroutine() {
 }
 
 bool Coroutine::resume() {
-    const std::lock_guard<std::mutex> guard(resuming);
+    const KXLockGuard guard(resuming);
     swapExceptions();
     callersReport.leaveFor(ownReport);
     if (state == ready)

@@ -1,12 +1,12 @@
 #pragma once
 
+#include "platform/KXLocks.h"
 #include "platform/simulated/SwitchReport.h"
 
 #include <boost/context/fiber.hpp>
 #include <boost/context/stack_context.hpp>
 
 #include <functional>
-#include <mutex>
 
 namespace KX {
 
@@ -27,7 +27,7 @@ public:
     /// Runs the body until it pauses or ends. An exception that leaves the body ends the program. Any thread: a second one
     /// waits until the body has paused.
     /// \return whether the body has ended, so that nothing may be called any more
-    bool resume();
+    bool resume() KX_EXCLUDES(resuming);
 
     /// Called by the body: returns from \ref resume, and returns itself in the next one.
     void pause();
@@ -54,21 +54,25 @@ private:
         boost::context::stack_context memory;
     };
 
-    void begin();
-    boost::context::fiber run(boost::context::fiber&& resumer);
+    void begin() KX_REQUIRES(resuming);
+
+    // On the coroutine's own stack, while the caller holds the lock in resume: clang does not see that.
+    boost::context::fiber run(boost::context::fiber&& resumer) KX_NO_THREAD_SAFETY_ANALYSIS;
     void runBody() noexcept {
         body();
     }
-    void swapExceptions();
+    void swapExceptions() KX_REQUIRES(resuming);
 
     std::function<void()> body;
-    std::mutex resuming; ///< held until the body has paused
+    KXStdMutex resuming; ///< held until the body has paused
     Stack stack;
     SwitchReport callersReport;
     SwitchReport ownReport;
     boost::context::fiber other; ///< while the body pauses, the body; while it runs, its caller
-    Exceptions othersExceptions; ///< of the caller while the body runs, of the body while it pauses
-    enum { ready, begun, ended } state = ready;
+    enum { ready, begun, ended } state KX_GUARDED_BY(resuming) = ready;
+
+    // Of the caller while the body runs, of the body while it pauses.
+    Exceptions othersExceptions KX_GUARDED_BY(resuming);
 };
 
 } // namespace KX

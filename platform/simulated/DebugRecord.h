@@ -1,9 +1,9 @@
 #pragma once
 
+#include "platform/KXLocks.h"
 #include "platform/simulated/KXSimulation.h"
 
 #include <atomic>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -13,11 +13,9 @@ namespace KX {
 struct DebugRecord {
     static DebugRecord& instance();
 
-    std::mutex mutex;
-
-    // guarded by mutex
-    std::vector<std::string> sections; // the key is the index plus 1
-    std::vector<KXSimulation::DebugMessage> messages;
+    KXStdMutex mutex;
+    std::vector<std::string> sections KX_GUARDED_BY(mutex); // the key is the index plus 1
+    std::vector<KXSimulation::DebugMessage> messages KX_GUARDED_BY(mutex);
 };
 
 inline constexpr int defaultDebugLevel = 4;

@@ -34,7 +34,7 @@ std::string formatMessage(const char* format, va_list arguments) {
 
 unsigned int KXDebug::insertNewDebugSection(const std::string& name) {
     auto& record = DebugRecord::instance();
-    const std::lock_guard<std::mutex> lock(record.mutex);
+    const KXLockGuard lock(record.mutex);
     const auto found = std::find(record.sections.begin(), record.sections.end(), name);
     const auto index = found - record.sections.begin();
     if (found == record.sections.end())
@@ -51,7 +51,7 @@ void KXDebug::debugPrintError(int level, unsigned int key, const char* format, .
     va_end(arguments);
 
     auto& record = DebugRecord::instance();
-    const std::lock_guard<std::mutex> lock(record.mutex);
+    const KXLockGuard lock(record.mutex);
     const bool isKnown = key >= 1 && key <= record.sections.size();
     record.messages.push_back({level, isKnown ? record.sections[key - 1] : std::string(), std::move(text)});
 }

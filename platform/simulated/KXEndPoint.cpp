@@ -1,9 +1,9 @@
 #include "platform/KXEndPoint.h"
 
 #include "platform/KXEndPointHandler.h"
+#include "platform/KXLocks.h"
 #include "platform/simulated/ReadableMarks.h"
 
-#include <mutex>
 #include <set>
 
 namespace KX {
@@ -11,8 +11,8 @@ namespace KX {
 namespace {
 
 struct Marks {
-    std::mutex mutex;
-    std::set<const KXEndPoint*> readable; // guarded by mutex
+    KXStdMutex mutex;
+    std::set<const KXEndPoint*> readable KX_GUARDED_BY(mutex);
 };
 
 // Never destroyed: static objects of the program may be end points.
@@ -24,7 +24,7 @@ Marks& marks() {
 } // namespace
 
 void markReadable(const KXEndPoint* endPoint, bool readable) {
-    const std::lock_guard<std::mutex> lock(marks().mutex);
+    const KXLockGuard lock(marks().mutex);
     if (readable)
         marks().readable.insert(endPoint);
     else
@@ -32,12 +32,12 @@ void markReadable(const KXEndPoint* endPoint, bool readable) {
 }
 
 bool isMarkedReadable(const KXEndPoint* endPoint) {
-    const std::lock_guard<std::mutex> lock(marks().mutex);
+    const KXLockGuard lock(marks().mutex);
     return marks().readable.count(endPoint) != 0;
 }
 
 void forgetMarks() {
-    const std::lock_guard<std::mutex> lock(marks().mutex);
+    const KXLockGuard lock(marks().mutex);
     marks().readable.clear();
 }
 

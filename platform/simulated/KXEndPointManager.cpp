@@ -1,6 +1,7 @@
 #include "platform/KXEndPointManager.h"
 
 #include "platform/KXEndPointHandler.h"
+#include "platform/KXLocks.h"
 #include "platform/KXPipe.h"
 #include "platform/KXStatus.h"
 #include "platform/simulated/Accounts.h"
@@ -12,7 +13,6 @@
 
 #include <algorithm>
 #include <condition_variable>
-#include <mutex>
 #include <vector>
 
 namespace KX {
@@ -50,10 +50,10 @@ public:
     Implementation(const Implementation&) = delete;
     Implementation& operator=(const Implementation&) = delete;
 
-    bool add(KXEndPoint* endPoint, KXEndPointHandler* handler);
-    bool remove(KXEndPoint* endPoint);
-    int wait(VirtualTime until);
-    bool isReady() override;
+    bool add(KXEndPoint* endPoint, KXEndPointHandler* handler) KX_EXCLUDES(mutex);
+    bool remove(KXEndPoint* endPoint) KX_EXCLUDES(mutex);
+    int wait(VirtualTime until) KX_EXCLUDES(mutex);
+    bool isReady() override KX_EXCLUDES(mutex);
 
 private:
     struct Use {
@@ -61,36 +61,37 @@ private:
         const void* user;
     };
 
-    int dispatch();
-    bool serve(const Registration& registration);
+    int dispatch() KX_EXCLUDES(mutex);
+    bool serve(const Registration& registration) KX_EXCLUDES(mutex);
     bool serveInUse(const Registration& registration);
     bool reportLost(const Registration& registration);
     bool reportBack(const Registration& registration);
     bool retry(const Registration& registration);
 
     /// \return false when it was removed meanwhile
-    bool setLost(const Registration& registration, bool isLost);
-    bool beginUse(const Registration& registration);
-    void endUse();
-    bool isUsedElsewhere(const KXEndPoint* endPoint) const;
-    VirtualTime nextWake(VirtualTime until);
-    std::vector<Registration>::iterator find(const KXEndPoint* endPoint);
-    std::vector<Registration>::iterator find(const Registration& copy);
+    bool setLost(const Registration& registration, bool isLost) KX_EXCLUDES(mutex);
+    bool beginUse(const Registration& registration) KX_EXCLUDES(mutex);
+    void endUse() KX_EXCLUDES(mutex);
+    bool isUsedElsewhere(const KXEndPoint* endPoint) const KX_REQUIRES(mutex);
+    VirtualTime nextWake(VirtualTime until) KX_EXCLUDES(mutex);
+    std::vector<Registration>::iterator find(const KXEndPoint* endPoint) KX_REQUIRES(mutex);
+    std::vector<Registration>::iterator find(const Registration& copy) KX_REQUIRES(mutex);
 
     KXEndPointManager& owner;
     Scheduler& scheduler = Scheduler::instance();
 
-    std::mutex mutex;
+    KXStdMutex mutex;
     std::condition_variable useEnded;
 
-    // guarded by mutex
-    std::vector<Registration> registrations;
-    std::vector<Use> uses; // end points being served; more than one when a handler waits itself
-    unsigned int nextNumber = 0;
+    std::vector<Registration> registrations KX_GUARDED_BY(mutex);
+    unsigned int nextNumber KX_GUARDED_BY(mutex) = 0;
+
+    // End points being served; more than one when a handler waits itself.
+    std::vector<Use> uses KX_GUARDED_BY(mutex);
 };
 
 bool KXEndPointManager::Implementation::add(KXEndPoint* endPoint, KXEndPointHandler* handler) {
-    const std::lock_guard<std::mutex> lock(mutex);
+    const KXLockGuard lock(mutex);
     if (find(endPoint) != registrations.end())
         return false;
     registrations.push_back({nextNumber++, endPoint, dynamic_cast<const KXPipe*>(endPoint),
@@ -99,7 +100,7 @@ bool KXEndPointManager::Implementation::add(KXEndPoint* endPoint, KXEndPointHand
 }
 
 bool KXEndPointManager::Implementation::remove(KXEndPoint* endPoint) {
-    std::unique_lock<std::mutex> lock(mutex);
+    KXUniqueLock lock(mutex);
     const auto registration = find(endPoint);
     if (registration == registrations.end())
         return false;
@@ -107,7 +108,7 @@ bool KXEndPointManager::Implementation::remove(KXEndPoint* endPoint) {
     // While a simulated thread runs, the thread that serves the end point cannot continue: waiting for it would
     // never end.
     if (!Scheduler::current())
-        useEnded.wait(lock, [this, endPoint] { return !isUsedElsewhere(endPoint); });
+        useEnded.wait(lock, [this, endPoint]() KX_REQUIRES(mutex) { return !isUsedElsewhere(endPoint); });
     return true;
 }
 
@@ -124,7 +125,7 @@ int KXEndPointManager::Implementation::wait(VirtualTime until) {
 }
 
 bool KXEndPointManager::Implementation::isReady() {
-    const std::lock_guard<std::mutex> lock(mutex);
+    const KXLockGuard lock(mutex);
     return std::any_of(registrations.begin(), registrations.end(), [](const Registration& registration) {
         const bool isConnected = registration.endPoint->isConnected();
         return isConnected == registration.isLost || (isConnected && isReadable(registration));
@@ -135,7 +136,7 @@ int KXEndPointManager::Implementation::dispatch() {
     boost::container::small_vector<Registration, 4> round;
     {
         // Handlers may add and remove end points meanwhile.
-        const std::lock_guard<std::mutex> lock(mutex);
+        const KXLockGuard lock(mutex);
         round.assign(registrations.begin(), registrations.end());
     }
     return static_cast<int>(std::count_if(
@@ -190,7 +191,7 @@ bool KXEndPointManager::Implementation::retry(const Registration& registration) 
 
 bool KXEndPointManager::Implementation::setLost(const Registration& registration, bool isLost) {
     const VirtualTime retryTime = scheduler.now() + retryIntervalMs;
-    const std::lock_guard<std::mutex> lock(mutex);
+    const KXLockGuard lock(mutex);
     const auto present = find(registration);
     if (present == registrations.end())
         return false;
@@ -200,7 +201,7 @@ bool KXEndPointManager::Implementation::setLost(const Registration& registration
 }
 
 VirtualTime KXEndPointManager::Implementation::nextWake(VirtualTime until) {
-    const std::lock_guard<std::mutex> lock(mutex);
+    const KXLockGuard lock(mutex);
     for (const Registration& registration : registrations)
         if (registration.isLost)
             until = std::min(until, registration.retryTime);
@@ -208,7 +209,7 @@ VirtualTime KXEndPointManager::Implementation::nextWake(VirtualTime until) {
 }
 
 bool KXEndPointManager::Implementation::beginUse(const Registration& registration) {
-    const std::lock_guard<std::mutex> lock(mutex);
+    const KXLockGuard lock(mutex);
     if (find(registration) == registrations.end())
         return false;
     uses.push_back({registration.endPoint, Scheduler::caller()});
@@ -216,7 +217,7 @@ bool KXEndPointManager::Implementation::beginUse(const Registration& registratio
 }
 
 void KXEndPointManager::Implementation::endUse() {
-    const std::lock_guard<std::mutex> lock(mutex);
+    const KXLockGuard lock(mutex);
     uses.pop_back();
     useEnded.notify_all();
 }

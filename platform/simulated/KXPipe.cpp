@@ -1,11 +1,11 @@
 #include "platform/KXPipe.h"
+#include "platform/KXLocks.h"
 
 #include "platform/KXStatus.h"
 #include "platform/simulated/Accounts.h"
 
 #include <algorithm>
 #include <cstring>
-#include <mutex>
 #include <vector>
 
 namespace KX {
@@ -63,18 +63,18 @@ public:
     ~Implementation() { close(); }
 
     int open() {
-        const std::lock_guard<std::mutex> lock(mutex);
+        const KXLockGuard lock(mutex);
         return isOpen() ? STATUS_OK : openLocked();
     }
 
     int reopen() {
         close();
-        const std::lock_guard<std::mutex> lock(mutex);
+        const KXLockGuard lock(mutex);
         return openLocked();
     }
 
     int write(const void* data, int size) {
-        const std::lock_guard<std::mutex> lock(mutex);
+        const KXLockGuard lock(mutex);
         const auto count = static_cast<std::size_t>(size);
         if (!isOpen() || faults.pipeWrites.take() ||
             ring.size() + count > static_cast<std::size_t>(pipeCapacity.load()))
@@ -84,7 +84,7 @@ public:
     }
 
     int read(void* data, int size) {
-        const std::lock_guard<std::mutex> lock(mutex);
+        const KXLockGuard lock(mutex);
         const auto count = static_cast<std::size_t>(size);
         if (!isOpen() || faults.pipeReads.take())
             return STATUS_REFUSED;
@@ -97,24 +97,24 @@ public:
     }
 
     int available() const {
-        const std::lock_guard<std::mutex> lock(mutex);
+        const KXLockGuard lock(mutex);
         return static_cast<int>(ring.size());
     }
 
     int getReadId() const {
-        const std::lock_guard<std::mutex> lock(mutex);
+        const KXLockGuard lock(mutex);
         return readId;
     }
 
     int getWriteId() const {
-        const std::lock_guard<std::mutex> lock(mutex);
+        const KXLockGuard lock(mutex);
         return writeId;
     }
 
 private:
-    bool isOpen() const { return readId != -1; }
+    bool isOpen() const KX_REQUIRES(mutex) { return readId != -1; }
 
-    int openLocked() {
+    int openLocked() KX_REQUIRES(mutex) {
         if (faults.pipeInits.take())
             return STATUS_REFUSED;
         readId = newEndPointId();
@@ -123,8 +123,8 @@ private:
         return STATUS_OK;
     }
 
-    void close() {
-        const std::lock_guard<std::mutex> lock(mutex);
+    void close() KX_EXCLUDES(mutex) {
+        const KXLockGuard lock(mutex);
         if (isOpen())
             --livingObjects.openPipes;
         readId = -1;
@@ -132,12 +132,10 @@ private:
         ring.clear();
     }
 
-    mutable std::mutex mutex;
-
-    // guarded by mutex
-    ByteRing ring;
-    int readId = -1;
-    int writeId = -1;
+    mutable KXStdMutex mutex;
+    ByteRing ring KX_GUARDED_BY(mutex);
+    int readId KX_GUARDED_BY(mutex) = -1;
+    int writeId KX_GUARDED_BY(mutex) = -1;
 };
 
 KXPipe::KXPipe() : implementation(new Implementation) {}

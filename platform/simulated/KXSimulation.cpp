@@ -122,14 +122,14 @@ void KXSimulation::setDebugLevel(int level) {
 std::vector<KXSimulation::DebugMessage> KXSimulation::takeDebugMessages() {
     DebugRecord& record = DebugRecord::instance();
     std::vector<DebugMessage> taken;
-    const std::lock_guard<std::mutex> lock(record.mutex);
+    const KXLockGuard lock(record.mutex);
     taken.swap(record.messages);
     return taken;
 }
 
 std::vector<std::string> KXSimulation::getDebugSections() {
     DebugRecord& record = DebugRecord::instance();
-    const std::lock_guard<std::mutex> lock(record.mutex);
+    const KXLockGuard lock(record.mutex);
     return record.sections;
 }
 

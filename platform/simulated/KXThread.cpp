@@ -50,8 +50,6 @@ private:
             return STATUS_REFUSED;
         }
         participant.id = newThreadId();
-        participant.stopping = false;
-        scheduler.setState(participant, Participant::State::running);
         scheduler.runLaunched(participant);
         return STATUS_OK;
     }

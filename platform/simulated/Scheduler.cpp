@@ -52,7 +52,7 @@ void Scheduler::advance(unsigned int ms) {
 void Scheduler::endWaits() {
     std::uint64_t end;
     {
-        const std::lock_guard<std::mutex> lock(mutex);
+        const KXLockGuard lock(mutex);
         end = nextWaitNumber;
         waitsSinceMove = 0;
     }
@@ -76,11 +76,16 @@ const void* Scheduler::caller() {
 }
 
 void Scheduler::runLaunched(Participant& self) {
+    {
+        const KXLockGuard lock(mutex);
+        self.stopping = false;
+        self.state = Participant::State::running;
+    }
     release(self);
 }
 
 bool Scheduler::stop(Participant& self) {
-    std::unique_lock<std::mutex> lock(mutex);
+    KXUniqueLock lock(mutex);
     if (self.state == Participant::State::running && currentParticipant)
         return false;
     self.stopping = true;
@@ -88,7 +93,7 @@ bool Scheduler::stop(Participant& self) {
     const auto wait = std::find_if(waits.begin(), waits.end(),
                                    [&self](const Wait& candidate) { return candidate.participant == &self; });
     if (wait == waits.end()) { // another thread of the system runs it at the moment, or nobody does any more
-        hasEnded.wait(lock, [&self] { return self.state != Participant::State::running; });
+        hasEnded.wait(lock, [&self]() KX_REQUIRES(mutex) { return self.state != Participant::State::running; });
         return true;
     }
     takeOut(wait);
@@ -98,13 +103,8 @@ bool Scheduler::stop(Participant& self) {
 }
 
 bool Scheduler::isRunningOrWaiting(const Participant& self) const {
-    const std::lock_guard<std::mutex> lock(mutex);
+    const KXLockGuard lock(mutex);
     return self.state == Participant::State::running || self.state == Participant::State::waiting;
-}
-
-void Scheduler::setState(Participant& self, Participant::State state) {
-    const std::lock_guard<std::mutex> lock(mutex);
-    self.state = state;
 }
 
 bool Scheduler::wait(VirtualTime wakeTime, Watched& watched) {
@@ -115,14 +115,14 @@ bool Scheduler::wait(VirtualTime wakeTime, Watched& watched) {
 }
 
 bool Scheduler::isStopping() const {
-    const std::lock_guard<std::mutex> lock(mutex);
+    const KXLockGuard lock(mutex);
     return currentParticipant && currentParticipant->stopping;
 }
 
 void Scheduler::countWait() {
     if (!currentParticipant)
         return;
-    const std::lock_guard<std::mutex> lock(mutex);
+    const KXLockGuard lock(mutex);
     if (++waitsSinceMove <= mostWaitsAtOneTick)
         return;
     std::fprintf(stderr,
@@ -134,7 +134,7 @@ void Scheduler::countWait() {
 
 bool Scheduler::handOver(Participant& self, VirtualTime wakeTime, Watched& watched) {
     {
-        const std::lock_guard<std::mutex> lock(mutex);
+        const KXLockGuard lock(mutex);
         if (self.stopping)
             return true;
         self.state = Participant::State::waiting;
@@ -144,7 +144,7 @@ bool Scheduler::handOver(Participant& self, VirtualTime wakeTime, Watched& watch
         waits.push_back({nextWaitNumber++, &self});
     }
     self.coroutine->pause();
-    const std::lock_guard<std::mutex> lock(mutex);
+    const KXLockGuard lock(mutex);
     return self.waitEnded || self.stopping;
 }
 
@@ -163,7 +163,7 @@ void Scheduler::stepThrough(VirtualTime target, Watched* until) {
 
 void Scheduler::runWhatIsDue() {
     {
-        const std::lock_guard<std::mutex> lock(mutex);
+        const KXLockGuard lock(mutex);
         waitsSinceMove = 0;
     }
     CANBuses::instance().deliverUntil(now());
@@ -172,7 +172,7 @@ void Scheduler::runWhatIsDue() {
 }
 
 Participant* Scheduler::takeFirstDue() {
-    std::unique_lock<std::mutex> lock(mutex);
+    KXUniqueLock lock(mutex);
     auto wait = waits.begin();
     while (wait != waits.end()) {
         const auto [number, participant] = *wait;
@@ -194,7 +194,7 @@ Participant* Scheduler::takeFirstDue() {
 }
 
 Participant* Scheduler::takeFirstBefore(std::uint64_t waitNumber) {
-    const std::lock_guard<std::mutex> lock(mutex);
+    const KXLockGuard lock(mutex);
     const auto wait = waits.begin();
     if (wait == waits.end() || wait->number >= waitNumber)
         return nullptr;
@@ -216,14 +216,14 @@ void Scheduler::takeOut(Waits::iterator wait) {
 
 VirtualTime Scheduler::nextEvent() const {
     VirtualTime next = CANBuses::instance().getNextFrameTime();
-    const std::lock_guard<std::mutex> lock(mutex);
+    const KXLockGuard lock(mutex);
     for (const Wait& wait : waits)
         next = std::min(next, wait.participant->wakeTime);
     return next;
 }
 
 void Scheduler::moveTo(VirtualTime target) {
-    const std::lock_guard<std::mutex> lock(mutex);
+    const KXLockGuard lock(mutex);
     time.store(target, std::memory_order_relaxed);
     waitsSinceMove = 0;
 }
@@ -234,7 +234,10 @@ void Scheduler::release(Participant& participant) {
     currentParticipant = resumer;
     if (!isOver) // another thread may have stopped it by now
         return;
-    setState(participant, Participant::State::ended);
+    {
+        const KXLockGuard lock(mutex);
+        participant.state = Participant::State::ended;
+    }
     hasEnded.notify_all();
 }
 

@@ -1,12 +1,12 @@
 #pragma once
 
+#include "platform/KXLocks.h"
 #include "platform/simulated/Coroutine.h"
 
 #include <atomic>
 #include <condition_variable>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -26,22 +26,7 @@ protected:
     ~Watched() = default;
 };
 
-/// A thread made through KXThread, as the scheduler sees it.
-struct Participant {
-    enum class State { idle, running, waiting, ended };
-
-    std::string name;
-    unsigned int id = 0;
-
-    // guarded by the scheduler's mutex
-    State state = State::idle;
-    bool stopping = false;  ///< its waits return at once from now on
-    bool waitEnded = false; ///< its present wait is over, whatever the clock says
-    VirtualTime wakeTime = 0;
-    Watched* watched = nullptr;
-
-    std::unique_ptr<Coroutine> coroutine; ///< paused in each wait; null before the first run
-};
+struct Participant;
 
 /// The clock, and the right to run.
 ///
@@ -70,14 +55,13 @@ public:
     static const void* caller();
 
     /// Lets \p self, which has just been launched, run until it waits or ends.
-    void runLaunched(Participant& self);
+    void runLaunched(Participant& self) KX_EXCLUDES(mutex);
 
     /// Makes the waits of \p self return at once and lets it run until it ends.
     /// \return false when the caller would wait for itself, directly or by way of another thread
-    bool stop(Participant& self);
+    bool stop(Participant& self) KX_EXCLUDES(mutex);
 
     bool isRunningOrWaiting(const Participant& self) const;
-    void setState(Participant& self, Participant::State state);
 
     /// Waits until \p wakeTime, or until \p watched is ready: a simulated thread by handing over, the driver by
     /// moving the clock.
@@ -91,31 +75,47 @@ public:
     void countWait();
 
 private:
-    bool handOver(Participant& self, VirtualTime wakeTime, Watched& watched);
-    void stepThrough(VirtualTime target, Watched* until);
-    void runWhatIsDue();
-    Participant* takeFirstDue();
-    Participant* takeFirstBefore(std::uint64_t waitNumber);
-    VirtualTime nextEvent() const;
-    void moveTo(VirtualTime target);
-    void release(Participant& participant);
+    friend struct Participant;
+
+    bool handOver(Participant& self, VirtualTime wakeTime, Watched& watched) KX_EXCLUDES(mutex);
+    void stepThrough(VirtualTime target, Watched* until) KX_EXCLUDES(mutex);
+    void runWhatIsDue() KX_EXCLUDES(mutex);
+    Participant* takeFirstDue() KX_EXCLUDES(mutex);
+    Participant* takeFirstBefore(std::uint64_t waitNumber) KX_EXCLUDES(mutex);
+    VirtualTime nextEvent() const KX_EXCLUDES(mutex);
+    void moveTo(VirtualTime target) KX_EXCLUDES(mutex);
+    void release(Participant& participant) KX_EXCLUDES(mutex);
 
     struct Wait {
         std::uint64_t number;
         Participant* participant;
     };
     using Waits = std::vector<Wait>;
-    Waits::iterator firstFrom(std::uint64_t waitNumber);
-    void takeOut(Waits::iterator wait);
+    Waits::iterator firstFrom(std::uint64_t waitNumber) KX_REQUIRES(mutex);
+    void takeOut(Waits::iterator wait) KX_REQUIRES(mutex);
 
-    mutable std::mutex mutex;
+    inline static KXStdMutex mutex;   // static: it also guards the participants
     std::condition_variable hasEnded; // a participant
     std::atomic<VirtualTime> time{0};
+    Waits waits KX_GUARDED_BY(mutex); // in the order in which they began, so by number
+    std::uint64_t nextWaitNumber KX_GUARDED_BY(mutex) = 0;
+    unsigned int waitsSinceMove KX_GUARDED_BY(mutex) = 0;
+};
 
-    // guarded by mutex
-    Waits waits; // in the order in which they began, so by number
-    std::uint64_t nextWaitNumber = 0;
-    unsigned int waitsSinceMove = 0;
+/// A thread made through KXThread, as the scheduler sees it.
+struct Participant {
+    enum class State { idle, running, waiting, ended };
+
+    std::string name;
+    unsigned int id = 0;
+
+    State state KX_GUARDED_BY(Scheduler::mutex) = State::idle;
+    bool stopping KX_GUARDED_BY(Scheduler::mutex) = false;  ///< its waits return at once from now on
+    bool waitEnded KX_GUARDED_BY(Scheduler::mutex) = false; ///< its present wait is over, whatever the clock says
+    VirtualTime wakeTime KX_GUARDED_BY(Scheduler::mutex) = 0;
+    Watched* watched KX_GUARDED_BY(Scheduler::mutex) = nullptr;
+
+    std::unique_ptr<Coroutine> coroutine; ///< paused in each wait; null before the first run
 };
 
 /// Ends the program with "<function>: <reason>" when a simulated thread calls what only the driver may.

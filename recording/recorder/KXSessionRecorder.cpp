@@ -50,7 +50,7 @@ void addEntries(Recording::File& file, const SessionState& state, const EntryLog
 
 // The manager tells its settings in setObserver, so the lock must be free.
 bool KXSessionRecorder::Session::observe() {
-    std::unique_lock<std::mutex> guard(lock);
+    KXUniqueLock guard(lock);
     if (isObserved.exchange(true)) {
         whyNoObserver = "another recorder observes the session";
         return fail(whyNoObserver);
@@ -73,7 +73,7 @@ bool KXSessionRecorder::Session::observe() {
 
 void KXSessionRecorder::Session::endObserving() {
     stop();
-    if (!isObserver)
+    if (!isStillObserver())
         return;
     KXInputEventManager::setObserver(nullptr);
     isObserved = false;
@@ -81,7 +81,7 @@ void KXSessionRecorder::Session::endObserving() {
 
 // Nobody tells an observer that another one has taken its place.
 bool KXSessionRecorder::Session::isStillObserver() {
-    const std::lock_guard<std::mutex> guard(lock);
+    const KXLockGuard guard(lock);
     if (!isObserver || KXInputEventManager::getObserver() == this)
         return isObserver;
     isObserver = isObserved = false;
@@ -94,7 +94,7 @@ bool KXSessionRecorder::Session::isStillObserver() {
 bool KXSessionRecorder::Session::start(const std::string& newPath) {
     if (!isStillObserver())
         observe();
-    std::unique_lock<std::mutex> guard(lock);
+    KXUniqueLock guard(lock);
     if (!mayStart(newPath))
         return false;
     guard.unlock(); // the input goes on
@@ -156,7 +156,7 @@ bool KXSessionRecorder::Session::stop() {
 }
 
 bool KXSessionRecorder::Session::endRecording() {
-    std::unique_lock<std::mutex> guard(lock);
+    KXUniqueLock guard(lock);
     if (file && isWaitingForRest)
         isWhole = fail(path + ": the recording is empty, because no moment of rest came");
     else if (file)
@@ -182,7 +182,7 @@ std::uint64_t KXSessionRecorder::Session::timeOfEnd() const {
 
 bool KXSessionRecorder::Session::save(const std::string& newPath) {
     isStillObserver();
-    std::unique_lock<std::mutex> guard(lock);
+    KXUniqueLock guard(lock);
     if (!isObserver)
         return fail(newPath + ": " + whyNoObserver);
     if (keptMs == 0)
@@ -218,19 +218,19 @@ bool KXSessionRecorder::Session::fail(const std::string& what) {
 }
 
 std::string KXSessionRecorder::Session::problem() const {
-    const std::lock_guard<std::mutex> guard(lock);
+    const KXLockGuard guard(lock);
     return lastProblem;
 }
 
 bool KXSessionRecorder::Session::isRecording() const {
-    const std::lock_guard<std::mutex> guard(lock);
+    const KXLockGuard guard(lock);
     return file != nullptr;
 }
 
 void KXSessionRecorder::Session::holdWorker() {
     if (isStillObserver())
         return keep(mostWorkerHoldMs);
-    const std::lock_guard<std::mutex> guard(lock);
+    const KXLockGuard guard(lock);
     fail(whyNoObserver);
 }
 

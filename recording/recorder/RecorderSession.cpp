@@ -65,7 +65,7 @@ void KXSessionRecorder::Session::onPostedEvent(const KXEvent& event) {
 
 void KXSessionRecorder::Session::onSpeedTable(const std::vector<KXEncoderDynamicPair>& pairs) {
     note(Recording::SpeedTable{pairs});
-    const std::lock_guard<std::mutex> guard(lock);
+    const KXLockGuard guard(lock);
     knowsTable = true;
 }
 
@@ -82,7 +82,7 @@ void KXSessionRecorder::Session::onKeyMapping(const std::map<int, int>& mapping)
 void KXSessionRecorder::Session::learnEncoder() {
     bool knewTable = false;
     {
-        const std::lock_guard<std::mutex> guard(lock);
+        const KXLockGuard guard(lock);
         const bool hasNoEncoder =
             KXInputEventManager::hasInstance() && KXInputEventManager::getMemory().restartGapMs == 0;
         if (hasNoEncoder || std::exchange(knowsEncoder, true))
@@ -107,7 +107,7 @@ void KXSessionRecorder::Session::learnEncoder() {
 void KXSessionRecorder::Session::onKeypad(const CANRemoteOptions& options) {
     if (!options.enabled)
         return;
-    std::unique_lock<std::mutex> guard(lock);
+    KXUniqueLock guard(lock);
     const auto wrong = KeyLayout::check(options, stateAt(log.end()).toldKeys().toolkitKeys());
     guard.unlock();
     if (wrong)
@@ -117,13 +117,13 @@ void KXSessionRecorder::Session::onKeypad(const CANRemoteOptions& options) {
 }
 
 void KXSessionRecorder::Session::onPass(unsigned int tick) {
-    const std::lock_guard<std::mutex> guard(lock);
+    const KXLockGuard guard(lock);
     take(tick, Recording::Pass());
 }
 
 // The tick is read under the lock, so an entry that waited for another one is not earlier.
 void KXSessionRecorder::Session::note(Input input) {
-    const std::lock_guard<std::mutex> guard(lock);
+    const KXLockGuard guard(lock);
     take(KXTick::getTickCount(), std::move(input));
 }
 
@@ -236,7 +236,7 @@ void KXSessionRecorder::Session::forgetAll(SessionState presentState, std::uint6
 void KXSessionRecorder::Session::trim() {
     const unsigned int neededMs = std::max(keptMs, leastKeptMs);
     const auto needed = rests.lastBefore(lastMs > neededMs ? lastMs - neededMs : 0);
-    const auto apply = [this](const Entry& entry) { stateAtBegin.apply(entry.input); };
+    const auto apply = [this](const Entry& entry) KX_REQUIRES(lock) { stateAtBegin.apply(entry.input); };
     if (needed)
         log.dropBefore(*needed, apply);
     rests.dropBefore(log.begin());

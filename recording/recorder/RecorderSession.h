@@ -8,8 +8,6 @@
 #include "recording/recorder/EntryLog.h"
 #include "recording/recorder/RestPoints.h"
 
-#include <mutex>
-
 namespace KX {
 
 // Observes the manager, and keeps or writes what it sees.
@@ -21,14 +19,14 @@ public:
     explicit Session(unsigned int keptMilliseconds) : keptMs(keptMilliseconds) {}
     ~Session() override { endObserving(); }
 
-    bool observe();
+    bool observe() KX_EXCLUDES(lock);
 
-    bool start(const std::string& path);
-    bool stop();
-    bool save(const std::string& path);
-    std::string problem() const;
-    bool isRecording() const;
-    void holdWorker();
+    bool start(const std::string& path) KX_EXCLUDES(lock);
+    bool stop() KX_EXCLUDES(lock);
+    bool save(const std::string& path) KX_EXCLUDES(lock);
+    std::string problem() const KX_EXCLUDES(lock);
+    bool isRecording() const KX_EXCLUDES(lock);
+    void holdWorker() KX_EXCLUDES(lock);
 
     void onToolkitEvent(const KXToolkitEvent& event) override { note(event); }
     void onInputEvent(const KXInputEvent& event) override { note(event); }
@@ -44,49 +42,50 @@ public:
     static void tell(const std::string& text);
 
 private:
-    void endObserving();
-    bool isStillObserver();
-    bool mayStart(const std::string& newPath);
-    bool startInto(std::unique_ptr<Recording::File> newFile, const std::string& newPath);
-    bool endRecording();
-    std::uint64_t timeOfEnd() const;
-    void note(Recording::Input input);
-    void take(unsigned int tick, Recording::Input&& input);
-    void learnEncoder();
-    void forgetDeletedManager();
-    void forgetTurn(const KXInputMemory& memory);
-    void forgetAll(Recording::SessionState presentState, std::uint64_t presentMs, const std::string& why);
-    void trim();
-    bool beginFile();
-    void writeLast(const Recording::Entry& entry);
-    bool isForeignFrame(const Recording::Input& input) const;
-    bool isFileLost(std::uint64_t nowMs);
-    void waitForRest();
-    void endFile(const std::string& why);
-    bool fail(const std::string& what);
-    Recording::SessionState stateAt(const Recording::EntryLog::Place& place) const;
+    void endObserving() KX_EXCLUDES(lock);
+    bool isStillObserver() KX_EXCLUDES(lock);
+    bool mayStart(const std::string& newPath) KX_REQUIRES(lock);
+    bool startInto(std::unique_ptr<Recording::File> newFile, const std::string& newPath) KX_REQUIRES(lock);
+    bool endRecording() KX_EXCLUDES(lock);
+    std::uint64_t timeOfEnd() const KX_REQUIRES(lock);
+    void note(Recording::Input input) KX_EXCLUDES(lock);
+    void take(unsigned int tick, Recording::Input&& input) KX_REQUIRES(lock);
+    void learnEncoder() KX_EXCLUDES(lock);
+    void forgetDeletedManager() KX_REQUIRES(lock);
+    void forgetTurn(const KXInputMemory& memory) KX_REQUIRES(lock);
+    void forgetAll(Recording::SessionState presentState, std::uint64_t presentMs, const std::string& why)
+        KX_REQUIRES(lock);
+    void trim() KX_REQUIRES(lock);
+    bool beginFile() KX_REQUIRES(lock);
+    void writeLast(const Recording::Entry& entry) KX_REQUIRES(lock);
+    bool isForeignFrame(const Recording::Input& input) const KX_REQUIRES(lock);
+    bool isFileLost(std::uint64_t nowMs) KX_REQUIRES(lock);
+    void waitForRest() KX_REQUIRES(lock);
+    void endFile(const std::string& why) KX_REQUIRES(lock);
+    bool fail(const std::string& what) KX_REQUIRES(lock);
+    Recording::SessionState stateAt(const Recording::EntryLog::Place& place) const KX_REQUIRES(lock);
 
     const unsigned int keptMs;
 
-    mutable std::mutex lock; // guards the members below
-    bool isObserver = false;
-    std::string whyNoObserver;
-    Recording::EntryLog log;
-    Recording::SessionState stateAtBegin; // of the log
-    Recording::RestPoints rests;
-    std::uint64_t lastMs = 0;
-    std::shared_ptr<const CANRemoteOptions> layout; // of the keypad
-    bool hadManager = false;                        // at the last entry
-    bool knowsEncoder = false;                      // what was set before the recorder was there, too
-    bool knowsTable = false;                        // of the encoder
-    bool wasUserFactorSet = false;                  // by the last entry that is no pass
-    std::unique_ptr<Recording::File> file;          // of a recording that goes on
-    std::string path;                               // of the last recording
-    std::uint64_t lookedAtFileMs = 0;               // whether it is still there and on the disk
-    Recording::EntryLog::Place beganAt;             // the rest
-    bool isWaitingForRest = false;                  // nothing is in the file yet
-    bool isWhole = true;                            // what was recorded since start
-    std::string lastProblem;
+    mutable KXStdMutex lock;
+    bool isObserver KX_GUARDED_BY(lock) = false;
+    std::string whyNoObserver KX_GUARDED_BY(lock);
+    Recording::EntryLog log KX_GUARDED_BY(lock);
+    Recording::SessionState stateAtBegin KX_GUARDED_BY(lock); // of the log
+    Recording::RestPoints rests KX_GUARDED_BY(lock);
+    std::uint64_t lastMs KX_GUARDED_BY(lock) = 0;
+    std::shared_ptr<const CANRemoteOptions> layout KX_GUARDED_BY(lock); // of the keypad
+    bool hadManager KX_GUARDED_BY(lock) = false;                        // at the last entry
+    bool knowsEncoder KX_GUARDED_BY(lock) = false;             // what was set before the recorder was there, too
+    bool knowsTable KX_GUARDED_BY(lock) = false;               // of the encoder
+    bool wasUserFactorSet KX_GUARDED_BY(lock) = false;         // by the last entry that is no pass
+    std::unique_ptr<Recording::File> file KX_GUARDED_BY(lock); // of a recording that goes on
+    std::string path KX_GUARDED_BY(lock);                      // of the last recording
+    std::uint64_t lookedAtFileMs KX_GUARDED_BY(lock) = 0;      // whether it is still there and on the disk
+    Recording::EntryLog::Place beganAt KX_GUARDED_BY(lock);    // the rest
+    bool isWaitingForRest KX_GUARDED_BY(lock) = false;         // nothing is in the file yet
+    bool isWhole KX_GUARDED_BY(lock) = true;                   // what was recorded since start
+    std::string lastProblem KX_GUARDED_BY(lock);
 };
 
 } // namespace KX

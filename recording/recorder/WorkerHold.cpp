@@ -7,23 +7,24 @@ namespace KX {
 KXWorkerHold::~KXWorkerHold() = default;
 
 void KXWorkerHold::keep(unsigned int mostMs) {
-    std::unique_lock<std::mutex> guard(lock);
+    KXUniqueLock guard(lock);
     isWanted = true;
     mostHeldMs = mostMs;
-    changed.wait_for(guard, std::chrono::seconds(1), [this] { return isKept; });
+    changed.wait_for(guard, std::chrono::seconds(1), [this]() KX_REQUIRES(lock) { return isKept; });
 }
 
 void KXWorkerHold::release() {
-    const std::lock_guard<std::mutex> guard(lock);
+    const KXLockGuard guard(lock);
     isWanted = false;
     changed.notify_all();
 }
 
 void KXWorkerHold::onPassDue() {
-    std::unique_lock<std::mutex> guard(lock);
+    KXUniqueLock guard(lock);
     isKept = isWanted;
     changed.notify_all();
-    if (!changed.wait_for(guard, std::chrono::milliseconds(mostHeldMs), [this] { return !isWanted; }))
+    const std::chrono::milliseconds longest(mostHeldMs);
+    if (!changed.wait_for(guard, longest, [this]() KX_REQUIRES(lock) { return !isWanted; }))
         isWanted = false;
     isKept = false;
 }

@@ -111,7 +111,8 @@ void SessionPlayer::makePassesUntil(std::uint64_t timeMs) {
         pass(static_cast<unsigned int>(*passMs));
 }
 
-void SessionPlayer::pass(unsigned int tick) {
+// The worker is kept from its passes, so only this thread uses the manager.
+void SessionPlayer::pass(unsigned int tick) KX_NO_THREAD_SAFETY_ANALYSIS {
     manager.sendLongPressEvent(tick);
     manager.sendEncoderMoveEvent(tick);
 }

@@ -78,11 +78,11 @@ TEST(EventRecord, is_the_image_of_a_holder_where_pointers_have_32_bits) {
     ASSERT_EQ(sizeof(event), image.size());
     std::memcpy(image.data(), static_cast<const void*>(&event), image.size());
 
-    for (const std::size_t slot : {0, 8, 16, 44, 76, 84, 124}) {
+    for (const std::size_t slot : {0U, 8U, 16U, 44U, 76U, 84U, 124U}) {
         EXPECT_NE(std::count(&image[slot], &image[slot] + 4, 0), 4) << "no type table at " << slot;
         std::fill_n(&image[slot], 4, std::uint8_t{0});
     }
-    for (const std::size_t flag : {4, 12, 80, 128}) {
+    for (const std::size_t flag : {4U, 12U, 80U, 128U}) {
         EXPECT_EQ(image[flag], 1) << "no flag at " << flag;
         image[flag] = 0; // a holder in a queue has no flags
     }

@@ -148,7 +148,7 @@ _NO_STATEMENT = re.compile(r"(return|case|if|for|while|else|do|using|throw|frien
                            r"template|explicit|default|namespace|class|struct|enum|const|constexpr|auto|try|catch|"
                            r"virtual|typedef|extern|delete)\b(?! \w+;)")
 _DECLARATION = re.compile(r"(const )?[\w:]+(<.*?>)?[*&]* (const )?[*&]*\w+(;|\[| = |\(|\{)")
-_LOCK = re.compile(r"(const )?(KXAutoLock|(std|boost)::(lock_guard|unique_lock|scoped_lock)<[^;]*>) \w+[({][^;]*;")
+_LOCK = re.compile(r"(const )?(KXAutoLock|KXLockGuard|KXUniqueLock) \w+[({][^;]*;")
 
 
 @functools.lru_cache(maxsize=1)

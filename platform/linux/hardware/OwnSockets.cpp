@@ -11,17 +11,17 @@ OwnSockets& OwnSockets::get() {
 }
 
 void OwnSockets::insert(const FileIdentity& file) {
-    const std::lock_guard<std::mutex> guard(lock);
+    const KXLockGuard guard(lock);
     files.emplace_back(getpid(), file);
 }
 
 void OwnSockets::remove(const FileIdentity& file) {
-    const std::lock_guard<std::mutex> guard(lock);
+    const KXLockGuard guard(lock);
     files.erase(std::remove(files.begin(), files.end(), Owned(getpid(), file)), files.end());
 }
 
 bool OwnSockets::contains(const FileIdentity& file) {
-    const std::lock_guard<std::mutex> guard(lock);
+    const KXLockGuard guard(lock);
     return std::find(files.begin(), files.end(), Owned(getpid(), file)) != files.end();
 }
 

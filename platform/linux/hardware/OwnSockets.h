@@ -1,6 +1,7 @@
 #pragma once
 
-#include <mutex>
+#include "platform/KXLocks.h"
+
 #include <sys/types.h>
 #include <utility>
 #include <vector>
@@ -19,17 +20,17 @@ public:
     /// Never destroyed: a static destructor may close a bus.
     static OwnSockets& get();
 
-    void insert(const FileIdentity& file);
-    void remove(const FileIdentity& file);
+    void insert(const FileIdentity& file) KX_EXCLUDES(lock);
+    void remove(const FileIdentity& file) KX_EXCLUDES(lock);
 
     /// False in the child of a fork for what the parent has bound.
-    bool contains(const FileIdentity& file);
+    bool contains(const FileIdentity& file) KX_EXCLUDES(lock);
 
 private:
     using Owned = std::pair<pid_t, FileIdentity>;
 
-    std::mutex lock;
-    std::vector<Owned> files; // guarded by lock
+    KXStdMutex lock;
+    std::vector<Owned> files KX_GUARDED_BY(lock);
 };
 
 } // namespace KX

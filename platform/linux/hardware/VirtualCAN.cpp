@@ -131,7 +131,7 @@ CANSocket::Opening VirtualCAN::bindSocket(int unboundSocket, std::string& reason
 void VirtualCAN::rememberFile(const FileIdentity& file) {
     OwnSockets::get().insert(file);
     boundBy = getpid();
-    const std::lock_guard<std::mutex> guard(lock);
+    const KXLockGuard guard(lock);
     boundFile = file;
     fileLost = false;
     lookDue = Clock::now() + lookInterval;
@@ -178,7 +178,8 @@ bool VirtualCAN::isHeldByAnotherProcess(std::string& reason) const {
     return true;
 }
 
-void VirtualCAN::socketCloses() {
+// Only the reading thread, which calls this, writes boundFile.
+void VirtualCAN::socketCloses() KX_NO_THREAD_SAFETY_ANALYSIS {
     // The child of a fork has a copy of the socket, but the file is the parent's.
     if (boundBy != getpid())
         return;
@@ -196,7 +197,7 @@ bool VirtualCAN::isConnected() const {
 
 /// Whether the path does not lead to this socket any more, so that no sender finds it.
 bool VirtualCAN::isFileLost() const {
-    const std::lock_guard<std::mutex> guard(lock);
+    const KXLockGuard guard(lock);
     const Clock::time_point now = Clock::now();
     if (fileLost || now < lookDue)
         return fileLost;

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "platform/KXLocks.h"
 #include "platform/linux/hardware/CANSocket.h"
 #include "platform/linux/hardware/OwnSockets.h"
 
 #include <chrono>
-#include <mutex>
 #include <string>
 #include <sys/types.h>
 
@@ -32,20 +32,19 @@ private:
     bool makeRoom(std::string& reason) const;
     bool isHeldByAnotherProcess(std::string& reason) const;
     std::string describeError() const;
-    void rememberFile(const FileIdentity& file);
-    bool isFileLost() const;
+    void rememberFile(const FileIdentity& file) KX_EXCLUDES(lock);
+    bool isFileLost() const KX_EXCLUDES(lock);
 
     const std::string path;
     const std::string location; // the same, whatever folder the application works in later
     const std::string folder;   // of the location
 
-    // Written by the reading thread, which needs no lock to read them.
-    FileIdentity boundFile; // guarded by lock
-    pid_t boundBy = -1;
+    pid_t boundBy = -1; // only the reading thread uses it
 
-    mutable std::mutex lock;
-    mutable bool fileLost = false;     // guarded by lock
-    mutable Clock::time_point lookDue; // guarded by lock
+    mutable KXStdMutex lock;
+    FileIdentity boundFile KX_GUARDED_BY(lock); // written by the reading thread, which reads it without the lock
+    mutable bool fileLost KX_GUARDED_BY(lock) = false;
+    mutable Clock::time_point lookDue KX_GUARDED_BY(lock);
 };
 
 } // namespace KX

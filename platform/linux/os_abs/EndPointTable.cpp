@@ -56,7 +56,7 @@ void EndPointTable::wakeSleeper() const {
 }
 
 bool EndPointTable::add(KXEndPoint* endPoint, KXEndPointHandler* handler, int descriptor) {
-    const std::lock_guard<std::mutex> guard(lock);
+    const KXLockGuard guard(lock);
     const bool known = std::any_of(registrations.begin(), registrations.end(),
                                    [&](const auto& entry) { return entry.second.endPoint == endPoint; });
     if (known || !isOpen())
@@ -78,7 +78,7 @@ bool EndPointTable::add(KXEndPoint* endPoint, KXEndPointHandler* handler, int de
 }
 
 bool EndPointTable::remove(const KXEndPoint* endPoint) {
-    std::unique_lock<std::mutex> guard(lock);
+    KXUniqueLock guard(lock);
     const auto found = std::find_if(registrations.begin(), registrations.end(),
                                     [&](const auto& entry) { return entry.second.endPoint == endPoint; });
     if (found == registrations.end())
@@ -86,12 +86,12 @@ bool EndPointTable::remove(const KXEndPoint* endPoint) {
     const Number number = found->first;
     stopWatching(found->second);
     registrations.erase(found);
-    useEnded.wait(guard, [&] { return !isUsedElsewhere(number); });
+    useEnded.wait(guard, [&]() KX_REQUIRES(lock) { return !isUsedElsewhere(number); });
     return true;
 }
 
 bool EndPointTable::watch(Number number, int descriptor) {
-    const std::lock_guard<std::mutex> guard(lock);
+    const KXLockGuard guard(lock);
     const auto found = registrations.find(number);
     if (found == registrations.end())
         return false;
@@ -103,7 +103,7 @@ bool EndPointTable::watch(Number number, int descriptor) {
 }
 
 bool EndPointTable::isWatched(Number number, int descriptor) {
-    const std::lock_guard<std::mutex> guard(lock);
+    const KXLockGuard guard(lock);
     const auto found = registrations.find(number);
     if (found == registrations.end() || descriptor < 0 || found->second.descriptor != descriptor)
         return false;
@@ -113,7 +113,7 @@ bool EndPointTable::isWatched(Number number, int descriptor) {
 }
 
 bool EndPointTable::setLost(Number number, unsigned int retryTick) {
-    const std::lock_guard<std::mutex> guard(lock);
+    const KXLockGuard guard(lock);
     const auto found = registrations.find(number);
     if (found == registrations.end() || found->second.lost)
         return false;
@@ -124,14 +124,14 @@ bool EndPointTable::setLost(Number number, unsigned int retryTick) {
 }
 
 void EndPointTable::setRetryTick(Number number, unsigned int retryTick) {
-    const std::lock_guard<std::mutex> guard(lock);
+    const KXLockGuard guard(lock);
     const auto found = registrations.find(number);
     if (found != registrations.end())
         found->second.retryTick = retryTick;
 }
 
 void EndPointTable::getNumbers(std::pmr::vector<Number>& numbers) const {
-    const std::lock_guard<std::mutex> guard(lock);
+    const KXLockGuard guard(lock);
     numbers.clear();
     numbers.reserve(registrations.size());
     for (const auto& entry : registrations)
@@ -139,7 +139,7 @@ void EndPointTable::getNumbers(std::pmr::vector<Number>& numbers) const {
 }
 
 int EndPointTable::getTimeToNextRetry(unsigned int now, int limit) const {
-    const std::lock_guard<std::mutex> guard(lock);
+    const KXLockGuard guard(lock);
     for (const auto& entry : registrations)
         if (entry.second.lost)
             limit = std::min(limit, static_cast<int>(entry.second.retryTick - now));
@@ -154,7 +154,7 @@ void EndPointTable::sleep(std::pmr::vector<epoll_event>& events, int timeoutMs) 
         return;
     }
     {
-        const std::lock_guard<std::mutex> guard(lock);
+        const KXLockGuard guard(lock);
         events.resize(registrations.size() + 1);
     }
     const int found = epoll_wait(epollDescriptor, events.data(), static_cast<int>(events.size()), timeoutMs);
@@ -218,25 +218,30 @@ std::uint32_t EndPointTable::getGeneration(const epoll_event& event) {
     return static_cast<std::uint32_t>(event.data.u64);
 }
 
-EndPointTable::Use::Use(EndPointTable& usedTable, Number usedNumber) : table(usedTable), number(usedNumber) {
-    const std::lock_guard<std::mutex> guard(table.lock);
-    const auto found = table.registrations.find(number);
-    valid = found != table.registrations.end();
-    if (valid) {
-        registration = found->second;
-        table.users.push_back({number, std::this_thread::get_id()});
-    }
+bool EndPointTable::beginUse(Number number, Registration& registration) {
+    const KXLockGuard guard(lock);
+    const auto found = registrations.find(number);
+    if (found == registrations.end())
+        return false;
+    registration = found->second;
+    users.push_back({number, std::this_thread::get_id()});
+    return true;
 }
 
-EndPointTable::Use::~Use() {
-    if (!valid)
-        return;
-    const std::lock_guard<std::mutex> guard(table.lock);
+void EndPointTable::endUse(Number number) {
+    const KXLockGuard guard(lock);
     const std::thread::id self = std::this_thread::get_id();
-    const auto mine = std::find_if(table.users.begin(), table.users.end(),
-                                   [&](const User& user) { return user.number == number && user.thread == self; });
-    table.users.erase(mine);
-    table.useEnded.notify_all();
+    users.erase(std::find_if(users.begin(), users.end(),
+                             [&](const User& user) { return user.number == number && user.thread == self; }));
+    useEnded.notify_all();
+}
+
+EndPointTable::Use::Use(EndPointTable& usedTable, Number usedNumber)
+    : table(usedTable), number(usedNumber), valid(table.beginUse(number, registration)) {}
+
+EndPointTable::Use::~Use() {
+    if (valid)
+        table.endUse(number);
 }
 
 } // namespace KX

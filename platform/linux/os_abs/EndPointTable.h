@@ -1,10 +1,11 @@
 #pragma once
 
+#include "platform/KXLocks.h"
+
 #include <condition_variable>
 #include <cstdint>
 #include <map>
 #include <memory_resource>
-#include <mutex>
 #include <sys/epoll.h>
 #include <thread>
 #include <vector>
@@ -41,35 +42,35 @@ public:
 
     /// \param descriptor  -1 for an end point that is closed
     /// \return whether it is registered now; false when it was before or the system refuses the descriptor
-    bool add(KXEndPoint* endPoint, KXEndPointHandler* handler, int descriptor);
+    bool add(KXEndPoint* endPoint, KXEndPointHandler* handler, int descriptor) KX_EXCLUDES(lock);
 
     /// Unregisters an end point and waits until no other thread is busy with it.
     /// \return whether it was registered
-    bool remove(const KXEndPoint* endPoint);
+    bool remove(const KXEndPoint* endPoint) KX_EXCLUDES(lock);
 
     /// Watches \p descriptor for a registration, instead of its earlier one. The end point is not lost any more.
     /// \return false when the registration is gone or the system refuses the descriptor
-    bool watch(Number number, int descriptor);
+    bool watch(Number number, int descriptor) KX_EXCLUDES(lock);
 
     /// Whether the epoll set watches \p descriptor for a registration. A closed descriptor leaves the set
     /// silently, and its number may belong to another file by now.
-    bool isWatched(Number number, int descriptor);
+    bool isWatched(Number number, int descriptor) KX_EXCLUDES(lock);
 
     /// Stops watching until \ref watch. The first retry is due at \p retryTick.
     /// \return false when the registration is gone or was lost before: then there is nothing to report
-    bool setLost(Number number, unsigned int retryTick);
+    bool setLost(Number number, unsigned int retryTick) KX_EXCLUDES(lock);
 
-    void setRetryTick(Number number, unsigned int retryTick);
+    void setRetryTick(Number number, unsigned int retryTick) KX_EXCLUDES(lock);
 
     /// All registrations, in the order in which they were made.
-    void getNumbers(std::pmr::vector<Number>& numbers) const;
+    void getNumbers(std::pmr::vector<Number>& numbers) const KX_EXCLUDES(lock);
 
     /// Milliseconds from \p now to the next retry of a lost end point, at most \p limit; never negative.
-    int getTimeToNextRetry(unsigned int now, int limit) const;
+    int getTimeToNextRetry(unsigned int now, int limit) const KX_EXCLUDES(lock);
 
     /// Sleeps until something can be read or \p timeoutMs is over.
     /// \param events  what was found; may be empty before the time is over
-    void sleep(std::pmr::vector<epoll_event>& events, int timeoutMs);
+    void sleep(std::pmr::vector<epoll_event>& events, int timeoutMs) KX_EXCLUDES(lock);
 
     /// Marks an end point as used by the calling thread, for a scope. A removal by another thread waits for its
     /// end.
@@ -91,7 +92,7 @@ public:
         EndPointTable& table;
         const Number number;
         Registration registration;
-        bool valid;
+        const bool valid;
     };
 
     static Number getNumber(const epoll_event& event);
@@ -105,20 +106,22 @@ private:
 
     bool isOpen() const;
     void wakeSleeper() const;
-    void forgetDescriptor(int descriptor);
-    bool startWatching(Number number, Registration& registration, int descriptor);
-    void stopWatching(Registration& registration);
-    bool isUsedElsewhere(Number number) const;
+    void forgetDescriptor(int descriptor) KX_REQUIRES(lock);
+    bool startWatching(Number number, Registration& registration, int descriptor) KX_REQUIRES(lock);
+    void stopWatching(Registration& registration) KX_REQUIRES(lock);
+    bool isUsedElsewhere(Number number) const KX_REQUIRES(lock);
+    bool beginUse(Number number, Registration& registration) KX_EXCLUDES(lock);
+    void endUse(Number number) KX_EXCLUDES(lock);
     void dropWakeUps(std::pmr::vector<epoll_event>& events) const;
 
     // Set by the constructor only, so read without the lock. Both are -1 when the system refused one of them.
     int epollDescriptor;
     int wakeUpDescriptor;
 
-    mutable std::mutex lock;
-    std::map<Number, Registration> registrations; // guarded by lock
-    Number lastNumber = 0;                        // guarded by lock
-    std::vector<User> users;                      // guarded by lock
+    mutable KXStdMutex lock;
+    std::map<Number, Registration> registrations KX_GUARDED_BY(lock);
+    Number lastNumber KX_GUARDED_BY(lock) = 0;
+    std::vector<User> users KX_GUARDED_BY(lock);
     std::condition_variable useEnded;
 };
 

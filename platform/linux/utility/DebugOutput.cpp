@@ -1,6 +1,7 @@
 #include "platform/linux/utility/DebugOutput.h"
 
 #include "platform/BlockedPipeSignal.h"
+#include "platform/KXLocks.h"
 #include "platform/linux/utility/NonBlockingError.h"
 
 #include <algorithm>
@@ -8,7 +9,6 @@
 #include <chrono>
 #include <climits>
 #include <cstdio>
-#include <mutex>
 
 namespace KX {
 
@@ -19,17 +19,17 @@ constexpr std::chrono::milliseconds patience{100};
 
 /// Held while a line is written: a pipe may take a long line in pieces, and no other line may come in between.
 /// Constant-initialised and never destroyed, so static initialisers and destructors may use it.
-std::mutex lineLock;
+KXStdMutex lineLock;
 
-// Guarded by lineLock.
-unsigned long lostLines = 0;
-bool isMidLine = false; // the last line that began was not finished
-bool isStalled = false; // the last line was lost
+unsigned long lostLines KX_GUARDED_BY(lineLock) = 0;
+bool isMidLine KX_GUARDED_BY(lineLock) = false; // the last line that began was not finished
+bool isStalled KX_GUARDED_BY(lineLock) = false; // the last line was lost
 
 using Clock = NonBlockingError::Clock;
 
 /// \return characters that were written before \p limit
-std::size_t write(const NonBlockingError& output, const char* text, std::size_t length, Clock::time_point limit) {
+std::size_t write(const NonBlockingError& output, const char* text, std::size_t length, Clock::time_point limit)
+    KX_REQUIRES(lineLock) {
     std::size_t done = 0;
     while (done < length) {
         const ssize_t written = output.write(text + done, length - done);
@@ -50,7 +50,7 @@ std::size_t write(const NonBlockingError& output, const char* text, std::size_t 
 /// Tells first how many lines were lost. Both lines go in one piece if a pipe takes that whole: a notice that finds
 /// room without its line would come again and again.
 [[gnu::noinline]] bool writeBehindNotice(const NonBlockingError& output, const char* line, std::size_t length,
-                                         Clock::time_point limit) {
+                                         Clock::time_point limit) KX_REQUIRES(lineLock) {
     char text[PIPE_BUF];
     const int noticeLength = std::snprintf(text, sizeof(text), "%s[kx_debug:1] %lu %s lost\n",
                                            isMidLine ? "\n" : "", lostLines, lostLines == 1 ? "line" : "lines");
@@ -75,7 +75,7 @@ void DebugOutput::writeLine(char* line, std::size_t length) {
     std::replace_if(
         line, line + length, [](char c) { return c == '\n' || c == '\r'; }, ' ');
     line[length] = '\n';
-    const std::lock_guard<std::mutex> guard(lineLock);
+    const KXLockGuard guard(lineLock);
     const BlockedPipeSignal blockedSignal;
     const NonBlockingError output;
     const auto limit = Clock::now() + (isStalled ? Clock::duration::zero() : patience);

@@ -1,12 +1,12 @@
 #include "platform/linux/utility/DebugSections.h"
 
+#include "platform/KXLocks.h"
 #include "platform/linux/utility/DebugLevels.h"
 #include "platform/linux/utility/DebugOutput.h"
 
 #include <cstdlib>
 #include <limits>
 #include <map>
-#include <mutex>
 #include <vector>
 
 namespace KX {
@@ -39,13 +39,13 @@ struct DebugSections::Registry {
     }
 
     const DebugLevels levels = readLevels(); // never changes, so read without the lock
-    std::mutex lock;
-    std::map<std::string, unsigned int> keys; // guarded by lock
+    KXStdMutex lock;
+    std::map<std::string, unsigned int> keys KX_GUARDED_BY(lock);
 };
 
 unsigned int DebugSections::insert(const std::string& name) {
     Registry& registry = Registry::get();
-    const std::lock_guard<std::mutex> guard(registry.lock);
+    const KXLockGuard guard(registry.lock);
     const auto known = registry.keys.find(name);
     if (known != registry.keys.end())
         return known->second;
