@@ -61,7 +61,7 @@ private:
     void writeLast(const Recording::Entry& entry);
     bool isForeignFrame(const Recording::Input& input) const;
     bool isFileLost(std::uint64_t nowMs);
-    void waitForRest();
+    void beginAnew();
     void endFile(const std::string& why);
     bool fail(const std::string& what);
     Recording::SessionState stateAt(const Recording::EntryLog::Place& place) const;
@@ -85,6 +85,7 @@ private:
     std::uint64_t lookedAtFileMs = 0;               // whether it is still there and on the disk
     Recording::EntryLog::Place beganAt;             // the rest
     bool isWaitingForRest = false;                  // nothing is in the file yet
+    bool beganAtNoRest = false;                     // as later input has shown
     bool isWhole = true;                            // what was recorded since start
     std::string lastProblem;
 };
