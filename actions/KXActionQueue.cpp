@@ -27,14 +27,14 @@ void tellTriggeringEventType(KXAction& action, int eventType) {
     __atomic_store_n(&action.triggeringEventType, eventType, __ATOMIC_RELAXED);
 }
 
-[[gnu::noinline]] void reportLoop(const KXActionQueue::actionItem& item) {
+[[gnu::noinline, gnu::cold]] void reportLoop(const KXActionQueue::actionItem& item) {
     const EventTypeName eventName(item.eventType);
     writeLine(std::cout, {"KXActionQueue::executeActions: Found loop for ", item.action, ", triggered by object ",
                           item.userData, ", on event '", eventName.text(), " [", item.eventType, "] via action ",
                           item.triggeringAction, " (", item.executedCount, "). Terminating execution."});
 }
 
-[[gnu::noinline]] void reportNoAction() {
+[[gnu::noinline, gnu::cold]] void reportNoAction() {
     writeLine(std::cout, {"KXActionQueue::postAction(nullptr): Ignored."});
 }
 
@@ -156,7 +156,7 @@ inline KXActionQueue::actionItem KXActionQueue::takeOldest() {
 }
 
 // Another thread took the last item after executeActions read the size without the lock. Out of line: rare.
-[[gnu::noinline]] void KXActionQueue::waitForItem() {
+[[gnu::noinline, gnu::cold]] void KXActionQueue::waitForItem() {
     while (pendingItems.empty())
         mutex.wait(itemPosted);
 }

@@ -1,40 +1,74 @@
 #include "events/DiagnosticLine.h"
 
-#include <charconv>
-#include <cstdint>
+#include "platform/BlockedPipeSignal.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <exception>
+#include <iostream>
 
 namespace KX {
 
-LinePiece::LinePiece(int number) {
-    const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
-    text = {digits, static_cast<std::size_t>(end - digits)};
+namespace {
+
+// On standard error and on any other stream, since the last line that got through there.
+std::atomic<unsigned int> lostOnError{0}, lostElsewhere{0};
+
+constexpr std::size_t longestLine = 512;
+
+std::size_t compose(char* text, std::initializer_list<LinePiece> pieces) {
+    std::size_t length = 0;
+    for (const LinePiece& piece : pieces)
+        length += piece.text.copy(text + length, longestLine - 1 - length);
+    text[length++] = '\n';
+    return length;
 }
 
-LinePiece::LinePiece(unsigned int number) {
-    const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
-    text = {digits, static_cast<std::size_t>(end - digits)};
-}
-
-LinePiece::LinePiece(const void* pointer) {
-    char* begin = digits;
-    if (pointer) {
-        *begin++ = '0';
-        *begin++ = 'x';
+// Not through the stream itself, because that may be bad already, or throw when it fails.
+// \return whether the text got through
+bool insert(const std::ostream& stream, const char* text, std::streamsize length) {
+    try {
+        if (stream.tie() && stream.tie()->good())
+            stream.tie()->flush();
+        return stream.rdbuf()->sputn(text, length) == length && stream.rdbuf()->pubsync() == 0;
+    } catch (const std::exception&) {
+        return false;
     }
-    const auto end =
-        std::to_chars(begin, digits + sizeof digits, reinterpret_cast<std::uintptr_t>(pointer), 16).ptr;
-    text = {digits, static_cast<std::size_t>(end - digits)};
+}
+
+} // namespace
+
+LinePiece::LinePiece(int number)
+    : LinePiece(static_cast<std::uintptr_t>(std::abs(std::int64_t{number})), 10, number < 0 ? "-" : "") {}
+
+LinePiece::LinePiece(unsigned int number) : LinePiece(number, 10, "") {}
+
+LinePiece::LinePiece(const void* pointer)
+    : LinePiece(reinterpret_cast<std::uintptr_t>(pointer), 16, pointer ? "0x" : "") {}
+
+LinePiece::LinePiece(std::uintptr_t number, unsigned int base, std::string_view prefix) {
+    char* begin = std::end(digits);
+    do
+        *--begin = "0123456789abcdef"[number % base];
+    while ((number /= base) != 0);
+    begin -= prefix.size();
+    prefix.copy(begin, prefix.size());
+    text = {begin, static_cast<std::size_t>(std::end(digits) - begin)};
 }
 
 void writeLine(std::ostream& stream, std::initializer_list<LinePiece> pieces) {
-    char line[512];
-    std::size_t length = 0;
-    for (const LinePiece& piece : pieces)
-        length += piece.text.copy(line + length, sizeof line - 1 - length);
-    line[length++] = '\n';
-    // Unformatted: operator<< would pad the line to the application's width and reset that width.
-    stream.write(line, static_cast<std::streamsize>(length));
-    stream.flush();
+    if (!stream.rdbuf() || stream.rdstate() == std::ios_base::failbit)
+        return; // the application has silenced it: an output that fails sets badbit
+    std::atomic<unsigned int>& linesLost = &stream == &std::cerr ? lostOnError : lostElsewhere;
+    const unsigned int lost = linesLost.exchange(0, std::memory_order_relaxed);
+    char text[2 * longestLine];
+    const char* const what = lost == 1 ? " line lost" : " lines lost";
+    std::size_t length = lost == 0 ? 0 : compose(text, {"KXAPI_Events: ", lost, what});
+    length += compose(text + length, pieces);
+
+    const BlockedPipeSignal blockedSignal;
+    if (!insert(stream, text, static_cast<std::streamsize>(length)))
+        linesLost.fetch_add(lost + 1, std::memory_order_relaxed);
 }
 
 } // namespace KX

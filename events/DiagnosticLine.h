@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <initializer_list>
 #include <ostream>
 #include <string_view>
@@ -21,12 +22,17 @@ public:
     std::string_view text;
 
 private:
+    LinePiece(std::uintptr_t number, unsigned int base, std::string_view prefix);
+
     char digits[20]; // holds a pointer of 64 bits with its 0x
 };
 
-/// Composes a line, inserts it into \p stream in one piece and flushes. Characters after the 511th are dropped.
-/// Any thread: lines of several threads do not mix on the standard streams. The stream's settings (base, width,
-/// fill, locale) do not affect the line and do not change.
+/// Composes a line, inserts it into the buffer of \p stream in one piece and flushes. Characters after the 511th are
+/// dropped. Any thread: lines of several threads do not mix on the standard streams. The stream's state and settings
+/// (base, width, fill, locale, exceptions) do not affect the line and do not change. A stream with failbit alone or
+/// without a buffer is silent. An output whose reader has gone loses the line, but neither ends the program nor
+/// throws. The next line that gets through follows one that tells of the loss: "KXAPI_Events: 2 lines lost". A
+/// reader that does not read makes the calling thread wait as soon as the pipe is full.
 void writeLine(std::ostream& stream, std::initializer_list<LinePiece> pieces);
 
 } // namespace KX

@@ -16,7 +16,8 @@ namespace KX {
 ///
 /// A recording begins at a moment of rest, so that a replay gives the same events to the byte: no press is pending, a
 /// press could not become a double press, no bundle of encoder steps is open, and the encoder would restart. The
-/// settings of that moment and the last frames of the keypad stand at its head. docs/recording.md describes the file.
+/// settings of that moment and the last frames of the keypad stand at its head. Later input may show that the moment was
+/// none. Then the recording begins anew at another one as soon as there is one. docs/recording.md describes the file.
 /// It tells which keys were pressed, so only the owner may read it: handle it like typed text.
 ///
 /// One recorder at a time observes the session; it takes the place of an observer that was set before. A second one

@@ -60,6 +60,10 @@ constexpr std::array<KXSettingRow, 5> settingTable = {{
     {KXInputSetting::AcceptInput, "accept-input", "", {0, 1}, {0, 1}, 0, 1},
 }};
 
+constexpr bool hasSettingRow(KXInputSetting name) {
+    return static_cast<std::size_t>(name) < settingTable.size();
+}
+
 /// \throws std::out_of_range  the setting has no row
 constexpr const KXSettingRow& settingRow(KXInputSetting name) {
     return settingTable.at(static_cast<std::size_t>(name));

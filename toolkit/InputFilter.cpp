@@ -12,6 +12,7 @@
 #include <QWidget>
 #include <QWindow>
 
+#include <algorithm>
 #include <cstdlib>
 #include <utility>
 
@@ -151,8 +152,11 @@ unsigned int InputFilter::tickOfNow() {
 
 bool InputFilter::takeKey(const QKeyEvent& event, unsigned int tick) {
     const bool endsReportedPress = event.type() == QEvent::KeyRelease && heldKeys.contains(keyOf(event));
-    if (keysBelongToWidget() && !endsReportedPress)
+    if (keysBelongToWidget() && !endsReportedPress) {
+        if (event.type() == QEvent::KeyPress && !event.isAutoRepeat())
+            endEarlyRelease(event);
         return false;
+    }
     reportKey(event, tick);
     return true;
 }
@@ -170,16 +174,30 @@ void InputFilter::reportKey(const QKeyEvent& event, unsigned int tick) {
     const bool press = event.type() == QEvent::KeyPress;
     if (event.isAutoRepeat() || (press && provesAutoRepeat(event))) {
         reportAutoRepeat(event, tick);
-    } else if (press) {
+        return;
+    }
+    const bool wasReleasedEarly = endEarlyRelease(event);
+    if (press) {
         sendKey(TOOLKIT_KEY_PRESS_EVENT, event.key(), tick);
         heldKeys.insert(event.key(), {event.timestamp(), event.nativeScanCode()});
     } else if (mayBeAutoRepeat(event)) {
         suspectRelease(event, tick);
-    } else {
+    } else if (!wasReleasedEarly) {
         const int osKeyCode = keyOf(event);
         sendKey(TOOLKIT_KEY_RELEASE_EVENT, osKeyCode, tick);
         heldKeys.remove(osKeyCode);
     }
+}
+
+// When the window loses its keys, the release of a held key is reported. The real release may still come here and must not
+// be reported again. If it goes elsewhere, the next press of the key shows that.
+// \return whether the key's release was reported already
+bool InputFilter::endEarlyRelease(const QKeyEvent& event) {
+    const auto held = heldKeys.find(keyOf(event));
+    if (held == heldKeys.end() || !held->isReleasedEarly)
+        return false;
+    heldKeys.erase(held);
+    return true;
 }
 
 void InputFilter::reportAutoRepeat(const QKeyEvent& event, unsigned int tick) {
@@ -300,7 +318,9 @@ void InputFilter::turnWheel(const QWheelEvent& event, unsigned int tick) {
 }
 
 void InputFilter::releaseAll() {
-    if (heldButtons == Qt::NoButton && heldKeys.isEmpty())
+    const bool isKeyHeld =
+        std::any_of(heldKeys.cbegin(), heldKeys.cend(), [](const HeldKey& key) { return !key.isReleasedEarly; });
+    if (heldButtons == Qt::NoButton && !isKeyHeld)
         return;
     const unsigned int tick = tickOfNow();
     escapeButtons(heldButtons, tick);
@@ -319,8 +339,10 @@ void InputFilter::escapeButtons(Qt::MouseButtons buttons, unsigned int tick) {
 
 void InputFilter::releaseHeldKeys(unsigned int tick) {
     reportSuspectedRelease();
-    const QList<int> released = heldKeys.keys();
-    heldKeys.clear();
+    QList<int> released;
+    for (auto held = heldKeys.begin(); held != heldKeys.end(); ++held)
+        if (!std::exchange(held->isReleasedEarly, true))
+            released.append(held.key());
     for (const int osKeyCode : released)
         sendKey(TOOLKIT_KEY_RELEASE_EVENT, osKeyCode, tick);
 }

@@ -71,6 +71,7 @@ private:
     bool takeKey(const QKeyEvent& event, unsigned int tick);
     int keyOf(const QKeyEvent& event) const;
     void reportKey(const QKeyEvent& event, unsigned int tick);
+    bool endEarlyRelease(const QKeyEvent& event);
     void reportAutoRepeat(const QKeyEvent& event, unsigned int tick);
     bool mayBeAutoRepeat(const QKeyEvent& release) const;
     bool provesAutoRepeat(const QKeyEvent& press) const;
@@ -95,7 +96,8 @@ private:
 
     struct HeldKey {
         unsigned long windowSystemTime;
-        quint32 scanCode; // of the physical key; 0: unknown
+        quint32 scanCode;             // of the physical key; 0: unknown
+        bool isReleasedEarly = false; // its release is reported, and the real one may still come
     };
 
     // A release that may be the first half of an auto-repeat.

@@ -31,7 +31,8 @@ class KXToolkitEvent;
 ///   of the application they go to.
 /// - Auto-repeat as such, also on X11, where a held key looks like releases and presses. There the release of a key
 ///   that was held for 100 ms or more is reported up to 50 ms later, or 150 ms on a busy machine, with its own time
-///   stamp.
+///   stamp. The manager takes the key for held until then. So a press that ends that much before the long-press
+///   duration may still become a long press.
 /// - Mouse buttons, with the button in \c eventData[1]. They are passed on, so that widgets can react. A touch is
 ///   the left button. Moves are reported while a button is down, every 10 pixels.
 /// - The wheel, wherever the pointer is, by whole detents: their number in \c count and KX_KEY_UP or KX_KEY_DOWN in
@@ -44,7 +45,7 @@ class KXToolkitEvent;
 /// A press that does not end with a release inside the window ends with TOOLKIT_MOUSE_ESCAPE_EVENT: it was released
 /// outside, the touch was cancelled, the release got lost, or the window was hidden, destroyed, blocked by a dialog
 /// or no longer active. Keys that are down when one of the last four happens are reported as released, because
-/// their releases go elsewhere.
+/// their releases go elsewhere. If such a release comes here all the same, it is not reported again.
 ///
 /// The time stamp says when the operator made the input, even if the application was busy and saw it later. On X11
 /// and Wayland (QGuiApplication::platformName is "xcb" or begins with "wayland") it comes from the window system's

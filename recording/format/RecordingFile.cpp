@@ -1,9 +1,9 @@
 #include "recording/format/RecordingFile.h"
 
 #include "platform/BlockedPipeSignal.h"
+#include "recording/KXSettingTable.h"
 #include "recording/format/RecordingFormat.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -240,20 +240,25 @@ bool File::flush() {
 
 namespace {
 
-bool areInOrder(const Entry& one, const Entry& next) {
+// Why no reader takes an entry; null: one does.
+const char* whyUnreadable(const Entry& entry, const Entry& before) {
     constexpr std::uint64_t longestPauseMs = 0x7FFFFFFF;
-    return one.timeMs <= next.timeMs && next.timeMs - one.timeMs <= longestPauseMs;
+    if (entry.timeMs < before.timeMs || entry.timeMs - before.timeMs > longestPauseMs)
+        return "does not follow the one before in time";
+    if (&entry != &before && std::holds_alternative<End>(before.input))
+        return "comes behind the end";
+    const auto* const setting = std::get_if<NumberSetting>(&entry.input);
+    if (setting && !hasSettingRow(setting->name))
+        return "sets what a recording has no word for";
+    return nullptr;
 }
 
 void check(const std::string& path, const Session& session) {
     if (session.isPlainLog)
         throw std::runtime_error(path + ": the log of a CAN bus is no recording");
-    const auto wrong =
-        std::adjacent_find(session.entries.begin(), session.entries.end(),
-                           [](const Entry& one, const Entry& next) { return !areInOrder(one, next); });
-    if (wrong != session.entries.end())
-        throw std::runtime_error(path + ": entry " + std::to_string(wrong - session.entries.begin() + 2) +
-                                 " does not follow the one before in time");
+    for (std::size_t i = 0; i < session.entries.size(); ++i)
+        if (const char* const why = whyUnreadable(session.entries[i], session.entries[i == 0 ? 0 : i - 1]))
+            throw std::runtime_error(path + ": entry " + std::to_string(i + 1) + " " + why);
 }
 
 } // namespace

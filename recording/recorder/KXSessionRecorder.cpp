@@ -125,6 +125,7 @@ bool KXSessionRecorder::Session::startInto(std::unique_ptr<Recording::File> newF
     path = newPath;
     isWhole = true;
     isWaitingForRest = !rests.last();
+    beganAtNoRest = false;
     if (isWaitingForRest || beginFile())
         return true;
     fail(*file->problem());
@@ -135,7 +136,7 @@ bool KXSessionRecorder::Session::startInto(std::unique_ptr<Recording::File> newF
 
 // From the last rest on. The pass that showed the rest is in the log already.
 bool KXSessionRecorder::Session::beginFile() {
-    isWaitingForRest = false;
+    isWaitingForRest = beganAtNoRest = false;
     const EntryLog::Place place = *rests.last();
     beganAt = place;
     addEntries(*file, stateAt(place), log.copy(place, log.end()), lastMs);
@@ -161,6 +162,8 @@ bool KXSessionRecorder::Session::endRecording() {
         isWhole = fail(path + ": the recording is empty, because no moment of rest came");
     else if (file)
         file->add({timeOfEnd(), Recording::End()});
+    if (file && beganAtNoRest)
+        isWhole = fail(path + ": the moment at which it began was no rest");
     const std::unique_ptr<Recording::File> ended = std::move(file);
     const bool wasEmpty = std::exchange(isWaitingForRest, false);
     const bool wasWhole = std::exchange(isWhole, true);

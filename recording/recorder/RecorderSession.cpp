@@ -166,20 +166,26 @@ bool KXSessionRecorder::Session::isForeignFrame(const Recording::Input& input) c
     return frame && layout && Recording::isForeign(*frame, *layout);
 }
 
+// A file that did not begin at rest begins anew at the next one. Until then it goes on: a part of the session is better
+// than nothing.
 void KXSessionRecorder::Session::writeLast(const Entry& entry) {
-    if (isWaitingForRest || rests.wasDisproved(beganAt)) {
-        if (!rests.last())
-            return waitForRest();
-        const bool wasEmpty = isWaitingForRest;
-        if ((wasEmpty || file->restart()) && beginFile())
-            return;
-        if (wasEmpty)
-            file->discard();
-        return endFile(*file->problem());
-    }
+    beganAtNoRest = beganAtNoRest || (!isWaitingForRest && rests.wasDisproved(beganAt));
+    if ((isWaitingForRest || beganAtNoRest) && rests.last())
+        return beginAnew();
+    if (isWaitingForRest)
+        return;
     file->add(entry);
     if (!file->flush() || isFileLost(entry.timeMs))
         endFile(*file->problem());
+}
+
+void KXSessionRecorder::Session::beginAnew() {
+    const bool wasEmpty = isWaitingForRest;
+    if ((wasEmpty || file->restart()) && beginFile())
+        return;
+    if (wasEmpty)
+        file->discard();
+    endFile(*file->problem());
 }
 
 // Asks the system once a second, not at each line. The worker's passes come every 100 ms, so a line has to wait for the
@@ -190,12 +196,6 @@ bool KXSessionRecorder::Session::isFileLost(std::uint64_t nowMs) {
         return false;
     lookedAtFileMs = nowMs;
     return file->isGone() || !file->startSync();
-}
-
-// The file stays, although it did not begin at rest: a part of the session is better than nothing.
-void KXSessionRecorder::Session::waitForRest() {
-    if (!isWaitingForRest)
-        endFile(path + ": the moment at which it began was no rest");
 }
 
 // A failed recording must not disturb the operator's work, so the application goes on without it.

@@ -60,7 +60,7 @@ private:
     void writeLast(const Recording::Entry& entry) KX_REQUIRES(lock);
     bool isForeignFrame(const Recording::Input& input) const KX_REQUIRES(lock);
     bool isFileLost(std::uint64_t nowMs) KX_REQUIRES(lock);
-    void waitForRest() KX_REQUIRES(lock);
+    void beginAnew() KX_REQUIRES(lock);
     void endFile(const std::string& why) KX_REQUIRES(lock);
     bool fail(const std::string& what) KX_REQUIRES(lock);
     Recording::SessionState stateAt(const Recording::EntryLog::Place& place) const KX_REQUIRES(lock);
@@ -84,6 +84,7 @@ private:
     std::uint64_t lookedAtFileMs KX_GUARDED_BY(lock) = 0;      // whether it is still there and on the disk
     Recording::EntryLog::Place beganAt KX_GUARDED_BY(lock);    // the rest
     bool isWaitingForRest KX_GUARDED_BY(lock) = false;         // nothing is in the file yet
+    bool beganAtNoRest KX_GUARDED_BY(lock) = false;            // as later input has shown
     bool isWhole KX_GUARDED_BY(lock) = true;                   // what was recorded since start
     std::string lastProblem KX_GUARDED_BY(lock);
 };

@@ -4,6 +4,7 @@
 #include "events/KXEventType.h"
 #include "platform/KXTick.h"
 #include "platform/simulated/KXSimulation.h"
+#include "tests/support/LineCounts.h"
 #include "tests/support/TestAction.h"
 
 #include <gtest/gtest.h>
@@ -288,6 +289,7 @@ TEST(ActionItem, does_not_differ_by_count_and_thread) {
 
 TEST(ActionQueueLifeDeathTest, asking_for_the_instance_before_it_is_created_aborts) {
     testing::FLAGS_gtest_death_test_style = "threadsafe";
+    test::writeLineCountsWhenAborted();
     EXPECT_EXIT(KXActionQueue::instance(), testing::KilledBySignal(SIGABRT),
                 "^KXActionQueue::instance\\(\\) called without creating an KXActionQueue instance before.\n"
                 "Use KXActionQueue::create\\(\\) in advance to create one!\n"

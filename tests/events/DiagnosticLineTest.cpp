@@ -5,14 +5,18 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <csignal>
+#include <cstdlib>
 #include <iomanip>
 #include <iostream>
 #include <locale>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace KX {
@@ -99,6 +103,167 @@ TEST(DiagnosticLine, is_handed_over_in_one_insertion_and_flushed) {
     writeLine(stream, {"a ", 1, " b"});
     EXPECT_EQ(insertions.texts, std::vector<std::string>{"a 1 b\n"});
     EXPECT_EQ(insertions.flushes, 1);
+}
+
+// Takes what is written, or fails in one of the ways in which an output may.
+class Output : public std::streambuf {
+public:
+    enum Failure { none, refusesText, refusesFlush, throws };
+
+    Failure failure = none;
+    std::string text;
+
+private:
+    std::streamsize xsputn(const char* characters, std::streamsize size) override {
+        if (failure == throws)
+            throw std::runtime_error("thrown by the output");
+        if (failure == refusesText)
+            return 0;
+        pending.append(characters, static_cast<std::size_t>(size));
+        return size;
+    }
+    int sync() override {
+        const std::string flushed = std::exchange(pending, std::string());
+        if (failure == refusesFlush)
+            return -1;
+        text += flushed;
+        return 0;
+    }
+
+    std::string pending;
+};
+
+TEST(DiagnosticLine, that_is_lost_is_counted_and_told_with_the_next_that_gets_through) {
+    const std::string notices[] = {"", "KXAPI_Events: 1 line lost\n", "KXAPI_Events: 2 lines lost\n"};
+    for (const auto failure : {Output::refusesText, Output::refusesFlush, Output::throws})
+        for (const int lost : {0, 1, 2}) {
+            Output output;
+            std::ostream stream(&output);
+            output.failure = failure;
+            for (int i = 0; i < lost; ++i)
+                writeLine(stream, {"lost"});
+            output.failure = Output::none;
+            writeLine(stream, {"next"});
+            writeLine(stream, {"then"});
+            EXPECT_EQ(output.text, notices[lost] + "next\nthen\n") << "failure " << failure;
+        }
+}
+
+TEST(DiagnosticLine, behind_a_notice_is_in_the_same_insertion_and_as_long_as_ever) {
+    Output output;
+    std::ostream failing(&output);
+    output.failure = Output::refusesText;
+    writeLine(failing, {"lost"});
+    Insertions insertions;
+    std::ostream stream(&insertions);
+    const std::string longest(511, 'x');
+    writeLine(stream, {longest.c_str(), "y"});
+    EXPECT_EQ(insertions.texts, std::vector<std::string>{"KXAPI_Events: 1 line lost\n" + longest + "\n"});
+    EXPECT_EQ(insertions.flushes, 1);
+}
+
+TEST(DiagnosticLine, leaves_the_state_of_the_stream_to_the_application) {
+    Output output;
+    std::ostream stream(&output);
+    stream.exceptions(std::ios_base::badbit);
+    output.failure = Output::refusesText;
+    EXPECT_NO_THROW(writeLine(stream, {"lost"}));
+    EXPECT_EQ(stream.rdstate(), std::ios_base::goodbit);
+    stream.exceptions(std::ios_base::goodbit);
+    stream << "lost by the application"
+           << "and again, which sets failbit, too";
+    const auto bad = stream.rdstate();
+    ASSERT_TRUE(stream.bad());
+    output.failure = Output::none;
+    writeLine(stream, {"next"});
+    EXPECT_EQ(output.text, "KXAPI_Events: 1 line lost\nnext\n");
+    EXPECT_EQ(stream.rdstate(), bad);
+}
+
+TEST(DiagnosticLine, is_not_written_where_the_application_silences_the_stream) {
+    Output output;
+    std::ostream stream(&output);
+    stream.setstate(std::ios_base::failbit);
+    writeLine(stream, {"silent"});
+    stream.rdbuf(nullptr);
+    stream.clear();
+    writeLine(stream, {"silent"});
+    stream.rdbuf(&output);
+    writeLine(stream, {"next"});
+    EXPECT_EQ(output.text, "next\n") << "what nobody wants is not lost";
+}
+
+TEST(DiagnosticLine, comes_behind_what_a_tied_stream_still_holds) {
+    Output output;
+    std::ostream standardOutput(&output);
+    std::ostream standardError(&output);
+    standardError.tie(&standardOutput);
+    standardOutput << "before, ";
+    writeLine(standardError, {"line"});
+    EXPECT_EQ(output.text, "before, line\n");
+}
+
+TEST(DiagnosticLine, is_lost_but_does_not_throw_where_the_tied_stream_does) {
+    Output output;
+    Output failing;
+    std::ostream standardOutput(&failing);
+    std::ostream standardError(&output);
+    standardError.tie(&standardOutput);
+    standardOutput << "lost";
+    failing.failure = Output::refusesFlush;
+    standardOutput.exceptions(std::ios_base::badbit);
+    EXPECT_NO_THROW(writeLine(standardError, {"lost"}));
+    EXPECT_TRUE(standardOutput.bad()) << "the application's text is lost, which it can see";
+    writeLine(standardError, {"next"});
+    EXPECT_EQ(output.text, "KXAPI_Events: 1 line lost\nnext\n") << "the tied stream is bad and left alone";
+}
+
+// Makes a pipe the file of a descriptor. \return the end for the reader
+int redirect(int descriptor) {
+    int ends[2] = {-1, -1};
+    if (pipe(ends) != 0)
+        std::_Exit(2);
+    dup2(ends[1], descriptor);
+    close(ends[1]);
+    return ends[0];
+}
+
+bool isPipeSignalFree() {
+    sigset_t pending;
+    sigset_t blocked;
+    sigpending(&pending);
+    pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
+    return !sigismember(&pending, SIGPIPE) && !sigismember(&blocked, SIGPIPE);
+}
+
+[[noreturn]] void loseTwoLines(std::ostream& stream, int descriptor) {
+    signal(SIGPIPE, SIG_DFL);
+    close(redirect(descriptor));
+    writeLine(stream, {"lost"});
+    writeLine(stream, {"lost as well"});
+    const int reader = redirect(descriptor);
+    writeLine(stream, {"next"});
+    writeLine(stream, {"then"});
+    char text[200];
+    const ssize_t length = read(reader, text, sizeof text);
+    const bool isTold = std::string(text, length > 0 ? static_cast<std::size_t>(length) : 0) ==
+                        "KXAPI_Events: 2 lines lost\nnext\nthen\n";
+    std::_Exit(isTold && isPipeSignalFree() ? 0 : 1);
+}
+
+TEST(DiagnosticLineDeathTest, whose_reader_has_gone_does_not_end_the_program_and_is_counted) {
+    EXPECT_EXIT(loseTwoLines(std::cout, STDOUT_FILENO), testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(loseTwoLines(std::cerr, STDERR_FILENO), testing::ExitedWithCode(0), "");
+}
+
+TEST(DiagnosticLineDeathTest, lost_on_standard_output_is_not_told_on_standard_error) {
+    const auto loseOne = [] {
+        close(redirect(STDOUT_FILENO));
+        writeLine(std::cout, {"lost"});
+        writeLine(std::cerr, {"next"});
+        std::_Exit(0);
+    };
+    EXPECT_EXIT(loseOne(), testing::ExitedWithCode(0), "^next\n$");
 }
 
 // Each thread writes lines of its own kind into the same pipe. Lines written in pieces would mix.

@@ -33,6 +33,33 @@ protected:
     }
 };
 
+// No input leads to a negative count, so the test sets it. An explicit instantiation may name a private member.
+KXInputEvent& bundleOf(KXInputEventManager& manager);
+
+template<KXInputEvent KXInputEventManager::*bundle>
+struct BundleOpener {
+    friend KXInputEvent& bundleOf(KXInputEventManager& manager) { return manager.*bundle; }
+};
+
+template struct BundleOpener<&KXInputEventManager::encoderBundle>;
+
+TEST_F(EncoderSteps, a_step_back_on_a_negative_count_turns_the_bundle_round) {
+    for (const int key : {4, 5}) {
+        KXInputEvent& bundle = bundleOf(*manager);
+        bundle.eventType = ENCODER_MOVE_EVENT;
+        bundle.keyCode = key;
+        bundle.count = -2;
+        bundle.value = 10;
+        const int otherStepKey = 9 - key;
+        EXPECT_EQ(operatorPresses(otherStepKey == 4 ? up : down), 11);
+        EXPECT_EQ(bundle.eventType, ENCODER_MOVE_EVENT) << "it stays open";
+        EXPECT_EQ(bundle.keyCode, otherStepKey);
+        EXPECT_EQ(bundle.count, 0);
+        EXPECT_GT(bundle.value, 10) << "the step is accelerated";
+        timePasses(100);
+    }
+}
+
 TEST_F(EncoderSteps, turns_one_step) {
     EXPECT_EQ(operatorPresses(up), 0);
     const KXInputEvent move = expectMove(4, 1);

@@ -1,6 +1,7 @@
 #include "encoder/KXEncoderDynamic.h"
 #include "events/KXEventQueue.h"
 #include "events/KXEventQueueAsPipe.h"
+#include "tests/support/LineCounts.h"
 #include "tests/support/OperatorTest.h"
 
 #include <gtest/gtest.h>
@@ -193,6 +194,7 @@ TEST(ManagerLife, a_thousand_lives_leave_nothing_behind) {
 
 TEST(ManagerLifeDeathTest, asking_for_the_instance_before_it_is_created_aborts) {
     testing::FLAGS_gtest_death_test_style = "threadsafe";
+    test::writeLineCountsWhenAborted();
     EXPECT_EXIT(KXInputEventManager::getInstance(), testing::KilledBySignal(SIGABRT),
                 "^KXInputEventManager::getInstance\\(\\) called without creating an KXInputEventManager instance "
                 "before.\n"

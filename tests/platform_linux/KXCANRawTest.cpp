@@ -4,6 +4,7 @@
 #include "platform/KXEndPointManager.h"
 #include "platform/KXTick.h"
 #include "support/BusFolder.h"
+#include "support/ChildProcess.h"
 #include "support/SocketEndPoint.h"
 #include "support/Waiting.h"
 

@@ -29,6 +29,8 @@ namespace {
 struct {
     bool isUp = false;
     bool refusesToBind = false;
+    int errorOfRead = 0;        ///< what each read gives; 0: it works
+    int remoteFramesBefore = 0; ///< so many remote frames come before what the other node sends
     int otherNode = -1;
 } can0;
 
@@ -77,6 +79,20 @@ extern "C" KX_EXPORT int bind(int descriptor, const sockaddr* address, socklen_t
     return -1;
 }
 
+extern "C" KX_EXPORT ssize_t recv(int descriptor, void* buffer, std::size_t size, int flags) {
+    if (can0.errorOfRead && descriptor >= 0) {
+        errno = can0.errorOfRead;
+        return -1;
+    }
+    if (can0.remoteFramesBefore == 0)
+        return recvfrom(descriptor, buffer, size, flags, nullptr, nullptr);
+    --can0.remoteFramesBefore;
+    can_frame frame{};
+    frame.can_id = CAN_RTR_FLAG;
+    std::memcpy(buffer, &frame, sizeof(frame));
+    return sizeof(frame);
+}
+
 namespace {
 
 using KX::KXCANRaw;
@@ -105,6 +121,8 @@ protected:
     void TearDown() override {
         can0.isUp = false;
         can0.refusesToBind = false;
+        can0.errorOfRead = 0;
+        can0.remoteFramesBefore = 0;
         unsetenv("KX_CAN_BUS_0");
     }
 
@@ -180,6 +198,56 @@ TEST_F(KXCANStartTest, aLargerReceiveBufferIsLarger) {
         return bytes;
     };
     EXPECT_LT(sizeOf(8), sizeOf(80));
+}
+
+TEST_F(KXCANStartTest, oneThatGoesDownWhileItIsReadIsToldOnceAndComesBack) {
+    can0.isUp = true;
+    const auto bus = open();
+    ASSERT_NE(bus, nullptr);
+    ASSERT_EQ(manager.addEndPoint(bus.get(), &handler), 0);
+    can0.errorOfRead = ENETDOWN;
+    otherNodeSends(1);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(waitForMs(5000), 1);
+    EXPECT_FALSE(bus->isConnected());
+    EXPECT_EQ(waitForMs(5000), 1);
+    KX::KXCANMessage message;
+    EXPECT_EQ(bus->readFrame(message), 20);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "[kx_can_raw:1] bus 0: Network is down\n");
+    can0.errorOfRead = 0;
+    EXPECT_EQ(waitForMs(5000), 1);
+    otherNodeSends(2);
+    EXPECT_EQ(waitForMs(5000), 1);
+    EXPECT_THAT(handler.trace, ElementsAre("readable", "lost", "back", "readable", "frame 2"));
+    EXPECT_EQ(manager.removeEndPoint(bus.get()), 0);
+}
+
+TEST_F(KXCANStartTest, aCallPassesOver64FramesAtMostThatAreNotDelivered) {
+    can0.isUp = true;
+    const auto bus = open();
+    ASSERT_NE(bus, nullptr);
+    for (const int remoteFrames : {63, 64, 65}) {
+        otherNodeSends(1);
+        can0.remoteFramesBefore = remoteFrames;
+        KX::KXCANMessage message;
+        EXPECT_EQ(bus->readFrame(message), remoteFrames < 64 ? 0 : 20) << remoteFrames;
+        if (remoteFrames >= 64)
+            EXPECT_EQ(bus->readFrame(message), 0) << "the next call goes on";
+        EXPECT_EQ(message.canId, 1u);
+    }
+}
+
+TEST_F(KXCANStartTest, aReadThatASignalInterruptsGoesOn) {
+    can0.isUp = true;
+    const auto bus = open();
+    ASSERT_NE(bus, nullptr);
+    otherNodeSends(1);
+    can0.errorOfRead = EINTR;
+    KX::KXCANMessage message;
+    EXPECT_EQ(bus->readFrame(message), 20) << "not for ever";
+    EXPECT_TRUE(bus->isConnected());
+    can0.errorOfRead = 0;
+    EXPECT_EQ(bus->readFrame(message), 0);
 }
 
 TEST_F(KXCANStartTest, managerReportsOneThatIsDownWhenAddedAndItsReturn) {

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+
 namespace {
 
 class KXDebugCost : public testing::Test {
@@ -41,6 +43,19 @@ TEST_F(KXDebugCost, aShortMessageThatIsOnAllocatesNothing) {
     const long after = countAllocations();
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "[cost:1] 1\n");
     EXPECT_EQ(after, before);
+}
+
+TEST_F(KXDebugCost, aLongMessageThatThereIsNoMemoryForShowsItsBeginning) {
+    const std::string prefix = "[cost:1] ";
+    for (const std::size_t length : {510u, 511u, 512u, 9000u}) {
+        const std::string text(length - prefix.size(), 'x');
+        testing::internal::CaptureStderr();
+        {
+            const NoMoreMemory limit;
+            KX::KXDebug::debugPrintError(1, key, "%s", text.c_str());
+        }
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), (prefix + text).substr(0, 511) + "\n");
+    }
 }
 
 /// \c %n writes when the format is used.

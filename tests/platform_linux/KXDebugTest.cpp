@@ -14,6 +14,7 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::MatchesRegex;
 
 ChildResult run(const char* setting, std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), KX_DEBUG_SPEAKER);
@@ -51,6 +52,23 @@ TEST(DebugSections, manySectionsHaveKeysOfTheirOwn) {
     for (int i = 0; i < 1000; ++i)
         keys[KX::KXDebug::insertNewDebugSection("section " + std::to_string(i))] = i;
     EXPECT_EQ(keys.size(), 1000u);
+}
+
+TEST(DebugSections, oneThatThereIsNoRoomForHasNoKeyAndStillPrints) {
+    const auto exhaust = [] {
+        constexpr unsigned int mostSections = 65536;
+        unsigned int key = 0;
+        for (int i = 0; key < mostSections; ++i)
+            key = KX::KXDebug::insertNewDebugSection("one of many " + std::to_string(i));
+        const unsigned int keyOfOneMore = KX::KXDebug::insertNewDebugSection("one more");
+        KX::KXDebug::debugPrintError(1, keyOfOneMore, "one more");
+        KX::KXDebug::debugPrintError(1, key, "the last");
+        return keyOfOneMore == 0 ? 0 : 1;
+    };
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(runInChild(exhaust), 0);
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), MatchesRegex("\\[\\?:1\\] one more\n"
+                                                                     "\\[one of many [0-9]+:1\\] the last\n"));
 }
 
 TEST(DebugSections, threadsMayRegisterAndPrintAtTheSameTime) {

@@ -236,6 +236,19 @@ TEST(KXEndPointManagerAtTheLimit, stillWaitsTheTimeOutAndRefusesEndPoints) {
     EXPECT_LT(getThreadCpuMs() - cpuBefore, 100) << "the wait was a busy loop";
 }
 
+TEST(KXEndPointManagerAtTheLimit, withOneOfItsTwoDescriptorsGivesThatBack) {
+    SocketEndPoint endPoint;
+    RecordingHandler handler;
+    const int before = countOpenDescriptors();
+    std::unique_ptr<KXEndPointManager> manager;
+    {
+        const NoMoreDescriptors limit(1);
+        manager = std::make_unique<KXEndPointManager>();
+    }
+    EXPECT_EQ(countOpenDescriptors(), before);
+    EXPECT_EQ(manager->addEndPoint(&endPoint, &handler), 20);
+}
+
 TEST(KXEndPointManagerDescriptors, noneIsInheritedByAProgramThatIsStarted) {
     const auto inherited = [] {
         int count = 0;

@@ -1,5 +1,5 @@
+#include "platform/KXMutex.h"
 #include "platform/KXThread.h"
-
 #include "support/CountingAllocator.h"
 
 #include <gtest/gtest.h>
@@ -18,6 +18,16 @@ TEST(KXThreadMemoryTest, aThreadThatThereIsNoMemoryForIsNullAndTold) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "[kx_thread:1] thread \"inputEventMgr\" cannot be made: no memory is left\n");
     delete thread;
+}
+
+TEST(KXMutexMemoryTest, aMutexThatThereIsNoMemoryForIsNull) {
+    KX::KXMutex* mutex = nullptr;
+    {
+        const NoMoreMemory limit;
+        mutex = KX::KXMutex::create();
+    }
+    EXPECT_EQ(mutex, nullptr);
+    delete mutex;
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "platform/KXThread.h"
 
+#include "support/ChildProcess.h"
 #include "support/ResourceLimit.h"
 #include "support/Waiting.h"
 
@@ -16,7 +17,6 @@
 #include <pthread.h>
 #include <sched.h>
 #include <string>
-#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 
@@ -65,14 +65,10 @@ void describeThisThread(Report& report) {
 /// \return 0 when both were right, another number when one was not or there was no child
 int numberDiffersInChild(int generations = 2) {
     KX::KXThread::getCurrentThreadID();
-    const pid_t child = fork();
-    if (child == 0) {
+    return runInChild([generations] {
         const bool isRight = KX::KXThread::getCurrentThreadID() == static_cast<unsigned int>(getpid());
-        _exit(isRight && (generations == 1 || numberDiffersInChild(generations - 1) == 0) ? 0 : 1);
-    }
-    int status = -1;
-    waitpid(child, &status, 0);
-    return status;
+        return isRight && (generations == 1 || numberDiffersInChild(generations - 1) == 0) ? 0 : 1;
+    });
 }
 
 void* reportAndEnd(void* argument) {

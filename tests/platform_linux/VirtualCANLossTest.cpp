@@ -4,6 +4,7 @@
 #include "platform/KXEndPointManager.h"
 #include "platform/KXTick.h"
 #include "support/BusFolder.h"
+#include "support/ChildProcess.h"
 #include "support/ResourceLimit.h"
 #include "support/Waiting.h"
 
@@ -134,6 +135,38 @@ TEST_F(VirtualCANLossTest, aFolderThatMayNotBeListedStillServes) {
     chmod(folder.folder.c_str(), 0700);
     ASSERT_NE(bus, nullptr);
     EXPECT_TRUE(isReached(*bus));
+}
+
+TEST_F(VirtualCANLossTest, aStaleFileThatMayNotBeRemovedIsToldAndStays) {
+    close(bindSocket(folder.path));
+    const uid_t nobody = 65534;
+    if (geteuid() == 0) {
+        ASSERT_EQ(chown(folder.folder.c_str(), nobody, nobody), 0);
+        ASSERT_EQ(chown(folder.path.c_str(), nobody, nobody), 0);
+    }
+    ASSERT_EQ(chmod(folder.folder.c_str(), 0500), 0);
+    testing::internal::CaptureStderr();
+    {
+        const NoAdministrator ordinary;
+        EXPECT_EQ(open(), nullptr);
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "[kx_can_raw:1] bus 0: " + folder.path + ": Permission denied\n");
+    EXPECT_TRUE(std::filesystem::exists(folder.path));
+    chmod(folder.folder.c_str(), 0700);
+}
+
+TEST_F(VirtualCANLossTest, aFileWhoseOwnerCannotBeAskedForIsLeftAlone) {
+    const int other = bindSocket(folder.path);
+    testing::internal::CaptureStderr();
+    {
+        const NoMoreDescriptors limit(1); // which the bus takes, so that none is left to look for the owner
+        EXPECT_EQ(open(), nullptr);
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "[kx_can_raw:1] bus 0: " + folder.path + ": Too many open files\n");
+    EXPECT_TRUE(sendFrame(folder.path, 1)) << "the other one's file is gone";
+    close(other);
 }
 
 TEST_F(VirtualCANLossTest, aFileThatIsRemovedIsToldOnceAndBoundAnew) {

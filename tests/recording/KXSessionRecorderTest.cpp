@@ -7,6 +7,7 @@
 
 #include <fcntl.h>
 #include <memory>
+#include <optional>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -378,6 +379,47 @@ TEST_F(RecorderTest, a_recording_begins_anew_when_its_rest_turns_out_to_be_none)
     recorder.stop();
     EXPECT_EQ("100100 pass", inputsOf(path).front());
     EXPECT_EQ("", recorder.problem());
+}
+
+class NoRestLeftTest : public RecorderTest {
+protected:
+    // A recording begins at a rest that turns out to be none, and there is no other one.
+    void SetUp() override {
+        KXSimulation::setTick(100000);
+        manager();
+        turnWheel(1);
+        recorder.emplace();
+        KXSimulation::advance(1000);
+        ASSERT_TRUE(recorder->start(path));
+        ASSERT_EQ("101000 pass", inputsOf(path).front());
+        turnWheel(10);
+    }
+
+    std::optional<KXSessionRecorder> recorder;
+};
+
+TEST_F(NoRestLeftTest, a_recording_begins_anew_at_the_next_rest) {
+    EXPECT_TRUE(recorder->isRecording());
+    KXSimulation::advance(1000);
+    EXPECT_EQ("101300 pass", inputsOf(path).front()) << "200 ms after the turn the encoder would still go on";
+    press();
+    EXPECT_TRUE(recorder->stop()) << recorder->problem();
+    EXPECT_EQ("", recorder->problem());
+    EXPECT_THAT(inputsOf(path), testing::Contains(at(102000, pressLine)));
+    EXPECT_EQ("102000 end", inputsOf(path).back());
+}
+
+TEST_F(NoRestLeftTest, a_recording_without_another_rest_keeps_what_it_has_and_says_so) {
+    press();
+    release();
+    EXPECT_FALSE(recorder->stop());
+    EXPECT_EQ(path + ": the moment at which it began was no rest", recorder->problem());
+    EXPECT_EQ("101000 pass", inputsOf(path).front());
+    EXPECT_THAT(inputsOf(path), testing::Contains(at(101000, pressLine)));
+    EXPECT_EQ("101000 end", inputsOf(path).back());
+    EXPECT_TRUE(recorder->start(inFolder("next.kxr"))) << recorder->problem();
+    KXSimulation::advance(5000);
+    EXPECT_TRUE(recorder->stop()) << recorder->problem();
 }
 
 TEST_F(RecorderTest, a_wheel_that_goes_on_with_its_turn_says_nothing_of_a_rest_that_is_long_over) {

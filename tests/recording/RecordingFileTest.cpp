@@ -446,6 +446,25 @@ TEST_F(RecordingFileTest, ASessionThatNoReaderWouldTakeIsNotWritten) {
     EXPECT_FALSE(std::filesystem::exists(path));
 }
 
+TEST_F(RecordingFileTest, ASettingWithoutAWordIsNotWritten) {
+    Session session;
+    session.entries = {{5, Pass(), 0}, {5, NumberSetting{KX::KXInputSetting::KeyboardLayout, 1}, 0}};
+    EXPECT_EQ(path.string() + ": entry 2 sets what a recording has no word for", whyNotWritten(path, session));
+    EXPECT_FALSE(std::filesystem::exists(path));
+    session.entries.pop_back();
+    EXPECT_EQ("it was written", whyNotWritten(path, session));
+}
+
+TEST_F(RecordingFileTest, NothingIsWrittenBehindTheEnd) {
+    Session session;
+    session.entries = {{5, Pass(), 0}, {6, End(), 0}};
+    EXPECT_EQ("it was written", whyNotWritten(path, session));
+    std::filesystem::remove(path);
+    session.entries.push_back({6, Pass(), 0});
+    EXPECT_EQ(path.string() + ": entry 3 comes behind the end", whyNotWritten(path, session));
+    EXPECT_FALSE(std::filesystem::exists(path));
+}
+
 TEST_F(RecordingFileTest, ASessionThatTheDiskDoesNotTakeLeavesNoFile) {
     Session session;
     session.entries.assign(1000, {5, Pass(), 0});

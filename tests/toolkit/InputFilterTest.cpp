@@ -182,6 +182,73 @@ TEST_F(InputFilterTest, KeysHeldWhenTheWindowStopsBeingActiveAreReleased) {
                                      Reported{TOOLKIT_KEY_RELEASE_EVENT, Qt::Key_End}));
 }
 
+TEST_F(InputFilterTest, AKeyThatTheWindowHasReleasedIsNotReleasedAgain) {
+    const Reported press{TOOLKIT_KEY_PRESS_EVENT, Qt::Key_End};
+    const Reported release{TOOLKIT_KEY_RELEASE_EVENT, Qt::Key_End};
+    for (const unsigned long heldMs : {10, 3000}) {
+        reports.clear();
+        sendKey(QEvent::KeyPress, 10000);
+        send(&window, QEvent::WindowBlocked);
+        sendKey(QEvent::KeyRelease, 10000 + heldMs);
+        turnWheel(120); // whatever is held back comes first
+        ASSERT_EQ(3U, reports.size()) << "held for " << heldMs;
+        EXPECT_EQ(release, reports[1]);
+        reports.clear();
+        sendKey(QEvent::KeyPress, 20000);
+        sendKey(QEvent::KeyRelease, 20010);
+        EXPECT_THAT(reports, ElementsAre(press, release)) << "the next press of the key";
+    }
+}
+
+TEST_F(InputFilterTest, AKeyOfTheLibraryThatTheWindowHasReleasedIsNotReleasedAgain) {
+    const auto post = [this](QEvent::Type type) {
+        QCoreApplication::postEvent(&window, new QKeyEvent(type, Qt::Key_Home, Qt::NoModifier));
+        QCoreApplication::processEvents();
+    };
+    post(QEvent::KeyPress);
+    send(&window, QEvent::WindowDeactivate);
+    post(QEvent::KeyRelease);
+    EXPECT_THAT(reports, ElementsAre(Reported{TOOLKIT_KEY_PRESS_EVENT, Qt::Key_Home},
+                                     Reported{TOOLKIT_KEY_RELEASE_EVENT, Qt::Key_Home}));
+}
+
+TEST_F(InputFilterTest, AKeyThatTheWindowHasReleasedIsNotReleasedAgainByAnotherCode) {
+    const auto send = [this](QEvent::Type type, int key) {
+        QKeyEvent event(type, key, Qt::NoModifier, 10, 0, 0);
+        QCoreApplication::sendEvent(native(), &event);
+    };
+    send(QEvent::KeyPress, Qt::Key_Exclam);
+    InputFilterTest::send(&window, QEvent::WindowBlocked);
+    send(QEvent::KeyRelease, Qt::Key_1);
+    EXPECT_THAT(reports, ElementsAre(Reported{TOOLKIT_KEY_PRESS_EVENT, Qt::Key_Exclam},
+                                     Reported{TOOLKIT_KEY_RELEASE_EVENT, Qt::Key_Exclam}));
+    send(QEvent::KeyPress, Qt::Key_Exclam);
+    InputFilterTest::send(&window, QEvent::WindowBlocked); // and the release goes to the dialog
+    reports.clear();
+    send(QEvent::KeyPress, Qt::Key_1);
+    send(QEvent::KeyRelease, Qt::Key_1);
+    EXPECT_THAT(reports, ElementsAre(Reported{TOOLKIT_KEY_PRESS_EVENT, Qt::Key_1},
+                                     Reported{TOOLKIT_KEY_RELEASE_EVENT, Qt::Key_1}));
+}
+
+TEST_F(InputFilterTest, AFieldForTextGetsTheReleaseOfItsOwnPress) {
+    QTest::keyPress(native(), Qt::Key_End);
+    send(&window, QEvent::WindowBlocked); // and the release goes to the dialog
+    field.setFocus();
+    class ReleaseCount : public QObject {
+    public:
+        bool eventFilter(QObject*, QEvent* event) override {
+            releases += event->type() == QEvent::KeyRelease;
+            return false;
+        }
+        int releases = 0;
+    } counter;
+    field.installEventFilter(&counter);
+    QTest::keyClick(native(), Qt::Key_End);
+    EXPECT_EQ(1, counter.releases);
+    EXPECT_EQ(2U, reports.size());
+}
+
 TEST_F(InputFilterTest, ReportsAMouseButtonOnceAndLetsTheWidgetReact) {
     KXSimulation::setTick(99);
     bool clicked = false;

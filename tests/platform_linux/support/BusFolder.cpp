@@ -6,7 +6,6 @@
 #include <filesystem>
 #include <linux/can.h>
 #include <sys/un.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -50,13 +49,4 @@ bool sendFrame(const std::string& path, unsigned int id) {
                                 reinterpret_cast<const sockaddr*>(&address), sizeof(address));
     close(descriptor);
     return sent == static_cast<ssize_t>(sizeof(frame));
-}
-
-int runInChild(const std::function<int()>& function) {
-    const pid_t child = fork();
-    if (child == 0)
-        _exit(function());
-    int status = 0;
-    waitpid(child, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }

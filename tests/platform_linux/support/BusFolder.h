@@ -1,6 +1,5 @@
 #pragma once
 
-#include <functional>
 #include <string>
 #include <sys/socket.h>
 #include <sys/types.h>
@@ -27,6 +26,3 @@ int bindSocket(const std::string& path, int type = SOCK_DGRAM);
 
 /// Sends a frame to a virtual bus as another program does. \return whether the bus took it
 bool sendFrame(const std::string& path, unsigned int id);
-
-/// Runs something in another process. \return what it returned
-int runInChild(const std::function<int()>& function);

@@ -1,5 +1,7 @@
 #include "support/ChildProcess.h"
 
+#include "tests/support/LineCounts.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -33,6 +35,13 @@ std::string readToEnd(int descriptor) {
     return text;
 }
 
+/// \return the exit status; -1 when a signal ended the process
+int waitForEnd(pid_t child) {
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
 } // namespace
 
 ChildResult runWithDebugSetting(const char* debugSetting, std::vector<std::string> command) {
@@ -52,11 +61,19 @@ ChildResult runWithDebugSetting(const char* debugSetting, std::vector<std::strin
     close(ends[1]);
     result.errorOutput = readToEnd(ends[0]);
     close(ends[0]);
-    int status = 0;
-    waitpid(child, &status, 0);
-    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    result.status = waitForEnd(child);
     std::istringstream stream(result.errorOutput);
     for (std::string line; std::getline(stream, line);)
         result.lines.push_back(line);
     return result;
+}
+
+int runInChild(const std::function<int()>& function) {
+    const pid_t child = fork();
+    if (child == 0) {
+        const int status = function();
+        KX::test::writeLineCounts();
+        _exit(status);
+    }
+    return waitForEnd(child);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -12,3 +13,7 @@ struct ChildResult {
 /// Runs a program with KX_DEBUG as given and collects its standard error through a pipe.
 /// \param debugSetting  null: the variable is not set
 ChildResult runWithDebugSetting(const char* debugSetting, std::vector<std::string> command);
+
+/// Runs something in a copy of this process.
+/// \return what it returned; -1 when a signal ended the copy
+int runInChild(const std::function<int()>& function);

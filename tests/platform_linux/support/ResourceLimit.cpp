@@ -4,6 +4,7 @@
 #include <fstream>
 #include <sys/syscall.h>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -21,13 +22,16 @@ void setEffectiveUser(uid_t user) {
 
 } // namespace
 
-NoMoreDescriptors::NoMoreDescriptors() {
+NoMoreDescriptors::NoMoreDescriptors(int successes) {
     getrlimit(RLIMIT_NOFILE, &before);
     // The limit applies to the number of a descriptor, and a new one gets the lowest free number.
-    const int lowestFree = open("/dev/null", O_RDONLY | O_CLOEXEC);
-    close(lowestFree);
+    std::vector<int> lowestFree;
+    for (int i = 0; i <= successes; ++i)
+        lowestFree.push_back(open("/dev/null", O_RDONLY | O_CLOEXEC));
+    for (const int descriptor : lowestFree)
+        close(descriptor);
     rlimit limit = before;
-    limit.rlim_cur = static_cast<rlim_t>(lowestFree);
+    limit.rlim_cur = static_cast<rlim_t>(lowestFree.back());
     setrlimit(RLIMIT_NOFILE, &limit);
 }
 

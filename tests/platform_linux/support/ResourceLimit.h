@@ -3,10 +3,11 @@
 #include <sys/resource.h>
 #include <sys/types.h>
 
-/// Refuses the process any further descriptor until the end of the scope.
+/// Refuses the process any further descriptor, or all but some, until the end of the scope.
 class NoMoreDescriptors {
 public:
-    NoMoreDescriptors();
+    /// \param successes  so many are given before
+    explicit NoMoreDescriptors(int successes = 0);
     ~NoMoreDescriptors();
 
     NoMoreDescriptors(const NoMoreDescriptors&) = delete;
