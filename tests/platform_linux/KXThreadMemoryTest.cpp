@@ -1,6 +1,6 @@
 #include "platform/KXThread.h"
 
-#include "support/CountingAllocator.h"
+#include "tests/support/HeapCount.h"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +11,7 @@ TEST(KXThreadMemoryTest, aThreadThatThereIsNoMemoryForIsNullAndTold) {
     testing::internal::CaptureStderr();
     KX::KXThread* thread = nullptr;
     {
-        const NoMoreMemory limit;
+        const KX::test::NoMoreMemory limit;
         thread = KX::KXThread::create(name);
     }
     EXPECT_EQ(thread, nullptr);
