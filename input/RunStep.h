@@ -9,18 +9,21 @@ namespace KX {
 
 /// Runs a step of a thread that must go on after an exception, such as the worker and Qt's event loop. An after-post hook
 /// or an observer may throw, and memory may be lacking.
+/// \return whether the step was finished
 template<class Step>
-void runStep(const char* aim, const LinePiece& detail, Step step) {
+bool runStep(const char* aim, const LinePiece& detail, Step step) {
     try {
         step();
+        return true;
     } catch (...) {
         reportException(aim, detail);
+        return false;
     }
 }
 
 template<class Step>
-void runStep(const char* aim, Step step) {
-    runStep(aim, "", step);
+bool runStep(const char* aim, Step step) {
+    return runStep(aim, "", step);
 }
 
 } // namespace KX

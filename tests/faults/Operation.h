@@ -17,6 +17,7 @@ public:
     enum Exception {
         None,
         LeavesMemory,     ///< on purpose: its header says so
+        LeavesBus,        ///< the same; the body checks the descriptors
         FailsPlainMutexes ///< see Fault::failsPlainMutexes
     };
 

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
+#include <iterator>
 #include <linux/can.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -18,6 +19,11 @@ std::string makeFolder() {
 }
 
 } // namespace
+
+int countDescriptors() {
+    const std::filesystem::directory_iterator listing("/proc/self/fd");
+    return static_cast<int>(std::distance(begin(listing), end(listing)));
+}
 
 void expectCarries(KXPipe& pipe) {
     char text[] = "bytes";

@@ -12,6 +12,9 @@
 
 namespace KX::test {
 
+/// Descriptors that this process has open.
+int countDescriptors();
+
 /// Bytes go through the pipe as usual.
 void expectCarries(KXPipe& pipe);
 
