@@ -8,7 +8,9 @@
 #include "recording/recorder/EntryLog.h"
 #include "recording/recorder/RestPoints.h"
 
+#include <cstddef>
 #include <mutex>
+#include <new>
 
 namespace KX {
 
@@ -18,7 +20,7 @@ namespace KX {
 // read from the manager.
 class KXSessionRecorder::Session final : public KXWorkerHold {
 public:
-    explicit Session(unsigned int keptMilliseconds) : keptMs(keptMilliseconds) {}
+    explicit Session(unsigned int keptMilliseconds) : keptMs(keptMilliseconds) { lastProblem.reserve(leastRoom); }
     ~Session() override { endObserving(); }
 
     bool observe();
@@ -30,22 +32,56 @@ public:
     bool isRecording() const;
     void holdWorker();
 
-    void onToolkitEvent(const KXToolkitEvent& event) override { note(event); }
-    void onInputEvent(const KXInputEvent& event) override { note(event); }
+    void onToolkitEvent(const KXToolkitEvent& event) override {
+        observeOrGiveUp([&] { note(event); });
+    }
+    void onInputEvent(const KXInputEvent& event) override {
+        observeOrGiveUp([&] { note(event); });
+    }
     void onPostedEvent(const KXEvent& event) override;
     void onSetting(KXInputSetting setting, std::int64_t value) override;
     void onSpeedTable(const std::vector<KXEncoderDynamicPair>& pairs) override;
     void onKeyMapping(const std::map<int, int>& mapping) override;
     void onKeypad(const CANRemoteOptions& options) override;
-    void onFrame(const KXCANMessage& frame) override { note(Recording::Frame{Recording::keypadBus, frame}); }
+    void onFrame(const KXCANMessage& frame) override {
+        observeOrGiveUp([&] { note(Recording::Frame{Recording::keypadBus, frame}); });
+    }
     void onPass(unsigned int tick) override;
 
     // A line on standard error.
     static void tell(const std::string& text);
 
 private:
+    // A recorder without memory must not disturb the operator's work.
+    template<class Step>
+    void observeOrGiveUp(Step step) {
+        try {
+            step();
+        } catch (const std::bad_alloc&) {
+            giveUp();
+        }
+    }
+
+    // For an operation of the application. What it changed before the exception is left as after any other failure.
+    template<class Step>
+    bool succeeds(const std::string& itsPath, Step step) {
+        try {
+            return step();
+        } catch (const std::bad_alloc&) {
+            return failWithoutMemory(itsPath);
+        }
+    }
+
+    void giveUp();
+    void endFileWithoutMemory();
+    bool failWithoutMemory(const std::string& itsPath);
+    void beginObserving();
     void endObserving();
+    void leave();
     bool isStillObserver();
+    void learnKeypad(const CANRemoteOptions& options);
+    bool startOrThrow(const std::string& newPath);
+    bool saveOrThrow(const std::string& newPath);
     bool mayStart(const std::string& newPath);
     bool startInto(std::unique_ptr<Recording::File> newFile, const std::string& newPath);
     bool endRecording();
@@ -66,11 +102,15 @@ private:
     bool fail(const std::string& what);
     Recording::SessionState stateAt(const Recording::EntryLog::Place& place) const;
 
+    static constexpr const char* noMemory = "no memory was left";
+    static constexpr std::size_t leastRoom = 32; // for a problem of a recorder without memory
+
     const unsigned int keptMs;
 
     mutable std::mutex lock; // guards the members below
     bool isObserver = false;
-    std::string whyNoObserver;
+    bool hasGivenUp = false; // an input is missing in the log; nothing more is noted
+    const char* whyNoObserver = "";
     Recording::EntryLog log;
     Recording::SessionState stateAtBegin; // of the log
     Recording::RestPoints rests;

@@ -63,7 +63,8 @@ const Operation typeOperations[] = {
              EXPECT_EQ(name, "UnknownEventType(-5)");
      }},
 
-    {"KXSomeEvent", "make_and_copy", "allocates nothing", [](Fault& fault) {
+    {"KXSomeEvent", "make_and_copy", "allocates nothing",
+     [](Fault& fault) {
          KXInputEvent press = makePress(7);
          const int keyCode = fault.during([&] { return KXSomeEvent(KXSomeEvent(press)).keyCode; });
          EXPECT_EQ(keyCode, 7);
@@ -71,7 +72,8 @@ const Operation typeOperations[] = {
 };
 
 const Operation queueOperations[] = {
-    {"KXEventQueue", "create_a_pipe", "throws std::bad_alloc, or gives a queue that may be closed, which its posts report",
+    {"KXEventQueue", "create_a_pipe",
+     "throws std::bad_alloc, or gives a queue that may be closed, which its posts report",
      [](Fault& fault) {
          std::unique_ptr<KXEventQueue> queue;
          const auto create = [&] { queue.reset(KXEventQueue::create(KXEventQueue::EVENT_QUEUE_AS_PIPE)); };
@@ -126,7 +128,8 @@ const Operation queueOperations[] = {
          expectCarries(queue);
      }},
 
-    {"KXEventQueueAsQueue", "postEvent", "throws std::bad_alloc or boost::lock_error; nothing is queued, the hook does not run",
+    {"KXEventQueueAsQueue", "postEvent",
+     "throws std::bad_alloc or boost::lock_error; nothing is queued, the hook does not run",
      [](Fault& fault) {
          KXEventQueueAsQueue queue;
          queue.setAfterPostFunction([] { ++hookCalls; });
@@ -165,8 +168,9 @@ const std::vector<KXEncoderDynamicPair> otherTable = {{5, 100}, {6, 50}};
 
 /// The settings of the encoder, in one line.
 std::string settingsOf(const KXEncoderDynamic& encoder) {
-    std::string settings = std::to_string(encoder.getRestartTimeGap()) + " " + std::to_string(encoder.getUserFactor()) +
-                           " " + std::to_string(encoder.getLowPassFactor());
+    std::string settings = std::to_string(encoder.getRestartTimeGap()) + " " +
+                           std::to_string(encoder.getUserFactor()) + " " +
+                           std::to_string(encoder.getLowPassFactor());
     for (const KXEncoderDynamicPair& pair : encoder.getDynamicParameters())
         settings += " " + std::to_string(pair.timeGap) + ":" + std::to_string(pair.increment);
     return settings;
@@ -184,7 +188,8 @@ const Operation encoderOperations[] = {
          delete encoder;
      }},
 
-    {"KXEncoderDynamic", "initialize", "throws std::bad_alloc; nothing is changed", [](Fault& fault) {
+    {"KXEncoderDynamic", "initialize", "throws std::bad_alloc; nothing is changed",
+     [](Fault& fault) {
          KXEncoderDynamic encoder;
          encoder.initialize();
          const std::string defaults = settingsOf(encoder);
@@ -195,7 +200,8 @@ const Operation encoderOperations[] = {
          EXPECT_EQ(settingsOf(encoder), isDone ? defaults : before);
      }},
 
-    {"KXEncoderDynamic", "setDynamicParameters", "throws std::bad_alloc; nothing is changed", [](Fault& fault) {
+    {"KXEncoderDynamic", "setDynamicParameters", "throws std::bad_alloc; nothing is changed",
+     [](Fault& fault) {
          KXEncoderDynamic encoder;
          encoder.initialize();
          const std::string before = settingsOf(encoder);
@@ -206,12 +212,14 @@ const Operation encoderOperations[] = {
          EXPECT_EQ(settingsOf(encoder), "12 1000 900 5:100 6:50");
      }},
 
-    {"KXEncoderDynamic", "getDynamicParameters", "throws std::bad_alloc; nothing is left", [](Fault& fault) {
+    {"KXEncoderDynamic", "getDynamicParameters", "throws std::bad_alloc; nothing is left",
+     [](Fault& fault) {
          const KXEncoderDynamic encoder;
          fault.completes([&] { EXPECT_EQ(encoder.getDynamicParameters().size(), 10U); });
      }},
 
-    {"KXEncoderDynamic", "calculateIncrement", "allocates nothing; a line may be lost", [](Fault& fault) {
+    {"KXEncoderDynamic", "calculateIncrement", "allocates nothing; a line may be lost",
+     [](Fault& fault) {
          KXEncoderDynamic encoder;
          encoder.initialize();
          KXInputEvent step;
@@ -249,7 +257,8 @@ void drain(Fault& fault, KXActionQueue& queue) {
 }
 
 const Operation actionOperations[] = {
-    {"KXActionQueue", "create_and_release", "throws std::bad_alloc or boost::thread_resource_error and there is none",
+    {"KXActionQueue", "create_and_release",
+     "throws std::bad_alloc or boost::thread_resource_error and there is none",
      [](Fault& fault) {
          const bool isMade = succeeds(fault, [] { KXActionQueue::create(); });
          EXPECT_EQ(KXActionQueue::theInstance != nullptr, isMade);
@@ -296,7 +305,8 @@ const Operation actionOperations[] = {
      },
      Operation::FailsPlainMutexes},
 
-    {"KXHashedSet", "add", "throws std::bad_alloc; nothing is changed", [](Fault& fault) {
+    {"KXHashedSet", "add", "throws std::bad_alloc; nothing is changed",
+     [](Fault& fault) {
          KXActionQueue::itemSet items;
          std::vector<int> objects(100);
          for (std::size_t i = 0; i < objects.size(); ++i) {

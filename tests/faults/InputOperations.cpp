@@ -81,13 +81,15 @@ const Operation lifecycleOperations[] = {
          KXInputEventManager::deleteInstance();
      }},
 
-    {"KXInputEventManager", "deleteInstance", "does not fail", [](Fault& fault) {
+    {"KXInputEventManager", "deleteInstance", "does not fail",
+     [](Fault& fault) {
          manager();
          fault.during([] { KXInputEventManager::deleteInstance(); });
          EXPECT_FALSE(KXInputEventManager::hasInstance());
      }},
 
-    {"KXInputEventManager", "initialize_a_second_time", "throws std::bad_alloc; works on, and a later call completes it",
+    {"KXInputEventManager", "initialize_a_second_time",
+     "throws std::bad_alloc; works on, and a later call completes it",
      [](Fault& fault) {
          KXInputEventManager& present = manager();
          fault.completes([&] { present.initialize(); });
@@ -109,7 +111,8 @@ const Operation lifecycleOperations[] = {
 };
 
 const Operation inputOperations[] = {
-    {"KXInputEventManager", "toolkitEventOccurred", "allocates nothing; an event that the pipe cannot take is lost with a line",
+    {"KXInputEventManager", "toolkitEventOccurred",
+     "allocates nothing; an event that the pipe cannot take is lost with a line",
      [](Fault& fault) {
          KXInputEventManager& present = manager();
          KXToolkitEvent press = makeToolkitEvent(TOOLKIT_KEY_PRESS_EVENT, Qt::Key_Tab);
@@ -122,7 +125,8 @@ const Operation inputOperations[] = {
          expectClassifies(present);
      }},
 
-    {"KXInputEventManager", "getNextEvent", "a default event with a line; a later call takes the event", [](Fault& fault) {
+    {"KXInputEventManager", "getNextEvent", "a default event with a line; a later call takes the event",
+     [](Fault& fault) {
          KXInputEventManager& present = manager();
          present.postESCtoEventQueue(true);
          const int type = fault.during([&] { return present.getNextEvent().eventType; });
@@ -131,7 +135,8 @@ const Operation inputOperations[] = {
          expectClassifies(present);
      }},
 
-    {"KXInputEventManager", "postToEventQueue", "an event that the pipe cannot take is lost with a line", [](Fault& fault) {
+    {"KXInputEventManager", "postToEventQueue", "an event that the pipe cannot take is lost with a line",
+     [](Fault& fault) {
          KXInputEventManager& present = manager();
          EXPECT_EQ(fault.during([&] { return present.postESCtoEventQueue(true); }), STATUS_OK);
          const bool isLost = hasLostEvent(fault);
@@ -139,7 +144,8 @@ const Operation inputOperations[] = {
          expectClassifies(present);
      }},
 
-    {"KXInputEventManager", "settings", "do not fail", [](Fault& fault) {
+    {"KXInputEventManager", "settings", "do not fail",
+     [](Fault& fault) {
          KXInputEventManager& present = manager();
          fault.during([&] {
              EXPECT_EQ(present.setLongKeyPressDuration(1500), STATUS_OK);
@@ -152,7 +158,8 @@ const Operation inputOperations[] = {
          expectClassifies(present);
      }},
 
-    {"KXInputEventManager", "setKeyMapping", "throws std::bad_alloc; no key is changed", [](Fault& fault) {
+    {"KXInputEventManager", "setKeyMapping", "throws std::bad_alloc; no key is changed",
+     [](Fault& fault) {
          KXInputEventManager& present = manager();
          const std::map<int, int> before = *KXInputEventManager::getKXtoOSCodeMap();
          const std::map<int, int> mapping = {{Qt::Key_A, 70}, {Qt::Key_Home, 6}};
@@ -168,7 +175,8 @@ const Operation inputOperations[] = {
          *KXInputEventManager::getKXtoOSCodeMap() = before; // the table outlives the manager
      }},
 
-    {"KXInputEventManager", "initializeOSCodeToKXCodeMap", "throws std::bad_alloc; no key is changed", [](Fault& fault) {
+    {"KXInputEventManager", "initializeOSCodeToKXCodeMap", "throws std::bad_alloc; no key is changed",
+     [](Fault& fault) {
          KXInputEventManager& present = manager();
          present.setKeyMapping({{Qt::Key_Home, 6}});
          const bool isDone = fault.completes([&] { present.initializeOSCodeToKXCodeMap(); });
@@ -337,7 +345,8 @@ const Operation keypadOperations[] = {
      },
      Operation::LeavesBus},
 
-    {"KXInputEventManager", "generateKeyEvent", "throws std::bad_alloc; nothing is posted", [](Fault& fault) {
+    {"KXInputEventManager", "generateKeyEvent", "throws std::bad_alloc; nothing is posted",
+     [](Fault& fault) {
          manager();
          KeyRecorder window;
          window.take();

@@ -92,13 +92,15 @@ const Operation pipeOperations[] = {
          expectCarries(pipe);
      }},
 
-    {"KXPipe", "destroy", "both ends are closed", [](Fault& fault) {
+    {"KXPipe", "destroy", "both ends are closed",
+     [](Fault& fault) {
          auto pipe = std::make_unique<KXPipe>();
          pipe->init();
          fault.during([&] { pipe.reset(); });
      }},
 
-    {"KXPipe", "writeIntoPipe", "refused: none of it was written", [](Fault& fault) {
+    {"KXPipe", "writeIntoPipe", "refused: none of it was written",
+     [](Fault& fault) {
          KXPipe pipe;
          pipe.init();
          char text[] = "bytes";
@@ -111,7 +113,8 @@ const Operation pipeOperations[] = {
          expectCarries(pipe);
      }},
 
-    {"KXPipe", "writeIntoPipe_more_than_a_page", "refused: none of it was written", [](Fault& fault) {
+    {"KXPipe", "writeIntoPipe_more_than_a_page", "refused: none of it was written",
+     [](Fault& fault) {
          KXPipe pipe;
          pipe.init();
          std::string text(10000, 'x');
@@ -121,7 +124,8 @@ const Operation pipeOperations[] = {
          EXPECT_EQ(pipe.getNoOfBytesAvailable(), status == STATUS_OK ? size : 0);
      }},
 
-    {"KXPipe", "readFromPipe", "refused: the bytes are still there", [](Fault& fault) {
+    {"KXPipe", "readFromPipe", "refused: the bytes are still there",
+     [](Fault& fault) {
          KXPipe pipe;
          pipe.init();
          write(pipe);
@@ -146,7 +150,8 @@ const Operation mutexOperations[] = {
          mutex->unlock();
      }},
 
-    {"KXMutex", "lock", "false, and not held; a later call locks it", [](Fault& fault) {
+    {"KXMutex", "lock", "false, and not held; a later call locks it",
+     [](Fault& fault) {
          const std::unique_ptr<KXMutex> mutex(KXMutex::create());
          const bool isLocked = fault.during([&] { return mutex->lock(); });
          EXPECT_EQ(isLocked, !fault.isOf("pthread_mutex_lock"));
@@ -156,7 +161,8 @@ const Operation mutexOperations[] = {
          mutex->unlock();
      }},
 
-    {"KXAutoLock", "make_and_destroy", "the scope runs without the mutex, which is free behind it", [](Fault& fault) {
+    {"KXAutoLock", "make_and_destroy", "the scope runs without the mutex, which is free behind it",
+     [](Fault& fault) {
          const std::unique_ptr<KXMutex> mutex(KXMutex::create());
          fault.during([&] { const KXAutoLock lock(mutex.get()); });
          EXPECT_TRUE(mutex->lock());
@@ -178,7 +184,8 @@ void expectRuns(KXThread& thread) {
 }
 
 const Operation threadOperations[] = {
-    {"KXThread", "create", "null, with a line", [](Fault& fault) {
+    {"KXThread", "create", "null, with a line",
+     [](Fault& fault) {
          const std::string name = "a name that the kernel cuts";
          const std::unique_ptr<KXThread> thread(fault.during([&] { return KXThread::create(name); }));
          if (thread)
@@ -187,7 +194,8 @@ const Operation threadOperations[] = {
          EXPECT_THAT(fault.getLines(), HasSubstr("cannot be made: no memory is left\n"));
      }},
 
-    {"KXThread", "start", "refused with a line, and nothing runs; a later call starts it", [](Fault& fault) {
+    {"KXThread", "start", "refused with a line, and nothing runs; a later call starts it",
+     [](Fault& fault) {
          const std::unique_ptr<KXThread> thread(KXThread::create("thread"));
          std::atomic<bool> hasRun{false};
          thread->setEntryFunction(&raise, &hasRun);
@@ -201,7 +209,8 @@ const Operation threadOperations[] = {
          expectRuns(*thread);
      }},
 
-    {"KXThread", "start_again", "refused with a line; a later call starts it", [](Fault& fault) {
+    {"KXThread", "start_again", "refused with a line; a later call starts it",
+     [](Fault& fault) {
          const std::unique_ptr<KXThread> thread(KXThread::create("thread"));
          std::atomic<bool> hasRun{false};
          thread->setEntryFunction(&raise, &hasRun);
@@ -214,7 +223,8 @@ const Operation threadOperations[] = {
          expectRuns(*thread);
      }},
 
-    {"KXThread", "stopAndWait", "refused; a later call waits for the end", [](Fault& fault) {
+    {"KXThread", "stopAndWait", "refused; a later call waits for the end",
+     [](Fault& fault) {
          const std::unique_ptr<KXThread> thread(KXThread::create("thread"));
          std::atomic<bool> hasRun{false};
          thread->setEntryFunction(&raise, &hasRun);
@@ -226,7 +236,8 @@ const Operation threadOperations[] = {
          expectRuns(*thread);
      }},
 
-    {"KXThread", "getCurrentThreadID", "does not fail", [](Fault& fault) {
+    {"KXThread", "getCurrentThreadID", "does not fail",
+     [](Fault& fault) {
          const unsigned int number = KXThread::getCurrentThreadID();
          EXPECT_EQ(fault.during([] { return KXThread::getCurrentThreadID(); }), number);
      }},
@@ -275,7 +286,8 @@ const Operation endPointOperations[] = {
          EXPECT_EQ(manager.removeEndPoint(&pipe), STATUS_OK);
      }},
 
-    {"KXEndPointManager", "removeEndPoint", "does not fail", [](Fault& fault) {
+    {"KXEndPointManager", "removeEndPoint", "does not fail",
+     [](Fault& fault) {
          KXPipe pipe;
          pipe.init();
          KXEndPointManager manager;
@@ -364,7 +376,8 @@ const Operation utilityOperations[] = {
              EXPECT_FALSE(isLost);
      }},
 
-    {"KXDebug", "debugPrintError_of_a_long_line", "without memory only its beginning is printed", [](Fault& fault) {
+    {"KXDebug", "debugPrintError_of_a_long_line", "without memory only its beginning is printed",
+     [](Fault& fault) {
          static const unsigned int key = KXDebug::insertNewDebugSection("faults");
          static const std::string text(2000, 'x');
          fault.during([] { KXDebug::debugPrintError(1, key, "%s", text.c_str()); });
@@ -374,11 +387,11 @@ const Operation utilityOperations[] = {
          EXPECT_THAT(fault.getLines(), HasSubstr("[faults:1] number 2\n"));
      }},
 
-    {"KXString", "toString", "allocates nothing", [](Fault& fault) {
-         fault.during([] { EXPECT_EQ(toString(-2147483647 - 1), "-2147483648"); });
-     }},
+    {"KXString", "toString", "allocates nothing",
+     [](Fault& fault) { fault.during([] { EXPECT_EQ(toString(-2147483647 - 1), "-2147483648"); }); }},
 
-    {"KXTick", "getTickCount", "does not fail", [](Fault& fault) {
+    {"KXTick", "getTickCount", "does not fail",
+     [](Fault& fault) {
          const unsigned int before = KXTick::getTickCount();
          EXPECT_LT(fault.during([] { return KXTick::getTickCount(); }) - before, 100000U);
      }},

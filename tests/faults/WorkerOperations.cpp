@@ -24,7 +24,7 @@ std::atomic<bool> workersWaitThrows{false};
 std::atomic<unsigned int> thrownWaits{0};
 
 // To delete a manager takes one wait of its worker, and some thousand managers are made here.
-constexpr unsigned int longestWaitMs = 10;
+constexpr unsigned int longestWaitMs = 2;
 
 } // namespace
 
@@ -82,7 +82,8 @@ void expectLongPresses(Fault& fault, KXInputEventManager& present) {
     fault.duringOthers([&] {
         holdKey(present, KX_KEY_HOME);
         expectNext(present, KEY_PRESS_EVENT);
-        for (int round = 0; round < 4000 && !hasLostEvent(fault) && !becomesReadable(present, 5); ++round) {}
+        for (int round = 0; round < 4000 && !hasLostEvent(fault) && !becomesReadable(present, 5); ++round) {
+        }
     });
     if (!hasLostEvent(fault))
         expectNext(present, KEY_LONG_PRESS_EVENT);

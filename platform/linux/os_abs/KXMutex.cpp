@@ -36,7 +36,8 @@ unsigned int getDebugKey() {
 
 [[gnu::noinline]] void reportDoubleLock() {
     KXDebug::debugPrintError(
-        1, getDebugKey(), "a thread locks a mutex that it holds already; an after-post hook must not hand input in");
+        1, getDebugKey(),
+        "a thread locks a mutex that it holds already; an after-post hook must not hand input in");
 }
 
 class PosixMutex final : public KXMutex {
