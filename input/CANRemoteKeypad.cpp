@@ -165,10 +165,12 @@ int KXInputEventManager::openCANRemote(CANRemoteOptions& layout, std::unique_ptr
         std::swap(canRemoteOptions, layout);
         throw;
     }
+    if (status != STATUS_OK)
+        return status; // nobody would read the bus
     // The bus and the handler are never released: an enabled keypad stays on until the process ends.
     canRemoteEndPoint = bus.release();
     canRemoteHandler = handler.release();
-    return status;
+    return STATUS_OK;
 }
 
 CANRemoteHandler::CANRemoteHandler(KXInputEventManager* servedManager) : inputEventManager(servedManager) {}

@@ -11,9 +11,11 @@
 #include "platform/KXThread.h"
 #include "platform/KXTick.h"
 
+#include <chrono>
 #include <cstdlib>
 #include <exception>
 #include <iostream>
+#include <thread>
 
 namespace KX {
 
@@ -137,8 +139,11 @@ void reportException(const char* aim, const LinePiece& detail) {
 
 void KXInputEventManager::runWorker() {
     while (!stopThread) {
-        runStep("wait for end points",
-                [this] { endPointManager->waitForEndPoints(KXTick::getTickCount() + passIntervalMs, 0); });
+        const bool hasWaited = runStep("wait for end points", [this] {
+            endPointManager->waitForEndPoints(KXTick::getTickCount() + passIntervalMs, 0);
+        });
+        if (!hasWaited) // the next wait may fail, too: the worker must not spin
+            std::this_thread::sleep_for(std::chrono::milliseconds(passIntervalMs));
         runStep("tell the observer that a pass is due", tellPassDue);
         makePass();
     }

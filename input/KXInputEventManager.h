@@ -38,7 +38,7 @@ struct KXInputMemory;
 /// If a hook throws, the event is in the queue. On the toolkit's thread the exception passes to the caller, and
 /// what the same input would have posted next is lost, such as a release after its long release. On the worker one
 /// line on standard error says what was not finished, also for an observer that throws and for a lack of memory.
-/// The worker goes on.
+/// The worker goes on, after 100 ms if its wait for end points failed.
 ///
 /// The worker writes a line to standard output for each key and each encoder move of a keypad. If nobody reads the pipe there, it blocks
 /// as soon as the pipe is full: frames, long presses, bundles and \ref deleteInstance wait. It holds no mutex
@@ -49,6 +49,7 @@ class KX_EVENTS_API KXInputEventManager {
 public:
     /// Makes the manager and starts its worker thread. If one exists already, reports that on standard error and
     /// returns it.
+    /// \throws std::bad_alloc  there is no manager
     [[gnu::cold]] static KXInputEventManager* createInstance();
 
     /// The manager. Without one, reports that on standard error and aborts the process.
@@ -94,7 +95,7 @@ public:
 
     /// Sets the defaults and makes the queue, the encoder dynamics, the mutex and the worker thread. The
     /// constructor calls it. If the platform refuses the thread, the platform reports that, and long presses
-    /// and bundles are never sent.
+    /// and bundles are never sent. Without a mutex they are not sent either, and input must come on one thread.
     ///
     /// A second call keeps these objects and what is pending: a held key, an open bundle, queued events. It
     /// accepts input again, restores the default keys, and sets the durations to their defaults, the double-press
@@ -104,6 +105,7 @@ public:
     /// After \ref deinitialize it makes everything new, with the default settings of the encoder. The keypad's bus
     /// is not read until \ref setCANRemoteOptions opens it again.
     /// \return STATUS_OK (0)
+    /// \throws std::bad_alloc  a later call makes what is missing
     [[gnu::cold]] int initialize();
 
     /// Stops the worker thread, which takes up to 100 ms, and destroys what \ref initialize made, with all queued
@@ -174,8 +176,8 @@ public:
     /// Nothing is checked, see \ref CANRemoteOptions. Takes no lock: call it once, before frames of the keypad can
     /// arrive. It cannot be undone: the bus and its handler stay until the process ends, and another call opens
     /// another bus.
-    /// \return STATUS_OK (0), also when the keypad is not enabled, the bus does not exist or the manager is not
-    ///         initialised; else what KXEndPointManager::addEndPoint returns
+    /// \return STATUS_OK (0), also when the keypad is not enabled, the bus cannot be opened or the manager is not
+    ///         initialised; else what KXEndPointManager::addEndPoint returns: then the bus is closed again
     /// \throws std::bad_alloc  the layout is unchanged, no bus is open
     int setCANRemoteOptions(CANRemoteOptions options);
 

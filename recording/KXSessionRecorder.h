@@ -38,11 +38,15 @@ namespace KX {
 /// \ref save writes only what the other one got. It also ends when KXEncoderDynamic::initialize forgets a turn.
 ///
 /// When a recording cannot go on, one line on standard error says why. Other problems are told by \ref problem only.
+///
+/// Without memory for an input, the input goes on, the recording ends and what was kept is dropped. The next \ref start
+/// or \ref save begins to keep anew; that \ref save returns false.
 class KX_RECORDING_API KXSessionRecorder {
 public:
     /// \param keptMs  the last so many milliseconds stay in memory, for \ref save; 0: nothing. They need at most
     ///                4 MiB an hour, and at least 256 KiB. If more happens, the oldest are dropped. Frames that the
     ///                keypad ignores are not kept; each pass that they bring takes 2 bytes.
+    /// \throws std::bad_alloc  nobody observes the session
     explicit KXSessionRecorder(unsigned int keptMs = 0);
 
     /// Ends a recording that goes on.
@@ -69,7 +73,8 @@ public:
     bool save(const std::string& path);
 
     /// Why something failed last, in one line "path: why"; empty: nothing did. A recording that failed ends there, and
-    /// another one may be started.
+    /// another one may be started. "no memory was left" comes without a path where memory lacks for that, too.
+    /// \throws std::bad_alloc
     std::string problem() const;
 
     /// Whether a recording goes on.

@@ -70,11 +70,14 @@ bool isLockedByAnother(int descriptor) {
 } // namespace
 
 File::File(std::string path) : name(std::move(path)) {
-    open();
-    addHead();
-    if (!flush() || !syncName()) {
+    try {
+        open();
+        addHead();
+        if (!flush() || !syncName())
+            throw std::runtime_error(*failure);
+    } catch (...) {
         discard();
-        throw std::runtime_error(*failure);
+        throw;
     }
 }
 
@@ -91,11 +94,12 @@ void File::open() {
     struct stat state {};
     if (descriptor < 0 || fstat(descriptor, &state) != 0)
         refuse(whyNotOpened(name, errno));
-    isRegular = S_ISREG(state.st_mode);
     device = state.st_dev;
     number = state.st_ino;
-    if (isRegular)
-        claim();
+    if (!S_ISREG(state.st_mode))
+        return;
+    claim();
+    isRegular = true; // from now on it may be emptied
 }
 
 // A file that is not empty holds something that must not be lost. Only its writer holds the lock, so it is taken before
@@ -121,8 +125,6 @@ void File::makePrivate(const struct stat& state) {
 }
 
 void File::refuse(const std::string& why) {
-    if (descriptor >= 0)
-        close(descriptor);
     throw std::runtime_error(name + ": " + why);
 }
 
@@ -181,7 +183,8 @@ bool File::isGone() {
 }
 
 void File::discard() {
-    if (isMade && hasItsName())
+    const bool isUnknown = number == 0; // the system refused to tell
+    if (isMade && (isUnknown || hasItsName()))
         unlink(name.c_str());
     else if (isRegular && descriptor >= 0 && ftruncate(descriptor, 0) != 0)
         fail(errno);
@@ -212,7 +215,12 @@ void File::add(const Entry& entry) {
 
 void File::addLine(const Entry& entry) {
     const std::size_t begin = buffer.size();
-    format(entry, buffer);
+    try {
+        format(entry, buffer);
+    } catch (...) {
+        buffer.resize(begin); // no memory: a part of a line would spoil the next one
+        throw;
+    }
     if (buffer.size() - begin > longestLine && !failure)
         failure = name + ": a line would be longer than " + std::to_string(longestLine) + " characters";
     buffer += '\n';
@@ -263,15 +271,24 @@ void check(const std::string& path, const Session& session) {
 
 } // namespace
 
+void writeNewFile(const std::string& path, const std::function<void(File&)>& addAll) {
+    File file(path);
+    try {
+        addAll(file);
+        if (!file.finish())
+            throw std::runtime_error(*file.problem());
+    } catch (...) {
+        file.discard();
+        throw;
+    }
+}
+
 void writeFile(const std::string& path, const Session& session) {
     check(path, session);
-    File file(path);
-    for (const Entry& entry : session.entries)
-        file.add(entry);
-    if (file.finish())
-        return;
-    file.discard();
-    throw std::runtime_error(*file.problem());
+    writeNewFile(path, [&](File& file) {
+        for (const Entry& entry : session.entries)
+            file.add(entry);
+    });
 }
 
 } // namespace KX::Recording

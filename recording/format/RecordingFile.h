@@ -3,6 +3,7 @@
 #include "recording/KXRecording.h"
 #include "recording/format/BackgroundSync.h"
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <sys/stat.h>
@@ -79,5 +80,10 @@ private:
     std::string buffer;
     std::optional<std::string> failure;
 };
+
+/// Makes a file, lets \p addAll add the entries and waits until the disk has them. When something throws, there is no
+/// new file.
+/// \throws std::runtime_error  "path: reason"
+void writeNewFile(const std::string& path, const std::function<void(File&)>& addAll);
 
 } // namespace KX::Recording

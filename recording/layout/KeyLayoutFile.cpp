@@ -24,6 +24,7 @@ constexpr int hexadecimalBase = 16;
 
 Words wordsOf(const std::string& line) {
     std::istringstream input(line.substr(0, line.find('#')));
+    input.exceptions(std::ios::badbit); // without memory: otherwise the last words would be missing
     Words words;
     for (std::string word; input >> word;)
         words.push_back(word);
@@ -208,6 +209,7 @@ CANRemoteOptions readFile(const std::string& path, const ToolkitKeys& toolkitKey
 
 std::string write(const CANRemoteOptions& layout) {
     std::ostringstream text;
+    text.exceptions(std::ios::badbit); // without memory: otherwise the last lines would be missing
     for (const KeyOptionsCANRemote& key : layout.keys) {
         if (isUsed(key))
             text << "key " << key.keyNumber << " code " << key.keyCode << " byte " << key.byteIndex << " bit "

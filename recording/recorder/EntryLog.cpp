@@ -169,6 +169,12 @@ void EntryLog::dropBefore(const Place& place, const Visit& visit) {
     }
 }
 
+void EntryLog::clear() {
+    chunks.clear();
+    firstChunk = lastMs = 0;
+    objectCount = 0;
+}
+
 std::size_t EntryLog::bytes() const {
     return chunks.size() * sizeof(Chunk) + objectCount * objectBytes;
 }

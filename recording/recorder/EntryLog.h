@@ -65,6 +65,9 @@ public:
     /// Drops the whole chunks before \p place, but calls \p visit with each dropped entry, oldest first.
     void dropBefore(const Place& place, const Visit& visit);
 
+    /// Drops all, without an allocation.
+    void clear();
+
     /// Of the memory that entries take.
     std::size_t bytes() const;
 

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <new>
 #include <utility>
 
 namespace KX {
@@ -48,40 +49,58 @@ void addEntries(Recording::File& file, const SessionState& state, const EntryLog
 
 } // namespace
 
-// The manager tells its settings in setObserver, so the lock must be free.
 bool KXSessionRecorder::Session::observe() {
-    KXUniqueLock guard(lock);
     if (isObserved.exchange(true)) {
+        const KXLockGuard guard(lock);
         whyNoObserver = "another recorder observes the session";
         return fail(whyNoObserver);
     }
-    hadManager = knowsEncoder = knowsTable = false;
-    forgetAll({}, KXTick::getTickCount(), "");
-    guard.unlock();
     try {
-        KXInputEventManager::setObserver(this);
+        beginObserving();
+        return true;
     } catch (...) {
-        isObserved = false;
+        leave();
         throw;
     }
+}
+
+// The manager tells its settings in setObserver, so the lock must be free.
+void KXSessionRecorder::Session::beginObserving() {
+    KXUniqueLock guard(lock);
+    hadManager = knowsEncoder = knowsTable = hasGivenUp = false;
+    forgetAll({}, KXTick::getTickCount(), "");
+    guard.unlock();
+    KXInputEventManager::setObserver(this);
     guard.lock();
+    if (hasGivenUp)
+        throw std::bad_alloc();
     isObserver = true;
     if (log.bytes() == 0)
         rests.addBeginning(log.begin());
-    return true;
+}
+
+void KXSessionRecorder::Session::leave() {
+    if (KXInputEventManager::getObserver() == this)
+        KXInputEventManager::setObserver(nullptr);
+    const KXLockGuard guard(lock);
+    isObserver = isObserved = false;
 }
 
 void KXSessionRecorder::Session::endObserving() {
     stop();
-    if (!isStillObserver())
-        return;
-    KXInputEventManager::setObserver(nullptr);
-    isObserved = false;
+    if (isStillObserver())
+        leave();
 }
 
 // Nobody tells an observer that another one has taken its place.
 bool KXSessionRecorder::Session::isStillObserver() {
-    const KXLockGuard guard(lock);
+    KXUniqueLock guard(lock);
+    if (hasGivenUp && isObserver) {
+        whyNoObserver = noMemory;
+        guard.unlock();
+        leave();
+        return false;
+    }
     if (!isObserver || KXInputEventManager::getObserver() == this)
         return isObserver;
     isObserver = isObserved = false;
@@ -92,6 +111,11 @@ bool KXSessionRecorder::Session::isStillObserver() {
 }
 
 bool KXSessionRecorder::Session::start(const std::string& newPath) {
+    return succeeds(
+        &newPath, [&] { return startOrThrow(newPath); });
+}
+
+bool KXSessionRecorder::Session::startOrThrow(const std::string& newPath) {
     if (!isStillObserver())
         observe();
     KXUniqueLock guard(lock);
@@ -120,17 +144,22 @@ bool KXSessionRecorder::Session::startInto(std::unique_ptr<Recording::File> newF
         newFile->discard();
         return false;
     }
-    forgetDeletedManager();
-    file = std::move(newFile);
-    path = newPath;
     isWhole = true;
-    isWaitingForRest = !rests.last();
+    file = std::move(newFile);
     beganAtNoRest = false;
-    if (isWaitingForRest || beginFile())
-        return true;
-    fail(*file->problem());
-    file->discard();
-    file.reset();
+    isWaitingForRest = true; // until all is well, so that nothing is written
+    try {
+        path = newPath;
+        forgetDeletedManager();
+        isWaitingForRest = !rests.last();
+        if (isWaitingForRest || beginFile())
+            return true;
+        fail(*file->problem());
+    } catch (...) {
+        std::exchange(file, nullptr)->discard();
+        throw;
+    }
+    std::exchange(file, nullptr)->discard();
     return false;
 }
 
@@ -150,31 +179,35 @@ SessionState KXSessionRecorder::Session::stateAt(const EntryLog::Place& place) c
 }
 
 bool KXSessionRecorder::Session::stop() {
-    isStillObserver();
-    const bool isWritten = endRecording();
+    const bool isWritten = succeeds(nullptr, [this] {
+        isStillObserver();
+        return endRecording();
+    });
     release(); // a pass may come only behind the end
     return isWritten;
 }
 
+// It has ended even if memory is lacking for its end.
 bool KXSessionRecorder::Session::endRecording() {
     KXUniqueLock guard(lock);
-    if (file && isWaitingForRest)
-        isWhole = fail(path + ": the recording is empty, because no moment of rest came");
-    else if (file)
-        file->add({timeOfEnd(), Recording::End()});
-    if (file && beganAtNoRest)
-        isWhole = fail(path + ": the moment at which it began was no rest");
     const std::unique_ptr<Recording::File> ended = std::move(file);
     const bool wasEmpty = std::exchange(isWaitingForRest, false);
+    const bool beganAtRest = !std::exchange(beganAtNoRest, false);
     const bool wasWhole = std::exchange(isWhole, true);
-    guard.unlock(); // the input goes on
-    if (ended && wasEmpty)
+    const std::uint64_t endMs = timeOfEnd();
+    if (ended && wasEmpty) {
         ended->discard();
-    else if (ended && !ended->finish()) {
-        guard.lock();
-        return fail(*ended->problem());
+        return fail(path + ": the recording is empty, because no moment of rest came");
     }
-    return wasWhole;
+    guard.unlock(); // the input goes on
+    if (!ended)
+        return wasWhole;
+    ended->add({endMs, Recording::End()});
+    const bool isWritten = ended->finish();
+    if (isWritten && beganAtRest)
+        return wasWhole;
+    guard.lock();
+    return fail(isWritten ? path + ": the moment at which it began was no rest" : *ended->problem());
 }
 
 // The clock may have gone back behind the last entry.
@@ -184,8 +217,18 @@ std::uint64_t KXSessionRecorder::Session::timeOfEnd() const {
 }
 
 bool KXSessionRecorder::Session::save(const std::string& newPath) {
-    isStillObserver();
+    return succeeds(
+        &newPath, [&] { return saveOrThrow(newPath); });
+}
+
+bool KXSessionRecorder::Session::saveOrThrow(const std::string& newPath) {
+    const bool isObserving = isStillObserver();
     KXUniqueLock guard(lock);
+    if (!isObserving && whyNoObserver == noMemory) {
+        guard.unlock();
+        observe(); // for the next call
+        throw std::bad_alloc();
+    }
     if (!isObserver)
         return fail(newPath + ": " + whyNoObserver);
     if (keptMs == 0)
@@ -198,21 +241,30 @@ bool KXSessionRecorder::Session::save(const std::string& newPath) {
     const EntryLog::Copy kept = log.copy(*place, log.end());
     const std::uint64_t endMs = lastMs;
     guard.unlock(); // the input goes on
+    before.forEach([&state](const Entry& entry) { state.apply(entry.input); });
     std::string why;
     try {
-        Recording::File saved(newPath);
-        before.forEach([&state](const Entry& entry) { state.apply(entry.input); });
-        addEntries(saved, state, kept, endMs);
-        saved.add({endMs, Recording::End()});
-        if (saved.finish())
-            return true;
-        saved.discard();
-        why = *saved.problem();
+        Recording::writeNewFile(newPath, [&](Recording::File& saved) {
+            addEntries(saved, state, kept, endMs);
+            saved.add({endMs, Recording::End()});
+        });
+        return true;
     } catch (const std::runtime_error& error) {
         why = error.what();
     }
     guard.lock();
     return fail(why);
+}
+
+// May run in a process that has no memory at all.
+bool KXSessionRecorder::Session::failWithoutMemory(const std::string* itsPath) {
+    const KXLockGuard guard(lock);
+    try {
+        return fail((itsPath ? *itsPath : path) + ": " + noMemory);
+    } catch (const std::bad_alloc&) {
+        lastProblem.assign(noMemory); // which has room
+        return false;
+    }
 }
 
 bool KXSessionRecorder::Session::fail(const std::string& what) {

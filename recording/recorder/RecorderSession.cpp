@@ -43,7 +43,7 @@ void KXSessionRecorder::Session::tell(const std::string& text) {
 
 void KXSessionRecorder::Session::onSetting(KXInputSetting setting, std::int64_t value) {
     if (setting != KXInputSetting::KeyboardLayout) // no event depends on it
-        note(Recording::NumberSetting{setting, value});
+        observeOrGiveUp([&] { note(Recording::NumberSetting{setting, value}); });
 }
 
 // An event of an unknown class is posted with its type only.
@@ -60,11 +60,11 @@ void KXSessionRecorder::Session::onPostedEvent(const KXEvent& event) {
         post.event.eventType = event.eventType;
         post.event.eventClass = event.eventClass;
     }
-    note(std::move(post));
+    observeOrGiveUp([&] { note(std::move(post)); });
 }
 
 void KXSessionRecorder::Session::onSpeedTable(const std::vector<KXEncoderDynamicPair>& pairs) {
-    note(Recording::SpeedTable{pairs});
+    observeOrGiveUp([&] { note(Recording::SpeedTable{pairs}); });
     const KXLockGuard guard(lock);
     knowsTable = true;
 }
@@ -73,8 +73,10 @@ void KXSessionRecorder::Session::onSpeedTable(const std::vector<KXEncoderDynamic
 void KXSessionRecorder::Session::onKeyMapping(const std::map<int, int>& mapping) {
     if (mapping.empty())
         return;
-    note(Recording::KeyMapping{mapping});
-    learnEncoder();
+    observeOrGiveUp([&] {
+        note(Recording::KeyMapping{mapping});
+        learnEncoder();
+    });
 }
 
 // Settings that the encoder got before the recorder existed were not observed, and neither was a refused table. A
@@ -105,8 +107,11 @@ void KXSessionRecorder::Session::learnEncoder() {
 // A replay checks the layout as the tools do, by the keys of which the recording tells. What it refuses would make the
 // whole recording useless; its keys are recorded all the same, as the toolkit reports them.
 void KXSessionRecorder::Session::onKeypad(const CANRemoteOptions& options) {
-    if (!options.enabled)
-        return;
+    if (options.enabled)
+        observeOrGiveUp([&] { learnKeypad(options); });
+}
+
+void KXSessionRecorder::Session::learnKeypad(const CANRemoteOptions& options) {
     KXUniqueLock guard(lock);
     const auto wrong = KeyLayout::check(options, stateAt(log.end()).toldKeys().toolkitKeys());
     guard.unlock();
@@ -117,8 +122,10 @@ void KXSessionRecorder::Session::onKeypad(const CANRemoteOptions& options) {
 }
 
 void KXSessionRecorder::Session::onPass(unsigned int tick) {
-    const KXLockGuard guard(lock);
-    take(tick, Recording::Pass());
+    observeOrGiveUp([&] {
+        const KXLockGuard guard(lock);
+        take(tick, Recording::Pass());
+    });
 }
 
 // The tick is read under the lock, so an entry that waited for another one is not earlier.
@@ -128,6 +135,8 @@ void KXSessionRecorder::Session::note(Input input) {
 }
 
 void KXSessionRecorder::Session::take(unsigned int tick, Input&& input) {
+    if (hasGivenUp)
+        return;
     forgetDeletedManager();
     hadManager = KXInputEventManager::hasInstance();
     Entry entry;
@@ -205,6 +214,29 @@ void KXSessionRecorder::Session::endFile(const std::string& why) {
     tell(lastProblem + "; the recording ends here");
 }
 
+// The log lacks an input, so no recording of it would replay the same. What it has is dropped, which also makes room for
+// the message. The application's next operation begins anew, because only then may the manager be asked for its settings.
+void KXSessionRecorder::Session::giveUp() {
+    const KXLockGuard guard(lock);
+    if (std::exchange(hasGivenUp, true))
+        return;
+    log.clear();
+    rests.clear();
+    if (file)
+        endFileWithoutMemory();
+}
+
+void KXSessionRecorder::Session::endFileWithoutMemory() {
+    try {
+        endFile(path + ": " + noMemory);
+    } catch (const std::bad_alloc&) {
+        file.reset();
+        isWhole = false;
+        lastProblem.assign(noMemory);
+        std::cerr << "KXSessionRecorder: " << noMemory << "; the recording ends here\n" << std::flush;
+    }
+}
+
 // The observer does not notice the end of a manager. The next manager tells its settings in its constructor, before
 // the process has it. It knows nothing of the former one, and a replay makes only one manager.
 void KXSessionRecorder::Session::forgetDeletedManager() {
@@ -228,8 +260,8 @@ void KXSessionRecorder::Session::forgetAll(SessionState presentState, std::uint6
     if (file && !isWaitingForRest)
         endFile(path + ": " + why);
     stateAtBegin = std::move(presentState);
-    log = EntryLog();
-    rests = {};
+    log.clear();
+    rests.clear();
     lastMs = presentMs;
 }
 

@@ -8,6 +8,9 @@
 #include "recording/recorder/EntryLog.h"
 #include "recording/recorder/RestPoints.h"
 
+#include <cstddef>
+#include <new>
+
 namespace KX {
 
 // Observes the manager, and keeps or writes what it sees.
@@ -16,7 +19,7 @@ namespace KX {
 // read from the manager.
 class KXSessionRecorder::Session final : public KXWorkerHold {
 public:
-    explicit Session(unsigned int keptMilliseconds) : keptMs(keptMilliseconds) {}
+    explicit Session(unsigned int keptMilliseconds) : keptMs(keptMilliseconds) { lastProblem.reserve(leastRoom); }
     ~Session() override { endObserving(); }
 
     bool observe() KX_EXCLUDES(lock);
@@ -28,20 +31,55 @@ public:
     bool isRecording() const KX_EXCLUDES(lock);
     void holdWorker() KX_EXCLUDES(lock);
 
-    void onToolkitEvent(const KXToolkitEvent& event) override { note(event); }
-    void onInputEvent(const KXInputEvent& event) override { note(event); }
+    void onToolkitEvent(const KXToolkitEvent& event) override {
+        observeOrGiveUp([&] { note(event); });
+    }
+    void onInputEvent(const KXInputEvent& event) override {
+        observeOrGiveUp([&] { note(event); });
+    }
     void onPostedEvent(const KXEvent& event) override;
     void onSetting(KXInputSetting setting, std::int64_t value) override;
     void onSpeedTable(const std::vector<KXEncoderDynamicPair>& pairs) override;
     void onKeyMapping(const std::map<int, int>& mapping) override;
     void onKeypad(const CANRemoteOptions& options) override;
-    void onFrame(const KXCANMessage& frame) override { note(Recording::Frame{Recording::keypadBus, frame}); }
+    void onFrame(const KXCANMessage& frame) override {
+        observeOrGiveUp([&] { note(Recording::Frame{Recording::keypadBus, frame}); });
+    }
     void onPass(unsigned int tick) override;
 
     // A line on standard error.
     static void tell(const std::string& text);
 
 private:
+    // A recorder without memory must not disturb the operator's work.
+    template<class Step>
+    void observeOrGiveUp(Step step) {
+        try {
+            step();
+        } catch (const std::bad_alloc&) {
+            giveUp();
+        }
+    }
+
+    // For an operation of the application. What it changed before the exception is left as after any other failure. Null: the path of the
+    // last recording.
+    template<class Step>
+    bool succeeds(const std::string* itsPath, Step step) {
+        try {
+            return step();
+        } catch (const std::bad_alloc&) {
+            return failWithoutMemory(itsPath);
+        }
+    }
+
+    void giveUp() KX_EXCLUDES(lock);
+    void endFileWithoutMemory() KX_REQUIRES(lock);
+    bool failWithoutMemory(const std::string* itsPath) KX_EXCLUDES(lock);
+    void beginObserving() KX_EXCLUDES(lock);
+    void leave() KX_EXCLUDES(lock);
+    void learnKeypad(const CANRemoteOptions& options) KX_EXCLUDES(lock);
+    bool startOrThrow(const std::string& newPath) KX_EXCLUDES(lock);
+    bool saveOrThrow(const std::string& newPath) KX_EXCLUDES(lock);
     void endObserving() KX_EXCLUDES(lock);
     bool isStillObserver() KX_EXCLUDES(lock);
     bool mayStart(const std::string& newPath) KX_REQUIRES(lock);
@@ -65,11 +103,15 @@ private:
     bool fail(const std::string& what) KX_REQUIRES(lock);
     Recording::SessionState stateAt(const Recording::EntryLog::Place& place) const KX_REQUIRES(lock);
 
+    static constexpr const char* noMemory = "no memory was left";
+    static constexpr std::size_t leastRoom = 32; // for a problem of a recorder without memory
+
     const unsigned int keptMs;
 
     mutable KXStdMutex lock;
     bool isObserver KX_GUARDED_BY(lock) = false;
-    std::string whyNoObserver KX_GUARDED_BY(lock);
+    bool hasGivenUp KX_GUARDED_BY(lock) = false; // an input is missing in the log; nothing more is noted
+    const char* whyNoObserver KX_GUARDED_BY(lock) = "";
     Recording::EntryLog log KX_GUARDED_BY(lock);
     Recording::SessionState stateAtBegin KX_GUARDED_BY(lock); // of the log
     Recording::RestPoints rests KX_GUARDED_BY(lock);

@@ -105,6 +105,14 @@ bool RestPoints::wasDisproved(const EntryLog::Place& place) const {
     return disprovedSince && !(place < *disprovedSince);
 }
 
+void RestPoints::clear() {
+    points.clear();
+    disprovedSince.reset();
+    lastPress = lastStep = {};
+    before = {};
+    hasStep = false;
+}
+
 void RestPoints::dropBefore(const EntryLog::Place& place) {
     while (!points.empty() && points.front() < place)
         points.pop_front();

@@ -41,6 +41,9 @@ public:
 
     void dropBefore(const EntryLog::Place& place);
 
+    /// Forgets all, without an allocation.
+    void clear();
+
     std::size_t bytes() const { return points.size() * sizeof(EntryLog::Place); }
 
     /// In a long rest, only one point in this time is kept, and the last one.

@@ -2,8 +2,8 @@
 #include "platform/KXEndPointHandler.h"
 #include "platform/KXEndPointManager.h"
 #include "support/BusFolder.h"
-#include "support/CountingAllocator.h"
 #include "support/Waiting.h"
+#include "tests/support/HeapCount.h"
 
 #include <gtest/gtest.h>
 
@@ -22,11 +22,12 @@ class IdleHandler : public KX::KXEndPointHandler {
 
 /// Calls \p attempt with memory for 0, 1, 2, ... allocations until it succeeds. \return how often it failed
 template<class Attempt>
-long countFailures(Attempt attempt) {
-    for (long successes = 0; successes < 1000; ++successes)
+unsigned long countFailures(Attempt attempt) {
+    for (unsigned long successes = 0; successes < 1000; ++successes)
         if (attempt(successes))
             return successes;
-    return -1;
+    ADD_FAILURE() << "never succeeded";
+    return 0;
 }
 
 /// Each step of the opening may find no memory.
@@ -34,10 +35,10 @@ TEST(KXCANRawMemory, aBusThatFindsNoMemoryIsNullAndLeavesNothingBehind) {
     const BusFolder folder;
     testing::internal::CaptureStderr();
     const int descriptors = countOpenDescriptors();
-    const long failures = countFailures([&](long successes) {
+    const unsigned long failures = countFailures([&](unsigned long successes) {
         std::unique_ptr<KXCANRaw> bus;
         {
-            const NoMoreMemory limit(successes);
+            const KX::test::NoMoreMemory limit(successes);
             bus.reset(KXCANRaw::create(0, 0, 0));
         }
         if (!bus) {
@@ -47,7 +48,7 @@ TEST(KXCANRawMemory, aBusThatFindsNoMemoryIsNullAndLeavesNothingBehind) {
         return bus != nullptr;
     });
     const std::string said = testing::internal::GetCapturedStderr();
-    EXPECT_GT(failures, 2) << "the replaced allocator does not see the library's allocations";
+    EXPECT_GT(failures, 2U) << "the replaced allocator does not see the library's allocations";
     EXPECT_EQ(said.find("[kx_can_raw:1] bus 0: no memory is left\n"), 0u) << said;
 }
 
@@ -56,7 +57,7 @@ TEST(KXCANRawMemory, aReconnectWithoutMemoryFailsOrSucceedsAsWithIt) {
     const std::unique_ptr<KXCANRaw> bus(KXCANRaw::create(0, 0, 0));
     ASSERT_NE(bus, nullptr);
     const auto reconnect = [&] {
-        const NoMoreMemory limit;
+        const KX::test::NoMoreMemory limit;
         return bus->reconnect();
     };
     std::filesystem::remove(folder.path);
@@ -75,7 +76,7 @@ TEST(KXEndPointManagerMemory, anEndPointForWhichNoMemoryIsLeftIsRefused) {
     IdleHandler handler;
     int status = -1;
     {
-        const NoMoreMemory limit;
+        const KX::test::NoMoreMemory limit;
         status = manager.addEndPoint(bus.get(), &handler);
     }
     EXPECT_EQ(status, 20);

@@ -1,6 +1,6 @@
 #include "platform/KXDebug.h"
 
-#include "support/CountingAllocator.h"
+#include "tests/support/HeapCount.h"
 
 #include <gtest/gtest.h>
 
@@ -19,28 +19,28 @@ protected:
 const unsigned int KXDebugCost::key = KX::KXDebug::insertNewDebugSection("cost");
 
 TEST_F(KXDebugCost, aMessageThatIsOffAllocatesNothing) {
-    const long before = countAllocations();
+    const unsigned long before = KX::test::heapAllocations;
     for (int i = 0; i < 1000; ++i) {
         print(4);
         print(2);
     }
-    EXPECT_EQ(countAllocations(), before);
+    EXPECT_EQ(KX::test::heapAllocations, before);
 }
 
 TEST_F(KXDebugCost, aLongMessageThatIsOnIsCountedByTheSameMeans) {
     testing::internal::CaptureStderr();
-    const long before = countAllocations();
+    const unsigned long before = KX::test::heapAllocations;
     print(1);
-    const long after = countAllocations();
+    const unsigned long after = KX::test::heapAllocations;
     EXPECT_GT(testing::internal::GetCapturedStderr().size(), 2000u);
     EXPECT_GT(after, before) << "the replaced allocator does not see the library's allocations";
 }
 
 TEST_F(KXDebugCost, aShortMessageThatIsOnAllocatesNothing) {
     testing::internal::CaptureStderr();
-    const long before = countAllocations();
+    const unsigned long before = KX::test::heapAllocations;
     KX::KXDebug::debugPrintError(1, key, "%d", 1);
-    const long after = countAllocations();
+    const unsigned long after = KX::test::heapAllocations;
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "[cost:1] 1\n");
     EXPECT_EQ(after, before);
 }

@@ -1,6 +1,7 @@
 #include "platform/KXMutex.h"
 #include "platform/KXThread.h"
-#include "support/CountingAllocator.h"
+
+#include "tests/support/HeapCount.h"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +12,7 @@ TEST(KXThreadMemoryTest, aThreadThatThereIsNoMemoryForIsNullAndTold) {
     testing::internal::CaptureStderr();
     KX::KXThread* thread = nullptr;
     {
-        const NoMoreMemory limit;
+        const KX::test::NoMoreMemory limit;
         thread = KX::KXThread::create(name);
     }
     EXPECT_EQ(thread, nullptr);
@@ -23,7 +24,7 @@ TEST(KXThreadMemoryTest, aThreadThatThereIsNoMemoryForIsNullAndTold) {
 TEST(KXMutexMemoryTest, aMutexThatThereIsNoMemoryForIsNull) {
     KX::KXMutex* mutex = nullptr;
     {
-        const NoMoreMemory limit;
+        const KX::test::NoMoreMemory limit;
         mutex = KX::KXMutex::create();
     }
     EXPECT_EQ(mutex, nullptr);

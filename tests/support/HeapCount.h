@@ -1,55 +1,32 @@
 #pragma once
 
 #include <atomic>
-#include <cstdlib>
-#include <new>
 
-// Counts every allocation of the program and can make one fail. It replaces the global operators, so only the
-// single source of a test program may include it.
+// Counts every allocation of the program and can make some fail. HeapCount.cpp replaces the global operators, so each
+// program that includes this header compiles that source, too.
 
 namespace KX::test {
 
-inline std::atomic<unsigned long> heapAllocations{0};
+/// Allocations so far.
+extern std::atomic<unsigned long> heapAllocations;
+
+/// Allocated blocks that are not freed yet.
+extern std::atomic<long> heapBlocks;
 
 /// The allocation of this number fails, once; 0: none.
-inline std::atomic<unsigned long> failingAllocation{0};
+extern std::atomic<unsigned long> failingAllocation;
+
+/// Asked at each allocation whether it fails; null: none does. \p caller is the code that called the operator.
+extern std::atomic<bool (*)(const void* caller)> failsAllocation;
+
+/// While it lives, only the next \p successes allocations of the program succeed.
+class NoMoreMemory {
+public:
+    explicit NoMoreMemory(unsigned long successes = 0);
+    ~NoMoreMemory();
+
+    NoMoreMemory(const NoMoreMemory&) = delete;
+    NoMoreMemory& operator=(const NoMoreMemory&) = delete;
+};
 
 } // namespace KX::test
-
-// Replaces all forms, because AddressSanitizer's own forms do not fit together with these.
-
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    if (++KX::test::heapAllocations == KX::test::failingAllocation)
-        return nullptr;
-    return std::malloc(size);
-}
-
-void* operator new(std::size_t size) {
-    if (void* memory = operator new(size, std::nothrow))
-        return memory;
-    throw std::bad_alloc();
-}
-
-void* operator new[](std::size_t size) {
-    return operator new(size);
-}
-
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
-    return operator new(size, std::nothrow);
-}
-
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
-
-void operator delete[](void* memory) noexcept {
-    std::free(memory);
-}
-
-void operator delete[](void* memory, std::size_t) noexcept {
-    std::free(memory);
-}

@@ -13,6 +13,9 @@ namespace {
 /// Token of the eventfd that ends a sleep. Numbers of registrations begin at 1.
 constexpr std::uint64_t wakeUpToken = 0;
 
+/// A waiting thread uses one end point at a time, and one more for each wait inside a handler.
+constexpr std::size_t usualUses = 8;
+
 epoll_event makeRequest(EndPointTable::Number number, std::uint32_t generation) {
     epoll_event request{};
     request.events = EPOLLIN | EPOLLRDHUP;
@@ -61,6 +64,7 @@ bool EndPointTable::add(KXEndPoint* endPoint, KXEndPointHandler* handler, int de
                                    [&](const auto& entry) { return entry.second.endPoint == endPoint; });
     if (known || !isOpen())
         return false;
+    users.reserve(usualUses); // now, because a wait without memory would fail again and again
     const Number number = ++lastNumber;
     Registration& registration = registrations[number];
     registration.endPoint = endPoint;

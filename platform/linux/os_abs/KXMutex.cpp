@@ -26,10 +26,18 @@ int initializeMutex(pthread_mutex_t* mutex, int protocol) {
     return error;
 }
 
-[[gnu::noinline]] void reportDoubleLock() {
+unsigned int getDebugKey() {
     static const unsigned int key = KXDebug::insertNewDebugSection("kx_mutex");
+    return key;
+}
+
+/// Registers the section when the library is loaded: a lock must not need memory.
+[[maybe_unused]] const unsigned int keyOfLoadTime = getDebugKey();
+
+[[gnu::noinline]] void reportDoubleLock() {
     KXDebug::debugPrintError(
-        1, key, "a thread locks a mutex that it holds already; an after-post hook must not hand input in");
+        1, getDebugKey(),
+        "a thread locks a mutex that it holds already; an after-post hook must not hand input in");
 }
 
 class PosixMutex final : public KXMutex {
