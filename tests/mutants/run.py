@@ -53,7 +53,8 @@ class Results:
         self.path = path
         self.known = {}
         self.lock = threading.Lock()
-        self.digests = {}
+        # Taken at the start, as the copies are: a test that changes meanwhile is not the one that runs.
+        self.digests = {folder: self._digest(folder) for folder in PROGRAMS}
         self.last = {}  # result of each mutant, whatever the tests were
         if path.exists():
             for line in path.read_text().splitlines():
@@ -62,11 +63,8 @@ class Results:
 
     def key(self, mutant, text):
         """Of the mutated source and of all that decides its result beside the other sources."""
-        folder = folder_of(mutant.file)
-        if folder not in self.digests:
-            self.digests[folder] = self._digest(folder)
         mutated = hashlib.sha256("\0".join((mutant.file, mutant.apply(text))).encode()).hexdigest()
-        return mutated[:32] + "-" + self.digests[folder][:32]
+        return mutated[:32] + "-" + self.digests[folder_of(mutant.file)][:32]
 
     def survived_before(self, mutant):
         """Whether the mutant survived when it was tested last, with other tests perhaps."""
@@ -86,7 +84,6 @@ class Results:
             self._remember(dict(result, key=key))
             with open(self.path, "a", encoding="utf-8") as file:
                 file.write(json.dumps(self.known[key]) + "\n")
-
 
     def _remember(self, result):
         self.known[result["key"]] = result
@@ -126,6 +123,7 @@ class Run:
         self.counts = {"killed": 0, "survived": 0, "equivalent": 0, "unbuildable": 0}
         self.survivors = []
         self.lock = threading.Lock()
+        self.building = threading.Lock()
         self.measuring = threading.Lock()
         self.total = sum(choice.wanted for choice in choices)
         self.problem = None
@@ -142,8 +140,11 @@ class Run:
         tree.restore()
         for preset in sorted({preset for preset, _ in steps}):
             say(f"Building the tests of {folder} in {tree.build_folder(preset).relative_to(TOP)}")
-            tree.configure(preset)
-            built, output = tree.build(preset, [program for its_preset, program in steps if its_preset == preset])
+            # One tree after the other: a compiler cache then spares the others the work.
+            with self.building:
+                tree.configure(preset)
+                built, output = tree.build(preset, [program for its_preset, program in steps if its_preset == preset],
+                                           self.arguments.jobs)
             if not built:
                 raise CannotTest(f"{output}\nthe sources as they are cannot be built")
         for preset, program in steps:
