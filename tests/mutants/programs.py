@@ -18,11 +18,12 @@ PROGRAMS = {
     "input": ["input_tests", "can_keypad_tests", "without_memory_tests", "manager_heap_tests", "key_event_tests",
               "key_thread_tests", "keypad_model_test", "loop_test", "models_test", "manager_tests"],
     "platform/linux/utility": ["platform_linux_utility_test", "platform_linux_heap_test"],
-    "platform/linux/os_abs": ["platform_linux_wait_test", "platform_linux_os_abs_test", "platform_linux_heap_test",
-                              "manager_tests"],
-    "platform/linux/hardware": ["platform_linux_can_start_test", "platform_linux_hardware_test"],
+    "platform/linux/os_abs": ["platform_linux_pipe_limit_test", "platform_linux_wait_test", "platform_linux_heap_test",
+                              "platform_linux_os_abs_test", "manager_tests"],
+    "platform/linux/hardware": ["platform_linux_can_start_test", "platform_linux_heap_test",
+                                "platform_linux_can_loss_test", "platform_linux_hardware_test"],
     "toolkit": ["input_clock_tests", "toolkit_tests", "event_notifier_tests", "loop_test"],
-    "recording": ["recording_test", "recording_corpus_test", "replay_test"],
+    "recording": ["recording_test", "replay_test"],
 }
 
 THREAD_PROGRAMS = {
@@ -49,7 +50,7 @@ TESTS = {  # their results depend on these folders below tests/
     "platform/linux/os_abs": ["platform_linux"],
     "platform/linux/hardware": ["platform_linux"],
     "toolkit": ["toolkit", "loop"],
-    "recording": ["recording", "replay", "fuzz"],
+    "recording": ["recording", "replay"],
 }
 
 # As in the properties of their tests. Qt is not instrumented, so ThreadSanitizer does not see its locks.
@@ -162,10 +163,11 @@ FOLDERS = {  # of the programs, below tests/
     "action_heap_tests": "actions", "action_tests": "actions", "can_keypad_tests": "input",
     "encoder_tests": "encoder", "event_heap_tests": "events", "event_notifier_tests": "toolkit",
     "event_tests": "events", "input_clock_tests": "toolkit", "input_tests": "input", "key_event_tests": "input",
-    "key_thread_tests": "input", "keypad_model_test": "models", "loop_test": "loop", "manager_heap_tests": "input", "manager_tests": "input",
-    "models_test": "models", "models_threads_test": "models", "platform_linux_can_start_test": "platform_linux",
+    "key_thread_tests": "input", "keypad_model_test": "models", "loop_test": "loop", "manager_heap_tests": "input",
+    "manager_tests": "input", "models_test": "models", "models_threads_test": "models",
+    "platform_linux_can_loss_test": "platform_linux", "platform_linux_can_start_test": "platform_linux",
     "platform_linux_hardware_test": "platform_linux", "platform_linux_heap_test": "platform_linux",
-    "platform_linux_os_abs_test": "platform_linux", "platform_linux_utility_test": "platform_linux",
-    "platform_linux_wait_test": "platform_linux", "recording_corpus_test": "fuzz", "recording_test": "recording",
-    "replay_test": "replay", "toolkit_tests": "toolkit", "without_memory_tests": "input",
+    "platform_linux_os_abs_test": "platform_linux", "platform_linux_pipe_limit_test": "platform_linux",
+    "platform_linux_utility_test": "platform_linux", "platform_linux_wait_test": "platform_linux",
+    "recording_test": "recording", "replay_test": "replay", "toolkit_tests": "toolkit", "without_memory_tests": "input",
 }

@@ -131,6 +131,11 @@ class Lists(unittest.TestCase):
         for folders in [*programs.PROGRAMS.values(), *programs.THREAD_PROGRAMS.values()]:
             self.assertLessEqual(set(folders), set(programs.FOLDERS))
 
+    def test_every_program_is_built(self):
+        for program, folder in programs.FOLDERS.items():
+            lists = (run.TOP / "tests" / folder / "CMakeLists.txt").read_text(encoding="utf-8")
+            self.assertRegex(lists, rf"_test\({program}\s")
+
     def test_the_choice_is_of_at_least_200(self):
         class Arguments:
             pattern, by_hand, times = None, False, 1
