@@ -10,8 +10,8 @@ import re
 from dataclasses import dataclass
 
 # A mutant with one of these in its lines is about threads.
-THREADS = re.compile(r"[Mm]utex|[Ll]ock\b|_lock|lock_|guard|notify|wait|\.load\(|\.store\(|atomic|compare_exchange|"
-                     r"exchange\(|fetch_|publish|condition|stopThread")
+THREADS = re.compile(r"[Mm]utex|\b[Ll]ock\b|[a-z]Lock\b|_lock|lock_|guard|notify|wait|\.load\(|\.store\(|atomic|"
+                     r"compare_exchange|exchange\(|fetch_|publish|condition|stopThread")
 
 
 @dataclass(frozen=True)
@@ -181,7 +181,7 @@ def _is_in_function(code, place):
 
 
 def _is_about_locks(statement):
-    return bool(_LOCK.match(statement) or re.search(r"(->|\.)(un)?lock\(\)|notify|\bwait", statement))
+    return bool(_LOCK.match(statement) or re.search(r"(->|\.)(un)?lock\(\)|notify|\bwait\w*\(", statement))
 
 
 def _deletions(code, _text):
