@@ -116,6 +116,11 @@ class Lists(unittest.TestCase):
         self.assertEqual([mutant.operator for mutant in all_mutants("events/a.cpp", SOURCE)
                           if by_hand.is_equivalent(mutant, keys)], ["boundary"])
 
+    def test_an_equivalent_mutant_is_recognised_whatever_its_comment_says(self):
+        entry = ("file: events/a.cpp\noperator: boundary\nline: ready = count + 1 < limit; // other words\n"
+                 "becomes: <=\nreason: it is\n")
+        self.read(by_hand.read_equivalent, entry, {"events/a.cpp": SOURCE})
+
     def test_an_entry_that_fits_no_mutant_is_an_error(self):
         entry = "file: events/a.cpp\noperator: boundary\nline: gone();\nbecomes: <=\nreason: it is\n"
         with self.assertRaisesRegex(BadEntry, "no mutant of events/a.cpp fits"):

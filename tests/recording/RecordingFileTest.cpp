@@ -250,6 +250,19 @@ TEST_F(RecordingFileTest, MayHaveDescriptor0) {
     close(standardInput);
 }
 
+TEST_F(RecordingFileTest, AnErrorOfAnEarlierCallDoesNotMatter) {
+    for (const int error : {EWOULDBLOCK, EINTR, EEXIST, EINVAL, ENOENT}) {
+        errno = error;
+        EntryFile file(path);
+        errno = error;
+        EXPECT_TRUE(file.write(1000, Pass())) << error;
+        EXPECT_EQ(content(), head + "1000 pass\n") << error;
+        errno = error;
+        EXPECT_TRUE(file.finish()) << error;
+        std::filesystem::remove(path);
+    }
+}
+
 TEST_F(RecordingFileTest, APipeThatNobodyReadsIsRefused) {
     ASSERT_EQ(0, mkfifo(path.c_str(), 0600));
     EXPECT_EQ(path.string() + ": nobody reads this pipe", refusalOf(path));

@@ -1,4 +1,4 @@
-// A program that has closed its standard input gets descriptor 0 for what it opens next. It is as good as any other.
+// What a process brings along must not matter: a free descriptor 0, and the errno of an earlier call.
 
 #include "platform/KXEndPointManager.h"
 #include "platform/KXPipe.h"
@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -20,6 +21,7 @@ bool isOpen(int descriptor) {
     return fcntl(descriptor, F_GETFD) >= 0;
 }
 
+// A program that has closed its standard input gets descriptor 0 for what it opens next.
 class DescriptorZeroTest : public testing::Test {
 protected:
     void SetUp() override {
@@ -85,6 +87,19 @@ TEST_F(DescriptorZeroTest, servesAManager) {
         EXPECT_EQ(manager.addEndPoint(&endPoint, &handler), 0);
     }
     EXPECT_FALSE(isOpen(0));
+}
+
+TEST(StaleErrnoTest, doesNotRepeatAWriteOrARead) {
+    KXPipe pipe;
+    ASSERT_EQ(pipe.init(), 0);
+    char text[] = "text";
+    errno = EINTR;
+    EXPECT_EQ(pipe.writeIntoPipe(text, sizeof(text)), 0);
+    EXPECT_EQ(pipe.getNoOfBytesAvailable(), static_cast<int>(sizeof(text)));
+    EXPECT_EQ(pipe.writeIntoPipe(text, sizeof(text)), 0);
+    errno = EINTR;
+    EXPECT_EQ(pipe.readFromPipe(text, sizeof(text)), 0);
+    EXPECT_EQ(pipe.getNoOfBytesAvailable(), static_cast<int>(sizeof(text)));
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-// As for pipes and end points: a bus may get descriptor 0.
+// What a process brings along must not matter to a bus: a free descriptor 0, and the errno of an earlier call.
 
 #include "platform/KXCANMessage.h"
 #include "platform/KXCANRaw.h"
@@ -6,13 +6,14 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <fcntl.h>
 #include <memory>
 #include <unistd.h>
 
 namespace {
 
-TEST(BusAtDescriptorZeroTest, receivesFramesAndClosesIt) {
+TEST(BusSurroundingsTest, aBusAtDescriptor0ReceivesFramesAndClosesIt) {
     const BusFolder bus;
     const int standardInput = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 100);
     close(STDIN_FILENO);
@@ -35,6 +36,23 @@ TEST(BusAtDescriptorZeroTest, receivesFramesAndClosesIt) {
     if (standardInput >= 0)
         dup2(standardInput, STDIN_FILENO);
     close(standardInput);
+}
+
+TEST(BusSurroundingsTest, anErrorOfAnEarlierCallDoesNotMatter) {
+    for (const int error : {EWOULDBLOCK, EINTR, EBADF, ENOENT, ECONNREFUSED, ENETDOWN}) {
+        const BusFolder bus;
+        errno = error;
+        const std::unique_ptr<KX::KXCANRaw> endPoint(KX::KXCANRaw::create(0, 0, 0));
+        ASSERT_TRUE(endPoint) << error;
+        EXPECT_TRUE(endPoint->isConnected()) << error;
+        EXPECT_TRUE(sendFrame(bus.path, 0x123));
+        KX::KXCANMessage message;
+        errno = error;
+        EXPECT_EQ(endPoint->readFrame(message), 0) << error;
+        errno = error;
+        EXPECT_EQ(endPoint->reconnect(), 0) << error;
+        EXPECT_TRUE(endPoint->isConnected()) << error;
+    }
 }
 
 } // namespace
