@@ -64,10 +64,10 @@ def in_even_order(mutants):
     """The same mutants, the operators in turn. The order looks random, but depends on nothing but the lines."""
     by_operator = {}
     for index, mutant in enumerate(mutants):
-        by_operator.setdefault(mutant.operator, []).append((_lot(mutant.operator, mutant.line, index), mutant))
+        by_operator.setdefault(mutant.operator, []).append((lot(mutant.operator, mutant.line, index), mutant))
     if not mutants:
         return []
-    turns = sorted(by_operator, key=lambda operator: _lot(mutants[0].file, operator))
+    turns = sorted(by_operator, key=lambda operator: lot(mutants[0].file, operator))
     queues = [sorted(by_operator[operator], key=lambda pair: pair[0]) for operator in turns]
     ordered = []
     while any(queues):
@@ -77,7 +77,7 @@ def in_even_order(mutants):
     return ordered
 
 
-def _lot(*parts):
+def lot(*parts):
     return hashlib.sha256("\0".join(map(str, parts)).encode()).hexdigest()
 
 

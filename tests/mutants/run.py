@@ -7,6 +7,7 @@ import argparse
 import difflib
 import fcntl
 import hashlib
+import itertools
 import json
 import math
 import os
@@ -24,7 +25,7 @@ sys.path.insert(0, str(TOP / "tests" / "support"))
 
 from by_hand import is_equivalent, read_by_hand, read_equivalent  # noqa: E402
 from entries import BadEntry  # noqa: E402
-from operators import all_mutants, in_even_order  # noqa: E402
+from operators import all_mutants, in_even_order, lot  # noqa: E402
 from programs import PROGRAMS, TESTS, Runner, Stopped, folder_of, steps_for  # noqa: E402
 from trees import CannotTest, Tree  # noqa: E402
 
@@ -270,11 +271,23 @@ def chosen(sources, by_hand, arguments):
             choices.append(Choice([mutant], 1))
     if arguments.by_hand:
         return choices
+    others = {folder: [] for folder in PROGRAMS}
     for file, text in sources.items():
         if matches(file, arguments.pattern):
             mutants = in_even_order(all_mutants(file, text))
-            choices.append(Choice(mutants, round(math.sqrt(len(mutants)) / 2 * arguments.times)))
+            wanted = round(math.sqrt(len(mutants)) / 2 * arguments.times)
+            choices.append(Choice(mutants, wanted))
+            others[folder_of(file)] += mutants[wanted:]
+    if arguments.sample:
+        return [Choice(sampled(others), arguments.sample)]
     return choices
+
+
+def sampled(others):
+    """Mutants of the folders in turn, as if drawn by lot, but the same each time."""
+    queues = [sorted(mutants, key=lambda mutant: lot(mutant.file, mutant.begin, mutant.operator, mutant.replacement))
+              for mutants in others.values()]
+    return [mutant for turn in itertools.zip_longest(*queues) for mutant in turn if mutant]
 
 
 def matches(file, pattern):
@@ -291,6 +304,9 @@ def parse_arguments():
     parser.add_argument("--by-hand", action="store_true", help="only the mutants of tests/mutants/by-hand.txt")
     parser.add_argument("--survivors", action="store_true", help="only those that survived when last tested")
     parser.add_argument("--times", type=float, default=1, metavar="N", help="tests N times as many (1)")
+    parser.add_argument("--sample", type=int, default=0, metavar="N",
+                        help="tests N others instead, of all folders in turn: what the tests are worth that were made "
+                             "for the usual ones")
     parser.add_argument("--jobs", type=int, default=os.cpu_count(), metavar="N", help="at once (%(default)s)")
     parser.add_argument("--list", action="store_true", help="only prints the mutants in their order")
     return parser.parse_args()

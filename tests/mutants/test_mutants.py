@@ -143,9 +143,20 @@ class Lists(unittest.TestCase):
 
     def test_the_choice_is_of_at_least_200(self):
         class Arguments:
-            pattern, by_hand, times = None, False, 1
+            pattern, by_hand, times, sample = None, False, 1, 0
         choices = run.chosen(run.read_sources(), [], Arguments)
         self.assertGreaterEqual(sum(choice.wanted for choice in choices), 200)
+
+    def test_a_sample_is_of_others_and_of_all_folders(self):
+        class Arguments:
+            pattern, by_hand, times, sample = None, False, 1, 0
+        usual = {mutant for choice in run.chosen(run.read_sources(), [], Arguments)
+                 for mutant in choice.rest[:choice.wanted]}
+        Arguments.sample = 3 * len(programs.PROGRAMS)
+        choice, = run.chosen(run.read_sources(), [], Arguments)
+        sample = choice.rest[:choice.wanted]
+        self.assertEqual(len(set(sample) - usual), Arguments.sample)
+        self.assertEqual({programs.folder_of(mutant.file) for mutant in sample}, set(programs.PROGRAMS))
 
 
 class Copies(unittest.TestCase):
