@@ -89,7 +89,7 @@ Finding checkMask(std::uint32_t mask) {
     const bool isRun = mask != 0 && mask <= 0xFFFF && ((mask + lowestBit) & mask) == 0;
     if (!isRun)
         return "mask " + hexadecimal(mask) + " is not a run of bits within FFFF";
-    if (mask <= stepsAcrossWrap + lowestBit || mask / lowestBit <= stepsAcrossWrap)
+    if (mask / lowestBit <= stepsAcrossWrap)
         return "mask " + hexadecimal(mask) + " has less than 4 bits";
     return std::nullopt;
 }

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <new>
 #include <vector>
 
@@ -87,8 +88,8 @@ TEST(ActionHeap, is_hardly_reached_by_short_chains_with_loop_detection) {
     EXPECT_LE(allocations, 100U);
 }
 
-// Drains while one allocation fails, and goes on after the exception.
-void drainWhereOneFails(Chain& chain, unsigned long failing) {
+// Drains while some allocations in a row fail, and goes on after each exception.
+void drainWhereSomeFail(Chain& chain, unsigned long failing, int number) {
     test::failingAllocation = test::heapAllocations + failing;
     try {
         chain.begin();
@@ -100,24 +101,81 @@ void drainWhereOneFails(Chain& chain, unsigned long failing) {
             status = chain.queue.executeActions(farAhead, true);
         } catch (const std::bad_alloc&) {
             EXPECT_GT(chain.getBegun(), 0U);
+            if (--number > 0)
+                test::failingAllocation = test::heapAllocations + 1;
         }
 }
 
-TEST(ActionHeap, loses_no_action_where_memory_is_lacking) {
+// How often the memory for the history was lacking. A drain in which the chain itself could not post does not count.
+unsigned int countFailuresInHistory(int number) {
     constexpr std::size_t length = 300;
     unsigned int failuresInHistory = 0;
     for (unsigned long failing = 1; failing < 60; ++failing) {
         Chain chain(length);
-        drainWhereOneFails(chain, failing);
+        drainWhereSomeFail(chain, failing, number);
         const bool hasFailed = test::heapAllocations >= test::failingAllocation;
         test::failingAllocation = 0;
         if (chain.hasFailedToPost())
-            continue; // the chain itself ended there
+            continue;
         EXPECT_EQ(chain.getBegun(), length) << failing;
         EXPECT_TRUE(chain.queue.pendingItems.empty());
         failuresInHistory += hasFailed ? 1 : 0;
     }
-    EXPECT_GE(failuresInHistory, 5U);
+    return failuresInHistory;
+}
+
+TEST(ActionHeap, loses_no_action_where_memory_is_lacking) {
+    EXPECT_GE(countFailuresInHistory(1), 5U);
+}
+
+TEST(ActionHeap, loses_no_action_where_memory_stays_lacking) {
+    EXPECT_GE(countFailuresInHistory(2), 5U);
+}
+
+using Item = KXActionQueue::actionItem;
+
+Item makeItem(std::uintptr_t userData) {
+    return {nullptr, nullptr, KEY_PRESS_EVENT, reinterpret_cast<void*>(userData), 0, 0};
+}
+
+unsigned long allocationsOfFilling(KXActionQueue::itemSet& items, std::size_t number) {
+    const unsigned long before = test::heapAllocations;
+    for (std::size_t i = 0; i < number; ++i)
+        items.add(makeItem(i));
+    return test::heapAllocations - before;
+}
+
+TEST(HistoryHeap, keeps_its_memory_for_256_actions_and_frees_it_for_more) {
+    for (const std::size_t number : {255U, 256U, 257U}) {
+        KXActionQueue::itemSet items;
+        items.reserve(number);
+        allocationsOfFilling(items, number);
+        items.clear();
+        const unsigned long allocations = allocationsOfFilling(items, number);
+        if (number <= 256)
+            EXPECT_EQ(allocations, 0U) << number;
+        else
+            EXPECT_GT(allocations, 0U) << number;
+    }
+}
+
+TEST(HistoryHeap, is_unchanged_where_an_action_finds_no_memory) {
+    unsigned int failures = 0;
+    for (std::size_t number = 0; number < 40; ++number)
+        for (unsigned long failing = 1; failing <= 2; ++failing) {
+            KXActionQueue::itemSet items;
+            allocationsOfFilling(items, number);
+            test::failingAllocation = test::heapAllocations + failing;
+            try {
+                items.add(makeItem(number));
+            } catch (const std::bad_alloc&) {
+                ++failures;
+                EXPECT_EQ(items.size(), number);
+                EXPECT_FALSE(items.lookUp(makeItem(number)));
+            }
+            test::failingAllocation = 0;
+        }
+    EXPECT_GE(failures, 8U);
 }
 
 } // namespace

@@ -192,6 +192,18 @@ TEST_F(ActionQueue, knows_the_running_action_with_loop_detection) {
     EXPECT_EQ(child.executions, 1);
 }
 
+TEST_F(ActionQueue, knows_the_action_that_triggered_the_present_generation) {
+    TestAction parent;
+    TestAction child([&] { EXPECT_EQ(queue->generationTrigger, &parent); });
+    parent.onExecute = [&] {
+        EXPECT_EQ(queue->generationTrigger, nullptr);
+        post(child);
+    };
+    post(parent);
+    EXPECT_EQ(queue->executeActions(farAhead, true), 0);
+    EXPECT_EQ(child.executions, 1);
+}
+
 TEST_F(ActionQueue, runs_what_an_action_posts_in_the_same_drain) {
     int left = 1000;
     TestAction action;

@@ -71,6 +71,31 @@ TEST(HashedSet, tells_apart_by_each_of_four_fields) {
     }
 }
 
+TEST(HashedSet, is_walked_through_forwards_and_backwards) {
+    ItemSet items;
+    for (const unsigned int number : {2U, 3U, 1U})
+        items.add(makeItem(number, 9, 9, 9));
+    EXPECT_TRUE(*items.cbegin() == makeItem(1, 9, 9, 9));
+    EXPECT_EQ(std::distance(items.cbegin(), items.cend()), 3);
+    EXPECT_TRUE(*items.rbegin() == makeItem(3, 9, 9, 9));
+    EXPECT_EQ(std::distance(items.rbegin(), items.rend()), 3);
+}
+
+// The low bits of a hash select the slot of the table. Without them every search would walk over all items.
+TEST(HashedSet, spreads_items_that_differ_in_any_one_field_over_its_slots) {
+    constexpr unsigned int number = 1024;
+    const auto countSlots = [](auto makeItemOf) {
+        std::set<std::uint32_t> slots;
+        for (unsigned int i = 0; i < number; ++i)
+            slots.insert(KXActionQueue::itemHash()(makeItemOf(i)) % number);
+        return slots.size();
+    };
+    EXPECT_GT(countSlots([](unsigned int i) { return makeItem(i, 1, 1, 1); }), number / 16);
+    EXPECT_GT(countSlots([](unsigned int i) { return makeItem(1, i, 1, 1); }), number / 16);
+    EXPECT_GT(countSlots([](unsigned int i) { return makeItem(1, 1, static_cast<int>(i), 1); }), number / 16);
+    EXPECT_GT(countSlots([](unsigned int i) { return makeItem(1, 1, 1, i); }), number / 16);
+}
+
 struct SameHash {
     std::uint32_t operator()(const Item&) const { return 7; }
 };
@@ -111,6 +136,30 @@ TEST(HashedSet, shows_an_item_that_was_added_after_a_walk) {
     EXPECT_EQ(items.erase(makeItem(2, 1, 1, 1)), 1U);
     items.add(makeItem(3, 1, 1, 1));
     expectSame(items, std::vector<Item>{makeItem(1, 1, 1, 1), makeItem(3, 1, 1, 1)});
+}
+
+TEST(HashedSet, shows_items_that_were_added_after_it_was_walked_through_and_cleared) {
+    ItemSet items;
+    items.add(makeItem(2, 1, 1, 1));
+    expectSame(items, std::vector<Item>{makeItem(2, 1, 1, 1)});
+    items.clear();
+    items.add(makeItem(1, 1, 1, 1));
+    expectSame(items, std::vector<Item>{makeItem(1, 1, 1, 1)});
+}
+
+TEST(HashedSet, takes_many_more_than_it_holds) {
+    for (const unsigned int own : {1U, 9U}) {
+        ItemSet items;
+        ItemSet others;
+        for (unsigned int i = 0; i < own; ++i)
+            items.add(makeItem(i, 1, 1, 1));
+        for (unsigned int i = 0; i < 1000; ++i)
+            others.add(makeItem(100 + i, 1, 1, 1));
+        items.addAll(others);
+        EXPECT_EQ(items.size(), own + 1000);
+        EXPECT_EQ(items.count(makeItem(1099, 1, 1, 1)), 1U);
+        EXPECT_EQ(items.count(makeItem(1100, 1, 1, 1)), 0U);
+    }
 }
 
 TEST(HashedSet, takes_what_another_holds_and_keeps_its_own_where_both_hold_one) {

@@ -172,19 +172,22 @@ TEST_F(BackoffMutexTest, passesTheWakeUpOnWhenAWaitIsInterrupted) {
 TEST_F(BackoffMutexTest, letsOneThreadInAtATime) {
     constexpr int threadCount = 4;
     constexpr int roundCount = 20000;
-    int plainCount = 0; // guarded by mutex
+    int plainCount = 0;      // guarded by mutex
+    int lookedFreeCount = 0; // guarded by mutex
     std::vector<std::thread> threads;
     for (int i = 0; i < threadCount; ++i) {
         threads.emplace_back([&] {
             for (int round = 0; round < roundCount; ++round) {
                 const Lock lock(mutex);
                 ++plainCount;
+                lookedFreeCount += isTaken ? 0 : 1;
             }
         });
     }
     for (std::thread& thread : threads)
         thread.join();
     EXPECT_EQ(plainCount, threadCount * roundCount);
+    EXPECT_EQ(lookedFreeCount, 0) << "the others would sleep at once";
 }
 
 TEST_F(BackoffMutexTest, sleepsWhenTheMutexStaysTaken) {

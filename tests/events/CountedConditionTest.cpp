@@ -63,6 +63,13 @@ TEST_F(CountedCondition, wakes_a_thread_that_waits_until_a_time) {
     });
 }
 
+TEST_F(CountedCondition, wakes_a_thread_that_waits_for_some_time_by_the_wall_clock) {
+    expectASignalToEnd([this](Lock& lock) {
+        EXPECT_TRUE(condition.timed_wait(
+            lock, boost::posix_time::hours(1), [this] { return isSignalled; }));
+    });
+}
+
 TEST_F(CountedCondition, wakes_a_thread_that_waits_by_the_plain_condition) {
     boost::condition_variable& plain = condition;
     expectASignalToEnd([&](Lock& lock) {

@@ -81,6 +81,7 @@ class Insertions : public std::streambuf {
 public:
     std::vector<std::string> texts;
     int flushes = 0;
+    std::size_t textsAtFlush = 0;
 
 private:
     std::streamsize xsputn(const char* text, std::streamsize size) override {
@@ -93,6 +94,7 @@ private:
     }
     int sync() override {
         ++flushes;
+        textsAtFlush = texts.size();
         return 0;
     }
 };
@@ -103,6 +105,7 @@ TEST(DiagnosticLine, is_handed_over_in_one_insertion_and_flushed) {
     writeLine(stream, {"a ", 1, " b"});
     EXPECT_EQ(insertions.texts, std::vector<std::string>{"a 1 b\n"});
     EXPECT_EQ(insertions.flushes, 1);
+    EXPECT_EQ(insertions.textsAtFlush, 1U) << "flushed behind the text";
 }
 
 // Takes what is written, or fails in one of the ways in which an output may.

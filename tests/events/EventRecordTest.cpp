@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <initializer_list>
+#include <new>
 
 namespace KX {
 namespace {
@@ -42,6 +44,22 @@ TEST(EventRecord, has_the_same_bytes_on_every_machine) {
     };
     // clang-format on
     EXPECT_EQ(encodeEvent(event), expected);
+}
+
+// A record is made in place, over what earlier calls have left in memory.
+EventRecord encodeOver(int rubbish, KXEvent& event) {
+    alignas(EventRecord) unsigned char memory[sizeof(EventRecord)];
+    std::memset(memory, rubbish, sizeof(memory));
+    return *new (memory) EventRecord(encodeEvent(event));
+}
+
+TEST(EventRecord, has_every_byte_written_for_each_class) {
+    KXEvent plain;
+    KXInputEvent input;
+    KXSignal signal;
+    KXSomeEvent holder;
+    for (KXEvent* const event : std::initializer_list<KXEvent*>{&plain, &input, &signal, &holder})
+        EXPECT_EQ(encodeOver(0xA5, *event), encodeOver(0, *event)) << "class " << event->eventClass;
 }
 
 TEST(EventRecord, comes_back_with_every_field) {

@@ -1,5 +1,6 @@
 #include "CANRemoteKeypadFixture.h"
 #include "input/KXInputObserver.h"
+#include "platform/KXPipe.h"
 
 #include <gmock/gmock.h>
 
@@ -163,8 +164,18 @@ TEST_F(CANRemoteKeypad, a_layout_that_is_not_enabled_opens_no_bus) {
     EXPECT_EQ(KXSimulation::getCANSetting(0), -1);
 }
 
+TEST_F(CANRemoteKeypad, reads_nothing_but_a_bus) {
+    KXPipe pipe;
+    testing::internal::CaptureStdout();
+    handler->onEndPointReadable(&pipe, nullptr);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_THAT(window.take(), IsEmpty());
+}
+
 TEST_F(CANRemoteKeypad, that_is_on_is_told_to_an_observer_that_comes_later) {
-    describeKey(1, 9, 0, 0);
+    describeKey(1, 9, 0, 0).pressed = 1;
+    KeyOptionsCANRemote own{99, 1, 0, 1, keyId, 0};
+    options.keyIndex.emplace(keyId, &own);
     options.enabled = true;
     set(0, enabledLine);
     class Keypads : public KXInputObserver {
@@ -178,6 +189,8 @@ TEST_F(CANRemoteKeypad, that_is_on_is_told_to_an_observer_that_comes_later) {
     EXPECT_TRUE(observer.told[0].enabled);
     EXPECT_EQ(observer.told[0].encoderCANId, options.encoderCANId);
     EXPECT_EQ(observer.told[0].keys[1].keyNumber, 9);
+    EXPECT_EQ(observer.told[0].keys[1].pressed, 0) << "as it was set, without the present states";
+    EXPECT_THAT(observer.told[0].keyIndex, IsEmpty());
 }
 
 TEST_F(CANRemoteKeypad, an_enabled_one_hears_the_frames_of_bus_0) {

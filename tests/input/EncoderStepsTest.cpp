@@ -136,6 +136,14 @@ TEST_F(EncoderSteps, a_posted_bundle_stays_open_for_another_50) {
     EXPECT_EQ(expectMove(4, 1).timeStamp, posted) << "the tick of the last post";
 }
 
+TEST_F(EncoderSteps, the_step_of_a_pass_succeeds_whatever_is_pending) {
+    EXPECT_EQ(manager->sendEncoderMoveEvent(KXTick::getTickCount()), 0);
+    operatorTurns(up);
+    operatorTurns(up);
+    EXPECT_EQ(manager->sendEncoderMoveEvent(KXTick::getTickCount() + 49), 0);
+    EXPECT_EQ(manager->sendEncoderMoveEvent(KXTick::getTickCount() + 50), 0);
+}
+
 TEST_F(EncoderSteps, rests_for_50) {
     for (const unsigned int restMs : {49U, 50U, 51U}) {
         timePasses(1000);

@@ -94,6 +94,15 @@ TEST_F(Manager, deinitialized_drops_posts_and_has_no_events) {
     EXPECT_EQ(KXSimulation::getLivingObjects(), 0U);
 }
 
+TEST_F(Manager, deinitialized_leaves_moves_as_they_come) {
+    manager->deinitialize();
+    KXInputEvent move;
+    move.eventType = ENCODER_MOVE_EVENT;
+    move.value = 77;
+    EXPECT_EQ(manager->inputEventOccurred(move), 0);
+    EXPECT_EQ(move.value, 77);
+}
+
 TEST_F(Manager, numbers_each_queue_that_it_makes) {
     const unsigned int first = manager->getInputEventsQueueNumber();
     EXPECT_NE(0U, first);

@@ -235,6 +235,22 @@ TEST_F(ObserverSetLater, is_told_the_settings_of_the_moment_first) {
                                           "setting 2 = 1500", "setting 3 = 900", "table of 7", "keys: 8"));
 }
 
+// Each setting is one that a new manager accepts: its long-press time is 2000.
+TEST_F(ObserverSetLater, is_told_the_longer_time_first_where_the_double_press_needs_it) {
+    manager->setLongKeyPressDuration(4000);
+    for (const unsigned int doublePressMs : {1999U, 2000U, 2001U}) {
+        manager->setDoubleKeyPressDuration(doublePressMs);
+        Notes notes;
+        std::vector<std::string> expected = {setting(KXInputSetting::DoubleKeyPressDuration, doublePressMs),
+                                             setting(KXInputSetting::LongKeyPressDuration, 4000)};
+        if (doublePressMs >= 2000)
+            std::swap(expected[0], expected[1]);
+        std::vector<std::string> told = notes.take();
+        told.resize(2);
+        EXPECT_EQ(told, expected);
+    }
+}
+
 TEST_F(ObserverSetLater, changes_nothing_that_is_posted) {
     for (const bool isObserved : {false, true}) {
         KXInputObserver observer; // with empty operations

@@ -282,6 +282,17 @@ TEST_F(Press, of_a_plain_class_number_becomes_a_long_press_that_is_an_input_even
     EXPECT_EQ(longPress.keyCode, 9);
 }
 
+TEST_F(Press, the_step_of_a_pass_succeeds_whatever_is_pending) {
+    EXPECT_EQ(manager->sendLongPressEvent(0), 0);
+    operatorPresses(keyA);
+    EXPECT_EQ(manager->sendLongPressEvent(1999), 0);
+    EXPECT_EQ(manager->sendLongPressEvent(2000), 0);
+    expectPosted(KEY_PRESS_EVENT);
+    expectPosted(KEY_LONG_PRESS_EVENT);
+    EXPECT_EQ(manager->sendLongPressEvent(2100), 0);
+    expectNothingMore();
+}
+
 // Durations.
 
 TEST_F(Press, durations_keep_double_below_long) {

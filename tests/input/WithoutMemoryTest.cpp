@@ -126,6 +126,22 @@ TEST_F(WithoutMemory, the_encoder_is_made_whole_or_not_at_all) {
     EXPECT_GE(failEachAllocation(makeEncoder, expectWhole), 3);
 }
 
+TEST_F(WithoutMemory, a_queue_that_is_not_made_takes_no_number) {
+    unsigned int failuresOfQueue = 0;
+    for (unsigned long failing = 1; failing < 12; ++failing) {
+        const unsigned int before = manager->getInputEventsQueueNumber();
+        manager->deinitialize();
+        failingAllocation = heapAllocations + failing;
+        EXPECT_THROW(manager->initialize(), std::bad_alloc) << failing;
+        failingAllocation = 0;
+        const bool isQueueMade = manager->getInputEventsQueue() != nullptr;
+        failuresOfQueue += isQueueMade ? 0 : 1;
+        EXPECT_EQ(manager->initialize(), 0);
+        EXPECT_EQ(manager->getInputEventsQueueNumber(), before + 1) << failing;
+    }
+    EXPECT_GE(failuresOfQueue, 2U);
+}
+
 TEST_F(WithoutMemory, the_keypad_keeps_its_layout_while_it_is_not_enabled) {
     manager->setCANRemoteOptions(layoutWithKeyAt(keyId));
     const CANRemoteOptions other = layoutWithKeyAt(keyId + 1);

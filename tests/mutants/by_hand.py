@@ -1,5 +1,6 @@
 """Mutants made by hand, and the list of those that behave like the original."""
 
+import re
 from dataclasses import dataclass, replace
 
 from entries import BadEntry, read_entries
@@ -79,7 +80,12 @@ def _key(mutant):
 
 
 def _fits(key, mutant):
-    return key[:3] == mutant[:3] and _plain(key[3]) == _plain(mutant[3])
+    return (key[:2] == mutant[:2] and _without_comment(key[2]) == _without_comment(mutant[2])
+            and _plain(key[3]) == _plain(mutant[3]))
+
+
+def _without_comment(line):
+    return re.sub(r"\s*//.*", "", line)
 
 
 def _plain(text):

@@ -10,8 +10,8 @@ import re
 from dataclasses import dataclass
 
 # A mutant with one of these in its lines is about threads.
-THREADS = re.compile(r"[Mm]utex|[Ll]ock\b|_lock|lock_|guard|notify|wait|\.load\(|\.store\(|atomic|compare_exchange|"
-                     r"exchange\(|fetch_|publish|condition|stopThread")
+THREADS = re.compile(r"[Mm]utex|\b[Ll]ock\b|[a-z]Lock\b|_lock|lock_|guard|notify|wait|\.load\(|\.store\(|atomic|"
+                     r"compare_exchange|exchange\(|fetch_|publish|condition|stopThread")
 
 
 @dataclass(frozen=True)
@@ -64,10 +64,10 @@ def in_even_order(mutants):
     """The same mutants, the operators in turn. The order looks random, but depends on nothing but the lines."""
     by_operator = {}
     for index, mutant in enumerate(mutants):
-        by_operator.setdefault(mutant.operator, []).append((_lot(mutant.operator, mutant.line, index), mutant))
+        by_operator.setdefault(mutant.operator, []).append((lot(mutant.operator, mutant.line, index), mutant))
     if not mutants:
         return []
-    turns = sorted(by_operator, key=lambda operator: _lot(mutants[0].file, operator))
+    turns = sorted(by_operator, key=lambda operator: lot(mutants[0].file, operator))
     queues = [sorted(by_operator[operator], key=lambda pair: pair[0]) for operator in turns]
     ordered = []
     while any(queues):
@@ -77,7 +77,7 @@ def in_even_order(mutants):
     return ordered
 
 
-def _lot(*parts):
+def lot(*parts):
     return hashlib.sha256("\0".join(map(str, parts)).encode()).hexdigest()
 
 
@@ -181,7 +181,7 @@ def _is_in_function(code, place):
 
 
 def _is_about_locks(statement):
-    return bool(_LOCK.match(statement) or re.search(r"(->|\.)(un)?lock\(\)|notify|\bwait", statement))
+    return bool(_LOCK.match(statement) or re.search(r"(->|\.)(un)?lock\(\)|notify|\bwait\w*\(", statement))
 
 
 def _deletions(code, _text):

@@ -7,6 +7,7 @@ import argparse
 import difflib
 import fcntl
 import hashlib
+import itertools
 import json
 import math
 import os
@@ -24,7 +25,7 @@ sys.path.insert(0, str(TOP / "tests" / "support"))
 
 from by_hand import is_equivalent, read_by_hand, read_equivalent  # noqa: E402
 from entries import BadEntry  # noqa: E402
-from operators import all_mutants, in_even_order  # noqa: E402
+from operators import all_mutants, in_even_order, lot  # noqa: E402
 from programs import PROGRAMS, TESTS, Runner, Stopped, folder_of, steps_for  # noqa: E402
 from trees import CannotTest, Tree  # noqa: E402
 
@@ -53,7 +54,8 @@ class Results:
         self.path = path
         self.known = {}
         self.lock = threading.Lock()
-        self.digests = {}
+        # Taken at the start, as the copies are: a test that changes meanwhile is not the one that runs.
+        self.digests = {folder: self._digest(folder) for folder in PROGRAMS}
         self.last = {}  # result of each mutant, whatever the tests were
         if path.exists():
             for line in path.read_text().splitlines():
@@ -62,11 +64,8 @@ class Results:
 
     def key(self, mutant, text):
         """Of the mutated source and of all that decides its result beside the other sources."""
-        folder = folder_of(mutant.file)
-        if folder not in self.digests:
-            self.digests[folder] = self._digest(folder)
         mutated = hashlib.sha256("\0".join((mutant.file, mutant.apply(text))).encode()).hexdigest()
-        return mutated[:32] + "-" + self.digests[folder][:32]
+        return mutated[:32] + "-" + self.digests[folder_of(mutant.file)][:32]
 
     def survived_before(self, mutant):
         """Whether the mutant survived when it was tested last, with other tests perhaps."""
@@ -86,7 +85,6 @@ class Results:
             self._remember(dict(result, key=key))
             with open(self.path, "a", encoding="utf-8") as file:
                 file.write(json.dumps(self.known[key]) + "\n")
-
 
     def _remember(self, result):
         self.known[result["key"]] = result
@@ -126,6 +124,7 @@ class Run:
         self.counts = {"killed": 0, "survived": 0, "equivalent": 0, "unbuildable": 0}
         self.survivors = []
         self.lock = threading.Lock()
+        self.building = threading.Lock()
         self.measuring = threading.Lock()
         self.total = sum(choice.wanted for choice in choices)
         self.problem = None
@@ -142,8 +141,11 @@ class Run:
         tree.restore()
         for preset in sorted({preset for preset, _ in steps}):
             say(f"Building the tests of {folder} in {tree.build_folder(preset).relative_to(TOP)}")
-            tree.configure(preset)
-            built, output = tree.build(preset, [program for its_preset, program in steps if its_preset == preset])
+            # One tree after the other: a compiler cache then spares the others the work.
+            with self.building:
+                tree.configure(preset)
+                built, output = tree.build(preset, [program for its_preset, program in steps if its_preset == preset],
+                                           self.arguments.jobs)
             if not built:
                 raise CannotTest(f"{output}\nthe sources as they are cannot be built")
         for preset, program in steps:
@@ -269,11 +271,23 @@ def chosen(sources, by_hand, arguments):
             choices.append(Choice([mutant], 1))
     if arguments.by_hand:
         return choices
+    others = {folder: [] for folder in PROGRAMS}
     for file, text in sources.items():
         if matches(file, arguments.pattern):
             mutants = in_even_order(all_mutants(file, text))
-            choices.append(Choice(mutants, round(math.sqrt(len(mutants)) / 2 * arguments.times)))
+            wanted = round(math.sqrt(len(mutants)) / 2 * arguments.times)
+            choices.append(Choice(mutants, wanted))
+            others[folder_of(file)] += mutants[wanted:]
+    if arguments.sample:
+        return [Choice(sampled(others), arguments.sample)]
     return choices
+
+
+def sampled(others):
+    """Mutants of the folders in turn, as if drawn by lot, but the same each time."""
+    queues = [sorted(mutants, key=lambda mutant: lot(mutant.file, mutant.begin, mutant.operator, mutant.replacement))
+              for mutants in others.values()]
+    return [mutant for turn in itertools.zip_longest(*queues) for mutant in turn if mutant]
 
 
 def matches(file, pattern):
@@ -290,6 +304,9 @@ def parse_arguments():
     parser.add_argument("--by-hand", action="store_true", help="only the mutants of tests/mutants/by-hand.txt")
     parser.add_argument("--survivors", action="store_true", help="only those that survived when last tested")
     parser.add_argument("--times", type=float, default=1, metavar="N", help="tests N times as many (1)")
+    parser.add_argument("--sample", type=int, default=0, metavar="N",
+                        help="tests N others instead, of all folders in turn: what the tests are worth that were made "
+                             "for the usual ones")
     parser.add_argument("--jobs", type=int, default=os.cpu_count(), metavar="N", help="at once (%(default)s)")
     parser.add_argument("--list", action="store_true", help="only prints the mutants in their order")
     return parser.parse_args()

@@ -116,6 +116,11 @@ class Lists(unittest.TestCase):
         self.assertEqual([mutant.operator for mutant in all_mutants("events/a.cpp", SOURCE)
                           if by_hand.is_equivalent(mutant, keys)], ["boundary"])
 
+    def test_an_equivalent_mutant_is_recognised_whatever_its_comment_says(self):
+        entry = ("file: events/a.cpp\noperator: boundary\nline: ready = count + 1 < limit; // other words\n"
+                 "becomes: <=\nreason: it is\n")
+        self.read(by_hand.read_equivalent, entry, {"events/a.cpp": SOURCE})
+
     def test_an_entry_that_fits_no_mutant_is_an_error(self):
         entry = "file: events/a.cpp\noperator: boundary\nline: gone();\nbecomes: <=\nreason: it is\n"
         with self.assertRaisesRegex(BadEntry, "no mutant of events/a.cpp fits"):
@@ -131,11 +136,27 @@ class Lists(unittest.TestCase):
         for folders in [*programs.PROGRAMS.values(), *programs.THREAD_PROGRAMS.values()]:
             self.assertLessEqual(set(folders), set(programs.FOLDERS))
 
+    def test_every_program_is_built(self):
+        for program, folder in programs.FOLDERS.items():
+            lists = (run.TOP / "tests" / folder / "CMakeLists.txt").read_text(encoding="utf-8")
+            self.assertRegex(lists, rf"_test\({program}\s")
+
     def test_the_choice_is_of_at_least_200(self):
         class Arguments:
-            pattern, by_hand, times = None, False, 1
+            pattern, by_hand, times, sample = None, False, 1, 0
         choices = run.chosen(run.read_sources(), [], Arguments)
         self.assertGreaterEqual(sum(choice.wanted for choice in choices), 200)
+
+    def test_a_sample_is_of_others_and_of_all_folders(self):
+        class Arguments:
+            pattern, by_hand, times, sample = None, False, 1, 0
+        usual = {mutant for choice in run.chosen(run.read_sources(), [], Arguments)
+                 for mutant in choice.rest[:choice.wanted]}
+        Arguments.sample = 3 * len(programs.PROGRAMS)
+        choice, = run.chosen(run.read_sources(), [], Arguments)
+        sample = choice.rest[:choice.wanted]
+        self.assertEqual(len(set(sample) - usual), Arguments.sample)
+        self.assertEqual({programs.folder_of(mutant.file) for mutant in sample}, set(programs.PROGRAMS))
 
 
 class Copies(unittest.TestCase):

@@ -114,6 +114,35 @@ TEST(EntryLog, drops_whole_chunks_before_a_place_and_shows_what_it_drops) {
     EXPECT_EQ(30000 - dropped, rest.size());
 }
 
+Entry tableAt(std::uint64_t timeMs) {
+    Entry entry;
+    entry.timeMs = timeMs;
+    entry.input = SpeedTable{{{1, 2}}};
+    return entry;
+}
+
+TEST(EntryLog, tells_the_memory_of_its_chunks_and_of_inputs_that_are_not_packed) {
+    EntryLog log;
+    EXPECT_EQ(log.bytes(), 0U);
+    log.append(passAt(1));
+    const std::size_t chunk = log.bytes();
+    EXPECT_GE(chunk, EntryLog::chunkBytes);
+    log.append(tableAt(2));
+    const std::size_t table = log.bytes() - chunk;
+    EXPECT_GT(log.bytes(), chunk);
+    EXPECT_LT(table, chunk);
+    for (std::uint64_t timeMs = 3; timeMs <= 65; ++timeMs)
+        log.append(tableAt(timeMs));
+    EXPECT_EQ(log.bytes(), chunk + 64 * table);
+    log.append(tableAt(66));
+    EXPECT_EQ(log.bytes(), 2 * chunk + 65 * table) << "64 of them fill a chunk";
+    std::size_t dropped = 0;
+    log.dropBefore(log.end(), [&](const Entry& /*entry*/) { ++dropped; });
+    EXPECT_EQ(dropped, 65U);
+    EXPECT_EQ(log.bytes(), chunk + table);
+    EXPECT_EQ(log.begin().timeMs, 65U) << "of the entry before";
+}
+
 TEST(EntryLog, an_idle_hour_takes_less_than_96_kilobytes) {
     EntryLog log;
     for (std::uint64_t i = 0; i < 36000; ++i)

@@ -1,7 +1,10 @@
 #include "recording/KXKeyLayout.h"
 
+#include "recording/KXFunctionKeys.h"
+
 #include <gtest/gtest.h>
 
+#include <map>
 #include <set>
 #include <sstream>
 #include <stdexcept>
@@ -57,6 +60,53 @@ TEST(KeyLayoutTest, TheBuiltInLayoutHasSixteenKeysInTwoFramesAndPassesTheCheck) 
     EXPECT_EQ(16U, codes.size());
     EXPECT_EQ(2U, identifiers.size());
     EXPECT_EQ("", problemAfter([](auto&) {}));
+}
+
+// Recordings and keypads of the project's terminal rely on these places.
+const std::string builtInLayout = "key 1 code 0 byte 0 bit 0 id 18FF0001\n"
+                                  "key 2 code 1 byte 0 bit 7 id 18FF0001\n"
+                                  "key 3 code 2 byte 1 bit 3 id 18FF0001\n"
+                                  "key 4 code 3 byte 3 bit 5 id 18FF0001\n"
+                                  "key 5 code 4 byte 4 bit 1 id 18FF0001\n"
+                                  "key 6 code 5 byte 4 bit 2 id 18FF0001\n"
+                                  "key 7 code 6 byte 7 bit 0 id 18FF0001\n"
+                                  "key 8 code 15 byte 7 bit 7 id 18FF0001\n"
+                                  "key 9 code 7 byte 0 bit 4 id 18FF0002\n"
+                                  "key 10 code 8 byte 1 bit 5 id 18FF0002\n"
+                                  "key 11 code 9 byte 2 bit 6 id 18FF0002\n"
+                                  "key 12 code 10 byte 3 bit 7 id 18FF0002\n"
+                                  "key 13 code 11 byte 4 bit 0 id 18FF0002\n"
+                                  "key 14 code 12 byte 5 bit 1 id 18FF0002\n"
+                                  "key 15 code 13 byte 6 bit 2 id 18FF0002\n"
+                                  "key 16 code 14 byte 7 bit 3 id 18FF0002\n"
+                                  "encoder id 18FF0003 byte 2 little mask FFFF up 4 down 5\n";
+
+TEST(KeyLayoutTest, TheBuiltInLayoutIsWrittenWithAllItsPlaces) {
+    EXPECT_EQ(builtInLayout, KX::KeyLayout::write(KX::KeyLayout::builtIn()));
+    EXPECT_EQ("", KX::KeyLayout::write(KX::KeyLayout::empty()));
+}
+
+TEST(KeyLayoutTest, WhatIsWrittenIsReadAgain) {
+    const std::string other = "key 16 code 15 byte 7 bit 7 id 1FFFFFFF\n"
+                              "encoder id A byte 1 big mask FF0 up 5 down 4\n";
+    for (const std::string& text : {builtInLayout, other, std::string()}) {
+        EXPECT_EQ(text, KX::KeyLayout::write(read(text)));
+        EXPECT_TRUE(read(text).enabled);
+    }
+}
+
+TEST(KeyLayoutTest, TheTerminalHasTwelveFunctionKeysBehindTheCodesOfTheLibrary) {
+    constexpr int toolkitF1 = 0x01000030;
+    std::map<int, int> functionKeys;
+    std::map<int, int> keyCodes;
+    for (int keyCode = 0; keyCode <= 6; ++keyCode)
+        keyCodes[keyCode] = keyCode; // any key of the toolkit: every manager has one
+    for (int i = 0; i < 12; ++i) {
+        functionKeys[toolkitF1 + i] = 7 + i;
+        keyCodes[7 + i] = toolkitF1 + i;
+    }
+    EXPECT_EQ(functionKeys, KX::KeyLayout::functionKeys());
+    EXPECT_EQ(keyCodes, KX::KeyLayout::keyCodesOfTerminal());
 }
 
 TEST(KeyLayoutTest, AnEntryWithoutAKeyWaitsForAnIdentifierThatNoFrameHas) {

@@ -93,3 +93,26 @@ TEST_F(RecordedCallsTest, AnEventIsDeliveredAsACopy) {
     EXPECT_NE("", testing::internal::GetCapturedStderr());
     expectNothingMore();
 }
+
+TEST_F(RecordedCallsTest, TheKeyboardLayoutIsNotRepeated) {
+    EXPECT_EQ(20, set(KX::KXInputSetting::KeyboardLayout, 1));
+}
+
+TEST_F(RecordedCallsTest, AnInputEventIsClassifiedWhateverItsClass) {
+    KX::KXInputEvent event;
+    event.eventType = KX::KEY_RELEASE_EVENT;
+    event.keyCode = 4;
+    EXPECT_EQ(11, repeat(event)) << "the release of a step key";
+    event.eventType = KX::MOUSE_MOVE_EVENT;
+    event.eventClass = KX::SIGNAL_CLASS;
+    EXPECT_EQ(0, repeat(event));
+    EXPECT_EQ(KX::SIGNAL_CLASS, expectPosted(KX::MOUSE_MOVE_EVENT).eventClass);
+}
+
+TEST_F(RecordedCallsTest, APostGoesPastTheClassification) {
+    KX::Recording::Post post;
+    post.event.eventType = KX::KEY_RELEASE_EVENT;
+    post.event.keyCode = 4;
+    EXPECT_EQ(0, repeat(post));
+    EXPECT_EQ(4, expectPosted(KX::KEY_RELEASE_EVENT).keyCode);
+}

@@ -227,6 +227,42 @@ TEST_F(RecordingFileTest, ADeviceTakesIt) {
     EXPECT_EQ("it was made", refusalOf("/dev/null"));
 }
 
+// A program that has closed its standard input gets descriptor 0 for what it opens next.
+TEST_F(RecordingFileTest, MayHaveDescriptor0) {
+    const int standardInput = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 100);
+    for (const bool isFinished : {true, false}) {
+        close(STDIN_FILENO);
+        {
+            EntryFile file(path);
+            EXPECT_TRUE(file.write(1000, Pass()));
+            EXPECT_EQ(content(), head + "1000 pass\n");
+            if (isFinished)
+                EXPECT_TRUE(file.finish());
+            else
+                file.discard();
+        }
+        EXPECT_EQ(fcntl(0, F_GETFD), -1) << "closed";
+        EXPECT_EQ(std::filesystem::exists(path), isFinished);
+        std::filesystem::remove(path);
+    }
+    if (standardInput >= 0)
+        dup2(standardInput, STDIN_FILENO);
+    close(standardInput);
+}
+
+TEST_F(RecordingFileTest, AnErrorOfAnEarlierCallDoesNotMatter) {
+    for (const int error : {EWOULDBLOCK, EINTR, EEXIST, EINVAL, ENOENT}) {
+        errno = error;
+        EntryFile file(path);
+        errno = error;
+        EXPECT_TRUE(file.write(1000, Pass())) << error;
+        EXPECT_EQ(content(), head + "1000 pass\n") << error;
+        errno = error;
+        EXPECT_TRUE(file.finish()) << error;
+        std::filesystem::remove(path);
+    }
+}
+
 TEST_F(RecordingFileTest, APipeThatNobodyReadsIsRefused) {
     ASSERT_EQ(0, mkfifo(path.c_str(), 0600));
     EXPECT_EQ(path.string() + ": nobody reads this pipe", refusalOf(path));

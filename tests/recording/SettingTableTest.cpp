@@ -89,6 +89,38 @@ TEST_F(SettingTableTest, TheSwitchTakesOffAndOn) {
     }
 }
 
+TEST_F(SettingTableTest, EachSettingHasItsUnitAndTheStepOfItsButtons) {
+    const struct {
+        KXInputSetting name;
+        std::string_view unit;
+        std::int64_t step;
+        bool isDuration;
+    } rows[] = {{KXInputSetting::DoubleKeyPressDuration, "ms", 10, true},
+                {KXInputSetting::LongKeyPressDuration, "ms", 50, true},
+                {KXInputSetting::EncoderUserFactor, "\u2030", 50, false},
+                {KXInputSetting::EncoderLowPassFactor, "\u2030", 50, false},
+                {KXInputSetting::AcceptInput, "", 0, false}};
+    for (const auto& row : rows) {
+        const KXSettingRow& found = settingRow(row.name);
+        EXPECT_EQ(row.unit, found.unit) << found.word;
+        EXPECT_EQ(row.step, found.step) << found.word;
+        EXPECT_EQ(row.step == 0, found.isSwitch()) << found.word;
+        EXPECT_EQ(row.isDuration, found.isDuration()) << found.word;
+    }
+}
+
+TEST_F(SettingTableTest, WhatCanBeHandedToASetterIsWhatItsArgumentHolds) {
+    const auto expect = [](KXInputSetting name, std::int64_t least, std::int64_t greatest) {
+        EXPECT_EQ(least, settingRow(name).argument.least) << settingRow(name).word;
+        EXPECT_EQ(greatest, settingRow(name).argument.greatest) << settingRow(name).word;
+    };
+    expect(KXInputSetting::DoubleKeyPressDuration, 0, 0xFFFFFFFF);
+    expect(KXInputSetting::LongKeyPressDuration, 0, 0xFFFFFFFF);
+    expect(KXInputSetting::EncoderUserFactor, -0x80000000LL, 0x7FFFFFFF);
+    expect(KXInputSetting::EncoderLowPassFactor, -0x80000000LL, 0x7FFFFFFF);
+    expect(KXInputSetting::AcceptInput, 0, 1);
+}
+
 TEST_F(SettingTableTest, ASettingIsFoundByItsNameOnlyIfItHasARow) {
     for (const KXSettingRow& row : settingTable)
         EXPECT_EQ(&row, &settingRow(row.name)) << row.word;

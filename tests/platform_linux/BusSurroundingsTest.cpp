@@ -1,0 +1,58 @@
+// What a process brings along must not matter to a bus: a free descriptor 0, and the errno of an earlier call.
+
+#include "platform/KXCANMessage.h"
+#include "platform/KXCANRaw.h"
+#include "support/BusFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <fcntl.h>
+#include <memory>
+#include <unistd.h>
+
+namespace {
+
+TEST(BusSurroundingsTest, aBusAtDescriptor0ReceivesFramesAndClosesIt) {
+    const BusFolder bus;
+    const int standardInput = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 100);
+    close(STDIN_FILENO);
+    {
+        const std::unique_ptr<KX::KXCANRaw> endPoint(KX::KXCANRaw::create(0, 0, 0));
+        ASSERT_TRUE(endPoint);
+        EXPECT_EQ(endPoint->getReadEndPointID(), 0);
+        EXPECT_TRUE(endPoint->isConnected());
+        EXPECT_TRUE(sendFrame(bus.path, 0x123));
+        KX::KXCANMessage message;
+        EXPECT_EQ(endPoint->readFrame(message), 0);
+        EXPECT_EQ(message.canId, 0x123U);
+        EXPECT_EQ(endPoint->reconnect(), 0);
+        EXPECT_TRUE(sendFrame(bus.path, 0x124));
+        EXPECT_EQ(endPoint->readFrame(message), 0);
+        EXPECT_EQ(message.canId, 0x124U);
+    }
+    EXPECT_EQ(fcntl(0, F_GETFD), -1);
+    EXPECT_NE(access(bus.path.c_str(), F_OK), 0) << "the file goes with the bus";
+    if (standardInput >= 0)
+        dup2(standardInput, STDIN_FILENO);
+    close(standardInput);
+}
+
+TEST(BusSurroundingsTest, anErrorOfAnEarlierCallDoesNotMatter) {
+    for (const int error : {EWOULDBLOCK, EINTR, EBADF, ENOENT, ECONNREFUSED, ENETDOWN}) {
+        const BusFolder bus;
+        errno = error;
+        const std::unique_ptr<KX::KXCANRaw> endPoint(KX::KXCANRaw::create(0, 0, 0));
+        ASSERT_TRUE(endPoint) << error;
+        EXPECT_TRUE(endPoint->isConnected()) << error;
+        EXPECT_TRUE(sendFrame(bus.path, 0x123));
+        KX::KXCANMessage message;
+        errno = error;
+        EXPECT_EQ(endPoint->readFrame(message), 0) << error;
+        errno = error;
+        EXPECT_EQ(endPoint->reconnect(), 0) << error;
+        EXPECT_TRUE(endPoint->isConnected()) << error;
+    }
+}
+
+} // namespace
