@@ -25,12 +25,6 @@ if(KXAPI_SANITIZE)
     target_compile_options(KXAPI_build_flags INTERFACE
         -fsanitize=${KXAPI_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(KXAPI_build_flags INTERFACE -fsanitize=${KXAPI_SANITIZE})
-    if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang" AND KXAPI_SANITIZE STREQUAL "thread")
-        # In a library of its own, as g++ has it: shared libraries find its functions, and tests replace operator new.
-        execute_process(COMMAND "${CMAKE_CXX_COMPILER}" -print-runtime-dir
-            OUTPUT_VARIABLE kx_clang_runtime OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
-        target_link_options(KXAPI_build_flags INTERFACE -shared-libsan "LINKER:-rpath,${kx_clang_runtime}")
-    endif()
 endif()
 if(KXAPI_HARDEN) # like Debian's own packages
     target_compile_options(KXAPI_build_flags INTERFACE
@@ -90,8 +84,12 @@ function(kx_add_shared_library name exported)
     add_library(${name} SHARED ${ARGN})
     kx_export_target(${name} ${exported})
     set(exports "${PROJECT_SOURCE_DIR}/cmake/exports.map")
-    target_link_options(${name} PRIVATE "LINKER:--version-script=${exports}" LINKER:--no-undefined
+    target_link_options(${name} PRIVATE "LINKER:--version-script=${exports}"
         LINKER:-z,nodelete) # Qt and running threads may call a library as long as the process lives
+    # clang's sanitizers are in the program, where the linker of a library does not find them.
+    if(NOT (KXAPI_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang"))
+        target_link_options(${name} PRIVATE LINKER:--no-undefined)
+    endif()
     set_target_properties(${name} PROPERTIES
         VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} LINK_DEPENDS "${exports}")
 endfunction()

@@ -8,6 +8,8 @@
 # or of these of its unittest classes: each method, or with WHOLE_CASES each class, is a test of CTest. Sets VARIABLE
 # to their names, PREFIX with CASE or CASE.METHOD, for set_tests_properties.
 #
+# kx_count_heap(TARGET): support/HeapCount.h replaces the operators new and delete. Sanitizers do so, too.
+#
 # kx_get_time_limit(VARIABLE SECONDS): the limit of a test that may take SECONDS on a real machine.
 # kx_get_startable(VARIABLE TARGET): the path by which a test starts another program of the build.
 
@@ -17,6 +19,15 @@ include(GoogleTest)
 
 set(KXAPI_TIME_SCALE 1 CACHE STRING "Factor by which tests may take longer than on a real machine")
 mark_as_advanced(KXAPI_TIME_SCALE)
+
+# For a program in C, clang leaves the operators to the program.
+function(kx_count_heap target)
+    target_sources(${target} PRIVATE "${PROJECT_SOURCE_DIR}/tests/support/HeapCount.cpp")
+    if(KXAPI_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+        target_link_options(${target} PRIVATE --driver-mode=gcc)
+        target_link_libraries(${target} PRIVATE stdc++ m)
+    endif()
+endfunction()
 
 function(kx_get_time_limit variable seconds)
     math(EXPR limit "${seconds} * ${KXAPI_TIME_SCALE}")
