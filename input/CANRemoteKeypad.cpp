@@ -158,13 +158,7 @@ int KXInputEventManager::openCANRemote(CANRemoteOptions& layout, std::unique_ptr
     std::swap(canRemoteOptions, layout); // before the first frame
     if (!bus)
         return STATUS_OK;
-    int status = STATUS_OK;
-    try {
-        status = endPointManager->addEndPoint(bus.get(), handler.get());
-    } catch (...) {
-        std::swap(canRemoteOptions, layout);
-        throw;
-    }
+    const int status = endPointManager->addEndPoint(bus.get(), handler.get());
     if (status != STATUS_OK)
         return status; // nobody would read the bus
     // The bus and the handler are never released: an enabled keypad stays on until the process ends.

@@ -44,7 +44,7 @@ struct KXSettingRow {
 };
 
 /// In the order of \ref KXInputSetting. The keyboard layout has no row, because no event depends on it.
-constexpr std::array<KXSettingRow, 5> settingTable = {{
+inline constexpr std::array<KXSettingRow, 5> settingTable = {{
     {KXInputSetting::DoubleKeyPressDuration, "double-press", "ms", KXSettingRange::of<unsigned int>(),
      KXSettingRange::of<unsigned int>(), 10, 300},
     {KXInputSetting::LongKeyPressDuration, "long-press", "ms", KXSettingRange::of<unsigned int>(),

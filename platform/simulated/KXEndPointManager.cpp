@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <condition_variable>
+#include <new>
 #include <vector>
 
 namespace KX {
@@ -249,7 +250,11 @@ KXEndPointManager::~KXEndPointManager() {
 int KXEndPointManager::addEndPoint(KXEndPoint* endPoint, KXEndPointHandler* handler) {
     if (!endPoint || !handler)
         return STATUS_OUT_OF_RANGE;
-    return implementation->add(endPoint, handler) ? STATUS_OK : STATUS_REFUSED;
+    try {
+        return implementation->add(endPoint, handler) ? STATUS_OK : STATUS_REFUSED;
+    } catch (const std::bad_alloc&) {
+        return STATUS_REFUSED;
+    }
 }
 
 int KXEndPointManager::removeEndPoint(KXEndPoint* endPoint) {

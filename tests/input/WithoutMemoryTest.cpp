@@ -2,6 +2,7 @@
 
 #include "encoder/KXEncoderDynamic.h"
 #include "input/CANRemoteHandler.h"
+#include "platform/KXEndPointManager.h"
 #include "tests/support/HeapCount.h"
 #include "tests/support/OffscreenKeys.h"
 #include "tests/support/OperatorTest.h"
@@ -170,6 +171,18 @@ TEST_F(WithoutMemory, the_keypad_opens_its_bus_with_the_whole_layout_or_not_at_a
     EXPECT_EQ(output.substr(output.rfind('\n', output.size() - 2) + 1), "Key 12, KeyCode: 1, pressed\n");
     KXInputEventManager::deleteInstance();
     KXSimulation::reset(); // the process keeps the keypad's bus
+}
+
+TEST_F(WithoutMemory, an_end_point_is_refused) {
+    KXEndPointManager endPoints;
+    CANRemoteHandler handler(manager);
+    OwnCANBus bus;
+    failingAllocation = heapAllocations + 1;
+    EXPECT_EQ(endPoints.addEndPoint(&bus, &handler), 20);
+    EXPECT_GE(heapAllocations, failingAllocation);
+    failingAllocation = 0;
+    EXPECT_EQ(endPoints.addEndPoint(&bus, &handler), 0);
+    EXPECT_EQ(endPoints.removeEndPoint(&bus), 0);
 }
 
 TEST_F(WithoutMemory, a_key_of_the_keypad_comes_with_the_next_frame) {

@@ -31,15 +31,30 @@ namespace {
 /// Runs once, when a process has found nobody behind a socket file.
 std::function<void()> afterProbe;
 
-} // namespace
+/// Runs once, when a process has bound a socket.
+std::function<void()> afterBind;
 
-// Replaces a function of the system for the whole program, libraries included.
-extern "C" KX_EXPORT int connect(int descriptor, const sockaddr* address, socklen_t size) {
-    const auto result = static_cast<int>(syscall(SYS_connect, descriptor, address, size));
+/// Calls it at most once.
+void callOnce(std::function<void()>& function) {
     const int error = errno;
-    if (const std::function<void()> call = std::exchange(afterProbe, nullptr))
+    if (const std::function<void()> call = std::exchange(function, nullptr))
         call();
     errno = error;
+}
+
+} // namespace
+
+// Replace functions of the system for the whole program, libraries included.
+
+extern "C" KX_EXPORT int connect(int descriptor, const sockaddr* address, socklen_t size) {
+    const auto result = static_cast<int>(syscall(SYS_connect, descriptor, address, size));
+    callOnce(afterProbe);
+    return result;
+}
+
+extern "C" KX_EXPORT int bind(int descriptor, const sockaddr* address, socklen_t size) noexcept {
+    const auto result = static_cast<int>(syscall(SYS_bind, descriptor, address, size));
+    callOnce(afterBind);
     return result;
 }
 
@@ -119,6 +134,26 @@ TEST_F(VirtualCANLossTest, aFolderThatIsLockedOpensTheBusLater) {
     close(other);
     EXPECT_EQ(bus->reconnect(), 0);
     EXPECT_TRUE(isReached(*bus));
+}
+
+TEST_F(VirtualCANLossTest, aBusWithoutADescriptorIsNullAndTold) {
+    testing::internal::CaptureStderr();
+    {
+        const NoMoreDescriptors limit;
+        EXPECT_EQ(open(), nullptr);
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "[kx_can_raw:1] bus 0: " + folder.path + ": Too many open files\n");
+    EXPECT_FALSE(std::filesystem::exists(folder.path));
+}
+
+TEST_F(VirtualCANLossTest, aFileThatIsRemovedAsSoonAsItIsBoundIsTold) {
+    afterBind = [&] { std::filesystem::remove(folder.path); };
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(open(), nullptr);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "[kx_can_raw:1] bus 0: " + folder.path + ": No such file or directory\n");
+    EXPECT_NE(open(), nullptr);
 }
 
 TEST_F(VirtualCANLossTest, aFolderThatMayNotBeListedStillServes) {

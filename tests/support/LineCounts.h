@@ -1,23 +1,28 @@
 #pragma once
 
-#ifdef KX_COUNTS_LINES
 #include <csignal>
+#include <cstdlib>
+#include <unistd.h>
 
+// In the build for coverage, a process writes its counts when it exits. A child process of a test mostly ends in
+// another way.
+
+#ifdef KX_COUNTS_LINES
 extern "C" void __gcov_dump();
 #endif
 
-// In the build for coverage, a process writes its counts when it exits. A child process that ends in another way
-// calls one of these before. In other builds they do nothing.
-
 namespace KX::test {
 
-inline void writeLineCounts() {
+/// Ends the copy of a process that fork has made. What the process would do at its exit is left to the original.
+[[noreturn]] inline void endCopy(int status) {
 #ifdef KX_COUNTS_LINES
-    __gcov_dump();
+    std::exit(status); // each library writes its counts
+#else
+    _exit(status);
 #endif
 }
 
-/// For a process that std::abort will end.
+/// Before std::abort ends the process: writes the counts of the program itself, but not those of its libraries.
 inline void writeLineCountsWhenAborted() {
 #ifdef KX_COUNTS_LINES
     std::signal(SIGABRT, [](int) { __gcov_dump(); });

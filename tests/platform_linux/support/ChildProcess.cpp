@@ -70,10 +70,7 @@ ChildResult runWithDebugSetting(const char* debugSetting, std::vector<std::strin
 
 int runInChild(const std::function<int()>& function) {
     const pid_t child = fork();
-    if (child == 0) {
-        const int status = function();
-        KX::test::writeLineCounts();
-        _exit(status);
-    }
+    if (child == 0)
+        KX::test::endCopy(function());
     return waitForEnd(child);
 }
