@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <deque>
+#include <new>
 #include <stdexcept>
 #include <utility>
 #include <variant>
@@ -63,11 +64,11 @@ class KXSessionPlayer::Play {
 public:
     Play(const std::string& path, Options givenOptions)
         : shared(read(path, warnings)), options(std::move(givenOptions)), name(path), schedule(session) {
-        begin();
+        beginOrDeleteManager();
     }
     Play(std::shared_ptr<const Session> givenSession, Options givenOptions)
         : shared(std::move(givenSession)), options(std::move(givenOptions)), schedule(session) {
-        begin();
+        beginOrDeleteManager();
     }
     ~Play();
 
@@ -82,6 +83,7 @@ public:
     std::size_t position = 0; // of the entry that comes next, or of the last one
 
 private:
+    void beginOrDeleteManager();
     void begin();
     void beginLog();
     void makeRoomForDurations();
@@ -113,6 +115,17 @@ private:
     std::size_t next = 0;                  // entry
     std::uint64_t nowMs = 0;
 };
+
+// A manager that is left behind would be taken for the application's own by the next player.
+void KXSessionPlayer::Play::beginOrDeleteManager() {
+    try {
+        begin();
+    } catch (...) {
+        if (ownsManager)
+            KXInputEventManager::deleteInstance();
+        throw;
+    }
+}
 
 void KXSessionPlayer::Play::begin() {
     ownsManager = !KXInputEventManager::hasInstance();
@@ -161,8 +174,12 @@ void KXSessionPlayer::Play::beginLog() {
 KXSessionPlayer::Play::~Play() {
     if (!ownsManager || !KXInputEventManager::hasInstance())
         return;
-    if (window)
-        turnKnobBack();
+    try {
+        if (window)
+            turnKnobBack();
+    } catch (const std::bad_alloc&) {
+        // The next play of a turn begins at another position. To end the program here would be worse.
+    }
     KXInputEventManager::deleteInstance();
 }
 

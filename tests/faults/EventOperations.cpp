@@ -8,6 +8,7 @@
 #include "events/KXEventQueueAsQueue.h"
 #include "events/KXEventType.h"
 #include "events/KXSomeEvent.h"
+#include "input/KXInputEventManager.h"
 #include "platform/KXAction.h"
 
 #include <boost/thread/exceptions.hpp>
@@ -34,7 +35,7 @@ KXInputEvent makePress(int keyCode) {
 }
 
 /// The queue carries events as usual, and holds none before.
-void expectCarries(KXEventQueue& queue) {
+void expectQueues(KXEventQueue& queue) {
     EXPECT_EQ(queue.getSize(), 0U);
     KXInputEvent press = makePress(7);
     queue.postEvent(press);
@@ -80,7 +81,7 @@ const Operation queueOperations[] = {
          if (!fault.completes(create))
              return;
          if (dynamic_cast<KXEventQueueAsPipe&>(*queue).isConnected())
-             return expectCarries(*queue);
+             return expectQueues(*queue);
          EXPECT_TRUE(fault.isOf("pipe2"));
          KXInputEvent press = makePress(7);
          queue->postEvent(press);
@@ -93,7 +94,7 @@ const Operation queueOperations[] = {
          std::unique_ptr<KXEventQueue> queue;
          const auto create = [&] { queue.reset(KXEventQueue::create(KXEventQueue::EVENT_QUEUE_AS_QUEUE)); };
          if (succeeds(fault, create))
-             expectCarries(*queue);
+             expectQueues(*queue);
      }},
 
     {"KXEventQueueAsPipe", "postEvent", "the event is lost with a line, or queued; the hook runs",
@@ -108,7 +109,7 @@ const Operation queueOperations[] = {
          EXPECT_EQ(queue.getSize(), isLost ? 0U : 1U);
          if (!isLost)
              EXPECT_EQ(queue.getNextEvent().keyCode, 7);
-         expectCarries(queue);
+         expectQueues(queue);
      }},
 
     {"KXEventQueueAsPipe", "getNextEvent", "a default holder with a line: the event is taken by a later call",
@@ -125,7 +126,7 @@ const Operation queueOperations[] = {
              taken = queue.getNextEvent();
          }
          EXPECT_EQ(taken.keyCode, 7);
-         expectCarries(queue);
+         expectQueues(queue);
      }},
 
     {"KXEventQueueAsQueue", "postEvent",
@@ -133,7 +134,7 @@ const Operation queueOperations[] = {
      [](Fault& fault) {
          KXEventQueueAsQueue queue;
          queue.setAfterPostFunction([] { ++hookCalls; });
-         for (int keyCode = 0; keyCode < 200; ++keyCode) { // more than a block holds
+         for (int keyCode = 0; keyCode < 70; ++keyCode) { // more than a block holds
              KXInputEvent press = makePress(keyCode);
              hookCalls = 0;
              const bool isPosted = succeeds(fault, [&] { queue.postEvent(press); });
@@ -142,9 +143,9 @@ const Operation queueOperations[] = {
                  queue.postEvent(press);
              EXPECT_EQ(queue.getSize(), static_cast<unsigned int>(keyCode) + 1);
          }
-         for (int keyCode = 0; keyCode < 200; ++keyCode)
+         for (int keyCode = 0; keyCode < 70; ++keyCode)
              EXPECT_EQ(queue.getNextEvent().keyCode, keyCode);
-         expectCarries(queue);
+         expectQueues(queue);
      },
      Operation::FailsPlainMutexes},
 
@@ -159,7 +160,7 @@ const Operation queueOperations[] = {
              taken = queue.getNextEvent();
          }
          EXPECT_EQ(taken.keyCode, 7);
-         expectCarries(queue);
+         expectQueues(queue);
      },
      Operation::FailsPlainMutexes},
 };
@@ -179,6 +180,7 @@ std::string settingsOf(const KXEncoderDynamic& encoder) {
 const Operation encoderOperations[] = {
     {"KXEncoderDynamic", "instance", "throws std::bad_alloc and there is none; a later call makes it",
      [](Fault& fault) {
+         KXInputEventManager::deleteInstance(); // an earlier test's, which has the encoder
          KXEncoderDynamic* made = nullptr;
          fault.completes([&] { made = KXEncoderDynamic::instance(); });
          KXEncoderDynamic* const encoder = KXEncoderDynamic::instance();
@@ -270,14 +272,14 @@ const Operation actionOperations[] = {
          KXActionQueue queue;
          CountingAction action;
          KXEvent event;
-         for (unsigned int posted = 0; posted < 300; ++posted) { // more than a block holds
+         for (unsigned int posted = 0; posted < 130; ++posted) { // more than a block holds
              if (!succeeds(fault, [&] { queue.postAction(&action, &event, &action); })) {
                  EXPECT_EQ(queue.pendingItems.size(), posted);
                  queue.postAction(&action, &event, &action);
              }
          }
          EXPECT_EQ(queue.executeActions(farAhead, false), STATUS_OK);
-         EXPECT_EQ(action.runs, 300);
+         EXPECT_EQ(action.runs, 130);
      },
      Operation::FailsPlainMutexes},
 

@@ -21,7 +21,7 @@ namespace KX::test {
 
 namespace {
 
-std::atomic<Fault*> present{nullptr};
+std::atomic<Fault*> armedFault{nullptr};
 std::atomic<bool> othersMeetIt{false};
 
 // The thread that runs the operation.
@@ -68,7 +68,7 @@ private:
 
 /// The fault that \p caller meets on this thread; null: none.
 Fault* faultFor(const void* caller) {
-    Fault* const fault = present;
+    Fault* const fault = armedFault;
     if (!fault || isTestThread == othersMeetIt)
         return nullptr;
     static const CountedCode countedCode;
@@ -92,7 +92,7 @@ long linesLength() {
 
 [[noreturn]] void tellFaultAndAbort() {
     dup2(capturedError().former, STDERR_FILENO);
-    if (const Fault* const fault = present)
+    if (const Fault* const fault = armedFault)
         std::fprintf(stderr, "terminated when %s\n", fault->describe().c_str());
     std::abort();
 }
@@ -119,11 +119,11 @@ Fault::Watch::Watch(Fault& fault, Threads threads) {
         Fault* const met = faultFor(caller);
         return met && met->failsNextAllocation();
     };
-    present = &fault;
+    armedFault = &fault;
 }
 
 Fault::Watch::~Watch() {
-    present = nullptr;
+    armedFault = nullptr;
     failsAllocation = nullptr;
     isTestThread = false;
 }
@@ -181,7 +181,7 @@ int FaultAccess::errorFor(const SystemCall& call, const void* caller) {
 }
 
 bool FaultAccess::failsPlainMutexes() {
-    const Fault* const fault = present;
+    const Fault* const fault = armedFault;
     return fault && fault->failsPlainMutexes;
 }
 

@@ -14,17 +14,19 @@ public:
     /// Prepares the operation, runs it by one of the functions of \p fault, and checks the promise.
     using Body = void (*)(Fault& fault);
 
-    enum Exception {
-        None,
-        LeavesMemory,     ///< on purpose: its header says so
-        LeavesBus,        ///< the same; the body checks the descriptors
-        FailsPlainMutexes ///< see Fault::failsPlainMutexes
+    /// What is different about an operation. These can be combined.
+    enum Exceptions : unsigned int {
+        None = 0,
+        LeavesMemory = 1,      ///< on purpose: its header says so
+        LeavesBus = 2,         ///< the same; the body checks the descriptors
+        FailsPlainMutexes = 4, ///< see Fault::failsPlainMutexes
+        NeedsSomeMemory = 8    ///< only single allocations fail: its simulated worker cannot wait without memory
     };
 
     /// \param suite    class or header, as a name of GoogleTest
     /// \param name     operation and situation
     /// \param promise  what holds after a failure, in words
-    Operation(const char* suite, const char* name, const char* promise, Body body, Exception exception = None);
+    Operation(const char* suite, const char* name, const char* promise, Body body, unsigned int exceptions = None);
 
     Operation(const Operation&) = delete;
     Operation& operator=(const Operation&) = delete;
@@ -42,7 +44,7 @@ private:
     const char* const operation;
     const char* const promised;
     const Body body;
-    const Exception exception;
+    const unsigned int exceptions;
 };
 
 } // namespace KX::test

@@ -6,19 +6,22 @@
 #include "events/KXKeyCode.h"
 #include "platform/KXEndPoint.h"
 #include "platform/KXEndPointManager.h"
-#include "platform/KXThread.h"
 #include "platform/KXTick.h"
 
 #include <atomic>
 #include <dlfcn.h>
 #include <new>
 #include <poll.h>
+#include <unistd.h>
 
 namespace KX {
 
 namespace {
 
-const unsigned int testThread = KXThread::getCurrentThreadID();
+/// The tests run on the first thread of the process.
+bool isOnTestThread() {
+    return gettid() == getpid();
+}
 
 std::atomic<bool> workersWaitThrows{false};
 std::atomic<unsigned int> thrownWaits{0};
@@ -33,7 +36,7 @@ int KXEndPointManager::waitForEndPoints(unsigned int untilTick, unsigned int res
     using Wait = int (*)(KXEndPointManager*, unsigned int, unsigned int);
     static const auto wait =
         reinterpret_cast<Wait>(dlsym(RTLD_NEXT, "_ZN2KX17KXEndPointManager16waitForEndPointsEjj"));
-    if (KXThread::getCurrentThreadID() == testThread)
+    if (isOnTestThread())
         return wait(this, untilTick, reserved);
     if (workersWaitThrows) {
         ++thrownWaits;

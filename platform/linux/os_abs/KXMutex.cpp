@@ -26,17 +26,17 @@ int initializeMutex(pthread_mutex_t* mutex, int protocol) {
     return error;
 }
 
-unsigned int getDebugKey() {
+unsigned int getMutexDebugKey() {
     static const unsigned int key = KXDebug::insertNewDebugSection("kx_mutex");
     return key;
 }
 
 /// Registers the section when the library is loaded: a lock must not need memory.
-[[maybe_unused]] const unsigned int keyOfLoadTime = getDebugKey();
+[[maybe_unused]] const unsigned int mutexKeyOfLoadTime = getMutexDebugKey();
 
 [[gnu::noinline]] void reportDoubleLock() {
     KXDebug::debugPrintError(
-        1, getDebugKey(),
+        1, getMutexDebugKey(),
         "a thread locks a mutex that it holds already; an after-post hook must not hand input in");
 }
 
