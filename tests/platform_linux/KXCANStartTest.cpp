@@ -14,6 +14,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <linux/can.h>
+#include <linux/can/raw.h>
 #include <memory>
 #include <net/if.h>
 #include <string>
@@ -56,6 +57,18 @@ extern "C" KX_EXPORT int socket(int domain, int type, int protocol) noexcept {
     close(can0.otherNode);
     can0.otherNode = ends[1];
     return ends[0];
+}
+
+/// What the kernel is asked to let through.
+can_filter askedFilter{};
+
+extern "C" KX_EXPORT int setsockopt(int descriptor, int level, int name, const void* value,
+                                    socklen_t size) noexcept {
+    if (level != SOL_CAN_RAW)
+        return static_cast<int>(syscall(SYS_setsockopt, descriptor, level, name, value, size));
+    if (name == CAN_RAW_FILTER && size == sizeof(askedFilter))
+        std::memcpy(&askedFilter, value, size);
+    return 0;
 }
 
 extern "C" KX_EXPORT int ioctl(int descriptor, unsigned long question, ...) noexcept {
@@ -158,6 +171,18 @@ TEST_F(KXCANStartTest, oneThatIsNoCANInterfaceIsNullAndTold) {
     testing::internal::CaptureStderr();
     EXPECT_EQ(open(), nullptr);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "[kx_can_raw:1] bus 0: can0: No such device\n");
+}
+
+TEST_F(KXCANStartTest, theKernelKeepsRemoteFramesBack) {
+    can0.isUp = true;
+    ASSERT_NE(open(), nullptr);
+    const auto passes = [](canid_t id) {
+        return (id & askedFilter.can_mask) == (askedFilter.can_id & askedFilter.can_mask);
+    };
+    EXPECT_TRUE(passes(0x123));
+    EXPECT_TRUE(passes(0x18FF0001 | CAN_EFF_FLAG));
+    EXPECT_FALSE(passes(0x123 | CAN_RTR_FLAG));
+    EXPECT_FALSE(passes(0x18FF0001 | CAN_EFF_FLAG | CAN_RTR_FLAG));
 }
 
 TEST_F(KXCANStartTest, aBitRateIsLeftToTheSystemAndTold) {
