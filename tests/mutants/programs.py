@@ -59,7 +59,8 @@ ENVIRONMENT = {"key_thread_tests": {"GLIBC_TUNABLES": KEPT_MEMORY}}
 TSAN_OPTIONS = "halt_on_error=1:second_deadlock_stack=1"
 WITH_TOOLKIT = ("key_thread_tests", "event_notifier_tests")
 
-SPEED_LIMIT = 5  # a mutant may take so many times as long as the sources as they are,
+SPEED_LIMIT = 5  # a mutant may take so many times as long again as the sources as they are,
+MOST_BUSY_SECONDS = 5  # but not for more of their seconds than these,
 PATIENCE = 15  # and so many seconds more, because the machine may be busy
 MEMORY = 4 << 30
 

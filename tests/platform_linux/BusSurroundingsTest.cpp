@@ -3,12 +3,15 @@
 #include "platform/KXCANMessage.h"
 #include "platform/KXCANRaw.h"
 #include "support/BusFolder.h"
+#include "support/Waiting.h"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <fcntl.h>
 #include <memory>
+#include <string>
 #include <unistd.h>
 
 namespace {
@@ -53,6 +56,19 @@ TEST(BusSurroundingsTest, anErrorOfAnEarlierCallDoesNotMatter) {
         EXPECT_EQ(endPoint->reconnect(), 0) << error;
         EXPECT_TRUE(endPoint->isConnected()) << error;
     }
+}
+
+TEST(BusSurroundingsTest, aLostBusIsToldByItsNumber) {
+    const BusFolder bus;
+    setenv("KX_CAN_BUS_1", ("unix:" + bus.path).c_str(), 1);
+    const std::unique_ptr<KX::KXCANRaw> endPoint(KX::KXCANRaw::create(1, 0, 0));
+    unsetenv("KX_CAN_BUS_1");
+    ASSERT_TRUE(endPoint);
+    ASSERT_EQ(unlink(bus.path.c_str()), 0);
+    testing::internal::CaptureStderr();
+    EXPECT_TRUE(waitUntil([&] { return !endPoint->isConnected(); }));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "[kx_can_raw:1] bus 1: " + bus.path + " was removed or replaced and is bound anew\n");
 }
 
 } // namespace

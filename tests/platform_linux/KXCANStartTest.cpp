@@ -14,6 +14,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <linux/can.h>
+#include <linux/can/raw.h>
 #include <memory>
 #include <net/if.h>
 #include <string>
@@ -60,11 +61,26 @@ extern "C" KX_EXPORT int socket(int domain, int type, int protocol) noexcept {
     return ends[0];
 }
 
+/// What the kernel is asked for last, and what it is asked to let through.
+char askedInterface[IFNAMSIZ] = "";
+can_filter askedFilter{};
+
+extern "C" KX_EXPORT int setsockopt(int descriptor, int level, int name, const void* value,
+                                    socklen_t size) noexcept {
+    if (level != SOL_CAN_RAW)
+        return static_cast<int>(syscall(SYS_setsockopt, descriptor, level, name, value, size));
+    if (name == CAN_RAW_FILTER && size == sizeof(askedFilter))
+        std::memcpy(&askedFilter, value, size);
+    return 0;
+}
+
 extern "C" KX_EXPORT int ioctl(int descriptor, unsigned long question, ...) noexcept {
     std::va_list arguments;
     va_start(arguments, question);
     void* const argument = va_arg(arguments, void*);
     va_end(arguments);
+    if (question == SIOCGIFINDEX)
+        std::memcpy(askedInterface, static_cast<ifreq*>(argument)->ifr_name, sizeof(askedInterface));
     if (question == SIOCGIFINDEX || question == SIOCGIFFLAGS)
         return answerAboutInterface(question, *static_cast<ifreq*>(argument));
     return static_cast<int>(syscall(SYS_ioctl, descriptor, question, argument));
@@ -176,6 +192,46 @@ TEST_F(KXCANStartTest, oneThatIsNoCANInterfaceIsNullAndTold) {
     testing::internal::CaptureStderr();
     EXPECT_EQ(open(), nullptr);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "[kx_can_raw:1] bus 0: can0: No such device\n");
+}
+
+TEST_F(KXCANStartTest, anInterfaceMayHaveTheLongestName) {
+    const std::string longest(IFNAMSIZ - 1, 'x');
+    for (const std::string& name : {longest, longest + "x"}) {
+        askedInterface[0] = '\0';
+        setenv("KX_CAN_BUS_0", name.c_str(), 1);
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(open(), nullptr);
+        EXPECT_EQ(testing::internal::GetCapturedStderr(),
+                  name == longest ? "[kx_can_raw:1] bus 0: " + name + ": No such device\n"
+                                  : "[kx_can_raw:1] bus 0: \"" + name + "\" cannot be the name of an interface\n");
+        EXPECT_EQ(askedInterface, name == longest ? name : "");
+    }
+}
+
+TEST_F(KXCANStartTest, noNumberMayBeNegative) {
+    can0.isUp = true;
+    const struct {
+        int bus, bitRate, receiveBuffer;
+        const char* text;
+    } cases[] = {{-1, 0, 0, "(-1, 0, 0)"}, {0, -1, 0, "(0, -1, 0)"}, {0, 0, -1, "(0, 0, -1)"}};
+    for (const auto& test : cases) {
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(KXCANRaw::create(test.bus, test.bitRate, test.receiveBuffer), nullptr);
+        EXPECT_EQ(testing::internal::GetCapturedStderr(),
+                  std::string("[kx_can_raw:1] a bus cannot be opened with a negative number ") + test.text + "\n");
+    }
+}
+
+TEST_F(KXCANStartTest, theKernelKeepsRemoteFramesBack) {
+    can0.isUp = true;
+    ASSERT_NE(open(), nullptr);
+    const auto passes = [](canid_t id) {
+        return (id & askedFilter.can_mask) == (askedFilter.can_id & askedFilter.can_mask);
+    };
+    EXPECT_TRUE(passes(0x123));
+    EXPECT_TRUE(passes(0x18FF0001 | CAN_EFF_FLAG));
+    EXPECT_FALSE(passes(0x123 | CAN_RTR_FLAG));
+    EXPECT_FALSE(passes(0x18FF0001 | CAN_EFF_FLAG | CAN_RTR_FLAG));
 }
 
 TEST_F(KXCANStartTest, aBitRateIsLeftToTheSystemAndTold) {

@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -116,6 +117,29 @@ TEST_F(KXDebugLossTest, aSignalThatWasPendingBeforeStaysPending) {
     EXPECT_EQ(sigtimedwait(&pipeSignal, nullptr, &atOnce), SIGPIPE);
     EXPECT_EQ(sigtimedwait(&pipeSignal, nullptr, &atOnce), -1) << "one more than before";
     pthread_sigmask(SIG_UNBLOCK, &pipeSignal, nullptr);
+}
+
+// Each write is one datagram.
+TEST_F(KXDebugLossTest, aNoticeAndItsLineAreOneWriteUpToWhatAPipeTakesWhole) {
+    const std::string notice = "[kx_debug:1] 1 line lost\n";
+    for (const std::size_t lineLength :
+         {PIPE_BUF - notice.size() - 1, PIPE_BUF - notice.size(), PIPE_BUF - notice.size() + 1}) {
+        OutputEnds gone = OutputEnds::makeSockets(SOCK_DGRAM);
+        gone.closeReader();
+        {
+            const RedirectedError redirected(gone.writer);
+            print("into nothing");
+        }
+        const OutputEnds sockets = OutputEnds::makeSockets(SOCK_DGRAM);
+        {
+            const RedirectedError redirected(sockets.writer);
+            printLine(lineLength);
+        }
+        char first[2 * PIPE_BUF];
+        const ssize_t size = recv(sockets.reader, first, sizeof(first), MSG_DONTWAIT);
+        const std::size_t together = notice.size() + lineLength;
+        EXPECT_EQ(static_cast<std::size_t>(size), together <= PIPE_BUF ? together : notice.size());
+    }
 }
 
 TEST_F(KXDebugLossTest, aSocketWhoseReaderHasGoneDoesNotEndTheProgram) {

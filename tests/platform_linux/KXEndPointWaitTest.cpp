@@ -6,9 +6,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <fcntl.h>
 #include <functional>
 #include <sys/epoll.h>
+#include <sys/syscall.h>
 #include <thread>
+#include <unistd.h>
 #include <utility>
 
 namespace {
@@ -17,13 +21,15 @@ namespace {
 std::atomic<unsigned int> clockOffset{0};
 std::atomic<bool> clockStands{false};
 std::atomic<int> sleeps{0};
+std::atomic<int> longestSleepMs{0};
+std::atomic<int> additions{0}; // of descriptors to an epoll set
 
 /// Runs once, between the end of a sleep and the look at what it found.
 std::function<void()> afterSleep;
 
 } // namespace
 
-// Replace the clock of the library and a function of the system.
+// Replace the clock of the library and functions of the system.
 
 unsigned int KX::KXTick::getTickCount() {
     return clockStands ? clockOffset.load() : static_cast<unsigned int>(getSteadyMs()) + clockOffset;
@@ -31,10 +37,16 @@ unsigned int KX::KXTick::getTickCount() {
 
 extern "C" KX_EXPORT int epoll_wait(int descriptor, epoll_event* events, int most, int timeoutMs) {
     ++sleeps;
+    longestSleepMs = std::max(longestSleepMs.load(), timeoutMs);
     const int found = epoll_pwait(descriptor, events, most, timeoutMs, nullptr);
     if (const auto action = std::exchange(afterSleep, nullptr))
         action();
     return found;
+}
+
+extern "C" KX_EXPORT int epoll_ctl(int descriptor, int operation, int watched, epoll_event* event) {
+    additions += operation == EPOLL_CTL_ADD ? 1 : 0;
+    return static_cast<int>(syscall(SYS_epoll_ctl, descriptor, operation, watched, event));
 }
 
 namespace {
@@ -102,6 +114,37 @@ TEST_F(KXEndPointWaitTest, anIdleWaitOfTheWorkerIsOneSleepingSystemCall) {
     }
 }
 
+// Descriptor 0 is free where a program has closed its standard input.
+TEST_F(KXEndPointWaitTest, anIdleWaitRegistersNothingAnew) {
+    const int standardInput = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 100);
+    close(STDIN_FILENO);
+    {
+        SocketEndPoint first;
+        EXPECT_EQ(first.getReadEndPointID(), 0);
+        EXPECT_EQ(manager.addEndPoint(&first, &handler), 0);
+        additions = 0;
+        EXPECT_EQ(manager.waitForEndPoints(KXTick::getTickCount(), 0), 0);
+        EXPECT_EQ(additions, 0);
+        manager.removeEndPoint(&first);
+    }
+    if (standardInput >= 0)
+        dup2(standardInput, STDIN_FILENO);
+    close(standardInput);
+}
+
+TEST_F(KXEndPointWaitTest, anEndPointThatIsAddedClosedWakesTheWorkerOnce) {
+    SocketEndPoint closed;
+    closed.peerAccepts = false;
+    closed.ownerCloses();
+    ASSERT_EQ(manager.addEndPoint(&closed, &handler), 0);
+    EXPECT_EQ(manager.waitForEndPoints(KXTick::getTickCount() + 100, 0), 1);
+    EXPECT_EQ(handler.disconnected, 1);
+    sleeps = 0;
+    EXPECT_EQ(manager.waitForEndPoints(KXTick::getTickCount() + 100, 0), 0);
+    EXPECT_LE(sleeps, 2);
+    manager.removeEndPoint(&closed);
+}
+
 TEST_F(KXEndPointWaitTest, aLostEndPointCostsNoSleepMoreThanItsRetry) {
     endPoint.peerAccepts = false;
     endPoint.peerHangsUp();
@@ -110,6 +153,17 @@ TEST_F(KXEndPointWaitTest, aLostEndPointCostsNoSleepMoreThanItsRetry) {
     EXPECT_EQ(manager.waitForEndPoints(KXTick::getTickCount() + 2500, 0), 0);
     EXPECT_EQ(endPoint.reconnects, 2);
     EXPECT_LE(sleeps, 5);
+}
+
+TEST_F(KXEndPointWaitTest, sleepsUntilARetryIsDueAndNoLonger) {
+    endPoint.peerAccepts = false;
+    endPoint.peerHangsUp();
+    ASSERT_EQ(manager.waitForEndPoints(KXTick::getTickCount(), 0), 1);
+    clockOffset += 600; // of 1000
+    longestSleepMs = 0;
+    EXPECT_EQ(manager.waitForEndPoints(KXTick::getTickCount() + 450, 0), 0);
+    EXPECT_LE(longestSleepMs, 400);
+    EXPECT_EQ(endPoint.reconnects, 1);
 }
 
 TEST_F(KXEndPointWaitTest, waitsOnAcrossTheWrapOfTheClock) {

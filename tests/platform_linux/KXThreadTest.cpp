@@ -278,6 +278,13 @@ TEST_F(KXThreadTest, aPriorityOutsideTheSystemsRangeIsRefused) {
     EXPECT_EQ(report.runs, 0);
 }
 
+TEST_F(KXThreadTest, theLeastAndTheGreatestPriorityAreInTheRange) {
+    for (const int priority : {sched_get_priority_min(SCHED_FIFO), sched_get_priority_max(SCHED_FIFO)}) {
+        const auto thread = makeThread(reportAndEnd);
+        EXPECT_NE(thread->start(priority, 0), 24) << "whether this user may have it or not";
+    }
+}
+
 TEST_F(KXThreadTest, runsWithTheRealTimePriorityThatWasAskedFor) {
     const auto thread = makeThread(reportAndEnd);
     const int status = thread->start(7, 0);
