@@ -40,9 +40,9 @@ struct KXInputMemory;
 /// line on standard error says what was not finished, also for an observer that throws and for a lack of memory.
 /// The worker goes on, after 100 ms if its wait for end points failed.
 ///
-/// The worker writes a line to standard output for each key and each encoder move of a keypad. If nobody reads the pipe there, it blocks
-/// as soon as the pipe is full: frames, long presses, bundles and \ref deleteInstance wait. It holds no mutex
-/// meanwhile, so the toolkit's thread goes on until it writes a line itself.
+/// The worker writes a line to standard output for each key and each encoder move of a keypad. If nobody reads the
+/// pipe there, it blocks as soon as the pipe is full: frames, long presses, bundles and \ref deleteInstance wait.
+/// It holds no mutex meanwhile, so the toolkit's thread goes on until it writes a line itself.
 ///
 /// One manager serves the process. Create it at start-up and delete it at shut-down, on one thread.
 class KX_EVENTS_API KXInputEventManager {
@@ -82,8 +82,9 @@ public:
 
     /// Sets the observer of the process, which sees all that reaches the manager; null: none. Any thread, before
     /// or after \ref createInstance, but not while a manager is made, initialised or deleted, nor from a hook or an
-    /// observer. A call that is under way may go untold. If it throws, there is no observer. Waits until no thread is inside the former observer. A new observer is first told the present
-    /// settings of the manager, as if they were set now; nobody may set the encoder or the keys meanwhile.
+    /// observer. A call that is under way may go untold. If this throws, there is no observer. Waits until no thread
+    /// is inside the former observer. A new observer is first told the present settings of the manager, as if they
+    /// were set now; nobody may set the encoder or the keys meanwhile.
     static void setObserver(KXInputObserver* observer);
 
     /// The observer that was set last; null: none. Any thread, also from a hook or an observer: takes no lock.

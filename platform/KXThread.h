@@ -11,11 +11,11 @@ namespace KX {
 /// A platform provides \ref create, \ref getCurrentThreadID, the constructor, the destructor and a class derived
 /// from this one. The input event manager has one such thread, "inputEventMgr", which wakes up ten times a second.
 ///
-/// That worker prints a line to std::cout for each key and each move of the encoder of a CAN keypad. While the standard output
-/// blocks, so does the worker: it reads no frames and sends no long presses and no bundles of encoder steps. The
-/// manager's \c deinitialize waits for it. An application whose output may block gives std::cout another buffer,
-/// by \c rdbuf. On Linux the thread starts with SIGPIPE blocked, so an output whose reader has gone only fails.
-/// Programs that the thread starts inherit that.
+/// That worker prints a line to std::cout for each key and each move of the encoder of a CAN keypad. While the
+/// standard output blocks, so does the worker: it reads no frames and sends no long presses and no bundles of
+/// encoder steps. The manager's \c deinitialize waits for it. An application whose output may block gives
+/// std::cout another buffer, by \c rdbuf. On Linux the thread starts with SIGPIPE blocked, so an output whose
+/// reader has gone only fails. Programs that the thread starts inherit that.
 ///
 /// An object belongs to one thread at a time. Only that thread sets the entry function, starts, waits and deletes.
 class KX_OS_ABS_API KXThread {

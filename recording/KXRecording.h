@@ -116,9 +116,9 @@ KX_RECORDING_API Session readFile(const std::string& path, const Warn& warn);
 /// Writes a recording that \ref read reads with the same entries, for a tool that shortens or changes one. Blocks until
 /// the disk has it.
 /// \param path  of a new file, or of an empty one
-/// \throws std::runtime_error  "path: reason"; a file that was made is then removed. Reasons are also entries whose time
-/// goes back or leaps by 2^31 ms or more, entries behind \ref End, a setting that is not in \ref settingTable, and the
-/// log of a CAN bus, which is no recording.
+/// \throws std::runtime_error  "path: reason"; a file that was made is then removed. Reasons are also entries
+///         whose time goes back or leaps by 2^31 ms or more, entries behind \ref End, a setting that is not in
+///         \ref settingTable, and the log of a CAN bus, which is no recording.
 KX_RECORDING_API void writeFile(const std::string& path, const Session& session);
 
 } // namespace KX::Recording

@@ -16,23 +16,24 @@ namespace KX {
 ///
 /// A recording begins at a moment of rest, so that a replay gives the same events to the byte: no press is pending, a
 /// press could not become a double press, no bundle of encoder steps is open, and the encoder would restart. The
-/// settings of that moment and the last frames of the keypad stand at its head. Later input may show that the moment was
-/// none. Then the recording begins anew at another one as soon as there is one. docs/recording.md describes the file.
-/// It tells which keys were pressed, so only the owner may read it: handle it like typed text.
+/// settings of that moment and the last frames of the keypad stand at its head. Later input may show that the
+/// moment was none. Then the recording begins anew at another one as soon as there is one. docs/recording.md
+/// describes the file. It tells which keys were pressed, so only the owner may read it: handle it like typed text.
 ///
 /// One recorder at a time observes the session; it takes the place of an observer that was set before. A second one
-/// records nothing, and its \ref problem says so; once the first one has gone, \ref start makes it the observer. Another
-/// observer that the application sets takes the recorder's place, and nobody tells the recorder. Its next operation
-/// finds out: the recording ends, and \ref problem says so. \ref start takes the place back.
+/// records nothing, and its \ref problem says so; once the first one has gone, \ref start makes it the observer.
+/// Another observer that the application sets takes the recorder's place, and nobody tells the recorder. Its next
+/// operation finds out: the recording ends, and \ref problem says so. \ref start takes the place back.
 ///
 /// Any thread may call the operations, but no hook and no observer, and not while the manager is deleted.
 /// The operator's input waits while a line is written. It also waits while \ref start writes the settings and the input
-/// since the last moment of rest. It does not wait while a file is made, nor for \ref save and \ref stop. Make a recorder,
-/// destroy it and call \ref start while no other thread calls KXInputEventManager::setKeyMapping or a setter of KXEncoderDynamic.
+/// since the last moment of rest. It does not wait while a file is made, nor for \ref save and \ref stop. Make a
+/// recorder, destroy it and call \ref start while no other thread calls KXInputEventManager::setKeyMapping or a
+/// setter of KXEncoderDynamic.
 ///
 /// When the knob was turned before the tick wraps, no moment of rest is found after it until the knob is turned again.
-/// The frames at the head are the keypad's last ones that came while the recorder observed the session. A key may be down
-/// at rest if its press cannot become long any more: every manager handles its release alike.
+/// The frames at the head are the keypad's last ones that came while the recorder observed the session. A key may
+/// be down at rest if its press cannot become long any more: every manager handles its release alike.
 ///
 /// A recording is of one manager. It ends when the application deletes the manager and makes another one. From then on
 /// \ref save writes only what the other one got. It also ends when KXEncoderDynamic::initialize forgets a turn.
@@ -57,15 +58,15 @@ public:
 
     /// Records into a new file, from the last moment of rest on. In mid-session, with a new recorder, the first one is
     /// the next pass of the worker at which all is at rest. A file that is not empty is never overwritten, and a
-    /// symbolic link is not followed. A pipe or a device works, too, but input waits for the reader of a full pipe. Each
-    /// input reaches the system before the library gets it, and the disk within two seconds.
+    /// symbolic link is not followed. A pipe or a device works, too, but input waits for the reader of a full
+    /// pipe. Each input reaches the system before the library gets it, and the disk within two seconds.
     /// \return whether it goes on; otherwise there is no new file, and \ref problem says why
     bool start(const std::string& path);
 
     /// Ends the recording, and waits until the disk has it. Without one it does nothing. A file that is still empty,
     /// because no moment of rest came, is removed.
-    /// \return whether all of it was written, from its beginning, and the file was not removed meanwhile; that is noticed
-    ///         within a second and told like a full disk
+    /// \return whether all of it was written, from its beginning, and the file was not removed meanwhile; that is
+    ///         noticed within a second and told like a full disk
     bool stop();
 
     /// Writes what is kept into a new file, as a recording, waits until the disk has it, and goes on.
@@ -80,9 +81,9 @@ public:
     /// Whether a recording goes on.
     bool isRecording() const;
 
-    /// Keeps the worker from making a pass until \ref stop, at most for five seconds: deleting the manager waits for the
-    /// worker. The events that are taken meanwhile are those that a replay of the recording gives. A recorder that does
-    /// not observe the session only says so in \ref problem.
+    /// Keeps the worker from making a pass until \ref stop, at most for five seconds: deleting the manager waits
+    /// for the worker. The events that are taken meanwhile are those that a replay of the recording gives. A
+    /// recorder that does not observe the session only says so in \ref problem.
     void holdWorker();
 
 private:

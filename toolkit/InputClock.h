@@ -24,8 +24,8 @@ namespace KX {
 /// - is more than 1 s late, as all inputs for over 60 s: the same, where the connection delays inputs unequally.
 ///
 /// A rest counts as one second at most in these times, so that two inputs that each met a busy application refute
-/// nothing. A learned distance is the least one that was seen. It may grow by 100 ppm of the time that passes, as clocks
-/// that run apart do. A learned distance of 0 to 5 ms is the shared clock again.
+/// nothing. A learned distance is the least one that was seen. It may grow by 100 ppm of the time that passes, as
+/// clocks that run apart do. A learned distance of 0 to 5 ms is the shared clock again.
 ///
 /// Results never lie in the future, nor before the previous result.
 class InputClock {

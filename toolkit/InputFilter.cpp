@@ -189,8 +189,8 @@ void InputFilter::reportKey(const QKeyEvent& event, unsigned int tick) {
     }
 }
 
-// When the window loses its keys, the release of a held key is reported. The real release may still come here and must not
-// be reported again. If it goes elsewhere, the next press of the key shows that.
+// When the window loses its keys, the release of a held key is reported. The real release may still come here and
+// must not be reported again. If it goes elsewhere, the next press of the key shows that.
 // \return whether the key's release was reported already
 bool InputFilter::endEarlyRelease(const QKeyEvent& event) {
     const auto held = heldKeys.find(keyOf(event));

@@ -57,9 +57,9 @@ class KXToolkitEvent;
 /// The window system's clock may differ from that of the tick, as on the display of another computer. A clock that is
 /// ahead or more than 60 s behind is found out at the first input. A clock that is less behind looks at first like
 /// an application that is late: time stamps are that much too early, and a press becomes long that much too soon.
-/// This ends with the tenth input in a row that is equally late to 5 ms, after 2 s of input or more. A network may delay
-/// inputs unequally. Then it ends after 60 s of input, but stays if the clock is at most 1 s behind. It also stays if
-/// the clock is at most 100 ms behind. A pause between two inputs counts as 1 s at most.
+/// This ends with the tenth input in a row that is equally late to 5 ms, after 2 s of input or more. A network may
+/// delay inputs unequally. Then it ends after 60 s of input, but stays if the clock is at most 1 s behind. It also
+/// stays if the clock is at most 100 ms behind. A pause between two inputs counts as 1 s at most.
 ///
 /// Make the layer after the QApplication, and use it on the application's thread, where it also reports. A layer
 /// whose window was destroyed reports nothing. When the layer is destroyed, it does not release what is down.

@@ -12,8 +12,8 @@
 #include <readerwriterqueue.h>
 #include <thread>
 
-/// Queues of events. The limits' callers have a holder at hand, so nothing is converted. The library and the peers build
-/// a holder from the event.
+/// Queues of events. The limits' callers have a holder at hand, so nothing is converted. The library and the peers
+/// build a holder from the event.
 namespace Bench {
 
 /// The library's queues, by their interface, as an application uses them.

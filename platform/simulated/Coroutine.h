@@ -24,8 +24,8 @@ public:
     Coroutine(const Coroutine&) = delete;
     Coroutine& operator=(const Coroutine&) = delete;
 
-    /// Runs the body until it pauses or ends. An exception that leaves the body ends the program. Any thread: a second one
-    /// waits until the body has paused.
+    /// Runs the body until it pauses or ends. An exception that leaves the body ends the program. Any thread: a
+    /// second one waits until the body has paused.
     /// \return whether the body has ended, so that nothing may be called any more
     bool resume() KX_EXCLUDES(resuming);
 

@@ -28,8 +28,8 @@ public:
     File& operator=(const File&) = delete;
 
     /// Adds an entry, whose time must not be before that of the previous one, for the next \ref flush. A large buffer
-    /// is flushed at once. A long key mapping becomes several lines. Any other line that is longer than \ref longestLine
-    /// counts as a failure, because no reader takes it.
+    /// is flushed at once. A long key mapping becomes several lines. Any other line that is longer than \ref
+    /// longestLine counts as a failure, because no reader takes it.
     void add(const Entry& entry);
 
     /// Hands what was added to the system. After a failure nothing more is written, so that no line is missing between
@@ -37,8 +37,8 @@ public:
     /// \return whether all entries were written
     bool flush();
 
-    /// Starts to put onto the disk what was flushed. Does not wait for the disk. To be called again and again: each call
-    /// learns only how the one before has ended.
+    /// Starts to put onto the disk what was flushed. Does not wait for the disk. To be called again and again:
+    /// each call learns only how the one before has ended.
     /// \return whether the disk has taken all so far; a pipe or a device needs none
     bool startSync();
 

@@ -214,8 +214,9 @@ void KXSessionRecorder::Session::endFile(const std::string& why) {
     tell(lastProblem + "; the recording ends here");
 }
 
-// The log lacks an input, so no recording of it would replay the same. What it has is dropped, which also makes room for
-// the message. The application's next operation begins anew, because only then may the manager be asked for its settings.
+// The log lacks an input, so no recording of it would replay the same. What it has is dropped, which also makes
+// room for the message. The application's next operation begins anew, because only then may the manager be asked
+// for its settings.
 void KXSessionRecorder::Session::giveUp() {
     const KXLockGuard guard(lock);
     if (std::exchange(hasGivenUp, true))

@@ -61,8 +61,8 @@ private:
         }
     }
 
-    // For an operation of the application. What it changed before the exception is left as after any other failure. Null: the path of the
-    // last recording.
+    // For an operation of the application. What it changed before the exception is left as after any other
+    // failure. Null: the path of the last recording.
     template<class Step>
     bool succeeds(const std::string* itsPath, Step step) {
         try {

@@ -10,10 +10,11 @@ namespace KX::Recording {
 
 /// The moments in a log at which the manager was at rest: a new manager with the same settings would go on the same.
 ///
-/// The next input may show that a moment was no rest after all. A press may pair with one before that moment, because the
-/// double-press time became longer meanwhile. A wheel that turns many detents at once may go on with the encoder's last
-/// turn. A key may be down at rest if its press cannot become long any more: every manager handles its release alike.
-/// Otherwise there would be no more rest after a lost release, and nothing could be saved.
+/// The next input may show that a moment was no rest after all. A press may pair with one before that moment,
+/// because the double-press time became longer meanwhile. A wheel that turns many detents at once may go on with
+/// the encoder's last turn. A key may be down at rest if its press cannot become long any more: every manager
+/// handles its release alike. Otherwise there would be no more rest after a lost release, and nothing could be
+/// saved.
 class RestPoints {
 public:
     /// The session begins here, with a new manager.

@@ -7,8 +7,8 @@
 
 namespace Terminal {
 
-/// Signals of the process, handled in the main loop. SIGINT and SIGTERM end the main loop instead of the process, so that
-/// everything shuts down in order. SIGUSR1 saves what the flight recorder keeps.
+/// Signals of the process, handled in the main loop. SIGINT and SIGTERM end the main loop instead of the process,
+/// so that everything shuts down in order. SIGUSR1 saves what the flight recorder keeps.
 class ProcessSignals : public QObject {
     Q_OBJECT
 

@@ -92,8 +92,9 @@ private:
     bool endSession();
     int writePicture();
 
-    // Members are destroyed from the last to the first. Input ends before the notifier, then the manager's thread, which
-    // posts the keypad's keys to the window. The queue of actions outlives all that posts to it, but not the actions.
+    // Members are destroyed from the last to the first. Input ends before the notifier, then the manager's thread,
+    // which posts the keypad's keys to the window. The queue of actions outlives all that posts to it, but not the
+    // actions.
     const CommandLine& settings;
     ProcessSignals processSignals;
     const KX::CANRemoteOptions layout; // of the keypad; read before a recording is begun in vain

@@ -7,8 +7,8 @@ namespace KX::test {
 /// One operation of the library and what it promises when memory or the system fails it.
 ///
 /// A static object of this class is two tests: without memory, and with failing calls of the system. Each runs the body
-/// again and again. In each run another allocation or call fails, until the operation makes no further one. Each run must
-/// also leave as many descriptors open and blocks allocated as there were before.
+/// again and again. In each run another allocation or call fails, until the operation makes no further one. Each
+/// run must also leave as many descriptors open and blocks allocated as there were before.
 class Operation {
 public:
     /// Prepares the operation, runs it by one of the functions of \p fault, and checks the promise.

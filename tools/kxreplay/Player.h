@@ -26,8 +26,8 @@ struct PlayedEvent {
 /// Whether the play needs Qt: the library turns frames into Qt's key events.
 bool needsToolkit(const KX::Recording::Session& session);
 
-/// Plays a session through the library, perhaps with other settings than the recorded ones, and tells the origin of each
-/// event.
+/// Plays a session through the library, perhaps with other settings than the recorded ones, and tells the origin
+/// of each event.
 ///
 /// For the thread that drives the simulation. No manager may exist. Frames need a QApplication.
 class Player {
