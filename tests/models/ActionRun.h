@@ -221,7 +221,8 @@ private:
         return out.str();
     }
 
-    std::string differences(const std::string& where) {
+    // One thread alone posts and drains.
+    std::string differences(const std::string& where) KX_NO_THREAD_SAFETY_ANALYSIS {
         std::string complaints =
             told<std::string>("calls", realPlayer.trace, modelPlayer.trace) +
             told<std::string>("output", output.take(), model.takeOutput()) +
