@@ -2,17 +2,33 @@
 
 #include "platform/KXCANMessage.h"
 #include "platform/KXCANRaw.h"
+#include "platform/KXExport.h"
 #include "support/BusFolder.h"
 #include "support/Waiting.h"
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
 #include <memory>
 #include <string>
+#include <sys/file.h>
+#include <sys/syscall.h>
 #include <unistd.h>
+
+namespace {
+
+std::atomic<int> lastLocked{-1};
+
+} // namespace
+
+// Replaces a function of the system for the whole program, libraries included.
+extern "C" KX_EXPORT int flock(int descriptor, int operation) noexcept {
+    lastLocked = descriptor;
+    return static_cast<int>(syscall(SYS_flock, descriptor, operation));
+}
 
 namespace {
 
@@ -36,6 +52,21 @@ TEST(BusSurroundingsTest, aBusAtDescriptor0ReceivesFramesAndClosesIt) {
     }
     EXPECT_EQ(fcntl(0, F_GETFD), -1);
     EXPECT_NE(access(bus.path.c_str(), F_OK), 0) << "the file goes with the bus";
+    if (standardInput >= 0)
+        dup2(standardInput, STDIN_FILENO);
+    close(standardInput);
+}
+
+// The lock keeps another process from binding the path between the look at the file and its removal.
+TEST(BusSurroundingsTest, aBusThatClosesLocksItsFolderAtDescriptor0Too) {
+    const BusFolder bus;
+    std::unique_ptr<KX::KXCANRaw> endPoint(KX::KXCANRaw::create(0, 0, 0));
+    ASSERT_TRUE(endPoint);
+    const int standardInput = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 100);
+    close(STDIN_FILENO);
+    lastLocked = -1;
+    endPoint.reset();
+    EXPECT_EQ(lastLocked, 0);
     if (standardInput >= 0)
         dup2(standardInput, STDIN_FILENO);
     close(standardInput);
