@@ -194,6 +194,15 @@ TEST_F(KXCANStartTest, oneThatIsNoCANInterfaceIsNullAndTold) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "[kx_can_raw:1] bus 0: can0: No such device\n");
 }
 
+TEST_F(KXCANStartTest, closesItsSocketAtItsEnd) {
+    can0.isUp = true;
+    auto bus = open();
+    ASSERT_NE(bus, nullptr);
+    const int descriptor = bus->getReadEndPointID();
+    bus.reset();
+    EXPECT_EQ(fcntl(descriptor, F_GETFD), -1);
+}
+
 TEST_F(KXCANStartTest, anInterfaceMayHaveTheLongestName) {
     const std::string longest(IFNAMSIZ - 1, 'x');
     for (const std::string& name : {longest, longest + "x"}) {
