@@ -51,7 +51,7 @@ TEST_F(KXDebugCost, aLongMessageThatThereIsNoMemoryForShowsItsBeginning) {
         const std::string text(length - prefix.size(), 'x');
         testing::internal::CaptureStderr();
         {
-            const NoMoreMemory limit;
+            const KX::test::NoMoreMemory limit;
             KX::KXDebug::debugPrintError(1, key, "%s", text.c_str());
         }
         EXPECT_EQ(testing::internal::GetCapturedStderr(), (prefix + text).substr(0, 511) + "\n");
