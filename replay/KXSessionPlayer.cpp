@@ -1,6 +1,7 @@
 #include "replay/KXSessionPlayer.h"
 
 #include "input/KXInputEventManager.h"
+#include "platform/KXStatus.h"
 #include "platform/KXTick.h"
 #include "platform/simulated/KXSimulation.h"
 #include "recording/KXFunctionKeys.h"
@@ -168,7 +169,9 @@ void KXSessionPlayer::Play::makeRoomForDurations() {
 
 void KXSessionPlayer::Play::beginLog() {
     manager->setKeyMapping(KeyLayout::functionKeys());
-    manager->setCANRemoteOptions(options.keypad ? *options.keypad : KeyLayout::builtIn());
+    const auto& keypad = options.keypad ? *options.keypad : KeyLayout::builtIn();
+    if (manager->setCANRemoteOptions(keypad) != STATUS_OK)
+        throw std::bad_alloc(); // the simulated platform refuses a bus for no other reason
 }
 
 KXSessionPlayer::Play::~Play() {

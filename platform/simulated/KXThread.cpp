@@ -5,7 +5,6 @@
 #include "platform/simulated/Scheduler.h"
 
 #include <memory>
-#include <new>
 
 namespace KX {
 
@@ -44,11 +43,7 @@ private:
     int launch() {
         // Handed over by value: setEntryFunction on a running thread has no effect on it.
         const auto body = [function = entry, argument = entryArgument] { function(argument); };
-        try {
-            participant.coroutine = std::make_unique<Coroutine>(body);
-        } catch (const std::bad_alloc&) {
-            return STATUS_REFUSED;
-        }
+        participant.coroutine = std::make_unique<Coroutine>(body);
         participant.id = newThreadId();
         scheduler.runLaunched(participant);
         return STATUS_OK;

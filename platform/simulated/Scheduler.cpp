@@ -137,11 +137,11 @@ bool Scheduler::handOver(Participant& self, VirtualTime wakeTime, Watched& watch
         const KXLockGuard lock(mutex);
         if (self.stopping)
             return true;
+        waits.push_back({nextWaitNumber++, &self}); // may throw
         self.state = Participant::State::waiting;
         self.waitEnded = false;
         self.wakeTime = wakeTime;
         self.watched = &watched;
-        waits.push_back({nextWaitNumber++, &self});
     }
     self.coroutine->pause();
     const KXLockGuard lock(mutex);

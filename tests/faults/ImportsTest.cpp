@@ -24,8 +24,11 @@ const std::string cannotFail[] = {
     "__errno_location",
     "__libc_single_threaded",
     "__register_atfork", // when the library is loaded; the number of a thread is then not cached
+    "__snprintf_chk",
+    "__stack_chk_fail",
     "__sysconf",
     "__tls_get_addr",
+    "__vsnprintf_chk",
     "abort",
     "clock_gettime",
     "getenv",
