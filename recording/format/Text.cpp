@@ -32,7 +32,8 @@ std::string_view trimmed(std::string_view text) {
 
 std::string_view takeWord(std::string_view& text) {
     text = trimmed(text);
-    const std::string_view word = text.substr(0, std::find_if(text.begin(), text.end(), isBlank) - text.begin());
+    const auto end = std::find_if(text.begin(), text.end(), isBlank);
+    const std::string_view word = text.substr(0, static_cast<std::size_t>(end - text.begin()));
     text = trimmed(text.substr(word.size()));
     return word;
 }
