@@ -9,7 +9,7 @@
 namespace KX {
 namespace {
 
-constexpr int homeKey = Qt::Key_Home;
+constexpr int testedKey = Qt::Key_Home;
 
 class InputMemory : public test::OperatorTest {
 protected:
@@ -25,7 +25,7 @@ void expectNothing(const KXInputMemory& memory) {
 }
 
 TEST_F(InputMemory, is_a_default_one_without_a_manager) {
-    operatorPresses(homeKey);
+    operatorPresses(testedKey);
     KXInputEventManager::deleteInstance();
     expectNothing(memory());
     EXPECT_EQ(memory().doublePressMs, 0U);
@@ -44,22 +44,22 @@ TEST_F(InputMemory, of_a_new_manager_has_its_settings_alone) {
 
 TEST_F(InputMemory, knows_a_press_until_its_release_and_its_time_for_ever) {
     timePasses(7);
-    operatorPresses(homeKey);
+    operatorPresses(testedKey);
     EXPECT_TRUE(memory().isPressPending);
     EXPECT_TRUE(memory().hasPress);
     EXPECT_EQ(memory().pressTimeStamp, 7U);
     timePasses(20);
-    operatorReleases(homeKey);
+    operatorReleases(testedKey);
     EXPECT_FALSE(memory().isPressPending);
     EXPECT_TRUE(memory().hasPress);
     EXPECT_EQ(memory().pressTimeStamp, 7U);
 }
 
 TEST_F(InputMemory, knows_a_long_press_until_its_release) {
-    operatorPresses(homeKey);
+    operatorPresses(testedKey);
     timePasses(3000);
     EXPECT_TRUE(memory().isPressPending);
-    operatorReleases(homeKey);
+    operatorReleases(testedKey);
     EXPECT_FALSE(memory().isPressPending);
 }
 
@@ -75,7 +75,7 @@ TEST_F(InputMemory, knows_an_open_bundle_and_the_last_step) {
 }
 
 TEST_F(InputMemory, of_a_manager_that_is_deinitialized_knows_no_encoder) {
-    operatorPresses(homeKey);
+    operatorPresses(testedKey);
     manager->deinitialize();
     EXPECT_TRUE(memory().isPressPending);
     EXPECT_EQ(memory().restartGapMs, 0U);

@@ -185,7 +185,7 @@ TEST_F(InputFilterTest, KeysHeldWhenTheWindowStopsBeingActiveAreReleased) {
 TEST_F(InputFilterTest, AKeyThatTheWindowHasReleasedIsNotReleasedAgain) {
     const Reported press{TOOLKIT_KEY_PRESS_EVENT, Qt::Key_End};
     const Reported release{TOOLKIT_KEY_RELEASE_EVENT, Qt::Key_End};
-    for (const unsigned long heldMs : {10, 3000}) {
+    for (const unsigned long heldMs : {10UL, 3000UL}) {
         reports.clear();
         sendKey(QEvent::KeyPress, 10000);
         send(&window, QEvent::WindowBlocked);
