@@ -21,9 +21,9 @@ struct Refusals {
     int join = 0;
 } refusals;
 
-/// Calls the system's own function. ThreadSanitizer calls this in threads that it does not know yet.
+/// Calls the system's own function.
 template<typename... Parameters>
-__attribute__((no_sanitize("thread"))) int callSystem(const char* name, Parameters... parameters) {
+int callSystem(const char* name, Parameters... parameters) {
     using Function = int (*)(Parameters...);
     return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name))(parameters...);
 }
@@ -42,8 +42,7 @@ extern "C" KX_EXPORT int pthread_mutexattr_setprotocol(pthread_mutexattr_t* attr
     return callSystem("pthread_mutexattr_setprotocol", attributes, protocol);
 }
 
-extern "C" KX_EXPORT __attribute__((no_sanitize("thread"))) int
-pthread_attr_init(pthread_attr_t* attributes) noexcept {
+extern "C" KX_EXPORT int pthread_attr_init(pthread_attr_t* attributes) noexcept {
     return refusals.threadAttributes ? refusals.threadAttributes : callSystem("pthread_attr_init", attributes);
 }
 
