@@ -117,7 +117,7 @@ TEST(HashedSet, holds_nothing_after_it_was_cleared_and_can_be_filled_again) {
     ItemSet items;
     for (const unsigned int number : {3U, 8U, 9U, 200U, 5000U, 10U}) {
         for (unsigned int i = 0; i < number; ++i)
-            items.insert(makeItem(i, 1, 1, 1));
+            items.add(makeItem(i, 1, 1, 1));
         EXPECT_EQ(items.size(), number);
         EXPECT_EQ(items.count(makeItem(number - 1, 1, 1, 1)), 1U);
         items.clear();
