@@ -69,6 +69,7 @@ public:
     /// action is ignored and reported on standard output.
     /// \param event     may be null: then the type is 0, and the item never counts as a loop
     /// \param userData  may be null: then the item never counts as a loop
+    /// \throws std::bad_alloc  nothing is queued
     /// \throws boost::lock_error  the lock failed; nothing is queued
     void postAction(KXAction* action, KXEvent* event, void* userData);
 
@@ -87,6 +88,8 @@ public:
     /// \param detectLoops  whether to keep the history by which loops are found
     /// \return STATUS_OK (0) the queue was emptied; STATUS_QUEUE_EMPTY (23) it was empty on entry;
     ///         STATUS_DEADLINE_PASSED (46) the deadline passed after an item; the history stays for the next call
+    /// \throws std::bad_alloc  the history lacks memory: the action has run, and a later turn finds its loop
+    /// \throws boost::lock_error  the lock failed; nothing is taken
     /// \throws boost::thread_interrupted  interrupted in the wait; nothing is taken
     int executeActions(unsigned int deadline, bool detectLoops);
 

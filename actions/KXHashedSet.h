@@ -32,8 +32,10 @@ public:
     /// The item that equals \p item, or null. Valid until the set changes.
     const Item* lookUp(const Item& item) const {
         if (table.empty()) {
-            const auto found = std::find(items.begin(), items.end(), item);
-            return found != items.end() ? &*found : nullptr;
+            for (const Item& each : items) // std::find is unrolled into several times the code
+                if (each == item)
+                    return &each;
+            return nullptr;
         }
         const std::uint32_t hash = Hash()(item);
         const std::size_t mask = table.size() - 1;
@@ -45,7 +47,7 @@ public:
 
     std::size_t count(const Item& item) const { return lookUp(item) ? 1 : 0; }
 
-    /// Adds \p item. An equal item that is there already stays instead.
+    /// Adds \p item. An equal item that is there already stays instead. If it throws, the set is unchanged.
     /// \return whether it was added
     bool add(const Item& item) {
         if (lookUp(item))
@@ -112,6 +114,7 @@ public:
 
     const_iterator lower_bound(const Item& item) const { return inOrder().lower_bound(item); }
 
+    /// As \ref add. If the order lacks memory, it throws and the item stays added.
     std::pair<const_iterator, bool> insert(const Item& item) {
         const bool isNew = add(item);
         return {find(item), isNew};

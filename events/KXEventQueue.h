@@ -18,6 +18,8 @@ public:
 
     /// Makes a queue of \p type, an \ref eventQueueType.
     /// \return owned by the caller, who deletes it when no thread uses it any more; null for an unknown type
+    /// \throws std::bad_alloc
+    /// \throws boost::thread_resource_error  the system has no mutex or condition variable left
     static KXEventQueue* create(int type);
 
     /// Sets a hook that every post calls last, on the posting thread, without a lock of the queue; null: none. A

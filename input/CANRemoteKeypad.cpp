@@ -145,8 +145,8 @@ int KXInputEventManager::setCANRemoteOptions(CANRemoteOptions options) {
     if (isOpened)
         status = openCANRemote(layout, std::move(handler));
     else
-        std::swap(canRemoteOptions, layout);
-    std::swap(canRemoteLayout, toldLayout);
+        canRemoteOptions = std::move(layout);
+    canRemoteLayout = std::move(toldLayout);
     return status;
 }
 
@@ -155,7 +155,7 @@ int KXInputEventManager::openCANRemote(CANRemoteOptions& layout, std::unique_ptr
     std::unique_ptr<KXCANRaw> bus(KXCANRaw::create(0, 0, 0));
     if (bus)
         bus->configure(layout.endPointSetting);
-    std::swap(canRemoteOptions, layout); // before the first frame
+    canRemoteOptions = std::move(layout); // before the first frame
     if (!bus)
         return STATUS_OK;
     const int status = endPointManager->addEndPoint(bus.get(), handler.get());

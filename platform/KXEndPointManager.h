@@ -15,6 +15,7 @@ class KXEndPointHandler;
 class KX_OS_ABS_API KXEndPointManager {
 public:
     /// If the system has no descriptors left for the wait, \ref addEndPoint refuses every end point.
+    /// \throws std::bad_alloc
     KXEndPointManager();
 
     /// No thread may wait any more. End points that are still registered are left alone.
@@ -52,6 +53,7 @@ public:
     /// \param untilTick  absolute, by the clock of \ref KXTick
     /// \param reserved   pass 0
     /// \return the number of calls of handlers
+    /// \throws std::bad_alloc  the next wait tells what this one did not
     int waitForEndPoints(unsigned int untilTick, unsigned int reserved);
 
 private:

@@ -15,6 +15,7 @@ namespace KX {
 class KX_OS_ABS_API KXPipe : public KXEndPoint {
 public:
     /// A closed pipe: nothing can be written or read until \ref init.
+    /// \throws std::bad_alloc
     KXPipe();
 
     /// Closes both ends. Bytes that were not read are lost.

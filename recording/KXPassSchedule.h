@@ -2,6 +2,7 @@
 
 #include "platform/KXExport.h"
 #include "recording/KXRecording.h"
+#include "recording/KXSessionFacts.h"
 
 #include <cstdint>
 #include <optional>
@@ -18,6 +19,9 @@ class KX_RECORDING_API KXPassSchedule {
 public:
     explicit KXPassSchedule(const Recording::Session& session);
 
+    /// \param facts  of the whole session, or of its beginning if more of it is still to come
+    explicit KXPassSchedule(const Recording::SessionFacts& facts);
+
     /// When the next pass is due that must be made before what comes at \p timeMs. Call it again after that pass.
     /// \return nothing when no pass is due until then
     std::optional<std::uint64_t> takeNext(std::uint64_t timeMs);
@@ -29,13 +33,15 @@ public:
     /// \return whether the worker makes a pass at once, for a frame
     bool played(const Recording::Entry& entry);
 
-    /// When the session is over.
+    /// When the session is over; of what was played, if the facts did not have all.
     std::uint64_t endMs() const { return sessionEndMs; }
 
 private:
+    KX_LOCAL std::uint64_t endAfter(std::uint64_t entryMs, std::uint64_t inputMs) const;
+
     const bool isNeeded;
-    const std::uint64_t sessionEndMs;
-    const std::uint64_t pendingMs; // after an input, something may be pending for so long
+    std::uint64_t sessionEndMs = 0;
+    std::uint64_t pendingMs; // after an input, something may be pending for so long
     bool listensToBus;
     std::uint64_t lastPassMs;
     std::uint64_t lastInputMs;

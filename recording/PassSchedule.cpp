@@ -10,6 +10,7 @@ namespace {
 
 using Recording::Entry;
 using Recording::Session;
+using Recording::SessionFacts;
 
 constexpr std::uint64_t passIntervalMs = 100;
 constexpr std::uint64_t restMs = 200;
@@ -20,38 +21,27 @@ bool isInput(const Entry& entry) {
            std::holds_alternative<Recording::Frame>(entry.input);
 }
 
-std::uint64_t startOf(const Session& session) {
-    return session.entries.empty() ? 0 : session.entries.front().timeMs;
-}
-
-std::uint64_t endOf(const Session& session) {
-    if (session.entries.empty())
-        return 0;
-    const std::uint64_t lastEntryMs = session.entries.back().timeMs;
-    if (session.hasPasses)
-        return lastEntryMs;
-    const auto lastInput = std::find_if(session.entries.rbegin(), session.entries.rend(), isInput);
-    const Entry& last = lastInput == session.entries.rend() ? session.entries.front() : *lastInput;
-    return std::max(lastEntryMs, last.timeMs + restMs);
-}
-
 // Until the longest long press of the session is due, and some passes more for a bundle of steps.
-std::uint64_t longestPending(const Session& session) {
-    std::int64_t longest = settingRow(KXInputSetting::LongKeyPressDuration).defaultValue;
-    for (const Entry& entry : session.entries) {
-        const auto* const setting = std::get_if<Recording::NumberSetting>(&entry.input);
-        if (setting && setting->name == KXInputSetting::LongKeyPressDuration)
-            longest = std::max(longest, setting->value);
-    }
+std::uint64_t pendingFor(std::int64_t longPressMs) {
+    const std::int64_t longest =
+        std::max(longPressMs, settingRow(KXInputSetting::LongKeyPressDuration).defaultValue);
     return static_cast<std::uint64_t>(longest) + 10 * passIntervalMs;
 }
 
 } // namespace
 
-KXPassSchedule::KXPassSchedule(const Session& session)
-    : isNeeded(!session.hasPasses && !session.entries.empty()), sessionEndMs(endOf(session)),
-      pendingMs(longestPending(session)), listensToBus(session.isPlainLog), lastPassMs(startOf(session)),
-      lastInputMs(lastPassMs) {}
+KXPassSchedule::KXPassSchedule(const Session& session) : KXPassSchedule(SessionFacts(session)) {}
+
+KXPassSchedule::KXPassSchedule(const SessionFacts& facts)
+    : isNeeded(!facts.hasPasses && facts.entries != 0), pendingMs(pendingFor(facts.greatestLongPressMs)),
+      listensToBus(facts.isPlainLog), lastPassMs(facts.firstMs), lastInputMs(facts.firstMs) {
+    if (facts.entries != 0)
+        sessionEndMs = endAfter(facts.lastMs, facts.lastInputMs);
+}
+
+std::uint64_t KXPassSchedule::endAfter(std::uint64_t entryMs, std::uint64_t inputMs) const {
+    return isNeeded ? std::max(entryMs, inputMs + restMs) : entryMs;
+}
 
 std::optional<std::uint64_t> KXPassSchedule::nextMs() const {
     if (!isNeeded)
@@ -72,6 +62,10 @@ std::optional<std::uint64_t> KXPassSchedule::takeNext(std::uint64_t timeMs) {
 bool KXPassSchedule::played(const Entry& entry) {
     if (isInput(entry))
         lastInputMs = entry.timeMs;
+    sessionEndMs = std::max(sessionEndMs, endAfter(entry.timeMs, lastInputMs));
+    if (const auto* const setting = std::get_if<Recording::NumberSetting>(&entry.input))
+        if (setting->name == KXInputSetting::LongKeyPressDuration)
+            pendingMs = std::max(pendingMs, pendingFor(setting->value));
     if (std::holds_alternative<Recording::Keypad>(entry.input))
         listensToBus = true;
     if (!isNeeded || !listensToBus || !std::holds_alternative<Recording::Frame>(entry.input))

@@ -26,37 +26,21 @@ namespace {
 
 using Recording::Entry;
 using Recording::Session;
+using Recording::SessionFacts;
 
 constexpr int keypadsBus = 0;
 constexpr std::uint64_t longestStepMs = 1U << 30; // a longer one would lie in the past of the tick
 
-bool hasFrames(const Session& session) {
-    return std::any_of(
-        session.entries.begin(), session.entries.end(),
-        [](const Entry& entry) { return std::holds_alternative<Recording::Frame>(entry.input); });
-}
-
-bool isOperated(const Entry& entry) {
-    return std::holds_alternative<KXToolkitEvent>(entry.input) ||
-           std::holds_alternative<KXInputEvent>(entry.input) ||
-           std::holds_alternative<Recording::Post>(entry.input);
-}
-
-// The first setting of that name before the operator does anything.
-const Recording::NumberSetting* findAtHead(const Session& session, KXInputSetting name) {
-    for (const Entry& entry : session.entries) {
-        const auto* const setting = std::get_if<Recording::NumberSetting>(&entry.input);
-        if (setting && setting->name == name)
-            return setting;
-        if (isOperated(entry))
-            break;
-    }
-    return nullptr;
-}
-
 std::shared_ptr<const Session> read(const std::string& path, std::vector<std::string>& warnings) {
     return std::make_shared<const Session>(Recording::readFile(
         path, [&warnings](const std::string& warning) { warnings.push_back(warning); }));
+}
+
+std::shared_ptr<const Session> sessionWithoutEntries(const SessionFacts& facts) {
+    Session session;
+    session.isPlainLog = facts.isPlainLog;
+    session.hasPasses = facts.hasPasses;
+    return std::make_shared<const Session>(std::move(session));
 }
 
 } // namespace
@@ -64,11 +48,16 @@ std::shared_ptr<const Session> read(const std::string& path, std::vector<std::st
 class KXSessionPlayer::Play {
 public:
     Play(const std::string& path, Options givenOptions)
-        : shared(read(path, warnings)), options(std::move(givenOptions)), name(path), schedule(session) {
+        : shared(read(path, warnings)), facts(session), options(std::move(givenOptions)), name(path) {
         beginOrDeleteManager();
     }
     Play(std::shared_ptr<const Session> givenSession, Options givenOptions)
-        : shared(std::move(givenSession)), options(std::move(givenOptions)), schedule(session) {
+        : shared(std::move(givenSession)), facts(session), options(std::move(givenOptions)) {
+        beginOrDeleteManager();
+    }
+    Play(const SessionFacts& givenFacts, NextEntry givenNext, Options givenOptions)
+        : shared(sessionWithoutEntries(givenFacts)), facts(givenFacts), nextEntry(std::move(givenNext)),
+          options(std::move(givenOptions)) {
         beginOrDeleteManager();
     }
     ~Play();
@@ -82,8 +71,11 @@ public:
     const std::shared_ptr<const Session> shared;
     const Session& session = *shared;
     std::size_t position = 0; // of the entry that comes next, or of the last one
+    std::size_t line = 0;     // of that entry
 
 private:
+    const Entry* nextOfSession();
+    const Entry* peek();
     void beginOrDeleteManager();
     void begin();
     void beginLog();
@@ -95,6 +87,8 @@ private:
 
     void apply(const Recording::NumberSetting& setting);
     void apply(const Recording::Frame& frame);
+    bool mayMakeWindow() const;
+    void makeWindow();
     void apply(const Recording::Pass& /*pass*/) { pass(); }
     void apply(const Recording::End& /*end*/) {}
     void apply(const Recording::Post& post) {
@@ -106,14 +100,18 @@ private:
         Recording::repeatCall(call, *manager);
     }
 
+    const SessionFacts facts;
+    const NextEntry nextEntry = [this] { return nextOfSession(); };
     const Options options;
     const std::string name = "the recording"; // for messages
-    KXPassSchedule schedule;
+    KXPassSchedule schedule{facts};
     std::unique_ptr<KeyWindow> window; // null: frames are left out
     KXInputEventManager* manager = nullptr;
     bool ownsManager = false;
     std::deque<KXCANMessage> unreadFrames; // for the next passes
-    std::size_t next = 0;                  // entry
+    const Entry* upcoming = nullptr;       // null: not known yet
+    bool isAtEnd = false;
+    std::size_t next = 0; // entry
     std::uint64_t nowMs = 0;
 };
 
@@ -130,17 +128,17 @@ void KXSessionPlayer::Play::beginOrDeleteManager() {
 
 void KXSessionPlayer::Play::begin() {
     ownsManager = !KXInputEventManager::hasInstance();
-    // An application's own window must stay the active one, and the keys of a recording's frames are for nobody.
-    if (hasFrames(session) && (ownsManager || session.isPlainLog) && QCoreApplication::instance())
-        window = std::make_unique<KeyWindow>();
-    if (session.isPlainLog && !session.entries.empty() && !window)
+    const Entry* const first = peek();
+    if (first && facts.isPlainLog && !mayMakeWindow())
         throw std::runtime_error(name +
                                  ": the log of a CAN bus needs a QApplication, which makes keys of its frames");
+    if (first && (facts.isPlainLog || (facts.frames != 0 && !options.beforeFrames)))
+        makeWindow();
     if (ownsManager) {
         KXSimulation::reset();
         KXSimulation::setDebugLevel(1);
     }
-    nowMs = session.entries.empty() ? 0 : session.entries.front().timeMs;
+    nowMs = first ? first->timeMs : 0;
     KXSimulation::setTick(static_cast<unsigned int>(nowMs));
     if (ownsManager) {
         // The table outlives managers; keys that an earlier play mapped must not stay.
@@ -148,7 +146,7 @@ void KXSessionPlayer::Play::begin() {
         KXInputEventManager::createInstance();
     }
     manager = KXInputEventManager::getInstance();
-    if (session.isPlainLog)
+    if (facts.isPlainLog)
         beginLog();
     if (!ownsManager)
         makeRoomForDurations();
@@ -158,13 +156,14 @@ void KXSessionPlayer::Play::begin() {
 // may refuse the first, which must stay apart from the second. It takes both in this order: if the long one is
 // refused at first, the double one is below both of its own.
 void KXSessionPlayer::Play::makeRoomForDurations() {
-    const auto* const doublePress = findAtHead(session, KXInputSetting::DoubleKeyPressDuration);
-    const auto* const longPress = findAtHead(session, KXInputSetting::LongKeyPressDuration);
-    if (!doublePress || !longPress || doublePress->value >= longPress->value)
+    const auto doublePress = facts.doublePressAtHeadMs;
+    const auto longPress = facts.longPressAtHeadMs;
+    if (!doublePress || !longPress || *doublePress >= *longPress)
         return;
-    apply(*longPress);
-    apply(*doublePress);
-    apply(*longPress);
+    const Recording::NumberSetting longSetting{KXInputSetting::LongKeyPressDuration, *longPress};
+    apply(longSetting);
+    apply(Recording::NumberSetting{KXInputSetting::DoubleKeyPressDuration, *doublePress});
+    apply(longSetting);
 }
 
 void KXSessionPlayer::Play::beginLog() {
@@ -199,22 +198,38 @@ void KXSessionPlayer::Play::turnKnobBack() {
     window->dropKeys();
 }
 
+const Entry* KXSessionPlayer::Play::nextOfSession() {
+    return next < session.entries.size() ? &session.entries[next] : nullptr;
+}
+
+const Entry* KXSessionPlayer::Play::peek() {
+    if (!upcoming && !isAtEnd) {
+        upcoming = nextEntry();
+        isAtEnd = !upcoming;
+    }
+    return upcoming;
+}
+
 bool KXSessionPlayer::Play::step() {
-    const bool hasEntry = next < session.entries.size();
-    if (!hasEntry && session.entries.empty())
+    const Entry* const entry = peek();
+    if (entry) {
+        position = next;
+        line = entry->line;
+    } else if (next == 0) {
         return false;
-    position = std::min(next, session.entries.size() - 1);
-    if (const auto passMs = schedule.takeNext(hasEntry ? session.entries[next].timeMs : schedule.endMs())) {
+    }
+    if (const auto passMs = schedule.takeNext(entry ? entry->timeMs : schedule.endMs())) {
         setTime(*passMs);
         pass();
         return true;
     }
-    if (!hasEntry)
+    if (!entry)
         return false;
-    const Entry& entry = session.entries[next++];
-    setTime(entry.timeMs);
-    std::visit([this](const auto& input) { apply(input); }, entry.input);
-    if (schedule.played(entry))
+    ++next;
+    upcoming = nullptr;
+    setTime(entry->timeMs);
+    std::visit([this](const auto& input) { apply(input); }, entry->input);
+    if (schedule.played(*entry))
         pass();
     return true;
 }
@@ -235,8 +250,22 @@ void KXSessionPlayer::Play::apply(const Recording::NumberSetting& setting) {
 
 // The next pass reads it.
 void KXSessionPlayer::Play::apply(const Recording::Frame& frame) {
+    if (!window && options.beforeFrames && mayMakeWindow())
+        makeWindow();
     if (window)
         unreadFrames.push_back(frame.message);
+}
+
+// An application's own window must stay the active one, and the keys of a recording's frames are for nobody.
+bool KXSessionPlayer::Play::mayMakeWindow() const {
+    return (ownsManager || facts.isPlainLog) && (options.beforeFrames || QCoreApplication::instance());
+}
+
+void KXSessionPlayer::Play::makeWindow() {
+    if (options.beforeFrames)
+        options.beforeFrames();
+    if (mayMakeWindow() && QCoreApplication::instance())
+        window = std::make_unique<KeyWindow>();
 }
 
 // The worker reads a frame that is waiting on the bus at once, in a pass of its own. So each pass reads at most one
@@ -249,7 +278,7 @@ void KXSessionPlayer::Play::pass() {
     KXSimulation::endWaits();
     if (!window)
         return;
-    if (!session.isPlainLog)
+    if (!facts.isPlainLog)
         window->dropKeys();
     window->takeKeys(KXTick::getTickCount(), [this](KXToolkitEvent& key) { manager->toolkitEventOccurred(key); });
 }
@@ -266,6 +295,9 @@ KXSessionPlayer::KXSessionPlayer(const std::string& path, Options options)
 KXSessionPlayer::KXSessionPlayer(std::shared_ptr<const Recording::Session> session, Options options)
     : running(std::make_unique<Play>(std::move(session), std::move(options))) {}
 
+KXSessionPlayer::KXSessionPlayer(const Recording::SessionFacts& facts, NextEntry next, Options options)
+    : running(std::make_unique<Play>(facts, std::move(next), std::move(options))) {}
+
 KXSessionPlayer::~KXSessionPlayer() = default;
 
 void KXSessionPlayer::play(const std::function<void(const KXInputEvent&)>& take) {
@@ -281,6 +313,10 @@ bool KXSessionPlayer::step() {
 
 std::size_t KXSessionPlayer::entry() const {
     return running->position;
+}
+
+std::size_t KXSessionPlayer::line() const {
+    return running->line;
 }
 
 const Recording::Session& KXSessionPlayer::session() const {

@@ -4,6 +4,7 @@
 #include "input/CANRemoteOptions.h"
 #include "platform/KXExport.h"
 #include "recording/KXRecording.h"
+#include "recording/KXSessionFacts.h"
 
 #include <cstddef>
 #include <functional>
@@ -43,7 +44,14 @@ public:
         /// Whether to post what the application posted past classification (postToEventQueue, postESCtoEventQueue).
         /// Not for the test of an application that posts it again when it takes the events.
         bool playsPosts = true;
+
+        /// Called before the first frame is played, for a program that makes its QApplication only when it needs one.
+        /// Empty: frames are played if there is a QApplication from the beginning.
+        std::function<void()> beforeFrames;
     };
+
+    /// Hands out one entry of a session after the other, each valid until the next call; null at the end.
+    using NextEntry = std::function<const Recording::Entry*()>;
 
     /// \param path  "-" is standard input
     /// \throws std::runtime_error  the file is bad: "file:line: what"
@@ -52,6 +60,13 @@ public:
 
     /// \throws std::runtime_error  a log of a CAN bus without a QApplication
     KXSessionPlayer(std::shared_ptr<const Recording::Session> session, Options options);
+
+    /// Plays entries as they come, so memory does not depend on the length of the session. The passes of a session
+    /// without passes are made up to the time of the next entry, so \p next may wait for a file that grows.
+    /// \param facts  of the whole session, or of its beginning if it is not complete yet. Without a pass in them, the
+    ///               player makes the passes of the whole session.
+    /// \throws std::runtime_error  a log of a CAN bus without a QApplication; and what \p next throws
+    KXSessionPlayer(const Recording::SessionFacts& facts, NextEntry next, Options options);
 
     ~KXSessionPlayer();
 
@@ -69,6 +84,10 @@ public:
     /// The entry that the last step played, or before which it made a pass; an index of the entries.
     std::size_t entry() const;
 
+    /// The line of that entry in its file.
+    std::size_t line() const;
+
+    /// Without entries if they come one by one.
     const Recording::Session& session() const;
 
     /// What a reader of the file should know, each in one line "file:line: what": a cut last line, words of a newer

@@ -4,7 +4,6 @@
 #include "platform/simulated/Accounts.h"
 
 #include <algorithm>
-#include <limits>
 
 namespace KX {
 
@@ -38,11 +37,11 @@ int SimulatedCAN::readFrame(KXCANMessage& message) {
         return STATUS_REFUSED;
     message = received.front();
     received.pop_front();
+    isFrameThere = !received.empty();
     return STATUS_OK;
 }
 
 int SimulatedCAN::getReadEndPointID() const {
-    const KXLockGuard lock(CANBuses::mutex);
     return readId;
 }
 
@@ -62,8 +61,7 @@ int SimulatedCAN::reconnect() {
 }
 
 bool SimulatedCAN::hasFrames() const {
-    const KXLockGuard lock(CANBuses::mutex);
-    return !received.empty();
+    return isFrameThere;
 }
 
 CANBuses& CANBuses::instance() {
@@ -74,25 +72,35 @@ CANBuses& CANBuses::instance() {
 void CANBuses::schedule(int bus, VirtualTime time, const KXCANMessage& frame) {
     const KXLockGuard lock(mutex);
     script.emplace(time, Scheduled{bus, frame});
+    noteNextFrame();
+}
+
+void CANBuses::noteNextFrame() {
+    nextFrameTime = script.empty() ? std::numeric_limits<VirtualTime>::max() : script.begin()->first;
 }
 
 void CANBuses::deliverUntil(VirtualTime time) {
+    if (time < nextFrameTime)
+        return;
     const KXLockGuard lock(mutex);
     while (!script.empty() && script.begin()->first <= time) {
         const Scheduled& due = script.begin()->second;
         const auto bus = buses.find(due.bus);
         if (bus != buses.end()) {
-            for (SimulatedCAN* endPoint : bus->second.endPoints)
-                if (endPoint->readId != -1)
-                    endPoint->received.push_back(due.frame);
+            for (SimulatedCAN* endPoint : bus->second.endPoints) {
+                if (endPoint->readId == -1)
+                    continue;
+                endPoint->received.push_back(due.frame);
+                endPoint->isFrameThere = true;
+            }
         }
         script.erase(script.begin());
     }
+    noteNextFrame();
 }
 
 VirtualTime CANBuses::getNextFrameTime() const {
-    const KXLockGuard lock(mutex);
-    return script.empty() ? std::numeric_limits<VirtualTime>::max() : script.begin()->first;
+    return nextFrameTime;
 }
 
 void CANBuses::setDown(int bus, bool down) {
@@ -129,12 +137,14 @@ void CANBuses::reset() {
     }
     buses.clear();
     script.clear();
+    noteNextFrame();
 }
 
 // Frames that were not read are lost, as with a socket that is closed.
 void CANBuses::disconnect(SimulatedCAN& endPoint) {
     endPoint.readId = -1;
     endPoint.received.clear();
+    endPoint.isFrameThere = false;
 }
 
 int CANBuses::connect(SimulatedCAN& endPoint) {

@@ -5,7 +5,9 @@
 #include "platform/KXLocks.h"
 #include "platform/simulated/Scheduler.h"
 
+#include <atomic>
 #include <deque>
+#include <limits>
 #include <map>
 #include <vector>
 
@@ -45,6 +47,7 @@ private:
         KXCANMessage frame;
     };
 
+    void noteNextFrame() KX_REQUIRES(mutex);
     void disconnect(SimulatedCAN& endPoint) KX_REQUIRES(mutex);
     int connect(SimulatedCAN& endPoint) KX_REQUIRES(mutex);
 
@@ -52,6 +55,9 @@ private:
     std::map<int, Bus> buses KX_GUARDED_BY(mutex);
     // Equal times stay in the order of the calls.
     std::multimap<VirtualTime, Scheduled> script KX_GUARDED_BY(mutex);
+
+    // Each step of the clock asks for it, and most find nothing due. Written with the mutex.
+    std::atomic<VirtualTime> nextFrameTime{std::numeric_limits<VirtualTime>::max()};
 };
 
 /// An end point on a bus.
@@ -74,7 +80,10 @@ private:
     friend class CANBuses;
 
     const int busNumber;
-    int readId KX_GUARDED_BY(CANBuses::mutex) = -1; // -1: disconnected
+    // The worker asks for these in each pass, so they can be read without the mutex. Written with it.
+    std::atomic<int> readId{-1}; // -1: disconnected
+    std::atomic<bool> isFrameThere{false};
+
     // Made before a reset: cut off from its bus and not counted.
     bool forgotten KX_GUARDED_BY(CANBuses::mutex) = false;
     std::deque<KXCANMessage> received KX_GUARDED_BY(CANBuses::mutex);

@@ -16,6 +16,7 @@ struct DebugRecord {
     KXStdMutex mutex;
     std::vector<std::string> sections KX_GUARDED_BY(mutex); // the key is the index plus 1
     std::vector<KXSimulation::DebugMessage> messages KX_GUARDED_BY(mutex);
+    std::atomic<bool> hasMessages{false}; // written with the mutex
 };
 
 inline constexpr int defaultDebugLevel = 4;

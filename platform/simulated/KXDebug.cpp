@@ -54,6 +54,7 @@ void KXDebug::debugPrintError(int level, unsigned int key, const char* format, .
     const KXLockGuard lock(record.mutex);
     const bool isKnown = key >= 1 && key <= record.sections.size();
     record.messages.push_back({level, isKnown ? record.sections[key - 1] : std::string(), std::move(text)});
+    record.hasMessages = true;
 }
 
 } // namespace KX

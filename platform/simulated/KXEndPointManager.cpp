@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <condition_variable>
+#include <limits>
 #include <new>
 #include <vector>
 
@@ -21,6 +22,7 @@ namespace KX {
 namespace {
 
 constexpr VirtualTime retryIntervalMs = 1000;
+constexpr VirtualTime neverRetried = std::numeric_limits<VirtualTime>::min();
 
 struct Registration {
     unsigned int number; // tells an end point that was added again from its earlier registration
@@ -62,6 +64,7 @@ private:
         const void* user;
     };
 
+    bool anyNeedsService(VirtualTime now) const KX_REQUIRES(mutex);
     int dispatch() KX_EXCLUDES(mutex);
     bool serve(const Registration& registration) KX_EXCLUDES(mutex);
     bool serveInUse(const Registration& registration);
@@ -127,17 +130,28 @@ int KXEndPointManager::Implementation::wait(VirtualTime until) {
 
 bool KXEndPointManager::Implementation::isReady() {
     const KXLockGuard lock(mutex);
-    return std::any_of(registrations.begin(), registrations.end(), [](const Registration& registration) {
-        const bool isConnected = registration.endPoint->isConnected();
-        return isConnected == registration.isLost || (isConnected && isReadable(registration));
-    });
+    return anyNeedsService(neverRetried);
+}
+
+// Most passes of a worker find nothing to do.
+bool KXEndPointManager::Implementation::anyNeedsService(VirtualTime now) const {
+    return std::any_of(
+        registrations.begin(), registrations.end(),
+        [now](const Registration& registration) {
+            const bool isConnected = registration.endPoint->isConnected();
+            if (registration.isLost)
+                return isConnected || registration.retryTime <= now;
+            return !isConnected || isReadable(registration);
+        });
 }
 
 int KXEndPointManager::Implementation::dispatch() {
     boost::container::small_vector<Registration, 4> round;
     {
-        // Handlers may add and remove end points meanwhile.
         const KXLockGuard lock(mutex);
+        if (!anyNeedsService(scheduler.now()))
+            return 0;
+        // Handlers may add and remove end points meanwhile.
         round.assign(registrations.begin(), registrations.end());
     }
     return static_cast<int>(std::count_if(

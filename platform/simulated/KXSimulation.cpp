@@ -122,8 +122,11 @@ void KXSimulation::setDebugLevel(int level) {
 std::vector<KXSimulation::DebugMessage> KXSimulation::takeDebugMessages() {
     DebugRecord& record = DebugRecord::instance();
     std::vector<DebugMessage> taken;
+    if (!record.hasMessages)
+        return taken;
     const KXLockGuard lock(record.mutex);
     taken.swap(record.messages);
+    record.hasMessages = false;
     return taken;
 }
 

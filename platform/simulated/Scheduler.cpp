@@ -115,14 +115,12 @@ bool Scheduler::wait(VirtualTime wakeTime, Watched& watched) {
 }
 
 bool Scheduler::isStopping() const {
-    const KXLockGuard lock(mutex);
     return currentParticipant && currentParticipant->stopping;
 }
 
 void Scheduler::countWait() {
     if (!currentParticipant)
         return;
-    const KXLockGuard lock(mutex);
     if (++waitsSinceMove <= mostWaitsAtOneTick)
         return;
     std::fprintf(stderr,
@@ -162,10 +160,7 @@ void Scheduler::stepThrough(VirtualTime target, Watched* until) {
 }
 
 void Scheduler::runWhatIsDue() {
-    {
-        const KXLockGuard lock(mutex);
-        waitsSinceMove = 0;
-    }
+    waitsSinceMove = 0;
     CANBuses::instance().deliverUntil(now());
     while (Participant* participant = takeFirstDue())
         release(*participant);
@@ -223,7 +218,6 @@ VirtualTime Scheduler::nextEvent() const {
 }
 
 void Scheduler::moveTo(VirtualTime target) {
-    const KXLockGuard lock(mutex);
     time.store(target, std::memory_order_relaxed);
     waitsSinceMove = 0;
 }

@@ -83,7 +83,7 @@ private:
     Participant* takeFirstDue() KX_EXCLUDES(mutex);
     Participant* takeFirstBefore(std::uint64_t waitNumber) KX_EXCLUDES(mutex);
     VirtualTime nextEvent() const KX_EXCLUDES(mutex);
-    void moveTo(VirtualTime target) KX_EXCLUDES(mutex);
+    void moveTo(VirtualTime target);
     void release(Participant& participant) KX_EXCLUDES(mutex);
 
     struct Wait {
@@ -99,7 +99,7 @@ private:
     std::atomic<VirtualTime> time{0};
     Waits waits KX_GUARDED_BY(mutex); // in the order in which they began, so by number
     std::uint64_t nextWaitNumber KX_GUARDED_BY(mutex) = 0;
-    unsigned int waitsSinceMove KX_GUARDED_BY(mutex) = 0;
+    std::atomic<unsigned int> waitsSinceMove{0};
 };
 
 /// A thread made through KXThread, as the scheduler sees it.
@@ -110,7 +110,7 @@ struct Participant {
     unsigned int id = 0;
 
     State state KX_GUARDED_BY(Scheduler::mutex) = State::idle;
-    bool stopping KX_GUARDED_BY(Scheduler::mutex) = false;  ///< its waits return at once from now on
+    std::atomic<bool> stopping{false}; ///< its waits return at once from now on; written with the mutex
     bool waitEnded KX_GUARDED_BY(Scheduler::mutex) = false; ///< its present wait is over, whatever the clock says
     VirtualTime wakeTime KX_GUARDED_BY(Scheduler::mutex) = 0;
     Watched* watched KX_GUARDED_BY(Scheduler::mutex) = nullptr;

@@ -38,10 +38,11 @@ std::string format(const Entry& entry);
 /// \param previousMs   time of the previous line; nothing for the first one
 /// \param toolkitKeys  from key codes to the toolkit's keys, to check a keypad
 /// \param unknown      set to words of a newer version that are ignored; otherwise unchanged
-/// \return nothing when the whole line is of a newer version
+/// \param entry        gets time and input
+/// \return false when the whole line is of a newer version; the entry is then of no use
 /// \throws std::runtime_error  the problem, in one line
-std::optional<Entry> parse(std::string_view line, std::optional<std::uint64_t> previousMs,
-                           const std::map<int, int>& toolkitKeys, std::string& unknown);
+bool parse(std::string_view line, std::optional<std::uint64_t> previousMs, const std::map<int, int>& toolkitKeys,
+           Entry& entry, std::string& unknown);
 
 /// The time of an entry at \p tick after an entry at \p previousMs.
 /// \throws std::runtime_error  the tick is earlier

@@ -81,43 +81,51 @@ Keypad parseKeypad(std::string_view words, const std::map<int, int>& toolkitKeys
     }
 }
 
-std::optional<Input> parseSetting(std::string_view words, const std::map<int, int>& toolkitKeys,
-                                  std::string& unknown) {
+bool parseSetting(std::string_view words, const std::map<int, int>& toolkitKeys, Input& input,
+                  std::string& unknown) {
     const std::string_view name = Text::takeWord(words);
-    for (const KXSettingRow& row : settingTable)
-        if (row.word == name)
-            return parseNumberSetting(row, words);
-    if (name == "speed-table")
-        return parseSpeedTable(words);
-    if (name == "key-mapping")
-        return parseKeyMapping(words);
-    if (name == "keypad")
-        return parseKeypad(words, toolkitKeys);
-    if (name.empty())
+    const auto* const row = std::find_if(settingTable.begin(), settingTable.end(),
+                                         [name](const KXSettingRow& candidate) { return candidate.word == name; });
+    if (row != settingTable.end())
+        input = parseNumberSetting(*row, words);
+    else if (name == "speed-table")
+        input = parseSpeedTable(words);
+    else if (name == "key-mapping")
+        input = parseKeyMapping(words);
+    else if (name == "keypad")
+        input = parseKeypad(words, toolkitKeys);
+    else if (name.empty())
         fail("what is set is missing");
-    unknown = "the setting " + Text::quoted(name);
-    return std::nullopt;
+    else
+        unknown = "the setting " + Text::quoted(name);
+    return unknown.empty();
 }
 
-std::optional<Input> parseInput(std::string_view words, unsigned int tick, const std::map<int, int>& toolkitKeys,
-                                std::string& unknown) {
+// Most lines are passes.
+bool parseInput(std::string_view words, unsigned int tick, const std::map<int, int>& toolkitKeys, Input& input,
+                std::string& unknown) {
     const std::string_view kind = Text::takeWord(words);
-    if (kind == "toolkit")
-        return parseEvent<KXToolkitEvent>(words, tick, unknown);
-    if (kind == "input")
-        return parseEvent<KXInputEvent>(words, tick, unknown);
-    if (kind == "post")
-        return Post{parseEvent<KXSomeEvent>(words, tick, unknown)};
-    if (kind == "set")
-        return parseSetting(words, toolkitKeys, unknown);
     if (kind == "pass" || kind == "end") {
         mustBeAtEnd(words);
-        return kind == "pass" ? Input(Pass()) : Input(End());
-    }
-    if (kind.empty())
+        if (kind == "pass")
+            input = Pass();
+        else
+            input = End();
+    } else if (kind == "toolkit") {
+        input = parseEvent<KXToolkitEvent>(words, tick, unknown);
+    } else if (kind == "input") {
+        input = parseEvent<KXInputEvent>(words, tick, unknown);
+    } else if (kind == "post") {
+        input = Post{parseEvent<KXSomeEvent>(words, tick, unknown)};
+    } else if (kind == "set") {
+        return parseSetting(words, toolkitKeys, input, unknown);
+    } else if (kind.empty()) {
         fail("the line ends behind the tick");
-    unknown = "the line " + Text::quoted(kind);
-    return std::nullopt;
+    } else {
+        unknown = "the line " + Text::quoted(kind);
+        return false;
+    }
+    return true;
 }
 
 } // namespace
@@ -133,20 +141,15 @@ std::uint64_t continueTime(unsigned int tick, std::optional<std::uint64_t> previ
     return *previousMs + static_cast<unsigned int>(distance);
 }
 
-std::optional<Entry> parse(std::string_view line, std::optional<std::uint64_t> previousMs,
-                           const std::map<int, int>& toolkitKeys, std::string& unknown) {
+bool parse(std::string_view line, std::optional<std::uint64_t> previousMs, const std::map<int, int>& toolkitKeys,
+           Entry& entry, std::string& unknown) {
     std::string_view words = line;
     const std::string_view tickWord = Text::takeWord(words);
     unsigned int tick = 0;
     if (!Text::parseNumber(tickWord, 10, tick))
         fail(Text::quoted(tickWord) + " is neither a tick nor the (time) of a frame");
-    Entry entry;
     entry.timeMs = continueTime(tick, previousMs);
-    std::optional<Input> input = parseInput(words, tick, toolkitKeys, unknown);
-    if (!input)
-        return std::nullopt;
-    entry.input = std::move(*input);
-    return entry;
+    return parseInput(words, tick, toolkitKeys, entry.input, unknown);
 }
 
 } // namespace KX::Recording

@@ -1,6 +1,7 @@
-#include "recording/KXRecording.h"
+#include "recording/KXRecordingReader.h"
 
 #include "recording/format/CANLog.h"
+#include "recording/format/LineReader.h"
 #include "recording/format/RecordingFormat.h"
 #include "recording/format/SessionState.h"
 #include "recording/format/Text.h"
@@ -24,40 +25,45 @@ constexpr std::uint32_t errorOrRemoteFlags = CanBus::errorFlag | CanBus::remoteF
 // Some editors write this before a text in UTF-8.
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 
-class Reader {
-public:
-    Reader(std::istream& inputStream, const std::string& fileName, const Warn& warnFunction)
-        : input(inputStream), name(fileName), warn(warnFunction) {}
+} // namespace
 
-    Session read() {
+class Reader::Lines {
+public:
+    Lines(std::istream& inputStream, std::string fileName, Warn warnFunction)
+        : input(inputStream), name(std::move(fileName)), warn(std::move(warnFunction)), text(inputStream) {}
+
+    Entry* next() {
+        hasEntry = false;
         try {
-            while (readLine())
+            while (!hasEntry && readLine())
                 takeLine();
         } catch (const std::runtime_error& error) {
             throw BadFile(name + ":" + std::to_string(lineNumber) + ": " + error.what());
         }
+        if (hasEntry)
+            return &entry;
         if (input.bad())
-            throw BadFile(name + ": cannot be read to its end");
+            throw BadFile(name + ": " + Text::whyUnreadable());
         tellWhatIsUnknown();
-        return std::move(session);
+        return nullptr;
     }
+
+    bool isPlainLog = false;
 
 private:
     bool readLine() {
         ++lineNumber;
-        const bool isThere = Text::readLine(input, line);
-        hasLineEnd = !input.eof();
-        return isThere;
+        return text.next(line);
     }
 
     void takeLine() {
         if (lineNumber == 1 && line.compare(0, byteOrderMark.size(), byteOrderMark) == 0)
-            line.erase(0, byteOrderMark.size());
+            line.remove_prefix(byteOrderMark.size());
         if (CanBus::isCANLogComment(line))
             return;
         if (std::exchange(isFirst, false) && (isCutFirstLine() || takeVersion()))
             return;
-        if (session.isPlainLog)
+        if (isPlainLog)
             takeLogLine();
         else
             takeRecordingLine();
@@ -66,7 +72,8 @@ private:
     // Whether a crash left only a part of the first line. It has no other content.
     bool isCutFirstLine() const {
         const std::string begin = std::string(formatWord) + " ";
-        const bool isCut = !hasLineEnd && (begin.compare(0, line.size(), line) == 0 || line.find(begin) == 0);
+        const bool isCut =
+            !text.hasLineEnd() && (begin.compare(0, line.size(), line) == 0 || line.find(begin) == 0);
         if (isCut)
             tellOfCut();
         return isCut;
@@ -76,7 +83,7 @@ private:
     bool takeVersion() {
         std::string_view words = line;
         if (Text::takeWord(words) != formatWord) {
-            session.isPlainLog = true;
+            isPlainLog = true;
             return false;
         }
         unsigned int version = 0;
@@ -94,7 +101,7 @@ private:
         try {
             frame = CanBus::parseCANLogLine(line);
         } catch (const std::runtime_error& error) {
-            if (!session.entries.empty() || Text::trimmed(line).front() == '(')
+            if (previousMs || Text::trimmed(line).front() == '(')
                 throw;
             throw std::runtime_error(std::string("neither a recording, which begins with '") +
                                      std::string(firstLine()) + "', nor a log of a CAN bus: " + error.what());
@@ -110,7 +117,7 @@ private:
 
     void takeRecordingLine() {
         // A crash or a full disk cut the line. The rest may look complete and mean something else.
-        if (!hasLineEnd) {
+        if (!text.hasLineEnd()) {
             tellOfCut();
             return;
         }
@@ -133,45 +140,47 @@ private:
     }
 
     void addFrame(const CanBus::CANLogLine& frame, std::uint64_t timeMs) {
-        previousMs = timeMs;
-        session.entries.push_back({timeMs, Frame{frame.bus, frame.frame}, lineNumber});
+        entry.timeMs = timeMs;
+        entry.input = Frame{frame.bus, frame.frame};
+        noteEntry();
     }
 
     void takeOwnLine() {
         std::string unknown;
-        std::optional<Entry> entry = parse(line, previousMs, keyTable.toolkitKeys(), unknown);
+        const bool isKnown = parse(line, previousMs, keyTable.toolkitKeys(), entry, unknown);
         if (!unknown.empty() && unknownCount++ == 0)
             firstUnknown = ":" + std::to_string(lineNumber) + ": " + unknown + " is not known";
-        if (!entry)
+        if (!isKnown)
             return;
-        previousMs = entry->timeMs;
-        entry->line = lineNumber;
-        note(entry->input);
-        session.entries.push_back(std::move(*entry));
-    }
-
-    void note(const Input& what) {
-        session.hasPasses = session.hasPasses || std::holds_alternative<Pass>(what);
-        hasEnded = std::holds_alternative<End>(what);
-        if (const auto* const mapping = std::get_if<KeyMapping>(&what))
+        noteEntry();
+        hasEnded = std::holds_alternative<End>(entry.input);
+        if (const auto* const mapping = std::get_if<KeyMapping>(&entry.input))
             keyTable.add(*mapping);
     }
 
-    void tellWhatIsUnknown() const {
+    void noteEntry() {
+        previousMs = entry.timeMs;
+        entry.line = lineNumber;
+        hasEntry = true;
+    }
+
+    void tellWhatIsUnknown() {
         if (unknownCount == 0)
             return;
         const std::string times = unknownCount == 1 ? "" : " (the first of " + std::to_string(unknownCount) + ")";
+        unknownCount = 0;
         warn(name + firstUnknown + times + "; what a newer version has added is left out");
     }
 
     std::istream& input;
-    const std::string& name;
-    const Warn& warn;
+    const std::string name;
+    const Warn warn;
 
-    Session session;
-    std::string line;
+    Text::LineReader text;
+    std::string_view line;
     std::size_t lineNumber = 0;
-    bool hasLineEnd = false;
+    Entry entry;
+    bool hasEntry = false; // from this call
     bool isFirst = true;
     bool hasEnded = false;
     std::optional<std::uint64_t> previousMs;
@@ -181,10 +190,28 @@ private:
     std::size_t unknownCount = 0;
 };
 
-} // namespace
+Reader::Reader(std::istream& input, std::string name, Warn warn)
+    : lines(std::make_unique<Lines>(input, std::move(name), std::move(warn))) {}
+
+Reader::~Reader() = default;
+
+Entry* Reader::next() {
+    return lines->next();
+}
+
+bool Reader::isPlainLog() const {
+    return lines->isPlainLog;
+}
 
 Session read(std::istream& input, const std::string& name, const Warn& warn) {
-    return Reader(input, name, warn).read();
+    Reader reader(input, name, warn);
+    Session session;
+    while (Entry* const entry = reader.next()) {
+        session.hasPasses = session.hasPasses || std::holds_alternative<Pass>(entry->input);
+        session.entries.push_back(std::move(*entry));
+    }
+    session.isPlainLog = reader.isPlainLog();
+    return session;
 }
 
 Session readFile(const std::string& path, const Warn& warn) {

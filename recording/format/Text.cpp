@@ -2,14 +2,17 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <stdexcept>
 
 namespace KX::Text {
 
 namespace {
 
-bool isBlank(char character) {
-    return character == ' ' || character == '\t' || character == '\r' || character == '\v' || character == '\f';
+// Most characters are none: one comparison is enough for them.
+constexpr bool isBlank(char character) {
+    return character <= ' ' &&
+           (character == ' ' || character == '\t' || character == '\r' || character == '\v' || character == '\f');
 }
 
 } // namespace
@@ -32,9 +35,13 @@ std::string_view trimmed(std::string_view text) {
 
 std::string_view takeWord(std::string_view& text) {
     text = trimmed(text);
-    const auto end = std::find_if(text.begin(), text.end(), isBlank);
-    const std::string_view word = text.substr(0, static_cast<std::size_t>(end - text.begin()));
-    text = trimmed(text.substr(word.size()));
+    std::size_t end = 0;
+    while (end < text.size() && !isBlank(text[end]))
+        ++end;
+    const std::string_view word = text.substr(0, end);
+    while (end < text.size() && isBlank(text[end])) // no blank is left at the other end
+        ++end;
+    text.remove_prefix(end);
     return word;
 }
 
@@ -60,6 +67,11 @@ bool readLine(std::istream& input, std::string& line) {
             return !line.empty();
         input.clear(); // the line is longer than a piece
     }
+}
+
+// A folder can be opened like a file, but not be read.
+std::string whyUnreadable() {
+    return errno == EISDIR ? "Is a directory" : "cannot be read to its end";
 }
 
 // A file without line ends must not fill the memory.

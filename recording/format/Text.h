@@ -18,6 +18,9 @@ constexpr std::size_t longestLine = 65536;
 /// \throws std::runtime_error  the line is longer than \ref longestLine; nothing more is read
 bool readLine(std::istream& input, std::string& line);
 
+/// Why a stream that was being read went bad, right after that.
+std::string whyUnreadable();
+
 /// \throws std::runtime_error  there is no room for \p text
 void appendToLine(std::string& line, std::string_view text);
 

@@ -88,7 +88,7 @@ public:
             fail(lineNumber, error.what());
         }
         if (input.bad())
-            throw std::runtime_error(name + ": cannot be read to its end");
+            throw std::runtime_error(name + ": " + Text::whyUnreadable());
         if (const auto problem = check(layout, toolkitKeys))
             fail(lineOfEntry.at(static_cast<std::size_t>(problem->entry)), problem->text);
         return layout;

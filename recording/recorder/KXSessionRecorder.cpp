@@ -285,8 +285,10 @@ bool KXSessionRecorder::Session::isRecording() const {
 void KXSessionRecorder::Session::holdWorker() {
     if (isStillObserver())
         return keep(mostWorkerHoldMs);
-    const KXLockGuard guard(lock);
-    fail(whyNoObserver);
+    succeeds(nullptr, [&] {
+        const KXLockGuard guard(lock);
+        return fail(whyNoObserver);
+    });
 }
 
 KXSessionRecorder::KXSessionRecorder(unsigned int keptMs) : session(std::make_unique<Session>(keptMs)) {

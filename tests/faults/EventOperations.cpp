@@ -14,6 +14,7 @@
 #include <boost/thread/exceptions.hpp>
 #include <boost/thread/lock_types.hpp>
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 #include <new>
@@ -258,6 +259,22 @@ void drain(Fault& fault, KXActionQueue& queue) {
     EXPECT_NE(queue.executeActions(farAhead, true), STATUS_DEADLINE_PASSED);
 }
 
+std::vector<KXActionQueue::actionItem> makeItems(std::size_t number) {
+    static const std::vector<char> objects(100);
+    std::vector<KXActionQueue::actionItem> items;
+    for (std::size_t i = 0; i < number; ++i)
+        items.push_back({nullptr, nullptr, 0, const_cast<char*>(&objects[i]), 0, 0});
+    return items;
+}
+
+/// It finds each item, and walks over them in their order.
+void expectHolds(const KXActionQueue::itemSet& items, const std::vector<KXActionQueue::actionItem>& expected) {
+    EXPECT_EQ(items.size(), expected.size());
+    for (const KXActionQueue::actionItem& item : expected)
+        EXPECT_EQ(items.count(item), 1U);
+    EXPECT_TRUE(std::equal(items.begin(), items.end(), expected.begin(), expected.end()));
+}
+
 const Operation actionOperations[] = {
     {"KXActionQueue", "create_and_release",
      "throws std::bad_alloc or boost::thread_resource_error and there is none",
@@ -310,9 +327,9 @@ const Operation actionOperations[] = {
     {"KXHashedSet", "add", "throws std::bad_alloc; nothing is changed",
      [](Fault& fault) {
          KXActionQueue::itemSet items;
-         std::vector<int> objects(100);
-         for (std::size_t i = 0; i < objects.size(); ++i) {
-             const KXActionQueue::actionItem item{nullptr, nullptr, 0, &objects[i], 0, 0};
+         const std::vector<KXActionQueue::actionItem> all = makeItems(100);
+         for (std::size_t i = 0; i < all.size(); ++i) {
+             const KXActionQueue::actionItem& item = all[i];
              if (!fault.completes([&] { items.add(item); })) {
                  EXPECT_EQ(items.size(), i);
                  EXPECT_EQ(items.count(item), 0U);
@@ -320,7 +337,43 @@ const Operation actionOperations[] = {
              }
              EXPECT_EQ(items.count(item), 1U);
          }
-         EXPECT_EQ(items.size(), objects.size());
+         expectHolds(items, all);
+     }},
+
+    {"KXHashedSet", "insert", "throws std::bad_alloc; the item is there when only the order lacks memory",
+     [](Fault& fault) {
+         KXActionQueue::itemSet items;
+         const std::vector<KXActionQueue::actionItem> all = makeItems(40);
+         for (const KXActionQueue::actionItem& item : all)
+             if (!fault.completes([&] { items.insert(item); }))
+                 items.insert(item);
+         expectHolds(items, all);
+     }},
+
+    {"KXHashedSet", "addAll", "throws std::bad_alloc; nothing is changed",
+     [](Fault& fault) {
+         KXActionQueue::itemSet items;
+         const std::vector<KXActionQueue::actionItem> all = makeItems(40);
+         items.add(all.front());
+         KXActionQueue::itemSet others;
+         for (const KXActionQueue::actionItem& item : all)
+             others.add(item);
+         if (!fault.completes([&] { items.addAll(others); })) {
+             EXPECT_EQ(items.size(), 1U);
+             EXPECT_EQ(items.count(all.back()), 0U);
+             items.addAll(others);
+         }
+         expectHolds(items, all);
+     }},
+
+    {"KXHashedSet", "erase", "allocates nothing",
+     [](Fault& fault) {
+         KXActionQueue::itemSet items;
+         const std::vector<KXActionQueue::actionItem> all = makeItems(40);
+         for (const KXActionQueue::actionItem& item : all)
+             items.insert(item);
+         fault.during([&] { EXPECT_EQ(items.erase(all.front()), 1U); });
+         expectHolds(items, {all.begin() + 1, all.end()});
      }},
 };
 

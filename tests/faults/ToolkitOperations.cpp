@@ -5,6 +5,7 @@
 #include "events/KXEventType.h"
 #include "toolkit/KXEventNotifier.h"
 #include "toolkit/KXToolkitLayer.h"
+#include "toolkit/KXWheelDetents.h"
 
 #include <QApplication>
 #include <QLabel>
@@ -86,6 +87,31 @@ const Operation toolkitOperations[] = {
          EXPECT_EQ(takeTypes(present).size(), hasLostEvent(fault) ? 1U : 2U);
          click(window.label);
          EXPECT_EQ(takeTypes(present).size(), 2U);
+     }},
+
+    {"KXToolkitLayer", "leave_presses_wheel_and_keys",
+     "does not fail; presses reach the widget and are not reported",
+     [](Fault& fault) {
+         Window window;
+         KXToolkitLayer layer(window.label);
+         layer.setReport([&](KXToolkitEvent& event) { window.reports.push_back(event.eventType); });
+         const auto leave = [&](bool isLeft) {
+             KXToolkitLayer::leavePressesTo(window.label, isLeft);
+             KXToolkitLayer::leaveWheelTo(window.label, isLeft);
+             KXToolkitLayer::leaveKeysTo(window.label, isLeft);
+         };
+         fault.during([&] { leave(true); });
+         click(window.label);
+         EXPECT_TRUE(window.reports.empty());
+         fault.during([&] { leave(false); });
+         expectReports(window, layer);
+     }},
+
+    {"KXWheelDetents", "turn", "allocates nothing",
+     [](Fault& fault) {
+         KXWheelDetents wheel;
+         fault.during([&] { EXPECT_EQ(wheel.turn(119), 0); });
+         EXPECT_EQ(wheel.turn(1), 1);
      }},
 
     {"KXEventNotifier", "make", "throws std::bad_alloc; a later one emits",

@@ -10,20 +10,25 @@ from dataclasses import dataclass
 PLAIN = "mutants"
 THREADS = "mutants-tsan"
 
-# The fastest first. Folders are looked up by the longest name that fits.
+# The fastest first. Folders are looked up by the longest name that fits. A second word chooses the program's tests.
 PROGRAMS = {
     "events": ["event_tests", "event_heap_tests", "action_tests", "models_test", "models_threads_test"],
     "encoder": ["encoder_tests", "input_tests", "models_test"],
     "actions": ["action_tests", "action_heap_tests", "models_test", "models_threads_test"],
     "input": ["input_tests", "can_keypad_tests", "without_memory_tests", "key_event_tests", "loop_test", "models_test",
-              "key_thread_tests", "keypad_model_test", "manager_heap_tests", "manager_tests"],
+              "key_thread_tests", "keypad_model_test", "manager_heap_tests", "manager_tests",
+              "faults_test KXInput*:CANRemote*:Worker*"],
     "platform/linux/utility": ["platform_linux_utility_test", "platform_linux_heap_test"],
     "platform/linux/os_abs": ["platform_linux_pipe_limit_test", "platform_linux_wait_test", "platform_linux_heap_test",
-                              "platform_linux_os_abs_test", "manager_tests"],
+                              "platform_linux_os_abs_test", "manager_tests",
+                              "faults_test KXPipe*:KXMutex*:KXAutoLock*:KXThread*:KXEndPoint*"],
     "platform/linux/hardware": ["platform_linux_can_start_test", "platform_linux_heap_test",
-                                "platform_linux_can_loss_test", "platform_linux_hardware_test"],
-    "toolkit": ["input_clock_tests", "toolkit_tests", "event_notifier_tests", "loop_test"],
-    "recording": ["recording_test", "replay_test"],
+                                "platform_linux_can_loss_test", "platform_linux_hardware_test",
+                                "faults_test KXCANRaw*"],
+    "toolkit": ["input_clock_tests", "toolkit_tests", "event_notifier_tests", "loop_test",
+                "faults_test KXToolkit*:KXEventNotifier*:KXWheel*"],
+    "recording": ["recording_test", "replay_test",
+                  "faults_test KXSession*:KXRecord*:KXPassSchedule*:KXEventLine*:KXKeyLayout*:KXWorkerHold*"],
 }
 
 THREAD_PROGRAMS = {
@@ -39,18 +44,18 @@ THREAD_PROGRAMS = {
 }
 
 # They run on real time, so a busy machine can make one fail: what fails has to fail twice.
-ON_REAL_TIME = ("platform_linux_", "manager_tests", "event_notifier_tests")
+ON_REAL_TIME = ("platform_linux_", "manager_tests", "event_notifier_tests", "faults_test")
 
 TESTS = {  # their results depend on these folders below tests/
     "events": ["events", "actions", "models"],
     "encoder": ["encoder", "input", "models"],
     "actions": ["actions", "models"],
-    "input": ["input", "models", "loop"],
+    "input": ["input", "models", "loop", "faults"],
     "platform/linux/utility": ["platform_linux"],
-    "platform/linux/os_abs": ["platform_linux"],
-    "platform/linux/hardware": ["platform_linux"],
-    "toolkit": ["toolkit", "loop"],
-    "recording": ["recording", "replay"],
+    "platform/linux/os_abs": ["platform_linux", "faults"],
+    "platform/linux/hardware": ["platform_linux", "faults"],
+    "toolkit": ["toolkit", "loop", "faults"],
+    "recording": ["recording", "replay", "faults"],
 }
 
 # As in the properties of their tests. Qt is not instrumented, so ThreadSanitizer does not see its locks.
@@ -76,6 +81,11 @@ def steps_for(file, about_threads, threads_first):
     plain = [(PLAIN, program) for program in PROGRAMS[folder]]
     threads = [(THREADS, program) for program in THREAD_PROGRAMS[folder]] if about_threads else []
     return threads + plain if threads_first else plain + threads
+
+
+def executables_of(programs):
+    """What has to be built for them."""
+    return sorted({program.split()[0] for program in programs})
 
 
 @dataclass
@@ -141,8 +151,10 @@ def run_program(runner, build, preset, program, limit):
         if preset == PLAIN:  # ThreadSanitizer needs more addresses than there is memory
             resource.setrlimit(resource.RLIMIT_AS, (MEMORY, MEMORY))
 
-    path = build / "tests" / FOLDERS[program] / program
-    status, output = runner.run([str(path)], limit, cwd=path.parent, env=environment, preexec_fn=prepare)
+    name, *tests = program.split()
+    path = build / "tests" / FOLDERS[name] / name
+    command = [str(path), *(f"--gtest_filter={choice}" for choice in tests)]
+    status, output = runner.run(command, limit, cwd=path.parent, env=environment, preexec_fn=prepare)
     seconds = time.monotonic() - began
     if status == 0:
         return Outcome(True, "", seconds)
@@ -163,7 +175,8 @@ def run_program(runner, build, preset, program, limit):
 FOLDERS = {  # of the programs, below tests/
     "action_heap_tests": "actions", "action_tests": "actions", "can_keypad_tests": "input",
     "encoder_tests": "encoder", "event_heap_tests": "events", "event_notifier_tests": "toolkit",
-    "event_tests": "events", "input_clock_tests": "toolkit", "input_tests": "input", "key_event_tests": "input",
+    "event_tests": "events", "faults_test": "faults", "input_clock_tests": "toolkit", "input_tests": "input",
+    "key_event_tests": "input",
     "key_thread_tests": "input", "keypad_model_test": "models", "loop_test": "loop", "manager_heap_tests": "input",
     "manager_tests": "input", "models_test": "models", "models_threads_test": "models",
     "platform_linux_can_loss_test": "platform_linux", "platform_linux_can_start_test": "platform_linux",

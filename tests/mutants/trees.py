@@ -5,7 +5,7 @@ import os
 import subprocess
 from pathlib import Path
 
-from programs import MOST_BUSY_SECONDS, ON_REAL_TIME, PATIENCE, SPEED_LIMIT, run_program
+from programs import MOST_BUSY_SECONDS, ON_REAL_TIME, PATIENCE, SPEED_LIMIT, executables_of, run_program
 
 BUILD_LIMIT = 1800  # seconds
 
@@ -76,9 +76,9 @@ class Tree:
         if status != 0:
             raise CannotTest(f"{output}\ncould not configure {preset} in {self.folder}")
 
-    def build(self, preset, targets, jobs=1):
-        """Whether it can be built, and the compiler's words."""
-        command = ["ninja", "-C", str(self.build_folder(preset)), f"-j{jobs}", *targets]
+    def build(self, preset, programs, jobs=1):
+        """Whether they can be built, and the compiler's words."""
+        command = ["ninja", "-C", str(self.build_folder(preset)), f"-j{jobs}", *executables_of(programs)]
         status, output = self.runner.run(command, BUILD_LIMIT)
         return status == 0, output
 

@@ -70,6 +70,24 @@ TEST_F(PlayerTest, steps_leave_the_events_in_the_managers_queue) {
     EXPECT_FALSE(player.step());
 }
 
+TEST_F(PlayerTest, plays_entries_as_they_come) {
+    const Recording::Session session = Recording::readFile(recording(heldKey), {});
+    std::size_t asked = 0;
+    const auto next = [&]() -> const Recording::Entry* {
+        return asked < session.entries.size() ? &session.entries[asked++] : nullptr;
+    };
+    KXSessionPlayer player(Recording::SessionFacts(session), next, {});
+    EXPECT_EQ(1U, asked) << "the first tells the time";
+    EXPECT_TRUE(player.step());
+    EXPECT_EQ(1U, asked) << "the second may not be there yet";
+    EXPECT_EQ(2U, player.line());
+    EXPECT_TRUE(player.session().entries.empty());
+    EXPECT_THAT(play(player), ElementsAre("1000 KEY_PRESS_EVENT", "3000 KEY_LONG_PRESS_EVENT",
+                                          "3000 KEY_LONG_RELEASE_EVENT", "3050 KEY_RELEASE_EVENT"));
+    EXPECT_EQ(3U, player.line());
+    EXPECT_EQ(1U, player.entry());
+}
+
 TEST_F(PlayerTest, what_is_left_after_some_steps_can_be_played) {
     KXSessionPlayer player(recording(heldKey));
     player.step();

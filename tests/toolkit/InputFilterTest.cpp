@@ -2,6 +2,7 @@
 #include "toolkit/InputOwners.h"
 
 #include <memory>
+#include <vector>
 
 namespace KX {
 namespace {
@@ -344,17 +345,17 @@ TEST_F(InputFilterTest, MovesAreReportedWhileAButtonIsDown) {
                                      Reported{TOOLKIT_MOUSE_MOVE_EVENT, Qt::RightButton}));
 }
 
-TEST_F(InputFilterTest, AFingerAtRestIsSilentUpToTheMoveDistance) {
+TEST_F(InputFilterTest, AFingerAtRestIsSilentUpToTenPixels) {
     sendMouse(QEvent::MouseButtonPress, inside);
     reports.clear();
-    moveTo(inside + QPoint(InputFilter::moveDistance - 1, 0), Qt::LeftButton);
-    moveTo(inside - QPoint(0, InputFilter::moveDistance - 1), Qt::LeftButton);
+    moveTo(inside + QPoint(9, 0), Qt::LeftButton);
+    moveTo(inside - QPoint(0, 9), Qt::LeftButton);
     EXPECT_THAT(reports, IsEmpty());
-    moveTo(inside + QPoint(0, InputFilter::moveDistance), Qt::LeftButton);
+    moveTo(inside + QPoint(0, 10), Qt::LeftButton);
     EXPECT_EQ(1U, reports.size());
-    moveTo(inside + QPoint(1, InputFilter::moveDistance), Qt::LeftButton);
+    moveTo(inside + QPoint(1, 10), Qt::LeftButton);
     EXPECT_EQ(1U, reports.size()) << "the distance counts from the last report";
-    moveTo(inside + QPoint(2, 2 * InputFilter::moveDistance), Qt::LeftButton);
+    moveTo(inside + QPoint(2, 20), Qt::LeftButton);
     EXPECT_EQ(2U, reports.size());
 }
 
@@ -394,6 +395,26 @@ TEST_F(InputFilterTest, InputOfOtherWindowsIsNotReported) {
     QTest::mouseClick(other.windowHandle(), Qt::LeftButton, Qt::NoModifier, inside);
     QTest::keyClick(other.windowHandle(), Qt::Key_Up);
     EXPECT_THAT(reports, IsEmpty());
+}
+
+TEST_F(InputFilterTest, OfSeveralHeldKeysEachIsReleasedWhateverModifierComesWithIt) {
+    const auto send = [this](QEvent::Type type, int key, quint32 scanCode) {
+        QKeyEvent event(type, key, Qt::NoModifier, scanCode, 0, 0);
+        QCoreApplication::sendEvent(native(), &event);
+    };
+    const std::vector<int> pressed = {Qt::Key_Exclam, Qt::Key_QuoteDbl, Qt::Key_Dollar};
+    const std::vector<int> released = {Qt::Key_1, Qt::Key_2, Qt::Key_4};
+    for (std::size_t i = 0; i < pressed.size(); ++i)
+        send(QEvent::KeyPress, pressed[i], static_cast<quint32>(10 + i));
+    reports.clear();
+    for (std::size_t i = 0; i < pressed.size(); ++i)
+        send(QEvent::KeyRelease, released[i], static_cast<quint32>(10 + i));
+    turnWheel(120); // whatever is held back comes first
+    std::vector<int> keys;
+    for (const Reported& report : reports)
+        if (report.type == TOOLKIT_KEY_RELEASE_EVENT)
+            keys.push_back(static_cast<int>(report.what));
+    EXPECT_EQ(pressed, keys);
 }
 
 TEST_F(InputFilterTest, InputBelongsToTheWidgetThatOwnsItAndToItsChildren) {
@@ -441,6 +462,14 @@ TEST_F(InputFilterTest, KeysAreThoseOfAWidgetThatOwnsThemWhileItHasTheFocus) {
     QTest::keyClick(native(), Qt::Key_Space);
     EXPECT_EQ(2U, reports.size());
     EXPECT_TRUE(clicked);
+}
+
+TEST_F(InputFilterTest, ADialogDoesNotInheritFromItsParentWhatThatOwns) {
+    setOwnsInput(window, InputKind::Keys, true);
+    const QWidget dialog(&window, Qt::Dialog);
+    const QWidget part(&window);
+    EXPECT_FALSE(ownsInput(dialog, InputKind::Keys));
+    EXPECT_TRUE(ownsInput(part, InputKind::Keys));
 }
 
 TEST_F(InputFilterTest, WithoutTimesOfTheWindowSystemInputIsMadeWhenItIsSeen) {

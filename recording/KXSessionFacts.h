@@ -1,0 +1,45 @@
+#pragma once
+
+#include "platform/KXExport.h"
+#include "recording/KXRecording.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+
+namespace KX::Recording {
+
+/// What a player must know of a session before it plays it. Add all entries in order, then the session can be played
+/// entry by entry.
+struct KX_RECORDING_API SessionFacts {
+    bool isPlainLog = false;
+    bool hasPasses = false;
+
+    std::size_t entries = 0;
+    std::size_t toolkitEvents = 0;
+    std::size_t frames = 0;
+    std::size_t passes = 0;
+
+    std::uint64_t firstMs = 0; ///< of the first entry; 0 without one
+    std::uint64_t lastMs = 0;  ///< of the last entry
+    std::uint64_t lastInputMs =
+        0; ///< of the last toolkit event, input event or frame; without one of the first entry
+
+    std::int64_t greatestLongPressMs = 0; ///< of all settings; 0 without one
+
+    /// The first settings before the operator does anything.
+    std::optional<std::int64_t> doublePressAtHeadMs;
+    std::optional<std::int64_t> longPressAtHeadMs;
+
+    SessionFacts() = default;
+    explicit SessionFacts(const Session& session);
+
+    void add(const Entry& entry);
+
+private:
+    KX_LOCAL void add(const NumberSetting& setting);
+
+    bool isHeadOver = false;
+};
+
+} // namespace KX::Recording
