@@ -13,15 +13,15 @@ from kxterminal_session import GENEROUS_SECONDS, Display, Event, Operator, Termi
 
 # Positions in the window of 1024x768. The screen is larger, so there is room outside.
 SCREEN = Display.SIZE
-MIDDLE = (840, 350)
-SOFT_KEYS = [(70 + 126 * number, 215) for number in range(8)]
-KEYPAD_KEYS = [(48 + 63 * (number % 8), 323 + 73 * (number // 8)) for number in range(16)]
-KNOB = (595, 360)
-DOUBLE_PRESS_MINUS = (314, 541)
-LONG_PRESS_MINUS = (819, 541)
-RESTORE_DEFAULTS = (947, 698)
-ACCEPT_INPUT_SWITCH = (453, 698)
-INPUT_OFF_BANNER = (400, 100)
+MIDDLE = (760, 300)
+SOFT_KEYS = [(68 + 127 * number, 158) for number in range(8)]
+KEYPAD_KEYS = [(45 + 64 * (number % 8), 262 + 76 * (number // 8)) for number in range(16)]
+KNOB = (593, 300)
+DOUBLE_PRESS_MINUS = (315, 488)
+LONG_PRESS_MINUS = (825, 488)
+RESTORE_DEFAULTS = (970, 689)
+ACCEPT_INPUT_SWITCH = (453, 689)
+INPUT_OFF_BANNER = (400, 82)
 OUTSIDE = (SCREEN[0] - 1, SCREEN[1] - 1)
 
 SETTLED_SECONDS = 0.5

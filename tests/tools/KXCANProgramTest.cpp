@@ -174,7 +174,7 @@ TEST_F(KXCANProgramTest, aFileWithABadLineIsNotPlayedAtAll) {
 TEST_F(KXCANProgramTest, aLineThatIsTooLongIsRefused) {
     const std::string longest = "#" + std::string(65535, 'x');
     const BusSocket receiver(path);
-    EXPECT_EQ(run({"play", "--fast", bus, folder.write("log", longest + "\n")}), 0) << errors;
+    EXPECT_EQ(run({"play", "--fast", bus, folder.write("log", longest + "\n(0.000000) a 123#01\n")}), 0) << errors;
     const std::string log = folder.write("log", "# first\n" + longest + "x\n");
     expectRefused(2, {"play", "--fast", bus, log}, log + ":2: the line is longer than 65536 characters");
     EXPECT_EQ(run({"play", "--fast", bus, "-"}, longest + "x"), 2);
@@ -247,6 +247,38 @@ TEST_F(KXCANProgramTest, aReceiverThatTakesNothingIsNotWaitedForForEver) {
         log += makeFloodLine(i);
     EXPECT_EQ(run({"play", "--fast", bus, folder.write("log", log)}), 1);
     EXPECT_EQ(errors, "kxcan: " + bus + ": the receiver has taken nothing for 5000 ms\n");
+}
+
+TEST_F(KXCANProgramTest, aLogThatWasLostIsAnError) {
+    const BusSocket receiver(path);
+    for (const char* const text : {"", "\n", "# a comment\n\n"}) {
+        const std::string log = folder.write("log", text);
+        expectRefused(2, {"play", bus, log}, log + ": there is nothing to play in it");
+        EXPECT_EQ(run({"play", bus, "-"}, text), 2);
+        EXPECT_EQ(errors, "-: there is nothing to play in it\n");
+    }
+    EXPECT_TRUE(receiver.isEmpty());
+}
+
+TEST_F(KXCANProgramTest, helpThatCannotBeWrittenIsTold) {
+    for (const char* const words : {"--help > /dev/full", "--version > /dev/full"}) {
+        ToolProgram program("/bin/sh", folder, {"-c", std::string(KXCAN) + " " + words});
+        EXPECT_EQ(program.wait(), 1) << words;
+        EXPECT_EQ(program.errors(), "kxcan: standard output: No space left on device\n");
+    }
+    ToolProgram closed("/bin/sh", folder, {"-c", std::string(KXCAN) + " --help >&-"});
+    EXPECT_EQ(closed.wait(), 1);
+    EXPECT_EQ(closed.errors(), "kxcan: standard output: Bad file descriptor\n");
+}
+
+TEST_F(KXCANProgramTest, twoDashesEndTheOptions) {
+    const BusSocket receiver(path);
+    EXPECT_EQ(run({"send", "--", bus, "123#01"}), 0) << errors;
+    EXPECT_EQ(receiveText(receiver), "123#01");
+    expectRefused(2, {"play", "--", bus, "--fast"}, "--fast: No such file or directory");
+    expectRefused(2, {"play", "--speed=0", bus, "a"},
+                  "kxcan: argument 2: the speed is not a number from 0.001 to 1000");
+    expectRefused(2, {"play", "--fast", "--speed=1", bus, "a"}, "kxcan: argument 3: the speed is given twice");
 }
 
 TEST_F(KXCANProgramTest, tellsHowToCallIt) {

@@ -1,6 +1,6 @@
 #include "ReplayTest.h"
 #include "ToolProgram.h"
-#include "tools/arguments/ArgumentReader.h"
+#include "tools/arguments/BadInput.h"
 #include "tools/kxreplay/ClosestCalls.h"
 #include "tools/kxreplay/Comparison.h"
 #include "tools/kxreplay/Expectation.h"
@@ -100,7 +100,8 @@ protected:
                              const std::string& lines) {
         const OtherSettings settings = durations(doublePressMs, longPressMs);
         try {
-            checkDurations(settings, recording(lines), "day.kxr");
+            checkDurations(settings, playableOf(std::make_shared<const KX::Recording::Session>(recording(lines))),
+                           "day.kxr");
             return "accepted";
         } catch (const Arguments::BadInput& error) {
             return error.what();
@@ -209,7 +210,7 @@ class KXReplayClosestCalls : public ReplayTest {
 protected:
     Summary summaryOf(const std::string& lines) {
         const KX::Recording::Session session = recording(lines);
-        Summary summary(session);
+        Summary summary{KX::Recording::SessionFacts(session)};
         for (const PlayedEvent& played : playEvents(session))
             summary.take(played);
         return summary;

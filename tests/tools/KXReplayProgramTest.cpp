@@ -152,6 +152,15 @@ TEST_F(KXReplayProgram, what_differs_from_the_expected_is_shown) {
     expectRefused({"--expect", folder / "none", file}, folder / "none" + ": No such file or directory");
 }
 
+TEST_F(KXReplayProgram, the_expected_comes_from_standard_input_too) {
+    const std::string file = folder.write("a.kxr", complaint);
+    EXPECT_EQ(run({"--expect", "-", file}, complaintEvents), 0);
+    EXPECT_EQ(errors, "kxreplay: 4 lines as expected\n");
+    EXPECT_EQ(run({"--expect=-", file}, ""), 1);
+    EXPECT_THAT(output, StartsWith("--- -\n+++ recording\n@@ -0,0 +1,4 @@\n"));
+    expectRefused({"--expect", "-", "-"}, "kxreplay: --expect and the recording cannot both be standard input");
+}
+
 TEST_F(KXReplayProgram, huge_files_without_a_line_end_are_refused_at_their_beginning) {
     const std::string huge = folder.write("huge", "");
     constexpr off_t size = off_t{1} << 32;
@@ -218,7 +227,9 @@ TEST_F(KXReplayProgram, bad_files_are_told_with_their_line) {
     const std::string bad = folder.write("a.kxr", complaint.substr(0, 14) + "1000 pass\nwhat is this\n");
     expectRefused({bad}, bad + ":3: 'what' is neither a tick nor the (time) of a frame");
     expectRefused({folder / "none"}, folder / "none" + ": No such file or directory");
-    EXPECT_EQ(run({folder / ""}), 2);
+    expectRefused({folder / ""}, folder / "" + ": Is a directory");
+    expectRefused({"--expect", folder / "", folder.write("b.kxr", complaint)}, folder / "" + ": Is a directory");
+    expectRefused({"--keypad", folder / "", folder.write("b.log", keypadLog)}, folder / "" + ": Is a directory");
     EXPECT_EQ(run({"-"}, "what is this\n"), 2);
     EXPECT_THAT(errors, StartsWith("standard input:1: neither a recording"));
     EXPECT_EQ(run({"--double-press", "2000", "-"},
@@ -235,8 +246,19 @@ TEST_F(KXReplayProgram, what_is_left_out_of_a_recording_is_told) {
     EXPECT_THAT(output, HasSubstr("\n1700 KEY_RELEASE_EVENT "));
     EXPECT_THAT(errors, HasSubstr("standard input:6: the last line is cut off; it is left out\n"));
     EXPECT_THAT(errors, HasSubstr("standard input:3: the line 'shaken' is not known (the first of 2)"));
-    EXPECT_EQ(run({"-"}, ""), 0);
-    EXPECT_EQ(errors, "standard input: there is nothing to play in it\n");
+}
+
+TEST_F(KXReplayProgram, a_recording_that_was_lost_is_an_error) {
+    const std::vector<std::string> lost{"", "\n", "# a comment\n\n", "kxrecording 1\n", "kxrecording 1\n\n"};
+    for (const std::string& text : lost) {
+        EXPECT_EQ(run({"-"}, text), 2) << text;
+        EXPECT_EQ(errors, "standard input: there is nothing to play in it\n") << text;
+        const std::string file = folder.write("a.kxr", text);
+        expectRefused({file}, file + ": there is nothing to play in it");
+        expectRefused({"--expect", folder.write("expected", ""), file}, file + ": there is nothing to play in it");
+    }
+    EXPECT_EQ(run({"-"}, "kxrecording 1\n1000 end\n"), 0) << "a session in which nobody did anything";
+    EXPECT_EQ(output + errors, "");
 }
 
 TEST_F(KXReplayProgram, bad_arguments_are_told_in_one_line) {
@@ -244,6 +266,7 @@ TEST_F(KXReplayProgram, bad_arguments_are_told_in_one_line) {
     expectRefused({"--json"}, "kxreplay: the recording is missing; kxreplay --help shows how to call it");
     expectRefused({"a", "b"}, "kxreplay: argument 2: unexpected 'b'");
     expectRefused({""}, "kxreplay: argument 1: the name of the recording is empty");
+    expectRefused({"no\nfile\033"}, "no?file?: No such file or directory");
     expectRefused({"--what\n", "a"}, "kxreplay: argument 1: unknown option '--what?'");
     expectRefused({"a", "--json", "--json"}, "kxreplay: argument 3: --json is given twice");
     expectRefused({"a", "--low-pass", "1", "--low-pass", "2"}, "kxreplay: argument 4: --low-pass is given twice");
@@ -275,8 +298,12 @@ TEST_F(KXReplayProgram, output_that_cannot_be_written_is_told) {
     folder.write("a.kxr", complaint);
     EXPECT_EQ(runShell("\"$KXREPLAY\" a.kxr > /dev/full"), 1);
     EXPECT_EQ(errors, "kxreplay: standard output: No space left on device\n");
-    EXPECT_EQ(runShell("\"$KXREPLAY\" --help > /dev/full"), 1);
-    EXPECT_EQ(errors, "kxreplay: standard output: No space left on device\n");
+    for (const char* const words : {"--help", "--version", "--summary a.kxr", "--expect /dev/null a.kxr"}) {
+        EXPECT_EQ(runShell(std::string("\"$KXREPLAY\" ") + words + " > /dev/full"), 1) << words;
+        EXPECT_EQ(errors, "kxreplay: standard output: No space left on device\n");
+        EXPECT_EQ(runShell(std::string("\"$KXREPLAY\" ") + words + " >&-"), 1) << words;
+        EXPECT_EQ(errors, "kxreplay: standard output: Bad file descriptor\n");
+    }
 }
 
 TEST_F(KXReplayProgram, tells_how_to_call_it) {

@@ -1,9 +1,7 @@
 #include "tools/kxcan/CommandLine.h"
 
 #include "recording/format/CANLog.h"
-
-#include <charconv>
-#include <optional>
+#include "tools/arguments/Grammar.h"
 
 namespace Can {
 
@@ -12,81 +10,125 @@ namespace {
 constexpr double slowestSpeed = 0.001;
 constexpr double greatestSpeed = 1000;
 
-double takeSpeed(Arguments::ArgumentReader& reader) {
-    const std::string& text = reader.take("the number of --speed");
-    double speed = 0;
-    const auto result = std::from_chars(text.data(), text.data() + text.size(), speed, std::chars_format::fixed);
-    // Also false for NaN.
-    const bool isInRange = speed >= slowestSpeed && speed <= greatestSpeed;
-    if (result.ec != std::errc() || result.ptr != text.data() + text.size() || !isInRange)
-        reader.refuse("the speed is not a number from 0.001 to 1000");
-    return speed;
-}
+const char* const description =
+    R"(kxcan puts frames onto a CAN bus.
 
-std::optional<CommandLine> parseInformation(const std::string& text) {
-    CommandLine result;
-    if (text == "--help" || text == "-h")
-        result.action = CommandLine::Action::ShowHelp;
-    else if (text == "--version" || text == "-v")
-        result.action = CommandLine::Action::ShowVersion;
-    else
-        return std::nullopt;
-    return result;
-}
+Usage:
+  kxcan send BUS FRAME...
+  kxcan play [--fast | --speed N] BUS FILE
 
-CommandLine parseSend(Arguments::ArgumentReader& reader, CommandLine result) {
-    result.action = CommandLine::Action::Send;
-    result.bus = reader.take("the bus");
-    if (Arguments::ArgumentReader::isOption(result.bus))
-        reader.refuseUnknown("unknown option");
-    do {
-        const std::string& text = reader.take("the frame");
+BUS is an interface of the system (can0, vcan0) or unix:PATH, the virtual bus of
+a program that reads at PATH, as KX_CAN_BUS_0=unix:PATH makes the library do.
+
+FRAME is IDENTIFIER#DATA in hexadecimal: three digits are a standard identifier,
+eight an extended one; 0 to 8 bytes of data, dots may stand between them. #R,
+#R0 to #R8 make a remote frame.
+
+FILE is a log of frames, one a line, as candump -l of can-utils writes it; - is
+standard input. Frames of all interfaces in it go to BUS. Empty lines and lines
+that begin with # say nothing.
+)";
+
+const char* const examples =
+    R"(Examples:
+  kxcan send unix:/run/user/1000/keypad 18FF0001#0100000000000000
+  kxcan send can0 123#11.22.33 7FF#R4
+  kxcan play --speed 10 vcan0 session.log
+  candump -L can0 | kxcan play unix:/run/user/1000/keypad -
+
+Nothing is sent before all arguments, or the whole FILE, were found to be good;
+standard input is checked line by line.
+
+Exit status: 0 all frames are sent; 1 the bus failed, or the output could not be
+written; 2 the arguments or the log are bad, or no frame is in the log.
+)";
+
+class Parser {
+public:
+    Parser() : grammar({"kxcan", KXCAN_VERSION, description, examples}) {}
+
+    CommandLine parse(const std::vector<std::string>& arguments) {
+        const std::string command = arguments.empty() ? std::string() : arguments.front();
+        if (command == "send")
+            addSend();
+        else
+            addPlay(); // also for the help
+        const bool isCommand = command == "send" || command == "play";
+        const std::size_t read = isCommand ? 1 : 0;
+        if (const auto text = information(arguments, read)) {
+            result.action = CommandLine::Action::Inform;
+            result.text = *text;
+        }
+        return result;
+    }
+
+private:
+    std::optional<std::string> information(const std::vector<std::string>& arguments, std::size_t read) {
+        const std::vector<std::string> others(arguments.begin() + static_cast<std::ptrdiff_t>(read),
+                                              arguments.end());
+        if (const auto text = grammar.information(others))
+            return text;
+        if (arguments.empty())
+            throw Arguments::BadInput(Arguments::missing("kxcan", "a command, send or play,"));
+        if (read == 0)
+            throw Arguments::BadInput("kxcan: argument 1: unknown command " +
+                                      Arguments::quoted(arguments.front()));
+        return grammar.read(others, 2);
+    }
+
+    void addBus() {
+        grammar.addOperand(
+            "the bus",
+            [this](const std::string& name) {
+                if (name.empty())
+                    throw Arguments::BadInput("the name of the bus is empty");
+                result.bus = name;
+            });
+    }
+
+    void addSend() {
+        result.action = CommandLine::Action::Send;
+        addBus();
+        grammar.addOperand(
+            "the frame", [this](const std::string& text) { takeFrame(text); },
+            Arguments::Grammar::Times::OnceOrMore);
+    }
+
+    void takeFrame(const std::string& text) {
         try {
             result.frames.push_back(checkThatItCanBeSent(KX::CanBus::parseCANFrame(text)));
         } catch (const std::runtime_error& error) {
-            reader.refuse(error.what());
-        }
-    } while (!reader.isAtEnd());
-    return result;
-}
-
-CommandLine parsePlay(Arguments::ArgumentReader& reader, CommandLine result) {
-    result.action = CommandLine::Action::Play;
-    std::vector<std::string> names;
-    std::optional<double> speed;
-    while (!reader.isAtEnd() || names.size() < 2) {
-        const std::string& text = reader.take(names.empty() ? "the bus" : "the file");
-        if (text == "--fast" || text == "--speed") {
-            if (speed)
-                reader.refuse("the speed is given twice");
-            speed = text == "--fast" ? 0 : takeSpeed(reader);
-        } else if (Arguments::ArgumentReader::isOption(text)) {
-            reader.refuseUnknown("unknown option");
-        } else if (names.size() == 2) {
-            reader.refuseUnknown("unexpected");
-        } else {
-            names.push_back(text);
+            throw Arguments::BadInput(error.what());
         }
     }
-    result.bus = names[0];
-    result.file = names[1];
-    result.speed = speed.value_or(1);
-    return result;
-}
+
+    void addPlay() {
+        result.action = CommandLine::Action::Play;
+        grammar.addSwitch({"--fast", "", "send as fast as the receiver takes the frames", "the speed"},
+                          [this] { result.speed = 0; });
+        grammar.addValue({"--speed", "N", "play N times as fast as it was recorded (0.001 to 1000)", "the speed"},
+                         "number", [this](const std::string& text) {
+                             const auto speed = Arguments::parseDecimal(text, slowestSpeed, greatestSpeed);
+                             if (!speed)
+                                 throw Arguments::BadInput("the speed is not a number from 0.001 to 1000");
+                             result.speed = *speed;
+                         });
+        addBus();
+        grammar.addOperand("the file", [this](const std::string& name) {
+            if (name.empty())
+                throw Arguments::BadInput("the name of the file is empty");
+            result.file = name;
+        });
+    }
+
+    CommandLine result;
+    Arguments::Grammar grammar;
+};
 
 } // namespace
 
 CommandLine parseCommandLine(const std::vector<std::string>& arguments) {
-    Arguments::ArgumentReader reader("kxcan", arguments);
-    const std::string& command = reader.take("a command, send or play,");
-    for (const std::string& text : arguments)
-        if (const auto information = parseInformation(text))
-            return *information;
-    if (command == "send")
-        return parseSend(reader, {});
-    if (command == "play")
-        return parsePlay(reader, {});
-    reader.refuseUnknown("unknown command");
+    return Parser().parse(arguments);
 }
 
 const KX::KXCANMessage& checkThatItCanBeSent(const KX::KXCANMessage& frame) {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/KXCANMessage.h"
-#include "tools/arguments/ArgumentReader.h"
+#include "tools/arguments/BadInput.h"
 
 #include <string>
 #include <vector>
@@ -10,9 +10,10 @@ namespace Can {
 
 /// The checked command line of kxcan.
 struct CommandLine {
-    enum class Action { ShowHelp, ShowVersion, Send, Play };
+    enum class Action { Inform, Send, Play };
 
-    Action action = Action::ShowHelp;
+    Action action = Action::Inform;
+    std::string text; ///< to print: help or version
     std::string bus;
     std::vector<KX::KXCANMessage> frames; ///< to send
     std::string file;                     ///< to play; "-" is standard input

@@ -44,6 +44,7 @@ public:
     LogReader& operator=(const LogReader&) = delete;
 
     /// \return false after the last frame
+    /// \throws BadInput  also without any frame: a log was lost
     bool read(Entry& entry) {
         try {
             while (readLine()) {
@@ -51,6 +52,7 @@ public:
                     continue;
                 const KX::CanBus::CANLogLine parsed = KX::CanBus::parseCANLogLine(line);
                 entry = Entry{parsed.time, checkThatItCanBeSent(parsed.frame)};
+                hasFrames = true;
                 return true;
             }
         } catch (const std::runtime_error& error) {
@@ -59,6 +61,8 @@ public:
         // EISDIR: a folder, which fopen accepts. EIO: the medium has gone.
         if (std::ferror(file) != 0)
             fail(std::strerror(errno));
+        if (!hasFrames)
+            fail("there is nothing to play in it");
         return false;
     }
 
@@ -81,6 +85,7 @@ private:
     std::FILE* file = stdin;
     std::string line;
     unsigned long lineNumber = 0;
+    bool hasFrames = false;
 };
 
 /// Keeps the distances between the frames of the log.

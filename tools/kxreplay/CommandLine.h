@@ -1,8 +1,11 @@
 #pragma once
 
+#include "tools/arguments/SessionTime.h"
 #include "tools/kxreplay/EventOutput.h"
 #include "tools/kxreplay/Settings.h"
+#include "tools/kxreplay/statistics/Grid.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -10,14 +13,23 @@ namespace Replay {
 
 /// The checked command line of kxreplay.
 struct CommandLine {
-    enum class Action { ShowHelp, ShowVersion, Play };
-    enum class Output { Events, Comparison, Summary };
+    enum class Action { Inform, Play };
+    enum class Output { Events, Comparison, Summary, TimeLine, Statistics, Merge };
 
     Action action = Action::Play;
+    std::string text; ///< to print instead of playing: help or version
     Output output = Output::Events;
     Format format = Format::Text;
-    std::string file;            ///< to play; "-" is standard input
-    std::string expectationFile; ///< empty: none
+    bool follows = false;           ///< the recording grows
+    std::string file;               ///< the first of \c files; "-" is standard input
+    std::vector<std::string> files; ///< more than one only for statistics
+    std::string listFile;           ///< has the names of more files; empty: none; "-" is standard input
+    std::string plotFile;           ///< picture instead of text; empty: none
+    std::optional<Arguments::SessionTime> from;
+    std::optional<Arguments::SessionTime> to;
+    std::vector<Grid> grids;
+    unsigned int jobs = 0;       ///< processes; 0: as many as the machine has cores
+    std::string expectationFile; ///< empty: none; "-" is standard input
     std::string keypadFile;      ///< empty: the built-in layout
     OtherSettings other;
     std::string otherText; ///< as on the command line: "--double-press 250"

@@ -1,34 +1,40 @@
 #include "tools/kxreplay/Expectation.h"
 
 #include "recording/format/Text.h"
-#include "tools/arguments/ArgumentReader.h"
+#include "tools/arguments/BadInput.h"
 #include "tools/kxreplay/UnifiedDiff.h"
 
 #include <cerrno>
 #include <cstring>
 #include <fstream>
+#include <iostream>
 #include <utility>
 
 namespace Replay {
 
 namespace {
 
-std::string readFile(const std::string& name) {
-    std::ifstream file(name, std::ios::binary);
-    if (!file)
-        throw Arguments::BadInput(name + ": " + std::strerror(errno));
+std::string readAll(std::istream& input, const std::string& name) {
     std::string text;
     std::size_t lineNumber = 1;
     try {
-        for (std::string line; KX::Text::readLine(file, line); ++lineNumber)
-            text += file.eof() ? line : line + '\n';
+        for (std::string line; KX::Text::readLine(input, line); ++lineNumber)
+            text += input.eof() ? line : line + '\n';
     } catch (const std::runtime_error& error) {
         throw Arguments::BadInput(name + ":" + std::to_string(lineNumber) + ": " + error.what());
     }
-    // A folder can be opened, but not be read.
-    if (file.bad())
-        throw Arguments::BadInput(name + ": cannot be read");
+    if (input.bad())
+        throw Arguments::BadInput(name + ": " + KX::Text::whyUnreadable());
     return text;
+}
+
+std::string readFile(const std::string& name) {
+    if (name == "-")
+        return readAll(std::cin, "standard input");
+    std::ifstream file(name, std::ios::binary);
+    if (!file)
+        throw Arguments::BadInput(name + ": " + std::strerror(errno));
+    return readAll(file, name);
 }
 
 } // namespace

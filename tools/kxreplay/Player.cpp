@@ -4,38 +4,37 @@
 #include "platform/simulated/KXSimulation.h"
 #include "recording/KXRecordedCalls.h"
 #include "recording/KXSettingTable.h"
-#include "replay/KXSessionPlayer.h"
 
 #include <algorithm>
 #include <iostream>
 #include <utility>
-#include <variant>
 
 namespace Replay {
 
-bool needsToolkit(const KX::Recording::Session& session) {
-    return std::any_of(
-        session.entries.begin(), session.entries.end(),
-        [](const KX::Recording::Entry& entry) {
-            return std::holds_alternative<KX::Recording::Frame>(entry.input);
-        });
-}
+Player::Player(std::shared_ptr<const KX::Recording::Session> session, Options playerOptions)
+    : Player(playableOf(std::move(session)), std::move(playerOptions)) {}
 
-Player::Player(std::shared_ptr<const KX::Recording::Session> playedSession, Options playerOptions)
-    : session(std::move(playedSession)), options(std::move(playerOptions)) {}
+Player::Player(Playable played, Options playerOptions)
+    : playable(std::move(played)), options(std::move(playerOptions)) {}
 
 void Player::play(const Take& take, const EntryDone& entryDone) {
-    KX::KXSessionPlayer player(
-        session, {options.keypad, [this](const KX::Recording::NumberSetting& setting) { apply(setting); }});
+    KX::Recording::SessionFacts facts = playable.facts;
+    const auto longPress = options.other.values.find(KX::KXInputSetting::LongKeyPressDuration);
+    if (longPress != options.other.values.end())
+        facts.greatestLongPressMs = std::max(facts.greatestLongPressMs, longPress->second);
+    KX::KXSessionPlayer player(facts, playable.open(),
+                               {options.keypad,
+                                [this](const KX::Recording::NumberSetting& setting) { apply(setting); }, true,
+                                options.beforeFrames});
     recordedDurations = durations = Durations();
     applyOtherSettings();
     std::size_t done = 0;
     while (player.step()) {
-        handOut(player.entry(), take);
+        handOut(player, take);
         for (; done < player.entry(); ++done)
             entryDone();
     }
-    for (; done < session->entries.size(); ++done)
+    for (; done < facts.entries; ++done)
         entryDone();
 }
 
@@ -72,10 +71,10 @@ void Player::setDurations(const Durations& wanted) {
     durations = wanted;
 }
 
-void Player::handOut(std::size_t entry, const Take& take) const {
+void Player::handOut(const KX::KXSessionPlayer& player, const Take& take) const {
     KX::KXInputEventManager& manager = *KX::KXInputEventManager::getInstance();
     while (manager.hasEvents())
-        take({manager.getNextEvent(), entry, session->entries[entry].line, durations});
+        take({manager.getNextEvent(), player.entry(), player.line(), durations});
     for (const KX::KXSimulation::DebugMessage& message : KX::KXSimulation::takeDebugMessages())
         std::cerr << message.section << ": " << message.text << std::endl;
 }

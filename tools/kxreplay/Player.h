@@ -3,15 +3,12 @@
 #include "events/KXEvent.h"
 #include "recording/KXKeyLayout.h"
 #include "recording/KXRecording.h"
+#include "tools/kxreplay/Playable.h"
 #include "tools/kxreplay/Settings.h"
 
 #include <cstddef>
 #include <functional>
 #include <memory>
-
-namespace KX {
-class KXSessionPlayer;
-}
 
 namespace Replay {
 
@@ -23,24 +20,25 @@ struct PlayedEvent {
     Durations durations;   ///< at that time
 };
 
-/// Whether the play needs Qt: the library turns frames into Qt's key events.
-bool needsToolkit(const KX::Recording::Session& session);
-
 /// Plays a session through the library, perhaps with other settings than the recorded ones, and tells the origin
 /// of each event.
 ///
-/// For the thread that drives the simulation. No manager may exist. Frames need a QApplication.
+/// For the thread that drives the simulation. No manager may exist.
 class Player {
 public:
     struct Options {
         OtherSettings other;
         std::shared_ptr<const KX::CANRemoteOptions> keypad; ///< of a plain log; null: the built-in one
+
+        /// Makes the QApplication that frames need. Empty: there is one, or frames are left out.
+        std::function<void()> beforeFrames;
     };
 
     using Take = std::function<void(const PlayedEvent&)>;
     using EntryDone = std::function<void()>;
 
     Player(std::shared_ptr<const KX::Recording::Session> session, Options options);
+    Player(Playable playable, Options options);
 
     /// \param take       gets every classified event, in order
     /// \param entryDone  is called after each entry
@@ -50,9 +48,9 @@ private:
     void applyOtherSettings();
     void apply(const KX::Recording::NumberSetting& setting);
     void setDurations(const Durations& wanted);
-    void handOut(std::size_t entry, const Take& take) const;
+    void handOut(const KX::KXSessionPlayer& player, const Take& take) const;
 
-    const std::shared_ptr<const KX::Recording::Session> session;
+    const Playable playable;
     const Options options;
     Durations recordedDurations;
     Durations durations; // at this moment

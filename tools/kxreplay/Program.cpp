@@ -1,20 +1,22 @@
 #include "tools/kxreplay/Program.h"
 
-#include "recording/KXFunctionKeys.h"
-#include "recording/KXKeyLayout.h"
+#include "recording/KXPassSchedule.h"
 #include "replay/LibraryOutput.h"
-#include "tools/arguments/ArgumentReader.h"
+#include "tools/arguments/BadInput.h"
 #include "tools/kxreplay/Comparison.h"
 #include "tools/kxreplay/Expectation.h"
+#include "tools/kxreplay/Keypad.h"
 #include "tools/kxreplay/OffscreenToolkit.h"
 #include "tools/kxreplay/Player.h"
 #include "tools/kxreplay/Summary.h"
+#include "tools/kxreplay/follow/Follow.h"
+#include "tools/kxreplay/plot/TimeLinePicture.h"
+#include "tools/kxreplay/statistics/Statistics.h"
+#include "tools/output/StandardOutput.h"
 #include "tools/progress/Progress.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <functional>
 #include <optional>
 #include <unistd.h>
@@ -25,7 +27,6 @@ namespace Replay {
 
 namespace {
 
-using SharedSession = std::shared_ptr<const KX::Recording::Session>;
 using Write = std::function<void(const std::string&)>;
 
 // Few enough to play at once on any machine.
@@ -35,47 +36,53 @@ void tell(const std::string& line) {
     std::fprintf(stderr, "%s\n", line.c_str());
 }
 
-KX::CANRemoteOptions readKeypad(const std::string& file) {
-    try {
-        return KX::KeyLayout::readFile(file, KX::KeyLayout::keyCodesOfTerminal());
-    } catch (const std::runtime_error& error) {
-        throw Arguments::BadInput(error.what());
-    }
-}
-
-Player::Options recordedOptions(const CommandLine& arguments, const KX::Recording::Session& session) {
+Player::Options recordedOptions(const CommandLine& arguments, const KX::Recording::SessionFacts& session) {
     Player::Options options;
     if (arguments.keypadFile.empty())
         return options;
     if (!session.isPlainLog)
         throw Arguments::BadInput(
             "kxreplay: --keypad is for the log of a CAN bus; a recording has its own layout");
-    options.keypad = std::make_shared<const KX::CANRemoteOptions>(readKeypad(arguments.keypadFile));
+    options.keypad = readKeypad(arguments.keypadFile);
     return options;
 }
 
 /// One run of the program: the session, what to do with it, and where the output goes.
 class Run {
 public:
-    Run(const CommandLine& givenArguments, SharedSession givenSession, Write writeFunction)
+    Run(const CommandLine& givenArguments, Playable givenSession, Write writeFunction)
         : arguments(givenArguments), session(std::move(givenSession)), write(std::move(writeFunction)),
-          recorded(recordedOptions(arguments, *session)), changed(recorded) {
+          recorded(recordedOptions(arguments, session.facts)) {
+        recorded.beforeFrames = [this] { makeToolkit(); };
+        changed = recorded;
         changed.other = arguments.other;
     }
+
+    Run(const Run&) = delete; // its options point to it
+    Run& operator=(const Run&) = delete;
 
     void print() const {
         switch (arguments.output) {
         case CommandLine::Output::Events: printEvents(); break;
         case CommandLine::Output::Comparison: printComparison(); break;
         case CommandLine::Output::Summary: printSummary(); break;
+        case CommandLine::Output::TimeLine: drawTimeLine(); break;
+        case CommandLine::Output::Statistics:
+        case CommandLine::Output::Merge: break; // no run of one recording
         }
     }
 
 private:
+    // Qt takes milliseconds to start, and most recordings need none of it.
+    void makeToolkit() {
+        if (!toolkit)
+            toolkit.emplace();
+    }
+
     void play(const Player::Options& options, const Player::Take& take) const {
         std::optional<Progress::Reporter> progress;
-        if (session->entries.size() > fewLines && !showsByItself())
-            progress.emplace("kxreplay", "lines played", session->entries.size());
+        if (session.facts.entries > fewLines && !showsByItself())
+            progress.emplace("kxreplay", "lines played", session.facts.entries);
         Player(session, options).play(take, [&progress] {
             if (progress)
                 progress->countOne();
@@ -105,28 +112,36 @@ private:
     }
 
     void printSummary() const {
-        Summary summary(*session);
+        Summary summary(session.facts);
         play(changed, [&summary](const PlayedEvent& played) { summary.take(played); });
         write(isText() ? summary.toText() : summary.toJSON());
+    }
+
+    void drawTimeLine() const {
+        const KX::Recording::SessionFacts& facts = session.facts;
+        const std::uint64_t fromMs = arguments.from ? arguments.from->inSession(facts.firstMs) : facts.firstMs;
+        const std::uint64_t lastMs = KX::KXPassSchedule(facts).endMs();
+        const std::uint64_t toMs = arguments.to ? arguments.to->inSession(facts.firstMs) : lastMs;
+        if (fromMs >= toMs && (arguments.from || arguments.to))
+            throw Arguments::BadInput("kxreplay: there is no time between --from and --to in the recording");
+        Picture::checkThatItCanBeWritten(arguments.plotFile);
+        const auto firstTick = static_cast<unsigned int>(facts.firstMs);
+        TimeLine line(firstTick, static_cast<std::int64_t>(fromMs - facts.firstMs),
+                      static_cast<std::int64_t>(toMs - facts.firstMs));
+        play(changed, [&line](const PlayedEvent& played) { line.take(played); });
+        const std::string title = arguments.file == "-" ? "standard input" : arguments.file;
+        Picture::draw(arguments.plotFile, TimeLinePicture(line, title.substr(title.rfind('/') + 1), firstTick));
     }
 
     bool isText() const { return arguments.format == Format::Text; }
 
     const CommandLine& arguments;
-    const SharedSession session;
+    const Playable session;
     const Write write;
-    const Player::Options recorded;
+    Player::Options recorded;
     Player::Options changed;
+    std::optional<OffscreenToolkit> toolkit;
 };
-
-[[noreturn]] void failToWrite() {
-    throw std::runtime_error(std::string("standard output: ") + std::strerror(errno));
-}
-
-void writeToStandardOutput(const std::string& text) {
-    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size())
-        failToWrite();
-}
 
 std::string countLines(const std::string& text) {
     const auto lines = std::count(text.begin(), text.end(), '\n');
@@ -136,16 +151,16 @@ std::string countLines(const std::string& text) {
 int compareWith(const Expectation& expectation, const std::string& printed) {
     if (expectation.isMetBy(printed)) {
         tell("kxreplay: " + countLines(printed) + " as expected");
-        return played;
+        return playedStatus;
     }
-    writeToStandardOutput(expectation.differenceFrom(printed));
-    return failed;
+    Output::write(expectation.differenceFrom(printed));
+    return failedStatus;
 }
 
-int print(const CommandLine& arguments, const SharedSession& session) {
+int print(const CommandLine& arguments, const Playable& session) {
     if (arguments.expectationFile.empty()) {
-        Run(arguments, session, &writeToStandardOutput).print();
-        return played;
+        Run(arguments, session, &Output::write).print();
+        return playedStatus;
     }
     const Expectation expectation(arguments.expectationFile);
     std::string printed;
@@ -153,25 +168,43 @@ int print(const CommandLine& arguments, const SharedSession& session) {
     return compareWith(expectation, printed);
 }
 
-} // namespace
-
-void flushStandardOutput() {
-    if (std::fflush(stdout) != 0)
-        failToWrite();
+Player::Options optionsOfFollowing(const CommandLine& arguments) {
+    Player::Options options;
+    options.other = arguments.other;
+    if (!arguments.keypadFile.empty())
+        options.keypad = readKeypad(arguments.keypadFile);
+    return options;
 }
 
+int runFollowing(const CommandLine& arguments) {
+    std::optional<OffscreenToolkit> toolkit;
+    Player::Options options = optionsOfFollowing(arguments);
+    options.beforeFrames = [&toolkit] {
+        if (!toolkit)
+            toolkit.emplace();
+    };
+    const int signal = follow(
+        arguments.file, options, &tell,
+        [&arguments](const PlayedEvent& played) { Output::write(formatEvent(played.event, arguments.format)); },
+        &Output::flush);
+    return signal == 0 ? playedStatus : signalStatus + signal;
+}
+
+} // namespace
+
 int run(const CommandLine& arguments) {
-    const auto session =
-        std::make_shared<const KX::Recording::Session>(KX::Recording::readFile(arguments.file, &tell));
-    const std::string name = arguments.file == "-" ? "standard input" : arguments.file;
-    checkDurations(arguments.other, *session, name);
+    if (arguments.output == CommandLine::Output::Statistics || arguments.output == CommandLine::Output::Merge)
+        return runStatistics(arguments);
     const KX::LibraryOutput library(arguments.showLibraryOutput ? KX::LibraryOutput::Goes::ToStandardError
                                                                 : KX::LibraryOutput::Goes::Nowhere);
-    std::optional<OffscreenToolkit> toolkit;
-    if (needsToolkit(*session))
-        toolkit.emplace();
-    if (session->entries.empty())
-        tell(name + ": there is nothing to play in it");
+    if (arguments.follows)
+        return runFollowing(arguments);
+    const Playable session = playableOf(arguments.file, &tell);
+    const std::string name = arguments.file == "-" ? "standard input" : arguments.file;
+    // A recording that was lost must not pass as a test.
+    if (session.facts.entries == 0)
+        throw Arguments::BadInput(name + ": there is nothing to play in it");
+    checkDurations(arguments.other, session, name);
     return print(arguments, session);
 }
 

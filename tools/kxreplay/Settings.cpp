@@ -1,9 +1,9 @@
 #include "tools/kxreplay/Settings.h"
 
 #include "recording/KXSettingTable.h"
-#include "tools/arguments/ArgumentReader.h"
+#include "tools/arguments/BadInput.h"
 
-#include <algorithm>
+#include <utility>
 
 namespace Replay {
 
@@ -21,19 +21,6 @@ bool isOperatorsOrPass(const Entry& entry) {
     return std::holds_alternative<KX::KXToolkitEvent>(entry.input) ||
            std::holds_alternative<KX::Recording::Frame>(entry.input) ||
            std::holds_alternative<KX::Recording::Pass>(entry.input);
-}
-
-std::vector<Entry>::const_iterator firstInput(const KX::Recording::Session& session) {
-    return std::find_if(session.entries.begin(), session.entries.end(), isOperatorsOrPass);
-}
-
-Durations durationsAtFirstInput(const KX::Recording::Session& session) {
-    Durations durations;
-    const auto end = firstInput(session);
-    for (auto entry = session.entries.begin(); entry != end; ++entry)
-        if (const auto* const setting = std::get_if<NumberSetting>(&entry->input))
-            durations.take(*setting);
-    return durations;
 }
 
 void check(const Durations& durations, const std::string& where) {
@@ -81,20 +68,38 @@ Durations OtherSettings::applyTo(Durations recorded) const {
     return recorded;
 }
 
+DurationCheck::DurationCheck(const OtherSettings& otherSettings, std::string fileName, std::string headName)
+    : settings(otherSettings), name(std::move(fileName)), nameOfHead(std::move(headName)) {}
+
 // Settings before the first input may come in any order. Only their result counts.
-void checkDurations(const OtherSettings& settings, const KX::Recording::Session& session,
-                    const std::string& fileName) {
+void DurationCheck::take(const Entry& entry) {
     if (!settings.haveDurations())
         return;
-    Durations recorded = durationsAtFirstInput(session);
-    check(settings.applyTo(recorded), "kxreplay");
-    for (auto entry = firstInput(session); entry != session.entries.end(); ++entry) {
-        const auto* const setting = std::get_if<NumberSetting>(&entry->input);
-        if (!setting)
-            continue;
-        recorded.take(*setting);
-        check(settings.applyTo(recorded), fileName + ":" + std::to_string(entry->line));
-    }
+    if (isOperatorsOrPass(entry))
+        finish();
+    const auto* const setting = std::get_if<NumberSetting>(&entry.input);
+    if (!setting)
+        return;
+    recorded.take(*setting);
+    if (!isHead)
+        check(settings.applyTo(recorded), name + ":" + std::to_string(entry.line));
+}
+
+void DurationCheck::finish() {
+    if (isHead && settings.haveDurations())
+        check(settings.applyTo(recorded), nameOfHead);
+    isHead = false;
+}
+
+void checkDurations(const OtherSettings& settings, const Playable& session, const std::string& fileName,
+                    const std::string& headName) {
+    if (!settings.haveDurations())
+        return;
+    DurationCheck check(settings, fileName, headName);
+    const auto next = session.open();
+    while (const Entry* const entry = next())
+        check.take(*entry);
+    check.finish();
 }
 
 } // namespace Replay

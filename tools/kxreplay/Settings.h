@@ -1,6 +1,7 @@
 #pragma once
 
 #include "recording/KXRecording.h"
+#include "tools/kxreplay/Playable.h"
 
 #include <cstdint>
 #include <map>
@@ -36,10 +37,32 @@ struct OtherSettings {
     Durations applyTo(Durations recorded) const;
 };
 
-/// Checks that the manager will accept the settings at every point of the session.
-/// \param fileName  of the recording, for messages
+/// Checks entry by entry that the manager will accept the settings at every point of a session.
+class DurationCheck {
+public:
+    /// \param otherSettings  must outlive the check
+    /// \param fileName       of the recording, for messages
+    /// \param headName       stands in messages when the settings do not go together from the beginning on
+    DurationCheck(const OtherSettings& otherSettings, std::string fileName, std::string headName = "kxreplay");
+
+    /// \throws BadInput
+    void take(const KX::Recording::Entry& entry);
+
+    /// After the last entry.
+    /// \throws BadInput
+    void finish();
+
+private:
+    const OtherSettings& settings;
+    const std::string name;
+    const std::string nameOfHead;
+    Durations recorded;
+    bool isHead = true;
+};
+
+/// Checks a whole session.
 /// \throws BadInput
-void checkDurations(const OtherSettings& settings, const KX::Recording::Session& session,
-                    const std::string& fileName);
+void checkDurations(const OtherSettings& settings, const Playable& session, const std::string& fileName,
+                    const std::string& headName = "kxreplay");
 
 } // namespace Replay

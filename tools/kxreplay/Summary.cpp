@@ -79,17 +79,7 @@ std::string withSeconds(std::uint64_t durationMs) {
 
 } // namespace
 
-Summary::Summary(const KX::Recording::Session& session) {
-    for (const KX::Recording::Entry& entry : session.entries) {
-        inputs.toolkitEvents += std::holds_alternative<KX::KXToolkitEvent>(entry.input) ? 1 : 0;
-        inputs.frames += std::holds_alternative<KX::Recording::Frame>(entry.input) ? 1 : 0;
-        inputs.passes += std::holds_alternative<KX::Recording::Pass>(entry.input) ? 1 : 0;
-    }
-    if (!session.entries.empty()) {
-        firstMs = session.entries.front().timeMs;
-        lastMs = session.entries.back().timeMs;
-    }
-}
+Summary::Summary(const KX::Recording::SessionFacts& facts) : inputs(facts) {}
 
 void Summary::take(const PlayedEvent& played) {
     ++eventCount;
@@ -113,7 +103,7 @@ std::string Summary::describeInputs() const {
 }
 
 std::string Summary::toText() const {
-    std::string text = describeInputs() + " in " + withSeconds(lastMs - firstMs) + " gave ";
+    std::string text = describeInputs() + " in " + withSeconds(inputs.lastMs - inputs.firstMs) + " gave ";
     if (eventCount == 0)
         text += "no classified events\n";
     else
@@ -132,7 +122,7 @@ std::string Summary::toText() const {
 std::string Summary::toJSON() const {
     std::string text = "{\"is\":\"session\"" + field("toolkitEvents", inputs.toolkitEvents) +
                        field("frames", inputs.frames) + field("passes", inputs.passes) +
-                       field("ms", lastMs - firstMs) + field("events", eventCount) + "}\n";
+                       field("ms", inputs.lastMs - inputs.firstMs) + field("events", eventCount) + "}\n";
     for (const auto& [type, number] : countOfType) {
         text += "{\"is\":\"count\",\"type\":" + std::to_string(type) + ",\"name\":\"" +
                 KX::translateEventTypeToString(type) + "\"" + field("count", number) + "}\n";

@@ -12,7 +12,7 @@ namespace Replay {
 /// A session at a glance: how many events of each type, and which input was nearly classified differently.
 class Summary {
 public:
-    explicit Summary(const KX::Recording::Session& session);
+    explicit Summary(const KX::Recording::SessionFacts& facts);
 
     void take(const PlayedEvent& played);
 
@@ -23,17 +23,9 @@ public:
     std::string toJSON() const;
 
 private:
-    struct Inputs {
-        std::size_t toolkitEvents = 0;
-        std::size_t frames = 0;
-        std::size_t passes = 0;
-    };
-
     std::string describeInputs() const;
 
-    Inputs inputs;
-    std::uint64_t firstMs = 0;
-    std::uint64_t lastMs = 0;
+    const KX::Recording::SessionFacts inputs;
     std::size_t eventCount = 0;
     std::map<int, std::size_t> countOfType;
     ClosestCalls closest;

@@ -5,6 +5,8 @@
 #include <unordered_map>
 #include <vector>
 
+#include <dtl/dtl.hpp>
+
 namespace Replay {
 
 namespace {
@@ -24,91 +26,46 @@ Lines linesOf(std::string_view text) {
     return lines;
 }
 
+/// Gives equal lines the same number, because numbers are compared quickly.
+class LineNumbers {
+public:
+    std::vector<int> of(const Lines& lines) {
+        std::vector<int> all;
+        all.reserve(lines.size());
+        for (const std::string_view line : lines)
+            all.push_back(numbers.emplace(line, static_cast<int>(numbers.size())).first->second);
+        return all;
+    }
+
+private:
+    std::unordered_map<std::string_view, int> numbers;
+};
+
 /// The lines that stay. All others are removed or added.
 struct Kept {
     std::vector<bool> ofOld;
     std::vector<bool> ofNew;
 };
 
-/// The longest common sequence of lines, by the algorithm of Hunt and Szymanski. It is fast when most lines are
-/// unique, as lines with a time are.
-class CommonLines {
-public:
-    CommonLines(const Lines& oldText, const Lines& newText) : oldLines(oldText), newLines(newText) {}
-
-    Kept find() {
-        Kept kept{std::vector<bool>(oldLines.size()), std::vector<bool>(newLines.size())};
-        const std::size_t begin = keepStart(kept);
-        const std::size_t fromEnd = keepEnd(kept, begin);
-        match(begin, fromEnd);
-        for (std::size_t pair = ends.empty() ? none : ends.back(); pair != none; pair = pairs[pair].previous) {
-            kept.ofOld[pairs[pair].oldLine] = true;
-            kept.ofNew[pairs[pair].newLine] = true;
-        }
-        return kept;
+// The shortest difference. If more than some thousand lines differ, DTL goes on from where it is: the difference is
+// then right, but perhaps not the shortest, and memory stays bounded.
+Kept findKept(const Lines& oldLines, const Lines& newLines) {
+    Kept kept{std::vector<bool>(oldLines.size()), std::vector<bool>(newLines.size())};
+    LineNumbers numbers;
+    dtl::Diff<int, std::vector<int>> diff(numbers.of(oldLines), numbers.of(newLines));
+    diff.onHuge();
+    diff.compose();
+    std::size_t i = 0;
+    std::size_t j = 0;
+    for (const auto& [line, place] : diff.getSes().getSequence()) {
+        const bool stays = place.type == dtl::SES_COMMON;
+        if (place.type != dtl::SES_ADD)
+            kept.ofOld[i++] = stays;
+        if (place.type != dtl::SES_DELETE)
+            kept.ofNew[j++] = stays;
     }
-
-private:
-    static constexpr std::size_t none = static_cast<std::size_t>(-1);
-
-    // For frequent lines only some places are tried. This keeps the search fast; the result is correct, but
-    // perhaps not the shortest.
-    static constexpr std::size_t mostPlaces = 100;
-
-    struct Pair {
-        std::size_t oldLine;
-        std::size_t newLine;
-        std::size_t previous; // the previous pair of the longest sequence that ends here
-    };
-
-    std::size_t keepStart(Kept& kept) const {
-        std::size_t i = 0;
-        for (; i < std::min(oldLines.size(), newLines.size()) && oldLines[i] == newLines[i]; ++i)
-            kept.ofOld[i] = kept.ofNew[i] = true;
-        return i;
-    }
-
-    std::size_t keepEnd(Kept& kept, std::size_t begin) const {
-        const std::size_t most = std::min(oldLines.size(), newLines.size()) - begin;
-        std::size_t i = 0;
-        for (; i < most && oldLines[oldLines.size() - 1 - i] == newLines[newLines.size() - 1 - i]; ++i)
-            kept.ofOld[oldLines.size() - 1 - i] = kept.ofNew[newLines.size() - 1 - i] = true;
-        return i;
-    }
-
-    void match(std::size_t begin, std::size_t fromEnd) {
-        std::unordered_map<std::string_view, std::vector<std::size_t>> places;
-        for (std::size_t j = begin; j < newLines.size() - fromEnd; ++j) {
-            std::vector<std::size_t>& those = places[newLines[j]];
-            if (those.size() < mostPlaces)
-                those.push_back(j);
-        }
-        for (std::size_t i = begin; i < oldLines.size() - fromEnd; ++i) {
-            const auto those = places.find(oldLines[i]);
-            if (those == places.end())
-                continue;
-            // Backwards, so that two of them never join one sequence.
-            for (auto j = those->second.rbegin(); j != those->second.rend(); ++j)
-                take(i, *j);
-        }
-    }
-
-    void take(std::size_t i, std::size_t j) {
-        const auto end = std::lower_bound(ends.begin(), ends.end(), j, [this](std::size_t pair, std::size_t line) {
-            return pairs[pair].newLine < line;
-        });
-        pairs.push_back({i, j, end == ends.begin() ? none : *(end - 1)});
-        if (end == ends.end())
-            ends.push_back(pairs.size() - 1);
-        else
-            *end = pairs.size() - 1;
-    }
-
-    const Lines& oldLines;
-    const Lines& newLines;
-    std::vector<Pair> pairs;
-    std::vector<std::size_t> ends; // by length: the pair whose sequence ends earliest in the new text
-};
+    return kept;
+}
 
 struct Change {
     char mark;
@@ -118,7 +75,7 @@ struct Change {
 };
 
 std::vector<Change> allLines(const Lines& oldLines, const Lines& newLines) {
-    const Kept kept = CommonLines(oldLines, newLines).find();
+    const Kept kept = findKept(oldLines, newLines);
     std::vector<Change> changes;
     std::size_t i = 0;
     std::size_t j = 0;
