@@ -2,6 +2,8 @@
 #include "terminal/session/CommandLine.h"
 #include "terminal/session/ProcessSignals.h"
 #include "terminal/session/Terminal.h"
+#include "tools/arguments/BadInput.h"
+#include "tools/output/StandardOutput.h"
 
 #include <QApplication>
 #include <QStringList>
@@ -54,20 +56,33 @@ CommandLine parseCommandLine(int argc, char** argv) {
     return CommandLine::parse(QCoreApplication::arguments());
 }
 
+int fail(int status, const char* reason) {
+    std::fprintf(stderr, "kxterminal: %s\n", Output::asOneLine(reason).c_str());
+    return status;
+}
+
+int inform(const QString& text) {
+    try {
+        Output::write(text.toLocal8Bit().toStdString());
+        Output::flush();
+        return 0;
+    } catch (const std::exception& error) {
+        return fail(Arguments::failureStatus, error.what());
+    }
+}
+
 int run(QApplication& application, const CommandLine& settings) {
     try {
         Theme::apply(application);
         Terminal terminal(settings);
         return terminal.run();
     } catch (const FileError& error) {
-        std::fprintf(stderr, "%s\n", error.what());
-        return 2;
+        std::fprintf(stderr, "%s\n", Output::asOneLine(error.what()).c_str());
+        return Arguments::badInputStatus;
     } catch (const SettingsError& error) {
-        std::fprintf(stderr, "kxterminal: %s\n", error.what());
-        return 2;
+        return fail(Arguments::badInputStatus, error.what());
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "kxterminal: %s\n", error.what());
-        return 1;
+        return fail(Arguments::failureStatus, error.what());
     }
 }
 
@@ -76,14 +91,16 @@ int run(QApplication& application, const CommandLine& settings) {
 } // namespace Terminal
 
 int main(int argc, char** argv) {
+    Output::guardStandardDescriptors();
     // A reader of our output that goes away must not take the terminal with it.
     std::signal(SIGPIPE, SIG_IGN);
 
     const Terminal::CommandLine commandLine = Terminal::parseCommandLine(argc, argv);
-    const QByteArray text = commandLine.text.toLocal8Bit();
     switch (commandLine.outcome) {
-    case Terminal::CommandLine::Outcome::Inform: std::fputs(text.constData(), stdout); return 0;
-    case Terminal::CommandLine::Outcome::Refuse: std::fprintf(stderr, "%s\n", text.constData()); return 2;
+    case Terminal::CommandLine::Outcome::Inform: return Terminal::inform(commandLine.text);
+    case Terminal::CommandLine::Outcome::Refuse:
+        Terminal::print(commandLine.text);
+        return Arguments::badInputStatus;
     case Terminal::CommandLine::Outcome::Run: break;
     }
 

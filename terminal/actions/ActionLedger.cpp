@@ -1,5 +1,6 @@
 #include "terminal/actions/ActionLedger.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace Terminal {
@@ -8,8 +9,24 @@ const ActionLedger::Counts& ActionLedger::counts() const {
     return count;
 }
 
-const QString& ActionLedger::lastDropped() const {
-    return dropped;
+const std::deque<ActionLedger::Outcome>& ActionLedger::recent() const {
+    return outcomes;
+}
+
+void ActionLedger::noteOutcome(const Entry& action, Fate fate, const QString& words) {
+    const auto isSame = [&](const Outcome& outcome) {
+        return outcome.action == action.name && outcome.fate == fate && outcome.words == words;
+    };
+    Outcome outcome{action.name, fate, words, 0};
+    const auto before = std::find_if(outcomes.begin(), outcomes.end(), isSame);
+    if (before != outcomes.end()) {
+        outcome = *before;
+        outcomes.erase(before);
+    }
+    ++outcome.times;
+    outcomes.push_front(outcome);
+    if (outcomes.size() > mostOutcomes)
+        outcomes.pop_back();
 }
 
 void ActionLedger::notePosted() {
@@ -21,7 +38,7 @@ void ActionLedger::noteDrained() {
     if (!refused)
         return;
     ++count.loops;
-    dropped = QStringLiteral("Loop stopped at \u201c%1\u201d").arg(refused->name);
+    noteOutcome(*refused, Fate::Loop, QStringLiteral("stopped, a loop"));
 }
 
 void ActionLedger::noteAsked(Entry& action, bool ready) {
@@ -31,12 +48,13 @@ void ActionLedger::noteAsked(Entry& action, bool ready) {
         return;
     }
     ++count.notReady;
-    dropped = QStringLiteral("\u201c%1\u201d not ready: %2").arg(action.name, action.reasonNotReady);
+    noteOutcome(action, Fate::NotReady, QStringLiteral("not ready: ") + action.reasonNotReady);
 }
 
-void ActionLedger::noteExecuted() {
+void ActionLedger::noteExecuted(const Entry& action) {
     pending = nullptr;
     ++count.executed;
+    noteOutcome(action, Fate::Executed, QStringLiteral("executed"));
 }
 
 ActionLedger::Entry::Entry(ActionLedger& keptIn, QString actionName, Work actionWork, Ready readiness,
@@ -51,7 +69,7 @@ bool ActionLedger::Entry::isReady() {
 }
 
 void ActionLedger::Entry::execute(void* /*argument*/) {
-    ledger.noteExecuted();
+    ledger.noteExecuted(*this);
     work();
 }
 

@@ -4,6 +4,8 @@
 
 #include <QString>
 
+#include <cstddef>
+#include <deque>
 #include <functional>
 
 namespace Terminal {
@@ -22,12 +24,24 @@ public:
         quint64 loops = 0;
     };
 
+    enum class Fate { Executed, NotReady, Loop };
+
+    /// What became of an action. The same fate again only counts.
+    struct Outcome {
+        QString action;
+        Fate fate = Fate::Executed;
+        QString words; ///< "executed", "not ready: it is folded"
+        quint64 times = 0;
+    };
+
+    static constexpr std::size_t mostOutcomes = 8;
+
     class Entry;
 
     const Counts& counts() const;
 
-    /// What was dropped last, and why. Empty at first.
-    const QString& lastDropped() const;
+    /// The latest outcomes, newest first, at most \ref mostOutcomes.
+    const std::deque<Outcome>& recent() const;
 
     void notePosted();
 
@@ -36,10 +50,11 @@ public:
 
 private:
     void noteAsked(Entry& action, bool ready);
-    void noteExecuted();
+    void noteExecuted(const Entry& action);
+    void noteOutcome(const Entry& action, Fate fate, const QString& words);
 
     Counts count;
-    QString dropped;
+    std::deque<Outcome> outcomes;
     Entry* pending = nullptr; // it said that it is ready, and was not executed yet
 };
 

@@ -1,6 +1,9 @@
 #include "terminal/encoder/EncoderTrace.h"
 
+#include "events/KXKeyCode.h"
+
 #include <algorithm>
+#include <iterator>
 
 namespace Terminal {
 
@@ -31,29 +34,17 @@ int EncoderTrace::expectedStepTimeMs(const KX::KXInputEvent& move) const {
     return (static_cast<int>(gapMs) + lastStepTimeMs) / 2;
 }
 
-// Moves from step keys belong to a bundle, whose value grows until it is closed. Each move of the wheel stands
-// alone.
-int EncoderTrace::addedBy(const KX::KXInputEvent& move) {
-    if (move.osKeyCode == KX::KX_KEY_NONE)
-        return move.value;
-    const bool goesOn = move.value > bundleValue;
-    const int added = goesOn ? move.value - bundleValue : move.value;
-    bundleValue = move.value;
-    return added;
-}
-
 void EncoderTrace::add(const KX::KXInputEvent& move, int stepTimeMs) {
     const auto pause = static_cast<std::int32_t>(move.timeStamp - lastTick);
+    const EncoderTurn::Added added = turn.add(move);
     Step step;
-    step.beginsTurn = kept.empty() || pause < 0 || pause >= restMs;
+    step.beginsTurn = added.beginsTurn;
     step.time = kept.empty() ? move.timeStamp : kept.back().time + std::max(0, pause);
     step.stepTimeMs = stepTimeMs;
-    if (step.beginsTurn)
-        bundleValue = 0;
-    const int added = addedBy(move);
-    step.increment = std::max(1, added / rawStepsOf(move));
-    const std::int64_t signedAdded = move.keyCode == KX::KX_KEY_DOWN ? -std::int64_t(added) : added;
-    step.value = signedAdded + (step.beginsTurn ? 0 : kept.back().value);
+    step.steps = added.steps;
+    step.added = move.keyCode == KX::KX_KEY_DOWN ? -added.value : added.value;
+    step.increment = std::max(1, added.value / added.steps);
+    step.value = turn.value();
     kept.push_back(step);
     if (kept.size() > capacity)
         kept.pop_front();
@@ -63,6 +54,11 @@ void EncoderTrace::add(const KX::KXInputEvent& move, int stepTimeMs) {
 
 const std::deque<EncoderTrace::Step>& EncoderTrace::steps() const {
     return kept;
+}
+
+std::deque<EncoderTrace::Step>::const_iterator EncoderTrace::turnBegin() const {
+    const auto begin = std::find_if(kept.rbegin(), kept.rend(), [](const Step& step) { return step.beginsTurn; });
+    return begin == kept.rend() ? kept.begin() : std::prev(begin.base());
 }
 
 } // namespace Terminal

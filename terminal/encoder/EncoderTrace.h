@@ -2,6 +2,7 @@
 
 #include "encoder/KXEncoderDynamic.h"
 #include "events/KXEvent.h"
+#include "terminal/events/EncoderTurn.h"
 
 #include <cstdint>
 #include <deque>
@@ -9,20 +10,20 @@
 
 namespace Terminal {
 
-/// The last moves of the encoder, and the value that they add up to.
-///
-/// Moves less than \ref restMs apart belong to one turn of the knob. The value of each turn starts at 0.
+/// The last moves of the encoder, and the value that they add up to, turn by turn.
 class EncoderTrace {
 public:
     struct Step {
         std::int64_t time = 0;  ///< in ms, continued when the tick wraps
         int stepTimeMs = 0;     ///< smoothed
+        int steps = 0;          ///< raw steps in the event
+        int added = 0;          ///< what the event added to the value; negative is downwards
         int increment = 0;      ///< what each raw step counted
         std::int64_t value = 0; ///< of the turn so far; negative is downwards
         bool beginsTurn = false;
     };
 
-    static constexpr int restMs = 1000;
+    static constexpr int restMs = EncoderTurn::restMs;
     static constexpr std::size_t capacity = 1000;
 
     /// The table decides how long a step may take before the encoder counts as restarted.
@@ -40,14 +41,15 @@ public:
     /// Oldest first.
     const std::deque<Step>& steps() const;
 
-private:
-    int addedBy(const KX::KXInputEvent& move);
+    /// The first step of the present turn that is kept; the end when there is none.
+    std::deque<Step>::const_iterator turnBegin() const;
 
+private:
     std::deque<Step> kept;
+    EncoderTurn turn;
     unsigned int lastTick = 0;
     int lastStepTimeMs = 200;
     int restartStepTimeMs = 200;
-    int bundleValue = 0; ///< of the last move that a step key made
 };
 
 } // namespace Terminal

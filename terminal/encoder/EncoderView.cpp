@@ -1,15 +1,18 @@
 #include "terminal/encoder/EncoderView.h"
 
+#include "terminal/events/EventText.h"
 #include "terminal/look/PlotLook.h"
+#include "terminal/look/Sizes.h"
 #include "terminal/look/Theme.h"
 #include "terminal/settings/InputSettings.h"
 
+#include <QEvent>
 #include <QHBoxLayout>
-#include <QLocale>
 #include <QPainter>
 
 #include <qwt_plot.h>
 #include <qwt_plot_curve.h>
+#include <qwt_scale_div.h>
 #include <qwt_symbol.h>
 
 #include <algorithm>
@@ -20,11 +23,11 @@ namespace Terminal {
 
 namespace {
 
-constexpr int headingHeight = 22;
-constexpr int numbersWidth = 164;
-constexpr int smallestNumber = 12;
-constexpr double valueTicks = 5;
-constexpr double historyTickMs = 2000;
+constexpr int numbersWidth = 170; // these lengths are scaled
+constexpr int timeLabelDistance = 70;
+constexpr int valueLabelDistance = 34;
+constexpr double shortestTurnMs = 400; // a turn of one step has no length
+constexpr double smallestValue = 10;
 
 std::vector<KX::KXEncoderDynamicPair> defaultTable() {
     std::vector<KX::KXEncoderDynamicPair> table;
@@ -34,26 +37,32 @@ std::vector<KX::KXEncoderDynamicPair> defaultTable() {
     return table;
 }
 
-// Groups thousands with thin spaces.
-QString grouped(qint64 number) {
-    QLocale locale(QLocale::English);
-    locale.setNumberOptions(QLocale::DefaultNumberOptions); // the system's locale may not group
-    return locale.toString(number)
-        .replace(QLatin1Char(','), QChar(0x2009))
-        .replace(QLatin1Char('-'), QChar(0x2212));
+QString dash() {
+    return QStringLiteral("\u2013");
 }
 
-void drawNumber(QPainter& painter, const QRect& area, const QString& label, const QString& number,
-                const QColor& colour) {
-    int size = std::clamp(area.height() * 45 / 100, 20, 34);
-    while (size > smallestNumber && QFontMetrics(Theme::font(size, true)).horizontalAdvance(number) > area.width())
-        --size;
+struct Number {
+    QString title;
+    QString number;
+    QString note;
+    QColor colour;
+};
+
+void drawNumber(QPainter& painter, const QRect& area, const Sizes& sizes, const Number& number) {
+    const QFont small = Theme::font(sizes.text());
+    const int line = QFontMetrics(small).height();
     painter.setPen(Theme::quietText());
-    painter.setFont(Theme::font(11, true));
-    painter.drawText(area, Qt::AlignLeft | Qt::AlignTop, label);
-    painter.setPen(colour);
-    painter.setFont(Theme::font(size, true));
-    painter.drawText(area.adjusted(0, 14, 0, 0), Qt::AlignLeft | Qt::AlignVCenter, number);
+    painter.setFont(small);
+    painter.drawText(area, Qt::AlignLeft | Qt::AlignTop, number.title);
+    painter.setPen(number.colour);
+    painter.setFont(Theme::fittedFont(number.number, area.width(), sizes.gesture(), sizes.text()));
+    const int height = painter.fontMetrics().height();
+    painter.drawText(QRect(area.left(), area.top() + line, area.width(), height), Qt::AlignLeft | Qt::AlignVCenter,
+                     number.number);
+    painter.setPen(Theme::quietText());
+    painter.setFont(small);
+    painter.drawText(QRect(area.left(), area.top() + line + height, area.width(), line),
+                     Qt::AlignLeft | Qt::AlignVCenter, number.note);
 }
 
 } // namespace
@@ -62,12 +71,12 @@ EncoderView::EncoderView(QWidget* parent) : QWidget(parent), pace([this] { refre
     setFocusPolicy(Qt::NoFocus);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
     auto* row = new QHBoxLayout(this);
-    row->setContentsMargins(8, headingHeight + 6, 12 + numbersWidth, 4);
     row->setSpacing(14);
     curvePlot = new SpeedCurve;
     makeValuePlot();
     row->addWidget(curvePlot, 6);
     row->addWidget(valuePlot, 5);
+    arrange();
     setSpeedTable(defaultTable(), SpeedCurve::neutralUserFactor);
 }
 
@@ -85,7 +94,31 @@ void EncoderView::makeValuePlot() {
 }
 
 QSize EncoderView::sizeHint() const {
-    return {780, 240};
+    return {600, 200};
+}
+
+void EncoderView::changeEvent(QEvent* event) {
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::FontChange)
+        arrange();
+}
+
+void EncoderView::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    arrange();
+}
+
+int EncoderView::headingHeight() const {
+    return Sizes::of(*this).scaled(28);
+}
+
+void EncoderView::arrange() {
+    const Sizes sizes = Sizes::of(*this);
+    layout()->setContentsMargins(sizes.spacing(), headingHeight(),
+                                 sizes.scaled(numbersWidth) + 2 * sizes.spacing(), 4);
+    PlotLook::setTextSize(*valuePlot, sizes.text());
+    curvePlot->setSizes(sizes);
+    refresh();
 }
 
 void EncoderView::setSpeedTable(const std::vector<KX::KXEncoderDynamicPair>& table, int userFactor) {
@@ -124,36 +157,47 @@ void EncoderView::scheduleRefresh() {
 void EncoderView::refresh() {
     pace.noteRefresh();
     curvePlot->setSteps(encoderTrace.steps());
-    showValues();
+    showTurn();
     curvePlot->replot();
     valuePlot->replot();
     update();
 }
 
 // A value holds until the next step, so the curve has corners.
-void EncoderView::showValues() {
-    QVector<QPointF> samples;
+void EncoderView::showTurn() {
     const auto& steps = encoderTrace.steps();
+    const auto begin = encoderTrace.turnBegin();
+    QVector<QPointF> samples;
     double least = 0;
-    double largest = 10;
-    for (const EncoderTrace::Step& step : steps) {
-        const auto x = static_cast<double>(step.time - steps.back().time);
-        const auto value = static_cast<double>(step.value);
-        if (x < -historyMs)
-            continue;
-        if (step.beginsTurn && !samples.isEmpty())
-            samples.append(QPointF(x, samples.back().y())); // the previous turn's value held until now
-        if (step.beginsTurn)
-            samples.append(QPointF(x, 0));
-        samples.append(QPointF(x, value));
+    double greatest = 0;
+    for (auto step = begin; step != steps.end(); ++step) {
+        const auto value = static_cast<double>(step->value);
+        if (samples.isEmpty() && step->beginsTurn)
+            samples.append(QPointF(0, 0));
+        samples.append(QPointF(static_cast<double>(step->time - begin->time), value));
         least = std::min(least, value);
-        largest = std::max(largest, value);
+        greatest = std::max(greatest, value);
     }
     values->setSamples(samples);
-    const double room = (largest - least) / 12;
-    valuePlot->setAxisScale(QwtPlot::yLeft, least < 0 ? least - room : 0, largest + room,
-                            PlotLook::roundStep((largest - least + room) / valueTicks));
-    valuePlot->setAxisScale(QwtPlot::xBottom, -historyMs, historyMs / 25.0, historyTickMs);
+    scaleTurn(samples.isEmpty() ? 0 : samples.back().x(), least, greatest);
+}
+
+void EncoderView::scaleTurn(double turnMs, double least, double greatest) {
+    const Sizes sizes = Sizes::of(*this);
+    const double length = std::max(turnMs, shortestTurnMs);
+    const double height = std::max(greatest - least, smallestValue);
+    const double room = height / 12;
+    const double top = greatest > 0 || least == 0 ? std::max(greatest, least + height) + room : room;
+    const double bottom = least < 0 ? std::min(least, greatest - height) - room : -room / 2;
+    const double timeLabels = std::max(1, valuePlot->width() / sizes.scaled(timeLabelDistance));
+    const double valueLabels = std::max(1, valuePlot->height() / sizes.scaled(valueLabelDistance));
+    valuePlot->setAxisScale(QwtPlot::yLeft, bottom, top, PlotLook::roundStep(height / valueLabels));
+    valuePlot->setAxisScale(QwtPlot::xBottom, 0, length * 1.05, PlotLook::roundStep(length / timeLabels));
+}
+
+QPointF EncoderView::turnAxis() const {
+    const QwtScaleDiv& axis = valuePlot->axisScaleDiv(QwtPlot::xBottom);
+    return {axis.lowerBound(), axis.upperBound()};
 }
 
 const EncoderTrace& EncoderView::trace() const {
@@ -168,46 +212,59 @@ const std::vector<QPointF>& EncoderView::trail() const {
     return curvePlot->trail();
 }
 
+QString EncoderView::eventText() const {
+    const auto& steps = encoderTrace.steps();
+    return steps.empty() ? dash() : EventText::signedNumber(steps.back().added);
+}
+
+QString EncoderView::stepText() const {
+    const auto& steps = encoderTrace.steps();
+    return steps.empty() ? dash() : EventText::grouped(steps.back().increment);
+}
+
 QString EncoderView::stepTimeText() const {
     const auto& steps = encoderTrace.steps();
-    return steps.empty() ? QStringLiteral("\u2013") : QStringLiteral("%1 ms").arg(steps.back().stepTimeMs);
+    return steps.empty() ? dash() : QStringLiteral("%1 ms").arg(steps.back().stepTimeMs);
 }
 
-QString EncoderView::incrementText() const {
+QString EncoderView::turnText() const {
     const auto& steps = encoderTrace.steps();
-    return steps.empty() ? QStringLiteral("\u2013") : grouped(steps.back().increment);
-}
-
-QString EncoderView::valueText() const {
-    const auto& steps = encoderTrace.steps();
-    return steps.empty() ? QStringLiteral("\u2013") : grouped(steps.back().value);
+    return steps.empty() ? dash() : EventText::signedNumber(steps.back().value);
 }
 
 QRect EncoderView::numbersArea() const {
-    return {width() - numbersWidth, 10, numbersWidth - 10, height() - 18};
+    const Sizes sizes = Sizes::of(*this);
+    const int numbers = sizes.scaled(numbersWidth);
+    return {width() - numbers - sizes.spacing(), sizes.scaled(6), numbers, height() - sizes.scaled(8)};
 }
 
 void EncoderView::drawHeading(QPainter& painter, const QwtPlot& below, const QString& text) const {
     painter.setPen(Theme::quietText());
-    painter.setFont(Theme::font(12));
-    const QRect place(below.x() + 6, 6, below.width() - 6, headingHeight);
+    painter.setFont(Theme::font(Sizes::of(*this).text()));
+    const QRect place(below.x() + 4, 2, below.width(), headingHeight() - 2);
     painter.drawText(place, Qt::AlignLeft | Qt::AlignVCenter, text);
 }
 
 void EncoderView::paintEvent(QPaintEvent* /*event*/) {
     QPainter painter(this);
     PlotLook::drawPanel(painter, rect());
-    drawHeading(painter, *curvePlot, QStringLiteral("Increment by the time of a step [ms]"));
-    drawHeading(painter, *valuePlot, QStringLiteral("Value of this turn"));
-    const QRect numbers = numbersArea();
-    const QSize tile(numbers.width(), numbers.height() / 3);
-    const QPoint down(0, tile.height());
-    drawNumber(painter, QRect(numbers.topLeft(), tile), QStringLiteral("STEP TIME"), stepTimeText(),
-               Theme::text());
-    drawNumber(painter, QRect(numbers.topLeft() + down, tile), QStringLiteral("INCREMENT PER STEP"),
-               incrementText(), Theme::encoder());
-    drawNumber(painter, QRect(numbers.topLeft() + 2 * down, tile), QStringLiteral("VALUE OF THIS TURN"),
-               valueText(), Theme::accent());
+    drawHeading(painter, *curvePlot, QStringLiteral("Increment by step time [ms]"));
+    drawHeading(painter, *valuePlot, QStringLiteral("Value of the whole turn"));
+    const auto& steps = encoderTrace.steps();
+    const int count = steps.empty() ? 0 : steps.back().steps;
+    const QString ofSteps = count == 1 ? QStringLiteral("1 step") : QStringLiteral("%1 steps").arg(count);
+    const Number numbers[] = {
+        {QStringLiteral("This event"), eventText(), steps.empty() ? QString() : ofSteps, Theme::text()},
+        {QStringLiteral("This step"), stepText(),
+         steps.empty() ? QString() : QStringLiteral("in ") + stepTimeText(), Theme::encoder()},
+        {QStringLiteral("Whole turn"), turnText(), QString(), Theme::accent()},
+    };
+    const QRect area = numbersArea();
+    const int rows = static_cast<int>(std::size(numbers));
+    for (int row = 0; row < rows; ++row)
+        drawNumber(painter,
+                   QRect(area.left(), area.top() + row * area.height() / rows, area.width(), area.height() / rows),
+                   Sizes::of(*this), numbers[row]);
 }
 
 void EncoderView::showEvent(QShowEvent* event) {

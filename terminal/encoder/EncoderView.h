@@ -16,8 +16,8 @@ namespace Terminal {
 
 class InputSettings;
 
-/// Shows how the encoder accelerates: the speed table as a curve with the present step on it, and the value of the
-/// present turn.
+/// Shows how the encoder accelerates: the speed table as a curve with the present step on it, and how the value of the
+/// present turn has grown. Its axes fit the turn.
 ///
 /// It repaints only for new moves and for a new table.
 class EncoderView : public QWidget {
@@ -25,7 +25,6 @@ class EncoderView : public QWidget {
 
 public:
     static constexpr int trailLength = SpeedCurve::trailLength;
-    static constexpr int historyMs = 8000;
 
     explicit EncoderView(QWidget* parent = nullptr);
 
@@ -50,10 +49,15 @@ public:
     /// The points on the curve, the present one last.
     const std::vector<QPointF>& trail() const;
 
-    /// The large numbers beside the plots.
+    /// The large numbers beside the plots: what the last event added, what each of its steps counted and how long a step
+    /// took, and what the whole turn has added.
+    QString eventText() const;
+    QString stepText() const;
     QString stepTimeText() const;
-    QString incrementText() const;
-    QString valueText() const;
+    QString turnText() const;
+
+    /// The time axis of the whole turn: from its begin to its end, in ms.
+    QPointF turnAxis() const;
 
     QSize sizeHint() const override;
 
@@ -61,13 +65,18 @@ protected:
     void paintEvent(QPaintEvent* event) override;
     void showEvent(QShowEvent* event) override;
     void hideEvent(QHideEvent* event) override;
+    void changeEvent(QEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
     void makeValuePlot();
     void scheduleRefresh();
     void refresh();
-    void showValues();
+    void arrange();
+    void showTurn();
+    void scaleTurn(double turnMs, double least, double greatest);
     QRect numbersArea() const;
+    int headingHeight() const;
     void drawHeading(QPainter& painter, const QwtPlot& below, const QString& text) const;
 
     EncoderTrace encoderTrace;

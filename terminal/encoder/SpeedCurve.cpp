@@ -20,8 +20,8 @@ namespace {
 
 constexpr double shortestStep = 1; // a logarithmic axis has no 0
 constexpr double smallestIncrement = 1;
-constexpr double mostTimes = 14; // labels on the axis of step times
-constexpr double mostIncrements = 9;
+constexpr int timeLabelWidth = 34; // these lengths are scaled
+constexpr int incrementLabelHeight = 26;
 
 std::vector<QPointF> cornersOf(const std::vector<KX::KXEncoderDynamicPair>& table, int userFactor,
                                int longestStepTimeMs) {
@@ -68,8 +68,10 @@ public:
 
     void draw(QPainter* painter, const QwtScaleMap& xMap, const QwtScaleMap& yMap,
               const QRectF& canvas) const override {
-        if (points.empty())
+        if (points.empty()) {
+            painter->setFont(hintFont);
             return PlotLook::drawHint(*painter, aboveCurve(canvas), QStringLiteral("Not turned yet"));
+        }
         std::vector<QPointF> places;
         for (const QPointF& point : points)
             places.push_back(QwtScaleMap::transform(xMap, yMap, point));
@@ -78,6 +80,7 @@ public:
     }
 
     std::vector<QPointF> points;
+    QFont hintFont;
 
 private:
     static void drawPast(QPainter& painter, const std::vector<QPointF>& places) {
@@ -104,7 +107,7 @@ private:
     }
 };
 
-SpeedCurve::SpeedCurve() : curve(new QwtPlotCurve), trailItem(new Trail) {
+SpeedCurve::SpeedCurve() : sizesNow(Sizes::unitOfDesign), curve(new QwtPlotCurve), trailItem(new Trail) {
     PlotLook::dress(*this);
     PlotLook::addGrid(*this, true, true);
     setAxisScaleEngine(xBottom, new QwtLogScaleEngine);
@@ -127,6 +130,14 @@ void SpeedCurve::setSpeedTable(const std::vector<KX::KXEncoderDynamicPair>& tabl
     curve->setSamples(QVector<QPointF>(cornerPoints.begin(), cornerPoints.end()));
 }
 
+void SpeedCurve::setSizes(const Sizes& sizes) {
+    sizesNow = sizes;
+    trailItem->hintFont = Theme::font(sizes.text());
+    PlotLook::setTextSize(*this, sizes.text());
+    if (!cornerPoints.empty())
+        setScales();
+}
+
 // The values of the table label the axes.
 void SpeedCurve::setScales() {
     const double slowest = cornerPoints.back().x();
@@ -140,6 +151,8 @@ void SpeedCurve::setScales() {
     }
     largest *= 2;
     const double smallest = smallestIncrement * 0.8;
+    const double mostTimes = std::max(2, width() / sizesNow.scaled(timeLabelWidth));
+    const double mostIncrements = std::max(2, height() / sizesNow.scaled(incrementLabelHeight));
     setAxisScaleDiv(
         xBottom, PlotLook::ticksAt(shortestStep, slowest, readableTicks(times, shortestStep, slowest, mostTimes)));
     setAxisScaleDiv(

@@ -2,6 +2,7 @@
 
 #include "encoder/KXEncoderDynamic.h"
 #include "terminal/encoder/EncoderTrace.h"
+#include "terminal/look/Sizes.h"
 
 #include <qwt_plot.h>
 
@@ -28,6 +29,8 @@ public:
     /// \param longestStepTimeMs  the curve goes on to this time at least
     void setSpeedTable(const std::vector<KX::KXEncoderDynamicPair>& table, int userFactor, int longestStepTimeMs);
 
+    void setSizes(const Sizes& sizes);
+
     /// Shows the last \ref trailLength of \p steps, which begin with the oldest one.
     void setSteps(const std::deque<EncoderTrace::Step>& steps);
 
@@ -42,6 +45,7 @@ private:
 
     void setScales();
 
+    Sizes sizesNow;
     std::vector<QPointF> cornerPoints;
     QwtPlotCurve* curve;
     Trail* trailItem;

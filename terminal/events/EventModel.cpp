@@ -1,8 +1,6 @@
 #include "terminal/events/EventModel.h"
 
-#include "events/KXEventKind.h"
 #include "terminal/events/EventText.h"
-#include "terminal/look/Theme.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -13,10 +11,11 @@ namespace {
 
 QString cellText(const KX::KXInputEvent& event, int column) {
     switch (column) {
-    case EventModel::Time: return QString::number(event.timeStamp);
     case EventModel::Name: return EventText::name(event);
+    case EventModel::Time: return QString::number(event.timeStamp);
     case EventModel::Class: return EventText::eventClass(event);
     case EventModel::Key: return EventText::key(event);
+    case EventModel::KeyCode: return EventText::keyCode(event);
     case EventModel::ToolkitKey: return EventText::toolkitKey(event);
     case EventModel::Value: return EventText::value(event);
     default: return EventText::count(event);
@@ -24,7 +23,14 @@ QString cellText(const KX::KXInputEvent& event, int column) {
 }
 
 bool isNumeric(int column) {
-    return column == EventModel::Time || column == EventModel::Value || column == EventModel::Count;
+    switch (column) {
+    case EventModel::Distance:
+    case EventModel::Value:
+    case EventModel::Count:
+    case EventModel::Time:
+    case EventModel::KeyCode: return true;
+    default: return false;
+    }
 }
 
 int alignmentOf(int column) {
@@ -59,12 +65,24 @@ void EventModel::dropOldest(int room) {
     endRemoveRows();
 }
 
+void EventModel::clear() {
+    beginResetModel();
+    newestFirst.clear();
+    appendedEvents = 0;
+    endResetModel();
+}
+
 const KX::KXInputEvent& EventModel::eventAt(int row) const {
     return newestFirst.at(static_cast<std::size_t>(row));
 }
 
 quint64 EventModel::appendedCount() const {
     return appendedEvents;
+}
+
+QString EventModel::distanceText(int row) const {
+    const bool isOldest = row + 1 == rowCount();
+    return isOldest ? QStringLiteral("\u2013") : EventText::distance(eventAt(row), eventAt(row + 1));
 }
 
 int EventModel::rowCount(const QModelIndex& parent) const {
@@ -80,11 +98,9 @@ QVariant EventModel::data(const QModelIndex& index, int role) const {
         return {};
     const KX::KXInputEvent& event = eventAt(index.row());
     switch (role) {
-    case Qt::DisplayRole: return cellText(event, index.column());
+    case Qt::DisplayRole:
+        return index.column() == Distance ? distanceText(index.row()) : cellText(event, index.column());
     case Qt::TextAlignmentRole: return alignmentOf(index.column());
-    case Qt::DecorationRole:
-        return index.column() == Name ? QVariant(Theme::colourOf(KX::kindOfEventType(event.eventType)))
-                                      : QVariant();
     default: return {};
     }
 }
@@ -92,8 +108,8 @@ QVariant EventModel::data(const QModelIndex& index, int role) const {
 QVariant EventModel::headerData(int section, Qt::Orientation orientation, int role) const {
     if (orientation != Qt::Horizontal || section < 0 || section >= ColumnCount)
         return {};
-    static const char* const titles[ColumnCount] = {"Time [ms]",   "Event", "Class", "Key",
-                                                    "Toolkit key", "Value", "Count"};
+    static const char* const titles[ColumnCount] = {"Event",     "After", "Key",         "Value", "Count",
+                                                    "Time [ms]", "Code",  "Toolkit key", "Class"};
     if (role == Qt::DisplayRole)
         return QString::fromLatin1(titles[section]);
     if (role == Qt::TextAlignmentRole)

@@ -16,7 +16,7 @@ class EventModel : public QAbstractTableModel {
     Q_OBJECT
 
 public:
-    enum Column { Time, Name, Class, Key, ToolkitKey, Value, Count, ColumnCount };
+    enum Column { Name, Distance, Key, Value, Count, Time, KeyCode, ToolkitKey, Class, ColumnCount };
 
     static constexpr int capacity = 10000;
 
@@ -24,6 +24,9 @@ public:
 
     /// Appends \p events, oldest first.
     void append(const ClassifiedEvents& events);
+
+    /// Forgets all events, as if none had been appended.
+    void clear();
 
     /// The event of a row; row 0 is the newest.
     const KX::KXInputEvent& eventAt(int row) const;
@@ -42,6 +45,7 @@ signals:
 
 private:
     void dropOldest(int room);
+    QString distanceText(int row) const;
 
     std::deque<KX::KXInputEvent> newestFirst;
     quint64 appendedEvents = 0;

@@ -5,7 +5,10 @@
 #include "recording/KXEventLine.h"
 
 #include <QKeySequence>
+#include <QLocale>
 
+#include <cerrno>
+#include <cstdint>
 #include <string_view>
 
 namespace Terminal {
@@ -13,6 +16,10 @@ namespace Terminal {
 namespace {
 
 constexpr int noCount = -1;
+constexpr qint64 msPerSecond = 1000;
+constexpr qint64 msPerMinute = 60 * msPerSecond;
+constexpr QChar minusSign(0x2212);
+constexpr QChar thinSpace(0x2009);
 
 QString dash() {
     return QStringLiteral("\u2013");
@@ -64,7 +71,12 @@ QString EventText::key(const KX::KXInputEvent& event) {
         return dash();
     if (event.keyCode == KX::KX_KEY_UNMAPPED)
         return QStringLiteral("not mapped");
-    return QStringLiteral("%1 %2").arg(event.keyCode).arg(keyName(event.keyCode)).trimmed();
+    const QString name = keyName(event.keyCode);
+    return name.isEmpty() ? QStringLiteral("Key %1").arg(event.keyCode) : name;
+}
+
+QString EventText::keyCode(const KX::KXInputEvent& event) {
+    return event.keyCode == KX::KX_KEY_NONE ? dash() : QString::number(event.keyCode);
 }
 
 QString EventText::toolkitKey(const KX::KXInputEvent& event) {
@@ -81,15 +93,47 @@ QString EventText::count(const KX::KXEvent& event) {
     return event.count == noCount ? dash() : QString::number(event.count);
 }
 
+QString EventText::distance(const KX::KXEvent& event, const KX::KXEvent& previous) {
+    // An event that the application posted itself may have no tick.
+    if ((event.timeStamp == 0) != (previous.timeStamp == 0))
+        return dash();
+    const auto ms = static_cast<std::int32_t>(event.timeStamp - previous.timeStamp);
+    return ms < 0 ? duration(ms) : QLatin1Char('+') + duration(ms);
+}
+
+QString EventText::duration(qint64 ms) {
+    if (ms < 0)
+        return minusSign + duration(-ms);
+    if (ms < msPerSecond)
+        return QStringLiteral("%1 ms").arg(ms);
+    if (ms < msPerMinute)
+        return QStringLiteral("%1 s").arg(static_cast<double>(ms) / msPerSecond, 0, 'f', 2);
+    return QStringLiteral("%1:%2 min")
+        .arg(ms / msPerMinute)
+        .arg(ms % msPerMinute / msPerSecond, 2, 10, QLatin1Char('0'));
+}
+
+QString EventText::signedNumber(qint64 number) {
+    return number < 0 ? grouped(number) : QLatin1Char('+') + grouped(number);
+}
+
+QString EventText::grouped(qint64 number) {
+    QLocale locale(QLocale::English);
+    locale.setNumberOptions(QLocale::DefaultNumberOptions); // the system's locale may not group
+    return locale.toString(number).replace(QLatin1Char(','), thinSpace).replace(QLatin1Char('-'), minusSign);
+}
+
 EventPrinter::EventPrinter(std::FILE* outputFile) : output(outputFile) {}
 
 void EventPrinter::print(const KX::KXInputEvent& event) {
-    if (readerIsGone)
+    if (hasFailed)
         return;
     const KX::KXEventLine line(event);
     const std::string_view text = line.textWithLineEnd();
     const bool written = std::fwrite(text.data(), 1, text.size(), output) == text.size();
-    readerIsGone = !written || std::fflush(output) != 0;
+    hasFailed = !written || std::fflush(output) != 0;
+    if (hasFailed && errno != EPIPE)
+        failure = errno;
 }
 
 } // namespace Terminal

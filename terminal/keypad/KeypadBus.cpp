@@ -1,8 +1,11 @@
 #include "terminal/keypad/KeypadBus.h"
 
+#include <QFile>
 #include <QFileInfo>
 
 #include <chrono>
+#include <cstdint>
+#include <net/if.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 
@@ -58,6 +61,28 @@ std::unique_ptr<KX::CanBus::CANSender> openSender(const std::string& name) {
     }
 }
 
+// The number of the socket file; 0 when there is none.
+std::uint64_t numberOfSocket(const std::string& path) {
+    struct stat status {};
+    return stat(path.c_str(), &status) == 0 && S_ISSOCK(status.st_mode) ? status.st_ino : 0;
+}
+
+// The flags of the interface, as the kernel has them in a file of text. Nothing when there is no such interface.
+std::optional<unsigned int> flagsOfInterface(const QString& name) {
+    QFile file(QStringLiteral("/sys/class/net/%1/flags").arg(name));
+    if (!file.open(QIODevice::ReadOnly))
+        return std::nullopt;
+    return file.readAll().trimmed().toUInt(nullptr, 0);
+}
+
+BusStatus statusOfInterface(const QString& name) {
+    const std::optional<unsigned int> flags = flagsOfInterface(name);
+    if (!flags)
+        return {name, QStringLiteral("no such interface"), false};
+    const bool isUp = (*flags & static_cast<unsigned int>(IFF_UP)) != 0;
+    return {name, isUp ? QStringLiteral("up") : QStringLiteral("down"), isUp};
+}
+
 } // namespace
 
 KeypadBus::KeypadBus(const std::optional<QString>& chosen)
@@ -78,6 +103,8 @@ KeypadBus::KeypadBus(const std::optional<QString>& chosen)
 void KeypadBus::connectToListener() {
     if (!sender)
         sender = openSender(name);
+    if (isVirtual(name))
+        firstSocket = numberOfSocket(name.substr(virtualBus.size()));
 }
 
 std::optional<QString> KeypadBus::send(const KX::KXCANMessage& frame) {
@@ -85,8 +112,33 @@ std::optional<QString> KeypadBus::send(const KX::KXCANMessage& frame) {
         sender->send(frame);
         return std::nullopt;
     } catch (const std::runtime_error& error) {
+        if (isVirtual(name) && sendAnew(frame))
+            return std::nullopt;
         return QString::fromLocal8Bit(error.what());
     }
+}
+
+// A listener whose file was deleted has another socket now.
+bool KeypadBus::sendAnew(const KX::KXCANMessage& frame) {
+    try {
+        sender = openSender(name);
+        sender->send(frame);
+        return true;
+    } catch (const std::runtime_error&) {
+        return false; // the first error tells why
+    }
+}
+
+BusStatus KeypadBus::status() const {
+    const QString shown = QString::fromLocal8Bit(name.c_str());
+    if (!isVirtual(name))
+        return statusOfInterface(shown);
+    const QString bus = privateFolder ? QStringLiteral("own virtual bus") : shown;
+    const std::uint64_t number = numberOfSocket(name.substr(virtualBus.size()));
+    if (number == 0)
+        return {bus, QStringLiteral("deleted"), false};
+    // The platform makes the file anew where it can.
+    return {bus, number == firstSocket ? QStringLiteral("up") : QStringLiteral("up again"), true};
 }
 
 } // namespace Terminal

@@ -5,6 +5,7 @@
 #include <QString>
 #include <QTemporaryDir>
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -21,6 +22,13 @@ public:
 class FileError : public SettingsError {
 public:
     using SettingsError::SettingsError;
+};
+
+/// What the operator must know of a bus.
+struct BusStatus {
+    QString name;
+    QString state; ///< "up", "deleted"
+    bool works = false;
 };
 
 /// The bus between the keypad on the screen and the library: bus 0 of the platform.
@@ -41,10 +49,16 @@ public:
     /// \return nothing on success; otherwise the reason, in one line
     std::optional<QString> send(const KX::KXCANMessage& frame);
 
+    /// Looks whether the bus is there: the file of a virtual one, or the interface.
+    BusStatus status() const;
+
 private:
+    bool sendAnew(const KX::KXCANMessage& frame);
+
     std::unique_ptr<QTemporaryDir> privateFolder;
     std::string name;
     std::unique_ptr<KX::CanBus::CANSender> sender;
+    std::uint64_t firstSocket = 0; ///< of a virtual bus: the number of its file at the start
 };
 
 } // namespace Terminal

@@ -1,5 +1,7 @@
 #include "terminal/keypad/KeypadControls.h"
 
+#include "terminal/look/ScreenButton.h"
+#include "terminal/look/Sizes.h"
 #include "terminal/look/Theme.h"
 #include "toolkit/KXToolkitLayer.h"
 
@@ -36,29 +38,28 @@ KeypadKey::KeypadKey(int keyNumber, const QString& label, QWidget* parent)
 }
 
 QSize KeypadKey::sizeHint() const {
-    return {62, 58};
+    const Sizes sizes = Sizes::of(*this);
+    return {sizes.scaled(64), sizes.scaled(66)};
 }
 
 QSize KeypadKey::minimumSizeHint() const {
-    return {56, 50};
+    const Sizes sizes = Sizes::of(*this);
+    return {sizes.touch(), sizes.scaled(56)};
 }
 
+// The number stands above the name.
 void KeypadKey::paintEvent(QPaintEvent* /*event*/) {
     QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    QLinearGradient face(0, 0, 0, height());
-    face.setColorAt(0, isDown() ? Theme::accent().darker(220) : Theme::panel().lighter(190));
-    face.setColorAt(1, isDown() ? Theme::accent().darker(160) : Theme::panel().lighter(130));
-    painter.setPen(QPen(isDown() ? Theme::accent() : Theme::outline(), 2));
-    painter.setBrush(face);
-    painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), 10, 10);
-
-    painter.setPen(Theme::quietText());
-    painter.setFont(Theme::font(10, true));
-    painter.drawText(rect().adjusted(8, 5, -8, -5), Qt::AlignTop | Qt::AlignLeft, QString::number(number));
+    const Sizes sizes = Sizes::of(*this);
+    paintFace(painter, *this, sizes.scaled(9));
+    painter.setPen(labelColour(*this));
+    painter.setFont(Theme::font(sizes.text()));
+    const int line = painter.fontMetrics().height();
+    painter.drawText(rect().adjusted(sizes.scaled(7), sizes.scaled(3), 0, 0), Qt::AlignTop | Qt::AlignLeft,
+                     QString::number(number));
     painter.setPen(Theme::text());
-    painter.setFont(Theme::font(text().size() > 5 ? 12 : 14, true));
-    painter.drawText(rect().adjusted(2, 8, -2, 0), Qt::AlignCenter, text());
+    painter.setFont(Theme::fittedFont(text(), width() - sizes.scaled(4), sizes.value(), sizes.text()));
+    painter.drawText(rect().adjusted(0, sizes.scaled(3) + line, 0, -sizes.scaled(4)), Qt::AlignCenter, text());
 }
 
 KeypadKnob::KeypadKnob(QWidget* parent) : QWidget(parent) {
@@ -68,11 +69,13 @@ KeypadKnob::KeypadKnob(QWidget* parent) : QWidget(parent) {
 }
 
 QSize KeypadKnob::sizeHint() const {
-    return {136, 128};
+    const int side = Sizes::of(*this).scaled(136);
+    return {side, side};
 }
 
 QSize KeypadKnob::minimumSizeHint() const {
-    return {124, 110};
+    const int side = Sizes::of(*this).scaled(110);
+    return {side, side};
 }
 
 void KeypadKnob::showPosition(int detents) {
@@ -133,14 +136,11 @@ void KeypadKnob::paintEvent(QPaintEvent* /*event*/) {
 }
 
 void KeypadKnob::paintFace(QPainter& painter, const QRectF& circle) const {
-    QLinearGradient face(circle.topLeft(), circle.bottomLeft());
-    face.setColorAt(0, Theme::panel().lighter(190));
-    face.setColorAt(1, Theme::panel().lighter(120));
-    painter.setPen(QPen(Theme::outline(), 2));
-    painter.setBrush(face);
+    painter.setPen(QPen(Theme::edge(), 2));
+    painter.setBrush(Theme::face());
     painter.drawEllipse(circle);
 
-    painter.setPen(QPen(Theme::outline().lighter(130), 2));
+    painter.setPen(QPen(Theme::edge(), 2));
     const double radius = circle.width() / 2;
     for (int detent = 0; detent < detentsPerTurn; ++detent) {
         const double angle = toRadians((detent + position) * degreesPerDetent - 90);
@@ -157,7 +157,7 @@ void KeypadKnob::paintHints(QPainter& painter, const QRectF& circle) const {
     const double reach = circle.width() / 2;
     const QRectF hints = circle.adjusted(reach * 0.42, reach * 0.55, -reach * 0.42, -reach * 0.55);
     painter.setPen(Theme::text());
-    painter.setFont(Theme::font(24, true));
+    painter.setFont(Theme::font(Sizes::of(*this).gesture(), true));
     painter.drawText(hints, Qt::AlignVCenter | Qt::AlignLeft, QStringLiteral("\u2212"));
     painter.drawText(hints, Qt::AlignVCenter | Qt::AlignRight, QStringLiteral("+"));
 }

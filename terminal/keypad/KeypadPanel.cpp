@@ -3,9 +3,12 @@
 #include "input/KXInputEventManager.h"
 #include "recording/KXKeyLayout.h"
 #include "terminal/keypad/KeypadControls.h"
+#include "terminal/look/PlotLook.h"
+#include "terminal/look/Sizes.h"
 #include "terminal/look/Theme.h"
 #include "toolkit/KXToolkitLayer.h"
 
+#include <QEvent>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QKeySequence>
@@ -13,13 +16,14 @@
 
 #include <algorithm>
 #include <optional>
+#include <utility>
 
 namespace Terminal {
 
 namespace {
 
 constexpr int keysInRow = 8;
-constexpr int titleHeight = 16;
+constexpr int gap = 6; // scaled
 
 QString labelOf(int keyCode) {
     const std::map<int, int>& toolkitKeys = *KX::KXInputEventManager::getKXtoOSCodeMap();
@@ -34,12 +38,44 @@ KeypadPanel::KeypadPanel(QWidget* parent)
       keys(KX::KeyLayout::keyCount, nullptr) {
     KX::KXToolkitLayer::leavePressesTo(*this);
     auto* row = new QHBoxLayout(this);
-    row->setContentsMargins(Theme::spacing, Theme::spacing + titleHeight, Theme::spacing, Theme::spacing);
-    row->setSpacing(Theme::spacing);
-    grid->setSpacing(Theme::spacing - 4);
     row->addLayout(grid, keysInRow);
     row->addWidget(turningKnob, 2);
     connect(turningKnob, &KeypadKnob::turned, this, [this](bool up) { emit frameChanged(frames.turn(up)); });
+    looks.setInterval(lookIntervalMs);
+    connect(&looks, &QTimer::timeout, this, &KeypadPanel::lookAtBus);
+    arrange();
+}
+
+int KeypadPanel::titleHeight() const {
+    return Sizes::of(*this).scaled(24);
+}
+
+void KeypadPanel::arrange() {
+    const Sizes sizes = Sizes::of(*this);
+    const int margin = sizes.spacing();
+    layout()->setContentsMargins(margin, titleHeight() + sizes.scaled(gap), margin, margin);
+    layout()->setSpacing(margin);
+    grid->setSpacing(sizes.scaled(gap));
+}
+
+void KeypadPanel::changeEvent(QEvent* event) {
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::FontChange)
+        arrange();
+}
+
+void KeypadPanel::watchBus(std::function<BusStatus()> look) {
+    lookNow = std::move(look);
+    lookAtBus();
+    looks.start();
+}
+
+void KeypadPanel::lookAtBus() {
+    const BusStatus seen = lookNow();
+    if (seen.works && !bus.works)
+        faultText.clear(); // it was about a bus that did not work
+    bus = seen;
+    update();
 }
 
 void KeypadPanel::setLayoutOfKeys(const KX::CANRemoteOptions& layout) {
@@ -102,19 +138,31 @@ QString KeypadPanel::fault() const {
     return faultText;
 }
 
+QString KeypadPanel::busText() const {
+    return bus.name.isEmpty() ? QString() : bus.name + QStringLiteral(": ") + bus.state;
+}
+
 void KeypadPanel::paintEvent(QPaintEvent* /*event*/) {
     QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(QPen(Theme::outline(), 1));
-    painter.setBrush(Theme::panel());
-    painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), 8, 8);
-    const QRect title(12, 7, width() - 24, titleHeight);
-    painter.setFont(Theme::font(11, true));
+    PlotLook::drawPanel(painter, rect());
+    paintTitle(painter);
+}
+
+// A path is longer than the title. Its end tells buses apart.
+void KeypadPanel::paintTitle(QPainter& painter) const {
+    const Sizes sizes = Sizes::of(*this);
+    const int margin = sizes.spacing() + 2;
+    const QRect title(margin, sizes.scaled(4), width() - 2 * margin, titleHeight());
+    const QString name = QStringLiteral("CAN keypad");
+    painter.setFont(Theme::font(sizes.text(), true));
     painter.setPen(Theme::quietText());
-    painter.drawText(title, Qt::AlignLeft | Qt::AlignVCenter, QStringLiteral("CAN KEYPAD"));
-    painter.setPen(Theme::colourOf(KX::KXGesture::Escape));
+    painter.drawText(title, Qt::AlignLeft | Qt::AlignVCenter, name);
+    const int room = title.width() - painter.fontMetrics().horizontalAdvance(name) - 2 * margin;
+    const bool isBroken = !faultText.isEmpty() || (!bus.works && !bus.name.isEmpty());
+    painter.setPen(isBroken ? Theme::alarm() : Theme::quietText());
+    const QString text = bus.works && !faultText.isEmpty() ? faultText : busText();
     painter.drawText(title, Qt::AlignRight | Qt::AlignVCenter,
-                     painter.fontMetrics().elidedText(faultText, Qt::ElideMiddle, width() - 130));
+                     painter.fontMetrics().elidedText(text, Qt::ElideLeft, room));
 }
 
 } // namespace Terminal

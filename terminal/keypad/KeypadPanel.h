@@ -1,10 +1,14 @@
 #pragma once
 
 #include "platform/KXCANMessage.h"
+#include "terminal/keypad/KeypadBus.h"
 #include "terminal/keypad/KeypadFrames.h"
 
+#include <QTimer>
 #include <QVector>
 #include <QWidget>
+
+#include <functional>
 
 class QGridLayout;
 
@@ -36,9 +40,17 @@ public:
     /// Sends nothing.
     void showFrame(const KX::KXCANMessage& frame);
 
-    /// Shows why frames no longer reach the bus.
+    /// Shows name and state of the bus from now on. \p look is asked every \ref lookIntervalMs.
+    void watchBus(std::function<BusStatus()> look);
+
+    /// Shows why frames no longer reach the bus; empty when they do.
     void showFault(const QString& text);
     QString fault() const;
+
+    /// What the title says of the bus: "can0: up".
+    QString busText() const;
+
+    static constexpr int lookIntervalMs = 500;
 
 signals:
     void frameChanged(const KX::KXCANMessage& frame);
@@ -46,16 +58,24 @@ signals:
 protected:
     void paintEvent(QPaintEvent* event) override;
     void hideEvent(QHideEvent* event) override;
+    void changeEvent(QEvent* event) override;
 
 private:
     void addKey(int entry, const KX::KeyOptionsCANRemote& options);
     void setKey(int entry, bool pressed);
+    void arrange();
+    void lookAtBus();
+    void paintTitle(QPainter& painter) const;
+    int titleHeight() const;
 
     KeypadFrames frames;
     QGridLayout* grid;
     KeypadKnob* turningKnob;
     QVector<KeypadKey*> keys; // by entry of the layout; null for none
     QString faultText;
+    std::function<BusStatus()> lookNow;
+    BusStatus bus;
+    QTimer looks;
 };
 
 } // namespace Terminal

@@ -54,4 +54,9 @@ void DisplayPace::flush() {
     emit due(std::exchange(waiting, {}));
 }
 
+void DisplayPace::drop() {
+    pace.stop();
+    waiting.clear();
+}
+
 } // namespace Terminal

@@ -59,6 +59,9 @@ public:
     /// Hands on the events that are held back.
     void flush();
 
+    /// Forgets the events that are held back.
+    void drop();
+
 signals:
     /// At least one event, oldest first.
     void due(const ClassifiedEvents& events);

@@ -14,16 +14,20 @@
 #include <qwt_scale_widget.h>
 
 #include <cmath>
+#include <utility>
 
 namespace Terminal {
 
 namespace {
 
-constexpr int axisTextSize = 11;
-
 class SecondsScale : public QwtScaleDraw {
 public:
-    QwtText label(double ms) const override { return PlotLook::secondsText(ms); }
+    explicit SecondsScale(std::function<QString()> wordForZero) : zero(std::move(wordForZero)) {}
+
+    QwtText label(double ms) const override { return zero && ms == 0 ? zero() : PlotLook::secondsText(ms); }
+
+private:
+    const std::function<QString()> zero;
 };
 
 // Writes 1234567 as "1.23 M", so that the axis keeps its width.
@@ -32,7 +36,6 @@ public:
     ShortNumbers() {
         enableComponent(Backbone, false);
         enableComponent(Ticks, false);
-        setMinimumExtent(46);
         setSpacing(5);
     }
 
@@ -47,13 +50,12 @@ public:
 };
 
 void dressAxis(QwtPlot& plot, int axis) {
-    plot.setAxisFont(axis, Theme::font(axisTextSize));
     QwtScaleWidget& scale = *plot.axisWidget(axis);
     scale.setMargin(0);
     scale.setFocusPolicy(Qt::NoFocus);
     QPalette palette = scale.palette();
-    palette.setColor(QPalette::WindowText, Theme::outline()); // the ticks
-    palette.setColor(QPalette::Text, Theme::quietText());     // the labels
+    palette.setColor(QPalette::WindowText, Theme::edge()); // the ticks
+    palette.setColor(QPalette::Text, Theme::quietText());  // the labels
     scale.setPalette(palette);
     QwtScaleDraw& draw = *plot.axisScaleDraw(axis);
     draw.enableComponent(QwtAbstractScaleDraw::Backbone, false);
@@ -62,6 +64,11 @@ void dressAxis(QwtPlot& plot, int axis) {
 }
 
 } // namespace
+
+void PlotLook::setTextSize(QwtPlot& plot, int pixelSize) {
+    for (const int axis : {QwtPlot::xBottom, QwtPlot::yLeft})
+        plot.setAxisFont(axis, Theme::font(pixelSize));
+}
 
 void PlotLook::dress(QwtPlot& plot) {
     plot.setAutoReplot(false);
@@ -84,7 +91,7 @@ void PlotLook::dress(QwtPlot& plot) {
 
 void PlotLook::addGrid(QwtPlot& plot, bool vertical, bool horizontal) {
     auto* grid = new QwtPlotGrid;
-    grid->setMajorPen(Theme::outline().darker(140), 1);
+    grid->setMajorPen(Theme::outline(), 1);
     grid->enableX(vertical);
     grid->enableY(horizontal);
     grid->attach(&plot); // the plot owns it now
@@ -99,8 +106,7 @@ void PlotLook::drawPanel(QPainter& painter, const QRect& area) {
 
 void PlotLook::drawHint(QPainter& painter, const QRectF& canvas, const QString& text) {
     painter.setPen(Theme::quietText());
-    painter.setFont(Theme::font(14));
-    painter.drawText(canvas, Qt::AlignCenter, text);
+    painter.drawText(canvas, Qt::AlignCenter | Qt::TextWordWrap, text);
 }
 
 QString PlotLook::secondsText(double ms) {
@@ -114,8 +120,8 @@ QString PlotLook::secondsText(double ms) {
     return sign + QStringLiteral("%1 ms").arg(size);
 }
 
-QwtScaleDraw* PlotLook::makeSecondsScale() {
-    auto* scale = new SecondsScale;
+QwtScaleDraw* PlotLook::makeSecondsScale(std::function<QString()> zero) {
+    auto* scale = new SecondsScale(std::move(zero));
     scale->enableComponent(QwtAbstractScaleDraw::Backbone, false);
     scale->enableComponent(QwtAbstractScaleDraw::Ticks, false);
     scale->setSpacing(5);

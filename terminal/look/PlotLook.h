@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <vector>
 
 class QPainter;
@@ -16,20 +17,23 @@ namespace Terminal::PlotLook {
 /// Dark, without frame or focus, and nothing moves by itself. Call it once per plot.
 void dress(QwtPlot& plot);
 
+/// The size of the labels at the axes.
+void setTextSize(QwtPlot& plot, int pixelSize);
+
 /// Thin lines behind the plot at the major ticks of the chosen axes.
 void addGrid(QwtPlot& plot, bool vertical, bool horizontal);
 
 /// The rounded background of a view.
 void drawPanel(QPainter& painter, const QRect& area);
 
-/// The text of an empty plot.
+/// The text of an empty plot, in the font of \p painter.
 void drawHint(QPainter& painter, const QRectF& canvas, const QString& text);
 
 /// Labels of an axis of time in ms: "\u22122 s" for -2000, "\u2212250 ms" for -250.
 QString secondsText(double ms);
 
-/// A scale for an axis of time in ms. The axis takes ownership.
-QwtScaleDraw* makeSecondsScale();
+/// A scale for an axis of time in ms. \p zero names the time 0, otherwise it is "0 s". The axis takes ownership.
+QwtScaleDraw* makeSecondsScale(std::function<QString()> zero = nullptr);
 
 /// A scale that writes large numbers short, "1.23 M" for 1234567, so that the axis keeps its width. The axis takes
 /// ownership.

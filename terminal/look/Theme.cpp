@@ -1,6 +1,9 @@
 #include "terminal/look/Theme.h"
 
+#include "terminal/look/Sizes.h"
+
 #include <QApplication>
+#include <QFontMetrics>
 #include <QPalette>
 #include <QString>
 #include <QStyleFactory>
@@ -9,14 +12,12 @@ namespace Terminal {
 
 namespace {
 
-constexpr int textSize = 14;
-
 QPalette darkPalette() {
     QPalette palette;
     palette.setColor(QPalette::Window, Theme::screen());
     palette.setColor(QPalette::WindowText, Theme::text());
     palette.setColor(QPalette::Base, Theme::panel());
-    palette.setColor(QPalette::AlternateBase, Theme::panel().lighter(115));
+    palette.setColor(QPalette::AlternateBase, Theme::otherRow());
     palette.setColor(QPalette::Text, Theme::text());
     palette.setColor(QPalette::Button, Theme::panel());
     palette.setColor(QPalette::ButtonText, Theme::text());
@@ -25,12 +26,20 @@ QPalette darkPalette() {
     return palette;
 }
 
-QString styleSheet() {
+} // namespace
+
+void Theme::apply(QApplication& application) {
+    application.setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+    QApplication::setPalette(darkPalette());
+    QApplication::setFont(font(Sizes::unitOfDesign));
+}
+
+QString Theme::listStyle() {
     return QStringLiteral("QTableView { border: 1px solid %1; border-radius: 6px; padding: 1px; }"
                           "QTableView::item { border: 0; padding-left: 4px; padding-right: 5px; }"
                           "QHeaderView { background: %2; }"
                           "QHeaderView::section { background: %2; color: %3; border: 0;"
-                          "  border-bottom: 1px solid %1; padding: 6px 7px 6px 7px; font-size: 12px; }"
+                          "  border-bottom: 1px solid %1; padding: 4px 7px 4px 7px; }"
                           "QScrollBar:vertical { background: %2; width: 10px; margin: 0; border: 0; }"
                           "QScrollBar::handle:vertical { background: %1; border-radius: 3px; min-height: 36px;"
                           "  margin: 2px; }"
@@ -39,23 +48,14 @@ QString styleSheet() {
         .arg(Theme::outline().name(), Theme::panel().name(), Theme::quietText().name());
 }
 
-} // namespace
-
-void Theme::apply(QApplication& application) {
-    QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
-    QApplication::setPalette(darkPalette());
-    QApplication::setFont(font(textSize));
-    application.setStyleSheet(styleSheet());
-}
-
 QColor Theme::colourOf(KX::KXGesture gesture) {
     switch (gesture) {
     case KX::KXGesture::Press: return {0x62, 0xc4, 0x4a};
     case KX::KXGesture::DoublePress: return {0x3f, 0xa9, 0xf5};
     case KX::KXGesture::LongPress: return {0xf5, 0xa6, 0x23};
-    case KX::KXGesture::Release: return {0x3f, 0x7d, 0x33};
-    case KX::KXGesture::LongRelease: return {0xa8, 0x71, 0x14};
-    case KX::KXGesture::Escape: return {0xe8, 0x54, 0x4a};
+    case KX::KXGesture::Release: return {0x5f, 0xa4, 0x50};
+    case KX::KXGesture::LongRelease: return {0xc4, 0x86, 0x1f};
+    case KX::KXGesture::Escape: return alarm();
     default: return quietText();
     }
 }
@@ -72,8 +72,32 @@ QColor Theme::panel() {
     return {0x1a, 0x20, 0x26};
 }
 
-QColor Theme::outline() {
-    return {0x38, 0x43, 0x4d};
+QColor Theme::otherRow() {
+    return {0x1f, 0x26, 0x2d};
+}
+
+QColor Theme::face() {
+    return {0x24, 0x2d, 0x36};
+}
+
+QColor Theme::litFace() {
+    return {0x2c, 0x37, 0x41};
+}
+
+QColor Theme::pressedFace() {
+    return {0x6e, 0x53, 0x02};
+}
+
+QColor Theme::alarmFace() {
+    return {0x64, 0x16, 0x12};
+}
+
+QColor Theme::onFace() {
+    return {0x2c, 0x60, 0x24};
+}
+
+QColor Theme::offFace() {
+    return {0x7c, 0x2b, 0x25};
 }
 
 QColor Theme::text() {
@@ -81,7 +105,7 @@ QColor Theme::text() {
 }
 
 QColor Theme::quietText() {
-    return {0x9a, 0xa8, 0xb4};
+    return {0xa4, 0xb1, 0xbc};
 }
 
 QColor Theme::accent() {
@@ -92,6 +116,26 @@ QColor Theme::encoder() {
     return {0x2d, 0xc6, 0xc0};
 }
 
+QColor Theme::warning() {
+    return colourOf(KX::KXGesture::LongPress);
+}
+
+QColor Theme::alarm() {
+    return {0xff, 0x7a, 0x6e};
+}
+
+QColor Theme::edge() {
+    return {0x72, 0x82, 0x90};
+}
+
+QColor Theme::doublePressTime() {
+    return {0x2b, 0x72, 0xa6};
+}
+
+QColor Theme::outline() {
+    return {0x38, 0x43, 0x4d};
+}
+
 QFont Theme::font(int pixelSize, bool bold) {
     QFont font(QStringLiteral("DejaVu Sans"));
     font.setPixelSize(pixelSize);
@@ -99,11 +143,20 @@ QFont Theme::font(int pixelSize, bool bold) {
     return font;
 }
 
-QFont Theme::tableFont() {
+QFont Theme::tableFont(int pixelSize) {
     QFont font(QStringLiteral("DejaVu Sans Mono"));
     font.setStyleHint(QFont::Monospace); // if the family is not installed
-    font.setPixelSize(13);
+    font.setPixelSize(pixelSize);
     return font;
+}
+
+QFont Theme::fittedFont(const QString& text, int width, int greatest, int least) {
+    QFont fitted = font(greatest, true);
+    while (fitted.pixelSize() > least && QFontMetrics(fitted).horizontalAdvance(text) > width)
+        fitted.setPixelSize(fitted.pixelSize() - 1);
+    if (QFontMetrics(fitted).horizontalAdvance(text) > width)
+        fitted.setBold(false);
+    return fitted;
 }
 
 } // namespace Terminal

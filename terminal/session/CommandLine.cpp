@@ -1,241 +1,220 @@
 #include "terminal/session/CommandLine.h"
 
-#include <QCommandLineParser>
-#include <QRegularExpression>
+#include "tools/arguments/Grammar.h"
+
+#include <limits>
+#include <set>
+#include <vector>
 
 namespace Terminal {
 
 namespace {
 
-const auto description = QStringLiteral(
-    "An operator terminal in a window: feeds keys, mouse, touch and wheel to the event layer and shows the\n"
-    "classified events. QT_QPA_PLATFORM chooses where it draws: xcb, offscreen, linuxfb, ...");
+constexpr double slowestReplay = 0.01;
+constexpr double fastestReplay = 1000;
+constexpr std::uint32_t minutesOfADay = 1440;
+constexpr std::uint32_t mostSavedFiles = 9999;
+constexpr std::uint32_t longestMs = std::numeric_limits<int>::max();
 
-const auto examples =
-    QStringLiteral("Examples:\n"
-                   "  kxterminal --print\n"
-                   "  kxterminal --record complaint.kxr\n"
-                   "  kxterminal --keep-last 10 --save-to /var/lib/complaints\n"
-                   "  kxterminal --replay complaint.kxr --speed 4\n"
-                   "  kxterminal --can-bus can0 --keypad keypad.txt\n"
-                   "  QT_QPA_PLATFORM=offscreen kxterminal --replay complaint.kxr --speed 100 "
-                   "--exit-at-end \\\n"
-                   "      --print --screenshot complaint.png\n"
-                   "\n"
-                   "Exit status: 0 the terminal was closed; 1 it failed underway, or a recording "
-                   "could not be\n"
-                   "written to its end; 2 the arguments, the bus or a file are bad.\n");
+const char* const description =
+    R"(kxterminal is an operator terminal in a window. It feeds keys, mouse, touch and
+wheel to the event layer and shows the classified events.
 
-struct Options {
-    QCommandLineOption print{QStringLiteral("print"),
-                             QStringLiteral("Print each classified event as a line on standard output.")};
-    QCommandLineOption exitAfter{QStringLiteral("exit-after"), QStringLiteral("End after MS milliseconds."),
-                                 QStringLiteral("MS")};
-    QCommandLineOption screenshot{QStringLiteral("screenshot"),
-                                  QStringLiteral("Write a picture of the window, as PNG, to FILE when it ends."),
-                                  QStringLiteral("FILE")};
-    QCommandLineOption demo{QStringLiteral("demo"),
-                            QStringLiteral("Play a short sequence of operator input on the window, then end.")};
-    QCommandLineOption canBus{
-        QStringLiteral("can-bus"),
-        QStringLiteral("Bus of the keypad: an interface (can0) or a virtual bus (unix:PATH). "
-                       "Else KX_CAN_BUS_0, else a virtual bus of its own."),
-        QStringLiteral("BUS")};
-    QCommandLineOption keypad{QStringLiteral("keypad"),
-                              QStringLiteral("Read the layout of the keypad from FILE: lines such as "
-                                             "'key 1 code 0 byte 0 bit 0 id 18FF0001' and "
-                                             "'encoder id 18FF0002 byte 0 little mask FFFF up 4 down 5'."),
-                              QStringLiteral("FILE")};
-    QCommandLineOption record{QStringLiteral("record"),
-                              QStringLiteral("Write every input with its tick into FILE, which must not hold "
-                                             "anything yet. kxreplay plays it."),
-                              QStringLiteral("FILE")};
-    QCommandLineOption keepLast{
-        QStringLiteral("keep-last"),
-        QStringLiteral("Keep the input of the last MINUTES (1 to 1440) in memory. Ctrl+S or the "
-                       "signal SIGUSR1 saves it as a recording."),
-        QStringLiteral("MINUTES")};
-    QCommandLineOption saveTo{QStringLiteral("save-to"),
-                              QStringLiteral("Folder of what is saved; else the current one."),
-                              QStringLiteral("FOLDER")};
-    QCommandLineOption saveMost{
-        QStringLiteral("save-most"),
-        QStringLiteral("Keep at most COUNT saved files (1 to 9999; else 20). The oldest are "
-                       "deleted."),
-        QStringLiteral("COUNT")};
-    QCommandLineOption replay{QStringLiteral("replay"),
-                              QStringLiteral("Play the recording in FILE instead of taking the operator's input."),
-                              QStringLiteral("FILE")};
-    QCommandLineOption speed{QStringLiteral("speed"),
-                             QStringLiteral("Replay N times as fast as it was recorded (0.01 to 1000)."),
-                             QStringLiteral("N")};
-    QCommandLineOption exitAtEnd{QStringLiteral("exit-at-end"), QStringLiteral("End when the replay has ended.")};
-    QCommandLineOption help{{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Show this help.")};
-    QCommandLineOption version{{QStringLiteral("v"), QStringLiteral("version")},
-                               QStringLiteral("Show the version.")};
+Usage:
+  kxterminal [--record FILE] [--print] [OPTION...]
+  kxterminal --replay FILE [--speed N] [--from TIME] [--to TIME] [OPTION...]
 
-    void addTo(QCommandLineParser& parser) const {
-        parser.addOptions({record, keepLast, saveTo, saveMost, replay, speed, exitAtEnd, print, canBus, keypad,
-                           exitAfter, screenshot, demo, help, version});
+QT_QPA_PLATFORM chooses where it draws: xcb, wayland, linuxfb, offscreen.
+)";
+
+const char* const examples =
+    R"(Examples:
+  kxterminal --print
+  kxterminal --record complaint.kxr
+  kxterminal --keep-last 10 --save-to /var/lib/complaints
+  kxterminal --replay complaint.kxr --speed 4
+  kxterminal --replay complaint.kxr --from 12.5s --to 8933702
+  kxterminal --can-bus can0 --keypad keypad.txt
+  QT_QPA_PLATFORM=offscreen kxterminal --replay complaint.kxr --speed 100 \
+      --exit-at-end --print --screenshot complaint.png
+
+Exit status: 0 the terminal was closed; 1 it failed underway, or a recording or
+the output could not be written to its end; 2 the arguments, the bus or a file
+are bad.
+)";
+
+class Parser {
+public:
+    Parser()
+        : grammar({"kxterminal", KXTERMINAL_VERSION, description, examples},
+                  Arguments::Grammar::Numbers::AreNotTold) {
+        addRecording();
+        addReplay();
+        addWindow();
+        addKeypad();
     }
-};
 
-QString quoted(const QString& text) {
-    return QLatin1Char('\'') + text + QLatin1Char('\'');
-}
-
-// The message quotes what the user typed, which may contain line ends. The message must stay one line.
-QString asOneLine(QString text) {
-    for (QChar& character : text)
-        if (!character.isPrint())
-            character = QLatin1Char('?');
-    return text;
-}
-
-CommandLine refuse(const QString& reason) {
-    CommandLine refused;
-    refused.outcome = CommandLine::Outcome::Refuse;
-    refused.text = QStringLiteral("kxterminal: ") + asOneLine(reason);
-    return refused;
-}
-
-CommandLine inform(const QString& text) {
-    CommandLine informed;
-    informed.outcome = CommandLine::Outcome::Inform;
-    informed.text = text;
-    return informed;
-}
-
-QString whatIsWrong(const QCommandLineParser& parser) {
-    const QStringList unknown = parser.unknownOptionNames();
-    if (unknown.isEmpty())
-        return parser.errorText();
-    const QString& name = unknown.first();
-    return QStringLiteral("unknown option ") + quoted((name.size() == 1 ? "-" : "--") + name);
-}
-
-std::optional<int> parseNumber(const QString& text) {
-    // toInt alone would accept signs and blanks.
-    for (const QChar character : text)
-        if (character < QLatin1Char('0') || character > QLatin1Char('9'))
-            return std::nullopt;
-    bool isNumber = false;
-    const int number = text.toInt(&isNumber);
-    return isNumber ? std::optional<int>(number) : std::nullopt;
-}
-
-std::optional<double> parseSpeed(const QString& text) {
-    constexpr double slowest = 0.01;
-    constexpr double fastest = 1000;
-    static const QRegularExpression plainNumber(QStringLiteral("^[0-9]+(\\.[0-9]+)?$"));
-    const double speed = plainNumber.match(text).hasMatch() ? text.toDouble() : 0;
-    return speed >= slowest && speed <= fastest ? std::optional<double>(speed) : std::nullopt;
-}
-
-// What is wrong, in words; empty when nothing is wrong.
-QString readTexts(const QCommandLineParser& parser, const Options& options, CommandLine& settings) {
-    const struct {
-        const QCommandLineOption& option;
-        QString& value;
-    } fileOptions[] = {{options.screenshot, settings.screenshotFile},
-                       {options.keypad, settings.keypadFile},
-                       {options.record, settings.recordFile},
-                       {options.saveTo, settings.saveFolder},
-                       {options.replay, settings.replayFile}};
-    for (const auto& [option, value] : fileOptions) {
-        if (!parser.isSet(option))
-            continue;
-        value = parser.value(option);
-        if (value.isEmpty())
-            return QStringLiteral("--%1: the file name is empty").arg(option.names().constFirst());
+    CommandLine parse(const std::vector<std::string>& words) {
+        if (const auto text = grammar.read(words)) {
+            settings.outcome = CommandLine::Outcome::Inform;
+            settings.text = QString::fromLocal8Bit(text->c_str());
+        } else {
+            checkThatTheyGoTogether();
+        }
+        return settings;
     }
-    if (parser.isSet(options.canBus)) {
-        settings.canBus = parser.value(options.canBus);
-        if (settings.canBus->isEmpty())
-            return QStringLiteral("--can-bus: the name of the bus is empty");
-    }
-    return QString();
-}
 
-QString readNumbers(const QCommandLineParser& parser, const Options& options, CommandLine& settings) {
-    if (parser.isSet(options.exitAfter)) {
-        const QString value = parser.value(options.exitAfter);
-        settings.exitAfterMs = parseNumber(value);
-        if (!settings.exitAfterMs)
-            return QStringLiteral("--exit-after: %1 is not a number of milliseconds (0 to 2147483647)")
-                .arg(quoted(value));
+private:
+    using Text = std::string;
+
+    void addName(const char* name, const char* placeholder, const char* what, const char* help, QString& target) {
+        grammar.addName(
+            {name, placeholder, help}, what,
+            [this, name, &target](const Text& text) {
+                given.insert(name);
+                target = QString::fromLocal8Bit(text.c_str());
+            });
     }
-    const struct {
-        const QCommandLineOption& option;
-        int& value;
-        int most;
-    } counts[] = {{options.keepLast, settings.keptMinutes, 1440}, {options.saveMost, settings.mostSaved, 9999}};
-    for (const auto& [option, value, most] : counts) {
-        if (!parser.isSet(option))
-            continue;
-        value = parseNumber(parser.value(option)).value_or(0);
-        if (value < 1 || value > most)
-            return QStringLiteral("--%1: %2 is not a number from 1 to %3")
-                .arg(option.names().constFirst(), quoted(parser.value(option)))
-                .arg(most);
+
+    void addCount(const char* name, const char* placeholder, const char* help, std::uint32_t most, int& target) {
+        grammar.addNumber(
+            {name, placeholder, help}, 1, most,
+            [this, name, &target](std::uint32_t number) {
+                given.insert(name);
+                target = static_cast<int>(number);
+            });
     }
-    if (parser.isSet(options.speed)) {
-        const QString value = parser.value(options.speed);
-        const std::optional<double> speed = parseSpeed(value);
+
+    void addSwitch(const char* name, const char* help, bool& target) {
+        grammar.addSwitch(
+            {name, "", help},
+            [this, name, &target] {
+                given.insert(name);
+                target = true;
+            });
+    }
+
+    void addRecording() {
+        grammar.beginGroup("Recording");
+        addName("--record", "FILE", "file",
+                "write every input with its tick into FILE, which must not hold anything yet; kxreplay plays it",
+                settings.recordFile);
+        addCount("--keep-last", "MINUTES",
+                 "keep the input of the last MINUTES (1 to 1440) in memory; Ctrl+S or the signal SIGUSR1 saves it "
+                 "as a recording",
+                 minutesOfADay, settings.keptMinutes);
+        addName("--save-to", "FOLDER", "folder",
+                "where saved recordings go: into FOLDER, else the current one, or into this one new file, whose "
+                "name ends in .kxr",
+                settings.saveTo);
+        addCount("--save-most", "COUNT", "keep at most COUNT saved files (1 to 9999; else 20); the oldest go",
+                 mostSavedFiles, settings.mostSaved);
+    }
+
+    void addReplay() {
+        grammar.beginGroup("Replay");
+        addName("--replay", "FILE", "file",
+                "play the recording in FILE instead of taking the operator's input; - is standard input",
+                settings.replayFile);
+        grammar.addValue({"--speed", "N", "replay N times as fast as it was recorded (0.01 to 1000)"}, "number",
+                         [this](const Text& text) { takeSpeed(text); });
+        addTime("--from",
+                "begin at TIME: a tick as events show it (8933702), or seconds from the beginning (12.5s)",
+                settings.from);
+        addTime("--to", "end at TIME", settings.to);
+        addSwitch("--exit-at-end", "end when the replay has ended", settings.exitAtEnd);
+    }
+
+    void addTime(const char* name, const char* help, std::optional<Arguments::SessionTime>& target) {
+        grammar.addValue(
+            {name, "TIME", help}, "time",
+            [this, name, &target](const Text& text) {
+                given.insert(name);
+                try {
+                    target = Arguments::SessionTime::parse(text);
+                } catch (const Arguments::BadInput& error) {
+                    throw Arguments::BadInput(Text(name) + ": " + error.what());
+                }
+            });
+    }
+
+    void addWindow() {
+        grammar.beginGroup("Window and output");
+        addSwitch("--full-screen", "fill the screen, without a frame", settings.fullScreen);
+        addSwitch("--print", "print each classified event as a line on standard output", settings.print);
+        addName("--screenshot", "FILE", "file", "write a picture of the window, as PNG, to FILE when it ends",
+                settings.screenshotFile);
+        grammar.addValue({"--exit-after", "MS", "end after MS milliseconds"}, "number",
+                         [this](const Text& text) { takeMs(text); });
+        addSwitch("--demo", "play a short sequence of operator input on the window, then end", settings.demo);
+    }
+
+    void addKeypad() {
+        grammar.beginGroup("Keypad");
+        grammar.addName({"--can-bus", "BUS",
+                         "bus of the keypad: an interface (can0) or a virtual bus (unix:PATH); else KX_CAN_BUS_0, "
+                         "else a virtual bus of its own"},
+                        "bus",
+                        [this](const Text& text) { settings.canBus = QString::fromLocal8Bit(text.c_str()); });
+        addName(
+            "--keypad", "FILE", "file",
+            "read the layout of the keypad from FILE: lines such as 'key 1 code 0 byte 0 bit 0 id 18FF0001' and "
+            "'encoder id 18FF0002 byte 0 little mask FFFF up 4 down 5'",
+            settings.keypadFile);
+    }
+
+    void takeSpeed(const Text& text) {
+        given.insert("--speed");
+        const auto speed = Arguments::parseDecimal(text, slowestReplay, fastestReplay);
         if (!speed)
-            return QStringLiteral("--speed: %1 is not a number from 0.01 to 1000").arg(quoted(value));
+            throw Arguments::BadInput("--speed: " + Arguments::quoted(text) +
+                                      " is not a number from 0.01 to 1000");
         settings.speed = *speed;
     }
-    return QString();
-}
 
-// Options that exclude each other.
-QString findContradiction(const QCommandLineParser& parser, const Options& options) {
-    const bool replays = parser.isSet(options.replay);
-    for (const QCommandLineOption* const input :
-         {&options.record, &options.keepLast, &options.demo, &options.keypad}) {
-        if (replays && parser.isSet(*input))
-            return QStringLiteral("--replay takes the place of the operator: it does not go together with --%1")
-                .arg(input->names().constFirst());
+    void takeMs(const Text& text) {
+        const auto ms = Arguments::parseWhole(text, 0, longestMs);
+        if (!ms)
+            throw Arguments::BadInput("--exit-after: " + Arguments::quoted(text) +
+                                      " is not a number of milliseconds (0 to 2147483647)");
+        settings.exitAfterMs = static_cast<int>(*ms);
     }
-    for (const QCommandLineOption* const ofReplay : {&options.speed, &options.exitAtEnd})
-        if (!replays && parser.isSet(*ofReplay))
-            return QStringLiteral("--%1 is for --replay only").arg(ofReplay->names().constFirst());
-    for (const QCommandLineOption* const ofSaving : {&options.saveTo, &options.saveMost})
-        if (!parser.isSet(options.keepLast) && parser.isSet(*ofSaving))
-            return QStringLiteral("--%1 is for --keep-last only").arg(ofSaving->names().constFirst());
-    return QString();
-}
 
-CommandLine readSettings(const QCommandLineParser& parser, const Options& options) {
+    void checkThatTheyGoTogether() const {
+        for (const char* const input : {"--record", "--keep-last", "--demo", "--keypad"})
+            if (isGiven("--replay") && isGiven(input))
+                refuse("--replay takes the place of the operator: it does not go together with " + Text(input));
+        for (const char* const ofReplay : {"--speed", "--from", "--to", "--exit-at-end"})
+            if (!isGiven("--replay") && isGiven(ofReplay))
+                refuse(Text(ofReplay) + " is for --replay only");
+        for (const char* const ofSaving : {"--save-to", "--save-most"})
+            if (!isGiven("--keep-last") && isGiven(ofSaving))
+                refuse(Text(ofSaving) + " is for --keep-last only");
+    }
+
+    bool isGiven(const char* name) const { return given.count(name) != 0; }
+
+    [[noreturn]] static void refuse(const Text& reason) { throw Arguments::BadInput("kxterminal: " + reason); }
+
     CommandLine settings;
-    settings.print = parser.isSet(options.print);
-    settings.demo = parser.isSet(options.demo);
-    settings.exitAtEnd = parser.isSet(options.exitAtEnd);
-    for (const QString& problem : {readTexts(parser, options, settings), readNumbers(parser, options, settings),
-                                   findContradiction(parser, options)})
-        if (!problem.isEmpty())
-            return refuse(problem);
-    return settings;
-}
+    std::set<Text> given; // since some options need others
+    Arguments::Grammar grammar;
+};
 
 } // namespace
 
 CommandLine CommandLine::parse(const QStringList& arguments) {
-    QCommandLineParser parser;
-    parser.setApplicationDescription(description);
-    const Options options;
-    options.addTo(parser);
-
-    if (!parser.parse(arguments))
-        return refuse(whatIsWrong(parser));
-    if (parser.isSet(options.help))
-        return inform(parser.helpText() + QLatin1Char('\n') + examples);
-    if (parser.isSet(options.version))
-        return inform(QStringLiteral("kxterminal " KXTERMINAL_VERSION "\n"));
-    if (!parser.positionalArguments().isEmpty())
-        return refuse(QStringLiteral("unexpected argument ") + quoted(parser.positionalArguments().first()));
-    return readSettings(parser, options);
+    std::vector<std::string> words;
+    for (int i = 1; i < arguments.size(); ++i)
+        words.push_back(arguments[i].toLocal8Bit().toStdString());
+    try {
+        return Parser().parse(words);
+    } catch (const Arguments::BadInput& error) {
+        CommandLine refused;
+        refused.outcome = Outcome::Refuse;
+        refused.text = QString::fromLocal8Bit(error.what());
+        return refused;
+    }
 }
 
 } // namespace Terminal

@@ -6,6 +6,7 @@
 #include "terminal/keypad/KeypadPanel.h"
 #include "terminal/look/ScreenButton.h"
 #include "terminal/window/MainWindow.h"
+#include "terminal/window/OperatorScreen.h"
 #include "terminal/window/PageArea.h"
 
 #include <QCoreApplication>
@@ -154,7 +155,7 @@ void DemoSession::turnKnob(int delayMs, int detents) {
 
 void DemoSession::turnWheel(int delayMs, int detents) {
     then(
-        delayMs, [this, detents] { postWheel(detents, window.softKeyPosition(0)); });
+        delayMs, [this, detents] { postWheel(detents, window.positionOf(window.operatorScreen())); });
 }
 
 void DemoSession::postKey(bool press, int key) {

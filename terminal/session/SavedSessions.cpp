@@ -8,6 +8,9 @@
 #include <QRegularExpression>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <unistd.h>
 #include <utility>
 
 namespace Terminal {
@@ -24,26 +27,45 @@ bool isForeign(const QFileInfo& file) {
     return !ownName.match(file.fileName()).hasMatch();
 }
 
+bool isFile(const QString& place) {
+    return place.endsWith(ending) && !QFileInfo(place).isDir();
+}
+
+QString folderOf(const QString& place) {
+    return isFile(place) ? QFileInfo(place).path() : place;
+}
+
 } // namespace
 
-SavedSessions::SavedSessions(QString folderOfFiles, int mostFiles, Save save)
-    : folder(std::move(folderOfFiles)), most(mostFiles), saveInto(std::move(save)) {}
+SavedSessions::SavedSessions(const QString& place, int mostFiles, Save save)
+    : folder(folderOf(place)), stem(isFile(place) ? QFileInfo(place).completeBaseName() : QString()),
+      most(mostFiles), saveInto(std::move(save)) {}
+
+QString SavedSessions::whyUnusable(const QString& place) {
+    const QByteArray folderName = folderOf(place).toLocal8Bit();
+    // The name with a dot is only found in a folder.
+    const bool isUsable = access((folderName + "/.").constData(), W_OK | X_OK) == 0;
+    return isUsable ? QString()
+                    : QStringLiteral("%1: %2").arg(place, QString::fromLocal8Bit(std::strerror(errno)));
+}
 
 QString SavedSessions::save(const QDateTime& now) const {
     const QString path = freePath(now);
     const QString problem = saveInto(path);
     if (!problem.isEmpty())
         return QStringLiteral("not saved: ") + problem;
-    makeRoomFor(path);
+    if (stem.isEmpty())
+        makeRoomFor(path);
     return QStringLiteral("saved ") + path;
 }
 
 // Several files of one second are numbered from 2 on.
 QString SavedSessions::freePath(const QDateTime& now) const {
-    const QString stem = QDir(folder).filePath(beginning + now.toString(QStringLiteral("yyyy-MM-dd-HHmmss")));
-    QString path = stem + ending;
+    const QString name = stem.isEmpty() ? beginning + now.toString(QStringLiteral("yyyy-MM-dd-HHmmss")) : stem;
+    const QString pathOfFirst = QDir(folder).filePath(name);
+    QString path = pathOfFirst + ending;
     for (int number = 2; QFile::exists(path); ++number)
-        path = QStringLiteral("%1-%2%3").arg(stem).arg(number).arg(ending);
+        path = QStringLiteral("%1-%2%3").arg(pathOfFirst).arg(number).arg(ending);
     return path;
 }
 

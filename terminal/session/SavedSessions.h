@@ -13,14 +13,19 @@ class KXToolkitEvent;
 namespace Terminal {
 
 /// The files into which the flight recorder's minutes are saved: kxterminal-2026-11-22-064511.kxr in one folder. There
-/// are at most as many as told; the oldest give way to a new one. Other files in the folder are left alone.
+/// are at most as many as told; the oldest give way to a new one. Other files in the folder are left alone, and so are
+/// files that have a name of their own.
 class SavedSessions {
 public:
     /// Writes a recording into the file of that name, which is not there yet.
     /// \return why it failed, in one line; empty: it did not
     using Save = std::function<QString(const QString& path)>;
 
-    SavedSessions(QString folder, int most, Save save);
+    /// \param place  a folder; or a file of another name, and what is saved next gets a number behind that name
+    SavedSessions(const QString& place, int most, Save save);
+
+    /// \return why nothing can be saved at \p place, in one line; empty: it can
+    static QString whyUnusable(const QString& place);
 
     /// \return one line: which file was saved, or what went wrong
     QString save(const QDateTime& now) const;
@@ -30,6 +35,7 @@ private:
     void makeRoomFor(const QString& path) const;
 
     const QString folder;
+    const QString stem; // of the files; empty: the date
     const int most;
     const Save saveInto;
 };

@@ -12,6 +12,7 @@
 #include "terminal/session/CommandLine.h"
 #include "terminal/session/ProcessSignals.h"
 #include "terminal/session/SavedSessions.h"
+#include "terminal/session/StepSpacing.h"
 #include "terminal/settings/InputSettings.h"
 #include "terminal/window/MainWindow.h"
 #include "toolkit/KXEventNotifier.h"
@@ -32,6 +33,7 @@ class Reporter;
 namespace Terminal {
 
 class DemoSession;
+class ReplayTransport;
 class SessionPlayer;
 
 struct DeleteManager {
@@ -57,6 +59,7 @@ public:
     HeldWorker& operator=(const HeldWorker&) = delete;
 
     void keep() { hold.keep(); }
+    void release() { hold.release(); }
 
 private:
     KX::KXWorkerHold hold;
@@ -75,18 +78,27 @@ public:
     Terminal& operator=(const Terminal&) = delete;
 
     /// Shows the window until it is closed, the process is told to end, or its time is over.
-    /// \return exit status: 0; 1 when not all was recorded; 2 when the picture cannot be written
+    /// \return exit status: 0; 1 when not all was recorded, printed or drawn into the picture
     int run();
 
 private:
     void openKeypad();
     void openReplay();
+    KX::Recording::Session readReplay() const;
+    void setPart();
+    std::unique_ptr<SessionPlayer> makePlayer();
+    void renew();
     void repeatSetting(const KX::Recording::NumberSetting& setting);
     void connectParts();
+    void connectViews();
+    void connectEvents();
+    void connectTransport();
+    void showRecording();
+    void takeEvent(const KX::KXInputEvent& event);
+    void print(const KX::KXInputEvent& event);
     void takeReport(KX::KXToolkitEvent& event);
     QString saveInto(const QString& path);
     void saveSession();
-    void connectActions();
     void scheduleEnd();
     void showReplayProgress();
     bool endSession();
@@ -103,18 +115,20 @@ private:
     EventModel model;
     InputSettings inputSettings;
     MainWindow window;
-    ActionDesk desk;
+    std::unique_ptr<ActionDesk> desk;
     ActionQueue actionQueue;
     std::unique_ptr<KX::KXSessionRecorder> recorder;
     const SavedSessions savedSessions;
     SaveChord saveChord;
     Manager manager;
+    StepSpacing stepSpacing;
     std::optional<HeldWorker> heldWorker; // of a replay
     DisplayPace pace;
-    KX::KXEventNotifier notifier;
+    std::unique_ptr<KX::KXEventNotifier> notifier;
     KX::KXToolkitLayer toolkitLayer;
     std::unique_ptr<DemoSession> demo;
-    std::unique_ptr<SessionPlayer> player;
+    std::shared_ptr<const KX::Recording::Session> session; // of a replay
+    std::unique_ptr<ReplayTransport> transport;
     std::unique_ptr<Progress::Reporter> replayProgress;
     std::size_t replayedInputs = 0;
 };

@@ -36,17 +36,31 @@ std::array<int, KX::settingTable.size()> defaultValues() {
     return values;
 }
 
+constexpr double thousandths = 1000;
+constexpr int thousandthsPerHundredth = 10;
+
+// Two decimals, or three where two would hide a part.
+QString describeFactor(int value) {
+    const int decimals = value % thousandthsPerHundredth == 0 ? 2 : 3;
+    return QStringLiteral("\u00d7\u00a0%1").arg(value / thousandths, 0, 'f', decimals);
+}
+
+QString describePercent(int value) {
+    const int decimals = value % thousandthsPerHundredth == 0 ? 0 : 1;
+    return QStringLiteral("%1\u00a0%").arg(100 * value / thousandths, 0, 'f', decimals);
+}
+
 QString withUnit(int value, KXInputSetting setting) {
-    return QStringLiteral("%1 %2").arg(value).arg(SettingText::unit(setting));
+    return SettingText::value(setting, value);
 }
 
 QString refusedDuration(KXInputSetting setting, int value, const InputSettings& settings) {
     if (value < leastOf(setting))
-        return QStringLiteral("Not below %1").arg(withUnit(leastOf(setting), setting));
+        return QStringLiteral("Not below %1\u00a0ms").arg(leastOf(setting));
     if (setting == KXInputSetting::DoubleKeyPressDuration)
-        return QStringLiteral("Not below the long press of %1 ms")
+        return QStringLiteral("Not below the long press of %1\u00a0ms")
             .arg(settings.value(KXInputSetting::LongKeyPressDuration));
-    return QStringLiteral("Not above the double press of %1 ms")
+    return QStringLiteral("Not above the double press of %1\u00a0ms")
         .arg(settings.value(KXInputSetting::DoubleKeyPressDuration));
 }
 
@@ -57,6 +71,14 @@ InputSettings::InputSettings(Apply applyFunction, QObject* parent)
 
 int InputSettings::value(KXInputSetting setting) const {
     return values.at(static_cast<std::size_t>(setting));
+}
+
+int InputSettings::defaultValue(KXInputSetting setting) const {
+    return toInt(KX::settingRow(setting).defaultValue);
+}
+
+bool InputSettings::isDefault(KXInputSetting setting) const {
+    return value(setting) == defaultValue(setting);
 }
 
 int InputSettings::leastNow(KXInputSetting setting) const {
@@ -107,17 +129,25 @@ QString SettingText::name(KXInputSetting setting) {
     switch (setting) {
     case KXInputSetting::DoubleKeyPressDuration: return QStringLiteral("Double press");
     case KXInputSetting::LongKeyPressDuration: return QStringLiteral("Long press");
-    case KXInputSetting::EncoderUserFactor: return QStringLiteral("Encoder factor");
-    case KXInputSetting::EncoderLowPassFactor: return QStringLiteral("Encoder low-pass");
+    case KXInputSetting::EncoderUserFactor: return QStringLiteral("Factor");
+    case KXInputSetting::EncoderLowPassFactor: return QStringLiteral("Low-pass");
     case KXInputSetting::AcceptInput: return QStringLiteral("Accept input");
     case KXInputSetting::KeyboardLayout: break; // not on the page
     }
     return {};
 }
 
-QString SettingText::unit(KXInputSetting setting) {
-    const std::string_view unit = KX::settingRow(setting).unit;
-    return QString::fromUtf8(unit.data(), static_cast<int>(unit.size()));
+QString SettingText::value(KXInputSetting setting, int value) {
+    switch (setting) {
+    case KXInputSetting::DoubleKeyPressDuration:
+        return value == 0 ? QStringLiteral("off") : QStringLiteral("%1\u00a0ms").arg(value);
+    case KXInputSetting::LongKeyPressDuration: return QStringLiteral("%1\u00a0ms").arg(value);
+    case KXInputSetting::EncoderUserFactor: return describeFactor(value);
+    case KXInputSetting::EncoderLowPassFactor: return describePercent(value);
+    case KXInputSetting::AcceptInput: return value == 0 ? QStringLiteral("off") : QStringLiteral("on");
+    case KXInputSetting::KeyboardLayout: break; // not on the page
+    }
+    return QString::number(value);
 }
 
 QString SettingText::range(KXInputSetting setting, const InputSettings& settings) {
@@ -127,7 +157,7 @@ QString SettingText::range(KXInputSetting setting, const InputSettings& settings
     const int greatest = settings.greatestNow(setting);
     if (greatest == noLimit)
         return QStringLiteral("%1 or more").arg(withUnit(least, setting));
-    return QStringLiteral("%1 to %2").arg(least).arg(withUnit(greatest, setting));
+    return QStringLiteral("%1 to %2").arg(withUnit(least, setting), withUnit(greatest, setting));
 }
 
 QString SettingText::refusal(KXInputSetting setting, int value, int status, const InputSettings& settings) {

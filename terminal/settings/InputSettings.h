@@ -34,6 +34,9 @@ public:
     /// \return the library's status; the setting is unchanged unless this is \ref KX::STATUS_OK
     int set(KX::KXInputSetting setting, int value);
 
+    int defaultValue(KX::KXInputSetting setting) const;
+    bool isDefault(KX::KXInputSetting setting) const;
+
     /// Resets the two durations and the two factors to their defaults. Does not change whether input is accepted.
     void restoreDefaults();
 
@@ -54,10 +57,10 @@ namespace SettingText {
 
 QString name(KX::KXInputSetting setting);
 
-/// Empty for a setting without a unit.
-QString unit(KX::KXInputSetting setting);
+/// The value with its unit, as an operator says it: "300 ms", "\u00d7 1.00", "90 %", "off".
+QString value(KX::KXInputSetting setting, int value);
 
-/// The values that are possible now: "0 to 1999 ms".
+/// The values that are possible now: "off to 1999 ms".
 QString range(KX::KXInputSetting setting, const InputSettings& settings);
 
 /// Why the library refused \p value with \p status.

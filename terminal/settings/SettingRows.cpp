@@ -1,8 +1,10 @@
 #include "terminal/settings/SettingRows.h"
 
 #include "terminal/look/ScreenButton.h"
+#include "terminal/look/Sizes.h"
 #include "terminal/look/Theme.h"
 
+#include <QEvent>
 #include <QHBoxLayout>
 #include <QPainter>
 
@@ -12,10 +14,13 @@ namespace Terminal {
 
 namespace {
 
-constexpr int inset = 8;
-constexpr int textLeft = 14;
-constexpr int valueWidth = 104;
-constexpr int greatestShown = 999999; // the widest that fits
+constexpr int inset = 6; // these lengths are scaled
+constexpr int textLeft = 12;
+constexpr int valueWidth = 116;
+constexpr int rowHeight = 84;
+constexpr int leastRowHeight = 60;
+constexpr int greatestRowHeight = 200; // more would only be empty
+constexpr int greatestShown = 999999;  // the widest that fits
 constexpr int repeatDelayMs = 500;
 constexpr int repeatIntervalMs = 60;
 
@@ -31,10 +36,22 @@ int steppedValue(int value, int step, int steps) {
 
 SettingRow::SettingRow(const QString& name, QWidget* parent)
     : QWidget(parent), title(name), controlLayout(new QHBoxLayout(this)) {
-    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
-    controlLayout->setContentsMargins(inset, 0, inset, 0);
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
+    setMaximumHeight(greatestRowHeight);
     controlLayout->setSpacing(2);
     controlLayout->addStretch(1);
+    arrange();
+}
+
+void SettingRow::changeEvent(QEvent* event) {
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::FontChange)
+        arrange();
+}
+
+void SettingRow::arrange() {
+    const int margin = Sizes::of(*this).scaled(inset);
+    controlLayout->setContentsMargins(margin, 0, margin, 0);
 }
 
 QHBoxLayout& SettingRow::controls() const {
@@ -57,6 +74,15 @@ QString SettingRow::infoText() const {
     return info;
 }
 
+void SettingRow::showDefault(const QString& text) {
+    defaultValue = text;
+    update();
+}
+
+QString SettingRow::defaultText() const {
+    return defaultValue;
+}
+
 bool SettingRow::saysRefusal() const {
     return infoIsRefusal;
 }
@@ -75,11 +101,13 @@ void SettingRow::turn(int /*steps*/) {}
 void SettingRow::activate() {}
 
 QSize SettingRow::sizeHint() const {
-    return {480, 76};
+    const Sizes sizes = Sizes::of(*this);
+    return {sizes.scaled(300), sizes.scaled(rowHeight)};
 }
 
 QSize SettingRow::minimumSizeHint() const {
-    return {360, 58};
+    const Sizes sizes = Sizes::of(*this);
+    return {sizes.scaled(300), sizes.scaled(leastRowHeight)};
 }
 
 void SettingRow::mousePressEvent(QMouseEvent* /*event*/) {
@@ -89,45 +117,73 @@ void SettingRow::mousePressEvent(QMouseEvent* /*event*/) {
 void SettingRow::paintEvent(QPaintEvent* /*event*/) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
+    const Sizes sizes = Sizes::of(*this);
     painter.setPen(QPen(chosenByKeys ? Theme::accent() : Theme::outline(), chosenByKeys ? 2 : 1));
-    painter.setBrush(chosenByKeys ? Theme::panel().lighter(125) : Theme::panel());
+    painter.setBrush(chosenByKeys ? Theme::face() : Theme::panel());
     painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), 7, 7);
+    if (!defaultValue.isEmpty())
+        painter.fillRect(QRectF(3, height() * 0.2, 4, height() * 0.6), Theme::accent());
 
-    // The name and up to two lines below it are centred vertically.
-    const QFont nameFont = Theme::font(14, true);
-    const QFont infoFont = Theme::font(12);
-    const int right = controlLayout->itemAt(0)->geometry().right();
-    QRect words(textLeft, 0, right - textLeft, height());
-    const QRect infoArea = QFontMetrics(infoFont).boundingRect(words, Qt::TextWordWrap, info);
-    const int nameHeight = QFontMetrics(nameFont).height();
-    words.setTop((height() - nameHeight - infoArea.height()) / 2);
-    painter.setPen(Theme::text());
-    painter.setFont(nameFont);
-    painter.drawText(words, Qt::AlignLeft | Qt::AlignTop, title);
-    painter.setPen(infoIsRefusal ? Theme::colourOf(KX::KXGesture::LongPress) : Theme::quietText());
-    painter.setFont(infoFont);
-    painter.drawText(words.adjusted(0, nameHeight, 0, 0), Qt::TextWordWrap, info);
+    // The name and the lines below it are centred vertically.
+    const QFont nameFont = Theme::font(sizes.text(), true);
+    const QFont infoFont = Theme::font(sizes.text());
+    const int left = sizes.scaled(textLeft);
+    QRect words(left, 0, controlLayout->itemAt(0)->geometry().right() - left, height());
+    const QString below = infoIsRefusal || defaultValue.isEmpty() ? info : defaultValue;
+    const int nameHeight = QFontMetrics(nameFont).boundingRect(words, Qt::TextWordWrap, title).height();
+    const int infoHeight = QFontMetrics(infoFont).boundingRect(words, Qt::TextWordWrap, below).height();
+    words.setTop(std::max(0, (height() - nameHeight - infoHeight) / 2));
+    words.setTop(words.top() + drawLine(painter, words, nameFont, Theme::text(), title));
+    const QColor quiet = defaultValue.isEmpty() ? Theme::quietText() : Theme::accent();
+    drawLine(painter, words, infoFont, infoIsRefusal ? Theme::warning() : quiet, below);
+}
+
+// Returns the height of the line.
+int SettingRow::drawLine(QPainter& painter, const QRect& area, const QFont& font, const QColor& colour,
+                         const QString& text) const {
+    painter.setPen(colour);
+    painter.setFont(font);
+    QRect used;
+    painter.drawText(area, Qt::AlignLeft | Qt::AlignTop | Qt::TextWordWrap, text, &used);
+    return used.height();
 }
 
 NumberRow::NumberRow(InputSettings& inputSettings, KX::KXInputSetting which)
     : SettingRow(SettingText::name(which)), settings(inputSettings), setting(which) {
     minus = addButton(-1);
-    controls().addSpacing(valueWidth);
+    controls().addItem(valueRoom = new QSpacerItem(0, 0));
     plus = addButton(1);
     NumberRow::setChosen(false);
-    showInfo(SettingText::range(setting, settings));
-    connect(
-        &settings, &InputSettings::changed, this, [this] { showInfo(SettingText::range(setting, settings)); });
+    arrangeValue();
+    showValue();
+    connect(&settings, &InputSettings::changed, this, &NumberRow::showValue);
     connect(&settings, &InputSettings::refused, this, [this](KX::KXInputSetting refused, int value, int status) {
         if (refused == setting)
             showRefusal(SettingText::refusal(setting, value, status, settings));
     });
 }
 
+void NumberRow::changeEvent(QEvent* event) {
+    SettingRow::changeEvent(event);
+    if (event->type() == QEvent::FontChange)
+        arrangeValue();
+}
+
+void NumberRow::arrangeValue() {
+    valueRoom->changeSize(Sizes::of(*this).scaled(valueWidth), 0);
+    controls().invalidate();
+}
+
+void NumberRow::showValue() {
+    showInfo(SettingText::range(setting, settings));
+    showDefault(settings.isDefault(setting)
+                    ? QString()
+                    : QStringLiteral("default ") + SettingText::value(setting, settings.defaultValue(setting)));
+}
+
 ScreenButton* NumberRow::addButton(int direction) {
     auto* button = new ScreenButton(QString());
-    button->setFixedSize(54, controlHeight);
-    button->setTextSize(22);
+    button->setSymbol(true);
     button->setKeyBelow(true);
     button->setAutoRepeat(true);
     button->setAutoRepeatDelay(repeatDelayMs);
@@ -160,26 +216,17 @@ ScreenButton& NumberRow::plusButton() const {
 void NumberRow::paintEvent(QPaintEvent* event) {
     SettingRow::paintEvent(event);
     QPainter painter(this);
-    const QString number = QString::number(settings.value(setting));
-    const QString unit = QLatin1Char(' ') + SettingText::unit(setting);
-    const QFont numberFont = Theme::font(21, true);
-    const QFont unitFont = Theme::font(13);
-    const int numberWidth = QFontMetrics(numberFont).horizontalAdvance(number);
-    const int unitWidth = QFontMetrics(unitFont).horizontalAdvance(unit);
-    const int left = minus->geometry().right();
-    const int start = left + (plus->x() - left - numberWidth - unitWidth) / 2;
-    const int baseLine = (height() + QFontMetrics(numberFont).capHeight()) / 2;
+    const Sizes sizes = Sizes::of(*this);
+    const QString text = SettingText::value(setting, settings.value(setting));
+    const int left = minus->geometry().right() + 1;
+    const QRect room(left, 0, plus->x() - left, height());
     painter.setPen(Theme::text());
-    painter.setFont(numberFont);
-    painter.drawText(start, baseLine, number);
-    painter.setPen(Theme::quietText());
-    painter.setFont(unitFont);
-    painter.drawText(start + numberWidth, baseLine, unit);
+    painter.setFont(Theme::fittedFont(text, room.width() - 6, sizes.value(), sizes.text()));
+    painter.drawText(room, Qt::AlignCenter, text);
 }
 
 SwitchRow::SwitchRow(InputSettings& inputSettings, KX::KXInputSetting which)
     : SettingRow(SettingText::name(which)), settings(inputSettings), setting(which), button(new SwitchButton) {
-    button->setFixedHeight(controlHeight);
     controls().addWidget(button);
     showValue();
     connect(button, &QAbstractButton::pressed, this, &SettingRow::touched);
@@ -190,6 +237,7 @@ SwitchRow::SwitchRow(InputSettings& inputSettings, KX::KXInputSetting which)
 void SwitchRow::showValue() {
     button->setChecked(settings.value(setting) != 0);
     showInfo(SettingText::range(setting, settings));
+    showDefault(settings.isDefault(setting) ? QString() : SettingText::range(setting, settings));
 }
 
 void SwitchRow::setChosen(bool chosen) {
@@ -209,7 +257,6 @@ SwitchButton& SwitchRow::switchButton() const {
 ButtonRow::ButtonRow(const QString& name, const QString& buttonText)
     : SettingRow(name), text(buttonText), button(new ScreenButton(buttonText)) {
     button->setKeyBelow(true);
-    button->setFixedSize(118, controlHeight);
     controls().addWidget(button);
     connect(button, &QAbstractButton::pressed, this, &SettingRow::touched);
     connect(button, &QAbstractButton::clicked, this, &ButtonRow::pressed);

@@ -5,6 +5,7 @@
 #include <QWidget>
 
 class QHBoxLayout;
+class QSpacerItem;
 
 namespace Terminal {
 
@@ -24,6 +25,10 @@ public:
     /// Shows below the name why a value was refused, until the next information.
     void showRefusal(const QString& text);
     QString infoText() const;
+
+    /// Says below the name that the value is not the default, which is \p text; empty: it is the default.
+    void showDefault(const QString& text);
+    QString defaultText() const;
     bool saysRefusal() const;
 
     /// Whether the keys change this row. A chosen row is highlighted, and its controls show the names of the keys.
@@ -44,16 +49,20 @@ signals:
     void touched();
 
 protected:
-    static constexpr int controlHeight = 50;
-
     QHBoxLayout& controls() const;
 
     void paintEvent(QPaintEvent* event) override;
+    void changeEvent(QEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
 
 private:
+    void arrange();
+    int drawLine(QPainter& painter, const QRect& area, const QFont& font, const QColor& colour,
+                 const QString& text) const;
+
     QString title;
     QString info;
+    QString defaultValue;
     bool infoIsRefusal = false;
     bool chosenByKeys = false;
     QHBoxLayout* controlLayout;
@@ -75,14 +84,18 @@ public:
 
 protected:
     void paintEvent(QPaintEvent* event) override;
+    void changeEvent(QEvent* event) override;
 
 private:
+    void arrangeValue();
     ScreenButton* addButton(int direction);
+    void showValue();
 
     InputSettings& settings;
     KX::KXInputSetting setting;
     ScreenButton* minus;
     ScreenButton* plus;
+    QSpacerItem* valueRoom;
 };
 
 /// A switch, on or off.

@@ -16,13 +16,10 @@ constexpr int columns = 2;
 constexpr int rowGap = 6;
 
 QLabel* makeHint() {
-    auto* hint = new QLabel(QStringLiteral("Tab chooses the next row. Up, Down, wheel or knob change its value; "
-                                           "Return presses its button."));
-    hint->setFont(Theme::font(13));
+    auto* hint = new QLabel(QStringLiteral("Tab: next row.  Up, Down, wheel: change.  Return: press."));
     QPalette palette = hint->palette();
     palette.setColor(QPalette::WindowText, Theme::quietText());
     hint->setPalette(palette);
-    hint->setMinimumWidth(1);
     return hint;
 }
 
@@ -39,9 +36,8 @@ SettingsPanel::SettingsPanel(InputSettings& settings, QWidget* parent)
     column->setSpacing(rowGap);
     auto* grid = new QGridLayout;
     grid->setSpacing(rowGap);
-    column->addLayout(grid);
+    column->addLayout(grid, 1);
     column->addWidget(makeHint());
-    column->addStretch(1);
     for (NumberRow* row : qAsConst(numbers))
         addRow(row);
     addRow(accept);

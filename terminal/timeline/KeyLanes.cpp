@@ -94,9 +94,15 @@ qreal shareOfHeight(int value) {
 
 } // namespace
 
-KeyLanesItem::KeyLanesItem(const KeyTimeLine& shown) : timeLine(shown) {
+KeyLanesItem::KeyLanesItem(const KeyTimeLine& shown) : timeLine(shown), look(Sizes(Sizes::unitOfDesign)) {
+    setSizes(Sizes(Sizes::unitOfDesign));
     setRenderHint(QwtPlotItem::RenderAntialiased);
     setZ(20); // before the grid
+}
+
+void KeyLanesItem::setSizes(const Sizes& sizes) {
+    look = SpanLook(sizes);
+    hintFont = Theme::font(sizes.heading(), true);
 }
 
 void KeyLanesItem::setRows(const std::vector<Row>& shown) {
@@ -119,8 +125,11 @@ int KeyLanesItem::drawnCount() const {
 void KeyLanesItem::draw(QPainter* painter, const QwtScaleMap& xMap, const QwtScaleMap& yMap,
                         const QRectF& canvas) const {
     drawn = 0;
-    if (timeLine.isEmpty())
-        PlotLook::drawHint(*painter, canvas, QStringLiteral("No key pressed yet"));
+    if (timeLine.isEmpty()) {
+        painter->setFont(hintFont);
+        PlotLook::drawHint(*painter, canvas,
+                           QStringLiteral("No key pressed yet.\nPress keys: each gets a lane of its own."));
+    }
     for (std::size_t number = 0; number < shownRows.size(); ++number) {
         const auto top = static_cast<double>(number);
         const QRectF row(QPointF(canvas.left(), yMap.transform(top)),
@@ -134,7 +143,7 @@ void KeyLanesItem::draw(QPainter* painter, const QwtScaleMap& xMap, const QwtSca
 
 void KeyLanesItem::drawRow(const Frame& frame, const Row& row) const {
     frame.painter.fillRect(QRectF(frame.row.left(), frame.row.bottom() - 1, frame.row.width(), 1),
-                           Theme::outline().darker(140));
+                           Theme::outline());
     if (!row)
         return drawMoves(frame);
     const auto lane = timeLine.lanes().find(*row);
@@ -143,7 +152,7 @@ void KeyLanesItem::drawRow(const Frame& frame, const Row& row) const {
 }
 
 void KeyLanesItem::drawLane(const Frame& frame, const KeyTimeLine::Lane& lane) const {
-    SpanPainter painter(frame.painter, frame.row.adjusted(0, 0, 0, -1));
+    SpanPainter painter(frame.painter, frame.row.adjusted(0, 0, 0, -1), look);
     auto span = KeyTimeLine::firstSpanEndingAt(lane, frame.first);
     if (span != lane.spans.begin())
         --span; // its marks may reach into the picture
@@ -167,10 +176,10 @@ void KeyLanesItem::drawLane(const Frame& frame, const KeyTimeLine::Lane& lane) c
 }
 
 void KeyLanesItem::drawMoves(const Frame& frame) const {
-    const QRectF bars = SpanPainter::barArea(frame.row).adjusted(0, -8, 0, 0);
+    const QRectF bars = SpanPainter::barArea(frame.row, look).adjusted(0, -8, 0, 0);
     const qreal middle = std::round(bars.center().y());
     const QColor colour = Theme::encoder();
-    frame.painter.fillRect(QRectF(bars.left(), middle, bars.width(), 1), colour.darker(250));
+    frame.painter.fillRect(QRectF(bars.left(), middle, bars.width(), 1), Theme::outline());
     auto move = timeLine.firstMoveAt(frame.first);
     while (move != timeLine.moves().end() && move->time <= frame.last) {
         const qreal x = frame.x(move->time);

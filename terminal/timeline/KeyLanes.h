@@ -1,6 +1,7 @@
 #pragma once
 
 #include "terminal/timeline/KeyTimeLine.h"
+#include "terminal/timeline/SpanPainter.h"
 
 #include <qwt_plot_item.h>
 
@@ -54,12 +55,12 @@ private:
 /// the width of the plot limits the cost.
 class KeyLanesItem : public QwtPlotItem {
 public:
-    static constexpr int rowHeightLeast = 23;
-
     using Row = LaneChoice::Row;
 
     /// \p timeLine must outlive the item.
     explicit KeyLanesItem(const KeyTimeLine& timeLine);
+
+    void setSizes(const Sizes& sizes);
 
     void setRows(const std::vector<Row>& shown);
     const std::vector<Row>& rows() const;
@@ -81,6 +82,8 @@ private:
     void drawMoves(const Frame& frame) const;
 
     const KeyTimeLine& timeLine;
+    SpanLook look;
+    QFont hintFont;
     std::vector<Row> shownRows;
     KeyTimeLine::Time referenceTime = 0;
     KeyTimeLine::Time nowTime = 0;

@@ -1,8 +1,8 @@
 #include "terminal/timeline/SpanPainter.h"
 
+#include "terminal/look/GestureMark.h"
 #include "terminal/look/Theme.h"
 
-#include <QFontMetricsF>
 #include <QLinearGradient>
 #include <QPainter>
 
@@ -16,15 +16,16 @@ namespace {
 
 using Span = KeyTimeLine::Span;
 
-constexpr qreal bandHeight = 10; // above the bars, for the distances between presses
+constexpr int bandDesign = 15; // these lengths are scaled
+constexpr int barDesign = 19;
+constexpr int tallestBarDesign = 26;
+constexpr int markDesign = 13;
 constexpr qreal barInset = 2;
 constexpr qreal barLeastWidth = 2;
-constexpr qreal barTallest = 22;
 constexpr qreal fadeWidth = 18;
-constexpr qreal markDistanceLeast = 9; // nearer marks could not be told apart
+constexpr qreal markOverlap = 4; // two marks may share their edges
 constexpr qreal windowLeastWidth = 10;
 constexpr qreal gapLeastWidth = 6;
-constexpr int labelSize = 10;
 constexpr unsigned int windowsToMiss = 3; // a longer gap is no attempt at a double press
 
 QColor colourOfBar(const Span& span) {
@@ -52,24 +53,22 @@ QStringList gapTexts(const Span& span) {
     return {ms + QStringLiteral(" \u2264 %1 ms").arg(span.doublePressWindow), plain};
 }
 
-const QFont& labelFont() {
-    static const QFont font = Theme::font(labelSize, true);
-    return font;
-}
-
-qreal widthOf(const QString& text) {
-    static const QFontMetricsF metrics(labelFont());
-    return metrics.horizontalAdvance(text);
-}
-
 } // namespace
 
-SpanPainter::SpanPainter(QPainter& target, const QRectF& row)
-    : painter(target), rowArea(row), bars(barArea(row)), bandUsed(row.left()) {}
+SpanLook::SpanLook(const Sizes& sizes)
+    : font(Theme::font(sizes.text(), true)), metrics(font), bandHeight(sizes.scaled(bandDesign)),
+      tallestBar(sizes.scaled(tallestBarDesign)), markSize(sizes.scaled(markDesign)) {}
 
-QRectF SpanPainter::barArea(const QRectF& row) {
-    const qreal height = std::min(row.height() - bandHeight - barInset, barTallest);
+SpanPainter::SpanPainter(QPainter& target, const QRectF& row, const SpanLook& spanLook)
+    : painter(target), look(spanLook), rowArea(row), bars(barArea(row, spanLook)), bandUsed(row.left()) {}
+
+QRectF SpanPainter::barArea(const QRectF& row, const SpanLook& look) {
+    const qreal height = std::min(row.height() - look.bandHeight - barInset, look.tallestBar);
     return {row.left(), row.bottom() - barInset - height, row.width(), height};
+}
+
+int SpanPainter::leastRowHeight(const Sizes& sizes) {
+    return sizes.scaled(bandDesign + barDesign) + static_cast<int>(barInset);
 }
 
 void SpanPainter::draw(const Span& span, const Extent& extent, KeyTimeLine::Time lengthMs) {
@@ -87,23 +86,29 @@ void SpanPainter::draw(const Span& span, const Extent& extent, KeyTimeLine::Time
 void SpanPainter::drawWindow(const Extent& extent) {
     const qreal width = extent.doublePressEnd - extent.left;
     if (width >= windowLeastWidth)
-        painter.fillRect(QRectF(extent.left, rowArea.bottom() - 2, width, 2),
-                         Theme::colourOf(KX::KXGesture::DoublePress).darker(170));
+        painter.fillRect(QRectF(extent.left, rowArea.bottom() - 2, width, 2), Theme::doublePressTime());
 }
 
 void SpanPainter::drawBar(const Span& span, const Extent& extent) {
     QRectF bar = bars;
     bar.setLeft(extent.left);
     bar.setRight(std::max(extent.right, extent.left + barLeastWidth));
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(colourOfBar(span));
-    const qreal corner = bar.width() > 8 ? 3 : 0;
-    painter.drawRoundedRect(bar, corner, corner);
+    drawPart(bar, colourOfBar(span));
     if (!span.isLongPress)
         return;
     bar.setLeft(std::clamp(extent.longPress, bar.left(), bar.right()));
-    painter.setBrush(Theme::colourOf(KX::KXGesture::LongPress));
-    painter.drawRoundedRect(bar, corner, corner);
+    drawPart(bar, Theme::colourOf(KX::KXGesture::LongPress));
+}
+
+// There may be hundreds of narrow bars, and round corners cost more than all the rest.
+void SpanPainter::drawPart(const QRectF& part, const QColor& colour) {
+    if (part.width() <= 8) {
+        painter.fillRect(part, colour);
+        return;
+    }
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(colour);
+    painter.drawRoundedRect(part, 3, 3);
 }
 
 // A part that was not seen fades out.
@@ -126,28 +131,57 @@ void SpanPainter::drawUnknownEnds(const Span& span, const Extent& extent) {
 }
 
 void SpanPainter::drawMarks(const Span& span, const Extent& extent) {
-    if (span.isDoublePress)
-        drawMark(TimeLineMark::DoublePress, extent.left);
+    drawBeginMark(span, extent);
     if (span.isLongPress)
-        drawMark(TimeLineMark::LongPress, extent.longPress);
-    if (span.isLongRelease && span.ending != Span::Ending::Down)
-        drawMark(TimeLineMark::LongRelease, extent.right);
-    if (span.ending == Span::Ending::Escaped)
-        drawMark(TimeLineMark::Escape, extent.right);
+        drawMarkOnBar(KX::KXGesture::LongPress, extent.longPress, extent.right);
+    drawEndMark(span, extent);
 }
 
-void SpanPainter::drawMark(TimeLineMark mark, qreal x) {
-    if (x - lastMark < markDistanceLeast)
+// In the bar, so that the bar shows the exact time.
+void SpanPainter::drawBeginMark(const Span& span, const Extent& extent) {
+    const KX::KXGesture gesture = span.isDoublePress ? KX::KXGesture::DoublePress : KX::KXGesture::Press;
+    const qreal width = GestureMark::widthOf(gesture, look.markSize);
+    const bool fits = extent.right - extent.left >= width;
+    if (span.isPressSeen && (span.isDoublePress || fits))
+        drawMarkOnBar(gesture, extent.left, extent.right);
+}
+
+// Its own colour is that of the bar, so a mark on it is dark, or light where the bar is too narrow for it.
+void SpanPainter::drawMarkOnBar(KX::KXGesture gesture, qreal from, qreal to) {
+    const qreal width = GestureMark::widthOf(gesture, look.markSize);
+    drawMark(gesture, from + width / 2, to - from >= width ? Theme::screen() : Theme::text());
+}
+
+// Behind the bar, if the next one leaves room.
+void SpanPainter::drawEndMark(const Span& span, const Extent& extent) {
+    KX::KXGesture gesture = span.isLongRelease ? KX::KXGesture::LongRelease : KX::KXGesture::Release;
+    if (span.ending == Span::Ending::Escaped)
+        gesture = KX::KXGesture::Escape;
+    else if (span.ending != Span::Ending::Released)
         return;
-    lastMark = x;
-    TimeLineMarks::draw(painter, mark, QPointF(x, bars.center().y()));
+    if (extent.next - extent.right >= look.markSize)
+        drawMark(gesture, extent.right + look.markSize / 2, Theme::colourOf(gesture));
+}
+
+void SpanPainter::drawMark(KX::KXGesture gesture, qreal x, const QColor& colour) {
+    const qreal reach = GestureMark::widthOf(gesture, look.markSize) / 2;
+    if (x - reach < markedUntil)
+        return;
+    markedUntil = x + reach - markOverlap;
+    GestureMark::stamp(painter, gesture, QPointF(x, bars.center().y()), look.markSize, colour);
+}
+
+// To lay out a text takes longer than to draw a bar.
+qreal SpanPainter::shortestTextWidth() const {
+    constexpr int shortestLength = 4; // "9 ms"
+    return shortestLength * look.markSize * 0.5;
 }
 
 void SpanPainter::drawLength(const Span& span, const Extent& extent, KeyTimeLine::Time lengthMs) {
     if (!span.isPressSeen || span.ending == Span::Ending::Lost)
         return;
-    constexpr qreal reach = TimeLineMarks::size / 2.0;
-    const qreal start = std::max(extent.left, rowArea.left()) + (span.isDoublePress ? reach : 0);
+    const KX::KXGesture begin = span.isDoublePress ? KX::KXGesture::DoublePress : KX::KXGesture::Press;
+    const qreal start = std::max(extent.left + GestureMark::widthOf(begin, look.markSize), rowArea.left());
     const qreal stop = std::min(extent.right, rowArea.right());
     QRectF room = bars;
     room.setLeft(start);
@@ -155,16 +189,18 @@ void SpanPainter::drawLength(const Span& span, const Extent& extent, KeyTimeLine
     if (span.isLongPress && extent.longPress > start && extent.longPress < stop) {
         const bool isBeforeWider = extent.longPress - start > stop - extent.longPress;
         if (isBeforeWider)
-            room.setRight(extent.longPress - reach);
+            room.setRight(extent.longPress);
         else
-            room.setLeft(extent.longPress + reach);
+            room.setLeft(extent.longPress + look.markSize);
     }
-    const QString text = lengthText(lengthMs);
-    if (room.width() < widthOf(text) + 12)
+    if (room.width() < shortestTextWidth())
         return;
-    painter.setFont(labelFont());
+    const QString text = lengthText(lengthMs);
+    if (room.width() < look.metrics.horizontalAdvance(text) + 12)
+        return;
+    painter.setFont(look.font);
     painter.setPen(Theme::screen());
-    painter.drawText(room, Qt::AlignCenter, text);
+    painter.drawText(room, Qt::AlignCenter | Qt::TextDontClip, text);
 }
 
 // A dimension line from press to press. Its text stands on the line, after it if the line is too short, or before
@@ -174,13 +210,17 @@ void SpanPainter::drawGap(const Span& span, const Extent& extent) {
     const qreal to = middleOfPixel(extent.left);
     if (to - from < gapLeastWidth)
         return;
-    const qreal y = middleOfPixel(rowArea.top() + bandHeight / 2);
+    const qreal y = middleOfPixel(rowArea.top() + look.bandHeight / 2);
     painter.setPen(QPen(span.isDoublePress ? Theme::colourOf(KX::KXGesture::DoublePress) : Theme::quietText(), 1));
-    painter.setFont(labelFont());
+    painter.setFont(look.font);
     painter.drawLine(QPointF(from, y - 4), QPointF(from, y + 4));
     painter.drawLine(QPointF(to, y - 4), QPointF(to, y + 4));
     const QLineF gap(from, y, to, y);
-    if (!drawGapText(gapTexts(span), gap, extent.next))
+    const qreal roomMost = std::max({to - from, extent.next - to, from - bandUsed});
+    if (roomMost < shortestTextWidth()) {
+        bandUsed = to;
+        painter.drawLine(gap);
+    } else if (!drawGapText(gapTexts(span), gap, extent.next))
         painter.drawLine(gap);
 }
 
@@ -192,15 +232,15 @@ bool SpanPainter::drawGapText(const QStringList& texts, const QLineF& gap, qreal
     const qreal y = gap.y1();
     const qreal bandUsedBefore = std::exchange(bandUsed, to);
     for (const QString& text : texts) {
-        const qreal width = widthOf(text);
+        const qreal width = look.metrics.horizontalAdvance(text);
         const bool fitsOn = to - from >= width + 14;
         const bool fitsBehind = next - to >= width + 10;
         if (!fitsOn && !fitsBehind && from - bandUsedBefore < width + 10)
             continue;
         const qreal beside = fitsBehind ? to + 5 : from - 5 - width;
         const qreal textX = fitsOn ? (from + to - width) / 2 : beside;
-        painter.drawText(QRectF(textX, y - bandHeight / 2, width + 2, bandHeight),
-                         Qt::AlignLeft | Qt::AlignVCenter, text);
+        painter.drawText(QRectF(textX, y - look.bandHeight / 2, width + 2, look.bandHeight),
+                         Qt::AlignLeft | Qt::AlignVCenter | Qt::TextDontClip, text);
         painter.drawLine(QPointF(from, y), QPointF(fitsOn ? textX - 3 : to, y));
         if (fitsOn)
             painter.drawLine(QPointF(textX + width + 3, y), QPointF(to, y));

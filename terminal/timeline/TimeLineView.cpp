@@ -1,15 +1,19 @@
 #include "terminal/timeline/TimeLineView.h"
 
+#include "events/KXEventType.h"
 #include "platform/KXTick.h"
 #include "terminal/events/EventText.h"
+#include "terminal/look/KeyCodes.h"
 #include "terminal/look/PlotLook.h"
 #include "terminal/look/ScreenButton.h"
+#include "terminal/look/Sizes.h"
 #include "terminal/look/Theme.h"
 #include "terminal/timeline/KeyLanes.h"
-#include "terminal/timeline/TimeLineMarks.h"
+#include "terminal/timeline/SpanPainter.h"
+#include "terminal/timeline/TimeLineControls.h"
+#include "terminal/timeline/TimeLineLegend.h"
 #include "toolkit/KXToolkitLayer.h"
 
-#include <QHBoxLayout>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QVBoxLayout>
@@ -20,6 +24,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
 #include <iterator>
 
@@ -33,11 +38,9 @@ constexpr Time zoomLevels[] = {500,   1000,   2000,   5000,   10000,   20000,  3
                                60000, 120000, 300000, 600000, 1800000, 3600000};
 constexpr int levelCount = static_cast<int>(std::size(zoomLevels));
 constexpr int firstLevel = 3;
-constexpr int namesWidth = 104;
-constexpr int rowHeightMost = 44;
-constexpr int labelDistance = 76;
-constexpr int buttonHeight = 44;
-constexpr int buttonRepeatMs = 150;
+constexpr int rowHeightMost = 56; // these lengths are scaled
+constexpr int labelDistance = 90;
+constexpr int namesMargin = 8;
 constexpr int dragDistance = 8;       // a finger never rests completely
 constexpr Time jammedAfterMs = 60000; // nobody holds a key that long or watches each pixel of it
 constexpr int jammedIntervalMs = 1000;
@@ -50,25 +53,20 @@ public:
     LaneNamesScale() {
         enableComponent(Backbone, false);
         enableComponent(Ticks, false);
-        setMinimumExtent(namesWidth);
         setSpacing(6);
     }
 
     QwtText label(double middle) const override {
-        const int row = static_cast<int>(middle);
-        QwtText text(row < names.size() ? names[row] : others);
-        text.setColor(row < names.size() ? Theme::text() : Theme::accent());
+        QwtText text(names.value(static_cast<int>(middle)));
+        text.setColor(Theme::text());
         return text;
     }
 
-    /// \p more appears below the names unless it is empty.
-    void setNames(const QStringList& shown, const QString& more) {
+    void setNames(const QStringList& shown) {
         names = shown;
-        others = more;
         invalidateCache();
     }
 
-    QString others;
     QStringList names;
 };
 
@@ -77,56 +75,106 @@ TimeLineView::TimeLineView(QWidget* parent) : QWidget(parent), pace([this] { ref
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
     KX::KXToolkitLayer::leavePressesTo(*this); // looking at the past must not add events
     auto* column = new QVBoxLayout(this);
-    column->setContentsMargins(10, 6, 10, 3);
+    column->setContentsMargins(8, 6, 8, 3);
     column->setSpacing(3);
-    column->addWidget(makeHeader());
+    column->addWidget(buttons = new TimeLineControls);
     makePlot();
     column->addWidget(plot, 1);
-    refresh();
+    explanation = new TimeLineLegend(this);
+    explanation->hide();
+    connectControls();
+    setLocked(true);
+    arrange();
 }
 
-QWidget* TimeLineView::makeHeader() {
-    auto* header = new QWidget;
-    auto* row = new QHBoxLayout(header);
-    row->setContentsMargins(0, 0, 0, 0);
-    row->setSpacing(6);
-    row->addWidget(new TimeLineLegend);
-    row->addStretch(1);
-    row->addWidget(makeButton(QStringLiteral("\u2212\tDown"), &TimeLineView::zoomOut));
-    row->addWidget(makeButton(QStringLiteral("+\tUp"), &TimeLineView::zoomIn));
-    row->addSpacing(8);
-    row->addWidget(makeButton(QStringLiteral("\u25c0\tPgUp"), &TimeLineView::scrollBack));
-    row->addWidget(makeButton(QStringLiteral("\u25b6\tPgDn"), &TimeLineView::scrollForward));
-    row->addWidget(nowButton = makeButton(QStringLiteral("Now\tEnd"), &TimeLineView::follow));
-    nowButton->setCheckable(true);
-    return header;
-}
-
-ScreenButton* TimeLineView::makeButton(const QString& label, void (TimeLineView::*action)()) {
-    auto* button = new ScreenButton(label);
-    button->setFixedSize(60, buttonHeight);
-    button->setKeyBelow(true);
-    button->setTextSize(16);
-    button->setAutoRepeat(true);
-    button->setAutoRepeatInterval(buttonRepeatMs);
-    connect(button, &QAbstractButton::clicked, this, action);
-    return button;
+void TimeLineView::connectControls() {
+    connect(buttons, &TimeLineControls::legendToggled, explanation, &QWidget::setVisible);
+    connect(buttons, &TimeLineControls::lockToggled, this, &TimeLineView::setLocked);
+    connect(buttons, &TimeLineControls::otherLanesWanted, this, &TimeLineView::showOtherLanes);
+    connect(buttons, &TimeLineControls::zoomedOut, this, &TimeLineView::zoomOut);
+    connect(buttons, &TimeLineControls::zoomedIn, this, &TimeLineView::zoomIn);
+    connect(buttons, &TimeLineControls::scrolledBack, this, &TimeLineView::scrollBack);
+    connect(buttons, &TimeLineControls::scrolledForward, this, &TimeLineView::scrollForward);
+    connect(buttons, &TimeLineControls::liveWanted, this, &TimeLineView::follow);
 }
 
 void TimeLineView::makePlot() {
     plot = new QwtPlot;
     PlotLook::dress(*plot);
     PlotLook::addGrid(*plot, true, false);
-    plot->setAxisScaleDraw(QwtPlot::xBottom, PlotLook::makeSecondsScale());
+    plot->setAxisScaleDraw(QwtPlot::xBottom, PlotLook::makeSecondsScale([this] { return wordForZero(); }));
     plot->setAxisScaleDraw(QwtPlot::yLeft, names = new LaneNamesScale);
-    plot->setAxisFont(QwtPlot::yLeft, Theme::font(12));
     lanes = new KeyLanesItem(line);
     lanes->attach(plot); // the plot owns it now
     plot->canvas()->installEventFilter(this);
 }
 
 QSize TimeLineView::sizeHint() const {
-    return {780, 240};
+    return {600, 200};
+}
+
+void TimeLineView::changeEvent(QEvent* event) {
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::FontChange)
+        arrange();
+}
+
+void TimeLineView::arrange() {
+    const Sizes sizes = Sizes::of(*this);
+    PlotLook::setTextSize(*plot, sizes.text());
+    names->setMinimumExtent(
+        QFontMetrics(Theme::font(sizes.text())).horizontalAdvance(QStringLiteral("Right button")) +
+        sizes.scaled(namesMargin));
+    lanes->setSizes(sizes);
+    namedHeight = -1;
+    placeLegend();
+    refresh();
+}
+
+void TimeLineView::placeLegend() {
+    explanation->resize(explanation->sizeHint());
+    explanation->move(timeArea().topLeft() + QPoint(4, 4));
+    explanation->raise();
+}
+
+void TimeLineView::showRecording() {
+    showsRecording = true;
+    setLocked(false);
+}
+
+void TimeLineView::setLocked(bool lock) {
+    locked = lock;
+    buttons->showLocked(locked);
+}
+
+bool TimeLineView::isLocked() const {
+    return locked;
+}
+
+void TimeLineView::takeInput(const KX::KXInputEvent& event) {
+    if (KeyCodes::isPress(event) && event.osKeyCode == Qt::Key_L)
+        setLocked(!locked);
+    else if (KeyCodes::isPress(event) && event.osKeyCode == Qt::Key_Question)
+        buttons->legendButton().toggle();
+    else if (!locked)
+        moveByKey(event);
+}
+
+void TimeLineView::moveByKey(const KX::KXInputEvent& event) {
+    if (event.eventType == KX::ENCODER_MOVE_EVENT) {
+        // One level per event, however fast the turn: there are few levels.
+        event.keyCode == KX::KX_KEY_UP ? zoomIn() : zoomOut();
+    } else if (KeyCodes::isPress(event)) {
+        // Home does the same as PgUp, because a keypad has only Home and End.
+        if (event.keyCode == KX::KX_KEY_HOME || event.osKeyCode == Qt::Key_PageUp)
+            scrollBack();
+        else if (event.osKeyCode == Qt::Key_PageDown)
+            scrollForward();
+        else if (event.keyCode == KX::KX_KEY_END)
+            follow();
+        else if (event.keyCode == KX::KX_KEY_TAB)
+            showOtherLanes();
+    }
 }
 
 void TimeLineView::append(const ClassifiedEvents& events) {
@@ -143,10 +191,20 @@ void TimeLineView::setDoublePressWindow(unsigned int ms) {
     line.setDoublePressWindow(ms);
 }
 
-// Time advances only while a key is down. It counts from the newest event, which may come from a recording and
-// then has another tick than this machine.
+// Events of this machine have its ticks. A recording has others, and its time advances only while a key is down.
 Time TimeLineView::now() const {
-    return line.newest() + (line.isAnyKeyDown() ? Time(KX::KXTick::getTickCount() - tickOfNewest) : 0);
+    if (line.isEmpty())
+        return line.newest();
+    const unsigned int tick = KX::KXTick::getTickCount();
+    if (showsRecording)
+        return line.newest() + (line.isAnyKeyDown() ? Time(tick - tickOfNewest) : 0);
+    return line.newest() + std::max<Time>(0, static_cast<std::int32_t>(tick - line.tickAt(line.newest())));
+}
+
+QString TimeLineView::wordForZero() const {
+    if (heldRightmost)
+        return QStringLiteral("stopped");
+    return showsRecording ? QStringLiteral("newest") : QStringLiteral("now");
 }
 
 Time TimeLineView::referenceTime() const {
@@ -231,14 +289,21 @@ const KeyTimeLine& TimeLineView::timeLine() const {
     return line;
 }
 
+TimeLineControls& TimeLineView::controls() const {
+    return *buttons;
+}
+
+TimeLineLegend& TimeLineView::legend() const {
+    return *explanation;
+}
+
 QStringList TimeLineView::laneNames() const {
     return names->names;
 }
 
 QString TimeLineView::otherLanesText() const {
     const std::size_t others = choice.laneCount() - choice.rows().size();
-    return others == 0 ? QString()
-                       : QStringLiteral("+%1 %2 \u25b8 Tab").arg(others).arg(others == 1 ? "lane" : "lanes");
+    return others == 0 ? QString() : QStringLiteral("+%1 %2").arg(others).arg(others == 1 ? "lane" : "lanes");
 }
 
 int TimeLineView::drawnCount() const {
@@ -261,11 +326,17 @@ void TimeLineView::refresh() {
     setTimeScale();
     lanes->setRows(choice.rows());
     lanes->setTime(referenceTime(), now());
-    nowButton->setChecked(isFollowing());
+    buttons->showLive(isFollowing());
     plot->replot();
-    update();
-    if (isVisible() && line.isAnyKeyDown() && now() < rightmostTime())
+    if (isVisible() && isMoving())
         pace.requestIn(refreshIntervalMs());
+}
+
+// A key that is down grows. While the view is live, everything moves until the last of it has left.
+bool TimeLineView::isMoving() const {
+    if (line.isAnyKeyDown())
+        return now() < rightmostTime();
+    return !showsRecording && isFollowing() && !line.isEmpty() && line.newest() >= rightmostTime() - visibleMs();
 }
 
 // A shift of less than a pixel is not visible.
@@ -277,14 +348,14 @@ int TimeLineView::refreshIntervalMs() const {
 
 void TimeLineView::chooseRows() {
     const Time last = rightmostTime();
-    const int room = std::max(1, timeArea().height() / KeyLanesItem::rowHeightLeast);
+    const int room = std::max(1, timeArea().height() / SpanPainter::leastRowHeight(Sizes::of(*this)));
     choice.choose(line, {last - visibleMs(), last, static_cast<std::size_t>(room)}, lanePage);
 }
 
 void TimeLineView::nameRows() {
     const int height = timeArea().height();
-    const QString others = otherLanesText();
-    if (choice.rows() == lanes->rows() && height == namedHeight && others == names->others)
+    buttons->showOtherLanes(otherLanesText());
+    if (choice.rows() == lanes->rows() && height == namedHeight)
         return;
     namedHeight = height;
     QStringList shown;
@@ -293,10 +364,8 @@ void TimeLineView::nameRows() {
         middles.push_back(static_cast<double>(middles.size()) + 0.5);
         shown << (row ? EventText::key(line.lanes().at(*row).namesake) : QStringLiteral("Encoder"));
     }
-    if (!others.isEmpty())
-        middles.push_back(shown.size() + 0.5);
-    names->setNames(shown, others);
-    const int rowsLeast = std::max(1, height / rowHeightMost);
+    names->setNames(shown);
+    const int rowsLeast = std::max(1, height / Sizes::of(*this).scaled(rowHeightMost));
     const int rowsShown = std::max(rowsLeast, static_cast<int>(middles.size()));
     plot->setAxisScaleDiv(QwtPlot::yLeft, PlotLook::ticksAt(rowsShown, 0, middles));
 }
@@ -304,29 +373,16 @@ void TimeLineView::nameRows() {
 void TimeLineView::setTimeScale() {
     const auto right = static_cast<double>(rightmostTime() - referenceTime());
     const double left = right - static_cast<double>(visibleMs());
-    const double step = PlotLook::roundStep(msPerPixel() * labelDistance);
+    const double step = PlotLook::roundStep(msPerPixel() * Sizes::of(*this).scaled(labelDistance));
     std::vector<double> ticks;
     for (double tick = std::ceil(left / step) * step; tick <= right; tick += step)
         ticks.push_back(tick);
     plot->setAxisScaleDiv(QwtPlot::xBottom, PlotLook::ticksAt(left, right, ticks));
 }
 
-QRect TimeLineView::namesArea() const {
-    const QRect area = timeArea();
-    return {0, area.top(), area.left(), height() - area.top()};
-}
-
 void TimeLineView::paintEvent(QPaintEvent* /*event*/) {
     QPainter painter(this);
     PlotLook::drawPanel(painter, rect());
-    if (line.isEmpty())
-        return;
-    const QRect area = timeArea();
-    const QRect corner(6, area.bottom() + 1, area.left() - 12, height() - area.bottom() - 4);
-    painter.setFont(Theme::font(10));
-    painter.setPen(Theme::quietText());
-    painter.drawText(corner, Qt::AlignRight | Qt::AlignVCenter,
-                     QStringLiteral("0 s = %1 ms").arg(line.tickAt(referenceTime())));
 }
 
 void TimeLineView::showEvent(QShowEvent* event) {
@@ -341,16 +397,16 @@ void TimeLineView::hideEvent(QHideEvent* event) {
 
 // The canvas gets its size last, after the axes.
 bool TimeLineView::eventFilter(QObject* watched, QEvent* event) {
-    if (watched == plot->canvas() && event->type() == QEvent::Resize)
+    if (watched == plot->canvas() && event->type() == QEvent::Resize) {
+        placeLegend();
         refresh();
+    }
     return QWidget::eventFilter(watched, event);
 }
 
 void TimeLineView::mousePressEvent(QMouseEvent* event) {
     if (event->button() == Qt::LeftButton && timeArea().contains(event->pos()))
         drag = Drag{event->x(), rightmostTime()};
-    else if (event->button() == Qt::LeftButton && namesArea().contains(event->pos()))
-        showOtherLanes();
 }
 
 void TimeLineView::mouseMoveEvent(QMouseEvent* event) {

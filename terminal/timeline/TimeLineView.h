@@ -14,13 +14,15 @@ class QwtPlot;
 namespace Terminal {
 
 class LaneNamesScale;
-class ScreenButton;
+class TimeLineControls;
+class TimeLineLegend;
 
-/// The time line of keys and mouse buttons. Each has a lane; the newest time is at the right.
+/// The time line of keys and mouse buttons. Each has a lane; the present time is at the right.
 ///
-/// The view follows the newest event until somebody scrolls back with the buttons, with a finger or through the
-/// functions below, which the function keys call. While it follows, time counts back from now. Scrolled back, it
-/// stands still. It repaints only for new events and while a key is down.
+/// The view is live until somebody scrolls back with the buttons, with a finger or with the keys. While it is live, time
+/// counts back from now. Scrolled back, it stands still. It repaints only for new events and while something moves.
+///
+/// It is locked at first: the keys that the operator tests do not move it. The key L and a button unlock it.
 class TimeLineView : public QWidget {
     Q_OBJECT
 
@@ -32,6 +34,15 @@ public:
 
     /// The limit for a double press. It applies to the presses that follow.
     void setDoublePressWindow(unsigned int ms);
+
+    /// A recording is shown: its time is that of its newest event, and nobody tests keys, so the view is not locked.
+    void showRecording();
+
+    /// Handles the operator's input. Call it only while the view is shown.
+    void takeInput(const KX::KXInputEvent& event);
+
+    void setLocked(bool locked);
+    bool isLocked() const;
 
     void zoomIn();
     void zoomOut();
@@ -57,8 +68,14 @@ public:
     /// Names of the visible lanes from top to bottom.
     QStringList laneNames() const;
 
-    /// "+3 lanes" and an arrow when some lanes are hidden; otherwise empty.
+    /// "+3 lanes" when some lanes are hidden; otherwise empty.
     QString otherLanesText() const;
+
+    /// What the axis calls the time 0: "now" only while it is.
+    QString wordForZero() const;
+
+    TimeLineControls& controls() const;
+    TimeLineLegend& legend() const;
 
     /// How many spans and moves the last painting drew.
     int drawnCount() const;
@@ -79,6 +96,7 @@ protected:
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
+    void changeEvent(QEvent* event) override;
 
 private:
     struct Drag {
@@ -86,14 +104,16 @@ private:
         KeyTimeLine::Time startRightmost;
     };
 
-    QRect namesArea() const;
-    QWidget* makeHeader();
-    ScreenButton* makeButton(const QString& label, void (TimeLineView::*action)());
+    void connectControls();
+    void arrange();
+    void placeLegend();
+    void moveByKey(const KX::KXInputEvent& event);
     void makePlot();
     KeyTimeLine::Time now() const;
     KeyTimeLine::Time referenceTime() const;
     KeyTimeLine::Time marginMs() const;
     double msPerPixel() const;
+    bool isMoving() const;
     void zoomTo(int level);
     void scrollTo(KeyTimeLine::Time rightmost);
     void scheduleRefresh();
@@ -107,7 +127,8 @@ private:
     QwtPlot* plot = nullptr;
     KeyLanesItem* lanes = nullptr;
     LaneNamesScale* names = nullptr;
-    ScreenButton* nowButton = nullptr;
+    TimeLineControls* buttons = nullptr;
+    TimeLineLegend* explanation = nullptr;
     RefreshPace pace;
     LaneChoice choice;
     std::size_t lanePage = 0;
@@ -116,6 +137,8 @@ private:
     KeyTimeLine::Time heldReference = 0;
     std::optional<Drag> drag;
     unsigned int tickOfNewest = 0; ///< of this machine, when the newest event arrived
+    bool showsRecording = false;
+    bool locked = true;
     int zoomLevel;
 };
 

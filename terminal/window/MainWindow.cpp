@@ -4,8 +4,10 @@
 #include "input/KXInputEventManager.h"
 #include "terminal/events/EventModel.h"
 #include "terminal/look/KeyCodes.h"
+#include "terminal/look/Sizes.h"
 #include "terminal/look/Theme.h"
 #include "terminal/settings/InputSettings.h"
+#include "terminal/timeline/TimeLineView.h"
 #include "terminal/window/OperatorScreen.h"
 #include "terminal/window/PageArea.h"
 #include "terminal/window/SoftKeyBar.h"
@@ -24,13 +26,12 @@ namespace Terminal {
 namespace {
 
 constexpr QSize desktopSize(1024, 768);
-constexpr QSize smallestSize(800, 480);
+constexpr QSize smallestSize(640, 480);
 constexpr QSize sizeForEverything(1000, 700);
-constexpr int heightForTallScreen = 720;
+constexpr int widthForName = 760;
 
-QLabel* makeLabel(const QString& text, const QFont& font, const QColor& colour) {
+QLabel* makeLabel(const QString& text, const QColor& colour) {
     auto* label = new QLabel(text);
-    label->setFont(font);
     QPalette palette = label->palette();
     palette.setColor(QPalette::WindowText, colour);
     label->setPalette(palette);
@@ -77,14 +78,9 @@ std::optional<KX::KXInputEvent> viewerEvent(const KX::KXToolkitEvent& report) {
 MainWindow::MainWindow(EventModel& eventModel, InputSettings& inputSettings)
     : model(eventModel), settings(inputSettings) {
     setWindowTitle(QStringLiteral("kxterminal"));
-    auto* column = new QVBoxLayout(this);
-    column->setContentsMargins(Theme::spacing, Theme::spacing, Theme::spacing, Theme::spacing);
-    column->setSpacing(Theme::spacing);
+    column = new QVBoxLayout(this);
     column->addWidget(makeHeader());
-    column->addWidget(screen = new OperatorScreen);
-    column->addWidget(softKeys = new SoftKeyBar);
-    column->addWidget(area = new PageArea(model, settings), 1);
-    makeBanner();
+    makeViews();
 
     setMinimumSize(smallestSize);
     resize(desktopSize.boundedTo(QGuiApplication::primaryScreen()->availableSize()));
@@ -92,15 +88,49 @@ MainWindow::MainWindow(EventModel& eventModel, InputSettings& inputSettings)
     connect(&model, &EventModel::appended, this, &MainWindow::showEvents);
 }
 
+void MainWindow::coverScreen() {
+    setGeometry(QGuiApplication::primaryScreen()->availableGeometry());
+    // Without a screen a maximized window leaves room for a frame that nobody draws.
+    if (QGuiApplication::platformName() != QLatin1String("offscreen"))
+        setWindowState(windowState() | Qt::WindowMaximized);
+}
+
+void MainWindow::makeViews() {
+    column->addWidget(screen = new OperatorScreen);
+    column->addWidget(softKeys = new SoftKeyBar);
+    column->addWidget(area = new PageArea(model, settings), 1);
+    makeBanner();
+    connect(area, &PageArea::arranged, this, [this] { softKeys->setVisible(!area->needsRoom()); });
+}
+
+void MainWindow::renewViews() {
+    const Page page = area->shownPage();
+    delete &area->bar(); // may be in the header
+    delete area;
+    delete softKeys;
+    delete screen;
+    makeViews();
+    shownUnit = 0; // the new ones do not know it
+    arrange();
+    area->showPage(page);
+}
+
+void MainWindow::addBelowHeader(QWidget* row) {
+    column->insertWidget(1, row);
+}
+
+void MainWindow::addStatus(QWidget* line) {
+    layout()->addWidget(line);
+}
+
 QWidget* MainWindow::makeHeader() {
     auto* header = new QWidget;
     headerRow = new QHBoxLayout(header);
-    headerRow->setContentsMargins(4, 0, 4, 0);
-    headerRow->addWidget(makeLabel(QStringLiteral("KX"), Theme::font(18, true), Theme::accent()));
-    headerRow->addWidget(title =
-                             makeLabel(QStringLiteral("OPERATOR TERMINAL"), Theme::font(14, true), Theme::text()));
+    headerRow->setContentsMargins(0, 0, 0, 0);
+    headerRow->addWidget(name = makeLabel(QStringLiteral("KX"), Theme::accent()));
+    headerRow->addWidget(title = makeLabel(QStringLiteral("OPERATOR TERMINAL"), Theme::text()));
     headerRow->addStretch(1);
-    eventCount = makeLabel(QString(), Theme::font(14), Theme::quietText());
+    eventCount = makeLabel(QString(), Theme::quietText());
     eventCount->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     headerRow->addWidget(eventCount);
     return header;
@@ -110,8 +140,12 @@ void MainWindow::makeBanner() {
     auto* cover = new QVBoxLayout(screen);
     cover->setContentsMargins(0, 0, 0, 0);
     cover->addWidget(banner = new InputOffBanner);
-    const auto show = [this] { banner->setVisible(settings.value(KX::KXInputSetting::AcceptInput) == 0); };
-    connect(&settings, &InputSettings::changed, this, show);
+    const auto show = [this] {
+        const bool isOff = settings.value(KX::KXInputSetting::AcceptInput) == 0;
+        banner->setVisible(isOff);
+        softKeys->setSwitchedOff(isOff);
+    };
+    connect(&settings, &InputSettings::changed, banner, show);
     connect(banner, &QAbstractButton::clicked, this, [this] { settings.set(KX::KXInputSetting::AcceptInput, 1); });
     show();
 }
@@ -131,13 +165,29 @@ void MainWindow::resizeEvent(QResizeEvent* event) {
 
 void MainWindow::arrange() {
     const bool paged = hasPages();
-    screen->setCompact(height() < heightForTallScreen);
+    setUnit(paged ? Sizes::unitWithPages(size()) : Sizes::unitWithEverything(size()));
     title->setVisible(!paged);
+    name->setVisible(width() >= widthForName);
     area->setPaged(paged);
     if (paged && headerRow->indexOf(&area->bar()) < 0)
         headerRow->insertWidget(2, &area->bar());
-    eventCount->setFont(Theme::font(paged ? 12 : 14));
+    softKeys->setVisible(!area->needsRoom());
     showCount();
+}
+
+// The font tells all widgets of the size, see Sizes.
+void MainWindow::setUnit(int unit) {
+    if (unit == shownUnit)
+        return;
+    shownUnit = unit;
+    const Sizes sizes(unit);
+    column->setContentsMargins(sizes.spacing(), sizes.spacing(), sizes.spacing(), sizes.spacing());
+    column->setSpacing(sizes.spacing());
+    area->setSpacing(sizes.spacing());
+    headerRow->setSpacing(sizes.spacing());
+    setFont(Theme::font(unit));
+    name->setFont(Theme::font(sizes.value(), true));
+    title->setFont(Theme::font(sizes.heading(), true));
 }
 
 void MainWindow::showCount() {
@@ -145,7 +195,9 @@ void MainWindow::showCount() {
     const QString unit = count == 1 ? QStringLiteral("event") : QStringLiteral("events");
     // Beside the pages there is room for two short lines. The title is hidden there, so they show how far a replay
     // is.
-    if (!hasPages())
+    if (width() < widthForName && replayName.isNull())
+        eventCount->setText(QString::number(count));
+    else if (!hasPages())
         eventCount->setText(QStringLiteral("%1 %2").arg(count).arg(unit));
     else if (replayName.isNull())
         eventCount->setText(QStringLiteral("%1\n%2").arg(count).arg(unit));
@@ -166,8 +218,9 @@ void MainWindow::showEvents(const ClassifiedEvents& events) {
         takeInput(event);
 }
 
-void MainWindow::beginReplay(const QString& name) {
-    replayName = name;
+void MainWindow::beginReplay(const QString& recording) {
+    replayName = recording;
+    area->timeLine().showRecording();
     showReplayProgress(0);
 }
 
@@ -211,6 +264,10 @@ KeypadPanel& MainWindow::keypad() const {
 
 ActionPanel& MainWindow::actions() const {
     return area->actions();
+}
+
+OperatorScreen& MainWindow::operatorScreen() const {
+    return *screen;
 }
 
 SoftKeyBar& MainWindow::softKeyBar() const {

@@ -6,6 +6,7 @@
 
 class QHBoxLayout;
 class QLabel;
+class QVBoxLayout;
 
 namespace Terminal {
 
@@ -22,7 +23,9 @@ enum class Page;
 
 /// The window of the terminal. It shows what \p model holds and does not know where events come from.
 ///
-/// On a small screen the keypad and the actions are pages like the views; on a larger one they are always visible.
+/// On a small screen the keypad and the actions are pages like the views, and the soft keys leave their room to the pages
+/// that need it. On a larger one all of them are always visible.
+///
 /// Buttons and the keys F10 and F11 turn the pages. F12 goes to the settings and back.
 class MainWindow : public QWidget {
     Q_OBJECT
@@ -30,6 +33,9 @@ class MainWindow : public QWidget {
 public:
     /// \p model and \p settings must outlive the window.
     MainWindow(EventModel& model, InputSettings& settings);
+
+    /// Covers the whole screen, also where no window manager does it. Call it before the window is shown.
+    void coverScreen();
 
     /// The centre of a soft key, in window coordinates. \p number counts from 0.
     QPoint softKeyPosition(int number) const;
@@ -39,6 +45,7 @@ public:
 
     KeypadPanel& keypad() const;
     ActionPanel& actions() const;
+    OperatorScreen& operatorScreen() const;
     SoftKeyBar& softKeyBar() const;
     EncoderView& encoder() const;
     PageArea& pages() const;
@@ -53,7 +60,15 @@ public:
 
     /// From now on the events come from a recording and change nothing in the window. Whoever watches can still
     /// turn the pages, see \ref takeReport.
-    void beginReplay(const QString& name);
+    void beginReplay(const QString& recording);
+
+    /// Makes all views anew, without what they have shown. The page stays. Whoever has connected to the views connects
+    /// again.
+    void renewViews();
+
+    /// Places a row below the header, or a line of status below everything.
+    void addBelowHeader(QWidget* row);
+    void addStatus(QWidget* line);
 
     /// Progress of the replay in percent.
     void showReplayProgress(int percent);
@@ -67,15 +82,19 @@ protected:
 
 private:
     QWidget* makeHeader();
+    void makeViews();
     void makeBanner();
     void arrange();
+    void setUnit(int unit);
     void showEvents(const ClassifiedEvents& events);
     void takeInput(const KX::KXInputEvent& event);
     void showCount();
 
     EventModel& model;
     InputSettings& settings;
+    QVBoxLayout* column = nullptr;
     QHBoxLayout* headerRow = nullptr;
+    QLabel* name = nullptr;
     QLabel* eventCount = nullptr;
     QLabel* title = nullptr;
     OperatorScreen* screen = nullptr;
@@ -84,6 +103,7 @@ private:
     PageArea* area = nullptr;
     QString replayName; // null: live input
     int replayPercent = 0;
+    int shownUnit = 0;
 };
 
 } // namespace Terminal

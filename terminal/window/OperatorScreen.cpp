@@ -1,7 +1,9 @@
 #include "terminal/window/OperatorScreen.h"
 
-#include "events/KXEventKind.h"
 #include "terminal/events/EventText.h"
+#include "terminal/look/GestureMark.h"
+#include "terminal/look/PlotLook.h"
+#include "terminal/look/Sizes.h"
 #include "terminal/look/Theme.h"
 
 #include <QPainter>
@@ -10,30 +12,24 @@ namespace Terminal {
 
 namespace {
 
-constexpr int inset = 18;
-constexpr int tileWidth = 132;
-constexpr int gap = 10;
+constexpr int inset = 12; // these lengths are scaled
+constexpr int screenHeight = 74;
+constexpr int tileDesign = 118;
+constexpr int markDesign = 30;
+constexpr int endingMarkDesign = 16;
 
-// Shrinks the font so that long names fit on a small screen.
-void drawFitted(QPainter& painter, const QRect& area, int pixelSize, const QString& text) {
-    QFont font = Theme::font(pixelSize, true);
-    while (font.pixelSize() > 12 && QFontMetrics(font).horizontalAdvance(text) > area.width())
-        font.setPixelSize(font.pixelSize() - 1);
-    painter.setFont(font);
-    painter.drawText(area, Qt::AlignLeft | Qt::AlignVCenter, text);
-}
-
-void drawTile(QPainter& painter, const QRect& tile, const QString& title, const QString& number,
-              const QColor& colour) {
+void drawTile(QPainter& painter, const QRect& tile, const Sizes& sizes, const QString& title,
+              const QString& number, const QColor& colour) {
     painter.setPen(QPen(Theme::outline(), 1));
     painter.setBrush(Theme::screen());
     painter.drawRoundedRect(QRectF(tile).adjusted(0.5, 0.5, -0.5, -0.5), 6, 6);
-    const QRect inside = tile.adjusted(12, 8, -12, -8);
+    const QRect inside = tile.adjusted(sizes.scaled(10), sizes.scaled(4), -sizes.scaled(6), -sizes.scaled(3));
     painter.setPen(Theme::quietText());
-    painter.setFont(Theme::font(11, true));
+    painter.setFont(Theme::font(sizes.text()));
     painter.drawText(inside, Qt::AlignTop | Qt::AlignLeft, title);
     painter.setPen(colour);
-    drawFitted(painter, inside.adjusted(0, 16, 0, 0), 34, number);
+    painter.setFont(Theme::fittedFont(number, inside.width(), sizes.gesture(), sizes.text()));
+    painter.drawText(inside, Qt::AlignLeft | Qt::AlignBottom, number);
 }
 
 } // namespace
@@ -43,63 +39,86 @@ OperatorScreen::OperatorScreen(QWidget* parent) : QWidget(parent) {
 }
 
 QSize OperatorScreen::sizeHint() const {
-    return {760, isCompact ? 88 : 124};
-}
-
-void OperatorScreen::setCompact(bool compact) {
-    isCompact = compact;
-    updateGeometry();
-    update();
+    const Sizes sizes = Sizes::of(*this);
+    return {sizes.scaled(560), sizes.scaled(screenHeight)};
 }
 
 void OperatorScreen::showInput(const KX::KXInputEvent& event) {
-    lastEvent = event;
+    lastGesture.take(event);
     if (event.eventType == KX::ENCODER_MOVE_EVENT)
         lastEncoderMove = event;
     update();
 }
 
-void OperatorScreen::paintEvent(QPaintEvent* /*event*/) {
-    QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(QPen(Theme::outline(), 1));
-    painter.setBrush(Theme::panel());
-    painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), 8, 8);
-
-    const int verticalInset = isCompact ? inset / 2 : inset;
-    const int tilesWidth = 2 * tileWidth + gap;
-    const QRect inside = rect().adjusted(inset, verticalInset, -inset, -verticalInset);
-    paintName(painter, inside.adjusted(0, 0, -tilesWidth - inset, 0));
-    paintTiles(painter, inside.adjusted(inside.width() - tilesWidth, 0, 0, 0));
+const LastGesture& OperatorScreen::gesture() const {
+    return lastGesture;
 }
 
-void OperatorScreen::paintName(QPainter& painter, const QRect& area) const {
-    const QRect stripe(area.left(), area.top(), 6, area.height());
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(lastEvent ? Theme::colourOf(KX::kindOfEventType(lastEvent->eventType)) : Theme::accent());
-    painter.drawRoundedRect(stripe, 3, 3);
+bool OperatorScreen::showsEncoder() const {
+    return lastEncoderMove.has_value();
+}
 
-    const QRect text = area.adjusted(stripe.width() + 14, 0, 0, 0);
-    const QRect upper = text.adjusted(0, 0, 0, -text.height() * 2 / 5);
-    const QRect lower = text.adjusted(0, text.height() * 3 / 5, 0, 0);
+int OperatorScreen::tileWidth() const {
+    return Sizes::of(*this).scaled(tileDesign);
+}
+
+void OperatorScreen::paintEvent(QPaintEvent* /*event*/) {
+    QPainter painter(this);
+    PlotLook::drawPanel(painter, rect());
+    const Sizes sizes = Sizes::of(*this);
+    QRect inside = rect().adjusted(sizes.scaled(inset), sizes.scaled(6), -sizes.scaled(8), -sizes.scaled(6));
+    if (lastEncoderMove) {
+        const int tiles = 2 * tileWidth() + sizes.spacing();
+        paintTiles(painter, inside.adjusted(inside.width() - tiles, 0, 0, 0));
+        inside.setRight(inside.right() - tiles - sizes.spacing());
+    }
+    paintGesture(painter, inside);
+}
+
+void OperatorScreen::paintGesture(QPainter& painter, const QRect& area) const {
+    const Sizes sizes = Sizes::of(*this);
+    const bool isEmpty = lastGesture.kind().device == KX::KXInputDevice::NoDevice;
+    const QString words = isEmpty ? QStringLiteral("Ready for input") : lastGesture.words();
+    const int mark = sizes.scaled(markDesign);
+    const int markRoom = isEmpty ? 0 : mark * 3 / 2 + sizes.scaled(inset);
+    const QRect text = area.adjusted(markRoom, 0, 0, 0);
+    const QRect upper(text.left(), text.top(), text.width(), text.height() * 3 / 5);
+    if (!isEmpty)
+        GestureMark::draw(painter, lastGesture.kind(), QPointF(area.left() + mark * 0.75, area.center().y() + 0.5),
+                          mark);
     painter.setPen(Theme::text());
-    drawFitted(painter, upper, 30, lastEvent ? EventText::name(*lastEvent) : QStringLiteral("Ready for input"));
+    painter.setFont(Theme::fittedFont(words, text.width(), sizes.gesture(), sizes.text()));
+    painter.drawText(upper, Qt::AlignLeft | Qt::AlignVCenter, words);
+    paintEnding(painter, text.adjusted(0, upper.height(), 0, 0));
+}
+
+void OperatorScreen::paintEnding(QPainter& painter, const QRect& area) const {
+    const Sizes sizes = Sizes::of(*this);
     painter.setPen(Theme::quietText());
-    drawFitted(painter, lower, 18,
-               lastEvent ? EventText::key(*lastEvent)
-                         : QStringLiteral("Press a key, turn the wheel or touch a soft key"));
+    painter.setFont(Theme::font(sizes.text()));
+    QRect words = area;
+    QString text;
+    if (const auto& ending = lastGesture.ending()) {
+        const int mark = sizes.scaled(endingMarkDesign);
+        GestureMark::draw(painter, ending->gesture, QPointF(area.left() + mark / 2.0, area.center().y() + 0.5),
+                          mark);
+        painter.setPen(Theme::quietText());
+        words.setLeft(area.left() + mark + sizes.spacing());
+        text = ending->words;
+    } else if (lastGesture.kind().device == KX::KXInputDevice::NoDevice) {
+        text = QStringLiteral("Press a key, turn the wheel or touch a soft key");
+    }
+    painter.drawText(words, Qt::AlignLeft | Qt::AlignVCenter, text);
 }
 
 void OperatorScreen::paintTiles(QPainter& painter, QRect area) const {
-    area.setWidth(tileWidth);
-    const bool isNews = lastEvent && lastEvent->eventType == KX::ENCODER_MOVE_EVENT;
+    const Sizes sizes = Sizes::of(*this);
+    area.setWidth(tileWidth());
+    const bool isNews = lastGesture.kind().device == KX::KXInputDevice::Encoder;
     const QColor colour = isNews ? Theme::encoder() : Theme::quietText();
-    const QString none = QStringLiteral("\u2013");
-    drawTile(painter, area, QStringLiteral("ENCODER VALUE"),
-             lastEncoderMove ? EventText::value(*lastEncoderMove) : none, colour);
-    area.translate(tileWidth + gap, 0);
-    drawTile(painter, area, QStringLiteral("ENCODER STEPS"),
-             lastEncoderMove ? EventText::count(*lastEncoderMove) : none, colour);
+    drawTile(painter, area, sizes, QStringLiteral("Last value"), EventText::value(*lastEncoderMove), colour);
+    area.translate(tileWidth() + sizes.spacing(), 0);
+    drawTile(painter, area, sizes, QStringLiteral("Last steps"), EventText::count(*lastEncoderMove), colour);
 }
 
 InputOffBanner::InputOffBanner(QWidget* parent) : QAbstractButton(parent) {
@@ -111,16 +130,16 @@ InputOffBanner::InputOffBanner(QWidget* parent) : QAbstractButton(parent) {
 void InputOffBanner::paintEvent(QPaintEvent* /*event*/) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    const QColor red = Theme::colourOf(KX::KXGesture::Escape);
-    painter.setPen(QPen(isDown() ? Theme::text() : red, 2));
-    painter.setBrush(red.darker(isDown() ? 320 : 240));
+    const Sizes sizes = Sizes::of(*this);
+    painter.setPen(QPen(isDown() ? Theme::text() : Theme::alarm(), 2));
+    painter.setBrush(Theme::alarmFace());
     painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), 8, 8);
     const int middle = height() * 3 / 5;
     painter.setPen(Theme::text());
-    painter.setFont(Theme::font(34, true));
-    painter.drawText(QRect(0, 6, width(), middle - 6), Qt::AlignCenter, text().section(QLatin1Char('\t'), 0, 0));
-    painter.setFont(Theme::font(18));
-    painter.drawText(QRect(0, middle - 4, width(), height() - middle), Qt::AlignCenter,
+    painter.setFont(Theme::font(sizes.gesture(), true));
+    painter.drawText(QRect(0, 3, width(), middle - 3), Qt::AlignCenter, text().section(QLatin1Char('\t'), 0, 0));
+    painter.setFont(Theme::font(sizes.heading()));
+    painter.drawText(QRect(0, middle, width(), height() - middle - 3), Qt::AlignCenter,
                      text().section(QLatin1Char('\t'), 1));
 }
 

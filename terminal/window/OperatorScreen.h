@@ -1,6 +1,7 @@
 #pragma once
 
 #include "events/KXEvent.h"
+#include "terminal/events/LastGesture.h"
 
 #include <QAbstractButton>
 
@@ -8,9 +9,9 @@
 
 namespace Terminal {
 
-/// The screen of the terminal. It shows the last classified event in large letters.
+/// The screen of the terminal. It shows the operator's last gesture in large letters, and how it ended as a small mark.
 ///
-/// The numbers of the encoder stay when another event arrives, but lose their colour.
+/// The numbers of the encoder appear once it was used. They stay when another gesture follows, but lose their colour.
 class OperatorScreen : public QWidget {
     Q_OBJECT
 
@@ -19,8 +20,10 @@ public:
 
     void showInput(const KX::KXInputEvent& event);
 
-    /// Uses less height, for a small screen.
-    void setCompact(bool compact);
+    const LastGesture& gesture() const;
+
+    /// Whether the numbers of the encoder are shown.
+    bool showsEncoder() const;
 
     QSize sizeHint() const override;
 
@@ -28,11 +31,12 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    void paintName(QPainter& painter, const QRect& area) const;
+    void paintGesture(QPainter& painter, const QRect& area) const;
+    void paintEnding(QPainter& painter, const QRect& area) const;
     void paintTiles(QPainter& painter, QRect area) const;
+    int tileWidth() const;
 
-    bool isCompact = false;
-    std::optional<KX::KXInputEvent> lastEvent;
+    LastGesture lastGesture;
     std::optional<KX::KXInputEvent> lastEncoderMove;
 };
 

@@ -21,11 +21,12 @@ namespace Terminal {
 
 namespace {
 
-const char* const pageLabels[pageCount] = {"Events", "Time line", "Encoder", "Keypad", "Actions", "Settings\tF12"};
+const char* const pageLabels[pageCount] = {"Events", "Time line", "Encoder", "Keypad", "Actions", "Settings"};
 
+// Two short lines, because there is little room beside the buttons.
 QLabel* makeKeyName(const QString& text) {
     auto* label = new QLabel(text);
-    label->setFont(Theme::font(12));
+    label->setAlignment(Qt::AlignCenter);
     QPalette palette = label->palette();
     palette.setColor(QPalette::WindowText, Theme::quietText());
     label->setPalette(palette);
@@ -38,15 +39,15 @@ PageBar::PageBar(QWidget* parent) : QWidget(parent) {
     setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
     auto* row = new QHBoxLayout(this);
     row->setContentsMargins(0, 0, 0, 0);
-    row->setSpacing(6);
-    row->addWidget(makeKeyName(QStringLiteral("F10 \u25c2")));
+    row->setSpacing(4);
+    row->addWidget(makeKeyName(QStringLiteral("F10\n\u25c2")));
     for (int page = 0; page < pageCount; ++page) {
         auto* button = buttons[page] = new ScreenButton(QString::fromLatin1(pageLabels[page]));
         button->setCheckable(true);
         row->addWidget(button);
         connect(button, &QAbstractButton::clicked, this, [this, page] { emit chosen(static_cast<Page>(page)); });
     }
-    row->addWidget(makeKeyName(QStringLiteral("\u25b8 F11")));
+    row->addWidget(makeKeyName(QStringLiteral("F11\n\u25b8")));
 }
 
 void PageBar::setPages(const QVector<Page>& pages) {
@@ -75,8 +76,6 @@ PageArea::PageArea(EventModel& model, InputSettings& settings, QWidget* parent)
       widgets({eventPage, timeLineView, encoderView, keypadPanel, actionPanel, settingsPanel}),
       column(new QVBoxLayout(this)), devices(new QHBoxLayout) {
     column->setContentsMargins(0, 0, 0, 0);
-    column->setSpacing(Theme::spacing);
-    devices->setSpacing(Theme::spacing);
     devices->addWidget(keypadPanel, 1);
     devices->addWidget(actionPanel);
     column->addLayout(devices);
@@ -86,6 +85,18 @@ PageArea::PageArea(EventModel& model, InputSettings& settings, QWidget* parent)
     feedViews(model, settings);
     connect(pageBar, &PageBar::chosen, this, &PageArea::showPage);
     arrange();
+}
+
+void PageArea::setSpacing(int spacing) {
+    column->setSpacing(spacing);
+    devices->setSpacing(spacing);
+}
+
+bool PageArea::needsRoom() const {
+    if (!isPaged)
+        return false;
+    const Page shown = shownPage();
+    return shown == Page::TimeLine || shown == Page::Encoder || shown == Page::Settings;
 }
 
 void PageArea::feedViews(EventModel& model, InputSettings& settings) {
@@ -155,31 +166,15 @@ void PageArea::arrange() {
         }
     }
     column->setStretchFactor(devices, isPaged && isDevice(shown) ? 1 : 0);
+    emit arranged();
 }
 
 void PageArea::takeInput(const KX::KXInputEvent& event) {
     switch (shownPage()) {
     case Page::Events: eventPage->takeInput(event); break;
-    case Page::TimeLine: takeTimeLineInput(event); break;
+    case Page::TimeLine: timeLineView->takeInput(event); break;
     case Page::Settings: settingsPanel->takeInput(event); break;
     default: break;
-    }
-}
-
-void PageArea::takeTimeLineInput(const KX::KXInputEvent& event) {
-    if (event.eventType == KX::ENCODER_MOVE_EVENT) {
-        // One level per event, however fast the turn: there are few levels.
-        event.keyCode == KX::KX_KEY_UP ? timeLineView->zoomIn() : timeLineView->zoomOut();
-    } else if (KeyCodes::isPress(event)) {
-        // Home does the same as PgUp, because a keypad has only Home and End.
-        if (event.keyCode == KX::KX_KEY_HOME || event.osKeyCode == Qt::Key_PageUp)
-            timeLineView->scrollBack();
-        else if (event.osKeyCode == Qt::Key_PageDown)
-            timeLineView->scrollForward();
-        else if (event.keyCode == KX::KX_KEY_END)
-            timeLineView->follow();
-        else if (event.keyCode == KX::KX_KEY_TAB)
-            timeLineView->showOtherLanes();
     }
 }
 

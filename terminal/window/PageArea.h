@@ -62,6 +62,12 @@ public:
     /// On a small screen the keypad and the actions are pages, and the page bar is placed elsewhere.
     void setPaged(bool paged);
 
+    /// The distance between the parts, in pixels.
+    void setSpacing(int spacing);
+
+    /// Whether the page that is shown needs the room of the soft keys.
+    bool needsRoom() const;
+
     /// Shows a page. In a large window the keypad and the actions are visible anyway; the area only remembers the
     /// choice.
     void showPage(Page page);
@@ -87,11 +93,14 @@ public:
     EncoderView& encoder() const;
     SettingsPanel& settings() const;
 
+signals:
+    /// Another page is shown, or it is shown in another way.
+    void arranged();
+
 private:
     QVector<Page> pagesNow() const;
     bool isDevice(Page page) const;
     void feedViews(EventModel& model, InputSettings& settings);
-    void takeTimeLineInput(const KX::KXInputEvent& event);
     void arrange();
 
     PageBar* pageBar;

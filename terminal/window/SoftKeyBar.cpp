@@ -1,5 +1,8 @@
 #include "terminal/window/SoftKeyBar.h"
 
+#include "terminal/look/GestureMark.h"
+#include "terminal/look/ScreenButton.h"
+#include "terminal/look/Sizes.h"
 #include "terminal/look/Theme.h"
 
 #include <QHBoxLayout>
@@ -11,14 +14,7 @@ namespace {
 
 const char* const labels[] = {"Start", "Stop", "Lift", "Lower", "Fold", "Rate", "Lights", "Menu"};
 
-QString wordFor(KX::KXGesture gesture) {
-    switch (gesture) {
-    case KX::KXGesture::DoublePress: return QStringLiteral("DOUBLE");
-    case KX::KXGesture::LongPress: return QStringLiteral("LONG");
-    case KX::KXGesture::Escape: return QStringLiteral("ESCAPED");
-    default: return QStringLiteral("PRESS");
-    }
-}
+constexpr int keyHeight = 62; // scaled
 
 } // namespace
 
@@ -41,56 +37,58 @@ std::optional<KX::KXGesture> SoftKey::recognised() const {
 }
 
 QSize SoftKey::sizeHint() const {
-    return {112, 78};
+    const Sizes sizes = Sizes::of(*this);
+    return {sizes.scaled(112), sizes.scaled(keyHeight)};
 }
 
 QSize SoftKey::minimumSizeHint() const {
-    return {80, 78}; // for a finger in a glove
+    const Sizes sizes = Sizes::of(*this);
+    return {sizes.scaled(66), sizes.scaled(keyHeight)}; // for a finger in a glove
 }
 
 void SoftKey::paintEvent(QPaintEvent* /*event*/) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    paintFace(painter);
+    const double corner = Sizes::of(*this).scaled(7);
+    if (isEnabled())
+        paintFace(painter, *this, corner);
+    else
+        paintOffFace(painter, corner);
     paintTexts(painter);
 }
 
-void SoftKey::paintFace(QPainter& painter) const {
-    const QColor edge = recognisedGesture ? Theme::colourOf(*recognisedGesture) : Theme::outline();
-    QLinearGradient face(0, 0, 0, height());
-    if (isDown()) {
-        face.setColorAt(0, edge.darker(190));
-        face.setColorAt(1, edge.darker(150));
-    } else {
-        face.setColorAt(0, Theme::panel().lighter(165));
-        face.setColorAt(1, Theme::panel().lighter(115));
-    }
-    painter.setPen(QPen(isDown() ? Theme::text() : edge, 2));
-    painter.setBrush(face);
-    painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), 7, 7);
+// A key that is switched off is flat and has a broken border.
+void SoftKey::paintOffFace(QPainter& painter, double corner) const {
+    painter.setPen(QPen(Theme::edge(), 1, Qt::DotLine));
+    painter.setBrush(Theme::screen());
+    painter.drawRoundedRect(QRectF(rect()).adjusted(1.5, 1.5, -1.5, -1.5), corner, corner);
 }
 
 void SoftKey::paintTexts(QPainter& painter) const {
-    const QRect inside = rect().adjusted(9, 7, -9, -7);
-    painter.setPen(Theme::quietText());
-    painter.setFont(Theme::font(11, true));
+    const Sizes sizes = Sizes::of(*this);
+    const int margin = sizes.scaled(6);
+    const QRect inside = rect().adjusted(margin, sizes.scaled(4), -margin, -sizes.scaled(6));
+    const int upperHeight = QFontMetrics(Theme::font(sizes.text())).height();
+    painter.setPen(isEnabled() ? labelColour(*this) : Theme::quietText());
+    painter.setFont(Theme::font(sizes.text()));
     painter.drawText(inside, Qt::AlignTop | Qt::AlignLeft, QStringLiteral("F%1").arg(number));
 
-    painter.setPen(Theme::text());
-    painter.setFont(Theme::font(16, true));
-    painter.drawText(rect().adjusted(4, 0, -4, 0), Qt::AlignCenter, text());
+    painter.setPen(isEnabled() ? Theme::text() : Theme::quietText());
+    painter.setFont(Theme::fittedFont(text(), width() - sizes.scaled(14), sizes.scaled(22), sizes.text()));
+    painter.drawText(rect().adjusted(0, inside.top() + upperHeight, 0, -sizes.scaled(4)), Qt::AlignCenter, text());
 
-    if (!recognisedGesture)
+    if (!recognisedGesture || !isEnabled())
         return;
-    painter.setPen(isDown() ? Theme::text() : Theme::colourOf(*recognisedGesture));
-    painter.setFont(Theme::font(11, true));
-    painter.drawText(inside, Qt::AlignBottom | Qt::AlignHCenter, wordFor(*recognisedGesture));
+    const double size = sizes.scaled(16);
+    const double halfWidth = GestureMark::widthOf(*recognisedGesture, size) / 2;
+    GestureMark::draw(painter, *recognisedGesture,
+                      QPointF(inside.right() - halfWidth, inside.top() + upperHeight / 2.0), size);
 }
 
 SoftKeyBar::SoftKeyBar(QWidget* parent) : QWidget(parent) {
     auto* row = new QHBoxLayout(this);
     row->setContentsMargins(0, 0, 0, 0);
-    row->setSpacing(Theme::spacing - 2);
+    row->setSpacing(6);
     for (const char* label : labels) {
         auto* key = new SoftKey(softKeys.size() + 1, QString::fromLatin1(label), this);
         const int number = softKeys.size();
@@ -105,6 +103,11 @@ SoftKeyBar::SoftKeyBar(QWidget* parent) : QWidget(parent) {
 
 const QVector<SoftKey*>& SoftKeyBar::keys() const {
     return softKeys;
+}
+
+void SoftKeyBar::setSwitchedOff(bool off) {
+    for (SoftKey* key : qAsConst(softKeys))
+        key->setEnabled(!off);
 }
 
 void SoftKeyBar::showEvents(const ClassifiedEvents& events) {

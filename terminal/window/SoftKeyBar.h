@@ -18,7 +18,7 @@ class SoftKey : public QAbstractButton {
 public:
     SoftKey(int number, const QString& label, QWidget* parent = nullptr);
 
-    /// Shows how the last press of this key was classified; nothing restores the normal look.
+    /// Shows the sign of how the last press of this key was classified; nothing removes the sign.
     void showRecognised(std::optional<KX::KXGesture> gesture);
 
     std::optional<KX::KXGesture> recognised() const;
@@ -30,7 +30,7 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    void paintFace(QPainter& painter) const;
+    void paintOffFace(QPainter& painter, double corner) const;
     void paintTexts(QPainter& painter) const;
 
     int number;
@@ -45,6 +45,9 @@ public:
     explicit SoftKeyBar(QWidget* parent = nullptr);
 
     void showEvents(const ClassifiedEvents& events);
+
+    /// While input is off, no key does anything, and each looks so.
+    void setSwitchedOff(bool off);
 
     const QVector<SoftKey*>& keys() const;
 

@@ -16,6 +16,7 @@ class Display:
     SIZE = (1280, 1024)
 
     def __init__(self, size=SIZE):
+        self.size = tuple(size)
         read_end, write_end = os.pipe()
         self.memory = tempfile.TemporaryDirectory()  # where the screen's pixels can be read
         self.server = subprocess.Popen(

@@ -23,6 +23,9 @@ DOUBLE_PRESS_MS = 300
 # How often a test tries a gesture that a busy machine may make too slowly.
 ATTEMPTS = 8
 
+# How long a test tries a gesture of many reports, each of which a busy machine may make too late.
+BUSY_SECONDS = 60
+
 
 class Terminal:
     """A running kxterminal. A thread reads its output."""
@@ -90,6 +93,10 @@ class Terminal:
             self.runtime_folder.cleanup()
 
 
+# The size of the window on a larger screen, where there is room outside the window.
+WINDOW_SIZE = (1024, 768)
+
+
 class Operator:
     """The hands at a terminal. The window is open and has the focus."""
 
@@ -97,6 +104,8 @@ class Operator:
         self.display = display
         self.terminal = terminal
         self.window = display.wait_for_window("kxterminal", terminal.process)
+        if display.size == Display.SIZE:
+            display.xdotool("windowsize", "--sync", self.window, *WINDOW_SIZE)
         display.focus(self.window)
         self.width, self.height = self._window_size()
 

@@ -173,7 +173,7 @@ class Mouse(OperatorTestCase):
 
     def test_a_soft_key_tells_of_its_mouse_press_and_of_no_key(self):
         for x in (self.width // 16, self.width * 15 // 16):  # the centres of the first and the last of eight
-            self.point_at(x, 215)
+            self.point_at(x, 158)
             self.operator("click", 1)
             self.check(self.terminal.events_until_quiet(2), ("MOUSE_PRESS_EVENT", LEFT),
                        ("MOUSE_RELEASE_EVENT", LEFT))

@@ -1,8 +1,10 @@
 """The pages and the settings on a small screen, by keys only and by touch only."""
 
+import signal
+import time
 import unittest
 
-from kxterminal_session import ATTEMPTS, OperatorTestCase, QUIET_SECONDS
+from kxterminal_session import ATTEMPTS, Display, GENEROUS_SECONDS, OperatorTestCase, QUIET_SECONDS, Terminal
 
 ESCAPE, HOME, DOWN = 0, 1, 5
 F12 = 18
@@ -20,15 +22,17 @@ def is_reddish(colour):
 
 class SmallScreen(OperatorTestCase):
     SCREEN = (800, 480)
-    PAGE_BUTTONS = [(123, 32), (214, 32), (310, 32), (400, 32), (487, 32), (593, 32)]
-    BUTTON_EDGE = 11
-    PAGE = (10, 252, 780, 216)
-    BANNER = (400, 108)
-    BANNER_CORNER = (20, 80)
-    FIRST_KEY = (50, 330)
-    LOOP_BUTTON = (720, 438)
-    MINUS_OF_DOUBLE_PRESS = (202, 281)
-    SWITCH = (341, 415)
+    PAGE_BUTTONS = [(122, 30), (210, 30), (303, 30), (389, 30), (471, 30), (558, 30)]
+    BUTTON_EDGE = 9
+    PAGE = (8, 212, 784, 260)
+    LOCK = (90, 171)
+    EDGE_OF_LOCK = (90, 150)
+    BANNER = (400, 97)
+    BANNER_CORNER = (20, 70)
+    FIRST_KEY = (51, 296)
+    LOOP_BUTTON = (710, 442)
+    MINUS_OF_DOUBLE_PRESS = (205, 190)
+    SWITCH = (343, 399)
 
     def setUp(self):
         super().setUp()
@@ -48,6 +52,9 @@ class SmallScreen(OperatorTestCase):
     def touch(self, point):
         self.point_at(*point)
         self.operator("click", 1)
+
+    def lock_is_lit(self):
+        return self.display.pixels(*self.EDGE_OF_LOCK, 1, 1) == [[ACCENT]]
 
     def banner_is_shown(self):
         return is_reddish(self.display.pixels(*self.BANNER_CORNER, 1, 1)[0][0])
@@ -102,6 +109,16 @@ class ByKeys(SmallScreen):
         self.wait_for_page(SETTINGS)
         self.key("F12")
         self.wait_for_page(ACTIONS)
+
+    def test_the_time_line_is_unlocked_zoomed_and_locked_again(self):
+        self.key("F11")
+        self.wait_for_page(TIME_LINE)
+        self.terminal.events_until_quiet(2)
+        self.wait_until(lambda: self.lock_is_lit(), "the time line is not locked at first")
+        self.key("l")
+        self.wait_until(lambda: not self.lock_is_lit(), "the key L has not unlocked the time line")
+        self.key("l")
+        self.wait_until(lambda: self.lock_is_lit(), "the key L has not locked the time line")
 
     def test_a_shorter_double_press_takes_effect(self):
         self.check_that_two_taps_are(300, range(101, 301))
@@ -159,6 +176,15 @@ class ByTouch(SmallScreen):
         self.touch(self.BANNER)
         self.check_that_input_is_taken()
 
+    def test_the_time_line_is_unlocked_and_locked_again(self):
+        self.touch(self.PAGE_BUTTONS[TIME_LINE])
+        self.wait_for_page(TIME_LINE)
+        self.wait_until(lambda: self.lock_is_lit(), "the time line is not locked at first")
+        self.touch(self.LOCK)
+        self.wait_until(lambda: not self.lock_is_lit(), "a touch has not unlocked the time line")
+        self.touch(self.LOCK)
+        self.wait_until(lambda: self.lock_is_lit(), "a touch has not locked the time line")
+
     def test_the_keypad_and_the_loop_button_work_on_their_pages(self):
         self.touch(self.PAGE_BUTTONS[KEYPAD])
         self.wait_for_page(KEYPAD)
@@ -169,6 +195,37 @@ class ByTouch(SmallScreen):
         self.wait_for_page(ACTIONS)
         self.touch(self.LOOP_BUTTON)
         self.terminal.next_library_line("KXActionQueue::executeActions: Found loop")
+
+
+class WholeScreen(unittest.TestCase):
+    """Without a window manager, on screens of any shape: no border stays black."""
+
+    BACKGROUND = (0x10, 0x14, 0x18)
+
+    def check_that_it_covers(self, *size):
+        display = Display(size)
+        self.addCleanup(display.close)
+        terminal = Terminal(display=display)
+        self.addCleanup(terminal.wait)
+        self.addCleanup(terminal.signal, signal.SIGTERM)
+        display.wait_for_window("kxterminal", terminal.process)
+        corners = [(x, y) for x in (0, size[0] - 1) for y in (0, size[1] - 1)]
+        deadline = time.monotonic() + GENEROUS_SECONDS
+        while any(display.pixels(x, y, 1, 1) != [[self.BACKGROUND]] for x, y in corners):
+            self.assertLess(time.monotonic(), deadline, "a border of the screen is black")
+            time.sleep(0.05)
+
+    def test_a_screen_of_640x480_is_covered(self):
+        self.check_that_it_covers(640, 480)
+
+    def test_a_screen_of_800x480_is_covered(self):
+        self.check_that_it_covers(800, 480)
+
+    def test_an_upright_screen_is_covered(self):
+        self.check_that_it_covers(640, 960)
+
+    def test_a_screen_of_1920x1080_is_covered(self):
+        self.check_that_it_covers(1920, 1080)
 
 
 if __name__ == "__main__":

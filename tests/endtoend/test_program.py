@@ -46,12 +46,17 @@ class CommandLine(ProgramTestCase):
                  ("--exit-after", "soon"): "--exit-after: 'soon'", ("--exit-after", "-1"): "--exit-after: '-1'",
                  ("--exit-after", "2147483648"): "--exit-after: '2147483648'",
                  ("--exit-after", ""): "--exit-after: ''", ("--screenshot", ""): "--screenshot",
+                 ("--print", "--print"): "--print is given twice", ("--speed=2",): "--speed is for --replay only",
+                 ("--exit-after=1", "--exit-after", "2"): "--exit-after is given twice",
+                 ("--replay=a", "--to", "x"): "--to: 'x' is neither", ("--", "--print"): "'--print'",
+                 ("--screenshot",): "the file of --screenshot is missing", ("-platform", "offscreen"): "-platform",
+                 ("--keep-last=1", "--save-to", "/nowhere/at/all"): "/nowhere/at/all: No such file or directory",
                  ("two\nlines",): "two"}
         for arguments, told in cases.items():
             with self.subTest(arguments=arguments):
                 done = self.run_kxterminal(*arguments)
                 self.assertEqual((2, ""), (done.returncode, done.stdout))
-                self.assertRegex(done.stderr, r"\Akxterminal: [^\n]+\n\Z")
+                self.assertRegex(done.stderr, r"\A(kxterminal|/nowhere/at/all): [^\n]+\n\Z")
                 self.assertIn(told, done.stderr)
 
     def test_without_a_display_it_says_so_in_one_line(self):
@@ -97,6 +102,40 @@ class Ending(ProgramTestCase):
         self.assertEqual(0, process.wait(GENEROUS_SECONDS))
 
 
+class OutputEnding(ProgramTestCase):
+    """Output that cannot be written is told in one line, and is status 1."""
+
+    def run_shell(self, words):
+        environment = dict(os.environ, QT_QPA_PLATFORM="offscreen", XDG_RUNTIME_DIR=self.folder)
+        return subprocess.run(["/bin/sh", "-c", f"'{KXTERMINAL}' {words}"], env=environment, stdout=subprocess.PIPE,
+                              stderr=subprocess.PIPE, text=True, timeout=GENEROUS_SECONDS, check=False)
+
+    def write_session(self):
+        path = os.path.join(self.folder, "a.kxr")
+        with open(path, "w", encoding="ascii") as file:
+            file.write("kxrecording 1\n" + "".join(
+                f"{1000 + i} toolkit TOOLKIT_KEY_{what}_EVENT os=0x1000000\n" for i, what in
+                enumerate(["PRESS", "RELEASE"] * 3)))
+        return path
+
+    def test_help_version_and_events_that_cannot_be_written(self):
+        session = self.write_session()
+        for words in ("--help", "--version", f"--print --replay {session} --exit-at-end"):
+            for target, why in ((">/dev/full", "No space left on device"), (">&-", "Bad file descriptor")):
+                with self.subTest(words=words, target=target):
+                    done = self.run_shell(f"{words} {target}")
+                    self.assertEqual((1, f"kxterminal: standard output: {why}\n"), (done.returncode, done.stderr))
+
+    def test_no_file_takes_the_place_of_a_closed_output(self):
+        session = self.write_session()
+        recording = os.path.join(self.folder, "new.kxr")
+        done = self.run_shell(f"--record {recording} --exit-after 300 >&- 2>&- <&-")
+        self.assertEqual(0, done.returncode)
+        with open(recording, encoding="ascii") as file:
+            self.assertNotIn("setRask44options", file.read())
+        self.assertEqual(0, self.run_shell(f"--replay {session} --exit-at-end >&-").returncode, "nothing was printed")
+
+
 class Picture(ProgramTestCase):
     def test_screenshot_writes_a_picture_with_something_on_it(self):
         path = os.path.join(self.folder, "picture.png")
@@ -108,10 +147,28 @@ class Picture(ProgramTestCase):
 
     def test_a_picture_that_cannot_be_written_is_an_error(self):
         path = os.path.join(self.folder, "missing", "picture.png")
-        done = self.run_kxterminal("--screenshot", path, "--exit-after", "100")
-        self.assertEqual(2, done.returncode)
-        self.assertRegex(done.stderr, r"\Akxterminal: --screenshot: [^\n]+\n\Z")
-        self.assertIn(path, done.stderr)
+        refusals = {path: "No such file or directory", self.folder: "Is a directory",
+                    "/sys/picture.png": "Permission denied"}
+        for file, why in refusals.items():
+            with self.subTest(file=file):
+                done = self.run_kxterminal("--screenshot", file)  # refused at the start: nothing ends this session
+                self.assertEqual((2, ""), (done.returncode, done.stdout))
+                self.assertEqual(f"kxterminal: --screenshot: cannot write {file}: {why}\n", done.stderr)
+
+    def test_a_picture_for_which_the_disk_has_no_room_is_told_at_the_end(self):
+        done = self.run_kxterminal("--screenshot", "/dev/full", "--exit-after", "100")
+        self.assertEqual((1, "kxterminal: --screenshot: cannot write /dev/full: No space left on device\n"),
+                         (done.returncode, done.stderr))
+
+    def test_to_try_the_path_changes_nothing(self):
+        path = os.path.join(self.folder, "picture.png")
+        process = subprocess.Popen([KXTERMINAL, "--screenshot", path], stdout=subprocess.PIPE,
+                                   env=dict(os.environ, QT_QPA_PLATFORM="offscreen", XDG_RUNTIME_DIR=self.folder))
+        process.stdout.readline()  # it runs
+        self.assertFalse(os.path.exists(path))
+        process.kill()
+        process.wait(GENEROUS_SECONDS)
+        process.stdout.close()
 
 
 class Demo(ProgramTestCase):

@@ -15,13 +15,13 @@ from kxterminal_session import (GENEROUS_SECONDS, KXTERMINAL, LIBRARY_LINE, QUIE
 KXREPLAY, KXCAN = os.environ["KXREPLAY"], os.environ["KXCAN"]
 
 # In a window of 1024x768.
-FIRST_KEY = (48, 323)
-KNOB = (595, 360)
-BESIDE_EVERYTHING = (840, 350)
-DOUBLE_PRESS_MINUS = (314, 541)
-ACCEPT_INPUT_SWITCH = (453, 698)
-INPUT_OFF_BANNER = (400, 100)
-EDGE_OF_SETTINGS_BUTTON = (380, 451)
+FIRST_KEY = (45, 262)
+KNOB = (593, 300)
+BESIDE_EVERYTHING = (760, 300)
+DOUBLE_PRESS_MINUS = (315, 488)
+ACCEPT_INPUT_SWITCH = (453, 688)
+INPUT_OFF_BANNER = (400, 82)
+EDGE_OF_SETTINGS_BUTTON = (346, 390)
 LIT = (0xf2, 0xb7, 0x05)
 
 HOME_DOWN, HOME_UP = "18FF0001#8000000000000000", "18FF0001#0000000000000000"
@@ -311,7 +311,24 @@ class Files(RecordingTestCase):
         self.check_refused(self.play(self.file), self.file + ": No such file or directory")
         done = self.play(self.folder)
         self.assertEqual((2, ""), (done.returncode, done.stdout))
-        self.assertRegex(done.stderr, rf"\A{self.folder}: [^\n]+\n\Z")
+        self.assertEqual(self.folder + ": Is a directory\n", done.stderr)
+
+    def test_a_recording_that_was_lost_is_an_error(self):
+        for text in ("", "\n", "kxrecording 1\n", "# a comment\n"):
+            with self.subTest(text=text):
+                self.write(text)
+                self.check_refused(self.play(self.file), self.file + ": there is nothing to play in it")
+        self.write("kxrecording 1\n1000 end\n")
+        self.assertEqual((0, ""), ((done := self.play(self.file)).returncode, done.stderr))
+
+    def test_a_part_that_is_not_in_the_recording_is_told(self):
+        self.write("kxrecording 1\n1000 pass\n5000 end\n")
+        self.check_refused(self.play(self.file, "--from", "5001"),
+                           "kxterminal: --from: tick 5001 is not in the recording (1000 to 5000)")
+        self.check_refused(self.play(self.file, "--from", "4.1s"),
+                           "kxterminal: --from: tick 5100 is not in the recording (1000 to 5000)")
+        self.check_refused(self.play(self.file, "--from", "3000", "--to", "1.999s"),
+                           "kxterminal: --to: tick 2999 is before --from, tick 3000")
 
     def test_a_bad_recording_is_told_with_its_line(self):
         lines = {"soon pass": 2, "1000 set double-press many": 2, "1000 pass\n900 pass": 3,
@@ -347,12 +364,10 @@ class Files(RecordingTestCase):
         self.assertFalse(os.path.exists(other))
 
     def test_a_recording_without_input_is_played(self):
-        for text in ("", "kxrecording 1\n"):
-            with self.subTest(text=text):
-                self.write(text)
-                done = self.play(self.file, "--print")
-                self.assertEqual((0, ""), (done.returncode, done.stderr))
-                self.assertEqual([], self.printed_events(done))
+        self.write("kxrecording 1\n1000 end\n")
+        done = self.play(self.file, "--print")
+        self.assertEqual((0, ""), (done.returncode, done.stderr))
+        self.assertEqual([], self.printed_events(done))
 
 
 if __name__ == "__main__":

@@ -52,9 +52,9 @@ protected:
         return text.trimmed().toStdString();
     }
 
-    std::string dropped() {
+    std::string recent() {
         panel.showState(desk);
-        return panel.droppedText().toStdString();
+        return panel.recentTexts().join(QStringLiteral("; ")).toStdString();
     }
 
     ActionDesk desk;
@@ -78,7 +78,7 @@ public:
 
 TEST_F(ActionDeskTest, BeginsWithNothingCounted) {
     EXPECT_EQ("0 0 0 0", shown());
-    EXPECT_EQ("", dropped());
+    EXPECT_EQ("", recent());
 }
 
 TEST_F(ActionDeskTest, EachEventPostsAnActionAndASoftKeyOneMore) {
@@ -93,7 +93,7 @@ TEST_F(ActionDeskTest, EachEventPostsAnActionAndASoftKeyOneMore) {
 TEST_F(ActionDeskTest, AFoldedImplementIsNotReadyToBeLowered) {
     desk.takeEvent(softKey(ActionDesk::Lower));
     EXPECT_EQ("2 1 1 0", shown());
-    EXPECT_EQ("\u201cLower\u201d not ready: it is folded", dropped());
+    EXPECT_EQ("Lower: not ready: it is folded; Note the event: executed", recent());
     EXPECT_EQ("folded", desk.implementState().toStdString());
 
     desk.takeEvent(softKey(ActionDesk::Fold));
@@ -103,7 +103,9 @@ TEST_F(ActionDeskTest, AFoldedImplementIsNotReadyToBeLowered) {
 
     desk.takeEvent(softKey(ActionDesk::Fold));
     EXPECT_EQ("8 6 2 0", shown());
-    EXPECT_EQ("\u201cFold\u201d not ready: it is in use", dropped());
+    EXPECT_EQ("Fold: not ready: it is in use; Note the event: executed \u00d74; Lower: executed; Fold: executed; "
+              "Lower: not ready: it is folded",
+              recent());
 }
 
 TEST_F(ActionDeskTest, ASoftKeyOnTheScreenActsWithTheNextPressOfTheMouseOnly) {
@@ -121,7 +123,7 @@ TEST_F(ActionDeskTest, ALoopIsStoppedAndSaidOnceForEachChain) {
     desk.startLoop();
     // Two actions run in turns. The second is refused when it should run again.
     EXPECT_EQ("4 3 0 1", shown());
-    EXPECT_EQ("Loop stopped at \u201cAdjust valve\u201d", dropped());
+    EXPECT_EQ("Adjust valve: stopped, a loop; Check pressure: executed \u00d72; Adjust valve: executed", recent());
     desk.takeEvent(press(KeyCodes::startLoop));
     EXPECT_EQ("9 7 0 2", shown());
     EXPECT_EQ(0U, KXActionQueue::instance()->pendingItems.size());

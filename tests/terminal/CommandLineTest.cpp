@@ -68,10 +68,10 @@ TEST(CommandLineTest, TakesWhatToKeepAndWhereToSaveIt) {
     const CommandLine settings = parse({"--keep-last", "10", "--save-to", "complaints", "--save-most=3"});
     EXPECT_EQ(CommandLine::Outcome::Run, settings.outcome) << settings.text.toStdString();
     EXPECT_EQ(10, settings.keptMinutes);
-    EXPECT_EQ(QStringLiteral("complaints"), settings.saveFolder);
+    EXPECT_EQ(QStringLiteral("complaints"), settings.saveTo);
     EXPECT_EQ(3, settings.mostSaved);
     EXPECT_EQ(0, parse({}).keptMinutes);
-    EXPECT_EQ(QStringLiteral("."), parse({"--keep-last", "1"}).saveFolder);
+    EXPECT_EQ(QStringLiteral("."), parse({"--keep-last", "1"}).saveTo);
 }
 
 TEST(CommandLineTest, MinutesGoFromOneToADay) {
@@ -88,4 +88,29 @@ TEST(CommandLineTest, SavesOnlyWhatIsKept) {
     EXPECT_EQ("kxterminal: --save-to is for --keep-last only", parse({"--save-to", "x"}).text.toStdString());
     EXPECT_EQ("kxterminal: --save-most is for --keep-last only", parse({"--save-most", "3"}).text.toStdString());
     EXPECT_EQ(CommandLine::Outcome::Refuse, parse({"--keep-last", "3", "--replay", "a.kxr"}).outcome);
+}
+
+TEST(CommandLineTest, TakesAPartOfAReplay) {
+    const CommandLine settings = parse({"--replay", "a.kxr", "--from", "12.5s", "--to=4294967295"});
+    ASSERT_EQ(CommandLine::Outcome::Run, settings.outcome) << settings.text.toStdString();
+    EXPECT_EQ(13500U, settings.from->inSession(1000));
+    EXPECT_EQ(4294967295U, settings.to->inSession(1000));
+    EXPECT_EQ((std::uint64_t{1} << 32) + 5, Arguments::SessionTime::parse("5").inSession(4294967290U))
+        << "past the wrap";
+    for (const char* bad : {"", "s", "-1", "1.5", "1m", "4294967296", "1s s", "nans"}) {
+        const CommandLine refused = parse({"--replay", "a.kxr", "--from", bad});
+        EXPECT_EQ(
+            QStringLiteral("kxterminal: --from: '%1' is neither a tick (8933702) nor seconds from the beginning "
+                           "(12.5s)")
+                .arg(bad),
+            refused.text);
+    }
+    EXPECT_EQ("kxterminal: --from is for --replay only", parse({"--from", "1"}).text.toStdString());
+    EXPECT_EQ("kxterminal: --to is for --replay only", parse({"--to", "1s"}).text.toStdString());
+}
+
+TEST(CommandLineTest, NothingIsGivenTwice) {
+    EXPECT_EQ("kxterminal: --print is given twice", parse({"--print", "--print"}).text.toStdString());
+    EXPECT_EQ("kxterminal: --record is given twice", parse({"--record=a", "--record", "a"}).text.toStdString());
+    EXPECT_TRUE(parse({"--full-screen"}).fullScreen);
 }

@@ -92,12 +92,12 @@ TEST_F(EncoderViewTest, TablesWithoutRowsOrWithOneAreDrawn) {
 }
 
 TEST_F(EncoderViewTest, ShowsAMoveAsNumbersAndAsAPointOnTheCurve) {
-    EXPECT_EQ(QStringLiteral("\u2013"), view.valueText());
+    EXPECT_EQ(QStringLiteral("\u2013"), view.turnText());
     EXPECT_EQ(0, pixelsOf(Theme::accent(), leftHalf));
     view.showMove(move(1000, 1234567), 12);
     waitForPace();
     EXPECT_EQ(QStringLiteral("12 ms"), view.stepTimeText());
-    EXPECT_EQ(QStringLiteral("1\u2009234\u2009567"), view.incrementText());
+    EXPECT_EQ(QStringLiteral("1\u2009234\u2009567"), view.stepText());
     view.showMove(move(1010, 64), 15);
     waitForPace();
     EXPECT_EQ(QPointF(15, 64), view.trail().back());
@@ -122,38 +122,38 @@ TEST_F(EncoderViewTest, TheTrailHasTheLastFewMoves) {
 
 TEST_F(EncoderViewTest, TheValueOfATurnIsTheSumOfItsMovesDownwardsNegative) {
     view.append({move(1000, 1), move(1050, 16), move(1100, 64)});
-    EXPECT_EQ(QStringLiteral("81"), view.valueText());
+    EXPECT_EQ(QStringLiteral("+81"), view.turnText());
     view.append({move(1150, 100, down)});
-    EXPECT_EQ(QStringLiteral("\u221219"), view.valueText());
+    EXPECT_EQ(QStringLiteral("\u221219"), view.turnText());
 }
 
 TEST_F(EncoderViewTest, ATurnEndsAfterARest) {
     constexpr auto rest = static_cast<unsigned int>(EncoderTrace::restMs);
     view.append({move(1000, 5), move(1000 + rest - 1, 5)});
-    EXPECT_EQ(QStringLiteral("10"), view.valueText());
+    EXPECT_EQ(QStringLiteral("+10"), view.turnText());
     view.append({move(1000 + 2 * rest - 1, 5)});
-    EXPECT_EQ(QStringLiteral("5"), view.valueText());
+    EXPECT_EQ(QStringLiteral("+5"), view.turnText());
     EXPECT_TRUE(view.trace().steps().back().beginsTurn);
 }
 
 TEST_F(EncoderViewTest, ATurnGoesOnAcrossTheWrapOfTheTick) {
     view.append({move(0xFFFFFFF0U, 5), move(0x10U, 5)});
-    EXPECT_EQ(QStringLiteral("10"), view.valueText());
+    EXPECT_EQ(QStringLiteral("+10"), view.turnText());
     EXPECT_EQ(0x20, view.trace().steps()[1].time - view.trace().steps()[0].time);
 }
 
 TEST_F(EncoderViewTest, SeveralRawStepsInOneMoveShareItsValue) {
     view.append({move(1000, 48, up, 3)});
-    EXPECT_EQ(QStringLiteral("16"), view.incrementText());
-    EXPECT_EQ(QStringLiteral("48"), view.valueText());
+    EXPECT_EQ(QStringLiteral("16"), view.stepText());
+    EXPECT_EQ(QStringLiteral("+48"), view.turnText());
 }
 
 TEST_F(EncoderViewTest, AMoveMadeByKeysCountsWhatItsBundleGrewBy) {
     view.append({keyMade(1000, 1, 1), keyMade(1050, 9, 2), keyMade(1100, 73, 4)});
-    EXPECT_EQ(QStringLiteral("16"), view.incrementText());
-    EXPECT_EQ(QStringLiteral("73"), view.valueText());
+    EXPECT_EQ(QStringLiteral("16"), view.stepText());
+    EXPECT_EQ(QStringLiteral("+73"), view.turnText());
     view.append({keyMade(1300, 1, 1)}); // a new bundle
-    EXPECT_EQ(QStringLiteral("74"), view.valueText());
+    EXPECT_EQ(QStringLiteral("+74"), view.turnText());
 }
 
 TEST_F(EncoderViewTest, TheStepTimeIsReckonedAsTheEncoderDoes) {

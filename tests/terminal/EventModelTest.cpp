@@ -48,11 +48,22 @@ TEST(EventModelTest, ARowHasAllColumns) {
     model.append({event});
     EXPECT_EQ("7", cell(model, 0, EventModel::Time));
     EXPECT_EQ("MOUSE_PRESS_EVENT", cell(model, 0, EventModel::Name));
+    EXPECT_EQ("\u2013", cell(model, 0, EventModel::Distance)) << "there is no event before";
+    EXPECT_EQ("\u2013", cell(model, 0, EventModel::KeyCode));
     EXPECT_EQ("3 input", cell(model, 0, EventModel::Class));
     EXPECT_EQ("Left button", cell(model, 0, EventModel::Key));
     EXPECT_EQ("\u2013", cell(model, 0, EventModel::ToolkitKey));
     EXPECT_EQ("\u2013", cell(model, 0, EventModel::Value));
     EXPECT_EQ("\u2013", cell(model, 0, EventModel::Count));
+}
+
+TEST(EventModelTest, ARowTellsHowLongAfterTheEventBeforeItWas) {
+    EventModel model;
+    model.append(eventsAt(100, 1));
+    model.append(eventsAt(190, 2));
+    EXPECT_EQ("+1 ms", cell(model, 0, EventModel::Distance));
+    EXPECT_EQ("+90 ms", cell(model, 1, EventModel::Distance));
+    EXPECT_EQ("\u2013", cell(model, 2, EventModel::Distance));
 }
 
 TEST(EventModelTest, KeepsTheNewestUpToItsCapacity) {
@@ -117,6 +128,29 @@ TEST_F(EventListViewTest, FollowsTheNewestEventAtItsTop) {
     model.append(eventsAt(200, 3));
     QCoreApplication::processEvents();
     EXPECT_EQ("202", timeInTopRow());
+}
+
+TEST_F(EventListViewTest, ClassToolkitKeyAndTickAreShownOnDemand) {
+    const auto isShown = [this](EventModel::Column column) { return !view.isColumnHidden(column); };
+    for (const auto column : {EventModel::Time, EventModel::KeyCode, EventModel::ToolkitKey, EventModel::Class})
+        EXPECT_FALSE(isShown(column)) << column;
+    for (const auto column : {EventModel::Name, EventModel::Distance, EventModel::Key, EventModel::Value})
+        EXPECT_TRUE(isShown(column)) << column;
+    view.showDetails(true);
+    for (const auto column :
+         {EventModel::Name, EventModel::Time, EventModel::KeyCode, EventModel::ToolkitKey, EventModel::Class})
+        EXPECT_TRUE(isShown(column)) << column;
+    view.showDetails(false);
+    EXPECT_FALSE(isShown(EventModel::Class));
+}
+
+TEST_F(EventListViewTest, TheLastLineIsWhole) {
+    for (const int height : {200, 217, 300, 333}) {
+        view.resize(700, height);
+        QCoreApplication::processEvents();
+        EXPECT_LE(view.viewport()->height() % view.rowHeight(0), view.viewport()->height() / view.rowHeight(0))
+            << "only the rest of the division is left, at " << height;
+    }
 }
 
 TEST_F(EventListViewTest, KeepsItsPlaceWhenScrolledDown) {

@@ -44,13 +44,50 @@ using File = std::unique_ptr<std::FILE, Closer>;
 TEST_F(EventTextTest, NamesTheKeysOfTheLibrary) {
     event.eventType = KX::KEY_PRESS_EVENT;
     event.keyCode = 4;
-    EXPECT_EQ("4 Up", EventText::key(event).toStdString());
+    EXPECT_EQ("Up", EventText::key(event).toStdString());
     event.keyCode = 100; // no test maps a key to it
-    EXPECT_EQ("100", EventText::key(event).toStdString());
+    EXPECT_EQ("Key 100", EventText::key(event).toStdString());
     event.keyCode = 65535;
     EXPECT_EQ("not mapped", EventText::key(event).toStdString());
     event.keyCode = -1;
     EXPECT_EQ("\u2013", EventText::key(event).toStdString());
+}
+
+TEST_F(EventTextTest, ShowsTheCodeOfAKey) {
+    EXPECT_EQ("\u2013", EventText::keyCode(event).toStdString());
+    event.keyCode = 0;
+    EXPECT_EQ("0", EventText::keyCode(event).toStdString());
+    event.keyCode = 65535;
+    EXPECT_EQ("65535", EventText::keyCode(event).toStdString());
+}
+
+TEST_F(EventTextTest, TheDistanceIsThatToTheEventBefore) {
+    KX::KXInputEvent previous;
+    previous.timeStamp = 1000;
+    event.timeStamp = 1000;
+    EXPECT_EQ("+0 ms", EventText::distance(event, previous).toStdString());
+    event.timeStamp = 1999;
+    EXPECT_EQ("+999 ms", EventText::distance(event, previous).toStdString());
+    event.timeStamp = 2000;
+    EXPECT_EQ("+1.00 s", EventText::distance(event, previous).toStdString());
+    event.timeStamp = 61000;
+    EXPECT_EQ("+1:00 min", EventText::distance(event, previous).toStdString());
+    event.timeStamp = 997;
+    EXPECT_EQ("\u22123 ms", EventText::distance(event, previous).toStdString());
+}
+
+TEST_F(EventTextTest, TheDistanceGoesOnAcrossTheWrapOfTheTick) {
+    KX::KXInputEvent previous;
+    previous.timeStamp = 0xFFFFFFF0U;
+    event.timeStamp = 0x10U;
+    EXPECT_EQ("+32 ms", EventText::distance(event, previous).toStdString());
+}
+
+TEST_F(EventTextTest, AnEventWithoutTickHasNoDistance) {
+    KX::KXInputEvent previous;
+    previous.timeStamp = 1000;
+    EXPECT_EQ("\u2013", EventText::distance(event, previous).toStdString());
+    EXPECT_EQ("\u2013", EventText::distance(previous, event).toStdString());
 }
 
 TEST_F(EventTextTest, NamesTheButtonOfMouseEvents) {

@@ -33,8 +33,8 @@ constexpr int eventsPerSecond = 200;
 constexpr int updatesPerPage = 25;
 constexpr int eventsPerUpdate = eventsPerSecond * RefreshPace::shortestIntervalMs / 1000;
 
-// Limits are in multiples of what this machine needs to draw a page, so a slow, instrumented or emulated one gives
-// the same result. Where a page takes 2.5 ms, the median is half of the interval.
+// Limits are in multiples of what this machine needs to draw a page, so a slow, instrumented or emulated one gives the
+// same result.
 constexpr double medianLimitInPages = 8;
 constexpr double worstLimitInPages = 40;
 

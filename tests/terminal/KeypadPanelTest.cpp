@@ -227,6 +227,23 @@ TEST_F(KeypadPanelTest, NothingOnTheKeypadTakesTheKeyboardFocus) {
     EXPECT_EQ("F8", panel->key(16)->text().toStdString());
 }
 
+TEST_F(KeypadPanelTest, TellsWithinTwoSecondsThatItsBusWasDeletedAndThatItIsBack) {
+    BusStatus bus{QStringLiteral("unix:/tmp/bus"), QStringLiteral("up"), true};
+    panel->watchBus([&bus] { return bus; });
+    EXPECT_EQ(QStringLiteral("unix:/tmp/bus: up"), panel->busText());
+    const QImage works = panel->grab().toImage();
+    bus.state = QStringLiteral("deleted");
+    bus.works = false;
+    EXPECT_TRUE(QTest::qWaitFor([this] { return panel->busText().endsWith(QStringLiteral("deleted")); }));
+    EXPECT_NE(works, panel->grab().toImage());
+    EXPECT_LE(4 * KeypadPanel::lookIntervalMs, 2000);
+    panel->showFault(QStringLiteral("the receiver is gone"));
+    bus.state = QStringLiteral("up again");
+    bus.works = true;
+    EXPECT_TRUE(QTest::qWaitFor([this] { return panel->busText().endsWith(QStringLiteral("up again")); }));
+    EXPECT_EQ(QString(), panel->fault()) << "it was about the bus that was deleted";
+}
+
 TEST_F(KeypadPanelTest, ALayoutWithoutAnEncoderHasNoKnob) {
     KeypadPanel bare;
     KX::CANRemoteOptions layout = KX::KeyLayout::empty();

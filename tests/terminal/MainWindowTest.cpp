@@ -10,13 +10,17 @@
 #include "terminal/look/KeyCodes.h"
 #include "terminal/look/ScreenButton.h"
 #include "terminal/settings/InputSettings.h"
+#include "terminal/timeline/TimeLineControls.h"
+#include "terminal/timeline/TimeLineLegend.h"
 #include "terminal/timeline/TimeLineView.h"
 #include "terminal/window/OperatorScreen.h"
 #include "terminal/window/PageArea.h"
 #include "terminal/window/SoftKeyBar.h"
 
+#include <QGuiApplication>
 #include <QImage>
 #include <QPixmap>
+#include <QScreen>
 #include <QScrollBar>
 #include <QtTest>
 
@@ -192,8 +196,8 @@ TEST_F(MainWindowTest, APressBesideTheSoftKeysBelongsToNone) {
 TEST_F(MainWindowTest, TheScreenChangesWithEveryKindOfEvent) {
     auto* screen = window.findChild<OperatorScreen*>();
     QImage last = screen->grab().toImage();
-    for (const int type :
-         {KX::KEY_PRESS_EVENT, KX::KEY_LONG_PRESS_EVENT, KX::ENCODER_MOVE_EVENT, KX::KEY_RELEASE_EVENT}) {
+    for (const int type : {KX::KEY_PRESS_EVENT, KX::KEY_LONG_PRESS_EVENT, KX::KEY_RELEASE_EVENT,
+                           KX::KEY_DOUBLE_PRESS_EVENT, KX::ENCODER_MOVE_EVENT}) {
         classified(type);
         const QImage now = screen->grab().toImage();
         EXPECT_NE(last, now) << KX::translateEventTypeToString(type);
@@ -255,8 +259,15 @@ TEST_F(MainWindowTest, KeysZoomAndScrollTheTimeLine) {
     keyPressed(KeyCodes::firstSoftKey);
     tick += 60000; // so that there is something to scroll back to
     keyPressed(KeyCodes::firstSoftKey);
-    const TimeLineView& timeLine = window.pages().timeLine();
+    TimeLineView& timeLine = window.pages().timeLine();
     const auto before = timeLine.visibleMs();
+    turn(KX::KX_KEY_UP);
+    keyPressed(KX::KX_KEY_HOME);
+    toolkitKeyPressed(Qt::Key_PageUp);
+    EXPECT_EQ(before, timeLine.visibleMs()) << "the keys are tested, so they do not move the view";
+    EXPECT_TRUE(timeLine.isFollowing());
+    toolkitKeyPressed(Qt::Key_L);
+    EXPECT_FALSE(timeLine.isLocked());
     turn(KX::KX_KEY_UP);
     EXPECT_LT(timeLine.visibleMs(), before);
     turn(KX::KX_KEY_DOWN);
@@ -271,11 +282,76 @@ TEST_F(MainWindowTest, KeysZoomAndScrollTheTimeLine) {
     for (int i = 0; i < 20 && !timeLine.isFollowing(); ++i)
         toolkitKeyPressed(Qt::Key_PageDown);
     EXPECT_TRUE(timeLine.isFollowing());
+    toolkitKeyPressed(Qt::Key_L);
+    keyPressed(KX::KX_KEY_HOME);
+    EXPECT_TRUE(timeLine.isFollowing()) << "it is locked again";
+}
+
+TEST_F(MainWindowTest, TheQuestionMarkExplainsTheTimeLine) {
+    window.showPage(Page::TimeLine);
+    TimeLineView& timeLine = window.pages().timeLine();
+    EXPECT_FALSE(timeLine.legend().isVisible());
+    toolkitKeyPressed(Qt::Key_Question);
+    EXPECT_TRUE(timeLine.legend().isVisible());
+    EXPECT_TRUE(timeLine.rect().contains(timeLine.legend().geometry()));
+    QTest::mouseClick(&timeLine.controls().legendButton(), Qt::LeftButton);
+    EXPECT_FALSE(timeLine.legend().isVisible());
+}
+
+TEST_F(MainWindowTest, SoftKeysGiveTheirRoomToThePagesThatNeedIt) {
+    window.resize(800, 480);
+    for (const Page page : window.pages().bar().pages()) {
+        window.showPage(page);
+        QCoreApplication::processEvents();
+        const bool needsRoom = page == Page::TimeLine || page == Page::Encoder || page == Page::Settings;
+        EXPECT_EQ(!needsRoom, window.softKeyBar().isVisible()) << static_cast<int>(page);
+        EXPECT_GE(window.pages().pageWidget(page).height(), needsRoom ? 320 : 240) << static_cast<int>(page);
+    }
+    window.resize(1024, 768);
+    for (const Page page : {Page::TimeLine, Page::Settings}) {
+        window.showPage(page);
+        EXPECT_TRUE(window.softKeyBar().isVisible()) << static_cast<int>(page);
+    }
+}
+
+TEST_F(MainWindowTest, TheNumbersOfTheEncoderAppearWhenItIsUsed) {
+    const auto& screen = window.operatorScreen();
+    keyPressed(KX::KX_KEY_HOME);
+    EXPECT_FALSE(screen.showsEncoder());
+    turn(KX::KX_KEY_UP);
+    EXPECT_TRUE(screen.showsEncoder());
+    keyPressed(KX::KX_KEY_HOME);
+    EXPECT_TRUE(screen.showsEncoder());
+}
+
+TEST_F(MainWindowTest, TheGestureOnTheScreenStaysWhileItsReleaseFollows) {
+    keyPressed(KX::KX_KEY_HOME);
+    const QString words = window.operatorScreen().gesture().words();
+    keyPressed(KX::KX_KEY_HOME, KX::KEY_RELEASE_EVENT);
+    EXPECT_EQ(words, window.operatorScreen().gesture().words());
+    EXPECT_TRUE(window.operatorScreen().gesture().ending());
+}
+
+TEST_F(MainWindowTest, TabShowsTheDetailsOfTheEventsAndHidesThem) {
+    EventListView& list = window.pages().events().list();
+    keyPressed(KX::KX_KEY_TAB);
+    EXPECT_TRUE(list.showsDetails());
+    QTest::mouseClick(&window.pages().events().detailsButton(), Qt::LeftButton);
+    EXPECT_FALSE(list.showsDetails());
+}
+
+TEST_F(MainWindowTest, ItCoversTheWholeScreen) {
+    MainWindow other(model, settings);
+    other.coverScreen();
+    other.show();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(QGuiApplication::primaryScreen()->availableSize(), other.size());
 }
 
 TEST_F(MainWindowTest, TabShowsTheKeysThatTheTimeLineHasNoRoomFor) {
     window.resize(800, 480);
     window.showPage(Page::TimeLine);
+    window.pages().timeLine().setLocked(false);
     constexpr int keyCount = 30;
     for (int key = 0; key < keyCount; ++key)
         keyPressed(100 + key);

@@ -102,6 +102,28 @@ TEST_F(SavedSessionsTest, AFailureIsToldAndNothingGivesWay) {
     EXPECT_THAT(files(), ElementsAre("kxterminal-2026-11-22-064511.kxr"));
 }
 
+TEST_F(SavedSessionsTest, AFileOfANameOfItsOwnIsNumberedAndStays) {
+    const SavedSessions sessions(folder.filePath("complaint.kxr"), 1,
+                                 [this](const QString& path) { return write(path); });
+    EXPECT_EQ("saved " + folder.filePath("complaint.kxr"), sessions.save(morning));
+    sessions.save(morning);
+    sessions.save(morning);
+    EXPECT_THAT(files(), ElementsAre("complaint-2.kxr", "complaint-3.kxr", "complaint.kxr"));
+}
+
+TEST_F(SavedSessionsTest, APlaceThatCannotBeUsedIsTold) {
+    EXPECT_EQ("", SavedSessions::whyUnusable(folder.path()));
+    EXPECT_EQ("", SavedSessions::whyUnusable(folder.filePath("new.kxr")));
+    EXPECT_EQ("", SavedSessions::whyUnusable("new.kxr"));
+    const QString missing = folder.filePath("missing");
+    EXPECT_EQ(missing + ": No such file or directory", SavedSessions::whyUnusable(missing));
+    EXPECT_EQ(missing + "/a.kxr: No such file or directory", SavedSessions::whyUnusable(missing + "/a.kxr"));
+    write(missing);
+    EXPECT_EQ(missing + ": Not a directory", SavedSessions::whyUnusable(missing));
+    QDir(folder.path()).mkdir("folder.kxr");
+    EXPECT_EQ("", SavedSessions::whyUnusable(folder.filePath("folder.kxr")));
+}
+
 TEST(SaveChordTest, IsSWhileCtrlIsDown) {
     SaveChord chord;
     EXPECT_FALSE(take(chord, KX::TOOLKIT_KEY_PRESS_EVENT, Qt::Key_S));

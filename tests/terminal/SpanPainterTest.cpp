@@ -14,7 +14,8 @@ QImage drawnGap(int width) {
     QImage image(width, 40, QImage::Format_RGB32);
     image.fill(Qt::black);
     QPainter painter(&image);
-    SpanPainter spans(painter, QRectF(image.rect()));
+    const SpanLook look{Sizes(Sizes::unitOfDesign)};
+    SpanPainter spans(painter, QRectF(image.rect()), look);
     KeyTimeLine::Span second{};
     second.followsPress = true;
     second.sincePreviousPress = 301;

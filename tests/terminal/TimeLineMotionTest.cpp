@@ -1,5 +1,7 @@
 #include "TimeLineViewFixture.h"
 
+#include <qwt_plot_canvas.h>
+
 #include <gtest/gtest.h>
 
 using namespace Terminal;
@@ -11,6 +13,43 @@ namespace {
 class TimeLineMotionTest : public TimeLineViewFixture {};
 
 } // namespace
+
+TEST_F(TimeLineMotionTest, InALiveViewNowIsNow) {
+    TimeLineView live;
+    live.resize(780, 320);
+    live.show();
+    EXPECT_EQ(QStringLiteral("now"), live.wordForZero());
+    live.append({keyEvent(KX::KEY_PRESS_EVENT, 999000), keyEvent(KX::KEY_RELEASE_EVENT, 999100)});
+    const Time margin = live.visibleMs() / 25;
+    EXPECT_EQ(1000000 + margin, live.rightmostTime()) << "not the time of the newest event";
+    KX::KXSimulation::advance(700);
+    EXPECT_EQ(1000700 + margin, live.rightmostTime());
+    live.scrollBack();
+    ASSERT_FALSE(live.isFollowing());
+    const Time held = live.rightmostTime();
+    KX::KXSimulation::advance(700);
+    EXPECT_EQ(held, live.rightmostTime());
+    EXPECT_EQ(QStringLiteral("stopped"), live.wordForZero()) << "it is the past that is shown";
+    live.follow();
+    EXPECT_EQ(1001400 + margin, live.rightmostTime());
+    EXPECT_EQ(QStringLiteral("now"), live.wordForZero());
+}
+
+TEST_F(TimeLineMotionTest, ALiveViewMovesUntilTheLastEventHasLeftIt) {
+    TimeLineView live;
+    live.resize(780, 320);
+    live.show();
+    EXPECT_FALSE(live.isTicking()) << "there is nothing to move";
+    live.append({keyEvent(KX::KEY_PRESS_EVENT, 1000000), keyEvent(KX::KEY_RELEASE_EVENT, 1000000)});
+    EXPECT_TRUE(QTest::qWaitFor([&live] { return live.isTicking(); }));
+    KX::KXSimulation::advance(static_cast<unsigned int>(live.visibleMs()));
+    EXPECT_TRUE(QTest::qWaitFor([&live] { return !live.isTicking(); }));
+}
+
+TEST_F(TimeLineMotionTest, InARecordingTheNewestEventIsTheEndOfTime) {
+    EXPECT_EQ(QStringLiteral("newest"), view.wordForZero());
+    EXPECT_FALSE(view.isLocked()) << "nobody tests keys";
+}
 
 TEST_F(TimeLineMotionTest, AKeyThatIsDownGrowsWhileTimePasses) {
     append({keyEvent(KX::KEY_PRESS_EVENT, 1000000)});
@@ -155,7 +194,7 @@ TEST_F(TimeLineMotionTest, RepaintsAreFarApartWhileEventsRushIn) {
             return false;
         }
     } repaints;
-    view.installEventFilter(&repaints);
+    view.findChild<QwtPlotCanvas*>()->installEventFilter(&repaints);
     append({keyEvent(KX::KEY_PRESS_EVENT, 1000000)});
     QElapsedTimer elapsed;
     elapsed.start();

@@ -62,7 +62,8 @@ protected:
     TimeLineViewFixture() {
         KX::KXSimulation::reset();
         KX::KXSimulation::setTick(1000000);
-        showAt(QSize(780, 240));
+        view.showRecording();
+        showAt(QSize(780, 320));
     }
 
     ~TimeLineViewFixture() override { KX::KXSimulation::reset(); }

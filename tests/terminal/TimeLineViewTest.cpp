@@ -1,7 +1,10 @@
 #include "TimeLineViewFixture.h"
 
 #include "terminal/events/EventText.h"
-#include "terminal/timeline/KeyLanes.h"
+#include "terminal/look/ScreenButton.h"
+#include "terminal/timeline/SpanPainter.h"
+#include "terminal/timeline/TimeLineControls.h"
+#include "terminal/timeline/TimeLineLegend.h"
 
 #include <gtest/gtest.h>
 
@@ -33,7 +36,7 @@ TEST_F(TimeLineViewTest, ADoublePressIsBlueAndItsGapIsDimensioned) {
     EXPECT_GE(pixelsAt(image, 1000050, press), 8);
     EXPECT_GE(pixelsAt(image, 1000400, doublePress), 8);
     EXPECT_GT(pixelsAt(image, 1000150, doublePress), 0) << "the dimension line between the presses";
-    EXPECT_EQ(0, pixelsAt(image, 999900, doublePress));
+    EXPECT_EQ(0, pixelsAt(image, 998900, doublePress)) << "before the text of the line";
 }
 
 TEST_F(TimeLineViewTest, AMissedDoublePressIsDimensionedInGrey) {
@@ -101,11 +104,11 @@ TEST_F(TimeLineViewTest, WhereThereIsNoRoomTheLanesUsedLastAreShownAndTheOthersC
     waitForPace();
     const QStringList newest = view.laneNames();
     ASSERT_LT(newest.size(), 12);
-    EXPECT_EQ(QStringLiteral("31"), newest.back());
+    EXPECT_EQ(QStringLiteral("Key 31"), newest.back());
     EXPECT_TRUE(view.otherLanesText().startsWith(QStringLiteral("+%1 lanes").arg(12 - newest.size())));
 
     QStringList seen = newest;
-    QTest::mouseClick(&view, Qt::LeftButton, Qt::NoModifier, QPoint(20, view.timeArea().center().y()));
+    QTest::mouseClick(&view.controls().lanesButton(), Qt::LeftButton);
     EXPECT_EQ(0, std::count(newest.begin(), newest.end(), view.laneNames().front()));
     while (view.laneNames() != newest) {
         seen << view.laneNames();
@@ -124,10 +127,11 @@ TEST_F(TimeLineViewTest, TakesNoFocus) {
 }
 
 TEST_F(TimeLineViewTest, FitsASmallScreenAndALargeOne) {
-    for (const QSize size : {QSize(780, 240), QSize(1000, 310)}) {
+    for (const QSize size : {QSize(780, 320), QSize(1000, 330)}) {
         showAt(size);
         EXPECT_EQ(size, view.size());
-        EXPECT_GE(view.timeArea().height(), 7 * KeyLanesItem::rowHeightLeast) << size.width() << " pixels wide";
+        EXPECT_GE(view.timeArea().height(), 6 * SpanPainter::leastRowHeight(Sizes(Sizes::unitOfDesign)))
+            << size.width() << " pixels wide";
         EXPECT_GE(view.timeArea().width(), size.width() * 8 / 10) << size.width() << " pixels wide";
     }
 }
