@@ -70,6 +70,18 @@ TEST(LineReader, joins_a_line_that_ends_at_a_block_or_beside_it) {
     }
 }
 
+// At a terminal, the end is a key, and more could be typed behind it.
+TEST(LineReader, keeps_to_the_end_that_it_has_seen) {
+    std::istringstream input("one\n");
+    KX::Text::LineReader reader(input);
+    std::string_view line;
+    EXPECT_TRUE(reader.next(line));
+    EXPECT_FALSE(reader.next(line));
+    EXPECT_TRUE(input.eof());
+    input.str("two\n");
+    EXPECT_FALSE(reader.next(line));
+}
+
 TEST(LineReader, refuses_a_line_above_the_longest) {
     EXPECT_EQ(1U, linesOf(std::string(65536, 'x') + "\n", 100000).size());
     EXPECT_THROW(linesOf(std::string(65537, 'x') + "\n", 100000), std::runtime_error);
