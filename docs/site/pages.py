@@ -126,7 +126,7 @@ class Writer:
     def picture(self, file, text):
         name = re.sub(r"^docs-", "", file.replace("/", "-"))
         shutil.copyfile(os.path.join(ROOT, file), os.path.join(self.target, name))
-        return '@htmlonly <img src="%s" alt="%s"/> @endhtmlonly' % (name, text.replace('"', "&quot;"))
+        return '@htmlonly <div class="picture"><img src="%s" alt="%s"/></div> @endhtmlonly' % (name, text.replace('"', "&quot;"))
 
 
 if __name__ == "__main__":

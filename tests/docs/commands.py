@@ -10,6 +10,7 @@ programs are in the path, and /opt/kx stands for the installation.
 """
 
 import os
+import re
 import subprocess
 import sys
 import tempfile
@@ -75,7 +76,7 @@ def check(block, folder):
 
 
 def check_page(page, write):
-    problems, count, left_out, replaced = [], 0, [], {}
+    problems, count, left_out, replaced = find_indented(page), 0, [], {}
     with tempfile.TemporaryDirectory() as folder:
         make_folder(folder)
         for block in pages.read_blocks(page):
@@ -102,6 +103,15 @@ def check_page(page, write):
     return problems, count, left_out
 
 
+def find_indented(page):
+    """Blocks without a fence, which nobody compiles or runs."""
+    with open(page, encoding="utf-8") as file:
+        text = re.sub(r"^```.*?^```$", lambda match: "\n" * match.group(0).count("\n"), file.read(),
+                      flags=re.MULTILINE | re.DOTALL)
+    return ["%s:%d: a block of code has a fence and a language" % (page, number)
+            for number, line in enumerate(text.split("\n"), 1) if line.startswith("    ")]
+
+
 def rewrite(page, replaced):
     with open(page, encoding="utf-8") as file:
         lines = file.read().split("\n")
@@ -124,7 +134,7 @@ def main():
             print(line)
         failed = failed or (bool(problems) and not write)
     print("%d blocks of commands" % total)
-    return 1 if failed or (not total and not names) else 0
+    return 1 if failed else 0
 
 
 if __name__ == "__main__":
