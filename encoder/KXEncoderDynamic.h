@@ -56,13 +56,13 @@ public:
     /// The weight of a new target increment in thousandths; 1000 follows the table without delay.
     /// \return STATUS_OK (0); STATUS_OUT_OF_RANGE (24) when \p factor is not 1 to 1000, and then the old one stays
     int setLowPassFactor(int factor);
-    /// In thousandths.
+    /// The weight of a new target increment, in thousandths.
     int getLowPassFactor() const;
 
     /// Scale of every increment, in thousandths.
     /// \return STATUS_OK (0); STATUS_OUT_OF_RANGE (24) when \p factor is not above 0, and then the old one stays
     int setUserFactor(int factor);
-    /// In thousandths.
+    /// The scale of every increment, in thousandths.
     int getUserFactor() const;
 
     /// The smoothed time of a step, in ms.

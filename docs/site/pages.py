@@ -33,8 +33,8 @@ def page_name(path):
 
 
 def list_pages():
-    found = [os.path.relpath(path, ROOT) for pattern in PAGES for path in glob.glob(os.path.join(ROOT, pattern))]
-    return {path: page_name(path) for path in sorted(found)}
+    found = [os.path.relpath(path, ROOT) for pattern in PAGES for path in sorted(glob.glob(os.path.join(ROOT, pattern)))]
+    return {path: page_name(path) for path in found}
 
 
 def read_classes():
@@ -62,11 +62,12 @@ class Writer:
 
     def write(self):
         os.makedirs(self.target)
-        for path, page in self.pages.items():
+        # Doxygen lists pages in the order of their files.
+        for number, (path, page) in enumerate(self.pages.items()):
             with open(os.path.join(ROOT, path), encoding="utf-8") as file:
                 text = file.read()
             text = self.example(path, text) if path.endswith(".cpp") else self.document(path, page, text)
-            with open(os.path.join(self.target, page + ".md"), "w", encoding="utf-8") as file:
+            with open(os.path.join(self.target, "%02d-%s.md" % (number, page)), "w", encoding="utf-8") as file:
                 file.write(text)
 
     @staticmethod
