@@ -9,7 +9,7 @@ import sys
 import pages
 
 PROGRAMS = {"kxreplay": "tools/kxreplay/kxreplay", "kxcan": "tools/kxcan/kxcan", "kxterminal": "terminal/kxterminal"}
-COMMAND = re.compile(r"\b(kxreplay|kxcan|kxterminal)\b([^`|;>\n]*)")
+COMMAND = re.compile(r"\b(kxreplay|kxcan|kxterminal)\b([^`|;&>\n]*)")
 OPTION = re.compile(r"(?<![\w-])--[a-z][a-z-]*")
 
 
