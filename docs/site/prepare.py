@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""pages.py FOLDER: copies the documents and examples of the tree into FOLDER, as Doxygen reads them.
+"""prepare.py FOLDER: copies the documents and examples of the tree into FOLDER, as Doxygen reads them.
 
 Readers of the tree follow relative links between Markdown files and to headings. The site has all pages in one
 folder, under names of their own. So links and headings are rewritten here. A link to a file of the tree that is
