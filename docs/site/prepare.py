@@ -33,8 +33,8 @@ def page_name(path):
 
 
 def list_pages():
-    found = [os.path.relpath(path, ROOT) for pattern in PAGES for path in sorted(glob.glob(os.path.join(ROOT, pattern)))]
-    return {path: page_name(path) for path in found}
+    found = [path for pattern in PAGES for path in sorted(glob.glob(os.path.join(ROOT, pattern)))]
+    return {path: page_name(path) for path in (os.path.relpath(path, ROOT) for path in found)}
 
 
 def read_classes():
@@ -120,14 +120,15 @@ class Writer:
             file = os.path.join(file, "README.md")
         if file not in self.pages:
             plain = text.replace("`", "")
-            return "`%s`" % file if plain == os.path.basename(file) else "%s (`%s`)" % (text, file)
+            return "`%s`" % file if plain in (file, os.path.basename(file)) else "%s (`%s`)" % (text, file)
         goal = self.pages[file] + ("--" + anchor if anchor else "")
         return '@ref %s "%s"' % (goal, text.replace("`", "").replace('"', ""))
 
     def picture(self, file, text):
         name = re.sub(r"^docs-", "", file.replace("/", "-"))
         shutil.copyfile(os.path.join(ROOT, file), os.path.join(self.target, name))
-        return '@htmlonly <div class="picture"><img src="%s" alt="%s"/></div> @endhtmlonly' % (name, text.replace('"', "&quot;"))
+        image = '<img src="%s" alt="%s"/>' % (name, text.replace('"', "&quot;"))
+        return '@htmlonly <div class="picture">%s</div> @endhtmlonly' % image
 
 
 if __name__ == "__main__":

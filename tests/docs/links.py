@@ -17,7 +17,8 @@ HEADING = re.compile(r"^#{1,6} +(.*?)$")
 
 def strip_code(text):
     """Without fenced and inline code, whose brackets are no links; as many lines."""
-    text = re.sub(r"^```.*?^```$", lambda match: "\n" * match.group(0).count("\n"), text, flags=re.MULTILINE | re.DOTALL)
+    text = re.sub(r"^```.*?^```$", lambda match: "\n" * match.group(0).count("\n"), text,
+                  flags=re.MULTILINE | re.DOTALL)
     text = re.sub(r"^    .*$", "", text, flags=re.MULTILINE)
     return re.sub(r"`[^`\n]*`", "", text)
 
@@ -73,7 +74,7 @@ def check_site(folder):
     problems, count = [], 0
     for name, page in parsed.items():
         for target in page.targets:
-            if re.match(r"^[a-z]+:", target):
+            if re.match(r"^(?!file:)[a-z]+:", target):
                 continue
             count += 1
             file, _, anchor = unquote(target).partition("#")

@@ -22,13 +22,14 @@ import xml.etree.ElementTree as ElementTree
 
 THREAD = re.compile(r"\bthreads?\b", re.IGNORECASE)
 BLOCKING = re.compile(r"\b(?:un)?(?:block|wait|lock)(?:s|ed|ing)?\b|\bat once\b", re.IGNORECASE)
-OWNERSHIP = re.compile(r"\b(?:own(?:s|ed|er)?|belongs?|outlives?|deletes?|frees?|valid|lives?|caller's|null|copy|copies)\b",
-                       re.IGNORECASE)
-RETURNED = re.compile(r"\b(?:own(?:s|ed|er)?|belongs?|outlives?|deletes?|valid)\b", re.IGNORECASE)
+OWNS = r"own(?:s|ed|er)?|belongs?|outlives?|deletes?|valid|lives?"
+OWNERSHIP = re.compile(r"\b(?:%s|frees?|caller's|null|copy|copies)\b" % OWNS, re.IGNORECASE)
+RETURNED = re.compile(r"\b(?:%s)\b" % OWNS, re.IGNORECASE)
 UNIT = re.compile(r"\b(?:ms|milliseconds?|ticks?|seconds?)\b|\bKXTick\b", re.IGNORECASE)
-TIME_NAME = re.compile(r"(?:^|[a-z])(?:Ms|[tT]ick|[dD]uration|[tT]imeout|[dD]eadline|[tT]imeGap|[tT]imeStamp|[dD]elay)(?![a-z])"
-                       r"|^(?:ms|tick|gap|now)$")
-NUMBER_TYPE = re.compile(r"^(?:const )?(?:unsigned(?: int)?|int|long long|std::u?int\d+_t|std::size_t|std::optional<.*int.*>)$")
+TIME_WORD = r"Ms|[tT]ick|[dD]uration|[tT]imeout|[dD]eadline|[tT]imeGap|[tT]imeStamp|[dD]elay"
+TIME_NAME = re.compile(r"(?:^|[a-z])(?:%s)(?![a-z])|^(?:ms|tick|gap|now)$" % TIME_WORD)
+NUMBER_TYPE = re.compile(r"^(?:const )?(?:unsigned(?: int)?|int|long long|std::u?int\d+_t|std::size_t"
+                         r"|std::optional<.*int.*>)$")
 STATUS = re.compile(r"\b(STATUS_[A-Z_]+)\b(?:\s*\((\d+)\))?")
 OUTERMOST = {"KX"}  # too large for one statement about its functions
 COUNTS = re.compile(r"\b(?:number|detents|descriptor|tick|-1)\b", re.IGNORECASE)
