@@ -97,7 +97,7 @@ struct Session {
     std::vector<Entry> entries; ///< in time order
 };
 
-/// Receives a warning in one line: "file:line: text".
+/// Receives a warning in one line: "file:line: text". An empty function leaves the warnings out.
 using Warn = std::function<void(const std::string&)>;
 
 /// Time of the first frame of a plain log, which has an epoch of its own.
