@@ -31,15 +31,17 @@ install(FILES "${PROJECT_BINARY_DIR}/KXAPI_EventsConfig.cmake"
     "${PROJECT_BINARY_DIR}/KXAPI_EventsConfigVersion.cmake" DESTINATION "${kx_package_dir}")
 install(EXPORT KXAPI_Events FILE KXAPI_EventsTargets.cmake NAMESPACE KXAPI:: DESTINATION "${kx_package_dir}")
 
-# kx_add_pkg_config(NAME REQUIRES LIBRARIES): of one library, as kxapi-NAME. Its paths are relative to the file, so that
-# the prefix can be moved.
+# kx_add_pkg_config(NAME REQUIRES LIBRARIES [FLAG...]): of one library, as kxapi-NAME, with flags for the compiler. Its
+# paths are relative to the file, so that the prefix can be moved.
 function(kx_add_pkg_config name requires libraries)
     file(RELATIVE_PATH to_prefix "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
+    string(JOIN " " cflags "" ${ARGN}) # begins with a blank, if there is one
     configure_file(cmake/kxapi.pc.in "${PROJECT_BINARY_DIR}/kxapi-${name}.pc" @ONLY)
     install(FILES "${PROJECT_BINARY_DIR}/kxapi-${name}.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 endfunction()
 
 kx_add_pkg_config(events "" "-lKXAPI_Events -lKXAPI_OS_ABS -lKXAPI_Hardware -lKXAPI_Utility -lboost_thread -pthread")
-kx_add_pkg_config(toolkit "kxapi-events Qt5Widgets" "-lKXAPI_Toolkit")
+# The headers of Qt refuse other code, and its own files for pkg-config do not say so.
+kx_add_pkg_config(toolkit "kxapi-events Qt5Widgets" "-lKXAPI_Toolkit" -fPIC)
 kx_add_pkg_config(recording kxapi-events "-lKXAPI_Recording")
 kx_add_pkg_config(replay kxapi-recording "-Wl,--whole-archive,-lKXAPI_Simulated,--no-whole-archive -lKXAPI_Replay -lboost_context")

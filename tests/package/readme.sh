@@ -11,7 +11,7 @@ sed -n '/^```cpp$/,/^```$/p' "$readme" | grep -v '^```' >"$scratch/readme.cpp"
 
 export PKG_CONFIG_PATH="$prefix/$KX_LIBDIR/pkgconfig"
 # shellcheck disable=SC2046 # several words
-"$CXX" -std=c++17 -fPIC -Wall -Wextra -Wpedantic -Wshadow "$scratch/readme.cpp" -o "$scratch/readme" \
+"$CXX" -std=c++17 -Wall -Wextra -Wpedantic -Wshadow "$scratch/readme.cpp" -o "$scratch/readme" \
     $(pkg-config --cflags --libs kxapi-toolkit) "-Wl,-rpath,$prefix/$KX_LIBDIR" || fail "the README's program does not build"
 expect_loads_from "$prefix" "$scratch/readme"
 
