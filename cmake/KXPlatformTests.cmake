@@ -5,6 +5,12 @@
 # kx_platform_tests_dir is the folder of the sources, kx_platform_headers that of platform/. The build and the installed
 # package use this file.
 
+# For the platform itself.
+add_library(KXAPI::PlatformHeaders INTERFACE IMPORTED GLOBAL)
+set_target_properties(KXAPI::PlatformHeaders PROPERTIES
+    INTERFACE_INCLUDE_DIRECTORIES "${kx_platform_headers}"
+    INTERFACE_COMPILE_FEATURES cxx_std_17)
+
 # kx_add_platform_tests(NAME NEEDS SOURCES...): NEEDS are other targets of this function.
 function(kx_add_platform_tests name needs)
     list(TRANSFORM ARGN PREPEND "${kx_platform_tests_dir}/" OUTPUT_VARIABLE sources)
@@ -12,9 +18,7 @@ function(kx_add_platform_tests name needs)
     add_library(KXAPI::PlatformTests${name} INTERFACE IMPORTED GLOBAL)
     set_target_properties(KXAPI::PlatformTests${name} PROPERTIES
         INTERFACE_SOURCES "${sources}"
-        INTERFACE_INCLUDE_DIRECTORIES "${kx_platform_headers}"
-        INTERFACE_COMPILE_FEATURES cxx_std_17
-        INTERFACE_LINK_LIBRARIES "${needs};GTest::gtest_main;Threads::Threads")
+        INTERFACE_LINK_LIBRARIES "${needs};KXAPI::PlatformHeaders;GTest::gtest_main;Threads::Threads")
 endfunction()
 
 kx_add_platform_tests(Kit "" PlatformKit.cpp)
