@@ -37,14 +37,16 @@ public:
             pthread_mutex_destroy(&mutex);
     }
 
-    /// Knows its owner, and inherits the priority of who waits for it.
+    /// Knows its owner, and inherits the priority of who waits for it, if the system knows that.
     bool make() {
         pthread_mutexattr_t attributes;
         if (pthread_mutexattr_init(&attributes) != 0)
             return false;
         pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_ERRORCHECK);
-        pthread_mutexattr_setprotocol(&attributes, PTHREAD_PRIO_INHERIT); // works without, where it is refused
+        pthread_mutexattr_setprotocol(&attributes, PTHREAD_PRIO_INHERIT);
         isMade = pthread_mutex_init(&mutex, &attributes) == 0;
+        pthread_mutexattr_setprotocol(&attributes, PTHREAD_PRIO_NONE);
+        isMade = isMade || pthread_mutex_init(&mutex, &attributes) == 0;
         pthread_mutexattr_destroy(&attributes);
         return isMade;
     }
@@ -124,10 +126,9 @@ private:
         isRunning = true;
         const int error = pthread_create(&thread, &attributes, &PosixThread::run, this);
         isJoinable = error == 0;
-        if (isJoinable)
-            return STATUS_OK;
-        isRunning = false;
-        return error == EINVAL ? STATUS_OUT_OF_RANGE : STATUS_REFUSED;
+        if (!isJoinable)
+            isRunning = false; // otherwise the thread itself says when it has ended
+        return error == EINVAL ? STATUS_OUT_OF_RANGE : error == 0 ? STATUS_OK : STATUS_REFUSED;
     }
 
     static void* run(void* self) {
@@ -221,10 +222,9 @@ public:
         const std::size_t untilEnd = std::min(size, capacity - begin);
         std::copy(data, data + untilEnd, &ring[begin]);
         std::copy(data + untilEnd, data + size, ring.data());
-        const bool wasEmpty = used == 0;
-        used += size; // first: who is woken finds the bytes
-        return !wasEmpty || ::write(writeEnd, "x", 1) == 1 ? STATUS_OK
-                                                           : STATUS_REFUSED; // it is empty, so has room
+        const bool wasEmpty = used == 0; // then the pipe of the system has room
+        used += size;                    // first: who is woken finds the bytes
+        return !wasEmpty || ::write(writeEnd, "x", 1) == 1 ? STATUS_OK : STATUS_REFUSED;
     }
 
     int read(char* data, std::size_t size) {

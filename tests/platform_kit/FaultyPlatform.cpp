@@ -1,7 +1,10 @@
 // The Linux platform with one fault, which the environment variable KX_FAULT names. The functions here replace those of
 // the platform's libraries, which do the rest.
 
+#include "LinuxAdapter.h"
+
 #include "platform/KXCANMessage.h"
+#include "platform/KXCANRaw.h"
 #include "platform/KXDebug.h"
 #include "platform/KXEndPointManager.h"
 #include "platform/KXMutex.h"
@@ -10,8 +13,8 @@
 #include "platform/KXString.h"
 #include "platform/KXThread.h"
 #include "platform/KXTick.h"
-#include "platform/tests/KXPlatformAdapter.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstdlib>
@@ -120,6 +123,38 @@ KXMutex* KXMutex::create() {
     return hasFault("mutex-is-recursive") ? new RecursiveMutex : real();
 }
 
+namespace {
+
+/// A thread of the platform with a fault.
+class FaultyThread : public KXThread {
+public:
+    explicit FaultyThread(KXThread* sound) : thread(sound) {}
+
+    void setEntryFunction(void* (*function)(void*), void* argument) override {
+        thread->setEntryFunction(function, argument);
+    }
+
+    int start(int priority, unsigned int stackSize) override {
+        const int status = thread->start(priority, stackSize);
+        if (hasFault("second-start-is-taken") && status == STATUS_REFUSED)
+            return STATUS_OK;
+        return status;
+    }
+
+    int stopAndWait() override { return hasFault("stop-does-not-wait") ? STATUS_OK : thread->stopAndWait(); }
+
+private:
+    const std::unique_ptr<KXThread> thread;
+};
+
+} // namespace
+
+KXThread* KXThread::create(const std::string& name) {
+    static const auto real = next<KXThread*(const std::string&)>(
+        "_ZN2KX8KXThread6createERKNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEE");
+    return new FaultyThread(real(hasFault("thread-bears-another-name") ? "t" : name));
+}
+
 int KXPipe::writeIntoPipe(void* data, int size) const {
     using Write = int(const KXPipe*, void*, int);
     static const auto real = next<Write>("_ZNK2KX6KXPipe13writeIntoPipeEPvi");
@@ -186,10 +221,48 @@ int KXEndPointManager::removeEndPoint(KXEndPoint* endPoint) {
 }
 
 /// Has little patience with a fault, which costs all of it.
-class FaultyAdapter : public KXPlatformAdapter {
+class FaultyAdapter : public LinuxAdapter {
 public:
     unsigned int getPatienceMs() const override { return std::getenv("KX_FAULT") ? 1500 : 20000; }
 };
+
+namespace {
+
+/// A CAN end point of the platform with a fault.
+class FaultyCAN : public KXCANRaw {
+public:
+    explicit FaultyCAN(KXCANRaw* sound) : bus(sound) {}
+
+    int configure(unsigned char setting) override { return bus->configure(setting); }
+
+    int readFrame(KXCANMessage& message) override {
+        KXCANMessage frame;
+        const int status = bus->readFrame(frame);
+        if (status != STATUS_OK && !hasFault("empty-bus-clears-the-message"))
+            return status;
+        const auto length = hasFault("frame-keeps-old-bytes") ? frame.canLength : 8;
+        message.canId = frame.canId;
+        message.canLength = frame.canLength;
+        std::copy(frame.canData, frame.canData + length, message.canData);
+        return status;
+    }
+
+    int getReadEndPointID() const override { return bus->getReadEndPointID(); }
+    int getWriteEndPointID() const override { return bus->getWriteEndPointID(); }
+    bool isConnected() const override { return bus->isConnected(); }
+    int reconnect() override { return bus->reconnect(); }
+
+private:
+    const std::unique_ptr<KXCANRaw> bus;
+};
+
+} // namespace
+
+KXCANRaw* KXCANRaw::create(int bus, int bitRate, int receiveBuffer) {
+    static const auto real = next<KXCANRaw*(int, int, int)>("_ZN2KX8KXCANRaw6createEiii");
+    KXCANRaw* const sound = real(hasFault("every-bus-exists") ? 0 : bus, bitRate, receiveBuffer);
+    return sound ? new FaultyCAN(sound) : nullptr;
+}
 
 std::unique_ptr<KXPlatformAdapter> makePlatformAdapter() {
     return std::make_unique<FaultyAdapter>();

@@ -19,16 +19,22 @@ NOTICED_BY = {
     "lock-that-failed-is-unlocked": "AutoLock.doesNotUnlockAMutexThatItCouldNotLock",
     "lock-is-never-given-back": "AutoLock.holdsTheMutexForItsScope",
     "threads-share-a-number": "ThreadID.noTwoRunningThreadsShareOne",
+    "thread-bears-another-name": "Thread.bearsItsNameOrTheBeginningOfIt",
+    "second-start-is-taken": "Thread.isRefusedASecondStartWhileItRuns",
+    "stop-does-not-wait": "Thread.stopAndWaitReturnsOnlyWhenTheEntryFunctionHas",
     "pipe-tears-records": "PipeOfThreads.eventRecordsStayWholeAndInOrder",
     "pipe-loses-a-record": "OpenPipe.aFullOneRefusesAtOnceAndLosesNothing",
     "pipe-takes-a-part-of-a-large-write": "OpenPipe.writesOfAnySizeAreTakenWholeOrNotAtAll",
     "pipe-keeps-the-rest-of-a-record": "OpenPipe.aReadOfOneByteTooManyIsRefusedAndConsumesWhatThereWas",
     "pipe-counts-one-byte-too-many": "OpenPipe.givesBackWhatWasWritten",
     "wait-returns-early": "EndPoints.aWaitWithSilentOnesTakesAllItsTime",
-    "wait-misses-a-wake-up": "WaitingThread.isWokenByAWrite",
+    "wait-misses-a-wake-up": "WaitingThread.isWokenByEachOfManyWrites",
     "wait-counts-one-call-less": "EndPoints.aWaitCallsEachReadableOneOnce",
     "closed-end-point-is-refused": "ClosedEndPoint.isReportedByAWaitThatGoesOn",
     "removal-does-not-wait": "RemovalMeanwhile.waitsForTheHandler",
+    "every-bus-exists": "NoCAN.aBusThatDoesNotExistIsNull",
+    "frame-keeps-old-bytes": "CAN.bytesBeyondTheLengthAreZero",
+    "empty-bus-clears-the-message": "CAN.aReadOfNothingIsRefusedAndLeavesTheMessageAlone",
 }
 
 
@@ -41,7 +47,7 @@ class Fault(unittest.TestCase):
                               env=environment, check=False)
 
     def test_is_noticed_by_its_test(self):
-        with ThreadPoolExecutor(max_workers=4) as pool: # most of them wait
+        with ThreadPoolExecutor(max_workers=4) as pool:  # most of them wait
             results = list(pool.map(self.run_test, NOTICED_BY.values(), NOTICED_BY))
         for (fault, test), done in zip(NOTICED_BY.items(), results):
             with self.subTest(fault):
