@@ -3,11 +3,7 @@
 
 set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME development)
 
-# The public headers tell by their names: what is exported bears the prefix. Others are the library's own.
-file(GLOB kx_public_headers RELATIVE "${PROJECT_SOURCE_DIR}" CONFIGURE_DEPENDS
-    events/KX*.h events/sync/KX*.h encoder/KX*.h actions/KX*.h input/KX*.h input/CANRemote*.h
-    toolkit/KX*.h recording/KX*.h replay/KX*.h
-    platform/KX*.h platform/simulated/KXSimulation.h platform/tests/KXPlatformAdapter.h)
+include("${CMAKE_CURRENT_LIST_DIR}/KXPublicHeaders.cmake")
 foreach(header IN LISTS kx_public_headers)
     get_filename_component(folder "${header}" DIRECTORY)
     install(FILES "${header}" DESTINATION "${KXAPI_INCLUDE_DIR}/${folder}")

@@ -6,8 +6,10 @@ execute_process(
     COMMAND "${KXAPI_DPKG_ARCHITECTURE}" "-t${CMAKE_LIBRARY_ARCHITECTURE}" -qDEB_HOST_ARCH
     OUTPUT_VARIABLE kx_architecture OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET COMMAND_ERROR_IS_FATAL ANY)
 
+include(packaging/maker.cmake)
+
 # The changelog has the number of the package within a version.
-set(kx_changelog "${PROJECT_SOURCE_DIR}/packaging/debian/changelog")
+set(kx_changelog "${PROJECT_SOURCE_DIR}/packaging/debian/changelog.in")
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${kx_changelog}")
 file(STRINGS "${kx_changelog}" kx_newest LIMIT_COUNT 1)
 if(NOT kx_newest MATCHES "\\(${PROJECT_VERSION}-([0-9]+)\\)")
@@ -15,6 +17,9 @@ if(NOT kx_newest MATCHES "\\(${PROJECT_VERSION}-([0-9]+)\\)")
 endif()
 set(kx_revision "${CMAKE_MATCH_1}")
 set(kx_package_version "${PROJECT_VERSION}-${kx_revision}")
+foreach(file changelog copyright)
+    configure_file("packaging/debian/${file}.in" "${PROJECT_BINARY_DIR}/debian/${file}" @ONLY)
+endforeach()
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_VERSION "${PROJECT_VERSION}")
@@ -27,6 +32,7 @@ set(CPACK_PRE_BUILD_SCRIPTS "${PROJECT_SOURCE_DIR}/packaging/KXPackageFiles.cmak
 set(CPACK_POST_BUILD_SCRIPTS "${PROJECT_SOURCE_DIR}/packaging/KXPackageRevise.cmake")
 set(CPACK_PROJECT_CONFIG_FILE "${PROJECT_SOURCE_DIR}/packaging/KXPackageTools.cmake")
 set(CPACK_KXAPI_DEBIAN_DIR "${PROJECT_SOURCE_DIR}/packaging/debian")
+set(CPACK_KXAPI_MADE_DIR "${PROJECT_BINARY_DIR}/debian")
 set(CPACK_KXAPI_CHANGES "${PROJECT_SOURCE_DIR}/CHANGELOG.md")
 set(CPACK_KXAPI_SYSROOT "${CMAKE_SYSROOT}")
 
@@ -38,7 +44,8 @@ set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_PACKAGE_SOURCE kxapi-events)
 set(CPACK_DEBIAN_PACKAGE_RELEASE "${kx_revision}")
 set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE "${kx_architecture}")
-set(CPACK_DEBIAN_PACKAGE_MAINTAINER "KXAPI_Events maintainers <maintainers@kxapi-events.example>")
+set(CPACK_DEBIAN_PACKAGE_MAINTAINER "${KXAPI_MAINTAINER}")
+set(CPACK_DEBIAN_PACKAGE_HOMEPAGE "${KXAPI_HOMEPAGE}")
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)

@@ -15,7 +15,8 @@ namespace KX {
 ///
 /// A porter writes one class derived from this one, overrides what differs, and defines \ref makePlatformAdapter. A
 /// platform on real time and real threads without a CAN bus needs no override at all. Each default that means "not
-/// possible" skips the tests that need it, by name. The thread that runs the tests calls, except where told.
+/// possible" skips the tests that need it, by name. The thread that runs the tests calls, except where told, and waits
+/// for each function to return.
 class KXPlatformAdapter {
 public:
     virtual ~KXPlatformAdapter() = default;
@@ -38,7 +39,7 @@ public:
     /// \return false: not possible
     virtual bool setTick(unsigned int /*tick*/) { return false; }
 
-    /// The largest real-time priority that KXThread::start knows; 0: the platform has none.
+    /// The largest number of a real-time priority that KXThread::start knows; 0: the platform has none.
     virtual int getGreatestPriority() const { return 0; }
 
     /// The real-time priority of the calling thread; 0: it has none. Called on a thread that was made through
@@ -75,7 +76,8 @@ public:
     virtual bool setBusDown(bool /*down*/) { return false; }
 };
 
-/// Defined by the porter. Called once, before the first test.
+/// Defined by the porter. Called once, on the thread that runs the tests, which waits for it before the first test.
+/// \return owned by the tests, to the end of the program; not null
 std::unique_ptr<KXPlatformAdapter> makePlatformAdapter();
 
 } // namespace KX

@@ -4,12 +4,8 @@
 # replay, programs. kxterminal is a user of the libraries: it includes only headers that are installed.
 . "$(dirname "$0")/common.sh"
 
-# The headers that are installed, found by the patterns of the installation.
-install_script="$KX_SOURCE/cmake/KXInstall.cmake"
-patterns=$(sed -n '/^file(GLOB kx_public_headers /,/)$/p' "$install_script" | grep -oE '[a-z_/]+/[A-Za-z*]+\.h')
-[ -n "$patterns" ] || fail "$install_script does not tell which headers are installed"
-# shellcheck disable=SC2086 # several patterns
-headers=$(cd "$KX_SOURCE" && ls $patterns)
+headers=$("$CMAKE" -P "$KX_SOURCE/cmake/KXPublicHeaders.cmake")
+[ -n "$headers" ] || fail "no header is installed"
 declare -A installed=()
 for header in $headers; do
     installed[$header]=

@@ -1,4 +1,4 @@
-"""What bash completes, held against the help of the programs."""
+"""What bash completes and the manual pages tell, held against the help of the programs."""
 
 import os
 import re
@@ -6,7 +6,10 @@ import subprocess
 import tempfile
 import unittest
 
-FOLDER = os.environ["COMPLETIONS"]
+SOURCES = os.environ["SOURCES"]
+FOLDER = os.path.join(SOURCES, "tools", "completions")
+MANUALS = {"kxcan": "tools/kxcan/kxcan.1", "kxreplay": "tools/kxreplay/kxreplay.1",
+           "kxterminal": "terminal/kxterminal.1"}
 PROGRAMS = {name: os.environ[name.upper()] for name in ("kxcan", "kxreplay", "kxterminal")}
 
 
@@ -56,6 +59,15 @@ class Completion(unittest.TestCase):
         for program in PROGRAMS:
             for line in help_of(program).splitlines():
                 self.assertLessEqual(len(line), 80, f"{program}: {line}")
+
+    def test_the_manual_page_has_each_option_of_the_help_and_no_other(self):
+        for program in PROGRAMS:
+            with self.subTest(program=program):
+                with open(os.path.join(SOURCES, MANUALS[program]), encoding="ascii") as page:
+                    text = page.read().replace("\\-", "-")
+                tags = re.findall(r"^\.TP\n(\..*)$", text, re.MULTILINE)
+                told = re.findall("--[a-z][a-z-]*", " ".join(tags))
+                self.assertEqual(sorted(rows_of_help(program)), sorted(set(told)))
 
     def test_values_that_are_files_are_completed(self):
         for program in ("kxreplay", "kxterminal"):
