@@ -21,14 +21,16 @@ class KXPlatformAdapter {
 public:
     virtual ~KXPlatformAdapter() = default;
 
-    /// Called before each test makes its first platform object, and after it has destroyed the last one.
+    /// Called before each test makes its first platform object.
     virtual void beginTest() {}
+
+    /// Called after each test has destroyed its last platform object.
     virtual void endTest() {}
 
     /// Lets \p ms milliseconds of the platform's clock pass, and runs the platform's threads meanwhile.
     virtual void passTime(unsigned int ms) { std::this_thread::sleep_for(std::chrono::milliseconds(ms)); }
 
-    /// The same, called on a thread that was made through KXThread.
+    /// Lets \p ms milliseconds pass for the calling thread only, which was made through KXThread.
     virtual void pauseThread(unsigned int ms) { std::this_thread::sleep_for(std::chrono::milliseconds(ms)); }
 
     /// So many milliseconds may pass until something comes that has to come. A test that succeeds does not wait that
@@ -62,8 +64,8 @@ public:
     /// Number of a CAN bus that does not exist.
     virtual int getMissingBus() const { return 4711; }
 
-    /// Sends a frame to \ref getBus as another node of the bus does. It need not have arrived on return.
-    /// \param frame  its identifier has 29 bits and no flags
+    /// Sends a frame to \ref getBus as another node of the bus does. It need not have arrived on return. Its identifier
+    /// has 29 bits and no flags.
     /// \return false: the bus did not take it
     virtual bool sendFrame(const KXCANMessage& /*frame*/) { return false; }
 
