@@ -228,5 +228,39 @@ class WholeScreen(unittest.TestCase):
         self.check_that_it_covers(1920, 1080)
 
 
+class UnderAWindowManager(unittest.TestCase):
+    """Its frames take room, but nothing of the window leaves the screen."""
+
+    def check_that_it_stays_on_the_screen(self, *size):
+        display = Display(size)
+        self.addCleanup(display.close)
+        manager = display.start_window_manager()
+        self.addCleanup(manager.wait)
+        self.addCleanup(manager.terminate)
+        terminal = Terminal(display=display)
+        self.addCleanup(terminal.wait)
+        self.addCleanup(terminal.signal, signal.SIGTERM)
+        window = display.wait_for_window("kxterminal", terminal.process)
+        deadline = time.monotonic() + GENEROUS_SECONDS
+        while not self.is_large_and_inside(display.place_of(window), size):
+            self.assertLess(time.monotonic(), deadline, display.place_of(window))
+            time.sleep(0.05)
+
+    @staticmethod
+    def is_large_and_inside(place, size):
+        left, top, width, height = place
+        return (left >= 0 and top >= 0 and left + width <= size[0] and top + height <= size[1]
+                and width >= size[0] - 20 and height >= max(480, size[1] - 60))
+
+    def test_on_a_screen_of_640x480(self):
+        self.check_that_it_stays_on_the_screen(640, 480)
+
+    def test_on_a_screen_of_800x480(self):
+        self.check_that_it_stays_on_the_screen(800, 480)
+
+    def test_on_a_screen_of_1024x768(self):
+        self.check_that_it_stays_on_the_screen(1024, 768)
+
+
 if __name__ == "__main__":
     unittest.main()
