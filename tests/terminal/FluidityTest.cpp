@@ -35,8 +35,8 @@ constexpr int eventsPerUpdate = eventsPerSecond * RefreshPace::shortestIntervalM
 
 // Limits are in multiples of what this machine needs to draw a page, so a slow, instrumented or emulated one gives the
 // same result.
-constexpr double medianLimitInPages = 8;
-constexpr double worstLimitInPages = 40;
+constexpr double medianLimitInPages = 6;
+constexpr double worstLimitInPages = 20;
 
 // Other programs do not count, so a busy machine gives the same result.
 double usedProcessorMs() {

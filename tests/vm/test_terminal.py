@@ -31,7 +31,7 @@ KXREPLAY = "$KX_BUILD/tools/kxreplay/kxreplay"
 REPLAY_SECONDS = 240  # of a session with some floods, on a machine that is busy
 
 # Frames of the keypad that the terminal has if nobody gives it another one.
-DRAWN_ESCAPE = (48, 323)  # where it is on the screen
+DRAWN_ESCAPE = (45, 262)  # where it is on the screen
 NOTHING_DOWN = "18FF0001#0000000000000000"
 ESCAPE_DOWN = "18FF0001#0100000000000000"
 HOME_DOWN = "18FF0001#8000000000000000"
