@@ -14,6 +14,8 @@ function(add_symbols folder)
     if(EXISTS "${CPACK_KXAPI_SYMBOLS}")
         set(reference "-I${CPACK_KXAPI_SYMBOLS}")
     endif()
+    # It looks for the libraries in the folders of this architecture.
+    set(ENV{DEB_HOST_ARCH} "${CPACK_DEBIAN_PACKAGE_ARCHITECTURE}")
     run("${dpkg_gensymbols}" "-p${CPACK_KXAPI_SYMBOLS_PACKAGE}" "-v${CPACK_PACKAGE_VERSION}" "-P${folder}" ${reference}
         "-a${CPACK_DEBIAN_PACKAGE_ARCHITECTURE}" "-O${folder}/DEBIAN/symbols" -c1)
     file(READ "${folder}/DEBIAN/symbols" symbols)
