@@ -44,7 +44,7 @@ QSize KeypadKey::sizeHint() const {
 
 QSize KeypadKey::minimumSizeHint() const {
     const Sizes sizes = Sizes::of(*this);
-    return {sizes.touch(), sizes.scaled(52)};
+    return {sizes.touch(), sizes.scaled(50)};
 }
 
 int KeypadKey::widthForLargeName() const {

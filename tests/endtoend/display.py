@@ -76,10 +76,9 @@ class Display:
             time.sleep(0.05)
         return manager
 
-    def place_of(self, window):
-        """Left, top, width and height on the screen."""
+    def height_of(self, window):
         words = dict(line.split("=") for line in self.xdotool("getwindowgeometry", "--shell", window).splitlines())
-        return tuple(int(words[name]) for name in ("X", "Y", "WIDTH", "HEIGHT"))
+        return int(words["HEIGHT"])
 
     def focus(self, window):
         # No window manager sets the focus.
