@@ -30,7 +30,7 @@ class SmallScreen(OperatorTestCase):
     EDGE_OF_LOCK = (90, 150)
     BANNER = (400, 97)
     BANNER_CORNER = (20, 70)
-    FIRST_KEY = (51, 296)
+    FIRST_KEY = (90, 268)
     LOOP_BUTTON = (710, 442)
     MINUS_OF_DOUBLE_PRESS = (205, 190)
     SWITCH = (343, 399)
