@@ -326,7 +326,9 @@ class Files(RecordingTestCase):
         self.check_refused(self.play(self.file, "--from", "5001"),
                            "kxterminal: --from: tick 5001 is not in the recording (1000 to 5000)")
         self.check_refused(self.play(self.file, "--from", "4.1s"),
-                           "kxterminal: --from: tick 5100 is not in the recording (1000 to 5000)")
+                           "kxterminal: --from: 4.100 s is behind the end of the recording, at 4.000 s")
+        self.check_refused(self.play(self.file, "--to", "999"),
+                           "kxterminal: --to: tick 999 is not in the recording (1000 to 5000)")
         self.check_refused(self.play(self.file, "--from", "3000", "--to", "1.999s"),
                            "kxterminal: --to: tick 2999 is before --from, tick 3000")
 

@@ -156,9 +156,15 @@ TEST_F(KXReplayProgram, the_expected_comes_from_standard_input_too) {
     const std::string file = folder.write("a.kxr", complaint);
     EXPECT_EQ(run({"--expect", "-", file}, complaintEvents), 0);
     EXPECT_EQ(errors, "kxreplay: 4 lines as expected\n");
-    EXPECT_EQ(run({"--expect=-", file}, ""), 1);
-    EXPECT_THAT(output, StartsWith("--- -\n+++ recording\n@@ -0,0 +1,4 @@\n"));
+    EXPECT_EQ(run({"--expect=-", file}, "none\n"), 1);
+    EXPECT_THAT(output, StartsWith("--- -\n+++ recording\n@@ -1 +1,4 @@\n"));
     expectRefused({"--expect", "-", "-"}, "kxreplay: --expect and the recording cannot both be standard input");
+}
+
+TEST_F(KXReplayProgram, only_a_file_can_expect_no_events) {
+    const std::string idle = folder.write("idle.kxr", "kxrecording 2\n1000 pass\n1100 end\n");
+    EXPECT_EQ(run({"--expect", folder.write("expected", ""), idle}), 0) << errors;
+    expectRefused({"--expect", "-", idle}, "standard input: there is no expected output in it");
 }
 
 TEST_F(KXReplayProgram, huge_files_without_a_line_end_are_refused_at_their_beginning) {

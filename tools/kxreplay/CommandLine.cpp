@@ -45,8 +45,8 @@ const char* const examples =
 
 Exit status: 0 played, and as expected; 1 not as expected, or the output could
 not be written, or a recording of --statistics was left out; 2 the arguments or
-a file are bad, or nothing is in the file; 130 or 143 interrupted while it
-followed or counted.
+a file are bad, or nothing is in the file, or no recording could be played;
+130 or 143 interrupted while it followed or counted.
 )";
 
 constexpr std::uint32_t mostJobs = 1024;
