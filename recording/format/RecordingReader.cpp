@@ -113,8 +113,8 @@ private:
         } catch (const std::runtime_error& error) {
             if (previousMs || Text::trimmed(line).front() == '(')
                 throw;
-            throw std::runtime_error(std::string("neither a recording, which begins with '") +
-                                     std::string(firstLine()) + "', nor a log of a CAN bus: " + error.what());
+            throw std::runtime_error("neither a recording, which begins with " + Text::quoted(formatWord) +
+                                     " and its version, nor a log of a CAN bus: " + error.what());
         }
         if ((frame.frame.canId & errorOrRemoteFlags) != 0)
             return;

@@ -276,7 +276,7 @@ class Files(RecordingTestCase):
 
     def test_a_recording_is_not_overwritten(self):
         self.write("kxrecording 1\n1000 pass\n1000 end\n")
-        self.check_refused(self.record(self.file), self.file + ": it is there already and is not overwritten")
+        self.check_refused(self.record(self.file), self.file + ": the file exists and is not overwritten")
         self.assertEqual("kxrecording 1\n1000 pass\n1000 end\n", self.read_recording())
 
     def test_a_start_that_fails_leaves_no_recording_behind(self):

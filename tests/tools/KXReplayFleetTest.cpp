@@ -132,6 +132,9 @@ TEST_F(KXReplayFleet, CountsWithOtherLimits) {
     EXPECT_THAT(output, HasSubstr("269 ms                           8           0          -4           0"));
     EXPECT_THAT(output, HasSubstr("340 ms                           8           8          +4           0"));
     EXPECT_THAT(output, HasSubstr("320 ms                           8           4           0"));
+    EXPECT_THAT(output,
+                EndsWith("  change: from the gestures above, with the recorded limits unless other ones are "
+                         "given\n"));
 }
 
 TEST_F(KXReplayFleet, SaysWhereALimitIsNotPossible) {
@@ -139,6 +142,11 @@ TEST_F(KXReplayFleet, SaysWhereALimitIsNotPossible) {
     EXPECT_THAT(output,
                 HasSubstr("{\"is\":\"grid impossible\",\"limit\":\"double-press\",\"valueMs\":2000,\"count\":8}"));
     EXPECT_THAT(output, Not(HasSubstr("grid recordings")));
+    EXPECT_EQ(0, run({"--statistics", "--grid", "double-press=2000"}, files));
+    EXPECT_THAT(output,
+                EndsWith("  not possible: recordings in which the double press would not be shorter than the "
+                         "long press\n"));
+    EXPECT_THAT(output, Not(HasSubstr("change: ")));
 }
 
 TEST_F(KXReplayFleet, NamesTheRecordingsThatOtherSettingsDoNotGoTogetherWith) {
@@ -164,6 +172,9 @@ TEST_F(KXReplayFleet, RefusesToMergeAnythingElse) {
     EXPECT_EQ("standard input: there is nothing to add up in it\n", errors);
     EXPECT_EQ(2, run({"--merge", folder / ""}));
     EXPECT_EQ(folder / "" + ": Is a directory\n", errors);
+    EXPECT_EQ(2, run({"--merge"}));
+    EXPECT_EQ("kxreplay: the output of --statistics --json is missing; kxreplay --help shows how to call it\n",
+              errors);
     EXPECT_EQ(2, run({"--merge", files[0]}));
     EXPECT_EQ(files[0] + ":1: this is no line of kxreplay --statistics --json\n", errors);
 }

@@ -200,7 +200,7 @@ TEST_F(KXReplayProgram, says_that_the_second_press_was_close) {
     EXPECT_EQ(run({"--summary", "-"}, complaint), 0);
     EXPECT_THAT(output,
                 HasSubstr("  line 4, tick 1301: second press of key 0 (Esc) 301 ms after the first, 1 ms above "
-                          "the limit of 300 ms: taken for a single press\n"));
+                          "the limit of 300 ms: taken for a single press (KEY_PRESS_EVENT)\n"));
 }
 
 TEST_F(KXReplayProgram, as_json_is_read_by_others) {

@@ -204,7 +204,9 @@ private:
     void checkThatTheyGoTogether() {
         const bool takesMany = result.output == Output::Statistics || result.output == Output::Merge;
         if (result.files.empty() && result.listFile.empty())
-            throw Arguments::BadInput(Arguments::missing("kxreplay", "the recording"));
+            throw Arguments::BadInput(Arguments::missing("kxreplay", result.output == Output::Merge
+                                                                         ? "the output of --statistics --json"
+                                                                         : "the recording"));
         if (!takesMany && !result.listFile.empty())
             needs("--files-from", "--statistics or --merge");
         if (result.output != Output::Statistics && !result.grids.empty())
