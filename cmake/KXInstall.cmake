@@ -9,6 +9,11 @@ foreach(header IN LISTS kx_public_headers)
     install(FILES "${header}" DESTINATION "${KXAPI_INCLUDE_DIR}/${folder}")
 endforeach()
 
+# The platform tests are sources.
+set(kx_platform_tests_install_dir "${CMAKE_INSTALL_DATADIR}/KXAPI_Events/platform_tests")
+install(DIRECTORY platform/tests/ DESTINATION "${kx_platform_tests_install_dir}"
+    FILES_MATCHING PATTERN "*.cpp" PATTERN "*Kit.h")
+
 get_property(kx_libraries GLOBAL PROPERTY KXAPI_INSTALLED_TARGETS)
 install(TARGETS ${kx_libraries} EXPORT KXAPI_Events
     LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT runtime NAMELINK_COMPONENT development
@@ -24,11 +29,11 @@ include("${CMAKE_CURRENT_LIST_DIR}/KXOwnPlatform.cmake")]])
 endif()
 configure_package_config_file(cmake/KXAPI_EventsConfig.cmake.in
     "${PROJECT_BINARY_DIR}/KXAPI_EventsConfig.cmake" INSTALL_DESTINATION "${kx_package_dir}"
-    PATH_VARS KXAPI_INCLUDE_DIR)
+    PATH_VARS KXAPI_INCLUDE_DIR kx_platform_tests_install_dir)
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/KXAPI_EventsConfigVersion.cmake"
     COMPATIBILITY SameMajorVersion)
 install(FILES "${PROJECT_BINARY_DIR}/KXAPI_EventsConfig.cmake"
-    "${PROJECT_BINARY_DIR}/KXAPI_EventsConfigVersion.cmake" DESTINATION "${kx_package_dir}")
+    "${PROJECT_BINARY_DIR}/KXAPI_EventsConfigVersion.cmake" cmake/KXPlatformTests.cmake DESTINATION "${kx_package_dir}")
 install(EXPORT KXAPI_Events FILE KXAPI_EventsTargets.cmake NAMESPACE KXAPI:: DESTINATION "${kx_package_dir}")
 
 # kx_add_pkg_config(NAME REQUIRES LIBRARIES): of one library, as kxapi-NAME. Its paths are relative to the file, so that

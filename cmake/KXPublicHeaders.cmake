@@ -11,7 +11,7 @@ get_filename_component(kx_top "${CMAKE_CURRENT_LIST_DIR}" DIRECTORY)
 set(kx_header_patterns
     events/KX*.h events/sync/KX*.h encoder/KX*.h actions/KX*.h input/KX*.h input/CANRemote*.h
     toolkit/KX*.h recording/KX*.h replay/KX*.h
-    platform/KX*.h platform/simulated/KXSimulation.h)
+    platform/KX*.h platform/simulated/KXSimulation.h platform/tests/KXPlatformAdapter.h)
 list(TRANSFORM kx_header_patterns PREPEND "${kx_top}/")
 file(GLOB kx_public_headers RELATIVE "${kx_top}" ${kx_watch_folders} ${kx_header_patterns})
 
