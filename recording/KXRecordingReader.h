@@ -19,7 +19,7 @@ class KX_RECORDING_API Reader {
 public:
     /// \param input  must outlive the reader
     /// \param name   of the file, for messages
-    /// \param warn   the words of a newer version are told at the end of the input
+    /// \param warn   the words of a newer version are told in one warning at the end of the input
     Reader(std::istream& input, std::string name, Warn warn);
     ~Reader();
 
@@ -33,6 +33,9 @@ public:
 
     /// Whether the input is only a log of a CAN bus. Known once \ref next has returned.
     bool isPlainLog() const;
+
+    /// Tells the words of a newer version that were read so far. For those who stop before the end of the input.
+    void warnOfUnknown();
 
 private:
     class KX_LOCAL Lines;

@@ -111,7 +111,7 @@ void File::claim() {
     if (fstat(descriptor, &state) != 0)
         refuse(std::strerror(errno));
     if (state.st_size > 0)
-        refuse("it is there already and is not overwritten");
+        refuse("the file exists and is not overwritten");
     if (!isMade)
         makePrivate(state);
 }

@@ -46,8 +46,16 @@ public:
             return &entry;
         if (input.bad())
             throw BadFile(name + ": " + Text::whyUnreadable());
-        tellWhatIsUnknown();
+        warnOfUnknown();
         return nullptr;
+    }
+
+    void warnOfUnknown() {
+        if (unknownCount == 0)
+            return;
+        const std::string times = unknownCount == 1 ? "" : " (the first of " + std::to_string(unknownCount) + ")";
+        unknownCount = 0;
+        warn(name + firstUnknown + times + "; what a newer version has added is left out");
     }
 
     bool isPlainLog = false;
@@ -105,8 +113,8 @@ private:
         } catch (const std::runtime_error& error) {
             if (previousMs || Text::trimmed(line).front() == '(')
                 throw;
-            throw std::runtime_error(std::string("neither a recording, which begins with '") +
-                                     std::string(firstLine()) + "', nor a log of a CAN bus: " + error.what());
+            throw std::runtime_error("neither a recording, which begins with " + Text::quoted(formatWord) +
+                                     " and its version, nor a log of a CAN bus: " + error.what());
         }
         if ((frame.frame.canId & errorOrRemoteFlags) != 0)
             return;
@@ -166,14 +174,6 @@ private:
         hasEntry = true;
     }
 
-    void tellWhatIsUnknown() {
-        if (unknownCount == 0)
-            return;
-        const std::string times = unknownCount == 1 ? "" : " (the first of " + std::to_string(unknownCount) + ")";
-        unknownCount = 0;
-        warn(name + firstUnknown + times + "; what a newer version has added is left out");
-    }
-
     std::istream& input;
     const std::string name;
     const Warn warn;
@@ -203,6 +203,10 @@ Entry* Reader::next() {
 
 bool Reader::isPlainLog() const {
     return lines->isPlainLog;
+}
+
+void Reader::warnOfUnknown() {
+    lines->warnOfUnknown();
 }
 
 Session read(std::istream& input, const std::string& name, const Warn& warn) {

@@ -172,16 +172,13 @@ void Terminal::openReplay() {
 
 void Terminal::setPart() {
     const std::uint64_t firstMs = session->entries.front().timeMs;
-    const std::uint64_t lastMs = transport->player().lastMs();
-    const std::uint64_t fromMs = settings.from ? settings.from->inSession(firstMs) : firstMs;
-    const std::uint64_t toMs = settings.to ? settings.to->inSession(firstMs) : lastMs;
-    const auto ticks = [](std::uint64_t ms) { return std::to_string(static_cast<std::uint32_t>(ms)); };
-    if (fromMs > lastMs)
-        throw SettingsError("--from: tick " + ticks(fromMs) + " is not in the recording (" + ticks(firstMs) +
-                            " to " + ticks(lastMs) + ")");
-    if (settings.to && toMs < fromMs)
-        throw SettingsError("--to: tick " + ticks(toMs) + " is before --from, tick " + ticks(fromMs));
-    transport->setPart(fromMs, toMs);
+    try {
+        const auto [fromMs, toMs] =
+            Arguments::SessionPart::choose(settings.from, settings.to, firstMs, transport->player().lastMs());
+        transport->setPart(fromMs, toMs);
+    } catch (const Arguments::BadInput& error) {
+        throw SettingsError(error.what());
+    }
 }
 
 std::unique_ptr<SessionPlayer> Terminal::makePlayer() {

@@ -284,7 +284,7 @@ class Files(RecordingTestCase):
 
     def test_a_recording_is_not_overwritten(self):
         self.write("kxrecording 1\n1000 pass\n1000 end\n")
-        self.check_refused(self.record(self.file), self.file + ": it is there already and is not overwritten")
+        self.check_refused(self.record(self.file), self.file + ": the file exists and is not overwritten")
         self.assertEqual("kxrecording 1\n1000 pass\n1000 end\n", self.read_recording())
 
     def test_a_start_that_fails_leaves_no_recording_behind(self):
@@ -341,7 +341,9 @@ class Files(RecordingTestCase):
         self.check_refused(self.play(self.file, "--from", "5001"),
                            "kxterminal: --from: tick 5001 is not in the recording (1000 to 5000)")
         self.check_refused(self.play(self.file, "--from", "4.1s"),
-                           "kxterminal: --from: tick 5100 is not in the recording (1000 to 5000)")
+                           "kxterminal: --from: 4.100 s is behind the end of the recording, at 4.000 s")
+        self.check_refused(self.play(self.file, "--to", "999"),
+                           "kxterminal: --to: tick 999 is not in the recording (1000 to 5000)")
         self.check_refused(self.play(self.file, "--from", "3000", "--to", "1.999s"),
                            "kxterminal: --to: tick 2999 is before --from, tick 3000")
 

@@ -204,7 +204,7 @@ class Record(unittest.TestCase):
         with open(path, "w", encoding="ascii") as file:
             file.write("mine\n")
         done = run("record_my_application", path)
-        self.assertEqual((2, f"{path}: it is there already and is not overwritten\n"), (done.returncode, done.stderr))
+        self.assertEqual((2, f"{path}: the file exists and is not overwritten\n"), (done.returncode, done.stderr))
 
 
 if __name__ == "__main__":

@@ -87,6 +87,21 @@ TEST(LineReader, refuses_a_line_above_the_longest) {
     EXPECT_THROW(linesOf(std::string(65537, 'x') + "\n", 100000), std::runtime_error);
 }
 
+TEST(RecordingEntries, tell_what_was_unknown_so_far_when_asked) {
+    std::istringstream input("kxrecording 2\n1000 pass\n1005 brew\n1010 end\n");
+    std::vector<std::string> warnings;
+    Reader reader(input, "day.kxr", [&warnings](const std::string& warning) { warnings.push_back(warning); });
+    reader.next();
+    reader.warnOfUnknown();
+    EXPECT_THAT(warnings, ElementsAre());
+    reader.next();
+    reader.warnOfUnknown();
+    EXPECT_THAT(warnings, ElementsAre("day.kxr:3: the line 'brew' is not known; what a newer version has added is "
+                                      "left out"));
+    EXPECT_EQ(nullptr, reader.next());
+    EXPECT_EQ(1U, warnings.size()) << "each line once";
+}
+
 TEST(RecordingEntries, come_one_by_one_as_their_lines_come) {
     Pieces pieces(sessionText, 1);
     std::istream input(&pieces);

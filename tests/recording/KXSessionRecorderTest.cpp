@@ -511,7 +511,7 @@ TEST_F(RecorderTest, never_overwrites) {
     std::ofstream(path) << "precious\n";
     KXSessionRecorder recorder(60000);
     EXPECT_FALSE(recorder.start(path));
-    EXPECT_EQ(path + ": it is there already and is not overwritten", recorder.problem());
+    EXPECT_EQ(path + ": the file exists and is not overwritten", recorder.problem());
     EXPECT_FALSE(recorder.save(path));
     EXPECT_THAT(linesOf(path), ElementsAre("precious"));
 }

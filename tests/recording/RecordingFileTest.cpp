@@ -196,7 +196,7 @@ TEST_F(RecordingFileTest, TheTimeOfFramesGoesOnWhereTheTickWraps) {
 
 TEST_F(RecordingFileTest, WhatIsThereIsNotOverwritten) {
     std::ofstream(path) << "x";
-    EXPECT_EQ(path.string() + ": it is there already and is not overwritten", refusalOf(path));
+    EXPECT_EQ(path.string() + ": the file exists and is not overwritten", refusalOf(path));
     EXPECT_EQ("x", content());
 }
 
@@ -205,7 +205,7 @@ TEST_F(RecordingFileTest, WhatIsThereIsNotOverwrittenHoweverLargeItIs) {
     for (const std::uintmax_t size : {mostIn32Bits, mostIn32Bits + 1}) {
         std::ofstream(path) << "x";
         std::filesystem::resize_file(path, size); // uses no space on the disk
-        EXPECT_EQ(path.string() + ": it is there already and is not overwritten", refusalOf(path)) << size;
+        EXPECT_EQ(path.string() + ": the file exists and is not overwritten", refusalOf(path)) << size;
         EXPECT_EQ(size, std::filesystem::file_size(path));
     }
 }
@@ -471,7 +471,7 @@ TEST_F(RecordingFileTest, ASessionThatNoReaderWouldTakeIsNotWritten) {
     Session session;
     session.entries = {{5, Pass(), 0}, {5, Pass(), 0}, {5 + longestPauseMs, Pass(), 0}};
     EXPECT_EQ("it was written", whyNotWritten(path, session));
-    EXPECT_EQ(path.string() + ": it is there already and is not overwritten", whyNotWritten(path, session));
+    EXPECT_EQ(path.string() + ": the file exists and is not overwritten", whyNotWritten(path, session));
     std::filesystem::remove(path);
     session.entries[1].timeMs = 4;
     EXPECT_EQ(path.string() + ": entry 2 does not follow the one before in time", whyNotWritten(path, session));

@@ -262,14 +262,14 @@ TEST(RecordingReaderTest, AnErrorOfAPlainLogHasItsLine) {
 }
 
 TEST(RecordingReaderTest, AFileThatIsSomethingElseIsToldSo) {
-    EXPECT_EQ(
-        "day.kxr:1: neither a recording, which begins with 'kxrecording 2', nor a log of a CAN bus: the time "
-        "'5' is not (seconds.microseconds) with 6 digits behind the point",
-        outcomeOf("5 pass\n").error);
-    EXPECT_EQ(
-        "day.kxr:1: neither a recording, which begins with 'kxrecording 2', nor a log of a CAN bus: the time "
-        "'?ELF?x' is not (seconds.microseconds) with 6 digits behind the point",
-        outcomeOf("\177ELF\2x").error);
+    EXPECT_EQ("day.kxr:1: neither a recording, which begins with 'kxrecording' and its version, nor a log of a "
+              "CAN bus: the time "
+              "'5' is not (seconds.microseconds) with 6 digits behind the point",
+              outcomeOf("5 pass\n").error);
+    EXPECT_EQ("day.kxr:1: neither a recording, which begins with 'kxrecording' and its version, nor a log of a "
+              "CAN bus: the time "
+              "'?ELF?x' is not (seconds.microseconds) with 6 digits behind the point",
+              outcomeOf("\177ELF\2x").error);
 }
 
 TEST(RecordingReaderTest, OnlyVersionsOneAndTwoAreKnown) {

@@ -87,11 +87,54 @@ TEST_F(KXReplayFleet, NamesABadRecordingAndLeavesItOut) {
     EXPECT_THAT(output, StartsWith("8 recordings of 0 min 16 s; 3 more left out\n"));
 }
 
+TEST_F(KXReplayFleet, HasNoResultWhenNothingCouldBePlayed) {
+    EXPECT_EQ(2, run({"--statistics", "-"}));
+    EXPECT_EQ("standard input: there is nothing to play in it\n", errors);
+    EXPECT_EQ("", output);
+    const std::string empty = folder.write("empty.kxr", "");
+    EXPECT_EQ(2, run({"--statistics", empty, folder / "missing.kxr"}));
+    EXPECT_EQ("", output);
+    EXPECT_EQ(2, run({"--statistics", "--json", empty}));
+    EXPECT_EQ("{\"is\":\"recordings left out\",\"count\":1}\n", output) << "what other runs may be added to";
+    EXPECT_EQ(1, run({"--statistics", empty, files[0]}));
+    EXPECT_THAT(output, StartsWith("1 recording of"));
+}
+
+TEST_F(KXReplayFleet, CountsAFileOnce) {
+    ASSERT_EQ(0, run({"--statistics", "--json", files[0], files[1]}));
+    const std::string expected = output;
+    EXPECT_EQ(0, run({"--statistics", "--json", files[0], files[1], files[0], files[0]}));
+    EXPECT_EQ(expected, output);
+    EXPECT_EQ(files[0] + ": given twice, counted once\n", errors);
+    const std::string counts = folder.write("a.json", output);
+    EXPECT_EQ(0, run({"--merge", "--json", "--files-from", "-", counts}, {}, counts + "\n"));
+    EXPECT_EQ(expected, output);
+    EXPECT_EQ(counts + ": given twice, counted once\n", errors);
+}
+
+TEST_F(KXReplayFleet, ReadsStandardInputOnce) {
+    const std::string list = folder.write("list", "-\n");
+    for (const std::vector<std::string>& call : std::vector<std::vector<std::string>>{
+             {"--statistics", "-", "-"},
+             {"--merge", "-", "-"},
+             {"--statistics", "--files-from", "-", "-"},
+             {"--statistics", "--files-from", list, "-"},
+         }) {
+        EXPECT_EQ(2, run(call, {}, twoPresses(300))) << testing::PrintToString(call);
+        EXPECT_EQ("kxreplay: '-' is given twice, but standard input can be read only once\n", errors);
+        EXPECT_EQ("", output);
+    }
+    EXPECT_EQ(0, run({"--statistics", "--files-from", list}, {}, twoPresses(300))) << errors;
+}
+
 TEST_F(KXReplayFleet, CountsWithOtherLimits) {
     EXPECT_EQ(0, run({"--statistics", "--grid", "double-press=269..340:71,long-press=320"}, files)) << errors;
     EXPECT_THAT(output, HasSubstr("269 ms                           8           0          -4           0"));
     EXPECT_THAT(output, HasSubstr("340 ms                           8           8          +4           0"));
     EXPECT_THAT(output, HasSubstr("320 ms                           8           4           0"));
+    EXPECT_THAT(output,
+                EndsWith("  change: from the gestures above, with the recorded limits unless other ones are "
+                         "given\n"));
 }
 
 TEST_F(KXReplayFleet, SaysWhereALimitIsNotPossible) {
@@ -99,10 +142,15 @@ TEST_F(KXReplayFleet, SaysWhereALimitIsNotPossible) {
     EXPECT_THAT(output,
                 HasSubstr("{\"is\":\"grid impossible\",\"limit\":\"double-press\",\"valueMs\":2000,\"count\":8}"));
     EXPECT_THAT(output, Not(HasSubstr("grid recordings")));
+    EXPECT_EQ(0, run({"--statistics", "--grid", "double-press=2000"}, files));
+    EXPECT_THAT(output,
+                EndsWith("  not possible: recordings in which the double press would not be shorter than the "
+                         "long press\n"));
+    EXPECT_THAT(output, Not(HasSubstr("change: ")));
 }
 
 TEST_F(KXReplayFleet, NamesTheRecordingsThatOtherSettingsDoNotGoTogetherWith) {
-    EXPECT_EQ(1, run({"--statistics", "--double-press", "2000", files[0]}));
+    EXPECT_EQ(2, run({"--statistics", "--double-press", "2000", files[0]}));
     EXPECT_EQ(files[0] + ": a double press of 2000 ms is not shorter than a long press of 2000 ms\n", errors);
 }
 
@@ -124,6 +172,9 @@ TEST_F(KXReplayFleet, RefusesToMergeAnythingElse) {
     EXPECT_EQ("standard input: there is nothing to add up in it\n", errors);
     EXPECT_EQ(2, run({"--merge", folder / ""}));
     EXPECT_EQ(folder / "" + ": Is a directory\n", errors);
+    EXPECT_EQ(2, run({"--merge"}));
+    EXPECT_EQ("kxreplay: the output of --statistics --json is missing; kxreplay --help shows how to call it\n",
+              errors);
     EXPECT_EQ(2, run({"--merge", files[0]}));
     EXPECT_EQ(files[0] + ":1: this is no line of kxreplay --statistics --json\n", errors);
 }
@@ -217,8 +268,22 @@ TEST_F(KXReplayFleet, DrawsAPartOfATimeLine) {
     EXPECT_EQ(0, run({"--plot", folder / "a.svg", "--from", "0.2s", "--to", "1400", files[3]}));
     EXPECT_THAT(content("a.svg"), HasSubstr("0.30 s"));
     EXPECT_THAT(content("a.svg"), Not(HasSubstr("0.50 s")));
-    EXPECT_EQ(2, run({"--plot", folder / "b.svg", "--from", "1s", "--to", "0.5s", files[3]}));
-    EXPECT_EQ("kxreplay: there is no time between --from and --to in the recording\n", errors);
+}
+
+TEST_F(KXReplayFleet, SaysWhyAPartCannotBeDrawn) {
+    const auto whyRefused = [this](const std::vector<std::string>& times) {
+        std::vector<std::string> arguments = {"--plot", folder / "b.svg", files[3]};
+        EXPECT_EQ(2, run(arguments, times));
+        return errors;
+    };
+    EXPECT_EQ("kxreplay: --to: tick 1 is not in the recording (1000 to 3100)\n", whyRefused({"--to", "1"}));
+    EXPECT_EQ("kxreplay: --from: 99.000 s is behind the end of the recording, at 2.100 s\n",
+              whyRefused({"--from", "99s"}));
+    EXPECT_EQ("kxreplay: --to: tick 1500 is before --from, tick 2000\n",
+              whyRefused({"--from", "1s", "--to", "0.5s"}));
+    EXPECT_EQ("kxreplay: --from and --to are the same moment\n", whyRefused({"--from", "1s", "--to", "2000"}));
+    EXPECT_EQ("kxreplay: --from: nothing is left of the recording behind it\n", whyRefused({"--from", "3100"}));
+    EXPECT_EQ("kxreplay: --to: nothing of the recording is before it\n", whyRefused({"--to", "1000"}));
 }
 
 TEST_F(KXReplayFleet, DrawsStatistics) {

@@ -8,6 +8,7 @@
 
 #include <csignal>
 #include <fstream>
+#include <iterator>
 
 namespace {
 
@@ -66,6 +67,46 @@ TEST(KXReplayFollow, EndsAtASignalWithItsUsualStatus) {
         EXPECT_EQ("(end)", program.readLine());
         EXPECT_EQ(128 + signal, program.wait());
     }
+}
+
+/// Follows a pipe that has lines of a newer version. Its standard error goes to a file.
+class KXReplayFollowOfANewerVersion : public testing::Test {
+protected:
+    KXReplayFollowOfANewerVersion() {
+        program.write(head + "1005 brew\n1010" + press + "1020 brew\n1030" + release);
+        EXPECT_THAT(program.readLine(), StartsWith("1010 "));
+        EXPECT_THAT(program.readLine(), StartsWith("1030 "));
+    }
+
+    std::string errors() const {
+        std::ifstream file(errorFile);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+
+    const TestFolder folder;
+    const std::string errorFile = folder / "errors";
+    PipedProgram program{"/bin/sh", {"-c", "exec '" KXREPLAY "' --follow - 2>'" + errorFile + "'"}};
+    const std::string warning = "standard input:3: the line 'brew' is not known (the first of 2); what a newer "
+                                "version has added is left out\n";
+};
+
+TEST_F(KXReplayFollowOfANewerVersion, IsWarnedOfAtTheEndLine) {
+    program.write("1040 end\n");
+    EXPECT_EQ(0, program.wait());
+    EXPECT_EQ(warning, errors());
+}
+
+TEST_F(KXReplayFollowOfANewerVersion, IsWarnedOfAtTheEndOfThePipe) {
+    program.closeInput();
+    EXPECT_EQ(0, program.wait());
+    EXPECT_EQ(warning, errors());
+}
+
+TEST_F(KXReplayFollowOfANewerVersion, IsWarnedOfAtASignal) {
+    program.write("1040 half a line");
+    program.raise(SIGINT);
+    EXPECT_EQ(128 + SIGINT, program.wait());
+    EXPECT_EQ(warning, errors()) << "and nothing of a cut line, which may still be written";
 }
 
 TEST(KXReplayFollow, FollowsAFileThatGrows) {

@@ -246,9 +246,9 @@ TEST_F(KXReplayClosestCalls, are_told_with_what_they_were_taken_for) {
         "\n"
         "Near the limit of a double press:\n"
         "  line 4, tick 1290: second press of key 0 (Esc) 290 ms after the first, 10 ms below the limit of 300 "
-        "ms: taken for a double press\n"
+        "ms: taken for a double press (KEY_DOUBLE_PRESS_EVENT)\n"
         "  line 6, tick 1600: second press of key 0 (Esc) 310 ms after the first, 10 ms above the limit of 300 "
-        "ms: taken for a single press\n"
+        "ms: taken for a single press (KEY_PRESS_EVENT)\n"
         "\n"
         "Near the limit of a long press:\n"
         "  line 7, tick 3560: key 0 (Esc) released 1960 ms after its press, 40 ms below the limit of 2000 ms: "
@@ -297,7 +297,7 @@ TEST_F(KXReplayClosestCalls, of_presses_are_those_of_one_key_without_another_in_
     EXPECT_THAT(
         summaryOf("0 pass\n1000" + left + "1300" + left).toText(),
         HasSubstr("second press of mouse button 1 300 ms after the first, just at the limit of 300 ms: taken "
-                  "for a double press\n"));
+                  "for a double press (MOUSE_DOUBLE_PRESS_EVENT)\n"));
 }
 
 TEST_F(KXReplayClosestCalls, of_holds_are_those_of_the_key_that_was_pressed_last) {

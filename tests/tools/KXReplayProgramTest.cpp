@@ -156,9 +156,15 @@ TEST_F(KXReplayProgram, the_expected_comes_from_standard_input_too) {
     const std::string file = folder.write("a.kxr", complaint);
     EXPECT_EQ(run({"--expect", "-", file}, complaintEvents), 0);
     EXPECT_EQ(errors, "kxreplay: 4 lines as expected\n");
-    EXPECT_EQ(run({"--expect=-", file}, ""), 1);
-    EXPECT_THAT(output, StartsWith("--- -\n+++ recording\n@@ -0,0 +1,4 @@\n"));
+    EXPECT_EQ(run({"--expect=-", file}, "none\n"), 1);
+    EXPECT_THAT(output, StartsWith("--- -\n+++ recording\n@@ -1 +1,4 @@\n"));
     expectRefused({"--expect", "-", "-"}, "kxreplay: --expect and the recording cannot both be standard input");
+}
+
+TEST_F(KXReplayProgram, only_a_file_can_expect_no_events) {
+    const std::string idle = folder.write("idle.kxr", "kxrecording 2\n1000 pass\n1100 end\n");
+    EXPECT_EQ(run({"--expect", folder.write("expected", ""), idle}), 0) << errors;
+    expectRefused({"--expect", "-", idle}, "standard input: there is no expected output in it");
 }
 
 TEST_F(KXReplayProgram, huge_files_without_a_line_end_are_refused_at_their_beginning) {
@@ -194,7 +200,7 @@ TEST_F(KXReplayProgram, says_that_the_second_press_was_close) {
     EXPECT_EQ(run({"--summary", "-"}, complaint), 0);
     EXPECT_THAT(output,
                 HasSubstr("  line 4, tick 1301: second press of key 0 (Esc) 301 ms after the first, 1 ms above "
-                          "the limit of 300 ms: taken for a single press\n"));
+                          "the limit of 300 ms: taken for a single press (KEY_PRESS_EVENT)\n"));
 }
 
 TEST_F(KXReplayProgram, as_json_is_read_by_others) {

@@ -19,6 +19,7 @@ namespace {
 using testing::Each;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::Not;
 
 constexpr int keyDevice = 1;
 constexpr int isDouble = 0;
@@ -277,6 +278,14 @@ TEST(KXReplaySurveyMessage, ComesInAnyPieces) {
     }
     EXPECT_EQ(2, count);
     EXPECT_EQ("", received);
+}
+
+TEST_F(KXReplayStatistics, ExplainsAnEscapeWhereThereIsOne) {
+    const std::string explanation = "  escape: the mouse button was let go outside\n";
+    const std::string down =
+        "1000 pass\n1010 toolkit TOOLKIT_MOUSE_PRESS_EVENT data=0,1,0,0\n1020 toolkit TOOLKIT_MOUSE_";
+    EXPECT_THAT(toText(countsOf(down + "ESCAPE_EVENT data=0,1,0,0\n")), HasSubstr(explanation));
+    EXPECT_THAT(toText(countsOf(down + "RELEASE_EVENT data=0,1,0,0\n")), Not(HasSubstr(explanation)));
 }
 
 TEST_F(KXReplayStatistics, FitsAPageOf100Columns) {

@@ -69,6 +69,16 @@ class Completion(unittest.TestCase):
                 told = re.findall("--[a-z][a-z-]*", " ".join(tags))
                 self.assertEqual(sorted(rows_of_help(program)), sorted(set(told)))
 
+    def test_the_manual_page_fits_a_terminal_of_80_columns(self):
+        for program, page in MANUALS.items():
+            with self.subTest(program=program):
+                done = subprocess.run(["groff", "-man", "-Tascii", "-P-cbu", "-rLL=80n", "-ww",
+                                       os.path.join(SOURCES, page)],
+                                      stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, check=True)
+                self.assertEqual("", done.stderr)
+                self.assertIn("SYNOPSIS", done.stdout)
+                self.assertEqual([], [line for line in done.stdout.splitlines() if len(line) > 80])
+
     def test_values_that_are_files_are_completed(self):
         for program in ("kxreplay", "kxterminal"):
             for option, placeholder in rows_of_help(program).items():
@@ -97,7 +107,10 @@ class Completion(unittest.TestCase):
         self.assertEqual(["one.kxr"], complete("kxterminal", "--can-bus", "unix", ":", "one", folder=self.folder))
 
     def test_behind_two_dashes_there_are_no_options(self):
-        self.assertEqual([], complete("kxreplay", "--", "-", folder=self.folder))
+        for program in ("kxreplay", "kxterminal"):
+            self.assertEqual([], complete(program, "--", "-", folder=self.folder))
+            self.assertEqual([], complete(program, "--json", "--", "--", folder=self.folder))
+        self.assertEqual([], complete("kxterminal", "--", "", folder=self.folder), "there is no operand")
         self.assertEqual(self.files, complete("kxreplay", "--", "", folder=self.folder))
 
 

@@ -233,10 +233,8 @@ private:
         for (const auto& [one, other] : excluded)
             if ((name == one && given.count(other) != 0) || (name == other && given.count(one) != 0))
                 refuse(index, one + " and " + other + " do not go together");
-        given.insert(name);
-        const std::string& subject = option.subject.empty() ? name : option.subject;
-        if (!subjects.insert(subject).second)
-            refuse(index, subject + " is given twice");
+        if (!given.insert(name).second)
+            refuse(index, name + " is given twice");
     }
 
     // All that CLI11 left: operands, and options that nobody knows.
@@ -313,7 +311,6 @@ private:
     std::size_t firstNumber = 1;
     std::set<std::size_t> taken; // indices of options and their values
     std::set<std::string> given; // options
-    std::set<std::string> subjects;
     std::optional<std::string> informed;
 };
 

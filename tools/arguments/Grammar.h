@@ -24,8 +24,6 @@ struct Option {
     std::string names;       ///< "--json", or "-v,--version"
     std::string placeholder; ///< of its value in the help, FILE say; empty: a switch
     std::string help;        ///< one sentence, which is broken into lines
-    std::string subject =
-        {}; ///< what is given twice; empty: the option. Options that share one exclude each other
 };
 
 /// The grammar of a command line, which all programs of the project share:

@@ -68,8 +68,20 @@ std::string explainSend(int error) {
 
 } // namespace
 
+std::optional<std::string> problemOfBusName(const std::string& bus) {
+    const bool isVirtual = isVirtualBus(bus);
+    const std::size_t length = bus.size() - (isVirtual ? virtualBusPrefix.size() : 0);
+    const std::size_t most = (isVirtual ? sizeof(sockaddr_un::sun_path) : sizeof(ifreq::ifr_name)) - 1;
+    if (length >= 1 && length <= most)
+        return std::nullopt;
+    return (isVirtual ? "the path of a virtual bus must have 1 to " : "the name of an interface must have 1 to ") +
+           std::to_string(most) + " bytes";
+}
+
 CANSender::CANSender(const std::string& bus, std::chrono::milliseconds longestWait)
     : name(bus), patience(longestWait) {
+    if (const auto problem = problemOfBusName(bus))
+        fail(*problem);
     try {
         if (isVirtualBus(bus))
             openVirtualBus(bus.substr(virtualBusPrefix.size()));
@@ -93,10 +105,6 @@ void CANSender::fail(const std::string& reason) const {
 void CANSender::openVirtualBus(const std::string& path) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
-    if (path.empty() || path.size() >= sizeof(address.sun_path)) {
-        fail("the path of a virtual bus must have 1 to " + std::to_string(sizeof(address.sun_path) - 1) +
-             " bytes");
-    }
     path.copy(address.sun_path, sizeof(address.sun_path) - 1);
     descriptor = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     // EMFILE, ENFILE, ENOMEM: the process or the machine has no resources left.
@@ -108,10 +116,6 @@ void CANSender::openVirtualBus(const std::string& path) {
 
 void CANSender::openInterface() {
     ifreq request{};
-    if (name.empty() || name.size() >= sizeof(request.ifr_name)) {
-        fail("the name of an interface must have 1 to " + std::to_string(sizeof(request.ifr_name) - 1) +
-             " characters");
-    }
     name.copy(request.ifr_name, sizeof(request.ifr_name) - 1);
     descriptor = socket(PF_CAN, SOCK_RAW | SOCK_CLOEXEC, CAN_RAW);
     if (descriptor < 0) {

@@ -3,9 +3,14 @@
 #include "platform/KXCANMessage.h"
 
 #include <chrono>
+#include <optional>
 #include <string>
 
 namespace KX::CanBus {
+
+/// Why there can be no bus of this name, on no machine; nothing: there can.
+/// \param bus  as for \ref CANSender
+std::optional<std::string> problemOfBusName(const std::string& bus);
 
 /// Puts frames onto a CAN bus: an interface of the system, or the virtual bus of a machine without CAN.
 ///

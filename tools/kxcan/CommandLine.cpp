@@ -2,6 +2,7 @@
 
 #include "recording/format/CANLog.h"
 #include "tools/arguments/Grammar.h"
+#include "tools/canbus/CANSender.h"
 
 namespace Can {
 
@@ -82,6 +83,8 @@ private:
             [this](const std::string& name) {
                 if (name.empty())
                     throw Arguments::BadInput("the name of the bus is empty");
+                if (const auto problem = KX::CanBus::problemOfBusName(name))
+                    throw Arguments::BadInput(Arguments::quoted(name) + ": " + *problem);
                 result.bus = name;
             });
     }
@@ -104,15 +107,17 @@ private:
 
     void addPlay() {
         result.action = CommandLine::Action::Play;
-        grammar.addSwitch({"--fast", "", "send as fast as the receiver takes the frames", "the speed"},
+        grammar.addSwitch({"--fast", "", "send as fast as the receiver takes the frames"},
                           [this] { result.speed = 0; });
-        grammar.addValue({"--speed", "N", "play N times as fast as it was recorded (0.001 to 1000)", "the speed"},
-                         "number", [this](const std::string& text) {
+        grammar.addValue({"--speed", "N", "play N times as fast as it was recorded (0.001 to 1000)"}, "number",
+                         [this](const std::string& text) {
                              const auto speed = Arguments::parseDecimal(text, slowestSpeed, greatestSpeed);
                              if (!speed)
-                                 throw Arguments::BadInput("the speed is not a number from 0.001 to 1000");
+                                 throw Arguments::BadInput("--speed: " + Arguments::quoted(text) +
+                                                           " is not a number from 0.001 to 1000");
                              result.speed = *speed;
                          });
+        grammar.exclude("--fast", "--speed");
         addBus();
         grammar.addOperand("the file", [this](const std::string& name) {
             if (name.empty())

@@ -45,8 +45,8 @@ const char* const examples =
 
 Exit status: 0 played, and as expected; 1 not as expected, or the output could
 not be written, or a recording of --statistics was left out; 2 the arguments or
-a file are bad, or nothing is in the file; 130 or 143 interrupted while it
-followed or counted.
+a file are bad, or nothing is in the file, or no recording could be played;
+130 or 143 interrupted while it followed or counted.
 )";
 
 constexpr std::uint32_t mostJobs = 1024;
@@ -204,7 +204,9 @@ private:
     void checkThatTheyGoTogether() {
         const bool takesMany = result.output == Output::Statistics || result.output == Output::Merge;
         if (result.files.empty() && result.listFile.empty())
-            throw Arguments::BadInput(Arguments::missing("kxreplay", "the recording"));
+            throw Arguments::BadInput(Arguments::missing("kxreplay", result.output == Output::Merge
+                                                                         ? "the output of --statistics --json"
+                                                                         : "the recording"));
         if (!takesMany && !result.listFile.empty())
             needs("--files-from", "--statistics or --merge");
         if (result.output != Output::Statistics && !result.grids.empty())

@@ -29,8 +29,13 @@ std::string readAll(std::istream& input, const std::string& name) {
 }
 
 std::string readFile(const std::string& name) {
-    if (name == "-")
-        return readAll(std::cin, "standard input");
+    if (name == "-") {
+        std::string text = readAll(std::cin, "standard input");
+        // What should have written it may have failed. A file that is there and empty expects no events.
+        if (text.empty())
+            throw Arguments::BadInput("standard input: there is no expected output in it");
+        return text;
+    }
     std::ifstream file(name, std::ios::binary);
     if (!file)
         throw Arguments::BadInput(name + ": " + std::strerror(errno));

@@ -8,7 +8,8 @@ namespace Replay {
 /// The expected output of a play, from a file.
 class Expectation {
 public:
-    /// \throws BadInput  the file cannot be read
+    /// An empty file expects nothing to be printed.
+    /// \throws BadInput  the file cannot be read, or standard input is empty
     explicit Expectation(std::string fileName);
 
     bool isMetBy(std::string_view printed) const;

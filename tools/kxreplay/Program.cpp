@@ -117,13 +117,25 @@ private:
         write(isText() ? summary.toText() : summary.toJSON());
     }
 
+    Arguments::SessionPart partOf(const KX::Recording::SessionFacts& facts) const {
+        const std::optional<Arguments::SessionTime>& from = arguments.from;
+        const std::optional<Arguments::SessionTime>& to = arguments.to;
+        try {
+            const Arguments::SessionPart part =
+                Arguments::SessionPart::choose(from, to, facts.firstMs, KX::KXPassSchedule(facts).endMs());
+            if (part.fromMs == part.toMs && (from || to))
+                throw Arguments::BadInput(from && to ? "--from and --to are the same moment"
+                                          : from     ? "--from: nothing is left of the recording behind it"
+                                                     : "--to: nothing of the recording is before it");
+            return part;
+        } catch (const Arguments::BadInput& error) {
+            throw Arguments::BadInput(std::string("kxreplay: ") + error.what());
+        }
+    }
+
     void drawTimeLine() const {
         const KX::Recording::SessionFacts& facts = session.facts;
-        const std::uint64_t fromMs = arguments.from ? arguments.from->inSession(facts.firstMs) : facts.firstMs;
-        const std::uint64_t lastMs = KX::KXPassSchedule(facts).endMs();
-        const std::uint64_t toMs = arguments.to ? arguments.to->inSession(facts.firstMs) : lastMs;
-        if (fromMs >= toMs && (arguments.from || arguments.to))
-            throw Arguments::BadInput("kxreplay: there is no time between --from and --to in the recording");
+        const auto [fromMs, toMs] = partOf(facts);
         Picture::checkThatItCanBeWritten(arguments.plotFile);
         const auto firstTick = static_cast<unsigned int>(facts.firstMs);
         TimeLine line(firstTick, static_cast<std::int64_t>(fromMs - facts.firstMs),

@@ -29,7 +29,8 @@ std::string distanceText(const Call& call) {
 std::string describeDoublePress(const Call& call) {
     return whereOf(call) + "second press of " + nameKey(call.event) + " " + ms(call.tookMs) +
            " after the first, " + distanceText(call) + ": " +
-           (call.reached ? "taken for a double press" : "taken for a single press");
+           (call.reached ? "taken for a double press (" : "taken for a single press (") +
+           KX::translateEventTypeToString(call.event.eventType) + ")";
 }
 
 std::string describeLongPress(const Call& call) {

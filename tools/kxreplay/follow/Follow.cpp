@@ -20,17 +20,13 @@ using KX::Recording::SessionFacts;
 // The worker makes a pass about every 100 ms.
 constexpr std::uint64_t firstPassWithinMs = 1000;
 
-/// A signal has ended the play.
-struct Interrupted {};
-
 /// The entries of a recording that grows. Those of the beginning are kept until it is known what the recording is.
 class GrowingSession {
 public:
     GrowingSession(const std::string& path, const OtherSettings& settings, const KX::Recording::Warn& warn,
                    const std::function<void()>& flush)
         : name(path == "-" ? "standard input" : path), tell(warn), input(path, interrupts, flush), stream(&input),
-          reader(stream, name, [this](const std::string& text) { warnUnlessInterrupted(text); }),
-          check(settings, name) {}
+          reader(stream, name, warn), check(settings, name) {}
 
     SessionFacts readBeginning() {
         SessionFacts facts;
@@ -53,6 +49,9 @@ public:
         return &*current;
     }
 
+    // It stops at the line `end`, so the reader does not see the end of the input.
+    void warnOfUnknown() { reader.warnOfUnknown(); }
+
     int caughtSignal() const { return interrupts.found(); }
 
 private:
@@ -60,8 +59,6 @@ private:
         if (hasEnded)
             return nullptr;
         const Entry* const entry = reader.next();
-        if (interrupts.found() != 0)
-            throw Interrupted();
         input.throwFailure();
         hasEnded = !entry || std::holds_alternative<KX::Recording::End>(entry->input);
         if (!entry) {
@@ -76,11 +73,6 @@ private:
     }
 
     static bool isPass(const Entry& entry) { return std::holds_alternative<KX::Recording::Pass>(entry.input); }
-
-    void warnUnlessInterrupted(const std::string& text) {
-        if (interrupts.found() == 0)
-            tell(text);
-    }
 
     const std::string name;
     const KX::Recording::Warn tell;
@@ -100,6 +92,7 @@ private:
 int follow(const std::string& path, const Player::Options& options, const KX::Recording::Warn& warn,
            const Player::Take& take, const std::function<void()>& flush) {
     GrowingSession session(path, options.other, warn, flush);
+    int signal = 0;
     try {
         Playable playable;
         playable.facts = session.readBeginning();
@@ -110,9 +103,10 @@ int follow(const std::string& path, const Player::Options& options, const KX::Re
         Player(playable, options).play(take, [] {});
     } catch (const Interrupted&) {
         flush();
-        return session.caughtSignal();
+        signal = session.caughtSignal();
     }
-    return 0;
+    session.warnOfUnknown();
+    return signal;
 }
 
 } // namespace Replay

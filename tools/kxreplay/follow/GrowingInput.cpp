@@ -99,7 +99,7 @@ GrowingInput::int_type GrowingInput::underflow() {
 bool GrowingInput::readMore() {
     for (;;) {
         if (interrupts.take() != 0)
-            return false;
+            throw Interrupted();
         pollfd ready{input, POLLIN, 0};
         if (!isFile && poll(&ready, 1, 0) == 0) {
             wait();

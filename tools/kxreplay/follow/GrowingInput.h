@@ -31,8 +31,11 @@ private:
     int caught = 0;
 };
 
-/// Reads a file that somebody appends to, or a pipe. Where the file ends, it waits until there is more, until the
-/// pipe's writer has gone, or until a signal comes; the last two are the end of the input.
+/// A signal has ended the reading. No error: it goes through all that reads, unlike a std::exception.
+struct Interrupted {};
+
+/// Reads a file that somebody appends to, or a pipe. Where the file ends, it waits until there is more, or until the
+/// pipe's writer has gone, which is the end of the input. A signal ends the wait with \ref Interrupted.
 class GrowingInput : public std::streambuf {
 public:
     /// \param path        "-" is standard input

@@ -19,6 +19,7 @@
 #include <cstring>
 #include <fstream>
 #include <iostream>
+#include <map>
 #include <optional>
 #include <thread>
 #include <vector>
@@ -31,16 +32,36 @@ void tell(const std::string& line) {
     std::fprintf(stderr, "%s\n", line.c_str());
 }
 
+void checkThatStandardInputIsReadOnce(const CommandLine& arguments, const std::vector<std::string>& files) {
+    if (std::count(files.begin(), files.end(), "-") + (arguments.listFile == "-" ? 1 : 0) > 1)
+        throw Arguments::BadInput("kxreplay: '-' is given twice, but standard input can be read only once");
+}
+
+std::vector<std::string> eachOnce(const std::vector<std::string>& files) {
+    std::map<std::string, int> times;
+    std::vector<std::string> result;
+    for (const std::string& file : files) {
+        const int time = ++times[file];
+        if (time == 1)
+            result.push_back(file);
+        else if (time == 2)
+            tell(file + ": given twice, counted once");
+    }
+    return result;
+}
+
 std::vector<std::string> filesOf(const CommandLine& arguments) {
     std::vector<std::string> files = arguments.files;
+    checkThatStandardInputIsReadOnce(arguments, files); // before the list, which may be a terminal
     if (!arguments.listFile.empty()) {
         const std::vector<std::string> listed = readFileNames(arguments.listFile);
         files.insert(files.end(), listed.begin(), listed.end());
+        checkThatStandardInputIsReadOnce(arguments, files);
     }
     if (files.empty())
         throw Arguments::BadInput("kxreplay: no recording is named in " +
                                   (arguments.listFile == "-" ? "standard input" : arguments.listFile));
-    return files;
+    return eachOnce(files);
 }
 
 void addFile(const std::string& path, Counts& counts) {
@@ -105,9 +126,14 @@ int runStatistics(const CommandLine& arguments) {
     if (!arguments.plotFile.empty())
         Picture::checkThatItCanBeWritten(arguments.plotFile);
     const SurveyResult result = isMerge ? merge(files) : survey(arguments, files);
-    print(arguments, result.counts);
+    const bool isAllLeftOut = result.done != 0 && result.leftOut == result.done;
+    // A table of zeros would look like a result. Lines may be added to those of other machines.
+    if (!isAllLeftOut || arguments.format == Format::JSON)
+        print(arguments, result.counts);
     if (result.signal != 0)
         return signalStatus + result.signal;
+    if (isAllLeftOut)
+        return Arguments::badInputStatus;
     return result.leftOut == 0 ? playedStatus : failedStatus;
 }
 

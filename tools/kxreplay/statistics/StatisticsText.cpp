@@ -68,7 +68,10 @@ std::string gestures(const Counts& counts) {
     text += "\n";
     for (const auto& [numbers, row] : rows)
         text += gestureRow(nameOfSource(numbers), row);
-    return rows.empty() ? "No key and no button was pressed.\n" : text + gestureRow("all", all);
+    if (rows.empty())
+        return "No key and no button was pressed.\n";
+    text += gestureRow("all", all);
+    return all.count(KXGesture::Escape) == 0 ? text : text + "  escape: the mouse button was let go outside\n";
 }
 
 std::uint64_t countMoves(const Counts& counts, KXInputDevice device) {
@@ -195,6 +198,20 @@ std::string grid(const Counts& counts, Limit limit) {
     return text;
 }
 
+std::string explainGrids(const Counts& counts) {
+    const auto has = [&counts](Counted kind) {
+        bool found = false;
+        counts.forEach(kind, [&found](const Numbers&, std::uint64_t) { found = true; });
+        return found;
+    };
+    std::string text;
+    if (has(Counted::GridRecordings))
+        text += "  change: from the gestures above, with the recorded limits unless other ones are given\n";
+    if (has(Counted::GridImpossible))
+        text += "  not possible: recordings in which the double press would not be shorter than the long press\n";
+    return text;
+}
+
 } // namespace
 
 std::string withCommas(std::uint64_t number) {
@@ -249,7 +266,7 @@ std::string toText(const Counts& counts) {
                       true) +
            closeCalls(counts, Limit::LongPress, "Releases near the limit of a long press", "too early",
                       "after it: long", false) +
-           grid(counts, Limit::DoublePress) + grid(counts, Limit::LongPress);
+           grid(counts, Limit::DoublePress) + grid(counts, Limit::LongPress) + explainGrids(counts);
 }
 
 } // namespace Replay

@@ -31,11 +31,12 @@ Survey::Survey(Options surveyOptions, std::function<void()> makeToolkit)
     : options(std::move(surveyOptions)), beforeFrames(std::move(makeToolkit)) {}
 
 Counts Survey::countIn(const std::string& file) const {
+    const std::string name = file == "-" ? "standard input" : file;
     Counts counts;
     bool isWarned = false;
     const Playable playable = playableOf(file, [&isWarned](const std::string&) { isWarned = true; });
     if (playable.facts.entries == 0)
-        throw Arguments::BadInput(file + ": there is nothing to play in it");
+        throw Arguments::BadInput(name + ": there is nothing to play in it");
     checkDurations(options.other, playable, file, file);
     Player::Options recorded;
     if (playable.facts.isPlainLog) { // the frames of a recording change no event
