@@ -138,7 +138,7 @@ class SmallScreen(OperatorTestCase):
         for _ in range(3):  # past the time line and the encoder
             self.operator("key", "F11")
             self.check(self.terminal.events_until_quiet(2), ("KEY_PRESS_EVENT", 17), ("KEY_RELEASE_EVENT", 17))
-        self.point_at(50, 330)
+        self.point_at(90, 268)
         self.operator("click", 1)
         self.check(self.terminal.events_until_quiet(2), ("KEY_PRESS_EVENT", ESCAPE), ("KEY_RELEASE_EVENT", ESCAPE))
 
