@@ -20,8 +20,8 @@ namespace KX {
 /// loop if the same chain has run it before, triggered by the same action, on the same event and for the same
 /// object. A loop is reported and dropped.
 ///
-/// One queue serves the process. Create it at start-up and release it at shut-down, on one thread. The queue never
-/// owns actions and objects. They must outlive the items that point to them.
+/// One queue serves the process. Create it at start-up and release it at shut-down, on one thread; neither blocks.
+/// The queue never owns actions and objects. They must outlive the items that point to them.
 class KX_EVENTS_API KXActionQueue {
 public:
     /// One request to run an action.
@@ -35,20 +35,26 @@ public:
 
         /// Compares the first four fields, each as an unsigned number. Both operators ignore the last two.
         KX_EVENTS_API bool operator<(const actionItem& other) const;
+        /// Whether the first four fields are equal.
         KX_EVENTS_API bool operator==(const actionItem& other) const;
     };
 
+    /// The hash by which the history finds items. Depends on what operator== compares.
     struct itemHash {
+        /// Any thread; does not block.
         KX_EVENTS_API std::uint32_t operator()(const actionItem& item) const;
     };
 
+    /// The queue's store.
     using itemDeque = KXSizedDeque<actionItem, 128>;
+    /// The history of a drain.
     using itemSet = KXHashedSet<actionItem, itemHash>;
 
-    /// Makes the queue. If one exists already, reports that on standard error and returns it.
+    /// Makes the queue, which belongs to the class until \ref release. If one exists already, reports that on
+    /// standard error and returns it.
     static KXActionQueue* create();
 
-    /// The queue. Without one, reports that on standard error and aborts the process.
+    /// The queue, owned by the class. Without one, reports that on standard error and aborts the process.
     static KXActionQueue* instance();
 
     /// Destroys the queue and drops its items without running them. Harmless without a queue.

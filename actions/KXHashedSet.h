@@ -9,7 +9,7 @@
 
 namespace KX {
 
-/// A set that finds its items by hash and iterates over them in their order. For one thread.
+/// A set that finds its items by hash and iterates over them in their order. For one thread; nothing blocks.
 ///
 /// Every action of a chain searches the history and adds to it; only debuggers and tests iterate. So the order is
 /// made by the first iteration. A chain of 1,000 actions takes a third of the time that it takes with a std::set.
@@ -19,14 +19,16 @@ namespace KX {
 template<class Item, class Hash>
 class KXHashedSet {
 public:
-    using key_type = Item;
-    using value_type = Item;
-    using size_type = std::size_t;
-    using const_iterator = typename std::set<Item>::const_iterator;
-    using iterator = const_iterator;
+    using key_type = Item;                                          ///< as a std::set has it
+    using value_type = Item;                                        ///< as a std::set has it
+    using size_type = std::size_t;                                  ///< as a std::set has it
+    using const_iterator = typename std::set<Item>::const_iterator; ///< over the items in their order
+    using iterator = const_iterator;                                ///< items do not change in the set
 
+    /// Whether there is no item.
     bool empty() const { return items.empty(); }
 
+    /// Number of items.
     std::size_t size() const { return items.size(); }
 
     /// The item that equals \p item, or null. Valid until the set changes.
@@ -45,6 +47,7 @@ public:
         return nullptr;
     }
 
+    /// 1 if an equal item is there, else 0.
     std::size_t count(const Item& item) const { return lookUp(item) ? 1 : 0; }
 
     /// Adds \p item. An equal item that is there already stays instead. If it throws, the set is unchanged.
@@ -73,6 +76,8 @@ public:
             makeSlots(2 * number);
     }
 
+    /// Removes the item that equals \p item.
+    /// \return how many were removed, 0 or 1
     std::size_t erase(const Item& item) {
         const Item* const found = lookUp(item);
         if (!found)
@@ -98,20 +103,17 @@ public:
 
     // In order, as in a std::set. Iterators are valid until the set changes.
 
-    const_iterator begin() const { return inOrder().begin(); }
+    const_iterator begin() const { return inOrder().begin(); } ///< the least item
+    const_iterator end() const { return inOrder().end(); }     ///< behind the greatest item
+    const_iterator cbegin() const { return begin(); }          ///< the least item
+    const_iterator cend() const { return end(); }              ///< behind the greatest item
+    auto rbegin() const { return inOrder().rbegin(); }         ///< the greatest item
+    auto rend() const { return inOrder().rend(); }             ///< before the least item
 
-    const_iterator end() const { return inOrder().end(); }
-
-    const_iterator cbegin() const { return begin(); }
-
-    const_iterator cend() const { return end(); }
-
-    auto rbegin() const { return inOrder().rbegin(); }
-
-    auto rend() const { return inOrder().rend(); }
-
+    /// The item that equals \p item, or end().
     const_iterator find(const Item& item) const { return inOrder().find(item); }
 
+    /// The least item that is not less than \p item, or end().
     const_iterator lower_bound(const Item& item) const { return inOrder().lower_bound(item); }
 
     /// As \ref add. If the order lacks memory, it throws and the item stays added.

@@ -3,15 +3,16 @@
 
 set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME development)
 
-# The public headers tell by their names: what is exported bears the prefix. Others are the library's own.
-file(GLOB kx_public_headers RELATIVE "${PROJECT_SOURCE_DIR}" CONFIGURE_DEPENDS
-    events/KX*.h events/sync/KX*.h encoder/KX*.h actions/KX*.h input/KX*.h input/CANRemote*.h
-    toolkit/KX*.h recording/KX*.h replay/KX*.h
-    platform/KX*.h platform/simulated/KXSimulation.h)
+include("${CMAKE_CURRENT_LIST_DIR}/KXPublicHeaders.cmake")
 foreach(header IN LISTS kx_public_headers)
     get_filename_component(folder "${header}" DIRECTORY)
     install(FILES "${header}" DESTINATION "${KXAPI_INCLUDE_DIR}/${folder}")
 endforeach()
+
+# The platform tests are sources.
+set(kx_platform_tests_install_dir "${CMAKE_INSTALL_DATADIR}/KXAPI_Events/platform_tests")
+install(DIRECTORY platform/tests/ DESTINATION "${kx_platform_tests_install_dir}"
+    FILES_MATCHING PATTERN "*.cpp" PATTERN "*Kit.h")
 
 get_property(kx_libraries GLOBAL PROPERTY KXAPI_INSTALLED_TARGETS)
 install(TARGETS ${kx_libraries} EXPORT KXAPI_Events
@@ -28,11 +29,11 @@ include("${CMAKE_CURRENT_LIST_DIR}/KXOwnPlatform.cmake")]])
 endif()
 configure_package_config_file(cmake/KXAPI_EventsConfig.cmake.in
     "${PROJECT_BINARY_DIR}/KXAPI_EventsConfig.cmake" INSTALL_DESTINATION "${kx_package_dir}"
-    PATH_VARS KXAPI_INCLUDE_DIR)
+    PATH_VARS KXAPI_INCLUDE_DIR kx_platform_tests_install_dir)
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/KXAPI_EventsConfigVersion.cmake"
     COMPATIBILITY SameMajorVersion)
 install(FILES "${PROJECT_BINARY_DIR}/KXAPI_EventsConfig.cmake"
-    "${PROJECT_BINARY_DIR}/KXAPI_EventsConfigVersion.cmake" DESTINATION "${kx_package_dir}")
+    "${PROJECT_BINARY_DIR}/KXAPI_EventsConfigVersion.cmake" cmake/KXPlatformTests.cmake DESTINATION "${kx_package_dir}")
 install(EXPORT KXAPI_Events FILE KXAPI_EventsTargets.cmake NAMESPACE KXAPI:: DESTINATION "${kx_package_dir}")
 
 # kx_add_pkg_config(NAME REQUIRES LIBRARIES): of one library, as kxapi-NAME. Its paths are relative to the file, so that

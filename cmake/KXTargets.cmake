@@ -32,8 +32,8 @@ if(KXAPI_HARDEN) # like Debian's own packages
     target_link_options(KXAPI_build_flags INTERFACE LINKER:-z,relro,-z,now)
 endif()
 if(KXAPI_PACKAGES)
-    # Packages do not tell the path of the build folder.
-    target_compile_options(KXAPI_build_flags INTERFACE "-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.")
+    # Packages do not tell the path of the build folder. Debug information goes into packages of its own.
+    target_compile_options(KXAPI_build_flags INTERFACE -g "-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.")
 endif()
 
 set(KXAPI_INCLUDE_DIR "${CMAKE_INSTALL_INCLUDEDIR}/KXAPI")

@@ -24,11 +24,13 @@ namespace KX {
 // Events are values and allocate nothing. A copy has all fields; only a copied KXSomeEvent loses its flags.
 
 /// The base of all events. Class number 0.
+///
+/// Events are values: no call on them locks, blocks or allocates, and one thread at a time uses an event.
 class KX_EVENTS_API KXEvent {
 public:
     KXEvent();
-    KXEvent(const KXEvent& other);
-    KXEvent& operator=(const KXEvent& other);
+    KXEvent(const KXEvent& other);            ///< copies all fields
+    KXEvent& operator=(const KXEvent& other); ///< copies all fields
     virtual ~KXEvent();
 
     int eventClass = EVENT_CLASS;   ///< number of the most derived class; selects the fields that queues copy
@@ -43,8 +45,8 @@ public:
 class KX_EVENTS_API KXIncident : public virtual KXEvent {
 public:
     KXIncident();
-    KXIncident(const KXIncident& other);
-    KXIncident& operator=(const KXIncident& other);
+    KXIncident(const KXIncident& other);            ///< copies all fields
+    KXIncident& operator=(const KXIncident& other); ///< copies all fields
     ~KXIncident() override;
 
     bool incidentFlag = false; ///< for producers outside the library; queues do not carry it
@@ -54,8 +56,8 @@ public:
 class KX_EVENTS_API KXInputEvent : public virtual KXIncident {
 public:
     KXInputEvent();
-    KXInputEvent(const KXInputEvent& other);
-    KXInputEvent& operator=(const KXInputEvent& other);
+    KXInputEvent(const KXInputEvent& other);            ///< copies all fields
+    KXInputEvent& operator=(const KXInputEvent& other); ///< copies all fields
     ~KXInputEvent() override;
 
     int keyCode = KX_KEY_NONE;      ///< in the library's numbering, a \ref KXKeyCode or the application's
@@ -68,8 +70,8 @@ public:
 class KX_EVENTS_API KXToolkitEvent : public virtual KXInputEvent {
 public:
     KXToolkitEvent();
-    KXToolkitEvent(const KXToolkitEvent& other);
-    KXToolkitEvent& operator=(const KXToolkitEvent& other);
+    KXToolkitEvent(const KXToolkitEvent& other);            ///< copies all fields
+    KXToolkitEvent& operator=(const KXToolkitEvent& other); ///< copies all fields
     ~KXToolkitEvent() override;
 
     bool toolkitFlag = false; ///< for producers outside the library; queues do not carry it
@@ -79,8 +81,8 @@ public:
 class KX_EVENTS_API KXNavigationEvent : public virtual KXIncident {
 public:
     KXNavigationEvent();
-    KXNavigationEvent(const KXNavigationEvent& other);
-    KXNavigationEvent& operator=(const KXNavigationEvent& other);
+    KXNavigationEvent(const KXNavigationEvent& other);            ///< copies all fields
+    KXNavigationEvent& operator=(const KXNavigationEvent& other); ///< copies all fields
     ~KXNavigationEvent() override;
 
     bool navigationFlag = false; ///< for producers outside the library; queues do not carry it
@@ -90,8 +92,8 @@ public:
 class KX_EVENTS_API KXTrigger : public virtual KXEvent {
 public:
     KXTrigger();
-    KXTrigger(const KXTrigger& other);
-    KXTrigger& operator=(const KXTrigger& other);
+    KXTrigger(const KXTrigger& other);            ///< copies all fields
+    KXTrigger& operator=(const KXTrigger& other); ///< copies all fields
     ~KXTrigger() override;
 
     bool triggerFlag = false; ///< for producers outside the library; queues do not carry it
@@ -101,8 +103,8 @@ public:
 class KX_EVENTS_API KXSignal : public virtual KXTrigger {
 public:
     KXSignal();
-    KXSignal(const KXSignal& other);
-    KXSignal& operator=(const KXSignal& other);
+    KXSignal(const KXSignal& other);            ///< copies all fields
+    KXSignal& operator=(const KXSignal& other); ///< copies all fields
     ~KXSignal() override;
 
     alignas(8) std::uint64_t signalData[2] = {}; ///< carried unchanged

@@ -26,12 +26,13 @@ enum class KXGesture {
     Escape, ///< the mouse button was released where it does not count
 };
 
+/// What an event type says of the operator's input.
 struct KXEventKind {
-    KXInputDevice device = KXInputDevice::NoDevice;
-    KXGesture gesture = KXGesture::NoGesture;
+    KXInputDevice device = KXInputDevice::NoDevice; ///< what he used
+    KXGesture gesture = KXGesture::NoGesture;       ///< what he did with it
 };
 
-/// Any type; a type that is no classified input has neither device nor gesture.
+/// Device and gesture of \p type, which may be any number. A type that is no classified input has neither.
 constexpr KXEventKind kindOfEventType(int type) {
     switch (type) {
     case KEY_PRESS_EVENT: return {KXInputDevice::Key, KXGesture::Press};
@@ -53,10 +54,12 @@ constexpr KXEventKind kindOfEventType(int type) {
     }
 }
 
+/// Whether the type is a gesture of a key.
 constexpr bool isKeyEvent(int type) {
     return kindOfEventType(type).device == KXInputDevice::Key;
 }
 
+/// Whether the type is a gesture of the mouse.
 constexpr bool isMouseEvent(int type) {
     return kindOfEventType(type).device == KXInputDevice::Mouse;
 }

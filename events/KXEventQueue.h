@@ -11,9 +11,10 @@ namespace KX {
 /// event. The destructor drops events that are still queued.
 class KX_EVENTS_API KXEventQueue {
 public:
+    /// The kinds of queue that \ref create makes.
     enum eventQueueType : int {
-        EVENT_QUEUE_AS_PIPE = 0,  ///< \ref KXEventQueueAsPipe: a main loop can wait on it
-        EVENT_QUEUE_AS_QUEUE = 1, ///< \ref KXEventQueueAsQueue: cheaper, without limit, nothing to wait on
+        EVENT_QUEUE_AS_PIPE = 0,  ///< a KXEventQueueAsPipe: a main loop can wait on it
+        EVENT_QUEUE_AS_QUEUE = 1, ///< a KXEventQueueAsQueue: cheaper, without limit, nothing to wait on
     };
 
     /// Makes a queue of \p type, an \ref eventQueueType.

@@ -28,6 +28,7 @@ public:
     /// Copies all fields but the four flags, which are false in the copy.
     KXSomeEvent(const KXSomeEvent& other);
 
+    /// Copies all fields but the four flags.
     KXSomeEvent& operator=(const KXSomeEvent& other);
     ~KXSomeEvent() override;
 

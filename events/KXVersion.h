@@ -8,7 +8,11 @@
 /// A higher MAJOR may break programs and comes with another SONAME. A higher MINOR adds, a higher PATCH only mends:
 /// programs that were compiled with an older version go on, without being compiled again.
 #define KXAPI_EVENTS_VERSION_MAJOR 1
+
+/// See \ref KXAPI_EVENTS_VERSION_MAJOR.
 #define KXAPI_EVENTS_VERSION_MINOR 0
+
+/// See \ref KXAPI_EVENTS_VERSION_MAJOR.
 #define KXAPI_EVENTS_VERSION_PATCH 0
 
 /// A version as a number that can be compared, also by the preprocessor. MINOR and PATCH are 0 to 999.
@@ -20,7 +24,10 @@
 #define KXAPI_EVENTS_VERSION                                                                                      \
     KXAPI_EVENTS_VERSION_OF(KXAPI_EVENTS_VERSION_MAJOR, KXAPI_EVENTS_VERSION_MINOR, KXAPI_EVENTS_VERSION_PATCH)
 
+/// For \ref KXAPI_EVENTS_VERSION_STRING.
 #define KXAPI_EVENTS_QUOTED(word) #word
+
+/// For \ref KXAPI_EVENTS_VERSION_STRING.
 #define KXAPI_EVENTS_JOINED(major, minor, patch)                                                                  \
     KXAPI_EVENTS_QUOTED(major) "." KXAPI_EVENTS_QUOTED(minor) "." KXAPI_EVENTS_QUOTED(patch)
 

@@ -8,6 +8,9 @@ namespace KX {
 class KXInputEventManager;
 
 /// Turns frames of the keypad on the CAN bus into key events, on the worker thread of the input event manager.
+///
+/// Blocks only while standard output blocks, onto which each key writes a line. It owns neither the manager nor end
+/// points.
 class KX_EVENTS_API CANRemoteHandler : public KXEndPointHandler {
 public:
     /// \param servedManager  whose keypad layout is used; must outlive the handler

@@ -25,11 +25,11 @@ struct KeyOptionsCANRemote {
 /// All 16 entries are in use. A default entry means bit 0 of byte 0 in the frame with identifier 0, and sends key
 /// code 0, Escape. If such frames occur, give unused entries an identifier that no frame has, such as 0x20000000.
 struct CANRemoteOptions {
-    bool enabled = false; ///< whether to open the bus
-    int encoderUpKeyCode = KX_KEY_UP;
-    int encoderDownKeyCode = KX_KEY_DOWN;
+    bool enabled = false;                              ///< whether to open the bus
+    int encoderUpKeyCode = KX_KEY_UP;                  ///< key code of a step towards greater positions
+    int encoderDownKeyCode = KX_KEY_DOWN;              ///< key code of a step towards lesser positions
     std::multimap<int, KeyOptionsCANRemote*> keyIndex; ///< from identifier to keys; the manager fills its own
-    KeyOptionsCANRemote keys[16];
+    KeyOptionsCANRemote keys[16];                      ///< all 16 are listened for
     std::uint32_t encoderCANId = 0;     ///< 29-bit identifier; a frame with identifier 0 is never the encoder's
     std::uint8_t encoderByteIndex = 0;  ///< data byte with the low half of the position
     std::uint8_t endPointSetting = 0;   ///< handed to the bus driver

@@ -47,7 +47,7 @@ struct KXInputMemory;
 /// One manager serves the process. Create it at start-up and delete it at shut-down, on one thread.
 class KX_EVENTS_API KXInputEventManager {
 public:
-    /// Makes the manager and starts its worker thread. If one exists already, reports that on standard error and
+    /// Makes the manager, which belongs to the class until \ref deleteInstance, and starts its worker thread. If one exists already, reports that on standard error and
     /// returns it.
     /// \throws std::bad_alloc  there is no manager
     [[gnu::cold]] static KXInputEventManager* createInstance();
@@ -130,6 +130,7 @@ public:
     /// Takes the oldest classified event; a default one (\c eventType 0) if the queue is empty.
     KXInputEvent getNextEvent();
 
+    /// Whether an event waits.
     bool hasEvents();
 
     /// Posts an event without classification. Any thread.
@@ -201,16 +202,29 @@ public:
     // The steps of classification, in their order. Public for programs that drive them with a clock of their own.
     // They take no lock: never call them while a worker thread or a toolkit thread uses the same manager. If clang
     // checks locks in your program, mark the calling function with KX_NO_THREAD_SAFETY_ANALYSIS.
-    // STATUS_OK (0): go on; STATUS_CONSUMED (11): the step has consumed the event, which is not posted.
 
+    /// Makes a press of a step key an encoder move and bundles it; accelerates a move that arrives as such.
+    /// \return STATUS_OK (0) go on; STATUS_CONSUMED (11) the event joined a bundle, or was a step key's release
     int convertToEncoderEvents(KXInputEvent& event) KX_REQUIRES(mutex);
+    /// Opens a bundle of encoder steps with this move, or adds the move to the open one.
+    /// \return STATUS_OK (0) go on; STATUS_CONSUMED (11) the move joined the bundle, or ended it
     int bundleKeyEncoderEvents(KXInputEvent& event) KX_REQUIRES(mutex);
+    /// Makes a second press within the double-press duration a double press.
+    /// \return STATUS_OK (0) go on
     int convertToDoublePressEvent(KXInputEvent& event) KX_REQUIRES(mutex);
+    /// Remembers a press that may become long. Posts the long release before the release of a long press.
+    /// \return STATUS_OK (0) go on
     int markPossibleLongPress(KXInputEvent& event) KX_REQUIRES(mutex);
 
-    // The two steps of a pass; \p now is the present tick. Both return STATUS_OK (0).
+    // The two steps of a pass.
 
+    /// Posts the long press of a press that is held long enough.
+    /// \param now  the present tick; the long press bears it
+    /// \return STATUS_OK (0)
     int sendLongPressEvent(unsigned int now) KX_REQUIRES(mutex);
+    /// Posts the open bundle if it has steps and is 50 ms old; closes one without steps then.
+    /// \param now  the present tick; the bundle bears the tick of its beginning or of its last post
+    /// \return STATUS_OK (0)
     int sendEncoderMoveEvent(unsigned int now) KX_REQUIRES(mutex);
 
 protected:

@@ -13,6 +13,12 @@ function(write text_file folder name)
     configure_file("${text_file}" "${folder}/${name}" COPYONLY NO_SOURCE_PERMISSIONS)
 endfunction()
 
+# strip(FILE OPTIONS...): also takes off the compiler's version.
+function(strip file)
+    execute_process(COMMAND "${CPACK_KXAPI_STRIP}" ${ARGN} --remove-section=.comment --remove-section=.note "${file}"
+        COMMAND_ERROR_IS_FATAL ANY)
+endfunction()
+
 set(debian "${CPACK_KXAPI_DEBIAN_DIR}")
 foreach(component IN LISTS CPACK_COMPONENTS_ALL)
     string(TOUPPER "${component}" upper)
@@ -29,6 +35,17 @@ foreach(component IN LISTS CPACK_COMPONENTS_ALL)
     file(GLOB_RECURSE manual_pages "${share}/man/*.[1-9]")
     foreach(page IN LISTS manual_pages)
         compress("${page}")
+    endforeach()
+
+    file(GLOB_RECURSE archives "${CPACK_TEMPORARY_DIRECTORY}/${component}/usr/lib/*.a")
+    foreach(archive IN LISTS archives)
+        strip("${archive}" --strip-debug --enable-deterministic-archives)
+    endforeach()
+    # CPack takes the debug information off these.
+    file(GLOB_RECURSE programs "${CPACK_TEMPORARY_DIRECTORY}/${component}/usr/bin/*"
+        "${CPACK_TEMPORARY_DIRECTORY}/${component}/usr/lib/*.so.*.*")
+    foreach(program IN LISTS programs)
+        strip("${program}" --strip-dwo)
     endforeach()
 
     # CPack creates folders with the caller's umask.

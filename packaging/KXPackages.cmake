@@ -25,7 +25,11 @@ set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_VERSION "${PROJECT_VERSION}")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # each package has one of its own
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
-set(CPACK_STRIP_FILES ON)
+# What is stripped off a program or a library goes into a package of its own.
+set(CPACK_DEBIAN_DEBUGINFO_PACKAGE ON)
+set(CPACK_OBJCOPY_EXECUTABLE "${CMAKE_OBJCOPY}")
+set(CPACK_READELF_EXECUTABLE "${CMAKE_READELF}")
+set(CPACK_KXAPI_STRIP "${CMAKE_STRIP}")
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 set(CPACK_PRE_BUILD_SCRIPTS "${PROJECT_SOURCE_DIR}/packaging/KXPackageFiles.cmake")
@@ -39,7 +43,7 @@ set(CPACK_KXAPI_SYSROOT "${CMAKE_SYSROOT}")
 # These packages can be installed for several architectures side by side.
 set(CPACK_KXAPI_MULTIARCH_SAME runtime development)
 
-set(CPACK_COMPONENTS_ALL runtime development tools)
+set(CPACK_COMPONENTS_ALL runtime development terminal tools)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_PACKAGE_SOURCE kxapi-events)
 set(CPACK_DEBIAN_PACKAGE_RELEASE "${kx_revision}")
@@ -70,6 +74,10 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${PROJECT_SOURCE_DIR}/packaging/
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "event layer of an embedded operator terminal
 ${kx_description} the libraries that programs need to run.")
 
+# The symbols of earlier versions, with the version in which each came.
+set(CPACK_KXAPI_SYMBOLS "${PROJECT_SOURCE_DIR}/packaging/debian/symbols.${kx_architecture}")
+set(CPACK_KXAPI_SYMBOLS_PACKAGE "${CPACK_DEBIAN_RUNTIME_PACKAGE_NAME}")
+
 set(kx_runtime_dependency "${CPACK_DEBIAN_RUNTIME_PACKAGE_NAME} (= ${kx_package_version})")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libkxapi-events-dev)
@@ -83,15 +91,23 @@ ${kx_description} what programs are built with: the headers, the CMake
 package KXAPI_Events, files for pkg-config, and the simulated platform,
 on which programs run in virtual time.")
 
+set(CPACK_DEBIAN_TERMINAL_PACKAGE_NAME kxterminal)
+set(CPACK_DEBIAN_TERMINAL_PACKAGE_SECTION utils)
+set(CPACK_DEBIAN_TERMINAL_PACKAGE_DEPENDS "${kx_runtime_dependency}")
+set(CPACK_DEBIAN_TERMINAL_PACKAGE_RECOMMENDS "fonts-dejavu-core | fonts-freefont-ttf") # without any font Qt draws no text
+set(CPACK_DEBIAN_TERMINAL_PACKAGE_SUGGESTS kxapi-tools)
+set(CPACK_COMPONENT_TERMINAL_DESCRIPTION "operator terminal in a window that shows its events
+kxterminal shows and prints the events that come of keys, mouse, wheel, rotary
+encoder and a keypad on the CAN bus. It records sessions and replays them, in
+a window of a desktop or on a bare frame buffer.")
+
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME kxapi-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${kx_runtime_dependency}")
-set(CPACK_COMPONENT_TOOLS_DESCRIPTION "operator terminal that shows its events, and tools for the CAN bus
-kxterminal is an operator terminal in a window. It shows and prints the events
-that come of keys, mouse, wheel, rotary encoder and a keypad on the CAN bus,
-and records and replays sessions.
-.
+set(CPACK_DEBIAN_TOOLS_PACKAGE_RECOMMENDS "${CPACK_DEBIAN_TERMINAL_PACKAGE_RECOMMENDS}")
+set(CPACK_COMPONENT_TOOLS_DESCRIPTION "tools for recorded sessions of an operator terminal, and for its CAN bus
 kxreplay plays recorded sessions in virtual time and compares what comes of
-them. kxcan puts frames and logs onto a CAN bus.")
+them. It counts gestures over thousands of recordings, and draws time lines.
+kxcan puts frames and logs onto a CAN bus. Neither needs a display.")
 
 include(CPack)

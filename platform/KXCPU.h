@@ -2,7 +2,7 @@
 
 namespace KX {
 
-/// CPU relax hint for a spin loop; call it once a round.
+/// CPU relax hint for a spin loop; call it once a round. Any thread; does not block.
 ///
 /// On x86 and ARM it is an instruction that leaves the execution units to the core's other hardware thread and
 /// saves power. Some cores stall for tens of nanoseconds, others ignore it, so it is no measure of time. Elsewhere

@@ -28,7 +28,7 @@ public:
     /// output between the look for room and the write, and a terminal may have room for a part of the line only.
     /// \param level   1 (error) to 4 (trace)
     /// \param key     from \ref insertNewDebugSection; messages of an unknown key are printed, too
-    /// \param format  as for printf; a line end is not needed
+    /// \param format  as for printf; a line end is not needed. Stays the caller's
     static void debugPrintError(int level, unsigned int key, const char* format, ...)
         __attribute__((format(printf, 3, 4)));
 };

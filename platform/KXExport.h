@@ -10,10 +10,10 @@
 /// Hides a part of an exported class that only the library itself uses.
 #define KX_LOCAL __attribute__((visibility("hidden")))
 
-#define KX_EVENTS_API KX_EXPORT
-#define KX_OS_ABS_API KX_EXPORT
-#define KX_HARDWARE_API KX_EXPORT
-#define KX_UTILITY_API KX_EXPORT
-#define KX_TOOLKIT_API KX_EXPORT
-#define KX_RECORDING_API KX_EXPORT
-#define KX_REPLAY_API KX_EXPORT
+#define KX_EVENTS_API KX_EXPORT    ///< of libKXAPI_Events
+#define KX_OS_ABS_API KX_EXPORT    ///< of libKXAPI_OS_ABS
+#define KX_HARDWARE_API KX_EXPORT  ///< of libKXAPI_Hardware
+#define KX_UTILITY_API KX_EXPORT   ///< of libKXAPI_Utility
+#define KX_TOOLKIT_API KX_EXPORT   ///< of libKXAPI_Toolkit
+#define KX_RECORDING_API KX_EXPORT ///< of libKXAPI_Recording
+#define KX_REPLAY_API KX_EXPORT    ///< of libKXAPI_Replay

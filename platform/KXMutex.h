@@ -40,12 +40,14 @@ protected:
     KXMutex& operator=(const KXMutex&) = delete;
 };
 
-/// Holds a mutex for a scope.
+/// Holds a mutex for a scope. Belongs to one thread.
 ///
 /// A null mutex is allowed and nothing is locked. A mutex that could not be locked is not unlocked; the scope then
 /// runs without it. clang's thread-safety analysis takes the mutex for held in either case.
 class KX_SCOPED_CAPABILITY KX_OS_ABS_API KXAutoLock {
 public:
+    /// Blocks until the mutex is free.
+    /// \param mutex  stays the caller's and must outlive this; may be null
     explicit KXAutoLock(KXMutex* mutex) KX_ACQUIRE(mutex);
     ~KXAutoLock() KX_RELEASE();
 

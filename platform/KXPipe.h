@@ -48,6 +48,7 @@ public:
     bool isConnected() const override;
 
     /// Closes both ends and opens them anew. Bytes that were not read are lost.
+    /// \return STATUS_OK; STATUS_REFUSED when the system refuses a pipe
     int reconnect() override;
 
 private:

@@ -25,7 +25,10 @@
 /// The caller must not hold the locks: the function takes them itself, or waits for a thread that does.
 #define KX_EXCLUDES(...) KX_THREAD_SAFETY(locks_excluded(__VA_ARGS__))
 
+/// Takes the lock.
 #define KX_ACQUIRE(...) KX_THREAD_SAFETY(acquire_capability(__VA_ARGS__))
+
+/// Releases the lock.
 #define KX_RELEASE(...) KX_THREAD_SAFETY(release_capability(__VA_ARGS__))
 
 /// Takes the lock if it returns the first argument.

@@ -21,6 +21,7 @@ class KXInputEvent;
 /// Any thread; takes no lock.
 class KX_RECORDING_API KXEventLine {
 public:
+    /// Writes the line of \p event; the event is not needed afterwards.
     explicit KXEventLine(const KXInputEvent& event);
 
     /// The line without a line end. Valid as long as this object.

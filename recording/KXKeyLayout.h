@@ -12,18 +12,19 @@
 /// KXInputEventManager::setCANRemoteOptions accepts anything.
 ///
 /// An entry without a key has \c keyNumber 0. A layout without an encoder has an \c encoderCANId that no frame
-/// has. These functions have no state; any thread may call them.
+/// has. These functions have no state; any thread may call them. They block
+/// only while a file or a stream is read.
 namespace KX::KeyLayout {
 
 /// From key codes to the toolkit's keys, as KXInputEventManager::getKXtoOSCodeMap returns them.
 using ToolkitKeys = std::map<int, int>;
 
-constexpr int keyCount = 16;
-constexpr int encoderEntry = keyCount;
+constexpr int keyCount = 16;           ///< entries of a layout
+constexpr int encoderEntry = keyCount; ///< stands for the encoder where an entry is told by its index
 
 /// A problem in a layout. The entry is an index of \c keys, or \ref encoderEntry.
 struct Problem {
-    int entry;
+    int entry;        ///< that has the problem
     std::string text; ///< one line with the number of the key, or with "encoder"
 };
 
@@ -35,11 +36,13 @@ struct Problem {
 KX_RECORDING_API CANRemoteOptions empty();
 
 /// The layout of the keypad that kxterminal draws: keys 1 to 16 with the key codes 0 to 15 in two frames, and the
-/// encoder in a third frame. Its function keys need a manager that knows \ref functionKeys: a key without a toolkit key
+/// encoder in a third frame. Its function keys need a manager that knows functionKeys(): a key without a toolkit key
 /// crashes Qt.
 KX_RECORDING_API CANRemoteOptions builtIn();
 
+/// Whether the entry has a key.
 KX_RECORDING_API bool isUsed(const KeyOptionsCANRemote& key);
+/// Whether the layout has an encoder.
 KX_RECORDING_API bool hasEncoder(const CANRemoteOptions& layout);
 
 /// The first problem that would make the keypad misbehave or crash the program; nothing if there is none.

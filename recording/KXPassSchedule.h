@@ -14,9 +14,10 @@ namespace KX {
 /// last one is 200 ms after the last input or at the last entry, whichever is later. In a long pause, when nothing is
 /// pending any more, passes have no effect and are left out.
 ///
-/// A session with passes needs none of this: the schedule then has no pass.
+/// A session with passes needs none of this: the schedule then has no pass. One thread at a time; nothing blocks.
 class KX_RECORDING_API KXPassSchedule {
 public:
+    /// Of a whole session, which is not needed afterwards.
     explicit KXPassSchedule(const Recording::Session& session);
 
     /// \param facts  of the whole session, or of its beginning if more of it is still to come

@@ -20,24 +20,25 @@
 
 /// Recordings of an operator's session: every input of the library with its tick.
 ///
-/// docs/recording.md describes the file format. This code uses no clock, no platform and no toolkit.
+/// docs/recording.md describes the file format. This code uses no clock, no platform and no toolkit. Its functions have
+/// no state: any thread may call them. They block only while a file or a stream is read or written.
 namespace KX::Recording {
 
 /// A call that set a number: setDoubleKeyPressDuration, setLongKeyPressDuration, setUserFactor, setLowPassFactor or
 /// acceptInput (0 or 1). Refused calls are recorded, too.
 struct NumberSetting {
-    KXInputSetting name;
-    std::int64_t value;
+    KXInputSetting name; ///< which one
+    std::int64_t value;  ///< its argument, in the unit that settingTable tells
 };
 
 /// A call of setDynamicParameters.
 struct SpeedTable {
-    std::vector<KXEncoderDynamicPair> rows;
+    std::vector<KXEncoderDynamicPair> rows; ///< its argument
 };
 
 /// A call of setKeyMapping.
 struct KeyMapping {
-    std::map<int, int> keyCodeOfToolkitKey;
+    std::map<int, int> keyCodeOfToolkitKey; ///< its argument
 };
 
 /// A call of setCANRemoteOptions with an enabled and checked layout.
@@ -47,13 +48,13 @@ struct Keypad {
 
 /// A frame that the library read from a CAN bus.
 struct Frame {
-    std::string bus;
-    KXCANMessage message;
+    std::string bus;      ///< "can" and its number
+    KXCANMessage message; ///< as it was read
 };
 
 /// An event that was posted past classification: postToEventQueue, postESCtoEventQueue.
 struct Post {
-    KXSomeEvent event;
+    KXSomeEvent event; ///< as it was posted
 };
 
 /// A pass of the worker thread, in which long presses and bundles of encoder steps become due.
@@ -67,12 +68,14 @@ struct End {};
 using Input = std::variant<KXToolkitEvent, KXInputEvent, Post, Frame, NumberSetting, SpeedTable, KeyMapping,
                            Keypad, Pass, End>;
 
+/// One input of the library.
 struct Entry {
     /// In ms. The low 32 bits are the tick. It continues when the tick wraps and never decreases.
     std::uint64_t timeMs = 0;
-    Input input;
+    Input input;          ///< what happened
     std::size_t line = 0; ///< in the file, from 1
 
+    /// The tick, in ms.
     unsigned int tick() const { return static_cast<unsigned int>(timeMs); }
 };
 
@@ -94,7 +97,7 @@ struct Session {
     std::vector<Entry> entries; ///< in time order
 };
 
-/// Receives a warning in one line: "file:line: text".
+/// Receives a warning in one line: "file:line: text". An empty function leaves the warnings out.
 using Warn = std::function<void(const std::string&)>;
 
 /// Time of the first frame of a plain log, which has an epoch of its own.
@@ -118,7 +121,7 @@ KX_RECORDING_API Session readFile(const std::string& path, const Warn& warn);
 /// \param path  of a new file, or of an empty one
 /// \throws std::runtime_error  "path: reason"; a file that was made is then removed. Reasons are also entries
 ///         whose time goes back or leaps by 2^31 ms or more, entries behind \ref End, a setting that is not in
-///         \ref settingTable, and the log of a CAN bus, which is no recording.
+///         settingTable, and the log of a CAN bus, which is no recording.
 KX_RECORDING_API void writeFile(const std::string& path, const Session& session);
 
 } // namespace KX::Recording

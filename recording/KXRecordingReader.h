@@ -13,6 +13,8 @@ namespace KX::Recording {
 /// and reads no further than to the line end of the entry, so it also reads from a pipe that is still written.
 ///
 /// \ref read has the rules for cut lines, words of a newer version and frames that the library never gets.
+///
+/// One thread at a time. Blocks only while the stream does.
 class KX_RECORDING_API Reader {
 public:
     /// \param input  must outlive the reader

@@ -12,11 +12,13 @@ namespace KX {
 
 /// Both ends belong to the range.
 struct KXSettingRange {
-    std::int64_t least;
-    std::int64_t greatest;
+    std::int64_t least;    ///< least value of the range
+    std::int64_t greatest; ///< greatest value of the range
 
+    /// Whether \p value is in the range.
     constexpr bool contains(std::int64_t value) const { return value >= least && value <= greatest; }
 
+    /// All values of a type.
     template<typename Argument>
     static constexpr KXSettingRange of() {
         return {std::numeric_limits<Argument>::min(), std::numeric_limits<Argument>::max()};
@@ -25,7 +27,7 @@ struct KXSettingRange {
 
 /// A setting of the manager or the encoder that is one number.
 struct KXSettingRow {
-    KXInputSetting name;
+    KXInputSetting name;       ///< which one
     std::string_view word;     ///< in recordings; the option of kxreplay has "--" before it
     std::string_view unit;     ///< in UTF-8; empty: none
     KXSettingRange range;      ///< the setter returns \ref STATUS_OUT_OF_RANGE for other values
@@ -60,10 +62,12 @@ inline constexpr std::array<KXSettingRow, 5> settingTable = {{
     {KXInputSetting::AcceptInput, "accept-input", "", {0, 1}, {0, 1}, 0, 1},
 }};
 
+/// Whether the table has a row for the setting.
 constexpr bool hasSettingRow(KXInputSetting name) {
     return static_cast<std::size_t>(name) < settingTable.size();
 }
 
+/// The row of a setting.
 /// \throws std::out_of_range  the setting has no row
 constexpr const KXSettingRow& settingRow(KXInputSetting name) {
     return settingTable.at(static_cast<std::size_t>(name));

@@ -21,7 +21,7 @@ public:
     ///                setObserver wait for the worker: if you keep it for long, call \ref release first.
     void keep(unsigned int mostMs = longestMs);
 
-    /// Lets the worker go on. Call it before another observer takes the place of this one.
+    /// Lets the worker go on. Does not wait for it. Call it before another observer takes the place of this one.
     void release();
 
     void onPassDue() override;

@@ -21,7 +21,7 @@ namespace KX {
 ///     EXPECT_EQ(application.openPages(), 1);
 ///
 /// The same recording gives the same events on every machine, to the byte, and takes no longer than the computer
-/// needs. For programs that link KXAPI::Replay and with it the simulated platform, on the thread that drives the
+/// needs. Nothing waits for a clock; only the file may block. For programs that link KXAPI::Replay and with it the simulated platform, on the thread that drives the
 /// simulation.
 ///
 /// A manager that exists is used, with its own settings where the recording has none: make it before, or let the player
@@ -34,6 +34,7 @@ namespace KX {
 /// QApplication they are left out.
 class KX_REPLAY_API KXSessionPlayer {
 public:
+    /// How to play.
     struct Options {
         /// Of the log of a CAN bus; KeyLayout::builtIn without one.
         std::shared_ptr<const CANRemoteOptions> keypad;
@@ -53,11 +54,14 @@ public:
     /// Hands out one entry of a session after the other, each valid until the next call; null at the end.
     using NextEntry = std::function<const Recording::Entry*()>;
 
+    /// Reads a file whole.
     /// \param path  "-" is standard input
     /// \throws std::runtime_error  the file is bad: "file:line: what"
     explicit KXSessionPlayer(const std::string& path);
+    /// \copydoc KXSessionPlayer(const std::string&)
     KXSessionPlayer(const std::string& path, Options options);
 
+    /// Plays a session that has been read.
     /// \throws std::runtime_error  a log of a CAN bus without a QApplication
     KXSessionPlayer(std::shared_ptr<const Recording::Session> session, Options options);
 

@@ -63,17 +63,23 @@ function(kx_get_startable variable target)
 endfunction()
 
 # kx_run_tests(TARGET plain|qt PROPERTIES...): makes tests of a GoogleTest program. Its kind is for precompiled headers.
+# Their names begin with KX_TEST_PREFIX.
 function(kx_run_tests target kind)
     if(KXAPI_PRECOMPILE)
         target_precompile_headers(${target} REUSE_FROM kx_precompiled_${kind})
     endif()
     kx_emulate(${target})
     if(KXAPI_SANITIZE OR CMAKE_CROSSCOMPILING_EMULATOR)
-        add_test(NAME ${target} COMMAND ${target})
-        set_tests_properties(${target} PROPERTIES TIMEOUT 900 COST 50 ${ARGN})
+        set(name ${target})
+        if(KX_TEST_PREFIX)
+            set(name "${KX_TEST_PREFIX}All")
+        endif()
+        add_test(NAME ${name} COMMAND ${target})
+        set_tests_properties(${name} PROPERTIES TIMEOUT 900 COST 50 ${ARGN})
     else()
         kx_get_time_limit(limit 120)
-        gtest_discover_tests(${target} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT ${limit} ${ARGN})
+        gtest_discover_tests(${target} DISCOVERY_MODE PRE_TEST TEST_PREFIX "${KX_TEST_PREFIX}"
+            PROPERTIES TIMEOUT ${limit} ${ARGN})
     endif()
 endfunction()
 

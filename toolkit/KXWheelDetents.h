@@ -6,12 +6,13 @@ namespace KX {
 /// (KXToolkitLayer::leaveWheelTo).
 ///
 /// Ordinary wheels report one detent at a time. High-resolution wheels report fractions, which add up here. Each
-/// wheel needs an object of its own.
+/// wheel needs an object of its own. One thread at a time; nothing blocks.
 class KXWheelDetents {
 public:
+    /// Adds a report of the wheel.
     /// \param angle  of the turn in eighths of a degree, as QWheelEvent::angleDelta has it; positive is away from
     ///               the operator
-    /// \return whole detents that are due now; negative is towards the operator
+    /// \return number of whole detents that are due now; negative is towards the operator
     int turn(int angle) {
         const bool reversed = (angle < 0 && remainder > 0) || (angle > 0 && remainder < 0);
         if (reversed)

@@ -16,7 +16,7 @@ namespace KX {
 /// events through one queue need half the time; four posting threads need a third.
 ///
 /// The flag \c isTaken is only a hint: the mutex itself decides. A thread that locks the plain boost::mutex does
-/// not set the flag; others then skip the back-off. On a single core the back-off wastes some microseconds.
+/// not set the flag; others then skip the back-off. On a single core the back-off wastes some microseconds. Any thread.
 class KX_CAPABILITY("mutex") KXBackoffMutex : public boost::mutex {
 public:
     // boost::mutex has annotations only on demand, so clang cannot follow these three.
@@ -29,6 +29,7 @@ public:
         isTaken.store(true, std::memory_order_relaxed);
     }
 
+    /// For the thread that holds the mutex. Does not block.
     void unlock() KX_RELEASE() KX_NO_THREAD_SAFETY_ANALYSIS {
         isTaken.store(false, std::memory_order_relaxed);
         boost::mutex::unlock();
@@ -52,7 +53,7 @@ public:
     }
 
 protected:
-    std::atomic<bool> isTaken{false}; // written by the thread that holds the mutex
+    std::atomic<bool> isTaken{false}; ///< the hint; written by the thread that holds the mutex
 
 private:
     // The caller keeps the mutex, so the unique_lock of the wait must not unlock it.

@@ -18,12 +18,16 @@ namespace KX {
 /// afterwards.
 class KXCountedCondition {
 public:
+    /// The condition variable itself; no signal is skipped afterwards. Valid as long as this object.
     operator boost::condition_variable&() noexcept { return countForGood(); }
 
+    /// As Boost has it; no signal is skipped afterwards. The handle belongs to this object.
     boost::condition_variable::native_handle_type native_handle() { return countForGood().native_handle(); }
 
+    /// Wakes one waiting thread, if any. Does not block.
     void notify_one() noexcept { condition.notify_one(); }
 
+    /// Wakes all waiting threads. Does not block.
     void notify_all() noexcept { condition.notify_all(); }
 
     /// Wakes one waiting thread, if any. The caller holds the mutex of the waiting threads, so all of them are
@@ -33,6 +37,7 @@ public:
             condition.notify_one();
     }
 
+    /// Blocks until another thread notifies, as Boost's does, also with a condition as second argument.
     template<class... More>
     auto wait(boost::unique_lock<boost::mutex>& lock, More&&... more) {
         const Waiter waiter(waiters);
@@ -40,12 +45,14 @@ public:
     }
 
 #ifdef BOOST_THREAD_USES_CHRONO
+    /// The same for a limited time.
     template<class... More>
     auto wait_for(boost::unique_lock<boost::mutex>& lock, More&&... more) {
         const Waiter waiter(waiters);
         return condition.wait_for(lock, std::forward<More>(more)...);
     }
 
+    /// The same until a point in time.
     template<class... More>
     auto wait_until(boost::unique_lock<boost::mutex>& lock, More&&... more) {
         const Waiter waiter(waiters);
@@ -54,6 +61,7 @@ public:
 #endif
 
 #ifdef BOOST_THREAD_USES_DATETIME
+    /// The same, in the notation of Boost's date_time.
     template<class... More>
     auto timed_wait(boost::unique_lock<boost::mutex>& lock, More&&... more) {
         const Waiter waiter(waiters);

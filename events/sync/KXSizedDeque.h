@@ -10,7 +10,7 @@ namespace KX {
 
 /// A double-ended queue whose size can be read without its lock.
 ///
-/// Any thread may call \ref empty and \ref size; everything else needs the lock. Memory comes in blocks of
+/// Any thread may call empty() and size(); everything else needs the lock of its owner. Nothing here blocks. Memory comes in blocks of
 /// \p itemsInABlock items, larger than those of std::deque, so few posts allocate.
 template<class Item, std::size_t itemsInABlock>
 class KXSizedDeque
@@ -38,23 +38,29 @@ public:
     using typename Items::size_type;
     using typename Items::value_type;
 
+    /// Whether it held nothing at some moment during the call. Any thread, without the lock.
     bool empty() const { return size() == 0; }
 
+    /// Number of items at some moment during the call. Any thread, without the lock.
     std::size_t size() const { return count.load(std::memory_order_acquire); }
 
+    /// Appends a copy. If it throws, nothing is changed.
     void push_back(const Item& item) { emplace_back(item); }
 
+    /// Appends an item made of \p arguments. If it throws, nothing is changed.
     template<class... Arguments>
     void emplace_back(Arguments&&... arguments) {
         Items::emplace_back(std::forward<Arguments>(arguments)...);
         publishSize(count.load(std::memory_order_relaxed) + 1);
     }
 
+    /// Drops the oldest item. There must be one.
     void pop_front() {
         Items::pop_front();
         publishSize(count.load(std::memory_order_relaxed) - 1);
     }
 
+    /// Drops all items.
     void clear() {
         Items::clear();
         publishSize(0);

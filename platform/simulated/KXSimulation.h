@@ -35,7 +35,7 @@ public:
     /// the life of the process. They are cut off from their bus for good and not counted any more.
     static void reset();
 
-    /// Sets the clock. No thread runs because of it. A thread whose wait is over by then runs in the next
+    /// Sets the clock, in ms. No thread runs because of it. A thread whose wait is over by then runs in the next
     /// \ref advance.
     static void setTick(unsigned int tick);
 
@@ -72,18 +72,19 @@ public:
 
     // Faults: the next count calls of one kind fail, as on a system at its limits.
 
-    static void failPipeInits(unsigned int count);
-    static void failPipeWrites(unsigned int count);
-    static void failPipeReads(unsigned int count);
-    static void failMutexLocks(unsigned int count);
+    static void failPipeInits(unsigned int count);  ///< KXPipe::init and reconnect
+    static void failPipeWrites(unsigned int count); ///< KXPipe::writeIntoPipe writes nothing
+    static void failPipeReads(unsigned int count);  ///< KXPipe::readFromPipe consumes nothing
+    static void failMutexLocks(unsigned int count); ///< KXMutex::lock returns false
     static void refuseMutexes(unsigned int count);  ///< KXMutex::create returns null
     static void refuseThreads(unsigned int count);  ///< KXThread::create returns null
     static void refuseCANBuses(unsigned int count); ///< KXCANRaw::create returns null: no such bus
 
+    /// What KXDebug::debugPrintError was told.
     struct DebugMessage {
-        int level;
-        std::string section;
-        std::string text;
+        int level;           ///< 1 (error) to 4 (trace)
+        std::string section; ///< name of the section
+        std::string text;    ///< without a line end
     };
 
     /// Messages above this level are not recorded; 4 at first, which records all.

@@ -30,7 +30,9 @@ constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 class Reader::Lines {
 public:
     Lines(std::istream& inputStream, std::string fileName, Warn warnFunction)
-        : input(inputStream), name(std::move(fileName)), warn(std::move(warnFunction)), text(inputStream) {}
+        : input(inputStream), name(std::move(fileName)),
+          warn(warnFunction ? std::move(warnFunction) : [](const std::string& /*warning*/) {}), text(inputStream) {
+    }
 
     Entry* next() {
         hasEntry = false;

@@ -8,6 +8,7 @@
 #include <deque>
 #include <functional>
 #include <memory>
+#include <tuple>
 #include <vector>
 
 namespace KX::Recording {
@@ -27,7 +28,7 @@ public:
         std::uint64_t timeMs = 0; ///< of the entry before
 
         bool operator<(const Place& other) const {
-            return chunk != other.chunk ? chunk < other.chunk : offset < other.offset;
+            return std::tie(chunk, offset) < std::tie(other.chunk, other.offset);
         }
     };
 

@@ -44,7 +44,12 @@ QSize KeypadKey::sizeHint() const {
 
 QSize KeypadKey::minimumSizeHint() const {
     const Sizes sizes = Sizes::of(*this);
-    return {sizes.touch(), sizes.scaled(56)};
+    return {sizes.touch(), sizes.scaled(50)};
+}
+
+int KeypadKey::widthForLargeName() const {
+    const Sizes sizes = Sizes::of(*this);
+    return QFontMetrics(Theme::font(sizes.value(), true)).horizontalAdvance(text()) + sizes.scaled(4);
 }
 
 // The number stands above the name.

@@ -17,6 +17,9 @@ public:
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
 
+    /// How wide it has to be to show its name in the size of what counts.
+    int widthForLargeName() const;
+
 protected:
     void paintEvent(QPaintEvent* event) override;
 

@@ -23,6 +23,7 @@ namespace Terminal {
 namespace {
 
 constexpr int keysInRow = 8;
+constexpr int keysInNarrowRow = 4;
 constexpr int gap = 6; // scaled
 
 QString labelOf(int keyCode) {
@@ -35,7 +36,7 @@ QString labelOf(int keyCode) {
 
 KeypadPanel::KeypadPanel(QWidget* parent)
     : QWidget(parent), frames(KX::KeyLayout::empty()), grid(new QGridLayout), turningKnob(new KeypadKnob),
-      keys(KX::KeyLayout::keyCount, nullptr) {
+      keys(KX::KeyLayout::keyCount, nullptr), columns(keysInRow) {
     KX::KXToolkitLayer::leavePressesTo(*this);
     auto* row = new QHBoxLayout(this);
     row->addLayout(grid, keysInRow);
@@ -64,6 +65,39 @@ void KeypadPanel::changeEvent(QEvent* event) {
         arrange();
 }
 
+void KeypadPanel::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    placeKeys();
+}
+
+// Like the device, unless wider keys can show their names larger.
+int KeypadPanel::columnsThatFit() const {
+    int nameWidth = 0;
+    for (const KeypadKey* const key : keys)
+        nameWidth = std::max(nameWidth, key ? key->widthForLargeName() : 0);
+    const QSize room = grid->geometry().size();
+    const int spacing = grid->spacing();
+    if ((room.width() + spacing) / keysInRow - spacing >= nameWidth)
+        return keysInRow;
+    constexpr int rows = KX::KeyLayout::keyCount / keysInNarrowRow;
+    const int keyHeight = (room.height() + spacing) / rows - spacing;
+    const bool isHighEnough = std::all_of(keys.begin(), keys.end(), [&](const KeypadKey* key) {
+        return !key || keyHeight >= key->minimumSizeHint().height();
+    });
+    return isHighEnough ? keysInNarrowRow : keysInRow;
+}
+
+void KeypadPanel::placeKeys() {
+    if (std::exchange(columns, columnsThatFit()) == columns)
+        return;
+    for (int entry = 0; entry < keys.size(); ++entry) {
+        if (!keys[entry])
+            continue;
+        grid->removeWidget(keys[entry]);
+        grid->addWidget(keys[entry], entry / columns, entry % columns);
+    }
+}
+
 void KeypadPanel::watchBus(std::function<BusStatus()> look) {
     lookNow = std::move(look);
     lookAtBus();
@@ -89,7 +123,7 @@ void KeypadPanel::setLayoutOfKeys(const KX::CANRemoteOptions& layout) {
 void KeypadPanel::addKey(int entry, const KX::KeyOptionsCANRemote& options) {
     auto* key = new KeypadKey(options.keyNumber, labelOf(options.keyCode));
     keys[entry] = key;
-    grid->addWidget(key, entry / keysInRow, entry % keysInRow);
+    grid->addWidget(key, entry / columns, entry % columns);
     connect(
         key, &QAbstractButton::pressed, this, [this, entry] { setKey(entry, true); });
     connect(key, &QAbstractButton::released, this, [this, entry] { setKey(entry, false); });

@@ -59,11 +59,14 @@ protected:
     void paintEvent(QPaintEvent* event) override;
     void hideEvent(QHideEvent* event) override;
     void changeEvent(QEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
     void addKey(int entry, const KX::KeyOptionsCANRemote& options);
     void setKey(int entry, bool pressed);
     void arrange();
+    int columnsThatFit() const;
+    void placeKeys();
     void lookAtBus();
     void paintTitle(QPainter& painter) const;
     int titleHeight() const;
@@ -72,6 +75,7 @@ private:
     QGridLayout* grid;
     KeypadKnob* turningKnob;
     QVector<KeypadKey*> keys; // by entry of the layout; null for none
+    int columns;
     QString faultText;
     std::function<BusStatus()> lookNow;
     BusStatus bus;

@@ -2,7 +2,9 @@
 
 #include "terminal/look/Theme.h"
 
+#include <QFileInfo>
 #include <QPalette>
+#include <QStringList>
 
 #include <utility>
 
@@ -28,19 +30,32 @@ QString reasonOf(const QString& problem) {
 RecordingState::RecordingState(Source ownSource) : source(std::move(ownSource)) {}
 
 bool RecordingState::hasFailed() const {
+    return hasRecordingFailed() || hasSaveFailed;
+}
+
+bool RecordingState::hasRecordingFailed() const {
     return source.writesFile && !source.isRecording();
 }
 
+void RecordingState::noteSave(const SavedSessions::Outcome& outcome) {
+    hasSaveFailed = !outcome.problem.isEmpty();
+    save = hasSaveFailed ? QStringLiteral("NOT SAVED: %1").arg(reasonOf(outcome.problem))
+                         : QStringLiteral("saved %1").arg(QFileInfo(outcome.path).fileName());
+}
+
 QString RecordingState::text(qint64 elapsedMs) const {
-    QString text;
-    if (hasFailed())
-        text = QStringLiteral("NOT RECORDING: %1").arg(reasonOf(source.problem()));
+    QStringList parts;
+    if (hasRecordingFailed())
+        parts << QStringLiteral("NOT RECORDING: %1").arg(reasonOf(source.problem()));
     else if (source.writesFile)
-        text = QStringLiteral("\u25CF REC %1").arg(lengthOf(elapsedMs));
-    if (source.keptMinutes > 0)
-        text += (text.isEmpty() ? QString() : QStringLiteral("  ")) +
-                QStringLiteral("keeps %1 min").arg(source.keptMinutes);
-    return text;
+        parts << QStringLiteral("\u25CF REC %1").arg(lengthOf(elapsedMs));
+    if (hasRecordingFailed() && hasSaveFailed)
+        parts << QStringLiteral("NOT SAVED"); // there is no room for a second reason
+    else if (!save.isEmpty())
+        parts << save;
+    else if (source.keptMinutes > 0)
+        parts << QStringLiteral("keeps %1 min, Ctrl+S saves").arg(source.keptMinutes);
+    return parts.join(QStringLiteral("   "));
 }
 
 RecordingLabel::RecordingLabel(RecordingState ownState, QWidget* parent)
@@ -52,6 +67,11 @@ RecordingLabel::RecordingLabel(RecordingState ownState, QWidget* parent)
     sinceStart.start();
     connect(&everySecond, &QTimer::timeout, this, &RecordingLabel::refresh);
     everySecond.start(1000);
+    refresh();
+}
+
+void RecordingLabel::tellSaved(const SavedSessions::Outcome& outcome) {
+    state.noteSave(outcome);
     refresh();
 }
 

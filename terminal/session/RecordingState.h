@@ -1,5 +1,7 @@
 #pragma once
 
+#include "terminal/session/SavedSessions.h"
+
 #include <QElapsedTimer>
 #include <QLabel>
 #include <QString>
@@ -21,16 +23,22 @@ public:
 
     explicit RecordingState(Source source);
 
-    /// "REC 1:03", "KEEPS 10 min", both, or why the recording ended: "NOT RECORDING No space left on device". Empty:
-    /// nothing is recorded.
+    /// "REC 1:03", "keeps 10 min, Ctrl+S saves", both, or why the recording ended: "NOT RECORDING: No space left on
+    /// device". After a save, what became of it takes the place of what is kept. Empty: nothing is recorded.
     /// \param elapsedMs  since the recording began
     QString text(qint64 elapsedMs) const;
 
-    /// Whether a recording ended that should go on.
+    /// Whether a recording ended that should go on, or the last save failed.
     bool hasFailed() const;
 
+    void noteSave(const SavedSessions::Outcome& outcome);
+
 private:
+    bool hasRecordingFailed() const;
+
     const Source source;
+    QString save;
+    bool hasSaveFailed = false;
 };
 
 /// Shows the state in the window, red when the recording has ended.
@@ -40,10 +48,12 @@ class RecordingLabel : public QLabel {
 public:
     explicit RecordingLabel(RecordingState state, QWidget* parent = nullptr);
 
+    void tellSaved(const SavedSessions::Outcome& outcome);
+
 private:
     void refresh();
 
-    const RecordingState state;
+    RecordingState state;
     QElapsedTimer sinceStart;
     QTimer everySecond;
 };

@@ -49,14 +49,16 @@ QString SavedSessions::whyUnusable(const QString& place) {
                     : QStringLiteral("%1: %2").arg(place, QString::fromLocal8Bit(std::strerror(errno)));
 }
 
-QString SavedSessions::save(const QDateTime& now) const {
-    const QString path = freePath(now);
-    const QString problem = saveInto(path);
-    if (!problem.isEmpty())
-        return QStringLiteral("not saved: ") + problem;
-    if (stem.isEmpty())
-        makeRoomFor(path);
-    return QStringLiteral("saved ") + path;
+QString SavedSessions::Outcome::text() const {
+    return problem.isEmpty() ? QStringLiteral("saved ") + path : QStringLiteral("not saved: ") + problem;
+}
+
+SavedSessions::Outcome SavedSessions::save(const QDateTime& now) const {
+    Outcome outcome{freePath(now), {}};
+    outcome.problem = saveInto(outcome.path);
+    if (outcome.problem.isEmpty() && stem.isEmpty())
+        makeRoomFor(outcome.path);
+    return outcome;
 }
 
 // Several files of one second are numbered from 2 on.

@@ -27,8 +27,15 @@ public:
     /// \return why nothing can be saved at \p place, in one line; empty: it can
     static QString whyUnusable(const QString& place);
 
-    /// \return one line: which file was saved, or what went wrong
-    QString save(const QDateTime& now) const;
+    struct Outcome {
+        QString path;    ///< of the file that was saved
+        QString problem; ///< why none was; empty: one was
+
+        /// Which file was saved, or what went wrong, in one line.
+        QString text() const;
+    };
+
+    Outcome save(const QDateTime& now) const;
 
 private:
     QString freePath(const QDateTime& now) const;

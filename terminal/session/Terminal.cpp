@@ -106,10 +106,16 @@ QString Terminal::saveInto(const QString& path) {
 }
 
 void Terminal::saveSession() {
-    const QString told = settings.keptMinutes == 0
-                             ? QStringLiteral("not saved: nothing is kept without --keep-last")
-                             : savedSessions.save(QDateTime::currentDateTime());
-    std::fprintf(stderr, "kxterminal: %s\n", told.toLocal8Bit().constData());
+    SavedSessions::Outcome outcome;
+    if (settings.keptMinutes == 0)
+        outcome.problem = QStringLiteral("nothing is kept without --keep-last");
+    else
+        outcome = savedSessions.save(QDateTime::currentDateTime());
+    std::fprintf(stderr, "kxterminal: %s\n", outcome.text().toLocal8Bit().constData());
+    if (settings.keptMinutes == 0)
+        return;
+    isSaveLost = isSaveLost || !outcome.problem.isEmpty();
+    recordingLabel->tellSaved(outcome);
 }
 
 void Terminal::takeReport(KX::KXToolkitEvent& event) {
@@ -245,16 +251,19 @@ void Terminal::connectEvents() {
 
 void Terminal::connectTransport() {
     QObject::connect(transport.get(), &ReplayTransport::changed, &window, [this] { showReplayProgress(); });
+    // Queued: a replay of nothing has finished before the event loop runs, which is to quit.
     if (settings.exitAtEnd)
-        QObject::connect(transport.get(), &ReplayTransport::finished, qApp, &QCoreApplication::quit);
+        QObject::connect(transport.get(), &ReplayTransport::finished, qApp, &QCoreApplication::quit,
+                         Qt::QueuedConnection);
 }
 
 void Terminal::showRecording() {
     if (!recorder)
         return;
-    window.addStatus(new RecordingLabel(RecordingState(
+    recordingLabel = new RecordingLabel(RecordingState(
         {!settings.recordFile.isEmpty(), settings.keptMinutes, [this] { return recorder->isRecording(); },
-         [this] { return QString::fromLocal8Bit(recorder->problem().c_str()); }})));
+         [this] { return QString::fromLocal8Bit(recorder->problem().c_str()); }}));
+    window.addStatus(recordingLabel);
 }
 
 void Terminal::takeEvent(const KX::KXInputEvent& event) {
@@ -307,7 +316,7 @@ int Terminal::run() {
     pace.flush();
     window.actions().showState(*desk);
     const int pictureStatus = settings.screenshotFile.isEmpty() ? 0 : writePicture();
-    return isRecorded && printer.error() == 0 ? pictureStatus : Arguments::failureStatus;
+    return isRecorded && !isSaveLost && printer.error() == 0 ? pictureStatus : Arguments::failureStatus;
 }
 
 // Takes the last events, and ends the recording before another pass of the worker can make more of them.

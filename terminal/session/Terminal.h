@@ -34,6 +34,7 @@ namespace Terminal {
 
 class DemoSession;
 class ReplayTransport;
+class RecordingLabel;
 class SessionPlayer;
 
 struct DeleteManager {
@@ -118,7 +119,9 @@ private:
     std::unique_ptr<ActionDesk> desk;
     ActionQueue actionQueue;
     std::unique_ptr<KX::KXSessionRecorder> recorder;
+    RecordingLabel* recordingLabel = nullptr; // the window's; there is one while there is a recorder
     const SavedSessions savedSessions;
+    bool isSaveLost = false;
     SaveChord saveChord;
     Manager manager;
     StepSpacing stepSpacing;

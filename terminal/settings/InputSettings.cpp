@@ -56,11 +56,11 @@ QString withUnit(int value, KXInputSetting setting) {
 
 QString refusedDuration(KXInputSetting setting, int value, const InputSettings& settings) {
     if (value < leastOf(setting))
-        return QStringLiteral("Not below %1\u00a0ms").arg(leastOf(setting));
+        return QStringLiteral("Must be %1\u00a0ms or more").arg(leastOf(setting));
     if (setting == KXInputSetting::DoubleKeyPressDuration)
-        return QStringLiteral("Not below the long press of %1\u00a0ms")
+        return QStringLiteral("Must be below the long press of %1\u00a0ms")
             .arg(settings.value(KXInputSetting::LongKeyPressDuration));
-    return QStringLiteral("Not above the double press of %1\u00a0ms")
+    return QStringLiteral("Must be above the double press of %1\u00a0ms")
         .arg(settings.value(KXInputSetting::DoubleKeyPressDuration));
 }
 
@@ -165,8 +165,8 @@ QString SettingText::refusal(KXInputSetting setting, int value, int status, cons
     case KX::STATUS_REFUSED: return refusedDuration(setting, value, settings);
     case KX::STATUS_OUT_OF_RANGE:
         return value < leastOf(setting)
-                   ? QStringLiteral("Not below %1").arg(withUnit(leastOf(setting), setting))
-                   : QStringLiteral("Not above %1").arg(withUnit(greatestOf(setting), setting));
+                   ? QStringLiteral("Must be %1 or more").arg(withUnit(leastOf(setting), setting))
+                   : QStringLiteral("Must be %1 or less").arg(withUnit(greatestOf(setting), setting));
     default: return QStringLiteral("Refused with status %1").arg(status);
     }
 }

@@ -27,6 +27,7 @@ namespace {
 
 constexpr QSize desktopSize(1024, 768);
 constexpr QSize smallestSize(640, 480);
+constexpr int frameHeight = 40; // what a window manager may take for a title
 constexpr QSize sizeForEverything(1000, 700);
 constexpr int widthForName = 760;
 
@@ -89,10 +90,14 @@ MainWindow::MainWindow(EventModel& eventModel, InputSettings& inputSettings)
 }
 
 void MainWindow::coverScreen() {
-    setGeometry(QGuiApplication::primaryScreen()->availableGeometry());
+    const QRect available = QGuiApplication::primaryScreen()->availableGeometry();
+    setGeometry(available);
     // Without a screen a maximized window leaves room for a frame that nobody draws.
-    if (QGuiApplication::platformName() != QLatin1String("offscreen"))
-        setWindowState(windowState() | Qt::WindowMaximized);
+    if (QGuiApplication::platformName() == QLatin1String("offscreen"))
+        return;
+    // On a small screen a title would push the bottom of the window off it.
+    const bool hasRoomForFrame = available.height() >= smallestSize.height() + frameHeight;
+    setWindowState(windowState() | (hasRoomForFrame ? Qt::WindowMaximized : Qt::WindowFullScreen));
 }
 
 void MainWindow::makeViews() {

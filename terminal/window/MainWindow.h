@@ -34,7 +34,8 @@ public:
     /// \p model and \p settings must outlive the window.
     MainWindow(EventModel& model, InputSettings& settings);
 
-    /// Covers the whole screen, also where no window manager does it. Call it before the window is shown.
+    /// Covers the whole screen, also where no window manager does it. A small screen has no room for a frame, which is
+    /// left out there. Call it before the window is shown.
     void coverScreen();
 
     /// The centre of a soft key, in window coordinates. \p number counts from 0.

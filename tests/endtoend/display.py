@@ -63,6 +63,23 @@ class Display:
             time.sleep(0.05)
         raise AssertionError("the window has not appeared")
 
+    def start_window_manager(self):
+        """The process of one that frames windows, once it works."""
+        manager = subprocess.Popen(["openbox", "--sm-disable"], env=dict(os.environ, DISPLAY=self.name),
+                                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        deadline = time.monotonic() + GENEROUS_SECONDS
+        # It has to say so to all programs before a window comes.
+        while subprocess.run(["xdotool", "get_desktop"], env=dict(os.environ, DISPLAY=self.name),
+                             stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=False).returncode != 0:
+            if time.monotonic() > deadline or manager.poll() is not None:
+                raise AssertionError("the window manager does not work")
+            time.sleep(0.05)
+        return manager
+
+    def height_of(self, window):
+        words = dict(line.split("=") for line in self.xdotool("getwindowgeometry", "--shell", window).splitlines())
+        return int(words["HEIGHT"])
+
     def focus(self, window):
         # No window manager sets the focus.
         self.xdotool("windowfocus", "--sync", window)

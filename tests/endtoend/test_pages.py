@@ -11,6 +11,7 @@ F12 = 18
 LONG_PRESS_SECONDS = 2
 
 ACCENT = (0xf2, 0xb7, 0x05)
+BACKGROUND = (0x10, 0x14, 0x18)
 
 EVENTS, TIME_LINE, ENCODER, KEYPAD, ACTIONS, SETTINGS = range(6)
 
@@ -200,8 +201,6 @@ class ByTouch(SmallScreen):
 class WholeScreen(unittest.TestCase):
     """Without a window manager, on screens of any shape: no border stays black."""
 
-    BACKGROUND = (0x10, 0x14, 0x18)
-
     def check_that_it_covers(self, *size):
         display = Display(size)
         self.addCleanup(display.close)
@@ -211,7 +210,7 @@ class WholeScreen(unittest.TestCase):
         display.wait_for_window("kxterminal", terminal.process)
         corners = [(x, y) for x in (0, size[0] - 1) for y in (0, size[1] - 1)]
         deadline = time.monotonic() + GENEROUS_SECONDS
-        while any(display.pixels(x, y, 1, 1) != [[self.BACKGROUND]] for x, y in corners):
+        while any(display.pixels(x, y, 1, 1) != [[BACKGROUND]] for x, y in corners):
             self.assertLess(time.monotonic(), deadline, "a border of the screen is black")
             time.sleep(0.05)
 
@@ -226,6 +225,47 @@ class WholeScreen(unittest.TestCase):
 
     def test_a_screen_of_1920x1080_is_covered(self):
         self.check_that_it_covers(1920, 1080)
+
+
+class UnderAWindowManager(unittest.TestCase):
+    """Its frames take room, but nothing of the window leaves the screen."""
+
+    def show(self, size):
+        """Waits until the lower corners are the window's. The height of the window."""
+        display = Display(size)
+        self.addCleanup(display.close)
+        manager = display.start_window_manager()
+        self.addCleanup(manager.wait)
+        self.addCleanup(manager.terminate)
+        terminal = Terminal(display=display)
+        self.addCleanup(terminal.wait)
+        self.addCleanup(terminal.signal, signal.SIGTERM)
+        window = display.wait_for_window("kxterminal", terminal.process)
+        deadline = time.monotonic() + GENEROUS_SECONDS
+        while not self.has_corners(display, size[1] - 1):
+            self.assertLess(time.monotonic(), deadline, "the window does not reach down to the lower corners")
+            time.sleep(0.05)
+        return display, display.height_of(window)
+
+    @staticmethod
+    def has_corners(display, y):
+        return all(display.pixels(x, y, 1, 1) == [[BACKGROUND]] for x in (0, display.size[0] - 1))
+
+    def check_that_it_has_the_whole_screen(self, *size):
+        display, height = self.show(size)
+        self.assertEqual(size[1], height)
+        self.assertTrue(self.has_corners(display, 0), "there is a frame")
+
+    def test_a_screen_of_640x480_has_no_room_for_a_frame(self):
+        self.check_that_it_has_the_whole_screen(640, 480)
+
+    def test_a_screen_of_800x480_has_no_room_for_a_frame(self):
+        self.check_that_it_has_the_whole_screen(800, 480)
+
+    def test_on_a_larger_screen_the_window_ends_with_the_screen(self):
+        display, height = self.show((1024, 768))
+        self.assertFalse(self.has_corners(display, 0), "there is no frame")
+        self.assertLess(height, 768)
 
 
 if __name__ == "__main__":

@@ -235,6 +235,14 @@ class Saved(RecordingTestCase):
             time.sleep(0.05)
         self.assertEqual({second, third}, self.files())
 
+    def test_a_save_that_fails_is_a_failure_at_the_end(self):
+        os.rmdir(self.saved)
+        self.terminal.signal(signal.SIGUSR1)
+        self.operator("key", "Escape")
+        self.terminal.lines.get(timeout=GENEROUS_SECONDS)
+        self.terminal.signal(signal.SIGTERM)
+        self.assertEqual(1, self.terminal.wait())
+
 
 class Demo(RecordingTestCase):
     def test_the_demo_is_replayed_as_it_was_printed(self):
@@ -320,6 +328,13 @@ class Files(RecordingTestCase):
                 self.check_refused(self.play(self.file), self.file + ": there is nothing to play in it")
         self.write("kxrecording 1\n1000 end\n")
         self.assertEqual((0, ""), ((done := self.play(self.file)).returncode, done.stderr))
+
+    def test_a_part_without_any_input_ends_at_once(self):
+        self.write("kxrecording 1\n1000 pass\n5000 end\n")
+        for part in (("--from", "5000"), ("--from", "1s", "--to", "1s"), ("--to", "0s")):
+            with self.subTest(part=part):
+                done = self.play(self.file, *part)
+                self.assertEqual((0, ""), (done.returncode, done.stdout))
 
     def test_a_part_that_is_not_in_the_recording_is_told(self):
         self.write("kxrecording 1\n1000 pass\n5000 end\n")

@@ -18,9 +18,10 @@ PROGRAMS = {
     "input": ["input_tests", "can_keypad_tests", "without_memory_tests", "key_event_tests", "loop_test", "models_test",
               "key_thread_tests", "keypad_model_test", "manager_heap_tests", "manager_tests",
               "faults_test KXInput*:CANRemote*:Worker*"],
-    "platform/linux/utility": ["platform_linux_utility_test", "platform_linux_heap_test"],
+    "platform/linux/utility": ["platform_linux_utility_test", "platform_linux_heap_test",
+                               "platform_kit_linux String*:Debug*"],
     "platform/linux/os_abs": ["platform_linux_pipe_limit_test", "platform_linux_wait_test", "platform_linux_heap_test",
-                              "platform_linux_os_abs_test", "manager_tests",
+                              "platform_linux_os_abs_test", "platform_kit_linux", "manager_tests",
                               "faults_test KXPipe*:KXMutex*:KXAutoLock*:KXThread*:KXEndPoint*"],
     "platform/linux/hardware": ["platform_linux_can_start_test", "platform_linux_heap_test",
                                 "platform_linux_can_loss_test", "platform_linux_hardware_test",
@@ -37,22 +38,22 @@ THREAD_PROGRAMS = {
     "actions": ["action_tests", "models_threads_test"],
     "input": ["input_tests", "key_thread_tests", "manager_tests"],
     "platform/linux/utility": ["platform_linux_utility_test"],
-    "platform/linux/os_abs": ["platform_linux_os_abs_test"],
+    "platform/linux/os_abs": ["platform_linux_os_abs_test", "platform_kit_linux"],
     "platform/linux/hardware": ["platform_linux_hardware_test"],
     "toolkit": ["event_notifier_tests"],
     "recording": ["recording_test"],
 }
 
 # They run on real time, so a busy machine can make one fail: what fails has to fail twice.
-ON_REAL_TIME = ("platform_linux_", "manager_tests", "event_notifier_tests", "faults_test")
+ON_REAL_TIME = ("platform_linux_", "platform_kit_linux", "manager_tests", "event_notifier_tests", "faults_test")
 
 TESTS = {  # their results depend on these folders below tests/
     "events": ["events", "actions", "models"],
     "encoder": ["encoder", "input", "models"],
     "actions": ["actions", "models"],
     "input": ["input", "models", "loop", "faults"],
-    "platform/linux/utility": ["platform_linux"],
-    "platform/linux/os_abs": ["platform_linux", "faults"],
+    "platform/linux/utility": ["platform_linux", "platform_kit"],
+    "platform/linux/os_abs": ["platform_linux", "platform_kit", "faults"],
     "platform/linux/hardware": ["platform_linux", "faults"],
     "toolkit": ["toolkit", "loop", "faults"],
     "recording": ["recording", "replay", "faults"],
@@ -179,6 +180,7 @@ FOLDERS = {  # of the programs, below tests/
     "key_event_tests": "input",
     "key_thread_tests": "input", "keypad_model_test": "models", "loop_test": "loop", "manager_heap_tests": "input",
     "manager_tests": "input", "models_test": "models", "models_threads_test": "models",
+    "platform_kit_linux": "platform_kit",
     "platform_linux_can_loss_test": "platform_linux", "platform_linux_can_start_test": "platform_linux",
     "platform_linux_hardware_test": "platform_linux", "platform_linux_heap_test": "platform_linux",
     "platform_linux_os_abs_test": "platform_linux", "platform_linux_pipe_limit_test": "platform_linux",

@@ -4,12 +4,8 @@
 # replay, programs. kxterminal is a user of the libraries: it includes only headers that are installed.
 . "$(dirname "$0")/common.sh"
 
-# The headers that are installed, found by the patterns of the installation.
-install_script="$KX_SOURCE/cmake/KXInstall.cmake"
-patterns=$(sed -n '/^file(GLOB kx_public_headers /,/)$/p' "$install_script" | grep -oE '[a-z_/]+/[A-Za-z*]+\.h')
-[ -n "$patterns" ] || fail "$install_script does not tell which headers are installed"
-# shellcheck disable=SC2086 # several patterns
-headers=$(cd "$KX_SOURCE" && ls $patterns)
+headers=$("$CMAKE" -P "$KX_SOURCE/cmake/KXPublicHeaders.cmake")
+[ -n "$headers" ] || fail "no header is installed"
 declare -A installed=()
 for header in $headers; do
     installed[$header]=
@@ -118,6 +114,6 @@ while IFS=: read -r file line text; do
     header=${text#*\"}
     check "$file" "$line" "${header%%\"*}"
     count=$((count + 1))
-done < <(git -c safe.directory='*' grep ${1:+--no-index} -nE '^ *# *include +"' -- '*.h' '*.cpp' ':!tests/package/consumer')
+done < <(git -c safe.directory='*' grep ${1:+--no-index} -nE '^ *# *include +"' -- '*.h' '*.cpp' ':!tests/package/consumer' ':!tests/package/abi')
 [ "$count" -gt 0 ] || fail "no source with an #include was found"
 [ "$wrong" -eq 0 ] || fail "the arrows between the folders point one way: see the lines above"

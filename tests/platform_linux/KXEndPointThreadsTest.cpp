@@ -36,59 +36,6 @@ protected:
     std::thread waiter;
 };
 
-TEST_F(KXEndPointThreadsTest, anEndPointAddedDuringAWaitIsSeenByIt) {
-    SocketEndPoint endPoint;
-    RecordingHandler handler;
-    ASSERT_EQ(manager.addEndPoint(&endPoint, &handler), 0);
-    endPoint.peerSends("x");
-    EXPECT_TRUE(waitUntil([&] { return handler.readable == 1; }));
-    EXPECT_EQ(manager.removeEndPoint(&endPoint), 0);
-}
-
-TEST_F(KXEndPointThreadsTest, anEndPointRemovedDuringAWaitIsCalledNoMore) {
-    SocketEndPoint endPoint;
-    RecordingHandler handler;
-    ASSERT_EQ(manager.addEndPoint(&endPoint, &handler), 0);
-    ASSERT_EQ(manager.removeEndPoint(&endPoint), 0);
-    endPoint.peerSends("x");
-    std::this_thread::sleep_for(std::chrono::milliseconds(2 * waitMs));
-    EXPECT_EQ(handler.readable, 0);
-}
-
-TEST_F(KXEndPointThreadsTest, removingWaitsForTheHandlerThatRuns) {
-    SocketEndPoint endPoint;
-    RecordingHandler handler;
-    std::atomic<bool> mayEnd{false};
-    std::atomic<bool> ended{false};
-    handler.onReadable = [&](SocketEndPoint&, KXEndPointManager&) {
-        waitUntil([&] { return mayEnd.load(); });
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        ended = true;
-    };
-    ASSERT_EQ(manager.addEndPoint(&endPoint, &handler), 0);
-    endPoint.peerSends("x");
-    ASSERT_TRUE(waitUntil([&] { return handler.readable == 1; }));
-    mayEnd = true;
-    EXPECT_EQ(manager.removeEndPoint(&endPoint), 0);
-    EXPECT_TRUE(ended) << "the end point could be destroyed under its handler";
-}
-
-TEST_F(KXEndPointThreadsTest, othersAreAddedAndRemovedWhileAHandlerRuns) {
-    SocketEndPoint endPoint;
-    SocketEndPoint other;
-    RecordingHandler handler;
-    std::atomic<bool> mayEnd{false};
-    handler.onReadable = [&](SocketEndPoint&, KXEndPointManager&) { waitUntil([&] { return mayEnd.load(); }); };
-    ASSERT_EQ(manager.addEndPoint(&endPoint, &handler), 0);
-    endPoint.peerSends("x");
-    ASSERT_TRUE(waitUntil([&] { return handler.readable == 1; }));
-    // No lock is held while a handler runs: these two return although it does not.
-    EXPECT_EQ(manager.addEndPoint(&other, &handler), 0);
-    EXPECT_EQ(manager.removeEndPoint(&other), 0);
-    mayEnd = true;
-    EXPECT_EQ(manager.removeEndPoint(&endPoint), 0);
-}
-
 /// Counts calls for an end point that is not registered any more.
 class LifeWatcher : public RecordingHandler {
 public:
@@ -133,33 +80,6 @@ TEST_F(KXEndPointThreadsTest, endPointsOfFourThreadsComeAndGoAndNoneIsCalledAfte
     EXPECT_EQ(lateCalls, 0);
     EXPECT_EQ(wrongStatus, 0);
     EXPECT_GT(told, 0) << "no handler ever ran, so nothing was shown";
-}
-
-TEST_F(KXEndPointThreadsTest, aThreadThatPostsIsHeardWhileOthersComeAndGo) {
-    SocketEndPoint steady;
-    RecordingHandler handler;
-    std::atomic<std::size_t> heard{0};
-    handler.onReadable = [&](SocketEndPoint&, KXEndPointManager&) { heard = handler.text.size(); };
-    ASSERT_EQ(manager.addEndPoint(&steady, &handler), 0);
-    std::atomic<bool> enough{false};
-    std::thread restless([&] {
-        while (!enough) {
-            SocketEndPoint endPoint;
-            RecordingHandler nobody;
-            EXPECT_EQ(manager.addEndPoint(&endPoint, &nobody), 0);
-            EXPECT_EQ(manager.removeEndPoint(&endPoint), 0);
-        }
-    });
-    bool allHeard = true;
-    for (std::size_t i = 1; i <= 500 && allHeard; ++i) {
-        steady.peerSends("x");
-        allHeard = waitUntil([&] { return heard == i; });
-        EXPECT_TRUE(allHeard) << "message " << i << " was not heard";
-    }
-    enough = true;
-    restless.join();
-    EXPECT_EQ(manager.removeEndPoint(&steady), 0);
-    EXPECT_EQ(handler.text, std::string(500, 'x'));
 }
 
 } // namespace

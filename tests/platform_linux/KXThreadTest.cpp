@@ -174,86 +174,6 @@ TEST_F(KXThreadTest, aThreadKeepsItsNumberWhenItForks) {
     EXPECT_EQ(KX::KXThread::getCurrentThreadID(), before);
 }
 
-TEST_F(KXThreadTest, isRefusedWithoutAnEntryFunction) {
-    const std::unique_ptr<KX::KXThread> thread(KX::KXThread::create("idle"));
-    EXPECT_EQ(thread->start(0, 0), 20);
-    EXPECT_EQ(thread->stopAndWait(), 0);
-}
-
-TEST_F(KXThreadTest, isRefusedASecondStartWhileItRuns) {
-    const auto thread = makeThread(reportAndWait);
-    ASSERT_EQ(thread->start(0, 0), 0);
-    EXPECT_EQ(thread->start(0, 0), 20);
-    report.mayEnd = true;
-    EXPECT_EQ(thread->stopAndWait(), 0);
-}
-
-TEST_F(KXThreadTest, startsAgainAfterItHasEnded) {
-    const auto thread = makeThread(reportAndEnd);
-    ASSERT_EQ(thread->start(0, 0), 0);
-    ASSERT_EQ(thread->stopAndWait(), 0);
-    ASSERT_EQ(thread->start(0, 0), 0);
-    ASSERT_EQ(thread->stopAndWait(), 0);
-    EXPECT_EQ(report.runs, 2);
-}
-
-TEST_F(KXThreadTest, startsAgainAfterItHasEndedByItself) {
-    const auto thread = makeThread(reportAndEnd);
-    ASSERT_EQ(thread->start(0, 0), 0);
-    ASSERT_TRUE(waitUntil([&] { return report.ended.load(); }));
-    ASSERT_TRUE(waitUntil([&] { return thread->start(0, 0) == 0; }));
-    ASSERT_EQ(thread->stopAndWait(), 0);
-    EXPECT_EQ(report.runs, 2);
-}
-
-TEST_F(KXThreadTest, stopAndWaitReturnsOnlyWhenTheEntryFunctionHas) {
-    const auto thread = makeThread(reportAndWait);
-    ASSERT_EQ(thread->start(0, 0), 0);
-    ASSERT_TRUE(waitUntil([&] { return report.entered.load(); }));
-    EXPECT_FALSE(report.ended);
-    report.mayEnd = true;
-    EXPECT_EQ(thread->stopAndWait(), 0);
-    EXPECT_TRUE(report.ended);
-    EXPECT_EQ(thread->stopAndWait(), 0) << "nothing is left to wait for";
-}
-
-TEST_F(KXThreadTest, theDestructorWaitsForTheEntryFunction) {
-    auto thread = makeThread(reportAndWait);
-    ASSERT_EQ(thread->start(0, 0), 0);
-    report.mayEnd = true;
-    thread.reset();
-    EXPECT_TRUE(report.ended);
-}
-
-TEST_F(KXThreadTest, isRefusedToWaitForItself) {
-    struct Self {
-        KX::KXThread* thread;
-        std::atomic<int> status{-1};
-    };
-    const std::unique_ptr<KX::KXThread> thread(KX::KXThread::create("self"));
-    Self self{thread.get()};
-    thread->setEntryFunction(
-        [](void* argument) -> void* {
-            auto& me = *static_cast<Self*>(argument);
-            me.status = me.thread->stopAndWait();
-            return nullptr;
-        },
-        &self);
-    ASSERT_EQ(thread->start(0, 0), 0);
-    ASSERT_TRUE(waitUntil([&] { return self.status != -1; }));
-    EXPECT_EQ(self.status, 20);
-    EXPECT_EQ(thread->stopAndWait(), 0);
-}
-
-TEST_F(KXThreadTest, anEntryFunctionSetLaterDoesNotReachTheRunningThread) {
-    const auto thread = makeThread(reportAndWait);
-    ASSERT_EQ(thread->start(0, 0), 0);
-    thread->setEntryFunction(reportAndEnd, &report);
-    report.mayEnd = true;
-    ASSERT_EQ(thread->stopAndWait(), 0);
-    EXPECT_EQ(report.runs, 0);
-}
-
 TEST_F(KXThreadTest, hasTheStackThatWasAskedFor) {
     // More than the default, so that no stack of an ended thread is used again.
     const unsigned int stackSize = 24 * 1024 * 1024;
@@ -283,17 +203,6 @@ TEST_F(KXThreadTest, theLeastAndTheGreatestPriorityAreInTheRange) {
         const auto thread = makeThread(reportAndEnd);
         EXPECT_NE(thread->start(priority, 0), 24) << "whether this user may have it or not";
     }
-}
-
-TEST_F(KXThreadTest, runsWithTheRealTimePriorityThatWasAskedFor) {
-    const auto thread = makeThread(reportAndEnd);
-    const int status = thread->start(7, 0);
-    if (status == 20)
-        GTEST_SKIP() << "this user may not start threads of real-time priority";
-    ASSERT_EQ(status, 0);
-    ASSERT_EQ(thread->stopAndWait(), 0);
-    EXPECT_EQ(report.policy, SCHED_FIFO);
-    EXPECT_EQ(report.priority, 7);
 }
 
 TEST_F(KXThreadDiagnosticsTest, aThreadThatStartsIsNotMentioned) {

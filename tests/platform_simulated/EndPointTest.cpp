@@ -27,18 +27,6 @@ void readByte(KXEndPoint* endPoint) {
     EXPECT_EQ(static_cast<KXPipe*>(endPoint)->readFromPipe(&byte, 1), 0);
 }
 
-TEST_F(EndPoints, StatusNumbersOfAddAndRemove) {
-    KXEndPointManager manager;
-    EXPECT_EQ(manager.addEndPoint(nullptr, &handler), 24);
-    EXPECT_EQ(manager.addEndPoint(&endPoint, nullptr), 24);
-    EXPECT_EQ(manager.removeEndPoint(&endPoint), 20);
-    EXPECT_EQ(manager.addEndPoint(&endPoint, &handler), 0);
-    EXPECT_EQ(manager.addEndPoint(&endPoint, &handler), 20);
-    EXPECT_EQ(manager.removeEndPoint(&endPoint), 0);
-    EXPECT_EQ(manager.removeEndPoint(&endPoint), 20);
-    EXPECT_EQ(manager.removeEndPoint(nullptr), 20);
-}
-
 TEST_F(EndPoints, WriteRunsNobodyUntilTheNextAdvance) {
     KXPipe pipe;
     ASSERT_EQ(pipe.init(), 0);
@@ -99,36 +87,6 @@ TEST_F(EndPoints, AHandlerThatThrewIsNotInUse) {
     script.stopAndWait();
 }
 
-TEST_F(EndPoints, HandlersGetTheEndPointAndTheManager) {
-    struct Noting : KXEndPointHandler {
-        void onEndPointReadable(KXEndPoint* point, KXEndPointManager* by) override {
-            endPoint = point;
-            manager = by;
-            KXSimulation::setReadable(point, false);
-        }
-        void onEndPointReconnected(KXEndPoint*) override {}
-        void onEndPointDisconnected(KXEndPoint*) override {}
-        KXEndPoint* endPoint = nullptr;
-        KXEndPointManager* manager = nullptr;
-    } noting;
-    KXEndPointManager manager;
-    manager.addEndPoint(&endPoint, &noting);
-    KXSimulation::setReadable(&endPoint, true);
-    manager.waitForEndPoints(0, 0);
-    EXPECT_EQ(noting.endPoint, &endPoint);
-    EXPECT_EQ(noting.manager, &manager);
-}
-
-TEST_F(EndPoints, PassedTickLooksOnce) {
-    KXSimulation::setTick(10);
-    KXEndPointManager manager;
-    manager.addEndPoint(&endPoint, &handler);
-    EXPECT_EQ(manager.waitForEndPoints(9, 0), 0);
-    KXSimulation::setReadable(&endPoint, true);
-    EXPECT_EQ(manager.waitForEndPoints(9, 0), 1);
-    EXPECT_EQ(KXTick::getTickCount(), 10u);
-}
-
 TEST_F(EndPoints, DriversWaitEndsAtTheTickAtWhichAThreadMakesItsEndPointReadable) {
     KXPipe pipe;
     ASSERT_EQ(pipe.init(), 0);
@@ -179,23 +137,6 @@ TEST_F(EndPoints, RemovedOneIsNotCalledAndDoesNotEndAWait) {
     EXPECT_THAT(trace, ElementsAre("w@100"));
 }
 
-TEST_F(EndPoints, HandlerMayRemoveItselfAndTheNextOne) {
-    auto next = std::make_unique<OwnEndPoint>();
-    TracingHandler nextHandler("next", trace, readOwn);
-    KXEndPointManager manager;
-    TracingHandler removing("removing", trace, [&](KXEndPoint* self) {
-        EXPECT_EQ(manager.removeEndPoint(self), 0);
-        EXPECT_EQ(manager.removeEndPoint(next.get()), 0);
-        next.reset();
-    });
-    manager.addEndPoint(&endPoint, &removing);
-    manager.addEndPoint(next.get(), &nextHandler);
-    KXSimulation::setReadable(&endPoint, true);
-    KXSimulation::setReadable(next.get(), true);
-    EXPECT_EQ(manager.waitForEndPoints(100, 0), 1);
-    EXPECT_THAT(trace, ElementsAre("removing readable@0"));
-}
-
 TEST_F(EndPoints, HandlerMayAddOne) {
     OwnEndPoint added;
     TracingHandler addedHandler("added", trace, readOwn);
@@ -210,49 +151,6 @@ TEST_F(EndPoints, HandlerMayAddOne) {
     EXPECT_EQ(manager.waitForEndPoints(100, 0), 1) << "it counts from the next round on";
     EXPECT_EQ(manager.waitForEndPoints(100, 0), 1);
     EXPECT_THAT(trace, ElementsAre("adding readable@0", "added readable@0"));
-}
-
-TEST_F(EndPoints, HandlersRunOnTheThreadThatWaits) {
-    unsigned int handlerThread = 0;
-    unsigned int scriptThread = 1;
-    TracingHandler noting("n", trace, [&](KXEndPoint* self) {
-        readOwn(self);
-        handlerThread = KXThread::getCurrentThreadID();
-    });
-    KXEndPointManager manager;
-    manager.addEndPoint(&endPoint, &noting);
-    Script script("s", [&] {
-        scriptThread = KXThread::getCurrentThreadID();
-        manager.waitForEndPoints(100, 0);
-    });
-    ASSERT_EQ(script.start(), 0);
-    KXSimulation::setReadable(&endPoint, true);
-    KXSimulation::advance(0);
-    EXPECT_EQ(handlerThread, scriptThread);
-}
-
-TEST_F(EndPoints, RemoveOnAnotherThreadWaitsForACallThatHasBegun) {
-    KXEndPointManager manager;
-    std::thread remover;
-    std::atomic<bool> removed{false};
-    std::atomic<bool> removing{false};
-    TracingHandler slow("slow", trace, [&](KXEndPoint* self) {
-        readOwn(self);
-        remover = std::thread([&] {
-            removing = true;
-            EXPECT_EQ(manager.removeEndPoint(&endPoint), 0);
-            removed = true;
-        });
-        while (!removing || manager.addEndPoint(&endPoint, &handler) == 20)
-            std::this_thread::yield(); // until the end point is out, so that remove has begun to wait
-        EXPECT_FALSE(removed);
-        manager.removeEndPoint(&endPoint);
-    });
-    manager.addEndPoint(&endPoint, &slow);
-    KXSimulation::setReadable(&endPoint, true);
-    EXPECT_EQ(manager.waitForEndPoints(0, 0), 1);
-    remover.join();
-    EXPECT_TRUE(removed);
 }
 
 TEST_F(EndPoints, DestroyedOneLeavesNoMarkForTheNextAtItsAddress) {

@@ -37,16 +37,6 @@ TEST_F(Threads, StartReturnsWhenTheThreadHasEnded) {
     EXPECT_TRUE(ran);
 }
 
-TEST_F(Threads, CanBeStartedAgainAfterTheyEnded) {
-    int runs = 0;
-    Script script("s", [&] { ++runs; });
-    EXPECT_EQ(script.start(), 0);
-    EXPECT_EQ(script.start(), 0);
-    EXPECT_EQ(script.stopAndWait(), 0);
-    EXPECT_EQ(script.start(), 0);
-    EXPECT_EQ(runs, 3);
-}
-
 TEST_F(Threads, WaitAgainAfterARestart) {
     Trace trace;
     Script script("s", [&] {
@@ -80,39 +70,6 @@ TEST_F(Threads, PriorityRangeIsThatOfLinux) {
     EXPECT_EQ(thread->start(0, 65536), 0);
     EXPECT_EQ(thread->start(99, 0), 0);
     EXPECT_EQ(thread->start(100, 0), 24);
-}
-
-TEST_F(Threads, EntryFunctionSetWhileRunningHasNoEffectOnTheRun) {
-    static int wrongCalls;
-    wrongCalls = 0;
-    const std::unique_ptr<KXThread> thread(KXThread::create("t"));
-    thread->setEntryFunction(
-        [](void*) -> void* {
-            KXEndPointManager().waitForEndPoints(10, 0);
-            return nullptr;
-        },
-        nullptr);
-    ASSERT_EQ(thread->start(0, 0), 0);
-    thread->setEntryFunction(
-        [](void*) -> void* {
-            ++wrongCalls;
-            return nullptr;
-        },
-        nullptr);
-    EXPECT_EQ(thread->stopAndWait(), 0);
-    EXPECT_EQ(wrongCalls, 0);
-}
-
-TEST_F(Threads, StopWithoutAStartSucceeds) {
-    const std::unique_ptr<KXThread> thread(KXThread::create("t"));
-    EXPECT_EQ(thread->stopAndWait(), 0);
-}
-
-TEST_F(Threads, StopFromTheThreadItselfIsRefused) {
-    int status = -1;
-    Script script("s", [&] { status = script.stopAndWait(); });
-    ASSERT_EQ(script.start(), 0);
-    EXPECT_EQ(status, 20);
 }
 
 TEST_F(Threads, StopDuringAWaitLeavesTheClockAlone) {

@@ -57,6 +57,17 @@ std::vector<Input> inputs() {
 
 } // namespace
 
+TEST(EntryLog, has_its_places_in_order) {
+    const EntryLog::Place first{0, 9, 700};
+    const EntryLog::Place second{1, 2, 600};
+    const EntryLog::Place third{1, 3, 600};
+    EXPECT_TRUE(first < second) << "the chunk counts before the offset";
+    EXPECT_FALSE(second < first);
+    EXPECT_TRUE(second < third);
+    EXPECT_FALSE(third < second);
+    EXPECT_FALSE(second < second);
+}
+
 TEST(EntryLog, keeps_every_kind_of_entry) {
     EntryLog log;
     std::vector<Entry> entries;

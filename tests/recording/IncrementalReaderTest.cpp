@@ -1,7 +1,6 @@
 // Reads recordings entry by entry, from streams that deliver their text in pieces.
 
 #include "recording/KXRecordingReader.h"
-#include "recording/KXSessionFacts.h"
 #include "recording/format/LineReader.h"
 #include "recording/format/RecordingFormat.h"
 
@@ -71,6 +70,18 @@ TEST(LineReader, joins_a_line_that_ends_at_a_block_or_beside_it) {
     }
 }
 
+// At a terminal, the end is a key, and more could be typed behind it.
+TEST(LineReader, keeps_to_the_end_that_it_has_seen) {
+    std::istringstream input("one\n");
+    KX::Text::LineReader reader(input);
+    std::string_view line;
+    EXPECT_TRUE(reader.next(line));
+    EXPECT_FALSE(reader.next(line));
+    EXPECT_TRUE(input.eof());
+    input.str("two\n");
+    EXPECT_FALSE(reader.next(line));
+}
+
 TEST(LineReader, refuses_a_line_above_the_longest) {
     EXPECT_EQ(1U, linesOf(std::string(65536, 'x') + "\n", 100000).size());
     EXPECT_THROW(linesOf(std::string(65537, 'x') + "\n", 100000), std::runtime_error);
@@ -106,6 +117,11 @@ TEST(RecordingEntries, are_those_of_the_whole_session) {
     EXPECT_EQ(nullptr, reader.next()) << "the end stays";
 }
 
+TEST(RecordingEntries, are_read_without_warnings_if_nobody_takes_them) {
+    std::istringstream input("kxrecording 2\n1000 pass\n1100 tea=1\n1200 pa");
+    EXPECT_EQ(1U, KX::Recording::read(input, "day.kxr", {}).entries.size());
+}
+
 TEST(RecordingEntries, tell_a_bad_line_after_the_good_ones) {
     std::istringstream input("kxrecording 2\n1000 pass\n1100 tea=1\n");
     std::vector<std::string> warnings;
@@ -117,21 +133,4 @@ TEST(RecordingEntries, tell_a_bad_line_after_the_good_ones) {
     Reader other(bad, "day.kxr", {});
     EXPECT_NE(nullptr, other.next());
     EXPECT_THROW(other.next(), BadFile);
-}
-
-TEST(SessionFacts, are_what_a_player_must_know) {
-    std::istringstream input(sessionText);
-    const SessionFacts facts(KX::Recording::read(input, "day.kxr", {}));
-    EXPECT_FALSE(facts.isPlainLog);
-    EXPECT_TRUE(facts.hasPasses);
-    EXPECT_EQ(6U, facts.entries);
-    EXPECT_EQ(1U, facts.toolkitEvents);
-    EXPECT_EQ(1U, facts.passes);
-    EXPECT_EQ(0U, facts.frames);
-    EXPECT_EQ(1000U, facts.firstMs);
-    EXPECT_EQ(1010U, facts.lastInputMs);
-    EXPECT_EQ(1200U, facts.lastMs);
-    EXPECT_EQ(2500, facts.greatestLongPressMs);
-    EXPECT_EQ(2500, facts.longPressAtHeadMs) << "the first one";
-    EXPECT_FALSE(facts.doublePressAtHeadMs.has_value()) << "set after the operator began";
 }

@@ -273,6 +273,8 @@ TEST(RecordingReaderTest, AFileThatIsSomethingElseIsToldSo) {
 }
 
 TEST(RecordingReaderTest, OnlyVersionsOneAndTwoAreKnown) {
+    EXPECT_EQ("day.kxr:1: a recording of version 10; versions 1 to 2 are known",
+              outcomeOf("kxrecording 10\n1 pass\n").error);
     EXPECT_EQ("day.kxr:1: a recording of version 3; versions 1 to 2 are known",
               outcomeOf("kxrecording 3\n1 pass\n").error);
     EXPECT_EQ("day.kxr:1: a recording of version 0; versions 1 to 2 are known",

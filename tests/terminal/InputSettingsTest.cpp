@@ -170,13 +170,13 @@ TEST_F(InputSettingsTest, ARefusalIsPutIntoWords) {
     const auto words = [this](KX::KXInputSetting setting, int value, int status) {
         return SettingText::refusal(setting, value, status, settings).toStdString();
     };
-    EXPECT_EQ("Not below the long press of 2000\u00a0ms",
+    EXPECT_EQ("Must be below the long press of 2000\u00a0ms",
               words(KX::KXInputSetting::DoubleKeyPressDuration, 2000, 20));
-    EXPECT_EQ("Not below 0\u00a0ms", words(KX::KXInputSetting::DoubleKeyPressDuration, -10, 20));
-    EXPECT_EQ("Not above the double press of 300\u00a0ms",
+    EXPECT_EQ("Must be 0\u00a0ms or more", words(KX::KXInputSetting::DoubleKeyPressDuration, -10, 20));
+    EXPECT_EQ("Must be above the double press of 300\u00a0ms",
               words(KX::KXInputSetting::LongKeyPressDuration, 300, 20));
-    EXPECT_EQ("Not below \u00d7\u00a00.001", words(KX::KXInputSetting::EncoderUserFactor, 0, 24));
-    EXPECT_EQ("Not below 0.1\u00a0%", words(KX::KXInputSetting::EncoderLowPassFactor, 0, 24));
-    EXPECT_EQ("Not above 100\u00a0%", words(KX::KXInputSetting::EncoderLowPassFactor, 1050, 24));
+    EXPECT_EQ("Must be \u00d7\u00a00.001 or more", words(KX::KXInputSetting::EncoderUserFactor, 0, 24));
+    EXPECT_EQ("Must be 0.1\u00a0% or more", words(KX::KXInputSetting::EncoderLowPassFactor, 0, 24));
+    EXPECT_EQ("Must be 100\u00a0% or less", words(KX::KXInputSetting::EncoderLowPassFactor, 1050, 24));
     EXPECT_EQ("Refused with status 99", words(KX::KXInputSetting::EncoderLowPassFactor, 1, 99));
 }

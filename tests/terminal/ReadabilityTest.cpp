@@ -225,6 +225,10 @@ TEST_P(ReadabilityTest, WhatCountsIsLarge) {
     EXPECT_GE(sizeOf(window.encoder().stepText()), least);
     show(Page::Actions);
     EXPECT_GE(sizeOf(window.actions().numberText(ActionPanel::Posted)), least);
+    if (window.pages().bar().pages().contains(Page::Keypad)) {
+        show(Page::Keypad);
+        EXPECT_GE(sizeOf(QStringLiteral("Return")), least) << "the longest name of a key";
+    }
     show(Page::Settings);
     for (const QString& value : {QStringLiteral("300\u00a0ms"), QStringLiteral("2000\u00a0ms"),
                                  QStringLiteral("\u00d7\u00a01.00"), QStringLiteral("90\u00a0%")})

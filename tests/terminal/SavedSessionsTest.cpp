@@ -31,7 +31,7 @@ protected:
 
     QString save(int most, const QDateTime& now = morning) {
         const SavedSessions sessions(folder.path(), most, [this](const QString& path) { return write(path); });
-        return sessions.save(now);
+        return sessions.save(now).text();
     }
 
     std::vector<std::string> files() const {
@@ -98,14 +98,14 @@ TEST_F(SavedSessionsTest, AFailureIsToldAndNothingGivesWay) {
     save(1);
     const SavedSessions failing(folder.path(), 1, [](const QString& path) { return path + ": no space"; });
     EXPECT_EQ("not saved: " + folder.path() + "/kxterminal-2026-11-23-064511.kxr: no space",
-              failing.save(morning.addDays(1)));
+              failing.save(morning.addDays(1)).text());
     EXPECT_THAT(files(), ElementsAre("kxterminal-2026-11-22-064511.kxr"));
 }
 
 TEST_F(SavedSessionsTest, AFileOfANameOfItsOwnIsNumberedAndStays) {
     const SavedSessions sessions(folder.filePath("complaint.kxr"), 1,
                                  [this](const QString& path) { return write(path); });
-    EXPECT_EQ("saved " + folder.filePath("complaint.kxr"), sessions.save(morning));
+    EXPECT_EQ("saved " + folder.filePath("complaint.kxr"), sessions.save(morning).text());
     sessions.save(morning);
     sessions.save(morning);
     EXPECT_THAT(files(), ElementsAre("complaint-2.kxr", "complaint-3.kxr", "complaint.kxr"));

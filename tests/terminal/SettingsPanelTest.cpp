@@ -129,7 +129,7 @@ TEST_F(SettingsPanelTest, ARefusalIsToldInItsRowAndChangesNothing) {
     touch(row.plusButton());
     EXPECT_EQ(300, value(KX::KXInputSetting::DoubleKeyPressDuration));
     EXPECT_TRUE(row.saysRefusal());
-    EXPECT_EQ(QStringLiteral("Not below the long press of 310\u00a0ms"), row.infoText());
+    EXPECT_EQ(QStringLiteral("Must be below the long press of 310\u00a0ms"), row.infoText());
     EXPECT_FALSE(panel.numberRow(KX::KXInputSetting::LongKeyPressDuration).saysRefusal());
     touch(row.minusButton());
     EXPECT_EQ(290, value(KX::KXInputSetting::DoubleKeyPressDuration));

@@ -133,6 +133,14 @@ TEST_F(GrammarTest, what_nobody_knows_is_refused_by_its_number) {
     EXPECT_THROW(none.read({"a"}), BadInput);
 }
 
+TEST_F(GrammarTest, a_bad_letter_does_not_hide_behind_a_good_one) {
+    for (const std::string word : {"-hx", "-vhx", "-v=1", "-vh=1", "-vx=1", "-v-", "-v "})
+        EXPECT_EQ(read({"a", word, "b"}),
+                  (Words{"tool: argument 2: " +
+                         (word == "-v=1" ? "-v takes no value" : "unknown option '" + word + "'")}));
+    EXPECT_EQ(read({"-v\x8f=\xfb", "a", "b"}), (Words{"tool: argument 1: unknown option '-v?=?'"}));
+}
+
 TEST_F(GrammarTest, missing_operands_are_told_by_name) {
     EXPECT_EQ(read({}), Words{"tool: the bus is missing; tool --help shows how to call it"});
     EXPECT_EQ(read({"a", "--dry"}), Words{"tool: the frame is missing; tool --help shows how to call it"});

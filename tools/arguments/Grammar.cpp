@@ -25,6 +25,12 @@ std::string beforeSign(const std::string& word) {
     return word.substr(0, word.find('='));
 }
 
+// Letters that share a dash: -vh is -v -h.
+bool isBundle(const std::string& word) {
+    const std::string name = beforeSign(word);
+    return name.size() > 2 && name[1] != '-';
+}
+
 /// Options in two columns, with lines that fit the page.
 class HelpFormatter : public CLI::Formatter {
 public:
@@ -178,7 +184,7 @@ private:
             const std::string name = beforeSign(words[lastRead()]);
             const auto value = values.find(name);
             if (value == values.end())
-                refuse(lastRead(), name + " takes no value");
+                refuseValue(lastRead());
             throw BadInput(missing(program.name, value->second + " of " + name));
         }
     }
@@ -189,9 +195,12 @@ private:
     void takeSwitch(const Option& option, const std::function<void()>& take) {
         const std::size_t index = lastRead();
         taken.insert(index);
-        // CLI11 would take --json=true for --json.
+        // CLI11 would take the good letters and leave the others to nobody.
+        if (isBundle(words[index]) && !areLettersKnown(words[index]))
+            refuseUnknown(index);
+        // It would take --json=true for --json.
         if (words[index].find('=') != std::string::npos)
-            refuse(index, beforeSign(words[index]) + " takes no value");
+            refuseValue(index);
         checkThatItMayBeGiven(option, index);
         callAt(index, take);
     }
@@ -240,7 +249,7 @@ private:
             if (!optionsHaveEnded && word == "--")
                 optionsHaveEnded = true;
             else if (!optionsHaveEnded && looksLikeOption(word))
-                refuse(index, "unknown option " + KX::Text::quoted(word));
+                refuseUnknown(index);
             else
                 readOperand(index);
         }
@@ -269,6 +278,22 @@ private:
         } catch (const BadInput& error) {
             refuse(index, error.what());
         }
+    }
+
+    bool areLettersKnown(const std::string& bundle) const {
+        return std::all_of(
+            bundle.begin() + 1, bundle.end(),
+            [this](char letter) { return app.get_option_no_throw(std::string("-") + letter) != nullptr; });
+    }
+
+    [[noreturn]] void refuseValue(std::size_t index) const {
+        if (isBundle(words[index]))
+            refuseUnknown(index);
+        refuse(index, beforeSign(words[index]) + " takes no value");
+    }
+
+    [[noreturn]] void refuseUnknown(std::size_t index) const {
+        refuse(index, "unknown option " + KX::Text::quoted(words[index]));
     }
 
     [[noreturn]] void refuse(std::size_t index, const std::string& reason) const {

@@ -1,6 +1,7 @@
 #include "platform/KXThread.h"
 
 #include "platform/KXDebug.h"
+#include "platform/KXLocks.h"
 #include "platform/KXStatus.h"
 
 #include <atomic>
@@ -75,9 +76,13 @@ private:
     bool initialized;
 };
 
-/// The PosixThread of the calling thread; null for a thread that was not started here. Compared, never
-/// dereferenced.
-thread_local const void* ownThread = nullptr;
+class PosixThread;
+
+/// The PosixThread of the calling thread; null for a thread that was not started here. It exists as long as the thread.
+thread_local PosixThread* ownThread = nullptr;
+
+/// Guards which thread waits for which. The C library does not notice threads that wait for each other.
+KXStdMutex waitsMutex;
 
 /// The kernel's number of the calling thread; 0 until it is known. Every posted action asks for it, so it is
 /// cached, in the kind of thread-local storage that is read without a function call.
@@ -130,6 +135,11 @@ private:
     /// \return \p status
     int refuse(KXStatus status, const char* reason, ...) const __attribute__((format(printf, 3, 4)));
 
+    /// Notes that the calling thread waits for this one.
+    /// \return false when this one waits for the calling thread, directly or by way of others
+    bool beginWait() KX_EXCLUDES(waitsMutex);
+    static void endWait() KX_EXCLUDES(waitsMutex);
+
     const std::string name; // never changes, so the thread reads it without a lock
     void* (*entryFunction)(void*) = nullptr;
     void* entryArgument = nullptr;
@@ -142,6 +152,8 @@ private:
     void* runningArgument = nullptr;
 
     std::atomic<bool> running{false};
+
+    const PosixThread* waitsFor KX_GUARDED_BY(waitsMutex) = nullptr;
 };
 
 int PosixThread::refuse(KXStatus status, const char* reason, ...) const {
@@ -216,12 +228,28 @@ void* PosixThread::run(void* self) {
         PosixThread* thread;
         ~Ending() { thread->running = false; }
     } ending{static_cast<PosixThread*>(self)};
-    ownThread = self;
+    ownThread = ending.thread;
     blockPipeSignal();
 
     // Fails only for a name that is too long, and a thread works without a name.
     pthread_setname_np(pthread_self(), ending.thread->name.c_str());
     return ending.thread->runningFunction(ending.thread->runningArgument);
+}
+
+bool PosixThread::beginWait() {
+    const KXLockGuard guard(waitsMutex);
+    for (const PosixThread* waited = this; waited; waited = waited->waitsFor)
+        if (waited == ownThread)
+            return false;
+    if (ownThread)
+        ownThread->waitsFor = this;
+    return true;
+}
+
+void PosixThread::endWait() {
+    const KXLockGuard guard(waitsMutex);
+    if (ownThread)
+        ownThread->waitsFor = nullptr;
 }
 
 int PosixThread::stopAndWait() {
@@ -232,10 +260,12 @@ int PosixThread::stopAndWait() {
     }
     if (!joinable)
         return STATUS_OK;
-    if (pthread_join(thread, nullptr) != 0) {
-        // EDEADLK: that thread waits for this one.
+    if (!beginWait())
         return STATUS_REFUSED;
-    }
+    const bool hasEnded = pthread_join(thread, nullptr) == 0;
+    endWait();
+    if (!hasEnded)
+        return STATUS_REFUSED; // EDEADLK from a C library that notices more
     joinable = false;
     return STATUS_OK;
 }
