@@ -19,7 +19,7 @@ function(kx_add_bench source)
     get_filename_component(name ${source} NAME_WE)
     add_executable(${name} ${source} support/main.cpp)
     target_link_libraries(${name} PRIVATE
-        KXAPI_build_flags KXAPI::Events benchmark::benchmark Threads::Threads Qt5::Core Boost::boost Boost::thread ${ARGN})
+        KXAPI_build_flags KXAPI::Events benchmark::benchmark Threads::Threads Qt${KXAPI_QT}::Core Boost::boost Boost::thread ${ARGN})
     add_dependencies(benchmarks ${name})
 endfunction()
 

@@ -1,7 +1,7 @@
-# Qt's programs that run during the build. Include it before find_package(Qt5), which would use the target's
-# programs.
+# Qt 5's programs that run during the build. Include it before find_package(Qt5), which would use the target's
+# programs. Qt 6 asks for QT_HOST_PATH instead.
 
-if(NOT CMAKE_CROSSCOMPILING)
+if(NOT CMAKE_CROSSCOMPILING OR NOT KXAPI_QT EQUAL 5)
     return()
 endif()
 

@@ -47,6 +47,6 @@ endfunction()
 
 kx_add_pkg_config(events "" "-lKXAPI_Events -lKXAPI_OS_ABS -lKXAPI_Hardware -lKXAPI_Utility -lboost_thread -pthread")
 # The headers of Qt refuse other code, and its own files for pkg-config do not say so.
-kx_add_pkg_config(toolkit "kxapi-events Qt5Widgets" "-lKXAPI_Toolkit" -fPIC)
+kx_add_pkg_config(toolkit "kxapi-events Qt${KXAPI_QT}Widgets" "-lKXAPI_Toolkit" -fPIC)
 kx_add_pkg_config(recording kxapi-events "-lKXAPI_Recording")
 kx_add_pkg_config(replay kxapi-recording "-Wl,--whole-archive,-lKXAPI_Simulated,--no-whole-archive -lKXAPI_Replay -lboost_context")

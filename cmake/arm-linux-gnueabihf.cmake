@@ -1,32 +1,10 @@
-# Toolchain file for the target: ARM, 32 bit, hard float, little endian, Linux. packaging/sysroot makes
-# KXAPI_SYSROOT, the root of the target's file system.
+# Toolchain file for the target: ARM, 32 bit, hard float, little endian, Linux.
 
-set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR arm)
-set(CMAKE_C_COMPILER arm-linux-gnueabihf-gcc)
-set(CMAKE_CXX_COMPILER arm-linux-gnueabihf-g++)
 set(CMAKE_LIBRARY_ARCHITECTURE arm-linux-gnueabihf)
-
-set(KXAPI_SYSROOT "${CMAKE_CURRENT_LIST_DIR}/../build/sysroot-armhf" CACHE PATH "Root of the target's file system")
-get_filename_component(KXAPI_SYSROOT "${KXAPI_SYSROOT}" ABSOLUTE)
-set(CMAKE_TRY_COMPILE_PLATFORM_VARIABLES KXAPI_SYSROOT)
-if(NOT EXISTS "${KXAPI_SYSROOT}/usr/include")
-    message(FATAL_ERROR "There is no ${KXAPI_SYSROOT}; packaging/sysroot makes it")
-endif()
-set(CMAKE_SYSROOT "${KXAPI_SYSROOT}")
-set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
-set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
-set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
-set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+set(kx_debian_architecture armhf)
+set(kx_emulator_names qemu-arm-static qemu-arm)
+include("${CMAKE_CURRENT_LIST_DIR}/KXDebianTarget.cmake")
 
 # GCC notes that version 7 changed how it passes some arguments. Nothing here was built by an older one.
 set(CMAKE_CXX_FLAGS_INIT -Wno-psabi)
-
-# The linker looks for indirect libraries where the target's loader does.
-set(CMAKE_EXE_LINKER_FLAGS_INIT "-Wl,-rpath-link,${KXAPI_SYSROOT}/usr/lib/arm-linux-gnueabihf")
-
-find_program(KXAPI_EMULATOR NAMES qemu-arm-static qemu-arm DOC "Runs the target's programs on this machine")
-mark_as_advanced(KXAPI_EMULATOR)
-if(KXAPI_EMULATOR)
-    set(CMAKE_CROSSCOMPILING_EMULATOR "${KXAPI_EMULATOR};-L;${KXAPI_SYSROOT}")
-endif()

@@ -124,12 +124,13 @@ configure() {
     fi
 }
 
-# prepare_target PRESET: makes the sysroot if it is missing or outdated. Deletes a build that is older than the
-# sysroot: the build would not notice new libraries whose files have old dates.
+# prepare_target PRESET: makes the sysroot of arm, arm64, package-arm or package-arm64 if it is missing or outdated.
+# Deletes a build that is older than the sysroot: the build would not notice new libraries whose files have old dates.
 prepare_target() {
-    local folder="$root/build/$1"
-    "$packaging/sysroot" || return 1
-    if [ "$root/build/sysroot-armhf/contents" -nt "$folder/CMakeCache.txt" ]; then
+    local folder="$root/build/$1" architecture=armhf
+    [[ $1 != *arm64 ]] || architecture=arm64
+    "$packaging/sysroot" "$architecture" || return 1
+    if [ "$root/build/sysroot-$architecture/contents" -nt "$folder/CMakeCache.txt" ]; then
         rm -rf "$folder"
     fi
 }

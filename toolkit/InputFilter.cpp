@@ -53,11 +53,6 @@ bool isTimed(QEvent::Type type) {
     }
 }
 
-QMouseEvent inWindow(const QEvent* event, const QPoint& origin) {
-    const auto& mouse = *static_cast<const QMouseEvent*>(event);
-    return {mouse.type(), mouse.localPos() + origin, mouse.button(), mouse.buttons(), mouse.modifiers()};
-}
-
 } // namespace
 
 WindowSystem WindowSystem::ofPlatform(const QString& name) {
@@ -105,6 +100,11 @@ std::optional<QPoint> InputFilter::originOfNativeChild(const QObject* receiver) 
     return widget->mapTo(window, QPoint());
 }
 
+InputFilter::MouseInput InputFilter::mouseOf(const QEvent* event, const QPoint& origin) {
+    const auto& mouse = *static_cast<const QMouseEvent*>(event);
+    return {mouse.pos() + origin, mouse.button(), mouse.buttons()};
+}
+
 bool InputFilter::nativeWindowGets(QEvent* event, const QPoint& origin) {
     // The clock must not know of an event without a time, such as enter, leave or a context menu: what the operator did
     // before, and what is seen only after it, would lose its own time.
@@ -113,10 +113,10 @@ bool InputFilter::nativeWindowGets(QEvent* event, const QPoint& origin) {
     switch (event->type()) {
     case QEvent::KeyPress:
     case QEvent::KeyRelease: return takeKey(*static_cast<QKeyEvent*>(event), tick);
-    case QEvent::MouseButtonPress: pressMouse(inWindow(event, origin), tick); return false;
-    case QEvent::MouseButtonDblClick: doublePressMouse(inWindow(event, origin), tick); return false;
-    case QEvent::MouseButtonRelease: releaseMouse(inWindow(event, origin), tick); return false;
-    case QEvent::MouseMove: moveMouse(inWindow(event, origin), tick); return false;
+    case QEvent::MouseButtonPress: pressMouse(mouseOf(event, origin), tick); return false;
+    case QEvent::MouseButtonDblClick: doublePressMouse(mouseOf(event, origin), tick); return false;
+    case QEvent::MouseButtonRelease: releaseMouse(mouseOf(event, origin), tick); return false;
+    case QEvent::MouseMove: moveMouse(mouseOf(event, origin), tick); return false;
     case QEvent::Wheel: {
         const auto& turn = *static_cast<QWheelEvent*>(event);
         return takeWheel(turn, turn.position().toPoint() + origin, tick);
@@ -256,46 +256,46 @@ bool InputFilter::widgetOwns(const QPoint& position, InputKind kind) const {
     return ownsInput(child ? *child : *window, kind);
 }
 
-void InputFilter::pressMouse(const QMouseEvent& event, unsigned int tick) {
+void InputFilter::pressMouse(const MouseInput& mouse, unsigned int tick) {
     // While one button is held outside the window, Qt also delivers presses of other buttons there.
-    if (!window->rect().contains(event.pos()))
+    if (!window->rect().contains(mouse.position))
         return;
     // The release and the moves of this press are ignored too.
-    if (widgetOwns(event.pos(), InputKind::Presses))
+    if (widgetOwns(mouse.position, InputKind::Presses))
         return;
-    heldButtons |= event.button();
-    lastMovePosition = event.pos();
-    sendMouse(TOOLKIT_MOUSE_PRESS_EVENT, event.button(), tick);
+    heldButtons |= mouse.button;
+    lastMovePosition = mouse.position;
+    sendMouse(TOOLKIT_MOUSE_PRESS_EVENT, mouse.button, tick);
 }
 
 // The manager finds double presses itself and ignores the toolkit's. A native window gets the second press and
 // then the double click; a widget gets the double click instead of the press. In both cases the second press must
 // be reported once.
-void InputFilter::doublePressMouse(const QMouseEvent& event, unsigned int tick) {
-    if (heldButtons.testFlag(event.button()))
-        sendMouse(TOOLKIT_MOUSE_DOUBLE_PRESS_EVENT, event.button(), tick);
+void InputFilter::doublePressMouse(const MouseInput& mouse, unsigned int tick) {
+    if (heldButtons.testFlag(mouse.button))
+        sendMouse(TOOLKIT_MOUSE_DOUBLE_PRESS_EVENT, mouse.button, tick);
     else
-        pressMouse(event, tick);
+        pressMouse(mouse, tick);
 }
 
-void InputFilter::releaseMouse(const QMouseEvent& event, unsigned int tick) {
-    if (!heldButtons.testFlag(event.button()))
+void InputFilter::releaseMouse(const MouseInput& mouse, unsigned int tick) {
+    if (!heldButtons.testFlag(mouse.button))
         return; // pressed elsewhere, or escaped already
-    if (!window->rect().contains(event.pos())) {
-        escapeButtons(event.button(), tick);
+    if (!window->rect().contains(mouse.position)) {
+        escapeButtons(mouse.button, tick);
         return;
     }
-    heldButtons &= ~Qt::MouseButtons(event.button());
-    sendMouse(TOOLKIT_MOUSE_RELEASE_EVENT, event.button(), tick);
+    heldButtons &= ~Qt::MouseButtons(mouse.button);
+    sendMouse(TOOLKIT_MOUSE_RELEASE_EVENT, mouse.button, tick);
 }
 
-void InputFilter::moveMouse(const QMouseEvent& event, unsigned int tick) {
+void InputFilter::moveMouse(const MouseInput& mouse, unsigned int tick) {
     // A release can get lost, for example when another program grabs the pointer. The next move shows it.
-    escapeButtons(heldButtons & ~event.buttons(), tick);
-    const bool movedEnough = (event.pos() - lastMovePosition).manhattanLength() >= moveDistance;
+    escapeButtons(heldButtons & ~mouse.buttons, tick);
+    const bool movedEnough = (mouse.position - lastMovePosition).manhattanLength() >= moveDistance;
     if (heldButtons == Qt::NoButton || !movedEnough)
         return;
-    lastMovePosition = event.pos();
+    lastMovePosition = mouse.position;
     const auto lowestHeld = static_cast<unsigned int>(heldButtons) & -static_cast<unsigned int>(heldButtons);
     sendMouse(TOOLKIT_MOUSE_MOVE_EVENT, static_cast<Qt::MouseButton>(lowestHeld), tick);
 }

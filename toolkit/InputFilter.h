@@ -15,7 +15,6 @@
 
 class QInputEvent;
 class QKeyEvent;
-class QMouseEvent;
 class QWheelEvent;
 class QWidget;
 
@@ -61,6 +60,14 @@ public:
     bool eventFilter(QObject* receiver, QEvent* event) override;
 
 private:
+    struct MouseInput {
+        QPoint position; // in the watched window
+        Qt::MouseButton button;
+        Qt::MouseButtons buttons;
+    };
+
+    static MouseInput mouseOf(const QEvent* event, const QPoint& origin);
+
     bool nativeWindowGets(QEvent* event, const QPoint& origin);
     std::optional<QPoint> originOfNativeChild(const QObject* receiver) const;
     bool windowWidgetGets(QEvent* event);
@@ -79,10 +86,10 @@ private:
     void endSuspicion();
     void reportSuspectedRelease();
     bool widgetOwns(const QPoint& position, InputKind kind) const;
-    void pressMouse(const QMouseEvent& event, unsigned int tick);
-    void doublePressMouse(const QMouseEvent& event, unsigned int tick);
-    void releaseMouse(const QMouseEvent& event, unsigned int tick);
-    void moveMouse(const QMouseEvent& event, unsigned int tick);
+    void pressMouse(const MouseInput& mouse, unsigned int tick);
+    void doublePressMouse(const MouseInput& mouse, unsigned int tick);
+    void releaseMouse(const MouseInput& mouse, unsigned int tick);
+    void moveMouse(const MouseInput& mouse, unsigned int tick);
     bool takeWheel(const QWheelEvent& event, const QPoint& position, unsigned int tick);
     void turnWheel(const QWheelEvent& event, unsigned int tick);
 
@@ -95,7 +102,7 @@ private:
     void sendMouse(int type, Qt::MouseButton button, unsigned int tick);
 
     struct HeldKey {
-        unsigned long windowSystemTime;
+        quint64 windowSystemTime;
         quint32 scanCode;             // of the physical key; 0: unknown
         bool isReleasedEarly = false; // its release is reported, and the real one may still come
     };
@@ -103,7 +110,7 @@ private:
     // A release that may be the first half of an auto-repeat.
     struct SuspectedRelease {
         int osKeyCode;
-        unsigned long windowSystemTime;
+        quint64 windowSystemTime;
         unsigned int tick;
         unsigned int waitingSince; // as a tick
     };

@@ -4,7 +4,9 @@
 prefix=$1
 
 install_into "$prefix"
-for file in bin/kxterminal share/doc/KXAPI_Events/LICENSE "$KX_INCLUDEDIR/input/KXInputEventManager.h" \
+programs=(bin/kxcan bin/kxreplay)
+[ "$KX_QT" != 5 ] || programs+=(bin/kxterminal)
+for file in "${programs[@]}" share/doc/KXAPI_Events/LICENSE "$KX_INCLUDEDIR/input/KXInputEventManager.h" \
     "$KX_INCLUDEDIR/platform/simulated/KXSimulation.h" "$KX_LIBDIR/pkgconfig/kxapi-events.pc" \
     "$KX_LIBDIR/cmake/KXAPI_Events/KXAPI_EventsConfigVersion.cmake"; do
     [ -f "$prefix/$file" ] || fail "$file is not installed"

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QApplication>
+#include <QElapsedTimer>
 #include <QKeyEvent>
 #include <QWidget>
 #include <gtest/gtest.h>
@@ -19,6 +20,11 @@ public:
     void SetUp() override {
         qputenv("QT_QPA_PLATFORM", "offscreen");
         application = std::make_unique<QApplication>(argumentCount, arguments);
+        // Qt stamps input with the milliseconds since then. In the first one input looks as if it had no time.
+        QElapsedTimer sinceThen;
+        sinceThen.start();
+        while (!sinceThen.hasExpired(1)) {
+        }
     }
 
     void TearDown() override { application.reset(); }

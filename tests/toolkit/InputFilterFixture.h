@@ -89,12 +89,13 @@ protected:
 
     // Bypasses the window system, which would add double clicks and moves.
     void sendMouse(QEvent::Type type, const QPoint& position, Qt::MouseButton mouseButton = Qt::LeftButton) {
-        QMouseEvent event(type, position, mouseButton, Qt::NoButton, Qt::NoModifier);
+        QMouseEvent event(type, position, window.mapToGlobal(position), mouseButton, Qt::NoButton, Qt::NoModifier);
         QCoreApplication::sendEvent(native(), &event);
     }
 
     void moveTo(const QPoint& position, Qt::MouseButtons buttons) {
-        QMouseEvent move(QEvent::MouseMove, position, Qt::NoButton, buttons, Qt::NoModifier);
+        QMouseEvent move(QEvent::MouseMove, position, window.mapToGlobal(position), Qt::NoButton, buttons,
+                         Qt::NoModifier);
         QCoreApplication::sendEvent(native(), &move);
     }
 

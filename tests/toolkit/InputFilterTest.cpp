@@ -301,6 +301,7 @@ TEST_F(InputFilterTest, APressThatIsTakenAwayIsAnEscapeAndItsReleaseIsNothing) {
         QObject* receiver;
         QEvent::Type type;
     };
+    auto* const screen = QTest::createTouchDevice();
     for (const Case& taken :
          {Case{"touch cancelled", native(), QEvent::TouchCancel},
           Case{"window not active", &window, QEvent::WindowDeactivate},
@@ -309,7 +310,7 @@ TEST_F(InputFilterTest, APressThatIsTakenAwayIsAnEscapeAndItsReleaseIsNothing) {
         reports.clear();
         sendMouse(QEvent::MouseButtonPress, inside);
         if (taken.type == QEvent::TouchCancel) {
-            QTouchEvent cancel(QEvent::TouchCancel);
+            QTouchEvent cancel(QEvent::TouchCancel, screen);
             QCoreApplication::sendEvent(taken.receiver, &cancel);
         } else {
             send(taken.receiver, taken.type);
@@ -328,7 +329,7 @@ TEST_F(InputFilterTest, ALostReleaseIsAnEscapeAsSoonAsAMoveTells) {
 }
 
 TEST_F(InputFilterTest, ATouchIsTheLeftButton) {
-    QTouchDevice* screen = QTest::createTouchDevice();
+    auto* const screen = QTest::createTouchDevice();
     QTest::touchEvent(native(), screen).press(0, inside, native());
     QTest::touchEvent(native(), screen).release(0, inside, native());
     EXPECT_THAT(reports, ElementsAre(Reported{TOOLKIT_MOUSE_PRESS_EVENT, Qt::LeftButton},

@@ -1,8 +1,6 @@
 #include "tests/toolkit/InputFilterFixture.h"
 #include "toolkit/InputOwners.h"
 
-#include <QTouchDevice>
-
 namespace KX {
 namespace {
 
@@ -27,7 +25,7 @@ protected:
 
     void sendMouseToChild(QEvent::Type type, const QPoint& position, Qt::MouseButtons buttons = Qt::NoButton) {
         const auto changed = type == QEvent::MouseMove ? Qt::NoButton : Qt::LeftButton;
-        QMouseEvent event(type, position, changed, buttons, Qt::NoModifier);
+        QMouseEvent event(type, position, child.mapToGlobal(position), changed, buttons, Qt::NoModifier);
         QCoreApplication::sendEvent(child.windowHandle(), &event);
     }
 
@@ -43,7 +41,7 @@ TEST_F(NativeChildTest, ItsMouseButtonsAreReportedOnce) {
 
 TEST_F(NativeChildTest, ATouchOnItIsTheLeftButton) {
     const QPoint farFromOtherClicks(40, 40); // else Qt may take it for the second half of a double click
-    QTouchDevice* const screen = QTest::createTouchDevice();
+    auto* const screen = QTest::createTouchDevice();
     QTest::touchEvent(child.windowHandle(), screen).press(0, farFromOtherClicks, child.windowHandle());
     QTest::touchEvent(child.windowHandle(), screen).release(0, farFromOtherClicks, child.windowHandle());
     EXPECT_THAT(reports, ElementsAre(Reported{TOOLKIT_MOUSE_PRESS_EVENT, Qt::LeftButton},

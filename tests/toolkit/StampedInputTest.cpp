@@ -21,7 +21,8 @@ protected:
     void sendMouseAt(unsigned long stamp, QEvent::Type type, const QPoint& position = inside,
                      Qt::MouseButtons buttons = Qt::NoButton) {
         const bool move = type == QEvent::MouseMove;
-        QMouseEvent event(type, position, move ? Qt::NoButton : Qt::LeftButton, buttons, Qt::NoModifier);
+        QMouseEvent event(type, position, window.mapToGlobal(position), move ? Qt::NoButton : Qt::LeftButton,
+                          buttons, Qt::NoModifier);
         sendStamped(event, stamp);
     }
 
@@ -51,7 +52,7 @@ TEST_F(StampedInputTest, EachKindOfInputHasItsOwnTime) {
 // The Menu key brings such an event, without a time, before its press.
 TEST_F(StampedInputTest, AnEventThatIsNotReportedDoesNotMoveTheClock) {
     sendKey(QEvent::KeyPress, 9000, Qt::Key_Home);
-    QContextMenuEvent menu(QContextMenuEvent::Keyboard, inside);
+    QContextMenuEvent menu(QContextMenuEvent::Keyboard, inside, window.mapToGlobal(inside));
     sendStamped(menu, 0);
     sendKey(QEvent::KeyRelease, 9050, Qt::Key_Home);
     EXPECT_THAT(ticks(), ElementsAre(9000U, 9050U));
@@ -88,14 +89,15 @@ TEST_F(StampedInputTest, ATouchHasItsOwnTime) {
                 ofPress = static_cast<QInputEvent*>(event)->timestamp();
             return false;
         }
-        unsigned long ofTouch = 0;
-        unsigned long ofPress = 0;
+        quint64 ofTouch = 0;
+        quint64 ofPress = 0;
     } stamps;
     native()->installEventFilter(&stamps);
-    QTouchDevice* screen = QTest::createTouchDevice();
+    const QPoint farFromOtherClicks(300, 50); // else Qt may take it for the second half of a double click
+    auto* const screen = QTest::createTouchDevice();
     KXSimulation::setTick(50000); // Qt counts from the start of the program
-    QTest::touchEvent(native(), screen).press(0, inside, native());
-    QTest::touchEvent(native(), screen).release(0, inside, native());
+    QTest::touchEvent(native(), screen).press(0, farFromOtherClicks, native());
+    QTest::touchEvent(native(), screen).release(0, farFromOtherClicks, native());
     EXPECT_NE(0U, stamps.ofTouch);
     EXPECT_EQ(stamps.ofTouch, stamps.ofPress);
     ASSERT_EQ(2U, reports.size());

@@ -38,7 +38,8 @@ protected:
     QWindow* native() const { return window.windowHandle(); }
 
     void sendMouse(QEvent::Type type) {
-        QMouseEvent event(type, QPoint(150, 150), Qt::LeftButton, Qt::NoButton, Qt::NoModifier);
+        QMouseEvent event(type, QPoint(150, 150), window.mapToGlobal(QPoint(150, 150)), Qt::LeftButton,
+                          Qt::NoButton, Qt::NoModifier);
         QCoreApplication::sendEvent(native(), &event);
     }
 

@@ -20,10 +20,13 @@ session=/kx/tests/recordings/minute
 emulator=()
 triplet=$(gcc -print-multiarch)
 if [ "$architecture" != "$(dpkg --print-architecture)" ]; then
-    triplet=arm-linux-gnueabihf
+    case $architecture in
+        armhf) triplet=arm-linux-gnueabihf processor=arm ;;
+        arm64) triplet=aarch64-linux-gnu processor=aarch64 ;;
+    esac
     CXX=$triplet-g++
-    emulator=(/kx/qemu-arm-static)
-    export CMAKE_TOOLCHAIN_FILE=/kx/tests/package/debian/arm.cmake
+    emulator=("/kx/qemu-$processor-static")
+    export CMAKE_TOOLCHAIN_FILE=/kx/tests/package/debian/$processor.cmake
 fi
 
 # A proxy that does not exist: nothing can be fetched.

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <fstream>
+#include <sys/mman.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 #include <vector>
@@ -48,6 +49,14 @@ NoMoreAddressSpace::NoMoreAddressSpace() {
     const rlim_t reserve = 256 * 1024 * 1024;
     limit.rlim_cur = pages * static_cast<rlim_t>(sysconf(_SC_PAGESIZE)) + reserve;
     setrlimit(RLIMIT_AS, &limit);
+}
+
+bool NoMoreAddressSpace::refuses(std::size_t bytes) const {
+    void* const mapping = mmap(nullptr, bytes, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (mapping == MAP_FAILED)
+        return true;
+    munmap(mapping, bytes);
+    return false;
 }
 
 NoMoreAddressSpace::~NoMoreAddressSpace() {

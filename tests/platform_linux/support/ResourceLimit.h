@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <sys/resource.h>
 #include <sys/types.h>
 
@@ -22,6 +23,9 @@ class NoMoreAddressSpace {
 public:
     NoMoreAddressSpace();
     ~NoMoreAddressSpace();
+
+    /// Whether a mapping of \p bytes is refused; an emulator of a 64-bit processor does not keep to the limit.
+    bool refuses(std::size_t bytes) const;
 
     NoMoreAddressSpace(const NoMoreAddressSpace&) = delete;
     NoMoreAddressSpace& operator=(const NoMoreAddressSpace&) = delete;
