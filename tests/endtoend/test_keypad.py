@@ -10,6 +10,7 @@ import time
 import unittest
 
 from kxterminal_session import BUSY_SECONDS, KXTERMINAL, GENEROUS_SECONDS, OperatorTestCase, Terminal
+from positions import FIRST_KEY_ON_SMALL_SCREEN, KEYPAD_KEYS, KNOB, LOOP_BUTTON
 
 ESCAPE, HOME, UP, DOWN = 0, 1, 4, 5
 ESCAPE_ON_TOOLKIT = 0x1000000
@@ -26,10 +27,7 @@ class Keypad(OperatorTestCase):
     """In a window of 1024x768 the keypad is always visible."""
 
     SCREEN = (1024, 768)
-    FIRST_KEY = (45, 262)
     KEYPAD_EDGE = (300, 212)
-    KNOB = (593, 300)
-    LOOP_BUTTON = (935, 351)
 
     def press_of_mouse_is_reported(self, *point):
         self.point_at(*point)
@@ -37,7 +35,7 @@ class Keypad(OperatorTestCase):
         self.check(self.terminal.events_until_quiet(2), ("MOUSE_PRESS_EVENT", LEFT), ("MOUSE_RELEASE_EVENT", LEFT))
 
     def test_a_held_key_is_a_long_press_of_the_key_and_no_mouse_input(self):
-        self.point_at(*self.FIRST_KEY)
+        self.point_at(*KEYPAD_KEYS[0])
         events = self.hold(("mousedown", 1), ("mouseup", 1))
         self.check(events, ("KEY_PRESS_EVENT", ESCAPE), ("KEY_LONG_PRESS_EVENT", ESCAPE),
                    ("KEY_LONG_RELEASE_EVENT", ESCAPE), ("KEY_RELEASE_EVENT", ESCAPE))
@@ -46,7 +44,7 @@ class Keypad(OperatorTestCase):
         self.assertEqual("Key 1, KeyCode: 0, released", self.terminal.next_library_line("Key "))
 
     def test_two_quick_presses_are_a_press_and_a_double_press(self):
-        self.point_at(*self.FIRST_KEY)
+        self.point_at(*KEYPAD_KEYS[0])
         self.check_double_press(ESCAPE, "click", "--repeat", 2, "--delay", 80, 1)
 
     def check_moves(self, steps, key):
@@ -57,7 +55,7 @@ class Keypad(OperatorTestCase):
         return events
 
     def test_the_wheel_over_the_knob_turns_the_knob_faster_and_faster(self):
-        self.point_at(*self.KNOB)
+        self.point_at(*KNOB)
         turned = 0
         deadline = time.monotonic() + BUSY_SECONDS
         while time.monotonic() < deadline:
@@ -74,7 +72,7 @@ class Keypad(OperatorTestCase):
         self.fail("this machine never turned the knob step by step")
 
     def test_the_knob_turned_down_from_its_beginning_wraps(self):
-        self.point_at(*self.KNOB)
+        self.point_at(*KNOB)
         self.operator("click", 5)
         self.check_moves(1, DOWN)
         self.assertEqual("ENCODER DOWN underflow: 65535 (0)", self.terminal.next_library_line("ENCODER"))
@@ -83,22 +81,22 @@ class Keypad(OperatorTestCase):
         self.assertEqual("ENCODER UP overflow: 0 (65535)", self.terminal.next_library_line("ENCODER"))
 
     def test_a_click_on_a_half_of_the_knob_turns_it_by_one_detent(self):
-        self.point_at(self.KNOB[0] + 30, self.KNOB[1])
+        self.point_at(KNOB[0] + 30, KNOB[1])
         self.operator("click", 1)
         self.check_moves(1, UP)
-        self.point_at(self.KNOB[0] - 30, self.KNOB[1])
+        self.point_at(KNOB[0] - 30, KNOB[1])
         self.operator("click", 1)
         self.check_moves(1, DOWN)
 
     def test_a_drag_round_the_knob_turns_it(self):
-        x, y = self.KNOB
+        x, y = KNOB
         self.point_at(x, y - 40)
         self.operator("mousedown", 1, "mousemove_relative", 28, 12, "sleep", 0.1, "mousemove_relative", 12, 28,
                       "sleep", 0.1, "mouseup", 1)
         self.check_moves(6, UP)  # a quarter of the 24 detents
 
     def test_the_wheel_beside_the_knob_is_the_encoder_of_the_screen(self):
-        self.point_at(*self.FIRST_KEY)
+        self.point_at(*KEYPAD_KEYS[0])
         self.operator("click", 4)
         events = self.terminal.events_until_quiet(1)
         self.check(events, ("ENCODER_MOVE_EVENT", UP))
@@ -110,14 +108,14 @@ class Keypad(OperatorTestCase):
         self.press_of_mouse_is_reported(self.width // 2, self.height * 3 // 4)
 
     def test_the_keyboard_goes_on_to_work_after_the_keypad_was_touched(self):
-        self.point_at(*self.FIRST_KEY)
+        self.point_at(*KEYPAD_KEYS[0])
         self.operator("click", 1)
         self.terminal.events_until_quiet(2)
         self.operator("key", "Home")
         self.check(self.terminal.events_until_quiet(2), ("KEY_PRESS_EVENT", HOME), ("KEY_RELEASE_EVENT", HOME))
 
     def test_the_loop_button_shows_the_queue_stopping_a_loop(self):
-        self.press_of_mouse_is_reported(*self.LOOP_BUTTON)
+        self.press_of_mouse_is_reported(*LOOP_BUTTON)
         line = self.terminal.next_library_line("KXActionQueue::executeActions: ")
         self.assertRegex(line, r"Found loop for 0x[0-9a-f]+, triggered by object 0x[0-9a-f]+, on event "
                                r"'MOUSE_RELEASE_EVENT \[\d+\] via action 0x[0-9a-f]+ \(2\)\. Terminating execution\.\Z")
@@ -138,7 +136,7 @@ class SmallScreen(OperatorTestCase):
         for _ in range(3):  # past the time line and the encoder
             self.operator("key", "F11")
             self.check(self.terminal.events_until_quiet(2), ("KEY_PRESS_EVENT", 17), ("KEY_RELEASE_EVENT", 17))
-        self.point_at(90, 268)
+        self.point_at(*FIRST_KEY_ON_SMALL_SCREEN)
         self.operator("click", 1)
         self.check(self.terminal.events_until_quiet(2), ("KEY_PRESS_EVENT", ESCAPE), ("KEY_RELEASE_EVENT", ESCAPE))
 

@@ -5,6 +5,7 @@ import time
 import unittest
 
 from kxterminal_session import ATTEMPTS, Display, GENEROUS_SECONDS, OperatorTestCase, QUIET_SECONDS, Terminal
+from positions import FIRST_KEY_ON_SMALL_SCREEN
 
 ESCAPE, HOME, DOWN = 0, 1, 5
 F12 = 18
@@ -30,7 +31,6 @@ class SmallScreen(OperatorTestCase):
     EDGE_OF_LOCK = (90, 150)
     BANNER = (400, 97)
     BANNER_CORNER = (20, 70)
-    FIRST_KEY = (90, 268)
     LOOP_BUTTON = (710, 442)
     MINUS_OF_DOUBLE_PRESS = (205, 190)
     SWITCH = (343, 399)
@@ -190,7 +190,7 @@ class ByTouch(SmallScreen):
         self.touch(self.PAGE_BUTTONS[KEYPAD])
         self.wait_for_page(KEYPAD)
         self.terminal.events_until_quiet(2)
-        self.touch(self.FIRST_KEY)
+        self.touch(FIRST_KEY_ON_SMALL_SCREEN)
         self.check(self.terminal.events_until_quiet(2), ("KEY_PRESS_EVENT", ESCAPE), ("KEY_RELEASE_EVENT", ESCAPE))
         self.touch(self.PAGE_BUTTONS[ACTIONS])
         self.wait_for_page(ACTIONS)

@@ -11,17 +11,11 @@ import unittest
 
 from kxterminal_session import (GENEROUS_SECONDS, KXTERMINAL, LIBRARY_LINE, QUIET_SECONDS, Display, Operator,
                                 Terminal)
+from positions import (ACCEPT_INPUT_SWITCH, BESIDE_EVERYTHING, DOUBLE_PRESS_MINUS, EDGE_OF_SETTINGS_BUTTON,
+                       INPUT_OFF_BANNER, KEYPAD_KEYS, KNOB)
 
 KXREPLAY, KXCAN = os.environ["KXREPLAY"], os.environ["KXCAN"]
 
-# In a window of 1024x768.
-FIRST_KEY = (45, 262)
-KNOB = (593, 300)
-BESIDE_EVERYTHING = (760, 300)
-DOUBLE_PRESS_MINUS = (315, 488)
-ACCEPT_INPUT_SWITCH = (453, 688)
-INPUT_OFF_BANNER = (400, 82)
-EDGE_OF_SETTINGS_BUTTON = (346, 390)
 LIT = (0xf2, 0xb7, 0x05)
 
 HOME_DOWN, HOME_UP = "18FF0001#8000000000000000", "18FF0001#0000000000000000"
@@ -100,7 +94,7 @@ class Session(RecordingTestCase):
         self.send(*(f"18FF0003#0000{position:02X}0000000000" for position in range(1, 30)))
         time.sleep(2.3)
         self.send(HOME_UP, "18FF0003#0000FFFF00000000")
-        self.click_at(FIRST_KEY)
+        self.click_at(KEYPAD_KEYS[0])
         self.point_at(*KNOB)
         self.operator("click", "--repeat", 8, "--delay", 20, 5)
 

@@ -3,7 +3,8 @@
 import os
 
 from gestures_keys import DOWN, END, ESCAPE, HOME, UP, holds, posts, posts_and, taps, wraps_within
-from stage import FIRST_KEYS, KEY_BITS, KEYPAD_KEYS, KNOB, SECOND_KEYS, Gesture, key_frame, knob_frame
+from positions import KEYPAD_KEYS, KNOB
+from stage import FIRST_KEYS, KEY_BITS, SECOND_KEYS, Gesture, key_frame, knob_frame
 
 SMALL_KEYPAD = os.path.join(os.path.dirname(os.path.abspath(__file__)), "small.keypad")
 F1, F2, F3, F8, F9 = 7, 8, 9, 14, 15

@@ -1,7 +1,8 @@
 """Mouse buttons, touches and the wheel."""
 
 from gestures_keys import DOWN, UP, aimed, between_first_two, operator, posts, posts_and
-from stage import MIDDLE, OUTSIDE, Gesture
+from positions import BESIDE_EVERYTHING
+from stage import OUTSIDE, Gesture
 
 LEFT, RIGHT, MIDDLE_BUTTON = 1, 2, 4
 
@@ -106,7 +107,7 @@ POINTER = [
             escapes("MOUSE_PRESS 1", "MOUSE_LONG_PRESS 1", "MOUSE_ESCAPE 1")),
     Gesture("mouse-drag", "Moves while a button is down.",
             operator("mousedown", 1, *["sleep", 0.08, "mousemove_relative", "--", -15, 4] * 6, "mouseup", 1,
-                     "mousemove", *MIDDLE), moves),
+                     "mousemove", *BESIDE_EVERYTHING), moves),
     Gesture("focus-lost", "A key and a button are down when the window stops being active: release and escape.",
             loses_focus, posts("KEY_PRESS 1", "MOUSE_PRESS 1", "MOUSE_ESCAPE 1", "KEY_RELEASE 1")),
     Gesture("wheel-slow", "Detents of the wheel with rests between them.",

@@ -2,8 +2,9 @@
 
 from gestures_keys import END, HOME, RETURN, TAB, posts, posts_and, taps
 from gestures_pointer import LEFT, clicks
-from stage import (ACCEPT_INPUT_SWITCH, DOUBLE_PRESS_MINUS, FIRST_KEYS, INPUT_OFF_BANNER, LONG_PRESS_MINUS, MIDDLE,
-                   RESTORE_DEFAULTS, Gesture, key_frame, knob_frame)
+from positions import (ACCEPT_INPUT_SWITCH, BESIDE_EVERYTHING, DOUBLE_PRESS_MINUS, INPUT_OFF_BANNER, LONG_PRESS_MINUS,
+                       RESTORE_DEFAULTS)
+from stage import FIRST_KEYS, Gesture, key_frame, knob_frame
 
 F12 = 18
 
@@ -34,7 +35,7 @@ def loses_input(take):
 
 def use_everything(stage):
     stage.operator("key", "--delay", 60, "Home", "Home", "Up", "Up", "Return")
-    stage.touch(MIDDLE)
+    stage.touch(BESIDE_EVERYTHING)
     stage.operator("click", 4, "sleep", 0.2, "click", 5)
     stage.play((0, key_frame(FIRST_KEYS, END)), (0.1, key_frame(FIRST_KEYS)), (0.2, knob_frame(1)))
 

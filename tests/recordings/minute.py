@@ -3,8 +3,8 @@
 import random
 
 from gestures_keys import END, ESCAPE, HOME, RETURN
-from stage import (ACCEPT_INPUT_SWITCH, FIRST_KEYS, KNOB, MIDDLE, OUTSIDE, SECOND_KEYS, SOFT_KEYS, WRAP, Gesture,
-                   key_frame, knob_frame)
+from positions import ACCEPT_INPUT_SWITCH, BESIDE_EVERYTHING, KNOB, SOFT_KEYS
+from stage import FIRST_KEYS, OUTSIDE, SECOND_KEYS, WRAP, Gesture, key_frame, knob_frame
 
 START, STOP, LIFT, LOWER, FOLD, RATE, LIGHTS, MENU = SOFT_KEYS
 F3, F4 = 9, 10
@@ -65,7 +65,7 @@ def switches_lights(hand):
 
 def watches_time_line(hand):
     hand.types("F11")
-    hand.stage.point_at(*MIDDLE)
+    hand.stage.point_at(*BESIDE_EVERYTHING)
     hand.stage.operator("click", 4, "sleep", 0.3, "click", 4, "sleep", 0.35, "click", 5, "sleep", 0.4)
     hand.types("End", "F1")
     hand.stage.operator("keydown", "Home", "sleep", 0.4, "keydown", "End", "sleep", 2.3, "keyup", "End", "sleep",
@@ -84,7 +84,7 @@ def moves_both_wings(hand):
 
 def seeks_on_encoder(hand):
     hand.types("F11")
-    hand.stage.point_at(*MIDDLE)
+    hand.stage.point_at(*BESIDE_EVERYTHING)
     hand.stage.operator("key", "--delay", 9, *["Up"] * 45, "sleep", 0.5)
     hand.stage.operator("click", "--repeat", 3, "--delay", 180, 4, "click", "--repeat", 14, "--delay", 12, 4,
                         "sleep", 0.4, "click", "--repeat", 2, "--delay", 240, 5)

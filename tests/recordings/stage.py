@@ -10,18 +10,10 @@ import time
 from typing import NamedTuple
 
 from kxterminal_session import GENEROUS_SECONDS, Display, Event, Operator, Terminal
+from positions import BESIDE_EVERYTHING
 
-# Positions in the window of 1024x768. The screen is larger, so there is room outside.
+# It is larger than the window of 1024x768, so there is room outside.
 SCREEN = Display.SIZE
-MIDDLE = (760, 300)
-SOFT_KEYS = [(68 + 127 * number, 158) for number in range(8)]
-KEYPAD_KEYS = [(45 + 64 * (number % 8), 262 + 76 * (number // 8)) for number in range(16)]
-KNOB = (593, 300)
-DOUBLE_PRESS_MINUS = (315, 488)
-LONG_PRESS_MINUS = (825, 488)
-RESTORE_DEFAULTS = (970, 689)
-ACCEPT_INPUT_SWITCH = (453, 689)
-INPUT_OFF_BANNER = (400, 82)
 OUTSIDE = (SCREEN[0] - 1, SCREEN[1] - 1)
 
 SETTLED_SECONDS = 0.5
@@ -63,7 +55,7 @@ class Stage:
         ahead = int(WRAP / 1000 - time.monotonic() - wraps_after)
         self.wraps_at = WRAP / 1000 - ahead  # by the clock of this program
         launcher = ("unshare", "--time", "--monotonic", str(ahead)) if wraps_after else ()
-        display.xdotool("mousemove", *MIDDLE)
+        display.xdotool("mousemove", *BESIDE_EVERYTHING)
         self.terminal = Terminal("--record", self.file, "--can-bus", self.bus, *arguments, display=display,
                                  launcher=launcher)
         try:

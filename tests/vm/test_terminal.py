@@ -6,7 +6,8 @@ import unittest
 from itertools import zip_longest
 
 from machine import GENEROUS_SECONDS
-from session import wait_for_file
+from session import wait_for_file  # from here on the modules of tests/endtoend are found
+from positions import KEYPAD_KEYS
 
 ESCAPE, HOME, UP, DOWN, END = 0, 1, 4, 5, 6
 ESCAPE_ON_TOOLKIT, HOME_ON_TOOLKIT, END_ON_TOOLKIT, UP_ON_TOOLKIT, DOWN_ON_TOOLKIT = (
@@ -31,7 +32,6 @@ KXREPLAY = "$KX_BUILD/tools/kxreplay/kxreplay"
 REPLAY_SECONDS = 240  # of a session with some floods, on a machine that is busy
 
 # Frames of the keypad that the terminal has if nobody gives it another one.
-DRAWN_ESCAPE = (45, 262)  # where it is on the screen
 NOTHING_DOWN = "18FF0001#0000000000000000"
 ESCAPE_DOWN = "18FF0001#0100000000000000"
 HOME_DOWN = "18FF0001#8000000000000000"
@@ -194,7 +194,7 @@ class Keypad(TerminalTestCase):
                               ESCAPE_ON_TOOLKIT)
 
     def test_a_touch_of_a_drawn_key_is_a_key_and_no_mouse_input(self):
-        self.machine.touch(*DRAWN_ESCAPE)
+        self.machine.touch(*KEYPAD_KEYS[0])
         self.check_printed(presses_of(ESCAPE), ESCAPE_ON_TOOLKIT)
 
     def test_the_knob_counts_every_detent_and_speeds_up(self):
@@ -238,7 +238,7 @@ class Bus(TerminalTestCase):
     def test_the_drawn_keypad_sends_on_when_the_bus_is_back(self):
         self.take_down()
         self.bring_up()
-        self.machine.touch(*DRAWN_ESCAPE)
+        self.machine.touch(*KEYPAD_KEYS[0])
         self.check_printed(presses_of(ESCAPE), ESCAPE_ON_TOOLKIT)
 
     def test_a_key_that_is_held_while_the_bus_is_down_is_released_when_it_is_back(self):
