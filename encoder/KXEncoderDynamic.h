@@ -21,12 +21,12 @@ KX_EVENTS_API extern const int DEFAULT_INCREMENTS[7];
 
 /// Accelerates a rotary encoder. By default a slow step counts 1 and a fast one up to thousands.
 ///
-/// One instance serves the process. Nothing is locked and nothing blocks. The input event manager calls \ref calculateIncrement on
-/// the thread that delivers input. Call the setters on that thread too, between two steps.
+/// One instance serves the process. Nothing is locked and nothing blocks. The input event manager calls
+/// \ref calculateIncrement on the thread that delivers input. Call the setters on that thread too, between two steps.
 class KX_EVENTS_API KXEncoderDynamic {
 public:
-    /// The instance, owned by the class, made with its defaults on first use. The input event manager deletes it at shut-down; the
-    /// next call makes a new one. Not guarded against two first uses at once.
+    /// The instance, owned by the class, made with its defaults on first use. The input event manager deletes it at
+    /// shut-down; the next call makes a new one. Not guarded against two first uses at once.
     /// \return null when it cannot be initialised, which is reported in "kx_encoder_dynamic" at level 1
     static KXEncoderDynamic* instance();
 
@@ -75,7 +75,8 @@ public:
     std::uint64_t getLastTimeStamp() const;
 
     /// Adds the increment of \p step to the \c value of \p bundle. Both may be the same event. A step with
-    /// \c count 0 counts as one, and its \c count is set to 1.
+    /// \c count 0 counts as one, and its \c count is set to 1. Time stamps are compared as plain numbers, so the
+    /// first step after the wrap of the tick is not later than the last one before it.
     /// \return STATUS_OK (0); STATUS_NOT_AN_ENCODER_EVENT (29) when \p step is no ENCODER_MOVE_EVENT;
     ///         STATUS_TIME_GAP_NOT_POSITIVE (1) when it is not later than the last step, which is reported in
     ///         "kx_encoder_dynamic" at level 1. \p bundle is unchanged unless 0 is returned.
