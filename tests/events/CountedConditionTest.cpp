@@ -63,11 +63,30 @@ TEST_F(CountedCondition, wakes_a_thread_that_waits_until_a_time) {
     });
 }
 
+TEST_F(CountedCondition, wakes_a_thread_that_waits_for_some_time) {
+    expectASignalToEnd([this](Lock& lock) {
+        EXPECT_TRUE(condition.wait_for(
+            lock, boost::chrono::hours(1), [this] { return isSignalled; }));
+    });
+}
+
 TEST_F(CountedCondition, wakes_a_thread_that_waits_for_some_time_by_the_wall_clock) {
     expectASignalToEnd([this](Lock& lock) {
         EXPECT_TRUE(condition.timed_wait(
             lock, boost::posix_time::hours(1), [this] { return isSignalled; }));
     });
+}
+
+TEST_F(CountedCondition, tells_that_the_time_of_a_wait_is_over) {
+    Lock lock(mutex);
+    const auto never = [] { return false; };
+    const boost::chrono::steady_clock::time_point start{}; // of the system: it has passed
+    EXPECT_FALSE(condition.wait_for(lock, boost::chrono::milliseconds(1), never));
+    EXPECT_FALSE(condition.wait_until(lock, start, never));
+    EXPECT_FALSE(condition.timed_wait(lock, boost::posix_time::milliseconds(1), never));
+    while (condition.wait_for(lock, boost::chrono::milliseconds(1)) != boost::cv_status::timeout)
+        ; // woken without a reason
+    EXPECT_TRUE(lock.owns_lock());
 }
 
 TEST_F(CountedCondition, wakes_a_thread_that_waits_by_the_plain_condition) {
