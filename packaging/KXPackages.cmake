@@ -97,8 +97,8 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_RECOMMENDS "qtbase5-dev (>= 5.15)") # for t
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS "libgtest-dev, libkxapi-events-doc") # the former for the platform tests
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "event layer of an embedded operator terminal, for development
 ${kx_description} what programs are built with: the headers, the CMake
-package KXAPI_Events, files for pkg-config, and the simulated platform,
-on which programs run in virtual time.")
+package KXAPI_Events, files for pkg-config, the simulated platform, on
+which programs run in virtual time, and the tests that check a platform.")
 
 set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_NAME libkxapi-events-doc)
 set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_SECTION doc)
