@@ -6,8 +6,6 @@ execute_process(
     COMMAND "${KXAPI_DPKG_ARCHITECTURE}" "-t${CMAKE_LIBRARY_ARCHITECTURE}" -qDEB_HOST_ARCH
     OUTPUT_VARIABLE kx_architecture OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET COMMAND_ERROR_IS_FATAL ANY)
 
-include(packaging/maker.cmake)
-
 # The changelog has the number of the package within a version.
 set(kx_changelog "${PROJECT_SOURCE_DIR}/packaging/debian/changelog.in")
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${kx_changelog}")
@@ -17,14 +15,10 @@ if(NOT kx_newest MATCHES "\\(${PROJECT_VERSION}-([0-9]+)\\)")
 endif()
 set(kx_revision "${CMAKE_MATCH_1}")
 set(kx_package_version "${PROJECT_VERSION}-${kx_revision}")
-# A machine-readable copyright file begins with the name of its format. dpkg has one, and is on each Debian system.
-file(STRINGS /usr/share/doc/dpkg/copyright kx_copyright_format LIMIT_COUNT 1 REGEX "^Format: .*/copyright-format/1\\.0/$")
 if(NOT kx_copyright_format)
     message(FATAL_ERROR "/usr/share/doc/dpkg/copyright does not name the machine-readable format")
 endif()
-foreach(file changelog copyright)
-    configure_file("packaging/debian/${file}.in" "${PROJECT_BINARY_DIR}/debian/${file}" @ONLY)
-endforeach()
+configure_file("${kx_changelog}" "${PROJECT_BINARY_DIR}/debian/changelog" @ONLY)
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_VERSION "${PROJECT_VERSION}")

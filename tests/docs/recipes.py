@@ -13,7 +13,7 @@ CODE = re.compile(r"`([^`\n]+)`")
 PATH = re.compile(r"\.?[\w*-][\w.*-]*(?:/[\w.*-]+)+/?")
 PLACEHOLDER = re.compile(r"\b[A-Z]{2,}\b")  # stands for any name
 BUILD = os.environ["KX_BUILD"]
-MADE = ("build/",)
+MADE = ("build/", "share/")  # by a build or an installation
 TARGETS = re.compile(r"--target ((?:[\w-]+ ?)+)")
 TESTS = re.compile(r"(?:\./test|ctest --test-dir build/dev(\S*)).*? -R ([^\s`]+)")
 
