@@ -91,6 +91,7 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS 
     "${kx_runtime_dependency}, libboost-context-dev (>= 1.74), libboost-thread-dev (>= 1.74)")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_RECOMMENDS "qtbase5-dev (>= 5.15)") # for the headers of KXAPI::Toolkit
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS libgtest-dev) # for KXAPI::PlatformTests
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "event layer of an embedded operator terminal, for development
 ${kx_description} what programs are built with: the headers, the CMake
 package KXAPI_Events, files for pkg-config, and the simulated platform,
