@@ -21,12 +21,12 @@ KX_EVENTS_API extern const int DEFAULT_INCREMENTS[7];
 
 /// Accelerates a rotary encoder. By default a slow step counts 1 and a fast one up to thousands.
 ///
-/// One instance serves the process. Nothing is locked and nothing blocks. The input event manager calls \ref calculateIncrement on
-/// the thread that delivers input. Call the setters on that thread too, between two steps.
+/// One instance serves the process. Nothing is locked and nothing blocks. The input event manager calls \ref
+/// calculateIncrement on the thread that delivers input. Call the setters on that thread too, between two steps.
 class KX_EVENTS_API KXEncoderDynamic {
 public:
-    /// The instance, owned by the class, made with its defaults on first use. The input event manager deletes it at shut-down; the
-    /// next call makes a new one. Not guarded against two first uses at once.
+    /// The instance, owned by the class, made with its defaults on first use. The input event manager deletes it
+    /// at shut-down; the next call makes a new one. Not guarded against two first uses at once.
     /// \return null when it cannot be initialised, which is reported in "kx_encoder_dynamic" at level 1
     static KXEncoderDynamic* instance();
 

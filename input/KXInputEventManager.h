@@ -47,8 +47,8 @@ struct KXInputMemory;
 /// One manager serves the process. Create it at start-up and delete it at shut-down, on one thread.
 class KX_EVENTS_API KXInputEventManager {
 public:
-    /// Makes the manager, which belongs to the class until \ref deleteInstance, and starts its worker thread. If one exists already, reports that on standard error and
-    /// returns it.
+    /// Makes the manager, which belongs to the class until \ref deleteInstance, and starts its worker thread. If
+    /// one exists already, reports that on standard error and returns it.
     /// \throws std::bad_alloc  there is no manager
     [[gnu::cold]] static KXInputEventManager* createInstance();
 

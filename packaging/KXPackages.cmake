@@ -49,6 +49,9 @@ set(CPACK_KXAPI_SYSROOT "${CMAKE_SYSROOT}")
 set(CPACK_KXAPI_MULTIARCH_SAME runtime development)
 
 set(CPACK_COMPONENTS_ALL runtime development terminal tools)
+if(NOT CMAKE_CROSSCOMPILING) # it is the same for all architectures
+    list(APPEND CPACK_COMPONENTS_ALL documentation)
+endif()
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_PACKAGE_SOURCE kxapi-events)
 set(CPACK_DEBIAN_PACKAGE_RELEASE "${kx_revision}")
@@ -91,11 +94,26 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS 
     "${kx_runtime_dependency}, libboost-context-dev (>= 1.74), libboost-thread-dev (>= 1.74)")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_RECOMMENDS "qtbase5-dev (>= 5.15)") # for the headers of KXAPI::Toolkit
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS libgtest-dev) # for KXAPI::PlatformTests
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS "libgtest-dev, libkxapi-events-doc") # the former for the platform tests
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "event layer of an embedded operator terminal, for development
 ${kx_description} what programs are built with: the headers, the CMake
 package KXAPI_Events, files for pkg-config, and the simulated platform,
 on which programs run in virtual time.")
+
+set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_NAME libkxapi-events-doc)
+set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_SECTION doc)
+set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_SHLIBDEPS OFF)
+set(CPACK_DEBIAN_DOCUMENTATION_DEBUGINFO_PACKAGE OFF)
+set(CPACK_COMPONENT_DOCUMENTATION_DESCRIPTION "event layer of an embedded operator terminal, documentation
+${kx_description} a guide that begins with a first application, and the
+reference of all headers: /usr/share/doc/libkxapi-events-doc/html/index.html.")
+# packaging/make-packages makes the site.
+install(DIRECTORY "${PROJECT_BINARY_DIR}/site/html" COMPONENT documentation
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_DOCUMENTATION_PACKAGE_NAME}")
+install(FILES packaging/debian/documentation.doc-base COMPONENT documentation
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/doc-base"
+    RENAME "${CPACK_DEBIAN_DOCUMENTATION_PACKAGE_NAME}.kxapi-events")
 
 set(CPACK_DEBIAN_TERMINAL_PACKAGE_NAME kxterminal)
 set(CPACK_DEBIAN_TERMINAL_PACKAGE_SECTION utils)

@@ -42,7 +42,8 @@ private:
 
 /// Holds a mutex, can release it meanwhile, and waits for a std::condition_variable, as std::unique_lock does.
 ///
-/// Belongs to one thread; the mutex must outlive it. clang checks the condition of a wait like any other function, so a lambda there needs KX_REQUIRES.
+/// Belongs to one thread; the mutex must outlive it. clang checks the condition of a wait like any other function,
+/// so a lambda there needs KX_REQUIRES.
 class KX_SCOPED_CAPABILITY KXUniqueLock {
 public:
     /// Blocks until \p mutex is free.

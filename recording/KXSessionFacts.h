@@ -22,8 +22,8 @@ struct KX_RECORDING_API SessionFacts {
 
     std::uint64_t firstMs = 0; ///< of the first entry; 0 without one
     std::uint64_t lastMs = 0;  ///< of the last entry
-    std::uint64_t lastInputMs =
-        0; ///< of the last toolkit event, input event or frame; without one of the first entry
+    /// Of the last toolkit event, input event or frame; without one of the first entry.
+    std::uint64_t lastInputMs = 0;
 
     std::int64_t greatestLongPressMs = 0; ///< of all settings; 0 without one
 

@@ -21,8 +21,8 @@ namespace KX {
 ///     EXPECT_EQ(application.openPages(), 1);
 ///
 /// The same recording gives the same events on every machine, to the byte, and takes no longer than the computer
-/// needs. Nothing waits for a clock; only the file may block. For programs that link KXAPI::Replay and with it the simulated platform, on the thread that drives the
-/// simulation.
+/// needs. Nothing waits for a clock; only the file may block. For programs that link KXAPI::Replay and with it the
+/// simulated platform, on the thread that drives the simulation.
 ///
 /// A manager that exists is used, with its own settings where the recording has none: make it before, or let the player
 /// make one and delete it at its end. In the second case the simulation is reset first, no key is mapped, and the knob

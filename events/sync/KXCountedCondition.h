@@ -45,7 +45,7 @@ public:
     }
 
 #ifdef BOOST_THREAD_USES_CHRONO
-    /// The same for a limited time.
+    /// The same for a limited time. A program that calls it also links Boost.Chrono, for the clock.
     template<class... More>
     auto wait_for(boost::unique_lock<boost::mutex>& lock, More&&... more) {
         const Waiter waiter(waiters);

@@ -10,8 +10,8 @@ namespace KX {
 
 /// A double-ended queue whose size can be read without its lock.
 ///
-/// Any thread may call empty() and size(); everything else needs the lock of its owner. Nothing here blocks. Memory comes in blocks of
-/// \p itemsInABlock items, larger than those of std::deque, so few posts allocate.
+/// Any thread may call empty() and size(); everything else needs the lock of its owner. Nothing here blocks.
+/// Memory comes in blocks of \p itemsInABlock items, larger than those of std::deque, so few posts allocate.
 template<class Item, std::size_t itemsInABlock>
 class KXSizedDeque
     : private boost::container::deque<

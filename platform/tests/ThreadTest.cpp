@@ -1,12 +1,37 @@
 #include "ThreadKit.h"
 
 #include <algorithm>
+#include <atomic>
+#include <functional>
 #include <set>
 #include <vector>
 
 namespace KX::PlatformTests {
 
 using Thread = PlatformTest;
+
+namespace {
+
+/// An entry function that ends some time after it was allowed to.
+class SlowEnding {
+public:
+    std::function<void()> body() {
+        return [this] {
+            pauseUntil(mayEnd);
+            adapter().pauseThread(30);
+            hasEnded = true;
+        };
+    }
+
+    void allow() { mayEnd = true; }
+    bool isOver() const { return hasEnded; }
+
+private:
+    std::atomic<bool> mayEnd{false};
+    std::atomic<bool> hasEnded{false};
+};
+
+} // namespace
 
 TEST_F(Thread, runsItsEntryFunctionOnceOnAThreadOfItsOwn) {
     std::atomic<int> runs{0};
@@ -87,33 +112,23 @@ TEST_F(Thread, mayBeStartedAgainAfterItEndedByItself) {
 }
 
 TEST_F(Thread, stopAndWaitReturnsOnlyWhenTheEntryFunctionHas) {
-    std::atomic<bool> mayEnd{false};
-    std::atomic<bool> hasEnded{false};
-    BodyThread thread([&] {
-        pauseUntil(mayEnd);
-        adapter().pauseThread(30);
-        hasEnded = true;
-    });
+    SlowEnding ending;
+    BodyThread thread(ending.body());
     ASSERT_EQ(thread.start(), STATUS_OK);
-    mayEnd = true;
+    ending.allow();
     EXPECT_EQ(thread.stopAndWait(), STATUS_OK);
-    EXPECT_TRUE(hasEnded);
+    EXPECT_TRUE(ending.isOver());
     EXPECT_EQ(thread.stopAndWait(), STATUS_OK) << "nothing is left to wait for";
 }
 
 TEST_F(Thread, theDestructorWaitsForTheEntryFunction) {
-    std::atomic<bool> mayEnd{false};
-    std::atomic<bool> hasEnded{false};
-    BodyThread thread([&] {
-        pauseUntil(mayEnd);
-        adapter().pauseThread(30);
-        hasEnded = true;
-    });
+    SlowEnding ending;
+    BodyThread thread(ending.body());
     ASSERT_EQ(thread.start(), STATUS_OK);
-    mayEnd = true;
+    ending.allow();
     thread.destroy();
-    EXPECT_TRUE(hasEnded);
-    ASSERT_TRUE(eventually([&] { return hasEnded.load(); })) << "it uses what the test has on its stack";
+    EXPECT_TRUE(ending.isOver());
+    ASSERT_TRUE(eventually([&] { return ending.isOver(); })) << "it uses what the test has on its stack";
 }
 
 TEST_F(Thread, isRefusedToWaitForItself) {

@@ -13,7 +13,8 @@ namespace Terminal {
 class ActionDesk;
 class ScreenButton;
 
-/// Shows what the action queue has done: counts, and the recent actions with what became of them. A button starts a chain of actions that is a loop.
+/// Shows what the action queue has done: counts, and the recent actions with what became of them. A button starts
+/// a chain of actions that is a loop.
 class ActionPanel : public QWidget {
     Q_OBJECT
 

@@ -49,8 +49,8 @@ public:
     /// The points on the curve, the present one last.
     const std::vector<QPointF>& trail() const;
 
-    /// The large numbers beside the plots: what the last event added, what each of its steps counted and how long a step
-    /// took, and what the whole turn has added.
+    /// The large numbers beside the plots: what the last event added, what each of its steps counted and how long
+    /// a step took, and what the whole turn has added.
     QString eventText() const;
     QString stepText() const;
     QString stepTimeText() const;

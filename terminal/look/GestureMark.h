@@ -7,8 +7,8 @@
 class QColor;
 class QPainter;
 
-/// The signs of the gestures: the same in the list, in the time line and beside the last gesture. Each has a shape of its
-/// own, so nobody needs colours to tell them apart.
+/// The signs of the gestures: the same in the list, in the time line and beside the last gesture. Each has a shape
+/// of its own, so nobody needs colours to tell them apart.
 ///
 /// | gesture      | shape          |
 /// |--------------|----------------|

@@ -48,8 +48,8 @@ QColor outline();         ///< borders of areas and lines of a grid, which nobod
 QFont font(int pixelSize, bool bold = false);
 QFont tableFont(int pixelSize);
 
-/// The greatest bold font from \p greatest down to \p least in which \p text is at most \p width pixels wide. If none is,
-/// the font of \p least pixels that is not bold.
+/// The greatest bold font from \p greatest down to \p least in which \p text is at most \p width pixels wide. If
+/// none is, the font of \p least pixels that is not bold.
 QFont fittedFont(const QString& text, int width, int greatest, int least);
 
 } // namespace Terminal::Theme

@@ -13,7 +13,8 @@ namespace Terminal {
 /// Keeps the reported steps of the encoder apart.
 ///
 /// A window that is busy drawing gets several steps at once, and the encoder has no speed for two reports of one
-/// millisecond. Turns of the wheel that share a millisecond become one report. A step key has no count, so each waits until
+/// millisecond. Turns of the wheel that share a millisecond become one report. A step key has no count, so each
+/// waits until
 /// \ref leastGapMs after the step before it. Nobody turns a knob faster, so the wait does not add up. Whatever comes
 /// meanwhile waits behind it and keeps its place and its tick.
 class StepSpacing {

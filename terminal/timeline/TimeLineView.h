@@ -19,8 +19,9 @@ class TimeLineLegend;
 
 /// The time line of keys and mouse buttons. Each has a lane; the present time is at the right.
 ///
-/// The view is live until somebody scrolls back with the buttons, with a finger or with the keys. While it is live, time
-/// counts back from now. Scrolled back, it stands still. It repaints only for new events and while something moves.
+/// The view is live until somebody scrolls back with the buttons, with a finger or with the keys. While it is
+/// live, time counts back from now. Scrolled back, it stands still. It repaints only for new events and while
+/// something moves.
 ///
 /// It is locked at first: the keys that the operator tests do not move it. The key L and a button unlock it.
 class TimeLineView : public QWidget {

@@ -23,8 +23,8 @@ enum class Page;
 
 /// The window of the terminal. It shows what \p model holds and does not know where events come from.
 ///
-/// On a small screen the keypad and the actions are pages like the views, and the soft keys leave their room to the pages
-/// that need it. On a larger one all of them are always visible.
+/// On a small screen the keypad and the actions are pages like the views, and the soft keys leave their room to
+/// the pages that need it. On a larger one all of them are always visible.
 ///
 /// Buttons and the keys F10 and F11 turn the pages. F12 goes to the settings and back.
 class MainWindow : public QWidget {

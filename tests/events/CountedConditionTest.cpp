@@ -5,6 +5,8 @@
 #include <atomic>
 #include <boost/thread/thread.hpp>
 #include <thread>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace KX {
@@ -70,6 +72,17 @@ TEST_F(CountedCondition, wakes_a_thread_that_waits_for_some_time_by_the_wall_clo
     });
 }
 
+TEST_F(CountedCondition, tells_that_the_time_of_a_wait_is_over) {
+    Lock lock(mutex);
+    const auto never = [] { return false; };
+    const boost::chrono::steady_clock::time_point start{}; // of the system: it has passed
+    EXPECT_FALSE(condition.wait_until(lock, start, never));
+    EXPECT_FALSE(condition.timed_wait(lock, boost::posix_time::milliseconds(1), never));
+    while (condition.wait_until(lock, start) != boost::cv_status::timeout)
+        ; // woken without a reason
+    EXPECT_TRUE(lock.owns_lock());
+}
+
 TEST_F(CountedCondition, wakes_a_thread_that_waits_by_the_plain_condition) {
     boost::condition_variable& plain = condition;
     expectASignalToEnd([&](Lock& lock) {
@@ -85,6 +98,11 @@ TEST_F(CountedCondition, wakes_a_thread_that_waits_by_the_system_s_own_condition
             pthread_cond_wait(native, mutex.native_handle());
     });
 }
+
+// Only looked at: a call would need Boost.Chrono, which the library does not link.
+using MilliSeconds = boost::chrono::milliseconds;
+static_assert(std::is_same_v<boost::cv_status, decltype(std::declval<KXCountedCondition&>().wait_for(
+                                                   std::declval<Lock&>(), std::declval<MilliSeconds>()))>);
 
 TEST_F(CountedCondition, wakes_all_that_wait) {
     std::vector<std::thread> threads;

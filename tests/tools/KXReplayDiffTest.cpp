@@ -1,5 +1,5 @@
 #include "models/RandomRun.h"
-#include "tools/kxreplay/UnifiedDiff.h"
+#include "tools/kxreplay/comparison/UnifiedDiff.h"
 
 #include <gtest/gtest.h>
 

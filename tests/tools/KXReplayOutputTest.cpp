@@ -2,10 +2,10 @@
 #include "ToolProgram.h"
 #include "tools/arguments/BadInput.h"
 #include "tools/kxreplay/ClosestCalls.h"
-#include "tools/kxreplay/Comparison.h"
-#include "tools/kxreplay/Expectation.h"
 #include "tools/kxreplay/Settings.h"
 #include "tools/kxreplay/Summary.h"
+#include "tools/kxreplay/comparison/Comparison.h"
+#include "tools/kxreplay/comparison/Expectation.h"
 
 #include <Qt>
 

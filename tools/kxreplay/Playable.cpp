@@ -1,10 +1,9 @@
 #include "tools/kxreplay/Playable.h"
 
 #include "recording/KXRecordingReader.h"
+#include "tools/kxreplay/WholeFile.h"
 
-#include <array>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <istream>
@@ -103,24 +102,6 @@ Playable keepText(std::string kept, const std::string& name, const Warn& warn) {
     return playable;
 }
 
-// C streams, because std::cin does not tell that reading failed.
-std::string readAll(std::FILE* file, const std::string& name) {
-    std::string text;
-    std::array<char, 16384> block;
-    while (const std::size_t count = std::fread(block.data(), 1, block.size(), file))
-        text.append(block.data(), count);
-    if (std::ferror(file) != 0)
-        throw KX::Recording::BadFile(name + ": " + std::strerror(errno));
-    return text;
-}
-
-std::string readPipe(const std::string& path) {
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"), &std::fclose);
-    if (!file)
-        throw KX::Recording::BadFile(path + ": " + std::strerror(errno));
-    return readAll(file.get(), path);
-}
-
 } // namespace
 
 Playable playableOf(std::shared_ptr<const Session> session) {
@@ -136,9 +117,9 @@ Playable playableOf(std::shared_ptr<const Session> session) {
 
 Playable playableOf(const std::string& path, const Warn& warn) {
     if (path == "-")
-        return keepText(readAll(stdin, "standard input"), "standard input", warn);
+        return keepText(readWhole(path), "standard input", warn);
     if (isNoRegularFile(path))
-        return keepText(readPipe(path), path, warn);
+        return keepText(readWhole(path), path, warn);
     std::ifstream file = openFile(path);
     Playable playable;
     playable.facts = scan(file, path, warn);

@@ -11,7 +11,7 @@ version=$(dpkg-deb -f "${packages[0]}" Version)
 architecture=$(dpkg-deb -f "${packages[0]}" Architecture)
 names=()
 for file in "${packages[@]}"; do
-    names+=("$(dpkg-deb -f "$file" Package):$architecture")
+    names+=("$(dpkg-deb -f "$file" Package):$(dpkg-deb -f "$file" Architecture)")
 done
 
 # tests/package/common.sh needs these.

@@ -1,8 +1,8 @@
-#include "tools/kxreplay/Expectation.h"
+#include "tools/kxreplay/comparison/Expectation.h"
 
 #include "recording/format/Text.h"
 #include "tools/arguments/BadInput.h"
-#include "tools/kxreplay/UnifiedDiff.h"
+#include "tools/kxreplay/comparison/UnifiedDiff.h"
 
 #include <cerrno>
 #include <cstring>

@@ -1,4 +1,4 @@
-#include "tools/kxreplay/UnifiedDiff.h"
+#include "tools/kxreplay/comparison/UnifiedDiff.h"
 
 #include <algorithm>
 #include <cstddef>

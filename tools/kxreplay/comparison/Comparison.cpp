@@ -1,4 +1,4 @@
-#include "tools/kxreplay/Comparison.h"
+#include "tools/kxreplay/comparison/Comparison.h"
 
 #include <algorithm>
 #include <cstddef>
