@@ -83,7 +83,7 @@ unsigned int registerWithoutLock(const std::string& name, std::atomic<unsigned i
         if (const auto known = keys.find(name); known != keys.end())
             return known->second;
     }
-    std::this_thread::yield();
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
     const std::lock_guard<std::mutex> lock(mutex);
     return keys[name] = ++lastKey;
 }
