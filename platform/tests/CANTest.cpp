@@ -13,7 +13,7 @@ class CAN : public PlatformTest {
 protected:
     void SetUp() override {
         if (adapter().getBus() < 0)
-            GTEST_SKIP() << "the adapter has no CAN bus";
+            GTEST_SKIP() << "the adapter has no CAN bus (getBus)";
         bus = open();
         ASSERT_NE(bus, nullptr);
     }
@@ -119,7 +119,7 @@ TEST_F(CAN, aReadOfNothingIsRefusedAndLeavesTheMessageAlone) {
 
 TEST_F(CAN, errorAndRemoteFramesAreNotDelivered) {
     if (!adapter().sendUndeliverableFrame())
-        GTEST_SKIP() << "the adapter cannot send a frame that must not be delivered";
+        GTEST_SKIP() << "the adapter cannot send a frame that must not be delivered (sendUndeliverableFrame)";
     send(makeFrame(0x77));
     KXCANMessage read;
     ASSERT_TRUE(readEventually(read));
@@ -173,7 +173,7 @@ TEST_F(CANOfManager, framesThatWereNotReadAreToldAgain) {
 TEST_F(CANOfManager, aBusThatGoesDownIsReportedAndComesBack) {
     ASSERT_EQ(manager.addEndPoint(bus.get(), &reader), STATUS_OK);
     if (!takeDown())
-        GTEST_SKIP() << "the adapter cannot take the bus down";
+        GTEST_SKIP() << "the adapter cannot take the bus down (setBusDown)";
     EXPECT_EQ(waitLong(), 1);
     EXPECT_EQ(reader.disconnected, 1);
     bringUp();
@@ -188,7 +188,7 @@ TEST_F(CANOfManager, aBusThatGoesDownIsReportedAndComesBack) {
 TEST_F(CANOfManager, aBusThatIsDownAtTheStartWorksOnceItIsUp) {
     bus.reset();
     if (!takeDown())
-        GTEST_SKIP() << "the adapter cannot take the bus down";
+        GTEST_SKIP() << "the adapter cannot take the bus down (setBusDown)";
     bus = open();
     ASSERT_NE(bus, nullptr) << "it exists";
     EXPECT_FALSE(bus->isConnected());

@@ -37,11 +37,14 @@ TEST_F(Debug, sectionsHaveKeysOfTheirOwn) {
 }
 
 TEST_F(Debug, threadsMayRegisterTheSameSectionsAtOnce) {
-    std::vector<std::vector<unsigned int>> keys(4);
+    constexpr int count = 4;
+    Meeting meeting(count);
+    std::vector<std::vector<unsigned int>> keys(count);
     std::vector<std::thread> threads;
     for (auto& keysOfThread : keys)
-        threads.emplace_back([&keysOfThread] {
-            for (int i = 0; i < 100; ++i) {
+        threads.emplace_back([&] {
+            meeting.join();
+            for (int i = 0; i < 1000; ++i) { // so many that the threads overlap
                 const std::string name = "platform_tests_shared_" + std::to_string(i);
                 keysOfThread.push_back(KXDebug::insertNewDebugSection(name));
                 KXDebug::debugPrintError(4, keysOfThread.back(), "%s", name.c_str());
@@ -71,14 +74,14 @@ TEST_F(Debug, showsAnErrorAsPrintfWritesIt) {
     const auto shown = adapter().listen(
         [] { KXDebug::debugPrintError(1, keyOfStaticInitialiser, "%d, %u, %s and %%", -1, UINT_MAX, "text"); });
     if (!shown)
-        GTEST_SKIP() << "the adapter cannot listen";
+        GTEST_SKIP() << "the adapter cannot tell what is shown (listen)";
     EXPECT_NE(shown->find("-1, 4294967295, text and %"), std::string::npos) << *shown;
 }
 
 TEST_F(Debug, showsAnErrorOfAnUnknownKey) {
     const auto shown = adapter().listen([] { KXDebug::debugPrintError(1, UINT_MAX - 1, "of nobody"); });
     if (!shown)
-        GTEST_SKIP() << "the adapter cannot listen";
+        GTEST_SKIP() << "the adapter cannot tell what is shown (listen)";
     EXPECT_NE(shown->find("of nobody"), std::string::npos) << *shown;
 }
 

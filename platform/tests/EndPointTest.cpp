@@ -59,7 +59,7 @@ TEST_F(EndPoints, aTickThatHasComeMeansToLookOnce) {
 
 TEST_F(EndPoints, aWaitGoesOnAcrossTheWrapOfTheClock) {
     if (!adapter().setTick(0xFFFFFFFFU - 40))
-        GTEST_SKIP() << "the adapter cannot set the clock";
+        GTEST_SKIP() << "the adapter cannot set the clock (setTick)";
     ASSERT_EQ(manager.addEndPoint(&endPoint, &handler), STATUS_OK);
     const unsigned int begin = KXTick::getTickCount();
     EXPECT_EQ(manager.waitForEndPoints(begin + 100, 0), 0);
@@ -69,7 +69,7 @@ TEST_F(EndPoints, aWaitGoesOnAcrossTheWrapOfTheClock) {
 
 TEST_F(EndPoints, aTickBeforeTheWrapHasPassedAndTickZeroIsOneLikeAnyOther) {
     if (!adapter().setTick(10))
-        GTEST_SKIP() << "the adapter cannot set the clock";
+        GTEST_SKIP() << "the adapter cannot set the clock (setTick)";
     EXPECT_EQ(manager.waitForEndPoints(0xFFFFFFF0U, 0), 0);
     EXPECT_LT(KXTick::getTickCount(), 10 + adapter().getPatienceMs());
     adapter().setTick(0U - 20);

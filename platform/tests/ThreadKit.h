@@ -5,6 +5,7 @@
 #include "platform/KXThread.h"
 
 #include <atomic>
+#include <stdexcept>
 #include <utility>
 
 namespace KX::PlatformTests {
@@ -12,15 +13,15 @@ namespace KX::PlatformTests {
 /// A thread of the platform with a function object as its body.
 class BodyThread {
 public:
+    /// \throws std::runtime_error  the platform makes no thread: the test fails and says so
     explicit BodyThread(std::function<void()> bodyOfThread, const std::string& name = "platform_tests")
         : body(std::move(bodyOfThread)), thread(KXThread::create(name)) {
-        if (thread)
-            thread->setEntryFunction(&BodyThread::run, this);
+        if (!thread)
+            throw std::runtime_error("KXThread::create returned null");
+        thread->setEntryFunction(&BodyThread::run, this);
     }
 
-    int start(int priority = 0, unsigned int stackSize = 0) {
-        return thread ? thread->start(priority, stackSize) : STATUS_REFUSED;
-    }
+    int start(int priority = 0, unsigned int stackSize = 0) { return thread->start(priority, stackSize); }
 
     int stopAndWait() { return thread->stopAndWait(); }
 

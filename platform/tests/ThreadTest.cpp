@@ -205,7 +205,7 @@ TEST_F(Thread, hasTheStackThatItWasStartedWith) {
 TEST_F(Thread, aPriorityThatTheSystemDoesNotKnowIsOutOfRange) {
     const int greatest = adapter().getGreatestPriority();
     if (greatest == 0)
-        GTEST_SKIP() << "the adapter tells of no real-time priorities";
+        GTEST_SKIP() << "the adapter tells of no real-time priorities (getGreatestPriority)";
     std::atomic<int> runs{0};
     BodyThread thread([&] { ++runs; });
     EXPECT_EQ(thread.start(-1), STATUS_OUT_OF_RANGE);
@@ -224,7 +224,7 @@ TEST_F(Thread, runsWithTheRealTimePriorityThatWasAskedFor) {
         GTEST_SKIP() << "there are no real-time priorities, or this user may not have them";
     ASSERT_EQ(thread.stopAndWait(), STATUS_OK);
     if (!found)
-        GTEST_SKIP() << "the adapter cannot tell the priority of a thread";
+        GTEST_SKIP() << "the adapter cannot tell the priority of a thread (getPriorityOfThisThread)";
     EXPECT_EQ(*found, priority);
 }
 
@@ -235,7 +235,7 @@ TEST_F(Thread, bearsItsNameOrTheBeginningOfIt) {
         ASSERT_EQ(thread.start(), STATUS_OK);
         ASSERT_EQ(thread.stopAndWait(), STATUS_OK);
         if (!shown)
-            GTEST_SKIP() << "the adapter cannot tell the name of a thread";
+            GTEST_SKIP() << "the adapter cannot tell the name of a thread (getNameOfThisThread)";
         EXPECT_FALSE(shown->empty());
         EXPECT_EQ(name.substr(0, shown->size()), *shown);
     }

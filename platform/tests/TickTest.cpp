@@ -53,7 +53,7 @@ TEST_F(Tick, isTheSameClockForAllThreads) {
 
 TEST_F(Tick, wrapsFromTheLargestNumberToZero) {
     if (!adapter().setTick(0xFFFFFFFFU - 1000))
-        GTEST_SKIP() << "the adapter cannot set the clock";
+        GTEST_SKIP() << "the adapter cannot set the clock (setTick)";
     const unsigned int before = KXTick::getTickCount();
     ASSERT_TRUE(eventually([] { return KXTick::getTickCount() < halfTheRange; }));
     EXPECT_LT(KXTick::getTickCount() - before, halfTheRange);

@@ -19,6 +19,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <dlfcn.h>
+#include <map>
 #include <mutex>
 #include <unistd.h>
 #include <vector>
@@ -71,11 +72,31 @@ std::string toString(int value) {
     return text;
 }
 
+namespace {
+
+/// Another thread may come between the look and the entry. The map itself has a lock, so that the program goes on.
+unsigned int registerWithoutLock(const std::string& name, std::atomic<unsigned int>& lastKey) {
+    static std::mutex& mutex = *new std::mutex;
+    static auto& keys = *new std::map<std::string, unsigned int>;
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        if (const auto known = keys.find(name); known != keys.end())
+            return known->second;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    const std::lock_guard<std::mutex> lock(mutex);
+    return keys[name] = ++lastKey;
+}
+
+} // namespace
+
 unsigned int KXDebug::insertNewDebugSection(const std::string& name) {
     static const auto real = next<unsigned int(const std::string&)>(
         "_ZN2KX7KXDebug21insertNewDebugSectionERKNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEE");
     static std::atomic<unsigned int> sections{100};
-    return hasFault("section-gets-a-new-key") ? ++sections : real(name);
+    if (hasFault("section-gets-a-new-key"))
+        return ++sections;
+    return hasFault("section-is-looked-up-without-a-lock") ? registerWithoutLock(name, sections) : real(name);
 }
 
 KXAutoLock::KXAutoLock(KXMutex* mutex) : heldMutex(mutex && mutex->lock() ? mutex : nullptr) {
@@ -152,6 +173,8 @@ private:
 KXThread* KXThread::create(const std::string& name) {
     static const auto real = next<KXThread*(const std::string&)>(
         "_ZN2KX8KXThread6createERKNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEE");
+    if (hasFault("no-thread-is-made"))
+        return nullptr;
     return new FaultyThread(real(hasFault("thread-bears-another-name") ? "t" : name));
 }
 
