@@ -48,9 +48,17 @@ class Fault(unittest.TestCase):
         return subprocess.run([PROGRAM, "--gtest_filter=" + test], capture_output=True, text=True, timeout=120,
                               env=environment, check=False)
 
+    def run_until_noticed(self, test, fault):
+        """A thread that a busy machine holds up for as long as a test waits hides what it would show."""
+        for _ in range(5):
+            done = self.run_test(test, fault)
+            if done.returncode != 0:
+                break
+        return done
+
     def test_is_noticed_by_its_test(self):
         with ThreadPoolExecutor(max_workers=4) as pool:  # most of them wait
-            results = list(pool.map(self.run_test, NOTICED_BY.values(), NOTICED_BY))
+            results = list(pool.map(self.run_until_noticed, NOTICED_BY.values(), NOTICED_BY))
         for (fault, test), done in zip(NOTICED_BY.items(), results):
             with self.subTest(fault):
                 self.assertNotEqual(0, done.returncode, f"{test} passes")
