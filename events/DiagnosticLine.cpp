@@ -2,10 +2,12 @@
 
 #include "platform/BlockedPipeSignal.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <exception>
 #include <iostream>
+#include <streambuf>
 
 namespace KX {
 
@@ -24,13 +26,31 @@ std::size_t compose(char* text, std::initializer_list<LinePiece> pieces) {
     return length;
 }
 
-// Not through the stream itself, because that may be bad already, or throw when it fails.
+// The characters that a buffer holds back. It sends them later, if its output works again then.
+class Pending : std::streambuf {
+public:
+    static std::streamsize count(const std::streambuf& buffer) {
+        return (buffer.*&Pending::pptr)() - (buffer.*&Pending::pbase)();
+    }
+
+    static void dropLast(std::streambuf& buffer, std::streamsize number) {
+        (buffer.*&Pending::pbump)(-static_cast<int>(number));
+    }
+};
+
+// Not through the stream itself, because that may be bad already, or throw when it fails. A buffer of a file keeps what
+// it could not write. A line that is lost must not come after all, because it is counted.
 // \return whether the text got through
 bool insert(const std::ostream& stream, const char* text, std::streamsize length) {
     try {
         if (stream.tie() && stream.tie()->good())
             stream.tie()->flush();
-        return stream.rdbuf()->sputn(text, length) == length && stream.rdbuf()->pubsync() == 0;
+        std::streambuf& buffer = *stream.rdbuf();
+        const std::streamsize inserted = buffer.sputn(text, length);
+        if (inserted == length && buffer.pubsync() == 0)
+            return true;
+        Pending::dropLast(buffer, std::min(inserted, Pending::count(buffer)));
+        return false;
     } catch (const std::exception&) {
         return false;
     }

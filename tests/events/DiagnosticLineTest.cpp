@@ -7,12 +7,15 @@
 #include <climits>
 #include <csignal>
 #include <cstdlib>
+#include <fcntl.h>
+#include <fstream>
 #include <iomanip>
 #include <iostream>
 #include <locale>
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -150,6 +153,27 @@ TEST(DiagnosticLine, that_is_lost_is_counted_and_told_with_the_next_that_gets_th
             writeLine(stream, {"then"});
             EXPECT_EQ(output.text, notices[lost] + "next\nthen\n") << "failure " << failure;
         }
+}
+
+// The buffer of a file keeps what it could not write and tries again with the next flush.
+TEST(DiagnosticLine, that_the_buffer_of_a_file_cannot_write_does_not_come_after_all) {
+    const std::string path = testing::TempDir() + "kx-line-" + std::to_string(getpid());
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    int reader = open(path.c_str(), O_RDONLY | O_NONBLOCK);
+    std::ofstream stream(path);
+    stream << "the application's, ";
+    close(reader);
+    writeLine(stream, {"lost"});
+    writeLine(stream, {"lost as well"});
+    reader = open(path.c_str(), O_RDONLY | O_NONBLOCK);
+    writeLine(stream, {"next"});
+    writeLine(stream, {"then"});
+    char text[200];
+    const ssize_t length = read(reader, text, sizeof text);
+    EXPECT_EQ(std::string(text, length > 0 ? static_cast<std::size_t>(length) : 0),
+              "the application's, KXAPI_Events: 2 lines lost\nnext\nthen\n");
+    close(reader);
+    unlink(path.c_str());
 }
 
 TEST(DiagnosticLine, behind_a_notice_is_in_the_same_insertion_and_as_long_as_ever) {
