@@ -106,12 +106,12 @@ void File::open() {
 // the size is read.
 void File::claim() {
     if (isLockedByAnother(descriptor))
-        refuse("another recording is being written into it");
+        refuseAsOthers("another recording is being written into it");
     struct stat state {};
     if (fstat(descriptor, &state) != 0)
         refuse(std::strerror(errno));
     if (state.st_size > 0)
-        refuse("the file exists and is not overwritten");
+        refuseAsOthers("the file exists and is not overwritten");
     if (!isMade)
         makePrivate(state);
 }
@@ -126,6 +126,12 @@ void File::makePrivate(const struct stat& state) {
 
 void File::refuse(const std::string& why) {
     throw std::runtime_error(name + ": " + why);
+}
+
+// Another writer may have taken a file that this object has made, before it was locked. Then it must stay.
+void File::refuseAsOthers(const std::string& why) {
+    isMade = false;
+    refuse(why);
 }
 
 void File::fail(int error, const char* during) {
