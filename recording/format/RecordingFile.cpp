@@ -1,6 +1,7 @@
 #include "recording/format/RecordingFile.h"
 
 #include "platform/BlockedPipeSignal.h"
+#include "platform/StandardOutputs.h"
 #include "recording/KXSettingTable.h"
 #include "recording/format/RecordingFormat.h"
 
@@ -30,7 +31,7 @@ constexpr std::size_t mostKeysInLine = 2500;
 // pipe is refused. Later writes wait for the reader as usual.
 int openToAppend(const std::string& name, int otherFlags) {
     constexpr int flags = O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW;
-    const int descriptor = open(name.c_str(), flags | otherFlags, accessForOwner);
+    const int descriptor = keepOffStandardOutputs(open(name.c_str(), flags | otherFlags, accessForOwner));
     if (descriptor >= 0)
         fcntl(descriptor, F_SETFL, O_APPEND); // no other flag can change; this does not fail
     return descriptor;

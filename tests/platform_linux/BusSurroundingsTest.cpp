@@ -5,6 +5,7 @@
 #include "platform/KXExport.h"
 #include "support/BusFolder.h"
 #include "support/Waiting.h"
+#include "tests/support/ClosedOutputs.h"
 
 #include <gtest/gtest.h>
 
@@ -55,6 +56,21 @@ TEST(BusSurroundingsTest, aBusAtDescriptor0ReceivesFramesAndClosesIt) {
     if (standardInput >= 0)
         dup2(standardInput, STDIN_FILENO);
     close(standardInput);
+}
+
+// A line that the program writes to a closed output must not go onto a bus.
+TEST(BusSurroundingsTest, aBusTakesNoClosedOutput) {
+    const BusFolder bus;
+    bool isOpen = false;
+    bool areFree = false;
+    {
+        const KX::test::ClosedOutputs closed;
+        const std::unique_ptr<KX::KXCANRaw> endPoint(KX::KXCANRaw::create(0, 0, 0));
+        isOpen = endPoint && endPoint->isConnected();
+        areFree = closed.areFree();
+    }
+    EXPECT_TRUE(isOpen);
+    EXPECT_TRUE(areFree);
 }
 
 // The lock keeps another process from binding the path between the look at the file and its removal.

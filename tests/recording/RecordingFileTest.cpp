@@ -4,6 +4,7 @@
 
 #include "RecordingText.h"
 #include "tests/recording/FullDisk.h"
+#include "tests/support/ClosedOutputs.h"
 #include "tests/support/RecordingComparison.h"
 
 #include <gmock/gmock.h>
@@ -248,6 +249,17 @@ TEST_F(RecordingFileTest, MayHaveDescriptor0) {
     if (standardInput >= 0)
         dup2(standardInput, STDIN_FILENO);
     close(standardInput);
+}
+
+// A line that the program writes to a closed output must not go into a recording.
+TEST_F(RecordingFileTest, TakesNoClosedOutput) {
+    bool areFree = false;
+    {
+        const KX::test::ClosedOutputs closed;
+        const EntryFile file(path);
+        areFree = closed.areFree();
+    }
+    EXPECT_TRUE(areFree);
 }
 
 TEST_F(RecordingFileTest, AnErrorOfAnEarlierCallDoesNotMatter) {
