@@ -1,11 +1,16 @@
 #include "events/DiagnosticLine.h"
 
 #include "platform/BlockedPipeSignal.h"
+#include "platform/KXLocks.h"
+#include "platform/OutputRoom.h"
 
 #include <algorithm>
 #include <atomic>
+#include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <ext/stdio_filebuf.h>
+#include <ext/stdio_sync_filebuf.h>
 #include <iostream>
 #include <streambuf>
 
@@ -40,17 +45,43 @@ public:
 
 // Not through the stream itself, because that may be bad already, or throw when it fails. A buffer of a file keeps what
 // it could not write. A line that is lost must not come after all, because it is counted.
+bool insert(std::streambuf& buffer, const char* text, std::streamsize length) {
+    const std::streamsize inserted = buffer.sputn(text, length);
+    if (inserted == length && buffer.pubsync() == 0)
+        return true;
+    Pending::dropLast(buffer, std::min(inserted, Pending::count(buffer)));
+    return false;
+}
+
+// Of the buffer that standard error has from the start; -1: the application has given it another one.
+int descriptorOf(std::streambuf& buffer) {
+    if (auto* const shared = dynamic_cast<__gnu_cxx::stdio_sync_filebuf<char>*>(&buffer))
+        return fileno(shared->file());
+    auto* const own = dynamic_cast<__gnu_cxx::stdio_filebuf<char>*>(&buffer);
+    return own ? own->fd() : -1;
+}
+
+// As long as a debug message waits. A reader that is alive empties a pipe within this time.
+constexpr int patienceMs = 100;
+
+KXStdMutex errorMutex; // of two lines that see the same room, one would wait
+bool isErrorStalled KX_GUARDED_BY(errorMutex) = false;
+
+bool insertIfRoom(std::streambuf& buffer, int descriptor, const char* text, std::streamsize length) {
+    const KXLockGuard lock(errorMutex);
+    const bool hasRoom = waitForRoom(descriptor, isErrorStalled ? 0 : patienceMs);
+    isErrorStalled = !hasRoom;
+    return hasRoom && insert(buffer, text, length);
+}
+
 // \return whether the text got through
 bool insert(const std::ostream& stream, const char* text, std::streamsize length) {
     try {
         if (stream.tie() && stream.tie()->good())
             stream.tie()->flush();
         std::streambuf& buffer = *stream.rdbuf();
-        const std::streamsize inserted = buffer.sputn(text, length);
-        if (inserted == length && buffer.pubsync() == 0)
-            return true;
-        Pending::dropLast(buffer, std::min(inserted, Pending::count(buffer)));
-        return false;
+        const int descriptor = &stream == &std::cerr ? descriptorOf(buffer) : -1;
+        return descriptor < 0 ? insert(buffer, text, length) : insertIfRoom(buffer, descriptor, text, length);
     } catch (const std::exception&) {
         return false;
     }

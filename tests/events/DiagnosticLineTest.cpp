@@ -283,6 +283,44 @@ TEST(DiagnosticLineDeathTest, whose_reader_has_gone_does_not_end_the_program_and
     EXPECT_EXIT(loseTwoLines(std::cerr, STDERR_FILENO), testing::ExitedWithCode(0), "");
 }
 
+// \return what the pipe has now
+std::string takeAll(int reader) {
+    fcntl(reader, F_SETFL, O_NONBLOCK);
+    std::string all;
+    char text[4096];
+    for (ssize_t length = 0; (length = read(reader, text, sizeof text)) > 0;)
+        all.append(text, static_cast<std::size_t>(length));
+    return all;
+}
+
+[[noreturn]] void writeIntoFullPipe(bool isSynchronised) {
+    std::ios_base::sync_with_stdio(isSynchronised);
+    alarm(60); // ends a line that waits for ever
+    const int reader = redirect(STDERR_FILENO);
+    fcntl(STDERR_FILENO, F_SETFL, O_NONBLOCK);
+    const std::string block(4096, 'x');
+    while (write(STDERR_FILENO, block.data(), block.size()) > 0) {
+    }
+    fcntl(STDERR_FILENO, F_SETFL, 0);
+    for (int i = 0; i < 100; ++i)
+        writeLine(std::cerr, {"lost"});
+    std::ostringstream other;
+    std::streambuf* const own = std::cerr.rdbuf(other.rdbuf());
+    writeLine(std::cerr, {"elsewhere"});
+    std::cerr.rdbuf(own);
+    writeLine(std::cerr, {"lost"});
+    const bool isUnmixed = takeAll(reader).find_first_not_of('x') == std::string::npos;
+    writeLine(std::cerr, {"next"});
+    const bool isTold = takeAll(reader) == "KXAPI_Events: 1 line lost\nnext\n" &&
+                        other.str() == "KXAPI_Events: 100 lines lost\nelsewhere\n";
+    std::_Exit(isUnmixed && isTold ? 0 : 1);
+}
+
+TEST(DiagnosticLineDeathTest, on_standard_error_does_not_wait_for_ever_for_a_reader) {
+    EXPECT_EXIT(writeIntoFullPipe(true), testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(writeIntoFullPipe(false), testing::ExitedWithCode(0), "");
+}
+
 TEST(DiagnosticLineDeathTest, lost_on_standard_output_is_not_told_on_standard_error) {
     const auto loseOne = [] {
         close(redirect(STDOUT_FILENO));

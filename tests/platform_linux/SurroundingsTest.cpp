@@ -105,28 +105,31 @@ TEST(ClosedOutputsTest, areNotTakenByPipesAndManagers) {
     EXPECT_TRUE(areFree);
 }
 
+// With room for no further descriptor, and for one.
 TEST(ClosedOutputsTest, withoutOtherDescriptorsRefuseAPipe) {
-    bool isRefused = false;
-    bool isLeft = false;
-    bool areFree = false;
-    bool opensLater = false;
-    {
-        const KX::test::ClosedOutputs closed;
-        rlimit limit{};
-        getrlimit(RLIMIT_NOFILE, &limit);
-        const rlimit few{3, limit.rlim_max};
-        KXPipe pipe;
-        setrlimit(RLIMIT_NOFILE, &few);
-        isRefused = pipe.init() == KX::STATUS_REFUSED;
-        isLeft = pipe.getReadEndPointID() >= 0 || pipe.getWriteEndPointID() >= 0;
-        setrlimit(RLIMIT_NOFILE, &limit);
-        areFree = closed.areFree();
-        opensLater = pipe.init() == 0;
+    for (const rlim_t descriptors : {3U, 4U}) {
+        bool isRefused = false;
+        bool isLeft = false;
+        bool areFree = false;
+        bool opensLater = false;
+        {
+            const KX::test::ClosedOutputs closed;
+            rlimit limit{};
+            getrlimit(RLIMIT_NOFILE, &limit);
+            const rlimit few{descriptors, limit.rlim_max};
+            KXPipe pipe;
+            setrlimit(RLIMIT_NOFILE, &few);
+            isRefused = pipe.init() == KX::STATUS_REFUSED;
+            isLeft = pipe.getReadEndPointID() >= 0 || pipe.getWriteEndPointID() >= 0;
+            setrlimit(RLIMIT_NOFILE, &limit);
+            areFree = closed.areFree();
+            opensLater = pipe.init() == 0;
+        }
+        EXPECT_TRUE(isRefused);
+        EXPECT_FALSE(isLeft) << "both ends are closed";
+        EXPECT_TRUE(areFree);
+        EXPECT_TRUE(opensLater);
     }
-    EXPECT_TRUE(isRefused);
-    EXPECT_FALSE(isLeft);
-    EXPECT_TRUE(areFree) << "both ends are closed";
-    EXPECT_TRUE(opensLater);
 }
 
 TEST(StaleErrnoTest, doesNotRepeatAWriteOrARead) {
