@@ -90,7 +90,8 @@ public:
     /// history, the calling action included: a loop of actions that do so is not found and ends in a stack overflow.
     ///
     /// If an action throws, the exception passes to the caller. The action's item is gone, the others stay.
-    /// \param deadline     tick (see KXTick) after which no further item is begun
+    /// \param deadline     tick (see KXTick) after which no further item is begun; compared as a plain number, so
+    ///                     one beyond the wrap of the tick has passed
     /// \param detectLoops  whether to keep the history by which loops are found
     /// \return STATUS_OK (0) the queue was emptied; STATUS_QUEUE_EMPTY (23) it was empty on entry;
     ///         STATUS_DEADLINE_PASSED (46) the deadline passed after an item; the history stays for the next call

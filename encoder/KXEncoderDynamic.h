@@ -75,7 +75,8 @@ public:
     std::uint64_t getLastTimeStamp() const;
 
     /// Adds the increment of \p step to the \c value of \p bundle. Both may be the same event. A step with
-    /// \c count 0 counts as one, and its \c count is set to 1.
+    /// \c count 0 counts as one, and its \c count is set to 1. Time stamps are compared as plain numbers, so the
+    /// first step after the wrap of the tick is not later than the last one before it.
     /// \return STATUS_OK (0); STATUS_NOT_AN_ENCODER_EVENT (29) when \p step is no ENCODER_MOVE_EVENT;
     ///         STATUS_TIME_GAP_NOT_POSITIVE (1) when it is not later than the last step, which is reported in
     ///         "kx_encoder_dynamic" at level 1. \p bundle is unchanged unless 0 is returned.

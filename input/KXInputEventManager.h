@@ -76,6 +76,9 @@ public:
 
     /// Gives an event of the graphical toolkit the library's type and key code, in place, and passes it to
     /// \ref inputEventOccurred. For the toolkit's thread; \ref setKeyMapping must not run meanwhile.
+    ///
+    /// A key that is not in the key tables gets the key code KX_KEY_UNMAPPED. TOOLKIT_CLICK_EVENT becomes type
+    /// 1010, which has no name. REMOVE_POOL_WIDGETS_CONFIRM_EVENT passes with its own type.
     /// \return what inputEventOccurred returns; STATUS_REFUSED (20) for a type that is unknown, which standard
     ///         error reports, or dropped: auto-repeat, enter, exit, the toolkit's own double press
     virtual int toolkitEventOccurred(KXToolkitEvent& event);
@@ -139,7 +142,7 @@ public:
     int postToEventQueue(KXEvent& event);
 
     /// Posts a press or a release of Escape without classification, also while input is not accepted. Any thread.
-    /// The event's \c timeStamp is 0.
+    /// The event has the key code KX_KEY_ESCAPE, \c osKeyCode KX_KEY_UNMAPPED, \c value -1 and \c timeStamp 0.
     /// \return STATUS_OK (0)
     int postESCtoEventQueue(bool pressed);
 

@@ -6,8 +6,6 @@ execute_process(
     COMMAND "${KXAPI_DPKG_ARCHITECTURE}" "-t${CMAKE_LIBRARY_ARCHITECTURE}" -qDEB_HOST_ARCH
     OUTPUT_VARIABLE kx_architecture OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET COMMAND_ERROR_IS_FATAL ANY)
 
-include(packaging/maker.cmake)
-
 # The changelog has the number of the package within a version.
 set(kx_changelog "${PROJECT_SOURCE_DIR}/packaging/debian/changelog.in")
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${kx_changelog}")
@@ -17,14 +15,10 @@ if(NOT kx_newest MATCHES "\\(${PROJECT_VERSION}-([0-9]+)\\)")
 endif()
 set(kx_revision "${CMAKE_MATCH_1}")
 set(kx_package_version "${PROJECT_VERSION}-${kx_revision}")
-# A machine-readable copyright file begins with the name of its format. dpkg has one, and is on each Debian system.
-file(STRINGS /usr/share/doc/dpkg/copyright kx_copyright_format LIMIT_COUNT 1 REGEX "^Format: .*/copyright-format/1\\.0/$")
 if(NOT kx_copyright_format)
     message(FATAL_ERROR "/usr/share/doc/dpkg/copyright does not name the machine-readable format")
 endif()
-foreach(file changelog copyright)
-    configure_file("packaging/debian/${file}.in" "${PROJECT_BINARY_DIR}/debian/${file}" @ONLY)
-endforeach()
+configure_file("${kx_changelog}" "${PROJECT_BINARY_DIR}/debian/changelog" @ONLY)
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_VERSION "${PROJECT_VERSION}")
@@ -97,8 +91,8 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_RECOMMENDS "qtbase5-dev (>= 5.15)") # for t
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS "libgtest-dev, libkxapi-events-doc") # the former for the platform tests
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "event layer of an embedded operator terminal, for development
 ${kx_description} what programs are built with: the headers, the CMake
-package KXAPI_Events, files for pkg-config, and the simulated platform,
-on which programs run in virtual time.")
+package KXAPI_Events, files for pkg-config, the simulated platform, on
+which programs run in virtual time, and the tests that check a platform.")
 
 set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_NAME libkxapi-events-doc)
 set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_SECTION doc)

@@ -11,7 +11,7 @@
 /// What is done with every contender that carries something. A contender has
 ///
 ///   post(item)         any number of threads, unless it says something else
-///   bool take(sink)    gives the oldest item to sink.take(payload), or all that wait; false when nothing waits any more
+///   bool take(sink)    gives the oldest item to sink.take(payload), or all that wait; false when nothing waits
 ///
 /// and the work that it is given has postTo(contender), isComplete(), isRight() and count.
 namespace Bench {

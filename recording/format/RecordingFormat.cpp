@@ -71,7 +71,9 @@ struct Formatter {
 } // namespace
 
 std::string_view firstLine() {
-    return "kxrecording 2";
+    constexpr std::string_view line = "kxrecording 2";
+    static_assert(line.substr(0, line.size() - 2) == formatWord && line.back() == '0' + newestVersion);
+    return line;
 }
 
 void format(const Entry& entry, std::string& text) {

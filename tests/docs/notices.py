@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """The checks of the guide notice what is wrong in a page: a dead link, a picture that is missing, a heading that is
-not there, a snippet that does not compile, a command that prints something else, and an option that no program has."""
+not there, a snippet that does not compile, a command that prints something else, and an option, a file, a target and
+a test that are not there."""
 
 import os
 import subprocess
@@ -52,7 +53,17 @@ EXPECTED = {
                     "a command stands in a block of the language console", "has a fence and a language"],
     "snippets.py": ["must name its file or its preamble"],
     "options.py": ["kxreplay knows no --no-such-option"],
+    "recipes.py": ["README.md: there is no file events/None.h", "README.md: there is no target none_tests",
+                   "README.md: there is no test NoSuchTest", "3 files, targets and tests"],
 }
+
+
+README = """\
+`events/None.h`
+
+    cmake --build build/dev --target none_tests
+    ./test -R NoSuchTest
+"""
 
 
 def make_tree(folder):
@@ -60,6 +71,8 @@ def make_tree(folder):
     os.makedirs(guide)
     with open(os.path.join(guide, "page.md"), "w", encoding="utf-8") as file:
         file.write(PAGE)
+    with open(os.path.join(folder, "README.md"), "w", encoding="utf-8") as file:
+        file.write(README)
     subprocess.run(["git", "init", "--quiet", folder], check=True)
 
 

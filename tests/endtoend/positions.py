@@ -8,11 +8,11 @@ LOOP_BUTTON = (935, 351)
 INPUT_OFF_BANNER = (400, 82)
 EDGE_OF_SETTINGS_BUTTON = (346, 390)
 
-# On the page of the settings.
+# On the page of the settings, with and without the line that a recording adds below.
 DOUBLE_PRESS_MINUS = (315, 488)
 LONG_PRESS_MINUS = (825, 488)
-RESTORE_DEFAULTS = (970, 689)
-ACCEPT_INPUT_SWITCH = (453, 688)
+RESTORE_DEFAULTS = (970, 677)
+ACCEPT_INPUT_SWITCH = (453, 677)
 
 # In a window of 800x480, on the page of the keypad.
 FIRST_KEY_ON_SMALL_SCREEN = (90, 268)

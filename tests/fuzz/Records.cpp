@@ -7,17 +7,45 @@
 #include "platform/simulated/KXSimulation.h"
 #include "replay/LibraryOutput.h"
 
-#include <QCoreApplication>
+#include <QApplication>
+#include <QKeyEvent>
+#include <QWidget>
 
 #include <algorithm>
 #include <memory>
+#include <optional>
 #include <typeinfo>
+#include <utility>
 
 namespace Fuzz {
 
 namespace {
 
 using KX::EventRecord;
+
+class KeyWindow : public QWidget {
+public:
+    std::optional<int> takeKey() { return std::exchange(key, std::nullopt); }
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override { key = event->key(); }
+    void keyReleaseEvent(QKeyEvent* event) override { key = event->key(); }
+
+private:
+    std::optional<int> key;
+};
+
+// Without an active window the library keeps each key event for ever. It lives as long as the process: the fuzzer
+// ends without returning.
+KeyWindow& activeWindow() {
+    static auto* const window = [] {
+        auto* const made = new KeyWindow;
+        made->show();
+        QApplication::setActiveWindow(made);
+        return made;
+    }();
+    return *window;
+}
 
 EventRecord recordOf(const std::string& bytes, std::size_t begin) {
     EventRecord record{};
@@ -42,12 +70,15 @@ std::string problemWithWay(KX::KXEventQueue& queue, KX::KXSomeEvent& event) {
 }
 
 // The manager posts the key of an event to the window that is active.
-void postKey(const KX::KXInputEvent& event) {
+std::string problemWithKey(const KX::KXInputEvent& event) {
     const auto& keys = *KX::KXInputEventManager::getKXtoOSCodeMap();
-    if (keys.count(event.keyCode) == 0)
-        return; // a caller has to check it
+    const auto expected = keys.find(event.keyCode);
+    if (expected == keys.end())
+        return {}; // a caller has to check it
+    KeyWindow& window = activeWindow();
     KX::KXInputEventManager::generateKeyEvent(event);
     QCoreApplication::sendPostedEvents();
+    return window.takeKey() == expected->second ? "" : "the window has not got the key";
 }
 
 void classify(KX::KXInputEvent& event) {
@@ -66,7 +97,8 @@ std::string problemWithRecord(const EventRecord& record, KX::KXEventQueue& queue
     KX::decodeEvent(record, event);
     std::string problem = problemWithWay(queue, event);
     KX::KXInputEvent input = event;
-    postKey(input);
+    if (problem.empty())
+        problem = problemWithKey(input);
     classify(input);
     return problem;
 }

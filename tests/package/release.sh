@@ -22,6 +22,7 @@ make_tree() {
     echo 'kxapi-events (3.1.4-1) unstable; urgency=medium' >packaging/debian/changelog.in
     echo 3.1.4 >packaging/abi/amd64/version
     echo "<abi-corpus version='2.1' soname='libKXAPI_Events.so.3'>" >packaging/abi/amd64/libKXAPI_Events.abi
+    echo 'libKXAPI_Events.so.3 libkxapi-events3 #MINVER#' >packaging/debian/symbols.amd64
     git init -q .
     git add -A
     git commit -q -m 'Begin'
@@ -75,6 +76,8 @@ change packaging/abi/amd64/version 's/4/3/'
 refuses "are of version '3.1.3'" --untagged
 change packaging/abi/amd64/libKXAPI_Events.abi 's/so\.3/so.2/'
 refuses 'has another SONAME' --untagged
+change packaging/debian/symbols.amd64 '$a libKXAPI_New.so.3 libkxapi-events3 #MINVER#'
+refuses 'has no baseline of libKXAPI_New' --untagged
 
 # Another machine: another place, settings, mask, time zone and time of the files.
 git clone -q "$tree" "$scratch/other place"
@@ -82,6 +85,7 @@ tree="$scratch/other place"
 find "$tree" -not -path '*/.git/*' -exec touch -d 2001-01-01 {} +
 git -C "$tree" config tar.umask 0077
 git -C "$tree" config core.autocrlf true
+echo '*.md export-ignore' >"$tree/.git/info/attributes"
 (umask 077 && TZ=Pacific/Auckland release "$scratch/second") || fail "a clone is refused: $(cat "$scratch/output")"
 cmp "$scratch/first/kxapi-events-3.1.4.tar.gz" "$scratch/second/kxapi-events-3.1.4.tar.gz" ||
     fail "two machines make different archives"

@@ -245,6 +245,18 @@ TEST_F(KXDebugLossTest, aPipeIsWrittenToWithoutAFreeDescriptor) {
     EXPECT_EQ(pipe.readAll(), "[loss:1] text\n");
 }
 
+TEST_F(KXDebugLossTest, aProgramWithoutStandardInputIsLeftWithoutIt) {
+    const OutputEnds pipe = OutputEnds::makePipe();
+    const RedirectedError redirected(pipe.writer);
+    const int input = dup(STDIN_FILENO);
+    close(STDIN_FILENO); // the next descriptor that is opened is 0
+    print("told");
+    EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1) << "what the line needed is still open";
+    dup2(input, STDIN_FILENO);
+    close(input);
+    EXPECT_EQ(pipe.readAll(), prefix + "told\n");
+}
+
 TEST_F(KXDebugLossTest, aShortLineIsTakenWholeOrNotAtAll) {
     for (const std::size_t length : {95u, 96u, 97u}) {
         const OutputEnds pipe = OutputEnds::makePipe();

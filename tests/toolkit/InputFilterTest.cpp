@@ -321,6 +321,18 @@ TEST_F(InputFilterTest, APressThatIsTakenAwayIsAnEscapeAndItsReleaseIsNothing) {
     }
 }
 
+TEST_F(InputFilterTest, EachButtonThatIsTakenAwayIsAnEscape) {
+    const auto buttons = {Qt::LeftButton, Qt::RightButton, Qt::MiddleButton, Qt::BackButton, Qt::MaxMouseButton};
+    for (const Qt::MouseButton held : buttons)
+        sendMouse(QEvent::MouseButtonPress, inside, held);
+    reports.clear();
+    send(&window, QEvent::WindowDeactivate);
+    std::vector<Reported> escapes;
+    for (const Qt::MouseButton held : buttons)
+        escapes.push_back({TOOLKIT_MOUSE_ESCAPE_EVENT, held});
+    EXPECT_EQ(reports, escapes);
+}
+
 TEST_F(InputFilterTest, ALostReleaseIsAnEscapeAsSoonAsAMoveTells) {
     sendMouse(QEvent::MouseButtonPress, inside);
     moveTo(inside + QPoint(50, 0), Qt::NoButton);

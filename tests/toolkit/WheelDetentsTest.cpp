@@ -42,6 +42,14 @@ TEST(WheelDetentsTest, AFastTurnIsSeveralDetentsAtOnce) {
     EXPECT_EQ(-4, KXWheelDetents().turn(-480));
 }
 
+TEST(WheelDetentsTest, TheLeastRestDoesNotDelayAReversal) {
+    for (const int sign : {1, -1}) {
+        KXWheelDetents wheel;
+        EXPECT_EQ(0, wheel.turn(sign));
+        EXPECT_EQ(-sign, wheel.turn(-sign * 120));
+    }
+}
+
 TEST(WheelDetentsTest, AReversalStartsAnew) {
     KXWheelDetents wheel;
     EXPECT_EQ(0, wheel.turn(110));
