@@ -1,11 +1,18 @@
 #include "events/DiagnosticLine.h"
 
 #include "platform/BlockedPipeSignal.h"
+#include "platform/KXLocks.h"
+#include "platform/OutputRoom.h"
 
+#include <algorithm>
 #include <atomic>
+#include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <ext/stdio_filebuf.h>
+#include <ext/stdio_sync_filebuf.h>
 #include <iostream>
+#include <streambuf>
 
 namespace KX {
 
@@ -24,13 +31,57 @@ std::size_t compose(char* text, std::initializer_list<LinePiece> pieces) {
     return length;
 }
 
-// Not through the stream itself, because that may be bad already, or throw when it fails.
+// The characters that a buffer holds back. It sends them later, if its output works again then.
+class Pending : std::streambuf {
+public:
+    static std::streamsize count(const std::streambuf& buffer) {
+        return (buffer.*&Pending::pptr)() - (buffer.*&Pending::pbase)();
+    }
+
+    static void dropLast(std::streambuf& buffer, std::streamsize number) {
+        (buffer.*&Pending::pbump)(-static_cast<int>(number));
+    }
+};
+
+// Not through the stream itself, because that may be bad already, or throw when it fails. A buffer of a file keeps what
+// it could not write. A line that is lost must not come after all, because it is counted.
+bool insert(std::streambuf& buffer, const char* text, std::streamsize length) {
+    const std::streamsize inserted = buffer.sputn(text, length);
+    if (inserted == length && buffer.pubsync() == 0)
+        return true;
+    Pending::dropLast(buffer, std::min(inserted, Pending::count(buffer)));
+    return false;
+}
+
+// Of the buffer that standard error has from the start; -1: the application has given it another one.
+int descriptorOf(std::streambuf& buffer) {
+    if (auto* const shared = dynamic_cast<__gnu_cxx::stdio_sync_filebuf<char>*>(&buffer))
+        return fileno(shared->file());
+    auto* const own = dynamic_cast<__gnu_cxx::stdio_filebuf<char>*>(&buffer);
+    return own ? own->fd() : -1;
+}
+
+// As long as a debug message waits. A reader that is alive empties a pipe within this time.
+constexpr int patienceMs = 100;
+
+KXStdMutex errorMutex; // of two lines that see the same room, one would wait
+bool isErrorStalled KX_GUARDED_BY(errorMutex) = false;
+
+bool insertIfRoom(std::streambuf& buffer, int descriptor, const char* text, std::streamsize length) {
+    const KXLockGuard lock(errorMutex);
+    const bool hasRoom = waitForRoom(descriptor, isErrorStalled ? 0 : patienceMs);
+    isErrorStalled = !hasRoom;
+    return hasRoom && insert(buffer, text, length);
+}
+
 // \return whether the text got through
 bool insert(const std::ostream& stream, const char* text, std::streamsize length) {
     try {
         if (stream.tie() && stream.tie()->good())
             stream.tie()->flush();
-        return stream.rdbuf()->sputn(text, length) == length && stream.rdbuf()->pubsync() == 0;
+        std::streambuf& buffer = *stream.rdbuf();
+        const int descriptor = &stream == &std::cerr ? descriptorOf(buffer) : -1;
+        return descriptor < 0 ? insert(buffer, text, length) : insertIfRoom(buffer, descriptor, text, length);
     } catch (const std::exception&) {
         return false;
     }

@@ -32,7 +32,8 @@ private:
 /// (base, width, fill, locale, exceptions) do not affect the line and do not change. A stream with failbit alone or
 /// without a buffer is silent. An output whose reader has gone loses the line, but neither ends the program nor
 /// throws. The next line that gets through follows one that tells of the loss: "KXAPI_Events: 2 lines lost". A
-/// reader that does not read makes the calling thread wait as soon as the pipe is full.
+/// reader that does not read makes the calling thread wait as soon as the pipe is full: on standard error for 100 ms,
+/// then the line is lost, and each further one at once until one gets through; on any other stream until it reads.
 void writeLine(std::ostream& stream, std::initializer_list<LinePiece> pieces);
 
 } // namespace KX

@@ -25,9 +25,10 @@ int BackgroundSync::request(int descriptor) {
 }
 
 bool BackgroundSync::prepare() {
+    // EAGAIN: other programs have all contexts, so the next request tries again. ENOSYS: this kernel has none.
     if (isPossible && context == 0)
-        isPossible = syscall(SYS_io_setup, 1, &context) == 0;
-    return isPossible;
+        isPossible = syscall(SYS_io_setup, 1, &context) == 0 || errno == EAGAIN;
+    return isPossible && context != 0;
 }
 
 int BackgroundSync::takeResult() {

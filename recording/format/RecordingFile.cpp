@@ -1,6 +1,7 @@
 #include "recording/format/RecordingFile.h"
 
 #include "platform/BlockedPipeSignal.h"
+#include "platform/StandardOutputs.h"
 #include "recording/KXSettingTable.h"
 #include "recording/format/RecordingFormat.h"
 
@@ -30,7 +31,7 @@ constexpr std::size_t mostKeysInLine = 2500;
 // pipe is refused. Later writes wait for the reader as usual.
 int openToAppend(const std::string& name, int otherFlags) {
     constexpr int flags = O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW;
-    const int descriptor = open(name.c_str(), flags | otherFlags, accessForOwner);
+    const int descriptor = keepOffStandardOutputs(open(name.c_str(), flags | otherFlags, accessForOwner));
     if (descriptor >= 0)
         fcntl(descriptor, F_SETFL, O_APPEND); // no other flag can change; this does not fail
     return descriptor;
@@ -106,12 +107,12 @@ void File::open() {
 // the size is read.
 void File::claim() {
     if (isLockedByAnother(descriptor))
-        refuse("another recording is being written into it");
+        refuseAsOthers("another recording is being written into it");
     struct stat state {};
     if (fstat(descriptor, &state) != 0)
         refuse(std::strerror(errno));
     if (state.st_size > 0)
-        refuse("the file exists and is not overwritten");
+        refuseAsOthers("the file exists and is not overwritten");
     if (!isMade)
         makePrivate(state);
 }
@@ -126,6 +127,12 @@ void File::makePrivate(const struct stat& state) {
 
 void File::refuse(const std::string& why) {
     throw std::runtime_error(name + ": " + why);
+}
+
+// Another writer may have taken a file that this object has made, before it was locked. Then it must stay.
+void File::refuseAsOthers(const std::string& why) {
+    isMade = false;
+    refuse(why);
 }
 
 void File::fail(int error, const char* during) {

@@ -64,6 +64,7 @@ private:
     void claim();
     void makePrivate(const struct stat& state);
     [[noreturn]] void refuse(const std::string& why);
+    [[noreturn]] void refuseAsOthers(const std::string& why);
     void addHead();
     void addLine(const Entry& entry);
     void fail(int error, const char* during = "");

@@ -11,7 +11,7 @@
 namespace KX::Text {
 
 /// Of any input file, without the line end.
-constexpr std::size_t longestLine = 65536;
+constexpr std::size_t longestLine = 1048576;
 
 /// Reads the next line, without its line end. The last line may have none; then \p input is at its end.
 /// \return false when there is no line left

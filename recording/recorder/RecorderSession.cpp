@@ -2,6 +2,7 @@
 
 #include "recording/recorder/RecorderSession.h"
 
+#include "events/DiagnosticLine.h"
 #include "events/KXEventClass.h"
 #include "input/KXInputEventManager.h"
 #include "platform/KXTick.h"
@@ -9,6 +10,7 @@
 
 #include <algorithm>
 #include <iostream>
+#include <string_view>
 #include <utility>
 
 namespace KX {
@@ -36,9 +38,16 @@ std::uint64_t bytesFor(unsigned int keptMs) {
 
 } // namespace
 
-// In one insertion, so that lines of several threads do not mix.
+// A line is cut at its end, but there it says what happened. A long path loses its middle instead.
 void KXSessionRecorder::Session::tell(const std::string& text) {
-    std::cerr << "KXSessionRecorder: " + text + "\n" << std::flush;
+    constexpr std::size_t mostOfAnEnd = 230;
+    std::string_view begin = text;
+    std::string_view end;
+    if (text.size() > 2 * mostOfAnEnd) {
+        begin = begin.substr(0, mostOfAnEnd);
+        end = std::string_view(text).substr(text.size() - mostOfAnEnd);
+    }
+    writeLine(std::cerr, {"KXSessionRecorder: ", LinePiece(begin), end.empty() ? "" : "...", LinePiece(end)});
 }
 
 void KXSessionRecorder::Session::onSetting(KXInputSetting setting, std::int64_t value) {
@@ -234,7 +243,7 @@ void KXSessionRecorder::Session::endFileWithoutMemory() {
         file.reset();
         isWhole = false;
         lastProblem.assign(noMemory);
-        std::cerr << "KXSessionRecorder: " << noMemory << "; the recording ends here\n" << std::flush;
+        writeLine(std::cerr, {"KXSessionRecorder: ", noMemory, "; the recording ends here"});
     }
 }
 

@@ -7,12 +7,15 @@
 #include <climits>
 #include <csignal>
 #include <cstdlib>
+#include <fcntl.h>
+#include <fstream>
 #include <iomanip>
 #include <iostream>
 #include <locale>
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -152,6 +155,27 @@ TEST(DiagnosticLine, that_is_lost_is_counted_and_told_with_the_next_that_gets_th
         }
 }
 
+// The buffer of a file keeps what it could not write and tries again with the next flush.
+TEST(DiagnosticLine, that_the_buffer_of_a_file_cannot_write_does_not_come_after_all) {
+    const std::string path = testing::TempDir() + "kx-line-" + std::to_string(getpid());
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    int reader = open(path.c_str(), O_RDONLY | O_NONBLOCK);
+    std::ofstream stream(path);
+    stream << "the application's, ";
+    close(reader);
+    writeLine(stream, {"lost"});
+    writeLine(stream, {"lost as well"});
+    reader = open(path.c_str(), O_RDONLY | O_NONBLOCK);
+    writeLine(stream, {"next"});
+    writeLine(stream, {"then"});
+    char text[200];
+    const ssize_t length = read(reader, text, sizeof text);
+    EXPECT_EQ(std::string(text, length > 0 ? static_cast<std::size_t>(length) : 0),
+              "the application's, KXAPI_Events: 2 lines lost\nnext\nthen\n");
+    close(reader);
+    unlink(path.c_str());
+}
+
 TEST(DiagnosticLine, behind_a_notice_is_in_the_same_insertion_and_as_long_as_ever) {
     Output output;
     std::ostream failing(&output);
@@ -257,6 +281,44 @@ bool isPipeSignalFree() {
 TEST(DiagnosticLineDeathTest, whose_reader_has_gone_does_not_end_the_program_and_is_counted) {
     EXPECT_EXIT(loseTwoLines(std::cout, STDOUT_FILENO), testing::ExitedWithCode(0), "");
     EXPECT_EXIT(loseTwoLines(std::cerr, STDERR_FILENO), testing::ExitedWithCode(0), "");
+}
+
+// \return what the pipe has now
+std::string takeAll(int reader) {
+    fcntl(reader, F_SETFL, O_NONBLOCK);
+    std::string all;
+    char text[4096];
+    for (ssize_t length = 0; (length = read(reader, text, sizeof text)) > 0;)
+        all.append(text, static_cast<std::size_t>(length));
+    return all;
+}
+
+[[noreturn]] void writeIntoFullPipe(bool isSynchronised) {
+    std::ios_base::sync_with_stdio(isSynchronised);
+    alarm(60); // ends a line that waits for ever
+    const int reader = redirect(STDERR_FILENO);
+    fcntl(STDERR_FILENO, F_SETFL, O_NONBLOCK);
+    const std::string block(4096, 'x');
+    while (write(STDERR_FILENO, block.data(), block.size()) > 0) {
+    }
+    fcntl(STDERR_FILENO, F_SETFL, 0);
+    for (int i = 0; i < 1000; ++i)
+        writeLine(std::cerr, {"lost"});
+    std::ostringstream other;
+    std::streambuf* const own = std::cerr.rdbuf(other.rdbuf());
+    writeLine(std::cerr, {"elsewhere"});
+    std::cerr.rdbuf(own);
+    writeLine(std::cerr, {"lost"});
+    const bool isUnmixed = takeAll(reader).find_first_not_of('x') == std::string::npos;
+    writeLine(std::cerr, {"next"});
+    const bool isTold = takeAll(reader) == "KXAPI_Events: 1 line lost\nnext\n" &&
+                        other.str() == "KXAPI_Events: 1000 lines lost\nelsewhere\n";
+    std::_Exit(isUnmixed && isTold ? 0 : 1);
+}
+
+TEST(DiagnosticLineDeathTest, on_standard_error_does_not_wait_for_ever_for_a_reader) {
+    EXPECT_EXIT(writeIntoFullPipe(true), testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(writeIntoFullPipe(false), testing::ExitedWithCode(0), "");
 }
 
 TEST(DiagnosticLineDeathTest, lost_on_standard_output_is_not_told_on_standard_error) {

@@ -31,6 +31,7 @@ const std::string cannotFail[] = {
     "__vsnprintf_chk",
     "abort",
     "clock_gettime",
+    "fileno",
     "getenv",
     "geteuid",
     "getpid",

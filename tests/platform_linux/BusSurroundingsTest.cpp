@@ -5,29 +5,42 @@
 #include "platform/KXExport.h"
 #include "support/BusFolder.h"
 #include "support/Waiting.h"
+#include "tests/support/ClosedOutputs.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
 #include <memory>
 #include <string>
 #include <sys/file.h>
 #include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
 std::atomic<int> lastLocked{-1};
+bool forksWhenLocked = false;
+pid_t forkedChild = -1; // lives until it is killed
 
 } // namespace
 
 // Replaces a function of the system for the whole program, libraries included.
 extern "C" KX_EXPORT int flock(int descriptor, int operation) noexcept {
     lastLocked = descriptor;
-    return static_cast<int>(syscall(SYS_flock, descriptor, operation));
+    const auto result = static_cast<int>(syscall(SYS_flock, descriptor, operation));
+    if (std::exchange(forksWhenLocked, false)) {
+        forkedChild = fork();
+        if (forkedChild == 0)
+            for (;;)
+                pause();
+    }
+    return result;
 }
 
 namespace {
@@ -57,6 +70,21 @@ TEST(BusSurroundingsTest, aBusAtDescriptor0ReceivesFramesAndClosesIt) {
     close(standardInput);
 }
 
+// A line that the program writes to a closed output must not go onto a bus.
+TEST(BusSurroundingsTest, aBusTakesNoClosedOutput) {
+    const BusFolder bus;
+    bool isOpen = false;
+    bool areFree = false;
+    {
+        const KX::test::ClosedOutputs closed;
+        const std::unique_ptr<KX::KXCANRaw> endPoint(KX::KXCANRaw::create(0, 0, 0));
+        isOpen = endPoint && endPoint->isConnected();
+        areFree = closed.areFree();
+    }
+    EXPECT_TRUE(isOpen);
+    EXPECT_TRUE(areFree);
+}
+
 // The lock keeps another process from binding the path between the look at the file and its removal.
 TEST(BusSurroundingsTest, aBusThatClosesLocksItsFolderAtDescriptor0Too) {
     const BusFolder bus;
@@ -70,6 +98,20 @@ TEST(BusSurroundingsTest, aBusThatClosesLocksItsFolderAtDescriptor0Too) {
     if (standardInput >= 0)
         dup2(standardInput, STDIN_FILENO);
     close(standardInput);
+}
+
+TEST(BusSurroundingsTest, aChildThatIsForkedWhileTheFolderIsLockedDoesNotKeepTheLock) {
+    const BusFolder bus;
+    forksWhenLocked = true;
+    const std::unique_ptr<KX::KXCANRaw> first(KX::KXCANRaw::create(0, 0, 0));
+    ASSERT_GT(forkedChild, 0);
+    const std::unique_ptr<KX::KXCANRaw> second(KX::KXCANRaw::create(0, 0, 0));
+    kill(forkedChild, SIGKILL);
+    waitpid(forkedChild, nullptr, 0);
+    ASSERT_TRUE(first);
+    EXPECT_TRUE(first->isConnected());
+    ASSERT_TRUE(second);
+    EXPECT_TRUE(second->isConnected());
 }
 
 TEST(BusSurroundingsTest, anErrorOfAnEarlierCallDoesNotMatter) {

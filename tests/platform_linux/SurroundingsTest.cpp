@@ -1,14 +1,17 @@
-// What a process brings along must not matter: a free descriptor 0, and the errno of an earlier call.
+// What a process brings along must not matter: closed standard streams, and the errno of an earlier call.
 
 #include "platform/KXEndPointManager.h"
 #include "platform/KXPipe.h"
+#include "platform/KXStatus.h"
 #include "platform/KXTick.h"
 #include "support/SocketEndPoint.h"
+#include "tests/support/ClosedOutputs.h"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 namespace {
@@ -87,6 +90,46 @@ TEST_F(DescriptorZeroTest, servesAManager) {
         EXPECT_EQ(manager.addEndPoint(&endPoint, &handler), 0);
     }
     EXPECT_FALSE(isOpen(0));
+}
+
+// A line that the program writes to a closed output must not go into a pipe.
+TEST(ClosedOutputsTest, areNotTakenByPipesAndManagers) {
+    bool areFree = false;
+    {
+        const KX::test::ClosedOutputs closed;
+        KXPipe pipe;
+        const bool isOpened = pipe.init() == 0 && pipe.isConnected();
+        const KXEndPointManager manager;
+        areFree = isOpened && closed.areFree();
+    }
+    EXPECT_TRUE(areFree);
+}
+
+// With room for no further descriptor, and for one.
+TEST(ClosedOutputsTest, withoutOtherDescriptorsRefuseAPipe) {
+    for (const rlim_t descriptors : {3U, 4U}) {
+        bool isRefused = false;
+        bool isLeft = false;
+        bool areFree = false;
+        bool opensLater = false;
+        {
+            const KX::test::ClosedOutputs closed;
+            rlimit limit{};
+            getrlimit(RLIMIT_NOFILE, &limit);
+            const rlimit few{descriptors, limit.rlim_max};
+            KXPipe pipe;
+            setrlimit(RLIMIT_NOFILE, &few);
+            isRefused = pipe.init() == KX::STATUS_REFUSED;
+            isLeft = pipe.getReadEndPointID() >= 0 || pipe.getWriteEndPointID() >= 0;
+            setrlimit(RLIMIT_NOFILE, &limit);
+            areFree = closed.areFree();
+            opensLater = pipe.init() == 0;
+        }
+        EXPECT_TRUE(isRefused);
+        EXPECT_FALSE(isLeft) << "both ends are closed";
+        EXPECT_TRUE(areFree);
+        EXPECT_TRUE(opensLater);
+    }
 }
 
 TEST(StaleErrnoTest, doesNotRepeatAWriteOrARead) {

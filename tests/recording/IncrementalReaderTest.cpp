@@ -83,8 +83,8 @@ TEST(LineReader, keeps_to_the_end_that_it_has_seen) {
 }
 
 TEST(LineReader, refuses_a_line_above_the_longest) {
-    EXPECT_EQ(1U, linesOf(std::string(65536, 'x') + "\n", 100000).size());
-    EXPECT_THROW(linesOf(std::string(65537, 'x') + "\n", 100000), std::runtime_error);
+    EXPECT_EQ(1U, linesOf(std::string(1048576, 'x') + "\n", 100000).size());
+    EXPECT_THROW(linesOf(std::string(1048577, 'x') + "\n", 100000), std::runtime_error);
 }
 
 TEST(RecordingEntries, tell_what_was_unknown_so_far_when_asked) {

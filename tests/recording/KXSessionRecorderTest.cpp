@@ -687,9 +687,9 @@ TEST_F(RecorderTest, a_speed_table_that_no_line_can_hold_ends_the_recording) {
     recorder.start(path);
     manager();
     testing::internal::CaptureStderr();
-    KXEncoderDynamic::instance()->setDynamicParameters(std::vector<KXEncoderDynamicPair>(20000, {1, 1}));
+    KXEncoderDynamic::instance()->setDynamicParameters(std::vector<KXEncoderDynamicPair>(300000, {1, 1}));
     EXPECT_EQ("KXSessionRecorder: " + path +
-                  ": a line would be longer than 65536 characters; the recording ends here\n",
+                  ": a line would be longer than 1048576 characters; the recording ends here\n",
               testing::internal::GetCapturedStderr());
     EXPECT_FALSE(recorder.stop());
 }

@@ -170,9 +170,9 @@ TEST(KeyLayoutTest, TellsFileAndLineOfWhatItCannotRead) {
 }
 
 TEST(KeyLayoutTest, RefusesALineThatIsTooLong) {
-    const std::string longest = "#" + std::string(65535, 'x');
+    const std::string longest = "#" + std::string(1048575, 'x');
     EXPECT_EQ("it was accepted", refusal("# first\n" + longest + "\n"));
-    EXPECT_EQ("keys.txt:2: the line is longer than 65536 characters", refusal("# first\n" + longest + "x\n"));
+    EXPECT_EQ("keys.txt:2: the line is longer than 1048576 characters", refusal("# first\n" + longest + "x\n"));
 }
 
 TEST(KeyLayoutTest, TellsTheLineOfTheKeyThatFailsTheCheck) {

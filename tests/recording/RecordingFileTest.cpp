@@ -4,6 +4,7 @@
 
 #include "RecordingText.h"
 #include "tests/recording/FullDisk.h"
+#include "tests/support/ClosedOutputs.h"
 #include "tests/support/RecordingComparison.h"
 
 #include <gmock/gmock.h>
@@ -171,16 +172,16 @@ TEST_F(RecordingFileTest, TheWidestKeyMappingIsWrittenInLinesThatAReaderTakes) {
 }
 
 TEST_F(RecordingFileTest, ALineThatNoReaderTakesEndsIt) {
-    // "5 set speed-table" and 4 characters a row, the last one 7: 65536 together.
-    SpeedTable table{std::vector<KX::KXEncoderDynamicPair>(16378, {1, 1})};
+    // "5 set speed-table" and 4 characters a row, the last one 7: 1048576 together.
+    SpeedTable table{std::vector<KX::KXEncoderDynamicPair>(262138, {1, 1})};
     table.rows.push_back({1000, 1});
     EntryFile file(path);
     EXPECT_TRUE(file.write(5, table));
-    EXPECT_EQ(head.size() + 65536 + 1, content().size());
+    EXPECT_EQ(head.size() + 1048576 + 1, content().size());
     EXPECT_EQ("", outcomeOf(content()).error);
     table.rows.back() = {10000, 1};
     EXPECT_FALSE(file.write(5, table));
-    EXPECT_EQ(path.string() + ": a line would be longer than 65536 characters", file.problem());
+    EXPECT_EQ(path.string() + ": a line would be longer than 1048576 characters", file.problem());
     EXPECT_EQ("", outcomeOf(content()).error) << "nothing of it is in the file";
 }
 
@@ -248,6 +249,17 @@ TEST_F(RecordingFileTest, MayHaveDescriptor0) {
     if (standardInput >= 0)
         dup2(standardInput, STDIN_FILENO);
     close(standardInput);
+}
+
+// A line that the program writes to a closed output must not go into a recording.
+TEST_F(RecordingFileTest, TakesNoClosedOutput) {
+    bool areFree = false;
+    {
+        const KX::test::ClosedOutputs closed;
+        const EntryFile file(path);
+        areFree = closed.areFree();
+    }
+    EXPECT_TRUE(areFree);
 }
 
 TEST_F(RecordingFileTest, AnErrorOfAnEarlierCallDoesNotMatter) {

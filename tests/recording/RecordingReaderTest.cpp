@@ -150,11 +150,11 @@ TEST(RecordingReaderTest, AKnownFieldOfAnEventThatIsNotKnownStillHasToBeRight) {
 }
 
 TEST(RecordingReaderTest, ALineOfTheGreatestLengthIsReadAndOneMoreIsNot) {
-    const std::string comment(65536, '#');
+    const std::string comment(1048576, '#');
     EXPECT_EQ("", outcomeOfLines(comment + "\n").error);
-    EXPECT_EQ("day.kxr:2: the line is longer than 65536 characters", outcomeOfLines(comment + "#\n").error);
-    EXPECT_EQ("day.kxr:2: the line is longer than 65536 characters", outcomeOfLines(comment + "#").error);
-    const std::string blanks(65536 - 6, ' ');
+    EXPECT_EQ("day.kxr:2: the line is longer than 1048576 characters", outcomeOfLines(comment + "#\n").error);
+    EXPECT_EQ("day.kxr:2: the line is longer than 1048576 characters", outcomeOfLines(comment + "#").error);
+    const std::string blanks(1048576 - 6, ' ');
     EXPECT_THAT(linesOf(outcomeOfLines("1" + blanks + " pass\n")), ElementsAre("2: 1 pass"));
 }
 

@@ -14,13 +14,24 @@ namespace {
 
 // Stands in for the kernel's syncs in the background.
 struct Kernel {
+    int setupError = 0;  // 0: lets the process have syncs
     int submitError = 0; // 0: takes requests
     bool isSlow = false; // no sync ends
     long result = 0;     // of each sync
 
+    int setups = 0;
     int requests = 0;
     bool isUnderWay = false;
     std::vector<unsigned int> ticks; // of the requests
+
+    long setUp(aio_context_t& context) {
+        ++setups;
+        errno = setupError;
+        if (setupError != 0)
+            return -1;
+        context = 1;
+        return 0;
+    }
 
     long submit(const iocb& request) {
         EXPECT_EQ(IOCB_CMD_FDSYNC, request.aio_lio_opcode);
@@ -63,7 +74,7 @@ extern "C" long syscall(long number, ...) noexcept {
     if (!kernel)
         return callSystem(number, words);
     switch (number) {
-    case SYS_io_setup: *reinterpret_cast<aio_context_t*>(words[1]) = 1; return 0;
+    case SYS_io_setup: return kernel->setUp(*reinterpret_cast<aio_context_t*>(words[1]));
     case SYS_io_submit: return kernel->submit(**reinterpret_cast<iocb**>(words[2]));
     case SYS_io_getevents: return kernel->take(words[1], *reinterpret_cast<io_event*>(words[3]));
     case SYS_io_destroy: return 0;
@@ -114,6 +125,21 @@ TEST_F(SyncedRecordingTest, the_disk_is_asked_each_second) {
         last = tick;
     }
     EXPECT_THAT(syncs.ticks, SizeIs(10));
+}
+
+TEST_F(SyncedRecordingTest, a_system_that_is_short_of_syncs_is_asked_again) {
+    syncs.setupError = EAGAIN; // other programs have all of them
+    operatorWorks(3000);
+    EXPECT_EQ(0, syncs.requests);
+    syncs.setupError = 0;
+    operatorWorks(3000);
+    EXPECT_EQ(3, syncs.requests);
+}
+
+TEST_F(SyncedRecordingTest, a_system_without_syncs_is_asked_once) {
+    syncs.setupError = ENOSYS;
+    operatorWorks(5000);
+    EXPECT_EQ(1, syncs.setups);
 }
 
 TEST_F(SyncedRecordingTest, the_passes_of_an_idle_terminal_are_enough) {

@@ -173,19 +173,19 @@ TEST_F(KXCANProgramTest, aFileWithABadLineIsNotPlayedAtAll) {
 }
 
 TEST_F(KXCANProgramTest, aLineThatIsTooLongIsRefused) {
-    const std::string longest = "#" + std::string(65535, 'x');
+    const std::string longest = "#" + std::string(1048575, 'x');
     const BusSocket receiver(path);
     EXPECT_EQ(run({"play", "--fast", bus, folder.write("log", longest + "\n(0.000000) a 123#01\n")}), 0) << errors;
     const std::string log = folder.write("log", "# first\n" + longest + "x\n");
-    expectRefused(2, {"play", "--fast", bus, log}, log + ":2: the line is longer than 65536 characters");
+    expectRefused(2, {"play", "--fast", bus, log}, log + ":2: the line is longer than 1048576 characters");
     EXPECT_EQ(run({"play", "--fast", bus, "-"}, longest + "x"), 2);
-    EXPECT_EQ(errors, "-:1: the line is longer than 65536 characters\n");
+    EXPECT_EQ(errors, "-:1: the line is longer than 1048576 characters\n");
 }
 
 TEST_F(KXCANProgramTest, aHugeFileWithoutALineEndIsRefusedAtItsBeginning) {
     const std::string log = folder.write("log", "");
     ASSERT_EQ(truncate(log.c_str(), hugeFile), 0); // uses no space on the disk
-    expectRefused(2, {"play", "--fast", bus, log}, log + ":1: the line is longer than 65536 characters");
+    expectRefused(2, {"play", "--fast", bus, log}, log + ":1: the line is longer than 1048576 characters");
 }
 
 TEST_F(KXCANProgramTest, framesThatNobodyCanSendAreRefused) {

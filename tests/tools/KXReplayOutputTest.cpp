@@ -83,14 +83,14 @@ TEST(KXReplayExpectation, is_the_text_of_the_file_to_the_byte) {
 
 TEST(KXReplayExpectation, with_a_line_that_is_too_long_is_refused) {
     const TestFolder folder;
-    const std::string longest = "first\n" + std::string(65536, 'x');
+    const std::string longest = "first\n" + std::string(1048576, 'x');
     EXPECT_TRUE(Expectation(folder.write("expected", longest)).isMetBy(longest));
     const std::string file = folder.write("expected", longest + "x");
     try {
         const Expectation expectation(file);
         ADD_FAILURE() << "it was accepted";
     } catch (const Arguments::BadInput& error) {
-        EXPECT_EQ(error.what(), file + ":2: the line is longer than 65536 characters");
+        EXPECT_EQ(error.what(), file + ":2: the line is longer than 1048576 characters");
     }
 }
 

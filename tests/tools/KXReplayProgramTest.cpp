@@ -171,7 +171,7 @@ TEST_F(KXReplayProgram, huge_files_without_a_line_end_are_refused_at_their_begin
     const std::string huge = folder.write("huge", "");
     constexpr off_t size = off_t{1} << 32;
     ASSERT_EQ(truncate(huge.c_str(), size), 0); // uses no space on the disk
-    const std::string refusal = huge + ":1: the line is longer than 65536 characters";
+    const std::string refusal = huge + ":1: the line is longer than 1048576 characters";
     expectRefused({huge}, refusal);
     expectRefused({"--expect", huge, folder.write("a.kxr", complaint)}, refusal);
     expectRefused({"--keypad", huge, folder.write("a.log", keypadLog)}, refusal);

@@ -1,5 +1,7 @@
 #include "platform/linux/hardware/CANInterface.h"
 
+#include "platform/StandardOutputs.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <climits>
@@ -35,7 +37,7 @@ CANSocket::Opening CANInterface::openSocket(int& newDescriptor, std::string& rea
     }
     interfaceName.copy(request.ifr_name, sizeof(request.ifr_name) - 1);
 
-    newDescriptor = socket(PF_CAN, SOCK_RAW | SOCK_NONBLOCK | SOCK_CLOEXEC, CAN_RAW);
+    newDescriptor = keepOffStandardOutputs(socket(PF_CAN, SOCK_RAW | SOCK_NONBLOCK | SOCK_CLOEXEC, CAN_RAW));
     // EAFNOSUPPORT, EPROTONOSUPPORT: a kernel without CAN. ENODEV: no interface of that name.
     if (newDescriptor < 0 || ioctl(newDescriptor, SIOCGIFINDEX, &request) != 0) {
         reason = interfaceName + ": " + std::strerror(errno);

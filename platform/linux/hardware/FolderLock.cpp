@@ -32,8 +32,11 @@ FolderLock::FolderLock(const std::string& folder)
 }
 
 FolderLock::~FolderLock() {
-    if (descriptor >= 0)
-        close(descriptor);
+    if (descriptor < 0)
+        return;
+    // A child that another thread has forked meanwhile has a copy of the descriptor, and must not keep the lock.
+    flock(descriptor, LOCK_UN);
+    close(descriptor);
 }
 
 } // namespace KX

@@ -1,6 +1,7 @@
 #include "platform/linux/hardware/VirtualCAN.h"
 
 #include "platform/KXDebug.h"
+#include "platform/StandardOutputs.h"
 #include "platform/linux/hardware/FolderLock.h"
 
 #include <cerrno>
@@ -58,7 +59,7 @@ sockaddr_un makeAddress(const std::string& path) {
 }
 
 int makeSocket() {
-    return socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+    return keepOffStandardOutputs(socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
 }
 
 template<typename Function>

@@ -1,5 +1,7 @@
 #include "platform/linux/os_abs/EndPointTable.h"
 
+#include "platform/StandardOutputs.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <poll.h>
@@ -26,7 +28,8 @@ epoll_event makeRequest(EndPointTable::Number number, std::uint32_t generation) 
 } // namespace
 
 EndPointTable::EndPointTable()
-    : epollDescriptor(epoll_create1(EPOLL_CLOEXEC)), wakeUpDescriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+    : epollDescriptor(keepOffStandardOutputs(epoll_create1(EPOLL_CLOEXEC))),
+      wakeUpDescriptor(keepOffStandardOutputs(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))) {
     epoll_event request{};
     request.events = EPOLLIN;
     request.data.u64 = wakeUpToken;

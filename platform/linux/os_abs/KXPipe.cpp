@@ -2,6 +2,7 @@
 
 #include "platform/KXDebug.h"
 #include "platform/KXStatus.h"
+#include "platform/StandardOutputs.h"
 
 #include <algorithm>
 #include <atomic>
@@ -70,9 +71,13 @@ public:
             // EMFILE, ENFILE: no descriptors left. Nothing was opened.
             return STATUS_REFUSED;
         }
-        reportCapacity(enlarge(ends[1]));
-        readEnd = ends[0];
-        writeEnd = ends[1];
+        readEnd = keepOffStandardOutputs(ends[0]);
+        writeEnd = keepOffStandardOutputs(ends[1]);
+        if (!isOpen()) {
+            close(); // the one that was kept
+            return STATUS_REFUSED;
+        }
+        reportCapacity(enlarge(writeEnd));
         return STATUS_OK;
     }
 

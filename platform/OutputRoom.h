@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cerrno>
+#include <poll.h>
+
+namespace KX {
+
+/// Waits until a write to an output finds room, which a pipe without room has only when its reader reads. An output that
+/// is closed or failed counts as one with room: the write tells what is wrong with it.
+/// \param patienceMs  the longest wait; a signal ends it earlier
+inline bool waitForRoom(int descriptor, int patienceMs) {
+    pollfd query{};
+    query.fd = descriptor;
+    query.events = POLLOUT;
+    int found = poll(&query, 1, patienceMs);
+    if (found < 0 && errno == EINTR)
+        found = poll(&query, 1, 0); // does not wait, so no signal interrupts it
+    return found != 0;
+}
+
+} // namespace KX
