@@ -6,13 +6,13 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <ext/stdio_filebuf.h>
 #include <ext/stdio_sync_filebuf.h>
 #include <iostream>
 #include <streambuf>
+#include <unistd.h>
 
 namespace KX {
 
@@ -55,9 +55,9 @@ bool insert(std::streambuf& buffer, const char* text, std::streamsize length) {
 
 // Of the buffer that standard error has from the start; -1: the application has given it another one.
 int descriptorOf(std::streambuf& buffer) {
-    if (auto* const shared = dynamic_cast<__gnu_cxx::stdio_sync_filebuf<char>*>(&buffer))
-        return fileno(shared->file());
-    auto* const own = dynamic_cast<__gnu_cxx::stdio_filebuf<char>*>(&buffer);
+    if (dynamic_cast<__gnu_cxx::stdio_sync_filebuf<char>*>(&buffer))
+        return STDERR_FILENO;
+    auto* const own = dynamic_cast<__gnu_cxx::stdio_filebuf<char>*>(&buffer); // without the C library's buffer
     return own ? own->fd() : -1;
 }
 
