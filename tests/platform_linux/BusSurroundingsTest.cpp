@@ -95,6 +95,7 @@ TEST(BusSurroundingsTest, aBusThatClosesLocksItsFolderAtDescriptor0Too) {
     lastLocked = -1;
     endPoint.reset();
     EXPECT_EQ(lastLocked, 0);
+    EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1) << "the folder is still open";
     if (standardInput >= 0)
         dup2(standardInput, STDIN_FILENO);
     close(standardInput);

@@ -226,6 +226,7 @@ TEST_F(VirtualCANLossTest, aFileOfAnotherProcessIsLeftAloneUntilThatHasGone) {
     const int other = bindSocket(folder.path);
     testing::internal::CaptureStderr();
     EXPECT_TRUE(waitUntil([&] { return !bus->isConnected(); }));
+    EXPECT_FALSE(bus->isConnected()) << "it has come back without being bound anew";
     EXPECT_EQ(bus->reconnect(), 20);
     EXPECT_EQ(bus->reconnect(), 20);
     EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("was removed or replaced")) << "told";
