@@ -5,8 +5,8 @@
 
 namespace KX {
 
-/// Waits until a write to an output finds room, which a pipe without room has only when its reader reads. An output that
-/// is closed or failed counts as one with room: the write tells what is wrong with it.
+/// Waits until a write to an output finds room, which a pipe without room has only when its reader reads. An output
+/// that is closed or failed counts as one with room: the write tells what is wrong with it.
 /// \param patienceMs  the longest wait; a signal ends it earlier
 inline bool waitForRoom(int descriptor, int patienceMs) {
     pollfd query{};
