@@ -59,16 +59,16 @@ std::string listCalls(const std::string& title, const std::vector<Call>& calls, 
     return text + (calls.empty() ? "  none\n" : "");
 }
 
-std::string field(const char* name, unsigned long long number) {
+std::string jsonField(const char* name, unsigned long long number) {
     return std::string(",\"") + name + "\":" + std::to_string(number);
 }
 
 std::string listAsJSON(const char* what, const std::vector<Call>& calls) {
     std::string text;
     for (const Call& call : calls) {
-        text += std::string("{\"is\":\"") + what + "\"" + field("line", call.line) + field("ms", call.tookMs) +
-                field("limit", call.limitMs) + ",\"reached\":" + (call.reached ? "true" : "false") +
-                ",\"event\":" + toJSON(call.event) + "}\n";
+        text += std::string("{\"is\":\"") + what + "\"" + jsonField("line", call.line) +
+                jsonField("ms", call.tookMs) + jsonField("limit", call.limitMs) +
+                ",\"reached\":" + (call.reached ? "true" : "false") + ",\"event\":" + toJSON(call.event) + "}\n";
     }
     return text;
 }
@@ -121,12 +121,12 @@ std::string Summary::toText() const {
 }
 
 std::string Summary::toJSON() const {
-    std::string text = "{\"is\":\"session\"" + field("toolkitEvents", inputs.toolkitEvents) +
-                       field("frames", inputs.frames) + field("passes", inputs.passes) +
-                       field("ms", inputs.lastMs - inputs.firstMs) + field("events", eventCount) + "}\n";
+    std::string text = "{\"is\":\"session\"" + jsonField("toolkitEvents", inputs.toolkitEvents) +
+                       jsonField("frames", inputs.frames) + jsonField("passes", inputs.passes) +
+                       jsonField("ms", inputs.lastMs - inputs.firstMs) + jsonField("events", eventCount) + "}\n";
     for (const auto& [type, number] : countOfType) {
         text += "{\"is\":\"count\",\"type\":" + std::to_string(type) + ",\"name\":\"" +
-                KX::translateEventTypeToString(type) + "\"" + field("count", number) + "}\n";
+                KX::translateEventTypeToString(type) + "\"" + jsonField("count", number) + "}\n";
     }
     return text + listAsJSON("double press", closest.doublePresses()) +
            listAsJSON("long press", closest.longPresses()) +
