@@ -20,12 +20,11 @@
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <utility>
 
 namespace {
 
 std::atomic<int> lastLocked{-1};
-bool forksWhenLocked = false;
+std::atomic<bool> forksWhenLocked{false};
 pid_t forkedChild = -1; // lives until it is killed
 
 } // namespace
@@ -34,7 +33,7 @@ pid_t forkedChild = -1; // lives until it is killed
 extern "C" KX_EXPORT int flock(int descriptor, int operation) noexcept {
     lastLocked = descriptor;
     const auto result = static_cast<int>(syscall(SYS_flock, descriptor, operation));
-    if (std::exchange(forksWhenLocked, false)) {
+    if (forksWhenLocked.exchange(false)) {
         forkedChild = fork();
         if (forkedChild == 0)
             for (;;)
