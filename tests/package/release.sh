@@ -66,6 +66,8 @@ change CHANGELOG.md 's/More/Much more/'
 refuses 'the commit has no tag v3.1.4'
 change CHANGELOG.md 's/3.1.4, 2026-12-01/3.1.4, not yet released/'
 refuses "begins with '## 3.1.4, not yet released'" --untagged
+change CHANGELOG.md 's/2026-12-01/2026-12-32/'
+refuses "begins with '## 3.1.4, 2026-12-32'" --untagged
 change CHANGELOG.md 's/3\.1\.4/3.1.5/'
 refuses 'CHANGELOG.md begins with' --untagged
 change packaging/debian/changelog.in 's/3\.1\.4/3.1.40/'
