@@ -16,8 +16,9 @@ namespace KX {
 
 /// Runs actions that objects post on events: later, in order, on one thread, within a time budget.
 ///
-/// Any thread posts; one thread drains. Actions post further actions, so a drain can detect loops. An action is a
-/// loop if the same chain has run it before, triggered by the same action, on the same event and for the same
+/// Any thread posts; one thread runs what was posted, with \ref executeActions. A drain is all that it runs until the
+/// queue is empty, in one call or in several. Actions post further actions, so a drain can detect loops. An action is
+/// a loop if the same chain has run it before, triggered by the same action, on the same event and for the same
 /// object. A loop is reported and dropped.
 ///
 /// One queue serves the process. Create it at start-up and release it at shut-down, on one thread; neither blocks.
@@ -106,7 +107,8 @@ public:
     KXBackoffMutex mutex;                        ///< a boost::mutex
     KXCountedCondition itemPosted; ///< a boost::condition_variable, goes with mutex; signalled once a post
 
-    // Only the executing thread writes them. Posting threads read the atomics without the lock.
+    // Only the executing thread writes them. Posting threads read the atomics without the lock. A generation of a
+    // drain ends when the next item was posted before the last action had ended.
 
     itemSet executedBefore;                        ///< executed in earlier generations of this drain
     std::atomic<KXAction*> currentAction{nullptr}; ///< running now with loop detection, or null

@@ -7,9 +7,9 @@ namespace KX {
 /// The device that a classified event comes from.
 enum class KXInputDevice {
     NoDevice, ///< the type is no classified input
-    Key,
-    Mouse,
-    Encoder,
+    Key,      ///< of a keyboard or a keypad
+    Mouse,    ///< its buttons and moves, or a touch
+    Encoder,  ///< a knob, the wheel, or the step keys
 };
 
 /// What the operator did.

@@ -7,8 +7,8 @@ namespace KX {
 
 /// A queue of events, first in, first out.
 ///
-/// Any number of threads may post; each implementation says whether several may take. No operation waits for an
-/// event. The destructor drops events that are still queued.
+/// Any number of threads may post; each implementation says whether several may take. With one thread that takes, no
+/// operation waits for an event. The destructor drops events that are still queued.
 class KX_EVENTS_API KXEventQueue {
 public:
     /// The kinds of queue that \ref create makes.

@@ -10,8 +10,8 @@ namespace KX {
 
 /// Queue of events between the threads of one process.
 ///
-/// Any number of threads may post and take. Each operation locks for itself; none blocks on an empty queue. Memory
-/// is the only limit. It is allocated for a block of events at a time.
+/// Any number of threads may post and take. Each operation locks for itself. None waits for an event, unless several
+/// threads take: see \ref getNextEvent. Memory is the only limit. It is allocated for a block of events at a time.
 class KX_EVENTS_API KXEventQueueAsQueue : public KXEventQueue {
 public:
     /// \throws boost::thread_resource_error  the system has no mutex or condition variable left
@@ -22,8 +22,8 @@ public:
     /// \throws std::bad_cast  the event claims a class it is not; the queue is unchanged, the hook does not run
     void postEvent(KXEvent& event) override;
 
-    /// Takes the oldest event out. It waits only if the queue held an event and another consumer took that event
-    /// first. The wait is a Boost interruption point.
+    /// Takes the oldest event out. It waits only if the queue held an event and another thread took that event first:
+    /// then until the next post, for ever if none comes. The wait is a Boost interruption point.
     /// \throws boost::thread_interrupted  the thread was interrupted while it waited; nothing is taken
     KXSomeEvent getNextEvent() override;
 

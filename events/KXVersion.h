@@ -5,7 +5,7 @@
 /// The version that a program is compiled with. All libraries of the project have it, and this is the only place that
 /// tells it: the build reads it here.
 ///
-/// A higher MAJOR may break programs and comes with another SONAME. A higher MINOR adds, a higher PATCH only mends:
+/// A higher MAJOR may break programs and comes with another SONAME. A higher MINOR adds, a higher PATCH only corrects:
 /// programs that were compiled with an older version go on, without being compiled again.
 #define KXAPI_EVENTS_VERSION_MAJOR 1
 

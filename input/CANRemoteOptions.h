@@ -13,7 +13,7 @@ struct KeyOptionsCANRemote {
     int keyCode = 0;   ///< the key code; the toolkit must have a key for it
     int byteIndex = 0; ///< data byte that holds the bit, 0 to 7
     int bitIndex = 0;  ///< bit in that byte, 0 the least significant, to 7
-    int canId = 0;     ///< 29-bit identifier of the frame
+    int canId = 0;     ///< identifier of the frame, of 11 or 29 bits, without flags
     int pressed = 0;   ///< last state seen, 1 or 0; begins with 0
 };
 
@@ -23,16 +23,16 @@ struct KeyOptionsCANRemote {
 /// crashes the program.
 ///
 /// All 16 entries are in use. A default entry means bit 0 of byte 0 in the frame with identifier 0, and sends key
-/// code 0, Escape. If such frames occur, give unused entries an identifier that no frame has, such as 0x20000000.
+/// code 0, Escape. So give unused entries \c canId -1, which no frame has. KeyLayout::empty does that.
 struct CANRemoteOptions {
     bool enabled = false;                              ///< whether to open the bus
     int encoderUpKeyCode = KX_KEY_UP;                  ///< key code of a step towards greater positions
     int encoderDownKeyCode = KX_KEY_DOWN;              ///< key code of a step towards lesser positions
-    std::multimap<int, KeyOptionsCANRemote*> keyIndex; ///< from identifier to keys; the manager fills its own
+    std::multimap<int, KeyOptionsCANRemote*> keyIndex; ///< leave it empty: the manager makes its own
     KeyOptionsCANRemote keys[16];                      ///< all 16 are listened for
-    std::uint32_t encoderCANId = 0;     ///< 29-bit identifier; a frame with identifier 0 is never the encoder's
+    std::uint32_t encoderCANId = 0;     ///< identifier, as canId; a frame with identifier 0 is never the encoder's
     std::uint8_t encoderByteIndex = 0;  ///< data byte with the low half of the position
-    std::uint8_t endPointSetting = 0;   ///< handed to the bus driver
+    std::uint8_t endPointSetting = 0;   ///< for KXCANRaw::configure, whose driver defines what it means
     std::uint32_t encoderMask = 0xFFFF; ///< bits of the position that count; the position wraps there
     bool encoderLittleEndian = true;    ///< true: the high half is the next byte; false: the byte before
 };

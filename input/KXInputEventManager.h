@@ -27,8 +27,9 @@ struct KXInputMemory;
 /// encoder moves.
 ///
 /// The toolkit's thread calls \ref toolkitEventOccurred. The application's main loop waits on the read end point
-/// of \ref getInputEventsQueue and calls \ref getNextEvent. A worker thread, "inputEventMgr", makes a pass at
-/// least every 100 ms. It posts long presses and bundles of encoder steps that are due.
+/// of \ref getInputEventsQueue and calls \ref getNextEvent. A worker thread, "inputEventMgr", makes a pass about
+/// every 100 ms and after each frame of the keypad's bus. It posts long presses and bundles of encoder steps that
+/// are due.
 ///
 /// An after-post hook of the input queue (KXEventQueue::setAfterPostFunction) runs on the thread that posts: for
 /// classified events on the toolkit's thread or the worker, with the manager's mutex held. It must not hand input
@@ -58,8 +59,9 @@ public:
     /// Whether there is a manager.
     static bool hasInstance();
 
-    /// Stops the worker thread, which takes up to 100 ms, and destroys the manager, its queue with all events in
-    /// it and the encoder dynamics. Harmless without a manager.
+    /// Stops the worker thread, which takes up to 100 ms, or longer while standard output or an observer blocks the
+    /// worker. Destroys the manager, its queue with all events in it and the encoder dynamics. Harmless without a
+    /// manager.
     [[gnu::cold]] static void deleteInstance();
 
     [[gnu::cold]] virtual ~KXInputEventManager();
@@ -85,9 +87,10 @@ public:
 
     /// Sets the observer of the process, which sees all that reaches the manager; null: none. Any thread, before
     /// or after \ref createInstance, but not while a manager is made, initialised or deleted, nor from a hook or an
-    /// observer. A call that is under way may go untold. If this throws, there is no observer. Waits until no thread
-    /// is inside the former observer. A new observer is first told the present settings of the manager, as if they
-    /// were set now; nobody may set the encoder or the keys meanwhile.
+    /// observer. Input that another thread is just handing in may not be told. If an operation of the new observer
+    /// throws here, there is no observer. Waits until no thread is inside the former observer. A new observer is first
+    /// told the present settings of the manager, as if they were set now; nobody may set the encoder or the keys
+    /// meanwhile.
     static void setObserver(KXInputObserver* observer);
 
     /// The observer that was set last; null: none. Any thread, also from a hook or an observer: takes no lock.
@@ -103,8 +106,8 @@ public:
     ///
     /// A second call keeps these objects and what is pending: a held key, an open bundle, queued events. It
     /// accepts input again, restores the default keys, and sets the durations to their defaults, the double-press
-    /// time first. That is refused if it is not below the present long-press time: 10 and 100 ms become 10 and
-    /// 2000.
+    /// time first. That is refused if it is not below the present long-press time. So 10 ms and 100 ms become 10 ms and
+    /// 2000 ms: 300 ms is not below 100 ms.
     ///
     /// After \ref deinitialize it makes everything new, with the default settings of the encoder. The keypad's bus
     /// is not read until \ref setCANRemoteOptions opens it again.
@@ -161,7 +164,7 @@ public:
     int setLongKeyPressDuration(unsigned int ms);
 
     /// Adds to the key tables or overwrites entries, from toolkit key codes to the library's and back. If two
-    /// toolkit keys have the same key code, the way back leads to the greater one. Call it while no input is
+    /// toolkit keys have the same key code, \ref getKXtoOSCodeMap has the greater one. Call it while no input is
     /// delivered. Other threads may generate keys meanwhile.
     /// \return STATUS_OK (0)
     /// \throws std::bad_alloc  no key is changed
@@ -222,11 +225,11 @@ public:
     // The two steps of a pass.
 
     /// Posts the long press of a press that is held long enough.
-    /// \param now  the present tick; the long press bears it
+    /// \param now  the present tick; the long press gets it as its time stamp
     /// \return STATUS_OK (0)
     int sendLongPressEvent(unsigned int now) KX_REQUIRES(mutex);
-    /// Posts the open bundle if it has steps and is 50 ms old; closes one without steps then.
-    /// \param now  the present tick; the bundle bears the tick of its beginning or of its last post
+    /// Looks at a bundle that was opened, or last posted, 50 ms ago or more: posts it if it has steps, else closes it.
+    /// \param now  the present tick; the time stamp of the bundle is that of its beginning or of its last post
     /// \return STATUS_OK (0)
     int sendEncoderMoveEvent(unsigned int now) KX_REQUIRES(mutex);
 

@@ -10,8 +10,8 @@ namespace KX {
 /// that points to it. A platform provides nothing here.
 class KX_EXPORT KXAction {
 public:
-    /// Whether the action can run now. The drain waits for the answer. Called on the executing thread, right
-    /// before \ref execute. An action that is not ready is dropped, not kept for later.
+    /// Whether the action can run now. KXActionQueue::executeActions waits for the answer. Called on the executing
+    /// thread, right before \ref execute. An action that is not ready is dropped, not kept for later.
     virtual bool isReady() = 0;
 
     /// Runs the action, on the executing thread. No lock of the library is held, so it may post further actions.

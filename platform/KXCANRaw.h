@@ -12,7 +12,7 @@ class KXCANMessage;
 /// in the order of the bus. Error frames and remote frames are not delivered.
 ///
 /// One thread at a time reads, configures and reconnects: for an end point of a \ref KXEndPointManager the thread
-/// that waits. \ref isConnected and the two numbers may be asked for on any thread.
+/// that waits. Any thread may ask \ref isConnected and for the two end-point numbers.
 class KX_HARDWARE_API KXCANRaw : public KXEndPoint {
 public:
     /// Opens a bus. Any thread; does not wait for the bus.

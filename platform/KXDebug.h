@@ -23,8 +23,8 @@ public:
     /// when that reader has gone. A message that cannot be printed is lost. Leaves errno alone.
     ///
     /// The Linux platform prints to standard error. It waits up to 100 ms for room, and not at all while lines are
-    /// being lost. The next line that gets through follows one like "[kx_debug:1] 3 lines lost". Where /proc is
-    /// missing, or another user made the pipe or terminal, a line may wait longer: another program may fill the
+    /// being lost. Before the next line that gets through it prints one like "[kx_debug:1] 3 lines lost". Where /proc
+    /// is missing, or another user made the pipe or terminal, a line may wait longer: another program may fill the
     /// output between the look for room and the write, and a terminal may have room for a part of the line only.
     /// \param level   1 (error) to 4 (trace)
     /// \param key     from \ref insertNewDebugSection; messages of an unknown key are printed, too

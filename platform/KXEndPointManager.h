@@ -43,8 +43,7 @@ public:
     /// Blocks until an end point can be read, is lost or comes back, or until the tick \p untilTick. Calls the
     /// handler of each such end point once, in any order, and returns. Without end points it waits until the tick.
     ///
-    /// A tick that lies less than half the range of the clock behind has passed: then it looks once and does not
-    /// block.
+    /// A tick that is 1 to 2147483647 ms in the past has passed: then it looks once and does not block.
     ///
     /// A closed or failed end point is reported by \ref KXEndPointHandler::onEndPointDisconnected once. The wait,
     /// or a later one, calls its reconnect about once a second; a failed attempt does not end the wait. Success is

@@ -47,8 +47,8 @@ public:
     ///         system refuses it; STATUS_OUT_OF_RANGE when the system does not know such a priority or stack size
     virtual int start(int priority, unsigned int stackSize) = 0;
 
-    /// Blocks until the entry function has returned. The caller has told it to return before, by a flag say: this
-    /// does not. The simulated platform makes the thread's waits for end points return at once.
+    /// Blocks until the entry function has returned. This does not tell it to return: set a flag for it first. The
+    /// simulated platform makes the thread's waits for end points return at once.
     /// \return STATUS_OK when the thread has ended or never ran; STATUS_REFUSED when it would wait for itself,
     ///         directly or by way of another thread
     virtual int stopAndWait() = 0;

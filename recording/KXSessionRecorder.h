@@ -14,11 +14,12 @@ namespace KX {
 ///     ...
 ///     recorder.save("/var/log/complaint.kxr");         // the last five minutes, when the operator complains
 ///
-/// A recording begins at a moment of rest, so that a replay gives the same events to the byte: no press is pending, a
-/// press could not become a double press, no bundle of encoder steps is open, and the encoder would restart. The
-/// settings of that moment and the last frames of the keypad stand at its head. Later input may show that the
-/// moment was none. Then the recording begins anew at another one as soon as there is one. docs/recording.md
-/// describes the file. It tells which keys were pressed, so only the owner may read it: handle it like typed text.
+/// A recording begins at a moment of rest, so that a replay gives the same events to the byte: no press may still
+/// become long, the last one is older than the limit of a double press, no bundle of encoder steps is open, and the
+/// encoder would restart with the next step. The settings of that moment and the last frames of the keypad stand at
+/// its head. Later input may show that the moment was none. Then the recording begins anew at another one as soon as
+/// there is one. docs/recording.md describes the file. It tells which keys were pressed, so only the owner may read it:
+/// handle it like typed text.
 ///
 /// One recorder at a time observes the session; it takes the place of an observer that was set before. A second one
 /// records nothing, and its \ref problem says so; once the first one has gone, \ref start makes it the observer.
@@ -81,9 +82,9 @@ public:
     /// Whether a recording goes on.
     bool isRecording() const;
 
-    /// Keeps the worker from making a pass until \ref stop, at most for five seconds: deleting the manager waits
-    /// for the worker. The events that are taken meanwhile are those that a replay of the recording gives. A
-    /// recorder that does not observe the session only says so in \ref problem.
+    /// Call it before \ref stop if the events that you take until then must be exactly those that a replay gives: the
+    /// worker makes no pass until \ref stop, but waits for five seconds at most. Deleting the manager waits for it.
+    /// A recorder that does not observe the session only says so in \ref problem.
     void holdWorker();
 
 private:

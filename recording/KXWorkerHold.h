@@ -16,7 +16,7 @@ public:
 
     static constexpr unsigned int longestMs = 0xFFFFFFFF; ///< 49 days
 
-    /// Keeps the worker from now on. Waits until it is kept, at most for a second; then there is no worker.
+    /// Keeps the worker from now on. Blocks until it is kept, at most for a second: if that passes, no worker runs.
     /// \param mostMs  the worker goes on after this time at the latest. KXInputEventManager::deleteInstance and
     ///                setObserver wait for the worker: if you keep it for long, call \ref release first.
     void keep(unsigned int mostMs = longestMs);

@@ -28,7 +28,8 @@ namespace KX {
 ///     KX::KXInputEventManager::createInstance();
 ///     notifier = std::make_unique<KX::KXEventNotifier>();
 ///
-/// A slot may delete the manager first. Elsewhere Qt would warn about an end point that vanishes.
+/// Only a slot of \ref eventOccurred may delete the manager before the notifier. Elsewhere Qt would warn about a
+/// descriptor that is closed.
 ///
 /// On the simulated platform end points cannot wake Qt. Tests call \ref takeWaitingEvents.
 class KX_TOOLKIT_API KXEventNotifier : public QObject {

@@ -44,8 +44,9 @@ class KXToolkitEvent;
 ///
 /// A press that does not end with a release inside the window ends with TOOLKIT_MOUSE_ESCAPE_EVENT: it was released
 /// outside, the touch was cancelled, the release got lost, or the window was hidden, destroyed, blocked by a dialog
-/// or no longer active. Keys that are down when one of the last four happens are reported as released, because
-/// their releases go elsewhere. If such a release comes here all the same, it is not reported again.
+/// or no longer active. Keys that are down when the window is hidden, destroyed, blocked or no longer active are
+/// reported as released, because their releases go elsewhere. If such a release comes here all the same, it is not
+/// reported again.
 ///
 /// The time stamp says when the operator made the input, even if the application was busy and saw it later. On X11
 /// and Wayland (QGuiApplication::platformName is "xcb" or begins with "wayland") it comes from the window system's
@@ -57,9 +58,8 @@ class KXToolkitEvent;
 /// The window system's clock may differ from that of the tick, as on the display of another computer. A clock that is
 /// ahead or more than 60 s behind is found out at the first input. A clock that is less behind looks at first like
 /// an application that is late: time stamps are that much too early, and a press becomes long that much too soon.
-/// This ends with the tenth input in a row that is equally late to 5 ms, after 2 s of input or more. A network may
-/// delay inputs unequally. Then it ends after 60 s of input, but stays if the clock is at most 1 s behind. It also
-/// stays if the clock is at most 100 ms behind. A pause between two inputs counts as 1 s at most.
+/// That lasts for ten inputs and 2 s, or for 60 s of input where a network delays inputs unequally. A clock that is at
+/// most 100 ms behind, or 1 s over such a network, stays unnoticed.
 ///
 /// Make the layer after the QApplication, and use it on the application's thread, where it also reports. A layer
 /// whose window was destroyed reports nothing. When the layer is destroyed, it does not release what is down.
