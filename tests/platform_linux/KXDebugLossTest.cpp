@@ -14,6 +14,7 @@
 #include <ctime>
 #include <fcntl.h>
 #include <functional>
+#include <poll.h>
 #include <sstream>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -292,13 +293,17 @@ TEST_F(KXDebugLossTest, aReaderThatIsOnlyBehindGetsALongLineWhole) {
     std::thread reader([&] {
         std::string read;
         while (!done && !cameWhole) {
+            pollfd query = {pipe.reader, POLLIN, 0};
+            poll(&query, 1, 10); // whoever sleeps is woken at once, also on a busy machine
             read += pipe.readAll();
             cameWhole = read.find(whole) != read.npos;
             read.erase(0, read.size() - std::min(read.size(), whole.size())); // the rest may begin it
         }
     });
-    // The reader may not get to run in time on a busy machine. Then the loss is told, and the line comes again.
+    // The reader may not get to run in time on a busy machine. Then the line comes again, after a short one that fits
+    // into the pipe once the reader has emptied it. It ends the loss, during which no line waits for its reader.
     for (int attempts = 0; attempts < 5000 && !cameWhole; ++attempts) {
+        print("next");
         printLine(50000);
         std::this_thread::yield();
     }
