@@ -1,6 +1,6 @@
 #include "events/DiagnosticLine.h"
 
-#include "platform/BlockedPipeSignal.h"
+#include "platform/BlockedSignal.h"
 #include "platform/KXLocks.h"
 #include "platform/OutputRoom.h"
 
@@ -117,7 +117,7 @@ void writeLine(std::ostream& stream, std::initializer_list<LinePiece> pieces) {
     std::size_t length = lost == 0 ? 0 : compose(text, {"KXAPI_Events: ", lost, what});
     length += compose(text + length, pieces);
 
-    const BlockedPipeSignal blockedSignal;
+    const BlockedSignal pipeSignal(SIGPIPE);
     if (!insert(stream, text, static_cast<std::streamsize>(length)))
         linesLost.fetch_add(lost + 1, std::memory_order_relaxed);
 }

@@ -20,7 +20,8 @@ public:
     /// and no allocation, because the event queues trace every event.
     ///
     /// Must not wait for the reader of the output for longer than an operator notices, and must not end the program
-    /// when that reader has gone. A message that cannot be printed is lost. Leaves errno alone.
+    /// when that reader has gone, or when a file has the size that the process may write. A message that cannot be
+    /// printed is lost. Leaves errno alone.
     ///
     /// The Linux platform prints to standard error. It waits up to 100 ms for room, and not at all while lines are
     /// being lost. Before the next line that gets through it prints one like "[kx_debug:1] 3 lines lost". Where /proc

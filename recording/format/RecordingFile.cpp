@@ -1,16 +1,18 @@
 #include "recording/format/RecordingFile.h"
 
-#include "platform/BlockedPipeSignal.h"
+#include "platform/BlockedSignal.h"
 #include "platform/StandardOutputs.h"
 #include "recording/KXSettingTable.h"
 #include "recording/format/RecordingFormat.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <fcntl.h>
 #include <optional>
 #include <stdexcept>
 #include <sys/file.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -66,6 +68,12 @@ std::string whyNotOpened(const std::string& name, int error) {
 // Some network file systems have no locks; a recording goes there all the same.
 bool isLockedByAnother(int descriptor) {
     return flock(descriptor, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+}
+
+// Most processes have no limit, and to ask costs less than to block the signal.
+bool isSizeLimited() {
+    rlimit limit{};
+    return getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY;
 }
 
 } // namespace
@@ -236,9 +244,9 @@ void File::addLine(const Entry& entry) {
 }
 
 bool File::flush() {
-    std::optional<BlockedPipeSignal> noSignal;
-    if (!isRegular)
-        noSignal.emplace();
+    std::optional<BlockedSignal> noSignal;
+    if (!isRegular || isSizeLimited())
+        noSignal.emplace(isRegular ? SIGXFSZ : SIGPIPE);
     std::string_view text = buffer;
     while (!failure && !text.empty()) {
         const ssize_t written = ::write(descriptor, text.data(), text.size());

@@ -35,6 +35,7 @@ const std::string cannotFail[] = {
     "getenv",
     "geteuid",
     "getpid",
+    "getrlimit64",
     "gettid",
     "memchr",
     "memcmp",

@@ -1,5 +1,6 @@
 #include "platform/KXDebug.h"
 
+#include "support/ChildProcess.h"
 #include "support/RedirectedError.h"
 #include "support/ResourceLimit.h"
 #include "support/Waiting.h"
@@ -16,6 +17,8 @@
 #include <functional>
 #include <poll.h>
 #include <sstream>
+#include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <thread>
@@ -100,6 +103,22 @@ TEST_F(KXDebugLossTest, aReaderThatHasGoneDoesNotEndTheProgram) {
     sigset_t mask;
     pthread_sigmask(SIG_BLOCK, nullptr, &mask);
     EXPECT_FALSE(sigismember(&mask, SIGPIPE)) << "the application's own pipes need it";
+}
+
+TEST_F(KXDebugLossTest, aFileThatHasReachedTheLimitOfTheProcessDoesNotEndTheProgram) {
+    EXPECT_EQ(runInChild([] {
+                  signal(SIGXFSZ, SIG_DFL);
+                  const int file = memfd_create("errors", MFD_CLOEXEC);
+                  const RedirectedError redirected(file);
+                  rlimit limit{};
+                  getrlimit(RLIMIT_FSIZE, &limit);
+                  limit.rlim_cur = 10;
+                  setrlimit(RLIMIT_FSIZE, &limit);
+                  print("longer than the limit");
+                  print("and beyond it");
+                  return lseek(file, 0, SEEK_END) == 10 ? 0 : 1;
+              }),
+              0);
 }
 
 TEST_F(KXDebugLossTest, aSignalThatWasPendingBeforeStaysPending) {

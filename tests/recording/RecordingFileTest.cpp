@@ -21,6 +21,7 @@
 #include <iterator>
 #include <limits>
 #include <memory>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
@@ -380,6 +381,27 @@ TEST_F(RecordingFileTest, AFullDiskEndsIt) {
     EXPECT_EQ("", outcome.error);
     EXPECT_THAT(outcome.session.entries, SizeIs(1));
     EXPECT_THAT(outcome.warnings, ElementsAre("day.kxr:4: the last line is cut off; it is left out"));
+}
+
+// The system sends the signal for a write beyond the limit; ignoring it is left to the application.
+TEST_F(RecordingFileTest, ALimitForTheSizeOfFilesEndsItButNotTheProgram) {
+    const auto writeBeyondTheLimit = [this] {
+        signal(SIGXFSZ, SIG_DFL);
+        EntryFile file(path);
+        rlimit limit{};
+        getrlimit(RLIMIT_FSIZE, &limit);
+        limit.rlim_cur = head.size() + 10;
+        setrlimit(RLIMIT_FSIZE, &limit);
+        const bool isWritten = file.write(5, Pass());
+        const bool isRefused = !file.write(6, Pass()) && file.problem() == path.string() + ": File too large";
+        sigset_t pending;
+        sigset_t blocked;
+        sigpending(&pending);
+        pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
+        const bool isFree = !sigismember(&pending, SIGXFSZ) && !sigismember(&blocked, SIGXFSZ);
+        std::_Exit(isWritten && isRefused && isFree ? 0 : 1);
+    };
+    EXPECT_EXIT(writeBeyondTheLimit(), testing::ExitedWithCode(0), "");
 }
 
 TEST_F(RecordingFileTest, AfterAFailureNothingIsWrittenAnyMore) {

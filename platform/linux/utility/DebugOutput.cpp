@@ -1,6 +1,6 @@
 #include "platform/linux/utility/DebugOutput.h"
 
-#include "platform/BlockedPipeSignal.h"
+#include "platform/BlockedSignal.h"
 #include "platform/KXLocks.h"
 #include "platform/linux/utility/NonBlockingError.h"
 
@@ -76,7 +76,8 @@ void DebugOutput::writeLine(char* line, std::size_t length) {
         line, line + length, [](char c) { return c == '\n' || c == '\r'; }, ' ');
     line[length] = '\n';
     const KXLockGuard guard(lineLock);
-    const BlockedPipeSignal blockedSignal;
+    const BlockedSignal pipeSignal(SIGPIPE);
+    const BlockedSignal fileSizeSignal(SIGXFSZ);
     const NonBlockingError output;
     const auto limit = Clock::now() + (isStalled ? Clock::duration::zero() : patience);
     const bool isWritten = lostLines == 0 ? write(output, line, length + 1, limit) == length + 1
