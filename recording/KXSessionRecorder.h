@@ -39,6 +39,9 @@ namespace KX {
 /// A recording is of one manager. It ends when the application deletes the manager and makes another one. From then on
 /// \ref save writes only what the other one got. It also ends when KXEncoderDynamic::initialize forgets a turn.
 ///
+/// A recording belongs to the process that has started it. In the child of a fork \ref stop returns false, and neither
+/// it nor the destructor touches the file.
+///
 /// When a recording cannot go on, one line on standard error says why. Other problems are told by \ref problem only.
 ///
 /// Without memory for an input, the input goes on, the recording ends and what was kept is dropped. The next \ref start

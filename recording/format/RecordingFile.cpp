@@ -161,7 +161,7 @@ bool File::restart() {
 
 // A disk over a network may tell only now that it is full. After a failed close the descriptor is closed, too.
 bool File::finish() {
-    if (!flush())
+    if (isOfAnotherProcess() || !flush())
         return false;
     if (isGone())
         return false;
@@ -198,13 +198,30 @@ bool File::isGone() {
 }
 
 void File::discard() {
+    if (isOfAnotherProcess())
+        return;
     const bool isUnknown = number == 0; // the system refused to tell
     if (isMade && (isUnknown || hasItsName()))
         unlink(name.c_str());
     else if (isRegular && descriptor >= 0 && ftruncate(descriptor, 0) != 0)
         fail(errno);
+    if (descriptor < 0)
+        return;
+    // A child that another thread has forked meanwhile has a copy of the descriptor, and must not keep the lock.
+    flock(descriptor, LOCK_UN);
+    close(std::exchange(descriptor, -1));
+}
+
+// The child of a fork has a copy of the descriptor, but the parent goes on with the file.
+bool File::isOfAnotherProcess() {
+    if (maker == getpid())
+        return false;
+    buffer.clear();
+    if (!failure)
+        failure = name + ": it belongs to the process that has begun it";
     if (descriptor >= 0)
         close(std::exchange(descriptor, -1));
+    return true;
 }
 
 // Somebody may have moved the file, and another one may have its name.

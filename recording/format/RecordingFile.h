@@ -7,14 +7,15 @@
 #include <optional>
 #include <string>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace KX::Recording {
 
 /// Writes a recording.
 ///
 /// A flushed entry has reached the system, so it survives the end of the process. A crash can cut only the last line.
-/// A lock keeps other writers away. Only the owner may read and write the file.
-/// One thread at a time.
+/// A lock keeps other writers away. Only the owner may read and write the file. The child of a fork neither ends nor
+/// discards what its parent writes. One thread at a time.
 class File {
 public:
     /// Creates the file with its first lines, and waits until the disk has its name. An empty file is taken over, a
@@ -70,8 +71,10 @@ private:
     void fail(int error, const char* during = "");
     bool syncName();
     bool hasItsName() const;
+    bool isOfAnotherProcess();
 
     const std::string name;
+    const pid_t maker = getpid();
     int descriptor = -1; // closed
     bool isMade = false; // by this object
     bool isRegular = false;

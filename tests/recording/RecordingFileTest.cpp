@@ -5,6 +5,7 @@
 #include "RecordingText.h"
 #include "tests/recording/FullDisk.h"
 #include "tests/support/ClosedOutputs.h"
+#include "tests/support/LineCounts.h"
 #include "tests/support/RecordingComparison.h"
 
 #include <gmock/gmock.h>
@@ -453,6 +454,46 @@ TEST_F(RecordingFileTest, ADiscardedFileThatAnotherOneHasReplacedLeavesThatOne) 
     std::ofstream(path) << "x";
     file.discard();
     EXPECT_EQ("x", content());
+}
+
+// As when a child ends by exit, which destroys its copies of static objects.
+TEST_F(RecordingFileTest, TheChildOfAForkLeavesItToItsParent) {
+    for (const bool wasThere : {false, true})
+        for (const bool isFinished : {false, true}) {
+            SCOPED_TRACE(std::to_string(wasThere) + std::to_string(isFinished));
+            std::filesystem::remove(path);
+            if (wasThere)
+                std::ofstream(path).close();
+            EntryFile file(path);
+            EXPECT_TRUE(file.write(5, Pass()));
+            const pid_t child = fork();
+            if (child == 0) {
+                file.add({6, End(), 0});
+                const bool isWritten = isFinished && file.finish();
+                if (!isFinished)
+                    file.discard();
+                KX::test::endCopy(isWritten ? 1 : 0);
+            }
+            int status = -1;
+            waitpid(child, &status, 0);
+            EXPECT_EQ(0, status);
+            EXPECT_TRUE(file.write(7, Pass()));
+            EXPECT_TRUE(file.finish());
+            EXPECT_EQ(head + "5 pass\n7 pass\n", content());
+        }
+}
+
+TEST_F(RecordingFileTest, AChildThatIsForkedMeanwhileDoesNotKeepTheLockOfADiscardedFile) {
+    std::ofstream(path).close();
+    EntryFile file(path);
+    const pid_t child = fork();
+    if (child == 0)
+        for (;;)
+            pause();
+    file.discard();
+    EXPECT_EQ("it was made", refusalOf(path));
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
 }
 
 TEST_F(RecordingFileTest, FinishedMeansThatTheDiskHasIt) {
