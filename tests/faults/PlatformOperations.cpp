@@ -11,7 +11,9 @@
 #include "platform/KXTick.h"
 
 #include <atomic>
+#include <fcntl.h>
 #include <memory>
+#include <unistd.h>
 
 namespace KX::test {
 
@@ -330,6 +332,24 @@ const Operation endPointOperations[] = {
          EXPECT_EQ(look(manager), 0);
          for (auto& pipe : pipes)
              EXPECT_EQ(manager.removeEndPoint(pipe.get()), STATUS_OK);
+     }},
+
+    {"KXEndPointManager", "waitForEndPoints_beside_a_closed_file_that_is_held", "the end point is served",
+     [](Fault& fault) {
+         KXPipe pipe;
+         pipe.init();
+         KXEndPointManager manager;
+         Handler handler;
+         manager.addEndPoint(&pipe, &handler);
+         write(pipe);
+         const int held = fcntl(pipe.getReadEndPointID(), F_DUPFD_CLOEXEC, 0); // as a forked child has one
+         pipe.reconnect();
+         fault.during([&] { return look(manager); });
+         if (handler.disconnected > 0)
+             EXPECT_EQ(manager.waitForEndPoints(KXTick::getTickCount() + 5000, 0), 1);
+         expectServes(manager, pipe, handler);
+         close(held);
+         EXPECT_EQ(manager.removeEndPoint(&pipe), STATUS_OK);
      }},
 
     {"KXEndPointManager", "waitForEndPoints_of_one_that_is_lost", "it is told once and comes back",

@@ -106,6 +106,34 @@ TEST_F(KXEndPointWaitTest, whatWasFoundOnAnEarlierDescriptorIsNotToldOfTheNewOne
     EXPECT_EQ(handler.readable, 0);
 }
 
+// The child of a fork holds what its parent closes. The epoll set goes on to tell of it.
+TEST_F(KXEndPointWaitTest, aClosedFileThatSomebodyElseHoldsCostsOneSleep) {
+    endPoint.peerSends("never read");
+    const int copy = fcntl(endPoint.getReadEndPointID(), F_DUPFD_CLOEXEC, 0);
+    const int before = endPoint.getReadEndPointID();
+    ASSERT_EQ(endPoint.reconnect(), 0);
+    ASSERT_EQ(endPoint.getReadEndPointID(), before) << "the number is in use again";
+    sleeps = 0;
+    EXPECT_EQ(manager.waitForEndPoints(KXTick::getTickCount() + 100, 0), 0);
+    EXPECT_LE(sleeps, 3);
+    EXPECT_EQ(handler.readable, 0);
+    endPoint.peerSends("new");
+    EXPECT_EQ(manager.waitForEndPoints(KXTick::getTickCount() + 20000, 0), 1);
+    EXPECT_EQ(handler.text, "new");
+    manager.removeEndPoint(&endPoint);
+    sleeps = 0;
+    std::thread adder([this] {
+        while (sleeps == 0)
+            std::this_thread::yield();
+        endPoint.ownerCloses();
+        manager.addEndPoint(&endPoint, &handler);
+    });
+    EXPECT_EQ(manager.waitForEndPoints(KXTick::getTickCount() + 20000, 0), 1) << "the set wakes up as before";
+    EXPECT_EQ(handler.disconnected, 1);
+    adder.join();
+    close(copy);
+}
+
 TEST_F(KXEndPointWaitTest, anIdleWaitOfTheWorkerIsOneSleepingSystemCall) {
     for (int pass = 0; pass < 10; ++pass) {
         sleeps = 0;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
@@ -25,16 +26,20 @@ epoll_event makeRequest(EndPointTable::Number number, std::uint32_t generation) 
     return request;
 }
 
+bool watchWakeUps(int epollDescriptor, int wakeUpDescriptor) {
+    epoll_event request{};
+    request.events = EPOLLIN;
+    request.data.u64 = wakeUpToken;
+    return epoll_ctl(epollDescriptor, EPOLL_CTL_ADD, wakeUpDescriptor, &request) == 0;
+}
+
 } // namespace
 
 EndPointTable::EndPointTable()
     : epollDescriptor(keepOffStandardOutputs(epoll_create1(EPOLL_CLOEXEC))),
       wakeUpDescriptor(keepOffStandardOutputs(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))) {
-    epoll_event request{};
-    request.events = EPOLLIN;
-    request.data.u64 = wakeUpToken;
     // Fails when one of the two descriptors is -1 (EMFILE, ENFILE, ENOMEM), or for lack of memory.
-    if (epoll_ctl(epollDescriptor, EPOLL_CTL_ADD, wakeUpDescriptor, &request) != 0) {
+    if (!watchWakeUps(epollDescriptor, wakeUpDescriptor)) {
         for (int* descriptor : {&epollDescriptor, &wakeUpDescriptor}) {
             if (*descriptor >= 0)
                 close(*descriptor);
@@ -168,6 +173,27 @@ void EndPointTable::sleep(std::pmr::vector<epoll_event>& events, int timeoutMs) 
     // EINTR: a signal; the caller looks at the clock and sleeps again.
     events.resize(found > 0 ? static_cast<std::size_t>(found) : 0);
     dropWakeUps(events);
+}
+
+// The new set takes the number of the old one, which other threads may use at this moment.
+void EndPointTable::renewSet() {
+    const KXLockGuard guard(lock);
+    const int renewed = keepOffStandardOutputs(epoll_create1(EPOLL_CLOEXEC));
+    // EMFILE, ENFILE, ENOMEM: the next round tries again.
+    if (renewed < 0)
+        return;
+    bool isWhole = watchWakeUps(renewed, wakeUpDescriptor);
+    for (const auto& [number, registration] : registrations) {
+        epoll_event request = makeRequest(number, registration.generation);
+        // What the old set does not watch is closed, and its number may belong to another file by now.
+        const bool isInOldSet = registration.descriptor >= 0 &&
+                                epoll_ctl(epollDescriptor, EPOLL_CTL_MOD, registration.descriptor, &request) == 0;
+        if (isInOldSet && epoll_ctl(renewed, EPOLL_CTL_ADD, registration.descriptor, &request) != 0)
+            isWhole = false; // ENOMEM, ENOSPC: the same
+    }
+    if (isWhole)
+        dup3(renewed, epollDescriptor, O_CLOEXEC);
+    close(renewed);
 }
 
 void EndPointTable::dropWakeUps(std::pmr::vector<epoll_event>& events) const {

@@ -72,6 +72,12 @@ public:
     /// \param events  what was found; may be empty before the time is over
     void sleep(std::pmr::vector<epoll_event>& events, int timeoutMs) KX_EXCLUDES(lock);
 
+    /// Makes the epoll set anew from the registrations. For the thread that sleeps.
+    ///
+    /// A file that is closed stays in the set while a forked child, or a duplicate, holds it open. The set would tell
+    /// of it for ever, and without its descriptor nobody can take it out.
+    void renewSet() KX_EXCLUDES(lock);
+
     /// Marks an end point as used by the calling thread, for a scope. A removal by another thread waits for its
     /// end.
     class Use {
@@ -114,7 +120,8 @@ private:
     void endUse(Number number) KX_EXCLUDES(lock);
     void dropWakeUps(std::pmr::vector<epoll_event>& events) const;
 
-    // Set by the constructor only, so read without the lock. Both are -1 when the system refused one of them.
+    // The numbers are set by the constructor only, so read without the lock. Both are -1 when the system refused one
+    // of them.
     int epollDescriptor;
     int wakeUpDescriptor;
 

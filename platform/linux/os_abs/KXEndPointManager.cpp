@@ -115,7 +115,7 @@ private:
     int retry(Number number, const Use& use);
     int reportLost(Number number, const Use& use);
     int dispatch(const std::pmr::vector<epoll_event>& events);
-    int dispatchEvent(const epoll_event& event, bool firstOfRound);
+    int dispatchEvent(const epoll_event& event, bool firstOfRound, bool& isOfNobody);
 
     KXEndPointManager* const manager;
 };
@@ -187,17 +187,25 @@ int KXEndPointManager::Implementation::reportLost(Number number, const Use& use)
 
 int KXEndPointManager::Implementation::dispatch(const std::pmr::vector<epoll_event>& events) {
     int calls = 0;
+    bool isOfNobody = false;
     for (const epoll_event& event : events)
-        calls += dispatchEvent(event, calls == 0);
+        calls += dispatchEvent(event, calls == 0, isOfNobody);
+    // After a call it may be of an end point that the handler has removed, or opened anew.
+    if (isOfNobody && calls == 0)
+        table.renewSet();
     return calls;
 }
 
-int KXEndPointManager::Implementation::dispatchEvent(const epoll_event& event, bool firstOfRound) {
+/// \param isOfNobody  becomes true for an event that belongs to no descriptor of a registration
+int KXEndPointManager::Implementation::dispatchEvent(const epoll_event& event, bool firstOfRound,
+                                                     bool& isOfNobody) {
     const Number number = EndPointTable::getNumber(event);
     const Use use(table, number);
     // Removed, lost or opened anew since: by a handler of this round, or by another thread.
-    if (!use.isValid() || use->descriptor < 0 || use->generation != EndPointTable::getGeneration(event))
+    if (!use.isValid() || use->descriptor < 0 || use->generation != EndPointTable::getGeneration(event)) {
+        isOfNobody = true;
         return 0;
+    }
     // An earlier handler of this round may have read everything.
     const unsigned int found = firstOfRound ? event.events : lookAgain(use->descriptor);
     if (isGone(found, use->descriptor))
