@@ -17,10 +17,10 @@ public:
         const bool reversed = (angle < 0 && remainder > 0) || (angle > 0 && remainder < 0);
         if (reversed)
             remainder = 0; // the rest of the other direction must not delay this one
-        remainder += angle;
-        const int detents = remainder / anglePerDetent;
-        remainder -= detents * anglePerDetent;
-        return detents;
+        // Both are less than a detent, so no angle is too large for the sum.
+        const int parts = remainder + angle % anglePerDetent;
+        remainder = parts % anglePerDetent;
+        return angle / anglePerDetent + parts / anglePerDetent;
     }
 
 private:

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <climits>
+
 using KX::KXWheelDetents;
 
 TEST(WheelDetentsTest, ADetentIs120EighthsOfADegree) {
@@ -40,6 +42,20 @@ TEST(WheelDetentsTest, ATurnToTheSideLosesNothing) {
 TEST(WheelDetentsTest, AFastTurnIsSeveralDetentsAtOnce) {
     EXPECT_EQ(4, KXWheelDetents().turn(480));
     EXPECT_EQ(-4, KXWheelDetents().turn(-480));
+}
+
+TEST(WheelDetentsTest, TheWidestTurnBehindAPartOfADetentCounts) {
+    for (const int sign : {1, -1}) {
+        KXWheelDetents wheel;
+        EXPECT_EQ(0, wheel.turn(sign * 119));
+        // INT_MAX is 17895697 detents and 7 more parts, which make one with those before.
+        EXPECT_EQ(sign * 17895698, wheel.turn(sign * INT_MAX));
+        EXPECT_EQ(0, wheel.turn(sign * 113));
+        EXPECT_EQ(sign, wheel.turn(sign));
+    }
+    KXWheelDetents wheel;
+    EXPECT_EQ(-17895697, wheel.turn(INT_MIN));
+    EXPECT_EQ(-1, wheel.turn(-112));
 }
 
 TEST(WheelDetentsTest, TheLeastRestDoesNotDelayAReversal) {
