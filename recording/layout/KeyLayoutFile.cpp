@@ -7,6 +7,7 @@
 #include <charconv>
 #include <cstring>
 #include <fstream>
+#include <locale>
 #include <set>
 #include <sstream>
 #include <stdexcept>
@@ -24,7 +25,8 @@ constexpr int hexadecimalBase = 16;
 
 Words wordsOf(const std::string& line) {
     std::istringstream input(line.substr(0, line.find('#')));
-    input.exceptions(std::ios::badbit); // without memory: otherwise the last words would be missing
+    input.imbue(std::locale::classic()); // a program may have another one
+    input.exceptions(std::ios::badbit);  // without memory: otherwise the last words would be missing
     Words words;
     for (std::string word; input >> word;)
         words.push_back(word);
@@ -209,7 +211,8 @@ CANRemoteOptions readFile(const std::string& path, const ToolkitKeys& toolkitKey
 
 std::string write(const CANRemoteOptions& layout) {
     std::ostringstream text;
-    text.exceptions(std::ios::badbit); // without memory: otherwise the last lines would be missing
+    text.imbue(std::locale::classic()); // that of the program may group digits, and no reader takes that
+    text.exceptions(std::ios::badbit);  // without memory: otherwise the last lines would be missing
     for (const KeyOptionsCANRemote& key : layout.keys) {
         if (isUsed(key))
             text << "key " << key.keyNumber << " code " << key.keyCode << " byte " << key.byteIndex << " bit "

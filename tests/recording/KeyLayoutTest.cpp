@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <locale>
 #include <map>
 #include <set>
 #include <sstream>
@@ -84,6 +85,20 @@ const std::string builtInLayout = "key 1 code 0 byte 0 bit 0 id 18FF0001\n"
 TEST(KeyLayoutTest, TheBuiltInLayoutIsWrittenWithAllItsPlaces) {
     EXPECT_EQ(builtInLayout, KX::KeyLayout::write(KX::KeyLayout::builtIn()));
     EXPECT_EQ("", KX::KeyLayout::write(KX::KeyLayout::empty()));
+}
+
+struct Grouping : std::numpunct<char> {
+    char do_thousands_sep() const override { return '.'; }
+    std::string do_grouping() const override { return "\3"; }
+};
+
+TEST(KeyLayoutTest, TheLocaleOfTheProgramDoesNotMatter) {
+    const std::locale before = std::locale::global(std::locale(std::locale::classic(), new Grouping));
+    const std::string written = KX::KeyLayout::write(KX::KeyLayout::builtIn());
+    const std::string accepted = refusal(written);
+    std::locale::global(before);
+    EXPECT_EQ(builtInLayout, written);
+    EXPECT_EQ("it was accepted", accepted);
 }
 
 TEST(KeyLayoutTest, WhatIsWrittenIsReadAgain) {
