@@ -120,8 +120,9 @@ KX_RECORDING_API Session readFile(const std::string& path, const Warn& warn);
 /// the disk has it.
 /// \param path  of a new file, or of an empty one
 /// \throws std::runtime_error  "path: reason"; a file that was made is then removed. Reasons are also entries
-///         whose time goes back or leaps by 2^31 ms or more, entries behind \ref End, a setting that is not in
-///         settingTable, and the log of a CAN bus, which is no recording.
+///         whose time goes back or leaps by 2^31 ms or more, entries behind \ref End, a setting or a value that is not
+///         in settingTable, a frame of more than 8 bytes or of a bus whose name is empty or has blanks, a keypad that
+///         a reader refuses, and the log of a CAN bus, which is no recording.
 KX_RECORDING_API void writeFile(const std::string& path, const Session& session);
 
 } // namespace KX::Recording

@@ -2,8 +2,10 @@
 
 #include "platform/BlockedSignal.h"
 #include "platform/StandardOutputs.h"
+#include "recording/KXKeyLayout.h"
 #include "recording/KXSettingTable.h"
 #include "recording/format/RecordingFormat.h"
+#include "recording/format/SessionState.h"
 
 #include <cerrno>
 #include <csignal>
@@ -280,6 +282,11 @@ bool File::flush() {
 
 namespace {
 
+// A reader ends a word at these, and a line at its end.
+bool isWord(const std::string& text) {
+    return !text.empty() && text.find_first_of(" \t\r\v\f\n") == std::string::npos;
+}
+
 // Why no reader takes an entry; null: one does.
 const char* whyUnreadable(const Entry& entry, const Entry& before) {
     constexpr std::uint64_t longestPauseMs = 0x7FFFFFFF;
@@ -290,15 +297,33 @@ const char* whyUnreadable(const Entry& entry, const Entry& before) {
     const auto* const setting = std::get_if<NumberSetting>(&entry.input);
     if (setting && !hasSettingRow(setting->name))
         return "sets what a recording has no word for";
+    if (setting && !settingRow(setting->name).argument.contains(setting->value))
+        return "sets a number that cannot be set";
+    const auto* const frame = std::get_if<Frame>(&entry.input);
+    if (frame && !isWord(frame->bus))
+        return "is of a bus whose name is no word";
+    if (frame && frame->message.canLength > 8)
+        return "is a frame of more than 8 bytes";
     return nullptr;
 }
 
 void check(const std::string& path, const Session& session) {
     if (session.isPlainLog)
         throw std::runtime_error(path + ": the log of a CAN bus is no recording");
-    for (std::size_t i = 0; i < session.entries.size(); ++i)
-        if (const char* const why = whyUnreadable(session.entries[i], session.entries[i == 0 ? 0 : i - 1]))
+    ToldKeys keys;
+    for (std::size_t i = 0; i < session.entries.size(); ++i) {
+        const Entry& entry = session.entries[i];
+        const auto refuse = [&](const std::string& why) {
             throw std::runtime_error(path + ": entry " + std::to_string(i + 1) + " " + why);
+        };
+        if (const char* const why = whyUnreadable(entry, session.entries[i == 0 ? 0 : i - 1]))
+            refuse(why);
+        if (const auto* const mapping = std::get_if<KeyMapping>(&entry.input))
+            keys.add(*mapping);
+        const auto* const keypad = std::get_if<Keypad>(&entry.input);
+        if (const auto wrong = keypad ? KeyLayout::check(*keypad->layout, keys.toolkitKeys()) : std::nullopt)
+            refuse("is a keypad that no reader takes: " + wrong->text);
+    }
 }
 
 } // namespace

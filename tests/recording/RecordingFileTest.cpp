@@ -3,6 +3,8 @@
 #include "recording/format/RecordingFile.h"
 
 #include "RecordingText.h"
+#include "recording/KXFunctionKeys.h"
+#include "recording/KXKeyLayout.h"
 #include "tests/recording/FullDisk.h"
 #include "tests/support/ClosedOutputs.h"
 #include "tests/support/LineCounts.h"
@@ -564,6 +566,52 @@ TEST_F(RecordingFileTest, ASettingWithoutAWordIsNotWritten) {
     EXPECT_FALSE(std::filesystem::exists(path));
     session.entries.pop_back();
     EXPECT_EQ("it was written", whyNotWritten(path, session));
+}
+
+TEST_F(RecordingFileTest, ANumberThatNoReaderTakesIsNotWritten) {
+    const auto set = [this](KX::KXInputSetting name, std::int64_t value) {
+        Session session;
+        session.entries = {{5, NumberSetting{name, value}, 0}};
+        std::filesystem::remove(path);
+        return whyNotWritten(path, session);
+    };
+    const std::string refusal = path.string() + ": entry 1 sets a number that cannot be set";
+    EXPECT_EQ(refusal, set(KX::KXInputSetting::DoubleKeyPressDuration, -1));
+    EXPECT_EQ("it was written", set(KX::KXInputSetting::DoubleKeyPressDuration, 0));
+    EXPECT_EQ("it was written", set(KX::KXInputSetting::LongKeyPressDuration, 0xFFFFFFFF));
+    EXPECT_EQ(refusal, set(KX::KXInputSetting::LongKeyPressDuration, 0x100000000));
+    EXPECT_EQ("it was written", set(KX::KXInputSetting::AcceptInput, 1));
+    EXPECT_EQ(refusal, set(KX::KXInputSetting::AcceptInput, 2));
+    EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+TEST_F(RecordingFileTest, AFrameThatNoReaderTakesIsNotWritten) {
+    const auto writeFrame = [this](const std::string& bus, std::uint32_t length) {
+        Session session;
+        session.entries = {{5, Frame{bus, {}}, 0}};
+        std::get<Frame>(session.entries[0].input).message.canLength = length;
+        std::filesystem::remove(path);
+        return whyNotWritten(path, session);
+    };
+    const std::string refusal = path.string() + ": entry 1 is of a bus whose name is no word";
+    for (const char* const bus : {"", " ", "can 0", "can0\t", "\rcan0", "can0\n1 pass"})
+        EXPECT_EQ(refusal, writeFrame(bus, 8)) << bus;
+    EXPECT_EQ("it was written", writeFrame("can0", 8));
+    EXPECT_EQ(path.string() + ": entry 1 is a frame of more than 8 bytes", writeFrame("can0", 9));
+    EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+TEST_F(RecordingFileTest, AKeypadWhoseKeysAreNotToldBeforeIsNotWritten) {
+    Session session;
+    session.entries = {{5, KeyMapping{KX::KeyLayout::functionKeys()}, 0},
+                       {5, Keypad{std::make_shared<const KX::CANRemoteOptions>(KX::KeyLayout::builtIn())}, 0}};
+    EXPECT_EQ("it was written", whyNotWritten(path, session));
+    std::filesystem::remove(path);
+    session.entries.erase(session.entries.begin()); // as a tool does that shortens a recording
+    EXPECT_EQ(path.string() + ": entry 1 is a keypad that no reader takes: key 8: code 15 is a key code that the "
+                              "toolkit has no key for",
+              whyNotWritten(path, session));
+    EXPECT_FALSE(std::filesystem::exists(path));
 }
 
 TEST_F(RecordingFileTest, NothingIsWrittenBehindTheEnd) {
