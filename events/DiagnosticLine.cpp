@@ -18,9 +18,6 @@ namespace KX {
 
 namespace {
 
-// On standard error and on any other stream, since the last line that got through there.
-std::atomic<unsigned int> lostOnError{0}, lostElsewhere{0};
-
 constexpr std::size_t longestLine = 512;
 
 std::size_t compose(char* text, std::initializer_list<LinePiece> pieces) {
@@ -53,7 +50,8 @@ bool insert(std::streambuf& buffer, const char* text, std::streamsize length) {
     return false;
 }
 
-// Of the buffer that standard error has from the start; -1: the application has given it another one.
+// Of the buffer that a standard stream has from the start: that of the C library or, without it, one of its own. -1: of
+// another one, which the application has given it.
 int descriptorOf(std::streambuf& buffer) {
     if (dynamic_cast<__gnu_cxx::stdio_sync_filebuf<char>*>(&buffer))
         return STDERR_FILENO;
@@ -64,24 +62,47 @@ int descriptorOf(std::streambuf& buffer) {
 // As long as a debug message waits. A reader that is alive empties a pipe within this time.
 constexpr int patienceMs = 100;
 
-KXStdMutex errorMutex; // of two lines that see the same room, one would wait
-bool isErrorStalled KX_GUARDED_BY(errorMutex) = false;
+// Where lines go: standard error, and all other streams together.
+struct Output {
+    std::atomic<unsigned int> lostLines{0}; // since the last one that got through there
 
-bool insertIfRoom(std::streambuf& buffer, int descriptor, const char* text, std::streamsize length) {
-    const KXLockGuard lock(errorMutex);
-    const bool hasRoom = waitForRoom(descriptor, isErrorStalled ? 0 : patienceMs);
-    isErrorStalled = !hasRoom;
-    return hasRoom && insert(buffer, text, length);
+    // A standard stream without the C library's buffer is for one thread at a time. And of two lines on standard error
+    // that see the same room, one would wait.
+    KXStdMutex mutex;
+    std::atomic<bool> isStalled{false}; // the last line is not through
+};
+
+Output errors, others;
+
+// What a tied stream still holds comes first, but no line waits for the reader of another stream. Without the C
+// library's buffer another thread may be at it.
+void flushTied(std::ostream* tied) {
+    if (tied && tied->good() && !others.isStalled.load(std::memory_order_relaxed) &&
+        descriptorOf(*tied->rdbuf()) != STDOUT_FILENO)
+        tied->flush();
+}
+
+bool insertInTurn(std::streambuf& buffer, int descriptor, Output& output, const char* text,
+                  std::streamsize length) {
+    const KXLockGuard lock(output.mutex);
+    const bool wasStalled = output.isStalled.load(std::memory_order_relaxed);
+    const bool hasRoom = &output != &errors || waitForRoom(descriptor, wasStalled ? 0 : patienceMs);
+    output.isStalled.store(true, std::memory_order_relaxed);
+    if (!hasRoom)
+        return false;
+    const bool isThrough = insert(buffer, text, length);
+    output.isStalled.store(false, std::memory_order_relaxed);
+    return isThrough;
 }
 
 // \return whether the text got through
-bool insert(const std::ostream& stream, const char* text, std::streamsize length) {
+bool insert(const std::ostream& stream, Output& output, const char* text, std::streamsize length) {
     try {
-        if (stream.tie() && stream.tie()->good())
-            stream.tie()->flush();
+        flushTied(stream.tie());
         std::streambuf& buffer = *stream.rdbuf();
-        const int descriptor = &stream == &std::cerr ? descriptorOf(buffer) : -1;
-        return descriptor < 0 ? insert(buffer, text, length) : insertIfRoom(buffer, descriptor, text, length);
+        const int descriptor = descriptorOf(buffer);
+        return descriptor < 0 ? insert(buffer, text, length)
+                              : insertInTurn(buffer, descriptor, output, text, length);
     } catch (const std::exception&) {
         return false;
     }
@@ -110,16 +131,16 @@ LinePiece::LinePiece(std::uintptr_t number, unsigned int base, std::string_view 
 void writeLine(std::ostream& stream, std::initializer_list<LinePiece> pieces) {
     if (!stream.rdbuf() || stream.rdstate() == std::ios_base::failbit)
         return; // the application has silenced it: an output that fails sets badbit
-    std::atomic<unsigned int>& linesLost = &stream == &std::cerr ? lostOnError : lostElsewhere;
-    const unsigned int lost = linesLost.exchange(0, std::memory_order_relaxed);
+    Output& output = &stream == &std::cerr ? errors : others;
+    const unsigned int lost = output.lostLines.exchange(0, std::memory_order_relaxed);
     char text[2 * longestLine];
     const char* const what = lost == 1 ? " line lost" : " lines lost";
     std::size_t length = lost == 0 ? 0 : compose(text, {"KXAPI_Events: ", lost, what});
     length += compose(text + length, pieces);
 
     const BlockedSignal pipeSignal(SIGPIPE);
-    if (!insert(stream, text, static_cast<std::streamsize>(length)))
-        linesLost.fetch_add(lost + 1, std::memory_order_relaxed);
+    if (!insert(stream, output, text, static_cast<std::streamsize>(length)))
+        output.lostLines.fetch_add(lost + 1, std::memory_order_relaxed);
 }
 
 } // namespace KX

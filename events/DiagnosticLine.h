@@ -34,6 +34,9 @@ private:
 /// throws. The next line that gets through follows one that tells of the loss: "KXAPI_Events: 2 lines lost". A
 /// reader that does not read makes the calling thread wait as soon as the pipe is full: on standard error for 100 ms,
 /// then the line is lost, and each further one at once until one gets through; on any other stream until it reads.
+///
+/// What a tied stream holds is flushed first. Standard output is not while a line waits for its reader, nor after
+/// std::ios_base::sync_with_stdio(false): its buffer is then for one thread at a time, and may be the application's.
 void writeLine(std::ostream& stream, std::initializer_list<LinePiece> pieces);
 
 } // namespace KX

@@ -13,12 +13,13 @@ public:
         sigemptyset(&blocked);
         sigaddset(&blocked, signal);
         sigset_t pending;
-        wasPending = sigpending(&pending) == 0 && sigismember(&pending, signal) == 1;
+        sigpending(&pending);
+        wasPending = sigismember(&pending, signal) == 1;
         pthread_sigmask(SIG_BLOCK, &blocked, &before);
     }
 
     ~BlockedSignal() {
-        constexpr timespec atOnce{};
+        static constexpr timespec atOnce{};
         // The kernel sends the signal to the thread that writes, so it is pending here or nowhere.
         if (!wasPending)
             sigtimedwait(&blocked, nullptr, &atOnce);
@@ -29,8 +30,8 @@ public:
     BlockedSignal& operator=(const BlockedSignal&) = delete;
 
 private:
-    sigset_t blocked{};
-    sigset_t before{};
+    sigset_t blocked;
+    sigset_t before;
     bool wasPending = false; // then it is the application's, and stays
 };
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cerrno>
 #include <poll.h>
 
 namespace KX {
@@ -13,8 +12,8 @@ inline bool waitForRoom(int descriptor, int patienceMs) {
     query.fd = descriptor;
     query.events = POLLOUT;
     int found = poll(&query, 1, patienceMs);
-    if (found < 0 && errno == EINTR)
-        found = poll(&query, 1, 0); // does not wait, so no signal interrupts it
+    if (found < 0) // a signal; the second call does not wait, so none interrupts it
+        found = poll(&query, 1, 0);
     return found != 0;
 }
 

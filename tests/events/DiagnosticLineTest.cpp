@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <climits>
 #include <csignal>
 #include <cstdlib>
@@ -12,6 +13,7 @@
 #include <iomanip>
 #include <iostream>
 #include <locale>
+#include <map>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -329,6 +331,79 @@ TEST(DiagnosticLineDeathTest, lost_on_standard_output_is_not_told_on_standard_er
         std::_Exit(0);
     };
     EXPECT_EXIT(loseOne(), testing::ExitedWithCode(0), "^next\n$");
+}
+
+// Without the C library's buffer. Lines on standard error flush what they are tied to.
+[[noreturn]] void writeByThreads() {
+    constexpr int lineCount = 10000;
+    std::ios_base::sync_with_stdio(false);
+    const int reader = redirect(STDOUT_FILENO);
+    const int nowhere = open("/dev/null", O_WRONLY);
+    dup2(nowhere, STDERR_FILENO);
+    std::string written;
+    std::thread taker([&] {
+        char block[4096];
+        for (ssize_t length = 0; (length = read(reader, block, sizeof block)) > 0;)
+            written.append(block, static_cast<std::size_t>(length));
+    });
+    std::vector<std::thread> threads;
+    for (int kind = 0; kind < 4; ++kind)
+        threads.emplace_back([kind] {
+            for (int i = 0; i < lineCount; ++i) {
+                writeLine(std::cout, {"of thread ", kind});
+                writeLine(std::cerr, {"nowhere"});
+            }
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    dup2(nowhere, STDOUT_FILENO);
+    taker.join();
+    std::map<std::string, int> counts;
+    std::istringstream lines(written);
+    for (std::string line; std::getline(lines, line);)
+        ++counts[line];
+    const std::map<std::string, int> expected = {{"of thread 0", lineCount},
+                                                 {"of thread 1", lineCount},
+                                                 {"of thread 2", lineCount},
+                                                 {"of thread 3", lineCount}};
+    std::_Exit(counts == expected ? 0 : 1);
+}
+
+TEST(DiagnosticLineDeathTest, of_several_threads_is_whole_without_the_buffer_of_the_c_library) {
+    EXPECT_EXIT(writeByThreads(), testing::ExitedWithCode(0), "");
+}
+
+bool isSleeping(pid_t thread) {
+    std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/stat");
+    std::string text;
+    std::getline(file, text);
+    return text.find(") S ") != std::string::npos;
+}
+
+[[noreturn]] void writeBesideABlockedOutput(bool isSynchronised) {
+    std::ios_base::sync_with_stdio(isSynchronised);
+    alarm(60); // ends a line that waits for ever
+    redirect(STDOUT_FILENO);
+    fcntl(STDOUT_FILENO, F_SETFL, O_NONBLOCK);
+    const std::string block(4096, 'x');
+    while (write(STDOUT_FILENO, block.data(), block.size()) > 0) {
+    }
+    fcntl(STDOUT_FILENO, F_SETFL, 0);
+    std::atomic<pid_t> blocked{0};
+    std::thread([&] {
+        blocked = gettid();
+        writeLine(std::cout, {"waits for its reader"});
+    }).detach();
+    while (blocked == 0 || !isSleeping(blocked))
+        std::this_thread::yield();
+    const int reader = redirect(STDERR_FILENO);
+    writeLine(std::cerr, {"does not"});
+    std::_Exit(takeAll(reader) == "does not\n" ? 0 : 1);
+}
+
+TEST(DiagnosticLineDeathTest, on_standard_error_does_not_wait_for_a_line_on_standard_output) {
+    EXPECT_EXIT(writeBesideABlockedOutput(true), testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(writeBesideABlockedOutput(false), testing::ExitedWithCode(0), "");
 }
 
 // Each thread writes lines of its own kind into the same pipe. Lines written in pieces would mix.
