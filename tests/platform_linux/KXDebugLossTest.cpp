@@ -121,6 +121,21 @@ TEST_F(KXDebugLossTest, aFileThatHasReachedTheLimitOfTheProcessDoesNotEndTheProg
               0);
 }
 
+// The system refuses to look for room then.
+TEST_F(KXDebugLossTest, aProcessThatMayHaveNoDescriptorsKeepsItsLines) {
+    const OutputEnds pipe = OutputEnds::makePipe();
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    const rlimit none{0, limit.rlim_max};
+    {
+        const RedirectedError redirected(pipe.writer);
+        setrlimit(RLIMIT_NOFILE, &none);
+        print("a line");
+        setrlimit(RLIMIT_NOFILE, &limit);
+    }
+    EXPECT_EQ(pipe.readAll(), prefix + "a line\n");
+}
+
 TEST_F(KXDebugLossTest, aSignalThatWasPendingBeforeStaysPending) {
     sigset_t pipeSignal;
     sigemptyset(&pipeSignal);

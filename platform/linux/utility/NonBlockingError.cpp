@@ -28,8 +28,9 @@ bool hasRoom(int descriptor, int timeoutMs) {
     pollfd query{};
     query.fd = descriptor;
     query.events = POLLOUT;
-    // A failed output counts as well: the write tells what is wrong with it.
-    return poll(&query, 1, timeoutMs) > 0;
+    // A failed output counts as well: the write tells what is wrong with it. So does a failed call: a process that may
+    // have no descriptors (EINVAL) may still write.
+    return poll(&query, 1, timeoutMs) != 0;
 }
 
 } // namespace
