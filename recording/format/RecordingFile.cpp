@@ -72,7 +72,7 @@ bool isLockedByAnother(int descriptor) {
     return flock(descriptor, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
 }
 
-// Most processes have no limit, and to ask costs less than to block the signal.
+// Most processes have no limit: they need not block the signal for each line.
 bool isSizeLimited() {
     rlimit limit{};
     return getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY;
@@ -80,7 +80,7 @@ bool isSizeLimited() {
 
 } // namespace
 
-File::File(std::string path) : name(std::move(path)) {
+File::File(std::string path) : name(std::move(path)), hasSizeLimit(isSizeLimited()) {
     try {
         open();
         addHead();
@@ -177,6 +177,7 @@ bool File::finish() {
 }
 
 bool File::startSync() {
+    hasSizeLimit = isSizeLimited(); // the application may have set one since
     if (!isRegular || failure)
         return !failure;
     if (const int error = sync.request(descriptor))
@@ -264,7 +265,7 @@ void File::addLine(const Entry& entry) {
 
 bool File::flush() {
     std::optional<BlockedSignal> noSignal;
-    if (!isRegular || isSizeLimited())
+    if (!isRegular || hasSizeLimit)
         noSignal.emplace(isRegular ? SIGXFSZ : SIGPIPE);
     std::string_view text = buffer;
     while (!failure && !text.empty()) {

@@ -78,7 +78,8 @@ private:
     int descriptor = -1; // closed
     bool isMade = false; // by this object
     bool isRegular = false;
-    dev_t device = 0; // which the file is on, and its number there
+    bool hasSizeLimit; // of the process, when it was asked for last
+    dev_t device = 0;  // which the file is on, and its number there
     ino_t number = 0;
     BackgroundSync sync;
     std::string buffer;

@@ -388,13 +388,21 @@ TEST_F(RecordingFileTest, AFullDiskEndsIt) {
 
 // The system sends the signal for a write beyond the limit; ignoring it is left to the application.
 TEST_F(RecordingFileTest, ALimitForTheSizeOfFilesEndsItButNotTheProgram) {
-    const auto writeBeyondTheLimit = [this] {
-        signal(SIGXFSZ, SIG_DFL);
-        EntryFile file(path);
+    const auto setLimit = [this] {
         rlimit limit{};
         getrlimit(RLIMIT_FSIZE, &limit);
         limit.rlim_cur = head.size() + 10;
         setrlimit(RLIMIT_FSIZE, &limit);
+    };
+    const auto writeBeyondTheLimit = [&](bool isSetLater) {
+        signal(SIGXFSZ, SIG_DFL);
+        if (!isSetLater)
+            setLimit();
+        EntryFile file(path);
+        if (isSetLater) {
+            setLimit();
+            file.startSync(); // as each second
+        }
         const bool isWritten = file.write(5, Pass());
         const bool isRefused = !file.write(6, Pass()) && file.problem() == path.string() + ": File too large";
         sigset_t pending;
@@ -404,7 +412,9 @@ TEST_F(RecordingFileTest, ALimitForTheSizeOfFilesEndsItButNotTheProgram) {
         const bool isFree = !sigismember(&pending, SIGXFSZ) && !sigismember(&blocked, SIGXFSZ);
         std::_Exit(isWritten && isRefused && isFree ? 0 : 1);
     };
-    EXPECT_EXIT(writeBeyondTheLimit(), testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(writeBeyondTheLimit(false), testing::ExitedWithCode(0), "");
+    std::filesystem::remove(path);
+    EXPECT_EXIT(writeBeyondTheLimit(true), testing::ExitedWithCode(0), "");
 }
 
 TEST_F(RecordingFileTest, AfterAFailureNothingIsWrittenAnyMore) {
