@@ -33,6 +33,7 @@ struct {
     int errorOfRead = 0;        ///< what each read gives; 0: it works
     int remoteFramesBefore = 0; ///< so many remote frames come before what the other node sends
     int otherNode = -1;
+    int typeOfSocket = 0; ///< which the program asked for last
 } can0;
 
 int answerAboutInterface(unsigned long question, ifreq& request) {
@@ -54,6 +55,7 @@ int answerAboutInterface(unsigned long question, ifreq& request) {
 extern "C" KX_EXPORT int socket(int domain, int type, int protocol) noexcept {
     if (domain != PF_CAN)
         return static_cast<int>(syscall(SYS_socket, domain, type, protocol));
+    can0.typeOfSocket = type;
     int ends[2] = {-1, -1};
     socketpair(AF_UNIX, SOCK_DGRAM | (type & (SOCK_NONBLOCK | SOCK_CLOEXEC)), 0, ends);
     close(can0.otherNode);
@@ -163,6 +165,8 @@ TEST_F(KXCANStartTest, oneThatIsUpIsGivenOpen) {
     EXPECT_TRUE(bus->isConnected());
     EXPECT_GE(bus->getReadEndPointID(), 0);
     EXPECT_NE(fcntl(bus->getReadEndPointID(), F_GETFD) & FD_CLOEXEC, 0) << "a program that is started inherits it";
+    EXPECT_EQ(can0.typeOfSocket, SOCK_RAW | SOCK_NONBLOCK | SOCK_CLOEXEC)
+        << "the kernel takes no other for raw frames";
 }
 
 TEST_F(KXCANStartTest, oneThatIsDownIsGivenClosedUntilItsReconnectSucceeds) {

@@ -6,8 +6,10 @@
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
 #include <string>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -80,6 +82,42 @@ TEST_F(KXEndPointThreadsTest, endPointsOfFourThreadsComeAndGoAndNoneIsCalledAfte
     EXPECT_EQ(lateCalls, 0);
     EXPECT_EQ(wrongStatus, 0);
     EXPECT_GT(told, 0) << "no handler ever ran, so nothing was shown";
+}
+
+/// Registers an end point that is closed in its handler.
+/// \return a copy of its descriptor, such as the child of a fork has. The epoll set tells of it until it is closed.
+int leaveClosedFile(KXEndPointManager& manager) {
+    SocketEndPoint endPoint;
+    RecordingHandler handler;
+    std::atomic<int> copy{-1};
+    handler.onReadable = [&copy](SocketEndPoint& closed, KXEndPointManager&) {
+        copy = fcntl(closed.getReadEndPointID(), F_DUPFD_CLOEXEC, 0);
+        closed.ownerCloses();
+    };
+    endPoint.peerAccepts = false;
+    manager.addEndPoint(&endPoint, &handler);
+    endPoint.peerSends("x");
+    waitUntil([&] { return handler.disconnected > 0; });
+    manager.removeEndPoint(&endPoint);
+    endPoint.peerSends("y");
+    return copy;
+}
+
+// The waiting thread makes its epoll set anew, while this one adds to it.
+TEST_F(KXEndPointThreadsTest, anEndPointIsServedThatIsAddedBesideAClosedFileThatIsHeld) {
+    const int rounds = 500;
+    int served = 0;
+    for (int round = 0; round < rounds && served == round; ++round) {
+        const int copy = leaveClosedFile(manager);
+        SocketEndPoint endPoint;
+        RecordingHandler handler;
+        manager.addEndPoint(&endPoint, &handler);
+        endPoint.peerSends("x");
+        served += waitUntil([&] { return handler.readable > 0; });
+        manager.removeEndPoint(&endPoint);
+        close(copy);
+    }
+    EXPECT_EQ(served, rounds);
 }
 
 } // namespace

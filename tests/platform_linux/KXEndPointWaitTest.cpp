@@ -106,6 +106,25 @@ TEST_F(KXEndPointWaitTest, whatWasFoundOnAnEarlierDescriptorIsNotToldOfTheNewOne
     EXPECT_EQ(handler.readable, 0);
 }
 
+// A sleep may end with an event for nobody.
+TEST_F(KXEndPointWaitTest, sleepsAgainWhileItsTickIsAhead) {
+    clockStands = true;
+    for (const unsigned int remainingMs : {0u, 1u, 2u}) {
+        clockOffset = 1000;
+        endPoint.peerSends("x");
+        afterSleep = [&] {
+            endPoint.reconnect();
+            std::thread([this] { manager.waitForEndPoints(KXTick::getTickCount(), 0); }).join();
+            clockOffset = 2000 - remainingMs;
+            afterSleep = [] { clockOffset = 2000; };
+            sleeps = 0;
+        };
+        EXPECT_EQ(manager.waitForEndPoints(2000, 0), 0);
+        EXPECT_EQ(sleeps > 0, remainingMs > 0) << remainingMs << " ms remained";
+        afterSleep = nullptr;
+    }
+}
+
 // The child of a fork holds what its parent closes. The epoll set goes on to tell of it.
 TEST_F(KXEndPointWaitTest, aClosedFileThatSomebodyElseHoldsCostsOneSleep) {
     endPoint.peerSends("never read");

@@ -219,6 +219,21 @@ TEST_F(VirtualCANLossTest, aFileThatIsRemovedIsToldOnceAndBoundAnew) {
     EXPECT_EQ(manager.removeEndPoint(bus.get()), 0);
 }
 
+TEST_F(VirtualCANLossTest, theLookThatTellsOfTheLossReportsIt) {
+    const auto bus = open();
+    ASSERT_NE(bus, nullptr);
+    std::filesystem::remove(folder.path);
+    bool isTold = false;
+    bool isConnected = true;
+    EXPECT_TRUE(waitUntil([&] {
+        testing::internal::CaptureStderr();
+        isConnected = bus->isConnected();
+        isTold = !testing::internal::GetCapturedStderr().empty();
+        return isTold;
+    }));
+    EXPECT_FALSE(isConnected);
+}
+
 TEST_F(VirtualCANLossTest, aFileOfAnotherProcessIsLeftAloneUntilThatHasGone) {
     const auto bus = open();
     ASSERT_NE(bus, nullptr);

@@ -63,6 +63,7 @@ TEST(PassScheduleTest, HasNoPassWhereTheRecordingHasThem) {
     KXPassSchedule schedule(session);
     EXPECT_EQ(none, schedule.nextMs());
     EXPECT_EQ(none, schedule.takeNext(1000000));
+    EXPECT_EQ(1000U, schedule.endMs()) << "known before the first entry is played";
     EXPECT_FALSE(schedule.played(frameAt(1000)));
     EXPECT_EQ(1000U, schedule.endMs()) << "the last entry";
 }

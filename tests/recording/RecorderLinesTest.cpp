@@ -1,10 +1,9 @@
-#include "recording/KXSessionRecorder.h"
-
-#include <gtest/gtest.h>
+#include "tests/recording/RecorderFixture.h"
 
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
+#include <filesystem>
 #include <iostream>
 #include <string>
 #include <unistd.h>
@@ -41,6 +40,42 @@ int redirectErrors() {
 
 TEST(RecorderLinesDeathTest, whose_reader_has_gone_do_not_end_the_program_and_are_counted) {
     EXPECT_EXIT(recordWithoutReader(), testing::ExitedWithCode(0), "");
+}
+
+class RecorderLinesTest : public RecorderFixture {
+protected:
+    // \return the path of a file in a new folder, so many characters long
+    std::string pathOf(std::size_t length) const {
+        std::string made = folder.string();
+        while (length - made.size() > 150) {
+            made += "/" + std::string(100, 'f');
+            std::filesystem::create_directory(made);
+        }
+        return made + "/" + std::string(length - made.size() - 1, 'r');
+    }
+
+    // \return what is printed about a recording that was removed
+    std::string lineAbout(const std::string& removed) const {
+        testing::internal::CaptureStderr();
+        KXSessionRecorder recorder;
+        EXPECT_TRUE(recorder.start(removed)) << recorder.problem();
+        std::filesystem::remove(removed);
+        KXSimulation::advance(1100);
+        EXPECT_FALSE(recorder.stop());
+        return testing::internal::GetCapturedStderr();
+    }
+};
+
+TEST_F(RecorderLinesTest, a_long_path_loses_its_middle_so_that_the_end_tells_what_happened) {
+    KXInputEventManager::createInstance();
+    const std::string said = ": the file was removed; the recording ends here";
+    for (const std::size_t length : {459u, 460u, 461u, 600u}) {
+        const std::string text = pathOf(length - said.size()) + said;
+        const bool isWhole = length <= 460;
+        EXPECT_EQ("KXSessionRecorder: " +
+                      (isWhole ? text : text.substr(0, 230) + "..." + text.substr(length - 230)) + "\n",
+                  lineAbout(text.substr(0, length - said.size())));
+    }
 }
 
 } // namespace

@@ -388,7 +388,7 @@ TEST_F(RecordingFileTest, AFullDiskEndsIt) {
 
 // The system sends the signal for a write beyond the limit; ignoring it is left to the application.
 TEST_F(RecordingFileTest, ALimitForTheSizeOfFilesEndsItButNotTheProgram) {
-    const auto setLimit = [this] {
+    const auto setLimit = [] {
         rlimit limit{};
         getrlimit(RLIMIT_FSIZE, &limit);
         limit.rlim_cur = head.size() + 10;
