@@ -11,76 +11,91 @@ namespace KX {
 
 namespace {
 
-struct NamedType {
-    int number;
-    std::string_view name;
+constexpr int namedTypes[] = {
+#define KX_NUMBER(number, name) number,
+    KX_FOR_EACH_EVENT_TYPE(KX_NUMBER)
+#undef KX_NUMBER
 };
 
-constexpr NamedType namedTypes[] = {
-#define KX_NAMED_TYPE(number, name) {number, #name},
-    KX_FOR_EACH_EVENT_TYPE(KX_NAMED_TYPE)
-#undef KX_NAMED_TYPE
-};
+// In one piece: a pointer to each name would have to be relocated when the library is loaded.
+constexpr char allNames[] =
+#define KX_NAME(number, name) #name "\0"
+    KX_FOR_EACH_EVENT_TYPE(KX_NAME)
+#undef KX_NAME
+    ;
 
 constexpr std::string_view unnamedPrefix = "UnknownEventType(";
 
 // Types come in families of a hundred, with few numbers in use. A look-up by family and number needs no search and
-// 200 bytes; one index of all numbers would need 2 KiB.
+// little room.
 constexpr int familySize = 100;
 constexpr int familyCount = MEDIA_EVENT / familySize + 1;
-constexpr std::uint8_t noName = 0xFF;
+
+constexpr std::size_t countPlaces() {
+    std::size_t places = 0;
+    for (std::size_t i = 0; i + 1 < std::size(namedTypes); ++i) {
+        const bool isLastOfFamily = namedTypes[i] / familySize != namedTypes[i + 1] / familySize;
+        places += isLastOfFamily ? static_cast<std::size_t>(namedTypes[i] % familySize + 1) : 0;
+    }
+    return places;
+}
 
 struct NameIndex {
     struct Family {
-        std::uint8_t begin = 0; // in places
+        std::uint8_t begin = 0; // in names
         std::uint8_t size = 0;
     };
+    struct Name {
+        std::uint16_t begin = 0; // in allNames
+        std::uint8_t length = 0; // 0: the number has no name
+    };
     std::array<Family, familyCount> families{};
-    std::array<std::uint8_t, 2 * std::size(namedTypes)> places{}; // in namedTypes, or noName
+    std::array<Name, countPlaces()> names{};
+    Name upperBound; // lies far beyond all families
 };
 
 constexpr NameIndex makeNameIndex() {
     NameIndex index{};
-    for (auto& place : index.places)
-        place = noName;
+    std::size_t begin = 0;
     std::uint8_t end = 0;
-    for (std::size_t place = 0; place < std::size(namedTypes) - 1; ++place) {
-        const int number = namedTypes[place].number;
+    for (const int number : namedTypes) {
+        const std::string_view text = allNames + begin;
+        const NameIndex::Name name{static_cast<std::uint16_t>(begin), static_cast<std::uint8_t>(text.size())};
+        begin += text.size() + 1;
+        if (number == KX_MAX_EVENT_TYPE_NUMBER) {
+            index.upperBound = name;
+            continue;
+        }
         NameIndex::Family& family = index.families[static_cast<std::size_t>(number / familySize)];
         if (family.size == 0)
             family.begin = end;
         family.size = static_cast<std::uint8_t>(number % familySize + 1);
         end = static_cast<std::uint8_t>(family.begin + family.size);
-        index.places[end - 1U] = static_cast<std::uint8_t>(place);
+        index.names[end - 1U] = name;
     }
     return index;
 }
 
 constexpr NameIndex nameIndex = makeNameIndex();
 
-constexpr bool onlyTheUpperBoundIsNotIndexed() {
-    int beyond = 0;
-    for (const NamedType& type : namedTypes)
-        beyond += type.number >= familySize * familyCount ? 1 : 0;
-    return beyond == 1 && std::size(namedTypes) < noName;
-}
-static_assert(onlyTheUpperBoundIsNotIndexed());
+static_assert(nameIndex.names.back().length > 0, "no place is left over");
+static_assert(sizeof allNames <= 0xFFFF && countPlaces() <= 0xFF, "the index counts in small numbers");
 
 } // namespace
 
 std::string_view findEventTypeName(int type) {
-    if (type == KX_MAX_EVENT_TYPE_NUMBER)
-        return namedTypes[std::size(namedTypes) - 1].name;
     const auto number = static_cast<unsigned int>(type); // a negative number lies beyond every family
     const unsigned int familyNumber = number / familySize;
-    if (familyNumber >= familyCount)
-        return {};
-    const NameIndex::Family family = nameIndex.families[familyNumber];
-    const unsigned int numberInFamily = number % familySize;
-    if (numberInFamily >= family.size)
-        return {};
-    const std::uint8_t place = nameIndex.places[family.begin + numberInFamily];
-    return place == noName ? std::string_view() : namedTypes[place].name;
+    NameIndex::Name name;
+    if (familyNumber < familyCount) {
+        const NameIndex::Family family = nameIndex.families[familyNumber];
+        const unsigned int numberInFamily = number % familySize;
+        if (numberInFamily < family.size)
+            name = nameIndex.names[family.begin + numberInFamily];
+    } else if (type == KX_MAX_EVENT_TYPE_NUMBER) {
+        name = nameIndex.upperBound;
+    }
+    return name.length == 0 ? std::string_view() : std::string_view(allNames + name.begin, name.length);
 }
 
 std::string translateEventTypeToString(int type) {
