@@ -88,10 +88,8 @@ bool insertInTurn(std::streambuf& buffer, int descriptor, Output& output, const 
     const bool wasStalled = output.isStalled.load(std::memory_order_relaxed);
     const bool hasRoom = &output != &errors || waitForRoom(descriptor, wasStalled ? 0 : patienceMs);
     output.isStalled.store(true, std::memory_order_relaxed);
-    if (!hasRoom)
-        return false;
-    const bool isThrough = insert(buffer, text, length);
-    output.isStalled.store(false, std::memory_order_relaxed);
+    const bool isThrough = hasRoom && insert(buffer, text, length);
+    output.isStalled.store(!hasRoom, std::memory_order_relaxed);
     return isThrough;
 }
 

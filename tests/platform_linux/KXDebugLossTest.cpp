@@ -112,10 +112,11 @@ TEST_F(KXDebugLossTest, aFileThatHasReachedTheLimitOfTheProcessDoesNotEndTheProg
                   const RedirectedError redirected(file);
                   rlimit limit{};
                   getrlimit(RLIMIT_FSIZE, &limit);
-                  limit.rlim_cur = 10;
-                  setrlimit(RLIMIT_FSIZE, &limit);
+                  const rlimit tenBytes{10, limit.rlim_max};
+                  setrlimit(RLIMIT_FSIZE, &tenBytes);
                   print("longer than the limit");
                   print("and beyond it");
+                  setrlimit(RLIMIT_FSIZE, &limit); // the child may write other files before it ends
                   return lseek(file, 0, SEEK_END) == 10 ? 0 : 1;
               }),
               0);
