@@ -281,6 +281,15 @@ TEST_F(InputFilterTest, KeysHeldWhenTheWindowStopsBeingActiveAreReleased) {
                                      Reported{TOOLKIT_KEY_RELEASE_EVENT, Qt::Key_End}));
 }
 
+TEST_F(InputFilterTest, ButtonsAndThenKeysAreTakenAwayWithTheWindow) {
+    sendKey(QEvent::KeyPress, 1000);
+    sendMouse(QEvent::MouseButtonPress, inside);
+    reports.clear();
+    send(&window, QEvent::WindowDeactivate);
+    EXPECT_THAT(reports, ElementsAre(Reported{TOOLKIT_MOUSE_ESCAPE_EVENT, Qt::LeftButton},
+                                     Reported{TOOLKIT_KEY_RELEASE_EVENT, Qt::Key_End}));
+}
+
 TEST_F(InputFilterTest, AKeyThatWasReleasedIsNotReleasedWithTheWindow) {
     for (const unsigned long heldMs : {10UL, 3000UL}) {
         sendKey(QEvent::KeyPress, 10000);
