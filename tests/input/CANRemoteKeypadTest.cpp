@@ -4,7 +4,9 @@
 
 #include <gmock/gmock.h>
 
+#include <iterator>
 #include <limits>
+#include <string>
 #include <vector>
 
 namespace KX {
@@ -84,6 +86,24 @@ TEST_F(CANRemoteKeypad, flag_bits_of_the_identifier_do_not_count_but_its_29_bits
     set();
     for (const std::uint32_t otherId : {keyId - 1U, keyId + 1U, keyId ^ 0x10000000U})
         EXPECT_EQ(give(frame(otherId, {1})), "") << std::hex << otherId;
+}
+
+TEST_F(CANRemoteKeypad, default_entries_are_bit_0_of_byte_0_in_frame_0_and_key_code_0) {
+    options = CANRemoteOptions();
+    EXPECT_EQ(options.keys[0].pressed, 0);
+    set();
+    std::string pressed;
+    for (std::size_t key = 0; key < std::size(options.keys); ++key)
+        pressed += "Key 0, KeyCode: 0, pressed\n";
+    EXPECT_EQ(give(frame(1, {1, 1})), "") << "nor are they in any other frame";
+    EXPECT_EQ(give(frame(0, {0xFE, 1})), "");
+    EXPECT_EQ(give(frame(0, {1})), pressed);
+}
+
+TEST_F(CANRemoteKeypad, the_bus_has_setting_0_by_default) {
+    options.enabled = true;
+    set(0, enabledLine);
+    EXPECT_EQ(KXSimulation::getCANSetting(0), 0);
 }
 
 TEST_F(CANRemoteKeypad, the_pressed_states_begin_with_released_whatever_the_caller_says) {
@@ -172,12 +192,8 @@ TEST_F(CANRemoteKeypad, reads_nothing_but_a_bus) {
     EXPECT_THAT(window.take(), IsEmpty());
 }
 
-TEST_F(CANRemoteKeypad, that_is_on_is_told_to_an_observer_that_comes_later) {
-    describeKey(1, 9, 0, 0).pressed = 1;
-    KeyOptionsCANRemote own{99, 1, 0, 1, keyId, 0};
-    options.keyIndex.emplace(keyId, &own);
-    options.enabled = true;
-    set(0, enabledLine);
+/// The keypads that an observer hears of when it is set.
+std::vector<CANRemoteOptions> toldToLaterObserver() {
     class Keypads : public KXInputObserver {
     public:
         void onKeypad(const CANRemoteOptions& keypad) override { told.push_back(keypad); }
@@ -185,12 +201,35 @@ TEST_F(CANRemoteKeypad, that_is_on_is_told_to_an_observer_that_comes_later) {
     } observer;
     KXInputEventManager::setObserver(&observer);
     KXInputEventManager::setObserver(nullptr);
-    ASSERT_EQ(observer.told.size(), 1U);
-    EXPECT_TRUE(observer.told[0].enabled);
-    EXPECT_EQ(observer.told[0].encoderCANId, options.encoderCANId);
-    EXPECT_EQ(observer.told[0].keys[1].keyNumber, 9);
-    EXPECT_EQ(observer.told[0].keys[1].pressed, 0) << "as it was set, without the present states";
-    EXPECT_THAT(observer.told[0].keyIndex, IsEmpty());
+    return observer.told;
+}
+
+TEST_F(CANRemoteKeypad, that_is_on_is_told_to_an_observer_that_comes_later) {
+    describeKey(1, 9, 0, 0).pressed = 1;
+    KeyOptionsCANRemote own{99, 1, 0, 1, keyId, 0};
+    options.keyIndex.emplace(keyId, &own);
+    options.enabled = true;
+    set(0, enabledLine);
+    const std::vector<CANRemoteOptions> told = toldToLaterObserver();
+    ASSERT_EQ(told.size(), 1U);
+    EXPECT_TRUE(told[0].enabled);
+    EXPECT_EQ(told[0].encoderCANId, options.encoderCANId);
+    EXPECT_EQ(told[0].keys[1].keyNumber, 9);
+    EXPECT_EQ(told[0].keys[1].pressed, 0) << "as it was set, without the present states";
+    EXPECT_THAT(told[0].keyIndex, IsEmpty());
+}
+
+TEST_F(CANRemoteKeypad, that_is_on_stays_on_with_a_later_layout_that_is_not_enabled) {
+    EXPECT_THAT(toldToLaterObserver(), IsEmpty()) << "none is on yet";
+    options.enabled = true;
+    set(0, enabledLine);
+    options.enabled = false;
+    options.encoderCANId = encoderId + 1;
+    set();
+    const std::vector<CANRemoteOptions> told = toldToLaterObserver();
+    ASSERT_EQ(told.size(), 1U);
+    EXPECT_TRUE(told[0].enabled);
+    EXPECT_EQ(told[0].encoderCANId, encoderId + 1);
 }
 
 TEST_F(CANRemoteKeypad, an_enabled_one_hears_the_frames_of_bus_0) {

@@ -5,6 +5,7 @@
 
 #include <QApplication>
 #include <QKeyEvent>
+#include <QPointer>
 #include <QWidget>
 #include <gtest/gtest.h>
 
@@ -133,6 +134,31 @@ TEST_F(KeysFromOtherThreads, that_still_wait_when_the_application_ends_are_repor
     testing::internal::CaptureStderr();
     application.reset();
     EXPECT_EQ(countMissingWindows(), 1);
+}
+
+/// Knows which object has got an event of an application's or a library's own type.
+class OwnEventWatch : public QObject {
+public:
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        if (event->type() >= QEvent::User)
+            receiver = watched;
+        return false;
+    }
+
+    QPointer<QObject> receiver;
+};
+
+TEST_F(KeysFromOtherThreads, are_requested_from_an_object_that_ends_with_the_application) {
+    makeApplication();
+    OwnEventWatch watch;
+    application->installEventFilter(&watch);
+    testing::internal::CaptureStderr();
+    onAnotherThread([] { generate(homeKey); });
+    takeTurns();
+    EXPECT_EQ(countMissingWindows(), 1);
+    EXPECT_FALSE(watch.receiver.isNull()) << "a request has a type of its own";
+    application.reset();
+    EXPECT_TRUE(watch.receiver.isNull());
 }
 
 TEST_F(KeysFromOtherThreads, without_an_application_of_widgets_are_reported_at_once) {

@@ -6,6 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <iostream>
+
 namespace KX {
 namespace {
 
@@ -199,6 +202,18 @@ TEST(ManagerLife, a_thousand_lives_leave_nothing_behind) {
         KXInputEventManager::deleteInstance();
     }
     EXPECT_EQ(KXSimulation::getLivingObjects(), 0U);
+}
+
+TEST(ManagerLifeDeathTest, the_first_queue_of_a_process_has_number_1) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe"; // runs in a new process, which has made no queue yet
+    EXPECT_EXIT(
+        {
+            KXSimulation::reset();
+            const unsigned int number = KXInputEventManager::createInstance()->getInputEventsQueueNumber();
+            std::cerr << "number " << number << '\n';
+            std::_Exit(0);
+        },
+        testing::ExitedWithCode(0), "number 1\n");
 }
 
 TEST(ManagerLifeDeathTest, asking_for_the_instance_before_it_is_created_aborts) {

@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <malloc.h>
+#include <sched.h>
 #include <sys/resource.h>
 #include <thread>
 
@@ -81,7 +82,9 @@ protected:
 };
 
 TEST_F(ManagerOnLinux, has_a_worker_thread_with_its_name) {
-    EXPECT_GT(waitForThreadNamed("inputEventMgr"), 0);
+    const pid_t worker = waitForThreadNamed("inputEventMgr");
+    EXPECT_GT(worker, 0);
+    EXPECT_EQ(sched_getscheduler(worker), sched_getscheduler(0)) << "it has no priority over others";
     manager->deinitialize();
     EXPECT_TRUE(workerVanishes());
 }

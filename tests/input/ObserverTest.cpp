@@ -235,6 +235,12 @@ TEST_F(ObserverSetLater, is_told_the_settings_of_the_moment_first) {
                                           "setting 2 = 1500", "setting 3 = 900", "table of 7", "keys: 8"));
 }
 
+TEST_F(ObserverSetLater, is_told_the_keyboard_layout_that_was_set_last) {
+    manager->setKeyboardLayout(3);
+    Notes notes;
+    EXPECT_THAT(notes.take(), testing::Contains(setting(KXInputSetting::KeyboardLayout, 3)));
+}
+
 // Each setting is one that a new manager accepts: its long-press time is 2000.
 TEST_F(ObserverSetLater, is_told_the_longer_time_first_where_the_double_press_needs_it) {
     manager->setLongKeyPressDuration(4000);
@@ -392,13 +398,20 @@ TEST_F(ObserverSetLater, sees_a_report_for_its_own_event_only) {
     manager = KXInputEventManager::createInstance();
 }
 
-TEST_F(Observer, that_throws_for_a_dropped_type_lets_its_exception_out) {
+TEST_F(Observer, that_throws_lets_its_exception_out_and_is_not_told_again) {
     class Throwing : public KXInputObserver {
-        void onToolkitEvent(const KXToolkitEvent&) override { throw std::runtime_error("full"); }
+    public:
+        void onToolkitEvent(const KXToolkitEvent&) override {
+            ++told;
+            throw std::runtime_error("full");
+        }
+        int told = 0;
     } throwing;
     KXInputEventManager::setObserver(&throwing);
     EXPECT_THROW(toolkitReports(TOOLKIT_KEY_AUTO_REPEAT_PRESS_EVENT, Qt::Key_Home), std::runtime_error);
+    EXPECT_EQ(throwing.told, 1) << "of a type that is dropped";
     EXPECT_THROW(operatorPresses(Qt::Key_Home), std::runtime_error);
+    EXPECT_EQ(throwing.told, 2);
     KXInputEventManager::setObserver(&notes);
     notes.take();
     operatorPresses(Qt::Key_Home);

@@ -173,6 +173,21 @@ TEST_F(WithoutMemory, the_keypad_opens_its_bus_with_the_whole_layout_or_not_at_a
     KXSimulation::reset(); // the process keeps the keypad's bus
 }
 
+TEST_F(WithoutMemory, the_keypad_closes_a_bus_that_nobody_would_read_and_says_so) {
+    CANRemoteOptions options = layoutWithKeyAt(keyId);
+    options.enabled = true;
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(manager->setCANRemoteOptions(options), 0);
+    const unsigned int livingBefore = KXSimulation::getLivingObjects();
+    int status = 0;
+    failEachAllocation([&] { status = manager->setCANRemoteOptions(options); }, [] {});
+    EXPECT_EQ(status, 20) << "the last allocation is that of the end point";
+    EXPECT_EQ(KXSimulation::getLivingObjects(), livingBefore);
+    testing::internal::GetCapturedStdout();
+    KXInputEventManager::deleteInstance();
+    KXSimulation::reset(); // the process keeps the keypad's bus
+}
+
 TEST_F(WithoutMemory, an_end_point_is_refused) {
     KXEndPointManager endPoints;
     CANRemoteHandler handler(manager);

@@ -8,3 +8,11 @@ extern "C" KX_EXPORT void generateHome() {
     event.keyCode = KX::KX_KEY_HOME;
     KX::KXInputEventManager::generateKeyEvent(event);
 }
+
+extern "C" KX_EXPORT void createManager() {
+    KX::KXInputEventManager::createInstance();
+}
+
+extern "C" KX_EXPORT void deleteManager() {
+    KX::KXInputEventManager::deleteInstance();
+}

@@ -181,6 +181,16 @@ TEST_F(EventNotifierTest, AManagerThatIsDeinitialisedHasNoEventsLeft) {
     EXPECT_THAT(seen, IsEmpty());
 }
 
+// A connection by name to an object of another thread needs it.
+TEST_F(EventNotifierTest, MakesTheTypeOfItsEventsKnownByName) {
+    const KXEventNotifier notifier;
+#if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
+    EXPECT_TRUE(QMetaType::fromName("KX::KXInputEvent").isValid());
+#else
+    EXPECT_NE(QMetaType::UnknownType, QMetaType::type("KX::KXInputEvent"));
+#endif
+}
+
 TEST_F(EventNotifierTest, BelongsToItsParent) {
     QObject parent;
     const auto* const notifier = new KXEventNotifier(&parent);

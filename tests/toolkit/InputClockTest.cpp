@@ -126,6 +126,12 @@ TEST(InputClockTest, ALearnedDistanceGrowsOverManyInputsToo) {
     EXPECT_EQ(now + 20000 - 50 + 2, clock.tickOf(now - distance + 20000 - 50, now + 20000));
 }
 
+TEST(InputClockTest, AnInputThatIsExactlyInTimeDoesNotDelayTheGrowth) {
+    InputClock clock = learnedClock();
+    EXPECT_EQ(now + 5000, clock.tickOf(now - distance + 5000, now + 5000));
+    EXPECT_EQ(now + 9500 + 1, clock.tickOf(now - distance + 9500, now + 10000));
+}
+
 TEST(InputClockTest, ADistanceThatIsLearnedAnewGrowsFromThenOn) {
     InputClock clock = learnedClock();
     clock.tickOf(now - distance + 9000 + 100, now + 9000); // less delayed than the first by 100 ms
@@ -192,6 +198,22 @@ TEST(InputClockTest, WhenAllInputIsLateForMoreThanAMinuteTheClocksDiffer) {
     }
 }
 
+// The time before the first input counts like any rest; a clock that has just begun to count has less of it.
+TEST(InputClockTest, AllInputMayBeLateFromTheFirstOn) {
+    for (const std::uint32_t first : {500U, now})
+        for (const std::uint32_t beyond : {0U, 1U}) {
+            InputClock clock;
+            std::uint32_t seenAt = first;
+            std::uint32_t input = 0;
+            for (; input < 60; ++input, seenAt += 1000) {
+                const std::uint32_t madeAt = seenAt - 1500 - input % 2 * 10;
+                EXPECT_EQ(madeAt, clock.tickOf(madeAt, seenAt)) << "input " << input;
+            }
+            seenAt += beyond - std::min(first, 1000U); // late for a minute now
+            EXPECT_EQ(beyond == 0 ? seenAt - 1500 : seenAt, clock.tickOf(seenAt - 1500, seenAt)) << first;
+        }
+}
+
 TEST(InputClockTest, ADistanceThatIsLearnedAnewIsNotRefutedByTheNextLateInput) {
     InputClock clock;
     clock.tickOf(now, now);
@@ -199,6 +221,17 @@ TEST(InputClockTest, ADistanceThatIsLearnedAnewIsNotRefutedByTheNextLateInput) {
         clock.tickOf(now + passed, now + passed + unequally(5000, passed));
     EXPECT_EQ(now + 70000, clock.tickOf(now + 65000, now + 70000)) << "learned";
     EXPECT_EQ(now + 75000, clock.tickOf(now + 70000, now + 76500));
+}
+
+TEST(InputClockTest, BesideALearnedDistanceAllInputMayBeLateForAMinuteToo) {
+    constexpr std::uint32_t growth = 6; // of the distance in a minute
+    for (const std::uint32_t beyond : {0U, 1U}) {
+        InputClock clock = learnedClock();
+        for (std::uint32_t passed = 1000; passed <= 60000; passed += 1000)
+            clock.tickOf(now - distance + passed - unequally(1500, passed), now + passed);
+        const std::uint32_t seenAt = now + 60000 + beyond;
+        EXPECT_EQ(beyond == 0 ? seenAt - 1500 + growth : seenAt, clock.tickOf(seenAt - 1500 - distance, seenAt));
+    }
 }
 
 TEST(InputClockTest, OneInputInTimeShowsThatTheOthersWereLate) {
@@ -264,6 +297,29 @@ TEST(InputClockTest, OneInputSeenAtOnceShowsThatEquallyLateOnesWereLate) {
         const std::uint32_t delay = input % 10 == 0 ? 0 : 200;
         EXPECT_EQ(seenAt - delay, clock.tickOf(seenAt - delay, seenAt)) << input;
     }
+}
+
+TEST(InputClockTest, OnlyTheTimeOfTheInputsThatAreEquallyLateCounts) {
+    for (const std::uint32_t delayBetween : {0U, 300U}) {
+        InputClock clock;
+        std::uint32_t seenAt = now;
+        for (int input = 1; input <= 9; ++input, seenAt += 250)
+            EXPECT_EQ(seenAt - 500, clock.tickOf(seenAt - 500, seenAt));
+        EXPECT_EQ(seenAt - delayBetween, clock.tickOf(seenAt - delayBetween, seenAt));
+        seenAt += 1000;
+        for (int input = 1; input <= 10; ++input, seenAt += 100)
+            EXPECT_EQ(seenAt - 500, clock.tickOf(seenAt - 500, seenAt)) << input << ", behind " << delayBetween;
+    }
+}
+
+TEST(InputClockTest, TheNextDistanceNeedsTenInputsOfItsOwn) {
+    InputClock clock;
+    std::uint32_t seenAt = now;
+    for (int input = 1; input <= 10; ++input, seenAt += 250)
+        EXPECT_EQ(input < 10 ? seenAt - 700 : seenAt, clock.tickOf(seenAt - 700, seenAt)) << input;
+    seenAt += 1000;
+    for (int input = 1; input <= 10; ++input, seenAt += 250)
+        EXPECT_EQ(input < 10 ? seenAt - 700 : seenAt, clock.tickOf(seenAt - 1400, seenAt)) << input;
 }
 
 // The worst that it can do is to take a delay for a distance. The next input that is seen sooner puts that right.

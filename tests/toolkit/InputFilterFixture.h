@@ -18,6 +18,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <ostream>
 #include <vector>
 
@@ -41,6 +43,21 @@ constexpr int width = 400;
 constexpr int height = 300;
 inline const QPoint inside(200, 200);
 inline const QPoint outside(width + 5, 200);
+
+// Notes what an object gets of the events that the filter has seen before it.
+class ReceivedTypes : public QObject {
+public:
+    explicit ReceivedTypes(QObject& watched) { watched.installEventFilter(this); }
+
+    bool eventFilter(QObject* /*watched*/, QEvent* event) override {
+        types.push_back(event->type());
+        return false;
+    }
+
+    std::ptrdiff_t count(QEvent::Type type) const { return std::count(types.begin(), types.end(), type); }
+
+    std::vector<QEvent::Type> types;
+};
 
 // A window with a button and a text field on a display without a screen. The operator's input goes to the native
 // window, where the window system would deliver it.
@@ -97,6 +114,12 @@ protected:
         QMouseEvent move(QEvent::MouseMove, position, window.mapToGlobal(position), Qt::NoButton, buttons,
                          Qt::NoModifier);
         QCoreApplication::sendEvent(native(), &move);
+    }
+
+    // As KXInputEventManager::generateKeyEvent does.
+    void postKeyOfLibrary(QEvent::Type type, Qt::Key key) {
+        QCoreApplication::postEvent(&window, new QKeyEvent(type, key, Qt::NoModifier));
+        QCoreApplication::processEvents();
     }
 
     void send(QObject* receiver, QEvent::Type type) {

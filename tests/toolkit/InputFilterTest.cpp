@@ -1,6 +1,8 @@
 #include "tests/toolkit/InputFilterFixture.h"
 #include "toolkit/InputOwners.h"
 
+#include <QApplication>
+
 #include <memory>
 #include <vector>
 
@@ -113,12 +115,80 @@ TEST_F(InputFilterTest, AReleaseIsNotJudgedByATimerThatWasLate) {
                                      Reported{TOOLKIT_KEY_AUTO_REPEAT_PRESS_EVENT, Qt::Key_End}));
 }
 
+// Counts how often the timer of a release that may be auto-repeat has ended.
+class SuspicionEnds : public QObject {
+public:
+    SuspicionEnds() { QCoreApplication::instance()->installEventFilter(this); }
+
+    bool eventFilter(QObject* receiver, QEvent* event) override {
+        const auto* const timer = event->type() == QEvent::Timer ? qobject_cast<QTimer*>(receiver) : nullptr;
+        if (timer && timer->interval() == InputFilter::suspicionMs)
+            ++count;
+        return false;
+    }
+
+    int count = 0;
+};
+
+TEST_F(InputFilterTest, AReleaseWaitsOnceMoreForATimerThatWasLateAndIsThenReported) {
+    for (const int tookMs : {InputFilter::lateMs - 1, InputFilter::lateMs, InputFilter::lateMs + 1}) {
+        SCOPED_TRACE(tookMs);
+        reports.clear();
+        sendKey(QEvent::KeyPress, 1000);
+        KXSimulation::setTick(77);
+        sendKey(QEvent::KeyRelease, 3300);
+        KXSimulation::setTick(77 + static_cast<unsigned int>(tookMs));
+        SuspicionEnds ends;
+        EXPECT_TRUE(QTest::qWaitFor([this] { return reports.size() == 2; }, 30000));
+        EXPECT_EQ(TOOLKIT_KEY_RELEASE_EVENT, lastReport.eventType);
+        EXPECT_EQ(tookMs < InputFilter::lateMs ? 1 : 2, ends.count);
+    }
+}
+
+TEST_F(InputFilterTest, TheTimesOfAutoRepeatAreThosePromised) {
+    EXPECT_EQ(100, InputFilter::shortestRepeatDelayMs);
+    EXPECT_EQ(50, InputFilter::suspicionMs);
+    EXPECT_EQ(150, InputFilter::lateMs + InputFilter::suspicionMs) << "on a busy machine";
+}
+
 TEST_F(InputFilterTest, AReleaseThatAPressOfAnotherTimeFollowsIsReportedBeforeIt) {
     sendKey(QEvent::KeyPress, 1000);
     sendKey(QEvent::KeyRelease, 3300);
     sendKey(QEvent::KeyPress, 3301);
     const Reported press{TOOLKIT_KEY_PRESS_EVENT, Qt::Key_End};
     EXPECT_THAT(reports, ElementsAre(press, Reported{TOOLKIT_KEY_RELEASE_EVENT, Qt::Key_End}, press));
+}
+
+TEST_F(InputFilterTest, AKeyThatIsPressedAgainBehindAReleaseThatWaitsIsHeld) {
+    sendKey(QEvent::KeyPress, 1000);
+    sendKey(QEvent::KeyRelease, 3300);
+    sendKey(QEvent::KeyPress, 3301);
+    reports.clear();
+    send(&window, QEvent::WindowDeactivate);
+    EXPECT_THAT(reports, ElementsAre(Reported{TOOLKIT_KEY_RELEASE_EVENT, Qt::Key_End}));
+}
+
+TEST_F(InputFilterTest, AReleaseThatWaitsIsReportedBeforeThatOfAnotherKey) {
+    sendKey(QEvent::KeyPress, 1000, Qt::Key_Home);
+    sendKey(QEvent::KeyPress, 1010, Qt::Key_End);
+    reports.clear();
+    sendKey(QEvent::KeyRelease, 3300, Qt::Key_Home);
+    sendKey(QEvent::KeyRelease, 3310, Qt::Key_End);
+    turnWheel(120); // whatever is held back comes first
+    ASSERT_EQ(3U, reports.size());
+    EXPECT_EQ((Reported{TOOLKIT_KEY_RELEASE_EVENT, Qt::Key_Home}), reports[0]);
+    EXPECT_EQ((Reported{TOOLKIT_KEY_RELEASE_EVENT, Qt::Key_End}), reports[1]);
+}
+
+TEST_F(InputFilterTest, AReleaseThatWaitsIsReportedOnceWhenTheWindowStopsBeingActive) {
+    sendKey(QEvent::KeyPress, 1000);
+    KXSimulation::setTick(77);
+    sendKey(QEvent::KeyRelease, 3300);
+    KXSimulation::setTick(99);
+    send(&window, QEvent::WindowDeactivate);
+    EXPECT_THAT(reports, ElementsAre(Reported{TOOLKIT_KEY_PRESS_EVENT, Qt::Key_End},
+                                     Reported{TOOLKIT_KEY_RELEASE_EVENT, Qt::Key_End}));
+    EXPECT_EQ(77U, lastReport.timeStamp);
 }
 
 TEST_F(InputFilterTest, AReleaseIsReportedBeforeWhateverComesNext) {
@@ -147,6 +217,21 @@ TEST_F(InputFilterTest, ReportsAKeyThatTheLibraryPostsToTheWindow) {
                                      Reported{TOOLKIT_KEY_RELEASE_EVENT, Qt::Key_Home}));
 }
 
+TEST_F(InputFilterTest, AKeyThatTheLibraryPostsStopsAtTheWindow) {
+    ReceivedTypes received(window);
+    postKeyOfLibrary(QEvent::KeyPress, Qt::Key_Home);
+    EXPECT_EQ(1U, reports.size());
+    EXPECT_EQ(0, received.count(QEvent::KeyPress));
+}
+
+// It has no time, so nobody can tell how long the key was held.
+TEST_F(InputFilterTest, AReleaseThatTheLibraryPostsIsReportedAtOnce) {
+    sendKey(QEvent::KeyPress, 1000, Qt::Key_Home);
+    postKeyOfLibrary(QEvent::KeyRelease, Qt::Key_Home);
+    EXPECT_THAT(reports, ElementsAre(Reported{TOOLKIT_KEY_PRESS_EVENT, Qt::Key_Home},
+                                     Reported{TOOLKIT_KEY_RELEASE_EVENT, Qt::Key_Home}));
+}
+
 TEST_F(InputFilterTest, KeysReachNoWidget) {
     button.setFocusPolicy(Qt::StrongFocus);
     button.setFocus();
@@ -167,6 +252,19 @@ TEST_F(InputFilterTest, KeysAreThoseOfAFieldForTextWhileItHasTheFocus) {
     EXPECT_THAT(reports, IsEmpty());
 }
 
+TEST_F(InputFilterTest, KeysAreThoseOfAPopupWhileItIsOpen) {
+    QWidget popup(&window, Qt::Popup);
+    popup.show();
+    ASSERT_EQ(&popup, QApplication::activePopupWidget());
+    reports.clear();
+    QTest::keyClick(native(), Qt::Key_Down);
+    EXPECT_THAT(reports, IsEmpty());
+    popup.hide();
+    ASSERT_EQ(nullptr, QApplication::activePopupWidget());
+    QTest::keyClick(native(), Qt::Key_Down);
+    EXPECT_EQ(2U, reports.size());
+}
+
 TEST_F(InputFilterTest, AKeyThatWasReportedIsReportedAsReleasedInAFieldForTextToo) {
     QTest::keyPress(native(), Qt::Key_End);
     field.setFocus();
@@ -181,6 +279,26 @@ TEST_F(InputFilterTest, KeysHeldWhenTheWindowStopsBeingActiveAreReleased) {
     send(&window, QEvent::WindowDeactivate);
     EXPECT_THAT(reports, ElementsAre(Reported{TOOLKIT_KEY_PRESS_EVENT, Qt::Key_End},
                                      Reported{TOOLKIT_KEY_RELEASE_EVENT, Qt::Key_End}));
+}
+
+TEST_F(InputFilterTest, ButtonsAndThenKeysAreTakenAwayWithTheWindow) {
+    sendKey(QEvent::KeyPress, 1000);
+    sendMouse(QEvent::MouseButtonPress, inside);
+    reports.clear();
+    send(&window, QEvent::WindowDeactivate);
+    EXPECT_THAT(reports, ElementsAre(Reported{TOOLKIT_MOUSE_ESCAPE_EVENT, Qt::LeftButton},
+                                     Reported{TOOLKIT_KEY_RELEASE_EVENT, Qt::Key_End}));
+}
+
+TEST_F(InputFilterTest, AKeyThatWasReleasedIsNotReleasedWithTheWindow) {
+    for (const unsigned long heldMs : {10UL, 3000UL}) {
+        sendKey(QEvent::KeyPress, 10000);
+        sendKey(QEvent::KeyRelease, 10000 + heldMs);
+        turnWheel(120); // whatever is held back comes first
+        reports.clear();
+        send(&window, QEvent::WindowDeactivate);
+        EXPECT_THAT(reports, IsEmpty()) << "held for " << heldMs;
+    }
 }
 
 TEST_F(InputFilterTest, AKeyThatTheWindowHasReleasedIsNotReleasedAgain) {
@@ -250,6 +368,50 @@ TEST_F(InputFilterTest, AFieldForTextGetsTheReleaseOfItsOwnPress) {
     EXPECT_EQ(2U, reports.size());
 }
 
+TEST_F(InputFilterTest, AFieldForTextGetsNoReleaseOfTheKeyThatRepeatsInIt) {
+    QTest::keyPress(native(), Qt::Key_End);
+    send(&window, QEvent::WindowBlocked); // and the dialog is gone before the key is let go
+    field.setFocus();
+    ReceivedTypes received(field);
+    QKeyEvent repeat(QEvent::KeyPress, Qt::Key_End, Qt::NoModifier, QString(), true);
+    QCoreApplication::sendEvent(native(), &repeat);
+    EXPECT_EQ(1, received.count(QEvent::KeyPress));
+    QTest::keyRelease(native(), Qt::Key_End);
+    EXPECT_EQ(0, received.count(QEvent::KeyRelease)) << "it is that of the press that was reported";
+    EXPECT_EQ(2U, reports.size());
+}
+
+TEST_F(InputFilterTest, OfTwoHeldKeysWithoutAScanCodeEachIsReleased) {
+    for (const Qt::Key first : {Qt::Key_Home, Qt::Key_End}) {
+        const Qt::Key second = first == Qt::Key_Home ? Qt::Key_End : Qt::Key_Home;
+        sendKey(QEvent::KeyPress, 1000, Qt::Key_Home);
+        sendKey(QEvent::KeyPress, 1010, Qt::Key_End);
+        reports.clear();
+        sendKey(QEvent::KeyRelease, 1020, first);
+        sendKey(QEvent::KeyRelease, 1030, second);
+        EXPECT_THAT(reports, ElementsAre(Reported{TOOLKIT_KEY_RELEASE_EVENT, first},
+                                         Reported{TOOLKIT_KEY_RELEASE_EVENT, second}));
+    }
+}
+
+TEST_F(InputFilterTest, MouseAndTouchArePassedOn) {
+    ReceivedTypes received(*native());
+    sendMouse(QEvent::MouseButtonPress, inside);
+    moveTo(inside + QPoint(20, 0), Qt::LeftButton);
+    sendMouse(QEvent::MouseButtonRelease, inside);
+    sendMouse(QEvent::MouseButtonDblClick, inside);
+    sendMouse(QEvent::MouseButtonRelease, inside);
+    QEnterEvent enter(inside, inside, inside);
+    QCoreApplication::sendEvent(native(), &enter);
+    send(native(), QEvent::Leave);
+    QTouchEvent cancel(QEvent::TouchCancel, QTest::createTouchDevice());
+    QCoreApplication::sendEvent(native(), &cancel);
+    EXPECT_THAT(received.types,
+                ElementsAre(QEvent::MouseButtonPress, QEvent::MouseMove, QEvent::MouseButtonRelease,
+                            QEvent::MouseButtonDblClick, QEvent::MouseButtonRelease, QEvent::Enter, QEvent::Leave,
+                            QEvent::TouchCancel));
+}
+
 TEST_F(InputFilterTest, ReportsAMouseButtonOnceAndLetsTheWidgetReact) {
     KXSimulation::setTick(99);
     bool clicked = false;
@@ -280,6 +442,17 @@ TEST_F(InputFilterTest, ADoubleClickInsteadOfTheSecondPressIsAPress) {
     const Reported press{TOOLKIT_MOUSE_PRESS_EVENT, Qt::RightButton};
     const Reported release{TOOLKIT_MOUSE_RELEASE_EVENT, Qt::RightButton};
     EXPECT_THAT(reports, ElementsAre(press, release, press, release));
+}
+
+// As Qt hands it to a native window. The manager ignores the report, but other receivers see it.
+TEST_F(InputFilterTest, ADoubleClickBehindTheSecondPressIsReportedAsSuch) {
+    for (const QEvent::Type type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease, QEvent::MouseButtonPress,
+                                    QEvent::MouseButtonDblClick, QEvent::MouseButtonRelease})
+        sendMouse(type, inside, Qt::RightButton);
+    const Reported press{TOOLKIT_MOUSE_PRESS_EVENT, Qt::RightButton};
+    const Reported release{TOOLKIT_MOUSE_RELEASE_EVENT, Qt::RightButton};
+    EXPECT_THAT(reports, ElementsAre(press, release, press,
+                                     Reported{TOOLKIT_MOUSE_DOUBLE_PRESS_EVENT, Qt::RightButton}, release));
 }
 
 TEST_F(InputFilterTest, APressOutsideTheWindowIsNotReported) {
@@ -454,6 +627,18 @@ TEST_F(InputFilterTest, InputBelongsToTheWidgetThatOwnsItAndToItsChildren) {
     EXPECT_EQ(3U, reports.size());
 }
 
+TEST_F(InputFilterTest, TheWheelReachesAWidgetOnlyIfThatOwnsIt) {
+    QWidget panel(&window);
+    panel.setGeometry(150, 150, 100, 100);
+    panel.show();
+    ReceivedTypes received(panel);
+    turnWheel(120);
+    EXPECT_EQ(0, received.count(QEvent::Wheel));
+    setOwnsInput(panel, InputKind::Wheel, true);
+    turnWheel(120);
+    EXPECT_EQ(1, received.count(QEvent::Wheel));
+}
+
 TEST_F(InputFilterTest, AWindowThatOwnsItsInputKeepsAllOfIt) {
     setOwnsInput(window, InputKind::Presses, true);
     setOwnsInput(window, InputKind::Wheel, true);
@@ -526,6 +711,19 @@ TEST(InputFilterOfAWindowThatIsDestroyed, ReleasesWhatIsDownAndReportsNothingMor
     QCoreApplication::postEvent(&other, new QKeyEvent(QEvent::KeyPress, Qt::Key_Home, Qt::NoModifier));
     QCoreApplication::processEvents();
     EXPECT_EQ(2U, types.size());
+}
+
+TEST(InputFilterOfAWindowThatIsDestroyed, LeavesOtherWindowsTheirEvents) {
+    auto window = std::make_unique<QWidget>();
+    InputClock clock;
+    const InputFilter filter(
+        *window, [](KXToolkitEvent& /*event*/) {}, {false, true}, clock);
+    window.reset();
+    QWidget other;
+    ReceivedTypes received(other);
+    QCoreApplication::postEvent(&other, new QKeyEvent(QEvent::KeyPress, Qt::Key_Home, Qt::NoModifier));
+    QCoreApplication::processEvents();
+    EXPECT_EQ(1, received.count(QEvent::KeyPress));
 }
 
 } // namespace

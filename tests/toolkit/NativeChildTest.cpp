@@ -29,6 +29,12 @@ protected:
         QCoreApplication::sendEvent(child.windowHandle(), &event);
     }
 
+    void turnWheelOverChild() {
+        QWheelEvent turn(inChild, child.mapToGlobal(inChild), QPoint(), QPoint(0, 120), Qt::NoButton,
+                         Qt::NoModifier, Qt::NoScrollPhase, false);
+        QCoreApplication::sendEvent(child.windowHandle(), &turn);
+    }
+
     QWidget frame{&window};
     QWidget child{&frame};
 };
@@ -68,9 +74,7 @@ TEST_F(NativeChildTest, AMoveOutOfItIsMeasuredInTheWindow) {
 }
 
 TEST_F(NativeChildTest, ItsWheelAndKeysAreReported) {
-    QWheelEvent turn(inChild, child.mapToGlobal(inChild), QPoint(), QPoint(0, 120), Qt::NoButton, Qt::NoModifier,
-                     Qt::NoScrollPhase, false);
-    QCoreApplication::sendEvent(child.windowHandle(), &turn);
+    turnWheelOverChild();
     EXPECT_EQ(TOOLKIT_WHEEL_EVENT, lastReport.eventType);
     QTest::keyPress(child.windowHandle(), Qt::Key_End);
     EXPECT_EQ(TOOLKIT_KEY_PRESS_EVENT, lastReport.eventType);
@@ -79,6 +83,24 @@ TEST_F(NativeChildTest, ItsWheelAndKeysAreReported) {
 TEST_F(NativeChildTest, ItKeepsTheInputThatItOwns) {
     setOwnsInput(child, InputKind::Presses, true);
     QTest::mouseClick(child.windowHandle(), Qt::LeftButton, Qt::NoModifier, inChild);
+    EXPECT_THAT(reports, IsEmpty());
+}
+
+TEST_F(NativeChildTest, ItKeepsTheWheelThatItOwns) {
+    setOwnsInput(child, InputKind::Wheel, true);
+    turnWheelOverChild();
+    EXPECT_THAT(reports, IsEmpty());
+}
+
+TEST_F(NativeChildTest, OfAnotherWindowItIsNotReported) {
+    QWidget other;
+    QWidget childOfOther(&other);
+    childOfOther.setAttribute(Qt::WA_NativeWindow);
+    other.show();
+    ASSERT_NE(nullptr, childOfOther.windowHandle());
+    reports.clear();
+    QTest::mouseClick(childOfOther.windowHandle(), Qt::LeftButton, Qt::NoModifier, inChild);
+    QTest::keyClick(childOfOther.windowHandle(), Qt::Key_End);
     EXPECT_THAT(reports, IsEmpty());
 }
 

@@ -58,11 +58,22 @@ TEST(WheelDetentsTest, TheWidestTurnBehindAPartOfADetentCounts) {
     EXPECT_EQ(-1, wheel.turn(-112));
 }
 
-TEST(WheelDetentsTest, TheLeastRestDoesNotDelayAReversal) {
+TEST(WheelDetentsTest, NoRestDelaysOrHastensAReversal) {
+    for (const int sign : {1, -1})
+        for (const int rest : {1, 2, 119}) {
+            KXWheelDetents wheel;
+            EXPECT_EQ(0, wheel.turn(sign * rest));
+            EXPECT_EQ(0, wheel.turn(-sign * 119)) << "behind " << sign * rest;
+            EXPECT_EQ(-sign, wheel.turn(-sign)) << "behind " << sign * rest;
+        }
+}
+
+TEST(WheelDetentsTest, TheLeastTurnIsAReversal) {
     for (const int sign : {1, -1}) {
         KXWheelDetents wheel;
-        EXPECT_EQ(0, wheel.turn(sign));
-        EXPECT_EQ(-sign, wheel.turn(-sign * 120));
+        EXPECT_EQ(0, wheel.turn(sign * 110));
+        EXPECT_EQ(0, wheel.turn(-sign));
+        EXPECT_EQ(-sign, wheel.turn(-sign * 119)) << "behind " << sign * 110;
     }
 }
 
