@@ -11,12 +11,16 @@
 
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <ctime>
 #include <fcntl.h>
+#include <functional>
 #include <memory>
 #include <string>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -27,11 +31,32 @@ std::atomic<int> lastLocked{-1};
 std::atomic<bool> forksWhenLocked{false};
 pid_t forkedChild = -1; // lives until it is killed
 
+/// Called with the descriptor of the folder before each attempt to lock it.
+std::function<void(int)> beforeLock;
+
+/// Pauses of the program take no time then.
+bool pausesAreCounted = false;
+std::chrono::nanoseconds paused{0};
+
 } // namespace
 
-// Replaces a function of the system for the whole program, libraries included.
+// Replace functions of the system for the whole program, libraries included.
+
+extern "C" KX_EXPORT int nanosleep(const timespec* time, timespec* rest) {
+    if (!pausesAreCounted) {
+        const int error = clock_nanosleep(CLOCK_MONOTONIC, 0, time, rest);
+        if (error != 0)
+            errno = error;
+        return error == 0 ? 0 : -1;
+    }
+    paused += std::chrono::seconds(time->tv_sec) + std::chrono::nanoseconds(time->tv_nsec);
+    return 0;
+}
+
 extern "C" KX_EXPORT int flock(int descriptor, int operation) noexcept {
     lastLocked = descriptor;
+    if (beforeLock && (operation & LOCK_NB) != 0)
+        beforeLock(descriptor);
     const auto result = static_cast<int>(syscall(SYS_flock, descriptor, operation));
     if (forksWhenLocked.exchange(false)) {
         forkedChild = fork();
@@ -112,6 +137,66 @@ TEST(BusSurroundingsTest, aChildThatIsForkedWhileTheFolderIsLockedDoesNotKeepThe
     EXPECT_TRUE(first->isConnected());
     ASSERT_TRUE(second);
     EXPECT_TRUE(second->isConnected());
+}
+
+// Its owner needs some system calls only.
+TEST(BusSurroundingsTest, aLockedFolderIsTriedTwentyTimesAMillisecondApart) {
+    const BusFolder bus;
+    for (const int freeAt : {1, 2, 19, 20, 21}) {
+        const int owner = open(bus.folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        ASSERT_EQ(flock(owner, LOCK_EX), 0);
+        int attempts = 0;
+        beforeLock = [&](int) {
+            if (++attempts == freeAt)
+                flock(owner, LOCK_UN);
+        };
+        pausesAreCounted = true;
+        paused = paused.zero();
+        const std::unique_ptr<KX::KXCANRaw> endPoint(KX::KXCANRaw::create(0, 0, 0));
+        pausesAreCounted = false;
+        beforeLock = nullptr;
+        EXPECT_TRUE(endPoint);
+        EXPECT_EQ(endPoint && endPoint->isConnected(), freeAt <= 20) << "free before attempt " << freeAt;
+        EXPECT_EQ(paused, std::chrono::milliseconds(freeAt - 1));
+        close(owner);
+    }
+}
+
+TEST(BusSurroundingsTest, theFolderIsNotInheritedByAProgramThatIsStarted) {
+    const BusFolder bus;
+    int flags = 0;
+    beforeLock = [&](int descriptor) { flags = fcntl(descriptor, F_GETFD); };
+    const std::unique_ptr<KX::KXCANRaw> endPoint(KX::KXCANRaw::create(0, 0, 0));
+    beforeLock = nullptr;
+    EXPECT_EQ(flags, FD_CLOEXEC);
+}
+
+// Otherwise another process could find a file without a socket behind it, and replace it.
+TEST(BusSurroundingsTest, aBusThatClosesTakesItsFileAwayBeforeItsSocket) {
+    const BusFolder bus;
+    std::unique_ptr<KX::KXCANRaw> endPoint(KX::KXCANRaw::create(0, 0, 0));
+    ASSERT_TRUE(endPoint);
+    const int descriptor = endPoint->getReadEndPointID();
+    bool isOpen = false;
+    beforeLock = [&](int) {
+        struct stat status {};
+        isOpen = fstat(descriptor, &status) == 0 && S_ISSOCK(status.st_mode);
+    };
+    endPoint.reset();
+    beforeLock = nullptr;
+    EXPECT_TRUE(isOpen);
+}
+
+TEST(BusSurroundingsTest, aBusThatCannotBeOpenedLeavesDescriptor0Free) {
+    const BusFolder bus;
+    ASSERT_EQ(mkdir(bus.path.c_str(), 0700), 0);
+    const int standardInput = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 100);
+    close(STDIN_FILENO);
+    EXPECT_EQ(std::unique_ptr<KX::KXCANRaw>(KX::KXCANRaw::create(0, 0, 0)), nullptr);
+    EXPECT_EQ(fcntl(0, F_GETFD), -1);
+    if (standardInput >= 0)
+        dup2(standardInput, STDIN_FILENO);
+    close(standardInput);
 }
 
 TEST(BusSurroundingsTest, anErrorOfAnEarlierCallDoesNotMatter) {

@@ -2,10 +2,12 @@
 
 #include "platform/KXCANRaw.h"
 #include "support/BusFolder.h"
+#include "support/SteadyClock.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdlib>
 #include <memory>
 #include <string>
@@ -54,6 +56,30 @@ TEST(BusThreadsTest, askForABusThatIsReconnected) {
     isDone = true;
     asking.join();
     EXPECT_TRUE(bus->isConnected());
+}
+
+// Each question finds that another second has passed.
+TEST(BusThreadsTest, lookAtTheFileOfABusThatIsReconnected) {
+    const BusFolder folder;
+    const StandingClock clock;
+    clock.advanceAtEachQuestion(std::chrono::seconds(1));
+    const std::unique_ptr<KX::KXCANRaw> bus(KX::KXCANRaw::create(0, 0, 0));
+    ASSERT_TRUE(bus);
+    testing::internal::CaptureStderr();
+    std::atomic<bool> isDone{false};
+    std::atomic<int> asked{0};
+    std::thread asking([&] {
+        for (; !isDone; ++asked)
+            bus->isConnected();
+    });
+    while (asked == 0)
+        std::this_thread::yield();
+    for (int round = 0; round < rounds; ++round)
+        EXPECT_EQ(bus->reconnect(), 0);
+    isDone = true;
+    asking.join();
+    EXPECT_TRUE(bus->isConnected());
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "") << "nobody else has removed it";
 }
 
 } // namespace

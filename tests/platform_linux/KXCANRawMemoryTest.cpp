@@ -1,6 +1,8 @@
 #include "platform/KXCANRaw.h"
 #include "platform/KXEndPointHandler.h"
 #include "platform/KXEndPointManager.h"
+#include "platform/KXPipe.h"
+#include "platform/KXTick.h"
 #include "support/BusFolder.h"
 #include "support/Waiting.h"
 #include "tests/support/HeapCount.h"
@@ -9,6 +11,8 @@
 
 #include <filesystem>
 #include <memory>
+#include <memory_resource>
+#include <vector>
 
 namespace {
 
@@ -66,6 +70,30 @@ TEST(KXCANRawMemory, aReconnectWithoutMemoryFailsOrSucceedsAsWithIt) {
     std::filesystem::remove(folder.path);
     EXPECT_EQ(reconnect(), 0);
     EXPECT_TRUE(bus->isConnected());
+}
+
+// A wait comes with every frame of a busy bus.
+TEST(KXEndPointManagerMemory, aWaitForThirtyEndPointsAllocatesNothing) {
+    KX::KXEndPointManager manager;
+    IdleHandler handler;
+    std::vector<std::unique_ptr<KX::KXPipe>> pipes;
+    for (int i = 0; i < 30; ++i) {
+        pipes.push_back(std::make_unique<KX::KXPipe>());
+        ASSERT_EQ(pipes.back()->init(), 0);
+        ASSERT_EQ(manager.addEndPoint(pipes.back().get(), &handler), 0);
+        char byte = 0;
+        ASSERT_EQ(pipes.back()->writeIntoPipe(&byte, 1), 0);
+    }
+    // The allocator of this program does not see what a memory resource allocates.
+    std::pmr::memory_resource* const usual = std::pmr::set_default_resource(std::pmr::null_memory_resource());
+    const unsigned long before = KX::test::heapAllocations;
+    int calls = 0;
+    EXPECT_NO_THROW(calls = manager.waitForEndPoints(KX::KXTick::getTickCount(), 0));
+    EXPECT_EQ(KX::test::heapAllocations, before);
+    EXPECT_EQ(calls, 30);
+    std::pmr::set_default_resource(usual);
+    for (const auto& pipe : pipes)
+        EXPECT_EQ(manager.removeEndPoint(pipe.get()), 0);
 }
 
 TEST(KXEndPointManagerMemory, anEndPointForWhichNoMemoryIsLeftIsRefused) {

@@ -30,6 +30,7 @@ namespace {
 
 using KX::KXCANMessage;
 using KX::KXCANRaw;
+using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
@@ -69,6 +70,17 @@ protected:
 
     static std::unique_ptr<KXCANRaw> create(int bus = 0) {
         return std::unique_ptr<KXCANRaw>(KXCANRaw::create(bus, 0, 0));
+    }
+
+    /// Sends datagrams to the bus that are no frames.
+    void dropOthers(int count) {
+        const auto bus = create();
+        ASSERT_NE(bus, nullptr);
+        Sender sender(path);
+        for (int i = 0; i < count; ++i)
+            ASSERT_TRUE(sender.send("x", 1));
+        KXCANMessage message;
+        EXPECT_EQ(bus->readFrame(message), 20);
     }
 
     const BusFolder busFolder;
@@ -221,6 +233,31 @@ TEST_F(VirtualCANTest, theNumberOfOtherDatagramsIsToldAtTheEnd) {
     EXPECT_THAT(runTestWith("KX_DEBUG=kx_can_raw=1", test), Not(HasSubstr("datagrams")));
 }
 
+TEST_F(VirtualCANTest, oneOtherDatagramIsDropped) {
+    dropOthers(1);
+}
+
+TEST_F(VirtualCANTest, twoOtherDatagramsAreDropped) {
+    dropOthers(2);
+}
+
+TEST_F(VirtualCANTest, theNumberIsToldOnlyIfItIsMoreThanTheOneThatWasReported) {
+    const std::string setting = "KX_DEBUG=kx_can_raw=2";
+    EXPECT_THAT(runTestWith(setting, "VirtualCANTest.oneOtherDatagramIsDropped"),
+                AllOf(HasSubstr("dropped a datagram of 1 bytes"), Not(HasSubstr("datagrams were"))));
+    EXPECT_THAT(runTestWith(setting, "VirtualCANTest.twoOtherDatagramsAreDropped"),
+                HasSubstr("[kx_can_raw:2] bus 0: 2 datagrams were no CAN frames\n"));
+}
+
+// It is tried once a second while the bus is down.
+TEST_F(VirtualCANTest, aReconnectThatFailsIsToldInTracesOnly) {
+    const std::string test = "VirtualCANTest.reconnectFailsWhileThePathIsTakenAndWorksLater";
+    const std::string reason = "bus exists and is no socket\n";
+    EXPECT_THAT(runTestWith("KX_DEBUG=kx_can_raw=4", test),
+                AllOf(HasSubstr("[kx_can_raw:4] bus 0: "), HasSubstr(reason)));
+    EXPECT_THAT(runTestWith("KX_DEBUG=kx_can_raw=3", test), Not(HasSubstr(reason)));
+}
+
 TEST_F(VirtualCANTest, hasOneSettingOnly) {
     const auto bus = create();
     ASSERT_NE(bus, nullptr);
@@ -289,6 +326,22 @@ TEST_F(VirtualCANTest, aPathThatCannotBeIsRefused) {
     const std::string justRight = tooLong.substr(0, tooLong.size() - 1);
     setBus("unix:" + justRight);
     EXPECT_NE(create(), nullptr) << justRight;
+}
+
+TEST_F(VirtualCANTest, whyAPathCannotBeIsTold) {
+    const std::string tooLong = folder + "/" + std::string(sizeof(sockaddr_un::sun_path) - folder.size() - 1, 'x');
+    const std::string missing = folder + "/missing/bus";
+    const std::string length = "the path of the virtual bus must have 1 to " +
+                               std::to_string(sizeof(sockaddr_un::sun_path) - 1) + " bytes";
+    const std::pair<std::string, std::string> cases[] = {
+        {"", length}, {tooLong, length}, {missing, missing + ": No such file or directory"}};
+    for (const auto& [impossible, reason] : cases) {
+        setBus("unix:" + impossible);
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(create(), nullptr);
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), "[kx_can_raw:1] bus 0: " + reason + "\n");
+    }
+    EXPECT_TRUE(std::filesystem::is_empty(folder)) << "it was bound at another path";
 }
 
 TEST_F(VirtualCANTest, takesItsSocketAndItsDescriptorAway) {

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <climits>
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
@@ -34,7 +35,11 @@ struct {
     int remoteFramesBefore = 0; ///< so many remote frames come before what the other node sends
     int otherNode = -1;
     int typeOfSocket = 0; ///< which the program asked for last
+    int boundTo = 0;      ///< number of the interface
+    int bufferBytes = -1; ///< which the program asked for last; -1: for none
 } can0;
+
+constexpr int numberOfCAN0 = 7;
 
 int answerAboutInterface(unsigned long question, ifreq& request) {
     if (std::strcmp(request.ifr_name, "can0") != 0) {
@@ -42,7 +47,7 @@ int answerAboutInterface(unsigned long question, ifreq& request) {
         return -1;
     }
     if (question == SIOCGIFINDEX)
-        request.ifr_ifindex = 1;
+        request.ifr_ifindex = numberOfCAN0;
     else
         request.ifr_flags = can0.isUp ? IFF_UP : 0;
     return 0;
@@ -69,6 +74,8 @@ can_filter askedFilter{};
 
 extern "C" KX_EXPORT int setsockopt(int descriptor, int level, int name, const void* value,
                                     socklen_t size) noexcept {
+    if (level == SOL_SOCKET && name == SO_RCVBUF)
+        std::memcpy(&can0.bufferBytes, value, sizeof(can0.bufferBytes));
     if (level != SOL_CAN_RAW)
         return static_cast<int>(syscall(SYS_setsockopt, descriptor, level, name, value, size));
     if (name == CAN_RAW_FILTER && size == sizeof(askedFilter))
@@ -91,6 +98,7 @@ extern "C" KX_EXPORT int ioctl(int descriptor, unsigned long question, ...) noex
 extern "C" KX_EXPORT int bind(int descriptor, const sockaddr* address, socklen_t size) noexcept {
     if (address->sa_family != AF_CAN)
         return static_cast<int>(syscall(SYS_bind, descriptor, address, size));
+    can0.boundTo = reinterpret_cast<const sockaddr_can*>(address)->can_ifindex;
     if (!can0.refusesToBind)
         return 0;
     errno = ENODEV;
@@ -267,6 +275,51 @@ TEST_F(KXCANStartTest, aLargerReceiveBufferIsLarger) {
         return bytes;
     };
     EXPECT_LT(sizeOf(8), sizeOf(80));
+}
+
+// The kernel doubles the size, which must not be more than an int can hold.
+TEST_F(KXCANStartTest, aReceiveBufferIsAskedForWithRoomForTheFramesUnlessItIsTheDefault) {
+    can0.isUp = true;
+    const struct {
+        int frames, bytes;
+    } cases[] = {{0, -1},
+                 {1, 512},
+                 {2, 1024},
+                 {2097150, 1073740800},
+                 {2097151, 1073741312},
+                 {2097152, 1073741312},
+                 {INT_MAX, 1073741312}};
+    for (const auto& test : cases) {
+        can0.bufferBytes = -1;
+        const std::unique_ptr<KXCANRaw> bus(KXCANRaw::create(0, 0, test.frames));
+        EXPECT_EQ(can0.bufferBytes, test.bytes) << test.frames << " frames";
+    }
+}
+
+TEST_F(KXCANStartTest, readsItsInterfaceOnly) {
+    can0.isUp = true;
+    can0.boundTo = 0;
+    ASSERT_NE(open(), nullptr);
+    EXPECT_EQ(can0.boundTo, numberOfCAN0) << "0 would be all interfaces";
+}
+
+TEST_F(KXCANStartTest, aProgramWithoutStandardInputReadsItAtDescriptor0) {
+    can0.isUp = true;
+    const int standardInput = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 100);
+    close(STDIN_FILENO);
+    auto bus = open();
+    EXPECT_NE(bus, nullptr);
+    if (bus) {
+        EXPECT_EQ(bus->getReadEndPointID(), 0);
+        otherNodeSends(1);
+        KX::KXCANMessage message;
+        EXPECT_EQ(bus->readFrame(message), 0);
+        bus.reset();
+        EXPECT_EQ(fcntl(0, F_GETFD), -1);
+    }
+    if (standardInput >= 0)
+        dup2(standardInput, STDIN_FILENO);
+    close(standardInput);
 }
 
 TEST_F(KXCANStartTest, oneThatGoesDownWhileItIsReadIsToldOnceAndComesBack) {

@@ -3,15 +3,22 @@
 #include "support/ChildProcess.h"
 #include "support/RedirectedError.h"
 #include "support/ResourceLimit.h"
+#include "support/SteadyClock.h"
 #include "support/Waiting.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
 #include <climits>
 #include <csignal>
+#include <cstdarg>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <fcntl.h>
 #include <functional>
@@ -21,11 +28,80 @@
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <thread>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
 namespace {
 
+/// What becomes of the writes of the library to standard error or to what that is opened anew as.
+struct Writes {
+    int count = 0;
+    std::size_t longest = 0;
+    std::size_t most = SIZE_MAX; ///< so many characters are taken at once
+    int error = 0;               ///< of the next ones
+    int errors = 0;              ///< so many give it
+};
+
+/// Not null: of the thread that set it.
+thread_local Writes* watchedWrites = nullptr;
+
+/// Looks for room. They take no time but move the clock on, if it stands.
+struct Polls {
+    std::vector<int> timeoutsMs;
+    int earlierMs = 0; ///< the first one ends so much too early
+};
+
+thread_local Polls* watchedPolls = nullptr;
+
+/// Of the next opening of standard error.
+thread_local int flagsOfOpening = -1;
+
+} // namespace
+
+// Replace functions of the system for the whole program, libraries included.
+
+extern "C" KX_EXPORT ssize_t write(int descriptor, const void* data, std::size_t size) {
+    Writes* const writes = watchedWrites;
+    if (writes) {
+        ++writes->count;
+        writes->longest = std::max(writes->longest, size);
+        size = std::min(size, writes->most);
+        if (writes->errors > 0) {
+            --writes->errors;
+            errno = writes->error;
+            return -1;
+        }
+    }
+    return syscall(SYS_write, descriptor, data, size);
+}
+
+extern "C" KX_EXPORT int poll(pollfd* queries, nfds_t count, int timeoutMs) {
+    if (Polls* const polls = watchedPolls) {
+        EXPECT_EQ(count, 1U);
+        polls->timeoutsMs.push_back(timeoutMs);
+        StandingClock::advance(std::chrono::milliseconds(timeoutMs - std::exchange(polls->earlierMs, 0)));
+        timeoutMs = 0;
+    }
+    const timespec timeout{timeoutMs / 1000, timeoutMs % 1000 * 1000000L};
+    return ppoll(queries, count, timeoutMs < 0 ? nullptr : &timeout, nullptr);
+}
+
+extern "C" KX_EXPORT int open(const char* path, int flags, ...) {
+    std::va_list arguments;
+    va_start(arguments, flags);
+    const auto mode = static_cast<mode_t>((flags & O_CREAT) != 0 ? va_arg(arguments, int) : 0);
+    va_end(arguments);
+    if (std::strcmp(path, "/proc/self/fd/2") == 0)
+        flagsOfOpening = flags;
+    return openat(AT_FDCWD, path, flags, mode);
+}
+
+namespace {
+
+using testing::ElementsAre;
 using testing::EndsWith;
 using testing::StartsWith;
 
@@ -288,6 +364,7 @@ TEST_F(KXDebugLossTest, aProgramWithoutStandardInputIsLeftWithoutIt) {
     const RedirectedError redirected(pipe.writer);
     const int input = dup(STDIN_FILENO);
     close(STDIN_FILENO); // the next descriptor that is opened is 0
+    errno = EINTR;       // of an earlier call
     print("told");
     EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1) << "what the line needed is still open";
     dup2(input, STDIN_FILENO);
@@ -347,6 +424,163 @@ TEST_F(KXDebugLossTest, aReaderThatIsOnlyBehindGetsALongLineWhole) {
     done = true;
     reader.join();
     EXPECT_TRUE(cameWhole);
+}
+
+/// Watches the writes and the looks for room of this thread, for a scope.
+class Watch {
+public:
+    Watch() {
+        watchedWrites = &writes;
+        watchedPolls = &polls;
+    }
+    ~Watch() {
+        watchedWrites = nullptr;
+        watchedPolls = nullptr;
+    }
+    Watch(const Watch&) = delete;
+    Watch& operator=(const Watch&) = delete;
+
+    Writes writes;
+    Polls polls;
+};
+
+TEST_F(KXDebugLossTest, aFullOutputGetsAHundredMillisecondsOnce) {
+    const OutputEnds pipe = OutputEnds::makePipe();
+    const RedirectedError redirected(pipe.writer);
+    printLine(4096);
+    const StandingClock clock;
+    Watch watch;
+    print("lost");
+    EXPECT_THAT(watch.polls.timeoutsMs, ElementsAre(100));
+    EXPECT_EQ(watch.writes.count, 2) << "before and after the time";
+    print("lost");
+    EXPECT_THAT(watch.polls.timeoutsMs, ElementsAre(100));
+}
+
+TEST_F(KXDebugLossTest, aWaitForRoomThatEndsEarlyGoesOnForTheRestOfItsTime) {
+    const OutputEnds pipe = OutputEnds::makePipe();
+    const RedirectedError redirected(pipe.writer);
+    printLine(4096);
+    for (const int restMs : {1, 2, 100}) {
+        const StandingClock clock;
+        {
+            Watch watch;
+            watch.polls.earlierMs = restMs;
+            print("lost");
+            EXPECT_THAT(watch.polls.timeoutsMs, ElementsAre(100, restMs));
+        }
+        pipe.readAll();
+        printLine(4096 - std::string("[kx_debug:1] 1 line lost\n").size());
+    }
+}
+
+TEST_F(KXDebugLossTest, aPipeThatMayNotBeOpenedAnewIsAskedForRoomWithoutWaitingAndGetsNoMoreThanItTakesWhole) {
+    const OutputEnds pipe = OutputEnds::makePipe();
+    ASSERT_EQ(fchmod(pipe.writer, 0), 0);
+    const StandingClock clock;
+    const NoAdministrator ordinary;
+    {
+        const RedirectedError redirected(pipe.writer);
+        Watch watch;
+        printLine(9000);
+        EXPECT_EQ(watch.writes.count, 1);
+        EXPECT_EQ(watch.writes.longest, static_cast<std::size_t>(PIPE_BUF));
+        EXPECT_THAT(watch.polls.timeoutsMs, ElementsAre(0, 0, 100, 0));
+    }
+    EXPECT_EQ(pipe.readAll().size(), static_cast<std::size_t>(PIPE_BUF));
+}
+
+TEST_F(KXDebugLossTest, anInterruptedWriteIsRepeated) {
+    const OutputEnds pipe = OutputEnds::makePipe();
+    const RedirectedError redirected(pipe.writer);
+    const StandingClock clock;
+    {
+        Watch watch;
+        watch.writes.error = EINTR;
+        watch.writes.errors = 3;
+        print("whole");
+        EXPECT_EQ(watch.writes.count, 4);
+        EXPECT_TRUE(watch.polls.timeoutsMs.empty());
+    }
+    EXPECT_EQ(pipe.readAll(), prefix + "whole\n");
+}
+
+TEST_F(KXDebugLossTest, anOutputThatHasFailedIsTriedOnceALine) {
+    const OutputEnds pipe = OutputEnds::makePipe();
+    const RedirectedError redirected(pipe.writer);
+    for (const int error : {EPIPE, EIO, ENOSPC, EBADF}) {
+        const StandingClock clock;
+        {
+            Watch watch;
+            watch.writes.error = error;
+            watch.writes.errors = 2;
+            print("lost");
+            EXPECT_EQ(watch.writes.count, 1) << error;
+            EXPECT_TRUE(watch.polls.timeoutsMs.empty()) << error;
+        }
+        print("next");
+        EXPECT_EQ(pipe.readAll(), "[kx_debug:1] 1 line lost\n" + prefix + "next\n");
+    }
+}
+
+TEST_F(KXDebugLossTest, anOutputThatTakesOneCharacterAtATimeGetsTheLineWhole) {
+    const OutputEnds pipe = OutputEnds::makePipe();
+    const RedirectedError redirected(pipe.writer);
+    {
+        const StandingClock clock;
+        Watch watch;
+        watch.writes.most = 1;
+        print("whole");
+    }
+    print("next");
+    EXPECT_EQ(pipe.readAll(), prefix + "whole\n" + prefix + "next\n");
+}
+
+TEST_F(KXDebugLossTest, aLongLineBehindANoticeComesOnceAndEndsTheLoss) {
+    OutputEnds gone = OutputEnds::makePipe();
+    gone.closeReader();
+    {
+        const RedirectedError redirected(gone.writer);
+        print("into nothing");
+    }
+    const OutputEnds sockets = OutputEnds::makeSockets(SOCK_STREAM);
+    const RedirectedError redirected(sockets.writer);
+    const std::string text(PIPE_BUF, 'x');
+    print(text);
+    print("next");
+    EXPECT_EQ(sockets.readAll(), "[kx_debug:1] 1 line lost\n" + prefix + text + "\n" + prefix + "next\n");
+}
+
+TEST_F(KXDebugLossTest, aLineIsOneDatagramHoweverLongItIs) {
+    const OutputEnds sockets = OutputEnds::makeSockets(SOCK_DGRAM);
+    {
+        const RedirectedError redirected(sockets.writer);
+        printLine(3 * PIPE_BUF);
+    }
+    std::string line(4 * PIPE_BUF, '\0');
+    EXPECT_EQ(recv(sockets.reader, line.data(), line.size(), MSG_DONTWAIT), 3 * PIPE_BUF);
+}
+
+TEST_F(KXDebugLossTest, aLineIsOneWriteToAFileHoweverLongItIs) {
+    const int file = memfd_create("errors", MFD_CLOEXEC);
+    {
+        const RedirectedError redirected(file);
+        const StandingClock clock;
+        Watch watch;
+        printLine(3 * PIPE_BUF);
+        EXPECT_EQ(watch.writes.count, 1);
+        EXPECT_TRUE(watch.polls.timeoutsMs.empty()) << "a file has no reader";
+    }
+    EXPECT_EQ(lseek(file, 0, SEEK_END), 3 * PIPE_BUF);
+    close(file);
+}
+
+TEST_F(KXDebugLossTest, whatIsOpenedAnewIsNeitherInheritedNorTheTerminalOfTheProgram) {
+    const OutputEnds pipe = OutputEnds::makePipe();
+    const RedirectedError redirected(pipe.writer);
+    flagsOfOpening = -1;
+    print("text");
+    EXPECT_EQ(flagsOfOpening & ~O_LARGEFILE, O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
 }
 
 TEST_F(KXDebugLossTest, aFileKeepsItsOrderWithTheApplicationsOwnLines) {

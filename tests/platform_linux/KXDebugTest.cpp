@@ -1,6 +1,8 @@
 #include "platform/KXDebug.h"
 
 #include "support/ChildProcess.h"
+#include "support/RedirectedError.h"
+#include "support/Waiting.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -8,6 +10,7 @@
 #include <map>
 #include <sstream>
 #include <thread>
+#include <unistd.h>
 
 namespace {
 
@@ -100,6 +103,12 @@ TEST(DebugLevels, aSectionHasTheLevelThatIsSet) {
     EXPECT_EQ(getShownLevel("kx_event_queue=4", "kx_encoder_dynamic"), 1);
 }
 
+TEST(DebugLevels, aMessageOfLevel0IsShownLikeAnError) {
+    EXPECT_THAT(say(nullptr, "a", 0), ElementsAre("[a:0] text"));
+    EXPECT_THAT(say("a=1", "a", 0), ElementsAre("[a:0] text"));
+    EXPECT_THAT(say("a=0", "a", 0), IsEmpty());
+}
+
 TEST(DebugLevels, theStarIsForAllOthers) {
     EXPECT_EQ(getShownLevel("*=3", "kx_event_queue"), 3);
     EXPECT_EQ(getShownLevel("*=0", "kx_event_queue"), 0);
@@ -148,6 +157,11 @@ TEST(DebugLevels, aMistakeWithALineEndInItIsStillOneLine) {
     EXPECT_THAT(say("two\nlines", "a", 4), ElementsAre(HasSubstr("\"two?lines\" is ignored")));
 }
 
+TEST(DebugLevels, aMistakeIsShownAsItIsButForControlCharacters) {
+    EXPECT_THAT(say("two words~\x1f!\x7f\xc3\xa9", "a", 4),
+                ElementsAre("KX_DEBUG: \"two words~?!?\xc3\xa9\" is ignored: expected section=level"));
+}
+
 TEST(KXDebugLines, tellSectionLevelAndText) {
     EXPECT_THAT(say(nullptr, "kx_event_queue", 1, "Class KXPipe has failed "),
                 ElementsAre("[kx_event_queue:1] Class KXPipe has failed "));
@@ -155,6 +169,8 @@ TEST(KXDebugLines, tellSectionLevelAndText) {
 
 TEST(KXDebugLines, aMessageIsOneLineWhateverItHolds) {
     EXPECT_EQ(run(nullptr, {"say", "a", "1", "one\ntwo\n"}).errorOutput, "[a:1] one two\n");
+    EXPECT_EQ(run(nullptr, {"say", "a", "1", "one\rtwo"}).errorOutput, "[a:1] one two\n");
+    EXPECT_EQ(run(nullptr, {"say", "a", "1", "x"}).errorOutput, "[a:1] x\n");
     EXPECT_EQ(run(nullptr, {"say", "a", "1", ""}).errorOutput, "[a:1] \n");
 }
 
@@ -178,6 +194,26 @@ TEST(KXDebugLines, anUnknownKeyIsTolerated) {
 
 TEST(KXDebugLines, errnoIsLeftAloneEvenWhenNothingCanBeWritten) {
     run(nullptr, {"errno"});
+}
+
+TEST(KXDebugLines, theFirstLineOfAProgramMayBeLost) {
+    EXPECT_EQ(run(nullptr, {"regain", "a"}).errorOutput, "[kx_debug:1] 1 line lost\n[a:1] regained\n");
+}
+
+// Its reader has time to make room.
+TEST(KXDebugLines, theFirstLineOfAProgramWaitsForRoom) {
+    const OutputEnds full = OutputEnds::makePipe();
+    const std::string page(4096, 'x');
+    ASSERT_EQ(write(full.writer, page.data(), page.size()), 4096);
+    const long long begin = getSteadyMs();
+    EXPECT_EQ(runInChild([&] {
+                  dup2(full.writer, STDERR_FILENO);
+                  execl(KX_DEBUG_SPEAKER, KX_DEBUG_SPEAKER, "say", "a", "1", "text", nullptr);
+                  return 1;
+              }),
+              0);
+    EXPECT_GE(getSteadyMs() - begin, 99);
+    EXPECT_EQ(full.readAll(), page) << "there was no room";
 }
 
 TEST(KXDebugLines, aStaticDestructorMayStillPrint) {

@@ -7,9 +7,12 @@
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+#include <functional>
 #include <memory>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -56,6 +59,106 @@ TEST_F(KXEndPointConnectionTest, whatThePeerSentBeforeItHungUpIsReadFirst) {
     EXPECT_EQ(look(), 1);
     EXPECT_EQ(handler.disconnected, 1);
     EXPECT_EQ(handler.readable, 1);
+}
+
+TEST_F(KXEndPointConnectionTest, aSingleByteBeforeTheHangUpIsReadToo) {
+    endPoint.peerSends("x");
+    endPoint.peerHangsUp();
+    EXPECT_EQ(look(), 1);
+    EXPECT_EQ(handler.text, "x");
+    EXPECT_EQ(handler.disconnected, 0);
+    EXPECT_EQ(look(), 1);
+    EXPECT_EQ(handler.disconnected, 1);
+}
+
+// The system tells an error, and no hang-up, of the end of a pipe that nobody reads.
+TEST_F(KXEndPointConnectionTest, aDescriptorWithAnErrorIsLost) {
+    class WriteEnd : public KX::KXEndPoint {
+    public:
+        explicit WriteEnd(int openEnd) : end(openEnd) {}
+        int getReadEndPointID() const override { return end; }
+        int getWriteEndPointID() const override { return end; }
+        bool isConnected() const override { return true; }
+        int reconnect() override { return 20; }
+        const int end;
+    };
+    int ends[2];
+    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+    close(ends[0]);
+    WriteEnd writeEnd(ends[1]);
+    RecordingHandler writeHandler;
+    ASSERT_EQ(manager.addEndPoint(&writeEnd, &writeHandler), 0);
+    EXPECT_EQ(look(), 1);
+    EXPECT_EQ(writeHandler.disconnected, 1);
+    EXPECT_EQ(writeHandler.readable, 0);
+    EXPECT_EQ(manager.removeEndPoint(&writeEnd), 0);
+    close(ends[1]);
+}
+
+TEST_F(KXEndPointConnectionTest, oneThatAnEarlierHandlerOfTheRoundClosesIsLostInThatRound) {
+    SocketEndPoint other;
+    RecordingHandler otherHandler;
+    ASSERT_EQ(manager.addEndPoint(&other, &otherHandler), 0);
+    handler.onReadable = [&](SocketEndPoint&, KXEndPointManager&) { other.vanish(); };
+    otherHandler.onReadable = [&](SocketEndPoint&, KXEndPointManager&) { endPoint.vanish(); };
+    endPoint.peerSends("x");
+    other.peerSends("y");
+    EXPECT_EQ(look(), 2);
+    EXPECT_EQ(handler.readable + otherHandler.readable, 1);
+    EXPECT_EQ(handler.disconnected + otherHandler.disconnected, 1);
+    EXPECT_EQ(handler.disconnected, otherHandler.readable);
+    EXPECT_EQ(manager.removeEndPoint(&other), 0);
+}
+
+TEST_F(KXEndPointConnectionTest, oneThatTheHandlerOfAnotherLostOneRemovesIsNotTold) {
+    SocketEndPoint other;
+    RecordingHandler otherHandler;
+    ASSERT_EQ(manager.addEndPoint(&other, &otherHandler), 0);
+    handler.onDisconnected = [&](SocketEndPoint&) { EXPECT_EQ(manager.removeEndPoint(&other), 0); };
+    endPoint.ownerCloses();
+    other.ownerCloses();
+    EXPECT_EQ(look(), 1);
+    EXPECT_EQ(handler.disconnected, 1);
+    EXPECT_EQ(otherHandler.disconnected, 0);
+}
+
+/// Lets the test do something, once, while the manager asks whether it is connected.
+class AskedEndPoint : public SocketEndPoint {
+public:
+    bool isConnected() const override {
+        if (const auto action = std::exchange(whenAsked, nullptr))
+            action();
+        return SocketEndPoint::isConnected();
+    }
+
+    mutable std::function<void()> whenAsked;
+};
+
+TEST_F(KXEndPointConnectionTest, oneThatIsRemovedWhileItIsAskedForIsNotTold) {
+    for (const bool alive : {true, false}) {
+        AskedEndPoint asked;
+        RecordingHandler askedHandler;
+        ASSERT_EQ(manager.addEndPoint(&asked, &askedHandler), 0);
+        asked.alive = alive;
+        asked.peerSends("x");
+        asked.whenAsked = [&] { EXPECT_EQ(manager.removeEndPoint(&asked), 0); };
+        EXPECT_EQ(look(), 0);
+        EXPECT_EQ(askedHandler.disconnected + askedHandler.readable, 0);
+        EXPECT_EQ(manager.removeEndPoint(&asked), 20);
+    }
+}
+
+TEST_F(KXEndPointConnectionTest, aLossThatTwoWaitsFindIsToldOnce) {
+    AskedEndPoint asked;
+    RecordingHandler askedHandler;
+    ASSERT_EQ(manager.addEndPoint(&asked, &askedHandler), 0);
+    asked.whenAsked = [&] {
+        asked.alive = false;
+        EXPECT_EQ(look(), 1);
+    };
+    EXPECT_EQ(look(), 0);
+    EXPECT_EQ(askedHandler.disconnected, 1);
+    EXPECT_EQ(manager.removeEndPoint(&asked), 0);
 }
 
 TEST_F(KXEndPointConnectionTest, aHangUpEndsAWaitThatGoesOn) {

@@ -90,6 +90,21 @@ TEST(KXEndPointManagerAtTheLimit, withOneOfItsTwoDescriptorsGivesThatBack) {
     EXPECT_EQ(manager->addEndPoint(&endPoint, &handler), 20);
 }
 
+TEST(KXEndPointManagerAtTheLimit, withOneOfItsTwoDescriptorsLeavesItsNumberToOthers) {
+    std::unique_ptr<KXEndPointManager> manager;
+    {
+        const NoMoreDescriptors limit(1);
+        manager = std::make_unique<KXEndPointManager>();
+    }
+    const int next = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    const unsigned int begin = KXTick::getTickCount();
+    EXPECT_EQ(manager->waitForEndPoints(begin + 20, 0), 0);
+    EXPECT_GE(KXTick::getTickCount() - begin, 20u);
+    manager.reset();
+    EXPECT_NE(fcntl(next, F_GETFD), -1);
+    close(next);
+}
+
 TEST(KXEndPointManagerDescriptors, noneIsInheritedByAProgramThatIsStarted) {
     const auto inherited = [] {
         int count = 0;

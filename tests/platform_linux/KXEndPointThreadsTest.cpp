@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
 #include <fcntl.h>
 #include <string>
 #include <thread>
@@ -118,6 +120,84 @@ TEST_F(KXEndPointThreadsTest, anEndPointIsServedThatIsAddedBesideAClosedFileThat
         close(copy);
     }
     EXPECT_EQ(served, rounds);
+}
+
+/// Two end points, and a thread that removes one of them.
+class KXEndPointUsesTest : public testing::Test {
+protected:
+    ~KXEndPointUsesTest() override {
+        for (std::thread* thread : {&firstWaiter, &secondWaiter, &remover})
+            if (thread->joinable())
+                thread->join();
+    }
+
+    void remove(SocketEndPoint& endPoint) {
+        remover = std::thread([this, &endPoint] {
+            EXPECT_EQ(manager.removeEndPoint(&endPoint), 0);
+            isRemoved = true;
+        });
+    }
+
+    /// Gives the removal time to return, which it must not.
+    void expectNotRemoved() {
+        EXPECT_FALSE(waitUntil([this] { return isRemoved.load(); }, std::chrono::milliseconds(50)))
+            << "the end point could be destroyed under its handler";
+    }
+
+    int waitLong() { return manager.waitForEndPoints(KXTick::getTickCount() + 20000, 0); }
+
+    KXEndPointManager manager;
+    SocketEndPoint first;
+    SocketEndPoint second;
+    RecordingHandler firstHandler;
+    RecordingHandler secondHandler;
+    std::atomic<bool> firstMayEnd{false};
+    std::atomic<bool> secondMayEnd{false};
+    std::atomic<bool> isRemoved{false};
+    std::thread firstWaiter;
+    std::thread secondWaiter;
+    std::thread remover;
+};
+
+TEST_F(KXEndPointUsesTest, aRemovalWaitsForItsHandlerThoughThatOfAnotherThreadHasEnded) {
+    firstHandler.onReadable = [this](SocketEndPoint&, KXEndPointManager&) {
+        waitUntil([this] { return firstMayEnd.load(); });
+    };
+    secondHandler.onReadable = [this](SocketEndPoint&, KXEndPointManager&) {
+        waitUntil([this] { return secondMayEnd.load(); });
+    };
+    ASSERT_EQ(manager.addEndPoint(&first, &firstHandler), 0);
+    first.peerSends("x");
+    firstWaiter = std::thread([this] { EXPECT_EQ(waitLong(), 1); });
+    EXPECT_TRUE(waitUntil([this] { return firstHandler.readable == 1; }));
+    ASSERT_EQ(manager.addEndPoint(&second, &secondHandler), 0);
+    second.peerSends("y");
+    secondWaiter = std::thread([this] { EXPECT_EQ(waitLong(), 1); });
+    EXPECT_TRUE(waitUntil([this] { return secondHandler.readable == 1; }));
+    firstMayEnd = true;
+    firstWaiter.join();
+    remove(second);
+    expectNotRemoved();
+    secondMayEnd = true;
+    remover.join();
+    EXPECT_TRUE(isRemoved);
+    EXPECT_EQ(manager.removeEndPoint(&first), 0) << "nobody uses it any more";
+}
+
+TEST_F(KXEndPointUsesTest, aRemovalWaitsForAHandlerBehindAWaitInsideIt) {
+    firstHandler.onReadable = [this](SocketEndPoint&, KXEndPointManager&) {
+        second.peerSends("y");
+        EXPECT_EQ(waitLong(), 1);
+        remove(first);
+        expectNotRemoved();
+    };
+    ASSERT_EQ(manager.addEndPoint(&first, &firstHandler), 0);
+    ASSERT_EQ(manager.addEndPoint(&second, &secondHandler), 0);
+    first.peerSends("x");
+    EXPECT_EQ(waitLong(), 1);
+    remover.join();
+    EXPECT_EQ(secondHandler.text, "y");
+    EXPECT_EQ(manager.removeEndPoint(&second), 0);
 }
 
 } // namespace

@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <fstream>
 #include <poll.h>
+#include <sys/resource.h>
 #include <vector>
 
 namespace {
@@ -38,6 +39,19 @@ TEST(KXPipeUnopened, initFailsWithoutDescriptorsAndWorksLater) {
         EXPECT_EQ(pipe.reconnect(), 20);
         EXPECT_FALSE(pipe.isConnected());
     }
+    EXPECT_EQ(pipe.init(), 0);
+}
+
+TEST_F(KXPipeTest, aReconnectThatFailsLeavesNoNumbers) {
+    rlimit before{};
+    getrlimit(RLIMIT_NOFILE, &before);
+    // The numbers below those of the pipe are taken.
+    const rlimit few{static_cast<rlim_t>(pipe.getReadEndPointID()), before.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &few);
+    EXPECT_EQ(pipe.reconnect(), 20);
+    setrlimit(RLIMIT_NOFILE, &before);
+    EXPECT_EQ(pipe.getReadEndPointID(), -1);
+    EXPECT_EQ(pipe.getWriteEndPointID(), -1);
     EXPECT_EQ(pipe.init(), 0);
 }
 

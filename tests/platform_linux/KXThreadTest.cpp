@@ -134,6 +134,91 @@ TEST_F(KXThreadTest, anOutputWhoseReaderHasGoneDoesNotEndTheProgram) {
     EXPECT_FALSE(sigismember(&mask, SIGPIPE)) << "the starting thread is the application's";
 }
 
+/// The next thread gets this one's stack.
+void* fillStack(void*) {
+    volatile unsigned char space[16 * 1024];
+    for (volatile unsigned char& byte : space)
+        byte = 0xff;
+    return nullptr;
+}
+
+TEST_F(KXThreadTest, hasTheSignalsOfItsStarterButTheOneOfAnOutputWithoutReader) {
+    const auto former = makeThread(fillStack);
+    ASSERT_EQ(former->start(0, 0), 0);
+    ASSERT_EQ(former->stopAndWait(), 0);
+    sigset_t mask;
+    sigemptyset(&mask);
+    const std::unique_ptr<KX::KXThread> thread(KX::KXThread::create("inputEventMgr"));
+    thread->setEntryFunction(
+        [](void* ofThread) -> void* {
+            pthread_sigmask(SIG_BLOCK, nullptr, static_cast<sigset_t*>(ofThread));
+            return nullptr;
+        },
+        &mask);
+    ASSERT_EQ(thread->start(0, 0), 0);
+    ASSERT_EQ(thread->stopAndWait(), 0);
+    sigset_t expected;
+    pthread_sigmask(SIG_BLOCK, nullptr, &expected);
+    sigaddset(&expected, SIGPIPE);
+    for (int signal = 1; signal <= SIGRTMAX; ++signal)
+        EXPECT_EQ(sigismember(&mask, signal), sigismember(&expected, signal)) << "signal " << signal;
+}
+
+/// What a thread needs that waits for another one's end.
+struct Wait {
+    std::atomic<bool>& mayBegin;
+    KX::KXThread* other = nullptr;
+    std::atomic<int> status{-1};
+    std::atomic<bool> mayEnd{true};
+};
+
+void* waitForOther(void* argument) {
+    auto& wait = *static_cast<Wait*>(argument);
+    waitUntil([&] { return wait.mayBegin.load(); });
+    wait.status = wait.other->stopAndWait();
+    waitUntil([&] { return wait.mayEnd.load(); });
+    return nullptr;
+}
+
+TEST_F(KXThreadTest, oneOfThreeThatWaitForEachOtherInACircleIsRefused) {
+    std::atomic<bool> mayBegin{false};
+    Wait waits[3] = {{mayBegin}, {mayBegin}, {mayBegin}};
+    std::unique_ptr<KX::KXThread> threads[3];
+    for (int i = 0; i < 3; ++i) {
+        threads[i].reset(KX::KXThread::create("circle"));
+        threads[i]->setEntryFunction(waitForOther, &waits[i]);
+        waits[(i + 1) % 3].other = threads[i].get();
+    }
+    for (const auto& thread : threads)
+        ASSERT_EQ(thread->start(0, 0), 0);
+    mayBegin = true;
+    ASSERT_TRUE(waitUntil([&] { return waits[0].status >= 0 && waits[1].status >= 0 && waits[2].status >= 0; }));
+    EXPECT_EQ(waits[0].status + waits[1].status + waits[2].status, 20);
+    for (const auto& thread : threads)
+        EXPECT_EQ(thread->stopAndWait(), 0);
+}
+
+TEST_F(KXThreadTest, oneThatHasWaitedForAnotherMayBeWaitedForByThat) {
+    std::atomic<bool> mayBegin{true};
+    const std::unique_ptr<KX::KXThread> first(KX::KXThread::create("first"));
+    const std::unique_ptr<KX::KXThread> second(KX::KXThread::create("second"));
+    Wait ofFirst{mayBegin, second.get()};
+    ofFirst.mayEnd = false;
+    first->setEntryFunction(waitForOther, &ofFirst);
+    second->setEntryFunction(reportAndEnd, &report);
+    ASSERT_EQ(second->start(0, 0), 0);
+    ASSERT_EQ(first->start(0, 0), 0);
+    ASSERT_TRUE(waitUntil([&] { return ofFirst.status >= 0; }));
+    EXPECT_EQ(ofFirst.status, 0);
+    Wait ofSecond{mayBegin, first.get()};
+    second->setEntryFunction(waitForOther, &ofSecond);
+    EXPECT_EQ(second->start(0, 0), 0);
+    ofFirst.mayEnd = true;
+    EXPECT_TRUE(waitUntil([&] { return ofSecond.status >= 0; }));
+    EXPECT_EQ(ofSecond.status, 0) << "they do not wait for each other";
+    EXPECT_EQ(second->stopAndWait(), 0);
+}
+
 TEST_F(KXThreadTest, runsTheEntryFunctionInAThreadOfTheGivenName) {
     const auto thread = makeThread(reportAndEnd);
     ASSERT_EQ(thread->start(0, 0), 0);

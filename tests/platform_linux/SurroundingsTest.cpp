@@ -4,6 +4,7 @@
 #include "platform/KXPipe.h"
 #include "platform/KXStatus.h"
 #include "platform/KXTick.h"
+#include "support/ResourceLimit.h"
 #include "support/SocketEndPoint.h"
 #include "tests/support/ClosedOutputs.h"
 
@@ -90,6 +91,28 @@ TEST_F(DescriptorZeroTest, servesAManager) {
         EXPECT_EQ(manager.addEndPoint(&endPoint, &handler), 0);
     }
     EXPECT_FALSE(isOpen(0));
+}
+
+TEST_F(DescriptorZeroTest, isGivenBackByAManagerThatGetsNoOther) {
+    const NoMoreDescriptors limit(1);
+    const KXEndPointManager manager;
+    EXPECT_FALSE(isOpen(0));
+}
+
+TEST_F(DescriptorZeroTest, isRefusedWhereItCannotBeWaitedFor) {
+    class FileAtZero : public KX::KXEndPoint {
+    public:
+        int getReadEndPointID() const override { return 0; }
+        int getWriteEndPointID() const override { return -1; }
+        bool isConnected() const override { return true; }
+        int reconnect() override { return KX::STATUS_REFUSED; }
+    } file;
+    ASSERT_EQ(open("/proc/self/exe", O_RDONLY | O_CLOEXEC), 0);
+    KXEndPointManager manager;
+    RecordingHandler handler;
+    EXPECT_EQ(manager.addEndPoint(&file, &handler), KX::STATUS_REFUSED);
+    EXPECT_EQ(manager.removeEndPoint(&file), KX::STATUS_REFUSED);
+    close(0);
 }
 
 // A line that the program writes to a closed output must not go into a pipe.

@@ -6,12 +6,15 @@
 #include "support/BusFolder.h"
 #include "support/ChildProcess.h"
 #include "support/ResourceLimit.h"
+#include "support/SteadyClock.h"
 #include "support/Waiting.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
@@ -22,6 +25,7 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <thread>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -33,6 +37,16 @@ std::function<void()> afterProbe;
 
 /// Runs once, when a process has bound a socket.
 std::function<void()> afterBind;
+
+/// Runs once, before a look at a file.
+std::function<void()> beforeLook;
+
+/// What the looks at files give.
+struct {
+    int count = 0;
+    int error = 0;        ///< of each; 0: none
+    ino_t fileNumber = 0; ///< of each file; 0: as they are
+} looks;
 
 /// Calls it at most once.
 void callOnce(std::function<void()>& function) {
@@ -49,6 +63,19 @@ void callOnce(std::function<void()>& function) {
 extern "C" KX_EXPORT int connect(int descriptor, const sockaddr* address, socklen_t size) {
     const auto result = static_cast<int>(syscall(SYS_connect, descriptor, address, size));
     callOnce(afterProbe);
+    return result;
+}
+
+extern "C" KX_EXPORT int lstat(const char* path, struct stat* status) noexcept {
+    callOnce(beforeLook);
+    ++looks.count;
+    if (looks.error != 0) {
+        errno = looks.error;
+        return -1;
+    }
+    const int result = fstatat(AT_FDCWD, path, status, AT_SYMLINK_NOFOLLOW);
+    if (result == 0 && looks.fileNumber != 0)
+        status->st_ino = looks.fileNumber;
     return result;
 }
 
@@ -84,6 +111,8 @@ enum Found { noBus, closedBus, openBus };
 
 class VirtualCANLossTest : public testing::Test {
 protected:
+    void TearDown() override { looks = {}; }
+
     static std::unique_ptr<KXCANRaw> open() { return std::unique_ptr<KXCANRaw>(KXCANRaw::create(0, 0, 0)); }
 
     static int openAndTell() {
@@ -234,6 +263,104 @@ TEST_F(VirtualCANLossTest, theLookThatTellsOfTheLossReportsIt) {
     EXPECT_FALSE(isConnected);
 }
 
+TEST_F(VirtualCANLossTest, theFileIsLookedAtOnceASecond) {
+    using std::chrono::milliseconds;
+    const StandingClock clock;
+    const auto bus = open();
+    ASSERT_NE(bus, nullptr);
+    looks.count = 0;
+    for (const int looksBefore : {0, 1}) {
+        EXPECT_TRUE(bus->isConnected());
+        clock.advance(milliseconds(999));
+        EXPECT_TRUE(bus->isConnected());
+        EXPECT_EQ(looks.count, looksBefore);
+        clock.advance(milliseconds(1));
+        EXPECT_TRUE(bus->isConnected());
+        EXPECT_EQ(looks.count, looksBefore + 1);
+    }
+    EXPECT_EQ(unlink(folder.path.c_str()), 0);
+    clock.advance(milliseconds(999));
+    EXPECT_TRUE(bus->isConnected()) << "nobody has looked";
+    clock.advance(milliseconds(1));
+    for (int question = 0; question < 2; ++question) {
+        EXPECT_FALSE(bus->isConnected());
+        EXPECT_EQ(looks.count, 3) << "lost is lost";
+        clock.advance(milliseconds(1000));
+    }
+}
+
+// Its thread has bound a new file, but has not told the one that asks.
+TEST_F(VirtualCANLossTest, aBusThatItsThreadReconnectsMeanwhileIsNotLost) {
+    const StandingClock clock;
+    const auto bus = open();
+    ASSERT_NE(bus, nullptr);
+    std::atomic<bool> isBound{false};
+    std::atomic<bool> isSeen{false};
+    std::thread reconnecting;
+    clock.advance(std::chrono::seconds(1));
+    beforeLook = [&] {
+        afterBind = [&] {
+            looks.fileNumber = 78; // another than that of the former file
+            isBound = true;
+            while (!isSeen)
+                std::this_thread::yield();
+        };
+        reconnecting = std::thread([&] { EXPECT_EQ(bus->reconnect(), 0); });
+        while (!isBound)
+            std::this_thread::yield();
+    };
+    testing::internal::CaptureStderr();
+    bus->isConnected(); // either answer is right
+    isSeen = true;
+    reconnecting.join();
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "") << "nobody else has replaced the file";
+    EXPECT_TRUE(bus->isConnected());
+    EXPECT_TRUE(isReached(*bus));
+}
+
+TEST_F(VirtualCANLossTest, aFileThatCannotBeSeenIsNotLost) {
+    const StandingClock clock;
+    const auto bus = open();
+    ASSERT_NE(bus, nullptr);
+    for (const int error : {EACCES, ENOMEM, EIO}) {
+        clock.advance(std::chrono::seconds(1));
+        looks = {0, error, 0};
+        EXPECT_TRUE(bus->isConnected()) << error;
+        EXPECT_EQ(looks.count, 1);
+    }
+}
+
+// The system gives the number of a file that has gone to a new one.
+TEST_F(VirtualCANLossTest, theFileOfAnotherProcessMayHaveTheNumberOfAClosedBus) {
+    looks.fileNumber = 77;
+    ASSERT_NE(open(), nullptr);
+    const int other = bindSocket(folder.path);
+    EXPECT_EQ(open(), nullptr);
+    EXPECT_TRUE(sendFrame(folder.path, 1)) << "the other one's file is gone";
+    close(other);
+}
+
+TEST_F(VirtualCANLossTest, aFileOfAnotherProcessIsToldWhateverAnEarlierCallFoundWrong) {
+    const int other = bindSocket(folder.path);
+    for (const int error : {ECONNREFUSED, ENOENT, 0}) {
+        testing::internal::CaptureStderr();
+        errno = error;
+        EXPECT_EQ(open(), nullptr);
+        EXPECT_EQ(testing::internal::GetCapturedStderr(),
+                  "[kx_can_raw:1] bus 0: " + folder.path + " is held by another process\n");
+        EXPECT_TRUE(sendFrame(folder.path, 1)) << "the other one's file is gone";
+    }
+    close(other);
+}
+
+TEST_F(VirtualCANLossTest, aStaleFileThatSomebodyElseRemovesDoesNotMatter) {
+    close(bindSocket(folder.path));
+    afterProbe = [&] { std::filesystem::remove(folder.path); };
+    const auto bus = open();
+    ASSERT_NE(bus, nullptr);
+    EXPECT_TRUE(isReached(*bus));
+}
+
 TEST_F(VirtualCANLossTest, aFileOfAnotherProcessIsLeftAloneUntilThatHasGone) {
     const auto bus = open();
     ASSERT_NE(bus, nullptr);
@@ -287,6 +414,28 @@ TEST_F(VirtualCANLossTest, aChangeOfTheWorkingFolderDoesNotLoseTheBus) {
     EXPECT_TRUE(isReached(*bus));
     bus.reset();
     EXPECT_FALSE(std::filesystem::exists(folder.path));
+}
+
+// An address has room for 107 characters.
+TEST_F(VirtualCANLossTest, aPathServesAsItIsWhereTheAbsoluteOneIsTooLong) {
+    const auto before = std::filesystem::current_path();
+    setenv("KX_CAN_BUS_0", "unix:bus", 1);
+    for (const std::size_t length : {106u, 107u, 108u}) {
+        const std::string beginning = std::filesystem::canonical(folder.folder).string() + "/";
+        const std::string deep = beginning + std::string(length - beginning.size() - 4, 'x');
+        std::filesystem::create_directory(deep);
+        std::filesystem::current_path(deep);
+        auto bus = open();
+        EXPECT_NE(bus, nullptr) << length;
+        KX::KXCANMessage message;
+        EXPECT_TRUE(sendFrame("bus", 0x77));
+        EXPECT_TRUE(bus && bus->readFrame(message) == 0);
+        if (length <= 107)
+            std::filesystem::current_path(before); // does not matter to it
+        bus.reset();
+        EXPECT_TRUE(std::filesystem::is_empty(deep)) << length;
+        std::filesystem::current_path(before);
+    }
 }
 
 } // namespace

@@ -6,12 +6,14 @@
 //                                     and a last one when they are done
 //     unknown LEVEL TEXT              a message under a key that nobody has
 //     errno                           fails when a message changes errno
+//     regain SECTION                  a message for which there is no room anywhere, and one with room
 //     late SECTION TEXT               a message from a static destructor
 
 #include "platform/KXDebug.h"
 
 #include <cerrno>
 #include <cstdlib>
+#include <fcntl.h>
 #include <poll.h>
 #include <string>
 #include <thread>
@@ -72,6 +74,12 @@ int main(int argc, char** argv) {
         KX::KXDebug::debugPrintError(std::stoi(arguments.at(2)), key, "%s", letters.c_str());
     } else if (command == "threads") {
         speakInThreads(key, std::stoi(arguments.at(2)), std::stoi(arguments.at(3)));
+    } else if (command == "regain") {
+        const int error = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3);
+        dup2(open("/dev/full", O_WRONLY | O_CLOEXEC), STDERR_FILENO);
+        KX::KXDebug::debugPrintError(1, key, "lost");
+        dup2(error, STDERR_FILENO);
+        KX::KXDebug::debugPrintError(1, key, "regained");
     } else if (command == "late") {
         lateSpeaker.key = key;
         lateSpeaker.text = arguments.at(2);

@@ -208,6 +208,8 @@ bool VirtualCAN::isFileLost() const {
         fileLost = present != boundFile && !OwnSockets::get().contains(present);
     else
         fileLost = errno == ENOENT;
+    // Its own thread takes the file away, too, with the socket closed.
+    fileLost = fileLost && CANSocket::isConnected();
     if (fileLost) {
         KXDebug::debugPrintError(1, getCANDebugKey(), "bus %d: %s was removed or replaced and is bound anew",
                                  getBus(), path.c_str());
