@@ -190,6 +190,25 @@ const Operation recorderOperations[] = {
          EXPECT_EQ(recordedTypes(second), tapOfKey);
      }},
 
+    {"KXSessionRecorder", "save_after_an_input_without_memory",
+     "false with a problem, and it keeps anew; the next one saves what comes then",
+     [](Fault& fault) {
+         const Folder folder;
+         const auto recorder = makeRecorder();
+         KXInputEventManager& present = manager();
+         fault.completes([&] { present.setKeyMapping({{Qt::Key_Home, KX_KEY_HOME}}); });
+         const std::string path = folder.path + "a.kxr";
+         if (recorder->save(path))
+             return;
+         EXPECT_TRUE(fault.hasHappened());
+         EXPECT_EQ(recorder->problem(), path + ": no memory was left");
+         EXPECT_FALSE(std::filesystem::exists(path));
+         tapKey(beginSession());
+         const std::string second = folder.path + "b.kxr";
+         EXPECT_TRUE(recorder->save(second)) << recorder->problem();
+         expectTap(second);
+     }},
+
     {"KXSessionRecorder", "destroy", "does not fail, also while a recording goes on",
      [](Fault& fault) {
          const Folder folder;

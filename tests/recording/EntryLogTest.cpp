@@ -107,6 +107,25 @@ TEST(EntryLog, can_be_read_from_any_place_on) {
     }
 }
 
+TEST(EntryLog, goes_on_with_its_times_from_chunk_to_chunk) {
+    EntryLog log;
+    EntryLog::Place within;
+    constexpr std::uint64_t count = 20000;
+    constexpr std::uint64_t third = count / 3;
+    for (std::uint64_t i = 0; i < count; ++i) {
+        if (i == third)
+            within = log.end();
+        log.append(passAt(1000 + i * 200));
+    }
+    ASSERT_GE(log.end().chunk, 2U);
+    for (const bool isWhole : {true, false}) {
+        std::uint64_t expected = isWhole ? 0 : third;
+        for (const Entry& entry : all(log.copy(isWhole ? log.begin() : within, log.end())))
+            ASSERT_EQ(1000 + expected++ * 200, entry.timeMs) << isWhole;
+        EXPECT_EQ(count, expected);
+    }
+}
+
 TEST(EntryLog, drops_whole_chunks_before_a_place_and_shows_what_it_drops) {
     EntryLog log;
     std::vector<EntryLog::Place> places;
@@ -152,6 +171,56 @@ TEST(EntryLog, tells_the_memory_of_its_chunks_and_of_inputs_that_are_not_packed)
     EXPECT_EQ(dropped, 65U);
     EXPECT_EQ(log.bytes(), chunk + table);
     EXPECT_EQ(log.begin().timeMs, 65U) << "of the entry before";
+}
+
+TEST(EntryLog, begins_anew_when_it_is_cleared) {
+    EntryLog log;
+    const auto expectNew = [&log] {
+        for (const EntryLog::Place& place : {log.begin(), log.end()}) {
+            EXPECT_EQ(0U, place.chunk);
+            EXPECT_EQ(0U, place.offset);
+            EXPECT_EQ(0U, place.timeMs);
+        }
+        EXPECT_EQ(0U, log.bytes());
+        EXPECT_TRUE(all(log).empty());
+    };
+    expectNew();
+    log.append(passAt(7));
+    const std::size_t chunk = log.bytes();
+    for (std::uint64_t timeMs = 8; timeMs < 100; ++timeMs)
+        log.append(tableAt(timeMs));
+    log.dropBefore(log.end(), [](const Entry& /*entry*/) {});
+    ASSERT_EQ(1U, log.begin().chunk);
+    log.clear();
+    expectNew();
+    log.append(passAt(5));
+    EXPECT_EQ(chunk, log.bytes());
+    EXPECT_EQ(5U, log.begin().timeMs);
+    ASSERT_EQ(1U, all(log).size());
+    EXPECT_EQ(5U, all(log).front().timeMs);
+}
+
+// How many bytes an input takes so many milliseconds after another one.
+std::size_t bytesOf(const Input& input, unsigned int sinceLastMs) {
+    EntryLog log;
+    log.append(passAt(1000000000));
+    const std::size_t before = log.end().offset;
+    Entry entry;
+    entry.timeMs = 1000000000 + sinceLastMs;
+    entry.input = input;
+    if (auto* const event = std::get_if<KXToolkitEvent>(&entry.input))
+        event->timeStamp = entry.tick();
+    log.append(entry);
+    return log.end().offset - before;
+}
+
+TEST(EntryLog, takes_2_bytes_for_a_pass_and_at_most_10_for_a_key_press) {
+    EXPECT_EQ(2U, bytesOf(Pass(), 100));
+    EXPECT_EQ(2U, bytesOf(Pass(), 2047)) << "and up to two seconds after the entry before";
+    KXToolkitEvent press;
+    press.eventType = TOOLKIT_KEY_PRESS_EVENT;
+    press.osKeyCode = 0x1000013;
+    EXPECT_LE(bytesOf(press, 2047), 10U);
 }
 
 TEST(EntryLog, an_idle_hour_takes_less_than_96_kilobytes) {

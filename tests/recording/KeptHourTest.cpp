@@ -142,4 +142,34 @@ TEST_F(KeptHourTest, of_an_hour_that_needs_more_the_oldest_gives_way) {
     EXPECT_GT(taken, mostBytes / 4 * 3);
 }
 
+// 256 KiB, even if that is more than the share of an hour.
+TEST_F(KeptHourTest, of_a_minute_that_needs_more_the_oldest_gives_way) {
+    constexpr unsigned int keptMs = 60000;
+    constexpr std::size_t mostBytesOfAMinute = std::size_t{256} << 10;
+    recorder.reset();
+    recorder = std::make_unique<KXSessionRecorder>(keptMs);
+    for (int second = 0; second < 60; ++second) {
+        for (int i = 0; i < 1000; ++i) {
+            i % 2 == 0 ? press() : release();
+            while (KXInputEventManager::getInstance()->hasEvents())
+                KXInputEventManager::getInstance()->getNextEvent();
+        }
+        KXSimulation::advance(1000); // a rest
+    }
+    const unsigned int begin = savedBegin();
+    EXPECT_GT(begin, KXTick::getTickCount() - keptMs);
+    EXPECT_LT(begin, KXTick::getTickCount() - keptMs / 4);
+    const std::size_t taken = takenBytes();
+    EXPECT_LE(taken, mostBytesOfAMinute);
+    EXPECT_GT(taken, mostBytesOfAMinute / 4 * 3);
+}
+
+TEST_F(KeptHourTest, of_two_idle_hours_only_the_last_minute_takes_memory) {
+    recorder.reset();
+    recorder = std::make_unique<KXSessionRecorder>(60000);
+    KXSimulation::advance(2 * msPerHour);
+    EXPECT_LE(savedBegin(), KXTick::getTickCount() - 60000);
+    EXPECT_LE(takenBytes(), std::size_t{96} << 10);
+}
+
 } // namespace KX

@@ -10,6 +10,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <tuple>
+#include <vector>
 
 namespace {
 
@@ -101,6 +102,23 @@ TEST(KeyLayoutTest, TheLocaleOfTheProgramDoesNotMatter) {
     EXPECT_EQ("it was accepted", accepted);
 }
 
+// Takes the digit 1 for a blank.
+struct OtherBlanks : std::ctype<char> {
+    OtherBlanks() : std::ctype<char>(kinds()) {}
+    static const mask* kinds() {
+        static std::vector<mask> kindOf(classic_table(), classic_table() + table_size);
+        kindOf['1'] = space;
+        return kindOf.data();
+    }
+};
+
+TEST(KeyLayoutTest, TheBlanksOfTheLocaleDoNotMatter) {
+    const std::locale before = std::locale::global(std::locale(std::locale::classic(), new OtherBlanks));
+    const std::string accepted = refusal(builtInLayout);
+    std::locale::global(before);
+    EXPECT_EQ("it was accepted", accepted);
+}
+
 TEST(KeyLayoutTest, WhatIsWrittenIsReadAgain) {
     const std::string other = "key 16 code 15 byte 7 bit 7 id 1FFFFFFF\n"
                               "encoder id A byte 1 big mask FF0 up 5 down 4\n";
@@ -167,6 +185,7 @@ TEST(KeyLayoutTest, TellsFileAndLineOfWhatItCannotRead) {
     EXPECT_EQ("keys.txt:1: 'one' is not a decimal number that fits", refusal("key one"));
     EXPECT_EQ("keys.txt:1: key 0: its number is not in the range 1 to 16", refusal("key 0"));
     EXPECT_EQ("keys.txt:1: key 17: its number is not in the range 1 to 16", refusal("key 17"));
+    EXPECT_EQ("keys.txt:1: 'code' is missing", refusal("key 1"));
     EXPECT_EQ("keys.txt:1: 'id' is missing", refusal("key 1 code 0 byte 0 bit 0"));
     EXPECT_EQ("keys.txt:1: a number is missing after 'bit'", refusal("key 1 code 0 byte 0 bit"));
     EXPECT_EQ("keys.txt:1: '0x1' is not a hexadecimal number that fits", refusal("key 1 id 0x1"));
@@ -269,6 +288,19 @@ TEST(KeyLayoutCheckTest, RefusesAKeyWithinTheEncodersPosition) {
     EXPECT_EQ("", keyInByteOfEncoder(3, 4));
 }
 
+TEST(KeyLayoutCheckTest, AllowsAKeyInABitThatTheMaskLeavesFree) {
+    const auto keyInLowByte = [](int bit) {
+        return problemAfter([&](auto& layout) {
+            layout.encoderMask = 0x7FF0;
+            layout.keys[0].canId = static_cast<int>(layout.encoderCANId);
+            layout.keys[0].byteIndex = layout.encoderByteIndex;
+            layout.keys[0].bitIndex = bit;
+        });
+    };
+    for (int bit = 0; bit <= 7; ++bit)
+        EXPECT_EQ(bit < 4 ? "" : "key 1: its bit is one of the encoder's position", keyInLowByte(bit)) << bit;
+}
+
 TEST(KeyLayoutCheckTest, RefusesAnEncoderThatLiesPartlyOutsideTheFrame) {
     const auto encoderAt = [](std::uint8_t byte, bool little) {
         return problemAfter([&](auto& layout) {
@@ -300,6 +332,8 @@ TEST(KeyLayoutCheckTest, RefusesMasksThatTellNoPosition) {
     EXPECT_EQ("", mask(0xF));
     EXPECT_EQ("", mask(0xF0));
     EXPECT_EQ("encoder: mask E0 has less than 4 bits", mask(0xE0));
+    EXPECT_EQ("encoder: mask 1 has less than 4 bits", mask(1));
+    EXPECT_EQ("encoder: mask 10000 is not a run of bits within FFFF", mask(0x10000));
     EXPECT_EQ("encoder: mask 0 is not a run of bits within FFFF", mask(0));
     EXPECT_EQ("encoder: mask FF0F is not a run of bits within FFFF", mask(0xFF0F));
     EXPECT_EQ("encoder: mask 1FFFF is not a run of bits within FFFF", mask(0x1FFFF));

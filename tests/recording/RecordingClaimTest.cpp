@@ -1,5 +1,7 @@
 // Two writers open one path at the same moment. The second one finds the file that the first one has just made.
 
+#include "platform/simulated/KXSimulation.h"
+#include "recording/KXSessionRecorder.h"
 #include "recording/format/RecordingFile.h"
 
 #include <gtest/gtest.h>
@@ -60,6 +62,30 @@ TEST_F(RecordingClaimTest, ThatComesBehindTheOthersEndLeavesItsRecording) {
     otherWriter = [&] { EXPECT_TRUE(File(path).finish()); };
     EXPECT_EQ(path + ": the file exists and is not overwritten", refusal());
     EXPECT_TRUE(std::filesystem::exists(path));
+}
+
+TEST_F(RecordingClaimTest, InAFolderThatIsMovedMeanwhileIsMade) {
+    const std::string folder = path + ".folder";
+    std::filesystem::create_directory(folder);
+    otherWriter = [&] { std::filesystem::rename(folder, folder + ".moved"); };
+    File file(folder + "/day.kxr");
+    EXPECT_TRUE(file.finish());
+    EXPECT_TRUE(std::filesystem::exists(folder + ".moved/day.kxr"));
+    std::filesystem::remove_all(folder + ".moved");
+}
+
+// The application goes on while a file is made.
+TEST_F(RecordingClaimTest, OfARecorderThatAnotherThreadHasStartedMeanwhileLeavesNoFile) {
+    const std::string faster = path + ".faster";
+    KX::KXSimulation::reset();
+    KX::KXSessionRecorder recorder;
+    otherWriter = [&] { EXPECT_TRUE(recorder.start(faster)) << recorder.problem(); };
+    EXPECT_FALSE(recorder.start(path));
+    EXPECT_EQ(path + ": a recording goes on", recorder.problem());
+    EXPECT_FALSE(std::filesystem::exists(path));
+    EXPECT_TRUE(recorder.isRecording());
+    EXPECT_TRUE(recorder.stop()) << recorder.problem();
+    EXPECT_TRUE(std::filesystem::remove(faster));
 }
 
 } // namespace

@@ -32,12 +32,16 @@
 
 namespace {
 
-int errorOfSync = 0; // 0: works
+int errorOfSync = 0;    // 0: works
+ino_t syncedFolder = 0; // the last one; 0: none
 
 } // namespace
 
 // Takes the place of the system's call, so that it can fail.
 extern "C" int fsync(int descriptor) {
+    struct stat state {};
+    if (fstat(descriptor, &state) == 0 && S_ISDIR(state.st_mode))
+        syncedFolder = state.st_ino;
     if (errorOfSync == 0)
         return fdatasync(descriptor);
     errno = errorOfSync;
@@ -175,6 +179,23 @@ TEST_F(RecordingFileTest, TheWidestKeyMappingIsWrittenInLinesThatAReaderTakes) {
     EXPECT_EQ(mapping.keyCodeOfToolkitKey, read.keyCodeOfToolkitKey);
 }
 
+TEST_F(RecordingFileTest, AKeyMappingHasUpTo2500KeysInALine) {
+    for (const int size : {2499, 2500, 2501, 5000, 5001}) {
+        std::filesystem::remove(path);
+        KeyMapping mapping;
+        for (int i = 0; i < size; ++i)
+            mapping.keyCodeOfToolkitKey[i] = i + 7;
+        EntryFile file(path);
+        EXPECT_TRUE(file.write(5, mapping));
+        KeyMapping read;
+        const Outcome outcome = outcomeOf(content());
+        for (const Entry& entry : outcome.session.entries)
+            read.keyCodeOfToolkitKey.merge(std::get<KeyMapping>(Input(entry.input)).keyCodeOfToolkitKey);
+        EXPECT_THAT(outcome.session.entries, SizeIs((size + 2499) / 2500)) << size;
+        EXPECT_EQ(mapping.keyCodeOfToolkitKey, read.keyCodeOfToolkitKey) << size;
+    }
+}
+
 TEST_F(RecordingFileTest, ALineThatNoReaderTakesEndsIt) {
     // "5 set speed-table" and 4 characters a row, the last one 7: 1048576 together.
     SpeedTable table{std::vector<KX::KXEncoderDynamicPair>(262138, {1, 1})};
@@ -255,6 +276,21 @@ TEST_F(RecordingFileTest, MayHaveDescriptor0) {
     close(standardInput);
 }
 
+TEST_F(RecordingFileTest, AProgramThatIsExecutedGetsNoneOfIt) {
+    const EntryFile file(path);
+    struct stat wanted {};
+    ASSERT_EQ(0, stat(path.c_str(), &wanted));
+    int found = 0;
+    for (int descriptor = 0; descriptor < 1024; ++descriptor) {
+        struct stat state {};
+        if (fstat(descriptor, &state) != 0 || state.st_dev != wanted.st_dev || state.st_ino != wanted.st_ino)
+            continue;
+        ++found;
+        EXPECT_EQ(FD_CLOEXEC, fcntl(descriptor, F_GETFD));
+    }
+    EXPECT_EQ(1, found);
+}
+
 // A line that the program writes to a closed output must not go into a recording.
 TEST_F(RecordingFileTest, TakesNoClosedOutput) {
     bool areFree = false;
@@ -320,6 +356,38 @@ TEST_F(RecordingFileTest, APipeWhoseReaderHasEndedFailsAndEndsNoProgram) {
     EXPECT_TRUE(std::filesystem::exists(path)) << "the pipe is not the recorder's";
 }
 
+TEST_F(RecordingFileTest, APipeCannotTakeBackWhatItHas) {
+    ASSERT_EQ(0, mkfifo(path.c_str(), 0600));
+    const int reader = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    EntryFile file(path);
+    EXPECT_TRUE(file.write(5, Pass()));
+    EXPECT_FALSE(file.restart());
+    EXPECT_EQ(path.string() + ": cannot begin anew: Invalid argument", file.problem());
+    close(reader);
+}
+
+TEST_F(RecordingFileTest, APipeThatIsRemovedGoesOnAsLongAsItIsRead) {
+    ASSERT_EQ(0, mkfifo(path.c_str(), 0600));
+    const int reader = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    EntryFile file(path);
+    std::filesystem::remove(path);
+    EXPECT_FALSE(file.isGone());
+    EXPECT_TRUE(file.startSync()) << "it needs no disk";
+    EXPECT_TRUE(file.write(5, Pass()));
+    EXPECT_TRUE(file.finish());
+    EXPECT_EQ(std::nullopt, file.problem());
+    close(reader);
+}
+
+TEST_F(RecordingFileTest, AFileThatBeginsAnewIsAsNew) {
+    EntryFile file(path);
+    EXPECT_TRUE(file.write(5, Pass()));
+    EXPECT_TRUE(file.restart());
+    EXPECT_EQ(head, content());
+    EXPECT_TRUE(file.write(6, Pass()));
+    EXPECT_EQ(head + "6 pass\n", content());
+}
+
 TEST_F(RecordingFileTest, OnlyItsOwnerMayReadItWhateverTheProcessLetsOthersDo) {
     const mode_t before = umask(0);
     EXPECT_EQ("it was made", refusalOf(path));
@@ -332,6 +400,16 @@ TEST_F(RecordingFileTest, AnEmptyFileThatOthersMayReadIsTheOwnersAloneFromThenOn
     std::filesystem::permissions(path, std::filesystem::perms(0644));
     EXPECT_EQ("it was made", refusalOf(path));
     EXPECT_EQ(std::filesystem::perms(0600), std::filesystem::status(path).permissions());
+}
+
+TEST_F(RecordingFileTest, AnEmptyFileLosesWhateverOthersMayDoWithIt) {
+    for (unsigned int right = 1; right <= 040; right *= 2) {
+        std::filesystem::remove(path);
+        std::ofstream(path).close();
+        std::filesystem::permissions(path, std::filesystem::perms(0600 | right));
+        EXPECT_EQ("it was made", refusalOf(path));
+        EXPECT_EQ(std::filesystem::perms(0600), std::filesystem::status(path).permissions()) << right;
+    }
 }
 
 TEST_F(RecordingFileTest, AnEmptyFileOfAnotherUserIsRefused) {
@@ -361,6 +439,13 @@ TEST_F(RecordingFileTest, AFolderMayBeASymbolicLink) {
     EXPECT_TRUE(std::filesystem::exists(folder / "there" / "day.kxr"));
 }
 
+TEST_F(RecordingFileTest, FoldersThatAreLinksToEachOtherAreToldAsTheSystemDoes) {
+    std::filesystem::create_symlink(folder / "other", folder / "one");
+    std::filesystem::create_symlink(folder / "one", folder / "other");
+    EXPECT_EQ((folder / "one" / "day.kxr").string() + ": Too many levels of symbolic links",
+              refusalOf(folder / "one" / "day.kxr"));
+}
+
 TEST_F(RecordingFileTest, ASecondWriterIsTold) {
     EntryFile file(path);
     const std::string refusal = path.string() + ": another recording is being written into it";
@@ -384,6 +469,20 @@ TEST_F(RecordingFileTest, AFullDiskEndsIt) {
     EXPECT_EQ("", outcome.error);
     EXPECT_THAT(outcome.session.entries, SizeIs(1));
     EXPECT_THAT(outcome.warnings, ElementsAre("day.kxr:4: the last line is cut off; it is left out"));
+}
+
+TEST_F(RecordingFileTest, AFullDiskTakesWhatFits) {
+    const std::string line = "5 pass\n";
+    for (std::size_t room = 0; room <= line.size(); ++room) {
+        std::filesystem::remove(path);
+        const Disk disk(head.size() + room);
+        EntryFile file(path);
+        errno = 0;
+        const bool isWhole = file.write(5, Pass());
+        EXPECT_EQ(room == line.size(), isWhole) << room;
+        EXPECT_EQ(isWhole ? "" : path.string() + ": File too large", file.problem().value_or("")) << room;
+        EXPECT_EQ(head + line.substr(0, room), content());
+    }
 }
 
 // The system sends the signal for a write beyond the limit; ignoring it is left to the application.
@@ -424,6 +523,8 @@ TEST_F(RecordingFileTest, AfterAFailureNothingIsWrittenAnyMore) {
         EXPECT_FALSE(file.write(5, Pass()));
     }
     EXPECT_FALSE(file.write(6, Pass()));
+    EXPECT_FALSE(file.startSync());
+    EXPECT_FALSE(file.restart());
     EXPECT_EQ(path.string() + ": File too large", file.problem());
     EXPECT_EQ(head, content());
 }
@@ -521,8 +622,38 @@ TEST_F(RecordingFileTest, FinishedMeansThatTheDiskHasIt) {
     EXPECT_EQ(path.string() + ": Input/output error", file.problem());
 }
 
+TEST_F(RecordingFileTest, TheDiskHasItsNameFromTheBeginning) {
+    struct stat state {};
+    ASSERT_EQ(0, stat(folder.c_str(), &state));
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(folder);
+    for (const std::string& name : {path.string(), std::string("relative.kxr")}) {
+        syncedFolder = 0;
+        EXPECT_EQ("it was made", refusalOf(name));
+        EXPECT_EQ(state.st_ino, syncedFolder) << name;
+    }
+    std::filesystem::current_path(before);
+    std::filesystem::resize_file(path, 0);
+    syncedFolder = 0;
+    EXPECT_EQ("it was made", refusalOf(path));
+    EXPECT_EQ(0U, syncedFolder) << "it was there before";
+}
+
+TEST_F(RecordingFileTest, AFolderThatCannotBeSyncedIsNoProblemButADiskThatFailsIs) {
+    errorOfSync = EINVAL; // of some file systems
+    const std::string withoutSyncs = refusalOf(path);
+    std::filesystem::remove(path);
+    errorOfSync = EIO;
+    const std::string failing = refusalOf(path);
+    errorOfSync = 0;
+    EXPECT_EQ("it was made", withoutSyncs);
+    EXPECT_EQ(path.string() + ": Input/output error", failing);
+    EXPECT_FALSE(std::filesystem::exists(path));
+}
+
 TEST_F(RecordingFileTest, ADeviceNeedsNoDisk) {
     EntryFile file("/dev/null");
+    EXPECT_TRUE(file.startSync());
     EXPECT_TRUE(file.finish());
 }
 

@@ -187,6 +187,12 @@ TEST(RecordingFormatTest, TheTimeOfAFrameGoesOnWhereTheTickWraps) {
     EXPECT_EQ(0U, entry.tick());
 }
 
+TEST(RecordingFormatTest, AnEntryThatWasNotReadIsOfNoLine) {
+    const Entry entry;
+    EXPECT_EQ(0U, entry.timeMs);
+    EXPECT_EQ(0U, entry.line);
+}
+
 TEST(RecordingFormatTest, ADayThatWasWrittenIsWrittenTheSameAgain) {
     const auto outcome = outcomeOf(KX::Recording::test::dayOfAnOperator());
     ASSERT_EQ("", outcome.error);

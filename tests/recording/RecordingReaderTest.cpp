@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <iostream>
 
 namespace {
 
@@ -292,6 +293,17 @@ TEST(RecordingReaderTest, ReadsFiles) {
     const auto warn = [](const std::string& warning) { ADD_FAILURE() << warning; };
     EXPECT_EQ(outcomeOf(dayOfAnOperator()).session.entries.size(), readFile(path, warn).entries.size());
     std::remove(path.c_str());
+}
+
+TEST(RecordingReaderTest, ReadsStandardInputForAHyphen) {
+    std::istringstream text("kxrecording 2\n7 pass\n8 end\n9 pa");
+    std::streambuf* const before = std::cin.rdbuf(text.rdbuf());
+    std::vector<std::string> warnings;
+    const Session session = readFile("-", [&](const std::string& warning) { warnings.push_back(warning); });
+    std::cin.rdbuf(before);
+    std::cin.clear();
+    EXPECT_EQ(2U, session.entries.size());
+    EXPECT_THAT(warnings, ElementsAre("standard input:4: the last line is cut off; it is left out"));
 }
 
 namespace {

@@ -52,6 +52,19 @@ Entry eventAt(unsigned int tick, int type, int count = -1) {
     return entry;
 }
 
+// Of an event that comes late: its own time counts.
+template<class Event>
+Entry lateEntry(unsigned int tick, int type, unsigned int timeStamp, int count = -1) {
+    Event event;
+    event.eventType = type;
+    event.timeStamp = timeStamp;
+    event.count = count;
+    Entry entry;
+    entry.timeMs = tick;
+    entry.input = event;
+    return entry;
+}
+
 std::optional<std::uint64_t> timeOf(const std::optional<Place>& place) {
     return place ? std::make_optional(place->timeMs) : std::nullopt;
 }
@@ -126,6 +139,37 @@ TEST_F(RestPointsTest, BeginWithTheSession) {
     EXPECT_EQ(sizeof(Place), rests.bytes());
 }
 
+TEST_F(RestPointsTest, AreThereFromTheFirstTickOnAsLongAsNoStepCame) {
+    passAt(1, newMemory());
+    EXPECT_EQ(1U, timeOf(rests.last()));
+}
+
+TEST_F(RestPointsTest, OfANewSessionKnowNoStepOfTheOneBefore) {
+    for (const bool isCleared : {true, false}) {
+        rests = {};
+        passAt(5000, memoryOfStep(1000));
+        if (isCleared)
+            rests.clear();
+        else
+            rests.addBeginning(placeAt(50));
+        passAt(100, newMemory());
+        EXPECT_EQ(100U, timeOf(rests.last())) << isCleared;
+    }
+}
+
+TEST_F(RestPointsTest, AreForgottenWithWhatDisprovedThem) {
+    passAt(900, newMemory());
+    passAt(1400, memoryOfPress(1000));
+    rests.input(lateEntry<KXToolkitEvent>(1500, TOOLKIT_KEY_PRESS_EVENT, 1300), placeAt(1500),
+                memoryOfPress(1000));
+    ASSERT_EQ(900U, timeOf(rests.last()));
+    ASSERT_TRUE(rests.wasDisproved(placeAt(1400)));
+    rests.clear();
+    EXPECT_EQ(std::nullopt, timeOf(rests.last()));
+    EXPECT_EQ(0U, rests.bytes());
+    EXPECT_FALSE(rests.wasDisproved(placeAt(1400)));
+}
+
 TEST_F(RestPointsTest, AreDroppedBeforeAPlace) {
     for (const unsigned int tick : {1000U, 2000U, 3000U})
         passAt(tick, newMemory());
@@ -156,6 +200,32 @@ TEST_F(RestPointsTest, SinceAPressThatPairsAfterAllAreNone) {
     EXPECT_FALSE(rests.wasDisproved(placeAt(1400))) << "not by the last entry";
 }
 
+TEST_F(RestPointsTest, AreDisprovedByTheLastInputOnly) {
+    passAt(1400, memoryOfPress(1000));
+    rests.input(lateEntry<KXToolkitEvent>(1500, TOOLKIT_KEY_PRESS_EVENT, 1300), placeAt(1500),
+                memoryOfPress(1000));
+    EXPECT_TRUE(rests.wasDisproved(placeAt(1400)));
+    inputAt(5000, TOOLKIT_KEY_PRESS_EVENT, memoryOfPress(1300));
+    EXPECT_FALSE(rests.wasDisproved(placeAt(1400)));
+}
+
+TEST_F(RestPointsTest, BeforeAPressStayWhenTheNextInputPairsWithIt) {
+    passAt(900, newMemory());
+    inputAt(1000, TOOLKIT_KEY_PRESS_EVENT, newMemory());
+    inputAt(1100, TOOLKIT_KEY_PRESS_EVENT, memoryOfPress(1000));
+    EXPECT_EQ(900U, timeOf(rests.last()));
+}
+
+TEST_F(RestPointsTest, BetweenTwoPressesStayWhenTheSecondOnePairs) {
+    passAt(900, newMemory());
+    passAt(1400, memoryOfPress(1000));
+    passAt(2400, memoryOfPress(2000));
+    KXInputMemory longer = memoryOfPress(2000);
+    longer.doublePressMs = 1000;
+    inputAt(3000, TOOLKIT_KEY_PRESS_EVENT, longer);
+    EXPECT_EQ(1400U, timeOf(rests.last()));
+}
+
 // A wheel that turns several detents at once was faster than its time stamp tells.
 TEST_F(RestPointsTest, SinceAStepWhoseTurnGoesOnAreNone) {
     for (const unsigned int restMs : {1000U, 1001U, 1004U, 1005U}) {
@@ -176,6 +246,40 @@ TEST_F(RestPointsTest, SinceAStepStayWhateverElseComes) {
     EXPECT_EQ(2600U, timeOf(rests.last()));
     inputAt(2700, TOOLKIT_WHEEL_EVENT, memoryOfStep(2000), 0);
     EXPECT_EQ(2600U, timeOf(rests.last())) << "a move of no detents counts as one";
+}
+
+// A knob may be wired as a keyboard, and an application may hand in events of its own.
+TEST_F(RestPointsTest, SinceAStepAreNoneWhenAnyEventOfTheKnobGoesOnWithItsTurn) {
+    const auto lastAfter = [this](const Entry& entry) {
+        rests = {};
+        passAt(900, newMemory());
+        inputAt(2000, TOOLKIT_WHEEL_EVENT, newMemory(), 1);
+        passAt(2600, memoryOfStep(2000));
+        rests.input(entry, placeAt(2700), memoryOfStep(2000));
+        return timeOf(rests.last());
+    };
+    for (const unsigned int timeStamp : {2199U, 2200U, 2201U}) {
+        const std::uint64_t expected = timeStamp <= 2200 ? 900 : 2600;
+        for (const int count : {0, 1}) {
+            EXPECT_EQ(expected, lastAfter(lateEntry<KXToolkitEvent>(2700, TOOLKIT_WHEEL_EVENT, timeStamp, count)));
+            EXPECT_EQ(expected, lastAfter(lateEntry<KXInputEvent>(2700, ENCODER_MOVE_EVENT, timeStamp, count)));
+        }
+        EXPECT_EQ(expected, lastAfter(lateEntry<KXToolkitEvent>(2700, TOOLKIT_KEY_PRESS_EVENT, timeStamp)));
+        EXPECT_EQ(expected, lastAfter(lateEntry<KXInputEvent>(2700, KEY_PRESS_EVENT, timeStamp)));
+        EXPECT_EQ(2600U, lastAfter(lateEntry<KXToolkitEvent>(2700, TOOLKIT_KEY_RELEASE_EVENT, timeStamp)));
+        EXPECT_EQ(2600U, lastAfter(lateEntry<KXToolkitEvent>(2700, TOOLKIT_MOUSE_PRESS_EVENT, timeStamp)));
+    }
+}
+
+// A new encoder goes on as if there had been a step at 0.
+TEST_F(RestPointsTest, SinceAStepAreNoneWhenANewEncoderWouldGoOn) {
+    for (const unsigned int timeStamp : {199U, 200U, 201U}) {
+        rests = {};
+        passAt(300, memoryOfStep(50));
+        passAt(400, newMemory());
+        rests.input(lateEntry<KXToolkitEvent>(500, TOOLKIT_WHEEL_EVENT, timeStamp, 1), placeAt(500), newMemory());
+        EXPECT_EQ(timeStamp <= 200 ? 300U : 400U, timeOf(rests.last())) << timeStamp;
+    }
 }
 
 TEST_F(RestPointsTest, TellThatTheEncoderHasForgottenItsLastStep) {

@@ -121,6 +121,10 @@ TEST(SessionStateTest, HasAllMappingsAndThoseFirstThatLostTheirKey) {
                 ElementsAre("keys 100:9", "keys 100:10"));
     EXPECT_THAT(inputsAfter({KeyMapping{{{100, 6}}}, KeyMapping{{{100, 10}}}}), ElementsAre("keys 100:10"))
         << "every manager has a key for the code 6";
+    EXPECT_THAT(inputsAfter({KeyMapping{{{100, 0}}}, KeyMapping{{{100, 10}}}}), ElementsAre("keys 100:10"))
+        << "and for 0";
+    EXPECT_THAT(inputsAfter({KeyMapping{{{100, -1}}}, KeyMapping{{{100, 10}}}}),
+                ElementsAre("keys 100:-1", "keys 100:10"));
     EXPECT_THAT(inputsAfter({KeyMapping{{{100, 7}}}, KeyMapping{{{100, 0}}}}),
                 ElementsAre("keys 100:7", "keys 100:0"));
 }

@@ -8,6 +8,7 @@
 #include <dlfcn.h>
 #include <linux/aio_abi.h>
 #include <optional>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 
 namespace {
@@ -20,11 +21,14 @@ struct Kernel {
     long result = 0;     // of each sync
 
     int setups = 0;
+    int ends = 0; // the process gives its syncs back
     int requests = 0;
+    ino_t file = 0; // of the last request
     bool isUnderWay = false;
     std::vector<unsigned int> ticks; // of the requests
 
-    long setUp(aio_context_t& context) {
+    long setUp(long most, aio_context_t& context) {
+        EXPECT_EQ(1, most) << "others need some, too";
         ++setups;
         errno = setupError;
         if (setupError != 0)
@@ -33,8 +37,12 @@ struct Kernel {
         return 0;
     }
 
-    long submit(const iocb& request) {
+    long submit(long count, const iocb& request) {
+        EXPECT_EQ(1, count);
         EXPECT_EQ(IOCB_CMD_FDSYNC, request.aio_lio_opcode);
+        struct stat state {};
+        fstat(static_cast<int>(request.aio_fildes), &state);
+        file = state.st_ino;
         EXPECT_FALSE(isUnderWay);
         ++requests;
         ticks.push_back(KX::KXTick::getTickCount());
@@ -43,13 +51,20 @@ struct Kernel {
         return isUnderWay ? 1 : -1;
     }
 
-    long take(long least, io_event& event) {
+    long take(long least, long most, io_event& event) {
         EXPECT_EQ(0, least) << "it would wait";
+        EXPECT_EQ(1, most) << "there is no room for more";
         if (!isUnderWay || isSlow)
             return 0;
         isUnderWay = false;
         event.res = result;
         return 1;
+    }
+
+    long end() {
+        EXPECT_FALSE(isUnderWay) << "it would wait";
+        ++ends;
+        return 0;
     }
 };
 
@@ -75,10 +90,10 @@ extern "C" [[gnu::no_sanitize_address]] long syscall(long number, ...) noexcept 
     if (!kernel)
         return callSystem(number, words);
     switch (number) {
-    case SYS_io_setup: return kernel->setUp(*reinterpret_cast<aio_context_t*>(words[1]));
-    case SYS_io_submit: return kernel->submit(**reinterpret_cast<iocb**>(words[2]));
-    case SYS_io_getevents: return kernel->take(words[1], *reinterpret_cast<io_event*>(words[3]));
-    case SYS_io_destroy: return 0;
+    case SYS_io_setup: return kernel->setUp(words[0], *reinterpret_cast<aio_context_t*>(words[1]));
+    case SYS_io_submit: return kernel->submit(words[1], **reinterpret_cast<iocb**>(words[2]));
+    case SYS_io_getevents: return kernel->take(words[1], words[2], *reinterpret_cast<io_event*>(words[3]));
+    case SYS_io_destroy: return kernel->end();
     default: return callSystem(number, words);
     }
 }
@@ -128,6 +143,37 @@ TEST_F(SyncedRecordingTest, the_disk_is_asked_each_second) {
     EXPECT_THAT(syncs.ticks, SizeIs(10));
 }
 
+TEST_F(SyncedRecordingTest, the_disk_is_asked_for_the_file_of_the_recording) {
+    operatorWorks(1000);
+    struct stat state {};
+    ASSERT_EQ(0, stat(path.c_str(), &state));
+    EXPECT_EQ(state.st_ino, syncs.file);
+}
+
+TEST_F(SyncedRecordingTest, the_system_is_asked_once_for_all_syncs_of_a_recording_which_gives_them_back) {
+    operatorWorks(3500);
+    EXPECT_EQ(3, syncs.requests);
+    EXPECT_EQ(1, syncs.setups);
+    EXPECT_EQ(0, syncs.ends);
+    EXPECT_TRUE(recorder.stop());
+    EXPECT_EQ(1, syncs.ends);
+}
+
+TEST_F(SyncedRecordingTest, a_recording_that_ends_before_the_first_sync_asks_for_none) {
+    operatorWorks(500);
+    EXPECT_TRUE(recorder.stop());
+    EXPECT_EQ(0, syncs.setups);
+    EXPECT_EQ(0, syncs.ends);
+}
+
+TEST_F(SyncedRecordingTest, a_recording_that_ends_during_a_sync_does_not_wait_for_it) {
+    syncs.isSlow = true;
+    operatorWorks(1500);
+    EXPECT_EQ(1, syncs.requests);
+    EXPECT_TRUE(recorder.stop());
+    EXPECT_EQ(0, syncs.ends);
+}
+
 TEST_F(SyncedRecordingTest, a_system_that_is_short_of_syncs_is_asked_again) {
     syncs.setupError = EAGAIN; // other programs have all of them
     operatorWorks(3000);
@@ -141,6 +187,7 @@ TEST_F(SyncedRecordingTest, a_system_without_syncs_is_asked_once) {
     syncs.setupError = ENOSYS;
     operatorWorks(5000);
     EXPECT_EQ(1, syncs.setups);
+    EXPECT_TRUE(recorder.isRecording());
 }
 
 TEST_F(SyncedRecordingTest, the_passes_of_an_idle_terminal_are_enough) {

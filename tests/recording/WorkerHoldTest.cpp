@@ -93,6 +93,26 @@ TEST(WorkerHoldTest, LetsTheWorkerGoAfterTheLongestTime) {
     hold.release();
 }
 
+TEST(WorkerHoldTest, KeepsTheWorkerOnlyOnceForTheLongestTime) {
+    constexpr int passesAfterwards = 300; // which would take longer than a minute if each one were kept
+    KXWorkerHold hold;
+    std::atomic<bool> isOver{false};
+    std::atomic<int> passes{0};
+    std::thread worker([&] {
+        for (; !isOver; ++passes)
+            hold.onPassDue();
+    });
+    hold.keep(300);
+    const int before = passes;
+    const auto limit = std::chrono::steady_clock::now() + longEnough;
+    while (passes < before + passesAfterwards && std::chrono::steady_clock::now() < limit)
+        std::this_thread::yield();
+    EXPECT_GE(passes, before + passesAfterwards);
+    isOver = true;
+    hold.release();
+    worker.join();
+}
+
 TEST(WorkerHoldTest, AManagerCanBeDeletedWhileItsWorkerIsKeptForALimitedTime) {
     KXSimulation::reset();
     KXInputEventManager::createInstance();
