@@ -96,10 +96,11 @@ struct Words {
     }
     template<typename Word, std::size_t count>
     static bool parse(std::string_view text, Word (&words)[count]) {
+        const bool endsWithComma = !text.empty() && text.back() == ',';
         for (Word& word : words)
             if (!Text::parseNumber(Text::takeUntil(text, ','), 10, word))
                 return false;
-        return text.empty();
+        return text.empty() && !endsWithComma;
     }
 };
 

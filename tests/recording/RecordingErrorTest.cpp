@@ -80,6 +80,7 @@ TEST(RecordingErrorTest, TheWordsOfAnEventAreNotFour) {
     EXPECT_EQ("'1,2,3' is no value for 'data'", errorOf("1 toolkit 300 data=1,2,3"));
     EXPECT_EQ("'1,2,3,4,5' is no value for 'data'", errorOf("1 toolkit 300 data=1,2,3,4,5"));
     EXPECT_EQ("'1,2,,4' is no value for 'data'", errorOf("1 toolkit 300 data=1,2,,4"));
+    EXPECT_EQ("'1,2,3,4,' is no value for 'data'", errorOf("1 toolkit 300 data=1,2,3,4,"));
     EXPECT_EQ("'1,2,3,-4' is no value for 'input-data'", errorOf("1 toolkit 300 input-data=1,2,3,-4"));
 }
 

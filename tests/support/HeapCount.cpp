@@ -25,17 +25,25 @@ bool fails(const void* caller) {
     return isFailing && isFailing(caller);
 }
 
-void* allocate(std::size_t size, const void* caller) {
-    void* const memory = fails(caller) ? nullptr : std::malloc(size);
+void* counted(void* memory) {
     if (memory)
         ++heapBlocks;
     return memory;
 }
 
-void* allocateOrThrow(std::size_t size, const void* caller) {
-    if (void* const memory = allocate(size, caller))
-        return memory;
-    throw std::bad_alloc();
+void* allocate(std::size_t size, const void* caller) {
+    return counted(fails(caller) ? nullptr : std::malloc(size));
+}
+
+void* allocateAligned(std::size_t size, std::align_val_t alignment, const void* caller) {
+    const auto bytes = static_cast<std::size_t>(alignment);
+    return counted(fails(caller) ? nullptr : std::aligned_alloc(bytes, (size + bytes - 1) / bytes * bytes));
+}
+
+void* orThrow(void* memory) {
+    if (!memory)
+        throw std::bad_alloc();
+    return memory;
 }
 
 void release(void* memory) {
@@ -59,11 +67,11 @@ NoMoreMemory::~NoMoreMemory() {
 // Replaces all forms, because AddressSanitizer's own forms do not fit together with these.
 
 void* operator new(std::size_t size) {
-    return KX::test::allocateOrThrow(size, __builtin_return_address(0));
+    return KX::test::orThrow(KX::test::allocate(size, __builtin_return_address(0)));
 }
 
 void* operator new[](std::size_t size) {
-    return KX::test::allocateOrThrow(size, __builtin_return_address(0));
+    return KX::test::orThrow(KX::test::allocate(size, __builtin_return_address(0)));
 }
 
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
@@ -72,6 +80,40 @@ void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
 
 void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
     return KX::test::allocate(size, __builtin_return_address(0));
+}
+
+// The memory resources of the standard library call these, whatever the alignment.
+
+void* operator new(std::size_t size, std::align_val_t alignment) {
+    return KX::test::orThrow(KX::test::allocateAligned(size, alignment, __builtin_return_address(0)));
+}
+
+void* operator new[](std::size_t size, std::align_val_t alignment) {
+    return KX::test::orThrow(KX::test::allocateAligned(size, alignment, __builtin_return_address(0)));
+}
+
+void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept {
+    return KX::test::allocateAligned(size, alignment, __builtin_return_address(0));
+}
+
+void* operator new[](std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept {
+    return KX::test::allocateAligned(size, alignment, __builtin_return_address(0));
+}
+
+void operator delete(void* memory, std::align_val_t) noexcept {
+    KX::test::release(memory);
+}
+
+void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
+    KX::test::release(memory);
+}
+
+void operator delete[](void* memory, std::align_val_t) noexcept {
+    KX::test::release(memory);
+}
+
+void operator delete[](void* memory, std::size_t, std::align_val_t) noexcept {
+    KX::test::release(memory);
 }
 
 void operator delete(void* memory) noexcept {
