@@ -136,7 +136,8 @@ TEST_F(CANRemoteEncoder, the_high_byte_stands_behind_the_low_one_or_before_it) {
 }
 
 TEST_F(CANRemoteEncoder, encoder_bytes_outside_the_frame_read_as_0) {
-    const KXCANMessage ones = frame(encoderId, {1, 2, 3, 4, 5, 6, 7, 8});
+    KXCANMessage counting = frame(encoderId, {1, 2, 3, 4, 5, 6, 7, 8});
+    counting.canAux = 0xFFFFFFFF; // stands behind the bytes
     const struct {
         int byteIndex;
         bool isLittleEndian;
@@ -151,7 +152,7 @@ TEST_F(CANRemoteEncoder, encoder_bytes_outside_the_frame_read_as_0) {
         options.encoderByteIndex = static_cast<std::uint8_t>(test.byteIndex);
         options.encoderLittleEndian = test.isLittleEndian;
         set();
-        EXPECT_EQ(give(ones), "ENCODER DOWN: " + std::to_string(test.position) + " (20000)\n")
+        EXPECT_EQ(give(counting), "ENCODER DOWN: " + std::to_string(test.position) + " (20000)\n")
             << "byte " << test.byteIndex << (test.isLittleEndian ? ", little endian" : ", big endian");
     }
 }
