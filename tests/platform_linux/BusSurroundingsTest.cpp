@@ -27,7 +27,6 @@
 
 namespace {
 
-std::atomic<int> lastLocked{-1};
 std::atomic<bool> forksWhenLocked{false};
 pid_t forkedChild = -1; // lives until it is killed
 
@@ -54,7 +53,6 @@ extern "C" KX_EXPORT int nanosleep(const timespec* time, timespec* rest) {
 }
 
 extern "C" KX_EXPORT int flock(int descriptor, int operation) noexcept {
-    lastLocked = descriptor;
     if (beforeLock && (operation & LOCK_NB) != 0)
         beforeLock(descriptor);
     const auto result = static_cast<int>(syscall(SYS_flock, descriptor, operation));
@@ -116,9 +114,11 @@ TEST(BusSurroundingsTest, aBusThatClosesLocksItsFolderAtDescriptor0Too) {
     ASSERT_TRUE(endPoint);
     const int standardInput = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 100);
     close(STDIN_FILENO);
-    lastLocked = -1;
+    int locked = -1;
+    beforeLock = [&](int descriptor) { locked = descriptor; };
     endPoint.reset();
-    EXPECT_EQ(lastLocked, 0);
+    beforeLock = nullptr;
+    EXPECT_EQ(locked, 0);
     EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1) << "the folder is still open";
     if (standardInput >= 0)
         dup2(standardInput, STDIN_FILENO);
