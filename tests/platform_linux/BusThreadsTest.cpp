@@ -39,23 +39,28 @@ TEST(BusThreadsTest, openBusesOfTheirOwnAtOnce) {
         unsetenv(("KX_CAN_BUS_" + std::to_string(number)).c_str());
 }
 
-TEST(BusThreadsTest, askForABusThatIsReconnected) {
-    const BusFolder folder;
-    const std::unique_ptr<KX::KXCANRaw> bus(KX::KXCANRaw::create(0, 0, 0));
-    ASSERT_TRUE(bus);
+// One thread asks for the bus, again and again, while this one reconnects it.
+void reconnectBesideAnAskingThread(KX::KXCANRaw& bus) {
     std::atomic<bool> isDone{false};
     std::atomic<int> asked{0};
     std::thread asking([&] {
         for (; !isDone; ++asked)
-            bus->isConnected();
+            bus.isConnected();
     });
     while (asked == 0)
         std::this_thread::yield();
     for (int round = 0; round < rounds; ++round)
-        EXPECT_EQ(bus->reconnect(), 0);
+        EXPECT_EQ(bus.reconnect(), 0);
     isDone = true;
     asking.join();
-    EXPECT_TRUE(bus->isConnected());
+    EXPECT_TRUE(bus.isConnected());
+}
+
+TEST(BusThreadsTest, askForABusThatIsReconnected) {
+    const BusFolder folder;
+    const std::unique_ptr<KX::KXCANRaw> bus(KX::KXCANRaw::create(0, 0, 0));
+    ASSERT_TRUE(bus);
+    reconnectBesideAnAskingThread(*bus);
 }
 
 // Each question finds that another second has passed.
@@ -66,19 +71,7 @@ TEST(BusThreadsTest, lookAtTheFileOfABusThatIsReconnected) {
     const std::unique_ptr<KX::KXCANRaw> bus(KX::KXCANRaw::create(0, 0, 0));
     ASSERT_TRUE(bus);
     testing::internal::CaptureStderr();
-    std::atomic<bool> isDone{false};
-    std::atomic<int> asked{0};
-    std::thread asking([&] {
-        for (; !isDone; ++asked)
-            bus->isConnected();
-    });
-    while (asked == 0)
-        std::this_thread::yield();
-    for (int round = 0; round < rounds; ++round)
-        EXPECT_EQ(bus->reconnect(), 0);
-    isDone = true;
-    asking.join();
-    EXPECT_TRUE(bus->isConnected());
+    reconnectBesideAnAskingThread(*bus);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "") << "nobody else has removed it";
 }
 
